@@ -1,0 +1,23 @@
+# What every target of this project is compiled with.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+add_library(clipchain_options INTERFACE)
+target_compile_options(
+  clipchain_options
+  INTERFACE -Wall -Wextra -Wshadow -Wconversion -Werror
+            $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Werror=unused-result>)
+# Files beyond 2 GiB are everyday input, on 32-bit systems too.
+target_compile_definitions(clipchain_options INTERFACE _FILE_OFFSET_BITS=64)
+if(CLIPCHAIN_SANITIZE)
+  target_compile_options(clipchain_options INTERFACE -fsanitize=${CLIPCHAIN_SANITIZE}
+                                                     -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(clipchain_options INTERFACE -fsanitize=${CLIPCHAIN_SANITIZE})
+endif()

@@ -1,0 +1,14 @@
+# One static library per folder of src/. A layer may use only the layers named before it.
+set(CLIPCHAIN_LAYERS foundation box reader clip merge front workflow)
+
+set(below "")
+foreach(layer IN LISTS CLIPCHAIN_LAYERS)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/${layer}/*.cpp)
+  if(NOT sources)
+    continue()
+  endif()
+  add_library(clipchain_${layer} STATIC ${sources})
+  target_include_directories(clipchain_${layer} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>)
+  target_link_libraries(clipchain_${layer} PRIVATE $<BUILD_INTERFACE:clipchain_options> PUBLIC ${below})
+  list(APPEND below clipchain_${layer})
+endforeach()

@@ -1,0 +1,53 @@
+// Maps four-character codes to the classes that parse them: the one place that knows which types
+// the engine understands.
+#pragma once
+
+#include <type_traits>
+
+#include "box/box.h"
+
+namespace MP4G {
+
+// All operations are static and give the new object to the caller. E_POINTER: the place for the
+// result is null. A failure of the object's Init deletes it again.
+class CBoxFactory {
+ public:
+  // Makes a box of any type; one that no table knows becomes a CDataMemBox. For T other than CBox
+  // the class must fit, else E_POINTER and a null result.
+  template <class T>
+  [[nodiscard]] static HRESULT CreateBox(unsigned int type, T** box);
+  [[nodiscard]] static HRESULT CreateBoxImpl(unsigned int type, CBox** box);
+  [[nodiscard]] static HRESULT CreateDataMemBox(unsigned int type, CBox** box);
+
+  // The four groups of known types in turn. S_FALSE: in none of them, `*box` untouched.
+  [[nodiscard]] static HRESULT CreateSupporedBox(unsigned int type, CBox** box);
+  [[nodiscard]] static HRESULT CreateAvcBox(unsigned int type, CBox** box);
+  [[nodiscard]] static HRESULT CreateMp4Box(unsigned int type, CBox** box);
+  [[nodiscard]] static HRESULT CreateIsomBox(unsigned int type, CBox** box);
+  [[nodiscard]] static HRESULT CreateEtcBox(unsigned int type, CBox** box);
+
+ private:
+  template <class T, class Base>
+  [[nodiscard]] static HRESULT GiveAs(Base* object, T** target);
+};
+
+template <class T, class Base>
+HRESULT CBoxFactory::GiveAs(Base* object, T** target) {
+  if constexpr (std::is_same_v<T, Base>) {
+    *target = object;
+  } else {
+    *target = dynamic_cast<T*>(object);
+    if (*target == nullptr) delete object;
+  }
+  return *target != nullptr ? S_OK : E_POINTER;
+}
+
+template <class T>
+HRESULT CBoxFactory::CreateBox(unsigned int type, T** box) {
+  RETURN_IF(box == nullptr, E_POINTER);
+  CBox* made = nullptr;
+  RETURN_IF_NOT_OK(CreateBoxImpl(type, &made));
+  return GiveAs(made, box);
+}
+
+}  // namespace MP4G

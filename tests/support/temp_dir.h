@@ -1,0 +1,33 @@
+// A folder of its own for a test, gone at its end; whole files in and out.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "support/bytes.h"
+
+namespace support {
+
+class TempDir {
+ public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+  std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+void WriteFile(const std::filesystem::path& path, const Bytes& bytes);
+Bytes ReadFile(const std::filesystem::path& path);
+
+// A file below the root of the source tree.
+std::filesystem::path SourcePath(const std::string& relative);
+// The folder of real files beside the checkout; empty where it is absent.
+std::filesystem::path RealMedia();
+
+}  // namespace support
