@@ -5,6 +5,7 @@
 #include <span>
 
 #include "box/data_boxes.h"
+#include "box/sample_table_boxes.h"
 #include "box/top_level_boxes.h"
 
 namespace MP4G {
@@ -32,10 +33,20 @@ constexpr Row kMp4Table[] = {
 };
 
 constexpr Row kIsomTable[] = {
+    {FourCc("co64"), Make<CChunkLargeOffsetBox>},
+    {FourCc("ctts"), Make<CCompositionOffsetBox>},
     {FourCc("free"), Make<CFreeBox>},
     {FourCc("ftyp"), Make<CFileTypeBox>},
     {FourCc("mdat"), Make<CMediaDataBox>},
     {FourCc("moov"), Make<CMovieBox>},
+    {FourCc("sdtp"), Make<CSampleDependencyTypeBox>},
+    {FourCc("stbl"), Make<CSampleTableBox>},
+    {FourCc("stco"), Make<CChunkOffsetBox>},
+    {FourCc("stsc"), Make<CSampleToChunkBox>},
+    {FourCc("stss"), Make<CSyncSampleBox>},
+    {FourCc("stsz"), Make<CSampleSizeBox>},
+    {FourCc("stts"), Make<CTimeToSampleBox>},
+    {FourCc("stz2"), Make<CCompactSampleSizeBox>},
 };
 
 constexpr Row kEtcTable[] = {

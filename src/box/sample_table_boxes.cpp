@@ -1,0 +1,171 @@
+#include "box/sample_table_boxes.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "foundation/cursor.h"
+
+namespace MP4G {
+
+template <class Wire, class Value, bool kParsingReplaces>
+void CEntryTableBox<Wire, Value, kParsingReplaces>::Reset() {
+  entryCount = 0;
+  entries.clear();
+  CFullBox::Reset();
+}
+
+template <class Wire, class Value, bool kParsingReplaces>
+HRESULT CEntryTableBox<Wire, Value, kParsingReplaces>::SetDataImpl(const unsigned char*& in,
+                                                                   unsigned int& rest) {
+  RETURN_IF_NOT_OK(CFullBox::SetDataImpl(in, rest));
+  QUIRVA::be32 count;
+  RETURN_IF_NOT_OK(QUIRVA::Take(in, rest, count));
+  entryCount = count;
+  if (kParsingReplaces) entries.clear();
+  return QUIRVA::TakeArray<Wire>(in, rest, entries, entryCount);
+}
+
+template <class Wire, class Value, bool kParsingReplaces>
+HRESULT CEntryTableBox<Wire, Value, kParsingReplaces>::FixParamImpl() {
+  entryCount = static_cast<unsigned int>(entries.size());
+  return S_OK;
+}
+
+template <class Wire, class Value, bool kParsingReplaces>
+HRESULT CEntryTableBox<Wire, Value, kParsingReplaces>::GetDataSizeImpl(long long* total) const {
+  RETURN_IF_NOT_OK(CFullBox::GetDataSizeImpl(total));
+  *total += static_cast<long long>(sizeof(QUIRVA::be32) + sizeof(Wire) * entries.size());
+  return S_OK;
+}
+
+template <class Wire, class Value, bool kParsingReplaces>
+HRESULT CEntryTableBox<Wire, Value, kParsingReplaces>::GetDataImpl(unsigned char*& out,
+                                                                   unsigned int& rest) const {
+  RETURN_IF_NOT_OK(CFullBox::GetDataImpl(out, rest));
+  RETURN_IF_NOT_OK(QUIRVA::PutNumber<QUIRVA::be32>(out, rest, entryCount));
+  return QUIRVA::PutArray<Wire>(out, rest, entries);
+}
+
+template class CEntryTableBox<_tagDECODING_TIME_TO_SAMPLE>;
+template class CEntryTableBox<_tagCOMPOSITION_TIME_TO_SAMPLE>;
+template class CEntryTableBox<_tagSAMPLE_TO_CHUNK>;
+template class CEntryTableBox<QUIRVA::be32, unsigned int>;
+template class CEntryTableBox<QUIRVA::be64, unsigned long long>;
+template class CEntryTableBox<QUIRVA::be32, unsigned int, true>;
+
+CSampleSizeBox::CSampleSizeBox() : _tagSAMPLE_SIZE_BOX{}, record(this) {}
+
+void CSampleSizeBox::Reset() {
+  *record = {};
+  entries.clear();
+  CFullBox::Reset();
+}
+
+HRESULT CSampleSizeBox::SetDataImpl(const unsigned char*& in, unsigned int& rest) {
+  RETURN_IF_NOT_OK(CFullBox::SetDataImpl(in, rest));
+  RETURN_IF_NOT_OK(QUIRVA::Take(in, rest, *record));
+  if (record->sampleSize != 0) return S_OK;
+  return QUIRVA::TakeArray<QUIRVA::be32>(in, rest, entries, record->sampleCount);
+}
+
+HRESULT CSampleSizeBox::FixParamImpl() {
+  if (record->sampleSize != 0) return S_OK;
+  const bool allEqual =
+      std::adjacent_find(entries.begin(), entries.end(), std::not_equal_to<>()) == entries.end();
+  if (allEqual && !entries.empty()) record->sampleSize = entries.front();
+  record->sampleCount = static_cast<unsigned int>(entries.size());
+  return S_OK;
+}
+
+HRESULT CSampleSizeBox::GetDataSizeImpl(long long* total) const {
+  RETURN_IF_NOT_OK(CFullBox::GetDataSizeImpl(total));
+  *total += sizeof(_tagSAMPLE_SIZE_BOX);
+  if (record->sampleSize == 0)
+    *total += static_cast<long long>(sizeof(QUIRVA::be32) * entries.size());
+  return S_OK;
+}
+
+HRESULT CSampleSizeBox::GetDataImpl(unsigned char*& out, unsigned int& rest) const {
+  RETURN_IF_NOT_OK(CFullBox::GetDataImpl(out, rest));
+  RETURN_IF_NOT_OK(QUIRVA::Put(out, rest, *record));
+  return record->sampleSize == 0 ? QUIRVA::PutArray<QUIRVA::be32>(out, rest, entries) : S_OK;
+}
+
+CCompactSampleSizeBox::CCompactSampleSizeBox() : _tagCOMPACT_SAMPLE_SIZE_BOX{}, record(this) {}
+
+void CCompactSampleSizeBox::Reset() {
+  *record = {};
+  CFullBox::Reset();
+}
+
+HRESULT CCompactSampleSizeBox::SetDataImpl(const unsigned char*& in, unsigned int& rest) {
+  RETURN_IF_NOT_OK(CFullBox::SetDataImpl(in, rest));
+  RETURN_IF_NOT_OK(QUIRVA::Take(in, rest, *record));
+  if (record->sampleCount == 0) return S_OK;
+  switch (record->fieldSize) {
+    case 16:
+      return QUIRVA::TakeArray<QUIRVA::be16>(in, rest, entries, record->sampleCount);
+    case 8:
+      return QUIRVA::TakeArray<unsigned char>(in, rest, entries, record->sampleCount);
+    case 4:
+      return TakeHalfBytes(in, rest);
+    default:
+      return E_BAD_DATA;
+  }
+}
+
+HRESULT CCompactSampleSizeBox::TakeHalfBytes(const unsigned char*& in, unsigned int& rest) {
+  std::vector<unsigned char> packed;
+  const HRESULT result = QUIRVA::TakeArray<unsigned char>(in, rest, packed, record->sampleCount);
+  entries.reserve(entries.size() + 2 * packed.size());
+  for (const unsigned char byte : packed) {
+    entries.push_back(15);
+    entries.push_back(byte | 15);
+  }
+  return result;
+}
+
+HRESULT CCompactSampleSizeBox::FixParamImpl() {
+  record->sampleCount = static_cast<unsigned int>(entries.size());
+  return S_OK;
+}
+
+HRESULT CCompactSampleSizeBox::GetDataSizeImpl(long long* total) const {
+  RETURN_IF_NOT_OK(CFullBox::GetDataSizeImpl(total));
+  *total += static_cast<long long>(sizeof(_tagCOMPACT_SAMPLE_SIZE_BOX) +
+                                   sizeof(QUIRVA::be16) * entries.size());
+  return S_OK;
+}
+
+HRESULT CCompactSampleSizeBox::GetDataImpl(unsigned char*& out, unsigned int& rest) const {
+  RETURN_IF_NOT_OK(CFullBox::GetDataImpl(out, rest));
+  RETURN_IF_NOT_OK(QUIRVA::Put(out, rest, *record));
+  return QUIRVA::PutArray<QUIRVA::be16>(out, rest, entries);
+}
+
+void CSampleDependencyTypeBox::Reset() {
+  entries.clear();
+  CFullBox::Reset();
+}
+
+HRESULT CSampleDependencyTypeBox::SetDataImpl(const unsigned char*& in, unsigned int& rest) {
+  const unsigned int restBefore = rest;
+  RETURN_IF_NOT_OK(CFullBox::SetDataImpl(in, rest));
+  RETURN_IF(parent == nullptr, E_BAD_DATA);
+  const unsigned int declared = header->size;
+  const unsigned int count = declared - std::min(declared, restBefore - rest);
+  return QUIRVA::TakeArray<_tagSAMPLE_DEPENDENCY_TYPE>(in, rest, entries, count);
+}
+
+HRESULT CSampleDependencyTypeBox::GetDataSizeImpl(long long* total) const {
+  RETURN_IF_NOT_OK(CFullBox::GetDataSizeImpl(total));
+  *total += static_cast<long long>(entries.size());
+  return S_OK;
+}
+
+HRESULT CSampleDependencyTypeBox::GetDataImpl(unsigned char*& out, unsigned int& rest) const {
+  RETURN_IF_NOT_OK(CFullBox::GetDataImpl(out, rest));
+  return QUIRVA::PutArray<_tagSAMPLE_DEPENDENCY_TYPE>(out, rest, entries);
+}
+
+}  // namespace MP4G
