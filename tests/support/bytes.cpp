@@ -61,6 +61,12 @@ Bytes Join(std::initializer_list<Bytes> parts) {
 
 Bytes operator+(const Bytes& a, const Bytes& b) { return Join({a, b}); }
 
+Bytes Slice(const Bytes& bytes, std::size_t from, std::size_t to) {
+  if (from > to || to > bytes.size()) throw std::out_of_range("no such bytes");
+  return {bytes.begin() + static_cast<std::ptrdiff_t>(from),
+          bytes.begin() + static_cast<std::ptrdiff_t>(to)};
+}
+
 Bytes Box(std::string_view type, std::initializer_list<Bytes> parts) {
   const Bytes body = Join(parts);
   return Join({U32(static_cast<std::uint32_t>(8 + body.size())), Text(type), body});

@@ -25,6 +25,8 @@ Bytes Fill(std::size_t count, std::uint8_t value);
 Bytes Hex(std::string_view digits);  // "00 1F a0": white space is skipped
 Bytes Join(std::initializer_list<Bytes> parts);
 Bytes operator+(const Bytes& a, const Bytes& b);
+// The bytes [from, to), in a block of exactly their number.
+Bytes Slice(const Bytes& bytes, std::size_t from, std::size_t to);
 
 // A box with the size field that fits its parts.
 Bytes Box(std::string_view type, std::initializer_list<Bytes> parts = {});
