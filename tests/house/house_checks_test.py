@@ -1,0 +1,142 @@
+"""Each check of this folder is able to fail, and passes what it should."""
+import shutil
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+import headers
+import layers
+import lengths
+
+CXX, C = "c++", "cc"
+
+
+class HouseCheck(unittest.TestCase):
+    def setUp(self):
+        self.root = Path(tempfile.mkdtemp())
+        self.addCleanup(shutil.rmtree, self.root)
+
+    def write(self, name, text):
+        path = self.root / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text, encoding="utf-8")
+
+
+class LayerCheck(HouseCheck):
+    def faults_of(self, name, line):
+        self.write(name, line + "\n")
+        return layers.check(self.root)
+
+    def test_passes_an_include_that_points_down(self):
+        self.assertEqual([], self.faults_of("src/reader/a.h", '#include "box/box.h"'))
+
+    def test_passes_an_include_of_the_same_layer(self):
+        self.assertEqual([], self.faults_of("src/box/a.cpp", '#include "box/box.h"'))
+
+    def test_refuses_an_include_that_points_up(self):
+        faults = self.faults_of("src/box/a.cpp", '#include "reader/mp4_tree.h"')
+        self.assertIn("box must not include reader/mp4_tree.h", faults[0])
+
+    def test_refuses_the_workflow_in_the_engine(self):
+        self.assertNotEqual([], self.faults_of("src/front/a.h", '  #  include "workflow/scan.h"'))
+
+    def test_refuses_an_include_that_is_not_written_from_src(self):
+        self.assertNotEqual([], self.faults_of("src/box/a.cpp", '#include "box.h"'))
+
+    def test_passes_the_standard_library_everywhere(self):
+        self.assertEqual([], self.faults_of("src/box/a.cpp", "#include <vector>"))
+
+    def test_refuses_other_libraries_in_the_engine(self):
+        self.assertNotEqual([], self.faults_of("src/merge/a.cpp", "#include <fmt/format.h>"))
+
+    def test_passes_other_libraries_in_the_tool(self):
+        self.assertEqual([], self.faults_of("apps/clipchain/a.cpp", "#include <CLI/CLI.hpp>"))
+
+    def test_keeps_the_exif_library_in_its_place(self):
+        line = "#include <libexif/exif-data.h>"
+        self.assertEqual([], self.faults_of("src/clip/exif_library.cpp", line))
+        self.assertNotEqual([], self.faults_of("src/clip/exif.cpp", line))
+
+    def test_keeps_the_operating_system_in_the_platform_layer(self):
+        line = "#include <unistd.h>"
+        self.assertEqual([], self.faults_of("src/foundation/platform/cfw_posix.cpp", line))
+        self.assertNotEqual([], self.faults_of("src/foundation/qv_file.cpp", line))
+
+    def test_refuses_a_folder_that_is_no_layer(self):
+        self.assertNotEqual([], self.faults_of("src/misc/a.cpp", "#include <vector>"))
+
+    def test_refuses_to_find_nothing(self):
+        self.assertNotEqual([], layers.check(self.root))
+
+
+class LengthCheck(HouseCheck):
+    def function_of(self, lines):
+        return "int F(int a) {\n" + "  ++a;\n" * (lines - 3) + "  return a;\n}\n"
+
+    def faults_of(self, name, text):
+        self.write(name, text)
+        return lengths.check(self.root)
+
+    def test_passes_a_function_at_the_limit(self):
+        self.assertEqual([], self.faults_of("src/box/a.cpp", self.function_of(50)))
+
+    def test_refuses_a_function_above_the_limit(self):
+        faults = self.faults_of("src/box/a.cpp", "\n" + self.function_of(51))
+        self.assertIn("a.cpp:2: a function of 51 lines", faults[0])
+
+    def test_sees_a_function_inside_namespaces_and_classes(self):
+        text = "namespace N {\nclass A {\n public:\n" + self.function_of(51) + "};\n}\n"
+        self.assertEqual(1, len(self.faults_of("src/box/a.h", text)))
+
+    def test_counts_a_function_after_braces_in_text(self):
+        text = "const char* kOpen = \"{\";  // {\n" + self.function_of(51)
+        self.assertEqual(1, len(self.faults_of("src/box/a.cpp", text)))
+
+    def test_passes_a_long_table(self):
+        text = "constexpr Row kRows[] = {\n" + '    {Make("a")},\n' * 60 + "};\n"
+        self.assertEqual([], self.faults_of("src/box/a.cpp", text))
+
+    def test_refuses_a_long_header_and_a_long_source(self):
+        self.assertEqual([], self.faults_of("src/box/a.h", "\n" * 250))
+        self.assertEqual([], self.faults_of("src/box/a.cpp", "\n" * 450))
+        self.assertEqual(1, len(self.faults_of("src/box/b.h", "\n" * 251)))
+        self.assertEqual(2, len(self.faults_of("src/box/b.cpp", "\n" * 451)))
+
+    def test_refuses_to_find_nothing(self):
+        self.assertNotEqual([], lengths.check(self.root))
+
+
+class HeaderCheck(HouseCheck):
+    def faults_of(self, name, text):
+        self.write(name, text)
+        return headers.check(self.root, CXX, C)
+
+    def test_passes_a_header_that_stands_alone(self):
+        text = "#pragma once\n#include <vector>\ninline std::vector<int> v;\n"
+        self.assertEqual([], self.faults_of("src/box/a.h", text))
+
+    def test_refuses_a_header_that_leans_on_others(self):
+        faults = self.faults_of("src/box/a.h", "#pragma once\ninline std::vector<int> v;\n")
+        self.assertIn("box/a.h does not compile alone", faults[0])
+
+    def test_refuses_a_header_without_a_guard(self):
+        self.assertEqual(1, len(self.faults_of("src/box/a.h", "struct A {};\n")))
+
+    def test_refuses_warnings(self):
+        text = "#pragma once\ninline char Cut(int a) { return a; }\n"
+        self.assertEqual(1, len(self.faults_of("src/box/a.h", text)))
+
+    def test_gives_the_flat_functions_to_the_c_compiler(self):
+        self.assertEqual([], self.faults_of("src/merge/m4lm.h", "#pragma once\nint f(void);\n"))
+        faults = self.faults_of("src/merge/m4lm.h", "#pragma once\nint f(int& a);\n")
+        self.assertEqual(1, len(faults))
+
+    def test_refuses_to_find_nothing(self):
+        self.assertNotEqual([], headers.check(self.root, CXX, C))
+
+
+if __name__ == "__main__":
+    if len(sys.argv) == 3:
+        C, CXX = sys.argv.pop(), sys.argv.pop()
+    unittest.main()
