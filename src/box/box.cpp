@@ -43,6 +43,7 @@ void CBox::Reset() {
   }
   restSize = 0;
   position = 0;
+  extraMemory_ = 0;
   *header = {};
   largeSize = {};
   std::memset(usertype, 0, sizeof usertype);
@@ -125,6 +126,14 @@ void CBox::ForgetChildrenSizes() {
 HRESULT CBox::EnterChild(const CBox* child) const {
   RETURN_IF(level_ >= kDeepestNesting, E_BAD_DATA);
   child->level_ = level_ + 1;
+  return S_OK;
+}
+
+HRESULT CBox::CountExtraMemory(unsigned int bytes) {
+  CBox* root = this;
+  while (root->parent != nullptr) root = root->parent;
+  RETURN_IF(bytes > kMostExtraMemory - root->extraMemory_, E_OUTOFMEMORY);
+  root->extraMemory_ += bytes;
   return S_OK;
 }
 

@@ -135,6 +135,10 @@ class CBox : public _tagBOX_HEADER {
   // To be called before a walk steps into a child: E_BAD_DATA where boxes nest deeper than
   // kDeepestNesting.
   [[nodiscard]] HRESULT EnterChild(const CBox* child) const;
+  // To be called before this box takes memory beyond the bytes that the file has for it:
+  // E_OUTOFMEMORY where the boxes of one tree would take more than kMostExtraMemory. The sum is
+  // kept at the root and ends with its Reset.
+  [[nodiscard]] HRESULT CountExtraMemory(unsigned int bytes);
 
  private:
   [[nodiscard]] HRESULT FixSubtree();
@@ -142,6 +146,7 @@ class CBox : public _tagBOX_HEADER {
 
   // Levels above this box in the walk that is under way, to end walks that nest too deep.
   mutable unsigned int level_ = 0;
+  unsigned int extraMemory_ = 0;
   // Bytes of this box, known only between its own FixSubtree and the end of its parent's.
   long long fixedSize_ = -1;
 };
@@ -175,5 +180,8 @@ class CListBox : public CBox {
 // Boxes nested deeper than this are refused with E_BAD_DATA, so that a walk fits the smallest usual
 // thread stack.
 inline constexpr unsigned int kDeepestNesting = 1000;
+
+// Bytes that one tree may take beyond those that its file has for it.
+inline constexpr unsigned int kMostExtraMemory = 64u << 20;
 
 }  // namespace MP4G

@@ -5,7 +5,11 @@
 #include <span>
 
 #include "box/data_boxes.h"
+#include "box/header_boxes.h"
+#include "box/sample_entries.h"
+#include "box/sample_entry_extras.h"
 #include "box/sample_table_boxes.h"
+#include "box/structural_boxes.h"
 #include "box/top_level_boxes.h"
 
 namespace MP4G {
@@ -24,22 +28,47 @@ CBox* Make() {
 
 // Each table is sorted by type; a new box is one row.
 constexpr Row kAvcTable[] = {
+    {FourCc("avc1"), Make<CAvcSampleEntry>},
     {FourCc("avcC"), Make<CDataMemBox>},
+    {FourCc("avcp"), Make<CAvcParameterSampleEntry>},
+    {FourCc("btrt"), Make<CMpeg4BitRateBox>},
     {FourCc("mvcC"), Make<CDataMemBox>},
+    {FourCc("vwid"), Make<CViewIdentifierBox>},
 };
 
 constexpr Row kMp4Table[] = {
     {FourCc("esds"), Make<CDataMemBox>},
+    {FourCc("mp4a"), Make<CMp4AudioSampleEntry>},
+    {FourCc("mp4v"), Make<CMp4VisualSampleEntry>},
 };
 
 constexpr Row kIsomTable[] = {
     {FourCc("co64"), Make<CChunkLargeOffsetBox>},
     {FourCc("ctts"), Make<CCompositionOffsetBox>},
+    {FourCc("dinf"), Make<CDataInformationBox>},
+    {FourCc("dref"), Make<CDataReferenceBox>},
+    {FourCc("edts"), Make<CEditBox>},
+    {FourCc("elst"), Make<CEditListBox>},
     {FourCc("free"), Make<CFreeBox>},
     {FourCc("ftyp"), Make<CFileTypeBox>},
+    {FourCc("hdlr"), Make<CHandlerBox>},
+    {FourCc("hmhd"), Make<CHintMediaHeaderBox>},
+    {FourCc("jpeg"), Make<CVisualSampleEntry>},
     {FourCc("mdat"), Make<CMediaDataBox>},
+    {FourCc("mdhd"), Make<CMediaHeaderBox>},
+    {FourCc("mdia"), Make<CMediaBox>},
+    {FourCc("mehd"), Make<CDataMemBox>},
+    {FourCc("mfhd"), Make<CDataMemBox>},
+    {FourCc("mfra"), Make<CDataMemBox>},
+    {FourCc("mfro"), Make<CDataMemBox>},
+    {FourCc("minf"), Make<CMediaInformationBox>},
+    {FourCc("moof"), Make<CDataMemBox>},
     {FourCc("moov"), Make<CMovieBox>},
+    {FourCc("mvex"), Make<CDataMemBox>},
+    {FourCc("mvhd"), Make<CMovieHeaderBox>},
+    {FourCc("nmhd"), Make<CNullMediaHeaderBox>},
     {FourCc("sdtp"), Make<CSampleDependencyTypeBox>},
+    {FourCc("smhd"), Make<CSoundMediaHeaderBox>},
     {FourCc("stbl"), Make<CSampleTableBox>},
     {FourCc("stco"), Make<CChunkOffsetBox>},
     {FourCc("stsc"), Make<CSampleToChunkBox>},
@@ -47,15 +76,32 @@ constexpr Row kIsomTable[] = {
     {FourCc("stsz"), Make<CSampleSizeBox>},
     {FourCc("stts"), Make<CTimeToSampleBox>},
     {FourCc("stz2"), Make<CCompactSampleSizeBox>},
+    {FourCc("tfhd"), Make<CDataMemBox>},
+    {FourCc("tfra"), Make<CDataMemBox>},
+    {FourCc("tkhd"), Make<CTrackHeaderBox>},
+    {FourCc("traf"), Make<CDataMemBox>},
+    {FourCc("trak"), Make<CTrackBox>},
+    {FourCc("tref"), Make<CTrackReferenceBox>},
+    {FourCc("trex"), Make<CDataMemBox>},
+    {FourCc("trun"), Make<CDataMemBox>},
+    {FourCc("url "), Make<CDataEntryUrlBox>},
+    {FourCc("urn "), Make<CDataEntryUrnBox>},
+    {FourCc("vmhd"), Make<CVideoMediaHeaderBox>},
 };
 
 constexpr Row kEtcTable[] = {
-    {FourCc("clap"), Make<CDataMemBox>},
+    {FourCc("clap"), Make<CCleanApertureBox>},
+    {FourCc("fiel"), Make<CFielBox>},
+    {FourCc("pasp"), Make<CAspectRatioBox>},
+    {FourCc("sowt"), Make<CAudioSampleEntry>},
+    {FourCc("tmcd"), Make<CTimecodeSampleDescription>},
+    {FourCc("twos"), Make<CAudioSampleEntry>},
 };
 
 constexpr bool IsSorted(std::span<const Row> table) {
-  return std::is_sorted(table.begin(), table.end(),
-                        [](const Row& a, const Row& b) { return a.type <= b.type; });
+  return std::adjacent_find(table.begin(), table.end(), [](const Row& a, const Row& b) {
+           return a.type >= b.type;
+         }) == table.end();
 }
 static_assert(IsSorted(kAvcTable) && IsSorted(kMp4Table) && IsSorted(kIsomTable) &&
               IsSorted(kEtcTable));
@@ -108,6 +154,34 @@ HRESULT CBoxFactory::CreateDataMemBox(unsigned int type, CBox** box) {
 
 HRESULT CBoxFactory::CreateBoxImpl(unsigned int type, CBox** box) {
   return CreateDataMemBox(type, box);
+}
+
+HRESULT CBoxFactory::CreateSampleEntryImpl(unsigned int type, unsigned int handlerType,
+                                           CBox** box) {
+  RETURN_IF(box == nullptr, E_POINTER);
+  const HRESULT known = CreateSupporedBox(type, box);
+  if (known != S_FALSE) return known;
+  std::unique_ptr<CBox> entry;
+  switch (handlerType) {
+    case FourCc("hint"):
+      entry = std::make_unique<CHintSampleEntry>();
+      break;
+    case FourCc("soun"):
+      entry = std::make_unique<CAudioSampleEntry>();
+      break;
+    case FourCc("vide"):
+      entry = std::make_unique<CVisualSampleEntry>();
+      break;
+    default:
+      entry = std::make_unique<CSampleEntry>();
+  }
+  // No class type: an entry of an unknown type is found by its place alone.
+  return Finish(std::move(entry), 0, box);
+}
+
+HRESULT CBoxFactory::CreateTrackReferenceTypeBoxImpl(unsigned int type, CBox** box) {
+  RETURN_IF(box == nullptr, E_POINTER);
+  return Finish(std::make_unique<CTrackReferenceTypeBox>(), type, box);
 }
 
 }  // namespace MP4G

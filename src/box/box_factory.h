@@ -26,6 +26,17 @@ class CBoxFactory {
   [[nodiscard]] static HRESULT CreateIsomBox(unsigned int type, CBox** box);
   [[nodiscard]] static HRESULT CreateEtcBox(unsigned int type, CBox** box);
 
+  // Makes an entry of "stsd" below a media box of that handler type. A known type gets its own
+  // class, even one that is no entry; an unknown one gets the entry class of the handler, with a
+  // class type of 0.
+  template <class T>
+  [[nodiscard]] static HRESULT CreateSampleEntry(unsigned int type, unsigned int handlerType,
+                                                 T** box);
+  [[nodiscard]] static HRESULT CreateSampleEntryImpl(unsigned int type, unsigned int handlerType,
+                                                     CBox** box);
+  // Makes a CTrackReferenceTypeBox whatever the type.
+  [[nodiscard]] static HRESULT CreateTrackReferenceTypeBoxImpl(unsigned int type, CBox** box);
+
  private:
   template <class T, class Base>
   [[nodiscard]] static HRESULT GiveAs(Base* object, T** target);
@@ -47,6 +58,14 @@ HRESULT CBoxFactory::CreateBox(unsigned int type, T** box) {
   RETURN_IF(box == nullptr, E_POINTER);
   CBox* made = nullptr;
   RETURN_IF_NOT_OK(CreateBoxImpl(type, &made));
+  return GiveAs(made, box);
+}
+
+template <class T>
+HRESULT CBoxFactory::CreateSampleEntry(unsigned int type, unsigned int handlerType, T** box) {
+  RETURN_IF(box == nullptr, E_POINTER);
+  CBox* made = nullptr;
+  RETURN_IF_NOT_OK(CreateSampleEntryImpl(type, handlerType, &made));
   return GiveAs(made, box);
 }
 
