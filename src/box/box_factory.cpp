@@ -5,6 +5,7 @@
 #include <span>
 
 #include "box/data_boxes.h"
+#include "box/fragment_boxes.h"
 #include "box/header_boxes.h"
 #include "box/sample_entries.h"
 #include "box/sample_entry_extras.h"
@@ -57,14 +58,14 @@ constexpr Row kIsomTable[] = {
     {FourCc("mdat"), Make<CMediaDataBox>},
     {FourCc("mdhd"), Make<CMediaHeaderBox>},
     {FourCc("mdia"), Make<CMediaBox>},
-    {FourCc("mehd"), Make<CDataMemBox>},
-    {FourCc("mfhd"), Make<CDataMemBox>},
-    {FourCc("mfra"), Make<CDataMemBox>},
-    {FourCc("mfro"), Make<CDataMemBox>},
+    {FourCc("mehd"), Make<CMovieExtendsHeaderBox>},
+    {FourCc("mfhd"), Make<CMovieFragmentHeaderBox>},
+    {FourCc("mfra"), Make<CMovieFragmentRandomAccessBox>},
+    {FourCc("mfro"), Make<CMovieFragmentRandomAccessOffsetBox>},
     {FourCc("minf"), Make<CMediaInformationBox>},
-    {FourCc("moof"), Make<CDataMemBox>},
+    {FourCc("moof"), Make<CMovieFragmentBox>},
     {FourCc("moov"), Make<CMovieBox>},
-    {FourCc("mvex"), Make<CDataMemBox>},
+    {FourCc("mvex"), Make<CMovieExtendsBox>},
     {FourCc("mvhd"), Make<CMovieHeaderBox>},
     {FourCc("nmhd"), Make<CNullMediaHeaderBox>},
     {FourCc("sdtp"), Make<CSampleDependencyTypeBox>},
@@ -76,14 +77,14 @@ constexpr Row kIsomTable[] = {
     {FourCc("stsz"), Make<CSampleSizeBox>},
     {FourCc("stts"), Make<CTimeToSampleBox>},
     {FourCc("stz2"), Make<CCompactSampleSizeBox>},
-    {FourCc("tfhd"), Make<CDataMemBox>},
-    {FourCc("tfra"), Make<CDataMemBox>},
+    {FourCc("tfhd"), Make<CTrackFragmentHeaderBox>},
+    {FourCc("tfra"), Make<CTrackFragmentRandomAccessBox>},
     {FourCc("tkhd"), Make<CTrackHeaderBox>},
-    {FourCc("traf"), Make<CDataMemBox>},
+    {FourCc("traf"), Make<CTrackFragmentBox>},
     {FourCc("trak"), Make<CTrackBox>},
     {FourCc("tref"), Make<CTrackReferenceBox>},
-    {FourCc("trex"), Make<CDataMemBox>},
-    {FourCc("trun"), Make<CDataMemBox>},
+    {FourCc("trex"), Make<CTrackExtendsBox>},
+    {FourCc("trun"), Make<CTrackRunBox>},
     {FourCc("url "), Make<CDataEntryUrlBox>},
     {FourCc("urn "), Make<CDataEntryUrnBox>},
     {FourCc("vmhd"), Make<CVideoMediaHeaderBox>},
