@@ -73,6 +73,7 @@ constexpr Row kIsomTable[] = {
     {FourCc("stbl"), Make<CSampleTableBox>},
     {FourCc("stco"), Make<CChunkOffsetBox>},
     {FourCc("stsc"), Make<CSampleToChunkBox>},
+    {FourCc("stsd"), Make<CSampleDescriptionBox>},
     {FourCc("stss"), Make<CSyncSampleBox>},
     {FourCc("stsz"), Make<CSampleSizeBox>},
     {FourCc("stts"), Make<CTimeToSampleBox>},

@@ -3,9 +3,43 @@
 #include <algorithm>
 #include <functional>
 
+#include "box/box_factory.h"
 #include "foundation/cursor.h"
 
 namespace MP4G {
+
+HRESULT CSampleDescriptionBox::SetDataImpl(const unsigned char*& in, unsigned int& rest) {
+  const unsigned int restBefore = rest;
+  RETURN_IF_NOT_OK(CEntryListBox::SetDataImpl(in, rest));
+  const long long boxSize = GetBoxSize();
+  const unsigned int consumed = restBefore - rest;
+  RETURN_IF(boxSize < consumed, E_BAD_DATA);
+  RETURN_IF(boxSize > 0xFFFFFFFF, E_PENDING);
+  const auto* media = dynamic_cast<CMediaBox*>(GetAncestor(FourCc("mdia")));
+  RETURN_IF(media == nullptr, E_BAD_DATA);
+  const auto* handler = dynamic_cast<CHandlerBox*>(media->GetChildBox(FourCc("hdlr"), 0));
+  RETURN_IF(handler == nullptr, E_BAD_DATA);
+
+  unsigned int left = static_cast<unsigned int>(boxSize) - consumed;
+  while (left >= sizeof(_tagBOX_HEADER)) {
+    const unsigned int restBeforeEntry = rest;
+    RETURN_IF_NOT_OK(AddEntry(handler->record->handlerType, in, rest));
+    left -= std::min(left, restBeforeEntry - rest);
+  }
+  return S_OK;
+}
+
+HRESULT CSampleDescriptionBox::AddEntry(unsigned int handlerType, const unsigned char*& in,
+                                        unsigned int& rest) {
+  CBox peek;
+  RETURN_IF_NOT_OK(peek.Set8Byte(in, rest));
+  CBox* entry = nullptr;
+  RETURN_IF_NOT_OK(CBoxFactory::CreateSampleEntry<CBox>(peek.header->type, handlerType, &entry));
+  AddChildBox(entry);
+  RETURN_IF_NOT_OK(EnterChild(entry));
+  RETURN_IF_NOT_OK(entry->Init());
+  return entry->SetData(in, rest);
+}
 
 template <class Wire, class Value, bool kParsingReplaces>
 void CEntryTableBox<Wire, Value, kParsingReplaces>::Reset() {
@@ -53,17 +87,13 @@ template class CEntryTableBox<QUIRVA::be32, unsigned int>;
 template class CEntryTableBox<QUIRVA::be64, unsigned long long>;
 template class CEntryTableBox<QUIRVA::be32, unsigned int, true>;
 
-CSampleSizeBox::CSampleSizeBox() : _tagSAMPLE_SIZE_BOX{}, record(this) {}
-
 void CSampleSizeBox::Reset() {
-  *record = {};
   entries.clear();
-  CFullBox::Reset();
+  CRecordBox::Reset();
 }
 
 HRESULT CSampleSizeBox::SetDataImpl(const unsigned char*& in, unsigned int& rest) {
-  RETURN_IF_NOT_OK(CFullBox::SetDataImpl(in, rest));
-  RETURN_IF_NOT_OK(QUIRVA::Take(in, rest, *record));
+  RETURN_IF_NOT_OK(CRecordBox::SetDataImpl(in, rest));
   if (record->sampleSize != 0) return S_OK;
   return QUIRVA::TakeArray<QUIRVA::be32>(in, rest, entries, record->sampleCount);
 }
@@ -78,29 +108,19 @@ HRESULT CSampleSizeBox::FixParamImpl() {
 }
 
 HRESULT CSampleSizeBox::GetDataSizeImpl(long long* total) const {
-  RETURN_IF_NOT_OK(CFullBox::GetDataSizeImpl(total));
-  *total += sizeof(_tagSAMPLE_SIZE_BOX);
+  RETURN_IF_NOT_OK(CRecordBox::GetDataSizeImpl(total));
   if (record->sampleSize == 0)
     *total += static_cast<long long>(sizeof(QUIRVA::be32) * entries.size());
   return S_OK;
 }
 
 HRESULT CSampleSizeBox::GetDataImpl(unsigned char*& out, unsigned int& rest) const {
-  RETURN_IF_NOT_OK(CFullBox::GetDataImpl(out, rest));
-  RETURN_IF_NOT_OK(QUIRVA::Put(out, rest, *record));
+  RETURN_IF_NOT_OK(CRecordBox::GetDataImpl(out, rest));
   return record->sampleSize == 0 ? QUIRVA::PutArray<QUIRVA::be32>(out, rest, entries) : S_OK;
 }
 
-CCompactSampleSizeBox::CCompactSampleSizeBox() : _tagCOMPACT_SAMPLE_SIZE_BOX{}, record(this) {}
-
-void CCompactSampleSizeBox::Reset() {
-  *record = {};
-  CFullBox::Reset();
-}
-
 HRESULT CCompactSampleSizeBox::SetDataImpl(const unsigned char*& in, unsigned int& rest) {
-  RETURN_IF_NOT_OK(CFullBox::SetDataImpl(in, rest));
-  RETURN_IF_NOT_OK(QUIRVA::Take(in, rest, *record));
+  RETURN_IF_NOT_OK(CRecordBox::SetDataImpl(in, rest));
   if (record->sampleCount == 0) return S_OK;
   switch (record->fieldSize) {
     case 16:
@@ -131,15 +151,13 @@ HRESULT CCompactSampleSizeBox::FixParamImpl() {
 }
 
 HRESULT CCompactSampleSizeBox::GetDataSizeImpl(long long* total) const {
-  RETURN_IF_NOT_OK(CFullBox::GetDataSizeImpl(total));
-  *total += static_cast<long long>(sizeof(_tagCOMPACT_SAMPLE_SIZE_BOX) +
-                                   sizeof(QUIRVA::be16) * entries.size());
+  RETURN_IF_NOT_OK(CRecordBox::GetDataSizeImpl(total));
+  *total += static_cast<long long>(sizeof(QUIRVA::be16) * entries.size());
   return S_OK;
 }
 
 HRESULT CCompactSampleSizeBox::GetDataImpl(unsigned char*& out, unsigned int& rest) const {
-  RETURN_IF_NOT_OK(CFullBox::GetDataImpl(out, rest));
-  RETURN_IF_NOT_OK(QUIRVA::Put(out, rest, *record));
+  RETURN_IF_NOT_OK(CRecordBox::GetDataImpl(out, rest));
   return QUIRVA::PutArray<QUIRVA::be16>(out, rest, entries);
 }
 

@@ -9,12 +9,25 @@
 
 #include <vector>
 
-#include "box/box.h"
+#include "box/box_templates.h"
+#include "box/structural_boxes.h"
 
 namespace MP4G {
 
 // "stbl" (clause 8.5.1).
 class CSampleTableBox : public CListBox {};
+
+// "stsd" (clause 8.5.2): what the samples are. Parses only inside an "mdia" whose "hdlr" stands
+// earlier in the file, since the handler decides on entries of unknown type; E_BAD_DATA elsewhere.
+// The entries are the children, whatever the count says.
+class CSampleDescriptionBox : public CEntryListBox {
+ public:
+  [[nodiscard]] HRESULT SetDataImpl(const unsigned char*& in, unsigned int& rest) override;
+
+ private:
+  [[nodiscard]] HRESULT AddEntry(unsigned int handlerType, const unsigned char*& in,
+                                 unsigned int& rest);
+};
 
 // The common form of a table: an entry count and that many entries, `Wire` in the file and `Value`
 // in memory. A count larger than the bytes that are there is S_FALSE, with the entries that are
@@ -85,16 +98,14 @@ static_assert(sizeof(_tagSAMPLE_SIZE_BOX) == 8);
 
 // "stsz": bytes of each sample (clause 8.7.3.2). FixParam turns a table of equal sizes into the
 // form with one size for all; the table then stays in memory and only the output leaves it out.
-class CSampleSizeBox : public CFullBox, public _tagSAMPLE_SIZE_BOX {
+class CSampleSizeBox : public CRecordBox<CFullBox, _tagSAMPLE_SIZE_BOX> {
  public:
-  CSampleSizeBox();
   void Reset() override;
   [[nodiscard]] HRESULT SetDataImpl(const unsigned char*& in, unsigned int& rest) override;
   [[nodiscard]] HRESULT FixParamImpl() override;
   [[nodiscard]] HRESULT GetDataSizeImpl(long long* total) const override;
   [[nodiscard]] HRESULT GetDataImpl(unsigned char*& out, unsigned int& rest) const override;
 
-  _tagSAMPLE_SIZE_BOX* record;        // this object's own base part
   std::vector<unsigned int> entries;  // host order; empty in a box with one size for all
 };
 
@@ -109,17 +120,14 @@ static_assert(sizeof(_tagCOMPACT_SAMPLE_SIZE_BOX) == 8);
 // bits, the field size as it was read. Of 4-bit entries every byte counts as one and gives two
 // values that are no true sizes. A field size that the standard does not have is E_BAD_DATA, unless
 // there are no entries.
-class CCompactSampleSizeBox : public CFullBox, public _tagCOMPACT_SAMPLE_SIZE_BOX {
+// Reset leaves `entries` as it stands.
+class CCompactSampleSizeBox : public CRecordBox<CFullBox, _tagCOMPACT_SAMPLE_SIZE_BOX> {
  public:
-  CCompactSampleSizeBox();
-  // Zeroes the record but leaves `entries` as it stands.
-  void Reset() override;
   [[nodiscard]] HRESULT SetDataImpl(const unsigned char*& in, unsigned int& rest) override;
   [[nodiscard]] HRESULT FixParamImpl() override;
   [[nodiscard]] HRESULT GetDataSizeImpl(long long* total) const override;
   [[nodiscard]] HRESULT GetDataImpl(unsigned char*& out, unsigned int& rest) const override;
 
-  _tagCOMPACT_SAMPLE_SIZE_BOX* record;  // this object's own base part
   std::vector<unsigned short> entries;  // host order
 
  private:

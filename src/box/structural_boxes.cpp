@@ -169,38 +169,41 @@ HRESULT CHandlerBox::GetDataImpl(unsigned char*& out, unsigned int& rest) const 
   return PutText(out, rest, name);
 }
 
-CDataReferenceBox::CDataReferenceBox() = default;
-
-void CDataReferenceBox::Reset() {
+void CEntryListBox::Reset() {
   entryCount = 0;
   CFullBox::Reset();
 }
 
-HRESULT CDataReferenceBox::SetDataImpl(const unsigned char*& in, unsigned int& rest) {
-  const unsigned int restBefore = rest;
+HRESULT CEntryListBox::SetDataImpl(const unsigned char*& in, unsigned int& rest) {
   RETURN_IF_NOT_OK(CFullBox::SetDataImpl(in, rest));
   QUIRVA::be32 count;
   RETURN_IF_NOT_OK(QUIRVA::Take(in, rest, count));
   entryCount = count;
-  return SetChildrenData(in, rest, restBefore - rest);
+  return S_OK;
 }
 
-HRESULT CDataReferenceBox::FixParamImpl() {
+HRESULT CEntryListBox::FixParamImpl() {
   RETURN_IF_NOT_OK(CFullBox::FixParamImpl());
   entryCount = GetChildBoxNum(0);
   return S_OK;
 }
 
-HRESULT CDataReferenceBox::GetDataSizeImpl(long long* total) const {
+HRESULT CEntryListBox::GetDataSizeImpl(long long* total) const {
   RETURN_IF_NOT_OK(CFullBox::GetDataSizeImpl(total));
   *total += sizeof(QUIRVA::be32);
   return GetChildrenDataSize(total);
 }
 
-HRESULT CDataReferenceBox::GetDataImpl(unsigned char*& out, unsigned int& rest) const {
+HRESULT CEntryListBox::GetDataImpl(unsigned char*& out, unsigned int& rest) const {
   RETURN_IF_NOT_OK(CFullBox::GetDataImpl(out, rest));
   RETURN_IF_NOT_OK(QUIRVA::PutNumber<QUIRVA::be32>(out, rest, entryCount));
   return GetChildrenData(out, rest);
+}
+
+HRESULT CDataReferenceBox::SetDataImpl(const unsigned char*& in, unsigned int& rest) {
+  const unsigned int restBefore = rest;
+  RETURN_IF_NOT_OK(CEntryListBox::SetDataImpl(in, rest));
+  return SetChildrenData(in, rest, restBefore - rest);
 }
 
 CDataEntryUrlBox::CDataEntryUrlBox() = default;

@@ -82,18 +82,24 @@ class CHandlerBox : public CFullBox, public _tagHANDLER_BOX {
   std::string name;
 };
 
-// "dref" (clause 8.7.2). The entries are the children; the count of the file does not steer the
-// parse.
-class CDataReferenceBox : public CFullBox {
+// A full box whose children are entries that a count announces. The count of the file does not
+// steer the parse.
+class CEntryListBox : public CFullBox {
  public:
-  CDataReferenceBox();
   void Reset() override;
+  // Takes the count. What the entries are is the business of the class below.
   [[nodiscard]] HRESULT SetDataImpl(const unsigned char*& in, unsigned int& rest) override;
   [[nodiscard]] HRESULT FixParamImpl() override;
   [[nodiscard]] HRESULT GetDataSizeImpl(long long* total) const override;
   [[nodiscard]] HRESULT GetDataImpl(unsigned char*& out, unsigned int& rest) const override;
 
   unsigned int entryCount = 0;
+};
+
+// "dref" (clause 8.7.2).
+class CDataReferenceBox : public CEntryListBox {
+ public:
+  [[nodiscard]] HRESULT SetDataImpl(const unsigned char*& in, unsigned int& rest) override;
 };
 
 // "url " (clause 8.7.2). Flag 1 of the full box says that the media is in the same file.
