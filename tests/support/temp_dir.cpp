@@ -39,6 +39,11 @@ fs::path SourcePath(const std::string& relative) {
   return fs::path(CLIPCHAIN_SOURCE_DIR) / relative;
 }
 
+fs::path MadeMedia() {
+  const fs::path folder = CLIPCHAIN_TEST_MEDIA;
+  return fs::exists(folder / "made-by") ? folder : fs::path();
+}
+
 fs::path RealMedia() {
   const fs::path folder = SourcePath("../shared/media");
   return fs::is_directory(folder) ? folder : fs::path();

@@ -27,6 +27,9 @@ Bytes ReadFile(const std::filesystem::path& path);
 
 // A file below the root of the source tree.
 std::filesystem::path SourcePath(const std::string& relative);
+// The folder of clips that the tests make with ffmpeg, one folder for each family; empty where they
+// were not made.
+std::filesystem::path MadeMedia();
 // The folder of real files beside the checkout; empty where it is absent.
 std::filesystem::path RealMedia();
 
