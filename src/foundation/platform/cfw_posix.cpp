@@ -1,0 +1,207 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <new>
+#include <system_error>
+
+#include "foundation/platform/cfw.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kDone = 0;
+constexpr int kFailed = -1;
+constexpr int kNoHandleToWrite = 6;
+
+enum Access : unsigned int { kRead = 1, kWrite = 2, kReadAndWrite = 3 };
+
+// The system copies a request of this size while it is in the processor's cache; larger ones cost
+// more for each byte.
+constexpr unsigned long long kTransferSize = 256 * 1024;
+
+struct FileHandle {
+  int descriptor;
+  unsigned int access;
+};
+
+FileHandle* File(void* handle) { return static_cast<FileHandle*>(handle); }
+
+// What is no file with positions is not opened: a pipe would wait for its other end, a folder would
+// open for reading.
+bool HasPositions(const struct stat& status) {
+  return S_ISREG(status.st_mode) || S_ISBLK(status.st_mode) || S_ISCHR(status.st_mode);
+}
+
+bool OpenFlags(unsigned int access, int& flags) {
+  switch (access) {
+    case kRead:
+      flags = O_RDONLY;
+      return true;
+    case kWrite:
+      flags = O_WRONLY | O_CREAT;
+      return true;
+    case kReadAndWrite:
+      flags = O_RDWR | O_CREAT;
+      return true;
+    default:
+      return false;
+  }
+}
+
+int Open(const char* path, int flags) {
+  constexpr mode_t kEveryoneAsTheMaskAllows = 0666;
+  int descriptor;
+  do {
+    descriptor = ::open(path, flags | O_CLOEXEC | O_NOCTTY, kEveryoneAsTheMaskAllows);
+  } while (descriptor < 0 && errno == EINTR);
+  return descriptor;
+}
+
+off_t Position(const FileHandle& file) { return ::lseek(file.descriptor, 0, SEEK_CUR); }
+
+// Runs a call of the standard library's file system, which reports through an error code; only
+// memory that runs out is thrown.
+template <class Call>
+int RunUnreported(Call call) {
+  try {
+    std::error_code unreported;
+    call(unreported);
+    return kDone;
+  } catch (const std::exception&) {
+    return kFailed;
+  }
+}
+
+void Copy(const fs::path& source, const fs::path& destination, std::error_code& error) {
+  fs::copy(source, destination, fs::copy_options::recursive | fs::copy_options::copy_symlinks,
+           error);
+}
+
+bool IsTaken(const fs::path& path) {
+  std::error_code unreported;
+  return fs::exists(fs::symlink_status(path, unreported));
+}
+
+}  // namespace
+
+void* CFWCreateFile(const char* location, unsigned int access) {
+  int flags = 0;
+  if (location == nullptr || !OpenFlags(access, flags)) return nullptr;
+  struct stat status;
+  if (::stat(location, &status) == 0 && !HasPositions(status)) return nullptr;
+  const int descriptor = Open(location, flags);
+  if (descriptor < 0) return nullptr;
+  FileHandle* file = new (std::nothrow) FileHandle{descriptor, access};
+  if (file == nullptr) ::close(descriptor);
+  return file;
+}
+
+int CFWCloseHandle(void* handle) {
+  if (handle == nullptr) return kFailed;
+  const FileHandle file = *File(handle);
+  delete File(handle);
+  int result = kDone;
+  // Through a handle for reading nothing was written. A device without a disk refuses with EINVAL.
+  if (file.access != kRead && ::fsync(file.descriptor) != 0 && errno != EINVAL) result = kFailed;
+  // The descriptor is gone even if the call was interrupted.
+  if (::close(file.descriptor) != 0 && errno != EINTR) result = kFailed;
+  return result;
+}
+
+int CFWReadFile(void* handle, void* buffer, unsigned long long count, long long* read) {
+  if (handle == nullptr) return kFailed;
+  unsigned long long done = 0;
+  *read = 0;
+  while (done < count) {
+    const ssize_t came = ::read(File(handle)->descriptor, static_cast<char*>(buffer) + done,
+                                std::min(count - done, kTransferSize));
+    if (came < 0 && errno == EINTR) continue;
+    if (came < 0) return kFailed;
+    if (came == 0) break;
+    done += static_cast<unsigned long long>(came);
+  }
+  *read = static_cast<long long>(done);
+  return kDone;
+}
+
+int CFWWriteFile(void* handle, const void* buffer, unsigned long long count, long long* written) {
+  if (handle == nullptr) return kNoHandleToWrite;
+  unsigned long long done = 0;
+  *written = 0;
+  while (done < count) {
+    const ssize_t went = ::write(File(handle)->descriptor, static_cast<const char*>(buffer) + done,
+                                 std::min(count - done, kTransferSize));
+    if (went < 0 && errno == EINTR) continue;
+    if (went < 0) return -errno;
+    done += static_cast<unsigned long long>(went);
+  }
+  *written = static_cast<long long>(done);
+  return kDone;
+}
+
+int CFWGetFileSize(void* handle, long long* size) {
+  if (handle == nullptr) return kFailed;
+  const FileHandle& file = *File(handle);
+  const off_t position = Position(file);
+  if (position < 0) return kFailed;
+  const off_t end = ::lseek(file.descriptor, 0, SEEK_END);
+  if (end < 0 || ::lseek(file.descriptor, position, SEEK_SET) < 0) return kFailed;
+  *size = end;
+  return kDone;
+}
+
+int CFWGetFilePointer(void* handle, long long* position) {
+  if (handle == nullptr) return kFailed;
+  const off_t current = Position(*File(handle));
+  *position = std::max<off_t>(current, 0);
+  return current < 0 ? kFailed : kDone;
+}
+
+int CFWSetFilePointer(void* handle, long long offset, unsigned int origin) {
+  static constexpr int kOrigins[] = {SEEK_SET, SEEK_END, SEEK_CUR};
+  if (handle == nullptr || origin < 1 || origin > std::size(kOrigins)) return kFailed;
+  return ::lseek(File(handle)->descriptor, offset, kOrigins[origin - 1]) < 0 ? kFailed : kDone;
+}
+
+int CFWSetEOF(void* handle) {
+  if (handle == nullptr) return kFailed;
+  const FileHandle& file = *File(handle);
+  const off_t position = Position(file);
+  return position < 0 || ::ftruncate(file.descriptor, position) != 0 ? kFailed : kDone;
+}
+
+int CFWFileIsExist(const char* path) {
+  struct stat status;
+  return path != nullptr && ::stat(path, &status) == 0 ? 1 : 0;
+}
+
+int CFWCopyFile(const char* source, const char* destination) {
+  if (source == nullptr || destination == nullptr) return kFailed;
+  return RunUnreported([=](std::error_code& error) {
+    if (!IsTaken(destination)) Copy(source, destination, error);
+  });
+}
+
+int CFWRenameFile(const char* source, const char* destination) {
+  if (source == nullptr || destination == nullptr) return kFailed;
+  return RunUnreported([=](std::error_code& error) {
+    if (IsTaken(destination)) return;
+    fs::rename(source, destination, error);
+    if (error != std::errc::cross_device_link) return;
+    Copy(source, destination, error);
+    if (!error) fs::remove_all(source, error);
+  });
+}
+
+int CFWDeleteFile(const char* location) {
+  if (location == nullptr) return kFailed;
+  struct stat status;
+  if (::lstat(location, &status) != 0) return 0;
+  if (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) return 0;
+  return ::unlink(location) == 0 ? 1 : 0;
+}
