@@ -12,3 +12,10 @@ foreach(layer IN LISTS CLIPCHAIN_LAYERS)
   target_link_libraries(clipchain_${layer} PRIVATE $<BUILD_INTERFACE:clipchain_options> PUBLIC ${below})
   list(APPEND below clipchain_${layer})
 endforeach()
+
+# The one library that the engine rests on, behind the functions of clip/exif_library.h.
+if(TARGET clipchain_clip)
+  list(APPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR})
+  find_package(LibExif REQUIRED)
+  target_link_libraries(clipchain_clip PRIVATE LibExif::LibExif)
+endif()

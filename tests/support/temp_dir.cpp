@@ -35,6 +35,14 @@ Bytes ReadFile(const fs::path& path) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
+Bytes ReadHexFile(const fs::path& path) {
+  std::ifstream file(path);
+  if (!file) throw std::runtime_error("cannot read " + path.string());
+  std::string digits;
+  for (std::string line; std::getline(file, line);) digits += line.substr(0, line.find('#'));
+  return Hex(digits);
+}
+
 fs::path SourcePath(const std::string& relative) {
   return fs::path(CLIPCHAIN_SOURCE_DIR) / relative;
 }

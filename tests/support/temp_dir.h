@@ -24,6 +24,8 @@ class TempDir {
 
 void WriteFile(const std::filesystem::path& path, const Bytes& bytes);
 Bytes ReadFile(const std::filesystem::path& path);
+// A file of hexadecimal digits; "#" and what follows on its line is a comment.
+Bytes ReadHexFile(const std::filesystem::path& path);
 
 // A file below the root of the source tree.
 std::filesystem::path SourcePath(const std::string& relative);
