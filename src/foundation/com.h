@@ -3,11 +3,12 @@
 
 #include <cstdint>
 
+#include "foundation/export.h"
 #include "foundation/guid.h"
 #include "foundation/result.h"
 
 // The root of all interfaces. There is no destructor slot: objects go away through Release alone.
-class IUnknown {
+class CLIPCHAIN_API IUnknown {
  public:
   // E_POINTER for a null `object`, E_NOINTERFACE for an identifier that is not served, else S_OK
   // with one reference.

@@ -2,13 +2,14 @@
 #pragma once
 
 #include "foundation/com.h"
+#include "foundation/export.h"
 
 namespace QUIRVA {
 
 inline constexpr _GUID IID_IQvFileReader = {
     0x1C44A25B, 0x5FEC, 0x4176, {0xBA, 0xB4, 0x97, 0x29, 0xBC, 0x65, 0x7B, 0x00}};
 
-class IQvFileReader : public IUnknown {
+class CLIPCHAIN_API IQvFileReader : public IUnknown {
  public:
   virtual void CloseReader() = 0;
   virtual long long GetFileSize() const = 0;  // bytes in the source

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "foundation/export.h"
+
 // 0 is success, 1 (S_FALSE) is positive and soft, a value with the top bit set is a failure.
 using HRESULT = std::int32_t;
 
@@ -17,7 +19,7 @@ inline constexpr std::uint32_t kFileWriteFailure = 0xA00C0000u;
 
 // The name of a code as it stands in the source ("E_BAD_DATA"), or its eight hexadecimal digits
 // ("0x80000003").
-std::string ResultName(HRESULT code);
+CLIPCHAIN_API std::string ResultName(HRESULT code);
 
 // Passes any non-zero result up: S_FALSE stops here like a failure.
 #define RETURN_IF_NOT_OK(expr)                                                                \
