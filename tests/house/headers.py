@@ -3,7 +3,7 @@
 
     headers.py ROOT C++-COMPILER C-COMPILER
 
-The flat functions' header is plain C and is given to the C compiler too.
+The headers of flat functions are plain C and are given to the C compiler too.
 """
 import os
 import subprocess
@@ -11,7 +11,7 @@ import sys
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-C_HEADERS = ["merge/m4lm.h", "foundation/export.h"]
+C_HEADERS = ["merge/m4lm.h", "foundation/platform/cfw.h"]
 WARNINGS = ["-Wall", "-Wextra", "-Wshadow", "-Wconversion", "-Werror"]
 
 
