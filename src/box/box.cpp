@@ -87,40 +87,36 @@ HRESULT CBox::SetData(const unsigned char*& in, unsigned int& rest) {
 }
 
 HRESULT CBox::FixParam() {
-  const HRESULT result = FixSubtree();
-  fixedSize_ = -1;
-  return result;
+  long long written = 0;
+  return FixSubtree(&written);
 }
 
-// A parent asks for its children's sizes right after they were fixed. They are kept for that
+// A parent asks for its children's sizes right after they were fixed. Their sum is kept for that
 // moment, so that fixing a tree takes one visit to each box and not one for each of its ancestors.
-HRESULT CBox::FixSubtree() {
+HRESULT CBox::FixSubtree(long long* written) {
   RETURN_IF_NOT_OK(FixParamImpl());
-  long long total = 0;
-  HRESULT result = S_OK;
+  long long childrenSize = 0;
   for (CBox* child : children) {
     if (child == nullptr) continue;
-    result = EnterChild(child);
-    if (result == S_OK) result = child->FixSubtree();
-    if (result != S_OK) break;
+    RETURN_IF_NOT_OK(EnterChild(child));
+    long long childSize = 0;
+    RETURN_IF_NOT_OK(child->FixSubtree(&childSize));
+    childrenSize += childSize;
   }
-  if (result == S_OK) result = GetDataSizeImpl(&total);
-  ForgetChildrenSizes();
+  long long total = 0;
+  fixedChildrenSize_ = childrenSize;
+  const HRESULT result = GetDataSizeImpl(&total);
+  fixedChildrenSize_ = -1;
   RETURN_IF_NOT_OK(result);
   total += restSize;
   RETURN_IF(total > kLargest32BitSize, E_PENDING);
 
+  // A new type and a lost large size change the length of the header after it was counted.
   const unsigned int headerBefore = GetBoxBaseSize();
   if (header->type == 0) header->type = classType;
   header->size = static_cast<unsigned int>(total);
-  fixedSize_ = total + GetBoxBaseSize() - headerBefore;
+  *written = total + GetBoxBaseSize() - headerBefore;
   return S_OK;
-}
-
-void CBox::ForgetChildrenSizes() {
-  for (CBox* child : children) {
-    if (child != nullptr) child->fixedSize_ = -1;
-  }
 }
 
 HRESULT CBox::EnterChild(const CBox* child) const {
@@ -157,7 +153,8 @@ HRESULT CBox::SetChildrenData(const unsigned char*& in, unsigned int& rest,
   RETURN_IF(boxSize < headerSize, E_BAD_DATA);
   RETURN_IF(boxSize > kLargest32BitSize, E_PENDING);
   unsigned int left = static_cast<unsigned int>(boxSize - headerSize);
-  long long childPosition = position + headerSize;
+  // Unsigned, because a source may claim any position.
+  unsigned long long childPosition = static_cast<unsigned long long>(position) + headerSize;
   while (left >= 8) {
     RETURN_IF(rest < sizeof(_tagBOX_HEADER), S_FALSE);
     _tagBOX_HEADER peek;
@@ -166,7 +163,7 @@ HRESULT CBox::SetChildrenData(const unsigned char*& in, unsigned int& rest,
     RETURN_IF_NOT_OK(CBoxFactory::CreateBox<CBox>(peek.type, &child));
     // In the tree before it is parsed: some parsers look upward.
     AddChildBox(child);
-    child->position = childPosition;
+    child->position = static_cast<long long>(childPosition);
     RETURN_IF_NOT_OK(EnterChild(child));
     const unsigned int restBefore = rest;
     RETURN_IF_NOT_OK(child->SetData(in, rest));
@@ -179,12 +176,12 @@ HRESULT CBox::SetChildrenData(const unsigned char*& in, unsigned int& rest,
 
 HRESULT CBox::GetChildrenDataSize(long long* total) const {
   RETURN_IF(total == nullptr, E_POINTER);
+  if (fixedChildrenSize_ >= 0) {
+    *total += fixedChildrenSize_;
+    return S_OK;
+  }
   for (const CBox* child : children) {
     if (child == nullptr) continue;
-    if (child->fixedSize_ >= 0) {
-      *total += child->fixedSize_;
-      continue;
-    }
     RETURN_IF_NOT_OK(EnterChild(child));
     long long childSize = 0;
     RETURN_IF_NOT_OK(child->GetDataSize(&childSize));

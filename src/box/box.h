@@ -141,14 +141,14 @@ class CBox : public _tagBOX_HEADER {
   [[nodiscard]] HRESULT CountExtraMemory(unsigned int bytes);
 
  private:
-  [[nodiscard]] HRESULT FixSubtree();
-  void ForgetChildrenSizes();
+  // Gives the bytes that this box takes now that it is fixed.
+  [[nodiscard]] HRESULT FixSubtree(long long* written);
 
   // Levels above this box in the walk that is under way, to end walks that nest too deep.
   mutable unsigned int level_ = 0;
   unsigned int extraMemory_ = 0;
-  // Bytes of this box, known only between its own FixSubtree and the end of its parent's.
-  long long fixedSize_ = -1;
+  // Bytes of the children while this box is measured right behind fixing them, else -1.
+  long long fixedChildrenSize_ = -1;
 };
 
 // A box with a version and flags (clause 4.2).

@@ -54,6 +54,7 @@ HRESULT CDataMemBox::GetDataImpl(unsigned char*& out, unsigned int& rest) const 
 }
 
 HRESULT CFreeBox::SetBinaryData(const unsigned char* bytes, unsigned int length) {
+  RETURN_IF(bytes == nullptr && length != 0, E_POINTER);
   RETURN_IF_NOT_OK(SetBinaryDataSize(length));
   if (length != 0) std::memcpy(data, bytes, length);
   return S_OK;

@@ -26,9 +26,12 @@ class CDataMemBox : public CBox {
 };
 
 // "free": padding (ISO/IEC 14496-12, clause 8.1.2). Its setters keep a block even for a size of 0.
+// As with AllocSize, the header is right only after FixParam.
 class CFreeBox : public CDataMemBox {
  public:
+  // Copies the bytes, which must not be this box's own. E_POINTER for null with a length.
   [[nodiscard]] HRESULT SetBinaryData(const unsigned char* bytes, unsigned int length);
+  // Zero bytes.
   [[nodiscard]] HRESULT SetBinaryDataSize(unsigned int length);
 };
 
