@@ -148,6 +148,16 @@ HRESULT CBoxFactory::CreateSupporedBox(unsigned int type, CBox** box) {
   return result;
 }
 
+std::vector<unsigned int> CBoxFactory::KnownTypes() {
+  std::vector<unsigned int> types;
+  for (const std::span<const Row> table :
+       {std::span<const Row>(kAvcTable), std::span<const Row>(kMp4Table),
+        std::span<const Row>(kIsomTable), std::span<const Row>(kEtcTable)}) {
+    for (const Row& row : table) types.push_back(row.type);
+  }
+  return types;
+}
+
 HRESULT CBoxFactory::CreateDataMemBox(unsigned int type, CBox** box) {
   RETURN_IF(box == nullptr, E_POINTER);
   const HRESULT known = CreateSupporedBox(type, box);

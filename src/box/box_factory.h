@@ -3,6 +3,7 @@
 #pragma once
 
 #include <type_traits>
+#include <vector>
 
 #include "box/box.h"
 
@@ -25,6 +26,9 @@ class CBoxFactory {
   [[nodiscard]] static HRESULT CreateMp4Box(unsigned int type, CBox** box);
   [[nodiscard]] static HRESULT CreateIsomBox(unsigned int type, CBox** box);
   [[nodiscard]] static HRESULT CreateEtcBox(unsigned int type, CBox** box);
+
+  // The types of all four groups.
+  static std::vector<unsigned int> KnownTypes();
 
   // Makes an entry of "stsd" below a media box of that handler type. A known type gets its own
   // class, even one that is no entry; an unknown one gets the entry class of the handler, with a

@@ -46,10 +46,10 @@ class CVisualSampleEntry : public CRecordBox<CSampleEntry, _tagVISUAL_SAMPLE_ENT
 // "mp4v" (ISO/IEC 14496-14, clause 5.6), with children.
 class CMp4VisualSampleEntry : public CParentBox<CVisualSampleEntry> {};
 
-// "avc1" (ISO/IEC 14496-15, clause 5.4.2), with children.
+// "avc1" (ISO/IEC 14496-15, clause 5.4), with children.
 class CAvcSampleEntry : public CParentBox<CVisualSampleEntry> {};
 
-// "avcp" (ISO/IEC 14496-15, clause 5.4.3). No children.
+// "avcp" (ISO/IEC 14496-15, clause 5.4). No children.
 class CAvcParameterSampleEntry : public CVisualSampleEntry {};
 
 struct _tagAUDIO_SAMPLE_ENTRY {

@@ -38,8 +38,6 @@ HRESULT CViewEntry::GetData(unsigned char*& out, unsigned int& rest) const {
   return QUIRVA::PutArray<QUIRVA::be16>(out, rest, refViewIds);
 }
 
-CViewIdentifierBox::CViewIdentifierBox() = default;
-
 CViewIdentifierBox::~CViewIdentifierBox() { QUIRVA::DeletePointerList(entries, 0); }
 
 void CViewIdentifierBox::Reset() {

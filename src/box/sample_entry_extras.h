@@ -84,11 +84,10 @@ struct _tagVIEW_IDENTIFIER_BOX {
 };
 static_assert(sizeof(_tagVIEW_IDENTIFIER_BOX) == 3);
 
-// "vwid" (ISO/IEC 14496-15, clause 7.5.2). The number of views is not brought up to date with the
+// "vwid" (ISO/IEC 14496-15, clause 7.5). The number of views is not brought up to date with the
 // list. E_POINTER where a null entry would be measured or written.
 class CViewIdentifierBox : public CRecordBox<CFullBox, _tagVIEW_IDENTIFIER_BOX> {
  public:
-  CViewIdentifierBox();
   ~CViewIdentifierBox() override;
   void Reset() override;
   [[nodiscard]] HRESULT SetDataImpl(const unsigned char*& in, unsigned int& rest) override;

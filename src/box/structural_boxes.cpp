@@ -68,8 +68,6 @@ HRESULT PutText(unsigned char*& out, unsigned int& rest, const std::string& text
 
 }  // namespace
 
-CTrackReferenceTypeBox::CTrackReferenceTypeBox() = default;
-
 void CTrackReferenceTypeBox::Reset() { trackId = 0; }
 
 HRESULT CTrackReferenceTypeBox::SetDataImpl(const unsigned char*& in, unsigned int& rest) {
@@ -95,8 +93,6 @@ HRESULT CTrackReferenceTypeBox::GetDataImpl(unsigned char*& out, unsigned int& r
   RETURN_IF_NOT_OK(CBox::GetDataImpl(out, rest));
   return QUIRVA::PutNumber<QUIRVA::be32>(out, rest, trackId);
 }
-
-CEditListBox::CEditListBox() = default;
 
 void CEditListBox::Reset() {
   entries.clear();
@@ -206,8 +202,6 @@ HRESULT CDataReferenceBox::SetDataImpl(const unsigned char*& in, unsigned int& r
   return SetChildrenData(in, rest, restBefore - rest);
 }
 
-CDataEntryUrlBox::CDataEntryUrlBox() = default;
-
 void CDataEntryUrlBox::Reset() {
   location.clear();
   CFullBox::Reset();
@@ -231,8 +225,6 @@ HRESULT CDataEntryUrlBox::GetDataImpl(unsigned char*& out, unsigned int& rest) c
   RETURN_IF_NOT_OK(CFullBox::GetDataImpl(out, rest));
   return PutText(out, rest, location);
 }
-
-CDataEntryUrnBox::CDataEntryUrnBox() = default;
 
 void CDataEntryUrnBox::Reset() {
   name.clear();

@@ -17,14 +17,13 @@ class CMediaInformationBox : public CListBox {};  // "minf" (clause 8.4.4)
 class CEditBox : public CListBox {};              // "edts" (clause 8.6.5)
 class CDataInformationBox : public CListBox {};   // "dinf" (clause 8.7.1)
 
-// "nmhd" (clause 12.2.2 and others): media of a kind without a header of its own.
+// "nmhd" (clause 8.4.5.2): media of a kind without a header of its own.
 class CNullMediaHeaderBox : public CFullBox {};
 
 // A child of "tref" (clause 8.3.3) that names one track. Made on demand only: children of a parsed
 // "tref" stay opaque.
 class CTrackReferenceTypeBox : public CBox {
  public:
-  CTrackReferenceTypeBox();
   // Clears the identifier alone; the header stays.
   void Reset() override;
   // Takes 4 bytes. The identifier becomes the last 4 bytes of the whole input, not of this box.
@@ -47,7 +46,6 @@ struct _tagEDIT_LIST_ENTRY {
 // neither sign-extended on reading nor tested for overflow on writing.
 class CEditListBox : public CFullBox {
  public:
-  CEditListBox();
   void Reset() override;
   // Of a table shorter than its count the whole entries are kept, with S_FALSE.
   [[nodiscard]] HRESULT SetDataImpl(const unsigned char*& in, unsigned int& rest) override;
@@ -105,7 +103,6 @@ class CDataReferenceBox : public CEntryListBox {
 // "url " (clause 8.7.2). Flag 1 of the full box says that the media is in the same file.
 class CDataEntryUrlBox : public CFullBox {
  public:
-  CDataEntryUrlBox();
   void Reset() override;
   [[nodiscard]] HRESULT SetDataImpl(const unsigned char*& in, unsigned int& rest) override;
   [[nodiscard]] HRESULT GetDataSizeImpl(long long* total) const override;
@@ -118,7 +115,6 @@ class CDataEntryUrlBox : public CFullBox {
 // though the box itself ends earlier, so the box grows when it is written again.
 class CDataEntryUrnBox : public CFullBox {
  public:
-  CDataEntryUrnBox();
   void Reset() override;
   // E_OUTOFMEMORY if the names of one tree would exceed kMostExtraMemory.
   [[nodiscard]] HRESULT SetDataImpl(const unsigned char*& in, unsigned int& rest) override;

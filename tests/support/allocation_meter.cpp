@@ -1,0 +1,47 @@
+#include "support/allocation_meter.h"
+
+#include <malloc.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+struct Counters {
+  bool active;
+  long long held;
+  long long peak;
+  std::size_t count;
+};
+thread_local Counters counters{};
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  void* block = std::malloc(size != 0 ? size : 1);
+  if (block == nullptr) throw std::bad_alloc();
+  if (counters.active) {
+    counters.held += static_cast<long long>(malloc_usable_size(block));
+    counters.peak = std::max(counters.peak, counters.held);
+    ++counters.count;
+  }
+  return block;
+}
+
+void operator delete(void* block) noexcept {
+  if (block != nullptr && counters.active)
+    counters.held -= static_cast<long long>(malloc_usable_size(block));
+  std::free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
+
+namespace support {
+
+AllocationMeter::AllocationMeter() { counters = {true, 0, 0, 0}; }
+AllocationMeter::~AllocationMeter() { counters.active = false; }
+std::size_t AllocationMeter::Peak() const { return static_cast<std::size_t>(counters.peak); }
+std::size_t AllocationMeter::Count() const { return counters.count; }
+
+}  // namespace support
