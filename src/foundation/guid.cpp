@@ -2,21 +2,7 @@
 
 #include <cstring>
 
-#include "foundation/big_endian.h"
-
 namespace QUIRVA {
-
-namespace {
-
-struct WireGuid {
-  be32 first;
-  be16 second;
-  be16 third;
-  unsigned char last[8];
-};
-static_assert(sizeof(WireGuid) == 16);
-
-}  // namespace
 
 _GUID BigEndianToGuid(const unsigned char* bytes, unsigned int /*size*/) {
   WireGuid wire;
@@ -24,6 +10,15 @@ _GUID BigEndianToGuid(const unsigned char* bytes, unsigned int /*size*/) {
   _GUID guid{wire.first, wire.second, wire.third, {}};
   std::memcpy(guid.Data4, wire.last, sizeof guid.Data4);
   return guid;
+}
+
+WireGuid GuidToBigEndian(const _GUID& id) {
+  WireGuid wire;
+  wire.first = static_cast<std::uint32_t>(id.Data1);
+  wire.second = id.Data2;
+  wire.third = id.Data3;
+  std::memcpy(wire.last, id.Data4, sizeof wire.last);
+  return wire;
 }
 
 }  // namespace QUIRVA

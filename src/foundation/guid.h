@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "foundation/big_endian.h"
+
 // A plain record, compared and passed by value. All zero means that there is none.
 struct _GUID {
   unsigned long Data1;    // first group; only the low 32 bits are ever used
@@ -24,5 +26,16 @@ namespace QUIRVA {
 // The identifier that 16 bytes of a file spell, first group first, big-endian. Reads 16 bytes
 // whatever `size` says.
 _GUID BigEndianToGuid(const unsigned char* bytes, unsigned int size);
+
+// An identifier as it stands in a file.
+struct WireGuid {
+  be32 first;
+  be16 second;
+  be16 third;
+  unsigned char last[8];
+};
+static_assert(sizeof(WireGuid) == 16);
+
+WireGuid GuidToBigEndian(const _GUID& id);
 
 }  // namespace QUIRVA

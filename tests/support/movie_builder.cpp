@@ -35,6 +35,7 @@ std::uint32_t Count(std::size_t n) { return static_cast<std::uint32_t>(n); }
 
 // Bytes of sample number `index`: no two samples of a test are alike by accident.
 Bytes SampleBytes(const Track& track, std::size_t index) {
+  if (!track.samples.empty()) return track.samples[index];
   Bytes bytes(track.sampleSizes[index]);
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     bytes[i] = static_cast<unsigned char>(track.mediaSeed * 37 + track.id * 101 + index * 7 + i);
@@ -134,8 +135,9 @@ Bytes TrackBox(const Track& track, const std::vector<std::uint64_t>& offsets) {
   const Bytes mediaHeader =
       FullBox("mdhd", version, 0,
               {Times(wide, 0, track.timeScale, false, track.mediaDuration), U16(0x55C4), U16(0)});
-  const Bytes kind = track.handler == "soun" ? FullBox("smhd", 0, 0, {Zeros(4)})
-                                             : FullBox("vmhd", 0, 1, {Zeros(8)});
+  const Bytes kind = track.handler == "soun"   ? FullBox("smhd", 0, 0, {Zeros(4)})
+                     : track.handler == "vide" ? FullBox("vmhd", 0, 1, {Zeros(8)})
+                                               : FullBox("nmhd", 0, 0);
   return Box(
       "trak",
       {track.withTrackHeader ? header : Bytes(), EditBox(track),
@@ -185,6 +187,23 @@ Track AudioTrack(std::uint32_t samples, std::uint32_t id) {
   track.movieDuration = static_cast<std::uint32_t>(track.mediaDuration * 600 / 48000);
   for (std::uint32_t i = 0; i < samples; ++i) track.sampleSizes.push_back(10 + i % 3);
   track.samplesPerChunk = 6;
+  return track;
+}
+
+Track TimecodeTrack(const std::vector<Bytes>& samples, std::uint32_t id, std::uint32_t flags,
+                    std::uint8_t framesPerSecond) {
+  const std::uint32_t count = Count(samples.size());
+  Track track;
+  track.id = id;
+  track.handler = "tmcd";
+  track.sampleEntry = Box("tmcd", {Zeros(6), U16(1), U32(0), U32(flags), U32(30000), U32(1000),
+                                   U8(framesPerSecond), U8(0)});
+  track.stts = {{count, 1000}};
+  track.mediaDuration = std::uint64_t{count} * 1000;
+  track.movieDuration = count * 20;
+  for (const Bytes& sample : samples) track.sampleSizes.push_back(Count(sample.size()));
+  track.samplesPerChunk = std::max(count, 1u);
+  track.samples = samples;
   return track;
 }
 

@@ -40,6 +40,7 @@ struct Track {
   Bytes extraTrackBoxes;        // appended to "trak"
   Bytes extraTableBoxes;        // appended to "stbl"
   unsigned char mediaSeed = 1;  // makes the bytes of the samples differ between tracks and clips
+  std::vector<Bytes> samples;   // their bytes, where the seed is not to make them
 
   std::size_t SampleCount() const { return sampleSizes.size(); }
 };
@@ -48,6 +49,9 @@ struct Track {
 Track VideoTrack(std::uint32_t samples, std::uint32_t id = 1);
 // 1024 samples of 48 kHz a frame, "mp4a".
 Track AudioTrack(std::uint32_t samples, std::uint32_t id = 2);
+// A timecode at one frame a sample, 4 bytes each as a rule, all in one chunk.
+Track TimecodeTrack(const std::vector<Bytes>& samples, std::uint32_t id = 3,
+                    std::uint32_t flags = 0, std::uint8_t framesPerSecond = 30);
 Bytes AvcEntry(const Bytes& configuration = Hex("01640028FFE1000467640028 01000468EE3CB0"));
 Bytes AudioEntry();
 

@@ -1,0 +1,25 @@
+#include "foundation/guid.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "support/bytes.h"
+
+namespace QUIRVA {
+namespace {
+
+TEST(GuidToBigEndian, IsTheInverseOfBigEndianToGuid) {
+  const support::Bytes bytes = support::Hex("85C0B687 820F 11E0 8111F4CE462B6A48");
+  const WireGuid wire = GuidToBigEndian(BigEndianToGuid(bytes.data(), 16));
+  EXPECT_EQ(0, std::memcmp(bytes.data(), &wire, 16));
+}
+
+TEST(GuidToBigEndian, CutsTheFirstGroupTo32Bits) {
+  _GUID wide{};
+  wide.Data1 = static_cast<unsigned long>(0x1122334455667788ull);
+  EXPECT_EQ(0x55667788u, GuidToBigEndian(wide).first);
+}
+
+}  // namespace
+}  // namespace QUIRVA
