@@ -28,6 +28,8 @@ class ComPtr {
     if (Interface* old = std::exchange(pointer_, pointer); old != nullptr) old->Release();
   }
   void Reset() { Attach(nullptr); }
+  // Hands the reference over to the caller.
+  Interface* Detach() { return std::exchange(pointer_, nullptr); }
 
   // Stands for an out-argument: factory.CreateInstance(iid, pointer.Receive()). What it held is
   // given back, and the reference that comes out is owned at the end of the full expression.

@@ -1,5 +1,6 @@
 #include "foundation/guid.h"
 
+#include <cstdio>
 #include <cstring>
 
 namespace QUIRVA {
@@ -19,6 +20,14 @@ WireGuid GuidToBigEndian(const _GUID& id) {
   wire.third = id.Data3;
   std::memcpy(wire.last, id.Data4, sizeof wire.last);
   return wire;
+}
+
+std::string GuidText(const _GUID& id) {
+  char text[37];
+  std::snprintf(text, sizeof text, "%08lx-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x",
+                id.Data1 & 0xFFFFFFFF, id.Data2, id.Data3, id.Data4[0], id.Data4[1], id.Data4[2],
+                id.Data4[3], id.Data4[4], id.Data4[5], id.Data4[6], id.Data4[7]);
+  return text;
 }
 
 }  // namespace QUIRVA

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "foundation/big_endian.h"
 
@@ -37,5 +38,8 @@ struct WireGuid {
 static_assert(sizeof(WireGuid) == 16);
 
 WireGuid GuidToBigEndian(const _GUID& id);
+
+// "85c0b687-820f-11e0-8111-f4ce462b6a48".
+std::string GuidText(const _GUID& id);
 
 }  // namespace QUIRVA

@@ -86,3 +86,13 @@ TEST(ComPtr, CopiesTakeAReferenceAndMovesDoNot) {
   }
   EXPECT_EQ(0u, object.count);
 }
+
+TEST(ComPtr, HandsItsReferenceOverWhenDetached) {
+  Counted object;
+  ComPtr<Counted> pointer;
+  HandOut(object, pointer.Receive());
+  EXPECT_EQ(&object, pointer.Detach());
+  EXPECT_FALSE(pointer);
+  EXPECT_EQ(1u, object.count);
+  EXPECT_EQ(nullptr, pointer.Detach());
+}

@@ -21,5 +21,17 @@ TEST(GuidToBigEndian, CutsTheFirstGroupTo32Bits) {
   EXPECT_EQ(0x55667788u, GuidToBigEndian(wide).first);
 }
 
+TEST(GuidText, SpellsTheGroupsWithHyphens) {
+  const _GUID id = {0x01020304, 0x0506, 0x0708, {9, 10, 11, 12, 13, 14, 15, 0xFF}};
+  EXPECT_EQ("01020304-0506-0708-090a-0b0c0d0e0fff", GuidText(id));
+  EXPECT_EQ("00000000-0000-0000-0000-000000000000", GuidText(_GUID{}));
+}
+
+TEST(GuidText, CutsTheFirstGroupTo32Bits) {
+  _GUID wide{};
+  wide.Data1 = static_cast<unsigned long>(0x1122334455667788ull);
+  EXPECT_EQ("55667788-0000-0000-0000-000000000000", GuidText(wide));
+}
+
 }  // namespace
 }  // namespace QUIRVA
