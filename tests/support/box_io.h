@@ -2,8 +2,10 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 #include "box/box.h"
+#include "box/box_factory.h"
 #include "support/bytes.h"
 #include "support/result_matchers.h"
 
@@ -16,6 +18,16 @@ inline HRESULT ParseBox(MP4G::CBox& box, const Bytes& bytes, unsigned int* left 
   const HRESULT result = box.SetData(in, rest);
   if (left != nullptr) *left = rest;
   return result;
+}
+
+// A box of class T made by the factory for the type in the bytes and parsed from them; null if any
+// step fails.
+template <class T>
+std::unique_ptr<T> Parsed(const Bytes& bytes) {
+  T* made = nullptr;
+  if (MP4G::CBoxFactory::CreateBox<T>(ReadU32(bytes, 4), &made) != S_OK) return nullptr;
+  std::unique_ptr<T> box(made);
+  return ParseBox(*box, bytes) == S_OK ? std::move(box) : nullptr;
 }
 
 // Serialises with FixParam first; empty if any step fails.
