@@ -1,0 +1,148 @@
+#include "merge/mp4_merge.h"
+
+#include <deque>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "box/header_boxes.h"
+#include "reader/movie_reader.h"
+#include "reader/sample_table_reader.h"
+#include "reader/track_reader.h"
+#include "reader/typed_views.h"
+
+namespace MP4G {
+
+namespace {
+
+// Durations and positions of a damaged file may leave 64 bits; they wrap then.
+long long Sum(long long a, long long b) {
+  return static_cast<long long>(static_cast<unsigned long long>(a) +
+                                static_cast<unsigned long long>(b));
+}
+
+long long Difference(long long a, long long b) {
+  return static_cast<long long>(static_cast<unsigned long long>(a) -
+                                static_cast<unsigned long long>(b));
+}
+
+// The tracks of an input that wait for a partner, by sample entry type, each kind in box order. A
+// track whose identifier was used is passed over, so each is looked at once however many tracks
+// there are.
+class FreeTracks {
+ public:
+  explicit FreeTracks(CMovieBox* movie) {
+    for (CTrackBox* track : CMovieBox_wr(movie).Tracks()) {
+      const CTrackReader reader(track);
+      byType_[reader.GetSampleEntryType()].push_back({track, reader.GetTrackID()});
+    }
+  }
+
+  struct Candidate {
+    CTrackBox* track;
+    unsigned int id;
+  };
+
+  // The first free track of that type; a null track if there is none.
+  Candidate First(unsigned int type) {
+    std::deque<Candidate>& queue = byType_[type];
+    while (!queue.empty() && used_.count(queue.front().id) != 0) queue.pop_front();
+    return queue.empty() ? Candidate{nullptr, 0} : queue.front();
+  }
+
+  void Use(unsigned int id) { used_.insert(id); }
+
+ private:
+  std::unordered_map<unsigned int, std::deque<Candidate>> byType_;
+  std::unordered_set<unsigned int> used_;
+};
+
+}  // namespace
+
+void CMp4Merge::Reset() { ResetAtFirst(); }
+
+void CMp4Merge::ResetAtFirst() { nextMediaPos = 0; }
+
+HRESULT CMp4Merge::ProcessFirstFile(CMp4File* file, long long mediaPos) {
+  ResetAtFirst();
+  RETURN_IF(file == nullptr, E_POINTER);
+  const long long delta = Difference(mediaPos, file->mdatPos);
+  nextMediaPos = Sum(mediaPos, file->mdatSize);
+  return RewriteOffset(file, delta);
+}
+
+HRESULT CMp4Merge::Merge(CMp4File* first, CMp4File* next) {
+  RETURN_IF(first == nullptr || next == nullptr, E_POINTER);
+  const long long delta = Difference(nextMediaPos, next->mdatPos);
+  nextMediaPos = Sum(nextMediaPos, next->mdatSize);
+  RETURN_IF_NOT_OK(RewriteOffset(next, delta));
+  return MergeMovie(first->GetMovieBox(), next->GetMovieBox());
+}
+
+HRESULT CMp4Merge::RewriteOffset(CMp4File* file, long long delta) {
+  RETURN_IF(file == nullptr, E_POINTER);
+  CMovieBox* movie = file->GetMovieBox();
+  RETURN_IF_NEGATIVE(CMovieReader(movie).ConvertChunkOffsetToChunkLargeOffset());
+  for (CTrackBox* track : CMovieBox_wr(movie).TracksByID()) {
+    CSampleTableReader reader(CTrackBox_wr(track).SampleTableBox());
+    RETURN_IF_NOT_OK(reader.RewriteChunkOffset(delta));
+  }
+  return S_OK;
+}
+
+HRESULT CMp4Merge::MergeMovie(CMovieBox* first, CMovieBox* second) {
+  const CMovieBox_wr firstView(first);
+  CMovieHeaderBox* firstHeader = firstView.MovieHeaderBox();
+  CMovieHeaderBox* secondHeader = CMovieBox_wr(second).MovieHeaderBox();
+  RETURN_IF(firstHeader == nullptr || secondHeader == nullptr, E_BAD_DATA);
+  RETURN_IF(firstHeader->recordA->timeScale != secondHeader->recordA->timeScale, MP4G_E_TIME_SCALE);
+  firstHeader->recordA->duration = firstHeader->recordA->duration + secondHeader->recordA->duration;
+  RETURN_IF(firstView.GetTrackNum() != CMovieBox_wr(second).GetTrackNum(), MP4G_E_TRACK_COUNT);
+
+  FreeTracks freeTracks(second);
+  for (CTrackBox* track : firstView.Tracks()) {
+    const auto partner = freeTracks.First(CTrackReader(track).GetSampleEntryType());
+    RETURN_IF(partner.track == nullptr, E_BAD_DATA);
+    RETURN_IF_NOT_OK(MergeTrack(track, partner.track));
+    freeTracks.Use(partner.id);
+  }
+  return S_OK;
+}
+
+HRESULT CMp4Merge::MergeTrack(CTrackBox* first, CTrackBox* second) {
+  const CTrackBox_wr firstView(first);
+  const CTrackBox_wr secondView(second);
+  CTrackHeaderBox* firstHeader = firstView.TrackHeaderBox();
+  CTrackHeaderBox* secondHeader = secondView.TrackHeaderBox();
+  RETURN_IF(firstHeader == nullptr || secondHeader == nullptr, E_BAD_DATA);
+  firstHeader->recordA->duration = firstHeader->recordA->duration + secondHeader->recordA->duration;
+
+  CMediaHeaderBox* firstMedia = firstView.MediaHeaderBox();
+  CMediaHeaderBox* secondMedia = secondView.MediaHeaderBox();
+  RETURN_IF(firstMedia == nullptr || secondMedia == nullptr, E_BAD_DATA);
+  RETURN_IF(firstMedia->recordA->timeScale != secondMedia->recordA->timeScale, MP4G_E_TIME_SCALE);
+  firstMedia->recordA->duration = firstMedia->recordA->duration + secondMedia->recordA->duration;
+
+  RETURN_IF_NEGATIVE(MergeEditListBox(firstView.EditListBox(), secondView.EditListBox()));
+
+  // Derived from the summed media duration each time, so that rounding does not add up over the
+  // inputs.
+  CTrackReader reader(first);
+  const long long mediaDuration = reader.GetMediaDuration();
+  RETURN_IF_NEGATIVE(reader.RewriteTrackDuration(reader.TrackTimeToMovieTime(mediaDuration)));
+  const HRESULT tables = MergeSampleTable(firstView.SampleTableBox(), secondView.SampleTableBox());
+  return tables == S_OK ? S_OK : MP4G_E_SAMPLE_TABLE;
+}
+
+HRESULT CMp4Merge::MergeEditListBox(CEditListBox* first, CEditListBox* second) {
+  RETURN_IF_NOT_OK(CheckBoxPointer(first, second));
+  RETURN_IF(first->entries.empty() || second->entries.empty(), E_BAD_DATA);
+  first->entries.front().segmentDuration += second->entries.front().segmentDuration;
+  return first->FixParam();
+}
+
+HRESULT CMp4Merge::CheckBoxPointer(const CBox* first, const CBox* second) const {
+  if (first == nullptr && second == nullptr) return S_FALSE;
+  return first != nullptr && second != nullptr ? S_OK : E_INVALIDARG;
+}
+
+}  // namespace MP4G
