@@ -15,7 +15,7 @@
 #include "box/structural_boxes.h"
 #include "box/top_level_boxes.h"
 #include "support/box_io.h"
-#include "support/movie_bytes.h"
+#include "support/movie_tree.h"
 
 namespace {
 
@@ -356,13 +356,15 @@ TEST_F(MovieView, CountsABoxOfTypeTrakThatIsNoTrackButFindsNothingInIt) {
 }
 
 TEST_F(MovieView, FindsTheSampleTableOfATrack) {
-  const auto parsed = support::Parsed<MP4G::CMovieBox>(
-      support::Movie(600, 0, {{.id = 5}, {.id = 6, .tables = support::Stts({{1, 2}})}}));
+  support::Track withDependencies = support::VideoTrack(2, 6);
+  withDependencies.sdtp = {1, 2};
+  const auto parsed = support::MovieTree(
+      support::MovieBuilder().Add(support::VideoTrack(1, 5)).Add(withDependencies));
   ASSERT_NE(nullptr, parsed);
   const CMovieBox_wr wr(parsed.get());
   EXPECT_EQ(CTrackBox_wr(wr.TrackBox(6)).SampleTableBox(), wr.SampleTableBox(6));
-  EXPECT_NE(nullptr, CSampleTableBox_wr(wr.SampleTableBox(6)).TimeToSampleBox());
-  EXPECT_EQ(nullptr, CSampleTableBox_wr(wr.SampleTableBox(5)).TimeToSampleBox());
+  EXPECT_NE(nullptr, CSampleTableBox_wr(wr.SampleTableBox(6)).SampleDependencyTypeBox());
+  EXPECT_EQ(nullptr, CSampleTableBox_wr(wr.SampleTableBox(5)).SampleDependencyTypeBox());
   EXPECT_EQ(nullptr, wr.SampleTableBox(7));
 }
 
