@@ -1,0 +1,261 @@
+#include "clip/vireo_mp4.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "box/data_boxes.h"
+#include "box/header_boxes.h"
+#include "clip/exif.h"
+#include "clip/mp4_util.h"
+#include "clip/timecode.h"
+#include "clip/vendor_boxes.h"
+#include "foundation/cursor.h"
+#include "reader/mp4_file.h"
+#include "reader/typed_views.h"
+
+namespace MP4G {
+
+namespace {
+
+// Where the next identifier stands in a "VRFB" with the usual header, and where it ends.
+constexpr unsigned int kNextIDOffset = 28;
+constexpr unsigned int kNextIDEnd = kNextIDOffset + sizeof(QUIRVA::WireGuid);
+
+// A JPEG stream (ISO/IEC 10918-1, annex B) that begins with Exif data (Exif 2.32, clause 4.5.4).
+// What is not tested is not named.
+struct ThumbnailHead {
+  unsigned char startOfImage[2];
+  unsigned char marker[2];
+  unsigned char length[2];
+  unsigned char name[4];
+  unsigned char zeros[2];
+};
+static_assert(sizeof(ThumbnailHead) == 12);
+constexpr unsigned char kSegmentMarker[] = {0xFF, 0xE1};
+constexpr unsigned char kSegmentName[] = {'E', 'x', 'i', 'f'};
+
+// "YYYY:MM:DD HH:MM:SS", with any separators.
+struct DateText {
+  unsigned char year[4];
+  unsigned char separator1;
+  unsigned char month[2];
+  unsigned char separator2;
+  unsigned char day[2];
+  unsigned char separator3;
+  unsigned char hour[2];
+  unsigned char separator4;
+  unsigned char minute[2];
+  unsigned char separator5;
+  unsigned char second[2];
+};
+static_assert(sizeof(DateText) == 19);
+
+// The digits as they are, whether they are digits or not, cut to the field at the end: a blank date
+// is an odd date, but not an unknown one.
+template <class Field, std::size_t count>
+Field Number(const unsigned char (&digits)[count]) {
+  int value = 0;
+  for (const unsigned char digit : digits) value = value * 10 + digit - '0';
+  return static_cast<Field>(value);
+}
+
+_tagSequenceTimedate DateOf(const DateText& text) {
+  return {Number<std::uint16_t>(text.year),  Number<std::uint8_t>(text.month),
+          Number<std::uint8_t>(text.day),    Number<std::uint8_t>(text.hour),
+          Number<std::uint8_t>(text.minute), Number<std::uint8_t>(text.second)};
+}
+
+// The camera's box, or null. Of several only the first counts.
+CBox* FindVendorBox(const CMovieBox& movie) {
+  const auto found =
+      std::find_if(movie.children.begin(), movie.children.end(), [](const CBox* child) {
+        return child != nullptr && child->header->type == FourCc("uuid") &&
+               child->GetUsertype() == VIREO_CLIP_UUID;
+      });
+  return found != movie.children.end() ? *found : nullptr;
+}
+
+// Parses a container and moves the cursor behind its header only: its first child is read from the
+// enclosing block and may run past the container's end.
+HRESULT EnterContainer(CDataMemBox& container, const unsigned char*& in, unsigned int& rest) {
+  const unsigned char* whole = in;
+  unsigned int wholeRest = rest;
+  RETURN_IF_NOT_OK(container.SetData(whole, wholeRest));
+  return QUIRVA::Skip(in, rest, container.GetBoxBaseSize());
+}
+
+}  // namespace
+
+CVireoMp4::CVireoMp4(unsigned int volumeNumber) : volume(volumeNumber) {}
+
+CVireoMp4::~CVireoMp4() = default;
+
+void CVireoMp4::Reset() {
+  ResetAtParse();
+  ResetAtRewrite();
+}
+
+void CVireoMp4::ResetAtParse() {
+  path.clear();
+  fileSize = 0;
+  uniqueID = {};
+  nextID = {};
+  preID = {};
+  isVireoStream = 0;
+  hasIDBox = 0;
+  timedate = {};
+  timecodeTrack.reset();
+}
+
+void CVireoMp4::ResetAtRewrite() {
+  rewriteMode = 0;
+  rewriteID = {};
+}
+
+HRESULT CVireoMp4::ParseFile(const wchar_t* file) {
+  ResetAtParse();
+  CMp4File source;
+  RETURN_IF_NOT_OK(source.SetFile(file));
+  CMovieBox* movie = source.GetMovieBox();
+  RETURN_IF(movie == nullptr, E_BAD_DATA);
+  RETURN_IF_NOT_OK(ParseMovieBox(movie));
+  path = file;
+  fileSize = source.fileSize;
+  return S_OK;
+}
+
+HRESULT CVireoMp4::ParseMovieBox(CMovieBox* movie) {
+  RETURN_IF(movie == nullptr, E_POINTER);
+  if (CBox* found = FindVendorBox(*movie); found != nullptr) {
+    const auto* block = dynamic_cast<CDataMemBox*>(found);
+    RETURN_IF(block == nullptr, E_UNEXPECTED);
+    RETURN_IF_NOT_OK(ParseVireoUuidBoxChildrenData(block->data, block->dataSize));
+  }
+  if (timedate == _tagSequenceTimedate{}) timedate = ObtainMovieBoxTimedate(movie);
+  return S_OK;
+}
+
+HRESULT CVireoMp4::RewriteNextID(CMovieBox* movie, _GUID id) {
+  rewriteMode = 1;
+  rewriteID = id;
+  const HRESULT result = ParseMovieBox(movie);
+  ResetAtRewrite();
+  return result;
+}
+
+_tagSequenceTimedate CVireoMp4::ObtainMovieBoxTimedate(CMovieBox* movie) {
+  const CMovieHeaderBox* header = CMovieBox_wr(movie).MovieHeaderBox();
+  if (header == nullptr) return {};
+  _tagSequenceTimedate date{};
+  CMp4Util::TranslateIsomTime(header->CreationTime(), date.year, date.month, date.day, date.hour,
+                              date.minute, date.second);
+  return date;
+}
+
+// The size field of a child is no more than the step to the next one: it has no special values, and
+// the parser of a known type is given all that is left of the block.
+HRESULT CVireoMp4::ParseVireoUuidBoxChildrenData(const unsigned char* bytes, unsigned int count) {
+  CBox peek;
+  while (count != 0) {
+    RETURN_IF_NOT_OK(peek.Set8Byte(bytes, count));
+    switch (peek.header->type) {
+      case FourCc("VRTH"):
+        RETURN_IF_NOT_OK(ParseVRTHBox(bytes, count));
+        break;
+      case FourCc("VROP"):
+        RETURN_IF_NOT_OK(ParseVROPBox(bytes, count));
+        break;
+      case FourCc("VRCV"):
+        RETURN_IF_NOT_OK(ParseVRCVBox(bytes, count));
+        break;
+      default:
+        break;
+    }
+    const unsigned int step = std::min<unsigned int>(peek.header->size, count);
+    RETURN_IF(step == 0, E_BAD_DATA);
+    RETURN_IF_NOT_OK(QUIRVA::Skip(bytes, count, step));
+  }
+  return S_OK;
+}
+
+HRESULT CVireoMp4::ParseVRCVBox(const unsigned char* bytes, unsigned int rest) {
+  RETURN_IF_NOT_OK(CVRCVBox::IsVireoStream(bytes, rest));
+  isVireoStream = 1;
+  return S_OK;
+}
+
+HRESULT CVireoMp4::ParseVRTHBox(const unsigned char* bytes, unsigned int rest) {
+  CVRTHBox container;
+  RETURN_IF_NOT_OK(EnterContainer(container, bytes, rest));
+  CVRDABox stream;
+  RETURN_IF_NOT_OK(stream.SetData(bytes, rest));
+  const HRESULT result = ParseThumbnailData(stream.data, stream.dataSize);
+  return result == S_FALSE ? E_BAD_DATA : result;
+}
+
+HRESULT CVireoMp4::ParseVROPBox(const unsigned char* bytes, unsigned int rest) {
+  CVROPBox container;
+  RETURN_IF_NOT_OK(EnterContainer(container, bytes, rest));
+  return ParseVRFBBox(bytes, rest);
+}
+
+HRESULT CVireoMp4::ParseVRFBBox(const unsigned char* bytes, unsigned int rest) {
+  const unsigned char* in = bytes;
+  unsigned int left = rest;
+  CVRFBBox identifiers;
+  RETURN_IF_NOT_OK(identifiers.SetData(in, left));
+  uniqueID = identifiers.UniqueID();
+  nextID = identifiers.NextID();
+  preID = identifiers.PreID();
+  if (rewriteMode == 1) {
+    RETURN_IF(rest < kNextIDEnd, E_BAD_DATA);
+    RETURN_IF_NOT_OK(QUIRVA::Skip(bytes, rest, kNextIDOffset));
+    // The bytes are a box's own block, seen through the parsers' read-only cursor.
+    unsigned char* out = const_cast<unsigned char*>(bytes);
+    RETURN_IF_NOT_OK(QUIRVA::Put(out, rest, QUIRVA::GuidToBigEndian(rewriteID)));
+    nextID = rewriteID;
+  }
+  hasIDBox = 1;
+  return S_OK;
+}
+
+HRESULT CVireoMp4::ParseThumbnailData(const unsigned char* bytes, unsigned int count) {
+  ThumbnailHead head;
+  RETURN_IF_NOT_OK(QUIRVA::Take(bytes, count, head));
+  RETURN_IF(std::memcmp(head.marker, kSegmentMarker, sizeof kSegmentMarker) != 0 ||
+                std::memcmp(head.name, kSegmentName, sizeof kSegmentName) != 0,
+            E_BAD_DATA);
+
+  QUIRVA::CQvExif exif;
+  RETURN_IF_NOT_OK(exif.InitLibrary());
+  RETURN_IF_NOT_OK(exif.SetExifData(bytes, count));
+  unsigned char block[EXIFL_DATE_BLOCK_SIZE] = {};
+  RETURN_IF_NOT_OK(exif.GetInfo(EXIFL_INFO_DATE_BLOCK, nullptr, 0, block, sizeof block));
+
+  const unsigned char* in = block;
+  unsigned int left = sizeof block;
+  DateText text;
+  RETURN_IF_NOT_OK(QUIRVA::Skip(in, left, EXIFL_DATE_TEXT_OFFSET));
+  RETURN_IF_NOT_OK(QUIRVA::Take(in, left, text));
+  timedate = DateOf(text);
+  return S_OK;
+}
+
+HRESULT CVireoMp4::CheckTimecodeContinuity(CVireoMp4* next) {
+  RETURN_IF(next == nullptr, E_POINTER);
+  const HRESULT own = ParseTimecodeTrack();
+  const HRESULT others = next->ParseTimecodeTrack();
+  const HRESULT both = own | others;
+  RETURN_IF_NEGATIVE(both);
+  RETURN_IF(both == S_FALSE, S_FALSE);
+  RETURN_IF(timecodeTrack == nullptr, E_POINTER);
+  return timecodeTrack->CheckTimecodeContinuity(next->timecodeTrack.get());
+}
+
+HRESULT CVireoMp4::ParseTimecodeTrack() {
+  if (timecodeTrack != nullptr) return S_OK;
+  timecodeTrack = std::make_unique<CTimecodeTrackPsr>();
+  return timecodeTrack->ParseTimecodeTrack(path.c_str());
+}
+
+}  // namespace MP4G
