@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "box/header_boxes.h"
+#include "merge/vireo_merge.h"
 #include "reader/movie_reader.h"
 #include "reader/sample_table_reader.h"
 #include "reader/track_reader.h"
@@ -90,6 +91,8 @@ HRESULT CMp4Merge::RewriteOffset(CMp4File* file, long long delta) {
 }
 
 HRESULT CMp4Merge::MergeMovie(CMovieBox* first, CMovieBox* second) {
+  // Whatever the camera's boxes are like, they never stop a merge.
+  static_cast<void>(CMergeForVireo::MergeVRFBBox(first, second));
   const CMovieBox_wr firstView(first);
   CMovieHeaderBox* firstHeader = firstView.MovieHeaderBox();
   CMovieHeaderBox* secondHeader = CMovieBox_wr(second).MovieHeaderBox();
