@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "box/box_factory.h"
+#include "reader/box_reader.h"
 
 namespace MP4G {
 
@@ -49,6 +50,15 @@ HRESULT CMp4Tree::AddBoxData(const unsigned char* data, unsigned int size, long 
   owned.release();
   made->position = position;
   return made->SetData(data, size);
+}
+
+HRESULT CMp4Tree::AddBoxData(CBox* box) {
+  RETURN_IF(box == nullptr, E_POINTER);
+  CBoxReader reader(box);
+  const unsigned char* data = nullptr;
+  unsigned int size = 0;
+  RETURN_IF_NOT_OK(reader.GetData(&data, &size));
+  return AddBoxData(data, size, 0);
 }
 
 void CMp4Tree::AddBoxType(unsigned int type) { boxes.push_back({type, nullptr}); }

@@ -29,6 +29,8 @@ class CMp4Tree {
   // 8 bytes. A box that fails to parse stays in the tree, half-built, until the next ResetTree.
   [[nodiscard]] HRESULT AddBoxData(const unsigned char* data, unsigned int size,
                                    long long position);
+  // Appends a copy of a box, which is fixed up first and stays with the caller. E_POINTER for null.
+  [[nodiscard]] HRESULT AddBoxData(CBox* box);
   // Appends a record without a box.
   void AddBoxType(unsigned int type);
 
