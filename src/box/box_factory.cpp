@@ -5,6 +5,7 @@
 #include <span>
 
 #include "box/data_boxes.h"
+#include "box/es_descriptor_box.h"
 #include "box/fragment_boxes.h"
 #include "box/header_boxes.h"
 #include "box/sample_entries.h"
@@ -38,7 +39,7 @@ constexpr Row kAvcTable[] = {
 };
 
 constexpr Row kMp4Table[] = {
-    {FourCc("esds"), Make<CDataMemBox>},
+    {FourCc("esds"), Make<CESDBox>},
     {FourCc("mp4a"), Make<CMp4AudioSampleEntry>},
     {FourCc("mp4v"), Make<CMp4VisualSampleEntry>},
 };
@@ -112,6 +113,15 @@ HRESULT Finish(std::unique_ptr<CBox> box, unsigned int type, CBox** result) {
   RETURN_IF_NOT_OK(box->Init());
   box->SetClassType(type);
   *result = box.release();
+  return S_OK;
+}
+
+template <class Descriptor>
+HRESULT FinishDescriptor(std::unique_ptr<Descriptor> descriptor, unsigned char tag,
+                         Descriptor** result) {
+  RETURN_IF_NOT_OK(descriptor->Init());
+  descriptor->tag = tag;
+  *result = descriptor.release();
   return S_OK;
 }
 
@@ -194,6 +204,44 @@ HRESULT CBoxFactory::CreateSampleEntryImpl(unsigned int type, unsigned int handl
 HRESULT CBoxFactory::CreateTrackReferenceTypeBoxImpl(unsigned int type, CBox** box) {
   RETURN_IF(box == nullptr, E_POINTER);
   return Finish(std::make_unique<CTrackReferenceTypeBox>(), type, box);
+}
+
+HRESULT CBoxFactory::CreateDescriptorImpl(unsigned char tag, CBaseDescriptor** descriptor) {
+  RETURN_IF(descriptor == nullptr, E_POINTER);
+  std::unique_ptr<CBaseDescriptor> made;
+  switch (tag) {
+    case kEsDescriptorTag:
+      made = std::make_unique<CEsDescriptor>();
+      break;
+    case kDecoderConfigDescriptorTag:
+      made = std::make_unique<CDecoderConfigDescriptor>();
+      break;
+    case kDecoderSpecificInfoTag:
+      made = std::make_unique<CDecoderSpecificInfo>();
+      break;
+    case kSlConfigDescriptorTag:
+      made = std::make_unique<CSLConfigDescriptor>();
+      break;
+    default:
+      made = std::make_unique<CUnknownDescriptor>();
+  }
+  return FinishDescriptor(std::move(made), tag, descriptor);
+}
+
+HRESULT CBoxFactory::CreateSpecificInfoImpl(unsigned char objectType, CDecoderSpecificInfo** info) {
+  RETURN_IF(info == nullptr, E_POINTER);
+  std::unique_ptr<CDecoderSpecificInfo> made;
+  switch (objectType) {
+    case kVisualObjectType:
+      made = std::make_unique<CVideoSpecificConfig>();
+      break;
+    case kAudioObjectType:
+      made = std::make_unique<CAudioSpecificConfig>();
+      break;
+    default:
+      made = std::make_unique<CDecoderSpecificInfo>();
+  }
+  return FinishDescriptor(std::move(made), kDecoderSpecificInfoTag, info);
 }
 
 }  // namespace MP4G

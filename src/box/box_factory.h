@@ -1,5 +1,5 @@
-// Maps four-character codes to the classes that parse them: the one place that knows which types
-// the engine understands.
+// Maps four-character codes to box classes and tags to descriptor classes: the one place that knows
+// what the engine understands.
 #pragma once
 
 #include <type_traits>
@@ -8,6 +8,9 @@
 #include "box/box.h"
 
 namespace MP4G {
+
+class CBaseDescriptor;
+class CDecoderSpecificInfo;
 
 // All operations are static and give the new object to the caller. E_POINTER: the place for the
 // result is null. A failure of the object's Init deletes it again.
@@ -41,6 +44,18 @@ class CBoxFactory {
   // Makes a CTrackReferenceTypeBox whatever the type.
   [[nodiscard]] static HRESULT CreateTrackReferenceTypeBoxImpl(unsigned int type, CBox** box);
 
+  // Makes a descriptor of any tag. For T other than CBaseDescriptor the class must fit, else
+  // E_POINTER and a null result.
+  template <class T>
+  [[nodiscard]] static HRESULT CreateDescriptor(unsigned char tag, T** descriptor);
+  [[nodiscard]] static HRESULT CreateDescriptorImpl(unsigned char tag,
+                                                    CBaseDescriptor** descriptor);
+  // Makes the specific info, with tag 5, of a decoder configuration of that object type.
+  template <class T>
+  [[nodiscard]] static HRESULT CreateSpecificInfo(unsigned char objectType, T** info);
+  [[nodiscard]] static HRESULT CreateSpecificInfoImpl(unsigned char objectType,
+                                                      CDecoderSpecificInfo** info);
+
  private:
   template <class T, class Base>
   [[nodiscard]] static HRESULT GiveAs(Base* object, T** target);
@@ -71,6 +86,22 @@ HRESULT CBoxFactory::CreateSampleEntry(unsigned int type, unsigned int handlerTy
   CBox* made = nullptr;
   RETURN_IF_NOT_OK(CreateSampleEntryImpl(type, handlerType, &made));
   return GiveAs(made, box);
+}
+
+template <class T>
+HRESULT CBoxFactory::CreateDescriptor(unsigned char tag, T** descriptor) {
+  RETURN_IF(descriptor == nullptr, E_POINTER);
+  CBaseDescriptor* made = nullptr;
+  RETURN_IF_NOT_OK(CreateDescriptorImpl(tag, &made));
+  return GiveAs(made, descriptor);
+}
+
+template <class T>
+HRESULT CBoxFactory::CreateSpecificInfo(unsigned char objectType, T** info) {
+  RETURN_IF(info == nullptr, E_POINTER);
+  CDecoderSpecificInfo* made = nullptr;
+  RETURN_IF_NOT_OK(CreateSpecificInfoImpl(objectType, &made));
+  return GiveAs(made, info);
 }
 
 }  // namespace MP4G
