@@ -4,6 +4,7 @@
 #include <memory>
 #include <span>
 
+#include "box/avc_configuration.h"
 #include "box/data_boxes.h"
 #include "box/es_descriptor_box.h"
 #include "box/fragment_boxes.h"
@@ -30,12 +31,9 @@ CBox* Make() {
 
 // Each table is sorted by type; a new box is one row.
 constexpr Row kAvcTable[] = {
-    {FourCc("avc1"), Make<CAvcSampleEntry>},
-    {FourCc("avcC"), Make<CDataMemBox>},
-    {FourCc("avcp"), Make<CAvcParameterSampleEntry>},
-    {FourCc("btrt"), Make<CMpeg4BitRateBox>},
-    {FourCc("mvcC"), Make<CDataMemBox>},
-    {FourCc("vwid"), Make<CViewIdentifierBox>},
+    {FourCc("avc1"), Make<CAvcSampleEntry>},          {FourCc("avcC"), Make<CAvcConfigurationBox>},
+    {FourCc("avcp"), Make<CAvcParameterSampleEntry>}, {FourCc("btrt"), Make<CMpeg4BitRateBox>},
+    {FourCc("mvcC"), Make<CMvcConfigurationBox>},     {FourCc("vwid"), Make<CViewIdentifierBox>},
 };
 
 constexpr Row kMp4Table[] = {
