@@ -1,10 +1,13 @@
 #include "foundation/buffers.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <new>
 #include <utility>
+
+#include "foundation/platform/pages.h"
 
 namespace QUIRVA {
 
@@ -12,13 +15,26 @@ namespace {
 
 constexpr unsigned int kLargest = std::numeric_limits<unsigned int>::max();
 
+// From here on a block is pages of its own. The C allocator would clear a large block that it has
+// given out before, whether or not it is used.
+constexpr std::size_t kPageBlockSize = 1024 * 1024;
+
 }  // namespace
+
+void FreeBlock::operator()(unsigned char* block) const {
+  if (pageBytes != 0) {
+    FreePages(block, pageBytes);
+  } else {
+    std::free(block);
+  }
+}
 
 MemoryBlock MakeZeroedBlock(std::size_t size) {
   if (size == 0) return nullptr;
-  void* block = std::calloc(size, 1);
+  const std::size_t pageBytes = size >= kPageBlockSize ? size : 0;
+  void* block = pageBytes != 0 ? AllocatePages(size) : std::calloc(size, 1);
   if (block == nullptr) throw std::bad_alloc();
-  return MemoryBlock(static_cast<unsigned char*>(block));
+  return MemoryBlock(static_cast<unsigned char*>(block), FreeBlock{pageBytes});
 }
 
 // A copy of an empty buffer is empty: the refusal to take no bytes says the same.

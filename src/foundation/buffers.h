@@ -1,17 +1,18 @@
 // Three byte buffers: a sized block, a block that grows by appending, and a queue of bytes.
 #pragma once
 
-#include <cstdlib>
+#include <cstddef>
 #include <memory>
 
 #include "foundation/com.h"
 
 namespace QUIRVA {
 
+// Gives a block back to where it came from.
 struct FreeBlock {
-  void operator()(unsigned char* block) const { std::free(block); }
+  std::size_t pageBytes = 0;  // the size of a block of pages; 0 for one of the C allocator
+  void operator()(unsigned char* block) const;
 };
-// A block of bytes from the C allocator.
 using MemoryBlock = std::unique_ptr<unsigned char[], FreeBlock>;
 
 // A block of `size` zero bytes whose pages are not touched before they are used; null for size 0.

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
+#include <new>
 
 #include "support/bytes.h"
 #include "support/result_matchers.h"
@@ -185,6 +187,35 @@ TEST(SimpleBuffer, CopyConstructedFromAnEmptyOneIsEmpty) {
   const CSimpleBuffer made(empty);
   EXPECT_EQ(nullptr, made.GetData());
   EXPECT_EQ(0u, made.GetSize());
+}
+
+TEST(ZeroedBlock, IsZeroWhateverWasThereBefore) {
+  for (const std::size_t size : {1u, 1000u, 1u << 20, (1u << 20) + 1, 16u << 20}) {
+    for (int turn = 0; turn < 2; ++turn) {
+      const MemoryBlock block = MakeZeroedBlock(size);
+      EXPECT_TRUE(std::all_of(block.get(), block.get() + size,
+                              [](unsigned char byte) { return byte == 0; }));
+      std::fill_n(block.get(), size, static_cast<unsigned char>(0xFF));
+    }
+  }
+  EXPECT_EQ(nullptr, MakeZeroedBlock(0));
+}
+
+TEST(ZeroedBlock, ThrowsWithoutMemory) {
+  const auto tooMuch = static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max());
+  EXPECT_THROW(MakeZeroedBlock(tooMuch), std::bad_alloc);
+}
+
+TEST(CustomBuffer, GrowsFromASmallBlockToALargeOne) {
+  CustomBuffer buffer;
+  const Bytes bytes = Fill(700000, 0xAB);
+  ASSERT_OK(Add(buffer, bytes));
+  ASSERT_OK(Add(buffer, bytes));
+  EXPECT_EQ(1400000u, buffer.GetCapacity());
+  EXPECT_EQ(bytes + bytes, Contents(buffer));
+  ASSERT_OK(buffer.Allocate(16 << 20));
+  EXPECT_EQ(bytes + bytes, Contents(buffer));
+  EXPECT_EQ(0, buffer.GetData()[1400000]);
 }
 
 TEST(CustomBuffer, StartsEmpty) {

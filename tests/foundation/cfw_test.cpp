@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
@@ -194,6 +195,44 @@ TEST_F(Cfw, TransfersLargeBlocksWhole) {
     EXPECT_EQ(bytes.size() - 1, Read(file, bytes.size()).size());
   }
   EXPECT_EQ(bytes, support::ReadFile(At("large")));
+}
+
+TEST_F(Cfw, LargeWritesLeaveAFileOfExactlyTheirBytes) {
+  const Bytes block = Pattern(5 * 1024 * 1024);
+  {
+    const Handle file(At("large"), kWrite);
+    EXPECT_EQ(0, Write(file, block, static_cast<long long>(block.size())));
+    EXPECT_EQ(static_cast<long long>(block.size()), Size(file));
+    EXPECT_EQ(0, Write(file, Text("tail"), 4));
+  }
+  EXPECT_EQ(support::Join({block, Text("tail")}), support::ReadFile(At("large")));
+  struct stat status;
+  ASSERT_EQ(0, ::stat(At("large").c_str(), &status));
+  EXPECT_LT(status.st_blocks * 512, 6 * 1024 * 1024) << "space reserved ahead was not given back";
+}
+
+TEST_F(Cfw, LargeWritesIntoALargerFileKeepWhatIsBehindThem) {
+  const Bytes before = Pattern(3 * 1024 * 1024);
+  support::WriteFile(At("large"), before);
+  const Bytes block = support::Fill(2 * 1024 * 1024, 0xAA);
+  {
+    const Handle file(At("large"), kWrite);
+    EXPECT_EQ(0, Write(file, block, static_cast<long long>(block.size())));
+  }
+  Bytes expected = before;
+  std::copy(block.begin(), block.end(), expected.begin());
+  EXPECT_EQ(expected, support::ReadFile(At("large")));
+}
+
+TEST_F(Cfw, CuttingAfterALargeWriteHolds) {
+  const Bytes block = Pattern(2 * 1024 * 1024);
+  {
+    const Handle file(At("large"), kWrite);
+    EXPECT_EQ(0, Write(file, block, static_cast<long long>(block.size())));
+    ASSERT_EQ(0, CFWSetFilePointer(file, 100, 1));
+    EXPECT_EQ(0, CFWSetEOF(file));
+  }
+  EXPECT_EQ(Bytes(block.begin(), block.begin() + 100), support::ReadFile(At("large")));
 }
 
 TEST_F(Cfw, AReadThatFailsGivesNothing) {
