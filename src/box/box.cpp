@@ -254,7 +254,11 @@ HRESULT CBox::AddChildBox(unsigned int code) {
 }
 
 std::list<CBox*>::iterator CBox::InsertChildBox(std::list<CBox*>::iterator where, CBox* child) {
-  return child != nullptr ? children.insert(where, child) : children.end();
+  if (child == nullptr) return children.end();
+  std::unique_ptr<CBox> owned(child);
+  const auto place = children.insert(where, child);
+  owned.release();
+  return place;
 }
 
 std::list<CBox*>::iterator CBox::RemoveChildBox(CBox* child) {
