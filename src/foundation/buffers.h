@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "foundation/com.h"
+#include "foundation/export.h"
 
 namespace QUIRVA {
 
@@ -87,7 +88,7 @@ class CustomBuffer {
 // A queue of bytes: in at the tail, out at the head. Growing takes an eighth more than asked for;
 // the room in front of a moved head is reclaimed only when the data would reach the end of the
 // block. Sizes that leave 32 bits, the eighth included, give E_OUTOFMEMORY and change nothing.
-class QvMemBuffer {
+class CLIPCHAIN_API QvMemBuffer {
  public:
   explicit QvMemBuffer(unsigned int size);  // makes room for `size` bytes if there is memory
   ~QvMemBuffer();

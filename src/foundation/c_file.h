@@ -3,11 +3,12 @@
 
 #include <cstdio>
 
+#include "foundation/export.h"
 #include "foundation/result.h"
 
 namespace QUIRVA {
 
-class CFile_c {
+class CLIPCHAIN_API CFile_c {
  public:
   CFile_c() = default;
   virtual ~CFile_c();

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/export.h"
+
 namespace QUIRVA {
 
 // The longest text, in units of the target, that comes out of a conversion by the locale.
@@ -59,8 +61,8 @@ class CMacChar {
 // File names are bytes, which need not be text. The two functions are inverse on every sequence of
 // bytes, whatever the locale: UTF-8 becomes code points, and a byte that is no part of UTF-8
 // becomes U+DC80 to U+DCFF, code points that no text contains.
-std::wstring WidePathFromBytes(std::string_view bytes);
+CLIPCHAIN_API std::wstring WidePathFromBytes(std::string_view bytes);
 // Nothing if a character is no code point that the bytes of a path can stand for.
-std::optional<std::string> PathBytesFromWide(std::wstring_view path);
+CLIPCHAIN_API std::optional<std::string> PathBytesFromWide(std::wstring_view path);
 
 }  // namespace QUIRVA

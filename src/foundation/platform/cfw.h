@@ -7,6 +7,8 @@
 #ifndef CLIPCHAIN_FOUNDATION_PLATFORM_CFW_H_
 #define CLIPCHAIN_FOUNDATION_PLATFORM_CFW_H_
 
+#include "foundation/export.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -15,44 +17,46 @@ extern "C" {
  * and leave the contents of one that is there: writing starts at its first byte. Null on failure,
  * for any other access, and for what has no position to read or write at: folders, pipes, sockets.
  */
-void* CFWCreateFile(const char* location, unsigned int access);
+CLIPCHAIN_API void* CFWCreateFile(const char* location, unsigned int access);
 
 /* Flushes what was written to the disk and closes. The handle is gone in any case; -1 says that the
  * disk did not take everything. */
-int CFWCloseHandle(void* handle);
+CLIPCHAIN_API int CFWCloseHandle(void* handle);
 
 /* Reads up to `count` bytes, fewer only at the end of the file. `*read`: the bytes that came, 0 on
  * failure; untouched for a null handle. */
-int CFWReadFile(void* handle, void* buffer, unsigned long long count, long long* read);
+CLIPCHAIN_API int CFWReadFile(void* handle, void* buffer, unsigned long long count,
+                              long long* read);
 
 /* Writes all `count` bytes. Answers 6 for a null handle, and the negated errno of a write that
  * failed. `*written`: `count`, or 0 on failure; untouched for a null handle. */
-int CFWWriteFile(void* handle, const void* buffer, unsigned long long count, long long* written);
+CLIPCHAIN_API int CFWWriteFile(void* handle, const void* buffer, unsigned long long count,
+                               long long* written);
 
 /* The position stays where it is. */
-int CFWGetFileSize(void* handle, long long* size);
+CLIPCHAIN_API int CFWGetFileSize(void* handle, long long* size);
 
 /* `*position` is 0 on failure, and untouched for a null handle. */
-int CFWGetFilePointer(void* handle, long long* position);
+CLIPCHAIN_API int CFWGetFilePointer(void* handle, long long* position);
 
 /* Moves to `offset` from the start (1), from the file's size (2) or from the current position (3).
  * A position before the start, or any other origin, is a failure and moves nowhere. */
-int CFWSetFilePointer(void* handle, long long offset, unsigned int origin);
+CLIPCHAIN_API int CFWSetFilePointer(void* handle, long long offset, unsigned int origin);
 
 /* Ends the file at the current position. */
-int CFWSetEOF(void* handle);
+CLIPCHAIN_API int CFWSetEOF(void* handle);
 
 /* 1 if something is there, 0 if not. */
-int CFWFileIsExist(const char* path);
+CLIPCHAIN_API int CFWFileIsExist(const char* path);
 
 /* Copy a file or a folder, and move one; nothing that exists is replaced. 0 also if the system
  * could not: ask CFWFileIsExist. -1 for a null location. */
-int CFWCopyFile(const char* source, const char* destination);
-int CFWRenameFile(const char* source, const char* destination);
+CLIPCHAIN_API int CFWCopyFile(const char* source, const char* destination);
+CLIPCHAIN_API int CFWRenameFile(const char* source, const char* destination);
 
 /* Removes a regular file or a symbolic link: 1. Anything else is left where it is: 0, also if there
  * is nothing or it could not be removed. -1 for a null location. */
-int CFWDeleteFile(const char* location);
+CLIPCHAIN_API int CFWDeleteFile(const char* location);
 
 #ifdef __cplusplus
 }
