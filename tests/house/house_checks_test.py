@@ -5,6 +5,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
+import exports
 import headers
 import layers
 import lengths
@@ -134,6 +135,31 @@ class HeaderCheck(HouseCheck):
 
     def test_refuses_to_find_nothing(self):
         self.assertNotEqual([], headers.check(self.root, CXX, C))
+
+
+class ExportCheck(unittest.TestCase):
+    SHOWN = [
+        *(f"{name}(int)" for name in exports.FUNCTIONS),
+        *(f"{name}::Make()" for name in exports.CLASSES),
+        *(f"typeinfo for {name}" for name in exports.INTERFACES),
+    ]
+
+    def faults_of(self, symbols):
+        return list(exports.faults(symbols))
+
+    def test_passes_what_is_meant_to_be_shown(self):
+        self.assertEqual([], self.faults_of(self.SHOWN))
+        more = ["m4lm_finalize", "ResultName[abi:cxx11](int)", "vtable for QUIRVA::CFile_c"]
+        self.assertEqual([], self.faults_of(self.SHOWN + more))
+
+    def test_refuses_what_is_not_meant_to_be_shown(self):
+        for symbol in ("MP4G::CBox::CBox()", "typeinfo for MP4G::CBox", "std::vector<int>::size()"):
+            self.assertEqual(1, len(self.faults_of([*self.SHOWN, symbol])), symbol)
+
+    def test_misses_what_is_hidden(self):
+        for symbol in self.SHOWN:
+            rest = [other for other in self.SHOWN if other != symbol]
+            self.assertEqual(1, len(self.faults_of(rest)), symbol)
 
 
 if __name__ == "__main__":

@@ -31,7 +31,8 @@ def mp4(encoding, seconds, *edits):
 
 def lpcm(order, seconds):
     encoding = [*BOTH, *H264, "-c:a", f"pcm_s16{order}"]
-    return encoding, "mov", [*CAMERA, "--free-wide"], seconds
+    # A QuickTime writer names the loudspeakers in the sample entry and pads in front of the media.
+    return encoding, "mov", [*CAMERA, "--drop", "chan", "--free-wide"], seconds
 
 
 # Family: for each clip the encoder's arguments, the container, the edits, the seconds.

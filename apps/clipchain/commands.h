@@ -1,0 +1,13 @@
+// One function per command: it adds the command with its options to the command line. When the
+// command line names the command, it runs and leaves its exit code.
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace clipchain {
+
+void AddMergeCommand(CLI::App& tool, int& exitCode);
+
+}  // namespace clipchain

@@ -1,0 +1,29 @@
+// What the tool asks the file system, and how it shows a path. Paths are bytes, as they came on the
+// command line.
+#pragma once
+
+#include <string>
+
+namespace clipchain {
+
+// The path as it can be printed: control characters appear as \xNN, other bytes as they are.
+std::string Shown(const std::string& path);
+
+// The path as the engine takes it.
+std::wstring Wide(const std::string& path);
+
+// Whether something has that name, be it a link that leads nowhere.
+bool Exists(const std::string& path);
+
+// Whether both names lead to one file, through links of either kind too.
+bool IsSameFile(const std::string& a, const std::string& b);
+
+// Bytes in the file; 0 for what is no readable file.
+long long FileSize(const std::string& path);
+
+// Why a file can't be read, or can't be created or written, as the end of a sentence: "there is no
+// such file". Empty if nothing speaks against it.
+std::string WhyUnreadable(const std::string& path);
+std::string WhyUnwritable(const std::string& path);
+
+}  // namespace clipchain

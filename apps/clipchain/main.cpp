@@ -1,0 +1,3 @@
+#include "clipchain/tool.h"
+
+int main(int argc, char** argv) { return clipchain::RunTool(argc, argv); }

@@ -1,0 +1,76 @@
+#include "clipchain/progress_line.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace clipchain {
+
+namespace {
+
+constexpr auto kBetweenDrawings = std::chrono::milliseconds(100);
+// Before that the rate is a guess.
+constexpr double kSecondsToKnowRate = 0.5;
+
+std::string TimeLeft(const CopyState& state) {
+  if (state.done <= 0 || state.seconds < kSecondsToKnowRate) return "-:--";
+  const double rest = static_cast<double>(std::max(state.total - state.done, 0LL));
+  const auto seconds =
+      static_cast<long long>(rest * state.seconds / static_cast<double>(state.done));
+  if (seconds < 3600) return fmt::format("{}:{:02}", seconds / 60, seconds % 60);
+  return fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
+}
+
+}  // namespace
+
+std::string Amount(long long bytes) {
+  static constexpr const char* kUnits[] = {"kB", "MB", "GB", "TB", "PB"};
+  if (bytes < 1000) return fmt::format("{} B", bytes);
+  double value = static_cast<double>(bytes) / 1000;
+  std::size_t unit = 0;
+  // What would round up to 1000.0 takes the next unit.
+  while (value >= 999.95 && unit + 1 < std::size(kUnits)) {
+    value /= 1000;
+    ++unit;
+  }
+  return fmt::format("{:.1f} {}", value, kUnits[unit]);
+}
+
+std::string CopyText(const CopyState& state) {
+  const long long done = std::clamp(state.done, 0LL, state.total);
+  const long long percent = state.total > 0 ? done * 100 / state.total : 100;
+  const double rate = state.seconds > 0 ? static_cast<double>(done) / state.seconds : 0;
+  return fmt::format("clip {} of {}  {} of {}  {} %  {}/s  {} left", state.clip, state.clips,
+                     Amount(done), Amount(state.total), percent,
+                     Amount(static_cast<long long>(rate)), TimeLeft(state));
+}
+
+ProgressLine::ProgressLine(std::FILE* stream)
+    : stream_(::isatty(::fileno(stream)) == 1 ? stream : nullptr) {}
+
+ProgressLine::~ProgressLine() { Clear(); }
+
+void ProgressLine::Show(CopyState state) {
+  const Clock::time_point now = Clock::now();
+  if (stream_ == nullptr || (visible_ && now - shown_ < kBetweenDrawings)) return;
+  state.seconds = Seconds();
+  std::fputs(fmt::format("\r{}\x1B[K", CopyText(state)).c_str(), stream_);
+  std::fflush(stream_);
+  shown_ = now;
+  visible_ = true;
+}
+
+void ProgressLine::Clear() {
+  if (!visible_) return;
+  std::fputs("\r\x1B[K", stream_);
+  std::fflush(stream_);
+  visible_ = false;
+}
+
+double ProgressLine::Seconds() const {
+  return std::chrono::duration<double>(Clock::now() - start_).count();
+}
+
+}  // namespace clipchain

@@ -1,0 +1,46 @@
+// The line that tells how far a long copy is, redrawn in place.
+#pragma once
+
+#include <chrono>
+#include <cstdio>
+#include <string>
+
+namespace clipchain {
+
+// A number of bytes for people: "999 B", "1.5 kB", "12.0 GB".
+std::string Amount(long long bytes);
+
+struct CopyState {
+  unsigned int clip = 0;  // the one at work, from 1
+  unsigned int clips = 0;
+  long long done = 0;  // bytes, of all clips
+  long long total = 0;
+  double seconds = 0;  // since the start
+};
+
+// "clip 2 of 3  154.3 MB of 355.0 MB  43 %  210.4 MB/s  0:01 left"
+std::string CopyText(const CopyState& state);
+
+// Writes to a terminal, at most ten times a second; to anything else nothing at all.
+class ProgressLine {
+ public:
+  explicit ProgressLine(std::FILE* stream);
+  ~ProgressLine();  // clears the line
+  ProgressLine(const ProgressLine&) = delete;
+  ProgressLine& operator=(const ProgressLine&) = delete;
+
+  // Fills in the seconds.
+  void Show(CopyState state);
+  void Clear();
+  double Seconds() const;  // since construction
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  std::FILE* stream_;  // null if it is no terminal
+  Clock::time_point start_ = Clock::now();
+  Clock::time_point shown_{};
+  bool visible_ = false;
+};
+
+}  // namespace clipchain

@@ -1,0 +1,20 @@
+// Result codes of a merge in words.
+#pragma once
+
+#include <string>
+
+#include "foundation/result.h"
+
+namespace clipchain {
+
+// Whether the code is about the output, and not about the input at hand.
+bool IsOutputResult(HRESULT result);
+
+// What is wrong with an input that answered this code, as the rest of a sentence that begins with
+// its name: "has another number of tracks than the first clip". `first`: it was the first input.
+std::string InputWords(HRESULT result, bool first);
+
+// The same for the output.
+std::string OutputWords(HRESULT result);
+
+}  // namespace clipchain

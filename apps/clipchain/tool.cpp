@@ -1,0 +1,45 @@
+#include "clipchain/tool.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdio>
+#include <exception>
+#include <system_error>
+
+#include "clipchain/commands.h"
+
+namespace clipchain {
+
+namespace {
+
+int Run(int argc, const char* const* argv) {
+  int exitCode = kDone;
+  CLI::App tool("Puts the clips of one recording together, without re-encoding.", "clipchain");
+  tool.set_version_flag("--version", "clipchain " CLIPCHAIN_VERSION);
+  tool.require_subcommand(1);
+  AddMergeCommand(tool, exitCode);
+  try {
+    tool.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    // Help and version come this way too, with an exit code of 0.
+    return tool.exit(error) == 0 ? kDone : kUsage;
+  }
+  return exitCode;
+}
+
+}  // namespace
+
+int RunTool(int argc, const char* const* argv) {
+  try {
+    const int exitCode = Run(argc, argv);
+    if (std::fflush(stdout) == 0) return exitCode;
+    throw std::system_error(errno, std::generic_category(), "the output stream");
+  } catch (const std::exception& error) {
+    std::fputs(fmt::format("clipchain: {}\n", error.what()).c_str(), stderr);
+    return kFailed;
+  }
+}
+
+}  // namespace clipchain

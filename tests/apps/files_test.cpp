@@ -1,0 +1,88 @@
+#include "clipchain/files.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "support/bytes.h"
+#include "support/temp_dir.h"
+
+using namespace clipchain;
+using support::TempDir;
+using support::Text;
+using support::WriteFile;
+
+TEST(ShownPath, KeepsBytesThatPrint) {
+  EXPECT_EQ("a b/\xC3\xA4\xFF.mp4", Shown("a b/\xC3\xA4\xFF.mp4"));
+}
+
+TEST(ShownPath, SpellsOutControlCharacters) {
+  EXPECT_EQ("a\\x1B[2J\\x0Ab\\x7F", Shown("a\x1B[2J\nb\x7F"));
+}
+
+TEST(Exists, SeesFilesFoldersAndLinksThatLeadNowhere) {
+  const TempDir folder;
+  WriteFile(folder / "file", Text("x"));
+  std::filesystem::create_symlink("nowhere", folder / "link");
+  EXPECT_TRUE(Exists(folder / "file"));
+  EXPECT_TRUE(Exists(folder.path()));
+  EXPECT_TRUE(Exists(folder / "link"));
+  EXPECT_FALSE(Exists(folder / "nowhere"));
+}
+
+TEST(IsSameFile, LooksThroughEveryNameOfAFile) {
+  const TempDir folder;
+  WriteFile(folder / "file", Text("x"));
+  std::filesystem::create_hard_link(folder / "file", folder / "hard");
+  std::filesystem::create_symlink("file", folder / "soft");
+  EXPECT_TRUE(IsSameFile(folder / "file", folder / "file"));
+  EXPECT_TRUE(IsSameFile(folder / "file", folder / "./file"));
+  EXPECT_TRUE(IsSameFile(folder / "hard", folder / "file"));
+  EXPECT_TRUE(IsSameFile(folder / "file", folder / "soft"));
+}
+
+TEST(IsSameFile, TellsEqualFilesApart) {
+  const TempDir folder;
+  WriteFile(folder / "a", Text("x"));
+  WriteFile(folder / "b", Text("x"));
+  EXPECT_FALSE(IsSameFile(folder / "a", folder / "b"));
+  EXPECT_FALSE(IsSameFile(folder / "missing", folder / "missing"));
+}
+
+TEST(FileSize, CountsTheBytesOfAFile) {
+  const TempDir folder;
+  WriteFile(folder / "file", Text("12345"));
+  EXPECT_EQ(5, FileSize(folder / "file"));
+  EXPECT_EQ(0, FileSize(folder / "missing"));
+  EXPECT_EQ(0, FileSize(folder.path()));
+}
+
+TEST(WhyUnreadable, NamesTheReason) {
+  const TempDir folder;
+  WriteFile(folder / "file", Text("x"));
+  WriteFile(folder / "empty", {});
+  EXPECT_EQ("", WhyUnreadable(folder / "file"));
+  EXPECT_EQ("it is empty", WhyUnreadable(folder / "empty"));
+  EXPECT_EQ("there is no such file", WhyUnreadable(folder / "missing"));
+  EXPECT_EQ("it is a folder", WhyUnreadable(folder.path()));
+  EXPECT_EQ("it is no regular file", WhyUnreadable("/dev/null"));
+  EXPECT_EQ("Not a directory", WhyUnreadable(folder / "file/x"));
+}
+
+TEST(WhyUnwritable, NamesTheReason) {
+  const TempDir folder;
+  const std::string file = folder / "file";
+  const std::string missing = folder / "missing";
+  WriteFile(file, Text("x"));
+  EXPECT_EQ("", WhyUnwritable(file));
+  EXPECT_EQ("", WhyUnwritable(folder / "new"));
+  EXPECT_EQ("", WhyUnwritable("a-new-name-in-this-folder"));
+  EXPECT_EQ("it has no name", WhyUnwritable(""));
+  EXPECT_EQ("it is a folder", WhyUnwritable(folder.path()));
+  EXPECT_EQ("there is no folder " + missing, WhyUnwritable(missing + "/x"));
+  EXPECT_EQ(file + " is no folder", WhyUnwritable(file + "/x"));
+}
+
+TEST(WidePath, CarriesBytesThatAreNoText) {
+  EXPECT_EQ(std::wstring(L"\u00E4\xDCFF"), Wide("\xC3\xA4\xFF"));
+}

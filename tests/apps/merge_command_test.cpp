@@ -1,0 +1,304 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "apps/tool.h"
+#include "support/bytes.h"
+#include "support/temp_dir.h"
+
+namespace fs = std::filesystem;
+using support::Bytes;
+using support::Finished;
+using support::Join;
+using support::ReadFile;
+using support::TempDir;
+using support::Text;
+using support::WriteFile;
+using testing::HasSubstr;
+
+namespace {
+
+const std::string kClip1 = support::SourcePath("examples/clips/clip1.mp4");
+const std::string kClip2 = support::SourcePath("examples/clips/clip2.mp4");
+const std::string kClip3 = support::SourcePath("examples/clips/clip3.mp4");
+
+// A clip's top-level boxes, for tests that put them together anew.
+struct TopLevel {
+  explicit TopLevel(const std::string& path) {
+    const Bytes clip = ReadFile(path);
+    for (std::size_t at = 0; at < clip.size();) {
+      const std::size_t size = support::ReadU32(clip, at);
+      const auto begin = clip.begin() + static_cast<std::ptrdiff_t>(at);
+      const Bytes box(begin, begin + static_cast<std::ptrdiff_t>(size));
+      const std::string type(box.begin() + 4, box.begin() + 8);
+      (type == "ftyp" ? ftyp : type == "mdat" ? mdat : type == "moov" ? moov : free) = box;
+      at += size;
+    }
+  }
+  Bytes ftyp, free, mdat, moov;
+};
+
+class MergeCommand : public testing::Test {
+ protected:
+  std::string Write(const std::string& name, const Bytes& bytes) {
+    WriteFile(folder_ / name, bytes);
+    return folder_ / name;
+  }
+
+  Finished Merge(std::vector<std::string> inputs) const {
+    inputs.insert(inputs.begin(), {"merge", "-o", output_});
+    return Tool(inputs);
+  }
+
+  // The input is refused with that code and words, first or behind a good clip; nothing is left
+  // behind and no input changes.
+  void ExpectRefused(const std::string& input, const std::string& code, const std::string& words) {
+    const bool isFile = fs::is_regular_file(input);
+    const Bytes before = isFile ? ReadFile(input) : Bytes();
+    for (const bool first : {true, false}) {
+      const Finished run = first ? Merge({input}) : Merge({kClip1, input});
+      EXPECT_EQ(1, run.exitCode);
+      EXPECT_EQ("", run.out);
+      EXPECT_THAT(run.err, HasSubstr(input));
+      EXPECT_THAT(run.err, HasSubstr(words));
+      EXPECT_THAT(run.err, HasSubstr("(" + code + ")\n"));
+      EXPECT_EQ(1, std::count(run.err.begin(), run.err.end(), '\n')) << run.err;
+      EXPECT_FALSE(fs::exists(output_));
+    }
+    if (isFile) {
+      EXPECT_EQ(before, ReadFile(input));
+    }
+  }
+
+  // The output is refused with that code and words.
+  void ExpectOutputRefused(const std::string& output, const std::string& code,
+                           const std::string& words) {
+    const Finished run = Tool({"merge", "--overwrite", "-o", output, kClip1, kClip2});
+    EXPECT_EQ(1, run.exitCode);
+    EXPECT_EQ("", run.out);
+    EXPECT_THAT(run.err, HasSubstr(output));
+    EXPECT_THAT(run.err, HasSubstr(words));
+    EXPECT_THAT(run.err, HasSubstr("(" + code + ")\n"));
+  }
+
+  TempDir folder_;
+  std::string output_ = folder_ / "out.mp4";
+};
+
+}  // namespace
+
+TEST_F(MergeCommand, MergesClipsAndSaysSoInOneLine) {
+  const Finished run = Merge({kClip1, kClip2, kClip3});
+  EXPECT_EQ(0, run.exitCode);
+  EXPECT_EQ("", run.err);
+  EXPECT_THAT(run.out, HasSubstr("merged 3 clips into " + output_ + ": "));
+  EXPECT_EQ(1, std::count(run.out.begin(), run.out.end(), '\n'));
+  const Bytes media = TopLevel(output_).mdat;
+  EXPECT_EQ(TopLevel(kClip1).mdat.size() + TopLevel(kClip2).mdat.size() +
+                TopLevel(kClip3).mdat.size() - 2 * 8,
+            media.size());
+}
+
+TEST_F(MergeCommand, MergesASingleClip) {
+  const Finished run = Merge({kClip1});
+  EXPECT_EQ(0, run.exitCode);
+  EXPECT_THAT(run.out, HasSubstr("merged 1 clip into "));
+  EXPECT_EQ(TopLevel(kClip1).mdat, TopLevel(output_).mdat);
+}
+
+TEST_F(MergeCommand, ShowsProgressOnATerminal) {
+  const Finished run =
+      support::RunOnTerminal(ToolCommand({"merge", "-o", output_, kClip1, kClip2}));
+  EXPECT_EQ(0, run.exitCode);
+  EXPECT_THAT(run.out, HasSubstr("\rclip 1 of 2  0 B of 236.6 kB  0 %"));
+  EXPECT_THAT(run.out, HasSubstr("\r\x1B[Kmerged 2 clips into "));
+}
+
+TEST_F(MergeCommand, RefusesAnOutputThatExists) {
+  WriteFile(output_, Text("precious"));
+  const Finished run = Merge({kClip1});
+  EXPECT_EQ(1, run.exitCode);
+  EXPECT_THAT(run.err, HasSubstr(output_ + " exists already; --overwrite replaces it"));
+  EXPECT_EQ(Text("precious"), ReadFile(output_));
+}
+
+TEST_F(MergeCommand, RefusesALinkThatLeadsNowhereAsOutput) {
+  fs::create_symlink("nowhere", output_);
+  EXPECT_EQ(1, Merge({kClip1}).exitCode);
+  EXPECT_FALSE(fs::exists(folder_ / "nowhere"));
+}
+
+TEST_F(MergeCommand, ReplacesAnOutputWhenTold) {
+  ASSERT_EQ(0, Merge({kClip1, kClip2}).exitCode);
+  const Bytes expected = ReadFile(output_);
+  WriteFile(output_, Text("precious"));
+  EXPECT_EQ(0, Tool({"merge", "--overwrite", kClip1, kClip2, "-o", output_}).exitCode);
+  EXPECT_EQ(expected, ReadFile(output_));
+}
+
+TEST_F(MergeCommand, NeverWritesOverAnInputByAnyName) {
+  const Bytes clip = ReadFile(kClip2);
+  const std::string input = Write("input.mp4", clip);
+  fs::create_hard_link(input, folder_ / "hard.mp4");
+  fs::create_symlink("input.mp4", folder_ / "soft.mp4");
+  fs::create_symlink(".", folder_ / "here");
+  for (const char* name : {"input.mp4", "hard.mp4", "soft.mp4", "here/input.mp4"}) {
+    const Finished run = Tool({"merge", "--overwrite", "-o", folder_ / name, kClip1, input});
+    EXPECT_EQ(1, run.exitCode) << name;
+    EXPECT_THAT(run.err, HasSubstr("is the same file as the input " + input));
+    EXPECT_EQ(clip, ReadFile(input)) << name;
+    EXPECT_TRUE(fs::exists(folder_ / name));
+  }
+}
+
+TEST_F(MergeCommand, RefusesAMissingFile) {
+  ExpectRefused(folder_ / "missing.mp4", "MP4G_E_INPUT_OPEN", "there is no such file");
+}
+
+TEST_F(MergeCommand, RefusesAFolder) {
+  const TempDir input;
+  ExpectRefused(input.path(), "MP4G_E_INPUT_OPEN", "it is a folder");
+}
+
+TEST_F(MergeCommand, RefusesAnEmptyFile) {
+  ExpectRefused(Write("empty.mp4", {}), "E_BAD_DATA", "it is empty");
+}
+
+TEST_F(MergeCommand, RefusesATextFile) {
+  ExpectRefused(Write("notes.txt", Text("These are notes about a clip.\n")), "E_BAD_TYPE",
+                "is no MP4 clip");
+  ExpectRefused(Write("note.txt", Text("Hello\n")), "E_BAD_DATA", "is no MP4 clip");
+}
+
+TEST_F(MergeCommand, RefusesAClipCutShortInItsMovieBox) {
+  Bytes clip = ReadFile(kClip2);
+  clip.pop_back();
+  ExpectRefused(Write("short.mp4", clip), "E_BAD_DATA", "cut short");
+}
+
+TEST_F(MergeCommand, RefusesAClipCutShortInItsMedia) {
+  const TopLevel boxes(kClip2);
+  Bytes clip = Join({boxes.ftyp, boxes.moov, boxes.mdat});
+  clip.resize(clip.size() - 1000);
+  ExpectRefused(Write("short.mp4", clip), "E_ABORT", "ends before its media does");
+}
+
+TEST_F(MergeCommand, RefusesAClipWithoutAMovieBox) {
+  const TopLevel boxes(kClip2);
+  ExpectRefused(Write("headless.mp4", Join({boxes.ftyp, boxes.free, boxes.mdat})), "E_BAD_DATA",
+                "is no MP4 clip");
+}
+
+TEST_F(MergeCommand, RefusesAnUnknownBoxAtTheTopLevel) {
+  const TopLevel boxes(kClip2);
+  const Bytes rest = Join({boxes.free, boxes.mdat, boxes.moov});
+  ExpectRefused(Write("wide.mp4", Join({boxes.ftyp, support::Box("wide"), rest})), "E_BAD_TYPE",
+                "has a box at its top level");
+  EXPECT_EQ(0, Merge({Write("free.mp4", Join({boxes.ftyp, support::Box("free"), rest}))}).exitCode);
+}
+
+TEST_F(MergeCommand, RefusesAClipInFragments) {
+  const fs::path media = support::MadeMedia();
+  if (media.empty()) GTEST_SKIP() << "no clips were made: ffmpeg is absent";
+  ExpectRefused(media / "odd/fragmented.mp4", "E_BAD_DATA", "keeps its samples in fragments");
+}
+
+TEST_F(MergeCommand, SaysWhatDoesNotFitTheFirstClip) {
+  const fs::path media = support::MadeMedia();
+  if (media.empty()) GTEST_SKIP() << "no clips were made: ffmpeg is absent";
+  const std::string first = media / "avc_aac/1.mp4";
+  const auto expect = [&](const fs::path& input, const std::string& words) {
+    const Finished run = Merge({first, input});
+    EXPECT_EQ(1, run.exitCode) << input;
+    EXPECT_THAT(run.err, HasSubstr(input.string() + " " + words));
+    EXPECT_FALSE(fs::exists(output_));
+  };
+  expect(media / "video_only/1.mp4",
+         "has another number of tracks than the first clip "
+         "(MP4G_E_TRACK_COUNT)");
+  expect(media / "no_edit_lists/1.mp4",
+         "has an edit list where the first clip has none, or none "
+         "where that has one (E_INVALIDARG)");
+  expect(kClip1,
+         "is encoded in another way than the first clip, or lists its samples in another "
+         "form (MP4G_E_SAMPLE_TABLE)");
+  expect(media / "mpeg4_visual/1.mp4",
+         "is no MP4 clip, is damaged or cut short, or lacks a kind "
+         "of track that the first clip has (E_BAD_DATA)");
+}
+
+TEST_F(MergeCommand, ExplainsAnOutputFolderThatIsMissing) {
+  ExpectOutputRefused(folder_ / "missing/out.mp4", "0xA000000A",
+                      "can't be opened for writing: there is no folder");
+}
+
+TEST_F(MergeCommand, ExplainsAnOutputThatIsAFolder) {
+  fs::create_directory(folder_ / "sub");
+  ExpectOutputRefused(folder_ / "sub", "0xA000000A", "can't be opened for writing: it is a folder");
+  EXPECT_TRUE(fs::is_directory(folder_ / "sub"));
+}
+
+TEST_F(MergeCommand, ExplainsADiskThatIsFull) {
+  ExpectOutputRefused("/dev/full", "MP4G_E_OUTPUT_WRITE", "the disk may be full");
+  EXPECT_TRUE(fs::is_character_file("/dev/full"));
+}
+
+TEST_F(MergeCommand, RemovesTheOutputThatDoesNotFitTheDisk) {
+  const fs::path disk = folder_ / "disk";
+  fs::create_directory(disk);
+  if (::mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=160k") != 0)
+    GTEST_SKIP() << "a small disk can be mounted by root only";
+  ExpectOutputRefused(disk / "out.mp4", "MP4G_E_OUTPUT_WRITE", "the disk may be full");
+  EXPECT_TRUE(fs::is_empty(disk));
+  EXPECT_EQ(0, ::umount(disk.c_str()));
+}
+
+TEST_F(MergeCommand, TakesFileNamesOfAnyBytes) {
+  const std::string input = Write("\xFF \xC3\xA4\n.mp4", ReadFile(kClip1));
+  const std::string output = folder_ / "\xFE.mp4";
+  const Finished run = Tool({"merge", "-o", output, "--", input});
+  EXPECT_EQ(0, run.exitCode);
+  EXPECT_TRUE(fs::exists(output));
+  EXPECT_THAT(run.out, HasSubstr(output));
+}
+
+TEST_F(MergeCommand, FailsWhenItsSummaryCannotBeWritten) {
+  const std::string line =
+      std::string(CLIPCHAIN_TOOL_PATH) + " merge -o '" + output_ + "' '" + kClip1 + "' > /dev/full";
+  const Finished run = support::Run({"sh", "-c", line});
+  EXPECT_EQ(1, run.exitCode);
+  EXPECT_THAT(run.err, HasSubstr("clipchain: "));
+}
+
+TEST(Usage, HelpAndVersionAreNoFailure) {
+  const Finished help = Tool({"--help"});
+  EXPECT_EQ(0, help.exitCode);
+  EXPECT_THAT(help.out, HasSubstr("merge"));
+  EXPECT_EQ(0, Tool({"merge", "--help"}).exitCode);
+  const Finished version = Tool({"--version"});
+  EXPECT_EQ(0, version.exitCode);
+  EXPECT_EQ("clipchain " CLIPCHAIN_VERSION "\n", version.out);
+}
+
+TEST(Usage, RefusesACommandLineThatMakesNoSense) {
+  const TempDir folder;
+  const std::string output = folder / "out.mp4";
+  for (const std::vector<std::string>& arguments :
+       std::vector<std::vector<std::string>>{{},
+                                             {"cut"},
+                                             {"merge"},
+                                             {"merge", kClip1},
+                                             {"merge", "-o", output},
+                                             {"merge", "-o"},
+                                             {"merge", "-o", output, "--loudly", kClip1}}) {
+    const Finished run = Tool(arguments);
+    EXPECT_EQ(2, run.exitCode) << testing::PrintToString(arguments);
+    EXPECT_EQ("", run.out);
+    EXPECT_NE("", run.err);
+    EXPECT_FALSE(fs::exists(output));
+  }
+}

@@ -1,0 +1,42 @@
+#include "clipchain/result_words.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+using namespace clipchain;
+
+namespace {
+
+constexpr HRESULT kOpenAndWrite = static_cast<HRESULT>(0xA000000A);
+
+}  // namespace
+
+TEST(ResultWords, ExplainEveryAnswerOfAnInputInItsOwnWords) {
+  std::set<std::string> words;
+  for (const HRESULT result :
+       {S_FALSE, MP4G_E_INPUT_OPEN, MP4G_E_INPUT_READ, E_BAD_DATA, E_BAD_TYPE, E_PENDING,
+        MP4G_E_TRACK_COUNT, MP4G_E_TIME_SCALE, MP4G_E_SAMPLE_TABLE, E_INVALIDARG, E_OUTOFMEMORY})
+    words.insert(InputWords(result, true));
+  EXPECT_EQ(11u, words.size());
+  EXPECT_EQ(0u, words.count(InputWords(E_UNEXPECTED, true)));
+}
+
+TEST(ResultWords, SpeakOfTheFirstClipOnlyToLaterOnes) {
+  EXPECT_EQ(std::string::npos, InputWords(E_BAD_DATA, true).find("first clip"));
+  EXPECT_NE(std::string::npos, InputWords(E_BAD_DATA, false).find("first clip"));
+}
+
+TEST(ResultWords, KnowAnOutputThatCannotBeOpenedByEitherCode) {
+  EXPECT_TRUE(IsOutputResult(MP4G_E_OUTPUT_OPEN));
+  EXPECT_TRUE(IsOutputResult(kOpenAndWrite));
+  EXPECT_EQ(OutputWords(MP4G_E_OUTPUT_OPEN), OutputWords(kOpenAndWrite));
+}
+
+TEST(ResultWords, TellOutputFromInput) {
+  EXPECT_TRUE(IsOutputResult(MP4G_E_OUTPUT_WRITE));
+  EXPECT_NE(OutputWords(MP4G_E_OUTPUT_OPEN), OutputWords(MP4G_E_OUTPUT_WRITE));
+  EXPECT_FALSE(IsOutputResult(MP4G_E_INPUT_OPEN));
+  EXPECT_FALSE(IsOutputResult(E_BAD_DATA));
+  EXPECT_FALSE(IsOutputResult(S_OK));
+}
