@@ -95,7 +95,7 @@ TEST_F(ExifLibrary, HoldsNothingBeforeDataAndAfterBytesThatAreNone) {
 TEST_F(ExifLibrary, RefusesBytesWithoutATiffHeader) {
   const Bytes good = Golden("little_endian");
   EXPECT_EQ("2021:03:02 16:47:36", DateOf(good));
-  for (const std::size_t i : {0, 1, 2, 3}) {
+  for (std::size_t i = 0; i < 4; ++i) {
     Bytes bad = good;
     bad[i] ^= 1;
     EXPECT_RESULT(EXIFL_ERR_DATA, Set(bad)) << i;
@@ -105,13 +105,13 @@ TEST_F(ExifLibrary, RefusesBytesWithoutATiffHeader) {
 
 TEST_F(ExifLibrary, RefusesAFirstDirectoryOutsideTheBlock) {
   for (const TiffOrder order : {TiffOrder::kIntel, TiffOrder::kMotorola}) {
-    const auto with_first = [order](std::uint32_t offset) {
+    const auto withFirst = [order](std::uint32_t offset) {
       return TiffHeader(order, offset) + Zeros(8);
     };
-    EXPECT_OK(Set(with_first(8)));
-    EXPECT_OK(Set(with_first(14)));
+    EXPECT_OK(Set(withFirst(8)));
+    EXPECT_OK(Set(withFirst(14)));
     for (const std::uint32_t offset : {15u, 16u, 17u, 0x7FFFFFFFu, 0xFFFFFFFFu, 0u, 7u}) {
-      EXPECT_RESULT(EXIFL_ERR_DATA, Set(with_first(offset))) << offset;
+      EXPECT_RESULT(EXIFL_ERR_DATA, Set(withFirst(offset))) << offset;
     }
   }
 }
@@ -193,17 +193,17 @@ TEST_F(ExifLibrary, TakesNothingForADateThatIsTooShortOrNoText) {
 
 TEST_F(ExifLibrary, PassesOverADateTimeOriginalThatIsTooShort) {
   const TiffOrder order = TiffOrder::kIntel;
-  const auto with_original = [order](const Bytes& original) {
+  const auto withOriginal = [](const Bytes& original) {
     return Join({TiffHeader(order),
                  TiffDirectory(order, {{kTiffDateTime, kTiffText, 19, 56},
                                        {kTiffExifDirectory, kTiffNumber, 1, 38}}),
                  TiffDirectory(order, {{kTiffDateTimeOriginal, kTiffText, 19, 75}}),
                  Text("2022:04:05 06:07:08"), original});
   };
-  EXPECT_EQ("2021:03:02 16:47:36", DateOf(with_original(Text("2021:03:02 16:47:36"))));
-  EXPECT_EQ("2022:04:05 06:07:08", DateOf(with_original(Text("2021:03:02 16:47:3") + Zeros(1))));
+  EXPECT_EQ("2021:03:02 16:47:36", DateOf(withOriginal(Text("2021:03:02 16:47:36"))));
+  EXPECT_EQ("2022:04:05 06:07:08", DateOf(withOriginal(Text("2021:03:02 16:47:3") + Zeros(1))));
   // One byte short: the value leaves the block.
-  EXPECT_EQ("2022:04:05 06:07:08", DateOf(with_original(Text("2021:03:02 16:47:3"))));
+  EXPECT_EQ("2022:04:05 06:07:08", DateOf(withOriginal(Text("2021:03:02 16:47:3"))));
 }
 
 TEST_F(ExifLibrary, TakesTheLastOfSeveralEntriesOfATag) {
@@ -318,7 +318,7 @@ TEST_F(ExifBomb, OfHugeCounts) {
 
 TEST_F(ExifLibrary, LooksAtNothingBehindAJpegSegment) {
   const TiffOrder order = TiffOrder::kMotorola;
-  const auto with_directory_at = [order](std::uint32_t offset) {
+  const auto withDirectoryAt = [](std::uint32_t offset) {
     Bytes bytes = TiffHeader(order, offset);
     bytes.resize(offset);
     bytes = bytes + TiffDirectory(order, {{kTiffDateTime, kTiffText, 19, 8}});
@@ -328,9 +328,9 @@ TEST_F(ExifLibrary, LooksAtNothingBehindAJpegSegment) {
     return bytes;
   };
   // The longest segment has room for 65,528 bytes behind "Exif" and its two zeros.
-  EXPECT_EQ("2021:03:02 16:47:36", DateOf(with_directory_at(65528 - 14)));
-  EXPECT_EQ(kNoDate, DateOf(with_directory_at(65528 - 13)));
-  EXPECT_RESULT(EXIFL_ERR_DATA, Set(with_directory_at(65528)));
+  EXPECT_EQ("2021:03:02 16:47:36", DateOf(withDirectoryAt(65528 - 14)));
+  EXPECT_EQ(kNoDate, DateOf(withDirectoryAt(65528 - 13)));
+  EXPECT_RESULT(EXIFL_ERR_DATA, Set(withDirectoryAt(65528)));
 }
 
 TEST_F(ExifLibrary, PrintsNothing) {

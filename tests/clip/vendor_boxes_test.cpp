@@ -32,8 +32,9 @@ TEST(StreamMarker, IsComparedWholeAndWithCase) {
 }
 
 TEST(StreamMarker, IgnoresSizeAndTypeAndWhatFollows) {
-  Bytes box = MarkerBox();
-  for (const std::size_t i : {0, 1, 2, 3, 4, 5, 6, 7, 16, 17, 18, 19}) {
+  const Bytes box = MarkerBox();
+  for (std::size_t i = 0; i < box.size(); ++i) {
+    if (i >= 8 && i < 16) continue;  // the marker itself
     Bytes changed = box;
     changed[i] ^= 0xFF;
     EXPECT_OK(IsVireoStream(changed)) << i;
