@@ -133,6 +133,8 @@ HRESULT CBox::CountExtraMemory(unsigned int bytes) {
   return S_OK;
 }
 
+void CBox::ContinueExtraMemory(const CBox& before) { extraMemory_ = before.extraMemory_; }
+
 HRESULT CBox::GetDataSize(long long* total) const {
   RETURN_IF(total == nullptr, E_POINTER);
   RETURN_IF_NOT_OK(GetDataSizeImpl(total));

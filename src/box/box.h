@@ -111,6 +111,9 @@ class CBox : public _tagBOX_HEADER {
   // Whether both boxes have the same non-zero size and serialise to the same bytes.
   bool IsSameBox(const CBox* other) const;
   void OutputInfo() const {}
+  // Counts the extra memory of this root on from where `before` has come: for roots that stand side
+  // by side in one file.
+  void ContinueExtraMemory(const CBox& before);
 
   // What is left of a box of `boxSize` bytes when its parser went from `restBefore` to `restNow`.
   // E_POINTER for a null result, E_UNEXPECTED if the count grew, E_BAD_DATA if more was consumed
@@ -137,7 +140,7 @@ class CBox : public _tagBOX_HEADER {
   [[nodiscard]] HRESULT EnterChild(const CBox* child) const;
   // To be called before this box takes memory beyond the bytes that the file has for it:
   // E_OUTOFMEMORY where the boxes of one tree would take more than kMostExtraMemory. The sum is
-  // kept at the root and ends with its Reset.
+  // kept at the root until its Reset.
   [[nodiscard]] HRESULT CountExtraMemory(unsigned int bytes);
 
  private:

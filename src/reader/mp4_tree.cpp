@@ -46,6 +46,9 @@ HRESULT CMp4Tree::AddBoxData(const unsigned char* data, unsigned int size, long 
   CBox* made = nullptr;
   RETURN_IF_NOT_OK(CBoxFactory::CreateBox<CBox>(type, &made));
   std::unique_ptr<CBox> owned(made);
+  const auto before = std::find_if(boxes.rbegin(), boxes.rend(),
+                                   [](const Record& record) { return record.box != nullptr; });
+  if (before != boxes.rend()) made->ContinueExtraMemory(*before->box);
   boxes.push_back({type, made});
   owned.release();
   made->position = position;

@@ -333,6 +333,20 @@ TEST(Mp4Tree, AddsABoxFromBytesAndKeepsOneThatFails) {
   EXPECT_TRUE(tree.boxes.empty());
 }
 
+// A name takes everything up to the end of the bytes that its movie is read from.
+TEST(Mp4Tree, LimitsTheNamesOfAllItsMoviesInSum) {
+  Bytes movie = Box("moov", {support::FullBox("urn ", 0, 0)});
+  movie.resize(movie.size() + kMostExtraMemory / 2);
+  const auto size = static_cast<unsigned int>(movie.size());
+  CMp4Tree tree;
+  EXPECT_OK(tree.AddBoxData(movie.data(), size, 0));
+  tree.AddBoxType(FourCc("mdat"));
+  EXPECT_OK(tree.AddBoxData(movie.data(), size, 0));
+  EXPECT_RESULT(E_OUTOFMEMORY, tree.AddBoxData(movie.data(), size, 0));
+  tree.ResetTree();
+  EXPECT_OK(tree.AddBoxData(movie.data(), size, 0));
+}
+
 TEST(Mp4Tree, GivesPositionsOfTheLoadedBoxesAlone) {
   CMp4Tree tree;
   const auto add = [&tree](const Bytes& box) {
