@@ -1,0 +1,153 @@
+// Boxes in boxes in boxes: an application's worker thread may have 512 KiB of stack.
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <functional>
+#include <memory>
+
+#include "box/box.h"
+#include "box/structural_boxes.h"
+#include "foundation/cursor.h"
+#include "support/box_checks.h"
+#include "support/box_io.h"
+
+namespace {
+
+using MP4G::CBox;
+using MP4G::CListBox;
+using support::Bytes;
+using support::ParseBox;
+using support::Text;
+
+// Runs on a thread with a small stack.
+void OnSmallStack(const std::function<void()>& work) {
+#if defined(__has_feature)
+  constexpr bool kInstrumented = __has_feature(address_sanitizer);
+#elif defined(__SANITIZE_ADDRESS__)
+  constexpr bool kInstrumented = true;
+#else
+  constexpr bool kInstrumented = false;
+#endif
+  // Frames that a sanitizer watches are several times as large.
+  constexpr std::size_t kStack = (kInstrumented ? 4096 : 512) * 1024;
+  pthread_attr_t attributes;
+  ASSERT_EQ(0, pthread_attr_init(&attributes));
+  ASSERT_EQ(0, pthread_attr_setstacksize(&attributes, kStack));
+  pthread_t thread;
+  const auto run = [](void* argument) -> void* {
+    (*static_cast<const std::function<void()>*>(argument))();
+    return nullptr;
+  };
+  ASSERT_EQ(0,
+            pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&work)));
+  ASSERT_EQ(0, pthread_join(thread, nullptr));
+  ASSERT_EQ(0, pthread_attr_destroy(&attributes));
+}
+
+// `levels` boxes, each the only child of the one before.
+Bytes Nested(const std::string& type, unsigned int levels) {
+  Bytes bytes(8u * levels);
+  unsigned char* out = bytes.data();
+  unsigned int rest = 8 * levels;
+  MP4G::_tagBOX_HEADER header;
+  header.type = support::ReadU32(Text(type), 0);
+  while (rest > 0) {
+    header.size = rest;
+    EXPECT_OK(QUIRVA::Put(out, rest, header));
+  }
+  return bytes;
+}
+
+std::unique_ptr<CListBox> BuildChain(unsigned int levels) {
+  auto root = std::make_unique<CListBox>();
+  CBox* box = root.get();
+  for (unsigned int level = 1; level < levels; ++level) {
+    auto* child = new CListBox;
+    box->AddChildBox(child);
+    box = child;
+  }
+  return root;
+}
+
+TEST(Nesting, AThousandLevelsAreReadFixedAndWrittenOnASmallStack) {
+  OnSmallStack([] {
+    const Bytes bytes = Nested("trak", MP4G::kDeepestNesting);
+    MP4G::CTrackBox box;
+    ASSERT_OK(ParseBox(box, bytes));
+    ASSERT_OK(box.FixParam());
+    EXPECT_EQ(static_cast<long long>(bytes.size()), support::SizeOf(box));
+    Bytes written;
+    ASSERT_OK(support::WriteBox(box, bytes.size(), &written));
+    EXPECT_EQ(bytes, written);
+  });
+}
+
+TEST(Nesting, AMillionLevelsAreRefused) {
+  OnSmallStack([] {
+    MP4G::CTrackBox box;
+    EXPECT_RESULT(E_BAD_DATA, ParseBox(box, Nested("trak", 1000000)));
+    // The one that was refused is in the tree, as every box that failed is.
+    const CBox* deepest = &box;
+    while (!deepest->children.empty()) deepest = deepest->children.front();
+    EXPECT_EQ(MP4G::kDeepestNesting + 1, deepest->GetDepth());
+  });
+}
+
+TEST(Nesting, BoundIsTheSameForEveryWalk) {
+  const auto fits = BuildChain(MP4G::kDeepestNesting + 1);
+  const auto deeper = BuildChain(MP4G::kDeepestNesting + 2);
+  long long total = 0;
+  ASSERT_OK(fits->FixParam());
+  EXPECT_OK(fits->GetDataSize(&total));
+  Bytes written;
+  EXPECT_OK(support::WriteBox(*fits, static_cast<std::size_t>(total), &written));
+  EXPECT_OK(ParseBox(*support::MakeBox("trak"), Nested("trak", MP4G::kDeepestNesting + 1)));
+
+  EXPECT_RESULT(E_BAD_DATA, deeper->FixParam());
+  EXPECT_RESULT(E_BAD_DATA, deeper->GetDataSize(&total));
+  for (CBox* box = deeper.get(); box != nullptr; box = box->GetChildBox(0, 0)) box->SetBoxSize(8);
+  EXPECT_RESULT(E_BAD_DATA, support::WriteBox(*deeper, 8 * MP4G::kDeepestNesting + 16, &written));
+  EXPECT_EQ(8 * MP4G::kDeepestNesting + 8, written.size());
+  EXPECT_RESULT(E_BAD_DATA, ParseBox(*support::MakeBox("trak"), Nested("trak", 1002)));
+}
+
+TEST(Nesting, ATreeBuiltByCodeIsDestroyedAtAnyDepth) {
+  OnSmallStack([] { BuildChain(1000000).reset(); });
+}
+
+TEST(Nesting, ResetAndDeletionWorkAtAnyDepth) {
+  OnSmallStack([] {
+    const auto root = BuildChain(1000000);
+    EXPECT_EQ(root->children.end(), root->DeleteChildBox(root->children.front()));
+    EXPECT_TRUE(root->children.empty());
+    const auto other = BuildChain(1000000);
+    other->Reset();
+    EXPECT_TRUE(other->children.empty());
+  });
+}
+
+// Counts its visits.
+class CountingBox : public CListBox {
+ public:
+  [[nodiscard]] HRESULT GetDataSizeImpl(long long* total) const override {
+    ++visits;
+    return CListBox::GetDataSizeImpl(total);
+  }
+  mutable unsigned int visits = 0;
+};
+
+TEST(Nesting, FixParamVisitsEachBoxOnce) {
+  CountingBox root;
+  CBox* box = &root;
+  for (unsigned int level = 1; level < MP4G::kDeepestNesting; ++level) {
+    box->AddChildBox(new CountingBox);
+    box = box->children.front();
+  }
+  ASSERT_OK(root.FixParam());
+  EXPECT_EQ(8 * MP4G::kDeepestNesting, root.header->size);
+  for (const CBox* each = &root; each != nullptr; each = each->GetChildBox(0, 0)) {
+    EXPECT_EQ(1u, dynamic_cast<const CountingBox*>(each)->visits);
+  }
+}
+
+}  // namespace
