@@ -7,7 +7,9 @@
 #include <string>
 #include <typeindex>
 
+#include "box/avc_configuration.h"
 #include "box/data_boxes.h"
+#include "box/es_descriptor_box.h"
 #include "box/fragment_boxes.h"
 #include "box/header_boxes.h"
 #include "box/sample_entries.h"
@@ -38,11 +40,14 @@ std::type_index ClassOf() {
 const std::map<std::string, std::type_index> kClasses[] = {
     {
         {"avc1", ClassOf<MP4G::CAvcSampleEntry>()},
+        {"avcC", ClassOf<MP4G::CAvcConfigurationBox>()},
         {"avcp", ClassOf<MP4G::CAvcParameterSampleEntry>()},
         {"btrt", ClassOf<MP4G::CMpeg4BitRateBox>()},
+        {"mvcC", ClassOf<MP4G::CMvcConfigurationBox>()},
         {"vwid", ClassOf<MP4G::CViewIdentifierBox>()},
     },
     {
+        {"esds", ClassOf<MP4G::CESDBox>()},
         {"mp4a", ClassOf<MP4G::CMp4AudioSampleEntry>()},
         {"mp4v", ClassOf<MP4G::CMp4VisualSampleEntry>()},
     },
