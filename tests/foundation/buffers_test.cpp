@@ -1,10 +1,14 @@
 #include "foundation/buffers.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <fstream>
 #include <limits>
 #include <new>
+#include <optional>
 
 #include "support/bytes.h"
 #include "support/result_matchers.h"
@@ -42,12 +46,35 @@ HRESULT Push(QvMemBuffer& buffer, const Bytes& bytes) {
 
 long HeadOffset(const QvMemBuffer& buffer) { return buffer.GetData() - buffer.GetBlock(); }
 
+// Lets the process have only a little more address space than it has.
+class MemoryLimit {
+ public:
+  MemoryLimit() {
+    constexpr rlim_t kHeadroom = 64 << 20;
+    rlim_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    getrlimit(RLIMIT_AS, &before_);
+    const auto pageSize = static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
+    const rlimit limit = {pages * pageSize + kHeadroom, before_.rlim_max};
+    setrlimit(RLIMIT_AS, &limit);
+  }
+  ~MemoryLimit() { setrlimit(RLIMIT_AS, &before_); }
+  MemoryLimit(const MemoryLimit&) = delete;
+  MemoryLimit& operator=(const MemoryLimit&) = delete;
+
+ private:
+  rlimit before_;
+};
+
 class SealableBuffer : public CustomBuffer {
  public:
   void Seal() { addPermitted_ = 0; }
 };
 
 }  // namespace
+
+// Under the address sanitizer too, an allocation that fails shall answer and not end the process.
+extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
 
 TEST(SimpleBuffer, StartsEmpty) {
   const CSimpleBuffer buffer;
@@ -497,6 +524,71 @@ TEST(MemBuffer, SetMemZeroZeroesTheWholeBlockAndMovesNothing) {
   EXPECT_EQ(2, HeadOffset(buffer));
   EXPECT_EQ(4u, buffer.GetDataSize());
   QvMemBuffer(0).SetMemZero();
+}
+
+TEST(MemBuffer, WithoutMemoryEverythingStays) {
+  QvMemBuffer buffer(4);
+  ASSERT_OK(Push(buffer, Hex("010203")));
+  ASSERT_OK(buffer.Pop(1));
+  const unsigned char* block = buffer.GetBlock();
+  HRESULT results[3] = {};
+  {
+    const MemoryLimit limit;
+    results[0] = buffer.MemReAlloc(0x40000000);
+    results[1] = buffer.BuffAlloc(0x40000000);
+    results[2] = buffer.Push(block, 0x40000000);
+  }
+  for (const HRESULT result : results) EXPECT_RESULT(E_OUTOFMEMORY, result);
+  EXPECT_EQ(block, buffer.GetBlock());
+  EXPECT_EQ(1, HeadOffset(buffer));
+  EXPECT_EQ(4u, buffer.GetCapacity());
+  EXPECT_EQ(Hex("0203"), Contents(buffer));
+}
+
+TEST(MemBuffer, MadeWithoutMemoryIsEmptyAndGrowsLater) {
+  std::optional<QvMemBuffer> buffer;
+  {
+    const MemoryLimit limit;
+    buffer.emplace(0x40000000);
+  }
+  EXPECT_EQ(0u, buffer->GetCapacity());
+  EXPECT_EQ(nullptr, buffer->GetBlock());
+  EXPECT_OK(Push(*buffer, Hex("01")));
+  EXPECT_EQ(Hex("01"), Contents(*buffer));
+}
+
+TEST(CustomBuffer, WithoutMemoryThrowsAndKeepsItsData) {
+  CustomBuffer buffer;
+  ASSERT_OK(Add(buffer, Hex("0102")));
+  bool thrown = false;
+  {
+    const MemoryLimit limit;
+    try {
+      static_cast<void>(buffer.Allocate(0x40000000));
+    } catch (const std::bad_alloc&) {
+      thrown = true;
+    }
+  }
+  EXPECT_TRUE(thrown);
+  EXPECT_EQ(2u, buffer.GetCapacity());
+  EXPECT_EQ(Hex("0102"), Contents(buffer));
+}
+
+TEST(SimpleBuffer, WithoutMemoryThrowsAndIsEmpty) {
+  CSimpleBuffer buffer;
+  ASSERT_OK(SetData(buffer, Hex("0102")));
+  bool thrown = false;
+  {
+    const MemoryLimit limit;
+    try {
+      static_cast<void>(buffer.SetSize(0x40000000));
+    } catch (const std::bad_alloc&) {
+      thrown = true;
+    }
+  }
+  EXPECT_TRUE(thrown);
+  EXPECT_EQ(0u, buffer.GetSize());
+  EXPECT_EQ(nullptr, buffer.GetData());
 }
 
 TEST(MemBuffer, RefusesSizesThatLeave32Bits) {
