@@ -2,6 +2,7 @@
 #pragma once
 
 #include "foundation/buffers.h"
+#include "foundation/export.h"
 #include "foundation/result.h"
 
 namespace QUIRVA {
@@ -11,7 +12,7 @@ namespace QUIRVA {
 inline constexpr signed char kFirstBit = 7;
 
 // Reads bits out of a block that it does not own.
-class QvBitReader {
+class CLIPCHAIN_API QvBitReader {
  public:
   QvBitReader(const unsigned char* data, long long size, char startBitIndex);
   virtual ~QvBitReader() = default;
@@ -47,7 +48,7 @@ class QvBitReader {
 // Writes bits into a buffer that it does not own, which grows as needed. A byte has its final form
 // only when all its bits are written: each new bit shifts the byte left and enters at its low end,
 // so a stream must end aligned, and what a byte held before is shifted out.
-class QvBitWriter {
+class CLIPCHAIN_API QvBitWriter {
  public:
   QvBitWriter(QvMemBuffer* buffer, long long startBytePos, char startBitIndex);
   virtual ~QvBitWriter() = default;

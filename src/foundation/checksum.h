@@ -2,12 +2,13 @@
 // data followed by its checksum leaves 0.
 #pragma once
 
+#include "foundation/export.h"
 #include "foundation/result.h"
 
 namespace QUIRVA {
 
 // Polynomial 0x1021, initial value 0.
-class CRC16 {
+class CLIPCHAIN_API CRC16 {
  public:
   // The checksum of all `size` bytes, their own checksum included: S_OK if it is 0, S_FALSE if not.
   // The bytes of `*crc` hold it most significant first. E_INVALIDARG for null or fewer than 2
@@ -21,7 +22,7 @@ struct stCRC32Struct {
 };
 
 // Polynomial 0x04C11DB7, initial value 0xFFFFFFFF.
-class CRC32 {
+class CLIPCHAIN_API CRC32 {
  public:
   // The bytes of `crc` receive the checksum of all `size` bytes most significant first.
   // E_INVALIDARG for null, S_FALSE for fewer than 4 bytes, which leave `crc` as it is.

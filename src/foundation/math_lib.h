@@ -1,9 +1,11 @@
 // Integer ratios.
 #pragma once
 
+#include "foundation/export.h"
+
 namespace QUIRVA {
 
-class CMathLib {
+class CLIPCHAIN_API CMathLib {
  public:
   // 0 and n give n, so 0 and 0 give 0.
   static unsigned long long CalcGreatestCommonDivisor(unsigned long long a, unsigned long long b);

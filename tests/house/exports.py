@@ -20,8 +20,14 @@ FUNCTIONS = [
 ]
 # Classes with all their members. Of an interface that the library implements there is its type.
 CLASSES = [
+    "MP4G::CAvcDecoderConfigurationRecord",
     "MP4G::CMp4LiveMerge_Factory",
     "QUIRVA::CFile_c",
+    "QUIRVA::CMathLib",
+    "QUIRVA::CRC16",
+    "QUIRVA::CRC32",
+    "QUIRVA::QvBitReader",
+    "QUIRVA::QvBitWriter",
     "QUIRVA::QvMemBuffer",
 ]
 INTERFACES = [
