@@ -75,13 +75,19 @@ CBox* FindVendorBox(const CMovieBox& movie) {
   return found != movie.children.end() ? *found : nullptr;
 }
 
-// Parses a container and moves the cursor behind its header only: its first child is read from the
-// enclosing block and may run past the container's end.
-HRESULT EnterContainer(CDataMemBox& container, const unsigned char*& in, unsigned int& rest) {
+// Moves the cursor from the start of a box to its payload and gives the payload's length, with the
+// codes of parsing it as a Box. That object's copy of the payload is not made: a first child may
+// run past its container's end, so that many boxes overlap and each would copy most of the block.
+template <class Box>
+HRESULT EnterBox(const unsigned char*& in, unsigned int& rest, unsigned int& length) {
   const unsigned char* whole = in;
   unsigned int wholeRest = rest;
-  RETURN_IF_NOT_OK(container.SetData(whole, wholeRest));
-  return QUIRVA::Skip(in, rest, container.GetBoxBaseSize());
+  CBox box;
+  RETURN_IF_NOT_OK(box.Set8Byte(in, rest));
+  if (box.header->size == 1) return Box().SetData(whole, wholeRest);  // refuses the 64-bit form
+  RETURN_IF_NOT_OK(box.SetData(whole, wholeRest));
+  length = box.restSize;
+  return QUIRVA::Skip(in, rest, box.GetBoxBaseSize());
 }
 
 }  // namespace
@@ -184,18 +190,18 @@ HRESULT CVireoMp4::ParseVRCVBox(const unsigned char* bytes, unsigned int rest) {
   return S_OK;
 }
 
+// A first child is whatever stands behind the header, up to the end of the enclosing block.
 HRESULT CVireoMp4::ParseVRTHBox(const unsigned char* bytes, unsigned int rest) {
-  CVRTHBox container;
-  RETURN_IF_NOT_OK(EnterContainer(container, bytes, rest));
-  CVRDABox stream;
-  RETURN_IF_NOT_OK(stream.SetData(bytes, rest));
-  const HRESULT result = ParseThumbnailData(stream.data, stream.dataSize);
+  unsigned int length = 0;
+  RETURN_IF_NOT_OK(EnterBox<CVRTHBox>(bytes, rest, length));
+  RETURN_IF_NOT_OK(EnterBox<CVRDABox>(bytes, rest, length));
+  const HRESULT result = ParseThumbnailData(bytes, length);
   return result == S_FALSE ? E_BAD_DATA : result;
 }
 
 HRESULT CVireoMp4::ParseVROPBox(const unsigned char* bytes, unsigned int rest) {
-  CVROPBox container;
-  RETURN_IF_NOT_OK(EnterContainer(container, bytes, rest));
+  unsigned int length = 0;
+  RETURN_IF_NOT_OK(EnterBox<CVROPBox>(bytes, rest, length));
   return ParseVRFBBox(bytes, rest);
 }
 

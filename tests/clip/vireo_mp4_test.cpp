@@ -1,5 +1,7 @@
 #include "clip/vireo_mp4.h"
 
+#include <chrono>
+
 #include "box/data_boxes.h"
 #include "clip/exif_library.h"
 #include "clip/timecode.h"
@@ -228,6 +230,24 @@ TEST(VendorBlock, StaysWithinItsBytesWhateverOneOfThemIs) {
   }
 }
 
+TEST(VendorBlock, OfOverlappingBoxesIsReadInOnePass) {
+  // Every thumbnail box is 16 bytes long and its child runs to the end of 32 MiB. That child's
+  // first bytes, 00 00 FF E1, are the size of the block's next box.
+  constexpr std::size_t kStep = 16 + 0xFFE1;
+  const Bytes stream = Join({Hex("0000FFE1 0000"), Text("Exif"), Zeros(2), ExifWithDate(kDate)});
+  Bytes block(512 * kStep);
+  for (std::size_t at = 0; at < block.size(); at += kStep) {
+    const auto left = static_cast<std::uint32_t>(block.size() - at - 8);
+    const Bytes boxes = Join({U32(16), Text("VRTH"), U32(left), Text("ABCD"), stream});
+    std::copy(boxes.begin(), boxes.end(), block.begin() + static_cast<std::ptrdiff_t>(at));
+  }
+  CVireoMp4 clip(0);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_OK(ParseChildren(clip, block));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+  EXPECT_EQ(kDateFields, clip.timedate);
+}
+
 TEST(VendorBlock, KeepsWhatWasReadBeforeAFailure) {
   CVireoMp4 clip(0);
   EXPECT_RESULT(S_FALSE, ParseChildren(clip, Join({MarkerBox(), Place(), Zeros(3)})));
@@ -337,9 +357,33 @@ TEST(VendorThumbnail, PassesOnTheCodesOfItsBoxes) {
                                   Box("VRTH", {WithU32(Box("VRDA", {Zeros(20)}), 0, 4)})));
   EXPECT_RESULT(S_FALSE, Parse(clip, &CVireoMp4::ParseVRTHBox,
                                Box("VRTH", {WithU32(Box("VRDA", {Zeros(20)}), 0, 100)})));
-  // The 64-bit form of a size is not one for a box in memory.
-  EXPECT_RESULT(E_BAD_DATA, Parse(clip, &CVireoMp4::ParseVRTHBox,
-                                  Box("VRTH", {U32(1), Text("VRDA"), U64(36), Zeros(20)})));
+}
+
+TEST(VendorThumbnail, RefusesThe64BitFormOfASize) {
+  const auto withSize = [](std::uint64_t size) {
+    return Join({U32(1), Text("VRDA"), U64(size), Zeros(20)});
+  };
+  const std::pair<std::uint64_t, HRESULT> table[] = {
+      {36, E_BAD_DATA},
+      {16, E_BAD_DATA},
+      {15, E_BAD_DATA},
+      {0, E_BAD_DATA},
+      {37, S_FALSE},
+      {0xFFFFFFFF, S_FALSE},
+      {0x100000000, E_PENDING},
+      {0x8000000000000000, E_BAD_DATA},
+  };
+  for (const auto& [size, result] : table) {
+    CVireoMp4 clip(0);
+    EXPECT_RESULT(result, Parse(clip, &CVireoMp4::ParseVRTHBox, withSize(size))) << size;
+    EXPECT_RESULT(result, Parse(clip, &CVireoMp4::ParseVRTHBox, Box("VRTH", {withSize(size)})))
+        << size;
+    EXPECT_RESULT(result, Parse(clip, &CVireoMp4::ParseVROPBox, withSize(size))) << size;
+    CVRDABox box;
+    EXPECT_RESULT(result, ParseBox(box, withSize(size))) << size;
+  }
+  CVireoMp4 cut(0);
+  EXPECT_RESULT(S_FALSE, Parse(cut, &CVireoMp4::ParseVRTHBox, Slice(withSize(16), 0, 15)));
 }
 
 TEST(VendorThumbnail, OfLessThanTwelveBytesIsBadData) {
