@@ -6,6 +6,8 @@ namespace MP4G {
 
 namespace {
 
+constexpr std::uint64_t kSecondsPerMinute = 60;
+constexpr std::uint64_t kSecondsPerHour = 3600;
 constexpr std::uint64_t kSecondsPerDay = 86400;
 constexpr std::uint64_t kSecondsFromYear0To1904 = 60084374400;
 
@@ -49,9 +51,9 @@ void CMp4Util::TranslateIsomTime(unsigned long long time, unsigned short& year,
                                  unsigned char& month, unsigned char& day, unsigned char& hour,
                                  unsigned char& minute, unsigned char& second) {
   const std::uint64_t era = kSecondsFromYear0To1904 + time;
-  second = static_cast<unsigned char>(era % 60);
-  minute = static_cast<unsigned char>(era / 60 % 60);
-  hour = static_cast<unsigned char>(era / 3600 % 24);
+  second = static_cast<unsigned char>(era % kSecondsPerMinute);
+  minute = static_cast<unsigned char>(era / kSecondsPerMinute % 60);
+  hour = static_cast<unsigned char>(era / kSecondsPerHour % 24);
 
   std::uint64_t days = era / kSecondsPerDay;
   const std::uint64_t wholeYear = TakeYear(days);
@@ -70,7 +72,7 @@ std::uint64_t CMp4Util::CalcurateTimeFromEra(unsigned short year, unsigned char 
   std::uint32_t days = 365 * years + (years + 3) / 4 - (years + 99) / 100 + (years + 399) / 400;
   if (month >= 2 && month <= 12) days += DaysBeforeMonth(month, IsLeapYear(year));
   if (day != 0) days += day - 1u;
-  return days * kSecondsPerDay + hour * 3600u + minute * 60u + second;
+  return days * kSecondsPerDay + hour * kSecondsPerHour + minute * kSecondsPerMinute + second;
 }
 
 }  // namespace MP4G

@@ -151,6 +151,76 @@ TEST(VendorBlock, RefusesAChildOfSizeZero) {
   EXPECT_EQ(0, place.hasIDBox);
 }
 
+struct SizeCase {
+  std::uint32_t size;
+  HRESULT result;
+};
+
+// Parses `child` with each size in its header at `at`, alone in its block.
+void ExpectForSizes(const Bytes& child, std::size_t at, std::initializer_list<SizeCase> cases) {
+  for (const SizeCase& one : cases) {
+    CVireoMp4 clip(0);
+    EXPECT_RESULT(one.result, ParseChildren(clip, WithU32(child, at, one.size)))
+        << FourCcText(ReadU32(child, at + 4)) << ' ' << one.size;
+  }
+}
+
+TEST(VendorBlock, HasACodeForEveryWrongSizeOfAKnownChild) {
+  const Bytes marker = MarkerBox();
+  // Its size is no more than the step; 1 leads to the odd header 00 00 01 56 "RCVV".
+  ExpectForSizes(marker, 0,
+                 {{0, E_BAD_DATA},
+                  {1, S_OK},
+                  {7, S_OK},
+                  {12, S_OK},
+                  {13, S_FALSE},
+                  {19, S_FALSE},
+                  {20, S_OK},
+                  {21, S_OK},
+                  {0xFFFFFFFF, S_OK}});
+  // A size of 1 makes what follows a 64-bit size: here far beyond 32 bits, in "VRFB" 8 bytes of
+  // header more than the block has, in "VRDA" a negative number.
+  for (const Bytes& container : {Place(), ThumbnailBox(ExifWithDate(kDate))}) {
+    const auto size = static_cast<std::uint32_t>(container.size());
+    ExpectForSizes(container, 0,
+                   {{0, E_BAD_DATA},
+                    {1, E_PENDING},
+                    {2, E_BAD_DATA},
+                    {7, E_BAD_DATA},
+                    {size - 1, S_FALSE},
+                    {size, S_OK},
+                    {size + 1, S_FALSE},
+                    {0xFFFFFFFF, S_FALSE}});
+  }
+  ExpectForSizes(Place(), 8,
+                 {{0, E_BAD_DATA},
+                  {1, S_FALSE},
+                  {59, E_BAD_DATA},
+                  {60, S_OK},
+                  {61, S_FALSE},
+                  {0xFFFFFFFF, S_FALSE}});
+  const Bytes thumbnail = ThumbnailBox(ExifWithDate(kDate));
+  const auto stream = static_cast<std::uint32_t>(thumbnail.size() - 8);
+  ExpectForSizes(thumbnail, 8,
+                 {{0, E_BAD_DATA},
+                  {1, E_BAD_DATA},
+                  {7, E_BAD_DATA},
+                  {19, E_BAD_DATA},
+                  {20, EXIFL_ERR_ARGUMENT},
+                  {21, EXIFL_ERR_DATA},
+                  {stream, S_OK},
+                  {stream + 1, S_FALSE},
+                  {0xFFFFFFFF, S_FALSE}});
+  ExpectForSizes(Box("ABCD", {Zeros(1)}), 0,
+                 {{0, E_BAD_DATA},
+                  {1, S_OK},
+                  {2, S_FALSE},
+                  {8, S_FALSE},
+                  {9, S_OK},
+                  {10, S_OK},
+                  {0xFFFFFFFF, S_OK}});
+}
+
 TEST(VendorBlock, TakesAChildSizeOfOneAsOneByte) {
   const Bytes one = U32(1) + Text("ABCD");
   CVireoMp4 short7(0);
