@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <map>
 
+#include "box/avc_configuration.h"
+#include "box/es_descriptor_box.h"
 #include "box/header_boxes.h"
 #include "box/sample_entries.h"
 #include "box/sample_entry_extras.h"
@@ -178,10 +180,18 @@ CTimecodeSampleDescription* CSampleTableBox_wr::TimecodeSampleDescription(
   return Child<CTimecodeSampleDescription>(SampleDescriptionBox(), FourCc("tmcd"), index);
 }
 
+CBox* CSampleTableBox_wr::AnyAvcSampleEntry(unsigned int index) const {
+  CBox* entry = AvcSampleEntry(index);
+  return entry != nullptr ? entry : AvcParameterSampleEntry(index);
+}
 CViewIdentifierBox* CSampleTableBox_wr::ViewIdentifierBox(unsigned int index) const {
-  const CBox* entry = AvcSampleEntry(index);
-  if (entry == nullptr) entry = AvcParameterSampleEntry(index);
-  return Child<CViewIdentifierBox>(entry, FourCc("vwid"), 0);
+  return Child<CViewIdentifierBox>(AnyAvcSampleEntry(index), FourCc("vwid"), 0);
+}
+CAvcConfigurationBox* CSampleTableBox_wr::AvcConfigurationBox(unsigned int index) const {
+  return Child<CAvcConfigurationBox>(AnyAvcSampleEntry(index), FourCc("avcC"), 0);
+}
+CMvcConfigurationBox* CSampleTableBox_wr::MvcConfigurationBox(unsigned int index) const {
+  return Child<CMvcConfigurationBox>(AnyAvcSampleEntry(index), FourCc("mvcC"), 0);
 }
 CMpeg4BitRateBox* CSampleTableBox_wr::Mpeg4BitRateBox(unsigned int index) const {
   return Child<CMpeg4BitRateBox>(AvcSampleEntry(index), FourCc("btrt"), index);
@@ -191,6 +201,34 @@ CCleanApertureBox* CSampleTableBox_wr::CleanApertureBox(unsigned int index) cons
 }
 CFielBox* CSampleTableBox_wr::FielBox(unsigned int index) const {
   return Child<CFielBox>(AvcSampleEntry(index), FourCc("fiel"), index);
+}
+CESDBox* CSampleTableBox_wr::ESDBox(unsigned int index) const {
+  return Child<CESDBox>(Mp4AudioSampleEntry(index), FourCc("esds"), index);
+}
+
+template <class T>
+T* CESDBox_wr::Child(unsigned int tag) const {
+  T* found = nullptr;
+  GetChildDescriptorT(&found, EsDescriptor(), tag);
+  return found;
+}
+CEsDescriptor* CESDBox_wr::EsDescriptor() const {
+  return box != nullptr ? box->descriptor.get() : nullptr;
+}
+CDecoderConfigDescriptor* CESDBox_wr::DecoderConfigDescriptor() const {
+  return Child<CDecoderConfigDescriptor>(kDecoderConfigDescriptorTag);
+}
+CDecoderSpecificInfo* CESDBox_wr::DecoderSpecificInfo() const {
+  return Child<CDecoderSpecificInfo>(kDecoderSpecificInfoTag);
+}
+CVideoSpecificConfig* CESDBox_wr::VideoSpecificConfig() const {
+  return dynamic_cast<CVideoSpecificConfig*>(DecoderSpecificInfo());
+}
+CAudioSpecificConfig* CESDBox_wr::AudioSpecificConfig() const {
+  return dynamic_cast<CAudioSpecificConfig*>(DecoderSpecificInfo());
+}
+CSLConfigDescriptor* CESDBox_wr::SLConfigDescriptor() const {
+  return Child<CSLConfigDescriptor>(kSlConfigDescriptorTag);
 }
 
 }  // namespace MP4G

@@ -7,11 +7,14 @@
 
 #include <vector>
 
+#include "box/base_descriptor.h"
 #include "box/box.h"
 
 namespace MP4G {
 
 class CAudioSampleEntry;
+class CAudioSpecificConfig;
+class CAvcConfigurationBox;
 class CAvcParameterSampleEntry;
 class CAvcSampleEntry;
 class CChunkLargeOffsetBox;
@@ -23,8 +26,12 @@ class CDataEntryUrlBox;
 class CDataEntryUrnBox;
 class CDataInformationBox;
 class CDataReferenceBox;
+class CDecoderConfigDescriptor;
+class CDecoderSpecificInfo;
+class CESDBox;
 class CEditBox;
 class CEditListBox;
+class CEsDescriptor;
 class CFielBox;
 class CHandlerBox;
 class CHintMediaHeaderBox;
@@ -36,7 +43,9 @@ class CMovieHeaderBox;
 class CMp4AudioSampleEntry;
 class CMp4VisualSampleEntry;
 class CMpeg4BitRateBox;
+class CMvcConfigurationBox;
 class CNullMediaHeaderBox;
+class CSLConfigDescriptor;
 class CSampleDependencyTypeBox;
 class CSampleDescriptionBox;
 class CSampleEntry;
@@ -50,6 +59,7 @@ class CTimeToSampleBox;
 class CTrackBox;
 class CTrackHeaderBox;
 class CVideoMediaHeaderBox;
+class CVideoSpecificConfig;
 class CViewIdentifierBox;
 class CVisualSampleEntry;
 
@@ -152,15 +162,51 @@ class CSampleTableBox_wr : public CBox_wr {
   CAvcParameterSampleEntry* AvcParameterSampleEntry(unsigned int index) const;
   CTimecodeSampleDescription* TimecodeSampleDescription(unsigned int index) const;
 
-  // The first "vwid" of AvcSampleEntry(index), or where that is null of
+  // The first of its type in AvcSampleEntry(index), or where that is null in
   // AvcParameterSampleEntry(index).
   CViewIdentifierBox* ViewIdentifierBox(unsigned int index) const;
+  CAvcConfigurationBox* AvcConfigurationBox(unsigned int index) const;
+  CMvcConfigurationBox* MvcConfigurationBox(unsigned int index) const;
   // Number `index` of its type inside AvcSampleEntry(index): entry 1 is asked for its second.
   CMpeg4BitRateBox* Mpeg4BitRateBox(unsigned int index) const;
   CCleanApertureBox* CleanApertureBox(unsigned int index) const;
   CFielBox* FielBox(unsigned int index) const;
+  // Likewise inside Mp4AudioSampleEntry(index).
+  CESDBox* ESDBox(unsigned int index) const;
 
   CSampleTableBox* box;  // not owned, may be null
+
+ private:
+  CBox* AnyAvcSampleEntry(unsigned int index) const;
+};
+
+// Views the descriptors of an "esds". All getters look among the children of the ES descriptor
+// itself; those of a decoder configuration are asked of it.
+class CESDBox_wr {
+ public:
+  explicit CESDBox_wr(CESDBox* esds) : box(esds) {}
+  virtual ~CESDBox_wr() = default;
+
+  // Sets `*out` to the first child with the low 8 bits of `tag` as its tag, or to null if there is
+  // none or it is no T. Does nothing if `out` or `parent` is null.
+  template <class T>
+  static void GetChildDescriptorT(T** out, const CBaseDescriptor* parent, unsigned int tag) {
+    if (out == nullptr || parent == nullptr) return;
+    *out = dynamic_cast<T*>(parent->GetChildDescriptor(static_cast<unsigned char>(tag)));
+  }
+
+  CEsDescriptor* EsDescriptor() const;
+  CDecoderConfigDescriptor* DecoderConfigDescriptor() const;
+  CDecoderSpecificInfo* DecoderSpecificInfo() const;
+  CVideoSpecificConfig* VideoSpecificConfig() const;
+  CAudioSpecificConfig* AudioSpecificConfig() const;
+  CSLConfigDescriptor* SLConfigDescriptor() const;
+
+  CESDBox* box;  // not owned, may be null
+
+ private:
+  template <class T>
+  T* Child(unsigned int tag) const;
 };
 
 }  // namespace MP4G

@@ -6,8 +6,10 @@
 #include <random>
 #include <string>
 
+#include "box/avc_configuration.h"
 #include "box/box_factory.h"
 #include "box/data_boxes.h"
+#include "box/es_descriptor_box.h"
 #include "box/header_boxes.h"
 #include "box/sample_entries.h"
 #include "box/sample_entry_extras.h"
@@ -97,9 +99,14 @@ std::vector<Getter> AllGetters() {
       InTable({"stbl", "stsd", "tmcd"}, &Table::TimecodeSampleDescription),
       InTable({"stbl", "stsd", "avc1", "vwid"}, &Table::ViewIdentifierBox),
       InTable({"stbl", "stsd", "avcp", "vwid"}, &Table::ViewIdentifierBox),
+      InTable({"stbl", "stsd", "avc1", "avcC"}, &Table::AvcConfigurationBox),
+      InTable({"stbl", "stsd", "avcp", "avcC"}, &Table::AvcConfigurationBox),
+      InTable({"stbl", "stsd", "avc1", "mvcC"}, &Table::MvcConfigurationBox),
+      InTable({"stbl", "stsd", "avcp", "mvcC"}, &Table::MvcConfigurationBox),
       InTable({"stbl", "stsd", "avc1", "btrt"}, &Table::Mpeg4BitRateBox),
       InTable({"stbl", "stsd", "avc1", "clap"}, &Table::CleanApertureBox),
       InTable({"stbl", "stsd", "avc1", "fiel"}, &Table::FielBox),
+      InTable({"stbl", "stsd", "mp4a", "esds"}, &Table::ESDBox),
   };
 }
 
@@ -249,17 +256,19 @@ TEST_F(SampleTableView, CountsEntriesOfOneTypeWhereTheGetterNamesIt) {
 }
 
 TEST_F(SampleTableView, AppliesTheIndexInsideTheEntryToo) {
-  for (const char* type : {"btrt", "clap", "fiel"}) {
+  for (const char* type : {"btrt", "clap", "fiel", "esds"}) {
+    const char* entryType = type == std::string("esds") ? "mp4a" : "avc1";
     MP4G::CSampleTableBox own;
     MP4G::CBox* entries = Add(&own, "stsd");
-    MP4G::CBox* first = Add(Add(entries, "avc1"), type);
-    MP4G::CBox* secondEntry = Add(entries, "avc1");
+    MP4G::CBox* first = Add(Add(entries, entryType), type);
+    MP4G::CBox* secondEntry = Add(entries, entryType);
     Add(secondEntry, type);
     const CSampleTableBox_wr wr(&own);
     const auto get = [&](unsigned int index) -> MP4G::CBox* {
       if (type == std::string("btrt")) return wr.Mpeg4BitRateBox(index);
       if (type == std::string("clap")) return wr.CleanApertureBox(index);
-      return wr.FielBox(index);
+      if (type == std::string("fiel")) return wr.FielBox(index);
+      return wr.ESDBox(index);
     };
     EXPECT_EQ(first, get(0)) << type;
     EXPECT_EQ(nullptr, get(1)) << type;
@@ -268,21 +277,35 @@ TEST_F(SampleTableView, AppliesTheIndexInsideTheEntryToo) {
   }
 }
 
-TEST_F(SampleTableView, TakesTheFirstViewIdentifierOfTheEntry) {
-  Add(Add(description, "avc1"), "vwid");
+// The getters that look into an AVC entry of either type, for the first box of a type.
+const std::vector<std::pair<const char*, MP4G::CBox* (*)(const Table&, unsigned int)>> kAvcGetters =
+    {{"vwid", [](const Table& t, unsigned int i) -> MP4G::CBox* { return t.ViewIdentifierBox(i); }},
+     {"avcC",
+      [](const Table& t, unsigned int i) -> MP4G::CBox* { return t.AvcConfigurationBox(i); }},
+     {"mvcC",
+      [](const Table& t, unsigned int i) -> MP4G::CBox* { return t.MvcConfigurationBox(i); }}};
+
+TEST_F(SampleTableView, TakesTheFirstViewsOrConfigurationOfTheEntry) {
+  Add(description, "avc1");
   MP4G::CBox* secondEntry = Add(description, "avc1");
-  MP4G::CBox* views = Add(secondEntry, "vwid");
-  Add(secondEntry, "vwid");
-  EXPECT_EQ(views, view.ViewIdentifierBox(1));
+  for (const auto& [type, get] : kAvcGetters) {
+    MP4G::CBox* first = Add(secondEntry, type);
+    Add(secondEntry, type);
+    EXPECT_EQ(first, get(view, 1)) << type;
+  }
 }
 
 TEST_F(SampleTableView, LooksAtTheParameterEntryOnlyWhereThereIsNoAvcEntry) {
   Add(description, "avc1");
-  Add(Add(description, "avcp"), "vwid");
-  MP4G::CBox* views = Add(Add(description, "avcp"), "vwid");
-  EXPECT_EQ(nullptr, view.ViewIdentifierBox(0));
-  EXPECT_EQ(views, view.ViewIdentifierBox(1));
-  EXPECT_EQ(nullptr, view.ViewIdentifierBox(2));
+  MP4G::CBox* firstParameters = Add(description, "avcp");
+  MP4G::CBox* secondParameters = Add(description, "avcp");
+  for (const auto& [type, get] : kAvcGetters) {
+    Add(firstParameters, type);
+    MP4G::CBox* wanted = Add(secondParameters, type);
+    EXPECT_EQ(nullptr, get(view, 0)) << type;
+    EXPECT_EQ(wanted, get(view, 1)) << type;
+    EXPECT_EQ(nullptr, get(view, 2)) << type;
+  }
 }
 
 class MovieView : public testing::Test {
