@@ -98,6 +98,21 @@ TEST(TrackFragmentRandomAccessBox, ReadsOneEntryLessThanTheNumberAndFixesIt) {
   EXPECT_EQ(0u, box.fullHeader->version);
 }
 
+TEST(TrackFragmentRandomAccessBox, DropsTheOnlyEntryOfAMuxersTable) {
+  // One sync sample of track 1, as a muxer of fragments writes it.
+  const Bytes bytes = support::Hex(
+      "0000002B 74667261 01000000 00000001 00000000 00000001"
+      "0000000000000800 0000000000000D3C 01 01 01");
+  CTrackFragmentRandomAccessBox box;
+  ASSERT_OK(ParseBox(box, bytes));
+  EXPECT_EQ(1u, box.record->numberOfEntries);
+  EXPECT_TRUE(box.entries.empty());
+  EXPECT_EQ(19u, box.restSize);
+  Bytes written;
+  EXPECT_OK(WriteBox(box, bytes.size(), &written));
+  EXPECT_EQ(Bytes(bytes.begin(), bytes.begin() + 24) + Zeros(19), written);
+}
+
 TEST(TrackFragmentRandomAccessBox, RefusesARecordThatIsCut) {
   const Bytes bytes = RandomAccess(0, 0, 0, {});
   ExpectNeedsEveryByte(bytes);

@@ -3,7 +3,6 @@
 #include <stdlib.h>
 
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <system_error>
 
@@ -32,7 +31,10 @@ void WriteFile(const fs::path& path, const Bytes& bytes) {
 Bytes ReadFile(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) throw std::runtime_error("cannot read " + path.string());
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  Bytes bytes(static_cast<std::size_t>(fs::file_size(path)));
+  file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  if (!file) throw std::runtime_error("cannot read all of " + path.string());
+  return bytes;
 }
 
 Bytes ReadHexFile(const fs::path& path) {
