@@ -13,7 +13,7 @@ packages_for() {
     test) echo libgtest-dev libgmock-dev python3 ffmpeg clang-format shellcheck ;;
     sanitizers) echo clang libclang-rt-14-dev ;;
     format) echo clang-format ;;
-    bench) echo libbenchmark-dev python3 ffmpeg time ;;
+    bench) echo python3 ffmpeg util-linux ;;
     clips) echo python3 ffmpeg fonts-dejavu-core ;;
     *) fail "no packages known for $1" ;;
   esac

@@ -1,0 +1,107 @@
+#!/usr/bin/env python3
+"""Makes a clip of a wanted size out of a short one: its pictures, padded and repeated.
+
+    make_large_clip.py SOURCE-ROOT SHORT-CLIP BYTES OUT
+
+Each picture gets filler NAL units (ISO/IEC 14496-10, 7.3.2.7), as an encoder with a constant bit
+rate writes them, so that readers still take it for what it is.
+"""
+import importlib.util
+import struct
+import sys
+from importlib.machinery import SourceFileLoader
+from pathlib import Path
+
+PICTURE_SIZE = 250_000
+
+
+def load_mp4edit(root):
+    loader = SourceFileLoader("mp4edit", str(root / "scripts" / "mp4edit"))
+    module = importlib.util.module_from_spec(importlib.util.spec_from_loader("mp4edit", loader))
+    sys.dont_write_bytecode = True
+    loader.exec_module(module)
+    return module
+
+
+def samples_of(track, data):
+    """The bytes of each sample of a track."""
+    table = {box.kind: box.payload for box in track.only(b"stbl").children}
+    count = struct.unpack_from(">I", table[b"stsz"], 8)[0]
+    sizes = struct.unpack_from(f">{count}I", table[b"stsz"], 12)
+    chunks = struct.unpack_from(">I", table[b"stco"], 4)[0]
+    offsets = struct.unpack_from(f">{chunks}I", table[b"stco"], 8)
+    runs = struct.unpack_from(">I", table[b"stsc"], 4)[0]
+    entries = [struct.unpack_from(">III", table[b"stsc"], 8 + 12 * i) for i in range(runs)]
+    samples = []
+    for chunk, at in enumerate(offsets, 1):
+        per_chunk = [entry[1] for entry in entries if entry[0] <= chunk][-1]
+        for size in sizes[len(samples) : len(samples) + per_chunk]:
+            samples.append(data[at : at + size])
+            at += size
+    return samples
+
+
+def padded(sample):
+    rest = PICTURE_SIZE - len(sample) - 4
+    return sample + struct.pack(">I", rest) + b"\x0c" + b"\xff" * (rest - 2) + b"\x80"
+
+
+def full_box(*numbers):
+    return struct.pack(f">{len(numbers) + 1}I", 0, *numbers)
+
+
+def repeat_tables(track, samples, times, offsets):
+    """Gives a track the tables of all its samples, `times` over, one chunk for each round."""
+    per_round = len(samples)
+    for box in track.only(b"stbl").children:
+        count = struct.unpack_from(">I", box.payload, 4)[0]
+        if box.kind == b"stts":
+            duration = struct.unpack_from(">I", box.payload, 12)[0]
+            box.payload = full_box(1, per_round * times, duration)
+        elif box.kind == b"ctts":
+            box.payload = full_box(count * times) + box.payload[8:] * times
+        elif box.kind == b"stss":
+            first = struct.unpack_from(f">{count}I", box.payload, 8)
+            numbers = [n + round_ * per_round for round_ in range(times) for n in first]
+            box.payload = full_box(len(numbers), *numbers)
+        elif box.kind == b"stsz":
+            sizes = [len(sample) for sample in samples] * times
+            box.payload = full_box(0, len(sizes), *sizes)
+        elif box.kind == b"stsc":
+            box.payload = full_box(1, 1, per_round, 1)
+        elif box.kind == b"stco":
+            box.payload = full_box(len(offsets), *offsets)
+
+
+def repeat_durations(moov, times):
+    for kind, at in ((b"mvhd", 16), (b"tkhd", 20), (b"mdhd", 16), (b"elst", 8)):
+        for box in moov.all(kind):
+            duration = struct.unpack_from(">I", box.payload, at)[0] * times
+            box.payload = box.payload[:at] + struct.pack(">I", duration) + box.payload[at + 4 :]
+
+
+def main(root, short, wanted, target):
+    mp4edit = load_mp4edit(root)
+    data = short.read_bytes()
+    movie = mp4edit.Movie(data)
+    tracks = list(movie.moov.all(b"trak"))
+    media = [samples_of(track, data) for track in tracks]
+    media[0] = [padded(sample) for sample in media[0]]
+    one_round = b"".join(b"".join(samples) for samples in media)
+    times = max(1, wanted // len(one_round))
+    repeat_durations(movie.moov, times)
+    ftyp = movie.top(b"ftyp").write()
+    start = len(ftyp) + 8
+    for track, samples in zip(tracks, media):
+        offsets = [start + round_ * len(one_round) for round_ in range(times)]
+        repeat_tables(track, samples, times, offsets)
+        start += sum(len(sample) for sample in samples)
+    with open(target, "wb") as file:
+        file.write(ftyp + struct.pack(">I4s", 8 + len(one_round) * times, b"mdat"))
+        for _ in range(times):
+            file.write(one_round)
+        file.write(movie.moov.write())
+
+
+if __name__ == "__main__":
+    main(Path(sys.argv[1]), Path(sys.argv[2]), int(sys.argv[3]), Path(sys.argv[4]))
