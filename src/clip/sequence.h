@@ -6,6 +6,7 @@
 
 #include "clip/vireo_mp4.h"
 #include "foundation/com.h"
+#include "foundation/export.h"
 
 namespace MP4G {
 
@@ -18,7 +19,7 @@ inline constexpr _GUID IID_IMp4Sequence = {
 // is complete: zero means that the recording began or ended there. Flags are 1 or 0. A sequence
 // that a later registration joined to another one is empty from then on, and an empty sequence is
 // closed at both ends.
-class IMp4Sequence : public IUnknown {
+class CLIPCHAIN_API IMp4Sequence : public IUnknown {
  public:
   // The recording date of the first clip. E_POINTER for null; E_FAIL, with `out` untouched, if no
   // date is known.

@@ -6,6 +6,7 @@
 
 #include "clip/sequence.h"
 #include "foundation/com.h"
+#include "foundation/export.h"
 
 namespace MP4G {
 
@@ -19,7 +20,7 @@ inline constexpr _GUID IID_IMp4SequenceCreatorSecret = {
 
 // Takes clips in any order and keeps the sequences that they form. All calls come from one thread
 // at a time.
-class IMp4SequenceCreator : public IUnknown {
+class CLIPCHAIN_API IMp4SequenceCreator : public IUnknown {
  public:
   // Analyses a file and joins its clip to the sequences it fits. Any result but S_OK is the
   // analysis's and leaves the sequences as they were.
@@ -50,7 +51,7 @@ class IMp4SequenceCreator : public IUnknown {
   ~IMp4SequenceCreator() = default;
 };
 
-class IMp4SequenceCreatorSecret : public IUnknown {
+class CLIPCHAIN_API IMp4SequenceCreatorSecret : public IUnknown {
  public:
   // The clips of all sequences.
   virtual std::uint32_t GetTotalFileCount() = 0;
@@ -91,7 +92,7 @@ class CMp4SequenceCreator : public QUIRVA::CComBase,
 };
 
 // The one entry point.
-class CVireoMp4AnalyzerFactory {
+class CLIPCHAIN_API CVireoMp4AnalyzerFactory {
  public:
   CVireoMp4AnalyzerFactory() = delete;
 

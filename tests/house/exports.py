@@ -22,6 +22,7 @@ FUNCTIONS = [
 CLASSES = [
     "MP4G::CAvcDecoderConfigurationRecord",
     "MP4G::CMp4LiveMerge_Factory",
+    "MP4G::CVireoMp4AnalyzerFactory",
     "QUIRVA::CFile_c",
     "QUIRVA::CMathLib",
     "QUIRVA::CRC16",
@@ -33,6 +34,9 @@ CLASSES = [
 INTERFACES = [
     "IUnknown",
     "MP4G::IMp4LiveMerge",
+    "MP4G::IMp4Sequence",
+    "MP4G::IMp4SequenceCreator",
+    "MP4G::IMp4SequenceCreatorSecret",
     "QUIRVA::IQvFileReader",
 ]
 TYPE = re.compile(r"^(?:typeinfo|typeinfo name|vtable|VTT) for (.+)$")
