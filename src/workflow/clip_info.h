@@ -1,0 +1,51 @@
+// What one file says about itself: its movie, its tracks, what the camera noted, its boxes.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "clip/vireo_mp4.h"
+#include "foundation/guid.h"
+#include "foundation/result.h"
+
+namespace clipchain {
+
+struct TrackInfo {
+  unsigned int id;
+  unsigned int handler;                     // four-character code; 0 without a handler
+  std::vector<unsigned int> sampleEntries;  // four-character codes
+  unsigned int samples;
+  unsigned int timeScale;  // ticks a second
+  long long duration;      // of the media, in ticks of the track
+};
+
+struct BoxInfo {
+  unsigned int type;   // four-character code
+  long long position;  // of the first byte in the file
+  long long size;      // of the whole box
+  _GUID usertype;      // of a "uuid" box
+  unsigned int depth;  // 0 at the top level
+};
+
+struct ClipInfo {
+  long long size = 0;          // of the file, in bytes
+  unsigned int timeScale = 0;  // of the movie, ticks a second
+  long long duration = 0;      // of the movie, in its ticks
+  std::optional<MP4G::_tagSequenceTimedate> date;
+  _GUID uniqueID{};
+  _GUID previousID{};
+  _GUID nextID{};
+  bool cameraStream = false;    // the camera's marker was seen
+  bool hasIdentifiers = false;  // the camera's identifiers were read
+  std::vector<TrackInfo> tracks;
+  std::vector<BoxInfo> boxes;  // in file order, children behind their parent
+  HRESULT boxesResult = S_OK;  // S_FALSE: a box is cut short, and the tree ends there
+  HRESULT analysis = S_OK;     // what kept the camera's boxes from being read whole
+};
+
+// Reads everything but the media. A negative code, or S_FALSE where no movie could be read: the
+// file is no readable clip, and `info` holds as much as was found.
+[[nodiscard]] HRESULT ReadClipInfo(const std::string& path, ClipInfo& info);
+
+}  // namespace clipchain

@@ -1,0 +1,91 @@
+#include "workflow/clip_search.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <iterator>
+#include <system_error>
+
+namespace clipchain {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool HasClipName(const fs::path& path) {
+  static constexpr const char* kExtensions[] = {".mp4", ".m4v", ".mov"};
+  std::string extension = path.extension().string();
+  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return std::find(std::begin(kExtensions), std::end(kExtensions), extension) !=
+         std::end(kExtensions);
+}
+
+class FolderSearch {
+ public:
+  FolderSearch(FoundClips& found, Volume& volume) : found_(found), volume_(volume) {}
+
+  void Search(const fs::path& folder) {
+    for (const fs::directory_entry& entry : SortedEntries(folder)) {
+      std::error_code ignored;
+      if (!entry.is_symlink(ignored) && entry.is_directory(ignored)) {
+        Search(entry.path());
+      } else if (HasClipName(entry.path()) && IsFile(entry)) {
+        volume_.clips.push_back(entry.path().string());
+      }
+    }
+  }
+
+ private:
+  std::vector<fs::directory_entry> SortedEntries(const fs::path& folder) {
+    std::vector<fs::directory_entry> entries;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+      if (entry->path().filename().native().front() != '.') entries.push_back(*entry);
+    }
+    if (error)
+      found_.unreadable.push_back({folder.string(), "can't be searched: " + error.message()});
+    std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) {
+      return a.path().filename().native() < b.path().filename().native();
+    });
+    return entries;
+  }
+
+  // Links that lead nowhere count, so that somebody hears of them; pipes and devices do not.
+  static bool IsFile(const fs::directory_entry& entry) {
+    std::error_code ignored;
+    const fs::file_status status = entry.status(ignored);
+    return fs::is_regular_file(status) || !fs::exists(status);
+  }
+
+  FoundClips& found_;
+  Volume& volume_;
+};
+
+}  // namespace
+
+FoundClips FindClips(const std::vector<std::string>& operands) {
+  FoundClips found;
+  bool collectsFiles = false;
+  for (const std::string& operand : operands) {
+    std::error_code ignored;
+    const fs::file_status status = fs::status(operand, ignored);
+    if (fs::is_directory(status)) {
+      collectsFiles = false;
+      Volume& volume = found.volumes.emplace_back(Volume{operand, {}});
+      FolderSearch(found, volume).Search(operand);
+      continue;
+    }
+    // A pipe or a device would keep whoever opens it waiting.
+    if (fs::exists(status) && !fs::is_regular_file(status)) {
+      found.unreadable.push_back({operand, "is no regular file"});
+      continue;
+    }
+    if (!collectsFiles) found.volumes.emplace_back();
+    collectsFiles = true;
+    found.volumes.back().clips.push_back(operand);
+  }
+  return found;
+}
+
+}  // namespace clipchain

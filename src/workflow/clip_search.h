@@ -1,0 +1,32 @@
+// Finding the clips that a person means by a list of files and folders.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace clipchain {
+
+// Clips that lie together: in a folder that was named, or as files that were named one after
+// another. Paths are bytes, as the system has them.
+struct Volume {
+  std::string folder;              // as it was named; empty for files
+  std::vector<std::string> clips;  // sorted by name in a folder, else as they were named
+};
+
+struct UnreadablePath {
+  std::string path;
+  std::string reason;  // the rest of a sentence that begins with the path
+};
+
+struct FoundClips {
+  std::vector<Volume> volumes;  // in the order of the operands
+  std::vector<UnreadablePath> unreadable;
+};
+
+// A folder is a volume with all *.mp4, *.m4v and *.mov, in any case, that lie in it or in folders
+// below. As with a pattern of the shell, names that begin with a dot are passed over: that is where
+// systems keep what was deleted, and their notes on other files. Links to files are followed, links
+// to folders inside are not. Any operand that is no folder is a clip, whatever its name.
+FoundClips FindClips(const std::vector<std::string>& operands);
+
+}  // namespace clipchain

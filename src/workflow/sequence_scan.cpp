@@ -1,0 +1,57 @@
+#include "workflow/sequence_scan.h"
+
+#include <algorithm>
+
+#include "clip/sequence.h"
+#include "clip/sequence_creator.h"
+#include "foundation/strings.h"
+
+namespace clipchain {
+
+namespace {
+
+SequenceReport Report(MP4G::CMp4Sequence& sequence) {
+  SequenceReport report{};
+  MP4G::_tagSequenceTimedate date{};
+  if (sequence.GetTimedate(&date) == S_OK) report.date = date;
+  report.closedAtHead = sequence.IsClosedAtHead() != 0;
+  report.closedAtTail = sequence.IsClosedAtTail() != 0;
+  report.cameraStream = sequence.ConsistsOfVireoStream() != 0;
+  report.headID = sequence.GetHeadUniqueID();
+  report.tailID = sequence.GetTailUniqueID();
+  for (const MP4G::CVireoMp4* clip : sequence.clips) {
+    report.clips.push_back({QUIRVA::PathBytesFromWide(clip->path).value_or(""), clip->volume});
+    report.volumes.push_back(clip->volume);
+  }
+  std::sort(report.volumes.begin(), report.volumes.end());
+  report.volumes.erase(std::unique(report.volumes.begin(), report.volumes.end()),
+                       report.volumes.end());
+  return report;
+}
+
+}  // namespace
+
+ScanReport ScanSequences(const std::vector<Volume>& volumes, const ScanOptions& options) {
+  ScanReport report;
+  MP4G::CSequenceCreator creator(nullptr);
+  for (const Volume& volume : volumes) {
+    for (const std::string& path : volume.clips) {
+      const std::wstring wide = QUIRVA::WidePathFromBytes(path);
+      const HRESULT result = creator.RegisterMp4(wide.c_str(), _GUID{}, _GUID{});
+      if (result != S_OK) report.rejected.push_back({path, result});
+    }
+    ++creator.volume;
+  }
+  if (options.salvage) {
+    const std::size_t before = creator.sequences.size();
+    report.salvaged = creator.SalvationProcess();
+    report.joined = creator.sequences.size() < before;
+  }
+  if (options.divide) report.divided = creator.DivideRelaySequenceExceptFirstOne();
+  for (MP4G::CMp4Sequence* sequence : creator.sequences) {
+    report.sequences.push_back(Report(*sequence));
+  }
+  return report;
+}
+
+}  // namespace clipchain

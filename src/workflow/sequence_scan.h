@@ -1,0 +1,52 @@
+// Registering a number of clips and telling what sequences they form.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "clip/vireo_mp4.h"
+#include "foundation/guid.h"
+#include "foundation/result.h"
+#include "workflow/clip_search.h"
+
+namespace clipchain {
+
+struct SequenceClip {
+  std::string path;
+  unsigned int volume;  // index into the volumes that were scanned
+};
+
+struct SequenceReport {
+  std::optional<MP4G::_tagSequenceTimedate> date;  // of the first clip; none if it is not known
+  bool closedAtHead;                               // nothing is missing in front
+  bool closedAtTail;                               // nothing is missing behind
+  bool cameraStream;                               // the first clip carries the camera's marker
+  _GUID headID;                                    // by which the ends are known
+  _GUID tailID;
+  std::vector<unsigned int> volumes;  // that the clips lie on, ascending
+  std::vector<SequenceClip> clips;    // from head to tail
+};
+
+struct RejectedClip {
+  std::string path;
+  HRESULT result;
+};
+
+struct ScanOptions {
+  bool salvage = false;  // join two last sequences if the timecode of one runs on from the other's
+  bool divide = false;   // cut sequences where their volume changes, sparing the first such one
+};
+
+struct ScanReport {
+  std::vector<SequenceReport> sequences;  // roughly in the order of their dates
+  std::vector<RejectedClip> rejected;     // clips that could not be registered, in order
+  bool joined = false;                    // whether salvage joined two sequences
+  HRESULT salvaged = S_OK;                // what kept salvage from reading a timecode
+  HRESULT divided = S_OK;
+};
+
+// Registers the clips volume by volume. Salvage runs before the division.
+ScanReport ScanSequences(const std::vector<Volume>& volumes, const ScanOptions& options);
+
+}  // namespace clipchain

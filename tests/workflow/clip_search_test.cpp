@@ -1,0 +1,139 @@
+#include "workflow/clip_search.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <limits.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/temp_dir.h"
+
+using clipchain::FindClips;
+using clipchain::FoundClips;
+
+namespace {
+
+namespace fs = std::filesystem;
+using Paths = std::vector<std::string>;
+
+class ClipSearch : public testing::Test {
+ protected:
+  std::string Put(const std::string& name) {
+    fs::create_directories((folder / name).parent_path());
+    support::WriteFile(folder / name, {});
+    return At(name);
+  }
+  std::string At(const std::string& name) const { return (folder / name).string(); }
+  std::string Root() const { return folder.path().string(); }
+
+  support::TempDir folder;
+};
+
+}  // namespace
+
+TEST_F(ClipSearch, FindsNothingWithoutOperands) {
+  const FoundClips found = FindClips({});
+  EXPECT_TRUE(found.volumes.empty());
+  EXPECT_TRUE(found.unreadable.empty());
+}
+
+TEST_F(ClipSearch, TakesClipsOfAFolderInAnyCaseSortedByName) {
+  for (const char* name : {"b.mp4", "c.M4V", "a.MoV", "d.mp4.txt", "e.txt", "mp4", "f.mp"})
+    Put(name);
+  const FoundClips found = FindClips({Root()});
+  ASSERT_EQ(1u, found.volumes.size());
+  EXPECT_EQ(Root(), found.volumes[0].folder);
+  EXPECT_EQ((Paths{At("a.MoV"), At("b.mp4"), At("c.M4V")}), found.volumes[0].clips);
+  EXPECT_TRUE(found.unreadable.empty());
+}
+
+TEST_F(ClipSearch, LooksBelowAFolderToo) {
+  for (const char* name : {"DCIM/101/b.mp4", "DCIM/100/c.mp4", "a.mp4", "z.mp4"}) Put(name);
+  const FoundClips found = FindClips({Root()});
+  ASSERT_EQ(1u, found.volumes.size());
+  EXPECT_EQ((Paths{At("DCIM/100/c.mp4"), At("DCIM/101/b.mp4"), At("a.mp4"), At("z.mp4")}),
+            found.volumes[0].clips);
+}
+
+TEST_F(ClipSearch, PassesOverNamesThatBeginWithADot) {
+  for (const char* name : {"._a.mp4", ".mp4", ".Trashes/501/b.mp4", "c.mp4"}) Put(name);
+  const FoundClips found = FindClips({Root()});
+  EXPECT_EQ((Paths{At("c.mp4")}), found.volumes.at(0).clips);
+}
+
+TEST_F(ClipSearch, EachFolderIsAVolumeAndFilesInARowAreOne) {
+  Put("x/1.mp4");
+  Put("y/2.mp4");
+  fs::create_directory(folder / "empty");
+  const FoundClips found =
+      FindClips({"first", "second.txt", At("x"), "third", At("empty"), At("y"), At("x")});
+  ASSERT_EQ(6u, found.volumes.size());
+  EXPECT_EQ("", found.volumes[0].folder);
+  EXPECT_EQ((Paths{"first", "second.txt"}), found.volumes[0].clips);
+  EXPECT_EQ(At("x"), found.volumes[1].folder);
+  EXPECT_EQ((Paths{At("x/1.mp4")}), found.volumes[1].clips);
+  EXPECT_EQ("", found.volumes[2].folder);
+  EXPECT_EQ((Paths{"third"}), found.volumes[2].clips);
+  EXPECT_EQ(At("empty"), found.volumes[3].folder);
+  EXPECT_TRUE(found.volumes[3].clips.empty());
+  EXPECT_EQ((Paths{At("y/2.mp4")}), found.volumes[4].clips);
+  EXPECT_EQ((Paths{At("x/1.mp4")}), found.volumes[5].clips);
+}
+
+TEST_F(ClipSearch, FollowsLinksToFilesAndNamesThoseThatLeadNowhere) {
+  Put("aside/clip");
+  Put("aside/inner/other.mp4");
+  fs::create_directory(folder / "card");
+  fs::create_symlink(folder / "aside/clip", folder / "card/a.mp4");
+  fs::create_symlink(folder / "absent", folder / "card/b.mp4");
+  fs::create_directory_symlink(folder / "aside/inner", folder / "card/c");
+  fs::create_directory_symlink(folder / "card", folder / "card/loop");
+  const FoundClips found = FindClips({At("card")});
+  EXPECT_EQ((Paths{At("card/a.mp4"), At("card/b.mp4")}), found.volumes.at(0).clips);
+}
+
+TEST_F(ClipSearch, AFolderNamedByALinkIsSearched) {
+  Put("card/a.mp4");
+  fs::create_directory_symlink(folder / "card", folder / "link");
+  const FoundClips found = FindClips({At("link")});
+  EXPECT_EQ((Paths{At("link/a.mp4")}), found.volumes.at(0).clips);
+}
+
+TEST_F(ClipSearch, NeverOpensPipes) {
+  ASSERT_EQ(0, ::mkfifo(At("pipe.mp4").c_str(), 0600));
+  EXPECT_TRUE(FindClips({Root()}).volumes.at(0).clips.empty());
+  const FoundClips found = FindClips({At("pipe.mp4")});
+  EXPECT_TRUE(found.volumes.empty());
+  ASSERT_EQ(1u, found.unreadable.size());
+  EXPECT_EQ(At("pipe.mp4"), found.unreadable[0].path);
+  EXPECT_EQ("is no regular file", found.unreadable[0].reason);
+}
+
+TEST_F(ClipSearch, TellsOfFoldersThatCannotBeSearched) {
+  // One that lies too deep for a path: it is made step by step from the folder above.
+  const std::string name(200, 'd');
+  int above = ::open(Root().c_str(), O_RDONLY | O_DIRECTORY);
+  for (std::size_t length = 0; length < PATH_MAX; length += name.size()) {
+    ASSERT_EQ(0, ::mkdirat(above, name.c_str(), 0700));
+    const int below = ::openat(above, name.c_str(), O_RDONLY | O_DIRECTORY);
+    ASSERT_LE(0, below);
+    ::close(above);
+    above = below;
+  }
+  ::close(above);
+  Put("z.mp4");
+  const FoundClips found = FindClips({Root()});
+  EXPECT_EQ((Paths{At("z.mp4")}), found.volumes.at(0).clips);
+  ASSERT_EQ(1u, found.unreadable.size());
+  EXPECT_EQ(0u, found.unreadable[0].path.find(At(name)));
+  EXPECT_EQ(0u, found.unreadable[0].reason.find("can't be searched: "));
+}
+
+TEST_F(ClipSearch, KeepsNamesThatAreNoText) {
+  Put("\xFF\xFE.mp4");
+  EXPECT_EQ((Paths{At("\xFF\xFE.mp4")}), FindClips({Root()}).volumes.at(0).clips);
+}

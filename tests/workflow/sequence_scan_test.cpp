@@ -1,0 +1,178 @@
+#include "workflow/sequence_scan.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/movie_builder.h"
+#include "support/result_matchers.h"
+#include "support/sequences.h"
+#include "support/temp_dir.h"
+
+using clipchain::ScanOptions;
+using clipchain::ScanReport;
+using clipchain::ScanSequences;
+using clipchain::SequenceReport;
+using support::ChainLink;
+using support::Id;
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+class SequenceScan : public testing::Test {
+ protected:
+  std::string Put(const std::string& name, const support::Bytes& bytes) {
+    support::WriteFile(folder / name, bytes);
+    return (folder / name).string();
+  }
+  std::string ChainFile(unsigned int number, unsigned int length, unsigned int base = 0) {
+    return Put(std::to_string(base + number),
+               support::TinyClip(ChainLink(number, length, base), 60 * base + number));
+  }
+  // A clip of a chain with a timecode of two frames.
+  std::string TimedFile(unsigned int number, std::uint8_t frame, const support::VendorBox& link) {
+    support::MovieBuilder movie;
+    movie.creationTime = number;
+    movie.Add(support::TimecodeTrack({{1, 0, 0, frame}, {1, 0, 0, ++frame}}));
+    return Put(std::to_string(number), support::WithVendorBox(movie.Build(), link));
+  }
+
+  static Names NamesOf(const SequenceReport& sequence) {
+    Names names;
+    for (const auto& clip : sequence.clips) {
+      names.push_back(std::filesystem::path(clip.path).filename().string());
+    }
+    return names;
+  }
+  static std::vector<Names> ChainsOf(const ScanReport& report) {
+    std::vector<Names> chains;
+    for (const SequenceReport& sequence : report.sequences) chains.push_back(NamesOf(sequence));
+    return chains;
+  }
+
+  support::TempDir folder;
+};
+
+using Chains = std::vector<Names>;
+using Volumes = std::vector<unsigned int>;
+
+}  // namespace
+
+TEST_F(SequenceScan, OfNothingIsEmpty) {
+  const ScanReport report = ScanSequences({}, {true, true});
+  EXPECT_TRUE(report.sequences.empty());
+  EXPECT_TRUE(report.rejected.empty());
+  EXPECT_FALSE(report.joined);
+  EXPECT_OK(report.salvaged);
+  EXPECT_OK(report.divided);
+}
+
+TEST_F(SequenceScan, TellsEverythingOfASequence) {
+  const std::string third = ChainFile(3, 3);
+  const std::string first = ChainFile(1, 3);
+  const std::string second = ChainFile(2, 3);
+  const ScanReport report = ScanSequences({{"a", {third, first}}, {"b", {}}, {"c", {second}}}, {});
+  ASSERT_EQ((Chains{{"1", "2", "3"}}), ChainsOf(report));
+  const SequenceReport& sequence = report.sequences[0];
+  EXPECT_EQ((MP4G::_tagSequenceTimedate{1904, 1, 1, 0, 0, 1}), sequence.date);
+  EXPECT_TRUE(sequence.closedAtHead);
+  EXPECT_TRUE(sequence.closedAtTail);
+  EXPECT_TRUE(sequence.cameraStream);
+  EXPECT_TRUE(sequence.headID == Id(1));
+  EXPECT_TRUE(sequence.tailID == Id(3));
+  EXPECT_EQ((Volumes{0, 2}), sequence.volumes);
+  EXPECT_EQ(first, sequence.clips[0].path);
+  EXPECT_EQ(0u, sequence.clips[0].volume);
+  EXPECT_EQ(2u, sequence.clips[1].volume);
+  EXPECT_EQ(0u, sequence.clips[2].volume);
+}
+
+TEST_F(SequenceScan, TellsWhichEndIsOpen) {
+  const ScanReport report =
+      ScanSequences({{"", {ChainFile(1, 3), ChainFile(3, 3), ChainFile(2, 3, 10)}}}, {});
+  ASSERT_EQ((Chains{{"1"}, {"3"}, {"12"}}), ChainsOf(report));
+  EXPECT_TRUE(report.sequences[0].closedAtHead);
+  EXPECT_FALSE(report.sequences[0].closedAtTail);
+  EXPECT_FALSE(report.sequences[1].closedAtHead);
+  EXPECT_TRUE(report.sequences[1].closedAtTail);
+  EXPECT_FALSE(report.sequences[2].closedAtHead);
+  EXPECT_FALSE(report.sequences[2].closedAtTail);
+}
+
+TEST_F(SequenceScan, AClipWithoutADateHasNone) {
+  support::MovieBuilder movie;
+  movie.withMovieHeader = false;
+  const ScanReport report = ScanSequences({{"", {Put("undated", movie.Build())}}}, {});
+  ASSERT_EQ(1u, report.sequences.size());
+  EXPECT_FALSE(report.sequences[0].date.has_value());
+  EXPECT_FALSE(report.sequences[0].cameraStream);
+}
+
+TEST_F(SequenceScan, GoesOnBehindWhatCannotBeRegistered) {
+  const std::string bad = Put("bad", support::Text("These are notes about a clip.\n"));
+  const std::string absent = (folder / "absent").string();
+  const ScanReport report = ScanSequences({{"", {bad, ChainFile(1, 1), absent}}}, {});
+  EXPECT_EQ((Chains{{"1"}}), ChainsOf(report));
+  ASSERT_EQ(2u, report.rejected.size());
+  EXPECT_EQ(bad, report.rejected[0].path);
+  EXPECT_RESULT(E_BAD_TYPE, report.rejected[0].result);
+  EXPECT_EQ(absent, report.rejected[1].path);
+  EXPECT_RESULT(E_HANDLE, report.rejected[1].result);
+}
+
+TEST_F(SequenceScan, VolumesCountEvenIfTheFirstOnesHoldNothing) {
+  const ScanReport report = ScanSequences({{"a", {}}, {"b", {ChainFile(1, 1)}}}, {});
+  EXPECT_EQ((Volumes{1}), report.sequences.at(0).volumes);
+}
+
+TEST_F(SequenceScan, SalvagesOnlyWhenAsked) {
+  const std::vector<clipchain::Volume> volumes = {
+      {"", {TimedFile(1, 10, ChainLink(1, 2)), TimedFile(2, 12, ChainLink(5, 5))}}};
+  EXPECT_EQ(2u, ScanSequences(volumes, {}).sequences.size());
+  ScanOptions options;
+  options.salvage = true;
+  const ScanReport report = ScanSequences(volumes, options);
+  EXPECT_EQ((Chains{{"1", "2"}}), ChainsOf(report));
+  EXPECT_TRUE(report.joined);
+  EXPECT_OK(report.salvaged);
+}
+
+TEST_F(SequenceScan, TellsThatSalvageFoundNothing) {
+  const ScanReport report =
+      ScanSequences({{"", {TimedFile(1, 10, ChainLink(1, 2)), TimedFile(2, 20, ChainLink(5, 5))}}},
+                    {true, false});
+  EXPECT_EQ(2u, report.sequences.size());
+  EXPECT_FALSE(report.joined);
+  EXPECT_OK(report.salvaged);
+}
+
+TEST_F(SequenceScan, TellsThatATimecodeCannotBeRead) {
+  // A timecode track without samples.
+  support::MovieBuilder movie;
+  movie.Add(support::TimecodeTrack({}));
+  const std::string damaged =
+      Put("damaged", support::WithVendorBox(movie.Build(), ChainLink(1, 2)));
+  const ScanReport report =
+      ScanSequences({{"", {damaged, TimedFile(2, 12, ChainLink(5, 5))}}}, {true, false});
+  EXPECT_EQ(2u, report.sequences.size());
+  EXPECT_RESULT(E_BAD_DATA, report.salvaged);
+}
+
+TEST_F(SequenceScan, DividesOnlyWhenAskedAndAfterSalvage) {
+  const std::vector<clipchain::Volume> volumes = {{"a", {ChainFile(1, 2), ChainFile(1, 2, 10)}},
+                                                  {"b", {ChainFile(2, 2), ChainFile(2, 2, 10)}}};
+  EXPECT_EQ((Chains{{"1", "2"}, {"11", "12"}}), ChainsOf(ScanSequences(volumes, {})));
+  const ScanReport report = ScanSequences(volumes, {true, true});
+  EXPECT_EQ((Chains{{"1", "2"}, {"11"}, {"12"}}), ChainsOf(report));
+  EXPECT_OK(report.divided);
+  EXPECT_EQ((Volumes{0, 1}), report.sequences[0].volumes);
+  EXPECT_EQ((Volumes{1}), report.sequences[2].volumes);
+}
+
+TEST_F(SequenceScan, GivesPathsBackByteForByte) {
+  const std::string odd = Put("\xFF\xC3\xA9\xF0\x9F\x8E\xA5", support::TinyClip(ChainLink(1, 1)));
+  EXPECT_EQ(odd, ScanSequences({{"", {odd}}}, {}).sequences.at(0).clips.at(0).path);
+}
