@@ -9,5 +9,7 @@ class App;
 namespace clipchain {
 
 void AddMergeCommand(CLI::App& tool, int& exitCode);
+void AddSequencesCommand(CLI::App& tool, int& exitCode);
+void AddInfoCommand(CLI::App& tool, int& exitCode);
 
 }  // namespace clipchain

@@ -1,5 +1,7 @@
 #include "clipchain/result_words.h"
 
+#include "clip/exif_library.h"
+
 namespace clipchain {
 
 namespace {
@@ -43,6 +45,23 @@ std::string InputWords(HRESULT result, bool first) {
       return "needs more memory than there is";
     default:
       return "can't be merged";
+  }
+}
+
+std::string ClipWords(HRESULT result) {
+  switch (result) {
+    case E_HANDLE:
+      return "can't be opened";
+    case S_FALSE:
+    case E_BAD_DATA:
+    case E_BAD_TYPE:
+    case E_PENDING:
+    case E_OUTOFMEMORY:
+      return InputWords(result, true);
+    case EXIFL_ERR_DATA:
+      return "has a thumbnail whose Exif data can't be read";
+    default:
+      return "can't be read";
   }
 }
 

@@ -1,4 +1,4 @@
-// Result codes of a merge in words.
+// Result codes in words.
 #pragma once
 
 #include <string>
@@ -14,7 +14,10 @@ bool IsOutputResult(HRESULT result);
 // its name: "has another number of tracks than the first clip". `first`: it was the first input.
 std::string InputWords(HRESULT result, bool first);
 
-// The same for the output.
+// What is wrong with a clip that could not be analysed, as the rest of such a sentence.
+std::string ClipWords(HRESULT result);
+
+// The same for the output of a merge.
 std::string OutputWords(HRESULT result);
 
 }  // namespace clipchain

@@ -20,6 +20,8 @@ int Run(int argc, const char* const* argv) {
   tool.set_version_flag("--version", "clipchain " CLIPCHAIN_VERSION);
   tool.require_subcommand(1);
   AddMergeCommand(tool, exitCode);
+  AddSequencesCommand(tool, exitCode);
+  AddInfoCommand(tool, exitCode);
   try {
     tool.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -4,6 +4,8 @@
 
 #include <set>
 
+#include "clip/exif_library.h"
+
 using namespace clipchain;
 
 namespace {
@@ -20,6 +22,15 @@ TEST(ResultWords, ExplainEveryAnswerOfAnInputInItsOwnWords) {
     words.insert(InputWords(result, true));
   EXPECT_EQ(11u, words.size());
   EXPECT_EQ(0u, words.count(InputWords(E_UNEXPECTED, true)));
+}
+
+TEST(ResultWords, ExplainEveryAnswerOfAnAnalysisInItsOwnWords) {
+  std::set<std::string> words;
+  for (const HRESULT result :
+       {E_HANDLE, S_FALSE, E_BAD_DATA, E_BAD_TYPE, E_PENDING, E_OUTOFMEMORY, EXIFL_ERR_DATA})
+    words.insert(ClipWords(result));
+  EXPECT_EQ(7u, words.size());
+  EXPECT_EQ(0u, words.count(ClipWords(E_UNEXPECTED)));
 }
 
 TEST(ResultWords, SpeakOfTheFirstClipOnlyToLaterOnes) {

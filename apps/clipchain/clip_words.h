@@ -1,0 +1,36 @@
+// What clips say, for people and in the forms that programs read.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+#include "clip/vireo_mp4.h"
+#include "foundation/guid.h"
+
+namespace clipchain {
+
+// Objects keep the order in which their fields were set.
+using Json = nlohmann::ordered_json;
+
+// "2024-05-06 07:08:09"; "unknown" without a date.
+std::string DateWords(const std::optional<MP4G::_tagSequenceTimedate>& date);
+// "none" for zero.
+std::string GuidWords(const _GUID& id);
+// "2.560 s"; "unknown" without a scale.
+std::string DurationWords(long long ticks, unsigned int timeScale);
+
+// "2024-05-06T07:08:09", or null.
+Json DateJson(const std::optional<MP4G::_tagSequenceTimedate>& date);
+// Text, or null for zero.
+Json GuidJson(const _GUID& id);
+// Null without a scale.
+Json SecondsJson(long long ticks, unsigned int timeScale);
+// Sets "path". Bytes that are no UTF-8 appear there as U+FFFD, and "path_bytes" then has all bytes
+// in hexadecimal.
+void SetPath(Json& object, const std::string& path);
+
+// The text of a whole document, with a line feed at its end.
+std::string JsonText(const Json& document);
+
+}  // namespace clipchain

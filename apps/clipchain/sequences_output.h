@@ -1,0 +1,19 @@
+// The sequences of a number of clips, as the tool prints them.
+#pragma once
+
+#include <string>
+
+#include "workflow/clip_search.h"
+#include "workflow/sequence_scan.h"
+
+namespace clipchain {
+
+// A table with a row for each sequence and its files below it, then what could not be registered.
+std::string SequencesTable(const FoundClips& found, const ScanReport& report,
+                           const ScanOptions& options);
+
+// The same for programs; docs/formats.md has the fields.
+std::string SequencesJson(const FoundClips& found, const ScanReport& report,
+                          const ScanOptions& options);
+
+}  // namespace clipchain

@@ -1,0 +1,180 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "apps/tool.h"
+#include "support/movie_builder.h"
+#include "support/sequences.h"
+#include "support/temp_dir.h"
+
+using nlohmann::json;
+using support::Bytes;
+using support::Finished;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+class InfoCommand : public testing::Test {
+ protected:
+  std::string Put(const Bytes& bytes) {
+    support::WriteFile(folder / "clip.mp4", bytes);
+    return (folder / "clip.mp4").string();
+  }
+
+  // A camera's clip with picture and sound, number 2 of 3.
+  std::string CameraClip() {
+    support::MovieBuilder movie = support::Clip(30);
+    movie.creationTime = 61;
+    return Put(support::WithVendorBox(movie.Build(), support::ChainLink(2, 3)));
+  }
+
+  static json Json(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"info", "--json"});
+    const Finished run = Tool(arguments);
+    EXPECT_EQ(0, run.exitCode);
+    EXPECT_EQ("", run.err);
+    return json::parse(run.out);
+  }
+
+  support::TempDir folder;
+};
+
+}  // namespace
+
+TEST_F(InfoCommand, NeedsOneFile) {
+  EXPECT_EQ(2, Tool({"info"}).exitCode);
+  EXPECT_EQ(2, Tool({"info", "a", "b"}).exitCode);
+}
+
+TEST_F(InfoCommand, TellsAboutAClip) {
+  const std::string path = CameraClip();
+  const Finished run = Tool({"info", path});
+  EXPECT_EQ(0, run.exitCode);
+  EXPECT_EQ("", run.err);
+  EXPECT_EQ(0u, run.out.find(path + "\n"));
+  for (const char* line : {
+           "  date              1904-01-01 00:01:01\n",
+           "  duration          1.000 s\n",
+           "  camera's stream   yes\n",
+           "  has identifiers   yes\n",
+           "  identifier        02020202-0202-0202-0202-020202020202\n",
+           "  previous clip     01010101-0101-0101-0101-010101010101\n",
+           "  next clip         03030303-0303-0303-0303-030303030303\n",
+           "  track  handler  samples are     samples  time scale  duration\n",
+           "      1  vide     avc1                 30       30000  1.000 s\n",
+       }) {
+    EXPECT_THAT(run.out, HasSubstr(line));
+  }
+  EXPECT_THAT(run.out, Not(HasSubstr("damaged")));
+  EXPECT_THAT(run.out, Not(HasSubstr("moov")));
+}
+
+TEST_F(InfoCommand, PrintsEveryFieldForPrograms) {
+  const std::string path = CameraClip();
+  const auto size = support::ReadFile(path).size();
+  json document = Json({path});
+  ASSERT_EQ(2u, document["tracks"].size());
+  const json video = {{"id", 1},       {"handler", "vide"},   {"sample_entries", {"avc1"}},
+                      {"samples", 30}, {"time_scale", 30000}, {"duration", 30000},
+                      {"seconds", 1.0}};
+  EXPECT_EQ(video, document["tracks"][0]);
+  document.erase("tracks");
+  const json expected = {{"path", path},
+                         {"size", size},
+                         {"date", "1904-01-01T00:01:01"},
+                         {"time_scale", 600},
+                         {"duration", 600},
+                         {"seconds", 1.0},
+                         {"camera_stream", true},
+                         {"has_identifiers", true},
+                         {"id", "02020202-0202-0202-0202-020202020202"},
+                         {"previous_id", "01010101-0101-0101-0101-010101010101"},
+                         {"next_id", "03030303-0303-0303-0303-030303030303"},
+                         {"problems", json::array()}};
+  EXPECT_EQ(expected, document);
+}
+
+TEST_F(InfoCommand, ListsTheBoxesOnRequest) {
+  const std::string path = CameraClip();
+  const Bytes bytes = support::ReadFile(path);
+  const Finished run = Tool({"info", "--tree", path});
+  EXPECT_EQ(0, run.exitCode);
+  EXPECT_THAT(run.out, HasSubstr("      position            size  box\n"
+                                 "             0              24  ftyp\n"));
+  EXPECT_THAT(run.out, HasSubstr("          1559             129            stsd\n"));
+  EXPECT_THAT(run.out, HasSubstr("    uuid 85c0b687-820f-11e0-8111-f4ce462b6a48\n"));
+
+  const json boxes = Json({"--tree", path})["boxes"];
+  ASSERT_EQ(3u, boxes.size());
+  EXPECT_EQ("ftyp", boxes[0]["type"]);
+  EXPECT_TRUE(boxes[0]["children"].empty());
+  EXPECT_EQ("mdat", boxes[1]["type"]);
+  EXPECT_EQ("moov", boxes[2]["type"]);
+  EXPECT_EQ(support::FindBox(bytes, "moov"), boxes[2]["position"]);
+  EXPECT_EQ(support::ReadU32(bytes, support::FindBox(bytes, "moov")), boxes[2]["size"]);
+  const json& children = boxes[2]["children"];
+  ASSERT_EQ(4u, children.size());
+  EXPECT_EQ("mvhd", children[0]["type"]);
+  EXPECT_EQ("trak", children[1]["type"]);
+  EXPECT_EQ("tkhd", children[1]["children"][0]["type"]);
+  EXPECT_EQ("uuid", children[3]["type"]);
+  EXPECT_EQ("85c0b687-820f-11e0-8111-f4ce462b6a48", children[3]["usertype"]);
+  EXPECT_EQ(support::FindBox(bytes, "uuid"), children[3]["position"]);
+  EXPECT_FALSE(children[0].contains("usertype"));
+}
+
+TEST_F(InfoCommand, FieldsWithoutAValueAreNull) {
+  support::MovieBuilder movie;
+  movie.withMovieHeader = false;
+  movie.extraMovieBoxes = support::Box("trak");
+  const std::string path = Put(movie.Build());
+  const json document = Json({path});
+  for (const char* field : {"date", "seconds", "id", "previous_id", "next_id"}) {
+    EXPECT_TRUE(document[field].is_null()) << field;
+  }
+  EXPECT_TRUE(document["tracks"][0]["handler"].is_null());
+  EXPECT_TRUE(document["tracks"][0]["seconds"].is_null());
+  const std::string text = Tool({"info", path}).out;
+  EXPECT_THAT(text, HasSubstr("  date              unknown\n"));
+  EXPECT_THAT(text, HasSubstr("  identifier        none\n"));
+  EXPECT_THAT(text, HasSubstr("      0  none     none "));
+}
+
+TEST_F(InfoCommand, NamesDamageThatLeavesTheRestReadable) {
+  Bytes stray = support::MarkerBox();
+  stray.resize(stray.size() + 3);
+  const std::string path =
+      Put(support::WithVendorBox(support::Clip(3).Build(), support::VendorBoxOf({stray})));
+  const Finished run = Tool({"info", path});
+  EXPECT_EQ(0, run.exitCode);
+  EXPECT_THAT(run.out,
+              HasSubstr("  damaged           what the camera noted can't be read (S_FALSE)\n"));
+  EXPECT_THAT(run.out, HasSubstr("avc1"));
+  EXPECT_EQ((json{"what the camera noted can't be read (S_FALSE)"}), Json({path})["problems"]);
+
+  support::MovieBuilder movie;
+  movie.extraMovieBoxes = support::Box(
+      "trak", {support::Box("edts", {support::FullBox("elst", 0, 0, {support::U32(9)})})});
+  EXPECT_EQ((json{"a box is shorter than what it must hold"}),
+            Json({Put(movie.Build())})["problems"]);
+}
+
+TEST_F(InfoCommand, RefusesWhatIsNoClip) {
+  const auto expectRefused = [](const std::string& path, const std::string& words) {
+    const Finished run = Tool({"info", path});
+    EXPECT_EQ(1, run.exitCode);
+    EXPECT_EQ("", run.out);
+    EXPECT_EQ(0u, run.err.find("clipchain: " + path + " " + words)) << run.err;
+  };
+  expectRefused((folder / "absent").string(), "can't be read: there is no such file\n");
+  expectRefused(folder.path(), "can't be read: it is a folder\n");
+  expectRefused(Put({}), "can't be read: it is empty\n");
+  expectRefused(Put(support::Text("These are notes about a clip.\n")), "is no MP4 clip, or has");
+  Bytes clip = support::Clip(3).Build();
+  clip.pop_back();
+  expectRefused(Put(clip), "is no MP4 clip, or is damaged");
+}
