@@ -10,7 +10,7 @@ namespace clipchain {
 // `tree`: with the boxes, their positions and sizes.
 std::string InfoText(const std::string& path, const ClipInfo& info, bool tree);
 
-// The same for programs; docs/formats.md has the fields.
+// The same for programs; docs/json.md has the fields.
 std::string InfoJson(const std::string& path, const ClipInfo& info, bool tree);
 
 }  // namespace clipchain

@@ -12,7 +12,7 @@ namespace clipchain {
 std::string SequencesTable(const FoundClips& found, const ScanReport& report,
                            const ScanOptions& options);
 
-// The same for programs; docs/formats.md has the fields.
+// The same for programs; docs/json.md has the fields.
 std::string SequencesJson(const FoundClips& found, const ScanReport& report,
                           const ScanOptions& options);
 
