@@ -94,7 +94,7 @@ HRESULT CTimesHeaderBox<RecordA, RecordB>::SetDataImpl(const unsigned char*& in,
   if (fullHeader->version == 1) {
     RETURN_IF_NOT_OK(QUIRVA::Take(in, rest, *recordA));
   } else {
-    auto narrow = recordA->Narrow();
+    typename RecordA::NarrowForm narrow;
     RETURN_IF_NOT_OK(QUIRVA::Take(in, rest, narrow));
     recordA->Widen(narrow);
   }
@@ -105,7 +105,7 @@ template <class RecordA, class RecordB>
 HRESULT CTimesHeaderBox<RecordA, RecordB>::GetDataSizeImpl(long long* total) const {
   RETURN_IF_NOT_OK(CFullBox::GetDataSizeImpl(total));
   const std::size_t times =
-      fullHeader->version == 1 ? sizeof *recordA : sizeof(decltype(recordA->Narrow()));
+      fullHeader->version == 1 ? sizeof *recordA : sizeof(typename RecordA::NarrowForm);
   *total += static_cast<long long>(times + sizeof *recordB);
   return S_OK;
 }

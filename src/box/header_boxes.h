@@ -23,11 +23,13 @@ static_assert(sizeof(_tagMOVIE_HEADER_BOX_A_VER_0) == 16);
 
 // The times of "mvhd" and of "mdhd". Creation and modification in seconds since 1904, in UTC.
 struct _tagMOVIE_HEADER_BOX_A_VER_1 {
+  using NarrowForm = _tagMOVIE_HEADER_BOX_A_VER_0;
+
   std::uint64_t CreationTime() const { return creationTime; }
   std::uint64_t ModificationTime() const { return modificationTime; }
   std::uint64_t Duration() const { return duration; }
-  _tagMOVIE_HEADER_BOX_A_VER_0 Narrow() const;
-  void Widen(const _tagMOVIE_HEADER_BOX_A_VER_0& narrow);
+  NarrowForm Narrow() const;
+  void Widen(const NarrowForm& narrow);
 
   QUIRVA::be64 creationTime;
   QUIRVA::be64 modificationTime;
@@ -63,11 +65,13 @@ struct _tagTRACK_HEADER_BOX_A_VER_0 {
 static_assert(sizeof(_tagTRACK_HEADER_BOX_A_VER_0) == 20);
 
 struct _tagTRACK_HEADER_BOX_A_VER_1 {
+  using NarrowForm = _tagTRACK_HEADER_BOX_A_VER_0;
+
   std::uint64_t CreationTime() const { return creationTime; }
   std::uint64_t ModificationTime() const { return modificationTime; }
   std::uint64_t Duration() const { return duration; }
-  _tagTRACK_HEADER_BOX_A_VER_0 Narrow() const;  // with the reserved field 0
-  void Widen(const _tagTRACK_HEADER_BOX_A_VER_0& narrow);
+  NarrowForm Narrow() const;  // with the reserved field 0
+  void Widen(const NarrowForm& narrow);
 
   QUIRVA::be64 creationTime;
   QUIRVA::be64 modificationTime;

@@ -1,5 +1,7 @@
 #include "box/structural_boxes.h"
 
+#include <algorithm>
+
 #include "foundation/cursor.h"
 
 namespace MP4G {
@@ -26,6 +28,8 @@ static_assert(sizeof(WideEdit) == 16 && sizeof(NarrowEdit) == 8 && sizeof(EditRa
 template <class Times>
 HRESULT TakeEdits(const unsigned char*& in, unsigned int& rest, unsigned int count,
                   std::vector<_tagEDIT_LIST_ENTRY>& entries) {
+  entries.reserve(entries.size() +
+                  std::min<std::size_t>(count, rest / (sizeof(Times) + sizeof(EditRate))));
   for (unsigned int i = 0; i < count; ++i) {
     Times times;
     EditRate rate;

@@ -1,8 +1,6 @@
 // Boxes in boxes in boxes: an application's worker thread may have 512 KiB of stack.
 #include <gtest/gtest.h>
-#include <pthread.h>
 
-#include <functional>
 #include <memory>
 
 #include "box/box.h"
@@ -10,39 +8,16 @@
 #include "foundation/cursor.h"
 #include "support/box_checks.h"
 #include "support/box_io.h"
+#include "support/small_stack.h"
 
 namespace {
 
 using MP4G::CBox;
 using MP4G::CListBox;
 using support::Bytes;
+using support::OnSmallStack;
 using support::ParseBox;
 using support::Text;
-
-// Runs on a thread with a small stack.
-void OnSmallStack(const std::function<void()>& work) {
-#if defined(__has_feature)
-  constexpr bool kInstrumented = __has_feature(address_sanitizer);
-#elif defined(__SANITIZE_ADDRESS__)
-  constexpr bool kInstrumented = true;
-#else
-  constexpr bool kInstrumented = false;
-#endif
-  // Frames that a sanitizer watches are several times as large.
-  constexpr std::size_t kStack = (kInstrumented ? 4096 : 512) * 1024;
-  pthread_attr_t attributes;
-  ASSERT_EQ(0, pthread_attr_init(&attributes));
-  ASSERT_EQ(0, pthread_attr_setstacksize(&attributes, kStack));
-  pthread_t thread;
-  const auto run = [](void* argument) -> void* {
-    (*static_cast<const std::function<void()>*>(argument))();
-    return nullptr;
-  };
-  ASSERT_EQ(0,
-            pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&work)));
-  ASSERT_EQ(0, pthread_join(thread, nullptr));
-  ASSERT_EQ(0, pthread_attr_destroy(&attributes));
-}
 
 // `levels` boxes, each the only child of the one before.
 Bytes Nested(const std::string& type, unsigned int levels) {
