@@ -1,69 +1,18 @@
 #!/usr/bin/env python3
-"""Checks what the shared library shows: what applications are to use, all of it and nothing else.
+"""Checks what the shared library shows to programs: what the list beside this file says, all of it
+and nothing else. A line that goes away or changes breaks programs that were built before.
 
-    exports.py LIBRARY
+    exports.py [--write] LIBRARY
+
+With --write the list is made anew; whether what it gained and lost is meant is then to be looked at.
 """
 import re
 import subprocess
 import sys
+from pathlib import Path
 
-# Plain functions, by their whole names.
-FUNCTIONS = [
-    *(f"m4lm_{name}" for name in ("createHandle", "deleteHandle", "setOutputPath", "inputMp4File",
-                                  "inputMp4Data", "finalize")),
-    *(f"CFW{name}" for name in ("CreateFile", "CloseHandle", "ReadFile", "WriteFile", "GetFileSize",
-                                "GetFilePointer", "SetFilePointer", "SetEOF", "FileIsExist",
-                                "CopyFile", "RenameFile", "DeleteFile")),
-    "ResultName",
-    "QUIRVA::WidePathFromBytes",
-    "QUIRVA::PathBytesFromWide",
-]
-# Classes with all their members. Of an interface that the library implements there is its type.
-CLASSES = [
-    "MP4G::CAvcDecoderConfigurationRecord",
-    "MP4G::CMp4LiveMerge_Factory",
-    "MP4G::CVireoMp4AnalyzerFactory",
-    "QUIRVA::CFile_c",
-    "QUIRVA::CMathLib",
-    "QUIRVA::CRC16",
-    "QUIRVA::CRC32",
-    "QUIRVA::QvBitReader",
-    "QUIRVA::QvBitWriter",
-    "QUIRVA::QvMemBuffer",
-]
-INTERFACES = [
-    "IUnknown",
-    "MP4G::IMp4LiveMerge",
-    "MP4G::IMp4Sequence",
-    "MP4G::IMp4SequenceCreator",
-    "MP4G::IMp4SequenceCreatorSecret",
-    "QUIRVA::IQvFileReader",
-]
-TYPE = re.compile(r"^(?:typeinfo|typeinfo name|vtable|VTT) for (.+)$")
-
-
-def function_name(symbol):
-    """The name before the parameters: "A::f" of "A::f[abi:cxx11](int)"."""
-    return re.sub(r"\[abi:\w+\]", "", symbol.split("(")[0])
-
-
-def owner(symbol):
-    """The class or function that a demangled symbol belongs to."""
-    match = TYPE.match(symbol)
-    if match:
-        return match.group(1)
-    name = function_name(symbol)
-    return name if name in FUNCTIONS else name.rpartition("::")[0]
-
-
-def faults(symbols):
-    owners = {owner(symbol) for symbol in symbols}
-    wanted = {*FUNCTIONS, *CLASSES, *INTERFACES}
-    for symbol in symbols:
-        if owner(symbol) not in wanted:
-            yield f"shown, but not meant to be: {symbol}"
-    for name in sorted(wanted - owners):
-        yield f"meant to be shown, but is not: {name}"
+LIST = Path(__file__).with_name("exports.txt")
+NEW, GONE = "shown, but not in the list", "in the list, but not shown"
 
 
 def shown(library):
@@ -73,10 +22,26 @@ def shown(library):
         text=True,
         check=True,
     ).stdout
-    return [re.sub(r" [A-Za-z] [0-9a-f]+ [0-9a-f]*$", "", line) for line in listing.splitlines()]
+    # A constructor or destructor has several symbols of one name.
+    return sorted({re.sub(r" [A-Za-z] [0-9a-f]+ [0-9a-f]*$", "", line) for line in listing.splitlines()})
+
+
+def faults(symbols, kept):
+    yield from (f"{NEW}: {symbol}" for symbol in symbols if symbol not in kept)
+    yield from (f"{GONE}: {symbol}" for symbol in kept if symbol not in symbols)
+
+
+def main():
+    symbols = shown(sys.argv[-1])
+    if sys.argv[1] == "--write":
+        LIST.write_text("".join(f"{symbol}\n" for symbol in symbols), encoding="utf-8")
+        return 0
+    found = list(faults(symbols, LIST.read_text(encoding="utf-8").splitlines()))
+    print("\n".join(found) or "the library shows what it should")
+    if found:
+        print(f"If this is meant: {__file__} --write {sys.argv[1]}")
+    return 1 if found else 0
 
 
 if __name__ == "__main__":
-    found = list(faults(shown(sys.argv[1])))
-    print("\n".join(found) or "the library shows what it should")
-    sys.exit(1 if found else 0)
+    sys.exit(main())

@@ -138,28 +138,27 @@ class HeaderCheck(HouseCheck):
 
 
 class ExportCheck(unittest.TestCase):
-    SHOWN = [
-        *(f"{name}(int)" for name in exports.FUNCTIONS),
-        *(f"{name}::Make()" for name in exports.CLASSES),
-        *(f"typeinfo for {name}" for name in exports.INTERFACES),
-    ]
+    KEPT = ["CFWSetEOF", "MP4G::CMp4LiveMerge_Factory::CreateInstance(_GUID, void**)"]
 
     def faults_of(self, symbols):
-        return list(exports.faults(symbols))
+        return list(exports.faults(symbols, self.KEPT))
 
-    def test_passes_what_is_meant_to_be_shown(self):
-        self.assertEqual([], self.faults_of(self.SHOWN))
-        more = ["m4lm_finalize", "ResultName[abi:cxx11](int)", "vtable for QUIRVA::CFile_c"]
-        self.assertEqual([], self.faults_of(self.SHOWN + more))
+    def test_passes_what_the_list_says(self):
+        self.assertEqual([], self.faults_of(self.KEPT))
 
-    def test_refuses_what_is_not_meant_to_be_shown(self):
-        for symbol in ("MP4G::CBox::CBox()", "typeinfo for MP4G::CBox", "std::vector<int>::size()"):
-            self.assertEqual(1, len(self.faults_of([*self.SHOWN, symbol])), symbol)
+    def test_refuses_what_the_list_does_not_say(self):
+        for symbol in ("MP4G::CBox::CBox()", "std::vector<int>::size()", "CFWSetEOF2"):
+            self.assertEqual([f"{exports.NEW}: {symbol}"], self.faults_of([*self.KEPT, symbol]))
 
     def test_misses_what_is_hidden(self):
-        for symbol in self.SHOWN:
-            rest = [other for other in self.SHOWN if other != symbol]
-            self.assertEqual(1, len(self.faults_of(rest)), symbol)
+        for symbol in self.KEPT:
+            rest = [other for other in self.KEPT if other != symbol]
+            self.assertEqual([f"{exports.GONE}: {symbol}"], self.faults_of(rest))
+
+    def test_the_list_speaks_of_the_doors(self):
+        kept = exports.LIST.read_text(encoding="utf-8").splitlines()
+        for symbol in ("m4lm_createHandle", "CFWCreateFile", *self.KEPT):
+            self.assertIn(symbol, kept)
 
 
 if __name__ == "__main__":
