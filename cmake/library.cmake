@@ -16,6 +16,8 @@ set(installed_headers ${CMAKE_INSTALL_INCLUDEDIR} ${CMAKE_INSTALL_INCLUDEDIR}/cl
 set(exports ${PROJECT_SOURCE_DIR}/cmake/exports.map)
 add_library(clipchain SHARED ${objects})
 add_library(clipchain_static STATIC ${objects})
+add_library(clipchain::clipchain ALIAS clipchain)
+add_library(clipchain::clipchain_static ALIAS clipchain_static)
 set_target_properties(clipchain_static PROPERTIES OUTPUT_NAME clipchain)
 set_target_properties(
   clipchain PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
@@ -34,11 +36,3 @@ foreach(library clipchain clipchain_static)
     target_link_libraries(${library} PRIVATE LibExif::LibExif)
   endif()
 endforeach()
-
-install(TARGETS clipchain clipchain_static)
-install(
-  DIRECTORY ${PROJECT_SOURCE_DIR}/src/
-  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/clipchain
-  FILES_MATCHING
-  PATTERN *.h
-  PATTERN *.inc)

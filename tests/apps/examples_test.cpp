@@ -1,4 +1,4 @@
-// The programs of examples/, which use the shared library from C and from C++.
+// The programs of examples/, which use the shared library from C, C++ and Python.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -6,6 +6,7 @@
 
 #include "apps/tool.h"
 #include "support/temp_dir.h"
+#include "support/vendor_box.h"
 
 namespace {
 
@@ -42,6 +43,46 @@ TEST_F(Examples, MergeBytesInMemoryFromC) {
 
 TEST_F(Examples, MergeFilesFromCpp) { ExpectMerges({CLIPCHAIN_CPP_EXAMPLE, output_}); }
 
+TEST_F(Examples, MergeFilesThroughTheFrontObject) {
+  ExpectMerges({CLIPCHAIN_FRONT_EXAMPLE, output_});
+}
+
+#ifdef CLIPCHAIN_PYTHON
+TEST_F(Examples, MergeFilesFromPython) {
+  const std::string script = support::SourcePath("examples/merge_clips.py");
+  ExpectMerges({"env", "CLIPCHAIN_LIBRARY=" CLIPCHAIN_LIBRARY, CLIPCHAIN_PYTHON, script, output_});
+}
+#endif
+
+TEST_F(Examples, ShowProgressUpToTheEnd) {
+  const Finished run = support::Run(WithClips({CLIPCHAIN_FRONT_EXAMPLE, output_}));
+  EXPECT_EQ(0, run.exitCode) << run.err;
+  EXPECT_EQ("\r  0 %\r100 %\n\r  0 %\r100 %\n\r  0 %\r100 %\n", run.out);
+}
+
+TEST_F(Examples, ChainClipsByWhatTheCameraWrote) {
+  const support::Bytes clip = support::ReadFile(support::SourcePath("examples/clips/clip1.mp4"));
+  const std::string second = folder_ / "second.mp4";
+  const std::string first = folder_ / "first.mp4";
+  support::VendorBox box;
+  box.unique = support::Id(2);
+  box.pre = support::Id(1);
+  support::WriteFile(second, support::WithVendorBox(clip, box));
+  box.unique = support::Id(1);
+  box.pre = support::Id(0);
+  box.next = support::Id(2);
+  support::WriteFile(first, support::WithVendorBox(clip, box));
+
+  const Finished both = support::Run({CLIPCHAIN_CHAIN_EXAMPLE, second, first});
+  EXPECT_EQ(0, both.exitCode) << both.err;
+  EXPECT_EQ("1904-01-01 00:00:00\n  " + first + "\n  " + second + "\n", both.out);
+  const Finished one = support::Run({CLIPCHAIN_CHAIN_EXAMPLE, second});
+  EXPECT_EQ("1904-01-01 00:00:00, incomplete\n  " + second + "\n", one.out);
+  const Finished none = support::Run({CLIPCHAIN_CHAIN_EXAMPLE, folder_ / "missing.mp4"});
+  EXPECT_EQ(1, none.exitCode);
+  EXPECT_EQ(std::string(folder_ / "missing.mp4") + ": E_HANDLE\n", none.err);
+}
+
 TEST_F(Examples, SayWhichResultStoppedThem) {
   const std::string missing = folder_ / "missing.mp4";
   const Finished c = support::Run({CLIPCHAIN_C_EXAMPLE, output_, missing});
@@ -50,5 +91,8 @@ TEST_F(Examples, SayWhichResultStoppedThem) {
   const Finished cpp = support::Run({CLIPCHAIN_CPP_EXAMPLE, output_, missing});
   EXPECT_EQ(1, cpp.exitCode);
   EXPECT_EQ("MP4G_E_INPUT_OPEN\n", cpp.err);
+  const Finished front = support::Run({CLIPCHAIN_FRONT_EXAMPLE, output_, missing});
+  EXPECT_EQ(1, front.exitCode);
+  EXPECT_EQ("MP4G_E_INPUT_OPEN\n", front.err);
   EXPECT_FALSE(std::filesystem::exists(output_));
 }

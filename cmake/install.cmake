@@ -1,0 +1,57 @@
+# What an installation holds, in three components that are also the Debian packages: the shared
+# library, what programs are built with, and the command-line tool.
+include(CMakePackageConfigHelpers)
+
+set(library_package libclipchain${PROJECT_VERSION_MAJOR})
+set(config_folder ${CMAKE_INSTALL_LIBDIR}/cmake/clipchain)
+
+install(
+  TARGETS clipchain
+  EXPORT clipchainTargets
+  LIBRARY COMPONENT library NAMELINK_COMPONENT development)
+install(TARGETS clipchain_static EXPORT clipchainTargets ARCHIVE COMPONENT development)
+install(
+  DIRECTORY ${PROJECT_SOURCE_DIR}/src/
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/clipchain
+  COMPONENT development
+  FILES_MATCHING
+  PATTERN *.h
+  PATTERN *.inc)
+if(TARGET clipchain_tool)
+  install(TARGETS clipchain_tool RUNTIME COMPONENT tool)
+endif()
+
+# For CMake: find_package(clipchain).
+install(
+  EXPORT clipchainTargets
+  NAMESPACE clipchain::
+  DESTINATION ${config_folder}
+  COMPONENT development)
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/clipchainConfig.cmake.in clipchainConfig.cmake
+                              INSTALL_DESTINATION ${config_folder})
+# Before 1.0 a minor version may change what programs see.
+write_basic_package_version_file(clipchainConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(
+  FILES ${PROJECT_BINARY_DIR}/clipchainConfig.cmake ${PROJECT_BINARY_DIR}/clipchainConfigVersion.cmake
+        ${CMAKE_CURRENT_LIST_DIR}/FindLibExif.cmake
+  DESTINATION ${config_folder}
+  COMPONENT development)
+
+# For everything else: pkg-config. The prefix is where the file lies, so that an installation can be
+# moved.
+set(pkgconfig_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH prefix_from_pkgconfig /${pkgconfig_folder} /)
+configure_file(${CMAKE_CURRENT_LIST_DIR}/clipchain.pc.in clipchain.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/clipchain.pc DESTINATION ${pkgconfig_folder} COMPONENT development)
+
+set(components library development tool)
+set(packages ${library_package} libclipchain-dev clipchain)
+foreach(component package IN ZIP_LISTS components packages)
+  install(
+    FILES ${PROJECT_SOURCE_DIR}/LICENSE
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package}
+    RENAME copyright
+    COMPONENT ${component})
+endforeach()
+
+include(${CMAKE_CURRENT_LIST_DIR}/debian_packages.cmake)
