@@ -16,7 +16,7 @@ packages_for() {
     bench) echo python3 ffmpeg util-linux ;;
     package) echo dpkg-dev file ;;
     docs) echo doxygen ;;
-    clips) echo python3 ffmpeg fonts-dejavu-core ;;
+    clips) echo python3 ffmpeg fonts-dejavu-core libimage-exiftool-perl ;;
     *) fail "no packages known for $1" ;;
   esac
 }

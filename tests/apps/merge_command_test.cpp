@@ -114,7 +114,7 @@ TEST_F(MergeCommand, ShowsProgressOnATerminal) {
   const Finished run =
       support::RunOnTerminal(ToolCommand({"merge", "-o", output_, kClip1, kClip2}));
   EXPECT_EQ(0, run.exitCode);
-  EXPECT_THAT(run.out, HasSubstr("\rclip 1 of 2  0 B of 236.6 kB  0 %"));
+  EXPECT_THAT(run.out, HasSubstr("\rclip 1 of 2  0 B of 244.8 kB  0 %"));
   EXPECT_THAT(run.out, HasSubstr("\r\x1B[Kmerged 2 clips into "));
 }
 
