@@ -9,6 +9,7 @@ import exports
 import headers
 import layers
 import lengths
+import limits
 
 CXX, C = "c++", "cc"
 
@@ -135,6 +136,25 @@ class HeaderCheck(HouseCheck):
 
     def test_refuses_to_find_nothing(self):
         self.assertNotEqual([], headers.check(self.root, CXX, C))
+
+
+class LimitCheck(HouseCheck):
+    def setUp(self):
+        super().setUp()
+        self.write("tests/box/a_test.cpp", "TEST_F(Box, IsRead) {}\nTYPED_TEST(Table, Ends) {}\n")
+
+    def faults_of(self, text):
+        self.write("docs/limits.md", text)
+        return limits.check(self.root)
+
+    def test_passes_names_of_tests(self):
+        self.assertEqual([], self.faults_of("`E_BAD_DATA` in `Box.IsRead`, `Table.Ends`\n"))
+
+    def test_refuses_a_name_without_a_test(self):
+        self.assertEqual(1, len(self.faults_of("`Box.IsRead`, `Box.IsWritten`\n")))
+
+    def test_refuses_to_find_nothing(self):
+        self.assertEqual(1, len(self.faults_of("none\n")))
 
 
 class ExportCheck(unittest.TestCase):
