@@ -70,8 +70,8 @@ std::string WhyUnwritable(const std::string& path) {
     if (S_ISDIR(status.st_mode)) return "it is a folder";
     return ::access(path.c_str(), W_OK) == 0 ? "" : ErrorText(errno);
   }
-  std::string folder = std::filesystem::path(path).parent_path().string();
-  if (folder.empty()) folder = ".";
+  const std::filesystem::path parent = std::filesystem::path(path).parent_path();
+  const std::string folder = parent.empty() ? std::string(".") : parent.string();
   if (!Status(folder, status)) return fmt::format("there is no folder {}", Shown(folder));
   if (!S_ISDIR(status.st_mode)) return fmt::format("{} is no folder", Shown(folder));
   return ::access(folder.c_str(), W_OK) == 0 ? "" : ErrorText(errno);
