@@ -13,7 +13,6 @@ packages_for() {
     test) echo libgtest-dev libgmock-dev python3 ffmpeg clang-format shellcheck pkgconf doxygen dpkg-dev file ;;
     sanitizers) echo clang libclang-rt-14-dev ;;
     format) echo clang-format ;;
-    demo) echo jq ;;
     bench) echo python3 ffmpeg util-linux ;;
     package) echo dpkg-dev file ;;
     docs) echo doxygen ;;

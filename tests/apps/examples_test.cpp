@@ -6,7 +6,6 @@
 
 #include "apps/tool.h"
 #include "support/temp_dir.h"
-#include "support/vendor_box.h"
 
 namespace {
 
@@ -61,23 +60,16 @@ TEST_F(Examples, ShowProgressUpToTheEnd) {
 }
 
 TEST_F(Examples, ChainClipsByWhatTheCameraWrote) {
-  const support::Bytes clip = support::ReadFile(support::SourcePath("examples/clips/clip1.mp4"));
-  const std::string second = folder_ / "second.mp4";
-  const std::string first = folder_ / "first.mp4";
-  support::VendorBox box;
-  box.unique = support::Id(2);
-  box.pre = support::Id(1);
-  support::WriteFile(second, support::WithVendorBox(clip, box));
-  box.unique = support::Id(1);
-  box.pre = support::Id(0);
-  box.next = support::Id(2);
-  support::WriteFile(first, support::WithVendorBox(clip, box));
+  std::string clips[3];
+  for (int i = 0; i < 3; ++i)
+    clips[i] = support::SourcePath("examples/clips/clip" + std::to_string(i + 1) + ".mp4");
 
-  const Finished both = support::Run({CLIPCHAIN_CHAIN_EXAMPLE, second, first});
-  EXPECT_EQ(0, both.exitCode) << both.err;
-  EXPECT_EQ("1904-01-01 00:00:00\n  " + first + "\n  " + second + "\n", both.out);
-  const Finished one = support::Run({CLIPCHAIN_CHAIN_EXAMPLE, second});
-  EXPECT_EQ("1904-01-01 00:00:00, incomplete\n  " + second + "\n", one.out);
+  const Finished all = support::Run({CLIPCHAIN_CHAIN_EXAMPLE, clips[2], clips[0], clips[1]});
+  EXPECT_EQ(0, all.exitCode) << all.err;
+  EXPECT_EQ("2024-06-01 10:00:00\n  " + clips[0] + "\n  " + clips[1] + "\n  " + clips[2] + "\n",
+            all.out);
+  const Finished one = support::Run({CLIPCHAIN_CHAIN_EXAMPLE, clips[1]});
+  EXPECT_EQ("2024-06-01 10:00:02, incomplete\n  " + clips[1] + "\n", one.out);
   const Finished none = support::Run({CLIPCHAIN_CHAIN_EXAMPLE, folder_ / "missing.mp4"});
   EXPECT_EQ(1, none.exitCode);
   EXPECT_EQ(std::string(folder_ / "missing.mp4") + ": E_HANDLE\n", none.err);

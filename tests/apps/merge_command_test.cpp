@@ -223,7 +223,9 @@ TEST_F(MergeCommand, SaysWhatDoesNotFitTheFirstClip) {
   expect(media / "no_edit_lists/1.mp4",
          "has an edit list where the first clip has none, or none "
          "where that has one (E_INVALIDARG)");
-  expect(kClip1,
+  support::Bytes otherLevel = support::ReadFile(media / "avc_aac/2.mp4");
+  otherLevel.at(support::FindBox(otherLevel, "avcC") + 11) ^= 1;
+  expect(Write("other_level.mp4", otherLevel),
          "is encoded in another way than the first clip, or lists its samples in another "
          "form (MP4G_E_SAMPLE_TABLE)");
   expect(media / "mpeg4_visual/1.mp4",
