@@ -202,13 +202,13 @@ TEST(PathText, CharactersThatNoByteStandsForAreRefused) {
 }
 
 TEST(FSSpec, EqualsASpecOfTheSamePath) {
-  const CFSSpec spec(L"/clips/a.mp4");
-  EXPECT_TRUE(spec == CFSSpec(L"/clips/a.mp4"));
-  EXPECT_FALSE(spec != CFSSpec(L"/clips/a.mp4"));
-  EXPECT_TRUE(spec == CFSSpec("/clips/a.mp4"));
-  EXPECT_FALSE(spec == CFSSpec(L"/clips/b.mp4"));
-  EXPECT_TRUE(spec != CFSSpec(L"/clips/b.mp4"));
-  EXPECT_FALSE(spec == CFSSpec(L"/clips/A.mp4"));
+  const CFSSpec location(L"/clips/a.mp4");
+  EXPECT_TRUE(location == CFSSpec(L"/clips/a.mp4"));
+  EXPECT_FALSE(location != CFSSpec(L"/clips/a.mp4"));
+  EXPECT_TRUE(location == CFSSpec("/clips/a.mp4"));
+  EXPECT_FALSE(location == CFSSpec(L"/clips/b.mp4"));
+  EXPECT_TRUE(location != CFSSpec(L"/clips/b.mp4"));
+  EXPECT_FALSE(location == CFSSpec(L"/clips/A.mp4"));
   EXPECT_TRUE(CFSSpec(L"") == CFSSpec(""));
 }
 
@@ -239,9 +239,9 @@ TEST(FSSpec, HasNoLocationForNullAndForWhatCannotBeAName) {
 }
 
 TEST(FSSpec, CopiesItsLocation) {
-  CFSSpec spec(L"/a");
-  const CFSSpec copy(spec);
-  spec = CFSSpec(L"/b");
+  CFSSpec location(L"/a");
+  const CFSSpec copy(location);
+  location = CFSSpec(L"/b");
   EXPECT_STREQ("/a", copy.GetLocation());
-  EXPECT_STREQ("/b", spec.GetLocation());
+  EXPECT_STREQ("/b", location.GetLocation());
 }
