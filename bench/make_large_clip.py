@@ -26,8 +26,8 @@ def load_mp4edit(root):
 def samples_of(track, data):
     """The bytes of each sample of a track."""
     table = {box.kind: box.payload for box in track.only(b"stbl").children}
-    count = struct.unpack_from(">I", table[b"stsz"], 8)[0]
-    sizes = struct.unpack_from(f">{count}I", table[b"stsz"], 12)
+    uniform, count = struct.unpack_from(">II", table[b"stsz"], 4)
+    sizes = [uniform] * count if uniform else struct.unpack_from(f">{count}I", table[b"stsz"], 12)
     chunks = struct.unpack_from(">I", table[b"stco"], 4)[0]
     offsets = struct.unpack_from(f">{chunks}I", table[b"stco"], 8)
     runs = struct.unpack_from(">I", table[b"stsc"], 4)[0]

@@ -20,7 +20,9 @@ class Writer {
     for (const int shift : {24, 16, 8, 0})
       file.push_back(static_cast<unsigned char>(value >> shift));
   }
-  void Text(std::string_view text) { file.insert(file.end(), text.begin(), text.end()); }
+  void Text(std::string_view text) {
+    for (const char letter : text) file.push_back(static_cast<unsigned char>(letter));
+  }
   void Zeros(std::size_t count) { file.insert(file.end(), count, 0); }
 
   void Box(std::string_view type, const std::function<void()>& contents) {
