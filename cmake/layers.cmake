@@ -19,3 +19,12 @@ if(TARGET clipchain_clip)
   find_package(LibExif REQUIRED)
   target_link_libraries(clipchain_clip PRIVATE LibExif::LibExif)
 endif()
+
+# Header-only, so that the library needs nothing more where it runs.
+if(TARGET clipchain_workflow)
+  find_package(fmt REQUIRED)
+  find_package(nlohmann_json REQUIRED)
+  target_link_libraries(
+    clipchain_workflow PRIVATE $<BUILD_INTERFACE:fmt::fmt-header-only>
+                               $<BUILD_INTERFACE:nlohmann_json::nlohmann_json>)
+endif()

@@ -21,7 +21,7 @@ struct SequencesOptions {
 
 int Run(const SequencesOptions& options) {
   const FoundClips found = FindClips(options.paths);
-  const ScanReport report = ScanSequences(found.volumes, options.scan);
+  const ScanReport report = Scan(found.volumes, options.scan);
   const auto print = options.json ? SequencesJson : SequencesTable;
   std::fputs(print(found, report, options.scan).c_str(), stdout);
   const bool whole = found.unreadable.empty() && report.rejected.empty() &&

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "clip/vireo_mp4.h"
+#include "foundation/export.h"
 #include "foundation/guid.h"
 #include "foundation/result.h"
 
@@ -46,6 +47,6 @@ struct ClipInfo {
 
 // Reads everything but the media. A negative code, or S_FALSE where no movie could be read: the
 // file is no readable clip, and `info` holds as much as was found.
-[[nodiscard]] HRESULT ReadClipInfo(const std::string& path, ClipInfo& info);
+[[nodiscard]] CLIPCHAIN_API HRESULT ReadClipInfo(const std::string& path, ClipInfo& info);
 
 }  // namespace clipchain

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "foundation/export.h"
+
 namespace clipchain {
 
 // Clips that lie together: in a folder that was named, or as files that were named one after
@@ -27,6 +29,6 @@ struct FoundClips {
 // below. As with a pattern of the shell, names that begin with a dot are passed over: that is where
 // systems keep what was deleted, and their notes on other files. Links to files are followed, links
 // to folders inside are not. Any operand that is no folder is a clip, whatever its name.
-FoundClips FindClips(const std::vector<std::string>& operands);
+CLIPCHAIN_API FoundClips FindClips(const std::vector<std::string>& operands);
 
 }  // namespace clipchain

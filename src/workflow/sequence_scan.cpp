@@ -31,7 +31,7 @@ SequenceReport Report(MP4G::CMp4Sequence& sequence) {
 
 }  // namespace
 
-ScanReport ScanSequences(const std::vector<Volume>& volumes, const ScanOptions& options) {
+ScanReport Scan(const std::vector<Volume>& volumes, const ScanOptions& options) {
   ScanReport report;
   MP4G::CSequenceCreator creator(nullptr);
   for (const Volume& volume : volumes) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "clip/vireo_mp4.h"
+#include "foundation/export.h"
 #include "foundation/guid.h"
 #include "foundation/result.h"
 #include "workflow/clip_search.h"
@@ -47,6 +48,6 @@ struct ScanReport {
 };
 
 // Registers the clips volume by volume. Salvage runs before the division.
-ScanReport ScanSequences(const std::vector<Volume>& volumes, const ScanOptions& options);
+CLIPCHAIN_API ScanReport Scan(const std::vector<Volume>& volumes, const ScanOptions& options);
 
 }  // namespace clipchain

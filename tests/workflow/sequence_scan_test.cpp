@@ -11,9 +11,9 @@
 #include "support/sequences.h"
 #include "support/temp_dir.h"
 
+using clipchain::Scan;
 using clipchain::ScanOptions;
 using clipchain::ScanReport;
-using clipchain::ScanSequences;
 using clipchain::SequenceReport;
 using support::ChainLink;
 using support::Id;
@@ -62,7 +62,7 @@ using Volumes = std::vector<unsigned int>;
 }  // namespace
 
 TEST_F(SequenceScan, OfNothingIsEmpty) {
-  const ScanReport report = ScanSequences({}, {true, true});
+  const ScanReport report = Scan({}, {true, true});
   EXPECT_TRUE(report.sequences.empty());
   EXPECT_TRUE(report.rejected.empty());
   EXPECT_FALSE(report.joined);
@@ -74,7 +74,7 @@ TEST_F(SequenceScan, TellsEverythingOfASequence) {
   const std::string third = ChainFile(3, 3);
   const std::string first = ChainFile(1, 3);
   const std::string second = ChainFile(2, 3);
-  const ScanReport report = ScanSequences({{"a", {third, first}}, {"b", {}}, {"c", {second}}}, {});
+  const ScanReport report = Scan({{"a", {third, first}}, {"b", {}}, {"c", {second}}}, {});
   ASSERT_EQ((Chains{{"1", "2", "3"}}), ChainsOf(report));
   const SequenceReport& sequence = report.sequences[0];
   EXPECT_EQ((MP4G::_tagSequenceTimedate{1904, 1, 1, 0, 0, 1}), sequence.date);
@@ -92,7 +92,7 @@ TEST_F(SequenceScan, TellsEverythingOfASequence) {
 
 TEST_F(SequenceScan, TellsWhichEndIsOpen) {
   const ScanReport report =
-      ScanSequences({{"", {ChainFile(1, 3), ChainFile(3, 3), ChainFile(2, 3, 10)}}}, {});
+      Scan({{"", {ChainFile(1, 3), ChainFile(3, 3), ChainFile(2, 3, 10)}}}, {});
   ASSERT_EQ((Chains{{"1"}, {"3"}, {"12"}}), ChainsOf(report));
   EXPECT_TRUE(report.sequences[0].closedAtHead);
   EXPECT_FALSE(report.sequences[0].closedAtTail);
@@ -105,7 +105,7 @@ TEST_F(SequenceScan, TellsWhichEndIsOpen) {
 TEST_F(SequenceScan, AClipWithoutADateHasNone) {
   support::MovieBuilder movie;
   movie.withMovieHeader = false;
-  const ScanReport report = ScanSequences({{"", {Put("undated", movie.Build())}}}, {});
+  const ScanReport report = Scan({{"", {Put("undated", movie.Build())}}}, {});
   ASSERT_EQ(1u, report.sequences.size());
   EXPECT_FALSE(report.sequences[0].date.has_value());
   EXPECT_FALSE(report.sequences[0].cameraStream);
@@ -114,7 +114,7 @@ TEST_F(SequenceScan, AClipWithoutADateHasNone) {
 TEST_F(SequenceScan, GoesOnBehindWhatCannotBeRegistered) {
   const std::string bad = Put("bad", support::Text("These are notes about a clip.\n"));
   const std::string absent = (folder / "absent").string();
-  const ScanReport report = ScanSequences({{"", {bad, ChainFile(1, 1), absent}}}, {});
+  const ScanReport report = Scan({{"", {bad, ChainFile(1, 1), absent}}}, {});
   EXPECT_EQ((Chains{{"1"}}), ChainsOf(report));
   ASSERT_EQ(2u, report.rejected.size());
   EXPECT_EQ(bad, report.rejected[0].path);
@@ -124,17 +124,17 @@ TEST_F(SequenceScan, GoesOnBehindWhatCannotBeRegistered) {
 }
 
 TEST_F(SequenceScan, VolumesCountEvenIfTheFirstOnesHoldNothing) {
-  const ScanReport report = ScanSequences({{"a", {}}, {"b", {ChainFile(1, 1)}}}, {});
+  const ScanReport report = Scan({{"a", {}}, {"b", {ChainFile(1, 1)}}}, {});
   EXPECT_EQ((Volumes{1}), report.sequences.at(0).volumes);
 }
 
 TEST_F(SequenceScan, SalvagesOnlyWhenAsked) {
   const std::vector<clipchain::Volume> volumes = {
       {"", {TimedFile(1, 10, ChainLink(1, 2)), TimedFile(2, 12, ChainLink(5, 5))}}};
-  EXPECT_EQ(2u, ScanSequences(volumes, {}).sequences.size());
+  EXPECT_EQ(2u, Scan(volumes, {}).sequences.size());
   ScanOptions options;
   options.salvage = true;
-  const ScanReport report = ScanSequences(volumes, options);
+  const ScanReport report = Scan(volumes, options);
   EXPECT_EQ((Chains{{"1", "2"}}), ChainsOf(report));
   EXPECT_TRUE(report.joined);
   EXPECT_OK(report.salvaged);
@@ -142,8 +142,8 @@ TEST_F(SequenceScan, SalvagesOnlyWhenAsked) {
 
 TEST_F(SequenceScan, TellsThatSalvageFoundNothing) {
   const ScanReport report =
-      ScanSequences({{"", {TimedFile(1, 10, ChainLink(1, 2)), TimedFile(2, 20, ChainLink(5, 5))}}},
-                    {true, false});
+      Scan({{"", {TimedFile(1, 10, ChainLink(1, 2)), TimedFile(2, 20, ChainLink(5, 5))}}},
+           {true, false});
   EXPECT_EQ(2u, report.sequences.size());
   EXPECT_FALSE(report.joined);
   EXPECT_OK(report.salvaged);
@@ -156,7 +156,7 @@ TEST_F(SequenceScan, TellsThatATimecodeCannotBeRead) {
   const std::string damaged =
       Put("damaged", support::WithVendorBox(movie.Build(), ChainLink(1, 2)));
   const ScanReport report =
-      ScanSequences({{"", {damaged, TimedFile(2, 12, ChainLink(5, 5))}}}, {true, false});
+      Scan({{"", {damaged, TimedFile(2, 12, ChainLink(5, 5))}}}, {true, false});
   EXPECT_EQ(2u, report.sequences.size());
   EXPECT_RESULT(E_BAD_DATA, report.salvaged);
 }
@@ -164,8 +164,8 @@ TEST_F(SequenceScan, TellsThatATimecodeCannotBeRead) {
 TEST_F(SequenceScan, DividesOnlyWhenAskedAndAfterSalvage) {
   const std::vector<clipchain::Volume> volumes = {{"a", {ChainFile(1, 2), ChainFile(1, 2, 10)}},
                                                   {"b", {ChainFile(2, 2), ChainFile(2, 2, 10)}}};
-  EXPECT_EQ((Chains{{"1", "2"}, {"11", "12"}}), ChainsOf(ScanSequences(volumes, {})));
-  const ScanReport report = ScanSequences(volumes, {true, true});
+  EXPECT_EQ((Chains{{"1", "2"}, {"11", "12"}}), ChainsOf(Scan(volumes, {})));
+  const ScanReport report = Scan(volumes, {true, true});
   EXPECT_EQ((Chains{{"1", "2"}, {"11"}, {"12"}}), ChainsOf(report));
   EXPECT_OK(report.divided);
   EXPECT_EQ((Volumes{0, 1}), report.sequences[0].volumes);
@@ -174,5 +174,5 @@ TEST_F(SequenceScan, DividesOnlyWhenAskedAndAfterSalvage) {
 
 TEST_F(SequenceScan, GivesPathsBackByteForByte) {
   const std::string odd = Put("\xFF\xC3\xA9\xF0\x9F\x8E\xA5", support::TinyClip(ChainLink(1, 1)));
-  EXPECT_EQ(odd, ScanSequences({{"", {odd}}}, {}).sequences.at(0).clips.at(0).path);
+  EXPECT_EQ(odd, Scan({{"", {odd}}}, {}).sequences.at(0).clips.at(0).path);
 }

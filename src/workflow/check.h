@@ -1,0 +1,37 @@
+// Whether clips can be merged in an order, and what a person would regret about the result.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "foundation/export.h"
+#include "workflow/finding.h"
+
+namespace clipchain {
+
+// How far the tracks of the result have run apart where a clip ends. The engine appends each track
+// by itself, so what one clip has too much or too little of a track moves all that follows.
+struct Seam {
+  std::size_t clip;     // index of the clip that ends here
+  double milliseconds;  // between the track that is farthest ahead and the one farthest behind
+};
+
+struct CheckOptions {
+  std::string output;      // the file that a merge would write; empty to check the inputs alone
+  bool overwrite = false;  // an output that exists may be replaced
+  long long memoryLimit =
+      0;  // bytes that the movie boxes may take; 0: half of the machine's memory
+};
+
+struct CheckReport {
+  Findings findings;         // by file in the order given, what is about none of them at the end
+  std::vector<Seam> seams;   // one for each clip, the last is the end; empty if tracks do not match
+  long long outputSize = 0;  // bytes that the merged file takes, about
+};
+
+// Reads the inputs, never their media, and writes nothing. Finds all there is to find: no finding
+// hides another one.
+[[nodiscard]] CLIPCHAIN_API CheckReport Check(const std::vector<std::string>& inputs,
+                                              const CheckOptions& options);
+
+}  // namespace clipchain

@@ -1,0 +1,52 @@
+// What the workflow has to say about clips: one thing that is wrong, or that a person would regret.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/export.h"
+#include "foundation/result.h"
+
+namespace clipchain {
+
+enum class Severity {
+  kNote,     // worth knowing; nothing is wrong
+  kWarning,  // the result may not be what was meant; nothing is held up
+  kRisk,     // the result would be damaged: held up, unless the user insists
+  kRefusal   // cannot be done, or would put an input at risk: held up always
+};
+
+// "note", "warning", "problem" for a risk, "error" for a refusal.
+CLIPCHAIN_API std::string_view SeverityName(Severity severity);
+
+// Every kind of finding, each with its name. docs/messages.md says cause and remedy of each.
+enum class Message {
+#define CLIPCHAIN_MESSAGE(id, name, severity) id,
+#include "workflow/messages.inc"
+#undef CLIPCHAIN_MESSAGE
+};
+
+// The name by which programs and docs/messages.md know the message: "media-cut-off".
+CLIPCHAIN_API std::string_view MessageName(Message message);
+CLIPCHAIN_API Severity MessageSeverity(Message message);
+
+struct Finding {
+  Message message;
+  Severity severity;       // the message's own, unless the circumstances change it
+  std::string path;        // the file that it is about, bytes as named; empty if about no one file
+  unsigned int track = 0;  // identifier of the track; 0 if about no one track
+  std::string box;         // where in the file: "moov/trak[1]/mdia/minf/stbl/stsz"; may be empty
+  long long offset = -1;   // of that box or byte in the file; -1 if it has none
+  std::string text;        // what is wrong with the values on both sides, the rest of a sentence
+                           // that begins with the path
+  std::string remedy;      // what to do; may be empty
+  HRESULT result = S_OK;   // the engine's code, where there is one
+};
+
+using Findings = std::vector<Finding>;
+
+// Whether anything among them holds the work up.
+CLIPCHAIN_API bool HoldsUp(const Findings& findings, bool force);
+
+}  // namespace clipchain

@@ -1,0 +1,49 @@
+// A merge that leaves either the complete, verified result or nothing.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "foundation/export.h"
+#include "foundation/result.h"
+#include "workflow/finding.h"
+
+namespace clipchain {
+
+enum class Verification {
+  kSeams,  // structure, sums, and the bytes of the samples on both sides of each seam
+  kFull    // structure, sums, and the bytes of every sample, read back from the disk
+};
+
+struct MergeStep {
+  enum class Phase { kChecking, kCopying, kVerifying, kFlushing } phase;
+  long long current;  // bytes over all inputs together
+  long long total;
+};
+
+struct SafeMergeOptions {
+  std::string output;
+  bool overwrite = false;  // an output that exists is replaced, by the final rename only
+  bool force = false;      // go on in spite of findings that risk the result alone
+  Verification verification = Verification::kSeams;
+  long long memoryLimit =
+      0;  // bytes that the movie boxes may take; 0: half of the machine's memory
+  // Told about each step; false ends the merge, which leaves nothing behind. May be empty.
+  std::function<bool(const MergeStep&)> progress;
+};
+
+struct SafeMergeReport {
+  bool done = false;      // the output is complete, verified and on the disk
+  Findings findings;      // of the check before and of everything after
+  long long size = 0;     // of the output, in bytes
+  HRESULT result = S_OK;  // the engine's last code
+};
+
+// Checks the inputs, merges them into a hidden file beside the output, verifies that file, flushes
+// it, gives it the output's name, which no other file may have taken, and flushes the folder. What
+// fails leaves no output, or the old one, and removes the hidden file. Inputs are only read.
+[[nodiscard]] CLIPCHAIN_API SafeMergeReport SafeMerge(const std::vector<std::string>& inputs,
+                                                      const SafeMergeOptions& options);
+
+}  // namespace clipchain
