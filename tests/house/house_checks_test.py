@@ -10,6 +10,7 @@ import headers
 import layers
 import lengths
 import limits
+import messages
 
 CXX, C = "c++", "cc"
 
@@ -155,6 +156,59 @@ class LimitCheck(HouseCheck):
 
     def test_refuses_to_find_nothing(self):
         self.assertEqual(1, len(self.faults_of("none\n")))
+
+
+class MessageCheck(HouseCheck):
+    LISTED = 'CLIPCHAIN_MESSAGE(kCutOff, "cut-off", Severity::kRisk)\n'
+    HEAD = "| name | what it says | cause | remedy |\n|---|---|---|---|\n"
+    ROW = "| `cut-off` | It ends. | A copy. | Copy it. |\n"
+
+    def faults_of(self, listed, page):
+        self.write("src/workflow/messages.inc", listed)
+        self.write("docs/messages.md", self.HEAD + page)
+        return messages.check(self.root)
+
+    def test_passes_a_message_that_is_explained(self):
+        self.assertEqual([], self.faults_of(self.LISTED, self.ROW))
+
+    def test_passes_a_message_over_several_lines(self):
+        listed = 'CLIPCHAIN_MESSAGE(kCutOff,\n    "cut-off", Severity::kRisk)\n'
+        self.assertEqual([], self.faults_of(listed, self.ROW))
+
+    def test_refuses_a_message_without_a_row(self):
+        listed = self.LISTED + self.LISTED.replace("Cut", "Put").replace("cut", "put")
+        self.assertEqual(
+            ["docs/messages.md: put-off is not explained"], self.faults_of(listed, self.ROW)
+        )
+
+    def test_refuses_a_row_without_a_message(self):
+        page = self.ROW + self.ROW.replace("cut", "put")
+        self.assertEqual(
+            ["docs/messages.md: there is no message put-off"], self.faults_of(self.LISTED, page)
+        )
+
+    def test_refuses_what_is_there_twice(self):
+        self.assertEqual(1, len(self.faults_of(self.LISTED * 2, self.ROW)))
+        self.assertEqual(1, len(self.faults_of(self.LISTED, self.ROW * 2)))
+
+    def test_refuses_an_empty_cell_and_a_missing_one(self):
+        for row in ("| `cut-off` | It ends. | A copy. | |\n", "| `cut-off` | It ends. | A copy. |\n"):
+            self.assertEqual(1, len(self.faults_of(self.LISTED, row)))
+
+    def test_passes_a_bar_inside_a_cell(self):
+        row = "| `cut-off` | It ends. | A\\|B. | Copy it. |\n"
+        self.assertEqual([], self.faults_of(self.LISTED, row))
+
+    def test_refuses_a_name_that_is_not_the_identifiers(self):
+        listed = self.LISTED.replace("kCutOff", "kCut")
+        self.assertEqual(1, len(self.faults_of(listed, self.ROW)))
+
+    def test_refuses_a_message_of_another_form(self):
+        listed = self.LISTED + "CLIPCHAIN_MESSAGE(kPutOff, kName, Severity::kRisk)\n"
+        self.assertEqual(1, len(self.faults_of(listed, self.ROW)))
+
+    def test_refuses_to_find_nothing(self):
+        self.assertNotEqual([], self.faults_of("", ""))
 
 
 class ExportCheck(unittest.TestCase):
