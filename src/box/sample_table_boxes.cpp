@@ -135,7 +135,7 @@ HRESULT CCompactSampleSizeBox::SetDataImpl(const unsigned char*& in, unsigned in
 }
 
 HRESULT CCompactSampleSizeBox::TakeHalfBytes(const unsigned char*& in, unsigned int& rest) {
-  std::vector<unsigned char> packed;
+  QUIRVA::Table<unsigned char> packed;
   const HRESULT result = QUIRVA::TakeArray<unsigned char>(in, rest, packed, record->sampleCount);
   entries.reserve(entries.size() + 2 * packed.size());
   for (const unsigned char byte : packed) {

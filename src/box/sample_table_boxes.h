@@ -7,10 +7,9 @@
 // change and its output. Versions and flags are carried through and never looked at.
 #pragma once
 
-#include <vector>
-
 #include "box/box_templates.h"
 #include "box/structural_boxes.h"
+#include "foundation/table.h"
 
 namespace MP4G {
 
@@ -43,7 +42,7 @@ class CEntryTableBox : public CFullBox {
   [[nodiscard]] HRESULT GetDataImpl(unsigned char*& out, unsigned int& rest) const override;
 
   unsigned int entryCount = 0;  // host order; what is written, whatever `entries` holds
-  std::vector<Value> entries;
+  QUIRVA::Table<Value> entries;
 };
 
 struct _tagDECODING_TIME_TO_SAMPLE {
@@ -106,7 +105,7 @@ class CSampleSizeBox : public CRecordBox<CFullBox, _tagSAMPLE_SIZE_BOX> {
   [[nodiscard]] HRESULT GetDataSizeImpl(long long* total) const override;
   [[nodiscard]] HRESULT GetDataImpl(unsigned char*& out, unsigned int& rest) const override;
 
-  std::vector<unsigned int> entries;  // host order; empty in a box with one size for all
+  QUIRVA::Table<unsigned int> entries;  // host order; empty in a box with one size for all
 };
 
 struct _tagCOMPACT_SAMPLE_SIZE_BOX {
@@ -128,7 +127,7 @@ class CCompactSampleSizeBox : public CRecordBox<CFullBox, _tagCOMPACT_SAMPLE_SIZ
   [[nodiscard]] HRESULT GetDataSizeImpl(long long* total) const override;
   [[nodiscard]] HRESULT GetDataImpl(unsigned char*& out, unsigned int& rest) const override;
 
-  std::vector<unsigned short> entries;  // host order
+  QUIRVA::Table<unsigned short> entries;  // host order
 
  private:
   [[nodiscard]] HRESULT TakeHalfBytes(const unsigned char*& in, unsigned int& rest);
@@ -148,7 +147,7 @@ class CSampleDependencyTypeBox : public CFullBox {
   [[nodiscard]] HRESULT GetDataSizeImpl(long long* total) const override;
   [[nodiscard]] HRESULT GetDataImpl(unsigned char*& out, unsigned int& rest) const override;
 
-  std::vector<_tagSAMPLE_DEPENDENCY_TYPE> entries;
+  QUIRVA::Table<_tagSAMPLE_DEPENDENCY_TYPE> entries;
 };
 
 }  // namespace MP4G

@@ -8,7 +8,6 @@
 #include <cstring>
 #include <limits>
 #include <type_traits>
-#include <vector>
 
 #include "foundation/result.h"
 
@@ -39,12 +38,13 @@ template <class Record>
   return S_OK;
 }
 
-// Appends `count` entries of the form `Wire` to `table`, converted to its element type. Entries
+// Appends `count` entries of the form `Wire` to a vector, converted to its element type. Entries
 // that are not there are not allocated for: of a short table the whole entries are kept, and the
 // answer is S_FALSE.
-template <class Wire, class Value>
-[[nodiscard]] HRESULT TakeArray(const unsigned char*& in, unsigned int& rest,
-                                std::vector<Value>& table, unsigned int count) {
+template <class Wire, class Table>
+[[nodiscard]] HRESULT TakeArray(const unsigned char*& in, unsigned int& rest, Table& table,
+                                unsigned int count) {
+  using Value = typename Table::value_type;
   static_assert(std::is_trivially_copyable_v<Wire> && alignof(Wire) == 1);
   const unsigned int there =
       std::min<unsigned int>(count, rest / static_cast<unsigned int>(sizeof(Wire)));
@@ -93,9 +93,9 @@ template <class Wire>
 
 // Writes the table's entries in the form `Wire`, as many as fit; S_FALSE if that is not all of
 // them.
-template <class Wire, class Value>
-[[nodiscard]] HRESULT PutArray(unsigned char*& out, unsigned int& rest,
-                               const std::vector<Value>& table) {
+template <class Wire, class Table>
+[[nodiscard]] HRESULT PutArray(unsigned char*& out, unsigned int& rest, const Table& table) {
+  using Value = typename Table::value_type;
   static_assert(std::is_trivially_copyable_v<Wire> && alignof(Wire) == 1);
   const std::size_t fit = std::min<std::size_t>(table.size(), rest / sizeof(Wire));
   if constexpr (std::is_same_v<Wire, Value>) {

@@ -26,13 +26,13 @@ struct ChunkRun {
   unsigned int ChunkNum() const { return end - std::min(end, firstChunk); }
 };
 
-ChunkRun ChunkRunAt(const std::vector<_tagSAMPLE_TO_CHUNK>& entries, std::size_t i) {
+ChunkRun ChunkRunAt(const QUIRVA::Table<_tagSAMPLE_TO_CHUNK>& entries, std::size_t i) {
   const unsigned int end = i + 1 < entries.size() ? entries[i + 1].firstChunk : 0xFFFFFFFFu;
   return {entries[i].firstChunk, end, entries[i].samplesPerChunk};
 }
 
 template <class Offset>
-void MoveOffsets(std::vector<Offset>& offsets, long long delta) {
+void MoveOffsets(QUIRVA::Table<Offset>& offsets, long long delta) {
   const std::uint64_t up = static_cast<std::uint64_t>(delta);
   if (delta > 0) {
     for (Offset& offset : offsets) offset = static_cast<Offset>(offset + up);

@@ -12,8 +12,8 @@ namespace MP4G {
 
 namespace {
 
-using DecodingTimes = std::vector<_tagDECODING_TIME_TO_SAMPLE>;
-using CompositionOffsets = std::vector<_tagCOMPOSITION_TIME_TO_SAMPLE>;
+using DecodingTimes = QUIRVA::Table<_tagDECODING_TIME_TO_SAMPLE>;
+using CompositionOffsets = QUIRVA::Table<_tagCOMPOSITION_TIME_TO_SAMPLE>;
 
 constexpr long long kLatestTime = std::numeric_limits<long long>::max();
 constexpr unsigned int kLeastCtsSpan = 10;
@@ -158,7 +158,7 @@ void AddOffsets(const CompositionOffsets& offsets, unsigned int index, unsigned 
 }
 
 template <class Entry>
-HRESULT RescaleField(std::vector<Entry>& entries, QUIRVA::be32 Entry::*field, unsigned int from,
+HRESULT RescaleField(QUIRVA::Table<Entry>& entries, QUIRVA::be32 Entry::*field, unsigned int from,
                      unsigned int to) {
   for (Entry& entry : entries) {
     const std::uint64_t value = Rescaled(entry.*field, from, to);

@@ -27,7 +27,7 @@ TEST(SampleSizeBox, ReadsATableOfSizes) {
   ASSERT_OK(ParseBox(box, bytes));
   EXPECT_EQ(0u, box.record->sampleSize);
   EXPECT_EQ(3u, box.record->sampleCount);
-  EXPECT_EQ((std::vector<unsigned int>{10, 0x80000001, 30}), box.entries);
+  EXPECT_EQ((QUIRVA::Table<unsigned int>{10, 0x80000001, 30}), box.entries);
   EXPECT_EQ(bytes, FixAndWrite(box));
 }
 
@@ -122,7 +122,7 @@ TEST(SampleSizeBox, AppendsWhenParsedAgain) {
   const Bytes bytes = FullBox("stsz", 0, 0, {U32(0), U32(2), U32(3), U32(4)});
   ASSERT_OK(ParseBox(box, bytes));
   ASSERT_OK(ParseBox(box, bytes));
-  EXPECT_EQ((std::vector<unsigned int>{3, 4, 3, 4}), box.entries);
+  EXPECT_EQ((QUIRVA::Table<unsigned int>{3, 4, 3, 4}), box.entries);
 }
 
 TEST(SampleSizeBox, ResetEmptiesIt) {
@@ -167,13 +167,13 @@ class CompactSampleSizeBox : public testing::Test {
 TEST_F(CompactSampleSizeBox, Reads16BitSizes) {
   const Bytes bytes = Table(16, 2, U16(0x1234) + U16(0xFFFE));
   ASSERT_OK(ParseBox(box, bytes));
-  EXPECT_EQ((std::vector<unsigned short>{0x1234, 0xFFFE}), box.entries);
+  EXPECT_EQ((QUIRVA::Table<unsigned short>{0x1234, 0xFFFE}), box.entries);
   EXPECT_EQ(bytes, FixAndWrite(box));
 }
 
 TEST_F(CompactSampleSizeBox, Writes8BitSizesWith16Bits) {
   ASSERT_OK(ParseBox(box, Table(8, 3, {1, 2, 3})));
-  EXPECT_EQ((std::vector<unsigned short>{1, 2, 3}), box.entries);
+  EXPECT_EQ((QUIRVA::Table<unsigned short>{1, 2, 3}), box.entries);
   EXPECT_EQ(Table(8, 3, U16(1) + U16(2) + U16(3)), FixAndWrite(box));
   EXPECT_EQ(8, box.record->fieldSize);
 }
@@ -182,7 +182,7 @@ TEST_F(CompactSampleSizeBox, GivesTwoEntriesForEveryByteOf4BitSizes) {
   unsigned int left = 99;
   ASSERT_OK(ParseBox(box, Table(4, 2, {0x12, 0x34}), &left));
   EXPECT_EQ(0u, left);
-  EXPECT_EQ((std::vector<unsigned short>{15, 0x1F, 15, 0x3F}), box.entries);
+  EXPECT_EQ((QUIRVA::Table<unsigned short>{15, 0x1F, 15, 0x3F}), box.entries);
   EXPECT_EQ(2u, box.record->sampleCount);
   ASSERT_OK(box.FixParam());
   EXPECT_EQ(4u, box.record->sampleCount);
@@ -200,13 +200,13 @@ TEST_F(CompactSampleSizeBox, LooksAtTheFieldSizeOnlyWhereThereAreEntries) {
 
 TEST_F(CompactSampleSizeBox, KeepsWhatAShortTableHolds) {
   EXPECT_RESULT(S_FALSE, ParseBox(box, Table(8, 3, {1, 2})));
-  EXPECT_EQ((std::vector<unsigned short>{1, 2}), box.entries);
+  EXPECT_EQ((QUIRVA::Table<unsigned short>{1, 2}), box.entries);
   box.entries.clear();
   EXPECT_RESULT(S_FALSE, ParseBox(box, Table(4, 2, {0x12})));
-  EXPECT_EQ((std::vector<unsigned short>{15, 0x1F}), box.entries);
+  EXPECT_EQ((QUIRVA::Table<unsigned short>{15, 0x1F}), box.entries);
   box.entries.clear();
   EXPECT_RESULT(S_FALSE, ParseBox(box, Table(16, 2, U16(7))));
-  EXPECT_EQ((std::vector<unsigned short>{7}), box.entries);
+  EXPECT_EQ((QUIRVA::Table<unsigned short>{7}), box.entries);
 }
 
 TEST_F(CompactSampleSizeBox, ReadsNo16BitSizeFromOneByte) {
@@ -241,7 +241,7 @@ TEST_F(CompactSampleSizeBox, ResetZeroesTheRecordAndLeavesTheEntries) {
   EXPECT_EQ(0u, box.record->sampleCount);
   EXPECT_EQ(2u, box.entries.size());
   ASSERT_OK(ParseBox(box, Table(8, 1, {3})));
-  EXPECT_EQ((std::vector<unsigned short>{1, 2, 3}), box.entries);
+  EXPECT_EQ((QUIRVA::Table<unsigned short>{1, 2, 3}), box.entries);
 }
 
 TEST_F(CompactSampleSizeBox, AnswersShortWhereTheOutputEnds) {

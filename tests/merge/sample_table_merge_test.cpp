@@ -13,7 +13,7 @@ using namespace support;
 namespace {
 
 std::unique_ptr<CSampleSizeBox> Sizes(unsigned int uniform, unsigned int count,
-                                      const std::vector<unsigned int>& table = {}) {
+                                      const QUIRVA::Table<unsigned int>& table = {}) {
   auto box = std::make_unique<CSampleSizeBox>();
   box->record->sampleSize = uniform;
   box->record->sampleCount = count;
@@ -24,7 +24,7 @@ std::unique_ptr<CSampleSizeBox> Sizes(unsigned int uniform, unsigned int count,
 struct MergedSizes {
   unsigned int uniform;
   unsigned int count;
-  std::vector<unsigned int> table;
+  QUIRVA::Table<unsigned int> table;
 
   bool operator==(const MergedSizes&) const = default;
 };
@@ -132,8 +132,8 @@ TEST(MergeSyncSamples, ShiftsBySamplesBeforeInPlace) {
   const auto first = Table<CSyncSampleBox>({1, 5});
   const auto second = Table<CSyncSampleBox>({1, 3});
   ASSERT_OK(CMp4Merge().MergeSyncSampleBox(first.get(), second.get(), 8));
-  EXPECT_EQ((std::vector<unsigned int>{1, 5, 9, 11}), first->entries);
-  EXPECT_EQ((std::vector<unsigned int>{9, 11}), second->entries);
+  EXPECT_EQ((QUIRVA::Table<unsigned int>{1, 5, 9, 11}), first->entries);
+  EXPECT_EQ((QUIRVA::Table<unsigned int>{9, 11}), second->entries);
   EXPECT_EQ(4u, first->entryCount);
 }
 
@@ -149,14 +149,14 @@ TEST(MergePlainTables, AppendWithoutJoiningRuns) {
 
   const auto narrow = Table<CChunkOffsetBox>({1});
   ASSERT_OK(merge.MergeChunkOffsetBox(narrow.get(), Table<CChunkOffsetBox>({2, 3}).get()));
-  EXPECT_EQ((std::vector<unsigned int>{1, 2, 3}), narrow->entries);
+  EXPECT_EQ((QUIRVA::Table<unsigned int>{1, 2, 3}), narrow->entries);
 
   const auto compact = Table<CCompactSampleSizeBox>({1});
   compact->record->fieldSize = 8;
   const auto other = Table<CCompactSampleSizeBox>({2});
   other->record->fieldSize = 16;
   ASSERT_OK(merge.MergeCompactSampleSizeBox(compact.get(), other.get()));
-  EXPECT_EQ((std::vector<unsigned short>{1, 2}), compact->entries);
+  EXPECT_EQ((QUIRVA::Table<unsigned short>{1, 2}), compact->entries);
   EXPECT_EQ(8, compact->record->fieldSize);
   EXPECT_EQ(2u, compact->record->sampleCount);
 }

@@ -24,8 +24,8 @@ using support::operator+;
 using support::Stco;
 using support::UniformStsz;
 
-using Narrow = std::vector<unsigned int>;
-using Wide = std::vector<unsigned long long>;
+using Narrow = QUIRVA::Table<unsigned int>;
+using Wide = QUIRVA::Table<unsigned long long>;
 
 class ChunkOffsets : public testing::Test {
  protected:
