@@ -16,7 +16,8 @@ install(
   COMPONENT development
   FILES_MATCHING
   PATTERN *.h
-  PATTERN *.inc)
+  PATTERN *.inc
+  PATTERN clip_json.h EXCLUDE)
 if(TARGET clipchain_tool)
   install(TARGETS clipchain_tool RUNTIME COMPONENT tool)
 endif()

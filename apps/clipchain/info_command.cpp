@@ -7,10 +7,10 @@
 #include <string>
 
 #include "clipchain/commands.h"
-#include "clipchain/files.h"
 #include "clipchain/info_output.h"
-#include "clipchain/result_words.h"
 #include "clipchain/tool.h"
+#include "workflow/files.h"
+#include "workflow/result_words.h"
 
 namespace clipchain {
 

@@ -4,10 +4,11 @@
 
 #include <vector>
 
-#include "clipchain/clip_words.h"
-#include "clipchain/files.h"
-#include "clipchain/result_words.h"
 #include "foundation/fourcc.h"
+#include "workflow/clip_json.h"
+#include "workflow/clip_words.h"
+#include "workflow/files.h"
+#include "workflow/result_words.h"
 
 namespace clipchain {
 

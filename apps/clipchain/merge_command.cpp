@@ -8,13 +8,13 @@
 #include <vector>
 
 #include "clipchain/commands.h"
-#include "clipchain/files.h"
 #include "clipchain/merge_progress.h"
-#include "clipchain/result_words.h"
 #include "clipchain/tool.h"
 #include "foundation/com_ptr.h"
 #include "foundation/qv_file.h"
 #include "reader/mp4_file.h"
+#include "workflow/files.h"
+#include "workflow/result_words.h"
 
 namespace clipchain {
 

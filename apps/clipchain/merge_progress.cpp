@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "clipchain/files.h"
+#include "workflow/files.h"
 
 namespace clipchain {
 

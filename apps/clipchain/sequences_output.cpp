@@ -2,20 +2,14 @@
 
 #include <fmt/format.h>
 
-#include <iterator>
-
-#include "clipchain/clip_words.h"
-#include "clipchain/files.h"
-#include "clipchain/result_words.h"
+#include "workflow/clip_json.h"
+#include "workflow/clip_words.h"
+#include "workflow/files.h"
+#include "workflow/result_words.h"
 
 namespace clipchain {
 
 namespace {
-
-const char* StateWords(const SequenceReport& sequence) {
-  if (sequence.closedAtHead) return sequence.closedAtTail ? "complete" : "open at tail";
-  return sequence.closedAtTail ? "open at head" : "open at both ends";
-}
 
 std::string NumberList(const std::vector<unsigned int>& volumes) {
   std::string text;
@@ -23,12 +17,6 @@ std::string NumberList(const std::vector<unsigned int>& volumes) {
     text += fmt::format("{}{}", text.empty() ? "" : ", ", volume + 1);
   }
   return text;
-}
-
-// What is wrong with a file that was not registered, as the rest of a sentence.
-std::string Reason(const RejectedClip& clip) {
-  const std::string why = WhyUnreadable(clip.path);
-  return why.empty() ? ClipWords(clip.result) : fmt::format("can't be read: {}", why);
 }
 
 void AddVolumes(const FoundClips& found, std::string& text) {
@@ -48,7 +36,8 @@ void AddRejected(const FoundClips& found, const ScanReport& report, std::string&
     text += fmt::format("  {} {}\n", Shown(path.path), path.reason);
   }
   for (const RejectedClip& clip : report.rejected) {
-    text += fmt::format("  {} {} ({})\n", Shown(clip.path), Reason(clip), ResultName(clip.result));
+    text += fmt::format("  {} {} ({})\n", Shown(clip.path), WhyRejected(clip.path, clip.result),
+                        ResultName(clip.result));
   }
 }
 
@@ -77,7 +66,7 @@ Json SequenceJson(const SequenceReport& sequence, std::size_t number) {
   object["number"] = number;
   object["date"] = DateJson(sequence.date);
   object["clips"] = sequence.clips.size();
-  object["state"] = StateWords(sequence);
+  object["state"] = StateWords(sequence.closedAtHead, sequence.closedAtTail);
   object["closed_at_head"] = sequence.closedAtHead;
   object["closed_at_tail"] = sequence.closedAtTail;
   object["camera_stream"] = sequence.cameraStream;
@@ -118,7 +107,7 @@ Json RejectedJson(const FoundClips& found, const ScanReport& report) {
   for (const RejectedClip& clip : report.rejected) {
     Json object;
     SetPath(object, clip.path);
-    object["reason"] = Reason(clip);
+    object["reason"] = WhyRejected(clip.path, clip.result);
     object["result"] = ResultName(clip.result);
     rejected.push_back(object);
   }
@@ -139,8 +128,10 @@ std::string SequencesTable(const FoundClips& found, const ScanReport& report,
   }
   std::size_t number = 0;
   for (const SequenceReport& sequence : report.sequences) {
-    text += fmt::format("{:>4}  {:19}  {:>5}  {:17}  {}\n", ++number, DateWords(sequence.date),
-                        sequence.clips.size(), StateWords(sequence), NumberList(sequence.volumes));
+    text +=
+        fmt::format("{:>4}  {:19}  {:>5}  {:17}  {}\n", ++number, DateWords(sequence.date),
+                    sequence.clips.size(), StateWords(sequence.closedAtHead, sequence.closedAtTail),
+                    NumberList(sequence.volumes));
     for (const SequenceClip& clip : sequence.clips) {
       text += fmt::format("      {}\n", Shown(clip.path));
     }

@@ -1,4 +1,5 @@
-// What clips say, for people and in the forms that programs read.
+// What clips say, in the forms that programs read. Not installed: programs that link the library
+// need no JSON library for it.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -12,13 +13,6 @@ namespace clipchain {
 
 // Objects keep the order in which their fields were set.
 using Json = nlohmann::ordered_json;
-
-// "2024-05-06 07:08:09"; "unknown" without a date.
-std::string DateWords(const std::optional<MP4G::_tagSequenceTimedate>& date);
-// "none" for zero.
-std::string GuidWords(const _GUID& id);
-// "2.560 s"; "unknown" without a scale.
-std::string DurationWords(long long ticks, unsigned int timeScale);
 
 // "2024-05-06T07:08:09", or null.
 Json DateJson(const std::optional<MP4G::_tagSequenceTimedate>& date);

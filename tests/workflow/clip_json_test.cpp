@@ -1,4 +1,4 @@
-#include "clipchain/clip_words.h"
+#include "workflow/clip_json.h"
 
 #include <gtest/gtest.h>
 
@@ -11,28 +11,22 @@ constexpr _GUID kGuid = {0x01020304, 0x0506, 0x0708, {9, 10, 11, 12, 13, 14, 15,
 
 }  // namespace
 
-TEST(ClipWords, SpellDates) {
-  EXPECT_EQ("2024-05-06 07:08:09", DateWords(kDate));
-  EXPECT_EQ("unknown", DateWords(std::nullopt));
+TEST(ClipJson, SpellsDates) {
   EXPECT_EQ("\"2024-05-06T07:08:09\"", DateJson(kDate).dump());
   EXPECT_EQ("null", DateJson(std::nullopt).dump());
 }
 
-TEST(ClipWords, SpellIdentifiers) {
-  EXPECT_EQ("01020304-0506-0708-090a-0b0c0d0e0f10", GuidWords(kGuid));
-  EXPECT_EQ("none", GuidWords(_GUID{}));
+TEST(ClipJson, SpellsIdentifiers) {
   EXPECT_EQ("\"01020304-0506-0708-090a-0b0c0d0e0f10\"", GuidJson(kGuid).dump());
   EXPECT_EQ("null", GuidJson(_GUID{}).dump());
 }
 
-TEST(ClipWords, SpellDurations) {
-  EXPECT_EQ("2.560 s", DurationWords(32768, 12800));
-  EXPECT_EQ("unknown", DurationWords(32768, 0));
+TEST(ClipJson, SpellsDurations) {
   EXPECT_EQ("2.56", SecondsJson(32768, 12800).dump());
   EXPECT_EQ("null", SecondsJson(32768, 0).dump());
 }
 
-TEST(ClipWords, KeepPathsThatAreNoTextByteForByte) {
+TEST(ClipJson, KeepsPathsThatAreNoTextByteForByte) {
   Json object;
   SetPath(object, "clip-\xC3\xA9.mp4");
   EXPECT_EQ("{\"path\":\"clip-\xC3\xA9.mp4\"}", object.dump());

@@ -1,4 +1,4 @@
-#include "clipchain/files.h"
+#include "workflow/files.h"
 
 #include <fmt/format.h>
 #include <sys/stat.h>

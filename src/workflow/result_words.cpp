@@ -1,6 +1,7 @@
-#include "clipchain/result_words.h"
+#include "workflow/result_words.h"
 
 #include "clip/exif_library.h"
+#include "workflow/files.h"
 
 namespace clipchain {
 
@@ -63,6 +64,11 @@ std::string ClipWords(HRESULT result) {
     default:
       return "can't be read";
   }
+}
+
+std::string WhyRejected(const std::string& path, HRESULT result) {
+  const std::string why = WhyUnreadable(path);
+  return why.empty() ? ClipWords(result) : "can't be read: " + why;
 }
 
 std::string OutputWords(HRESULT result) {

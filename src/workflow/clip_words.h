@@ -1,0 +1,23 @@
+// What clips say, in words.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "clip/vireo_mp4.h"
+#include "foundation/guid.h"
+
+namespace clipchain {
+
+// "2024-05-06 07:08:09"; "unknown" without a date.
+std::string DateWords(const std::optional<MP4G::_tagSequenceTimedate>& date);
+// "2024-05-06T07:08:09", as programs read it.
+std::string IsoDate(const MP4G::_tagSequenceTimedate& date);
+// "none" for zero.
+std::string GuidWords(const _GUID& id);
+// "2.560 s"; "unknown" without a scale.
+std::string DurationWords(long long ticks, unsigned int timeScale);
+// "complete", "open at head", "open at tail", "open at both ends".
+const char* StateWords(bool closedAtHead, bool closedAtTail);
+
+}  // namespace clipchain
