@@ -12,24 +12,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool HasClipName(const fs::path& path) {
-  static constexpr const char* kExtensions[] = {".mp4", ".m4v", ".mov"};
-  std::string extension = path.extension().string();
-  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return std::find(std::begin(kExtensions), std::end(kExtensions), extension) !=
-         std::end(kExtensions);
-}
-
 class FolderSearch {
  public:
-  FolderSearch(FoundClips& found, Volume& volume) : found_(found), volume_(volume) {}
+  FolderSearch(FoundClips& found, Volume& volume, const std::string& except)
+      : found_(found), volume_(volume), except_(except) {}
 
   void Search(const fs::path& folder) {
     for (const fs::directory_entry& entry : SortedEntries(folder)) {
       std::error_code ignored;
       if (!entry.is_symlink(ignored) && entry.is_directory(ignored)) {
-        Search(entry.path());
-      } else if (HasClipName(entry.path()) && IsFile(entry)) {
+        if (!fs::equivalent(entry.path(), except_, ignored)) Search(entry.path());
+      } else if (HasClipName(entry.path().string()) && IsFile(entry)) {
         volume_.clips.push_back(entry.path().string());
       }
     }
@@ -60,11 +53,20 @@ class FolderSearch {
 
   FoundClips& found_;
   Volume& volume_;
+  const fs::path except_;
 };
 
 }  // namespace
 
-FoundClips FindClips(const std::vector<std::string>& operands) {
+bool HasClipName(const std::string& path) {
+  static constexpr const char* kExtensions[] = {".mp4", ".m4v", ".mov"};
+  std::string extension = fs::path(path).extension().string();
+  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return std::find(std::begin(kExtensions), std::end(kExtensions), extension) !=
+         std::end(kExtensions);
+}
+
+FoundClips FindClips(const std::vector<std::string>& operands, const std::string& except) {
   FoundClips found;
   bool collectsFiles = false;
   for (const std::string& operand : operands) {
@@ -73,7 +75,7 @@ FoundClips FindClips(const std::vector<std::string>& operands) {
     if (fs::is_directory(status)) {
       collectsFiles = false;
       Volume& volume = found.volumes.emplace_back(Volume{operand, {}});
-      FolderSearch(found, volume).Search(operand);
+      FolderSearch(found, volume, except).Search(operand);
       continue;
     }
     // A pipe or a device would keep whoever opens it waiting.

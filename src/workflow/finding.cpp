@@ -1,6 +1,7 @@
 #include "workflow/finding.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace clipchain {
 
@@ -28,6 +29,16 @@ std::string_view SeverityName(Severity severity) {
 
 std::string_view MessageName(Message message) { return KindOf(message).name; }
 Severity MessageSeverity(Message message) { return KindOf(message).severity; }
+
+Finding MakeFinding(Message message, std::string path, std::string text, std::string remedy) {
+  Finding finding{};
+  finding.message = message;
+  finding.severity = MessageSeverity(message);
+  finding.path = std::move(path);
+  finding.text = std::move(text);
+  finding.remedy = std::move(remedy);
+  return finding;
+}
 
 bool HoldsUp(const Findings& findings, bool force) {
   const Severity least = force ? Severity::kRefusal : Severity::kRisk;

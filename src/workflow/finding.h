@@ -46,6 +46,10 @@ struct Finding {
 
 using Findings = std::vector<Finding>;
 
+// A finding of the message's own severity.
+CLIPCHAIN_API Finding MakeFinding(Message message, std::string path, std::string text,
+                                  std::string remedy = "");
+
 // Whether anything among them holds the work up.
 CLIPCHAIN_API bool HoldsUp(const Findings& findings, bool force);
 

@@ -10,6 +10,16 @@ namespace clipchain {
 
 namespace {
 
+SequenceClip Clip(const MP4G::CVireoMp4& clip) {
+  SequenceClip report{};
+  report.path = QUIRVA::PathBytesFromWide(clip.path).value_or("");
+  report.volume = clip.volume;
+  report.id = clip.uniqueID;
+  if (clip.timedate != MP4G::_tagSequenceTimedate{}) report.date = clip.timedate;
+  report.size = clip.fileSize;
+  return report;
+}
+
 SequenceReport Report(MP4G::CMp4Sequence& sequence) {
   SequenceReport report{};
   MP4G::_tagSequenceTimedate date{};
@@ -20,7 +30,7 @@ SequenceReport Report(MP4G::CMp4Sequence& sequence) {
   report.headID = sequence.GetHeadUniqueID();
   report.tailID = sequence.GetTailUniqueID();
   for (const MP4G::CVireoMp4* clip : sequence.clips) {
-    report.clips.push_back({QUIRVA::PathBytesFromWide(clip->path).value_or(""), clip->volume});
+    report.clips.push_back(Clip(*clip));
     report.volumes.push_back(clip->volume);
   }
   std::sort(report.volumes.begin(), report.volumes.end());

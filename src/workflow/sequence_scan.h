@@ -16,6 +16,9 @@ namespace clipchain {
 struct SequenceClip {
   std::string path;
   unsigned int volume;  // index into the volumes that were scanned
+  _GUID id{};           // by which the clip's neighbours know it; zero if it has none
+  std::optional<MP4G::_tagSequenceTimedate> date;  // none if it is not known
+  long long size = 0;                              // of the file, in bytes
 };
 
 struct SequenceReport {

@@ -137,3 +137,21 @@ TEST_F(ClipSearch, KeepsNamesThatAreNoText) {
   Put("\xFF\xFE.mp4");
   EXPECT_EQ((Paths{At("\xFF\xFE.mp4")}), FindClips({Root()}).volumes.at(0).clips);
 }
+
+TEST_F(ClipSearch, PassesOverAFolderInsideThatIsExcepted) {
+  const std::string clip = Put("a/1.mp4");
+  const std::string other = Put("a/c/2.mp4");
+  Put("a/b/3.mp4");
+  fs::create_directory_symlink(At("a/b"), At("link"));
+  for (const std::string& except : {At("a/b"), At("a/./b/"), At("link")})
+    EXPECT_EQ((Paths{clip, other}), FindClips({At("a")}, except).volumes[0].clips);
+  EXPECT_EQ(3u, FindClips({At("a")}, At("absent")).volumes[0].clips.size());
+  EXPECT_EQ(1u, FindClips({At("a/b")}, At("a/b")).volumes[0].clips.size());
+}
+
+TEST(ClipName, EndsInAnExtensionOfAClip) {
+  for (const char* name : {"a.mp4", "a/b.M4V", "a.b.Mov"})
+    EXPECT_TRUE(clipchain::HasClipName(name));
+  for (const char* name : {"a", "mp4", "a.mp3", "a.mp4/b", ".mp4", ""})
+    EXPECT_FALSE(clipchain::HasClipName(name));
+}

@@ -40,6 +40,19 @@ TEST(Finding, HoldsUpAsARefusalAlways) {
   EXPECT_TRUE(HoldsUp({Of(Severity::kRefusal), Of(Severity::kNote)}, true));
 }
 
+TEST(Finding, IsMadeWithTheSeverityOfItsMessage) {
+  for (const Message message : kAll) {
+    const Finding finding = MakeFinding(message, "a.mp4", "is odd", "look at it");
+    EXPECT_EQ(message, finding.message);
+    EXPECT_EQ(MessageSeverity(message), finding.severity);
+    EXPECT_EQ("a.mp4", finding.path);
+    EXPECT_EQ("is odd", finding.text);
+    EXPECT_EQ("look at it", finding.remedy);
+    EXPECT_EQ(0u, finding.track);
+    EXPECT_EQ(-1, finding.offset);
+  }
+}
+
 TEST(Finding, NamesEachSeverity) {
   EXPECT_EQ("note", SeverityName(Severity::kNote));
   EXPECT_EQ("warning", SeverityName(Severity::kWarning));

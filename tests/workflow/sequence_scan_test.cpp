@@ -90,6 +90,20 @@ TEST_F(SequenceScan, TellsEverythingOfASequence) {
   EXPECT_EQ(0u, sequence.clips[2].volume);
 }
 
+TEST_F(SequenceScan, TellsWhatEachClipIs) {
+  const std::string first = ChainFile(1, 2);
+  const std::string plain = Put("plain", support::PlainClip(61));
+  const ScanReport report = Scan({{"", {ChainFile(2, 2), first, plain}}}, {});
+  ASSERT_EQ((Chains{{"1", "2"}, {"plain"}}), ChainsOf(report));
+  const auto& clips = report.sequences[0].clips;
+  EXPECT_TRUE(clips[0].id == Id(1));
+  EXPECT_TRUE(clips[1].id == Id(2));
+  EXPECT_EQ((MP4G::_tagSequenceTimedate{1904, 1, 1, 0, 0, 2}), clips[1].date);
+  EXPECT_EQ(static_cast<long long>(std::filesystem::file_size(first)), clips[0].size);
+  EXPECT_TRUE(report.sequences[1].clips[0].id == _GUID{});
+  EXPECT_EQ((MP4G::_tagSequenceTimedate{1904, 1, 1, 0, 1, 1}), report.sequences[1].clips[0].date);
+}
+
 TEST_F(SequenceScan, TellsWhichEndIsOpen) {
   const ScanReport report =
       Scan({{"", {ChainFile(1, 3), ChainFile(3, 3), ChainFile(2, 3, 10)}}}, {});
@@ -108,6 +122,7 @@ TEST_F(SequenceScan, AClipWithoutADateHasNone) {
   const ScanReport report = Scan({{"", {Put("undated", movie.Build())}}}, {});
   ASSERT_EQ(1u, report.sequences.size());
   EXPECT_FALSE(report.sequences[0].date.has_value());
+  EXPECT_FALSE(report.sequences[0].clips[0].date.has_value());
   EXPECT_FALSE(report.sequences[0].cameraStream);
 }
 

@@ -1,0 +1,69 @@
+// What is to be done with the sequences of a card: which ones become a file, of which name, and why
+// the others do not.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "clip/vireo_mp4.h"
+#include "foundation/export.h"
+#include "workflow/clip_search.h"
+#include "workflow/finding.h"
+#include "workflow/sequence_scan.h"
+
+namespace clipchain {
+
+enum class LeftOut {
+  kNo,            // it is merged
+  kSingle,        // a whole recording of one clip, which needs no merge
+  kIncomplete,    // a clip is missing at an end
+  kCopy,          // all of its clips are there a second time, in another sequence
+  kContradiction  // its clips contradict each other, or other clips, about what they are
+};
+
+// The name by which programs know it: "single", "incomplete", "copy", "contradiction"; empty for
+// what is not left out.
+CLIPCHAIN_API std::string_view LeftOutName(LeftOut leftOut);
+
+// One sequence.
+struct Job {
+  std::vector<std::string> inputs;                 // in the order of recording
+  std::string output;                              // what its merge writes, or would write
+  std::optional<MP4G::_tagSequenceTimedate> date;  // of the first clip
+  bool closedAtHead = true;                        // nothing is missing in front
+  bool closedAtTail = true;                        // nothing is missing behind
+  long long size = 0;                              // of the inputs together, in bytes
+  LeftOut leftOut = LeftOut::kNo;
+  Findings findings;  // what is special about it, above all why it is left out
+};
+
+struct PlanOptions {
+  std::string folder;       // where the results go
+  bool all = false;         // whole recordings of one clip, too
+  bool incomplete = false;  // incomplete recordings, too, of one clip or more
+};
+
+struct JoinPlan {
+  std::vector<Job> jobs;  // one for each sequence, in the order of the scan
+  Findings findings;      // what is about no sequence: files that could not be read or do not count
+};
+
+// Makes a job of each sequence. A sequence whose clips another one has too, by identifier and size,
+// is a copy; the complete one of the two is merged, or the longer one. Where files of different
+// sizes claim to be one clip, nobody knows which is the true one, and every sequence that holds one
+// of them is left out. A clip that is registered without identifiers is a sequence of its own.
+[[nodiscard]] CLIPCHAIN_API JoinPlan Plan(const ScanReport& scan, const PlanOptions& options);
+
+// The same from files and folders. Each folder is a volume; options.folder is not searched where it
+// lies in one of them, a file that is reached several times counts once, and earlier results that
+// lie among the clips are passed over, for they carry the identifiers of their first clip.
+[[nodiscard]] CLIPCHAIN_API JoinPlan PlanFor(const std::vector<std::string>& operands,
+                                             const PlanOptions& options);
+
+// Whether somebody should hear that not everything will be joined: something is left out that is
+// neither a single clip nor a copy, or a file could not be read.
+[[nodiscard]] CLIPCHAIN_API bool LeavesOut(const JoinPlan& plan);
+
+}  // namespace clipchain
