@@ -1,5 +1,7 @@
 #include "foundation/qv_file.h"
 
+#include <utility>
+
 #include "foundation/custom_file.h"
 #include "foundation/strings.h"
 
@@ -11,7 +13,7 @@ QvFile::~QvFile() { Close(); }
 
 HRESULT QvFile::Open(const wchar_t* path, _enQVFILEACCESS access) {
   const QvAutoLock guard(lock_.get(), kWaitForever, nullptr);
-  CloseHandle();
+  static_cast<void>(CloseHandle());
   return CustomCreateFileHandle(path, access, &handle_, kNoFileAttributes, kNoFileAttributes);
 }
 
@@ -19,17 +21,14 @@ HRESULT QvFile::Open(const char* path, _enQVFILEACCESS access) {
   return Open(static_cast<const wchar_t*>(CEasyStringW(path)), access);
 }
 
-void QvFile::Close() {
+void QvFile::Close() { static_cast<void>(CloseFlushed()); }
+
+HRESULT QvFile::CloseFlushed() {
   const QvAutoLock guard(lock_.get(), kWaitForever, nullptr);
-  CloseHandle();
+  return CloseHandle();
 }
 
-// Closing has no result to give.
-void QvFile::CloseHandle() {
-  if (handle_ == nullptr) return;
-  static_cast<void>(CustomCloseFileHandle(handle_));
-  handle_ = nullptr;
-}
+HRESULT QvFile::CloseHandle() { return CustomCloseFileHandle(std::exchange(handle_, nullptr)); }
 
 bool QvFile::IsOpened() {
   const QvAutoLock guard(lock_.get(), kWaitForever, nullptr);

@@ -32,6 +32,8 @@ class QvFile {
   [[nodiscard]] HRESULT Open(const wchar_t* path, _enQVFILEACCESS access);
   [[nodiscard]] HRESULT Open(const char* path, _enQVFILEACCESS access);
   void Close();  // flushes to the disk
+  // The same, and tells whether the disk took everything: -1 if not, and without an open file.
+  [[nodiscard]] HRESULT CloseFlushed();
   bool IsOpened();
 
   // The count may be null; it is stored on success only. Reading gives fewer bytes only at the end
@@ -52,7 +54,7 @@ class QvFile {
   static long long GetFileSize(const char* path);
 
  private:
-  void CloseHandle();
+  [[nodiscard]] HRESULT CloseHandle();
 
   void* handle_ = nullptr;
   std::unique_ptr<QvCritSec> lock_;

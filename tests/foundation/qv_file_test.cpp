@@ -143,6 +143,16 @@ TEST_F(QvFileTest, OpensReadsAndCloses) {
   file.Close();
 }
 
+TEST_F(QvFileTest, TellsWhetherTheDiskTookEverything) {
+  QvFile file;
+  EXPECT_RESULT(kMinusOne, file.CloseFlushed());
+  ASSERT_OK(file.Open(Wide("new").c_str(), QvFile::kWrite));
+  EXPECT_OK(file.Write("abc", 3, nullptr));
+  EXPECT_OK(file.CloseFlushed());
+  EXPECT_FALSE(file.IsOpened());
+  EXPECT_EQ(3, QvFile::GetFileSize(Wide("new").c_str()));
+}
+
 TEST_F(QvFileTest, OpensNarrowPaths) {
   QvFile file;
   ASSERT_OK(file.Open(Narrow("a").c_str(), QvFile::kRead));

@@ -38,6 +38,16 @@ struct FileHandle {
 
 FileHandle* File(void* handle) { return static_cast<FileHandle*>(handle); }
 
+// Whether a call that failed is to be made again because a signal interrupted it. Signals come one
+// at a time: a system that answers nothing else is at fault, and the call fails in the end.
+class Interruptions {
+ public:
+  bool Excuse() { return errno == EINTR && left_-- > 0; }
+
+ private:
+  int left_ = 10000;
+};
+
 // What is no file with positions is not opened: a pipe would wait for its other end, a folder would
 // open for reading.
 bool HasPositions(const struct stat& status) {
@@ -62,10 +72,11 @@ bool OpenFlags(unsigned int access, int& flags) {
 
 int Open(const char* path, int flags) {
   constexpr mode_t kEveryoneAsTheMaskAllows = 0666;
+  Interruptions interruptions;
   int descriptor;
   do {
     descriptor = ::open(path, flags | O_CLOEXEC | O_NOCTTY, kEveryoneAsTheMaskAllows);
-  } while (descriptor < 0 && errno == EINTR);
+  } while (descriptor < 0 && interruptions.Excuse());
   return descriptor;
 }
 
@@ -162,11 +173,12 @@ int CFWCloseHandle(void* handle) {
 int CFWReadFile(void* handle, void* buffer, unsigned long long count, long long* read) {
   if (handle == nullptr) return kFailed;
   unsigned long long done = 0;
+  Interruptions interruptions;
   *read = 0;
   while (done < count) {
     const ssize_t came = ::read(File(handle)->descriptor, static_cast<char*>(buffer) + done,
                                 std::min(count - done, kTransferSize));
-    if (came < 0 && errno == EINTR) continue;
+    if (came < 0 && interruptions.Excuse()) continue;
     if (came < 0) return kFailed;
     if (came == 0) break;
     done += static_cast<unsigned long long>(came);
@@ -178,12 +190,13 @@ int CFWReadFile(void* handle, void* buffer, unsigned long long count, long long*
 int CFWWriteFile(void* handle, const void* buffer, unsigned long long count, long long* written) {
   if (handle == nullptr) return kNoHandleToWrite;
   unsigned long long done = 0;
+  Interruptions interruptions;
   *written = 0;
   ReserveAhead(*File(handle), count);
   while (done < count) {
     const ssize_t went = ::write(File(handle)->descriptor, static_cast<const char*>(buffer) + done,
                                  std::min(count - done, kTransferSize));
-    if (went < 0 && errno == EINTR) continue;
+    if (went < 0 && interruptions.Excuse()) continue;
     if (went < 0) return -errno;
     done += static_cast<unsigned long long>(went);
   }
