@@ -8,6 +8,7 @@
 #include "foundation/export.h"
 #include "foundation/result.h"
 #include "workflow/finding.h"
+#include "workflow/part_file.h"
 
 namespace clipchain {
 
@@ -17,7 +18,10 @@ enum class Verification {
 };
 
 struct MergeStep {
+  // In this order, but with Verification::kFull the flush comes first: what is read back must come
+  // from the disk.
   enum class Phase { kChecking, kCopying, kVerifying, kFlushing } phase;
+  std::size_t clip;   // index of the input that is copied; of the last one in the phases behind
   long long current;  // bytes over all inputs together
   long long total;
 };
@@ -29,20 +33,28 @@ struct SafeMergeOptions {
   Verification verification = Verification::kSeams;
   long long memoryLimit =
       0;  // bytes that the movie boxes may take; 0: half of the machine's memory
-  // Told about each step; false ends the merge, which leaves nothing behind. May be empty.
+  // Told about each step; false ends the merge, which leaves nothing behind. May be empty. Once the
+  // output has its name nobody is asked any more.
   std::function<bool(const MergeStep&)> progress;
+  // Asked about each hidden file that an earlier run left behind beside this output; true removes
+  // it. May be empty: they are named only.
+  std::function<bool(const Leftover&)> removeLeftover;
 };
 
 struct SafeMergeReport {
   bool done = false;      // the output is complete, verified and on the disk
   Findings findings;      // of the check before and of everything after
-  long long size = 0;     // of the output, in bytes
+  long long size = 0;     // of the output, in bytes; 0 unless it has its name
   HRESULT result = S_OK;  // the engine's last code
 };
 
 // Checks the inputs, merges them into a hidden file beside the output, verifies that file, flushes
 // it, gives it the output's name, which no other file may have taken, and flushes the folder. What
-// fails leaves no output, or the old one, and removes the hidden file. Inputs are only read.
+// fails leaves no output, or the old one, and removes the hidden file; only if the folder's flush
+// fails, at the very end, the complete output stays without being `done`. Inputs are only read.
+//
+// No signal is handled here: whoever wants to stop at one lets `progress` answer false. Signals
+// that a failing write raises (SIGXFSZ) are the caller's to ignore.
 [[nodiscard]] CLIPCHAIN_API SafeMergeReport SafeMerge(const std::vector<std::string>& inputs,
                                                       const SafeMergeOptions& options);
 

@@ -1,0 +1,315 @@
+#include "workflow/safe_merge.h"
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <memory>
+#include <new>
+#include <system_error>
+#include <utility>
+
+#include "foundation/com_ptr.h"
+#include "merge/live_merge.h"
+#include "merge/merge_core.h"
+#include "merge/mp4_writer.h"
+#include "workflow/copy_progress.h"
+#include "workflow/files.h"
+#include "workflow/result_words.h"
+#include "workflow/verify.h"
+
+namespace clipchain {
+
+namespace {
+
+using Phase = MergeStep::Phase;
+
+std::string ErrorText(int error) { return std::generic_category().message(error); }
+
+// By which a file is known again, and by which it is seen to have changed.
+struct FileState {
+  dev_t device;
+  ino_t inode;
+  off_t size;
+  timespec modified;
+
+  bool IsSameFile(const struct stat& status) const {
+    return device == status.st_dev && inode == status.st_ino;
+  }
+  bool IsUnchanged(const struct stat& status) const {
+    return IsSameFile(status) && size == status.st_size &&
+           modified.tv_sec == status.st_mtim.tv_sec && modified.tv_nsec == status.st_mtim.tv_nsec;
+  }
+};
+
+// One run. Each step answers whether to go on; a step that does not has said why.
+class Run {
+ public:
+  Run(const std::vector<std::string>& inputs, const SafeMergeOptions& options)
+      : inputs_(inputs), options_(options), progress_(inputs, options.progress) {}
+
+  SafeMergeReport Merge() {
+    if (Prepare() && Copy() && Complete() && Publish()) report_.done = true;
+    GiveUp();
+    return std::move(report_);
+  }
+
+ private:
+  bool Prepare();
+  void LookForLeftovers();
+  bool NoteInputs();
+  bool CreatePart();
+
+  bool Copy();
+  bool FailCopy(const std::string& input, HRESULT result, bool first);
+  bool FailWrite(HRESULT result);
+
+  bool Complete();
+  bool FlushPart();
+  bool VerifyPart();
+  bool InputsAreUnchanged();
+
+  bool Publish();
+  bool MayReplace();
+  void GiveUp();
+
+  // Adds what was found; false.
+  bool Fail(Message message, const std::string& path, std::string text, std::string remedy,
+            HRESULT result = S_OK);
+  // Goes on unless the caller wants to stop.
+  bool Enter(Phase phase);
+  bool FailStopped();
+
+  const std::vector<std::string>& inputs_;
+  const SafeMergeOptions& options_;
+  SafeMergeReport report_;
+  CopyProgress progress_;
+  std::vector<FileState> states_;
+  PartFile part_;
+  // Below the file that it writes to, so that it lets go of it first.
+  QUIRVA::ComPtr<MP4G::CMp4LiveMerge> engine_;
+};
+
+bool Run::Fail(Message message, const std::string& path, std::string text, std::string remedy,
+               HRESULT result) {
+  report_.findings.push_back(MakeFinding(message, path, std::move(text), std::move(remedy)));
+  report_.findings.back().result = result;
+  return false;
+}
+
+bool Run::FailStopped() {
+  return Fail(Message::kMergeStopped, options_.output, "was not made: the merge was stopped",
+              "run it again");
+}
+
+bool Run::Enter(Phase phase) { return progress_.Step(phase) || FailStopped(); }
+
+bool Run::Prepare() {
+  if (inputs_.empty())
+    return Fail(Message::kNothingToMerge, options_.output, "was not made: there is no clip",
+                "name at least one clip");
+  if (!Enter(Phase::kChecking)) return false;
+  LookForLeftovers();
+  if (HoldsUp(report_.findings, options_.force)) return false;
+  return Enter(Phase::kChecking) && NoteInputs() && CreatePart();
+}
+
+void Run::LookForLeftovers() {
+  for (const Leftover& leftover : FindLeftovers(options_.output)) {
+    Message message = Message::kLeftover;
+    std::string text = fmt::format(
+        "was left behind by a merge that was killed, with {} bytes in it", leftover.size);
+    std::string remedy = "remove it, or let --remove-leftovers do it";
+    if (options_.removeLeftover && options_.removeLeftover(leftover)) {
+      const int error = RemoveLeftover(leftover);
+      message = error == 0 ? Message::kLeftoverRemoved : Message::kLeftover;
+      text += error == 0 ? ", and is removed now" : ", and can't be removed: " + ErrorText(error);
+      remedy = error == 0 ? "" : "remove it by hand";
+    }
+    report_.findings.push_back(
+        MakeFinding(message, leftover.path, std::move(text), std::move(remedy)));
+  }
+}
+
+bool Run::NoteInputs() {
+  for (const std::string& input : inputs_) {
+    struct stat status;
+    if (::stat(input.c_str(), &status) != 0)
+      return Fail(Message::kInputUnreadable, input, "can't be read: " + ErrorText(errno),
+                  "check the name and the permissions", MP4G_E_INPUT_OPEN);
+    states_.push_back({status.st_dev, status.st_ino, status.st_size, status.st_mtim});
+  }
+  return MayReplace();
+}
+
+// The engine is handed a file that is open already, so that it need not make one: it would replace
+// whatever has the name.
+bool Run::CreatePart() {
+  if (const int error = part_.Create(options_.output); error != 0)
+    return Fail(Message::kOutputUnwritable, options_.output,
+                "can't be written: " + ErrorText(error), "choose a folder that can be written",
+                MP4G_E_OUTPUT_OPEN);
+  const std::wstring path = Wide(part_.path());
+  auto file = std::make_unique<QUIRVA::QvFile>();
+  report_.result = file->Open(path.c_str(), QUIRVA::QvFile::kWrite);
+  if (report_.result == S_OK)
+    report_.result = MP4G::CMp4LiveMerge::CreateInstance(engine_.Receive());
+  if (report_.result == S_OK) {
+    MP4G::IMp4LiveMergeDelegate* delegate = &progress_;
+    report_.result = engine_->SetDelegate(MP4G::IID_IMp4LiveMergeDelegate, delegate);
+  }
+  if (report_.result == S_OK) report_.result = engine_->SetOutputPath(path.c_str());
+  if (report_.result != S_OK)
+    return Fail(Message::kOutputUnwritable, options_.output, "can't be opened for writing",
+                "choose a folder that can be written", MP4G_E_OUTPUT_OPEN);
+  engine_->core->writer = std::make_unique<MP4G::CMp4Writer>(engine_.get());
+  engine_->core->writer->outputFile = std::move(file);
+  return true;
+}
+
+bool Run::Copy() {
+  bool first = true;
+  for (const std::string& input : inputs_) {
+    progress_.StartInput();
+    report_.result = engine_->InputMp4File(Wide(input).c_str());
+    if (report_.result != S_OK) return FailCopy(input, report_.result, first);
+    first = false;
+  }
+  report_.result = engine_->core->FinalizeImpl();
+  return report_.result == S_OK || FailWrite(report_.result);
+}
+
+bool Run::FailCopy(const std::string& input, HRESULT result, bool first) {
+  if (progress_.Stopped()) return FailStopped();
+  if (IsOutputResult(result)) return FailWrite(result);
+  if (progress_.StoodStill())
+    return Fail(Message::kCopyStalled, input, "ends before its media does",
+                "copy it again from the card", MP4G_E_INPUT_READ);
+  std::string text = InputWords(result, first);
+  if (const std::string why = WhyUnreadable(input); !why.empty()) text += ": " + why;
+  return Fail(Message::kInputRefused, input, std::move(text),
+              "leave the clip out, or see what a check says about it", result);
+}
+
+bool Run::FailWrite(HRESULT result) {
+  if (!IsOutputResult(result))
+    return Fail(Message::kOutputUnfinished, options_.output, OutputWords(result),
+                "merge fewer clips at once", result);
+  // The engine does not keep the cause of a failed write; the next one would have it too.
+  const int error = part_.TryToGrow();
+  return Fail(Message::kOutputUnwritable, options_.output,
+              error != 0 ? "can't be written: " + ErrorText(error) : OutputWords(result),
+              "make room, or choose another folder", MP4G_E_OUTPUT_WRITE);
+}
+
+bool Run::Complete() {
+  const bool fromDisk = options_.verification == Verification::kFull;
+  const bool complete = fromDisk ? FlushPart() && VerifyPart() : VerifyPart() && FlushPart();
+  return complete && InputsAreUnchanged();
+}
+
+// A flush that fails is final: the system may have dropped what it could not write, and a second
+// flush would know nothing of it.
+bool Run::FlushPart() {
+  if (!Enter(Phase::kFlushing)) return false;
+  const HRESULT closed = engine_->core->writer->outputFile->CloseFlushed();
+  engine_->core->ResetAtFinalize();
+  if (closed == S_OK) return true;
+  return Fail(Message::kOutputUnflushed, options_.output,
+              "is lost: the disk did not take all that was written",
+              "check the disk, or choose another one", MP4G_E_OUTPUT_WRITE);
+}
+
+bool Run::VerifyPart() {
+  if (!Enter(Phase::kVerifying)) return false;
+  engine_->core->firstFile.reset();
+  const bool everyByte = options_.verification == Verification::kFull;
+  const auto listener = [this](long long current, long long total) {
+    return progress_.Step(Phase::kVerifying, current, total);
+  };
+  const Findings found =
+      Verify({inputs_, options_.output, part_.descriptor(), everyByte, listener});
+  if (progress_.Stopped()) return FailStopped();
+  report_.findings.insert(report_.findings.end(), found.begin(), found.end());
+  return !HoldsUp(found, options_.force);
+}
+
+bool Run::InputsAreUnchanged() {
+  for (std::size_t i = 0; i < inputs_.size(); ++i) {
+    struct stat status;
+    if (::stat(inputs_[i].c_str(), &status) == 0 && states_[i].IsUnchanged(status)) continue;
+    return Fail(Message::kInputChanged, inputs_[i], "changed while it was merged",
+                "wait until it is complete, then merge again");
+  }
+  return true;
+}
+
+// Whether the output's name may be taken from what has it: never from an input, whatever name that
+// had in the beginning, and never from what is no file.
+bool Run::MayReplace() {
+  struct stat status;
+  if (::lstat(options_.output.c_str(), &status) != 0) {
+    return errno == ENOENT || Fail(Message::kOutputUnwritable, options_.output,
+                                   "can't be written: " + ErrorText(errno),
+                                   "choose a folder that can be written", MP4G_E_OUTPUT_OPEN);
+  }
+  if (!options_.overwrite)
+    return Fail(Message::kOutputExists, options_.output, "exists already",
+                "choose another name, or let --overwrite replace it", MP4G_E_OUTPUT_OPEN);
+  struct stat target = status;
+  if (S_ISLNK(status.st_mode) && ::stat(options_.output.c_str(), &target) != 0) return true;
+  for (std::size_t i = 0; i < inputs_.size(); ++i) {
+    if (states_[i].IsSameFile(status) || states_[i].IsSameFile(target))
+      return Fail(Message::kOutputIsInput, options_.output,
+                  "is the same file as the input " + Shown(inputs_[i]), "choose another name",
+                  MP4G_E_OUTPUT_OPEN);
+  }
+  return S_ISREG(target.st_mode) ||
+         Fail(Message::kOutputUnwritable, options_.output,
+              "can't be written: it is no regular file", "choose another name", MP4G_E_OUTPUT_OPEN);
+}
+
+bool Run::Publish() {
+  if (!Enter(Phase::kFlushing) || !MayReplace()) return false;
+  struct stat status;
+  const bool known = ::fstat(part_.descriptor(), &status) == 0;
+  if (const int error = part_.Publish(options_.overwrite); error != 0) {
+    if (error == EEXIST)
+      return Fail(Message::kOutputExists, options_.output, "exists already",
+                  "choose another name, or let --overwrite replace it", MP4G_E_OUTPUT_OPEN);
+    return Fail(Message::kOutputUnnamed, options_.output, "can't get its name: " + ErrorText(error),
+                "choose another folder", MP4G_E_OUTPUT_OPEN);
+  }
+  if (known) report_.size = status.st_size;
+  if (const int error = part_.FlushFolder(); error != 0)
+    return Fail(Message::kOutputNotDurable, options_.output,
+                "is complete, but its folder can't be flushed: " + ErrorText(error),
+                "check the disk before you delete the clips", MP4G_E_OUTPUT_WRITE);
+  return true;
+}
+
+// What stands in the hidden file is of no use any more.
+void Run::GiveUp() {
+  engine_.Reset();
+  const std::string path = part_.path();
+  if (const int error = part_.Discard(); error != 0)
+    Fail(Message::kLeftover, path, "can't be removed: " + ErrorText(error), "remove it by hand");
+}
+
+}  // namespace
+
+SafeMergeReport SafeMerge(const std::vector<std::string>& inputs, const SafeMergeOptions& options) {
+  try {
+    return Run(inputs, options).Merge();
+  } catch (const std::bad_alloc&) {
+    SafeMergeReport report;
+    report.result = E_OUTOFMEMORY;
+    report.findings.push_back(MakeFinding(Message::kOutOfMemory, options.output,
+                                          "was not made: there is not enough memory",
+                                          "merge fewer clips at once"));
+    report.findings.back().result = E_OUTOFMEMORY;
+    return report;
+  }
+}
+
+}  // namespace clipchain

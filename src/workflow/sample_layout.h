@@ -1,0 +1,81 @@
+// Where the samples of a track lie, and what its tables add up to: read off the tables one entry
+// after the other, as any player would. Made for checking what the engine made of them, and
+// therefore without its readers.
+#pragma once
+
+#include "reader/typed_views.h"
+
+namespace clipchain {
+
+// A run of samples without a gap.
+struct Chunk {
+  unsigned long long position;  // in the file
+  unsigned long long firstSample;
+  unsigned long long samples;
+  unsigned long long bytes;  // the largest number there is where it would be even larger
+};
+
+class SampleLayout {
+ public:
+  // A null table has no samples. The table must outlive this object.
+  explicit SampleLayout(MP4G::CSampleTableBox* table);
+
+  unsigned long long SampleCount() const { return count_; }
+  unsigned long long ChunkCount() const;
+  // Not 0: the size of all samples.
+  unsigned int UniformSize() const;
+  unsigned int SizeOf(unsigned long long sample) const;
+
+  // The next chunk, in the order of the table; false behind the last one. A chunk has no more
+  // samples than are left.
+  bool Next(Chunk& chunk);
+  // Samples that no chunk holds, once Next has answered false.
+  unsigned long long SamplesLeft() const { return count_ - nextSample_; }
+
+ private:
+  unsigned long long PositionOf(std::size_t chunk) const;
+  unsigned long long BytesOf(unsigned long long sample, unsigned long long samples) const;
+
+  const MP4G::CSampleSizeBox* sizes_;
+  const MP4G::CCompactSampleSizeBox* compactSizes_;
+  const MP4G::CSampleToChunkBox* runs_;
+  const MP4G::CChunkOffsetBox* offsets_;
+  const MP4G::CChunkLargeOffsetBox* largeOffsets_;
+  unsigned long long count_ = 0;
+  std::size_t nextChunk_ = 0;
+  std::size_t run_ = 0;
+  unsigned long long nextSample_ = 0;
+};
+
+// What the clips' tracks must sum up to. Tables that are missing count as empty.
+struct TrackSums {
+  unsigned long long samples = 0;       // of "stsz" or "stz2"
+  unsigned long long chunks = 0;        // of "stco" or "co64"
+  unsigned long long timedSamples = 0;  // of "stts"
+  unsigned long long ticks = 0;         // of "stts"
+  unsigned long long duration = 0;      // of "mdhd"
+  unsigned long long offsets = 0;       // samples of "ctts"
+  unsigned long long syncSamples = 0;   // of "stss"
+  unsigned long long dependencies = 0;  // of "sdtp"
+};
+
+TrackSums SumsOf(MP4G::CTrackBox* track);
+
+// A field of the sums, with the box that it is read from and what it counts.
+struct TrackSum {
+  unsigned long long TrackSums::*value;
+  const char* box;  // below "trak"
+  const char* what;
+};
+inline constexpr TrackSum kTrackSums[] = {
+    {&TrackSums::samples, "mdia/minf/stbl/stsz", "samples"},
+    {&TrackSums::chunks, "mdia/minf/stbl/stco", "chunks"},
+    {&TrackSums::timedSamples, "mdia/minf/stbl/stts", "samples with a duration"},
+    {&TrackSums::ticks, "mdia/minf/stbl/stts", "ticks of all samples"},
+    {&TrackSums::duration, "mdia/mdhd", "ticks of the track"},
+    {&TrackSums::offsets, "mdia/minf/stbl/ctts", "samples with a composition offset"},
+    {&TrackSums::syncSamples, "mdia/minf/stbl/stss", "sync samples"},
+    {&TrackSums::dependencies, "mdia/minf/stbl/sdtp", "samples with a dependency"},
+};
+
+}  // namespace clipchain

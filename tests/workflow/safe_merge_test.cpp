@@ -1,0 +1,306 @@
+#include "workflow/safe_merge.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "support/movie_builder.h"
+#include "support/result_matchers.h"
+#include "support/temp_dir.h"
+
+using namespace clipchain;
+using support::Bytes;
+using support::ReadFile;
+using support::Text;
+using testing::HasSubstr;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Phase = MergeStep::Phase;
+
+class SafeMergeTest : public testing::Test {
+ protected:
+  SafeMergeTest() {
+    options.output = folder / "out.mp4";
+    Put("a.mp4", support::Clip(30, 1).Build());
+    Put("b.mp4", support::Clip(25, 7).Build());
+    inputs = {folder / "a.mp4", folder / "b.mp4"};
+  }
+
+  std::string Put(const std::string& name, const Bytes& bytes) {
+    support::WriteFile(folder / name, bytes);
+    return folder / name;
+  }
+  // Everything that has a name in the folder, the clips aside.
+  std::vector<std::string> Left() const {
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder.path())) {
+      const std::string name = entry.path().filename();
+      if (name != "a.mp4" && name != "b.mp4") names.push_back(name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+  std::string PartName() const {
+    for (const std::string& name : Left()) {
+      if (name.front() == '.') return name;
+    }
+    return "";
+  }
+
+  // Fails with that message, about that file, as the last thing that is found.
+  SafeMergeReport ExpectFailure(Message message, const std::string& path) {
+    SafeMergeReport report = SafeMerge(inputs, options);
+    EXPECT_FALSE(report.done);
+    EXPECT_FALSE(report.findings.empty());
+    if (!report.findings.empty()) {
+      const Finding& last = report.findings.back();
+      EXPECT_EQ(MessageName(message), MessageName(last.message)) << last.text;
+      EXPECT_EQ(path, last.path);
+      EXPECT_NE("", last.text);
+    }
+    return report;
+  }
+
+  // Does something when that phase is entered for the first time.
+  void At(Phase phase, std::function<void()> action) {
+    options.progress = [phase, action, once = true](const MergeStep& step) mutable {
+      if (step.phase == phase && once) {
+        once = false;
+        action();
+      }
+      return true;
+    };
+  }
+
+  support::TempDir folder;
+  std::vector<std::string> inputs;
+  SafeMergeOptions options;
+};
+
+const std::vector<std::string> kOutputOnly = {"out.mp4"};
+const std::vector<std::string> kNothing = {};
+
+}  // namespace
+
+TEST_F(SafeMergeTest, LeavesTheCompleteOutputAndNothingElse) {
+  const Bytes a = ReadFile(inputs[0]);
+  const Bytes b = ReadFile(inputs[1]);
+  const SafeMergeReport report = SafeMerge(inputs, options);
+  EXPECT_TRUE(report.done);
+  EXPECT_OK(report.result);
+  EXPECT_EQ(static_cast<long long>(fs::file_size(options.output)), report.size);
+  EXPECT_EQ(kOutputOnly, Left());
+  EXPECT_EQ(a, ReadFile(inputs[0]));
+  EXPECT_EQ(b, ReadFile(inputs[1]));
+}
+
+TEST_F(SafeMergeTest, WritesTheSameBytesWhateverIsVerified) {
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  const Bytes expected = ReadFile(options.output);
+  options.overwrite = true;
+  options.verification = Verification::kFull;
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  EXPECT_EQ(expected, ReadFile(options.output));
+}
+
+TEST_F(SafeMergeTest, GivesTheOutputTheModeOfAnyNewFile) {
+  const mode_t mask = ::umask(026);
+  EXPECT_TRUE(SafeMerge(inputs, options).done);
+  ::umask(mask);
+  struct stat status;
+  ASSERT_EQ(0, ::stat(options.output.c_str(), &status));
+  EXPECT_EQ(0640u, status.st_mode & 07777);
+}
+
+TEST_F(SafeMergeTest, TellsEachPhaseInOrderWithAllInputsTogether) {
+  std::vector<MergeStep> steps;
+  options.progress = [&](const MergeStep& step) {
+    steps.push_back(step);
+    return true;
+  };
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  const auto total = static_cast<long long>(fs::file_size(inputs[0]) + fs::file_size(inputs[1]));
+  long long copied = 0;
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    EXPECT_EQ(total, steps[i].total);
+    if (i > 0) {
+      EXPECT_LE(steps[i - 1].phase, steps[i].phase);
+      EXPECT_LE(steps[i - 1].clip, steps[i].clip);
+    }
+    if (steps[i].phase != Phase::kCopying) continue;
+    EXPECT_LE(copied, steps[i].current);
+    copied = steps[i].current;
+  }
+  EXPECT_EQ(Phase::kChecking, steps.front().phase);
+  EXPECT_EQ(Phase::kFlushing, steps.back().phase);
+  EXPECT_EQ(1u, steps.back().clip);
+  EXPECT_LT(total / 2, copied);
+}
+
+TEST_F(SafeMergeTest, LeavesNothingWhereverItIsStopped) {
+  for (const Verification verification : {Verification::kSeams, Verification::kFull}) {
+    options.verification = verification;
+    int calls = 0;
+    bool done = false;
+    for (int last = 0; !done; ++last) {
+      calls = 0;
+      options.progress = [&](const MergeStep&) { return calls++ < last; };
+      const SafeMergeReport report = SafeMerge(inputs, options);
+      done = report.done;
+      if (done) break;
+      ASSERT_EQ(Message::kMergeStopped, report.findings.back().message) << last;
+      ASSERT_EQ(kNothing, Left()) << last;
+    }
+    EXPECT_LT(6, calls);
+    EXPECT_EQ(kOutputOnly, Left());
+    fs::remove(options.output);
+  }
+}
+
+TEST_F(SafeMergeTest, WritesToAHiddenFileUntilTheEnd) {
+  std::string part;
+  At(Phase::kVerifying, [&] {
+    part = PartName();
+    EXPECT_EQ(std::vector<std::string>{part}, Left());
+  });
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  EXPECT_THAT(part, testing::StartsWith(".out.mp4.clipchain-"));
+  EXPECT_EQ(kOutputOnly, Left());
+}
+
+TEST_F(SafeMergeTest, RefusesAnOutputThatExists) {
+  Put("out.mp4", Text("old"));
+  ExpectFailure(Message::kOutputExists, options.output);
+  EXPECT_EQ(Text("old"), ReadFile(options.output));
+  options.force = true;
+  ExpectFailure(Message::kOutputExists, options.output);
+  EXPECT_EQ(kOutputOnly, Left());
+}
+
+TEST_F(SafeMergeTest, RefusesAnOutputThatAppearsMeanwhile) {
+  At(Phase::kFlushing, [&] { Put("out.mp4", Text("new")); });
+  ExpectFailure(Message::kOutputExists, options.output);
+  EXPECT_EQ(Text("new"), ReadFile(options.output));
+  EXPECT_EQ(kOutputOnly, Left());
+}
+
+TEST_F(SafeMergeTest, KeepsTheOldOutputUntilTheNewOneIsComplete) {
+  options.overwrite = true;
+  Put("out.mp4", Text("old"));
+  At(Phase::kFlushing, [&] { EXPECT_EQ(Text("old"), ReadFile(options.output)); });
+  EXPECT_TRUE(SafeMerge(inputs, options).done);
+  EXPECT_NE(Text("old"), ReadFile(options.output));
+  EXPECT_EQ(kOutputOnly, Left());
+}
+
+TEST_F(SafeMergeTest, KeepsTheOldOutputWhenItFails) {
+  options.overwrite = true;
+  Put("out.mp4", Text("old"));
+  options.progress = [](const MergeStep& step) { return step.phase != Phase::kFlushing; };
+  ExpectFailure(Message::kMergeStopped, options.output);
+  EXPECT_EQ(Text("old"), ReadFile(options.output));
+  EXPECT_EQ(kOutputOnly, Left());
+}
+
+TEST_F(SafeMergeTest, NeverReplacesAnInputThatComesToHaveTheOutputsName) {
+  options.overwrite = true;
+  const Bytes a = ReadFile(inputs[0]);
+  At(Phase::kFlushing, [&] { fs::create_hard_link(inputs[0], options.output); });
+  ExpectFailure(Message::kOutputIsInput, options.output);
+  EXPECT_EQ(a, ReadFile(inputs[0]));
+  EXPECT_EQ(a, ReadFile(options.output));
+}
+
+TEST_F(SafeMergeTest, NeverReplacesWhatIsNoFile) {
+  options.overwrite = true;
+  At(Phase::kFlushing, [&] { fs::create_directory(options.output); });
+  ExpectFailure(Message::kOutputUnwritable, options.output);
+  EXPECT_TRUE(fs::is_directory(options.output));
+  fs::remove(options.output);
+  options.progress = nullptr;
+  options.output = "/dev/null";
+  EXPECT_FALSE(SafeMerge(inputs, options).done);
+  EXPECT_TRUE(fs::is_character_file("/dev/null"));
+}
+
+TEST_F(SafeMergeTest, FindsThatAnInputChanged) {
+  At(Phase::kVerifying, [&] { fs::last_write_time(inputs[1], fs::file_time_type::min()); });
+  ExpectFailure(Message::kInputChanged, inputs[1]);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, FindsAnInputThatEndsWhileItIsCopied) {
+  At(Phase::kCopying, [&] { fs::resize_file(inputs[1], 60); });
+  const SafeMergeReport report = SafeMerge(inputs, options);
+  EXPECT_FALSE(report.done);
+  EXPECT_EQ(inputs[1], report.findings.back().path);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, FindsBytesThatTheDiskChanged) {
+  At(Phase::kVerifying, [&] {
+    const int file = ::open((folder / PartName()).c_str(), O_RDWR);
+    EXPECT_EQ(1, ::pwrite(file, "\xEE", 1, 48));
+    ::close(file);
+  });
+  ExpectFailure(Message::kResultDamaged, options.output);
+  EXPECT_EQ(kNothing, Left());
+  options.force = true;
+  At(Phase::kVerifying, [&] { EXPECT_EQ(0, ::truncate((folder / PartName()).c_str(), 100)); });
+  ExpectFailure(Message::kResultDamaged, options.output);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, NamesWhatWasLeftBehindAndRemovesItWhenAsked) {
+  const std::string leftover = Put(".out.mp4.clipchain-4711-0123456789abcdef.part", Text("abc"));
+  SafeMergeReport report = SafeMerge(inputs, options);
+  ASSERT_TRUE(report.done);
+  ASSERT_EQ(1u, report.findings.size());
+  EXPECT_EQ(Message::kLeftover, report.findings[0].message);
+  EXPECT_EQ(leftover, report.findings[0].path);
+  EXPECT_THAT(report.findings[0].text, HasSubstr("3 bytes"));
+  EXPECT_TRUE(fs::exists(leftover));
+
+  options.overwrite = true;
+  bool asked = false;
+  options.removeLeftover = [&](const Leftover& found) {
+    EXPECT_EQ(leftover, found.path);
+    return std::exchange(asked, true);
+  };
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  EXPECT_TRUE(fs::exists(leftover));
+  report = SafeMerge(inputs, options);
+  EXPECT_TRUE(report.done);
+  EXPECT_EQ(Message::kLeftoverRemoved, report.findings.at(0).message);
+  EXPECT_EQ(kOutputOnly, Left());
+}
+
+TEST_F(SafeMergeTest, SaysWhyAnOutputCannotBeWritten) {
+  options.output = folder / "missing/out.mp4";
+  EXPECT_FALSE(SafeMerge(inputs, options).done);
+  options.output = "";
+  EXPECT_FALSE(SafeMerge(inputs, options).done);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, RefusesToMergeNothing) {
+  inputs.clear();
+  ExpectFailure(Message::kNothingToMerge, options.output);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, TakesFileNamesOfAnyBytes) {
+  options.output = folder / "\xFF\xC3\n.mp4";
+  fs::rename(inputs[0], folder / "\xFE.mp4");
+  inputs[0] = folder / "\xFE.mp4";
+  EXPECT_TRUE(SafeMerge(inputs, options).done);
+  EXPECT_TRUE(fs::exists(options.output));
+}
