@@ -17,7 +17,7 @@ install(
   FILES_MATCHING
   PATTERN *.h
   PATTERN *.inc
-  PATTERN clip_json.h EXCLUDE)
+  PATTERN *_json.h EXCLUDE)
 if(TARGET clipchain_tool)
   install(TARGETS clipchain_tool RUNTIME COMPONENT tool)
 endif()

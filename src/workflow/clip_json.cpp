@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <charconv>
+#include <system_error>
+
 #include "foundation/strings.h"
 #include "workflow/clip_words.h"
 
@@ -13,6 +16,26 @@ bool IsText(const std::string& bytes) {
   int result = 0;
   const QUIRVA::CMacChar text(bytes.c_str(), result);
   return result == 0;
+}
+
+std::optional<std::string> BytesOf(const std::string& digits) {
+  if (digits.size() % 2 != 0) return std::nullopt;
+  std::string bytes;
+  for (std::size_t i = 0; i < digits.size(); i += 2) {
+    unsigned char byte = 0;
+    const char* const end = digits.data() + i + 2;
+    const auto [stop, error] = std::from_chars(end - 2, end, byte, 16);
+    if (error != std::errc() || stop != end) return std::nullopt;
+    bytes += static_cast<char>(byte);
+  }
+  return bytes;
+}
+
+// The field as text; nothing if it is absent or something else.
+std::optional<std::string> TextOf(const Json& object, const char* name) {
+  const auto field = object.find(name);
+  if (field == object.end() || !field->is_string()) return std::nullopt;
+  return field->get<std::string>();
 }
 
 }  // namespace
@@ -33,6 +56,16 @@ void SetPath(Json& object, const std::string& path) {
   std::string digits;
   for (const char c : path) digits += fmt::format("{:02x}", static_cast<unsigned char>(c));
   object["path_bytes"] = digits;
+}
+
+std::optional<std::string> PathOf(const Json& object) {
+  std::optional<std::string> path = TextOf(object, "path");
+  if (object.contains("path_bytes")) {
+    const std::optional<std::string> digits = TextOf(object, "path_bytes");
+    path = digits ? BytesOf(*digits) : std::nullopt;
+  }
+  const bool possible = path && !path->empty() && path->find('\0') == std::string::npos;
+  return possible ? path : std::nullopt;
 }
 
 std::string JsonText(const Json& document) {

@@ -23,6 +23,9 @@ Json SecondsJson(long long ticks, unsigned int timeScale);
 // Sets "path". Bytes that are no UTF-8 appear there as U+FFFD, and "path_bytes" then has all bytes
 // in hexadecimal.
 void SetPath(Json& object, const std::string& path);
+// The path that SetPath() set, all bytes of it. Nothing if `object` has none, or one that no file
+// can have: it is empty, or has a zero byte.
+std::optional<std::string> PathOf(const Json& object);
 
 // The text of a whole document, with a line feed at its end.
 std::string JsonText(const Json& document);

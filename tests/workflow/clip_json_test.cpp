@@ -37,3 +37,25 @@ TEST(ClipJson, KeepsPathsThatAreNoTextByteForByte) {
   EXPECT_EQ("a\xEF\xBF\xBD", Json::parse(text)["path"]);
   EXPECT_EQ('\n', text.back());
 }
+
+TEST(ClipJson, GivesEveryPathBack) {
+  for (const std::string path : {"a", "/a b/\xC3\xA9.mp4", "a\xFF", "\xED\xA0\x80", "\xC0\x80",
+                                 "\xF4\x90\x80\x80", "a\n\x7F"}) {
+    Json object;
+    SetPath(object, path);
+    EXPECT_EQ(path, PathOf(Json::parse(JsonText(object))));
+  }
+}
+
+TEST(ClipJson, FindsNoPathWhereThereIsNone) {
+  for (const char* text :
+       {"{}", "[]", "null", "\"a\"", R"({"path": 1})", R"({"path": null})", R"({"path": ""})",
+        R"({"path": "a\u0000b"})", R"({"path": "a", "path_bytes": 61})",
+        R"({"path": "a", "path_bytes": null})", R"({"path": "a", "path_bytes": ""})",
+        R"({"path": "a", "path_bytes": "616"})", R"({"path": "a", "path_bytes": "6x"})",
+        R"({"path": "a", "path_bytes": "-1"})", R"({"path": "a", "path_bytes": "6100"})"})
+    EXPECT_EQ(std::nullopt, PathOf(Json::parse(text))) << text;
+  EXPECT_EQ("a", PathOf(Json::parse(R"({"path": "a"})")));
+  EXPECT_EQ("b", PathOf(Json::parse(R"({"path": "a", "path_bytes": "62"})")));
+  EXPECT_EQ("K", PathOf(Json::parse(R"({"path_bytes": "4B"})")));
+}

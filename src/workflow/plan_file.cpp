@@ -1,0 +1,150 @@
+#include "workflow/plan_file.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+#include "workflow/clip_json.h"
+#include "workflow/files.h"
+#include "workflow/plan_json.h"
+
+namespace clipchain {
+
+namespace {
+
+constexpr const char* kFormat = "clipchain plan";
+constexpr int kVersion = 1;
+
+std::string Absolute(const std::string& path) { return std::filesystem::absolute(path).string(); }
+
+Job WithAbsolutePaths(Job job) {
+  for (std::string& input : job.inputs) input = Absolute(input);
+  if (!job.output.empty()) job.output = Absolute(job.output);
+  return job;
+}
+
+Finding Unwritable(const std::string& path, int error) {
+  const std::string why = error == EEXIST ? "it is there already, and jobs may be running from it"
+                                          : std::generic_category().message(error);
+  return MakeFinding(Message::kPlanUnwritable, path, "can't be written: " + why,
+                     error == EEXIST ? "choose another name, or remove it" : "");
+}
+
+// The error number of what failed, or 0.
+int WriteAll(int file, const std::string& text) {
+  for (std::size_t done = 0; done < text.size();) {
+    const ssize_t count = ::write(file, text.data() + done, text.size() - done);
+    if (count < 0 && errno != EINTR) return errno;
+    if (count > 0) done += static_cast<std::size_t>(count);
+  }
+  return ::fsync(file) == 0 ? 0 : errno;
+}
+
+// Where in a document something is wrong.
+struct Fault {
+  std::string place;  // a JSON pointer
+  std::string text;
+};
+
+const Json& Field(const Json& object, const std::string& place, const char* name) {
+  if (!object.is_object()) throw Fault{place, "is no object"};
+  const auto field = object.find(name);
+  if (field == object.end()) throw Fault{place + '/' + name, "is missing"};
+  return *field;
+}
+
+std::string PathAt(const Json& object, const std::string& place) {
+  if (!object.is_object()) throw Fault{place, "is no object"};
+  const std::optional<std::string> path = PathOf(object);
+  if (!path) throw Fault{place, "has no path that a file can have"};
+  return *path;
+}
+
+Job JobAt(const Json& object, const std::string& place, std::size_t number) {
+  if (Field(object, place, "number") != number)
+    throw Fault{place + "/number", fmt::format("is not {}", number)};
+  Job job;
+  const Json& inputs = Field(object, place, "inputs");
+  if (!inputs.is_array() || inputs.empty())
+    throw Fault{place + "/inputs", "is no list with at least one clip"};
+  for (const Json& input : inputs) {
+    job.inputs.push_back(PathAt(input, fmt::format("{}/inputs/{}", place, job.inputs.size())));
+    job.size += FileSize(job.inputs.back());
+  }
+  job.output = PathAt(Field(object, place, "output"), place + "/output");
+  return job;
+}
+
+std::vector<Job> JobsOf(const Json& document) {
+  if (Field(document, "", "format") != kFormat) throw Fault{"/format", "is of another program"};
+  if (Field(document, "", "version") != kVersion)
+    throw Fault{"/version", fmt::format("is not {}, which this program knows", kVersion)};
+  const Json& list = Field(document, "", "jobs");
+  if (!list.is_array()) throw Fault{"/jobs", "is no list"};
+  std::vector<Job> jobs;
+  for (const Json& job : list) {
+    jobs.push_back(JobAt(job, fmt::format("/jobs/{}", jobs.size()), jobs.size() + 1));
+  }
+  return jobs;
+}
+
+}  // namespace
+
+std::string PlanText(const JoinPlan& plan) {
+  Json document;
+  document["format"] = kFormat;
+  document["version"] = kVersion;
+  document["jobs"] = Json::array();
+  document["left_out"] = Json::array();
+  for (const Job& job : plan.jobs) {
+    const Json fields = JobJson(WithAbsolutePaths(job));
+    Json object;
+    if (job.leftOut == LeftOut::kNo) {
+      object["number"] = document["jobs"].size() + 1;
+    } else {
+      object["reason"] = LeftOutName(job.leftOut);
+    }
+    object.update(fields);
+    document[job.leftOut == LeftOut::kNo ? "jobs" : "left_out"].push_back(object);
+  }
+  return JsonText(document);
+}
+
+std::optional<Finding> WritePlan(const JoinPlan& plan, const std::string& path) {
+  const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (file < 0) return Unwritable(path, errno);
+  int error = WriteAll(file, PlanText(plan));
+  if (::close(file) != 0 && error == 0) error = errno;
+  if (error == 0) return std::nullopt;
+  ::unlink(path.c_str());
+  return Unwritable(path, error);
+}
+
+PlanReading ReadPlan(const std::string& path) {
+  const auto refuse = [&path](Message message, const std::string& text, const char* remedy) {
+    return PlanReading{{}, MakeFinding(message, path, text, remedy)};
+  };
+  std::ifstream file(path, std::ios::binary);
+  std::error_code ignored;
+  if (!file || std::filesystem::is_directory(path, ignored))
+    return refuse(Message::kPlanUnreadable, "can't be read: " + WhyUnreadable(path), "");
+  const char* const remedy = "make it anew with \"clipchain join --plan\"";
+  try {
+    return {JobsOf(Json::parse(file)), std::nullopt};
+  } catch (const Json::parse_error& error) {
+    return refuse(Message::kPlanInvalid, fmt::format("is no JSON from byte {} on", error.byte),
+                  remedy);
+  } catch (const Fault& fault) {
+    return refuse(
+        Message::kPlanInvalid,
+        fmt::format("is no plan: {} {}", fault.place.empty() ? "/" : fault.place, fault.text),
+        remedy);
+  }
+}
+
+}  // namespace clipchain

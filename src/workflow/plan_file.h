@@ -1,0 +1,32 @@
+// A plan in a file, one job after the other: for batch systems, which run each one by its number.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "foundation/export.h"
+#include "workflow/finding.h"
+#include "workflow/plan.h"
+
+namespace clipchain {
+
+// The plan as a JSON document; docs/json.md has the fields. Only jobs that are to be run have a
+// number. Paths are absolute, so that it does not matter where a job is started.
+[[nodiscard]] CLIPCHAIN_API std::string PlanText(const JoinPlan& plan);
+
+// Writes that document to a new file and flushes it. What speaks against it, if anything does: then
+// there is no such file, or the one that was there.
+[[nodiscard]] CLIPCHAIN_API std::optional<Finding> WritePlan(const JoinPlan& plan,
+                                                             const std::string& path);
+
+struct PlanReading {
+  std::vector<Job> jobs;         // those that are to be run; inputs and output are filled in
+  std::optional<Finding> fault;  // why there are none, where there are none
+};
+
+// Reads such a document. One that contradicts itself anywhere is refused as a whole. A plan may
+// name any path; what keeps existing files safe is the merge.
+[[nodiscard]] CLIPCHAIN_API PlanReading ReadPlan(const std::string& path);
+
+}  // namespace clipchain

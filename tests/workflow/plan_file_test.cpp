@@ -1,0 +1,215 @@
+#include "workflow/plan_file.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "support/temp_dir.h"
+
+namespace clipchain {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using testing::HasSubstr;
+
+Job JobTo(const std::string& output, std::vector<std::string> inputs) {
+  Job job;
+  job.output = output;
+  job.inputs = std::move(inputs);
+  job.date = MP4G::_tagSequenceTimedate{2024, 5, 6, 7, 8, 9};
+  job.size = 7;
+  return job;
+}
+
+JoinPlan PlanWithAllKinds() {
+  JoinPlan plan;
+  plan.jobs = {JobTo("/out/1.mp4", {"/a/1.mp4", "/a/2.mp4"}), JobTo("/out/3.mp4", {"/a/3.mp4"}),
+               JobTo("", {"/a/4.mp4"}), JobTo("/out/\xFF.mp4", {"/a/\xFF.mp4", "b.mp4"})};
+  plan.jobs[1].leftOut = LeftOut::kIncomplete;
+  plan.jobs[1].closedAtTail = false;
+  plan.jobs[1].date.reset();
+  plan.jobs[2].leftOut = LeftOut::kCopy;
+  return plan;
+}
+
+class PlanFile : public testing::Test {
+ protected:
+  std::string Put(const std::string& text) const {
+    const fs::path path = folder / "plan.json";
+    support::WriteFile(path, support::Text(text));
+    return path.string();
+  }
+  // What reading that text complains about; the plan must be refused.
+  std::string FaultOf(const std::string& text) const {
+    const PlanReading reading = ReadPlan(Put(text));
+    EXPECT_TRUE(reading.jobs.empty());
+    if (!reading.fault) return "nothing";
+    EXPECT_EQ(Message::kPlanInvalid, reading.fault->message);
+    EXPECT_EQ(At("plan.json"), reading.fault->path);
+    return reading.fault->text;
+  }
+  // The same for a sound plan in which one thing is replaced.
+  std::string FaultWith(const std::string& place, const json& value) const {
+    json document = Sound();
+    document[json::json_pointer(place)] = value;
+    return FaultOf(document.dump());
+  }
+  std::string FaultWithout(const std::string& object, const std::string& field) const {
+    json document = Sound();
+    document[json::json_pointer(object)].erase(field);
+    return FaultOf(document.dump());
+  }
+  static json Sound() { return json::parse(PlanText(PlanWithAllKinds())); }
+  std::string At(const std::string& name) const { return (folder / name).string(); }
+
+  support::TempDir folder;
+};
+
+TEST_F(PlanFile, HoldsEveryFieldOfTheJobs) {
+  const std::string here = fs::current_path().string();
+  const json expected = {
+      {"format", "clipchain plan"},
+      {"version", 1},
+      {"jobs",
+       {{{"number", 1},
+         {"date", "2024-05-06T07:08:09"},
+         {"state", "complete"},
+         {"size", 7},
+         {"inputs", {{{"path", "/a/1.mp4"}}, {{"path", "/a/2.mp4"}}}},
+         {"output", {{"path", "/out/1.mp4"}}}},
+        {{"number", 2},
+         {"date", "2024-05-06T07:08:09"},
+         {"state", "complete"},
+         {"size", 7},
+         {"inputs",
+          {{{"path", "/a/\xEF\xBF\xBD.mp4"}, {"path_bytes", "2f612fff2e6d7034"}},
+           {{"path", here + "/b.mp4"}}}},
+         {"output", {{"path", "/out/\xEF\xBF\xBD.mp4"}, {"path_bytes", "2f6f75742fff2e6d7034"}}}}}},
+      {"left_out",
+       {{{"reason", "incomplete"},
+         {"date", nullptr},
+         {"state", "open at tail"},
+         {"size", 7},
+         {"inputs", {{{"path", "/a/3.mp4"}}}},
+         {"output", {{"path", "/out/3.mp4"}}}},
+        {{"reason", "copy"},
+         {"date", "2024-05-06T07:08:09"},
+         {"state", "complete"},
+         {"size", 7},
+         {"inputs", {{{"path", "/a/4.mp4"}}}},
+         {"output", nullptr}}}}};
+  EXPECT_EQ(expected, Sound());
+}
+
+TEST_F(PlanFile, GivesBackTheJobsThatAreToBeRun) {
+  ASSERT_FALSE(WritePlan(PlanWithAllKinds(), At("plan.json")));
+  const PlanReading reading = ReadPlan(At("plan.json"));
+  ASSERT_FALSE(reading.fault);
+  ASSERT_EQ(2u, reading.jobs.size());
+  EXPECT_EQ((std::vector<std::string>{"/a/1.mp4", "/a/2.mp4"}), reading.jobs[0].inputs);
+  EXPECT_EQ("/out/1.mp4", reading.jobs[0].output);
+  EXPECT_EQ(LeftOut::kNo, reading.jobs[0].leftOut);
+  EXPECT_EQ("/a/\xFF.mp4", reading.jobs[1].inputs[0]);
+  EXPECT_EQ(fs::current_path() / "b.mp4", reading.jobs[1].inputs[1]);
+  EXPECT_EQ("/out/\xFF.mp4", reading.jobs[1].output);
+}
+
+TEST_F(PlanFile, KnowsTheSizeOfWhatIsThere) {
+  JoinPlan plan;
+  plan.jobs = {JobTo("/out/1.mp4", {Put("12345"), At("absent")})};
+  ASSERT_FALSE(WritePlan(plan, At("other.json")));
+  EXPECT_EQ(5, ReadPlan(At("other.json")).jobs.at(0).size);
+}
+
+TEST_F(PlanFile, MayHoldNoJobs) {
+  ASSERT_FALSE(WritePlan({}, At("plan.json")));
+  const PlanReading reading = ReadPlan(At("plan.json"));
+  EXPECT_FALSE(reading.fault);
+  EXPECT_TRUE(reading.jobs.empty());
+}
+
+TEST_F(PlanFile, IsNeverWrittenOverAnotherFile) {
+  const std::string path = Put("precious");
+  const std::optional<Finding> fault = WritePlan({}, path);
+  ASSERT_TRUE(fault);
+  EXPECT_EQ(Message::kPlanUnwritable, fault->message);
+  EXPECT_EQ(path, fault->path);
+  EXPECT_THAT(fault->text, HasSubstr("it is there already"));
+  EXPECT_EQ(support::Text("precious"), support::ReadFile(path));
+  fs::create_symlink("nowhere", At("link"));
+  EXPECT_TRUE(WritePlan({}, At("link")));
+  EXPECT_FALSE(fs::exists(At("nowhere")));
+}
+
+TEST_F(PlanFile, TellsWhyItCannotBeWritten) {
+  const std::optional<Finding> fault = WritePlan({}, At("absent/plan.json"));
+  ASSERT_TRUE(fault);
+  EXPECT_THAT(fault->text, HasSubstr("No such file or directory"));
+}
+
+TEST_F(PlanFile, TellsThatItCannotBeRead) {
+  for (const std::string& path : {At("absent"), folder.path().string()}) {
+    const PlanReading reading = ReadPlan(path);
+    ASSERT_TRUE(reading.fault);
+    EXPECT_EQ(Message::kPlanUnreadable, reading.fault->message);
+    EXPECT_EQ(path, reading.fault->path);
+    EXPECT_TRUE(reading.jobs.empty());
+  }
+}
+
+TEST_F(PlanFile, IsRefusedIfItIsNoJson) {
+  EXPECT_EQ("is no JSON from byte 1 on", FaultOf(""));
+  EXPECT_EQ("is no JSON from byte 1 on", FaultOf("These are notes."));
+  EXPECT_THAT(FaultOf("{\"format\": \"\xFF\"}"), HasSubstr("is no JSON"));
+  EXPECT_THAT(FaultOf(std::string(1000000, '[')), HasSubstr("is no JSON"));
+  const std::string whole = PlanText(PlanWithAllKinds());
+  EXPECT_THAT(FaultOf(whole.substr(0, whole.size() - 2)), HasSubstr("is no JSON"));
+  EXPECT_THAT(FaultOf(whole + "{}"), HasSubstr("is no JSON"));
+  EXPECT_EQ(2u, ReadPlan(Put(whole)).jobs.size());
+}
+
+TEST_F(PlanFile, IsRefusedIfItIsAnotherDocument) {
+  for (const char* text : {"[]", "1", "null", "\"a\"", "[[{}]]"})
+    EXPECT_EQ("is no plan: / is no object", FaultOf(text));
+  EXPECT_EQ("is no plan: / is no object",
+            FaultOf(std::string(100000, '[') + std::string(100000, ']')));
+  EXPECT_EQ("is no plan: /format is missing", FaultOf("{}"));
+  EXPECT_EQ("is no plan: /format is of another program", FaultWith("/format", "batch"));
+  EXPECT_EQ("is no plan: /format is of another program", FaultWith("/format", 1));
+  EXPECT_THAT(FaultWith("/version", 2), HasSubstr("/version is not 1"));
+  EXPECT_THAT(FaultWith("/version", "1"), HasSubstr("/version is not 1"));
+  EXPECT_THAT(FaultWithout("", "version"), HasSubstr("/version is missing"));
+}
+
+TEST_F(PlanFile, IsRefusedWhereverAFieldHasAnotherType) {
+  EXPECT_EQ("is no plan: /jobs is missing", FaultWithout("", "jobs"));
+  EXPECT_EQ("is no plan: /jobs is no list", FaultWith("/jobs", json::object()));
+  EXPECT_EQ("is no plan: /jobs/1 is no object", FaultWith("/jobs/1", "3"));
+  EXPECT_EQ("is no plan: /jobs/1/number is not 2", FaultWith("/jobs/1/number", 1));
+  EXPECT_EQ("is no plan: /jobs/1/number is not 2", FaultWith("/jobs/1/number", "2"));
+  EXPECT_EQ("is no plan: /jobs/0/number is missing", FaultWithout("/jobs/0", "number"));
+  for (const json& inputs : {json(), json("/a"), json::array(), json::object()})
+    EXPECT_THAT(FaultWith("/jobs/0/inputs", inputs), HasSubstr("/jobs/0/inputs is no list"));
+  EXPECT_EQ("is no plan: /jobs/0/inputs/1 is no object", FaultWith("/jobs/0/inputs/1", "/a"));
+  EXPECT_EQ("is no plan: /jobs/0/inputs/1 has no path that a file can have",
+            FaultWith("/jobs/0/inputs/1/path", ""));
+  EXPECT_EQ("is no plan: /jobs/0/output is no object", FaultWith("/jobs/0/output", nullptr));
+  EXPECT_EQ("is no plan: /jobs/0/output has no path that a file can have",
+            FaultWith("/jobs/0/output/path_bytes", "zz"));
+  EXPECT_EQ("nothing", [&] {
+    json document = Sound();
+    document["jobs"] = json::array();
+    document["remark"] = "further fields are passed over";
+    return FaultOf(document.dump());
+  }());
+}
+
+}  // namespace
+}  // namespace clipchain
