@@ -1,0 +1,63 @@
+#include "clipchain/finding_output.h"
+
+#include <fmt/format.h>
+
+#include "workflow/files.h"
+
+namespace clipchain {
+
+namespace {
+
+// Where in the file: ": track 2, moov/trak[1] at byte 40"; empty where that is not known.
+std::string PlaceText(const Finding& finding) {
+  std::string text;
+  if (finding.track != 0) text = fmt::format("track {}", finding.track);
+  if (!finding.box.empty()) text += (text.empty() ? "" : ", ") + Shown(finding.box);
+  if (finding.offset >= 0)
+    text += fmt::format("{}at byte {}", text.empty() ? "" : " ", finding.offset);
+  return text.empty() ? "" : ": " + text;
+}
+
+Json TextOrNull(const std::string& text) { return text.empty() ? Json() : Json(text); }
+
+}  // namespace
+
+std::string FindingText(const Finding& finding) {
+  const std::string path = finding.path.empty() ? "" : Shown(finding.path) + ' ';
+  const std::string code =
+      finding.result == S_OK ? "" : fmt::format(", {}", ResultName(finding.result));
+  std::string text =
+      fmt::format("{}: {}{}{} ({}{})\n", SeverityName(finding.severity), path, finding.text,
+                  PlaceText(finding), MessageName(finding.message), code);
+  if (!finding.remedy.empty()) text += fmt::format("  {}\n", finding.remedy);
+  return text;
+}
+
+std::string FindingsText(const Findings& findings) {
+  std::string text;
+  for (const Finding& finding : findings) text += FindingText(finding);
+  return text;
+}
+
+Json FindingJson(const Finding& finding) {
+  Json object;
+  object["name"] = MessageName(finding.message);
+  object["severity"] = SeverityName(finding.severity);
+  object["path"] = nullptr;
+  if (!finding.path.empty()) SetPath(object, finding.path);
+  object["track"] = finding.track != 0 ? Json(finding.track) : Json();
+  object["box"] = TextOrNull(finding.box);
+  object["offset"] = finding.offset >= 0 ? Json(finding.offset) : Json();
+  object["text"] = finding.text;
+  object["remedy"] = TextOrNull(finding.remedy);
+  object["result"] = finding.result != S_OK ? Json(ResultName(finding.result)) : Json();
+  return object;
+}
+
+Json FindingsJson(const Findings& findings) {
+  Json array = Json::array();
+  for (const Finding& finding : findings) array.push_back(FindingJson(finding));
+  return array;
+}
+
+}  // namespace clipchain
