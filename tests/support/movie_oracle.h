@@ -28,12 +28,6 @@ struct OracleTrack {
   std::vector<std::uint64_t> chunkOffsets;
   bool co64;
   std::vector<OracleSample> samples;
-  // Where in the file the first byte of a sample is, and the end of the last.
-  std::uint64_t mediaBegin = static_cast<std::uint64_t>(-1);
-  std::uint64_t mediaEnd = 0;
-  std::uint32_t commonSize = 0;  // of "stsz"
-  bool wideMediaHeader = false;  // "mdhd" counts in 64 bits
-  bool chunksFromFirst = false;  // if there are chunks, the first one has an entry in "stsc"
 };
 
 struct OracleMovie {
@@ -43,8 +37,7 @@ struct OracleMovie {
   std::vector<OracleTrack> tracks;
 };
 
-// Throws a std::exception where the file contradicts itself or a sample lies outside of it: other
-// bytes than a movie's are fine.
+// Throws std::runtime_error where the file contradicts itself or a sample lies outside of it.
 OracleMovie ReadMovie(const Bytes& file);
 
 }  // namespace support
