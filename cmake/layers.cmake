@@ -10,6 +10,10 @@ foreach(layer IN LISTS CLIPCHAIN_LAYERS)
   add_library(clipchain_${layer} STATIC ${sources})
   target_include_directories(clipchain_${layer} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>)
   target_link_libraries(clipchain_${layer} PRIVATE $<BUILD_INTERFACE:clipchain_options> PUBLIC ${below})
+  if(CLIPCHAIN_FUZZ)
+    # The fuzzer steers by what it sees of the engine, and by nothing else.
+    target_compile_options(clipchain_${layer} PRIVATE $<BUILD_INTERFACE:-fsanitize=fuzzer-no-link>)
+  endif()
   list(APPEND below clipchain_${layer})
 endforeach()
 

@@ -1,6 +1,7 @@
 #include "support/movie_oracle.h"
 
 #include <algorithm>
+#include <set>
 #include <stdexcept>
 
 namespace support {
@@ -17,6 +18,7 @@ void Require(bool condition, const std::string& what) {
 }
 
 std::string Type(const Bytes& file, std::size_t at) {
+  Require(at <= file.size() && file.size() - at >= 8, "no type");
   return {file.begin() + static_cast<std::ptrdiff_t>(at + 4),
           file.begin() + static_cast<std::ptrdiff_t>(at + 8)};
 }
@@ -57,8 +59,8 @@ Range Find(const Bytes& file, Range range, const std::vector<std::string>& path,
 
 std::uint64_t Duration(const Bytes& file, Range box, bool isTrack) {
   const std::size_t extra = isTrack ? 4 : 0;
-  return file[box.begin] == 1 ? ReadU64(file, box.begin + 24 + extra)
-                              : ReadU32(file, box.begin + 16 + extra);
+  return file.at(box.begin) == 1 ? ReadU64(file, box.begin + 24 + extra)
+                                 : ReadU32(file, box.begin + 16 + extra);
 }
 
 std::vector<std::uint32_t> Expand(const Bytes& file, Range table, std::size_t samples,
@@ -69,7 +71,7 @@ std::vector<std::uint32_t> Expand(const Bytes& file, Range table, std::size_t sa
     Require(table.end - table.begin == 8 + std::size_t{runs} * 8, "run table");
     for (std::uint32_t i = 0; i < runs; ++i) {
       const std::uint32_t count = ReadU32(file, table.begin + 8 + i * 8);
-      Require(values.size() + count <= samples, "run counts");
+      Require(count <= samples - values.size(), "run counts");
       values.insert(values.end(), count, ReadU32(file, table.begin + 12 + i * 8));
     }
     Require(values.size() == samples, "run counts do not cover the samples");
@@ -83,6 +85,7 @@ std::vector<std::uint32_t> SampleSizes(const Bytes& file, Range stsz) {
   const std::uint32_t count = ReadU32(file, stsz.begin + 8);
   std::vector<std::uint32_t> sizes;
   for (std::uint32_t i = 0; i < count; ++i) {
+    Require(i < file.size() || uniform == 0, "more samples than bytes");
     sizes.push_back(uniform != 0 ? uniform : ReadU32(file, stsz.begin + 12 + i * 4));
   }
   return sizes;
@@ -112,13 +115,24 @@ std::vector<std::uint64_t> SampleOffsets(const Bytes& file, Range stsc,
   return offsets;
 }
 
+// Which of two tables counts is nobody's to say.
+void RequireOneOfEachKind(const Bytes& file, Range stbl) {
+  std::set<std::string> kinds;
+  ForEachBox(file, stbl, [&](const std::string& type, Range) {
+    const std::string kind = type == "co64" ? "stco" : type == "stz2" ? "stsz" : type;
+    Require(kinds.insert(kind).second, "two tables of a kind: " + type);
+  });
+}
+
 OracleTrack ReadTrack(const Bytes& file, Range trak) {
   const Range header = Find(file, trak, {"tkhd"});
   const Range stbl = Find(file, trak, {"mdia", "minf", "stbl"});
+  RequireOneOfEachKind(file, stbl);
   OracleTrack track;
-  track.id = ReadU32(file, header.begin + (file[header.begin] == 1 ? 20 : 12));
+  track.id = ReadU32(file, header.begin + (file.at(header.begin) == 1 ? 20 : 12));
   track.trackDuration = Duration(file, header, true);
   track.mediaDuration = Duration(file, Find(file, trak, {"mdia", "mdhd"}), false);
+  track.wideMediaHeader = file.at(Find(file, trak, {"mdia", "mdhd"}).begin) == 1;
   track.entryType = Type(file, Find(file, stbl, {"stsd"}).begin + 8);
 
   const Range narrow = Find(file, stbl, {"stco"}, false);
@@ -129,8 +143,13 @@ OracleTrack ReadTrack(const Bytes& file, Range trak) {
     track.chunkOffsets.push_back(track.co64 ? ReadU64(file, chunkBox.begin + 8 + i * 8)
                                             : ReadU32(file, chunkBox.begin + 8 + i * 4));
   }
-  const auto sizes = SampleSizes(file, Find(file, stbl, {"stsz"}));
-  const auto offsets = SampleOffsets(file, Find(file, stbl, {"stsc"}), track.chunkOffsets, sizes);
+  const Range stsz = Find(file, stbl, {"stsz"});
+  const Range stsc = Find(file, stbl, {"stsc"});
+  const auto sizes = SampleSizes(file, stsz);
+  const auto offsets = SampleOffsets(file, stsc, track.chunkOffsets, sizes);
+  track.commonSize = ReadU32(file, stsz.begin + 4);
+  track.chunksFromFirst =
+      chunks == 0 || (ReadU32(file, stsc.begin + 4) != 0 && ReadU32(file, stsc.begin + 8) == 1);
   const auto deltas = Expand(file, Find(file, stbl, {"stts"}), sizes.size(), 0);
   const auto composition = Expand(file, Find(file, stbl, {"ctts"}, false), sizes.size(), 0);
   const Range stss = Find(file, stbl, {"stss"}, false);
@@ -138,9 +157,16 @@ OracleTrack ReadTrack(const Bytes& file, Range trak) {
   for (std::uint32_t i = 0; stss.end != 0 && i < ReadU32(file, stss.begin + 4); ++i) {
     sync.at(ReadU32(file, stss.begin + 8 + i * 4) - 1) = true;
   }
+  std::uint64_t taken = 0;
   for (std::size_t i = 0; i < sizes.size(); ++i) {
+    taken += sizes[i];
+    Require(taken <= 4 * file.size(), "samples that share their bytes many times");
     Require(offsets[i] <= file.size() && sizes[i] <= file.size() - offsets[i],
             "a sample outside of the file");
+    if (sizes[i] != 0) {
+      track.mediaBegin = std::min(track.mediaBegin, offsets[i]);
+      track.mediaEnd = std::max(track.mediaEnd, offsets[i] + sizes[i]);
+    }
     const auto begin = file.begin() + static_cast<std::ptrdiff_t>(offsets[i]);
     track.samples.push_back({Bytes(begin, begin + sizes[i]), deltas[i], composition[i], sync[i]});
   }
@@ -158,7 +184,7 @@ OracleMovie ReadMovie(const Bytes& file) {
   });
   Require(moov.end != 0, "no moov");
   const Range header = Find(file, moov, {"mvhd"});
-  movie.timeScale = ReadU32(file, header.begin + (file[header.begin] == 1 ? 20 : 12));
+  movie.timeScale = ReadU32(file, header.begin + (file.at(header.begin) == 1 ? 20 : 12));
   movie.duration = Duration(file, header, false);
   ForEachBox(file, moov, [&](const std::string& type, Range contents) {
     if (type == "trak") movie.tracks.push_back(ReadTrack(file, contents));

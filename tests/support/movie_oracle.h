@@ -28,6 +28,12 @@ struct OracleTrack {
   std::vector<std::uint64_t> chunkOffsets;
   bool co64;
   std::vector<OracleSample> samples;
+  // Where in the file the first byte of a sample is, and the end of the last.
+  std::uint64_t mediaBegin = static_cast<std::uint64_t>(-1);
+  std::uint64_t mediaEnd = 0;
+  std::uint32_t commonSize = 0;  // of "stsz"
+  bool wideMediaHeader = false;  // "mdhd" counts in 64 bits
+  bool chunksFromFirst = false;  // if there are chunks, the first one has an entry in "stsc"
 };
 
 struct OracleMovie {
@@ -37,7 +43,8 @@ struct OracleMovie {
   std::vector<OracleTrack> tracks;
 };
 
-// Throws std::runtime_error where the file contradicts itself or a sample lies outside of it.
+// Throws a std::exception where the file contradicts itself or a sample lies outside of it: other
+// bytes than a movie's are fine.
 OracleMovie ReadMovie(const Bytes& file);
 
 }  // namespace support
