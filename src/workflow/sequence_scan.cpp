@@ -39,7 +39,31 @@ SequenceReport Report(MP4G::CMp4Sequence& sequence) {
   return report;
 }
 
+// A clip that was registered can still be gone or changed by now; its card then stays empty.
+void ReadCards(ScanReport& report) {
+  for (SequenceReport& sequence : report.sequences) {
+    for (SequenceClip& clip : sequence.clips) {
+      static_cast<void>(ReadClipCard(clip.path, clip.card));
+    }
+  }
+}
+
 }  // namespace
+
+std::optional<double> Seconds(const SequenceClip& clip) {
+  if (clip.card.timeScale == 0) return std::nullopt;
+  return static_cast<double>(clip.card.duration) / clip.card.timeScale;
+}
+
+std::optional<double> Seconds(const SequenceReport& sequence) {
+  double sum = 0;
+  for (const SequenceClip& clip : sequence.clips) {
+    const std::optional<double> seconds = Seconds(clip);
+    if (!seconds) return std::nullopt;
+    sum += *seconds;
+  }
+  return sum;
+}
 
 ScanReport Scan(const std::vector<Volume>& volumes, const ScanOptions& options) {
   ScanReport report;
@@ -61,6 +85,7 @@ ScanReport Scan(const std::vector<Volume>& volumes, const ScanOptions& options) 
   for (MP4G::CMp4Sequence* sequence : creator.sequences) {
     report.sequences.push_back(Report(*sequence));
   }
+  if (options.cards) ReadCards(report);
   return report;
 }
 

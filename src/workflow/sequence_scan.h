@@ -9,6 +9,7 @@
 #include "foundation/export.h"
 #include "foundation/guid.h"
 #include "foundation/result.h"
+#include "workflow/clip_card.h"
 #include "workflow/clip_search.h"
 
 namespace clipchain {
@@ -19,6 +20,7 @@ struct SequenceClip {
   _GUID id{};           // by which the clip's neighbours know it; zero if it has none
   std::optional<MP4G::_tagSequenceTimedate> date;  // none if it is not known
   long long size = 0;                              // of the file, in bytes
+  ClipCard card;  // duration and thumbnail, if they were asked for and could be read
 };
 
 struct SequenceReport {
@@ -32,6 +34,11 @@ struct SequenceReport {
   std::vector<SequenceClip> clips;    // from head to tail
 };
 
+// How long a clip runs, and all clips of a sequence one behind the other. Nothing if it is not
+// known, be it of one clip alone.
+CLIPCHAIN_API std::optional<double> Seconds(const SequenceClip& clip);
+CLIPCHAIN_API std::optional<double> Seconds(const SequenceReport& sequence);
+
 struct RejectedClip {
   std::string path;
   HRESULT result;
@@ -40,6 +47,7 @@ struct RejectedClip {
 struct ScanOptions {
   bool salvage = false;  // join two last sequences if the timecode of one runs on from the other's
   bool divide = false;   // cut sequences where their volume changes, sparing the first such one
+  bool cards = false;    // read each clip's duration and thumbnail, which takes another look at it
 };
 
 struct ScanReport {
