@@ -13,6 +13,7 @@
 #include "foundation/com_ptr.h"
 #include "foundation/qv_file.h"
 #include "reader/mp4_file.h"
+#include "workflow/clip_words.h"
 #include "workflow/files.h"
 #include "workflow/result_words.h"
 

@@ -4,7 +4,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <iterator>
+
+#include "workflow/clip_words.h"
 
 namespace clipchain {
 
@@ -24,19 +25,6 @@ std::string TimeLeft(const CopyState& state) {
 }
 
 }  // namespace
-
-std::string Amount(long long bytes) {
-  static constexpr const char* kUnits[] = {"kB", "MB", "GB", "TB", "PB"};
-  if (bytes < 1000) return fmt::format("{} B", bytes);
-  double value = static_cast<double>(bytes) / 1000;
-  std::size_t unit = 0;
-  // What would round up to 1000.0 takes the next unit.
-  while (value >= 999.95 && unit + 1 < std::size(kUnits)) {
-    value /= 1000;
-    ++unit;
-  }
-  return fmt::format("{:.1f} {}", value, kUnits[unit]);
-}
 
 std::string CopyText(const CopyState& state) {
   const long long done = std::clamp(state.done, 0LL, state.total);

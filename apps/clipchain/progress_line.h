@@ -7,9 +7,6 @@
 
 namespace clipchain {
 
-// A number of bytes for people: "999 B", "1.5 kB", "12.0 GB".
-std::string Amount(long long bytes);
-
 struct CopyState {
   unsigned int clip = 0;  // the one at work, from 1
   unsigned int clips = 0;

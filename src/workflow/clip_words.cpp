@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <iterator>
+
 #include "foundation/strings.h"
 
 namespace clipchain {
@@ -26,6 +28,19 @@ std::string GuidWords(const _GUID& id) { return id == _GUID{} ? "none" : QUIRVA:
 std::string DurationWords(long long ticks, unsigned int timeScale) {
   return timeScale != 0 ? fmt::format("{:.3f} s", static_cast<double>(ticks) / timeScale)
                         : "unknown";
+}
+
+std::string Amount(long long bytes) {
+  static constexpr const char* kUnits[] = {"kB", "MB", "GB", "TB", "PB"};
+  if (bytes < 1000) return fmt::format("{} B", bytes);
+  double value = static_cast<double>(bytes) / 1000;
+  std::size_t unit = 0;
+  // What would round up to 1000.0 takes the next unit.
+  while (value >= 999.95 && unit + 1 < std::size(kUnits)) {
+    value /= 1000;
+    ++unit;
+  }
+  return fmt::format("{:.1f} {}", value, kUnits[unit]);
 }
 
 const char* StateWords(bool closedAtHead, bool closedAtTail) {

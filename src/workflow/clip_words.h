@@ -17,6 +17,8 @@ std::string IsoDate(const MP4G::_tagSequenceTimedate& date);
 std::string GuidWords(const _GUID& id);
 // "2.560 s"; "unknown" without a scale.
 std::string DurationWords(long long ticks, unsigned int timeScale);
+// A number of bytes: "999 B", "1.5 kB", "12.0 GB".
+std::string Amount(long long bytes);
 // "complete", "open at head", "open at tail", "open at both ends".
 const char* StateWords(bool closedAtHead, bool closedAtTail);
 

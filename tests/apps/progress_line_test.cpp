@@ -4,16 +4,6 @@
 
 using namespace clipchain;
 
-TEST(Amount, TakesTheUnitThatReadsWell) {
-  EXPECT_EQ("0 B", Amount(0));
-  EXPECT_EQ("999 B", Amount(999));
-  EXPECT_EQ("1.0 kB", Amount(1000));
-  EXPECT_EQ("999.9 kB", Amount(999'949));
-  EXPECT_EQ("1.0 MB", Amount(999'950));
-  EXPECT_EQ("12.3 GB", Amount(12'345'678'900));
-  EXPECT_EQ("9223.4 PB", Amount(9'223'372'036'854'775'807));
-}
-
 TEST(CopyText, TellsClipBytesShareRateAndTimeLeft) {
   EXPECT_EQ("clip 2 of 3  150.0 MB of 600.0 MB  25 %  75.0 MB/s  0:06 left",
             CopyText({2, 3, 150'000'000, 600'000'000, 2.0}));

@@ -1,0 +1,22 @@
+// The sequences of a number of clips as a page to look at, to keep and to print.
+#pragma once
+
+#include <string>
+
+#include "foundation/export.h"
+#include "workflow/clip_search.h"
+#include "workflow/sequence_scan.h"
+
+namespace clipchain {
+
+// One HTML document in UTF-8 that needs nothing else, no script and no other file: a time line, and
+// each sequence with its clips, their thumbnails, dates and durations. For those, `report` must
+// have been made with ScanOptions::cards. The same report gives the same page.
+//
+// Programs find in it what the JSON has: elements of the classes "volume", "sequence", "clip" and
+// "rejected-path" in the same order, with the fields as attributes of the same names behind
+// "data-", "-" for "_", and an empty value for null.
+CLIPCHAIN_API std::string HtmlReport(const FoundClips& found, const ScanReport& report,
+                                     const ScanOptions& options);
+
+}  // namespace clipchain
