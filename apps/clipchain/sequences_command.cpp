@@ -1,4 +1,6 @@
 // clipchain sequences PATH…: tells which clips form one recording.
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
@@ -8,6 +10,9 @@
 #include "clipchain/commands.h"
 #include "clipchain/sequences_output.h"
 #include "clipchain/tool.h"
+#include "workflow/files.h"
+#include "workflow/html_report.h"
+#include "workflow/text_file.h"
 
 namespace clipchain {
 
@@ -17,13 +22,40 @@ struct SequencesOptions {
   std::vector<std::string> paths;
   ScanOptions scan;
   bool json = false;
+  std::string html;
+  bool overwrite = false;
 };
+
+int FailPage(const std::string& path, const std::string& why) {
+  std::fputs(fmt::format("clipchain: {} {}\n", Shown(path), why).c_str(), stderr);
+  return kFailed;
+}
+
+// Why the page can't be written, known before any clip is read.
+std::string WhyNoPage(const SequencesOptions& options, const FoundClips& found) {
+  for (const Volume& volume : found.volumes) {
+    for (const std::string& clip : volume.clips) {
+      if (IsSameFile(options.html, clip)) return "is the same file as the clip " + Shown(clip);
+    }
+  }
+  return WhyNoTextFile(options.html, options.overwrite);
+}
 
 int Run(const SequencesOptions& options) {
   const FoundClips found = FindClips(options.paths);
+  if (!options.html.empty()) {
+    const std::string why = WhyNoPage(options, found);
+    if (!why.empty()) return FailPage(options.html, why);
+  }
   const ScanReport report = Scan(found.volumes, options.scan);
   const auto print = options.json ? SequencesJson : SequencesTable;
   std::fputs(print(found, report, options.scan).c_str(), stdout);
+  if (!options.html.empty()) {
+    const std::string why =
+        WriteTextFile(options.html, HtmlReport(found, report, options.scan), options.overwrite);
+    if (!why.empty()) return FailPage(options.html, why);
+    if (!options.json) std::fputs(fmt::format("report: {}\n", Shown(options.html)).c_str(), stdout);
+  }
   const bool whole = found.unreadable.empty() && report.rejected.empty() &&
                      report.salvaged == S_OK && report.divided == S_OK;
   return whole ? kDone : kIncomplete;
@@ -46,7 +78,15 @@ void AddSequencesCommand(CLI::App& tool, int& exitCode) {
   command->add_flag("--divide", options->scan.divide,
                     "Cut sequences where the volume changes, sparing the first one that has two");
   command->add_flag("--json", options->json, "Print for programs");
-  command->callback([options, &exitCode] { exitCode = Run(*options); });
+  command
+      ->add_option("--html", options->html,
+                   "Write a page to look at, to keep and to print, which must not exist yet")
+      ->type_name("FILE");
+  command->add_flag("--overwrite", options->overwrite, "Replace that FILE if it exists");
+  command->callback([options, &exitCode] {
+    options->scan.cards = options->json || !options->html.empty();
+    exitCode = Run(*options);
+  });
 }
 
 }  // namespace clipchain

@@ -58,7 +58,16 @@ Json FileJson(const SequenceClip& clip) {
   Json file;
   SetPath(file, clip.path);
   file["volume"] = clip.volume + 1;
+  file["date"] = DateJson(clip.date);
+  file["seconds"] = SecondsJson(clip.card.duration, clip.card.timeScale);
+  file["size"] = clip.size;
   return file;
+}
+
+// Null if the duration of a clip is not known.
+Json SumJson(const SequenceReport& sequence) {
+  const std::optional<double> seconds = Seconds(sequence);
+  return seconds ? Json(*seconds) : Json();
 }
 
 Json SequenceJson(const SequenceReport& sequence, std::size_t number) {
@@ -66,6 +75,7 @@ Json SequenceJson(const SequenceReport& sequence, std::size_t number) {
   object["number"] = number;
   object["date"] = DateJson(sequence.date);
   object["clips"] = sequence.clips.size();
+  object["seconds"] = SumJson(sequence);
   object["state"] = StateWords(sequence.closedAtHead, sequence.closedAtTail);
   object["closed_at_head"] = sequence.closedAtHead;
   object["closed_at_tail"] = sequence.closedAtTail;

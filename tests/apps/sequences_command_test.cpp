@@ -114,25 +114,35 @@ TEST_F(SequencesCommand, PrintsEveryFieldForPrograms) {
   const std::string first = PutChain("card/1.mp4", 1, 2);
   const std::string second = PutChain("2.mp4", 2, 2);
   const json document = Json(0, {At("card"), second});
-  const json expected = {
-      {"volumes",
-       {{{"number", 1}, {"path", At("card")}, {"clips", 1}},
-        {{"number", 2}, {"path", nullptr}, {"clips", 1}}}},
-      {"sequences",
-       {{{"number", 1},
-         {"date", "1904-01-01T00:00:01"},
-         {"clips", 2},
-         {"state", "complete"},
-         {"closed_at_head", true},
-         {"closed_at_tail", true},
-         {"camera_stream", true},
-         {"head_id", "01010101-0101-0101-0101-010101010101"},
-         {"tail_id", "02020202-0202-0202-0202-020202020202"},
-         {"volumes", {1, 2}},
-         {"files", {{{"path", first}, {"volume", 1}}, {{"path", second}, {"volume", 2}}}}}}},
-      {"rejected", json::array()},
-      {"salvage", nullptr},
-      {"division", nullptr}};
+  const json expected = {{"volumes",
+                          {{{"number", 1}, {"path", At("card")}, {"clips", 1}},
+                           {{"number", 2}, {"path", nullptr}, {"clips", 1}}}},
+                         {"sequences",
+                          {{{"number", 1},
+                            {"date", "1904-01-01T00:00:01"},
+                            {"clips", 2},
+                            {"seconds", 0.0},
+                            {"state", "complete"},
+                            {"closed_at_head", true},
+                            {"closed_at_tail", true},
+                            {"camera_stream", true},
+                            {"head_id", "01010101-0101-0101-0101-010101010101"},
+                            {"tail_id", "02020202-0202-0202-0202-020202020202"},
+                            {"volumes", {1, 2}},
+                            {"files",
+                             {{{"path", first},
+                               {"volume", 1},
+                               {"date", "1904-01-01T00:00:01"},
+                               {"seconds", 0.0},
+                               {"size", fs::file_size(first)}},
+                              {{"path", second},
+                               {"volume", 2},
+                               {"date", "1904-01-01T00:00:02"},
+                               {"seconds", 0.0},
+                               {"size", fs::file_size(second)}}}}}}},
+                         {"rejected", json::array()},
+                         {"salvage", nullptr},
+                         {"division", nullptr}};
   EXPECT_EQ(expected, document);
 }
 
@@ -141,6 +151,9 @@ TEST_F(SequencesCommand, FieldsWithoutAValueAreNull) {
   movie.withMovieHeader = false;
   const json sequence = Json(0, {Put("undated.mp4", movie.Build())})["sequences"][0];
   EXPECT_TRUE(sequence["date"].is_null());
+  EXPECT_TRUE(sequence["seconds"].is_null());
+  EXPECT_TRUE(sequence["files"][0]["date"].is_null());
+  EXPECT_TRUE(sequence["files"][0]["seconds"].is_null());
   EXPECT_TRUE(sequence["head_id"].is_null());
   EXPECT_TRUE(sequence["tail_id"].is_null());
   EXPECT_FALSE(sequence["camera_stream"]);
@@ -248,4 +261,65 @@ TEST_F(SequencesCommand, ShowsPathsThatAreNoTextAndKeepsTheirBytes) {
   }
   EXPECT_EQ(digits, file["path_bytes"]);
   EXPECT_THAT(Sequences({folder.path()}).out, HasSubstr("\\x0A.mp4\n"));
+}
+
+TEST_F(SequencesCommand, WritesAPageAndPrintsAllTheSame) {
+  const std::string clip = PutChain("card/1.mp4", 1, 2);
+  const std::string table = Sequences({At("card")}).out;
+  const Finished run = Sequences({At("card"), "--html", At("page.html")});
+  EXPECT_EQ(0, run.exitCode);
+  EXPECT_EQ("", run.err);
+  EXPECT_EQ(table + "report: " + At("page.html") + "\n", run.out);
+  const Bytes bytes = support::ReadFile(At("page.html"));
+  const std::string page(bytes.begin(), bytes.end());
+  EXPECT_THAT(page, HasSubstr("<!DOCTYPE html>"));
+  EXPECT_THAT(page, HasSubstr("data-path=\"" + clip + "\""));
+  EXPECT_THAT(page, HasSubstr("Missing behind"));
+  EXPECT_EQ(Json(0, {At("card")}), Json(0, {At("card"), "--html", At("other.html")}));
+  EXPECT_EQ(bytes, support::ReadFile(At("other.html")));
+}
+
+TEST_F(SequencesCommand, WritesAPageOfWhatCouldBeRegistered) {
+  PutChain("card/1.mp4", 1, 1);
+  const std::string bad = Put("card/bad.mp4", support::Text("These are notes about a clip.\n"));
+  EXPECT_EQ(3, Sequences({At("card"), "--html", At("page.html")}).exitCode);
+  const Bytes page = support::ReadFile(At("page.html"));
+  EXPECT_THAT(std::string(page.begin(), page.end()), HasSubstr("data-path=\"" + bad + "\""));
+}
+
+TEST_F(SequencesCommand, ReplacesAPageOnlyOnRequest) {
+  PutChain("card/1.mp4", 1, 1);
+  const Bytes old = support::Text("old");
+  Put("page.html", old);
+  const Finished run = Sequences({At("card"), "--html", At("page.html")});
+  EXPECT_EQ(1, run.exitCode);
+  EXPECT_EQ("", run.out);
+  EXPECT_EQ("clipchain: " + At("page.html") + " exists already; --overwrite replaces it\n",
+            run.err);
+  EXPECT_EQ(old, support::ReadFile(At("page.html")));
+  EXPECT_EQ(0, Sequences({At("card"), "--html", At("page.html"), "--overwrite"}).exitCode);
+  EXPECT_NE(old, support::ReadFile(At("page.html")));
+}
+
+TEST_F(SequencesCommand, NeverWritesAPageOverAClip) {
+  const std::string clip = PutChain("card/1.mp4", 1, 1);
+  const Bytes bytes = support::ReadFile(clip);
+  fs::create_hard_link(clip, At("link"));
+  fs::create_symlink(clip, At("pointer"));
+  for (const std::string& page : {clip, At("link"), At("pointer")}) {
+    SCOPED_TRACE(page);
+    const Finished run = Sequences({At("card"), "--overwrite", "--html", page});
+    EXPECT_EQ(1, run.exitCode);
+    EXPECT_EQ("clipchain: " + page + " is the same file as the clip " + clip + "\n", run.err);
+  }
+  EXPECT_EQ(bytes, support::ReadFile(clip));
+}
+
+TEST_F(SequencesCommand, SaysWhyAPageCannotBeWritten) {
+  PutChain("card/1.mp4", 1, 1);
+  const Finished run = Sequences({At("card"), "--html", At("absent/page.html")});
+  EXPECT_EQ(1, run.exitCode);
+  EXPECT_EQ("clipchain: " + At("absent/page.html") + " can't be written: there is no folder " +
+                At("absent") + "\n",
+            run.err);
 }

@@ -1,0 +1,19 @@
+// Files that the tool writes beside merged clips: reports, plans.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace clipchain {
+
+// Writes a whole file: hidden beside its place, flushed, and then renamed, so that the name has all
+// of it or what it had before. What exists is replaced only with `overwrite`, and only if it is a
+// file. Says why it failed, as the end of a sentence that begins with the path; empty if it is
+// done.
+[[nodiscard]] std::string WriteTextFile(const std::string& path, std::string_view text,
+                                        bool overwrite);
+
+// The same words if a file can't be written there, as far as that can be told beforehand.
+[[nodiscard]] std::string WhyNoTextFile(const std::string& path, bool overwrite);
+
+}  // namespace clipchain
