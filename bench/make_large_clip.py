@@ -12,7 +12,7 @@ import sys
 from importlib.machinery import SourceFileLoader
 from pathlib import Path
 
-PICTURE_SIZE = 250_000
+LARGEST_PICTURE = 250_000
 
 
 def load_mp4edit(root):
@@ -41,8 +41,10 @@ def samples_of(track, data):
     return samples
 
 
-def padded(sample):
-    rest = PICTURE_SIZE - len(sample) - 4
+def padded(sample, size):
+    rest = size - len(sample) - 4
+    if rest < 2:
+        return sample
     return sample + struct.pack(">I", rest) + b"\x0c" + b"\xff" * (rest - 2) + b"\x80"
 
 
@@ -86,7 +88,8 @@ def main(root, short, wanted, target):
     movie = mp4edit.Movie(data)
     tracks = list(movie.moov.all(b"trak"))
     media = [samples_of(track, data) for track in tracks]
-    media[0] = [padded(sample) for sample in media[0]]
+    picture = min(LARGEST_PICTURE, wanted // len(media[0]))
+    media[0] = [padded(sample, picture) for sample in media[0]]
     one_round = b"".join(b"".join(samples) for samples in media)
     times = max(1, wanted // len(one_round))
     repeat_durations(movie.moov, times)

@@ -11,72 +11,104 @@ import argparse
 import datetime
 import os
 import platform
+import shlex
+import shutil
 import subprocess
 import tempfile
 import time
 from pathlib import Path
 
-CLIPS = 4
+import plot
+
+WAYS = {
+    "merge": "`clipchain merge`",
+    "cat": "`cat`, `sync -d`",
+    "cp": "`cp` of each, `sync -d`",
+    "ffmpeg": "`ffmpeg -f concat -c copy`, `sync -d`",
+    "mkvmerge": "`mkvmerge` appending, `sync -d`",
+}
 
 
-def measured(command, output):
+def measured(way, command, output):
     """Seconds and peak memory in MiB of a command that writes `output`."""
-    output.unlink(missing_ok=True)
+    remove(output)
     os.sync()
-    before = time.monotonic()
-    process = subprocess.Popen(command, stdout=subprocess.DEVNULL)
-    _, status, usage = os.wait4(process.pid, 0)
-    seconds = time.monotonic() - before
-    process.returncode = os.waitstatus_to_exitcode(status)
-    if process.returncode != 0:
-        raise SystemExit(f"failed: {command}")
-    return seconds, usage.ru_maxrss / 1024
+    with tempfile.NamedTemporaryFile("r") as usage:
+        # Started from here directly, a command would be charged with this program's memory.
+        timed = ["/usr/bin/time", "--quiet", "-o", usage.name, "-f", "%M", *command]
+        before = time.monotonic()
+        code = subprocess.run(timed, stdout=subprocess.DEVNULL, check=False).returncode
+        seconds = time.monotonic() - before
+        # Of mkvmerge 1 means that it had something to remark.
+        if code != 0 and (way, code) != ("mkvmerge", 1):
+            raise SystemExit(f"failed: {command}")
+        megabytes = int(usage.read()) / 1024
+    remove(output)
+    return seconds, megabytes
+
+
+def remove(output):
+    if output.is_dir():
+        shutil.rmtree(output)
+    else:
+        output.unlink(missing_ok=True)
 
 
 def copy_ways(tool, inputs, work):
     """Name, command and output of each way to put the inputs together."""
-    names = " ".join(f"'{path}'" for path in inputs)
+    names = shlex.join(map(str, inputs))
     list_file = work / "list.txt"
     list_file.write_text("".join(f"file '{path}'\n" for path in inputs), encoding="utf-8")
-    cat, concat = work / "cat.bin", work / "concat.mp4"
-    ffmpeg = f"ffmpeg -v error -nostdin -f concat -safe 0 -i '{list_file}' -c copy '{concat}'"
-    merged = work / "merged.mp4"
-    return {
+    merged, cat, concat = work / "merged.mp4", work / "cat.bin", work / "concat.mp4"
+    folder, appended = work / "copies", work / "appended.mkv"
+    ffmpeg = f"ffmpeg -v error -nostdin -f concat -safe 0 -i '{list_file}' -map 0:v -map 0:a -c copy"
+    append = " + ".join(shlex.quote(str(path)) for path in inputs)
+
+    def shell(line):
+        return ["sh", "-c", line]
+
+    ways = {
         "merge": ([tool, "merge", "-o", merged, *inputs], merged),
-        "cat": (["sh", "-c", f"cat {names} > '{cat}' && sync -d '{cat}'"], cat),
-        "ffmpeg": (["sh", "-c", f"{ffmpeg} && sync -d '{concat}'"], concat),
+        "cat": (shell(f"cat {names} > '{cat}' && sync -d '{cat}'"), cat),
+        "cp": (shell(f"mkdir '{folder}' && cp {names} '{folder}' && sync -d '{folder}'/*"), folder),
+        "ffmpeg": (shell(f"{ffmpeg} '{concat}' && sync -d '{concat}'"), concat),
+        "mkvmerge": (shell(f"mkvmerge -q -o '{appended}' {append}; code=$?; sync -d '{appended}'; "
+                           "exit $code"), appended),
     }
+    return ways
 
 
-def measure_copies(root, tool, work, megabytes, rounds):
+def make_clips(root, work, count, size):
     maker = root / "bench" / "make_large_clip.py"
     short = root / "examples" / "clips" / "clip1.mp4"
-    inputs = [work / f"large{number}.mp4" for number in range(1, CLIPS + 1)]
-    for path in inputs:
-        subprocess.run([maker, root, short, str(megabytes * 10**6), path], check=True)
-        with open(path, "rb") as file:
-            while file.read(1 << 24):
-                pass
-    ways = copy_ways(tool, inputs, work)
-    best = {name: (float("inf"), 0.0) for name in ways}
-    for _ in range(rounds):
-        for name, (command, output) in ways.items():
-            seconds, memory = measured(command, output)
-            best[name] = (min(best[name][0], seconds), max(best[name][1], memory))
-            output.unlink()
-    size = sum(path.stat().st_size for path in inputs)
-    return size, best
+    inputs = [work / f"clip{number:04}.mp4" for number in range(1, count + 1)]
+    subprocess.run([maker, root, short, str(size), inputs[0]], check=True)
+    for path in inputs[1:]:
+        shutil.copyfile(inputs[0], path)
+    return inputs
 
 
-def measure_tables(build, work, rounds):
-    """Rows of clips, samples of each, best seconds."""
-    listing = subprocess.run(
-        ["taskset", "-c", "0", build / "bench" / "table_work", work / "tables.mp4", str(rounds)],
-        capture_output=True,
-        text=True,
-        check=True,
-    ).stdout
-    return [(int(a), int(b), float(c)) for a, b, c in map(str.split, listing.splitlines())]
+def measure_copies(options, work, count, size):
+    """The inputs' bytes and of each way the best seconds and the peak memory."""
+    folder = work / f"{count}-clips"
+    folder.mkdir()
+    tool = options.build / "apps" / "clipchain" / "clipchain"
+    inputs = make_clips(options.root, folder, count, size)
+    ways = copy_ways(tool, inputs, folder)
+    best = {way: (float("inf"), 0.0) for way in ways}
+    for _ in range(options.rounds):
+        for way, (command, output) in ways.items():
+            seconds, memory = measured(way, command, output)
+            best[way] = (min(best[way][0], seconds), max(best[way][1], memory))
+    bytes_of_all = sum(path.stat().st_size for path in inputs)
+    shutil.rmtree(folder)
+    return bytes_of_all, best
+
+
+def run_rows(command):
+    """The numbers that a program of this folder prints, line by line."""
+    listing = subprocess.run(command, capture_output=True, text=True, check=True).stdout
+    return [tuple(map(float, line.split())) for line in listing.splitlines()]
 
 
 def machine():
@@ -87,48 +119,65 @@ def machine():
             break
     memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
     system = f"{platform.system()} {platform.release()}"
-    return f"{model}, {os.cpu_count()} cores, {memory:.0f} GiB, {system}"
+    load = os.getloadavg()[0]
+    return f"{model}, {os.cpu_count()} cores, {memory:.0f} GiB, {system}, load {load:.1f} before"
 
 
-def report(size, copies, tables):
-    cat = copies["cat"][0]
-    lines = [
-        "# What was measured",
-        "",
-        f"{datetime.date.today()} · {machine()}",
-        "",
-        f"## Putting {CLIPS} clips of {size / CLIPS / 1e6:.0f} MB together",
-        "",
-        "Inputs in the page cache, output removed before each round and flushed to the disk in each;",
-        "the best of the rounds, taken alternately.",
-        "",
-        "| | seconds | MB/s | against `cat` | peak memory, MiB |",
-        "|---|---|---|---|---|",
-    ]
-    names = {
-        "merge": "`clipchain merge`",
-        "cat": "`cat`, `sync -d`",
-        "ffmpeg": "`ffmpeg -f concat -c copy`, `sync -d`",
-    }
-    for name, (seconds, memory) in copies.items():
-        lines.append(f"| {names[name]} | {seconds:.2f} | {size / seconds / 1e6:.0f} "
-                     f"| {seconds / cat:.2f} | {memory:.0f} |")
-    lines += [
-        "",
+def table(head, rows):
+    lines = [f"| {' | '.join(head)} |", "|" + "---|" * len(head)]
+    return [*lines, *(f"| {' | '.join(row)} |" for row in rows), ""]
+
+
+def copies_report(count, size, best):
+    cat = best["cat"][0]
+    rows = [(WAYS[way], f"{seconds:.2f}", f"{size / seconds / 1e6:.0f}", f"{seconds / cat:.2f}",
+             f"{memory:.0f}") for way, (seconds, memory) in best.items()]
+    head = ["", "seconds", "MB/s", "against `cat`", "peak memory, MiB"]
+    return [f"### {count} clips of {size / count / 1e6:.1f} MB", "", *table(head, rows)]
+
+
+def tables_report(rows):
+    seconds_of = {(clips, samples): seconds for clips, samples, seconds in rows}
+    lines = []
+    for clips, samples, seconds in rows:
+        half = seconds_of.get((clips, samples / 2)) or seconds_of.get((clips / 2, samples))
+        lines.append((f"{clips:.0f}", f"{samples:.0f}", f"{seconds:.3f}",
+                      f"{clips * samples / seconds / 1e6:.1f}",
+                      f"{seconds / half:.2f} ×" if half else ""))
+    return [
         "## Tables: parse, merge and write, from memory, on one core",
         "",
-        "Every sample has an entry of its own for its duration, its offset and its size.",
+        "Every sample has an entry of its own for its times and its size.",
         "",
-        "| clips | samples of each | seconds | million samples a second | against half the input |",
-        "|---|---|---|---|---|",
+        *table(["clips", "samples of each", "seconds", "million samples a second",
+                "against half the input"], lines),
+        "![cost against samples](cost-samples.svg)",
+        "![cost against clips](cost-clips.svg)",
+        "",
     ]
-    seconds_of = {(clips, samples): seconds for clips, samples, seconds in tables}
-    for clips, samples, seconds in tables:
-        half = seconds_of.get((clips, samples // 2)) or seconds_of.get((clips // 2, samples))
-        times = f"{seconds / half:.2f} ×" if half else ""
-        rate = clips * samples / seconds / 1e6
-        lines.append(f"| {clips} | {samples} | {seconds:.3f} | {rate:.1f} | {times} |")
-    return "\n".join(lines) + "\n"
+
+
+def registration_report(rows):
+    lines = [(f"{clips:.0f}", f"{samples:.0f}", f"{analysis:.3f}", f"{registration:.3f}",
+              f"{clips / registration:.0f}", f"{max(0, 1 - analysis / registration):.0%}")
+             for clips, samples, analysis, registration in rows]
+    return [
+        "## Registering the clips of one recording, shuffled",
+        "",
+        "The last row's clips have 1 MB of movie box each.",
+        "",
+        *table(["clips", "samples of each", "seconds to analyse", "seconds to register",
+                "registrations a second", "share outside the analysis"], lines),
+    ]
+
+
+def write_plots(root, rows):
+    by_samples = [(2 * samples / 1e6, seconds) for clips, samples, seconds in rows if clips == 2]
+    by_clips = [(clips, seconds) for clips, samples, seconds in rows if samples == 2000]
+    for name, words, points in [("samples", "million samples in two clips", by_samples),
+                                ("clips", "clips of 2 000 samples", by_clips)]:
+        picture = plot.svg(f"Table work: cost against {name}", words, "seconds", points)
+        (root / "bench" / f"cost-{name}.svg").write_text(picture, encoding="utf-8")
 
 
 def main():
@@ -140,12 +189,21 @@ def main():
     parser.add_argument("--rounds", type=int, default=3)
     options = parser.parse_args()
     options.data.mkdir(parents=True, exist_ok=True)
+    lines = ["# What was measured", "", f"{datetime.date.today()} · {machine()}", "",
+             "## Putting clips together", "",
+             "Inputs in the page cache, output removed before each round and flushed to the disk in",
+             "each; the best of the rounds, taken alternately.", ""]
     with tempfile.TemporaryDirectory(prefix="clipchain-bench-", dir=options.data) as folder:
         work = Path(folder)
-        tool = options.build / "apps" / "clipchain" / "clipchain"
-        size, copies = measure_copies(options.root, tool, work, options.megabytes, options.rounds)
-        tables = measure_tables(options.build, work, 2 * options.rounds)
-    text = report(size, copies, tables)
+        for count, size in [(4, options.megabytes * 10**6), (200, options.megabytes * 10**6 // 250)]:
+            lines += copies_report(count, *measure_copies(options, work, count, size))
+        one_core = ["taskset", "-c", "0"]
+        programs = options.build / "bench"
+        rounds = str(2 * options.rounds)
+        rows = run_rows([*one_core, programs / "table_work", work / "tables.mp4", rounds])
+        registrations = run_rows([*one_core, programs / "registration", work / "chain", rounds])
+    write_plots(options.root, rows)
+    text = "\n".join([*lines, *tables_report(rows), *registration_report(registrations)])
     (options.root / "bench" / "results.md").write_text(text, encoding="utf-8")
     print(text, end="")
 

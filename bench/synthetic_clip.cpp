@@ -114,9 +114,27 @@ void Track(Writer& out, std::uint32_t samples) {
   });
 }
 
-}  // namespace
+void Identifier(Writer& out, std::uint32_t number) {
+  out.Number(number);
+  out.Zeros(12);
+}
 
-Bytes SyntheticClip(std::uint32_t samples) {
+// The camera's box with the identifiers of this clip, the next one and the one before.
+void CameraBox(Writer& out, std::uint32_t number, std::uint32_t length) {
+  out.Box("uuid", [&] {
+    for (const std::uint32_t word : {0x85C0B687u, 0x820F11E0u, 0x8111F4CEu, 0x462B6A48u})
+      out.Number(word);
+    out.Box("VROP", [&] {
+      out.FullBox("VRFB", [&] {
+        Identifier(out, number);
+        Identifier(out, number == length ? 0 : number + 1);
+        Identifier(out, number - 1);
+      });
+    });
+  });
+}
+
+Bytes Clip(std::uint32_t samples, const std::function<void(Writer&)>& camera) {
   Writer out;
   out.Box("ftyp", [&] {
     out.Text("isom");
@@ -131,8 +149,19 @@ Bytes SyntheticClip(std::uint32_t samples) {
       out.Zeros(80);
     });
     out.Box("trak", [&] { Track(out, samples); });
+    camera(out);
   });
   return out.file;
+}
+
+}  // namespace
+
+Bytes SyntheticClip(std::uint32_t samples) {
+  return Clip(samples, [](Writer&) {});
+}
+
+Bytes ChainedClip(std::uint32_t samples, std::uint32_t number, std::uint32_t length) {
+  return Clip(samples, [&](Writer& out) { CameraBox(out, number, length); });
 }
 
 }  // namespace bench

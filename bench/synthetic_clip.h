@@ -11,4 +11,9 @@ namespace bench {
 // sync sample every thirty.
 std::vector<unsigned char> SyntheticClip(std::uint32_t samples);
 
+// The same as clip `number`, counted from 1, of a recording of `length` clips, with the box in
+// which a camera says so.
+std::vector<unsigned char> ChainedClip(std::uint32_t samples, std::uint32_t number,
+                                       std::uint32_t length);
+
 }  // namespace bench

@@ -50,8 +50,9 @@ int main(int argc, char** argv) {
     unsigned int clips;
     std::uint32_t samples;
   };
-  for (const Case& c : {Case{2, 250'000}, Case{2, 500'000}, Case{2, 1'000'000}, Case{250, 2'000},
-                        Case{500, 2'000}, Case{1000, 2'000}}) {
+  for (const Case& c :
+       {Case{2, 250'000}, Case{2, 500'000}, Case{2, 1'000'000}, Case{2, 2'000'000},
+        Case{250, 2'000}, Case{500, 2'000}, Case{1'000, 2'000}, Case{2'000, 2'000}}) {
     const double seconds = BestSeconds(argv[1], c.clips, c.samples, std::atoi(argv[2]));
     if (seconds < 0) return 1;
     std::printf("%u %u %.6f\n", c.clips, static_cast<unsigned int>(c.samples), seconds);

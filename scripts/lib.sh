@@ -13,7 +13,7 @@ packages_for() {
     test) echo libgtest-dev libgmock-dev python3 ffmpeg clang-format shellcheck pkgconf doxygen dpkg-dev file chromium ;;
     sanitizers) echo clang libclang-rt-14-dev ;;
     format) echo clang-format ;;
-    bench) echo python3 ffmpeg util-linux ;;
+    bench) echo python3 ffmpeg mkvtoolnix time util-linux ;;
     package) echo dpkg-dev file ;;
     docs) echo doxygen ;;
     clips) echo python3 ffmpeg fonts-dejavu-core libimage-exiftool-perl ;;
