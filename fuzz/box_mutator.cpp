@@ -174,52 +174,54 @@ void BoxMutator::MutateOnce(std::vector<Node>& nodes) {
   std::vector<Node>& siblings = *place.siblings;
   Node& node = siblings[place.index];
   const auto at = siblings.begin() + static_cast<std::ptrdiff_t>(place.index);
-  switch (Below(20)) {
+  switch (const unsigned int choice = Below(20)) {
     case 0:
       siblings.erase(at);
       break;
-    case 1: {
-      const Node copy = node;
-      const Place target = Pick(nodes);
-      target.siblings->insert(target.siblings->begin() + static_cast<std::ptrdiff_t>(target.index),
-                              copy);
+    case 1:
+      Copy(node, nodes);
       break;
-    }
     case 2:
       std::swap(node, siblings[Below(siblings.size())]);
       break;
     case 3:
-      ChangeType(node);
-      break;
-    case 4:
       siblings.insert(at, NewBox());
       break;
-    case 5:
-      node.lie = Below(2) == 0 ? Below(64) : 0u - Below(64);
-      break;
-    case 6:
-      Wrap(node);
-      break;
-    case 7: {
-      // The whole once more, as a second input of a merge.
-      const std::vector<Node> copy = nodes;
-      nodes.insert(nodes.end(), copy.begin(), copy.end());
-      break;
-    }
-    case 8:
-    case 9:
-    case 10:
-    case 11:
-      ChangeTable(node);
-      break;
-    case 12:
-    case 13:
-    case 14:
-    case 15:
-      ChangeNumber(node);
+    case 4:
+      Repeat(nodes);
       break;
     default:
-      ChangeBody(node);
+      ChangeBox(node, choice);
+  }
+}
+
+// To another place.
+void BoxMutator::Copy(const Node& node, std::vector<Node>& nodes) {
+  Node copy = node;
+  const Place target = Pick(nodes);
+  target.siblings->insert(target.siblings->begin() + static_cast<std::ptrdiff_t>(target.index),
+                          std::move(copy));
+}
+
+// The whole once more, as a second input of a merge.
+void BoxMutator::Repeat(std::vector<Node>& nodes) {
+  const std::vector<Node> copy = nodes;
+  nodes.insert(nodes.end(), copy.begin(), copy.end());
+}
+
+void BoxMutator::ChangeBox(Node& node, unsigned int choice) {
+  if (choice == 5) {
+    ChangeType(node);
+  } else if (choice == 6) {
+    node.lie = Below(2) == 0 ? Below(64) : 0u - Below(64);
+  } else if (choice == 7) {
+    Wrap(node);
+  } else if (choice < 12) {
+    ChangeTable(node);
+  } else if (choice < 16) {
+    ChangeNumber(node);
+  } else {
+    ChangeBody(node);
   }
 }
 

@@ -42,6 +42,9 @@ class BoxMutator {
   unsigned int Below(std::size_t bound);
   Place Pick(std::vector<Node>& nodes);
   void MutateOnce(std::vector<Node>& nodes);
+  void Copy(const Node& node, std::vector<Node>& nodes);
+  void Repeat(std::vector<Node>& nodes);
+  void ChangeBox(Node& node, unsigned int choice);
   void ChangeBody(Node& node);
   void ChangeNumber(Node& node);
   void ChangeTable(Node& node);

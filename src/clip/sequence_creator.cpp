@@ -118,12 +118,15 @@ HRESULT CSequenceCreator::PrepareEmptySequence(CMp4Sequence** out) {
 
 void CSequenceCreator::InsertSequenceToListWithTimesort(CMp4Sequence* sequence) {
   if (sequence == nullptr) return;
+  SequencePtr owned;  // until the list holds it: the list may find no memory
+  owned.Attach(sequence);
   const std::uint64_t time = sequence->TimeFromEra();
   const auto earlier =
       std::find_if(sequences.rbegin(), sequences.rend(), [time](const CMp4Sequence* entry) {
         return entry != nullptr && entry->TimeFromEra() <= time;
       });
   sequences.insert(earlier.base(), sequence);
+  static_cast<void>(owned.Detach());
 }
 
 HRESULT CSequenceCreator::ContinueConnecting(CMp4Sequence* sequence) {

@@ -1,5 +1,5 @@
-// How much memory a piece of code takes from operator new. Programs that use it have that operator
-// replaced.
+// How much memory a piece of code takes from operator new, and what it does where there is no more.
+// Programs that use it have that operator replaced.
 #pragma once
 
 #include <cstddef>
@@ -16,8 +16,12 @@ class AllocationMeter {
 
   // The most bytes that were held at a time, beyond what was held at the start.
   std::size_t Peak() const;
-  // The number of allocations.
+  // The number of allocations, a refused one included.
   std::size_t Count() const;
+  // The bytes that are held now, beyond what was held at the start.
+  long long Held() const;
+  // Allocation number `index`, from 0 and from the start, is refused with std::bad_alloc.
+  void Refuse(std::size_t index);
 };
 
 }  // namespace support

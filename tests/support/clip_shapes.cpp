@@ -103,7 +103,7 @@ Bytes TwoDescriptions() {
   Track video = VideoTrack(4);
   video.sampleEntry =
       AvcEntry(Hex("01640028FFE1000467640028 01000468EE3CB0 FDF8F800")) + AvcEntry();
-  video.extraTrackBoxes = Box("tref", {Box("tmcd", {U32(3)})});
+  video.extraTrackBoxes = Box("tref", {Box("cdsc", {U32(3)})});
   return MovieBuilder().Add(video).Build();
 }
 
