@@ -1,10 +1,7 @@
 #include "merge/mp4_merge.h"
 
-#include <deque>
-#include <unordered_map>
-#include <unordered_set>
-
 #include "box/header_boxes.h"
+#include "merge/free_tracks.h"
 #include "merge/vireo_merge.h"
 #include "reader/movie_reader.h"
 #include "reader/sample_table_reader.h"
@@ -25,37 +22,6 @@ long long Difference(long long a, long long b) {
   return static_cast<long long>(static_cast<unsigned long long>(a) -
                                 static_cast<unsigned long long>(b));
 }
-
-// The tracks of an input that wait for a partner, by sample entry type, each kind in box order. A
-// track whose identifier was used is passed over, so each is looked at once however many tracks
-// there are.
-class FreeTracks {
- public:
-  explicit FreeTracks(CMovieBox* movie) {
-    for (CTrackBox* track : CMovieBox_wr(movie).Tracks()) {
-      const CTrackReader reader(track);
-      byType_[reader.GetSampleEntryType()].push_back({track, reader.GetTrackID()});
-    }
-  }
-
-  struct Candidate {
-    CTrackBox* track;
-    unsigned int id;
-  };
-
-  // The first free track of that type; a null track if there is none.
-  Candidate First(unsigned int type) {
-    std::deque<Candidate>& queue = byType_[type];
-    while (!queue.empty() && used_.count(queue.front().id) != 0) queue.pop_front();
-    return queue.empty() ? Candidate{nullptr, 0} : queue.front();
-  }
-
-  void Use(unsigned int id) { used_.insert(id); }
-
- private:
-  std::unordered_map<unsigned int, std::deque<Candidate>> byType_;
-  std::unordered_set<unsigned int> used_;
-};
 
 }  // namespace
 

@@ -1,0 +1,25 @@
+// Where a box stands: its path through the tree and its position in the file.
+#pragma once
+
+#include <string>
+
+#include "box/box.h"
+
+namespace clipchain {
+
+// "moov/trak[1]/mdia/minf/stbl/stsz": the number, from 0, stands where a parent has several
+// children of one type.
+std::string PathOf(const MP4G::CBox& box);
+
+// Of the first byte in the file. Holds for boxes as they were parsed.
+long long OffsetOf(const MP4G::CBox& box);
+
+// How far behind the first byte of `parent` its child begins; `behind` is where the child before it
+// ends. Sample entries do not know where they stand: they follow one another, the first one behind
+// version, flags and a count.
+long long ChildDistance(const MP4G::CBox& parent, const MP4G::CBox& child, long long behind);
+inline long long FirstEntryDistance(const MP4G::CBox& parent) {
+  return parent.GetBoxBaseSize() + 8;
+}
+
+}  // namespace clipchain

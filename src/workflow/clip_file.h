@@ -1,0 +1,87 @@
+// One input of a merge, open for reading.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "foundation/reader_wrapper.h"
+#include "reader/mp4_file.h"
+
+namespace clipchain {
+
+struct FileIdentity {
+  dev_t device;
+  ino_t inode;
+  bool operator==(const FileIdentity&) const = default;
+  bool operator<(const FileIdentity& other) const {
+    return device != other.device ? device < other.device : inode < other.inode;
+  }
+};
+
+// Through links. Nothing for a file that is not there.
+std::optional<FileIdentity> IdentityOf(const std::string& path);
+
+// A top-level box by its header.
+struct TopLevelBox {
+  unsigned int type;
+  long long position;
+  unsigned int headerSize;
+  long long size;  // of the whole box; one that goes to the end of the file ends there
+
+  long long Body() const { return position + headerSize; }
+  long long End() const { return position + size; }
+};
+
+// The top level of a file by its headers alone, and the tree that the engine makes of it.
+class ClipFile {
+ public:
+  explicit ClipFile(std::string path);
+
+  const std::string& Path() const { return path_; }
+  // Why the file can't be opened; empty if it is open.
+  const std::string& WhyUnreadable() const { return whyUnreadable_; }
+  long long Size() const { return reader_ != nullptr ? reader_->GetFileSize() : 0; }
+
+  // The top level, up to where the engine's own walk ends, be it at the end of the file or at a box
+  // that it refuses.
+  const std::vector<TopLevelBox>& Layout() const { return layout_; }
+  // Where the walk stopped ahead of the end of the file, because there is no header; else -1.
+  long long BrokenHeader() const { return brokenHeader_; }
+
+  // Parses the boxes as a merge does and answers with the merge's code.
+  [[nodiscard]] HRESULT Parse();
+  // Of a file that was parsed without a failure, else null.
+  MP4G::CMovieBox* Movie() const { return parsed_ ? file.GetMovieBox() : nullptr; }
+  // Where the movie box stands; null if it is not there.
+  const TopLevelBox* MoviePlace() const { return Place(FourCc("moov")); }
+
+  // The media box that holds that byte of the file; null if none does.
+  const TopLevelBox* MediaAt(std::uint64_t offset) const;
+
+  // Bytes of the file; fewer than `size` where it ends, none after a failure.
+  std::vector<unsigned char> Read(long long position, unsigned int size) const;
+
+  // Bytes of the boxes that the tree will hold.
+  long long TreeBytes() const;
+
+  MP4G::CMp4File file;
+
+ private:
+  void WalkTopLevel();
+  const TopLevelBox* Place(unsigned int type) const;
+
+  std::string path_;
+  std::string whyUnreadable_;
+  std::unique_ptr<QUIRVA::FileReaderWrapper> reader_;
+  std::vector<TopLevelBox> layout_;
+  std::vector<TopLevelBox> media_;  // those of the layout that hold media, in its order
+  long long brokenHeader_ = -1;
+  bool parsed_ = false;
+};
+
+}  // namespace clipchain

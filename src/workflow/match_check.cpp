@@ -1,0 +1,149 @@
+#include "workflow/match_check.h"
+
+#include <fmt/format.h>
+
+#include <set>
+
+#include "box/header_boxes.h"
+#include "box/sample_table_boxes.h"
+#include "merge/free_tracks.h"
+#include "workflow/track_check.h"
+#include "workflow/track_facts.h"
+
+namespace clipchain {
+
+namespace {
+
+constexpr const char* kOtherRecording = "leave it out, or merge it with clips of its own kind";
+constexpr const char* kRepair = "copy the clip again, or repair it with a tool for it";
+
+void AddMissing(FileFindings& findings, const MP4G::CBox* parent, std::string text, bool alone,
+                HRESULT result) {
+  Finding& finding = findings.AddAt(Message::kHeaderMissing, std::move(text), kRepair, parent);
+  finding.result = result;
+  if (alone) finding.severity = Severity::kRisk;
+}
+
+// The engine finds tracks by their identifier where it moves their offsets.
+void CheckIdentifiers(MP4G::CMovieBox* movie, FileFindings& findings) {
+  std::set<unsigned int> seen;
+  for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(movie).Tracks()) {
+    const MP4G::CTrackHeaderBox* header = MP4G::CTrackBox_wr(track).TrackHeaderBox();
+    if (header == nullptr || seen.insert(header->recordA->trackId).second) continue;
+    const unsigned int id = header->recordA->trackId;
+    findings
+        .AddAt(Message::kTrackIdTwice,
+               fmt::format("has two tracks with the identifier {}, and a merge would take one for "
+                           "the other",
+                           id),
+               "rewrap the clip (ffmpeg -i IN -c copy OUT.mp4), and keep the original", track)
+        .track = id;
+  }
+}
+
+void CheckOffsets(MP4G::CTrackBox* track, FileFindings& findings) {
+  const MP4G::CTrackBox_wr view(track);
+  const MP4G::CSampleTableBox_wr table(view.SampleTableBox());
+  const unsigned int id = MP4G::CTrackReader(track).GetTrackID();
+  if (table.box == nullptr) {
+    findings
+        .AddAt(Message::kHeaderMissing, fmt::format("track {}: has no sample table \"stbl\"", id),
+               kRepair, track)
+        .result = E_POINTER;
+  } else if (table.ChunkOffsetBox() == nullptr && table.ChunkLargeOffsetBox() == nullptr) {
+    findings
+        .AddAt(Message::kTableMissing,
+               fmt::format("track {}: has neither chunk offsets \"stco\" nor \"co64\"", id),
+               kRepair, table.box)
+        .result = E_BAD_DATA;
+  }
+}
+
+// Of a list of several edits a merge lengthens the first one alone and drops those of later clips.
+void CheckEdits(MP4G::CTrackBox* track, FileFindings& findings) {
+  const MP4G::CEditListBox* edits = MP4G::CTrackBox_wr(track).EditListBox();
+  if (edits == nullptr || edits->entries.size() < 2) return;
+  const TrackFacts facts = FactsOf(track);
+  findings
+      .AddAt(Message::kSeveralEdits,
+             fmt::format("{}: has an edit list of {} entries, of which a merge keeps the first one "
+                         "in step",
+                         TrackWords(facts), edits->entries.size()),
+             "rewrap the clip without an edit list (ffmpeg -i IN -c copy -use_editlist 0 OUT.mp4)",
+             edits)
+      .track = facts.id;
+}
+
+}  // namespace
+
+void CheckMergeable(MP4G::CMovieBox* movie, bool alone, FileFindings& findings) {
+  const MP4G::CMovieBox_wr view(movie);
+  if (view.MovieHeaderBox() == nullptr)
+    AddMissing(findings, movie, "has no movie header \"mvhd\"", alone, E_BAD_DATA);
+  const std::vector<MP4G::CTrackBox*> tracks = view.Tracks();
+  if (tracks.empty())
+    findings.AddAt(Message::kNoTracks, "has no track, so that nothing of it can be played",
+                   "leave it out", movie);
+  for (MP4G::CTrackBox* track : tracks) {
+    const MP4G::CTrackBox_wr trackView(track);
+    // The offsets of a track without a header are not found.
+    if (trackView.TrackHeaderBox() == nullptr)
+      AddMissing(findings, track, "has a track without a track header \"tkhd\"", false, E_BAD_DATA);
+    if (trackView.MediaHeaderBox() == nullptr)
+      AddMissing(findings, track, "has a track without a media header \"mdhd\"", alone, E_BAD_DATA);
+    CheckOffsets(track, findings);
+    if (!alone) CheckEdits(track, findings);
+    const MP4G::CSampleTableBox_wr table(trackView.SampleTableBox());
+    if (table.box != nullptr && table.SampleDescriptionBox() == nullptr)
+      AddMissing(findings, table.box, "has a track without sample descriptions \"stsd\"", alone,
+                 MP4G_E_SAMPLE_TABLE);
+  }
+  CheckIdentifiers(movie, findings);
+}
+
+std::vector<TrackPair> CheckMatch(MP4G::CMovieBox* first, const std::string& firstName,
+                                  MP4G::CMovieBox* second, FileFindings& findings) {
+  const MP4G::CMovieBox_wr firstView(first);
+  const MP4G::CMovieBox_wr secondView(second);
+  const MP4G::CMovieHeaderBox* a = firstView.MovieHeaderBox();
+  const MP4G::CMovieHeaderBox* b = secondView.MovieHeaderBox();
+  if (a != nullptr && b != nullptr && a->recordA->timeScale != b->recordA->timeScale) {
+    findings
+        .AddAt(Message::kMovieTimeScale,
+               fmt::format("counts {} units a second in its movie header, and {} counts {}",
+                           std::uint32_t{b->recordA->timeScale}, firstName,
+                           std::uint32_t{a->recordA->timeScale}),
+               kOtherRecording, b)
+        .result = MP4G_E_TIME_SCALE;
+  }
+  if (firstView.GetTrackNum() != secondView.GetTrackNum()) {
+    findings
+        .AddAt(Message::kTrackCount,
+               fmt::format("has {} tracks, and {} has {}", secondView.GetTrackNum(), firstName,
+                           firstView.GetTrackNum()),
+               kOtherRecording, second)
+        .result = MP4G_E_TRACK_COUNT;
+  }
+
+  std::vector<TrackPair> pairs;
+  MP4G::FreeTracks freeTracks(second);
+  for (MP4G::CTrackBox* track : firstView.Tracks()) {
+    const TrackFacts facts = FactsOf(track);
+    const auto partner = freeTracks.First(facts.entryType);
+    if (partner.track == nullptr) {
+      findings
+          .AddAt(Message::kTrackWithoutPartner,
+                 fmt::format("has no track left that continues {} of {}", TrackWords(facts),
+                             firstName),
+                 kOtherRecording, second)
+          .result = E_BAD_DATA;
+      continue;
+    }
+    freeTracks.Use(partner.id);
+    pairs.push_back({track, partner.track});
+    CheckTrackPair(pairs.back(), firstName, findings);
+  }
+  return pairs;
+}
+
+}  // namespace clipchain

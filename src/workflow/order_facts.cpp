@@ -1,0 +1,73 @@
+#include "workflow/order_facts.h"
+
+#include "box/sample_entries.h"
+#include "reader/track_reader.h"
+#include "reader/typed_views.h"
+#include "workflow/sample_tables.h"
+
+namespace clipchain {
+
+namespace {
+
+constexpr std::uint32_t kSignBit = 0x00800000;
+
+// What a camera without a clock writes: the start of the format's time.
+bool IsUnset(const MP4G::_tagSequenceTimedate& date) {
+  constexpr MP4G::_tagSequenceTimedate kStart{1904, 1, 1, 0, 0, 0};
+  return date == MP4G::_tagSequenceTimedate{} || date == kStart;
+}
+
+std::uint64_t FramesOf(const SampleTables& tables, unsigned int trackScale,
+                       const MP4G::_tagTIMECODE_DESCRIPTION& description) {
+  const long double seconds =
+      trackScale != 0 ? static_cast<long double>(tables.Duration()) / trackScale : 0;
+  const std::uint32_t frame = description.frameDuration;
+  if (frame == 0) return 0;
+  return static_cast<std::uint64_t>(seconds * std::uint32_t{description.timeScale} / frame + 0.5L);
+}
+
+std::optional<ClipTimecode> TimecodeOf(const ClipFile& clip, MP4G::CTrackBox* track) {
+  const MP4G::CTrackReader reader(track);
+  const SampleTables tables(track);
+  const MP4G::CTimecodeSampleDescription* description =
+      MP4G::CSampleTableBox_wr(MP4G::CTrackBox_wr(track).SampleTableBox())
+          .TimecodeSampleDescription(0);
+  QUIRVA::be32 sample{};
+  if (description == nullptr || tables.Chunks() == 0 || tables.SizeOf(0) < sizeof sample)
+    return std::nullopt;
+  const std::vector<unsigned char> bytes =
+      clip.Read(static_cast<long long>(tables.OffsetOfChunk(0)), sizeof sample);
+  if (bytes.size() < sizeof sample) return std::nullopt;
+  std::copy(bytes.begin(), bytes.end(), sample.bytes);
+  return ClipTimecode{sample & ~kSignBit,
+                      FramesOf(tables, reader.GetTimeScale(), *description->record),
+                      description->record->numberOfFrames};
+}
+
+}  // namespace
+
+OrderFacts OrderFactsOf(const ClipFile& clip) {
+  OrderFacts facts;
+  facts.file = IdentityOf(clip.Path());
+  MP4G::CMovieBox* movie = clip.Movie();
+  constexpr unsigned int kNoVolume = 0;
+  MP4G::CVireoMp4 camera(kNoVolume);
+  // Damage in the camera's boxes leaves what was read before it, as it does in a merge.
+  static_cast<void>(camera.ParseMovieBox(movie));
+  if (camera.timedate == MP4G::_tagSequenceTimedate{})
+    camera.timedate = MP4G::CVireoMp4::ObtainMovieBoxTimedate(movie);
+  if (!IsUnset(camera.timedate)) facts.date = camera.timedate;
+  if (camera.hasIDBox != 0) {
+    facts.id = camera.uniqueID;
+    facts.previous = camera.preID;
+    facts.next = camera.nextID;
+  }
+  for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(movie).Tracks()) {
+    if (MP4G::CTrackReader(track).GetSampleEntryType() != FourCc("tmcd")) continue;
+    facts.timecode = TimecodeOf(clip, track);
+    break;
+  }
+  return facts;
+}
+
+}  // namespace clipchain

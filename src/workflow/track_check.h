@@ -1,0 +1,12 @@
+// Whether a track fits the track that it is to continue.
+#pragma once
+
+#include <string>
+
+#include "workflow/match_check.h"
+
+namespace clipchain {
+
+void CheckTrackPair(const TrackPair& pair, const std::string& firstName, FileFindings& findings);
+
+}  // namespace clipchain

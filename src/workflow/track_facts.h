@@ -1,0 +1,31 @@
+// What is known of one track after its file was checked: all that remains when the boxes are gone.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "box/structural_boxes.h"
+#include "box/top_level_boxes.h"
+
+namespace clipchain {
+
+enum class MediaKind { kPicture, kSound, kOther };
+
+struct TrackFacts {
+  unsigned int id = 0;
+  unsigned int entryType = 0;  // of the first sample entry; 0 without one
+  MediaKind kind = MediaKind::kOther;
+  unsigned int timeScale = 0;  // ticks a second; 0 without a media header
+  std::uint64_t samples = 0;
+  std::uint64_t sampleTime = 0;     // of all samples together, in ticks
+  std::int64_t firstMediaTime = 0;  // where the first edit that shows anything begins, in ticks
+};
+
+TrackFacts FactsOf(MP4G::CTrackBox* track);
+
+// "track 2 (mp4a)", for messages.
+std::string TrackWords(const TrackFacts& facts);
+
+}  // namespace clipchain

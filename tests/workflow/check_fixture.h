@@ -1,0 +1,66 @@
+// Clips in a folder, checked; and what the check is held against: a real merge.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "foundation/com_ptr.h"
+#include "foundation/strings.h"
+#include "merge/live_merge.h"
+#include "support/movie_builder.h"
+#include "support/temp_dir.h"
+#include "workflow/check.h"
+
+namespace support {
+
+class CheckTest : public testing::Test {
+ protected:
+  std::string Put(const std::string& name, const Bytes& bytes) {
+    WriteFile(folder / name, bytes);
+    return (folder / name).string();
+  }
+  std::string Put(const std::string& name, const MovieBuilder& movie) {
+    return Put(name, movie.Build());
+  }
+
+  static clipchain::CheckReport CheckAll(const std::vector<std::string>& inputs) {
+    return clipchain::Check(inputs, {});
+  }
+
+  // The findings of that kind.
+  static clipchain::Findings Of(const clipchain::CheckReport& report, clipchain::Message message) {
+    clipchain::Findings found;
+    std::copy_if(report.findings.begin(), report.findings.end(), std::back_inserter(found),
+                 [message](const clipchain::Finding& f) { return f.message == message; });
+    return found;
+  }
+  static std::vector<std::string> NamesOf(const clipchain::CheckReport& report) {
+    std::vector<std::string> names;
+    for (const clipchain::Finding& finding : report.findings)
+      names.emplace_back(clipchain::MessageName(finding.message));
+    return names;
+  }
+  static bool IsRefused(const clipchain::CheckReport& report) {
+    return clipchain::HoldsUp(report.findings, true);
+  }
+
+  // Whether the engine merges the files.
+  HRESULT Merge(const std::vector<std::string>& inputs) {
+    QUIRVA::ComPtr<MP4G::IMp4LiveMerge> merge;
+    RETURN_IF_NOT_OK(
+        MP4G::CMp4LiveMerge_Factory::CreateInstance(MP4G::IID_IMp4LiveMerge, merge.Receive()));
+    RETURN_IF_NOT_OK(merge->SetOutputPath(QUIRVA::WidePathFromBytes(output).c_str()));
+    for (const std::string& input : inputs)
+      RETURN_IF_NOT_OK(merge->InputMp4File(QUIRVA::WidePathFromBytes(input).c_str()));
+    return merge->Finalize();
+  }
+
+  TempDir folder;
+  std::string output = (folder / "out.mp4").string();
+};
+
+}  // namespace support
