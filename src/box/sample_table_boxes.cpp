@@ -17,7 +17,7 @@ HRESULT CSampleDescriptionBox::SetDataImpl(const unsigned char*& in, unsigned in
   RETURN_IF(boxSize > 0xFFFFFFFF, E_PENDING);
   const auto* media = dynamic_cast<CMediaBox*>(GetAncestor(FourCc("mdia")));
   RETURN_IF(media == nullptr, E_BAD_DATA);
-  const auto* handler = dynamic_cast<CHandlerBox*>(media->GetChildBox(FourCc("hdlr"), 0));
+  const auto* handler = dynamic_cast<const CHandlerBox*>(media->HandlerChild());
   RETURN_IF(handler == nullptr, E_BAD_DATA);
 
   unsigned int left = static_cast<unsigned int>(boxSize) - consumed;
@@ -100,11 +100,18 @@ HRESULT CSampleSizeBox::SetDataImpl(const unsigned char*& in, unsigned int& rest
 
 HRESULT CSampleSizeBox::FixParamImpl() {
   if (record->sampleSize != 0) return S_OK;
-  const bool allEqual =
-      std::adjacent_find(entries.begin(), entries.end(), std::not_equal_to<>()) == entries.end();
-  if (allEqual && !entries.empty()) record->sampleSize = entries.front();
+  if (!entries.empty() && AllEqual()) record->sampleSize = entries.front();
   record->sampleCount = static_cast<unsigned int>(entries.size());
   return S_OK;
+}
+
+// A merge appends to the table again and again: neighbours that differed once mostly still do.
+bool CSampleSizeBox::AllEqual() {
+  const std::size_t count = entries.size();
+  if (differing_ + 1 < count && entries[differing_] != entries[differing_ + 1]) return false;
+  const auto pair = std::adjacent_find(entries.begin(), entries.end(), std::not_equal_to<>());
+  differing_ = static_cast<std::size_t>(pair - entries.begin());
+  return pair == entries.end();
 }
 
 HRESULT CSampleSizeBox::GetDataSizeImpl(long long* total) const {

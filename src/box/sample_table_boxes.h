@@ -106,6 +106,11 @@ class CSampleSizeBox : public CRecordBox<CFullBox, _tagSAMPLE_SIZE_BOX> {
   [[nodiscard]] HRESULT GetDataImpl(unsigned char*& out, unsigned int& rest) const override;
 
   QUIRVA::Table<unsigned int> entries;  // host order; empty in a box with one size for all
+
+ private:
+  bool AllEqual();
+
+  std::size_t differing_ = 0;  // where two neighbours were last seen to differ
 };
 
 struct _tagCOMPACT_SAMPLE_SIZE_BOX {

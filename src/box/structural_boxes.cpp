@@ -72,6 +72,27 @@ HRESULT PutText(unsigned char*& out, unsigned int& rest, const std::string& text
 
 }  // namespace
 
+HRESULT CMediaBox::SetDataImpl(const unsigned char*& in, unsigned int& rest) {
+  search_ = {};
+  isParsing_ = true;
+  const struct EndOfParsing {
+    ~EndOfParsing() { isParsing = false; }
+    bool& isParsing;
+  } endOfParsing{isParsing_};
+  return CListBox::SetDataImpl(in, rest);
+}
+
+const CBox* CMediaBox::HandlerChild() const {
+  if (!isParsing_) return GetChildBox(FourCc("hdlr"), 0);
+  auto child = search_.began ? std::next(search_.last) : children.begin();
+  for (; search_.found == nullptr && child != children.end(); ++child) {
+    search_.last = child;
+    search_.began = true;
+    if (*child != nullptr && (*child)->GetClassType() == FourCc("hdlr")) search_.found = *child;
+  }
+  return search_.found;
+}
+
 void CTrackReferenceTypeBox::Reset() { trackId = 0; }
 
 HRESULT CTrackReferenceTypeBox::SetDataImpl(const unsigned char*& in, unsigned int& rest) {

@@ -12,10 +12,28 @@ namespace MP4G {
 // Pure containers: each is a class of its own so that a dynamic cast tells them apart.
 class CTrackBox : public CListBox {};             // "trak" (ISO/IEC 14496-12, clause 8.3.1)
 class CTrackReferenceBox : public CListBox {};    // "tref" (clause 8.3.3)
-class CMediaBox : public CListBox {};             // "mdia" (clause 8.4.1)
 class CMediaInformationBox : public CListBox {};  // "minf" (clause 8.4.4)
 class CEditBox : public CListBox {};              // "edts" (clause 8.6.5)
 class CDataInformationBox : public CListBox {};   // "dinf" (clause 8.7.1)
+
+// "mdia" (clause 8.4.1).
+class CMediaBox : public CListBox {
+ public:
+  [[nodiscard]] HRESULT SetDataImpl(const unsigned char*& in, unsigned int& rest) override;
+  // The first child of class type "hdlr", or null.
+  const CBox* HandlerChild() const;
+
+ private:
+  // While this box is parsed its children only grow in number: each is looked at once, however many
+  // boxes below ask for the handler.
+  struct HandlerSearch {
+    std::list<CBox*>::const_iterator last;  // the last child that was looked at, if `began`
+    bool began = false;
+    const CBox* found = nullptr;
+  };
+  mutable HandlerSearch search_;
+  bool isParsing_ = false;
+};
 
 // "nmhd" (clause 8.4.5.2): media of a kind without a header of its own.
 class CNullMediaHeaderBox : public CFullBox {};

@@ -71,13 +71,18 @@ HRESULT CMp4Merge::MergeMovie(CMovieBox* first, CMovieBox* second) {
   for (CTrackBox* track : firstView.Tracks()) {
     const auto partner = freeTracks.First(CTrackReader(track).GetSampleEntryType());
     RETURN_IF(partner.track == nullptr, E_BAD_DATA);
-    RETURN_IF_NOT_OK(MergeTrack(track, partner.track));
+    RETURN_IF_NOT_OK(MergeTrackOf(
+        track != nullptr && track->parent == first ? firstHeader : nullptr, track, partner.track));
     freeTracks.Use(partner.id);
   }
   return S_OK;
 }
 
 HRESULT CMp4Merge::MergeTrack(CTrackBox* first, CTrackBox* second) {
+  return MergeTrackOf(nullptr, first, second);
+}
+
+HRESULT CMp4Merge::MergeTrackOf(const CMovieHeaderBox* movie, CTrackBox* first, CTrackBox* second) {
   const CTrackBox_wr firstView(first);
   const CTrackBox_wr secondView(second);
   CTrackHeaderBox* firstHeader = firstView.TrackHeaderBox();
@@ -97,7 +102,10 @@ HRESULT CMp4Merge::MergeTrack(CTrackBox* first, CTrackBox* second) {
   // inputs.
   CTrackReader reader(first);
   const long long mediaDuration = reader.GetMediaDuration();
-  RETURN_IF_NEGATIVE(reader.RewriteTrackDuration(reader.TrackTimeToMovieTime(mediaDuration)));
+  const long long movieDuration =
+      movie != nullptr ? reader.TrackTimeToMovieTime(mediaDuration, movie->recordA->timeScale)
+                       : reader.TrackTimeToMovieTime(mediaDuration);
+  RETURN_IF_NEGATIVE(reader.RewriteTrackDuration(movieDuration));
   const HRESULT tables = MergeSampleTable(firstView.SampleTableBox(), secondView.SampleTableBox());
   return tables == S_OK ? S_OK : MP4G_E_SAMPLE_TABLE;
 }

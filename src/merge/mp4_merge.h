@@ -9,6 +9,8 @@
 
 namespace MP4G {
 
+class CMovieHeaderBox;
+
 // Decides whether an input fits, moves its chunk offsets to where its media will lie, adds
 // durations, and appends the sample tables. Nothing is converted: an input that does not match is
 // refused. There is no undo, a refusal leaves the first tree partly changed.
@@ -66,6 +68,11 @@ class CMp4Merge {
                                                      CSampleDependencyTypeBox* second);
 
   long long nextMediaPos = 0;  // output position where the next input's media data will begin
+
+ private:
+  // MergeTrack for a track of the movie with that header; with null the header is looked for.
+  [[nodiscard]] HRESULT MergeTrackOf(const CMovieHeaderBox* movie, CTrackBox* first,
+                                     CTrackBox* second);
 };
 
 // A uniform sample size is spelled out up to this many entries, since its count is a number that no

@@ -90,8 +90,12 @@ HRESULT CTrackReader::ChangeSampleTableScale(unsigned int from, unsigned int to)
 bool CTrackReader::RestChunkExist() const { return SampleTableOf(track).RestChunkExist(); }
 
 long long CTrackReader::TrackTimeToMovieTime(long long time) const {
+  return TrackTimeToMovieTime(time, MovieTimeScaleOf(track));
+}
+
+long long CTrackReader::TrackTimeToMovieTime(long long time, unsigned int movieScale) const {
   const unsigned int trackScale = GetTimeScale();
-  return trackScale != 0 ? RescaledSigned(time, trackScale, MovieTimeScaleOf(track)) : 0;
+  return trackScale != 0 ? RescaledSigned(time, trackScale, movieScale) : 0;
 }
 
 long long CTrackReader::MovieTimeToTrackTime(long long time) const {

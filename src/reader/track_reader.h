@@ -44,8 +44,10 @@ class CTrackReader {
   bool RestChunkExist() const;
 
   // Between the scales of the track and of the movie that holds it: multiplied first, truncated,
-  // wrapping at 64 bits. 0 if either scale is 0.
+  // wrapping at 64 bits. 0 if either scale is 0. Who has the movie's scale at hand spares the
+  // search for it.
   long long TrackTimeToMovieTime(long long time) const;
+  long long TrackTimeToMovieTime(long long time, unsigned int movieScale) const;
   long long MovieTimeToTrackTime(long long time) const;
 
   // Gives the media another time scale: "mdhd", the media times of the edits, and the sample table.

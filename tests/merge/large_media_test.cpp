@@ -106,7 +106,8 @@ TEST_F(LargeMedia, TheSumDecidesTheHeaderAtEachBoundary) {
 }
 
 TEST_F(LargeMedia, OffsetsReturnTo32BitsUpToTheLastOneThatFits) {
-  for (const bool fits : {true, false}) {
+  for (const int beyond : {0, 1, 2}) {
+    const bool fits = beyond == 0;
     MovieBuilder first = Clip(10, 1);
     MovieBuilder last = Clip(10, 2);
     // One chunk per track, so that the last track's only chunk decides.
@@ -115,7 +116,7 @@ TEST_F(LargeMedia, OffsetsReturnTo32BitsUpToTheLastOneThatFits) {
       clip->tracks[0].samplesPerChunk = 10;
     }
     ASSERT_OK(Input(first.Build()));
-    GrowMediaTo(0xFFFFFFFF - merge->core->writer->mediaDataPos + (fits ? 0 : 1));
+    GrowMediaTo(0xFFFFFFFF - merge->core->writer->mediaDataPos + beyond);
     ASSERT_OK(Input(last.Build()));
     ASSERT_OK(merge->Finalize());
     CMp4File result;
@@ -126,6 +127,9 @@ TEST_F(LargeMedia, OffsetsReturnTo32BitsUpToTheLastOneThatFits) {
     EXPECT_EQ(!fits, table.ChunkLargeOffsetBox() != nullptr);
     if (fits) {
       EXPECT_EQ(0xFFFFFFFFu, table.ChunkOffsetBox()->entries.back());
+    } else {
+      EXPECT_EQ(0xFFFFFFFFull + static_cast<unsigned int>(beyond),
+                table.ChunkLargeOffsetBox()->entries.back());
     }
   }
 }
