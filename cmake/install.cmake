@@ -20,6 +20,24 @@ install(
   PATTERN *_json.h EXCLUDE)
 if(TARGET clipchain_tool)
   install(TARGETS clipchain_tool RUNTIME COMPONENT tool)
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/manual/man1 DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT tool)
+  install(
+    FILES ${PROJECT_BINARY_DIR}/manual/clipchain.bash
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+    RENAME clipchain
+    COMPONENT tool)
+  install(
+    FILES ${PROJECT_BINARY_DIR}/manual/clipchain.fish
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+    COMPONENT tool)
+  # Where Debian's zsh looks below /usr, and any zsh below its own prefix.
+  if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set(zsh_folder vendor-completions)
+  else()
+    set(zsh_folder site-functions)
+  endif()
+  install(FILES ${PROJECT_BINARY_DIR}/manual/_clipchain
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/${zsh_folder} COMPONENT tool)
 endif()
 
 # For CMake: find_package(clipchain).

@@ -9,19 +9,26 @@
 #include <system_error>
 
 #include "clipchain/commands.h"
+#include "clipchain/help_text.h"
 
 namespace clipchain {
+
+void AddCommands(CLI::App& tool, int& exitCode) {
+  tool.set_help_flag("-h,--help", "Print this help and exit");
+  tool.set_version_flag("--version", "clipchain " CLIPCHAIN_VERSION, "Print the version and exit");
+  tool.require_subcommand(1);
+  AddMergeCommand(tool, exitCode);
+  AddSequencesCommand(tool, exitCode);
+  AddInfoCommand(tool, exitCode);
+  AddHelp(tool);
+}
 
 namespace {
 
 int Run(int argc, const char* const* argv) {
   int exitCode = kDone;
-  CLI::App tool("Puts the clips of one recording together, without re-encoding.", "clipchain");
-  tool.set_version_flag("--version", "clipchain " CLIPCHAIN_VERSION);
-  tool.require_subcommand(1);
-  AddMergeCommand(tool, exitCode);
-  AddSequencesCommand(tool, exitCode);
-  AddInfoCommand(tool, exitCode);
+  CLI::App tool(kToolText, "clipchain");
+  AddCommands(tool, exitCode);
   try {
     tool.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

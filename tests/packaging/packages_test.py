@@ -28,7 +28,15 @@ EXPECTED = {
     ],
 }
 if "with-tool" in sys.argv:
-    EXPECTED["clipchain"] = ["usr/bin/clipchain", "doc/clipchain/copyright"]
+    EXPECTED["clipchain"] = [
+        "usr/bin/clipchain",
+        "doc/clipchain/copyright",
+        "man/man1/clipchain.1",
+        "man/man1/clipchain-merge.1",
+        "bash-completion/completions/clipchain",
+        "fish/vendor_completions.d/clipchain.fish",
+        "/_clipchain",
+    ]
 
 
 def field(package, name):
