@@ -18,24 +18,31 @@ std::string PlaceText(const Finding& finding) {
   return text.empty() ? "" : ": " + text;
 }
 
+std::string SeverityWord(Severity severity, const Paint& paint) {
+  const Colour colour = severity == Severity::kNote      ? Colour::kNote
+                        : severity == Severity::kWarning ? Colour::kWarning
+                                                         : Colour::kBad;
+  return paint(colour, std::string(SeverityName(severity)) + ':');
+}
+
 Json TextOrNull(const std::string& text) { return text.empty() ? Json() : Json(text); }
 
 }  // namespace
 
-std::string FindingText(const Finding& finding) {
+std::string FindingText(const Finding& finding, const Paint& paint) {
   const std::string path = finding.path.empty() ? "" : Shown(finding.path) + ' ';
   const std::string code =
       finding.result == S_OK ? "" : fmt::format(", {}", ResultName(finding.result));
   std::string text =
-      fmt::format("{}: {}{}{} ({}{})\n", SeverityName(finding.severity), path, finding.text,
+      fmt::format("{} {}{}{} ({}{})\n", SeverityWord(finding.severity, paint), path, finding.text,
                   PlaceText(finding), MessageName(finding.message), code);
   if (!finding.remedy.empty()) text += fmt::format("  {}\n", finding.remedy);
   return text;
 }
 
-std::string FindingsText(const Findings& findings) {
+std::string FindingsText(const Findings& findings, const Paint& paint) {
   std::string text;
-  for (const Finding& finding : findings) text += FindingText(finding);
+  for (const Finding& finding : findings) text += FindingText(finding, paint);
   return text;
 }
 

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "clipchain/paint.h"
 #include "workflow/clip_json.h"
 #include "workflow/finding.h"
 
@@ -10,10 +11,10 @@ namespace clipchain {
 
 // "error: a.mp4 is too short: moov/trak[0]/mdia at byte 40 (media-cut-off, E_BAD_DATA)", and the
 // remedy on a line of its own, further in. Each line ends with a line feed.
-std::string FindingText(const Finding& finding);
+std::string FindingText(const Finding& finding, const Paint& paint = {});
 
 // The same of all of them.
-std::string FindingsText(const Findings& findings);
+std::string FindingsText(const Findings& findings, const Paint& paint = {});
 
 // The same for programs; docs/json.md has the fields.
 Json FindingJson(const Finding& finding);

@@ -48,8 +48,10 @@ int Run(const SequencesOptions& options) {
     if (!why.empty()) return FailPage(options.html, why);
   }
   const ScanReport report = Scan(found.volumes, options.scan);
-  const auto print = options.json ? SequencesJson : SequencesTable;
-  std::fputs(print(found, report, options.scan).c_str(), stdout);
+  const std::string text = options.json
+                               ? SequencesJson(found, report, options.scan)
+                               : SequencesTable(found, report, options.scan, Paint(stdout));
+  std::fputs(text.c_str(), stdout);
   if (!options.html.empty()) {
     const std::string why =
         WriteTextFile(options.html, HtmlReport(found, report, options.scan), options.overwrite);

@@ -29,9 +29,10 @@ void AddVolumes(const FoundClips& found, std::string& text) {
   text += '\n';
 }
 
-void AddRejected(const FoundClips& found, const ScanReport& report, std::string& text) {
+void AddRejected(const FoundClips& found, const ScanReport& report, const Paint& paint,
+                 std::string& text) {
   if (found.unreadable.empty() && report.rejected.empty()) return;
-  text += "not registered:\n";
+  text += paint(Colour::kBad, "not registered:") + '\n';
   for (const UnreadablePath& path : found.unreadable) {
     text += fmt::format("  {} {}\n", Shown(path.path), path.reason);
   }
@@ -127,7 +128,7 @@ Json RejectedJson(const FoundClips& found, const ScanReport& report) {
 }  // namespace
 
 std::string SequencesTable(const FoundClips& found, const ScanReport& report,
-                           const ScanOptions& options) {
+                           const ScanOptions& options, const Paint& paint) {
   std::string text;
   AddVolumes(found, text);
   if (report.sequences.empty()) {
@@ -138,16 +139,18 @@ std::string SequencesTable(const FoundClips& found, const ScanReport& report,
   }
   std::size_t number = 0;
   for (const SequenceReport& sequence : report.sequences) {
-    text +=
-        fmt::format("{:>4}  {:19}  {:>5}  {:17}  {}\n", ++number, DateWords(sequence.date),
-                    sequence.clips.size(), StateWords(sequence.closedAtHead, sequence.closedAtTail),
-                    NumberList(sequence.volumes));
+    const bool complete = sequence.closedAtHead && sequence.closedAtTail;
+    const char* const words = StateWords(sequence.closedAtHead, sequence.closedAtTail);
+    text += fmt::format(
+        "{:>4}  {:19}  {:>5}  {}  {}\n", ++number, DateWords(sequence.date), sequence.clips.size(),
+        paint(complete ? Colour::kGood : Colour::kWarning, fmt::format("{:17}", words)),
+        NumberList(sequence.volumes));
     for (const SequenceClip& clip : sequence.clips) {
       text += fmt::format("      {}\n", Shown(clip.path));
     }
   }
   AddSteps(report, options, text);
-  AddRejected(found, report, text);
+  AddRejected(found, report, paint, text);
   return text;
 }
 

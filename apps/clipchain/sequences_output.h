@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "clipchain/paint.h"
 #include "workflow/clip_search.h"
 #include "workflow/sequence_scan.h"
 
@@ -10,7 +11,7 @@ namespace clipchain {
 
 // A table with a row for each sequence and its files below it, then what could not be registered.
 std::string SequencesTable(const FoundClips& found, const ScanReport& report,
-                           const ScanOptions& options);
+                           const ScanOptions& options, const Paint& paint);
 
 // The same for programs; docs/json.md has the fields.
 std::string SequencesJson(const FoundClips& found, const ScanReport& report,

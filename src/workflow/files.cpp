@@ -24,13 +24,18 @@ std::string ErrorText(int error) { return std::generic_category().message(error)
 
 std::string Shown(const std::string& path) {
   std::string text;
+  bool leads = false;  // whether the byte before may begin one of the controls U+0080 to U+009F
   for (const char c : path) {
     const unsigned char byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7F) {
+    if (leads && byte >= 0x80 && byte < 0xA0) {
+      text.pop_back();
+      text += fmt::format("\\xC2\\x{:02X}", byte);
+    } else if (byte < 0x20 || byte == 0x7F) {
       text += fmt::format("\\x{:02X}", byte);
     } else {
       text += c;
     }
+    leads = byte == 0xC2;
   }
   return text;
 }

@@ -6,7 +6,8 @@
 
 namespace clipchain {
 
-// The path as it can be printed: control characters appear as \xNN, other bytes as they are.
+// The path as it can be printed: the bytes of control characters appear as \xNN, others as they
+// are.
 std::string Shown(const std::string& path);
 
 // The path as the engine takes it.

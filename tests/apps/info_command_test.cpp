@@ -178,3 +178,27 @@ TEST_F(InfoCommand, RefusesWhatIsNoClip) {
   clip.pop_back();
   expectRefused(Put(clip), "is no MP4 clip, or is damaged");
 }
+
+TEST_F(InfoCommand, TakesPathsOfAnyBytes) {
+  for (const char* name :
+       {"caf\xC3\xA9 \xF0\x9F\x8E\xA5.mp4", "\xFF\xFE \xC3.mp4", "-x.mp4", "a\nb"}) {
+    SCOPED_TRACE(name);
+    const std::string path = (folder / name).string();
+    support::WriteFile(path, support::TinyClip(support::ChainLink(1, 1)));
+    const Finished run = Tool({"info", path});
+    EXPECT_EQ(0, run.exitCode);
+    EXPECT_EQ("", run.err);
+  }
+  const std::string odd = (folder / "\xFF\xFE \xC3.mp4").string();
+  EXPECT_EQ(0u, Tool({"info", odd}).out.find(odd + '\n'));
+  std::string digits;
+  for (const char c : odd) {
+    char pair[3];
+    std::snprintf(pair, sizeof pair, "%02x", static_cast<unsigned char>(c));
+    digits += pair;
+  }
+  EXPECT_EQ(digits, Json({odd})["path_bytes"]);
+  EXPECT_THAT(Tool({"info", (folder / "\xFF absent").string()}).err,
+              HasSubstr("\xFF absent can't be read: there is no such file\n"));
+  EXPECT_FALSE(Json({(folder / "a\nb").string()}).contains("path_bytes"));
+}

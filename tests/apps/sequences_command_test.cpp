@@ -323,3 +323,31 @@ TEST_F(SequencesCommand, SaysWhyAPageCannotBeWritten) {
                 At("absent") + "\n",
             run.err);
 }
+
+// Colours are for people who see them and want them.
+TEST_F(SequencesCommand, PaintsForATerminalAlone) {
+  PutChain("1.mp4", 1, 1);
+  PutChain("2.mp4", 1, 2, 10);
+  const auto shown = [this](const std::string& colour, const std::string& terminal) {
+    return support::RunOnTerminal({"env", "NO_COLOR=" + colour, "TERM=" + terminal,
+                                   CLIPCHAIN_TOOL_PATH, "sequences", folder.path()})
+        .out;
+  };
+  EXPECT_THAT(shown("", "xterm"), HasSubstr("\x1B[32mcomplete         \x1B[0m"));
+  EXPECT_THAT(shown("", "xterm"), HasSubstr("\x1B[33mopen at tail     \x1B[0m"));
+  EXPECT_THAT(shown("1", "xterm"), Not(HasSubstr("\x1B")));
+  EXPECT_THAT(shown("", "dumb"), Not(HasSubstr("\x1B")));
+  EXPECT_THAT(shown("", ""), Not(HasSubstr("\x1B")));
+  EXPECT_THAT(Sequences({folder.path()}).out, Not(HasSubstr("\x1B")));
+}
+
+TEST_F(SequencesCommand, ShowsAPathThatCouldTakeOverATerminalOrAPage) {
+  const std::string name = "\x1B]0;owned\x07<script>\xC3.mp4";
+  PutChain(name, 1, 1);
+  EXPECT_EQ(0, Sequences({folder.path(), "--html", At("page.html")}).exitCode);
+  EXPECT_THAT(Sequences({folder.path()}).out, HasSubstr("\\x1B]0;owned\\x07<script>\xC3.mp4"));
+  const Bytes bytes = support::ReadFile(At("page.html"));
+  const std::string page(bytes.begin(), bytes.end());
+  EXPECT_THAT(page, HasSubstr("<bdi>\\x1B]0;owned\\x07&lt;script&gt;\\xC3.mp4</bdi>"));
+  EXPECT_THAT(page, Not(HasSubstr("<script>")));
+}

@@ -12,6 +12,14 @@ using support::TempDir;
 using support::Text;
 using support::WriteFile;
 
+TEST(ShownPath, ShowsControlsOfTwoBytes) {
+  EXPECT_EQ("\\xC2\\x9B31m", Shown("\xC2\x9B"
+                                   "31m"));
+  EXPECT_EQ("\\xC2\\x80\xC2\xA0\xC3\x80", Shown("\xC2\x80\xC2\xA0\xC3\x80"));
+  EXPECT_EQ("\xC2", Shown("\xC2"));
+  EXPECT_EQ("\xC2\\xC2\\x9F", Shown("\xC2\xC2\x9F"));
+}
+
 TEST(ShownPath, KeepsBytesThatPrint) {
   EXPECT_EQ("a b/\xC3\xA4\xFF.mp4", Shown("a b/\xC3\xA4\xFF.mp4"));
 }
