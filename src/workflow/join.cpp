@@ -1,0 +1,184 @@
+#include "workflow/join.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <new>
+#include <system_error>
+#include <utility>
+
+#include "workflow/files.h"
+#include "workflow/verify.h"
+
+namespace clipchain {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+std::string ErrorText(int error) { return std::generic_category().message(error); }
+
+// A file to read; without waiting for whoever writes to a pipe of that name.
+struct OpenFile {
+  explicit OpenFile(const std::string& path)
+      : descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
+  ~OpenFile() {
+    if (descriptor >= 0) ::close(descriptor);
+  }
+  OpenFile(const OpenFile&) = delete;
+  OpenFile& operator=(const OpenFile&) = delete;
+
+  const int descriptor;  // negative if the file can't be opened
+};
+
+// One run over all jobs.
+class Joining {
+ public:
+  Joining(const JoinPlan& plan, const JoinOptions& options)
+      : plan_(plan), options_(options), full_(options.verification == Verification::kFull) {
+    for (const Job& job : plan.jobs) {
+      if (job.leftOut != LeftOut::kNo) continue;
+      ++step_.jobs;
+      step_.total += WorkOf(job);
+    }
+  }
+
+  JoinReport Run() {
+    for (const Job& job : plan_.jobs) {
+      const Clock::time_point start = Clock::now();
+      JobReport& report = report_.jobs.emplace_back();
+      report.findings = job.findings;
+      RunJob(job, report);
+      report.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    }
+    return std::move(report_);
+  }
+
+ private:
+  void RunJob(const Job& job, JobReport& report) {
+    if (job.leftOut != LeftOut::kNo) {
+      report.outcome = Outcome::kLeftOut;
+      return;
+    }
+    ++step_.job;
+    if (Tell(MergeStep::Phase::kChecking, 0)) {
+      try {
+        report.outcome = Exists(job.output) ? Compare(job, report) : Merge(job, report);
+      } catch (const std::bad_alloc&) {
+        report.outcome = Outcome::kFailed;
+        report.findings.push_back(
+            MakeFinding(Message::kOutOfMemory, job.output, "needs more memory than there is"));
+      }
+    }
+    step_.current += WorkOf(job);
+  }
+
+  Outcome Compare(const Job& job, JobReport& report) {
+    const Findings faults =
+        options_.verify(job, options_.verification, [&](long long current, long long) {
+          return Tell(MergeStep::Phase::kVerifying, Verified(job, current));
+        });
+    if (report_.stopped) return Outcome::kNotRun;
+    report.size = FileSize(job.output);
+    if (faults.empty()) return Outcome::kAlready;
+    report.findings.push_back(
+        MakeFinding(Message::kOutputDiffers, job.output,
+                    "is there already, but is not what its clips give together; it stays as it is",
+                    "look at it, then rename or remove it and join again"));
+    report.findings.insert(report.findings.end(), faults.begin(), faults.end());
+    return Outcome::kFailed;
+  }
+
+  Outcome Merge(const Job& job, JobReport& report) {
+    const std::string folder = std::filesystem::path(job.output).parent_path().string();
+    if (const auto fault = folder.empty() ? std::nullopt : MakeFolder(folder)) {
+      report.findings.push_back(*fault);
+      return Outcome::kFailed;
+    }
+    SafeMergeOptions options;
+    options.output = job.output;
+    options.force = options_.force;
+    options.verification = options_.verification;
+    options.memoryLimit = options_.memoryLimit;
+    options.progress = [&](const MergeStep& step) { return Tell(step.phase, DoneOf(job, step)); };
+    const SafeMergeReport merged = options_.merge(job.inputs, options);
+    report.findings.insert(report.findings.end(), merged.findings.begin(), merged.findings.end());
+    report.size = merged.size;
+    return merged.done ? Outcome::kMerged : Outcome::kFailed;
+  }
+
+  // Bytes to copy, and to read back where that is asked for.
+  long long WorkOf(const Job& job) const { return full_ ? 2 * job.size : job.size; }
+  long long Verified(const Job& job, long long current) const {
+    return full_ ? job.size + std::min(current, job.size) : job.size;
+  }
+  long long DoneOf(const Job& job, const MergeStep& step) const {
+    switch (step.phase) {
+      case MergeStep::Phase::kChecking:
+        return 0;
+      case MergeStep::Phase::kCopying:
+        return std::min(step.current, job.size);
+      case MergeStep::Phase::kVerifying:
+        return Verified(job, step.current);
+      default:
+        return job.size;
+    }
+  }
+
+  // Whether to go on.
+  bool Tell(MergeStep::Phase phase, long long current) {
+    JoinStep step = step_;
+    step.phase = phase;
+    step.current += current;
+    if (!report_.stopped && options_.progress) report_.stopped = !options_.progress(step);
+    return !report_.stopped;
+  }
+
+  const JoinPlan& plan_;
+  const JoinOptions& options_;
+  const bool full_;
+  JoinStep step_{};
+  JoinReport report_;
+};
+
+}  // namespace
+
+std::string_view OutcomeName(Outcome outcome) {
+  constexpr std::string_view kNames[] = {"merged", "already there", "failed", "left out",
+                                         "not run"};
+  return kNames[static_cast<std::size_t>(outcome)];
+}
+
+Findings VerifyOutput(const Job& job, Verification verification, const VerifyProgress& progress) {
+  const OpenFile file(job.output);
+  if (file.descriptor < 0)
+    return {MakeFinding(Message::kResultDamaged, job.output, "can't be read: " + ErrorText(errno))};
+  struct stat status;
+  if (::fstat(file.descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+    return {MakeFinding(Message::kResultDamaged, job.output, "is no regular file")};
+  const bool everyByte = verification == Verification::kFull;
+  return Verify({job.inputs, job.output, file.descriptor, everyByte, progress});
+}
+
+JoinReport Join(const JoinPlan& plan, const JoinOptions& options) {
+  return Joining(plan, options).Run();
+}
+
+std::optional<Finding> MakeFolder(const std::string& path) {
+  const int error = ::mkdir(path.c_str(), 0777) == 0 ? 0 : errno;
+  struct stat status;
+  const bool isFolder = ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+  if (isFolder) return std::nullopt;
+  const bool taken = error == 0 || error == EEXIST;
+  return MakeFinding(Message::kFolderUnusable, path,
+                     taken ? "is no folder" : "can't be created: " + ErrorText(error),
+                     taken ? "choose another name" : "create the folder that it lies in first");
+}
+
+}  // namespace clipchain

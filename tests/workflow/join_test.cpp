@@ -1,0 +1,298 @@
+#include "workflow/join.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <map>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "support/movie_builder.h"
+#include "support/movie_oracle.h"
+#include "support/temp_dir.h"
+
+namespace clipchain {
+namespace {
+
+namespace fs = std::filesystem;
+using support::Bytes;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using Paths = std::vector<std::string>;
+using Phase = MergeStep::Phase;
+
+class JoiningSequences : public testing::Test {
+ protected:
+  std::string At(const std::string& name) const { return (folder / name).string(); }
+  std::string Put(const std::string& name, const Bytes& bytes) const {
+    support::WriteFile(folder / name, bytes);
+    return At(name);
+  }
+  // A job of two small clips that are there.
+  void Add(const std::string& output, LeftOut leftOut = LeftOut::kNo) {
+    Job job;
+    for (int i = 0; i < 2; ++i) {
+      const std::string name = std::to_string(2 * plan.jobs.size() + i) + ".mp4";
+      job.inputs.push_back(Put(name, support::Clip(8, static_cast<unsigned char>(++seed)).Build()));
+      job.size += static_cast<long long>(fs::file_size(job.inputs.back()));
+    }
+    job.output = At(output);
+    job.leftOut = leftOut;
+    plan.jobs.push_back(job);
+  }
+  // Merges do what `outcome` says of the output, by its name, or succeed.
+  void Script(std::map<std::string, bool> outcome = {}) {
+    options.merge = [this, outcome](const Paths&, const SafeMergeOptions& merge) {
+      const std::string name = fs::path(merge.output).filename();
+      merged.push_back(name);
+      SafeMergeReport result;
+      const auto entry = outcome.find(name);
+      result.done = entry == outcome.end() || entry->second;
+      result.size = result.done ? 17 : 0;
+      result.findings.push_back(MakeFinding(Message::kInputRefused, name, "said by the merge"));
+      return result;
+    };
+  }
+  std::vector<Outcome> Outcomes() {
+    report = Join(plan, options);
+    std::vector<Outcome> outcomes;
+    for (const JobReport& job : report.jobs) outcomes.push_back(job.outcome);
+    return outcomes;
+  }
+
+  support::TempDir folder;
+  JoinPlan plan;
+  JoinOptions options;
+  JoinReport report;
+  Paths merged;
+  unsigned int seed = 0;
+};
+
+TEST_F(JoiningSequences, DoesNothingWithoutAny) {
+  EXPECT_THAT(Outcomes(), ElementsAre());
+  EXPECT_FALSE(report.stopped);
+}
+
+TEST_F(JoiningSequences, MergesThoseThatAreNotLeftOut) {
+  Add("a");
+  Add("b", LeftOut::kSingle);
+  Add("c");
+  plan.jobs[1].findings.push_back(MakeFinding(Message::kClipUnidentified, "b", "said by the plan"));
+  plan.jobs[2].findings.push_back(MakeFinding(Message::kClipUnidentified, "c", "said by the plan"));
+  Script();
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kMerged, Outcome::kLeftOut, Outcome::kMerged));
+  EXPECT_THAT(merged, ElementsAre("a", "c"));
+  EXPECT_EQ(17, report.jobs[0].size);
+  EXPECT_GE(report.jobs[0].seconds, 0);
+  ASSERT_EQ(1u, report.jobs[1].findings.size());
+  EXPECT_EQ("said by the plan", report.jobs[1].findings[0].text);
+  ASSERT_EQ(2u, report.jobs[2].findings.size());
+  EXPECT_EQ("said by the plan", report.jobs[2].findings[0].text);
+  EXPECT_EQ("said by the merge", report.jobs[2].findings[1].text);
+}
+
+TEST_F(JoiningSequences, GoesOnBehindAFailure) {
+  Add("a");
+  Add("b");
+  Add("c");
+  Script({{"b", false}});
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kMerged, Outcome::kFailed, Outcome::kMerged));
+  EXPECT_EQ("said by the merge", report.jobs[1].findings.at(0).text);
+}
+
+TEST_F(JoiningSequences, GoesOnWhereMemoryWasTooSmallForOne) {
+  Add("a");
+  Add("b");
+  Script();
+  const auto merge = options.merge;
+  options.merge = [merge](const Paths& inputs, const SafeMergeOptions& job) {
+    if (fs::path(job.output).filename() == "a") throw std::bad_alloc();
+    return merge(inputs, job);
+  };
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kFailed, Outcome::kMerged));
+  EXPECT_EQ(Message::kOutOfMemory, report.jobs[0].findings.at(0).message);
+}
+
+TEST_F(JoiningSequences, HandsItsOptionsToTheMerge) {
+  Add("a");
+  options.force = true;
+  options.verification = Verification::kFull;
+  options.memoryLimit = 12345;
+  SafeMergeOptions seen;
+  options.merge = [&seen](const Paths&, const SafeMergeOptions& merge) {
+    seen = merge;
+    return SafeMergeReport{};
+  };
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kFailed));
+  EXPECT_EQ(At("a"), seen.output);
+  EXPECT_FALSE(seen.overwrite);
+  EXPECT_TRUE(seen.force);
+  EXPECT_EQ(Verification::kFull, seen.verification);
+  EXPECT_EQ(12345, seen.memoryLimit);
+}
+
+TEST_F(JoiningSequences, CountsTheBytesOfAllJobs) {
+  Add("a");
+  Add("b", LeftOut::kSingle);
+  Add("c");
+  options.merge = [](const Paths&, const SafeMergeOptions& merge) {
+    for (const Phase phase :
+         {Phase::kChecking, Phase::kCopying, Phase::kVerifying, Phase::kFlushing})
+      EXPECT_TRUE(merge.progress({phase, 0, 10, 20}));
+    return SafeMergeReport{};
+  };
+  std::vector<JoinStep> steps;
+  options.progress = [&steps](const JoinStep& step) {
+    steps.push_back(step);
+    return true;
+  };
+  static_cast<void>(Outcomes());
+  const long long first = plan.jobs[0].size;
+  const long long total = first + plan.jobs[2].size;
+  const long long expected[] = {0, 0, 10, first, first, first, first, first + 10, total, total};
+  ASSERT_EQ(std::size(expected), steps.size());
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    EXPECT_EQ(expected[i], steps[i].current) << i;
+    EXPECT_EQ(total, steps[i].total);
+    EXPECT_EQ(i < 5 ? 1u : 2u, steps[i].job);
+    EXPECT_EQ(2u, steps[i].jobs);
+  }
+  EXPECT_EQ(Phase::kChecking, steps[0].phase);
+  EXPECT_EQ(Phase::kCopying, steps[2].phase);
+
+  steps.clear();
+  options.verification = Verification::kFull;
+  static_cast<void>(Outcomes());
+  const long long full[] = {0, 0, 10, first + 10, first};
+  for (std::size_t i = 0; i < std::size(full); ++i) EXPECT_EQ(full[i], steps[i].current) << i;
+  EXPECT_EQ(2 * total, steps[0].total);
+}
+
+TEST_F(JoiningSequences, StopsWhenItIsTold) {
+  Add("a");
+  Add("b");
+  Add("c", LeftOut::kSingle);
+  Add("d");
+  options.merge = [this](const Paths&, const SafeMergeOptions& merge) {
+    merged.push_back(fs::path(merge.output).filename());
+    SafeMergeReport result;
+    result.done = merge.progress({Phase::kCopying, 0, 10, 20});
+    return result;
+  };
+  options.progress = [](const JoinStep& step) {
+    return step.job < 2 || step.phase != Phase::kCopying;
+  };
+  EXPECT_THAT(Outcomes(),
+              ElementsAre(Outcome::kMerged, Outcome::kFailed, Outcome::kLeftOut, Outcome::kNotRun));
+  EXPECT_THAT(merged, ElementsAre("a", "b"));
+  EXPECT_TRUE(report.stopped);
+}
+
+TEST_F(JoiningSequences, CreatesTheLastFolderAlone) {
+  Add("new/a");
+  Add("absent/folder/b");
+  Add("0.mp4/c");
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kMerged, Outcome::kFailed, Outcome::kFailed));
+  EXPECT_TRUE(fs::exists(At("new/a")));
+  EXPECT_FALSE(fs::exists(At("absent")));
+  const Finding& absent = report.jobs[1].findings.at(0);
+  EXPECT_EQ(Message::kFolderUnusable, absent.message);
+  EXPECT_EQ(At("absent/folder"), absent.path);
+  EXPECT_EQ("can't be created: No such file or directory", absent.text);
+  const Finding& file = report.jobs[2].findings.at(0);
+  EXPECT_EQ(At("0.mp4"), file.path);
+  EXPECT_EQ("is no folder", file.text);
+}
+
+TEST_F(JoiningSequences, MergesForGood) {
+  Add("out.mp4");
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kMerged));
+  const support::OracleMovie movie = support::ReadMovie(support::ReadFile(folder / "out.mp4"));
+  std::vector<support::OracleSample> samples;
+  for (const std::string& input : plan.jobs[0].inputs) {
+    const auto track = support::ReadMovie(support::ReadFile(input)).tracks[0];
+    samples.insert(samples.end(), track.samples.begin(), track.samples.end());
+  }
+  EXPECT_EQ(samples, movie.tracks[0].samples);
+  EXPECT_EQ(static_cast<long long>(fs::file_size(folder / "out.mp4")), report.jobs[0].size);
+}
+
+TEST_F(JoiningSequences, PassesOverWhatIsDone) {
+  Add("out.mp4");
+  ASSERT_THAT(Outcomes(), ElementsAre(Outcome::kMerged));
+  const auto written = fs::last_write_time(folder / "out.mp4");
+  Script();
+  for (const Verification verification : {Verification::kSeams, Verification::kFull}) {
+    options.verification = verification;
+    EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kAlready));
+    EXPECT_TRUE(report.jobs[0].findings.empty());
+    EXPECT_EQ(static_cast<long long>(fs::file_size(folder / "out.mp4")), report.jobs[0].size);
+  }
+  EXPECT_THAT(merged, ElementsAre());
+  EXPECT_EQ(written, fs::last_write_time(folder / "out.mp4"));
+}
+
+TEST_F(JoiningSequences, NeverReplacesAnotherFile) {
+  Add("out.mp4");
+  Add("next.mp4");
+  ASSERT_THAT(Outcomes(), ElementsAre(Outcome::kMerged, Outcome::kMerged));
+  Bytes damaged = support::ReadFile(folder / "out.mp4");
+  damaged.resize(damaged.size() - 1);
+  Put("out.mp4", damaged);
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kFailed, Outcome::kAlready));
+  ASSERT_LE(2u, report.jobs[0].findings.size());
+  const Finding& finding = report.jobs[0].findings[0];
+  EXPECT_EQ(Message::kOutputDiffers, finding.message);
+  EXPECT_EQ(At("out.mp4"), finding.path);
+  EXPECT_THAT(finding.text, HasSubstr("it stays as it is"));
+  EXPECT_EQ(damaged, support::ReadFile(folder / "out.mp4"));
+}
+
+TEST_F(JoiningSequences, TakesTheResultOfFewerClipsForAnotherFile) {
+  Add("out.mp4");
+  const std::string second = plan.jobs[0].inputs[1];
+  plan.jobs[0].inputs.pop_back();
+  ASSERT_THAT(Outcomes(), ElementsAre(Outcome::kMerged));
+  plan.jobs[0].inputs.push_back(second);
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kFailed));
+}
+
+TEST_F(JoiningSequences, NeitherWaitsForAPipeNorFollowsALinkToNowhere) {
+  Add("pipe");
+  Add("link");
+  Add("folder");
+  ASSERT_EQ(0, ::mkfifo(At("pipe").c_str(), 0600));
+  fs::create_symlink("nowhere", At("link"));
+  fs::create_directory(At("folder"));
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kFailed, Outcome::kFailed, Outcome::kFailed));
+  EXPECT_EQ("is no regular file", report.jobs[0].findings.at(1).text);
+  EXPECT_THAT(report.jobs[1].findings.at(1).text, HasSubstr("can't be read: No such file"));
+  EXPECT_EQ("is no regular file", report.jobs[2].findings.at(1).text);
+  EXPECT_FALSE(fs::exists(At("nowhere")));
+}
+
+TEST_F(JoiningSequences, StopsInAVerification) {
+  Add("0.mp4");
+  Add("b");
+  options.verify = [](const Job&, Verification, const VerifyProgress& progress) {
+    EXPECT_FALSE(progress(1, 2));
+    return Findings{};
+  };
+  options.progress = [](const JoinStep& step) { return step.phase != Phase::kVerifying; };
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kNotRun, Outcome::kNotRun));
+  EXPECT_TRUE(report.stopped);
+}
+
+TEST(JoinOutcome, HasAName) {
+  EXPECT_EQ("merged", OutcomeName(Outcome::kMerged));
+  EXPECT_EQ("already there", OutcomeName(Outcome::kAlready));
+  EXPECT_EQ("failed", OutcomeName(Outcome::kFailed));
+  EXPECT_EQ("left out", OutcomeName(Outcome::kLeftOut));
+  EXPECT_EQ("not run", OutcomeName(Outcome::kNotRun));
+}
+
+}  // namespace
+}  // namespace clipchain
