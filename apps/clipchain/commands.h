@@ -8,6 +8,7 @@ class App;
 
 namespace clipchain {
 
+void AddCheckCommand(CLI::App& tool, int& exitCode);
 void AddMergeCommand(CLI::App& tool, int& exitCode);
 void AddSequencesCommand(CLI::App& tool, int& exitCode);
 void AddInfoCommand(CLI::App& tool, int& exitCode);

@@ -18,6 +18,7 @@ void AddCommands(CLI::App& tool, int& exitCode) {
   tool.set_version_flag("--version", "clipchain " CLIPCHAIN_VERSION, "Print the version and exit");
   tool.require_subcommand(1);
   AddMergeCommand(tool, exitCode);
+  AddCheckCommand(tool, exitCode);
   AddSequencesCommand(tool, exitCode);
   AddInfoCommand(tool, exitCode);
   AddHelp(tool);

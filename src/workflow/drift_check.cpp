@@ -47,10 +47,10 @@ class Drift {
 
   std::vector<Seam> Run() {
     const std::size_t tracks = clips_.empty() ? 0 : clips_.front().size();
-    for (const ClipTracks& clip : clips_) {
-      if (clip.size() != tracks) return {};
-    }
-    if (tracks == 0) return {};
+    if (tracks == 0 || !std::all_of(clips_.begin(), clips_.end(), [this](const ClipTracks& clip) {
+          return HasTheTracksOfTheFirst(clip);
+        }))
+      return {};
     ChooseTracks();
     ends_.assign(tracks, 0);
     std::vector<Seam> seams;
@@ -68,6 +68,14 @@ class Drift {
   }
 
  private:
+  bool HasTheTracksOfTheFirst(const ClipTracks& clip) const {
+    const ClipTracks& first = clips_.front();
+    return std::equal(clip.begin(), clip.end(), first.begin(), first.end(),
+                      [](const TrackFacts& a, const TrackFacts& b) {
+                        return a.entryType == b.entryType && a.timeScale == b.timeScale;
+                      });
+  }
+
   // A picture that stands still, such as a cover, has no time to be in step with.
   void ChooseTracks() {
     const ClipTracks& first = clips_.front();

@@ -22,13 +22,8 @@ class FileFindings {
   // the next one is added.
   Finding& Add(Message message, std::string text, std::string remedy) {
     if (findings_.size() >= kMostFindings) return dropped_ = {};
-    Finding& finding = findings_.emplace_back();
-    finding.message = message;
-    finding.severity = MessageSeverity(message);
-    finding.path = path_;
-    finding.text = std::move(text);
-    finding.remedy = std::move(remedy);
-    return finding;
+    findings_.push_back(MakeFinding(message, path_, std::move(text), std::move(remedy)));
+    return findings_.back();
   }
 
   // The same about a box, by its place.

@@ -47,13 +47,13 @@ void CheckOffsets(MP4G::CTrackBox* track, FileFindings& findings) {
   const unsigned int id = MP4G::CTrackReader(track).GetTrackID();
   if (table.box == nullptr) {
     findings
-        .AddAt(Message::kHeaderMissing, fmt::format("track {}: has no sample table \"stbl\"", id),
-               kRepair, track)
+        .AddAt(Message::kHeaderMissing,
+               fmt::format("has no sample table \"stbl\" in its track {}", id), kRepair, track)
         .result = E_POINTER;
   } else if (table.ChunkOffsetBox() == nullptr && table.ChunkLargeOffsetBox() == nullptr) {
     findings
         .AddAt(Message::kTableMissing,
-               fmt::format("track {}: has neither chunk offsets \"stco\" nor \"co64\"", id),
+               fmt::format("has neither chunk offsets \"stco\" nor \"co64\" in its track {}", id),
                kRepair, table.box)
         .result = E_BAD_DATA;
   }
@@ -66,9 +66,10 @@ void CheckEdits(MP4G::CTrackBox* track, FileFindings& findings) {
   const TrackFacts facts = FactsOf(track);
   findings
       .AddAt(Message::kSeveralEdits,
-             fmt::format("{}: has an edit list of {} entries, of which a merge keeps the first one "
-                         "in step",
-                         TrackWords(facts), edits->entries.size()),
+             fmt::format(
+                 "has in its {} an edit list of {} entries, of which a merge keeps the first one "
+                 "in step",
+                 TrackWords(facts), edits->entries.size()),
              "rewrap the clip without an edit list (ffmpeg -i IN -c copy -use_editlist 0 OUT.mp4)",
              edits)
       .track = facts.id;

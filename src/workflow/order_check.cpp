@@ -82,7 +82,9 @@ class OrderCheck {
     SortChains();
     Indices better;
     for (const Chain& chain : chains_) better.insert(better.end(), chain.begin(), chain.end());
-    if (better != marked_) Doubt(better, "their identifiers", marked_);
+    if (better != marked_)
+      Doubt(better, chains_.size() == 1 ? "their identifiers" : "their identifiers and dates",
+            marked_);
     for (std::size_t i = 1; i < chains_.size(); ++i) CheckGap(chains_[i - 1], chains_[i]);
   }
 
@@ -125,8 +127,11 @@ class OrderCheck {
     return chains_.size() == 1 && marked_.size() == clips_.size();
   }
 
-  // The clips in an order that is `better`; `given` are the same clips as they stand.
+  // The clips in an order that is `better`; `given` are the same clips as they stand. What was said
+  // by stronger evidence is not said again.
   void Doubt(const Indices& better, const char* evidence, const Indices& given) {
+    if (better == told_) return;
+    told_ = better;
     const auto [place, unused] = std::mismatch(given.begin(), given.end(), better.begin());
     std::string names;
     for (const std::size_t i : better) names += (names.empty() ? "" : ", ") + Name(i);
@@ -211,6 +216,7 @@ class OrderCheck {
   std::vector<FileFindings>& findings_;
   Indices marked_;  // clips with identifiers, each once, in the order given
   std::vector<Chain> chains_;
+  Indices told_;  // the order named last
 };
 
 }  // namespace

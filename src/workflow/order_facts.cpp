@@ -1,9 +1,11 @@
 #include "workflow/order_facts.h"
 
+#include <algorithm>
+
 #include "box/sample_entries.h"
 #include "reader/track_reader.h"
 #include "reader/typed_views.h"
-#include "workflow/sample_tables.h"
+#include "workflow/sample_layout.h"
 
 namespace clipchain {
 
@@ -17,31 +19,31 @@ bool IsUnset(const MP4G::_tagSequenceTimedate& date) {
   return date == MP4G::_tagSequenceTimedate{} || date == kStart;
 }
 
-std::uint64_t FramesOf(const SampleTables& tables, unsigned int trackScale,
+std::uint64_t FramesOf(std::uint64_t ticks, unsigned int trackScale,
                        const MP4G::_tagTIMECODE_DESCRIPTION& description) {
-  const long double seconds =
-      trackScale != 0 ? static_cast<long double>(tables.Duration()) / trackScale : 0;
+  const long double seconds = trackScale != 0 ? static_cast<long double>(ticks) / trackScale : 0;
   const std::uint32_t frame = description.frameDuration;
   if (frame == 0) return 0;
   return static_cast<std::uint64_t>(seconds * std::uint32_t{description.timeScale} / frame + 0.5L);
 }
 
 std::optional<ClipTimecode> TimecodeOf(const ClipFile& clip, MP4G::CTrackBox* track) {
-  const MP4G::CTrackReader reader(track);
-  const SampleTables tables(track);
+  MP4G::CSampleTableBox* table = MP4G::CTrackBox_wr(track).SampleTableBox();
   const MP4G::CTimecodeSampleDescription* description =
-      MP4G::CSampleTableBox_wr(MP4G::CTrackBox_wr(track).SampleTableBox())
-          .TimecodeSampleDescription(0);
+      MP4G::CSampleTableBox_wr(table).TimecodeSampleDescription(0);
+  SampleLayout layout(table);
+  Chunk chunk{};
   QUIRVA::be32 sample{};
-  if (description == nullptr || tables.Chunks() == 0 || tables.SizeOf(0) < sizeof sample)
-    return std::nullopt;
+  const bool hasSample = layout.Next(chunk) && chunk.samples != 0;
+  if (description == nullptr || !hasSample || layout.SizeOf(0) < sizeof sample) return std::nullopt;
   const std::vector<unsigned char> bytes =
-      clip.Read(static_cast<long long>(tables.OffsetOfChunk(0)), sizeof sample);
+      clip.Read(static_cast<long long>(chunk.position), sizeof sample);
   if (bytes.size() < sizeof sample) return std::nullopt;
   std::copy(bytes.begin(), bytes.end(), sample.bytes);
-  return ClipTimecode{sample & ~kSignBit,
-                      FramesOf(tables, reader.GetTimeScale(), *description->record),
-                      description->record->numberOfFrames};
+  return ClipTimecode{
+      sample & ~kSignBit,
+      FramesOf(SumsOf(track).ticks, MP4G::CTrackReader(track).GetTimeScale(), *description->record),
+      description->record->numberOfFrames};
 }
 
 }  // namespace

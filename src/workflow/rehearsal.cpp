@@ -11,6 +11,7 @@
 #include "reader/movie_reader.h"
 #include "reader/typed_views.h"
 #include "workflow/files.h"
+#include "workflow/sample_layout.h"
 #include "workflow/sample_tables.h"
 #include "workflow/track_facts.h"
 
@@ -29,6 +30,10 @@ constexpr const char* kFewer = "merge fewer clips at once";
 long long LimitedSum(long long a, long long b) {
   constexpr long long kMost = std::numeric_limits<long long>::max();
   return a > kMost - b ? kMost : a + b;
+}
+
+SampleLayout LayoutOf(MP4G::CTrackBox* track) {
+  return SampleLayout(MP4G::CTrackBox_wr(track).SampleTableBox());
 }
 
 // How many sizes a merge would list one by one because the tracks have different common sizes.
@@ -73,7 +78,7 @@ void Rehearsal::Take(std::unique_ptr<ClipFile>& clip, FileFindings& findings) {
 void Rehearsal::TakeFirst(std::unique_ptr<ClipFile> clip, FileFindings& findings) {
   first_ = std::move(clip);
   for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(first_->Movie()).Tracks()) {
-    samples_[track] = SampleTables(track).Samples();
+    samples_[track] = LayoutOf(track).SampleCount();
     pairs_.push_back({track, track});
   }
   complete_ = complete_ && !findings.Refused();
@@ -93,7 +98,7 @@ void Rehearsal::Merge(ClipFile& next, FileFindings& findings) {
   }
   for (const TrackPair& pair : pairs_) {
     const std::uint64_t before = samples_[pair.first];
-    samples_[pair.first] = before + SampleTables(pair.second).Samples();
+    samples_[pair.first] = before + LayoutOf(pair.second).SampleCount();
     CheckSizes(pair, before, findings);
   }
   CheckDurations(findings);
@@ -108,10 +113,10 @@ bool Rehearsal::CanSpellOutSizes(FileFindings& findings) {
     if (first.sizes->entries.size() + count > MP4G::kMostSampleSizes) {
       Finding& finding = findings.AddAt(
           Message::kSampleSizesTooMany,
-          fmt::format("{}: would make a merge list the sizes of {} samples, of which {} are the "
-                      "most",
-                      TrackWords(facts), first.sizes->entries.size() + count,
-                      MP4G::kMostSampleSizes),
+          fmt::format(
+              "would in its {} make a merge list the sizes of {} samples, of which {} are the "
+              "most",
+              TrackWords(facts), first.sizes->entries.size() + count, MP4G::kMostSampleSizes),
           "leave it out", SampleTables(pair.second).sizes);
       finding.track = facts.id;
       finding.result = MP4G_E_SAMPLE_TABLE;
@@ -121,9 +126,10 @@ bool Rehearsal::CanSpellOutSizes(FileFindings& findings) {
     if (memory_ <= memoryLimit_) continue;
     Finding& finding = findings.AddAt(
         Message::kMemoryLimit,
-        fmt::format("{}: would make a merge list the sizes of {} samples, which takes the memory "
-                    "for movie boxes to about {} bytes, and {} are allowed",
-                    TrackWords(facts), count, memory_, memoryLimit_),
+        fmt::format(
+            "would in its {} make a merge list the sizes of {} samples, which takes the memory "
+            "for movie boxes to about {} bytes, and {} are allowed",
+            TrackWords(facts), count, memory_, memoryLimit_),
         "leave it out, or raise --memory-limit", SampleTables(pair.second).sizes);
     finding.track = facts.id;
     finding.result = E_OUTOFMEMORY;
@@ -134,14 +140,14 @@ bool Rehearsal::CanSpellOutSizes(FileFindings& findings) {
 
 // A common size that a table of sizes follows makes the merged table say something else than both.
 void Rehearsal::CheckSizes(const TrackPair& pair, std::uint64_t before, FileFindings& findings) {
-  const SampleTables merged(pair.first);
-  const SampleTables second(pair.second);
+  const SampleLayout merged = LayoutOf(pair.first);
+  const SampleLayout second = LayoutOf(pair.second);
   std::string wrong;
-  if (merged.Samples() != samples_[pair.first]) {
-    wrong = fmt::format("would count {} samples up to here in place of {}", merged.Samples(),
+  if (merged.SampleCount() != samples_[pair.first]) {
+    wrong = fmt::format("would count {} samples up to here in place of {}", merged.SampleCount(),
                         samples_[pair.first]);
-  } else {
-    for (std::uint64_t i = 0; i < second.Samples(); ++i) {
+  } else if (merged.UniformSize() == 0 || merged.UniformSize() != second.UniformSize()) {
+    for (std::uint64_t i = 0; i < second.SampleCount(); ++i) {
       if (merged.SizeOf(before + i) == second.SizeOf(i)) continue;
       wrong = fmt::format("would give its sample {} {} bytes in place of {}", i + 1,
                           merged.SizeOf(before + i), second.SizeOf(i));
@@ -152,11 +158,11 @@ void Rehearsal::CheckSizes(const TrackPair& pair, std::uint64_t before, FileFind
   const TrackFacts facts = FactsOf(pair.second);
   findings
       .AddAt(Message::kSampleSizesLost,
-             fmt::format("{}: has a table of sample sizes behind clips whose samples all have one "
-                         "size; a merge {}",
-                         TrackWords(facts), wrong),
-             "merge clips of this kind with another program",
-             second.sizes != nullptr ? static_cast<const MP4G::CBox*>(second.sizes) : second.table)
+             fmt::format(
+                 "has in its {} a table of sample sizes behind clips whose samples all have one "
+                 "size; a merge {}",
+                 TrackWords(facts), wrong),
+             "merge clips of this kind with another program", SampleTables(pair.second).SizeBox())
       .track = facts.id;
 }
 

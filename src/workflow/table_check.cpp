@@ -7,6 +7,7 @@
 
 #include "reader/track_reader.h"
 #include "reader/typed_views.h"
+#include "workflow/sample_layout.h"
 #include "workflow/sample_tables.h"
 #include "workflow/track_facts.h"
 
@@ -22,7 +23,12 @@ constexpr const char* kRewrap =
 class TableCheck {
  public:
   TableCheck(const ClipFile& clip, MP4G::CTrackBox* track, FileFindings& findings)
-      : clip_(clip), track_(track), tables_(track), facts_(FactsOf(track)), findings_(findings) {}
+      : clip_(clip),
+        track_(track),
+        tables_(track),
+        sums_(SumsOf(track)),
+        facts_(FactsOf(track)),
+        findings_(findings) {}
 
   void Run() {
     if (tables_.table == nullptr) return;
@@ -36,8 +42,8 @@ class TableCheck {
 
  private:
   void AddAt(Message message, std::string text, std::string remedy, const MP4G::CBox* box) {
-    findings_.AddAt(message, TrackWords(facts_) + ": " + text, std::move(remedy), box).track =
-        facts_.id;
+    findings_.AddAt(message, "in its " + TrackWords(facts_) + " " + text, std::move(remedy), box)
+        .track = facts_.id;
   }
 
   void Disagree(const MP4G::CBox* box, std::string text) {
@@ -45,34 +51,34 @@ class TableCheck {
   }
 
   void CheckCounts() {
-    const std::uint64_t samples = tables_.Samples();
-    if (tables_.SamplesWithDuration() != samples)
+    const std::uint64_t samples = sums_.samples;
+    if (sums_.timedSamples != samples)
       Disagree(
           tables_.times != nullptr ? static_cast<const MP4G::CBox*>(tables_.times) : tables_.table,
-          fmt::format("has durations for {} samples and sizes for {}",
-                      tables_.SamplesWithDuration(), samples));
-    if (tables_.offsets != nullptr && tables_.SamplesWithOffset() != samples)
+          fmt::format("has durations for {} samples and sizes for {}", sums_.timedSamples,
+                      samples));
+    if (tables_.offsets != nullptr && sums_.offsets != samples)
       Disagree(tables_.offsets,
-               fmt::format("has composition offsets for {} samples and sizes for {}",
-                           tables_.SamplesWithOffset(), samples));
-    if (tables_.dependencies != nullptr && tables_.dependencies->entries.size() != samples)
+               fmt::format("has composition offsets for {} samples and sizes for {}", sums_.offsets,
+                           samples));
+    if (tables_.dependencies != nullptr && sums_.dependencies != samples)
       Disagree(tables_.dependencies, fmt::format("has dependencies of {} samples and sizes of {}",
-                                                 tables_.dependencies->entries.size(), samples));
+                                                 sums_.dependencies, samples));
   }
 
   void CheckSyncSamples() {
     if (tables_.syncSamples == nullptr) return;
     std::uint64_t before = 0;
     for (const unsigned int number : tables_.syncSamples->entries) {
-      if (number > before && number <= tables_.Samples()) {
+      if (number > before && number <= sums_.samples) {
         before = number;
         continue;
       }
       Disagree(
           tables_.syncSamples,
-          number > tables_.Samples()
+          number > sums_.samples
               ? fmt::format("names sample {} as a sync sample and has {} samples", number,
-                            tables_.Samples())
+                            sums_.samples)
               : fmt::format("names sample {} as a sync sample behind sample {}", number, before));
       return;
     }
@@ -91,9 +97,9 @@ class TableCheck {
                              before));
         return;
       }
-      if (number > tables_.Chunks() && tables_.Samples() != 0) {
+      if (number > sums_.chunks && sums_.samples != 0) {
         Disagree(tables_.chunkRuns, fmt::format("has a run that begins at chunk {} and {} chunks",
-                                                number, tables_.Chunks()));
+                                                number, sums_.chunks));
         return;
       }
       before = number;
@@ -120,7 +126,8 @@ class TableCheck {
     const unsigned int bits = tables_.compactSizes->record->fieldSize;
     Finding& finding = findings_.AddAt(
         Message::kCompactSizes,
-        fmt::format("{}: has its sample sizes in {} bits (\"stz2\"){}", TrackWords(facts_), bits,
+        fmt::format("has the sample sizes of its {} in {} bits (\"stz2\"){}", TrackWords(facts_),
+                    bits,
                     bits == 16 ? ", which few programs read" : ", which a merge would garble"),
         kRewrap, tables_.compactSizes);
     finding.track = facts_.id;
@@ -144,67 +151,66 @@ class TableCheck {
   }
 
   void CheckChunks() {
-    const std::uint64_t held = tables_.ForEachChunk([this](const ChunkExtent& e) { Look(e); });
-    const MP4G::CBox* sizes = tables_.sizes != nullptr
-                                  ? static_cast<const MP4G::CBox*>(tables_.sizes)
-                                  : tables_.compactSizes;
-    if (held < tables_.Samples()) {
+    SampleLayout layout(tables_.table);
+    Chunk chunk{};
+    while (layout.Next(chunk)) Look(chunk);
+    const std::uint64_t room = tables_.RoomInChunks();
+    if (room < sums_.samples) {
       AddAt(Message::kSamplesWithoutMedia,
-            fmt::format("counts {} samples, and its {} chunks hold {}", tables_.Samples(),
-                        tables_.Chunks(), held),
-            kCopyAgain, sizes);
-    } else if (held > tables_.Samples()) {
+            fmt::format("counts {} samples, and its {} chunks hold {}", sums_.samples, sums_.chunks,
+                        room),
+            kCopyAgain, tables_.SizeBox());
+    } else if (room > sums_.samples) {
       Disagree(tables_.chunkRuns,
-               fmt::format("has room for {} samples in its {} chunks and sizes for {}", held,
-                           tables_.Chunks(), tables_.Samples()));
+               fmt::format("has room for {} samples in its {} chunks and sizes for {}", room,
+                           sums_.chunks, sums_.samples));
     }
-    const MP4G::CBox* offsets = tables_.chunks != nullptr
-                                    ? static_cast<const MP4G::CBox*>(tables_.chunks)
-                                    : tables_.largeChunks;
     if (outside_.chunks != 0)
-      AddAt(Message::kSamplesOutsideMedia, ChunkWords(outside_) + ", outside of the media",
-            kCopyAgain, offsets);
+      AddAt(Message::kSamplesOutsideMedia, ChunkWords(outside_) + " outside of the media",
+            kCopyAgain, tables_.OffsetBox());
     if (leftOut_.chunks != 0)
-      AddAt(
-          Message::kSamplesLeftOut,
-          ChunkWords(leftOut_) + ", in a media box that a merge leaves out: it copies the last one",
-          kRewrap, offsets);
+      AddAt(Message::kSamplesLeftOut,
+            ChunkWords(leftOut_) + " in another media box than the last one, which alone is copied",
+            kRewrap, tables_.OffsetBox());
   }
 
   struct Misplaced {
     std::uint64_t chunks = 0;
-    ChunkExtent first{};
+    Chunk first{};
   };
 
-  static void Count(Misplaced& misplaced, const ChunkExtent& extent) {
-    if (misplaced.chunks++ == 0) misplaced.first = extent;
+  static void Count(Misplaced& misplaced, const Chunk& chunk) {
+    if (misplaced.chunks++ == 0) misplaced.first = chunk;
   }
 
   std::string ChunkWords(const Misplaced& misplaced) const {
-    const ChunkExtent& first = misplaced.first;
+    const Chunk& first = misplaced.first;
+    const std::uint64_t end =
+        first.position +
+        std::min<std::uint64_t>(first.bytes,
+                                std::numeric_limits<std::uint64_t>::max() - first.position);
     return fmt::format(
-        "{} of its {} chunks lie at bytes like {} to {} (samples {} to {} of {})", misplaced.chunks,
-        tables_.Chunks(), first.offset,
-        first.offset +
-            std::min(first.bytes, std::numeric_limits<std::uint64_t>::max() - first.offset),
-        first.firstSample + 1, first.firstSample + first.samples, tables_.Samples());
+        "has {} of {} chunks, the first of them at bytes {} to {} with the samples {} to {} of {},",
+        misplaced.chunks, sums_.chunks, first.position, end, first.firstSample + 1,
+        first.firstSample + first.samples, sums_.samples);
   }
 
-  void Look(const ChunkExtent& extent) {
-    if (extent.bytes == 0) return;
-    const TopLevelBox* media = clip_.MediaAt(extent.offset);
+  void Look(const Chunk& chunk) {
+    if (chunk.bytes == 0) return;
+    const TopLevelBox* media = clip_.MediaAt(chunk.position);
     const bool isInside = media != nullptr &&
-                          extent.bytes <= static_cast<std::uint64_t>(media->End()) - extent.offset;
+                          chunk.bytes <= static_cast<std::uint64_t>(media->End()) - chunk.position;
     if (!isInside) {
-      Count(outside_, extent);
+      Count(outside_, chunk);
     } else if (media->Body() != clip_.file.mdatPos) {
-      Count(leftOut_, extent);
+      Count(leftOut_, chunk);
     }
   }
 
   const ClipFile& clip_;
   MP4G::CTrackBox* track_;
   const SampleTables tables_;
+  const TrackSums sums_;
   const TrackFacts facts_;
   FileFindings& findings_;
   Misplaced outside_;

@@ -45,7 +45,8 @@ class PairCheck {
  private:
   Finding& AddAt(Message message, const std::string& text, const char* remedy, HRESULT result,
                  const MP4G::CBox* box) {
-    Finding& finding = findings_.AddAt(message, TrackWords(facts_) + ": " + text, remedy, box);
+    Finding& finding =
+        findings_.AddAt(message, "in its " + TrackWords(facts_) + " " + text, remedy, box);
     finding.track = facts_.id;
     finding.result = result;
     return finding;

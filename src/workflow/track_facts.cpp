@@ -5,7 +5,7 @@
 #include "box/sample_entries.h"
 #include "reader/track_reader.h"
 #include "reader/typed_views.h"
-#include "workflow/sample_tables.h"
+#include "workflow/sample_layout.h"
 
 namespace clipchain {
 
@@ -30,15 +30,15 @@ std::int64_t FirstMediaTime(const MP4G::CEditListBox* edits) {
 TrackFacts FactsOf(MP4G::CTrackBox* track) {
   const MP4G::CTrackReader reader(track);
   const MP4G::CTrackBox_wr view(track);
-  const SampleTables tables(track);
+  const TrackSums sums = SumsOf(track);
   TrackFacts facts;
   facts.id = reader.GetTrackID();
   facts.entryType = reader.GetSampleEntryType();
   if (reader.IsVideoTrack()) facts.kind = MediaKind::kPicture;
   if (reader.IsAudioTrack()) facts.kind = MediaKind::kSound;
   facts.timeScale = reader.GetTimeScale();
-  facts.samples = tables.Samples();
-  facts.sampleTime = tables.Duration();
+  facts.samples = sums.samples;
+  facts.sampleTime = sums.ticks;
   facts.firstMediaTime = FirstMediaTime(view.EditListBox());
   return facts;
 }

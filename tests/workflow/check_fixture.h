@@ -44,8 +44,25 @@ class CheckTest : public testing::Test {
       names.emplace_back(clipchain::MessageName(finding.message));
     return names;
   }
+  // The one finding of that kind, or an empty one and a failure.
+  static clipchain::Finding Only(const clipchain::CheckReport& report, clipchain::Message message) {
+    const clipchain::Findings found = Of(report, message);
+    EXPECT_EQ(1u, found.size()) << clipchain::MessageName(message) << " in "
+                                << testing::PrintToString(NamesOf(report));
+    return found.size() == 1 ? found.front() : clipchain::Finding{};
+  }
   static bool IsRefused(const clipchain::CheckReport& report) {
     return clipchain::HoldsUp(report.findings, true);
+  }
+
+  // Frames of 20 ms, so that picture and sound of a clip are equally long: nothing is wrong with
+  // it.
+  static MovieBuilder EvenClip(unsigned char seed = 1) {
+    MovieBuilder clip;
+    clip.Add(VideoTrack(48)).Add(AudioTrack(75));
+    clip.tracks[0].stts = {{48, 1000}};
+    for (Track& track : clip.tracks) track.mediaSeed = seed;
+    return clip;
   }
 
   // Whether the engine merges the files.

@@ -1,31 +1,14 @@
 #include "workflow/check.h"
 
-#include <random>
-
 #include "workflow/check_fixture.h"
 
 using clipchain::CheckReport;
-using clipchain::Finding;
-using clipchain::Message;
-using clipchain::Severity;
-using support::Bytes;
 using support::CheckTest;
-using support::Clip;
-using support::MovieBuilder;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 
 class Check : public CheckTest {};
-
-// Frames of 20 ms, so that picture and sound of a clip are equally long.
-MovieBuilder EvenClip(unsigned char seed = 1) {
-  MovieBuilder clip = Clip(48, seed);
-  clip.tracks[1] = support::AudioTrack(75);
-  clip.tracks[1].mediaSeed = seed;
-  return clip;
-}
 
 }  // namespace
 

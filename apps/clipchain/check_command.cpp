@@ -1,0 +1,56 @@
+// clipchain check IN…: says whether clips can be merged in that order, and what one would regret.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "clipchain/check_output.h"
+#include "clipchain/commands.h"
+#include "clipchain/tool.h"
+
+namespace clipchain {
+
+namespace {
+
+struct CheckCommand {
+  std::vector<std::string> inputs;
+  CheckOptions check;
+  bool json = false;
+};
+
+int Run(const CheckCommand& options) {
+  const CheckReport report = Check(options.inputs, options.check);
+  const auto print = options.json ? CheckJson : CheckText;
+  std::fputs(print(options.inputs, options.check, report).c_str(), stdout);
+  return HoldsUp(report.findings, false) ? kFailed : kDone;
+}
+
+}  // namespace
+
+void AddCheckCommand(CLI::App& tool, int& exitCode) {
+  const auto options = std::make_shared<CheckCommand>();
+  CLI::App* command = tool.add_subcommand(
+      "check",
+      "Say whether clips can be merged in the order given, and if not, everything that "
+      "speaks against it; nothing is written");
+  command->add_option("clips", options->inputs, "The clips of one recording")
+      ->required()
+      ->type_name("IN");
+  command
+      ->add_option("-o,--output", options->check.output,
+                   "Look at the place of the output too: the folder, its free space, its name")
+      ->type_name("OUT");
+  command->add_flag("--overwrite", options->check.overwrite, "OUT may exist");
+  command
+      ->add_option("--memory-limit", options->check.memoryLimit,
+                   "What the clips' tables may take, such as 500M; half of the machine's memory if "
+                   "it is not given")
+      ->type_name("SIZE")
+      ->check(CLI::PositiveNumber)
+      ->transform(CLI::AsSizeValue(true));
+  command->add_flag("--json", options->json, "Print for programs");
+  command->callback([options, &exitCode] { exitCode = Run(*options); });
+}
+
+}  // namespace clipchain

@@ -1,0 +1,99 @@
+#include "workflow/box_difference.h"
+
+#include <gtest/gtest.h>
+
+#include "box/box_factory.h"
+#include "support/movie_builder.h"
+
+using clipchain::BoxDifference;
+using clipchain::FirstDifference;
+using support::Box;
+using support::Bytes;
+using support::Hex;
+using support::operator+;
+
+namespace {
+
+class BoxDifferences : public testing::Test {
+ protected:
+  static std::unique_ptr<MP4G::CBox> Parse(const Bytes& bytes) {
+    MP4G::CBox* box = nullptr;
+    const unsigned int type = support::ReadU32(bytes, 4);
+    EXPECT_EQ(S_OK, MP4G::CBoxFactory::CreateBox<MP4G::CBox>(type, &box));
+    const unsigned char* in = bytes.data();
+    unsigned int rest = static_cast<unsigned int>(bytes.size());
+    EXPECT_EQ(S_OK, box->SetData(in, rest));
+    return std::unique_ptr<MP4G::CBox>(box);
+  }
+
+  // The field and its values, as one text.
+  static std::string Compare(const Bytes& first, const Bytes& second) {
+    const auto a = Parse(first);
+    const auto b = Parse(second);
+    const auto difference = FirstDifference(*a, *b);
+    if (!difference) return "";
+    return FourCcText(difference->box->header->type) + ' ' + difference->field + ": " +
+           difference->first + ", " + difference->second;
+  }
+
+  // The entry with more boxes inside.
+  static Bytes Longer(const Bytes& entry, const Bytes& more) {
+    return support::WithU32(entry + more, 0,
+                            static_cast<std::uint32_t>(entry.size() + more.size()));
+  }
+  static Bytes Changed(Bytes bytes, std::size_t at, unsigned char value) {
+    bytes[at] = value;
+    return bytes;
+  }
+
+  const Bytes avc = support::AvcEntry();
+  const Bytes audio = support::AudioEntry();
+};
+
+}  // namespace
+
+TEST_F(BoxDifferences, AreNoneBetweenEqualBoxes) {
+  EXPECT_EQ("", Compare(avc, avc));
+  EXPECT_EQ("", Compare(audio, audio));
+}
+
+TEST_F(BoxDifferences, NameTheFieldsOfAPicture) {
+  EXPECT_EQ("avc1 width: 640, 641", Compare(avc, Changed(avc, 33, 0x81)));
+  EXPECT_EQ("avc1 height: 360, 361", Compare(avc, Changed(avc, 35, 0x69)));
+  EXPECT_EQ("avc1 horizresolution: 72, 73", Compare(avc, Changed(avc, 37, 73)));
+  EXPECT_EQ("avc1 compressorname: \"\", \"x\"", Compare(avc, Changed(avc, 51, 'x')));
+  EXPECT_EQ("avc1 data_reference_index: 1, 2", Compare(avc, Changed(avc, 15, 2)));
+  EXPECT_EQ("avc1 depth: 24, 32", Compare(avc, Changed(avc, 83, 32)));
+}
+
+TEST_F(BoxDifferences, NameTheFieldsOfSound) {
+  EXPECT_EQ("mp4a channelcount: 2, 1", Compare(audio, Changed(audio, 25, 1)));
+  EXPECT_EQ("mp4a samplesize: 16, 24", Compare(audio, Changed(audio, 27, 24)));
+  EXPECT_EQ("mp4a samplerate: 48000, 48001", Compare(audio, Changed(audio, 33, 0x81)));
+}
+
+TEST_F(BoxDifferences, NameTheFieldsOfADecoderConfiguration) {
+  const auto with = [](const char* digits) { return support::AvcEntry(Hex(digits)); };
+  const char* plain = "01640028FFE1000467640028 01000468EE3CB0";
+  EXPECT_EQ("avcC AVCProfileIndication: 100, 77",
+            Compare(with(plain), with("014D0028FFE1000467640028 01000468EE3CB0")));
+  EXPECT_EQ("avcC AVCLevelIndication: 40, 41",
+            Compare(with(plain), with("01640029FFE1000467640028 01000468EE3CB0")));
+  EXPECT_EQ("avcC sequence parameter set 1, byte 19: 2801000468EE3CB0, 2901000468EE3CB0",
+            Compare(with(plain), with("01640028FFE1000467640029 01000468EE3CB0")));
+  EXPECT_EQ("avcC picture parameter set 1, byte 26: B0, B1",
+            Compare(with(plain), with("01640028FFE1000467640028 01000468EE3CB1")));
+}
+
+TEST_F(BoxDifferences, NameABoxThatIsThereOnOneSide) {
+  const Bytes longer = Longer(avc, Box("pasp", {support::U32(1), support::U32(1)}));
+  EXPECT_EQ("pasp the box: nothing, \"pasp\"", Compare(avc, longer));
+  EXPECT_EQ("avc1 the next box in it: \"pasp\", nothing", Compare(longer, avc));
+}
+
+TEST_F(BoxDifferences, NameBoxesOfOtherTypes) {
+  EXPECT_EQ("mp4a type: \"avc1\", \"mp4a\"", Compare(avc, audio));
+  const Bytes square = Longer(avc, Box("pasp", {support::U32(1), support::U32(1)}));
+  const Bytes wide = Longer(avc, Box("pasp", {support::U32(4), support::U32(3)}));
+  EXPECT_EQ("pasp hSpacing: 1, 4", Compare(square, wide));
+}
