@@ -3,7 +3,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <optional>
 
+#include "box/base_descriptor.h"
 #include "box/sample_entries.h"
 
 namespace clipchain {
@@ -63,6 +65,9 @@ constexpr Field kColour[] = {{8, 4, "colour_type", Form::kText},
                              {18, 1, "full_range_flag"}};
 constexpr Field kEntryCount[] = {{8, 1, "version"}, {9, 3, "flags"}, {12, 4, "entry_count"}};
 
+// Longer values are cut.
+constexpr std::size_t kShownBytes = 32;
+
 std::string ValueOf(Span bytes, const Field& field) {
   if (field.offset >= bytes.size()) return "nothing";
   const Span value = bytes.subspan(field.offset, std::min(field.size, bytes.size() - field.offset));
@@ -75,8 +80,9 @@ std::string ValueOf(Span bytes, const Field& field) {
   }
   if (field.form == Form::kBytes || value.size() > 4) {
     std::string digits;
-    for (const unsigned char c : value) digits += fmt::format("{:02X}", c);
-    return digits;
+    for (const unsigned char c : value.first(std::min(value.size(), kShownBytes)))
+      digits += fmt::format("{:02X}", c);
+    return value.size() > kShownBytes ? digits + "..." : digits;
   }
   unsigned int number = 0;
   for (const unsigned char c : value) number = number << 8 | c;
@@ -112,6 +118,46 @@ void TablesOf(unsigned int type, const MP4G::CBox& box, std::span<const Field> (
   if (dynamic_cast<const MP4G::CTimecodeSampleDescription*>(&box) != nullptr) tables[1] = kTimecode;
 }
 
+// ISO/IEC 14496-1, clauses 7.2.6.5 and 7.2.6.6: from the start of the descriptor's body.
+constexpr Field kStream[] = {{0, 2, "ES_ID"}, {2, 1, "flags of the stream"}};
+constexpr Field kDecoder[] = {{0, 1, "objectTypeIndication"},
+                              {1, 1, "streamType"},
+                              {2, 3, "bufferSizeDB"},
+                              {5, 4, "maxBitrate"},
+                              {9, 4, "avgBitrate"}};
+
+// The descriptors of "esds" one behind the other: those that hold others stand in front of them, so
+// that one pass from left to right meets all. Nothing if the byte lies in none.
+std::optional<Field> DescriptorFieldAt(Span bytes, std::size_t at) {
+  constexpr std::size_t kFirst = 12;
+  for (std::size_t place = kFirst; place + 1 < bytes.size();) {
+    const unsigned char tag = bytes[place];
+    std::size_t body = place + 1;
+    std::size_t length = 0;
+    // Seven bits a byte, as long as the top bit is set.
+    do length = length << 7 | (bytes[body] & 127u);
+    while ((bytes[body++] & 128u) != 0 && body < bytes.size() && body < place + 5);
+    if (at < body) return Field{place, body - place, "header of a descriptor", Form::kBytes};
+    std::span<const Field> fields;
+    if (tag == MP4G::kEsDescriptorTag) fields = kStream;
+    if (tag == MP4G::kDecoderConfigDescriptorTag) fields = kDecoder;
+    for (const Field& field : fields) {
+      if (at >= body + field.offset && at < body + field.offset + field.size)
+        return Field{body + field.offset, field.size, field.name};
+    }
+    if (fields.empty()) {
+      const bool isConfig = tag == MP4G::kDecoderSpecificInfoTag;
+      if (at < body + length)
+        return Field{body, length, isConfig ? "DecoderSpecificInfo" : "body of a descriptor",
+                     Form::kBytes};
+      place = body + length;
+    } else {
+      place = body + fields.back().offset + fields.back().size;
+    }
+  }
+  return std::nullopt;
+}
+
 // Behind the fixed part of "avcC" stand parameter sets, each behind its length.
 std::string ParameterSetAt(Span bytes, std::size_t at) {
   constexpr std::size_t kSets = 14;
@@ -145,6 +191,10 @@ BoxField FieldAt(const MP4G::CBox& box, Span first, Span second, std::size_t at)
       if (at < field.offset || at >= field.offset + field.size) continue;
       return {field.name, ValueOf(first, field), ValueOf(second, field)};
     }
+  }
+  if (type == FourCc("esds")) {
+    if (const auto field = DescriptorFieldAt(first, at))
+      return {field->name, ValueOf(first, *field), ValueOf(second, *field)};
   }
   const Field rest{at, 8, "", Form::kBytes};
   std::string name = type == FourCc("avcC") ? ParameterSetAt(first, at) : std::string();

@@ -97,3 +97,14 @@ TEST_F(BoxDifferences, NameBoxesOfOtherTypes) {
   const Bytes wide = Longer(avc, Box("pasp", {support::U32(4), support::U32(3)}));
   EXPECT_EQ("pasp hSpacing: 1, 4", Compare(square, wide));
 }
+
+TEST_F(BoxDifferences, NameTheFieldsOfDescriptors) {
+  const std::size_t esds = support::FindBox(audio, "esds");
+  const auto at = [esds](std::size_t offset) { return esds + 12 + offset; };
+  EXPECT_EQ("esds ES_ID: 2, 3", Compare(audio, Changed(audio, at(3), 3)));
+  EXPECT_EQ("esds streamType: 21, 22", Compare(audio, Changed(audio, at(8), 0x16)));
+  EXPECT_EQ("esds bufferSizeDB: 768, 769", Compare(audio, Changed(audio, at(11), 1)));
+  EXPECT_EQ("esds maxBitrate: 128000, 128001", Compare(audio, Changed(audio, at(15), 1)));
+  EXPECT_EQ("esds avgBitrate: 128000, 128001", Compare(audio, Changed(audio, at(19), 1)));
+  EXPECT_EQ("esds DecoderSpecificInfo: 1190, 1188", Compare(audio, Changed(audio, at(23), 0x88)));
+}
