@@ -9,8 +9,8 @@
 
 namespace clipchain {
 
-// How far the tracks of the result have run apart where a clip ends. The engine appends each track
-// by itself, so what one clip has too much or too little of a track moves all that follows.
+// How far picture and sound of the result have run apart where a clip ends. The engine appends each
+// track by itself, so what one clip has too much or too little of a track moves all that follows.
 struct Seam {
   std::size_t clip;     // index of the clip that ends here
   double milliseconds;  // between the track that is farthest ahead and the one farthest behind
@@ -29,8 +29,10 @@ struct CheckReport {
   long long outputSize = 0;  // bytes that the merged file takes, about
 };
 
-// Reads the inputs, never their media, and writes nothing. Finds all there is to find: no finding
-// hides another one.
+// Reads the inputs, of their media the first timecode at most, and writes nothing. Finds all there
+// is to find: no finding hides another one. What the engine would refuse is an error here, and
+// nothing else about the inputs is but a lack of memory: with enough of it, a merge of inputs
+// without an error is one that the engine completes.
 [[nodiscard]] CLIPCHAIN_API CheckReport Check(const std::vector<std::string>& inputs,
                                               const CheckOptions& options);
 
