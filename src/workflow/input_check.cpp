@@ -68,8 +68,9 @@ void CheckRequiredBoxes(const ClipFile& clip, FileFindings& findings) {
   for (const auto& [type, message, words] :
        {std::tuple(FourCc("ftyp"), Message::kFileTypeMissing, "file type"),
         std::tuple(FourCc("moov"), Message::kMovieMissing, "movie")}) {
-    const auto place = std::find_if(clip.Layout().begin(), clip.Layout().end(),
-                                    [type](const TopLevelBox& box) { return box.type == type; });
+    const auto place =
+        std::find_if(clip.Layout().begin(), clip.Layout().end(),
+                     [wanted = type](const TopLevelBox& box) { return box.type == wanted; });
     if (place == clip.Layout().end()) {
       AddRefusal(findings, message, fmt::format("has no {} box {}", words, Quoted(type)),
                  type == FourCc("moov") ? "copy the clip again from the card; a clip whose "
