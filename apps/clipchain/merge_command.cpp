@@ -1,5 +1,6 @@
 // clipchain merge -o OUT IN…: puts clips together into one file.
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -8,119 +9,87 @@
 #include <vector>
 
 #include "clipchain/commands.h"
+#include "clipchain/finding_output.h"
 #include "clipchain/merge_progress.h"
+#include "clipchain/paint.h"
+#include "clipchain/stop_signals.h"
 #include "clipchain/tool.h"
-#include "foundation/com_ptr.h"
-#include "foundation/qv_file.h"
-#include "reader/mp4_file.h"
+#include "workflow/clip_json.h"
 #include "workflow/clip_words.h"
 #include "workflow/files.h"
-#include "workflow/result_words.h"
+#include "workflow/safe_merge.h"
 
 namespace clipchain {
 
 namespace {
 
 struct MergeOptions {
-  std::string output;
   std::vector<std::string> inputs;
-  bool overwrite = false;
+  SafeMergeOptions merge;
+  std::string verify = "seams";
+  bool removeLeftovers = false;
+  bool json = false;
 };
 
-int Fail(const std::string& path, std::string words, const std::string& why, HRESULT result) {
-  if (!why.empty()) words += ": " + why;
-  std::fputs(fmt::format("clipchain: {} {} ({})\n", Shown(path), words, ResultName(result)).c_str(),
+bool IsOnTerminal() { return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1; }
+
+// "y" or "yes" removes it; anything else, the end of the input or a signal does not.
+bool AskToRemove(const Leftover& leftover) {
+  std::fputs(fmt::format("{} was left behind by a merge that was killed, with {} in it. Remove it? "
+                         "[y/N] ",
+                         Shown(leftover.path), Amount(leftover.size))
+                 .c_str(),
              stderr);
-  return kFailed;
+  std::string answer;
+  for (char c = 0; WaitForInput() && ::read(STDIN_FILENO, &c, 1) == 1 && c != '\n';) answer += c;
+  return answer == "y" || answer == "yes";
 }
 
-// Such a clip's movie box names few or none of its samples, and a merge would lose the others.
-bool KeepsSamplesInFragments(const std::string& path) {
-  MP4G::CMp4File file;
-  if (file.SetFile(Wide(path).c_str()) != S_OK) return false;
-  const MP4G::CMovieBox* movie = file.GetMovieBox();
-  return movie != nullptr && movie->GetChildBox(FourCc("mvex"), 0) != nullptr;
+std::string ReportJson(const MergeOptions& options, const SafeMergeReport& report, double seconds) {
+  Json document;
+  SetPath(document, options.merge.output);
+  document["done"] = report.done;
+  document["clips"] = options.inputs.size();
+  document["size"] = report.size;
+  document["seconds"] = seconds;
+  document["verified"] = options.verify;
+  document["result"] = ResultName(report.result);
+  document["findings"] = FindingsJson(report.findings);
+  return JsonText(document);
 }
 
-// One run of the command. The output belongs to it from the first input that was taken.
-class Merge {
- public:
-  explicit Merge(const MergeOptions& options)
-      : options_(options), line_(stderr), progress_(options.inputs, line_) {}
-
-  int Run() {
-    if (const int refused = Refuse(); refused != kDone) return refused;
-    HRESULT result = Prepare();
-    if (result != S_OK) return FailOutput(result);
-    for (const std::string& input : options_.inputs) {
-      progress_.StartInput();
-      result = merge_->InputMp4File(Wide(input).c_str());
-      if (result != S_OK)
-        return IsOutputResult(result) ? FailOutput(result) : FailInput(input, result);
-      hasOutput_ = true;
-    }
-    result = merge_->Finalize();
-    if (result != S_OK) return FailOutput(result);
-    Summarize();
-    return kDone;
+void PrintReport(const MergeOptions& options, const SafeMergeReport& report, double seconds) {
+  if (options.json) {
+    std::fputs(ReportJson(options, report, seconds).c_str(), stdout);
+    return;
   }
+  std::fputs(FindingsText(report.findings, Paint(stderr)).c_str(), stderr);
+  if (!report.done) return;
+  const std::size_t clips = options.inputs.size();
+  fmt::print("merged {} {} into {}: {} in {:.2f} s\n", clips, clips == 1 ? "clip" : "clips",
+             Shown(options.merge.output), Amount(report.size), seconds);
+}
 
- private:
-  int Refuse() const {
-    const std::string& output = options_.output;
-    // An output that is an input would be gone before it is read.
-    for (const std::string& input : options_.inputs) {
-      if (!IsSameFile(output, input)) continue;
-      return Fail(output, "is the same file as the input " + Shown(input), "", MP4G_E_OUTPUT_OPEN);
-    }
-    if (!options_.overwrite && Exists(output))
-      return Fail(output, "exists already; --overwrite replaces it", "", MP4G_E_OUTPUT_OPEN);
-    for (const std::string& input : options_.inputs) {
-      if (KeepsSamplesInFragments(input))
-        return Fail(input, "keeps its samples in fragments, which can't be merged", "", E_BAD_DATA);
-    }
-    return kDone;
+int Run(const MergeOptions& options) {
+  NoteStopSignals();
+  ProgressLine line(stderr);
+  MergeProgress progress(options.inputs.size(), line);
+  SafeMergeOptions merge = options.merge;
+  if (options.verify == "full") merge.verification = Verification::kFull;
+  merge.progress = [&](const MergeStep& step) { return progress.Show(step); };
+  if (options.removeLeftovers) {
+    merge.removeLeftover = [](const Leftover&) { return true; };
+  } else if (IsOnTerminal() && !options.json) {
+    merge.removeLeftover = [&](const Leftover& leftover) {
+      line.Clear();
+      return AskToRemove(leftover);
+    };
   }
-
-  HRESULT Prepare() {
-    RETURN_IF_NOT_OK(
-        MP4G::CMp4LiveMerge_Factory::CreateInstance(MP4G::IID_IMp4LiveMerge, merge_.Receive()));
-    MP4G::IMp4LiveMergeDelegate* delegate = &progress_;
-    RETURN_IF_NOT_OK(merge_->SetDelegate(MP4G::IID_IMp4LiveMergeDelegate, delegate));
-    return merge_->SetOutputPath(Wide(options_.output).c_str());
-  }
-
-  int FailOutput(HRESULT result) {
-    Clean();
-    return Fail(options_.output, OutputWords(result), WhyUnwritable(options_.output), result);
-  }
-
-  int FailInput(const std::string& input, HRESULT result) {
-    Clean();
-    if (progress_.StoodStill()) return Fail(input, "ends before its media does", "", result);
-    return Fail(input, InputWords(result, !hasOutput_), WhyUnreadable(input), result);
-  }
-
-  // Leaves no unfinished output behind.
-  void Clean() {
-    line_.Clear();
-    merge_.Reset();
-    if (hasOutput_) static_cast<void>(QUIRVA::QvFile::Delete(Wide(options_.output).c_str()));
-  }
-
-  void Summarize() {
-    line_.Clear();
-    const std::size_t clips = options_.inputs.size();
-    fmt::print("merged {} {} into {}: {} in {:.2f} s\n", clips, clips == 1 ? "clip" : "clips",
-               Shown(options_.output), Amount(FileSize(options_.output)), line_.Seconds());
-  }
-
-  const MergeOptions& options_;
-  ProgressLine line_;
-  MergeProgress progress_;
-  QUIRVA::ComPtr<MP4G::IMp4LiveMerge> merge_;
-  bool hasOutput_ = false;
-};
+  const SafeMergeReport report = SafeMerge(options.inputs, merge);
+  line.Clear();
+  PrintReport(options, report, line.Seconds());
+  return report.done ? kDone : kFailed;
+}
 
 }  // namespace
 
@@ -128,15 +97,35 @@ void AddMergeCommand(CLI::App& tool, int& exitCode) {
   const auto options = std::make_shared<MergeOptions>();
   CLI::App* command = tool.add_subcommand(
       "merge", "Put clips together into one file, in the order given, without re-encoding");
-  command->add_option("-o,--output", options->output, "The file to write")
+  command->add_option("-o,--output", options->merge.output, "The file to write")
       ->required()
       ->type_name("OUT");
   command->add_option("clips", options->inputs, "The clips of one recording")
       ->required()
       ->type_name("IN");
-  command->add_flag("--overwrite", options->overwrite,
-                    "Replace OUT; it is gone even if the merge fails");
-  command->callback([options, &exitCode] { exitCode = Merge(*options).Run(); });
+  command->add_flag("--overwrite", options->merge.overwrite,
+                    "Replace OUT once the new file is complete");
+  command->add_flag("--force", options->merge.force,
+                    "Go on in spite of problems, which may damage OUT but no clip");
+  command
+      ->add_option("--verify", options->verify,
+                   "What is compared with the clips before OUT gets its name: the samples where "
+                   "clips meet (seams), or every byte, read back from the disk (full)")
+      ->check(CLI::IsMember({"seams", "full"}))
+      ->option_text("seams|full");
+  command
+      ->add_option("--memory-limit", options->merge.memoryLimit,
+                   "What the clips' tables may take, such as 500M; half of the machine's memory if "
+                   "it is not given")
+      ->transform(CLI::AsSizeValue(true))
+      ->check([](const std::string& size) {
+        return size == "0" || size[0] == '-' ? "must be more than 0" : "";
+      })
+      ->option_text("SIZE");
+  command->add_flag("--remove-leftovers", options->removeLeftovers,
+                    "Remove what merges to OUT that were killed have left behind");
+  command->add_flag("--json", options->json, "Print for programs");
+  command->callback([options, &exitCode] { exitCode = Run(*options); });
 }
 
 }  // namespace clipchain

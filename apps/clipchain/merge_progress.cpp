@@ -1,32 +1,28 @@
 #include "clipchain/merge_progress.h"
 
-#include <algorithm>
-#include <numeric>
-
-#include "workflow/files.h"
+#include "clipchain/stop_signals.h"
 
 namespace clipchain {
 
-MergeProgress::MergeProgress(const std::vector<std::string>& inputs, ProgressLine& line)
-    : line_(line) {
-  for (const std::string& input : inputs) sizes_.push_back(FileSize(input));
-  state_.clips = static_cast<unsigned int>(inputs.size());
-  state_.total = std::accumulate(sizes_.begin(), sizes_.end(), 0LL);
-}
-
-void MergeProgress::StartInput() {
-  if (state_.clip > 0) before_ += sizes_[state_.clip - 1];
-  ++state_.clip;
-  last_ = -1;
-}
-
-HRESULT MergeProgress::NotifyProgress(long long current, long long total) {
-  stoodStill_ = current == last_ && current < total;
-  if (stoodStill_) return E_ABORT;
-  last_ = current;
-  state_.done = before_ + std::min(current, total);
-  line_.Show(state_);
-  return S_OK;
+bool MergeProgress::Show(const MergeStep& step) {
+  using Phase = MergeStep::Phase;
+  if (step.phase != phase_) line_.StartPhase();
+  phase_ = step.phase;
+  CopyState state;
+  state.clip = static_cast<unsigned int>(step.clip) + 1;
+  state.clips = static_cast<unsigned int>(clips_);
+  state.done = step.current;
+  state.total = step.total;
+  // Nobody knows how far a flush is.
+  if (phase_ == Phase::kFlushing) {
+    line_.ShowText("waiting for the disk");
+  } else if (phase_ == Phase::kChecking) {
+    line_.ShowText("checking the clips");
+  } else {
+    state.verifying = phase_ == Phase::kVerifying;
+    line_.Show(state);
+  }
+  return StopSignal() == 0;
 }
 
 }  // namespace clipchain

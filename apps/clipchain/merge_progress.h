@@ -1,35 +1,24 @@
-// The tool's ear at a merge.
+// A merge as the progress line shows it.
 #pragma once
 
-#include <string>
-#include <vector>
+#include <cstddef>
 
 #include "clipchain/progress_line.h"
-#include "merge/live_merge.h"
+#include "workflow/safe_merge.h"
 
 namespace clipchain {
 
-// Adds up the progress of the inputs, shows it, and ends a copy that stands still.
-class MergeProgress final : public MP4G::IMp4LiveMergeDelegate {
+class MergeProgress {
  public:
-  MergeProgress(const std::vector<std::string>& inputs, ProgressLine& line);
+  MergeProgress(std::size_t clips, ProgressLine& line) : clips_(clips), line_(line) {}
 
-  // To be called before each input.
-  void StartInput();
-
-  // E_ABORT if the copy made no step since the last call: the input ends before its media does, and
-  // nobody else would end the copy.
-  [[nodiscard]] HRESULT NotifyProgress(long long current, long long total) override;
-
-  bool StoodStill() const { return stoodStill_; }
+  // Draws the step; false if a signal asks for the end.
+  bool Show(const MergeStep& step);
 
  private:
-  std::vector<long long> sizes_;
+  std::size_t clips_;
   ProgressLine& line_;
-  CopyState state_;
-  long long before_ = 0;  // bytes of the inputs that are done
-  long long last_ = -1;   // what the last call of this input said
-  bool stoodStill_ = false;
+  MergeStep::Phase phase_ = MergeStep::Phase::kChecking;
 };
 
 }  // namespace clipchain

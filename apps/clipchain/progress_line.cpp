@@ -30,9 +30,10 @@ std::string CopyText(const CopyState& state) {
   const long long done = std::clamp(state.done, 0LL, state.total);
   const long long percent = state.total > 0 ? done * 100 / state.total : 100;
   const double rate = state.seconds > 0 ? static_cast<double>(done) / state.seconds : 0;
-  return fmt::format("clip {} of {}  {} of {}  {} %  {}/s  {} left", state.clip, state.clips,
-                     Amount(done), Amount(state.total), percent,
-                     Amount(static_cast<long long>(rate)), TimeLeft(state));
+  const std::string what =
+      state.verifying ? "verifying" : fmt::format("clip {} of {}", state.clip, state.clips);
+  return fmt::format("{}  {} of {}  {} %  {}/s  {} left", what, Amount(done), Amount(state.total),
+                     percent, Amount(static_cast<long long>(rate)), TimeLeft(state));
 }
 
 ProgressLine::ProgressLine(std::FILE* stream)
@@ -41,13 +42,23 @@ ProgressLine::ProgressLine(std::FILE* stream)
 ProgressLine::~ProgressLine() { Clear(); }
 
 void ProgressLine::Show(CopyState state) {
-  const Clock::time_point now = Clock::now();
-  if (stream_ == nullptr || (visible_ && now - shown_ < kBetweenDrawings)) return;
-  state.seconds = Seconds();
-  std::fputs(fmt::format("\r{}\x1B[K", CopyText(state)).c_str(), stream_);
+  if (visible_ && Clock::now() - shown_ < kBetweenDrawings) return;
+  state.seconds = std::chrono::duration<double>(Clock::now() - phase_).count();
+  ShowText(CopyText(state));
+}
+
+void ProgressLine::ShowText(const std::string& text) {
+  if (stream_ == nullptr) return;
+  std::fputs(fmt::format("\r{}\x1B[K", text).c_str(), stream_);
   std::fflush(stream_);
-  shown_ = now;
+  shown_ = Clock::now();
   visible_ = true;
+}
+
+// What the new phase shows first is not held back.
+void ProgressLine::StartPhase() {
+  phase_ = Clock::now();
+  shown_ = {};
 }
 
 void ProgressLine::Clear() {

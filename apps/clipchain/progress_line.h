@@ -12,10 +12,12 @@ struct CopyState {
   unsigned int clips = 0;
   long long done = 0;  // bytes, of all clips
   long long total = 0;
-  double seconds = 0;  // since the start
+  double seconds = 0;  // since the start of the phase
+  bool verifying = false;
 };
 
-// "clip 2 of 3  154.3 MB of 355.0 MB  43 %  210.4 MB/s  0:01 left"
+// "clip 2 of 3  154.3 MB of 355.0 MB  43 %  210.4 MB/s  0:01 left", with "verifying" for the clip
+// when what was copied is verified.
 std::string CopyText(const CopyState& state);
 
 // Writes to a terminal, at most ten times a second; to anything else nothing at all.
@@ -28,6 +30,10 @@ class ProgressLine {
 
   // Fills in the seconds.
   void Show(CopyState state);
+  // Shows it at once: it may stand for long.
+  void ShowText(const std::string& text);
+  // Rate and time left count from here on.
+  void StartPhase();
   void Clear();
   double Seconds() const;  // since construction
 
@@ -36,6 +42,7 @@ class ProgressLine {
 
   std::FILE* stream_;  // null if it is no terminal
   Clock::time_point start_ = Clock::now();
+  Clock::time_point phase_ = start_;
   Clock::time_point shown_{};
   bool visible_ = false;
 };

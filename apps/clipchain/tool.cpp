@@ -10,6 +10,7 @@
 
 #include "clipchain/commands.h"
 #include "clipchain/help_text.h"
+#include "clipchain/stop_signals.h"
 
 namespace clipchain {
 
@@ -42,8 +43,11 @@ int Run(int argc, const char* const* argv) {
 }  // namespace
 
 int RunTool(int argc, const char* const* argv) {
+  KeepStandardStreams();
+  TakeWriteSignalsAsErrors();
   try {
     const int exitCode = Run(argc, argv);
+    if (exitCode != kDone) DieOfStopSignal();
     if (std::fflush(stdout) == 0) return exitCode;
     throw std::system_error(errno, std::generic_category(), "the output stream");
   } catch (const std::exception& error) {

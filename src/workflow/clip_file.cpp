@@ -65,6 +65,8 @@ void ClipFile::WalkTopLevel() {
 HRESULT ClipFile::Parse() {
   if (reader_ == nullptr) return MP4G_E_INPUT_OPEN;
   const HRESULT result = file.SetReader(reader_.get());
+  // A medium that is failing may have given the headers only the second time.
+  if (result == S_OK && MoviePlace() == nullptr) return MP4G_E_INPUT_READ;
   parsed_ = result == S_OK;
   return !parsed_ && file.readError != S_OK ? MP4G_E_INPUT_READ : result;
 }

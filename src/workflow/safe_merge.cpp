@@ -13,6 +13,7 @@
 #include "merge/live_merge.h"
 #include "merge/merge_core.h"
 #include "merge/mp4_writer.h"
+#include "workflow/check.h"
 #include "workflow/copy_progress.h"
 #include "workflow/files.h"
 #include "workflow/result_words.h"
@@ -109,6 +110,11 @@ bool Run::Prepare() {
     return Fail(Message::kNothingToMerge, options_.output, "was not made: there is no clip",
                 "name at least one clip");
   if (!Enter(Phase::kChecking)) return false;
+  CheckOptions check;
+  check.output = options_.output;
+  check.overwrite = options_.overwrite;
+  check.memoryLimit = options_.memoryLimit;
+  report_.findings = Check(inputs_, check).findings;
   LookForLeftovers();
   if (HoldsUp(report_.findings, options_.force)) return false;
   return Enter(Phase::kChecking) && NoteInputs() && CreatePart();

@@ -42,6 +42,28 @@ struct TopLevel {
   Bytes ftyp, free, mdat, moov;
 };
 
+// A disk in memory, gone at the end.
+class SmallDisk {
+ public:
+  SmallDisk(fs::path path, const char* size) : path_(std::move(path)) {
+    fs::create_directory(path_);
+    mounted_ = ::mount("tmpfs", path_.c_str(), "tmpfs", 0, size) == 0;
+  }
+  ~SmallDisk() {
+    if (mounted_ && ::umount(path_.c_str()) != 0) ADD_FAILURE() << "the disk stays";
+  }
+  SmallDisk(const SmallDisk&) = delete;
+  SmallDisk& operator=(const SmallDisk&) = delete;
+
+  bool mounted() const { return mounted_; }
+  const fs::path& path() const { return path_; }
+  std::string operator/(const std::string& name) const { return path_ / name; }
+
+ private:
+  fs::path path_;
+  bool mounted_ = false;
+};
+
 class MergeCommand : public testing::Test {
  protected:
   std::string Write(const std::string& name, const Bytes& bytes) {
@@ -54,8 +76,8 @@ class MergeCommand : public testing::Test {
     return Tool(inputs);
   }
 
-  // The input is refused with that code and words, first or behind a good clip; nothing is left
-  // behind and no input changes.
+  // The input is refused in that severity, with those words, name and code and something to do,
+  // first or behind a good clip; nothing is left behind and no input changes.
   void ExpectRefused(const std::string& input, const std::string& code, const std::string& words) {
     const bool isFile = fs::is_regular_file(input);
     const Bytes before = isFile ? ReadFile(input) : Bytes();
@@ -63,26 +85,33 @@ class MergeCommand : public testing::Test {
       const Finished run = first ? Merge({input}) : Merge({kClip1, input});
       EXPECT_EQ(1, run.exitCode);
       EXPECT_EQ("", run.out);
-      EXPECT_THAT(run.err, HasSubstr(input));
+      EXPECT_THAT(run.err, HasSubstr(input + " "));
       EXPECT_THAT(run.err, HasSubstr(words));
-      EXPECT_THAT(run.err, HasSubstr("(" + code + ")\n"));
-      EXPECT_EQ(1, std::count(run.err.begin(), run.err.end(), '\n')) << run.err;
-      EXPECT_FALSE(fs::exists(output_));
+      EXPECT_THAT(run.err, HasSubstr(" (" + code + ")\n  "));
+      EXPECT_TRUE(NothingLeft());
     }
     if (isFile) {
       EXPECT_EQ(before, ReadFile(input));
     }
   }
 
-  // The output is refused with that code and words.
+  // The output is refused with that name, code and words.
   void ExpectOutputRefused(const std::string& output, const std::string& code,
                            const std::string& words) {
     const Finished run = Tool({"merge", "--overwrite", "-o", output, kClip1, kClip2});
     EXPECT_EQ(1, run.exitCode);
     EXPECT_EQ("", run.out);
-    EXPECT_THAT(run.err, HasSubstr(output));
+    EXPECT_THAT(run.err, HasSubstr("error: " + output + " "));
     EXPECT_THAT(run.err, HasSubstr(words));
-    EXPECT_THAT(run.err, HasSubstr("(" + code + ")\n"));
+    EXPECT_THAT(run.err, HasSubstr(" (" + code + ")\n  "));
+  }
+
+  // Neither an output nor a hidden file.
+  bool NothingLeft() const {
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder_.path())) {
+      if (entry.path().filename().string().find("out.mp4") != std::string::npos) return false;
+    }
+    return true;
   }
 
   TempDir folder_;
@@ -94,7 +123,8 @@ class MergeCommand : public testing::Test {
 TEST_F(MergeCommand, MergesClipsAndSaysSoInOneLine) {
   const Finished run = Merge({kClip1, kClip2, kClip3});
   EXPECT_EQ(0, run.exitCode);
-  EXPECT_EQ("", run.err);
+  EXPECT_THAT(run.err, testing::StartsWith("warning: "));
+  EXPECT_THAT(run.err, HasSubstr("(track-drift)\n"));
   EXPECT_THAT(run.out, HasSubstr("merged 3 clips into " + output_ + ": "));
   EXPECT_EQ(1, std::count(run.out.begin(), run.out.end(), '\n'));
   const Bytes media = TopLevel(output_).mdat;
@@ -114,15 +144,23 @@ TEST_F(MergeCommand, ShowsProgressOnATerminal) {
   const Finished run =
       support::RunOnTerminal(ToolCommand({"merge", "-o", output_, kClip1, kClip2}));
   EXPECT_EQ(0, run.exitCode);
+  EXPECT_THAT(run.out, HasSubstr("\rchecking the clips\x1B[K"));
   EXPECT_THAT(run.out, HasSubstr("\rclip 1 of 2  0 B of 244.8 kB  0 %"));
-  EXPECT_THAT(run.out, HasSubstr("\r\x1B[Kmerged 2 clips into "));
+  EXPECT_THAT(run.out, HasSubstr("\rverifying  0 B of 244.8 kB  0 %"));
+  EXPECT_THAT(run.out, HasSubstr("\rwaiting for the disk\x1B[K"));
+  EXPECT_THAT(run.out, HasSubstr("disk\x1B[K\r\x1B[K"));
+  EXPECT_THAT(run.out, HasSubstr("\r\nmerged 2 clips into "));
 }
 
 TEST_F(MergeCommand, RefusesAnOutputThatExists) {
   WriteFile(output_, Text("precious"));
   const Finished run = Merge({kClip1});
   EXPECT_EQ(1, run.exitCode);
-  EXPECT_THAT(run.err, HasSubstr(output_ + " exists already; --overwrite replaces it"));
+  EXPECT_THAT(run.err, HasSubstr("error: " + output_ +
+                                 " exists already (output-exists, MP4G_E_OUTPUT_OPEN)\n"
+                                 "  choose another name, or replace it with --overwrite\n"));
+  EXPECT_EQ(Text("precious"), ReadFile(output_));
+  EXPECT_EQ(1, Merge({"--force", kClip1}).exitCode);
   EXPECT_EQ(Text("precious"), ReadFile(output_));
 }
 
@@ -140,6 +178,20 @@ TEST_F(MergeCommand, ReplacesAnOutputWhenTold) {
   EXPECT_EQ(expected, ReadFile(output_));
 }
 
+TEST_F(MergeCommand, KeepsTheOldOutputWhenAClipIsRefused) {
+  WriteFile(output_, Text("precious"));
+  EXPECT_EQ(1, Tool({"merge", "--overwrite", "-o", output_, kClip1, "missing.mp4"}).exitCode);
+  EXPECT_EQ(Text("precious"), ReadFile(output_));
+}
+
+TEST_F(MergeCommand, ReplacesALinkAndNotTheFileBehindIt) {
+  WriteFile(folder_ / "behind", Text("precious"));
+  fs::create_symlink("behind", output_);
+  EXPECT_EQ(0, Tool({"merge", "--overwrite", "-o", output_, kClip1}).exitCode);
+  EXPECT_EQ(Text("precious"), ReadFile(folder_ / "behind"));
+  EXPECT_FALSE(fs::is_symlink(output_));
+}
+
 TEST_F(MergeCommand, NeverWritesOverAnInputByAnyName) {
   const Bytes clip = ReadFile(kClip2);
   const std::string input = Write("input.mp4", clip);
@@ -147,7 +199,8 @@ TEST_F(MergeCommand, NeverWritesOverAnInputByAnyName) {
   fs::create_symlink("input.mp4", folder_ / "soft.mp4");
   fs::create_symlink(".", folder_ / "here");
   for (const char* name : {"input.mp4", "hard.mp4", "soft.mp4", "here/input.mp4"}) {
-    const Finished run = Tool({"merge", "--overwrite", "-o", folder_ / name, kClip1, input});
+    const Finished run =
+        Tool({"merge", "--overwrite", "--force", "-o", folder_ / name, kClip1, input});
     EXPECT_EQ(1, run.exitCode) << name;
     EXPECT_THAT(run.err, HasSubstr("is the same file as the input " + input));
     EXPECT_EQ(clip, ReadFile(input)) << name;
@@ -156,55 +209,76 @@ TEST_F(MergeCommand, NeverWritesOverAnInputByAnyName) {
 }
 
 TEST_F(MergeCommand, RefusesAMissingFile) {
-  ExpectRefused(folder_ / "missing.mp4", "MP4G_E_INPUT_OPEN", "there is no such file");
+  ExpectRefused(folder_ / "missing.mp4", "input-unreadable, MP4G_E_INPUT_OPEN",
+                "there is no such file");
 }
 
 TEST_F(MergeCommand, RefusesAFolder) {
   const TempDir input;
-  ExpectRefused(input.path(), "MP4G_E_INPUT_OPEN", "it is a folder");
+  ExpectRefused(input.path(), "input-unreadable, MP4G_E_INPUT_OPEN", "it is a folder");
 }
 
 TEST_F(MergeCommand, RefusesAnEmptyFile) {
-  ExpectRefused(Write("empty.mp4", {}), "E_BAD_DATA", "it is empty");
+  ExpectRefused(Write("empty.mp4", {}), "input-unreadable, MP4G_E_INPUT_OPEN", "it is empty");
 }
 
 TEST_F(MergeCommand, RefusesATextFile) {
-  ExpectRefused(Write("notes.txt", Text("These are notes about a clip.\n")), "E_BAD_TYPE",
-                "is no MP4 clip");
-  ExpectRefused(Write("note.txt", Text("Hello\n")), "E_BAD_DATA", "is no MP4 clip");
+  ExpectRefused(Write("notes.txt", Text("These are notes about a clip.\n")),
+                "top-level-box-unknown, E_BAD_TYPE", "is no MP4 clip");
+  ExpectRefused(Write("note.txt", Text("Hello\n")), "file-cut-off, E_BAD_DATA", "ends at byte 6");
 }
 
 TEST_F(MergeCommand, RefusesAClipCutShortInItsMovieBox) {
   Bytes clip = ReadFile(kClip2);
   clip.pop_back();
-  ExpectRefused(Write("short.mp4", clip), "E_BAD_DATA", "cut short");
+  ExpectRefused(Write("short.mp4", clip), "file-cut-off, E_BAD_DATA", "moov at byte");
 }
 
 TEST_F(MergeCommand, RefusesAClipCutShortInItsMedia) {
   const TopLevel boxes(kClip2);
   Bytes clip = Join({boxes.ftyp, boxes.moov, boxes.mdat});
   clip.resize(clip.size() - 1000);
-  ExpectRefused(Write("short.mp4", clip), "E_ABORT", "ends before its media does");
+  ExpectRefused(Write("short.mp4", clip), "media-cut-off, MP4G_E_INPUT_READ", "is cut off");
 }
 
 TEST_F(MergeCommand, RefusesAClipWithoutAMovieBox) {
   const TopLevel boxes(kClip2);
-  ExpectRefused(Write("headless.mp4", Join({boxes.ftyp, boxes.free, boxes.mdat})), "E_BAD_DATA",
-                "is no MP4 clip");
+  ExpectRefused(Write("headless.mp4", Join({boxes.ftyp, boxes.free, boxes.mdat})),
+                "movie-missing, E_BAD_DATA", "has no movie box");
 }
 
 TEST_F(MergeCommand, RefusesAnUnknownBoxAtTheTopLevel) {
   const TopLevel boxes(kClip2);
-  const Bytes rest = Join({boxes.free, boxes.mdat, boxes.moov});
-  ExpectRefused(Write("wide.mp4", Join({boxes.ftyp, support::Box("wide"), rest})), "E_BAD_TYPE",
-                "has a box at its top level");
+  const Bytes rest = Join({boxes.mdat, boxes.moov});
+  ExpectRefused(Write("wide.mp4", Join({boxes.ftyp, support::Box("wide"), rest})),
+                "top-level-box-unknown, E_BAD_TYPE", "has a box \"wide\" at its top level");
   EXPECT_EQ(0, Merge({Write("free.mp4", Join({boxes.ftyp, support::Box("free"), rest}))}).exitCode);
+}
+
+// A problem, which the user may insist on; an error above, which nobody may.
+TEST_F(MergeCommand, GoesOnInSpiteOfAProblemWhenForced) {
+  const TopLevel boxes(kClip2);
+  const std::string moved = Write(
+      "moved.mp4", Join({boxes.ftyp, boxes.free, support::Box("free"), boxes.mdat, boxes.moov}));
+  const Finished held = Merge({moved});
+  EXPECT_EQ(1, held.exitCode);
+  EXPECT_THAT(held.err, HasSubstr("problem: " + moved));
+  EXPECT_THAT(held.err, HasSubstr("(samples-outside-media)\n"));
+  EXPECT_TRUE(NothingLeft());
+  const Finished forced = Merge({"--force", moved});
+  EXPECT_EQ(0, forced.exitCode);
+  EXPECT_THAT(forced.err, HasSubstr("(samples-outside-media)\n"));
+  EXPECT_THAT(forced.err, HasSubstr("problem: " + output_));
+  EXPECT_THAT(forced.err, HasSubstr("(result-differs)\n"));
+  EXPECT_TRUE(fs::exists(output_));
 }
 
 TEST_F(MergeCommand, RefusesAClipInFragments) {
   const fs::path media = support::MadeMedia();
   if (media.empty()) GTEST_SKIP() << "no clips were made: ffmpeg is absent";
-  ExpectRefused(media / "odd/fragmented.mp4", "E_BAD_DATA", "keeps its samples in fragments");
+  const Finished run = Merge({media / "odd/fragmented.mp4"});
+  EXPECT_EQ(1, run.exitCode);
+  EXPECT_THAT(run.err, HasSubstr("(fragmented)\n"));
 }
 
 TEST_F(MergeCommand, SaysWhatDoesNotFitTheFirstClip) {
@@ -214,49 +288,63 @@ TEST_F(MergeCommand, SaysWhatDoesNotFitTheFirstClip) {
   const auto expect = [&](const fs::path& input, const std::string& words) {
     const Finished run = Merge({first, input});
     EXPECT_EQ(1, run.exitCode) << input;
-    EXPECT_THAT(run.err, HasSubstr(input.string() + " " + words));
-    EXPECT_FALSE(fs::exists(output_));
+    EXPECT_THAT(run.err, HasSubstr("error: " + input.string() + " "));
+    EXPECT_THAT(run.err, HasSubstr(words));
+    EXPECT_TRUE(NothingLeft());
   };
-  expect(media / "video_only/1.mp4",
-         "has another number of tracks than the first clip "
-         "(MP4G_E_TRACK_COUNT)");
-  expect(media / "no_edit_lists/1.mp4",
-         "has an edit list where the first clip has none, or none "
-         "where that has one (E_INVALIDARG)");
+  expect(media / "video_only/1.mp4", "(track-count, MP4G_E_TRACK_COUNT)");
+  expect(media / "no_edit_lists/1.mp4", "(edit-list-differs, E_INVALIDARG)");
   support::Bytes otherLevel = support::ReadFile(media / "avc_aac/2.mp4");
   otherLevel.at(support::FindBox(otherLevel, "avcC") + 11) ^= 1;
-  expect(Write("other_level.mp4", otherLevel),
-         "is encoded in another way than the first clip, or lists its samples in another "
-         "form (MP4G_E_SAMPLE_TABLE)");
-  expect(media / "mpeg4_visual/1.mp4",
-         "is no MP4 clip, is damaged or cut short, or lacks a kind "
-         "of track that the first clip has (E_BAD_DATA)");
+  expect(Write("other_level.mp4", otherLevel), "(sample-description, MP4G_E_SAMPLE_TABLE)");
+  expect(media / "mpeg4_visual/1.mp4", "(track-without-partner, E_BAD_DATA)");
 }
 
 TEST_F(MergeCommand, ExplainsAnOutputFolderThatIsMissing) {
-  ExpectOutputRefused(folder_ / "missing/out.mp4", "0xA000000A",
-                      "can't be opened for writing: there is no folder");
+  ExpectOutputRefused(folder_ / "missing/out.mp4", "output-unwritable, MP4G_E_OUTPUT_OPEN",
+                      "can't be written: there is no folder");
 }
 
 TEST_F(MergeCommand, ExplainsAnOutputThatIsAFolder) {
   fs::create_directory(folder_ / "sub");
-  ExpectOutputRefused(folder_ / "sub", "0xA000000A", "can't be opened for writing: it is a folder");
+  ExpectOutputRefused(folder_ / "sub", "output-unwritable, MP4G_E_OUTPUT_OPEN",
+                      "can't be written: it is a folder");
   EXPECT_TRUE(fs::is_directory(folder_ / "sub"));
 }
 
-TEST_F(MergeCommand, ExplainsADiskThatIsFull) {
-  ExpectOutputRefused("/dev/full", "MP4G_E_OUTPUT_WRITE", "the disk may be full");
+TEST_F(MergeCommand, NeverReplacesADevice) {
+  ExpectOutputRefused("/dev/full", "output-unwritable, MP4G_E_OUTPUT_OPEN",
+                      "it is no regular file");
   EXPECT_TRUE(fs::is_character_file("/dev/full"));
+  fs::create_symlink("/dev/full", output_);
+  ExpectOutputRefused(output_, "output-unwritable, MP4G_E_OUTPUT_OPEN", "it is no regular file");
+  EXPECT_TRUE(fs::is_symlink(output_));
 }
 
-TEST_F(MergeCommand, RemovesTheOutputThatDoesNotFitTheDisk) {
-  const fs::path disk = folder_ / "disk";
-  fs::create_directory(disk);
-  if (::mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=160k") != 0)
-    GTEST_SKIP() << "a small disk can be mounted by root only";
-  ExpectOutputRefused(disk / "out.mp4", "MP4G_E_OUTPUT_WRITE", "the disk may be full");
-  EXPECT_TRUE(fs::is_empty(disk));
-  EXPECT_EQ(0, ::umount(disk.c_str()));
+TEST_F(MergeCommand, SaysBeforehandWhatDoesNotFitTheDisk) {
+  const SmallDisk disk(folder_ / "disk", "size=160k");
+  if (!disk.mounted()) GTEST_SKIP() << "a small disk can be mounted by root only";
+  ExpectOutputRefused(disk / "out.mp4", "too-little-space, MP4G_E_OUTPUT_WRITE", "are free in");
+  EXPECT_TRUE(fs::is_empty(disk.path()));
+}
+
+TEST_F(MergeCommand, LeavesNothingOnADiskThatFillsUp) {
+  const SmallDisk disk(folder_ / "disk", "size=300k");
+  if (!disk.mounted()) GTEST_SKIP() << "a small disk can be mounted by root only";
+  // Somebody else takes the room while the merge is under way: it waits for the answer about what
+  // was left behind.
+  const std::string leftover = disk / ".out.mp4.clipchain-4711-0123456789abcdef.part";
+  WriteFile(leftover, {});
+  support::Talk talk(ToolCommand({"merge", "-o", disk / "out.mp4", kClip1, kClip2}));
+  talk.Expect("Remove it? [y/N] ");
+  WriteFile(disk / "other", support::Zeros(120 * 1024));
+  talk.Say("n\n");
+  const Finished run = talk.End();
+  EXPECT_EQ(1, run.exitCode);
+  EXPECT_THAT(run.out, HasSubstr("can't be written: No space left on device"));
+  EXPECT_THAT(run.out, HasSubstr("(output-unwritable, MP4G_E_OUTPUT_WRITE)"));
+  EXPECT_FALSE(fs::exists(disk / "out.mp4"));
+  EXPECT_EQ(2, std::distance(fs::directory_iterator(disk.path()), fs::directory_iterator()));
 }
 
 TEST_F(MergeCommand, TakesFileNamesOfAnyBytes) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <pty.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <cstdlib>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 #include "support/temp_dir.h"
 
@@ -64,18 +66,46 @@ Finished Run(const std::vector<std::string>& command) {
   return finished;
 }
 
-Finished RunOnTerminal(const std::vector<std::string>& command) {
-  int terminal = -1;
-  const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
-  if (child < 0) throw std::runtime_error("no terminal");
-  if (child == 0) Become(command);
-  Finished finished;
+Finished RunOnTerminal(const std::vector<std::string>& command) { return Talk(command).End(); }
+
+Talk::Talk(const std::vector<std::string>& command) {
+  process_ = ::forkpty(&terminal_, nullptr, nullptr, nullptr);
+  if (process_ < 0) throw std::runtime_error("no terminal");
+  if (process_ == 0) Become(command);
+}
+
+Talk::~Talk() {
+  if (process_ < 0) return;
+  ::kill(process_, SIGKILL);
+  ::waitpid(process_, nullptr, 0);
+  ::close(terminal_);
+}
+
+// Reading fails when the program has closed its end.
+bool Talk::Listen() {
   std::array<char, 4096> block;
-  // Reading fails when the child has closed its end.
-  for (ssize_t count; (count = ::read(terminal, block.data(), block.size())) > 0;)
-    finished.out.append(block.data(), static_cast<std::size_t>(count));
-  ::close(terminal);
-  finished.exitCode = ExitCode(child);
+  const ssize_t count = ::read(terminal_, block.data(), block.size());
+  if (count > 0) shown_.append(block.data(), static_cast<std::size_t>(count));
+  return count > 0;
+}
+
+void Talk::Expect(const std::string& text) {
+  while (shown_.find(text) == std::string::npos) {
+    if (!Listen()) throw std::runtime_error("never shown: " + text + "\n" + shown_);
+  }
+}
+
+void Talk::Say(const std::string& text) {
+  if (::write(terminal_, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+    throw std::runtime_error("nobody listens");
+}
+
+Finished Talk::End() {
+  while (Listen()) continue;
+  Finished finished;
+  finished.exitCode = ExitCode(std::exchange(process_, -1));
+  finished.out = shown_;
+  ::close(terminal_);
   return finished;
 }
 
