@@ -1,5 +1,6 @@
 """Shared by the checks of what is handed out: running programs, and judging what examples do."""
 import os
+import shutil
 import subprocess
 import sys
 from pathlib import Path
@@ -93,3 +94,28 @@ def check_examples(programs, folder, library):
     chained = run(programs / "chain_clips", *reversed(CLIPS))
     for clip in CLIPS:
         require(f"  {clip}\n" in chained, f"chain_clips does not name {clip}:\n{chained}")
+    check_keeping(programs / "keep_recordings", folder)
+
+
+def check_keeping(program, folder):
+    """A recording over two cards becomes one file, with a page; a second run replaces nothing."""
+    cards = [folder / "card 1", folder / "card 2"]
+    for card, clips in zip(cards, (CLIPS[:2], CLIPS[2:])):
+        card.mkdir()
+        for clip in clips:
+            shutil.copy(clip, card)
+    kept, page = folder / "kept", folder / "page.html"
+    kept.mkdir()
+    said = run(program, "--page", page, kept, *cards)
+    require("done, from 3 clips" in said, f"keep_recordings says:\n{said}")
+    files = list(kept.iterdir())
+    require(len(files) == 1, f"kept are {files}")
+    check_merged(files[0])
+    require("3 clips" in page.read_text(encoding="utf-8"), "the page does not know the clips")
+    before = files[0].stat().st_mtime_ns
+    said = run(program, kept, *cards, expect=1)
+    require("output-exists" in said and files[0].stat().st_mtime_ns == before, f"a second run says:\n{said}")
+    run(program, expect=2)
+    for made in (*cards, kept):
+        shutil.rmtree(made)
+    page.unlink()

@@ -11,6 +11,7 @@ with tempfile.TemporaryDirectory(prefix="clipchain-docs-") as folder:
     for page, words in {
         "merge.html": ["QVMp4Merger", "m4lm_createHandle", "ctypes"],
         "analyse.html": ["QVMp4SequenceCreator", "registerMp4"],
+        "workflow.html": ["SafeMerge", "HoldsUp", "keep_recordings"],
         "box_model.html": ["_tagTRACK_EXTENDS_BOX", "kEtcTable", "73 74 74 73"],
         "classQVMp4Merger.html": ["One object is driven by one", "inputMp4File"],
     }.items():

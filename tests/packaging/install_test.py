@@ -21,6 +21,7 @@ PROGRAMS = {
     "merge_clips_cpp": (CXX, "-std=c++20", "merge_clips.cpp"),
     "merge_clips_front": (CXX, "-std=c++20", "merge_clips_front.cpp"),
     "chain_clips": (CXX, "-std=c++20", "chain_clips.cpp"),
+    "keep_recordings": (CXX, "-std=c++20", "keep_recordings.cpp"),
 }
 
 
