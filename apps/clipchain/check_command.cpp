@@ -21,8 +21,9 @@ struct CheckCommand {
 
 int Run(const CheckCommand& options) {
   const CheckReport report = Check(options.inputs, options.check);
-  const auto print = options.json ? CheckJson : CheckText;
-  std::fputs(print(options.inputs, options.check, report).c_str(), stdout);
+  const std::string text = options.json ? CheckJson(options.inputs, options.check, report)
+                                        : CheckText(options.inputs, report, Paint(stdout));
+  std::fputs(text.c_str(), stdout);
   return HoldsUp(report.findings, false) ? kFailed : kDone;
 }
 

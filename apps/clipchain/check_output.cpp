@@ -44,9 +44,9 @@ std::string SummaryText(const std::vector<std::string>& inputs, const CheckRepor
 
 }  // namespace
 
-std::string CheckText(const std::vector<std::string>& inputs, const CheckOptions&,
-                      const CheckReport& report) {
-  std::string text = FindingsText(report.findings);
+std::string CheckText(const std::vector<std::string>& inputs, const CheckReport& report,
+                      const Paint& paint) {
+  std::string text = FindingsText(report.findings, paint);
   if (inputs.size() > 1 && !report.seams.empty()) {
     text += fmt::format("{:>12}  {}\n", "drift", "behind");
     for (const Seam& seam : report.seams) {

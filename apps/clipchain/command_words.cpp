@@ -13,6 +13,8 @@ OptionWords DescribeOption(const CLI::Option& option) {
   if (option.get_type_size() != 0) {
     words.value =
         option.get_option_text().empty() ? option.get_type_name() : option.get_option_text();
+    // Behind a colon stands what is tested of it.
+    words.value = words.value.substr(0, words.value.find(':'));
     words.standard = option.get_default_str();
   }
   words.text = option.get_description();

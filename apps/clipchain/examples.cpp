@@ -10,7 +10,7 @@ const Example kExamples[] = {
     {"merge", "clipchain merge --verify=full -o /nas/whole.mp4 clip*.mp4",
      "Compares every byte, read back from the disk."},
     {"check", "clipchain check clip1.mp4 clip2.mp4 clip3.mp4",
-     "Says whether the clips can be merged in that order, and what would be lost."},
+     "Says whether they can be merged in that order, and what would be lost."},
     {"check", "clipchain check --json clip*.mp4", "The same for programs."},
     {"join", "clipchain join /media/card -o ~/Videos",
      "Merges every complete recording of a card into a file of its own."},

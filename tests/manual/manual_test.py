@@ -59,7 +59,7 @@ def check_page(name, wanted):
         return
     env = {**os.environ, "MANWIDTH": "80", "LC_ALL": "C.UTF-8", "MANROFFSEQ": ""}
     shown = run("man", "--warnings", "-l", "-P", "cat", page, env=env)
-    require("warning" not in shown, f"man warns about {page}: {shown}")
+    require("warning:" not in shown, f"man warns about {page}: {shown}")
     shown = re.sub(r".\x08", "", shown)
     told = options_in(part(shown, "OPTIONS"))
     require(told == wanted, f"{page} has the options {sorted(told)}, not {sorted(wanted)}")
