@@ -9,6 +9,7 @@ class App;
 namespace clipchain {
 
 void AddCheckCommand(CLI::App& tool, int& exitCode);
+void AddJoinCommand(CLI::App& tool, int& exitCode);
 void AddMergeCommand(CLI::App& tool, int& exitCode);
 void AddSequencesCommand(CLI::App& tool, int& exitCode);
 void AddInfoCommand(CLI::App& tool, int& exitCode);

@@ -10,6 +10,8 @@
 
 #include "clipchain/commands.h"
 #include "clipchain/finding_output.h"
+#include "clipchain/job_option.h"
+#include "clipchain/merge_options.h"
 #include "clipchain/merge_progress.h"
 #include "clipchain/paint.h"
 #include "clipchain/stop_signals.h"
@@ -26,7 +28,8 @@ namespace {
 struct MergeOptions {
   std::vector<std::string> inputs;
   SafeMergeOptions merge;
-  std::string verify = "seams";
+  std::vector<std::string> job;  // in place of inputs and output
+  MergeSettings settings;
   bool removeLeftovers = false;
   bool json = false;
 };
@@ -45,37 +48,52 @@ bool AskToRemove(const Leftover& leftover) {
   return answer == "y" || answer == "yes";
 }
 
-std::string ReportJson(const MergeOptions& options, const SafeMergeReport& report, double seconds) {
+std::string ReportJson(const MergeOptions& options, const JobResult& result, double seconds) {
+  const SafeMergeReport& report = result.merge;
   Json document;
   SetPath(document, options.merge.output);
   document["done"] = report.done;
+  document["already"] = result.already;
   document["clips"] = options.inputs.size();
   document["size"] = report.size;
   document["seconds"] = seconds;
-  document["verified"] = options.verify;
+  document["verified"] = options.settings.verify;
   document["result"] = ResultName(report.result);
   document["findings"] = FindingsJson(report.findings);
   return JsonText(document);
 }
 
-void PrintReport(const MergeOptions& options, const SafeMergeReport& report, double seconds) {
+void PrintReport(const MergeOptions& options, const JobResult& result, double seconds) {
+  const SafeMergeReport& report = result.merge;
   if (options.json) {
-    std::fputs(ReportJson(options, report, seconds).c_str(), stdout);
+    std::fputs(ReportJson(options, result, seconds).c_str(), stdout);
     return;
   }
   std::fputs(FindingsText(report.findings, Paint(stderr)).c_str(), stderr);
   if (!report.done) return;
+  if (result.already) {
+    fmt::print("{} is there already, {}\n", Shown(options.merge.output), Amount(report.size));
+    return;
+  }
   const std::size_t clips = options.inputs.size();
   fmt::print("merged {} {} into {}: {} in {:.2f} s\n", clips, clips == 1 ? "clip" : "clips",
              Shown(options.merge.output), Amount(report.size), seconds);
 }
 
-int Run(const MergeOptions& options) {
+int Run(MergeOptions options) {
   NoteStopSignals();
+  Job job;
+  if (!options.job.empty()) {
+    if (!FindJob(options.job, job)) return kFailed;
+    options.inputs = job.inputs;
+    options.merge.output = job.output;
+  }
   ProgressLine line(stderr);
   MergeProgress progress(options.inputs.size(), line);
   SafeMergeOptions merge = options.merge;
-  if (options.verify == "full") merge.verification = Verification::kFull;
+  merge.force = options.settings.force;
+  merge.verification = options.settings.Level();
+  merge.memoryLimit = options.settings.memoryLimit;
   merge.progress = [&](const MergeStep& step) { return progress.Show(step); };
   if (options.removeLeftovers) {
     merge.removeLeftover = [](const Leftover&) { return true; };
@@ -85,10 +103,11 @@ int Run(const MergeOptions& options) {
       return AskToRemove(leftover);
     };
   }
-  const SafeMergeReport report = SafeMerge(options.inputs, merge);
+  const JobResult result = options.job.empty() ? JobResult{SafeMerge(options.inputs, merge), false}
+                                               : MergeJob(job, merge);
   line.Clear();
-  PrintReport(options, report, line.Seconds());
-  return report.done ? kDone : kFailed;
+  PrintReport(options, result, line.Seconds());
+  return result.merge.done ? kDone : kFailed;
 }
 
 }  // namespace
@@ -97,35 +116,28 @@ void AddMergeCommand(CLI::App& tool, int& exitCode) {
   const auto options = std::make_shared<MergeOptions>();
   CLI::App* command = tool.add_subcommand(
       "merge", "Put clips together into one file, in the order given, without re-encoding");
-  command->add_option("-o,--output", options->merge.output, "The file to write")
-      ->required()
-      ->type_name("OUT");
-  command->add_option("clips", options->inputs, "The clips of one recording")
-      ->required()
-      ->type_name("IN");
-  command->add_flag("--overwrite", options->merge.overwrite,
-                    "Replace OUT once the new file is complete");
-  command->add_flag("--force", options->merge.force,
-                    "Go on in spite of problems, which may damage OUT but no clip");
-  command
-      ->add_option("--verify", options->verify,
-                   "What is compared with the clips before OUT gets its name: the samples where "
-                   "clips meet (seams), or every byte, read back from the disk (full)")
-      ->check(CLI::IsMember({"seams", "full"}))
-      ->option_text("seams|full");
-  command
-      ->add_option("--memory-limit", options->merge.memoryLimit,
-                   "What the clips' tables may take, such as 500M; half of the machine's memory if "
-                   "it is not given")
-      ->transform(CLI::AsSizeValue(true))
-      ->check([](const std::string& size) {
-        return size == "0" || size[0] == '-' ? "must be more than 0" : "";
-      })
-      ->option_text("SIZE");
+  CLI::Option* output = command
+                            ->add_option("-o,--output", options->merge.output,
+                                         "The file to write; required without --job")
+                            ->type_name("OUT");
+  CLI::Option* clips = command
+                           ->add_option("clips", options->inputs,
+                                        "The clips of one recording; required without --job")
+                           ->type_name("IN");
+  CLI::Option* overwrite = command->add_flag("--overwrite", options->merge.overwrite,
+                                             "Replace OUT once the new file is complete");
+  CLI::Option* job = AddJobOption(*command, options->job);
+  for (CLI::Option* option : {output, clips, overwrite}) job->excludes(option);
+  AddMergeSettings(*command, options->settings);
   command->add_flag("--remove-leftovers", options->removeLeftovers,
                     "Remove what merges to OUT that were killed have left behind");
   command->add_flag("--json", options->json, "Print for programs");
-  command->callback([options, &exitCode] { exitCode = Run(*options); });
+  command->callback([options, output, clips, &exitCode] {
+    for (const CLI::Option* option : {output, clips}) {
+      if (options->job.empty() && option->empty()) throw CLI::RequiredError(option->get_name());
+    }
+    exitCode = Run(*options);
+  });
 }
 
 }  // namespace clipchain

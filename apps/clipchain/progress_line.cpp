@@ -30,8 +30,9 @@ std::string CopyText(const CopyState& state) {
   const long long done = std::clamp(state.done, 0LL, state.total);
   const long long percent = state.total > 0 ? done * 100 / state.total : 100;
   const double rate = state.seconds > 0 ? static_cast<double>(done) / state.seconds : 0;
-  const std::string what =
-      state.verifying ? "verifying" : fmt::format("clip {} of {}", state.clip, state.clips);
+  const std::string what = state.verifying
+                               ? "verifying"
+                               : fmt::format("{} {} of {}", state.unit, state.clip, state.clips);
   return fmt::format("{}  {} of {}  {} %  {}/s  {} left", what, Amount(done), Amount(state.total),
                      percent, Amount(static_cast<long long>(rate)), TimeLeft(state));
 }

@@ -14,6 +14,7 @@ struct CopyState {
   long long total = 0;
   double seconds = 0;  // since the start of the phase
   bool verifying = false;
+  const char* unit = "clip";  // what is counted
 };
 
 // "clip 2 of 3  154.3 MB of 355.0 MB  43 %  210.4 MB/s  0:01 left", with "verifying" for the clip

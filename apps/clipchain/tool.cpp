@@ -20,6 +20,7 @@ void AddCommands(CLI::App& tool, int& exitCode) {
   tool.require_subcommand(1);
   AddMergeCommand(tool, exitCode);
   AddCheckCommand(tool, exitCode);
+  AddJoinCommand(tool, exitCode);
   AddSequencesCommand(tool, exitCode);
   AddInfoCommand(tool, exitCode);
   AddHelp(tool);

@@ -67,7 +67,7 @@ class Joining {
       return;
     }
     ++step_.job;
-    if (Tell(MergeStep::Phase::kChecking, 0)) {
+    if (Tell(MergeStep::Phase::kChecking, 0, 0)) {
       try {
         report.outcome = Exists(job.output) ? Compare(job, report) : Merge(job, report);
       } catch (const std::bad_alloc&) {
@@ -80,9 +80,16 @@ class Joining {
   }
 
   Outcome Compare(const Job& job, JobReport& report) {
+    for (const std::string& input : job.inputs) {
+      if (!IsSameFile(job.output, input)) continue;
+      report.findings.push_back(MakeFinding(Message::kOutputIsInput, job.output,
+                                            "is the same file as the clip " + Shown(input),
+                                            "give the result another name"));
+      return Outcome::kFailed;
+    }
     const Findings faults =
         options_.verify(job, options_.verification, [&](long long current, long long) {
-          return Tell(MergeStep::Phase::kVerifying, Verified(job, current));
+          return Tell(MergeStep::Phase::kVerifying, 0, Verified(job, current));
         });
     if (report_.stopped) return Outcome::kNotRun;
     report.size = FileSize(job.output);
@@ -106,10 +113,14 @@ class Joining {
     options.force = options_.force;
     options.verification = options_.verification;
     options.memoryLimit = options_.memoryLimit;
-    options.progress = [&](const MergeStep& step) { return Tell(step.phase, DoneOf(job, step)); };
+    options.removeLeftover = options_.removeLeftover;
+    options.progress = [&](const MergeStep& step) {
+      return Tell(step.phase, step.clip, DoneOf(job, step));
+    };
     const SafeMergeReport merged = options_.merge(job.inputs, options);
     report.findings.insert(report.findings.end(), merged.findings.begin(), merged.findings.end());
     report.size = merged.size;
+    report.result = merged.result;
     return merged.done ? Outcome::kMerged : Outcome::kFailed;
   }
 
@@ -132,9 +143,10 @@ class Joining {
   }
 
   // Whether to go on.
-  bool Tell(MergeStep::Phase phase, long long current) {
+  bool Tell(MergeStep::Phase phase, std::size_t clip, long long current) {
     JoinStep step = step_;
     step.phase = phase;
+    step.clip = clip;
     step.current += current;
     if (!report_.stopped && options_.progress) report_.stopped = !options_.progress(step);
     return !report_.stopped;

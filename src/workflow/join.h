@@ -28,15 +28,17 @@ CLIPCHAIN_API std::string_view OutcomeName(Outcome outcome);
 
 struct JobReport {
   Outcome outcome = Outcome::kNotRun;
-  Findings findings;   // the plan's and those of the merge, or of the look at the output
-  long long size = 0;  // of the output, if it is there
-  double seconds = 0;  // that the job took
+  Findings findings;      // the plan's and those of the merge, or of the look at the output
+  long long size = 0;     // of the output, if it is there
+  HRESULT result = S_OK;  // the engine's last code
+  double seconds = 0;     // that the job took
 };
 
 struct JoinStep {
   std::size_t job;   // the one at work, counted from 1 among those that are not left out
   std::size_t jobs;  // that are not left out
   MergeStep::Phase phase;
+  std::size_t clip;   // index of the input of that job that is copied
   long long current;  // bytes over all jobs together; twice, where all of them are verified, too
   long long total;
 };
@@ -53,6 +55,7 @@ struct JoinOptions {
   bool force = false;  // as for a merge
   Verification verification = Verification::kSeams;
   long long memoryLimit = 0;
+  std::function<bool(const Leftover&)> removeLeftover;
   // Told about each step; false stops the work: the merge that is going on leaves nothing behind,
   // and what is left is not run. May be empty.
   std::function<bool(const JoinStep&)> progress;

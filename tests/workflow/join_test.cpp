@@ -12,6 +12,7 @@
 
 #include "support/movie_builder.h"
 #include "support/movie_oracle.h"
+#include "support/result_matchers.h"
 #include "support/temp_dir.h"
 
 namespace clipchain {
@@ -36,7 +37,8 @@ class JoiningSequences : public testing::Test {
     Job job;
     for (int i = 0; i < 2; ++i) {
       const std::string name = std::to_string(2 * plan.jobs.size() + i) + ".mp4";
-      job.inputs.push_back(Put(name, support::Clip(8, static_cast<unsigned char>(++seed)).Build()));
+      job.inputs.push_back(
+          Put(name, support::Clip(16, static_cast<unsigned char>(++seed)).Build()));
       job.size += static_cast<long long>(fs::file_size(job.inputs.back()));
     }
     job.output = At(output);
@@ -121,10 +123,13 @@ TEST_F(JoiningSequences, HandsItsOptionsToTheMerge) {
   options.force = true;
   options.verification = Verification::kFull;
   options.memoryLimit = 12345;
+  options.removeLeftover = [](const Leftover& leftover) { return leftover.size == 7; };
   SafeMergeOptions seen;
   options.merge = [&seen](const Paths&, const SafeMergeOptions& merge) {
     seen = merge;
-    return SafeMergeReport{};
+    SafeMergeReport result;
+    result.result = E_BAD_DATA;
+    return result;
   };
   EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kFailed));
   EXPECT_EQ(At("a"), seen.output);
@@ -132,6 +137,9 @@ TEST_F(JoiningSequences, HandsItsOptionsToTheMerge) {
   EXPECT_TRUE(seen.force);
   EXPECT_EQ(Verification::kFull, seen.verification);
   EXPECT_EQ(12345, seen.memoryLimit);
+  EXPECT_TRUE(seen.removeLeftover({"", 7}));
+  EXPECT_FALSE(seen.removeLeftover({"", 8}));
+  EXPECT_RESULT(E_BAD_DATA, report.jobs[0].result);
 }
 
 TEST_F(JoiningSequences, CountsTheBytesOfAllJobs) {
@@ -141,7 +149,7 @@ TEST_F(JoiningSequences, CountsTheBytesOfAllJobs) {
   options.merge = [](const Paths&, const SafeMergeOptions& merge) {
     for (const Phase phase :
          {Phase::kChecking, Phase::kCopying, Phase::kVerifying, Phase::kFlushing})
-      EXPECT_TRUE(merge.progress({phase, 0, 10, 20}));
+      EXPECT_TRUE(merge.progress({phase, 1, 10, 20}));
     return SafeMergeReport{};
   };
   std::vector<JoinStep> steps;
@@ -162,6 +170,7 @@ TEST_F(JoiningSequences, CountsTheBytesOfAllJobs) {
   }
   EXPECT_EQ(Phase::kChecking, steps[0].phase);
   EXPECT_EQ(Phase::kCopying, steps[2].phase);
+  EXPECT_EQ(1u, steps[2].clip);
 
   steps.clear();
   options.verification = Verification::kFull;
@@ -274,9 +283,17 @@ TEST_F(JoiningSequences, NeitherWaitsForAPipeNorFollowsALinkToNowhere) {
   EXPECT_FALSE(fs::exists(At("nowhere")));
 }
 
-TEST_F(JoiningSequences, StopsInAVerification) {
+TEST_F(JoiningSequences, DoesNotTakeAClipForItsOwnResult) {
   Add("0.mp4");
+  plan.jobs[0].inputs.pop_back();
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kFailed));
+  EXPECT_EQ(Message::kOutputIsInput, report.jobs[0].findings.at(0).message);
+}
+
+TEST_F(JoiningSequences, StopsInAVerification) {
+  Add("there");
   Add("b");
+  Put("there", {});
   options.verify = [](const Job&, Verification, const VerifyProgress& progress) {
     EXPECT_FALSE(progress(1, 2));
     return Findings{};

@@ -1,0 +1,27 @@
+#include "clipchain/merge_options.h"
+
+#include <CLI/CLI.hpp>
+
+namespace clipchain {
+
+void AddMergeSettings(CLI::App& command, MergeSettings& settings) {
+  command.add_flag("--force", settings.force,
+                   "Go on in spite of problems, which may damage the result but no clip");
+  command
+      .add_option("--verify", settings.verify,
+                  "What is compared with the clips before the result gets its name: the samples "
+                  "where clips meet (seams), or every byte, read back from the disk (full)")
+      ->check(CLI::IsMember({"seams", "full"}))
+      ->option_text("seams|full");
+  command
+      .add_option("--memory-limit", settings.memoryLimit,
+                  "What the clips' tables may take, such as 500M; half of the machine's memory if "
+                  "it is not given")
+      ->transform(CLI::AsSizeValue(true))
+      ->check([](const std::string& size) {
+        return size == "0" || size[0] == '-' ? "must be more than 0" : "";
+      })
+      ->option_text("SIZE");
+}
+
+}  // namespace clipchain
