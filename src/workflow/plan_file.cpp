@@ -1,10 +1,7 @@
 #include "workflow/plan_file.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
@@ -12,6 +9,7 @@
 #include "workflow/clip_json.h"
 #include "workflow/files.h"
 #include "workflow/plan_json.h"
+#include "workflow/text_file.h"
 
 namespace clipchain {
 
@@ -26,23 +24,6 @@ Job WithAbsolutePaths(Job job) {
   for (std::string& input : job.inputs) input = Absolute(input);
   if (!job.output.empty()) job.output = Absolute(job.output);
   return job;
-}
-
-Finding Unwritable(const std::string& path, int error) {
-  const std::string why = error == EEXIST ? "it is there already, and jobs may be running from it"
-                                          : std::generic_category().message(error);
-  return MakeFinding(Message::kPlanUnwritable, path, "can't be written: " + why,
-                     error == EEXIST ? "choose another name, or remove it" : "");
-}
-
-// The error number of what failed, or 0.
-int WriteAll(int file, const std::string& text) {
-  for (std::size_t done = 0; done < text.size();) {
-    const ssize_t count = ::write(file, text.data() + done, text.size() - done);
-    if (count < 0 && errno != EINTR) return errno;
-    if (count > 0) done += static_cast<std::size_t>(count);
-  }
-  return ::fsync(file) == 0 ? 0 : errno;
 }
 
 // Where in a document something is wrong.
@@ -116,13 +97,14 @@ std::string PlanText(const JoinPlan& plan) {
 }
 
 std::optional<Finding> WritePlan(const JoinPlan& plan, const std::string& path) {
-  const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  if (file < 0) return Unwritable(path, errno);
-  int error = WriteAll(file, PlanText(plan));
-  if (::close(file) != 0 && error == 0) error = errno;
-  if (error == 0) return std::nullopt;
-  ::unlink(path.c_str());
-  return Unwritable(path, error);
+  if (Exists(path)) {
+    return MakeFinding(Message::kPlanUnwritable, path,
+                       "exists already, and jobs may be running from it",
+                       "choose another name, or remove it");
+  }
+  const std::string why = WriteTextFile(path, PlanText(plan), false);
+  if (why.empty()) return std::nullopt;
+  return MakeFinding(Message::kPlanUnwritable, path, why);
 }
 
 PlanReading ReadPlan(const std::string& path) {

@@ -141,7 +141,7 @@ TEST_F(PlanFile, IsNeverWrittenOverAnotherFile) {
   ASSERT_TRUE(fault);
   EXPECT_EQ(Message::kPlanUnwritable, fault->message);
   EXPECT_EQ(path, fault->path);
-  EXPECT_THAT(fault->text, HasSubstr("it is there already"));
+  EXPECT_THAT(fault->text, HasSubstr("exists already"));
   EXPECT_EQ(support::Text("precious"), support::ReadFile(path));
   fs::create_symlink("nowhere", At("link"));
   EXPECT_TRUE(WritePlan({}, At("link")));
@@ -151,7 +151,7 @@ TEST_F(PlanFile, IsNeverWrittenOverAnotherFile) {
 TEST_F(PlanFile, TellsWhyItCannotBeWritten) {
   const std::optional<Finding> fault = WritePlan({}, At("absent/plan.json"));
   ASSERT_TRUE(fault);
-  EXPECT_THAT(fault->text, HasSubstr("No such file or directory"));
+  EXPECT_THAT(fault->text, HasSubstr("can't be written: there is no folder " + At("absent")));
 }
 
 TEST_F(PlanFile, TellsThatItCannotBeRead) {
