@@ -1,0 +1,60 @@
+// What the README shows is what the tool prints.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "apps/tool.h"
+#include "support/temp_dir.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string TextOf(const fs::path& path) {
+  const support::Bytes bytes = support::ReadFile(path);
+  return {bytes.begin(), bytes.end()};
+}
+
+// The blocks that show a session, one after the other.
+class Sessions {
+ public:
+  explicit Sessions(std::string page) : page_(std::move(page)) {}
+
+  // The next command, with what it prints below it; empty at the end.
+  std::string Next() {
+    static const std::string kStart = "```console\n$ ";
+    const std::size_t start = page_.find(kStart, at_);
+    if (start == std::string::npos) return "";
+    const std::size_t end = page_.find("```\n", start + kStart.size());
+    at_ = end;
+    return page_.substr(start + kStart.size(), end - start - kStart.size());
+  }
+
+ private:
+  const std::string page_;
+  std::size_t at_ = 0;
+};
+
+}  // namespace
+
+TEST(Readme, ShowsWhatTheToolPrints) {
+  const support::TempDir folder;
+  const fs::path clips = support::SourcePath("examples/clips");
+  fs::create_directory(folder / "card1");
+  fs::create_directory(folder / "card2");
+  fs::copy(clips / "clip2.mp4", folder / "card1");
+  fs::copy(clips / "clip1.mp4", folder / "card2");
+  fs::copy(clips / "clip3.mp4", folder / "card2");
+  Sessions sessions(TextOf(support::SourcePath("README.md")));
+  unsigned int count = 0;
+  for (std::string session; !(session = sessions.Next()).empty(); ++count) {
+    const std::size_t end = session.find('\n');
+    const support::Finished run = support::Run(
+        {"bash", "-c", "cd \"$1\"; tool=$2; clipchain() { \"$tool\" \"$@\"; }; eval \"$3\"", "-",
+         folder.path().string(), CLIPCHAIN_TOOL_PATH, session.substr(0, end)});
+    EXPECT_EQ(0, run.exitCode) << run.err;
+    EXPECT_EQ(session.substr(end + 1), run.out);
+  }
+  EXPECT_EQ(2u, count);
+}
