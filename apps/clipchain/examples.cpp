@@ -9,6 +9,8 @@ const Example kExamples[] = {
      "Puts three clips together, in that order."},
     {"merge", "clipchain merge --verify=full -o /nas/whole.mp4 clip*.mp4",
      "Compares every byte, read back from the disk."},
+    {"merge", "clipchain merge --job jobs.json 7",
+     "Merges the seventh recording of a plan that join wrote."},
     {"check", "clipchain check clip1.mp4 clip2.mp4 clip3.mp4",
      "Says whether they can be merged in that order, and what would be lost."},
     {"check", "clipchain check --json clip*.mp4", "The same for programs."},
