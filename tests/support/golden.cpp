@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 
 #include "support/temp_dir.h"
 
@@ -16,8 +17,8 @@ class Collector {
   explicit Collector(Golden& golden) : golden_(golden) {}
 
   void Add(char c) {
-    const std::string marks = "{}[|]";
-    if (marks.find(c) == std::string::npos) {
+    constexpr std::string_view kMarks = "{}[|]";
+    if (kMarks.find(c) == std::string_view::npos) {
       digits_ += c;
       return;
     }
