@@ -35,7 +35,7 @@ class JoiningSequences : public testing::Test {
   // A job of two small clips that are there.
   void Add(const std::string& output, LeftOut leftOut = LeftOut::kNo) {
     Job job;
-    for (int i = 0; i < 2; ++i) {
+    for (const std::size_t i : {0u, 1u}) {
       const std::string name = std::to_string(2 * plan.jobs.size() + i) + ".mp4";
       job.inputs.push_back(
           Put(name, support::Clip(16, static_cast<unsigned char>(++seed)).Build()));
