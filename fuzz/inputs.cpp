@@ -70,6 +70,12 @@ bool ClaimsManyCommonSizes(const Bytes& file) {
   return many;
 }
 
+bool MayHaveSeveralMovies(const Bytes& file) {
+  int movies = 0;
+  ForEachBox(file, "moov", [&movies](std::size_t) { ++movies; });
+  return movies > 1;
+}
+
 bool HasOddCompactSizes(const std::vector<Bytes>& files) {
   bool odd = false;
   for (const Bytes& file : files) {

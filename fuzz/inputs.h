@@ -25,6 +25,9 @@ Range MediaRange(const support::Bytes& file);
 // 1 GiB, so that genuine recordings of any length merge; that bound has a test of its own.
 bool ClaimsManyCommonSizes(const support::Bytes& file);
 
+// Whether there may be several movie boxes. One reader takes the first of them, another the last.
+bool MayHaveSeveralMovies(const support::Bytes& file);
+
 // Whether a "stz2" has a field size that the format does not know. Where it has no entries, it
 // parses, a merge appends to it under that field size, and the output does not parse.
 bool HasOddCompactSizes(const std::vector<support::Bytes>& files);

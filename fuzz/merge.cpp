@@ -118,8 +118,9 @@ SizeTable TableOf(const OracleTrack& track) {
 }
 
 // Whether an input is one whose samples a merge can keep: they lie in the media that is copied, no
-// two tracks share an identifier, and the chunks are counted from the first.
+// two tracks share an identifier, the chunks are counted from the first, and there is one movie.
 bool IsSound(const Bytes& input, const OracleMovie& movie) {
+  if (fuzz::MayHaveSeveralMovies(input)) return false;
   const fuzz::Range media = fuzz::MediaRange(input);
   std::set<std::uint32_t> ids;
   return std::all_of(movie.tracks.begin(), movie.tracks.end(), [&](const OracleTrack& track) {

@@ -30,6 +30,15 @@ void* operator new(std::size_t size) {
   return block;
 }
 
+// A sanitizer has one of its own, whose blocks would come to the deletion below.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  try {
+    return operator new(size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
 void operator delete(void* block) noexcept {
   if (block != nullptr && counters.active)
     counters.held -= static_cast<long long>(malloc_usable_size(block));
