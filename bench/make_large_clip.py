@@ -82,14 +82,23 @@ def repeat_durations(moov, times):
             box.payload = box.payload[:at] + struct.pack(">I", duration) + box.payload[at + 4 :]
 
 
+def is_wanted(box):
+    """Not what would be the same in all clips that are made: the camera's box and the timecode."""
+    if box.kind == b"trak":
+        return box.only(b"stsd").payload[12:16] != b"tmcd"
+    return box.kind != b"uuid"
+
+
 def main(root, short, wanted, target):
     mp4edit = load_mp4edit(root)
     data = short.read_bytes()
     movie = mp4edit.Movie(data)
+    movie.moov.children = [box for box in movie.moov.children if is_wanted(box)]
     tracks = list(movie.moov.all(b"trak"))
     media = [samples_of(track, data) for track in tracks]
     picture = min(LARGEST_PICTURE, wanted // len(media[0]))
-    media[0] = [padded(sample, picture) for sample in media[0]]
+    # As of an encoder the sizes differ: a table of equal ones would collapse into one number.
+    media[0] = [padded(sample, picture - i % 2) for i, sample in enumerate(media[0])]
     one_round = b"".join(b"".join(samples) for samples in media)
     times = max(1, wanted // len(one_round))
     repeat_durations(movie.moov, times)
