@@ -53,7 +53,8 @@ void SaveGoldens(const fs::path& out) {
 void SaveClips(const fs::path& out) {
   for (const support::ClipShape& shape : support::ClipShapes()) {
     Save(out / "parse", shape.name, shape.bytes);
-    Save(out / "merge", shape.name, shape.bytes + shape.bytes);
+    for (const char* target : {"merge", "check"})
+      Save(out / target, shape.name, shape.bytes + shape.bytes);
     Save(out / "clip", shape.name, shape.bytes);
   }
 }
@@ -104,7 +105,7 @@ void SaveFiles(const fs::path& out) {
   for (const fs::directory_entry& entry : fs::directory_iterator(support::RealMedia() / "clips")) {
     if (!entry.is_regular_file() || entry.file_size() > kLargestFile) continue;
     const Bytes file = support::ReadFile(entry.path());
-    for (const char* target : {"parse", "merge", "clip"})
+    for (const char* target : {"parse", "merge", "clip", "check"})
       Save(out / target, entry.path().filename().string(), file);
   }
 }

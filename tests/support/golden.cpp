@@ -85,6 +85,7 @@ std::vector<Golden> LoadGoldens(const std::string& folder) {
   std::vector<Golden> goldens;
   for (const auto& entry :
        std::filesystem::directory_iterator(SourcePath("tests/golden/" + folder))) {
+    if (entry.is_directory()) continue;
     const Bytes text = ReadFile(entry.path());
     goldens.push_back(ParseGolden(entry.path().stem().string(), {text.begin(), text.end()}));
   }
