@@ -10,7 +10,7 @@ jobs=$(nproc 2>/dev/null || echo 2)
 packages_for() {
   case "$1" in
     build) echo g++ cmake ninja-build libcli11-dev libfmt-dev nlohmann-json3-dev libexif-dev ;;
-    test) echo libgtest-dev libgmock-dev python3 ffmpeg clang-format shellcheck pkgconf doxygen dpkg-dev file chromium man-db zsh fish strace ;;
+    test) echo libgtest-dev libgmock-dev python3 ffmpeg clang-format shellcheck pkgconf doxygen dpkg-dev file chromium man-db zsh fish strace parallel ;;
     sanitizers) echo clang libclang-rt-14-dev ;;
     format) echo clang-format ;;
     bench) echo python3 ffmpeg mkvtoolnix time util-linux ;;
