@@ -8,10 +8,19 @@ namespace clipchain {
 
 namespace {
 
+// Whether the text says by itself which track it is about.
+bool NamesTrack(const Finding& finding) {
+  const std::string words = fmt::format("track {}", finding.track);
+  const std::size_t found = finding.text.find(words);
+  if (found == std::string::npos) return false;
+  const std::size_t behind = found + words.size();
+  return finding.text.find_first_of("0123456789", behind) != behind;
+}
+
 // Where in the file: ": track 2, moov/trak[1] at byte 40"; empty where that is not known.
 std::string PlaceText(const Finding& finding) {
   std::string text;
-  if (finding.track != 0) text = fmt::format("track {}", finding.track);
+  if (finding.track != 0 && !NamesTrack(finding)) text = fmt::format("track {}", finding.track);
   if (!finding.box.empty()) text += (text.empty() ? "" : ", ") + Shown(finding.box);
   if (finding.offset >= 0)
     text += fmt::format("{}at byte {}", text.empty() ? "" : " ", finding.offset);

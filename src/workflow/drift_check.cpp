@@ -125,8 +125,8 @@ class Drift {
     const TrackFacts& late = clips_[about][spread.late];
     Finding& finding = findings_[about].Add(
         Message::kTrackDrift,
-        fmt::format("would {} with {} {:.1f} ms behind {}", isEnd ? "end" : "begin",
-                    TrackWords(late), spread.milliseconds, TrackWords(early)),
+        fmt::format("would {} with {} {:.1f} ms {} {}", isEnd ? "end" : "begin", TrackWords(late),
+                    spread.milliseconds, isEnd ? "after" : "behind", TrackWords(early)),
         "merge fewer clips at once, or cut the longer track of each clip to the length of the "
         "other");
     finding.severity = severity;

@@ -25,6 +25,14 @@ TEST(FindingOutput, TellsAllThatThereIsInWords) {
       FindingText(Full()));
 }
 
+TEST(FindingOutput, NamesATrackOnce) {
+  Finding finding = MakeFinding(Message::kTrackDrift, "a", "ends with track 2 (mp4a) late");
+  finding.track = 2;
+  EXPECT_EQ("warning: a ends with track 2 (mp4a) late (track-drift)\n", FindingText(finding));
+  finding.text = "ends with track 21 late";
+  EXPECT_EQ("warning: a ends with track 21 late: track 2 (track-drift)\n", FindingText(finding));
+}
+
 TEST(FindingOutput, LeavesOutWhatThereIsNot) {
   Finding finding = MakeFinding(Message::kLeftover, "", "something was left behind");
   EXPECT_EQ("warning: something was left behind (leftover)\n", FindingText(finding));

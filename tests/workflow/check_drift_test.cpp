@@ -70,7 +70,8 @@ TEST_F(CheckDrift, CountsAtTheEnd) {
   const CheckReport report = CheckAll({ClipWith("good", 0), last});
   const Finding finding = Only(report, Message::kTrackDrift);
   EXPECT_EQ(last, finding.path);
-  EXPECT_THAT(finding.text, HasSubstr("would end with"));
+  EXPECT_THAT(finding.text,
+              HasSubstr("would end with track 2 (mp4a) 81.0 ms after track 1 (avc1)"));
   EXPECT_EQ(Severity::kRisk, finding.severity);
 }
 
