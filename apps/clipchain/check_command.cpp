@@ -7,6 +7,7 @@
 
 #include "clipchain/check_output.h"
 #include "clipchain/commands.h"
+#include "clipchain/merge_options.h"
 #include "clipchain/tool.h"
 
 namespace clipchain {
@@ -43,13 +44,7 @@ void AddCheckCommand(CLI::App& tool, int& exitCode) {
                    "Look at the place of the output too: the folder, its free space, its name")
       ->type_name("OUT");
   command->add_flag("--overwrite", options->check.overwrite, "OUT may exist");
-  command
-      ->add_option("--memory-limit", options->check.memoryLimit,
-                   "What the clips' tables may take, such as 500M; half of the machine's memory if "
-                   "it is not given")
-      ->type_name("SIZE")
-      ->check(CLI::PositiveNumber)
-      ->transform(CLI::AsSizeValue(true));
+  AddMemoryLimit(*command, options->check.memoryLimit);
   command->add_flag("--json", options->json, "Print for programs");
   command->callback([options, &exitCode] { exitCode = Run(*options); });
 }

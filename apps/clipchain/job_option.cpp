@@ -42,7 +42,7 @@ bool FindJob(const std::vector<std::string>& values, Job& job) {
   const std::size_t number = NumberIn(values[1]);
   const PlanReading plan = ReadPlan(values[0]);
   const auto refuse = [](const Finding& finding) {
-    std::fputs(FindingText(finding).c_str(), stderr);
+    std::fputs(FindingText(finding, Paint(stderr)).c_str(), stderr);
     return false;
   };
   if (plan.fault) return refuse(*plan.fault);

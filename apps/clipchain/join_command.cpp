@@ -14,6 +14,7 @@
 #include "clipchain/finding_output.h"
 #include "clipchain/join_output.h"
 #include "clipchain/join_progress.h"
+#include "clipchain/leftover_question.h"
 #include "clipchain/merge_options.h"
 #include "clipchain/stop_signals.h"
 #include "clipchain/tool.h"
@@ -37,7 +38,7 @@ struct JoinCommand {
 };
 
 int Fail(const Finding& finding) {
-  std::fputs(FindingText(finding).c_str(), stderr);
+  std::fputs(FindingText(finding, Paint(stderr)).c_str(), stderr);
   return kFailed;
 }
 
@@ -56,7 +57,8 @@ int PlanCode(const JoinPlan& plan) {
 }
 
 void PrintPlan(const JoinCommand& command, const JoinPlan& plan) {
-  std::fputs((command.json ? JoinJson(plan, nullptr) : PlanTable(plan)).c_str(), stdout);
+  const std::string text = command.json ? JoinJson(plan, nullptr) : PlanTable(plan, Paint(stdout));
+  std::fputs(text.c_str(), stdout);
 }
 
 int WriteJobs(const JoinCommand& command, const JoinPlan& plan) {
@@ -81,10 +83,12 @@ int RunJobs(const JoinCommand& command, const JoinPlan& plan) {
   options.verification = command.settings.Level();
   options.memoryLimit = command.settings.memoryLimit;
   options.progress = [&](const JoinStep& step) { return progress.Show(step); };
-  if (command.removeLeftovers) options.removeLeftover = [](const Leftover&) { return true; };
+  options.removeLeftover = LeftoverQuestion(command.removeLeftovers, command.json, line);
   const JoinReport report = Join(plan, options);
   line.Clear();
-  std::fputs((command.json ? JoinJson(plan, &report) : JoinTable(plan, report)).c_str(), stdout);
+  const std::string text =
+      command.json ? JoinJson(plan, &report) : JoinTable(plan, report, Paint(stdout));
+  std::fputs(text.c_str(), stdout);
   const bool whole = std::all_of(report.jobs.begin(), report.jobs.end(), [](const JobReport& job) {
     return job.outcome != Outcome::kFailed && job.outcome != Outcome::kNotRun;
   });

@@ -6,6 +6,7 @@
 
 #include "clipchain/finding_output.h"
 #include "clipchain/progress_line.h"
+#include "clipchain/table_cells.h"
 #include "workflow/clip_words.h"
 #include "workflow/files.h"
 #include "workflow/plan_json.h"
@@ -31,15 +32,27 @@ std::string Intent(const Job& job) {
 }
 
 // Findings as they stand below a row.
-std::string Indented(const Findings& findings) {
+std::string Indented(const Findings& findings, const Paint& paint) {
   std::string text;
   bool lineStarts = true;
-  for (const char c : FindingsText(findings)) {
+  for (const char c : FindingsText(findings, paint)) {
     if (lineStarts) text += "      ";
     lineStarts = c == '\n';
     text += c;
   }
   return text;
+}
+
+Colour ColourOf(Outcome outcome) {
+  switch (outcome) {
+    case Outcome::kMerged:
+    case Outcome::kAlready:
+      return Colour::kGood;
+    case Outcome::kFailed:
+      return Colour::kBad;
+    default:
+      return Colour::kWarning;
+  }
 }
 
 // Jobs that are left out have no number, as in the plan's file.
@@ -85,7 +98,7 @@ Json ReportJson(const Job& job, const JobReport* report, std::size_t& number) {
 
 }  // namespace
 
-std::string PlanTable(const JoinPlan& plan) {
+std::string PlanTable(const JoinPlan& plan, const Paint& paint) {
   std::string text;
   if (plan.jobs.empty()) {
     text += "no clips\n";
@@ -95,16 +108,16 @@ std::string PlanTable(const JoinPlan& plan) {
   }
   std::size_t number = 0;
   for (const Job& job : plan.jobs) {
-    text +=
-        fmt::format("{:>4}  {:19}  {:>5}  {:17}  {}\n", NumberOf(job, number), DateWords(job.date),
-                    job.inputs.size(), StateWords(job.closedAtHead, job.closedAtTail), Intent(job));
+    text += fmt::format("{:>4}  {:19}  {:>5}  {}  {}\n", NumberOf(job, number), DateWords(job.date),
+                        job.inputs.size(), StateCell(job.closedAtHead, job.closedAtTail, paint),
+                        Intent(job));
     for (const std::string& input : job.inputs) text += fmt::format("      {}\n", Shown(input));
-    text += Indented(job.findings);
+    text += Indented(job.findings, paint);
   }
-  return text + FindingsText(plan.findings);
+  return text + FindingsText(plan.findings, paint);
 }
 
-std::string JoinTable(const JoinPlan& plan, const JoinReport& report) {
+std::string JoinTable(const JoinPlan& plan, const JoinReport& report, const Paint& paint) {
   std::string text;
   std::size_t number = 0;
   for (std::size_t i = 0; i < report.jobs.size(); ++i) {
@@ -112,11 +125,12 @@ std::string JoinTable(const JoinPlan& plan, const JoinReport& report) {
     if (job.outcome == Outcome::kLeftOut) continue;
     if (number == 0)
       text += fmt::format("\n{:>4}  {:13}  {:>9}  {}\n", "no.", "result", "size", "file");
-    text += fmt::format("{:>4}  {:13}  {:>9}  {}\n", ++number, OutcomeName(job.outcome),
+    const std::string outcome = fmt::format("{:13}", OutcomeName(job.outcome));
+    text += fmt::format("{:>4}  {}  {:>9}  {}\n", ++number, paint(ColourOf(job.outcome), outcome),
                         job.size > 0 ? Amount(job.size) : "-", Shown(plan.jobs[i].output));
     // What the plan had to say stands in its own table.
     const auto planned = static_cast<std::ptrdiff_t>(plan.jobs[i].findings.size());
-    text += Indented({job.findings.begin() + planned, job.findings.end()});
+    text += Indented({job.findings.begin() + planned, job.findings.end()}, paint);
   }
   return text + '\n' + CountText(plan, report) + '\n';
 }

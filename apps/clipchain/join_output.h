@@ -3,17 +3,18 @@
 
 #include <string>
 
+#include "clipchain/paint.h"
 #include "workflow/join.h"
 #include "workflow/plan.h"
 
 namespace clipchain {
 
 // A table with a row for each sequence, its clips below it, and what is special about it.
-std::string PlanTable(const JoinPlan& plan);
+std::string PlanTable(const JoinPlan& plan, const Paint& paint);
 
 // A table with a row for each job that was not left out, what there is to say about it below it,
 // and a line that counts.
-std::string JoinTable(const JoinPlan& plan, const JoinReport& report);
+std::string JoinTable(const JoinPlan& plan, const JoinReport& report, const Paint& paint);
 
 // Both for programs; `report` is null where nothing was run. docs/json.md has the fields.
 std::string JoinJson(const JoinPlan& plan, const JoinReport* report);

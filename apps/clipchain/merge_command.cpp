@@ -1,6 +1,5 @@
 // clipchain merge -o OUT IN…: puts clips together into one file.
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -11,6 +10,7 @@
 #include "clipchain/commands.h"
 #include "clipchain/finding_output.h"
 #include "clipchain/job_option.h"
+#include "clipchain/leftover_question.h"
 #include "clipchain/merge_options.h"
 #include "clipchain/merge_progress.h"
 #include "clipchain/paint.h"
@@ -33,20 +33,6 @@ struct MergeOptions {
   bool removeLeftovers = false;
   bool json = false;
 };
-
-bool IsOnTerminal() { return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1; }
-
-// "y" or "yes" removes it; anything else, the end of the input or a signal does not.
-bool AskToRemove(const Leftover& leftover) {
-  std::fputs(fmt::format("{} was left behind by a merge that was killed, with {} in it. Remove it? "
-                         "[y/N] ",
-                         Shown(leftover.path), Amount(leftover.size))
-                 .c_str(),
-             stderr);
-  std::string answer;
-  for (char c = 0; WaitForInput() && ::read(STDIN_FILENO, &c, 1) == 1 && c != '\n';) answer += c;
-  return answer == "y" || answer == "yes";
-}
 
 std::string ReportJson(const MergeOptions& options, const JobResult& result, double seconds) {
   const SafeMergeReport& report = result.merge;
@@ -95,14 +81,7 @@ int Run(MergeOptions options) {
   merge.verification = options.settings.Level();
   merge.memoryLimit = options.settings.memoryLimit;
   merge.progress = [&](const MergeStep& step) { return progress.Show(step); };
-  if (options.removeLeftovers) {
-    merge.removeLeftover = [](const Leftover&) { return true; };
-  } else if (IsOnTerminal() && !options.json) {
-    merge.removeLeftover = [&](const Leftover& leftover) {
-      line.Clear();
-      return AskToRemove(leftover);
-    };
-  }
+  merge.removeLeftover = LeftoverQuestion(options.removeLeftovers, options.json, line);
   const JobResult result = options.job.empty() ? JobResult{SafeMerge(options.inputs, merge), false}
                                                : MergeJob(job, merge);
   line.Clear();

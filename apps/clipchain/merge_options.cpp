@@ -13,8 +13,12 @@ void AddMergeSettings(CLI::App& command, MergeSettings& settings) {
                   "where clips meet (seams), or every byte, read back from the disk (full)")
       ->check(CLI::IsMember({"seams", "full"}))
       ->option_text("seams|full");
+  AddMemoryLimit(command, settings.memoryLimit);
+}
+
+void AddMemoryLimit(CLI::App& command, long long& limit) {
   command
-      .add_option("--memory-limit", settings.memoryLimit,
+      .add_option("--memory-limit", limit,
                   "What the clips' tables may take, such as 500M; half of the machine's memory if "
                   "it is not given")
       ->transform(CLI::AsSizeValue(true))

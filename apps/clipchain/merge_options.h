@@ -24,4 +24,7 @@ struct MergeSettings {
 // --force, --verify and --memory-limit. The settings must live as long as the command.
 void AddMergeSettings(CLI::App& command, MergeSettings& settings);
 
+// --memory-limit alone.
+void AddMemoryLimit(CLI::App& command, long long& limit);
+
 }  // namespace clipchain

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "clipchain/table_cells.h"
 #include "workflow/clip_json.h"
 #include "workflow/clip_words.h"
 #include "workflow/files.h"
@@ -139,12 +140,10 @@ std::string SequencesTable(const FoundClips& found, const ScanReport& report,
   }
   std::size_t number = 0;
   for (const SequenceReport& sequence : report.sequences) {
-    const bool complete = sequence.closedAtHead && sequence.closedAtTail;
-    const char* const words = StateWords(sequence.closedAtHead, sequence.closedAtTail);
-    text += fmt::format(
-        "{:>4}  {:19}  {:>5}  {}  {}\n", ++number, DateWords(sequence.date), sequence.clips.size(),
-        paint(complete ? Colour::kGood : Colour::kWarning, fmt::format("{:17}", words)),
-        NumberList(sequence.volumes));
+    text += fmt::format("{:>4}  {:19}  {:>5}  {}  {}\n", ++number, DateWords(sequence.date),
+                        sequence.clips.size(),
+                        StateCell(sequence.closedAtHead, sequence.closedAtTail, paint),
+                        NumberList(sequence.volumes));
     for (const SequenceClip& clip : sequence.clips) {
       text += fmt::format("      {}\n", Shown(clip.path));
     }
