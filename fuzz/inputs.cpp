@@ -46,9 +46,9 @@ Range MediaRange(const Bytes& file) {
       if (file.size() - at < 16) break;
       boxSize = support::ReadU64(file, at + 8);
       header = 16;
-    } else if (boxSize == 0) {
-      boxSize = file.size() - at;
     }
+    // In either field: to the end of the file.
+    if (boxSize == 0) boxSize = file.size() - at;
     const std::size_t step =
         static_cast<std::size_t>(std::min<std::uint64_t>(boxSize, file.size() - at));
     if (step == 0) break;
