@@ -18,6 +18,10 @@ target_compile_options(
             $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>)
 # Files beyond 2 GiB are everyday input, on 32-bit systems too.
 target_compile_definitions(clipchain_options INTERFACE _FILE_OFFSET_BITS=64)
+if(CLIPCHAIN_COVERAGE)
+  target_compile_options(clipchain_options INTERFACE -fprofile-instr-generate -fcoverage-mapping)
+  target_link_options(clipchain_options INTERFACE -fprofile-instr-generate)
+endif()
 if(CLIPCHAIN_SANITIZE)
   target_compile_options(clipchain_options INTERFACE -fsanitize=${CLIPCHAIN_SANITIZE}
                                                      -fno-sanitize-recover=all -fno-omit-frame-pointer)

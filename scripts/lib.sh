@@ -11,6 +11,7 @@ packages_for() {
   case "$1" in
     build) echo g++ cmake ninja-build libcli11-dev libfmt-dev nlohmann-json3-dev libexif-dev ;;
     test) echo libgtest-dev libgmock-dev python3 ffmpeg clang-format shellcheck pkgconf doxygen dpkg-dev file chromium man-db zsh fish strace parallel ;;
+    coverage) echo clang llvm ;;
     sanitizers) echo clang libclang-rt-14-dev ;;
     format) echo clang-format ;;
     bench) echo python3 ffmpeg mkvtoolnix time util-linux ;;
