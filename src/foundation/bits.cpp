@@ -6,6 +6,9 @@ namespace QUIRVA {
 
 namespace {
 
+// Behind the first 4 GiB there is no buffer, nor a sum of positions that could leave 64 bits.
+constexpr long long kFarthest = std::numeric_limits<unsigned int>::max();
+
 bool IsBitIndex(signed char index) { return index >= 0 && index <= kFirstBit; }
 
 // The bits of `value` from bit `shift` up; beyond its 32 bits there are none.
@@ -71,6 +74,7 @@ HRESULT QvBitWriter::SetBitValue(char bits, unsigned int value) {
   int left = static_cast<signed char>(bits);
   RETURN_IF(left == 0, S_OK);
   RETURN_IF(left < 0 || currentBytePos_ < 0 || !IsBitIndex(currentBitIndex_), E_INVALIDARG);
+  RETURN_IF(currentBytePos_ >= kFarthest, E_OUTOFMEMORY);
   if (!IsByteAligned()) {
     RETURN_IF_NOT_OK(GrowBeyond(currentBytePos_));
     PutBits(left, value);
@@ -89,7 +93,7 @@ HRESULT QvBitWriter::SetBitValue(char bits, unsigned int value) {
 
 HRESULT QvBitWriter::GrowBeyond(long long position) {
   static constexpr unsigned char kZero = 0;
-  RETURN_IF(position >= std::numeric_limits<unsigned int>::max(), E_OUTOFMEMORY);
+  RETURN_IF(position >= kFarthest, E_OUTOFMEMORY);
   while (buffer_->GetDataSize() <= position) RETURN_IF_NOT_OK(buffer_->Push(&kZero, 1));
   return S_OK;
 }

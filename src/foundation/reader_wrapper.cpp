@@ -46,9 +46,11 @@ HRESULT ReaderWrapperBase::SetBufferSize(unsigned int size) {
 
 HRESULT ReaderWrapperBase::GetData(long long position, unsigned int size,
                                    const unsigned char*& data, unsigned int& got) const {
-  data = nullptr;
-  got = 0;
-  RETURN_IF(position < 0, E_INVALIDARG);
+  if (position < 0) {
+    data = nullptr;
+    got = 0;
+    return E_INVALIDARG;
+  }
   const long long skipped = position - bufferPos_;
   const long long cached = buffer_.GetUsedSize();
   if (skipped >= 0 && skipped <= cached && size <= cached - skipped) {
@@ -63,9 +65,9 @@ HRESULT ReaderWrapperBase::GetData(long long position, unsigned int size,
   RETURN_IF_NOT_OK(StoreDataToBuffer(start, count));
   buffer_.SetUsedSize(count);
   bufferPos_ = start;
-  if (count != 0) data = buffer_.GetData();
+  data = count != 0 ? buffer_.GetData() : nullptr;
   got = std::min(count, size);
-  return count < size ? S_FALSE : S_OK;
+  return count < size || position > fileSize_ ? S_FALSE : S_OK;
 }
 
 void ReaderWrapperBase::FormatClass() {
@@ -115,8 +117,11 @@ HRESULT FileReaderWrapper::StoreDataToBuffer(long long position, unsigned int si
   RETURN_IF_NOT_OK(CustomSetFilePointer(fileHandle_, position, QvFile::kFromStart));
   RETURN_IF_NOT_OK(CustomGetFilePointer(fileHandle_, &unused));
   unsigned int read = 0;
-  RETURN_IF_NOT_OK(CustomReadFile(fileHandle_, buffer_.GetData(), size, &read));
-  return read < size ? E_FAIL : S_OK;
+  HRESULT result = CustomReadFile(fileHandle_, buffer_.GetData(), size, &read);
+  if (result == S_OK && read < size) result = E_FAIL;
+  // What was cached may be overwritten in part, and must not be taken for what it was.
+  if (result != S_OK) buffer_.SetUsedSize(0);
+  return result;
 }
 
 }  // namespace QUIRVA

@@ -28,8 +28,8 @@ class ReaderWrapperBase : public IQvFileReader {
   // The new block is zero. Throws std::bad_alloc.
   [[nodiscard]] HRESULT SetBufferSize(unsigned int size) override;
   unsigned int GetBufferSize() const override { return buffer_.GetCapacity(); }
-  // E_INVALIDARG for a negative position; at or behind the end S_FALSE with null. After a failure
-  // of the source the range that was cached stays.
+  // E_INVALIDARG with null for a negative position; behind the end, or at the end where something
+  // is asked for, S_FALSE with null. A failure of StoreDataToBuffer changes nothing.
   [[nodiscard]] HRESULT GetData(long long position, unsigned int size, const unsigned char*& data,
                                 unsigned int& got) const override;
 

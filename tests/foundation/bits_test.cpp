@@ -283,9 +283,11 @@ TEST_F(BitWriter, RefusesWhatItCannotDo) {
 }
 
 TEST_F(BitWriter, EndsWhereTheBufferCannotGrow) {
-  for (const long long position : {0xFFFFFFFFLL, std::numeric_limits<long long>::max() - 16}) {
+  constexpr long long kLast = std::numeric_limits<long long>::max();
+  for (const long long position : {0xFFFFFFFFLL, kLast - 16, kLast - 14, kLast}) {
     QvBitWriter aligned(&buffer_, position, kAligned);
     EXPECT_RESULT(E_OUTOFMEMORY, aligned.SetBitValue(8, 1));
+    EXPECT_RESULT(E_OUTOFMEMORY, aligned.SetBitValue(127, 1));
     EXPECT_RESULT(E_OUTOFMEMORY, aligned.SetBitValue(1, 1));
     QvBitWriter unaligned(&buffer_, position, 3);
     EXPECT_RESULT(E_OUTOFMEMORY, unaligned.SetBitValue(1, 1));

@@ -211,6 +211,19 @@ TEST_F(Cfw, LargeWritesLeaveAFileOfExactlyTheirBytes) {
   EXPECT_LT(status.st_blocks * 512, 6 * 1024 * 1024) << "space reserved ahead was not given back";
 }
 
+TEST_F(Cfw, LargeWritesLeaveTheHolesOfALargerFile) {
+  support::WriteFile(At("sparse"), {});
+  fs::resize_file(At("sparse"), 256 * 1024 * 1024);
+  const Bytes block = support::Fill(2 * 1024 * 1024, 0xAA);
+  {
+    const Handle file(At("sparse"), kWrite);
+    EXPECT_EQ(0, Write(file, block, static_cast<long long>(block.size())));
+  }
+  struct stat status;
+  ASSERT_EQ(0, ::stat(At("sparse").c_str(), &status));
+  EXPECT_LT(status.st_blocks * 512, 16 * 1024 * 1024);
+}
+
 TEST_F(Cfw, LargeWritesIntoALargerFileKeepWhatIsBehindThem) {
   const Bytes before = Pattern(3 * 1024 * 1024);
   support::WriteFile(At("large"), before);
@@ -353,6 +366,17 @@ TEST_F(Cfw, TellsWhetherSomethingExists) {
   EXPECT_EQ(0, CFWFileIsExist(At("missing").c_str()));
   EXPECT_EQ(0, CFWFileIsExist(At("dangling").c_str()));
   EXPECT_EQ(0, CFWFileIsExist(nullptr));
+}
+
+TEST_F(Cfw, CopiesNoFolderIntoItself) {
+  fs::create_directories(At("folder/inner"));
+  support::WriteFile(At("folder/c"), Text("c"));
+  EXPECT_EQ(0, CFWCopyFile(At("folder").c_str(), At("folder/copy").c_str()));
+  EXPECT_FALSE(fs::exists(At("folder/copy")));
+  EXPECT_EQ(0, CFWCopyFile(At("folder").c_str(), At("folder/inner/copy").c_str()));
+  EXPECT_FALSE(fs::exists(At("folder/inner/copy")));
+  EXPECT_EQ(0, CFWCopyFile(At("folder").c_str(), At("folder2").c_str()));
+  EXPECT_EQ(Text("c"), support::ReadFile(At("folder2/c")));
 }
 
 TEST_F(Cfw, CopiesAFileAndAFolder) {

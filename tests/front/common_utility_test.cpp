@@ -22,6 +22,11 @@ TEST(QVCommonUtility, LendsUntilTheNextCall) {
   EXPECT_EQ(std::string("short") + std::string(1019, '\0'), std::string(first, 1024));
 }
 
+TEST(QVCommonUtility, TakesATextThatItLentBefore) {
+  QVCommonUtility utility;
+  EXPECT_STREQ("hello", utility.convertNSStringToChar(utility.convertNSStringToChar("hello")));
+}
+
 TEST(QVCommonUtility, ConvertsAnEmptyText) {
   QVCommonUtility utility;
   EXPECT_STREQ("", utility.convertNSStringToChar(""));

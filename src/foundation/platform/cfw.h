@@ -49,8 +49,9 @@ CLIPCHAIN_API int CFWSetEOF(void* handle);
 /* 1 if something is there, 0 if not. */
 CLIPCHAIN_API int CFWFileIsExist(const char* path);
 
-/* Copy a file or a folder, and move one; nothing that exists is replaced. 0 also if the system
- * could not: ask CFWFileIsExist. -1 for a null location. */
+/* Copy a file or a folder, and move one; nothing that exists is replaced, and a folder is not
+ * copied into itself. 0 also if the system could not, or not all of it: look at the destination. -1
+ * for a null location. */
 CLIPCHAIN_API int CFWCopyFile(const char* source, const char* destination);
 CLIPCHAIN_API int CFWRenameFile(const char* source, const char* destination);
 

@@ -60,10 +60,10 @@ bool OpenFlags(unsigned int access, int& flags) {
       flags = O_RDONLY;
       return true;
     case kWrite:
-      flags = O_WRONLY | O_CREAT;
+      flags = O_WRONLY;
       return true;
     case kReadAndWrite:
-      flags = O_RDWR | O_CREAT;
+      flags = O_RDWR;
       return true;
     default:
       return false;
@@ -92,6 +92,9 @@ void ReserveAhead([[maybe_unused]] FileHandle& file, [[maybe_unused]] unsigned l
   const auto length = static_cast<off_t>(std::max(count, kReserveStep));
   if (position < 0 || position > kFarthest - length) return;
   if (position + static_cast<off_t>(count) <= file.reservedEnd) return;
+  // Within a file that is longer there may be holes, which are to stay.
+  struct stat status;
+  if (::fstat(file.descriptor, &status) != 0 || status.st_size > position) return;
   static_cast<void>(::fallocate(file.descriptor, FALLOC_FL_KEEP_SIZE, position, length));
   file.reservedEnd = position + length;
 #endif
@@ -133,7 +136,16 @@ int RunUnreported(Call call) {
   }
 }
 
+// Whether a destination that does not exist yet would lie inside of the source.
+bool LiesWithin(const fs::path& destination, const fs::path& source, std::error_code& error) {
+  const fs::path inner = fs::weakly_canonical(destination, error);
+  const fs::path outer = fs::weakly_canonical(source, error);
+  return std::mismatch(outer.begin(), outer.end(), inner.begin(), inner.end()).first == outer.end();
+}
+
+// A folder is not copied into itself: it would have its copy to copy, too.
 void Copy(const fs::path& source, const fs::path& destination, std::error_code& error) {
+  if (LiesWithin(destination, source, error)) return;
   fs::copy(source, destination, fs::copy_options::recursive | fs::copy_options::copy_symlinks,
            error);
 }
@@ -149,7 +161,11 @@ void* CFWCreateFile(const char* location, unsigned int access) {
   int flags = 0;
   if (location == nullptr || !OpenFlags(access, flags)) return nullptr;
   struct stat status;
-  if (::stat(location, &status) == 0 && !HasPositions(status)) return nullptr;
+  const bool isThere = ::stat(location, &status) == 0;
+  if (isThere && !HasPositions(status)) return nullptr;
+  // A file that is there is not to be created: in a folder that others write to, too, the system
+  // may refuse that.
+  if (!isThere && access != kRead) flags |= O_CREAT;
   const int descriptor = Open(location, flags);
   if (descriptor < 0) return nullptr;
   FileHandle* file = new (std::nothrow) FileHandle{descriptor, access, 0};
@@ -198,6 +214,7 @@ int CFWWriteFile(void* handle, const void* buffer, unsigned long long count, lon
                                  std::min(count - done, kTransferSize));
     if (went < 0 && interruptions.Excuse()) continue;
     if (went < 0) return -errno;
+    if (went == 0) return -EIO;
     done += static_cast<unsigned long long>(went);
   }
   StartFlush(*File(handle), count);
