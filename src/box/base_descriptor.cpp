@@ -79,12 +79,13 @@ HRESULT CBaseDescriptor::SetDataImpl(const unsigned char*& in, unsigned int& res
   RETURN_IF_NOT_OK(QUIRVA::Take(in, rest, tag));
   unsigned char byte = 0;
   RETURN_IF_NOT_OK(QUIRVA::Take(in, rest, byte));
-  payloadSize = byte & 0x7Fu;
+  unsigned int size = byte & 0x7Fu;
   // The standard's limit of four bytes is not enforced; a longer number keeps its low 32 bits.
   for (lengthFieldSize = 1; (byte & kMoreLengthBytes) != 0; ++lengthFieldSize) {
     RETURN_IF_NOT_OK(QUIRVA::Take(in, rest, byte));
-    payloadSize = payloadSize << 7 | (byte & 0x7Fu);
+    size = size << 7 | (byte & 0x7Fu);
   }
+  payloadSize = size;
   return S_OK;
 }
 

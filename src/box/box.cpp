@@ -98,7 +98,8 @@ HRESULT CBox::FixSubtree(long long* written) {
   long long childrenSize = 0;
   for (CBox* child : children) {
     if (child == nullptr) continue;
-    RETURN_IF_NOT_OK(EnterChild(child));
+    const ChildVisit visit(*this, *child);
+    RETURN_IF_NOT_OK(visit.Result());
     long long childSize = 0;
     RETURN_IF_NOT_OK(child->FixSubtree(&childSize));
     childrenSize += childSize;
@@ -119,17 +120,21 @@ HRESULT CBox::FixSubtree(long long* written) {
   return S_OK;
 }
 
-HRESULT CBox::EnterChild(const CBox* child) const {
-  RETURN_IF(level_ >= kDeepestNesting, E_BAD_DATA);
-  child->level_ = level_ + 1;
-  return S_OK;
+CBox::ChildVisit::ChildVisit(const CBox& parent, const CBox& child) : child_(child) {
+  child.level_ = parent.level_ + 1;
 }
 
-HRESULT CBox::CountExtraMemory(unsigned int bytes) {
+HRESULT CBox::ChildVisit::Result() const {
+  return child_.level_ > kDeepestNesting ? E_BAD_DATA : S_OK;
+}
+
+HRESULT CBox::CountExtraMemory(unsigned int bytes, std::size_t replaced) {
   CBox* root = this;
   while (root->parent != nullptr) root = root->parent;
-  RETURN_IF(bytes > kMostExtraMemory - root->extraMemory_, E_OUTOFMEMORY);
-  root->extraMemory_ += bytes;
+  unsigned int& sum = root->extraMemory_;
+  sum -= static_cast<unsigned int>(std::min<std::size_t>(sum, replaced));
+  RETURN_IF(bytes > kMostExtraMemory - sum, E_OUTOFMEMORY);
+  sum += bytes;
   return S_OK;
 }
 
@@ -166,7 +171,8 @@ HRESULT CBox::SetChildrenData(const unsigned char*& in, unsigned int& rest,
     // In the tree before it is parsed: some parsers look upward.
     AddChildBox(child);
     child->position = static_cast<long long>(childPosition);
-    RETURN_IF_NOT_OK(EnterChild(child));
+    const ChildVisit visit(*this, *child);
+    RETURN_IF_NOT_OK(visit.Result());
     const unsigned int restBefore = rest;
     RETURN_IF_NOT_OK(child->SetData(in, rest));
     const unsigned int consumed = restBefore - rest;
@@ -184,7 +190,8 @@ HRESULT CBox::GetChildrenDataSize(long long* total) const {
   }
   for (const CBox* child : children) {
     if (child == nullptr) continue;
-    RETURN_IF_NOT_OK(EnterChild(child));
+    const ChildVisit visit(*this, *child);
+    RETURN_IF_NOT_OK(visit.Result());
     long long childSize = 0;
     RETURN_IF_NOT_OK(child->GetDataSize(&childSize));
     *total += childSize;
@@ -195,7 +202,8 @@ HRESULT CBox::GetChildrenDataSize(long long* total) const {
 HRESULT CBox::GetChildrenData(unsigned char*& out, unsigned int& rest) const {
   for (const CBox* child : children) {
     if (child == nullptr) continue;
-    RETURN_IF_NOT_OK(EnterChild(child));
+    const ChildVisit visit(*this, *child);
+    RETURN_IF_NOT_OK(visit.Result());
     RETURN_IF_NOT_OK(child->GetData(out, rest));
   }
   return S_OK;

@@ -135,19 +135,31 @@ class CBox : public _tagBOX_HEADER {
   unsigned char usertype[16]{};  // the extended type, present when the type is "uuid" (clause 4.2)
 
  protected:
-  // To be called before a walk steps into a child: E_BAD_DATA where boxes nest deeper than
-  // kDeepestNesting.
-  [[nodiscard]] HRESULT EnterChild(const CBox* child) const;
-  // To be called before this box takes memory beyond the bytes that the file has for it:
-  // E_OUTOFMEMORY where the boxes of one tree would take more than kMostExtraMemory. The sum is
-  // kept at the root until its Reset.
-  [[nodiscard]] HRESULT CountExtraMemory(unsigned int bytes);
+  // A walk that is in a child, which must outlive it.
+  class ChildVisit {
+   public:
+    ChildVisit(const CBox& parent, const CBox& child);
+    ~ChildVisit() { child_.level_ = 0; }
+    ChildVisit(const ChildVisit&) = delete;
+    ChildVisit& operator=(const ChildVisit&) = delete;
+
+    // E_BAD_DATA where boxes nest deeper than kDeepestNesting.
+    [[nodiscard]] HRESULT Result() const;
+
+   private:
+    const CBox& child_;
+  };
+
+  // To be called before this box takes memory beyond the bytes that the file has for it, in place
+  // of `replaced` bytes of such memory: E_OUTOFMEMORY where the boxes of one tree would have taken
+  // more than kMostExtraMemory since the Reset of their root, which keeps the sum.
+  [[nodiscard]] HRESULT CountExtraMemory(unsigned int bytes, std::size_t replaced);
 
  private:
   // Gives the bytes that this box takes now that it is fixed.
   [[nodiscard]] HRESULT FixSubtree(long long* written);
 
-  // Levels above this box in the walk that is under way, to end walks that nest too deep.
+  // Levels above this box in the walk that is in it; 0 where none is, or where one began.
   mutable unsigned int level_ = 0;
   unsigned int extraMemory_ = 0;
   // Bytes of the children while this box is measured right behind fixing them, else -1.

@@ -36,7 +36,8 @@ HRESULT CSampleDescriptionBox::AddEntry(unsigned int handlerType, const unsigned
   CBox* entry = nullptr;
   RETURN_IF_NOT_OK(CBoxFactory::CreateSampleEntry<CBox>(peek.header->type, handlerType, &entry));
   AddChildBox(entry);
-  RETURN_IF_NOT_OK(EnterChild(entry));
+  const ChildVisit visit(*this, *entry);
+  RETURN_IF_NOT_OK(visit.Result());
   RETURN_IF_NOT_OK(entry->Init());
   return entry->SetData(in, rest);
 }

@@ -264,7 +264,7 @@ HRESULT CDataEntryUrnBox::SetDataImpl(const unsigned char*& in, unsigned int& re
   RETURN_IF_NOT_OK(CalcurateBoxRestSize(restBefore, rest, GetBoxSize(), &length));
   RETURN_IF(rest < length, S_FALSE);
   // A few bytes of box can hold megabytes of name, over and over.
-  RETURN_IF_NOT_OK(CountExtraMemory(rest));
+  RETURN_IF_NOT_OK(CountExtraMemory(rest, name.size()));
   const unsigned char* tail = in;
   unsigned int tailRest = rest;
   RETURN_IF_NOT_OK(TakeText(tail, tailRest, name, rest));

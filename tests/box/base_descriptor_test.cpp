@@ -247,6 +247,13 @@ TEST(BaseDescriptor, MissingChildBytesAreShortAndKeepTheHalfReadChild) {
   }
 }
 
+TEST(BaseDescriptor, ALengthThatIsCutIsNone) {
+  CUnknownDescriptor descriptor;
+  EXPECT_RESULT(S_FALSE, ParseDescriptor(descriptor, Hex("078182")));
+  EXPECT_EQ(0u, descriptor.payloadSize);
+  EXPECT_EQ(2u, descriptor.lengthFieldSize);
+}
+
 TEST(BaseDescriptor, ParsingAgainStartsFromNothing) {
   CEsDescriptor es;
   ASSERT_OK(ParseDescriptor(es, EsDescriptor({SlConfig(), SlConfig()})));

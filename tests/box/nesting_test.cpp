@@ -86,6 +86,25 @@ TEST(Nesting, BoundIsTheSameForEveryWalk) {
   EXPECT_RESULT(E_BAD_DATA, ParseBox(*support::MakeBox("trak"), Nested("trak", 1002)));
 }
 
+TEST(Nesting, ABoxTakenOutOfADeepTreeCountsFromItself) {
+  const auto root = BuildChain(MP4G::kDeepestNesting);
+  ASSERT_OK(root->FixParam());
+  CBox* deepest = root.get();
+  while (!deepest->children.empty()) deepest = deepest->children.front();
+  CBox* const above = deepest->parent;
+  above->RemoveChildBox(deepest);
+  const std::unique_ptr<CBox> taken(deepest);
+  taken->parent = nullptr;
+  auto* child = new CListBox;
+  child->AddChildBox(new CListBox);
+  taken->AddChildBox(child);
+  long long total = 0;
+  EXPECT_OK(taken->FixParam());
+  EXPECT_OK(taken->GetDataSize(&total));
+  EXPECT_EQ(24, total);
+  EXPECT_OK(ParseBox(*taken, Nested("trak", 4)));
+}
+
 TEST(Nesting, ATreeBuiltByCodeIsDestroyedAtAnyDepth) {
   OnSmallStack([] { BuildChain(1000000).reset(); });
 }

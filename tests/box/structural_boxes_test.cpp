@@ -423,6 +423,14 @@ TEST(DataEntryUrnBox, NamesOfOneTreeTake64MiBInSum) {
   EXPECT_OK(ParseBox(refused, ManyNames(2, kFits)));
 }
 
+TEST(DataEntryUrnBox, ANameThatReplacesAnotherCountsInItsPlace) {
+  const Bytes bytes = ManyNames(1, MP4G::kMostExtraMemory / 2 + 1);
+  const Bytes urn = support::Slice(bytes, support::FindBox(bytes, "urn "), bytes.size());
+  MP4G::CDataEntryUrnBox box;
+  EXPECT_OK(ParseBox(box, urn));
+  EXPECT_OK(ParseBox(box, urn));
+}
+
 TEST(DataEntryUrnBox, AnotherRootOfTheSameFileCountsOn) {
   const Bytes bytes = ManyNames(1, MP4G::kMostExtraMemory / 2 + 1);
   MP4G::CDataReferenceBox first;
