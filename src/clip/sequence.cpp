@@ -163,16 +163,18 @@ signed char CMp4Sequence::AskCanConnect(CMp4Sequence* other) {
 }
 
 HRESULT CMp4Sequence::Connect(CMp4Sequence* other, signed char force) {
-  if (other == nullptr || other == this) return S_OK;
+  if (other == nullptr) return S_OK;
+  // A sequence that fits itself keeps its clips, where it is.
+  const bool isOther = other != this;
   // The tail goes first here, unlike in AskCanConnect: where both ends fit, `other` comes behind.
   if (tailUniqueID == PreviousLink(*other) || force == 1) {
     tailUniqueID = other->tailUniqueID;
-    clips.splice(clips.end(), other->clips);
+    if (isOther) clips.splice(clips.end(), other->clips);
     return S_OK;
   }
   RETURN_IF(!(headUniqueID == NextLink(*other)), E_UNEXPECTED);
   headUniqueID = other->headUniqueID;
-  clips.splice(clips.begin(), other->clips);
+  if (isOther) clips.splice(clips.begin(), other->clips);
   return S_OK;
 }
 

@@ -98,7 +98,7 @@ class CMp4Sequence : public QUIRVA::CComBase, public IMp4Sequence {
   signed char AskCanConnect(CMp4Sequence* other);
   // Takes the clips of `other` over: behind its own if the tail fits or `force` is 1, else in front
   // if the head fits, else E_UNEXPECTED with nothing changed. `other` keeps its end identifiers.
-  // Null and this sequence itself: S_OK, nothing done.
+  // Null: S_OK, nothing done. Where this sequence fits itself, it keeps its clips.
   [[nodiscard]] HRESULT Connect(CMp4Sequence* other, signed char force);
   // S_OK if the timecode of the first clip of `other` runs on from this sequence's last clip,
   // S_FALSE if not. E_POINTER if a sequence or its clip is missing.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <unordered_set>
 #include <vector>
 
 #include "box/sample_entries.h"
@@ -110,8 +111,11 @@ HRESULT CTimecodeTrackPsr::CheckTimecodeContinuity(CTimecodeTrackPsr* next) {
 HRESULT CTimecodeTrackPsr::ParseTimecodeTrackImpl() {
   const CMovieBox_wr movie(movieBox);
   const std::vector<CTrackBox*> tracks = movie.TracksByID();
-  const auto track = std::find_if(tracks.begin(), tracks.end(), [](CTrackBox* candidate) {
-    return CTrackReader(candidate).GetSampleEntryType() == FourCc("tmcd");
+  // Tracks that share an identifier all lead to the first of them, which is asked once.
+  std::unordered_set<const CTrackBox*> asked;
+  const auto track = std::find_if(tracks.begin(), tracks.end(), [&asked](CTrackBox* candidate) {
+    return asked.insert(candidate).second &&
+           CTrackReader(candidate).GetSampleEntryType() == FourCc("tmcd");
   });
   RETURN_IF(track == tracks.end(), S_FALSE);
   trackID = CTrackReader(*track).GetTrackID();

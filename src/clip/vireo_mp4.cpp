@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "box/data_boxes.h"
 #include "box/header_boxes.h"
@@ -119,13 +120,14 @@ void CVireoMp4::ResetAtRewrite() {
 }
 
 HRESULT CVireoMp4::ParseFile(const wchar_t* file) {
+  std::wstring given = file != nullptr ? file : L"";  // which may be this object's own
   ResetAtParse();
   CMp4File source;
-  RETURN_IF_NOT_OK(source.SetFile(file));
+  RETURN_IF_NOT_OK(source.SetFile(file != nullptr ? given.c_str() : nullptr));
   CMovieBox* movie = source.GetMovieBox();
   RETURN_IF(movie == nullptr, E_BAD_DATA);
   RETURN_IF_NOT_OK(ParseMovieBox(movie));
-  path = file;
+  path = std::move(given);
   fileSize = source.fileSize;
   return S_OK;
 }

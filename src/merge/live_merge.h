@@ -28,8 +28,9 @@ class CLIPCHAIN_API IMp4LiveMergeDelegate {
 
 // Inputs are handed in whole, one call at a time, in order; each is merged and copied during its
 // call and never looked at again. A failed input deletes the file at the output path, except when
-// its source could not be opened (MP4G_E_INPUT_OPEN) or memory was refused (E_INVALIDARG), which
-// touch nothing. After any other failure the caller is to stop and release the object.
+// its source could not be opened (MP4G_E_INPUT_OPEN) or no bytes were given (E_INVALIDARG for null
+// or none; the code of an edit list in one of two tracks, too), which touch nothing. After any
+// other failure the caller is to stop and release the object.
 class CLIPCHAIN_API IMp4LiveMerge : public IUnknown {
  public:
   // Installs the delegate, which is not owned; null turns notification off. E_NOINTERFACE unless

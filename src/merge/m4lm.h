@@ -35,11 +35,13 @@ CLIPCHAIN_M4LM_API int32_t m4lm_deleteHandle(void* handle);
 /* Names the output file. 0x80004003 for a null path. */
 CLIPCHAIN_M4LM_API int32_t m4lm_setOutputPath(void* handle, const char* path);
 
-/* Takes one input file. 0xA0000001: it could not be opened, nothing was touched. */
+/* Takes one input file. 0xA0000001: it could not be opened, nothing was touched. 0x80004003 for a
+ * null path: nothing was touched either. */
 CLIPCHAIN_M4LM_API int32_t m4lm_inputMp4File(void* handle, const char* path);
 
 /* Takes one whole input file from memory; the bytes are copied. 0x80070057 for a null pointer or a
- * size of 0, nothing was touched. */
+ * size of 0: nothing was touched. The same code stands for an edit list in one of two tracks that
+ * belong together, and then the output is deleted as at any other failure. */
 CLIPCHAIN_M4LM_API int32_t m4lm_inputMp4Data(void* handle, const unsigned char* data,
                                              unsigned int size);
 

@@ -1,5 +1,7 @@
 #include "merge/mp4_merge.h"
 
+#include <unordered_map>
+
 #include "box/header_boxes.h"
 #include "merge/free_tracks.h"
 #include "merge/vireo_merge.h"
@@ -16,6 +18,10 @@ namespace {
 long long Sum(long long a, long long b) {
   return static_cast<long long>(static_cast<unsigned long long>(a) +
                                 static_cast<unsigned long long>(b));
+}
+
+CSampleTableReader TableOf(CTrackBox* track) {
+  return CSampleTableReader(CTrackBox_wr(track).SampleTableBox());
 }
 
 long long Difference(long long a, long long b) {
@@ -49,11 +55,19 @@ HRESULT CMp4Merge::RewriteOffset(CMp4File* file, long long delta) {
   RETURN_IF(file == nullptr, E_POINTER);
   CMovieBox* movie = file->GetMovieBox();
   RETURN_IF_NEGATIVE(CMovieReader(movie).ConvertChunkOffsetToChunkLargeOffset());
+  // Tracks that share an identifier all lead to the first of them, which moves once for each.
+  std::unordered_map<CTrackBox*, unsigned int> repeats;
+  HRESULT result = S_OK;
   for (CTrackBox* track : CMovieBox_wr(movie).TracksByID()) {
-    CSampleTableReader reader(CTrackBox_wr(track).SampleTableBox());
-    RETURN_IF_NOT_OK(reader.RewriteChunkOffset(delta));
+    const auto [known, isNew] = repeats.try_emplace(track, 0);
+    if (!isNew) ++known->second;
+    if (isNew) result = TableOf(track).RewriteChunkOffset(delta);
+    if (result != S_OK) break;
   }
-  return S_OK;
+  for (const auto& [track, times] : repeats) {
+    if (times != 0) RETURN_IF_NOT_OK(TableOf(track).RewriteChunkOffset(delta, times));
+  }
+  return result;
 }
 
 HRESULT CMp4Merge::MergeMovie(CMovieBox* first, CMovieBox* second) {

@@ -1,6 +1,7 @@
 #include "reader/mp4_file.h"
 
 #include <limits>
+#include <utility>
 
 #include "foundation/reader_wrapper.h"
 
@@ -27,11 +28,13 @@ void CMp4File::ResetAtSetReader() {
 
 HRESULT CMp4File::SetFile(const wchar_t* path) {
   RETURN_IF(path == nullptr, E_POINTER);
+  std::wstring given = path;  // which may be this object's own
   HRESULT opened = S_OK;
-  QUIRVA::FileReaderWrapper reader(path, kLeastBufferSize, opened);
+  QUIRVA::FileReaderWrapper reader(given.c_str(), kLeastBufferSize, opened);
+  if (opened < 0) ResetAtSetReader();
   RETURN_IF_NEGATIVE(opened);
   RETURN_IF_NEGATIVE(SetReader(&reader));
-  filePath = path;
+  filePath = std::move(given);
   return S_OK;
 }
 

@@ -31,13 +31,16 @@ ChunkRun ChunkRunAt(const QUIRVA::Table<_tagSAMPLE_TO_CHUNK>& entries, std::size
   return {entries[i].firstChunk, end, entries[i].samplesPerChunk};
 }
 
+// As moving them `times` times by `delta` would.
 template <class Offset>
-void MoveOffsets(QUIRVA::Table<Offset>& offsets, long long delta) {
-  const std::uint64_t up = static_cast<std::uint64_t>(delta);
+void MoveOffsets(QUIRVA::Table<Offset>& offsets, long long delta, unsigned int times) {
+  constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
   if (delta > 0) {
+    const std::uint64_t up = static_cast<std::uint64_t>(delta) * times;
     for (Offset& offset : offsets) offset = static_cast<Offset>(offset + up);
   } else {
-    const std::uint64_t down = 0 - up;
+    const std::uint64_t once = 0 - static_cast<std::uint64_t>(delta);
+    const std::uint64_t down = times != 0 && once > kMost / times ? kMost : once * times;
     for (Offset& offset : offsets)
       offset = offset > down ? static_cast<Offset>(offset - down) : Offset{0};
   }
@@ -151,16 +154,20 @@ HRESULT CSampleTableReader::ChunkIndexToSampleIndex(unsigned int chunk, unsigned
 }
 
 HRESULT CSampleTableReader::RewriteChunkOffset(long long delta) {
+  return RewriteChunkOffset(delta, 1);
+}
+
+HRESULT CSampleTableReader::RewriteChunkOffset(long long delta, unsigned int times) {
   const CSampleTableBox_wr table(sampleTable);
   if (CChunkOffsetBox* narrow = table.ChunkOffsetBox()) {
     constexpr long long kMost = kLargest32BitOffset;
     RETURN_IF(delta > kMost || delta < -kMost, E_INVALIDARG);
-    MoveOffsets(narrow->entries, delta);
+    MoveOffsets(narrow->entries, delta, times);
     return S_OK;
   }
   CChunkLargeOffsetBox* wide = table.ChunkLargeOffsetBox();
   RETURN_IF(wide == nullptr, E_BAD_DATA);
-  MoveOffsets(wide->entries, delta);
+  MoveOffsets(wide->entries, delta, times);
   return S_OK;
 }
 

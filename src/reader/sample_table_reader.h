@@ -77,6 +77,8 @@ class CSampleTableReader {
   // Moves every chunk. Downward an offset ends at 0; upward it wraps. E_INVALIDARG if 32-bit
   // offsets are to move by more than 32 bits.
   [[nodiscard]] HRESULT RewriteChunkOffset(long long delta);
+  // The same as often as that, in the time of once.
+  [[nodiscard]] HRESULT RewriteChunkOffset(long long delta, unsigned int times);
   // Whether "stsc" is one run of chunks and a last group of another length.
   bool RestChunkExist() const;
 

@@ -486,6 +486,29 @@ TEST_F(Mp4Sequence, ConnectingToItselfMovesNothing) {
   EXPECT_OK(first.Connect(&first, 0));
   EXPECT_OK(first.Connect(&first, 1));
   EXPECT_EQ((PathList{L"clip-1"}), Paths(first));
+  Give(second, Clip(Id(1), Id(5), Id(6)));
+  EXPECT_RESULT(E_UNEXPECTED, second.Connect(&second, 0));
+  EXPECT_RESULT(E_UNEXPECTED, second.Connect(&second, 2));
+  EXPECT_OK(second.Connect(&second, 1));
+  EXPECT_EQ(1u, second.GetFileCount());
+}
+
+TEST_F(Mp4Sequence, ConnectingAnEmptiedSequenceTakesItsStaleEnd) {
+  Give(first, ChainClip(1, 9));
+  Give(second, ChainClip(2, 9));
+  ASSERT_OK(first.Connect(&second, 0));
+  CMp4Sequence third;
+  Give(third, ChainClip(7, 9));
+  ASSERT_OK(third.Connect(&second, 1));
+  EXPECT_EQ(1u, third.GetFileCount());
+  EXPECT_EQ(second.tailUniqueID, third.tailUniqueID);
+}
+
+TEST_F(Mp4Sequence, EndsOfZeroMatchEachOtherInConnect) {
+  Give(first, Clip(_GUID{}, Id(1), Id(2)));
+  Give(second, Clip(Id(5), _GUID{}, Id(6)));
+  ASSERT_OK(first.Connect(&second, 0));
+  EXPECT_EQ(2u, first.GetFileCount());
 }
 
 TEST_F(Mp4Sequence, TheTimecodeNeedsAClipOnBothSides) {
@@ -526,6 +549,18 @@ TEST_F(Mp4Sequence, DividingAtZeroMovesEveryClip) {
   ASSERT_OK(first.DivideSequence(0, &second));
   EXPECT_EQ(0u, first.GetFileCount());
   EXPECT_EQ((PathList{L"clip-1", L"clip-2"}), Paths(second));
+}
+
+TEST_F(Mp4Sequence, DividingIntoATargetWithClipsLeavesItsEndIdentifiers) {
+  Give(second, ChainClip(5, 9));
+  Give(first, ChainClip(1, 9));
+  Give(first, ChainClip(2, 9));
+  const _GUID head = second.headUniqueID;
+  const _GUID tail = second.tailUniqueID;
+  ASSERT_OK(first.DivideSequence(1, &second));
+  EXPECT_EQ(2u, second.GetFileCount());
+  EXPECT_EQ(head, second.headUniqueID);
+  EXPECT_EQ(tail, second.tailUniqueID);
 }
 
 TEST_F(Mp4Sequence, DividingStopsAtAFailureWithTheEarlierClipsMoved) {

@@ -203,6 +203,12 @@ TEST_F(TimecodeFile, ReadsTheFirstTimecodeTrackOnly) {
   EXPECT_EQ(Sample(1, 2, 3, 4), BytesOf(track.firstSample));
 }
 
+TEST_F(TimecodeFile, DoesNotFindATrackWhoseIdentifierAnEarlierOneHas) {
+  CTimecodeTrackPsr track;
+  const Track timecode = TimecodeTrack({Sample(1, 2, 3, 4)}, 1);
+  EXPECT_RESULT(S_FALSE, track.ParseTimecodeTrack(Write(Clip(3).Add(timecode).Build()).c_str()));
+}
+
 TEST_F(TimecodeFile, GoesByTheSampleEntryAndNotByTheHandler) {
   Track timecode = TimecodeTrack({Sample(1, 2, 3, 4)});
   timecode.handler = "vide";

@@ -5,10 +5,12 @@
 
 #include "box/box_factory.h"
 #include "clip/sequence_engine.h"
+#include "clip/timecode.h"
 #include "clip/vireo_mp4.h"
 #include "foundation/com_ptr.h"
 #include "foundation/file_buffer.h"
 #include "merge/live_merge.h"
+#include "merge/mp4_merge.h"
 #include "reader/mp4_file.h"
 #include "reader/sample_table_reader.h"
 #include "reader/typed_views.h"
@@ -152,6 +154,37 @@ Bytes HeaderBehindOthers(unsigned int n) {
          padding + support::Slice(clip, movie + 8, clip.size());
 }
 
+// n tracks of one identifier, of which the first has n chunks.
+std::function<void()> MovingTracksOfOneIdentifier(unsigned int n) {
+  support::MovieBuilder movie;
+  for (unsigned int i = 0; i < n; ++i) {
+    support::Track track = support::AudioTrack(i == 0 ? n : 1, 1);
+    track.samplesPerChunk = 1;
+    movie.Add(track);
+  }
+  const Bytes clip = movie.Build();
+  QUIRVA::CFileBuffer source;
+  const auto file = std::make_shared<MP4G::CMp4File>();
+  Need(source.SetData(clip.data(), Size(clip)) == S_OK && file->SetReader(&source) == S_OK,
+       "a file");
+  return [file] {
+    MP4G::CMp4Merge merge;
+    Need(merge.RewriteOffset(file.get(), 1) == S_OK, "the move");
+  };
+}
+
+// n tracks without a header, of which the identifier leads to one behind n other boxes.
+std::function<void()> LookingForATimecode(unsigned int n) {
+  const Bytes header = FullBox("tkhd", 0, 0, {Zeros(80)});
+  const Bytes first = Box("trak", {header, Repeated(Box("free"), n)});
+  MemoryDisk::Get().Clear();
+  MemoryDisk::Get().Put("clip", FileType() + Box("moov", {first, Repeated(Box("trak"), n)}));
+  return [] {
+    MP4G::CTimecodeTrackPsr timecode;
+    Need(timecode.ParseTimecodeTrack(L"clip") == S_FALSE, "no timecode");
+  };
+}
+
 std::function<void()> Registering(unsigned int n, bool backwards) {
   MemoryDisk::Get().Clear();
   std::vector<std::wstring> paths;
@@ -280,6 +313,8 @@ std::map<std::string, Job> Merges() {
           const Bytes clip = HeaderBehindOthers(n);
           return MergeOf({clip, clip});
         }}},
+      {"move tracks of one identifier", {500, MovingTracksOfOneIdentifier}},
+      {"look for a timecode among tracks of one identifier", {500, LookingForATimecode}},
       {"register a chain", {40, [](unsigned int n) { return Registering(n, false); }}},
       {"register a chain backwards", {40, [](unsigned int n) { return Registering(n, true); }}},
       {"ask for the last sample", {1000, LastSample}},

@@ -3,6 +3,7 @@
 
 #include "box/top_level_boxes.h"
 #include "foundation/file_reader.h"
+#include "foundation/guid.h"
 #include "merge/m4lm.h"
 #include "merge/merge_core.h"
 #include "merge/merge_fixture.h"
@@ -148,6 +149,69 @@ TEST_F(LiveMerge, AnOutputPathNeverSetFailsAtTheFirstWrite) {
   ASSERT_OK(merge->SetOutputPath(L""));
   // Both first writes fail, and the answer is their sum.
   EXPECT_RESULT(MP4G_E_OUTPUT_OPEN | MP4G_E_OUTPUT_WRITE, Input(Clip(30, 1).Build()));
+}
+
+TEST(LiveMergeObject, WithoutAnOutputPathFailsAtTheFirstWriteAndTouchesNothing) {
+  const TempDir folder;
+  const fs::path before = fs::current_path();
+  fs::current_path(folder.path());
+  CMp4LiveMerge* merge = nullptr;
+  ASSERT_OK(CMp4LiveMerge::CreateInstance(&merge));
+  const Bytes clip = Clip(30, 1).Build();
+  EXPECT_RESULT(MP4G_E_OUTPUT_OPEN | MP4G_E_OUTPUT_WRITE,
+                merge->InputMp4Data(clip.data(), static_cast<unsigned int>(clip.size())));
+  EXPECT_RESULT(MP4G_E_OUTPUT_OPEN, merge->Finalize());
+  merge->Release();
+  EXPECT_TRUE(fs::is_empty(folder.path()));
+  fs::current_path(before);
+}
+
+TEST(LiveMergeObject, ForgetsItsWorkAtTheEndAndKeepsPathAndDelegate) {
+  const TempDir folder;
+  const std::wstring path = (folder / "out.mp4").wstring();
+  RecordingDelegate listener;
+  IMp4LiveMergeDelegate* delegate = &listener;
+  CMp4LiveMerge* merge = nullptr;
+  ASSERT_OK(CMp4LiveMerge::CreateInstance(&merge));
+  ASSERT_OK(merge->SetOutputPath(path.c_str()));
+  ASSERT_OK(merge->SetDelegate(IID_IMp4LiveMergeDelegate, delegate));
+  const Bytes clip = Clip(30, 1).Build();
+  for (const bool fails : {false, true}) {
+    ASSERT_OK(merge->InputMp4Data(clip.data(), static_cast<unsigned int>(clip.size())));
+    if (fails) merge->core->firstFile->GetMovieBox()->restSize = 0xFFFFFFFF;
+    EXPECT_EQ(fails, merge->Finalize() != S_OK);
+    EXPECT_EQ(nullptr, merge->core->writer);
+    EXPECT_EQ(nullptr, merge->core->merge);
+    EXPECT_EQ(nullptr, merge->core->firstFile);
+    const std::size_t calls = listener.calls.size();
+    ASSERT_OK(merge->InputMp4Data(clip.data(), static_cast<unsigned int>(clip.size())));
+    EXPECT_LT(calls, listener.calls.size());
+    EXPECT_TRUE(fs::exists(folder / "out.mp4"));
+    EXPECT_OK(merge->Finalize());
+  }
+  merge->Release();
+}
+
+TEST(LiveMergeIdentifiers, HaveTheRightBytes) {
+  EXPECT_EQ("7f2df4f6-deac-49ef-8f0e-dd44e63e2d40", QUIRVA::GuidText(IID_IMp4LiveMerge));
+  EXPECT_EQ("96672b0f-2c0d-4a55-960c-a703253b38bb", QUIRVA::GuidText(IID_IMp4LiveMergeDelegate));
+  EXPECT_EQ("1c44a25b-5fec-4176-bab4-9729bc657b00", QUIRVA::GuidText(QUIRVA::IID_IQvFileReader));
+  EXPECT_EQ("00000000-0000-0000-c000-000000000046", QUIRVA::GuidText(IID_IUnknown));
+}
+
+// Media in front and a small media box behind: the last one alone is copied, and what points into
+// the other one cannot point anywhere.
+TEST_F(LiveMerge, ChunksInAnEarlierMediaBoxAreMovedAsIfTheyWereInTheLast) {
+  MovieBuilder clip = Clip(30, 1);
+  clip.tail = Box("mdat", {Zeros(50)});
+  const Bytes merged = Merge({clip.Build()});
+  const std::size_t media = FindBox(merged, "mdat");
+  EXPECT_EQ(58u, ReadU32(merged, media));
+  for (unsigned int track = 0; track < 2; ++track) {
+    const std::size_t offsets = FindBox(merged, "stco", track);
+    for (std::uint32_t i = 0; i < ReadU32(merged, offsets + 12); ++i)
+      EXPECT_EQ(0u, ReadU32(merged, offsets + 16 + 4 * i));
+  }
 }
 
 TEST_F(LiveMerge, AnOutputInAMissingFolderFailsAtTheFirstWrite) {

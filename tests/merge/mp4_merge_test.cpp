@@ -274,9 +274,9 @@ class Offsets : public testing::Test {
     before = ReadMovie(bytes).tracks[0].chunkOffsets;
     return merge.RewriteOffset(&file, delta);
   }
-  std::vector<std::uint64_t> After() {
+  std::vector<std::uint64_t> After(unsigned int track = 0) {
     const CBox* box =
-        file.GetMovieBox()->GetChildBox(FourCc("trak"), 0)->GetChildBox(FourCc("mdia"), 0);
+        file.GetMovieBox()->GetChildBox(FourCc("trak"), track)->GetChildBox(FourCc("mdia"), 0);
     box = box->GetChildBox(FourCc("minf"), 0)->GetChildBox(FourCc("stbl"), 0);
     const auto* offsets = dynamic_cast<CChunkLargeOffsetBox*>(box->GetChildBox(FourCc("co64"), 0));
     return {offsets->entries.begin(), offsets->entries.end()};
@@ -306,6 +306,47 @@ TEST_F(Offsets, StopAtZeroWithANegativeDelta) {
   EXPECT_EQ(before.back() - 300, After().back());
   ASSERT_OK(Rewrite(-static_cast<long long>(before[1])));
   EXPECT_EQ(0u, After()[1]);
+}
+
+// Such tracks are found by their identifier, which leads to the first of them each time.
+TEST_F(Offsets, OfTracksOfOneIdentifierMoveInTheFirstAloneOnceForEach) {
+  for (const long long delta : {7LL, -7LL, -1000000LL}) {
+    SCOPED_TRACE(delta);
+    MovieBuilder clip = Clip(30, 1);
+    clip.Add(AudioTrack(30, 1));
+    for (Track& track : clip.tracks) track.id = 1;
+    ASSERT_EQ(3u, clip.tracks.size());
+    const Bytes bytes = clip.Build();
+    QUIRVA::CFileBuffer source;
+    ASSERT_OK(source.SetData(bytes.data(), static_cast<unsigned int>(bytes.size())));
+    ASSERT_OK(file.SetReader(&source));
+    ASSERT_OK(merge.RewriteOffset(&file, delta));
+    const OracleMovie movie = ReadMovie(bytes);
+    for (std::uint64_t& offset : before = movie.tracks[0].chunkOffsets)
+      offset = delta < -1000 ? 0 : offset + 3 * static_cast<std::uint64_t>(delta);
+    EXPECT_EQ(before, After());
+    EXPECT_EQ(movie.tracks[1].chunkOffsets, After(1));
+  }
+}
+
+TEST_F(Offsets, MoveUpToTheTrackThatFails) {
+  Bytes bytes = Clip(30, 1).Build();
+  before = ReadMovie(bytes).tracks[0].chunkOffsets;
+  bytes[FindBox(bytes, "tkhd", 1) + 4] = 'x';
+  QUIRVA::CFileBuffer source;
+  ASSERT_OK(source.SetData(bytes.data(), static_cast<unsigned int>(bytes.size())));
+  ASSERT_OK(file.SetReader(&source));
+  EXPECT_RESULT(E_BAD_DATA, merge.RewriteOffset(&file, 5));
+  EXPECT_EQ(before[0] + 5, After()[0]);
+}
+
+TEST_F(Offsets, OfATrackWithoutASampleTableAreAFailure) {
+  Bytes bytes = Clip(30, 1).Build();
+  bytes[FindBox(bytes, "stbl", 1) + 4] = 'x';
+  QUIRVA::CFileBuffer source;
+  ASSERT_OK(source.SetData(bytes.data(), static_cast<unsigned int>(bytes.size())));
+  ASSERT_OK(file.SetReader(&source));
+  EXPECT_RESULT(E_POINTER, merge.RewriteOffset(&file, 5));
 }
 
 TEST_F(Offsets, ComeFromTheMediaPositions) {

@@ -294,8 +294,46 @@ TEST(Mp4File, OpensAndRemembersAPath) {
   ASSERT_OK(file.SetFile(path.wstring().c_str()));
   EXPECT_EQ(path.wstring(), file.filePath);
   EXPECT_EQ(static_cast<long long>(bytes.size()), file.fileSize);
-  EXPECT_RESULT(E_HANDLE, file.SetFile((folder / "missing.mp4").wstring().c_str()));
   EXPECT_RESULT(E_POINTER, file.SetFile(nullptr));
+  EXPECT_RESULT(E_HANDLE, file.SetFile((folder / "missing.mp4").wstring().c_str()));
+  EXPECT_TRUE(file.boxes.empty());
+  EXPECT_TRUE(file.filePath.empty());
+  EXPECT_EQ(0, file.fileSize);
+  EXPECT_EQ(0, file.mdatSize);
+}
+
+TEST(Mp4File, TakesItsOwnPathAgain) {
+  const support::TempDir folder;
+  const auto path = folder / "clip.mp4";
+  support::WriteFile(path, support::Clip(10).Build());
+  CMp4File file;
+  ASSERT_OK(file.SetFile(path.wstring().c_str()));
+  ASSERT_OK(file.SetFile(file.filePath.c_str()));
+  EXPECT_EQ(path.wstring(), file.filePath);
+  ASSERT_OK(Parse(file, kFtyp + kMoov));
+  EXPECT_TRUE(file.filePath.empty());
+}
+
+TEST(Mp4File, ALargeSizeOfZeroRunsToTheEnd) {
+  CMp4File file;
+  const Bytes media = U32(1) + Text("mdat") + U64(0) + Zeros(25);
+  ASSERT_OK(Parse(file, kFtyp + kMoov + media));
+  EXPECT_EQ(static_cast<long long>(kFtyp.size() + kMoov.size()) + 16, file.mdatPos);
+  EXPECT_EQ(25, file.mdatSize);
+  EXPECT_RESULT(E_BAD_DATA,
+                Parse(file, kFtyp + kMoov + U32(1) + Text("free") + U64(0) + Zeros(25)));
+}
+
+// A reference of type "tmcd" is taken for the sample entry of that name, and is too short for one.
+TEST(Mp4File, ATimecodeReferenceEndsTheParseOfTheWholeFile) {
+  const auto parsed = [](const std::string& type, const Bytes& behind) {
+    CMp4File file;
+    const Bytes reference = Box("tref", {Box(type, {U32(2)})});
+    return Parse(file, kFtyp + Box("moov", {Box("trak", {reference, behind})}));
+  };
+  EXPECT_OK(parsed("cdsc", Box("free", {Zeros(40)})));
+  EXPECT_RESULT(E_BAD_DATA, parsed("tmcd", Box("free", {Zeros(40)})));
+  EXPECT_RESULT(S_FALSE, parsed("tmcd", {}));
 }
 
 TEST(Mp4File, TakesASoftFailureOfAPathForSuccess) {
@@ -373,6 +411,22 @@ TEST(Mp4Tree, GivesPositionsOfTheLoadedBoxesAlone) {
   EXPECT_EQ((std::vector<std::string>{"ftyp", "free", "moov", "mdat"}), Types(tree));
   EXPECT_OK(tree.GetMdatBoxPos(&position));
   EXPECT_EQ(44, position);
+}
+
+TEST(Mp4Tree, CountsTheBoxThatIsAskedForWhereThatIsExactlyOne) {
+  CMp4Tree tree;
+  const Bytes box = Box("free", {Zeros(4)});
+  ASSERT_OK(tree.AddBoxData(box.data(), static_cast<unsigned int>(box.size()), 0));
+  tree.AddBoxType(FourCc("mdat"));
+  for (const int value : {0, 1, 2, -1}) {
+    const auto include = static_cast<signed char>(value);
+    long long position = -1;
+    ASSERT_OK(tree.GetBoxPos(FourCc("free"), &position, include));
+    EXPECT_EQ(include == 1 ? 12 : 0, position);
+    // A record without a box has no size to count.
+    ASSERT_OK(tree.GetBoxPos(FourCc("mdat"), &position, include));
+    EXPECT_EQ(12, position);
+  }
 }
 
 TEST(Mp4Tree, MovesNothingWithoutMedia) {
