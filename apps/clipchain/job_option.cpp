@@ -31,7 +31,7 @@ CLI::Option* AddJobOption(CLI::App& command, std::vector<std::string>& values) {
       "Merge recording N of FILE, which \"clipchain join --plan\" wrote; nothing is done if its "
       "result is there already");
   option->expected(2)->type_name("FILE N");
-  option->each([&values, count = 0](const std::string& value) mutable {
+  option->each([count = 0](const std::string& value) mutable {
     if (++count == 2 && NumberIn(value) == 0)
       throw CLI::ValidationError("--job", value + " is no number of a job; they count from 1");
   });

@@ -132,11 +132,17 @@ void ExplainParse(const ClipFile& clip, HRESULT result, FileFindings& findings) 
   }
   if (findings.Refused()) return;
   const MP4G::CBox* box = LastBox(clip.file);
+  const bool isReference =
+      box != nullptr && box->parent != nullptr && box->parent->header->type == FourCc("tref");
   Finding& finding =
       AddRefusal(findings, Message::kBoxDamaged,
-                 result == S_FALSE ? "has a box that is shorter than what it must hold"
-                                   : "has a box that contradicts itself",
-                 "copy the clip again from the card", result);
+                 isReference ? "refers to its timecode track in a way that a merge can't read"
+                 : result == S_FALSE ? "has a box that is shorter than what it must hold"
+                                     : "has a box that contradicts itself",
+                 isReference ? "leave the timecode track out (ffmpeg -i IN -map 0:v -map 0:a? -c "
+                               "copy OUT.mp4), and keep the original"
+                             : "copy the clip again from the card",
+                 result);
   if (box == nullptr) return;
   finding.box = PathOf(*box);
   finding.offset = OffsetOf(*box);

@@ -68,7 +68,7 @@ class KeptCheck {
     if (!isZero) {
       AddLoss(box, offset, dropped);
     } else if (box.children.empty() && !ComesBack(box, bytes)) {
-      Add(Message::kBoxNotKept, "is written in another form than it has", box, offset);
+      Add(Message::kBoxNotKept, "has a box that a merge writes in another form", box, offset);
     }
     long long behind = FirstEntryDistance(box);
     for (const MP4G::CBox* child : box.children) {
@@ -97,8 +97,8 @@ class KeptCheck {
   }
 
   Finding& Add(Message message, std::string text, const MP4G::CBox& box, long long offset) {
-    Finding& finding = findings_.AddAt(message, "a box " + std::move(text),
-                                       "keep the clip if you need what is lost", &box);
+    Finding& finding =
+        findings_.AddAt(message, std::move(text), "keep the clip if you need what is lost", &box);
     finding.offset = position_ + offset;
     return finding;
   }
@@ -111,15 +111,16 @@ class KeptCheck {
             : fmt::format("the {} {}", types.size() == 1 ? "box" : "boxes", Listed(types));
     const bool isEntry = dynamic_cast<const MP4G::CSampleDescriptionBox*>(box.parent) != nullptr;
     if (!isEntry) {
-      Add(Message::kBoxNotKept, fmt::format("loses {} in a merge", lost), box, offset);
+      Add(Message::kBoxNotKept, fmt::format("loses {} of a box in a merge", lost), box, offset);
       return;
     }
     const bool isHarmless = OnlyDescribe(types) ||
                             dynamic_cast<const MP4G::CTimecodeSampleDescription*>(&box) != nullptr;
     Finding& finding = findings_.AddAt(
         Message::kSampleEntryNotKept,
-        fmt::format("the sample entry \"{}\" loses {} in a merge{}", FourCcText(box.header->type),
-                    lost, isHarmless ? "" : ", and the samples may not be playable without"),
+        fmt::format("loses {} of its sample entry \"{}\" in a merge{}", lost,
+                    FourCcText(box.header->type),
+                    isHarmless ? "" : ", and the samples may not be playable without"),
         isHarmless ? "keep the clip if you need what is lost"
                    : "merge clips of this kind with another program",
         &box);

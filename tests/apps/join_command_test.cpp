@@ -317,6 +317,34 @@ TEST_F(JoinCommand, ShowsItsProgressOverAllRecordingsOnATerminal) {
   EXPECT_THAT(run.out, HasSubstr("\r\x1B[K"));
 }
 
+TEST_F(JoinCommand, PaintsItsTablesOnATerminal) {
+  PutTwoRecordings();
+  Put("out/" + second, {1});
+  const auto shown = [this](const std::string& colour) {
+    return support::RunOnTerminal({"env", "NO_COLOR=" + colour, "TERM=xterm", CLIPCHAIN_TOOL_PATH,
+                                   "join", "-o", At("out"), At("a"), At("b")})
+        .out;
+  };
+  const std::string painted = shown("");
+  EXPECT_THAT(painted, HasSubstr("\x1B[32mcomplete         \x1B[0m"));
+  EXPECT_THAT(painted, HasSubstr("\x1B[32mmerged       \x1B[0m"));
+  EXPECT_THAT(painted, HasSubstr("\x1B[1;31mfailed       \x1B[0m"));
+  EXPECT_THAT(painted, HasSubstr("      \x1B[1;31merror:\x1B[0m "));
+  EXPECT_THAT(shown("1"), Not(HasSubstr("\x1B[3")));
+}
+
+TEST_F(JoinCommand, AsksOnATerminalWhetherToRemoveWhatAKilledMergeHasLeftBehind) {
+  PutTwoRecordings();
+  const std::string left =
+      Put("out/." + first + ".clipchain-4711-0123456789abcdef.part", support::Text("abc"));
+  support::Talk talk(ToolCommand({"join", "-o", At("out"), At("a"), At("b")}));
+  talk.Expect("Remove it? [y/N] ");
+  talk.Say("y\n");
+  EXPECT_EQ(0, talk.End().exitCode);
+  EXPECT_FALSE(fs::exists(left));
+  EXPECT_THAT(Results(), ElementsAre(first, second));
+}
+
 TEST_F(JoinCommand, StopsAtASignalAndSaysWhatWasDone) {
   if (!support::HasProgram("strace")) GTEST_SKIP() << "no strace";
   PutTwoRecordings();

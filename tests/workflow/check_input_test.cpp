@@ -138,6 +138,16 @@ TEST_F(CheckInput, FindsTheBoxThatDoesNotParse) {
   EXPECT_EQ(static_cast<long long>(table), report.findings.front().offset);
 }
 
+TEST_F(CheckInput, SaysThatAReferenceToATimecodeTrackIsWhatAMergeCantRead) {
+  MovieBuilder clip = EvenClip();
+  clip.tracks[1].extraTrackBoxes = Box("tref", {Box("tmcd", {U32(2)})});
+  const CheckReport report = CheckBehind(clip.Build());
+  ExpectOnly(report, "box-damaged");
+  EXPECT_EQ("moov/trak[1]/tref/tmcd", report.findings.front().box);
+  EXPECT_THAT(report.findings.front().text, HasSubstr("timecode track"));
+  EXPECT_THAT(report.findings.front().remedy, HasSubstr("-map 0:v"));
+}
+
 TEST_F(CheckInput, FindsAMovieTooLargeToLoad) {
   const auto limit = static_cast<unsigned int>(MP4G::kLeastUnloadedBoxSize);
   for (const unsigned int size : {limit, limit - 1}) {

@@ -184,7 +184,9 @@ TEST_F(CheckTables, FindsASampleEntryThatLosesItsConfiguration) {
   clip.tracks[0].sampleEntry = entry(Box("hvcC", {support::Fill(23, 1)}) + Box("pasp", {Zeros(8)}));
   CheckReport report = CheckOne(clip);
   EXPECT_THAT(NamesOf(report), ElementsAre("sample-entry-not-kept"));
-  EXPECT_THAT(report.findings.front().text, HasSubstr("loses the boxes \"hvcC\", \"pasp\""));
+  EXPECT_THAT(
+      report.findings.front().text,
+      HasSubstr("loses the boxes \"hvcC\", \"pasp\" of its sample entry \"hvc1\" in a merge"));
   EXPECT_EQ(In("stsd/hvc1"), report.findings.front().box);
   EXPECT_EQ(Severity::kRisk, report.findings.front().severity);
   clip.tracks[0].sampleEntry = entry(Box("pasp", {U32(1), U32(1)}));
