@@ -9,6 +9,7 @@
 #include "clipchain/commands.h"
 #include "clipchain/merge_options.h"
 #include "clipchain/tool.h"
+#include "clipchain/usage.h"
 
 namespace clipchain {
 
@@ -36,12 +37,12 @@ void AddCheckCommand(CLI::App& tool, int& exitCode) {
       "check",
       "Say whether clips can be merged in the order given, and if not, everything that "
       "speaks against it; nothing is written");
-  command->add_option("clips", options->inputs, "The clips of one recording")
+  command->add_option("IN", options->inputs, "The clips of one recording")
       ->required()
       ->type_name("IN");
-  command
-      ->add_option("-o,--output", options->check.output,
-                   "Look at the place of the output too: the folder, its free space, its name")
+  MustBeGiven(command->add_option(
+                  "-o,--output", options->check.output,
+                  "Look at the place of the output too: the folder, its free space, its name"))
       ->type_name("OUT");
   command->add_flag("--overwrite", options->check.overwrite, "OUT may exist");
   AddMemoryLimit(*command, options->check.memoryLimit);

@@ -104,9 +104,9 @@ void AddHelp(CLI::App& tool) {
   tool.formatter(help);
   tool.footer(
       "'clipchain COMMAND --help' tells what a command takes, with examples.\n\n"
-      "The exit code is 0 if all is done; 1 if it was refused or failed, and a line on\n"
-      "the error stream says why; 2 if the command line makes no sense; 3 if it is\n"
-      "done but for a part that the output names.");
+      "The exit code is 0 if all is done; 1 if it was refused or failed, and what is\n"
+      "printed says why; 2 if the command line makes no sense; 3 if it is done but for\n"
+      "a part that the output names.");
   for (CLI::App* command : tool.get_subcommands([](CLI::App*) { return true; })) {
     command->group("Commands");
     command->formatter(help);

@@ -45,7 +45,7 @@ int Run(const InfoOptions& options) {
 void AddInfoCommand(CLI::App& tool, int& exitCode) {
   const auto options = std::make_shared<InfoOptions>();
   CLI::App* command = tool.add_subcommand("info", "Tell what a clip says about itself");
-  command->add_option("clip", options->path, "The clip")->required()->type_name("FILE");
+  command->add_option("FILE", options->path, "The clip")->required()->type_name("FILE");
   command->add_flag("--tree", options->tree, "List the boxes with their positions and sizes");
   command->add_flag("--json", options->json, "Print for programs");
   command->callback([options, &exitCode] { exitCode = Run(*options); });

@@ -33,7 +33,7 @@ CLI::Option* AddJobOption(CLI::App& command, std::vector<std::string>& values) {
   option->expected(2)->type_name("FILE N");
   option->each([count = 0](const std::string& value) mutable {
     if (++count == 2 && NumberIn(value) == 0)
-      throw CLI::ValidationError("--job", value + " is no number of a job; they count from 1");
+      throw CLI::ValidationError(value + " is no number of a job; they count from 1");
   });
   return option;
 }

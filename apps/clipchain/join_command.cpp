@@ -18,6 +18,7 @@
 #include "clipchain/merge_options.h"
 #include "clipchain/stop_signals.h"
 #include "clipchain/tool.h"
+#include "clipchain/usage.h"
 #include "workflow/files.h"
 #include "workflow/join.h"
 #include "workflow/plan.h"
@@ -98,6 +99,7 @@ int RunJobs(const JoinCommand& command, const JoinPlan& plan) {
 int Run(const JoinCommand& command) {
   NoteStopSignals();
   const JoinPlan plan = PlanFor(command.paths, command.plan);
+  if (StopSignal() != 0) return kFailed;
   if (command.dryRun) {
     PrintPlan(command, plan);
     return PlanCode(plan);
@@ -116,14 +118,14 @@ void AddJoinCommand(CLI::App& tool, int& exitCode) {
   CLI::App* command =
       tool.add_subcommand("join", "Merge each recording of a card into a file of its own");
   command
-      ->add_option("paths", options->paths,
+      ->add_option("PATH", options->paths,
                    "Folders to search for *.mp4, *.m4v and *.mov, each one a card of its own, and "
                    "clips")
       ->required()
       ->type_name("PATH");
-  command
-      ->add_option("-o,--output", options->plan.folder,
-                   "The folder for the results, which is created if it is missing and not searched")
+  MustBeGiven(command->add_option(
+                  "-o,--output", options->plan.folder,
+                  "The folder for the results, which is created if it is missing and not searched"))
       ->required()
       ->type_name("DIR");
   command->add_flag("--all", options->plan.all, "Put recordings of a single clip there, too");
@@ -131,11 +133,10 @@ void AddJoinCommand(CLI::App& tool, int& exitCode) {
                     "Join what there is of recordings of which a clip is missing");
   CLI::Option* dryRun =
       command->add_flag("--dry-run", options->dryRun, "Show what would be done, and do nothing");
-  command
-      ->add_option(
-          "--plan", options->planFile,
-          "Write what would be done to a new file, from which \"clipchain merge --job FILE "
-          "N\" merges recording N")
+  MustBeGiven(command->add_option(
+                  "--plan", options->planFile,
+                  "Write what would be done to a new file, from which \"clipchain merge --job FILE "
+                  "N\" merges recording N"))
       ->type_name("FILE")
       ->excludes(dryRun);
   AddMergeSettings(*command, options->settings);

@@ -16,6 +16,7 @@
 #include "clipchain/paint.h"
 #include "clipchain/stop_signals.h"
 #include "clipchain/tool.h"
+#include "clipchain/usage.h"
 #include "workflow/clip_json.h"
 #include "workflow/clip_words.h"
 #include "workflow/files.h"
@@ -95,14 +96,14 @@ void AddMergeCommand(CLI::App& tool, int& exitCode) {
   const auto options = std::make_shared<MergeOptions>();
   CLI::App* command = tool.add_subcommand(
       "merge", "Put clips together into one file, in the order given, without re-encoding");
-  CLI::Option* output = command
-                            ->add_option("-o,--output", options->merge.output,
-                                         "The file to write; required without --job")
-                            ->type_name("OUT");
-  CLI::Option* clips = command
-                           ->add_option("clips", options->inputs,
-                                        "The clips of one recording; required without --job")
-                           ->type_name("IN");
+  CLI::Option* output =
+      MustBeGiven(command->add_option("-o,--output", options->merge.output,
+                                      "The file to write; required without --job"))
+          ->type_name("OUT");
+  CLI::Option* clips =
+      command
+          ->add_option("IN", options->inputs, "The clips of one recording; required without --job")
+          ->type_name("IN");
   CLI::Option* overwrite = command->add_flag("--overwrite", options->merge.overwrite,
                                              "Replace OUT once the new file is complete");
   CLI::Option* job = AddJobOption(*command, options->job);

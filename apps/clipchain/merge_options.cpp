@@ -11,8 +11,12 @@ void AddMergeSettings(CLI::App& command, MergeSettings& settings) {
       .add_option("--verify", settings.verify,
                   "What is compared with the clips before the result gets its name: the samples "
                   "where clips meet (seams), or every byte, read back from the disk (full)")
-      ->check(CLI::IsMember({"seams", "full"}))
-      ->option_text("seams|full");
+      ->check([](const std::string& level) {
+        return level == "seams" || level == "full" ? ""
+                                                   : "takes seams or full, not \"" + level + '"';
+      })
+      ->option_text("seams|full")
+      ->default_str("seams");
   AddMemoryLimit(command, settings.memoryLimit);
 }
 

@@ -9,7 +9,9 @@
 
 #include "clipchain/commands.h"
 #include "clipchain/sequences_output.h"
+#include "clipchain/stop_signals.h"
 #include "clipchain/tool.h"
+#include "clipchain/usage.h"
 #include "workflow/files.h"
 #include "workflow/html_report.h"
 #include "workflow/text_file.h"
@@ -38,16 +40,20 @@ std::string WhyNoPage(const SequencesOptions& options, const FoundClips& found) 
       if (IsSameFile(options.html, clip)) return "is the same file as the clip " + Shown(clip);
     }
   }
+  if (options.overwrite && Exists(options.html) && !IsHtmlReport(options.html))
+    return "is no page of clips, and is not replaced";
   return WhyNoTextFile(options.html, options.overwrite);
 }
 
 int Run(const SequencesOptions& options) {
+  NoteStopSignals();
   const FoundClips found = FindClips(options.paths);
   if (!options.html.empty()) {
     const std::string why = WhyNoPage(options, found);
     if (!why.empty()) return FailPage(options.html, why);
   }
   const ScanReport report = Scan(found.volumes, options.scan);
+  if (StopSignal() != 0) return kFailed;
   const std::string text = options.json
                                ? SequencesJson(found, report, options.scan)
                                : SequencesTable(found, report, options.scan, Paint(stdout));
@@ -70,7 +76,7 @@ void AddSequencesCommand(CLI::App& tool, int& exitCode) {
   CLI::App* command =
       tool.add_subcommand("sequences", "Tell which clips form one recording, and in what order");
   command
-      ->add_option("paths", options->paths,
+      ->add_option("PATH", options->paths,
                    "Clips, and folders to search for *.mp4, *.m4v and *.mov; each folder counts as "
                    "a volume of its own")
       ->required()
@@ -80,11 +86,11 @@ void AddSequencesCommand(CLI::App& tool, int& exitCode) {
   command->add_flag("--divide", options->scan.divide,
                     "Cut sequences where the volume changes, sparing the first one that has two");
   command->add_flag("--json", options->json, "Print for programs");
-  command
-      ->add_option("--html", options->html,
-                   "Write a page to look at, to keep and to print, which must not exist yet")
+  MustBeGiven(command->add_option(
+                  "--html", options->html,
+                  "Write a page to look at, to keep and to print, which must not exist yet"))
       ->type_name("FILE");
-  command->add_flag("--overwrite", options->overwrite, "Replace that FILE if it exists");
+  command->add_flag("--overwrite", options->overwrite, "Replace that FILE if it is such a page");
   command->callback([options, &exitCode] {
     options->scan.cards = options->json || !options->html.empty();
     exitCode = Run(*options);

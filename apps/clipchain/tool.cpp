@@ -6,11 +6,13 @@
 #include <cerrno>
 #include <cstdio>
 #include <exception>
+#include <new>
 #include <system_error>
 
 #include "clipchain/commands.h"
 #include "clipchain/help_text.h"
 #include "clipchain/stop_signals.h"
+#include "clipchain/usage.h"
 
 namespace clipchain {
 
@@ -36,7 +38,9 @@ int Run(int argc, const char* const* argv) {
     tool.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     // Help and version come this way too, with an exit code of 0.
-    return tool.exit(error) == 0 ? kDone : kUsage;
+    if (error.get_exit_code() == 0) return tool.exit(error);
+    std::fputs(UsageText(tool, error, argc, argv).c_str(), stderr);
+    return kUsage;
   }
   return exitCode;
 }
@@ -51,6 +55,9 @@ int RunTool(int argc, const char* const* argv) {
     if (exitCode != kDone) DieOfStopSignal();
     if (std::fflush(stdout) == 0) return exitCode;
     throw std::system_error(errno, std::generic_category(), "the output stream");
+  } catch (const std::bad_alloc&) {
+    std::fputs("clipchain: there is not enough memory\n", stderr);
+    return kFailed;
   } catch (const std::exception& error) {
     std::fputs(fmt::format("clipchain: {}\n", error.what()).c_str(), stderr);
     return kFailed;

@@ -3,8 +3,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <string_view>
 
 #include "workflow/clip_words.h"
+#include "workflow/file_bytes.h"
 #include "workflow/html_parts.h"
 #include "workflow/html_text.h"
 #include "workflow/result_words.h"
@@ -19,8 +21,11 @@ constexpr const char* kHead =
     "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; img-src data:; "
     "style-src 'unsafe-inline'\">\n"
     "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
-    "<meta name=\"color-scheme\" content=\"light dark\">\n"
-    "<meta name=\"generator\" content=\"clipchain\">\n";
+    "<meta name=\"color-scheme\" content=\"light dark\">\n";
+constexpr std::string_view kBegin = "<!DOCTYPE html>";
+// By which a page is known for one of these.
+constexpr const char* kMark = "<meta name=\"generator\" content=\"clipchain\">\n";
+constexpr std::size_t kMarkedWithin = 1024;
 
 std::string Sum(const char* what, const std::string& value) {
   return fmt::format("<div><dt>{}</dt><dd>{}</dd></div>\n", what, value);
@@ -161,7 +166,7 @@ std::string HtmlReport(const FoundClips& found, const ScanReport& report,
                        const ScanOptions& options) {
   const std::string title = fmt::format("{} on {}", Counted(report.sequences.size(), "sequence"),
                                         Counted(found.volumes.size(), "volume"));
-  std::string html = kHead;
+  std::string html = std::string(kHead) + kMark;
   html += fmt::format("<title>{} – clipchain</title>\n<style>{}{}</style>\n</head>\n<body>\n",
                       title, kHtmlStyle, HtmlShapeStyle());
   html += HtmlShapes() + Header(found, report, title) + "<main class=\"wide\" id=\"main\">\n";
@@ -171,6 +176,14 @@ std::string HtmlReport(const FoundClips& found, const ScanReport& report,
          "<footer class=\"wide\"><p>Dates are as the camera or the movie header has them, in "
          "whatever "
          "time zone that was. Made by clipchain.</p></footer>\n</body>\n</html>\n";
+}
+
+bool IsHtmlReport(const std::string& path) {
+  FileBytes file(path);
+  if (file.error() != 0) return false;
+  std::string head(std::min<std::size_t>(file.Size(), kMarkedWithin), '\0');
+  if (!file.Read(0, head.data(), head.size())) return false;
+  return head.empty() || (head.starts_with(kBegin) && head.find(kMark) != std::string::npos);
 }
 
 }  // namespace clipchain

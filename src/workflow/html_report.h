@@ -19,4 +19,7 @@ namespace clipchain {
 CLIPCHAIN_API std::string HtmlReport(const FoundClips& found, const ScanReport& report,
                                      const ScanOptions& options);
 
+// Whether a file is such a page, or empty: what may be replaced by a new one. A clip never is.
+CLIPCHAIN_API bool IsHtmlReport(const std::string& path);
+
 }  // namespace clipchain

@@ -374,6 +374,38 @@ TEST(Usage, HelpAndVersionAreNoFailure) {
   EXPECT_EQ("clipchain " CLIPCHAIN_VERSION "\n", version.out);
 }
 
+TEST(Usage, SaysWhatIsWrongInTheWordsOfTheHelp) {
+  const auto said = [](const std::vector<std::string>& arguments) {
+    const Finished run = Tool(arguments);
+    EXPECT_EQ(2, run.exitCode);
+    return run.err.substr(0, run.err.find('\n'));
+  };
+  EXPECT_EQ("clipchain: a command is missing: merge, check, join, sequences or info", said({}));
+  EXPECT_EQ("clipchain: there is no command cut; there are merge, check, join, sequences and info",
+            said({"cut"}));
+  EXPECT_EQ("clipchain: there is no option --foo in front of a command", said({"--foo"}));
+  EXPECT_EQ("clipchain: IN is required", said({"check"}));
+  EXPECT_EQ("clipchain: PATH is required", said({"sequences"}));
+  EXPECT_EQ("clipchain: --verify: takes seams or full, not \"no\"",
+            said({"merge", "--verify=no", "-o", "a", "b"}));
+  EXPECT_EQ("clipchain: --job: 0 is no number of a job; they count from 1",
+            said({"merge", "--job", "plan.json", "0"}));
+}
+
+// A variable of a script that was not set must not change what is done.
+TEST(Usage, RefusesEmptyNames) {
+  for (const std::vector<std::string>& arguments :
+       std::vector<std::vector<std::string>>{{"merge", "-o", "", kClip1},
+                                             {"check", "-o", "", kClip1},
+                                             {"join", "-o", "", "card"},
+                                             {"join", "-o", "out", "--plan", "", "card"},
+                                             {"sequences", "--html", "", "card"}}) {
+    const Finished run = Tool(arguments);
+    EXPECT_EQ(2, run.exitCode) << testing::PrintToString(arguments);
+    EXPECT_THAT(run.err, HasSubstr("an empty name is none"));
+  }
+}
+
 TEST(Usage, RefusesACommandLineThatMakesNoSense) {
   const TempDir folder;
   const std::string output = folder / "out.mp4";

@@ -289,7 +289,8 @@ TEST_F(SequencesCommand, WritesAPageOfWhatCouldBeRegistered) {
 
 TEST_F(SequencesCommand, ReplacesAPageOnlyOnRequest) {
   PutChain("card/1.mp4", 1, 1);
-  const Bytes old = support::Text("old");
+  const Bytes old =
+      support::Text("<!DOCTYPE html>\n<meta name=\"generator\" content=\"clipchain\">\nold");
   Put("page.html", old);
   const Finished run = Sequences({At("card"), "--html", At("page.html")});
   EXPECT_EQ(1, run.exitCode);
@@ -299,6 +300,26 @@ TEST_F(SequencesCommand, ReplacesAPageOnlyOnRequest) {
   EXPECT_EQ(old, support::ReadFile(At("page.html")));
   EXPECT_EQ(0, Sequences({At("card"), "--html", At("page.html"), "--overwrite"}).exitCode);
   EXPECT_NE(old, support::ReadFile(At("page.html")));
+  // A shell may have put a clip in the place of the page.
+  const Bytes clip = support::ReadFile(At("card/1.mp4"));
+  for (const Bytes& other : {clip, support::Text("<!DOCTYPE html>\n<title>diary</title>")}) {
+    Put("other", other);
+    const Finished refused = Sequences({At("card"), "--html", At("other"), "--overwrite"});
+    EXPECT_EQ(1, refused.exitCode);
+    EXPECT_THAT(refused.err, HasSubstr("is no page of clips"));
+    EXPECT_EQ(other, support::ReadFile(At("other")));
+  }
+}
+
+TEST_F(SequencesCommand, EndsByASignalThatComesWhileItReads) {
+  if (!support::HasProgram("strace")) GTEST_SKIP() << "no strace";
+  PutChain("card/1.mp4", 1, 1);
+  const Finished run = support::Run({"strace", "-o", At("trace"), "-e", "inject=openat:signal=INT",
+                                     "-P", At("card/1.mp4"), CLIPCHAIN_TOOL_PATH, "sequences",
+                                     At("card"), "--html", At("page.html")});
+  EXPECT_NE(0, run.exitCode);
+  EXPECT_EQ("", run.out);
+  EXPECT_FALSE(fs::exists(At("page.html")));
 }
 
 TEST_F(SequencesCommand, NeverWritesAPageOverAClip) {
