@@ -41,7 +41,8 @@ void CheckIdentifiers(MP4G::CMovieBox* movie, FileFindings& findings) {
   }
 }
 
-void CheckOffsets(MP4G::CTrackBox* track, FileFindings& findings) {
+// The engine moves the offsets of the track that the identifier leads to, which is `moved`.
+void CheckOffsets(MP4G::CTrackBox* track, const MP4G::CTrackBox* moved, FileFindings& findings) {
   const MP4G::CTrackBox_wr view(track);
   const MP4G::CSampleTableBox_wr table(view.SampleTableBox());
   const unsigned int id = MP4G::CTrackReader(track).GetTrackID();
@@ -51,11 +52,12 @@ void CheckOffsets(MP4G::CTrackBox* track, FileFindings& findings) {
                fmt::format("has no sample table \"stbl\" in its track {}", id), kRepair, track)
         .result = E_POINTER;
   } else if (table.ChunkOffsetBox() == nullptr && table.ChunkLargeOffsetBox() == nullptr) {
-    findings
-        .AddAt(Message::kTableMissing,
-               fmt::format("has neither chunk offsets \"stco\" nor \"co64\" in its track {}", id),
-               kRepair, table.box)
-        .result = E_BAD_DATA;
+    Finding& finding = findings.AddAt(
+        Message::kTableMissing,
+        fmt::format("has neither chunk offsets \"stco\" nor \"co64\" in its track {}", id), kRepair,
+        table.box);
+    finding.result = E_BAD_DATA;
+    if (moved != track) finding.severity = Severity::kRisk;
   }
 }
 
@@ -85,14 +87,17 @@ void CheckMergeable(MP4G::CMovieBox* movie, bool alone, FileFindings& findings) 
   if (tracks.empty())
     findings.AddAt(Message::kNoTracks, "has no track, so that nothing of it can be played",
                    "leave it out", movie);
-  for (MP4G::CTrackBox* track : tracks) {
+  const std::vector<MP4G::CTrackBox*> moved = view.TracksByID();
+  for (std::size_t i = 0; i < tracks.size(); ++i) {
+    MP4G::CTrackBox* track = tracks[i];
     const MP4G::CTrackBox_wr trackView(track);
-    // The offsets of a track without a header are not found.
+    // The offsets of a track without a header are not found, unless the identifier 0 leads to one.
     if (trackView.TrackHeaderBox() == nullptr)
-      AddMissing(findings, track, "has a track without a track header \"tkhd\"", false, E_BAD_DATA);
+      AddMissing(findings, track, "has a track without a track header \"tkhd\"",
+                 alone && moved[i] != nullptr, E_BAD_DATA);
     if (trackView.MediaHeaderBox() == nullptr)
       AddMissing(findings, track, "has a track without a media header \"mdhd\"", alone, E_BAD_DATA);
-    CheckOffsets(track, findings);
+    CheckOffsets(track, moved[i], findings);
     if (!alone) CheckEdits(track, findings);
     const MP4G::CSampleTableBox_wr table(trackView.SampleTableBox());
     if (table.box != nullptr && table.SampleDescriptionBox() == nullptr)

@@ -36,14 +36,24 @@ Variant Changed(const char* name, const std::function<void(MovieBuilder&)>& chan
   return {name, clip.Build()};
 }
 
-void WithoutBox(Bytes& bytes, const char* type) {
-  const std::size_t at = support::FindBox(bytes, type);
+void WithoutBox(Bytes& bytes, const char* type, unsigned int index = 0) {
+  const std::size_t at = support::FindBox(bytes, type, index);
   std::copy_n("free", 4, bytes.begin() + static_cast<std::ptrdiff_t>(at) + 4);
 }
 
 Variant Without(const char* name, const char* type) {
   Bytes bytes = Plain().Build();
   WithoutBox(bytes, type);
+  return {name, bytes};
+}
+
+// Of two tracks of one identifier, each without the box in one of them.
+Variant WithoutInOneOfTwins(const char* name, const char* type, unsigned int track,
+                            std::uint32_t id) {
+  MovieBuilder clip = Plain();
+  for (Track& twin : clip.tracks) twin.id = id;
+  Bytes bytes = clip.Build();
+  WithoutBox(bytes, type, track);
   return {name, bytes};
 }
 
@@ -117,6 +127,11 @@ std::vector<Variant> Variants() {
       Without("no stco", "stco"),
       Without("no stbl", "stbl"),
       Without("no mdia", "mdia"),
+      WithoutInOneOfTwins("no stco in the second of twins", "stco", 1, 1),
+      WithoutInOneOfTwins("no stco in the first of twins", "stco", 0, 1),
+      WithoutInOneOfTwins("no stbl in the second of twins", "stbl", 1, 1),
+      WithoutInOneOfTwins("no track header in the second of nameless twins", "tkhd", 1, 0),
+      WithoutInOneOfTwins("no track header in the first of nameless twins", "tkhd", 0, 0),
   };
   Bytes cut = Plain().Build();
   cut.resize(cut.size() - 20);
