@@ -3,18 +3,21 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <memory>
 #include <optional>
-#include <set>
 #include <system_error>
 #include <utility>
 
 #include "box/header_boxes.h"
 #include "box/structural_boxes.h"
+#include "merge/free_tracks.h"
 #include "reader/mp4_file.h"
-#include "reader/sample_table_reader.h"
+#include "reader/track_reader.h"
 #include "reader/typed_views.h"
+#include "workflow/expected_file.h"
 #include "workflow/file_bytes.h"
 #include "workflow/files.h"
+#include "workflow/result_words.h"
 #include "workflow/sample_layout.h"
 #include "workflow/top_level.h"
 
@@ -25,6 +28,9 @@ namespace {
 using Number = unsigned long long;
 
 constexpr std::size_t kBlock = 1024 * 1024;
+constexpr const char* kDistrustDisk = "write to another disk, or check this one";
+constexpr const char* kDistrustClip =
+    "leave the clip out, or keep the result as it is with --force";
 
 // The bytes of one sample in a clip and in the output.
 struct SamplePair {
@@ -35,9 +41,12 @@ struct SamplePair {
 
 struct OutputTrack {
   explicit OutputTrack(MP4G::CTrackBox* track)
-      : box(track), layout(MP4G::CTrackBox_wr(track).SampleTableBox()) {}
+      : box(track),
+        entryType(MP4G::CTrackReader(track).GetSampleEntryType()),
+        layout(MP4G::CTrackBox_wr(track).SampleTableBox()) {}
 
   MP4G::CTrackBox* box;
+  unsigned int entryType;
   SampleLayout layout;      // stands behind the chunks of the clips so far
   TrackSums expected = {};  // of the clips so far
   bool differs = false;     // from the first difference on nothing more is said about it
@@ -46,10 +55,6 @@ struct OutputTrack {
 unsigned int IdOf(MP4G::CTrackBox* track) {
   const auto* header = MP4G::CTrackBox_wr(track).TrackHeaderBox();
   return header != nullptr ? static_cast<unsigned int>(header->recordA->trackId) : 0;
-}
-
-unsigned int EntryTypeOf(MP4G::CTrackBox* track) {
-  return MP4G::CSampleTableReader(MP4G::CTrackBox_wr(track).SampleTableBox()).GetSampleEntryType();
 }
 
 Number DurationOf(MP4G::CMovieBox* movie) {
@@ -65,7 +70,7 @@ bool LiesIn(const Chunk& chunk, Number begin, Number size) {
 // A clip that was merged, and where its media should lie in the output.
 struct Clip {
   const std::string& path;
-  MP4G::CMp4File file;
+  std::unique_ptr<MP4G::CMp4File> file = std::make_unique<MP4G::CMp4File>();
   Number mediaSize = 0;
   Number target = 0;
 };
@@ -78,12 +83,17 @@ class Verifier {
 
  private:
   bool OpenOutput();
+  bool Tell(Number done);  // how much of the media was compared; whether to go on
   bool AddClip(const std::string& path);
+  bool Expect(Clip& clip);
   void AddTracks(Clip& clip);
   void AddTrack(const Clip& clip, OutputTrack& output, MP4G::CTrackBox* track);
   void CompareSizes(const Clip& clip, OutputTrack& output, const SampleLayout& layout);
   void CompareChunk(const Clip& clip, OutputTrack& output, const Chunk& chunk, Chunk& copy);
   void CompareTotals();
+  void CompareBoxes();
+  bool BoxesAreExpected();
+  bool IsExpected(Number position, const std::vector<unsigned char>& expected);
   bool CompareSamples(const Clip& clip);
   bool CompareMedia(const Clip& clip);
   bool CompareBytes(FileBytes& source, const Clip& clip, Number inClip, Number inOutput,
@@ -98,6 +108,7 @@ class Verifier {
   TopLevel boxes_;
   MP4G::CMp4Tree tree_;
   std::vector<OutputTrack> tracks_;
+  ExpectedFile expected_;
   std::vector<SamplePair> pairs_;  // of the clip at work
   Number mediaBefore_ = 0;         // bytes of media of the clips that are done
   Number duration_ = 0;            // of the clips so far together
@@ -113,13 +124,19 @@ Findings Verifier::Run() {
     if (!AddClip(input)) return std::move(findings_);
   }
   CompareTotals();
+  CompareBoxes();
   return std::move(findings_);
+}
+
+bool Verifier::Tell(Number done) {
+  return !task_.progress ||
+         task_.progress(static_cast<long long>(done), static_cast<long long>(boxes_.media.size));
 }
 
 bool Verifier::Damaged(std::string text, Number offset) {
   if (output_.error() != 0) text += ": " + std::generic_category().message(output_.error());
-  Finding finding = MakeFinding(Message::kResultDamaged, task_.output, std::move(text),
-                                "write to another disk, or check this one");
+  Finding finding =
+      MakeFinding(Message::kResultDamaged, task_.output, std::move(text), kDistrustDisk);
   finding.offset = static_cast<long long>(offset);
   findings_.push_back(std::move(finding));
   return false;
@@ -136,8 +153,8 @@ bool Verifier::Unreadable(const std::string& path, int error) {
 void Verifier::Differs(OutputTrack& output, const char* box, std::string text) {
   if (output.differs) return;
   output.differs = true;
-  Finding finding = MakeFinding(Message::kResultDiffers, task_.output, std::move(text),
-                                "leave the clip out, or keep the result as it is with --force");
+  Finding finding =
+      MakeFinding(Message::kResultDiffers, task_.output, std::move(text), kDistrustClip);
   finding.track = IdOf(output.box);
   finding.box = fmt::format("moov/trak[{}]/{}", &output - tracks_.data(), box);
   findings_.push_back(std::move(finding));
@@ -160,38 +177,46 @@ bool Verifier::OpenOutput() {
 }
 
 bool Verifier::AddClip(const std::string& path) {
-  Clip clip{path, {}};
-  if (clip.file.SetFile(Wide(path).c_str()) != S_OK || clip.file.GetMovieBox() == nullptr)
+  if (!Tell(mediaBefore_)) return false;
+  Clip clip{path};
+  if (clip.file->SetFile(Wide(path).c_str()) != S_OK || clip.file->GetMovieBox() == nullptr)
     return Unreadable(path, 0);
-  clip.mediaSize = static_cast<Number>(clip.file.mdatSize);
+  clip.mediaSize = static_cast<Number>(clip.file->mdatSize);
   clip.target = boxes_.media.position + mediaBefore_;
   if (clip.mediaSize > boxes_.media.size - mediaBefore_)
     return Damaged(fmt::format("has {} bytes of media, fewer than the clips", boxes_.media.size),
                    boxes_.media.position);
-  duration_ += DurationOf(clip.file.GetMovieBox());
+  duration_ += DurationOf(clip.file->GetMovieBox());
   AddTracks(clip);
   if (!(task_.everyByte ? CompareMedia(clip) : CompareSamples(clip))) return false;
   mediaBefore_ += clip.mediaSize;
-  return true;
+  return Expect(clip);
+}
+
+// The clip's boxes become part of what is expected; nothing is to be asked of them any more.
+bool Verifier::Expect(Clip& clip) {
+  const HRESULT result = expected_.Take(std::move(clip.file));
+  if (result == S_OK) return true;
+  findings_.push_back(MakeFinding(Message::kInputRefused, clip.path,
+                                  InputWords(result, mediaBefore_ == clip.mediaSize),
+                                  "leave the clip out, or see what a check says about it"));
+  findings_.back().result = result;
+  return false;
 }
 
 // Each track of the output takes the first track of the clip that is of its kind and not yet taken.
 void Verifier::AddTracks(Clip& clip) {
   pairs_.clear();
-  std::set<unsigned int> taken;
-  const auto tracks = MP4G::CMovieBox_wr(clip.file.GetMovieBox()).Tracks();
+  MP4G::FreeTracks tracks(clip.file->GetMovieBox());
   for (OutputTrack& output : tracks_) {
-    const unsigned int type = EntryTypeOf(output.box);
-    const auto partner = std::find_if(tracks.begin(), tracks.end(), [&](MP4G::CTrackBox* track) {
-      return EntryTypeOf(track) == type && taken.count(IdOf(track)) == 0;
-    });
-    if (partner == tracks.end()) {
+    const auto partner = tracks.First(output.entryType);
+    if (partner.track == nullptr) {
       Differs(output, "mdia/minf/stbl/stsd",
               fmt::format("has a track that is not in {}", Shown(clip.path)));
       continue;
     }
-    taken.insert(IdOf(*partner));
-    AddTrack(clip, output, *partner);
+    tracks.Use(partner.id);
+    AddTrack(clip, output, partner.track);
   }
 }
 
@@ -250,7 +275,7 @@ void Verifier::CompareChunk(const Clip& clip, OutputTrack& output, const Chunk& 
     return;
   }
   // Modulo 2^64, as positions before the media box would have it.
-  const Number expected = chunk.position - static_cast<Number>(clip.file.mdatPos) + clip.target;
+  const Number expected = chunk.position - static_cast<Number>(clip.file->mdatPos) + clip.target;
   if (copy.position != expected) {
     Differs(output, "mdia/minf/stbl/stco",
             fmt::format("has the chunk of sample {} at byte {}; its media was copied to {}",
@@ -278,13 +303,56 @@ void Verifier::CompareTotals() {
     }
   }
   if (const Number found = DurationOf(tree_.GetMovieBox()); found != duration_) {
-    Finding finding =
-        MakeFinding(Message::kResultDiffers, task_.output,
-                    fmt::format("has a duration of {}; the clips have {}", found, duration_),
-                    "leave the clip out, or keep the result as it is with --force");
+    Finding finding = MakeFinding(
+        Message::kResultDiffers, task_.output,
+        fmt::format("has a duration of {}; the clips have {}", found, duration_), kDistrustClip);
     finding.box = "moov/mvhd";
     findings_.push_back(std::move(finding));
   }
+}
+
+// Where the boxes are what the engine makes of the clips' and say something else than the clips, a
+// clip is the reason. Where they are not, the disk is, whatever the difference looks like.
+void Verifier::CompareBoxes() {
+  tracks_.clear();
+  tree_.Reset();
+  Findings differences = std::exchange(findings_, {});
+  const bool expected = BoxesAreExpected();
+  if (expected || !differences.empty()) findings_ = std::move(differences);
+  if (expected) return;
+  for (Finding& finding : findings_) {
+    finding.message = Message::kResultDamaged;
+    finding.severity = MessageSeverity(finding.message);
+    finding.remedy = kDistrustDisk;
+  }
+}
+
+bool Verifier::BoxesAreExpected() {
+  if (const HRESULT result = expected_.Finish(); result != S_OK)
+    return Damaged(OutputWords(result), boxes_.movie.position);
+  const std::size_t expected = expected_.Head().size() + expected_.Movie().size();
+  const Number found = boxes_.media.position + boxes_.movie.size;
+  if (found != expected || boxes_.movie.size != expected_.Movie().size())
+    return Damaged(fmt::format("has {} bytes around its media; the clips give {}", found, expected),
+                   boxes_.movie.position);
+  return IsExpected(0, expected_.Head()) && IsExpected(boxes_.movie.position, expected_.Movie());
+}
+
+bool Verifier::IsExpected(Number position, const std::vector<unsigned char>& expected) {
+  for (std::size_t done = 0; done < expected.size(); done += kBlock) {
+    const std::size_t size = std::min(expected.size() - done, kBlock);
+    if (!output_.Read(position + done, fromOutput_.data(), size))
+      return Damaged("can't be read back", position + done);
+    const auto begin = expected.begin() + static_cast<std::ptrdiff_t>(done);
+    const auto end = begin + static_cast<std::ptrdiff_t>(size);
+    const auto [theirs, mine] = std::mismatch(begin, end, fromOutput_.begin());
+    if (theirs == end) continue;
+    const Number at = position + static_cast<Number>(theirs - expected.begin());
+    return Damaged(
+        fmt::format("has a byte {:02X} at {}; its clips give {:02X} there", *mine, at, *theirs),
+        at);
+  }
+  return true;
 }
 
 bool Verifier::CompareSamples(const Clip& clip) {
@@ -300,13 +368,11 @@ bool Verifier::CompareSamples(const Clip& clip) {
 
 bool Verifier::CompareMedia(const Clip& clip) {
   FileBytes source(clip.path);
-  const auto begin = static_cast<Number>(clip.file.mdatPos);
+  const auto begin = static_cast<Number>(clip.file->mdatPos);
   for (Number done = 0; done < clip.mediaSize; done += kBlock) {
     const auto size = static_cast<std::size_t>(std::min<Number>(clip.mediaSize - done, kBlock));
     if (!CompareBytes(source, clip, begin + done, clip.target + done, size)) return false;
-    if (task_.progress && !task_.progress(static_cast<long long>(mediaBefore_ + done + size),
-                                          static_cast<long long>(boxes_.media.size)))
-      return false;
+    if (!Tell(mediaBefore_ + done + size)) return false;
   }
   return true;
 }

@@ -21,7 +21,8 @@ struct VerifyTask {
 // Parses the output and looks whether its boxes fill the file; whether samples, chunks, durations
 // and sizes are those of the clips in a row; whether each chunk lies where the copied media puts
 // it, inside the media; whether the bytes of the first and last sample of each clip's tracks, or
-// all bytes of the media, are the clips'. Nothing is found in a file that passes.
+// all bytes of the media, are the clips'; whether all that stands around the media is, byte for
+// byte, what a merge of the clips writes. Nothing is found in a file that passes.
 Findings Verify(const VerifyTask& task);
 
 }  // namespace clipchain

@@ -5,6 +5,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <ctime>
+
 #include "foundation/com_ptr.h"
 #include "merge/live_merge.h"
 #include "support/movie_builder.h"
@@ -117,6 +120,64 @@ TEST_F(VerifyTest, FindsNothingWhereAllSamplesHaveOneSize) {
   EXPECT_THAT(Look(Merge({movie.Build(), other.Build()}), true), IsEmpty());
 }
 
+TEST_F(VerifyTest, FindsEveryByteThatChangedAroundTheMedia) {
+  support::MovieBuilder clip = support::Clip(12, 1);
+  clip.tracks[0].stss = {1, 7};
+  clip.tracks[0].sdtp = Bytes(12, 0x20);
+  clip.extraMovieBoxes = support::Box("uuid", {support::Zeros(20)});
+  const Bytes merged = Merge({clip.Build(), clip.Build()});
+  const std::size_t media = FindBox(merged, "mdat") + 8;
+  const std::size_t movie = FindBox(merged, "moov");
+  EXPECT_THAT(Look(merged), IsEmpty());
+  for (std::size_t at = 0; at < merged.size(); at = at + 1 == media ? movie : at + 1) {
+    const Findings found = Look(Flipped(merged, at), at % 16 == 0);
+    ASSERT_FALSE(found.empty()) << at;
+    for (const Finding& finding : found) {
+      EXPECT_EQ(Message::kResultDamaged, finding.message) << at << ' ' << finding.text;
+      EXPECT_EQ("write to another disk, or check this one", finding.remedy) << at;
+    }
+  }
+}
+
+TEST_F(VerifyTest, NamesAByteThatNoSumShows) {
+  const Bytes merged = MergeTwo();
+  const std::size_t at = FindBox(merged, "avcC") + 12;
+  const Findings found = Look(Flipped(merged, at));
+  ASSERT_EQ(1u, found.size());
+  EXPECT_EQ(static_cast<long long>(at), found[0].offset);
+  EXPECT_THAT(found[0].text, HasSubstr("at " + std::to_string(at) + "; its clips give"));
+}
+
+TEST_F(VerifyTest, FindsBytesThatCameOrWentAroundTheMedia) {
+  const Bytes merged = MergeTwo();
+  const std::size_t free = FindBox(merged, "free");
+  const Bytes moved = support::Join({support::Slice(merged, 0, free), support::Box("free"),
+                                     support::Slice(merged, free, merged.size())});
+  const Findings found = Look(moved);
+  ASSERT_EQ(2u, found.size()) << "one for each track";
+  for (const Finding& finding : found) {
+    EXPECT_EQ(Message::kResultDamaged, finding.message);
+    EXPECT_THAT(finding.text, HasSubstr("has the chunk of sample 1 at byte"));
+  }
+  Bytes longer = merged;
+  const Bytes more = support::Box("free");
+  longer.insert(longer.end(), more.begin(), more.end());
+  const std::size_t movie = FindBox(merged, "moov");
+  ExpectFinding(support::WithU32(longer, movie, support::ReadU32(longer, movie) + 8),
+                Message::kResultDamaged, "", "bytes around its media; the clips give");
+}
+
+TEST_F(VerifyTest, FindsTheResultOfAClipOfEqualTables) {
+  const Bytes merged = MergeTwo();
+  EXPECT_THAT(Look(merged), IsEmpty());
+  Put("clip0", [] {
+    support::MovieBuilder first = support::Clip(30, 1);
+    first.creationTime = 4711;
+    return first.Build();
+  }());
+  ExpectFinding(merged, Message::kResultDamaged, "", "its clips give");
+}
+
 TEST_F(VerifyTest, FindsAByteThatChangedWhereClipsMeet) {
   const Bytes merged = MergeTwo();
   const std::size_t media = FindBox(merged, "mdat") + 8;
@@ -186,7 +247,7 @@ TEST_F(VerifyTest, FindsSumsThatAreNone) {
   EXPECT_THAT(Look(merged), IsEmpty());
   const auto expect = [&](const char* type, std::size_t offset, const std::string& box,
                           const char* words) {
-    ExpectFinding(Changed(merged, type, 0, offset), Message::kResultDiffers, box, words);
+    ExpectFinding(Changed(merged, type, 0, offset), Message::kResultDamaged, box, words);
   };
   expect("mvhd", 24, "moov/mvhd", "has a duration of");
   expect("mdhd", 24, "moov/trak[0]/mdia/mdhd", "ticks of the track");
@@ -197,13 +258,13 @@ TEST_F(VerifyTest, FindsSumsThatAreNone) {
 
 TEST_F(VerifyTest, FindsASizeThatIsNotTheSamples) {
   const Bytes merged = MergeTwo();
-  ExpectFinding(Changed(merged, "stsz", 0, 20 + 4 * 31), Message::kResultDiffers,
+  ExpectFinding(Changed(merged, "stsz", 0, 20 + 4 * 31), Message::kResultDamaged,
                 std::string(kTable) + "stsz", "gives sample 32 a size of");
 }
 
 TEST_F(VerifyTest, FindsAChunkThatLiesElsewhere) {
   const Bytes merged = MergeTwo();
-  ExpectFinding(Changed(merged, "stco", 0, 16 + 4 * 2), Message::kResultDiffers,
+  ExpectFinding(Changed(merged, "stco", 0, 16 + 4 * 2), Message::kResultDamaged,
                 std::string(kTable) + "stco", "has the chunk of sample 9 at byte");
 }
 
@@ -212,6 +273,7 @@ TEST_F(VerifyTest, FindsAChunkOfOtherSamples) {
   const Findings found = Look(Changed(merged, "stsc", 0, 20));
   ASSERT_EQ(1u, found.size());
   EXPECT_EQ(std::string(kTable) + "stsc", found[0].box);
+  EXPECT_EQ(Message::kResultDamaged, found[0].message);
 }
 
 TEST_F(VerifyTest, FindsWhatTheEngineMakesOfAUniformSizeAndATable) {
@@ -233,6 +295,30 @@ TEST_F(VerifyTest, FindsADurationBeyond32Bits) {
   ExpectFinding(Merge({bytes, bytes}), Message::kResultDiffers, "moov/mvhd", "6442450944");
 }
 
+// A tenth of that time is enough; each track with each would take three times as long.
+TEST_F(VerifyTest, TakesNoLongerForATrackAmongMany) {
+  support::MovieBuilder movie;
+  for (std::uint32_t id = 1; id <= 4000; ++id) {
+    movie.Add(id % 2 == 0 ? support::VideoTrack(1, id) : support::AudioTrack(1, id));
+  }
+  const Bytes merged = Merge({movie.Build(), movie.Build()});
+  const std::clock_t start = std::clock();
+  EXPECT_THAT(Look(merged), IsEmpty());
+  EXPECT_GT(2.0, static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
+}
+
+TEST_F(VerifyTest, NamesAClipThatAMergeWouldRefuse) {
+  const Bytes merged = MergeTwo();
+  support::MovieBuilder other = support::Clip(25, 7);
+  other.timeScale = 601;
+  support::WriteFile(inputs[1], other.Build());
+  const Findings found = Look(merged);
+  ASSERT_FALSE(found.empty());
+  EXPECT_EQ(Message::kInputRefused, found.back().message);
+  EXPECT_EQ(inputs[1], found.back().path);
+  EXPECT_RESULT(MP4G_E_TIME_SCALE, found.back().result);
+}
+
 TEST_F(VerifyTest, NamesAClipThatCanNotBeReadAgain) {
   const Bytes merged = MergeTwo();
   support::WriteFile(inputs[1], {});
@@ -251,8 +337,16 @@ TEST_F(VerifyTest, TellsHowFarItIsAndStopsWhenTold) {
     return true;
   };
   EXPECT_THAT(Look(merged, true), IsEmpty());
-  ASSERT_EQ(2u, seen.size());
+  EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
+  const long long media = seen.back();
+  EXPECT_LT(0, media);
+  seen.clear();
+  EXPECT_THAT(Look(merged), IsEmpty());
+  ASSERT_EQ(2u, seen.size()) << "once a clip";
   EXPECT_LT(seen[0], seen[1]);
+  EXPECT_LT(seen[1], media);
   progress = [](long long, long long) { return false; };
+  EXPECT_THAT(Look(Bytes(merged.begin(), merged.end() - 1)), testing::Not(IsEmpty()));
+  EXPECT_THAT(Look(Flipped(merged, FindBox(merged, "mdat") + 8)), IsEmpty());
   EXPECT_THAT(Look(Flipped(merged, FindBox(merged, "moov") - 1), true), IsEmpty());
 }
