@@ -18,7 +18,7 @@ bool IsOnTerminal() { return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILE
 
 // "y" or "yes" removes it; anything else, the end of the input or a signal does not.
 bool AskToRemove(const Leftover& leftover) {
-  std::fputs(fmt::format("{} was left behind by a merge that was killed, with {} in it. Remove it? "
+  std::fputs(fmt::format("{} was left behind by a run that was killed, with {} in it. Remove it? "
                          "[y/N] ",
                          Shown(leftover.path), Amount(leftover.size))
                  .c_str(),

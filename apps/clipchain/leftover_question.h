@@ -1,4 +1,4 @@
-// What becomes of files that merges that were killed have left behind.
+// What becomes of files that runs that were killed have left behind.
 #pragma once
 
 #include <functional>

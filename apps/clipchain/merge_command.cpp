@@ -44,7 +44,7 @@ std::string ReportJson(const MergeOptions& options, const JobResult& result, dou
   document["clips"] = options.inputs.size();
   document["size"] = report.size;
   document["seconds"] = seconds;
-  document["verified"] = options.settings.verify;
+  document["verified"] = result.already ? "full" : options.settings.verify;
   document["result"] = ResultName(report.result);
   document["findings"] = FindingsJson(report.findings);
   return JsonText(document);

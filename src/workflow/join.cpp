@@ -14,6 +14,8 @@
 #include <utility>
 
 #include "workflow/files.h"
+#include "workflow/leftovers.h"
+#include "workflow/part_file.h"
 #include "workflow/verify.h"
 
 namespace clipchain {
@@ -41,11 +43,14 @@ struct OpenFile {
 class Joining {
  public:
   Joining(const JoinPlan& plan, const JoinOptions& options)
-      : plan_(plan), options_(options), full_(options.verification == Verification::kFull) {
+      : plan_(plan),
+        options_(options),
+        perByte_(options.verification == Verification::kFull ? 2 : 1) {
     for (const Job& job : plan.jobs) {
-      if (job.leftOut != LeftOut::kNo) continue;
-      ++step_.jobs;
-      step_.total += WorkOf(job);
+      const bool isRun = job.leftOut == LeftOut::kNo;
+      work_.push_back(isRun ? WorkOf(job, Exists(job.output)) : 0);
+      step_.total += work_.back();
+      if (isRun) ++step_.jobs;
     }
   }
 
@@ -67,19 +72,26 @@ class Joining {
       return;
     }
     ++step_.job;
+    const bool exists = Exists(job.output);
+    Expect(WorkOf(job, exists));
     if (Tell(MergeStep::Phase::kChecking, 0, 0)) {
       try {
-        report.outcome = Exists(job.output) ? Compare(job, report) : Merge(job, report);
+        report.outcome = exists ? Compare(job, report) : Merge(job, report);
       } catch (const std::bad_alloc&) {
         report.outcome = Outcome::kFailed;
-        report.findings.push_back(
-            MakeFinding(Message::kOutOfMemory, job.output, "needs more memory than there is"));
+        report.findings.push_back(MakeFinding(Message::kOutOfMemory, job.output,
+                                              "needs more memory than there is",
+                                              "free some memory, then join again"));
       }
     }
-    step_.current += WorkOf(job);
+    const bool done = report.outcome == Outcome::kMerged || report.outcome == Outcome::kAlready;
+    if (!done) Expect(told_);
+    step_.current += work_[report_.jobs.size() - 1];
+    told_ = 0;
   }
 
   Outcome Compare(const Job& job, JobReport& report) {
+    Add(LookForLeftovers(job.output, options_.removeLeftover), report);
     for (const std::string& input : job.inputs) {
       if (!IsSameFile(job.output, input)) continue;
       report.findings.push_back(MakeFinding(Message::kOutputIsInput, job.output,
@@ -87,19 +99,20 @@ class Joining {
                                             "give the result another name"));
       return Outcome::kFailed;
     }
-    const Findings faults =
-        options_.verify(job, options_.verification, [&](long long current, long long) {
-          return Tell(MergeStep::Phase::kVerifying, 0, Verified(job, current));
-        });
+    const Findings faults = options_.verify(job, [&](long long current, long long) {
+      return Tell(MergeStep::Phase::kVerifying, 0, std::min(current, job.size));
+    });
     if (report_.stopped) return Outcome::kNotRun;
     report.size = FileSize(job.output);
-    if (faults.empty()) return Outcome::kAlready;
-    report.findings.push_back(
-        MakeFinding(Message::kOutputDiffers, job.output,
-                    "is there already, but is not what its clips give together; it stays as it is",
-                    "look at it, then rename or remove it and join again"));
-    report.findings.insert(report.findings.end(), faults.begin(), faults.end());
-    return Outcome::kFailed;
+    const bool isResult = !HoldsUp(faults, options_.force);
+    if (!isResult) {
+      report.findings.push_back(MakeFinding(
+          Message::kOutputDiffers, job.output,
+          "is there already, but is not what its clips give together; it stays as it is",
+          "look at it, then rename or remove it and join again"));
+    }
+    Add(faults, report);
+    return isResult ? Outcome::kAlready : Outcome::kFailed;
   }
 
   Outcome Merge(const Job& job, JobReport& report) {
@@ -118,16 +131,15 @@ class Joining {
       return Tell(step.phase, step.clip, DoneOf(job, step));
     };
     const SafeMergeReport merged = options_.merge(job.inputs, options);
-    report.findings.insert(report.findings.end(), merged.findings.begin(), merged.findings.end());
+    Add(merged.findings, report);
     report.size = merged.size;
     report.result = merged.result;
     return merged.done ? Outcome::kMerged : Outcome::kFailed;
   }
 
-  // Bytes to copy, and to read back where that is asked for.
-  long long WorkOf(const Job& job) const { return full_ ? 2 * job.size : job.size; }
-  long long Verified(const Job& job, long long current) const {
-    return full_ ? job.size + std::min(current, job.size) : job.size;
+  // Bytes to copy, and to read back where that is asked for, or to compare.
+  long long WorkOf(const Job& job, bool exists) const {
+    return exists ? job.size : perByte_ * job.size;
   }
   long long DoneOf(const Job& job, const MergeStep& step) const {
     switch (step.phase) {
@@ -136,10 +148,21 @@ class Joining {
       case MergeStep::Phase::kCopying:
         return std::min(step.current, job.size);
       case MergeStep::Phase::kVerifying:
-        return Verified(job, step.current);
+        return job.size + (perByte_ - 1) * std::min(step.current, job.size);
       default:
         return job.size;
     }
+  }
+
+  // What the job at work comes to, as far as it is known by now.
+  void Expect(long long work) {
+    long long& expected = work_[report_.jobs.size() - 1];
+    step_.total += work - expected;
+    expected = work;
+  }
+
+  static void Add(const Findings& findings, JobReport& report) {
+    report.findings.insert(report.findings.end(), findings.begin(), findings.end());
   }
 
   // Whether to go on.
@@ -147,15 +170,18 @@ class Joining {
     JoinStep step = step_;
     step.phase = phase;
     step.clip = clip;
-    step.current += current;
+    told_ = std::max(told_, current);
+    step.current += told_;
     if (!report_.stopped && options_.progress) report_.stopped = !options_.progress(step);
     return !report_.stopped;
   }
 
   const JoinPlan& plan_;
   const JoinOptions& options_;
-  const bool full_;
-  JoinStep step_{};
+  const int perByte_;            // how often a merge handles each byte
+  std::vector<long long> work_;  // of each job, in bytes
+  long long told_ = 0;           // of the job at work
+  JoinStep step_{};              // with what the jobs before have done
   JoinReport report_;
 };
 
@@ -167,15 +193,24 @@ std::string_view OutcomeName(Outcome outcome) {
   return kNames[static_cast<std::size_t>(outcome)];
 }
 
-Findings VerifyOutput(const Job& job, Verification verification, const VerifyProgress& progress) {
+Findings VerifyOutput(const Job& job, const VerifyProgress& progress) {
+  constexpr const char* kLook = "look at it, then rename or remove it";
   const OpenFile file(job.output);
   if (file.descriptor < 0)
-    return {MakeFinding(Message::kResultDamaged, job.output, "can't be read: " + ErrorText(errno))};
+    return {MakeFinding(Message::kResultDamaged, job.output, "can't be read: " + ErrorText(errno),
+                        kLook)};
   struct stat status;
   if (::fstat(file.descriptor, &status) != 0 || !S_ISREG(status.st_mode))
-    return {MakeFinding(Message::kResultDamaged, job.output, "is no regular file")};
-  const bool everyByte = verification == Verification::kFull;
-  return Verify({job.inputs, job.output, file.descriptor, everyByte, progress});
+    return {MakeFinding(Message::kResultDamaged, job.output, "is no regular file", kLook)};
+  // Somebody may have copied it there a moment ago.
+  const OpenFile folder(FolderOf(job.output));
+  for (const int descriptor : {file.descriptor, folder.descriptor}) {
+    if (const int error = descriptor < 0 ? 0 : Flush(descriptor); error != 0)
+      return {MakeFinding(Message::kOutputUnflushed, job.output,
+                          "can't be flushed to the disk: " + ErrorText(error),
+                          "check the disk before you delete the clips")};
+  }
+  return Verify({job.inputs, job.output, file.descriptor, true, progress});
 }
 
 JoinReport Join(const JoinPlan& plan, const JoinOptions& options) {

@@ -38,22 +38,24 @@ struct JoinStep {
   std::size_t job;   // the one at work, counted from 1 among those that are not left out
   std::size_t jobs;  // that are not left out
   MergeStep::Phase phase;
-  std::size_t clip;   // index of the input of that job that is copied
-  long long current;  // bytes over all jobs together; twice, where all of them are verified, too
+  std::size_t clip;  // index of the input of that job that is copied
+  // Bytes over all jobs together: those to copy, those to verify where every byte is, and those of
+  // outputs that are there already. What a job that failed left undone counts no more.
+  long long current;
   long long total;
 };
 
 // Asked in the course of a verification; false ends it.
 using VerifyProgress = std::function<bool(long long current, long long total)>;
 
-// Reads the output of a job and its inputs, as a merge verifies its own result. Nothing is found if
-// it is the result.
-[[nodiscard]] CLIPCHAIN_API Findings VerifyOutput(const Job& job, Verification verification,
-                                                  const VerifyProgress& progress);
+// Flushes the output of a job to the disk and compares it with what its inputs give, every byte.
+// Nothing is found if it is that, and the inputs are needed no more. What is an error there is as
+// for a merge that verifies its own result.
+[[nodiscard]] CLIPCHAIN_API Findings VerifyOutput(const Job& job, const VerifyProgress& progress);
 
 struct JoinOptions {
-  bool force = false;  // as for a merge
-  Verification verification = Verification::kSeams;
+  bool force = false;                                // as for a merge
+  Verification verification = Verification::kSeams;  // of what is merged now
   long long memoryLimit = 0;
   std::function<bool(const Leftover&)> removeLeftover;
   // Told about each step; false stops the work: the merge that is going on leaves nothing behind,
@@ -63,7 +65,7 @@ struct JoinOptions {
   // Replaced where the work itself is to be tested.
   std::function<SafeMergeReport(const std::vector<std::string>&, const SafeMergeOptions&)> merge =
       SafeMerge;
-  std::function<Findings(const Job&, Verification, const VerifyProgress&)> verify = VerifyOutput;
+  std::function<Findings(const Job&, const VerifyProgress&)> verify = VerifyOutput;
 };
 
 struct JoinReport {
@@ -72,8 +74,9 @@ struct JoinReport {
 };
 
 // Runs the jobs that are not left out. One that fails does not keep the others from being run. An
-// output that is there already is never replaced: either it is what the job would give, and the job
-// is done, or the job fails. The last component of an output's folder is created if it is missing.
+// output that is there already is never replaced: either every byte of it is what the job would
+// give, and the job is done, or the job fails. The last component of an output's folder is created
+// if it is missing.
 [[nodiscard]] CLIPCHAIN_API JoinReport Join(const JoinPlan& plan, const JoinOptions& options);
 
 // Creates the last component of a folder's path if it is missing. What speaks against it, if

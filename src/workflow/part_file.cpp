@@ -208,8 +208,11 @@ int PartFile::RenameToFreeName() {
 int PartFile::FlushFolder() {
   // What a link has left of the hidden name.
   if (!path_.empty() && ::unlink(path_.c_str()) == 0) path_.clear();
-  if (::fsync(folder_) != 0 && errno != EINVAL && errno != ENOTSUP) return errno;
-  return 0;
+  return Flush(folder_);
+}
+
+int Flush(int descriptor) {
+  return ::fsync(descriptor) == 0 || errno == EINVAL || errno == ENOTSUP ? 0 : errno;
 }
 
 std::vector<Leftover> FindLeftovers(const std::string& output) {

@@ -40,7 +40,7 @@ class PartFile {
   [[nodiscard]] int Publish(bool overwrite);
   // Removes the file. What is not there any more is removed.
   [[nodiscard]] int Discard();
-  // Makes the name last. A folder that knows no flushing has nothing to flush.
+  // Makes the name last.
   [[nodiscard]] int FlushFolder();
 
  private:
@@ -62,6 +62,9 @@ struct Leftover {
 // The hidden files of that output that were left behind. Those that a process works on, or that
 // can't be looked at, are not among them.
 CLIPCHAIN_API std::vector<Leftover> FindLeftovers(const std::string& output);
+
+// Flushes a file or a folder to the disk. What knows no flushing has nothing to flush.
+[[nodiscard]] int Flush(int descriptor);
 
 // Removes one, unless a process works on it by now (EWOULDBLOCK).
 [[nodiscard]] CLIPCHAIN_API int RemoveLeftover(const Leftover& leftover);

@@ -1,6 +1,5 @@
 #include "workflow/safe_merge.h"
 
-#include <fmt/format.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -16,6 +15,7 @@
 #include "workflow/check.h"
 #include "workflow/copy_progress.h"
 #include "workflow/files.h"
+#include "workflow/leftovers.h"
 #include "workflow/result_words.h"
 #include "workflow/verify.h"
 
@@ -57,7 +57,6 @@ class Run {
 
  private:
   bool Prepare();
-  void LookForLeftovers();
   bool NoteInputs();
   bool CreatePart();
 
@@ -74,6 +73,7 @@ class Run {
   bool MayReplace();
   void GiveUp();
 
+  void Add(const Findings& findings);
   // Adds what was found; false.
   bool Fail(Message message, const std::string& path, std::string text, std::string remedy,
             HRESULT result = S_OK);
@@ -90,6 +90,10 @@ class Run {
   // Below the file that it writes to, so that it lets go of it first.
   QUIRVA::ComPtr<MP4G::CMp4LiveMerge> engine_;
 };
+
+void Run::Add(const Findings& findings) {
+  report_.findings.insert(report_.findings.end(), findings.begin(), findings.end());
+}
 
 bool Run::Fail(Message message, const std::string& path, std::string text, std::string remedy,
                HRESULT result) {
@@ -115,26 +119,9 @@ bool Run::Prepare() {
   check.overwrite = options_.overwrite;
   check.memoryLimit = options_.memoryLimit;
   report_.findings = Check(inputs_, check).findings;
-  LookForLeftovers();
+  Add(LookForLeftovers(options_.output, options_.removeLeftover));
   if (HoldsUp(report_.findings, options_.force)) return false;
   return Enter(Phase::kChecking) && NoteInputs() && CreatePart();
-}
-
-void Run::LookForLeftovers() {
-  for (const Leftover& leftover : FindLeftovers(options_.output)) {
-    Message message = Message::kLeftover;
-    std::string text = fmt::format(
-        "was left behind by a merge that was killed, with {} bytes in it", leftover.size);
-    std::string remedy = "remove it, or let --remove-leftovers do it";
-    if (options_.removeLeftover && options_.removeLeftover(leftover)) {
-      const int error = RemoveLeftover(leftover);
-      message = error == 0 ? Message::kLeftoverRemoved : Message::kLeftover;
-      text += error == 0 ? ", and is removed now" : ", and can't be removed: " + ErrorText(error);
-      remedy = error == 0 ? "" : "remove it by hand";
-    }
-    report_.findings.push_back(
-        MakeFinding(message, leftover.path, std::move(text), std::move(remedy)));
-  }
 }
 
 bool Run::NoteInputs() {
@@ -236,7 +223,7 @@ bool Run::VerifyPart() {
   const Findings found =
       Verify({inputs_, options_.output, part_.descriptor(), everyByte, listener});
   if (progress_.Stopped()) return FailStopped();
-  report_.findings.insert(report_.findings.end(), found.begin(), found.end());
+  Add(found);
   return !HoldsUp(found, options_.force);
 }
 

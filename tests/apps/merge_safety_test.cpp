@@ -103,7 +103,7 @@ TEST_F(MergeSafety, NamesWhatAKilledMergeHasLeftBehind) {
   const Finished run = support::Run(Merge());
   EXPECT_EQ(0, run.exitCode);
   EXPECT_THAT(run.err, HasSubstr("warning: " + (folder_ / kLeftover).string() +
-                                 " was left behind by a merge that was killed, with 3 bytes in it "
+                                 " was left behind by a run that was killed, with 3 bytes in it "
                                  "(leftover)\n  remove it, or let --remove-leftovers do it\n"));
   EXPECT_TRUE(fs::exists(folder_ / kLeftover));
 }

@@ -164,7 +164,7 @@ TEST_F(JoiningSequences, CountsTheBytesOfAllJobs) {
   ASSERT_EQ(std::size(expected), steps.size());
   for (std::size_t i = 0; i < steps.size(); ++i) {
     EXPECT_EQ(expected[i], steps[i].current) << i;
-    EXPECT_EQ(total, steps[i].total);
+    EXPECT_EQ(total, steps[i].total) << i;
     EXPECT_EQ(i < 5 ? 1u : 2u, steps[i].job);
     EXPECT_EQ(2u, steps[i].jobs);
   }
@@ -175,7 +175,7 @@ TEST_F(JoiningSequences, CountsTheBytesOfAllJobs) {
   steps.clear();
   options.verification = Verification::kFull;
   static_cast<void>(Outcomes());
-  const long long full[] = {0, 0, 10, first + 10, first};
+  const long long full[] = {0, 0, 10, first + 10, first + 10};
   for (std::size_t i = 0; i < std::size(full); ++i) EXPECT_EQ(full[i], steps[i].current) << i;
   EXPECT_EQ(2 * total, steps[0].total);
 }
@@ -260,6 +260,98 @@ TEST_F(JoiningSequences, NeverReplacesAnotherFile) {
   EXPECT_EQ(damaged, support::ReadFile(folder / "out.mp4"));
 }
 
+TEST_F(JoiningSequences, FindsAnyByteOfAResultThatChanged) {
+  Add("out.mp4");
+  ASSERT_THAT(Outcomes(), ElementsAre(Outcome::kMerged));
+  const Bytes result = support::ReadFile(folder / "out.mp4");
+  for (std::size_t at = 0; at < result.size(); at += 41) {
+    Bytes damaged = result;
+    damaged[at] ^= 1;
+    Put("out.mp4", damaged);
+    EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kFailed)) << at;
+    EXPECT_EQ(damaged, support::ReadFile(folder / "out.mp4"));
+  }
+}
+
+// The same tables and the same bytes where clips meet.
+TEST_F(JoiningSequences, TakesTheResultOfAnotherRecordingForAnotherFile) {
+  Add("out.mp4");
+  ASSERT_THAT(Outcomes(), ElementsAre(Outcome::kMerged));
+  Bytes clip = support::ReadFile(plan.jobs[0].inputs[0]);
+  clip[support::FindBox(clip, "mdat") + 8 +
+       support::ReadU32(clip, support::FindBox(clip, "mdat")) / 2] ^= 1;
+  support::WriteFile(plan.jobs[0].inputs[0], clip);
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kFailed));
+  EXPECT_EQ(Message::kOutputDiffers, report.jobs[0].findings.at(0).message);
+}
+
+// A clip of samples of one size in front of one with a table of sizes.
+TEST_F(JoiningSequences, PassesOverWhatItWasForcedToMake) {
+  Add("out.mp4");
+  support::Track track = support::AudioTrack(20, 1);
+  Put("1.mp4", support::MovieBuilder().Add(track).Build());
+  track.uniformSize = 16;
+  track.sampleSizes.assign(20, 16);
+  Put("0.mp4", support::MovieBuilder().Add(track).Build());
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kFailed));
+  options.force = true;
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kMerged));
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kAlready));
+  EXPECT_EQ(Message::kResultDiffers, report.jobs[0].findings.at(0).message);
+  options.force = false;
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kFailed));
+}
+
+TEST_F(JoiningSequences, LooksForLeftoversOfWhatIsDone) {
+  Add("out.mp4");
+  ASSERT_THAT(Outcomes(), ElementsAre(Outcome::kMerged));
+  const std::string leftover = Put(".out.mp4.clipchain-4711-0123456789abcdef.part", Bytes(3));
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kAlready));
+  ASSERT_EQ(1u, report.jobs[0].findings.size());
+  EXPECT_EQ(Message::kLeftover, report.jobs[0].findings[0].message);
+  EXPECT_EQ(leftover, report.jobs[0].findings[0].path);
+  options.removeLeftover = [](const Leftover&) { return true; };
+  EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kAlready));
+  EXPECT_EQ(Message::kLeftoverRemoved, report.jobs[0].findings.at(0).message);
+  EXPECT_FALSE(fs::exists(leftover));
+}
+
+TEST_F(JoiningSequences, CountsWhatIsThereByTheBytesThatItCompares) {
+  Add("there");
+  Add("failed");
+  Add("new");
+  Put("there", {});
+  options.verify = [&](const Job& job, const VerifyProgress& progress) {
+    EXPECT_TRUE(progress(job.size / 2, job.size));
+    return Findings{};
+  };
+  Script({{"failed", false}});
+  const auto merge = options.merge;
+  options.merge = [merge](const Paths& inputs, const SafeMergeOptions& job) {
+    EXPECT_TRUE(job.progress({Phase::kCopying, 0, 10, 20}));
+    return merge(inputs, job);
+  };
+  for (const Verification verification : {Verification::kSeams, Verification::kFull}) {
+    options.verification = verification;
+    std::vector<std::pair<long long, long long>> steps;
+    options.progress = [&steps](const JoinStep& step) {
+      steps.emplace_back(step.current, step.total);
+      return true;
+    };
+    EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kAlready, Outcome::kFailed, Outcome::kMerged));
+    const long long there = plan.jobs[0].size;
+    const long long each = verification == Verification::kFull ? 2 : 1;
+    const long long last = each * plan.jobs[2].size;
+    const long long all = there + each * plan.jobs[1].size + last;
+    // Of the job that failed only what it did is work.
+    const long long rest = there + 10 + last;
+    EXPECT_THAT(steps,
+                ElementsAre(testing::Pair(0, all), testing::Pair(there / 2, all),
+                            testing::Pair(there, all), testing::Pair(there + 10, all),
+                            testing::Pair(there + 10, rest), testing::Pair(there + 20, rest)));
+  }
+}
+
 TEST_F(JoiningSequences, TakesTheResultOfFewerClipsForAnotherFile) {
   Add("out.mp4");
   const std::string second = plan.jobs[0].inputs[1];
@@ -294,7 +386,7 @@ TEST_F(JoiningSequences, StopsInAVerification) {
   Add("there");
   Add("b");
   Put("there", {});
-  options.verify = [](const Job&, Verification, const VerifyProgress& progress) {
+  options.verify = [](const Job&, const VerifyProgress& progress) {
     EXPECT_FALSE(progress(1, 2));
     return Findings{};
   };
