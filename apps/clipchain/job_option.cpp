@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "clipchain/finding_output.h"
+#include "workflow/files.h"
 #include "workflow/join.h"
 #include "workflow/plan_file.h"
 
@@ -53,6 +54,7 @@ bool FindJob(const std::vector<std::string>& values, Job& job) {
         "give numbers of jobs that the plan has"));
   }
   job = plan.jobs[number - 1];
+  for (const std::string& input : job.inputs) job.size += FileSize(input);
   return true;
 }
 

@@ -17,7 +17,8 @@ namespace clipchain {
 // Adds the option; `values` gets the file and the number, which is a positive number by then.
 CLI::Option* AddJobOption(CLI::App& command, std::vector<std::string>& values);
 
-// Finds the job in its file. False, with a line on the error stream, if there is no such job.
+// Finds the job in its file, and how large its clips are. False, with a line on the error stream,
+// if there is no such job.
 bool FindJob(const std::vector<std::string>& values, Job& job);
 
 struct JobResult {

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "clipchain/commands.h"
@@ -21,6 +22,7 @@
 #include "clipchain/usage.h"
 #include "workflow/files.h"
 #include "workflow/join.h"
+#include "workflow/leftovers.h"
 #include "workflow/plan.h"
 #include "workflow/plan_file.h"
 
@@ -62,14 +64,19 @@ void PrintPlan(const JoinCommand& command, const JoinPlan& plan) {
   std::fputs(text.c_str(), stdout);
 }
 
-int WriteJobs(const JoinCommand& command, const JoinPlan& plan) {
+int WriteJobs(const JoinCommand& command, JoinPlan plan) {
+  const int code = PlanCode(plan);
+  ProgressLine line(stderr);
+  const auto remove = LeftoverQuestion(command.removeLeftovers, command.json, line);
+  for (const Finding& finding : LookForLeftovers(command.planFile, remove))
+    plan.findings.push_back(finding);
   if (const std::optional<Finding> fault = WritePlan(plan, command.planFile)) return Fail(*fault);
   PrintPlan(command, plan);
   if (!command.json) {
     const std::size_t jobs = CountJobs(plan);
     fmt::print("\n{} {} in {}\n", jobs, jobs == 1 ? "job" : "jobs", Shown(command.planFile));
   }
-  return PlanCode(plan);
+  return code;
 }
 
 int RunJobs(const JoinCommand& command, const JoinPlan& plan) {
@@ -98,13 +105,13 @@ int RunJobs(const JoinCommand& command, const JoinPlan& plan) {
 
 int Run(const JoinCommand& command) {
   NoteStopSignals();
-  const JoinPlan plan = PlanFor(command.paths, command.plan);
+  JoinPlan plan = PlanFor(command.paths, command.plan);
   if (StopSignal() != 0) return kFailed;
   if (command.dryRun) {
     PrintPlan(command, plan);
     return PlanCode(plan);
   }
-  if (!command.planFile.empty()) return WriteJobs(command, plan);
+  if (!command.planFile.empty()) return WriteJobs(command, std::move(plan));
   if (CountJobs(plan) != 0) {
     if (const std::optional<Finding> fault = MakeFolder(command.plan.folder)) return Fail(*fault);
   }

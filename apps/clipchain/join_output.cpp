@@ -80,7 +80,9 @@ std::string CountText(const JoinPlan& plan, const JoinReport& report) {
   addLeftOut(LeftOut::kSingle, "single left alone");
   addLeftOut(LeftOut::kIncomplete, "incomplete left out");
   addLeftOut(LeftOut::kContradiction, "contradictory left out");
-  addLeftOut(LeftOut::kCopy, "copies left out");
+  const auto isCopy = [](const Job& job) { return job.leftOut == LeftOut::kCopy; };
+  const auto copies = std::count_if(plan.jobs.begin(), plan.jobs.end(), isCopy);
+  add(copies, copies == 1 ? "copy left out" : "copies left out");
   return text.empty() ? "nothing to join" : text;
 }
 

@@ -8,12 +8,14 @@
 #include <vector>
 
 #include "clipchain/commands.h"
+#include "clipchain/finding_output.h"
 #include "clipchain/sequences_output.h"
 #include "clipchain/stop_signals.h"
 #include "clipchain/tool.h"
 #include "clipchain/usage.h"
 #include "workflow/files.h"
 #include "workflow/html_report.h"
+#include "workflow/leftovers.h"
 #include "workflow/text_file.h"
 
 namespace clipchain {
@@ -59,6 +61,8 @@ int Run(const SequencesOptions& options) {
                                : SequencesTable(found, report, options.scan, Paint(stdout));
   std::fputs(text.c_str(), stdout);
   if (!options.html.empty()) {
+    const Findings leftovers = LookForLeftovers(options.html, nullptr, "remove it");
+    std::fputs(FindingsText(leftovers, Paint(stderr)).c_str(), stderr);
     const std::string why =
         WriteTextFile(options.html, HtmlReport(found, report, options.scan), options.overwrite);
     if (!why.empty()) return FailPage(options.html, why);

@@ -11,7 +11,8 @@
 namespace clipchain {
 
 FileBytes::FileBytes(const std::string& path)
-    : file_(Uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY); })),
+    : file_(Uninterrupted(
+          [&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); })),
       owned_(true) {
   if (file_ < 0) error_ = errno;
 }
@@ -27,6 +28,11 @@ unsigned long long FileBytes::Size() {
   if (::fstat(file_, &status) == 0) return static_cast<unsigned long long>(status.st_size);
   error_ = errno;
   return 0;
+}
+
+bool FileBytes::IsFile() {
+  struct stat status;
+  return ::fstat(file_, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 bool FileBytes::Read(unsigned long long position, void* buffer, std::size_t size) {

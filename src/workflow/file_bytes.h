@@ -8,7 +8,8 @@ namespace clipchain {
 
 class FileBytes {
  public:
-  // Opens the file to read it; error() says why it can't be.
+  // Opens the file to read it, without waiting for whoever writes to a pipe of that name; error()
+  // says why it can't be.
   explicit FileBytes(const std::string& path);
   // Reads through a descriptor that stays the caller's, whatever its position.
   explicit FileBytes(int descriptor);
@@ -20,6 +21,7 @@ class FileBytes {
   // Read says false all the same.
   int error() const { return error_; }
   unsigned long long Size();  // 0 on failure
+  bool IsFile();              // and nothing else that can be opened
   bool Read(unsigned long long position, void* buffer, std::size_t size);
   // Makes the next reads come from the disk, as far as the system lets it. What was written must be
   // flushed before.

@@ -218,14 +218,17 @@ JoinReport Join(const JoinPlan& plan, const JoinOptions& options) {
 }
 
 std::optional<Finding> MakeFolder(const std::string& path) {
-  const int error = ::mkdir(path.c_str(), 0777) == 0 ? 0 : errno;
+  if (::mkdir(path.c_str(), 0777) == 0) return std::nullopt;
+  const int error = errno;
   struct stat status;
-  const bool isFolder = ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-  if (isFolder) return std::nullopt;
-  const bool taken = error == 0 || error == EEXIST;
-  return MakeFinding(Message::kFolderUnusable, path,
-                     taken ? "is no folder" : "can't be created: " + ErrorText(error),
-                     taken ? "choose another name" : "create the folder that it lies in first");
+  if (::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return std::nullopt;
+  if (error == EEXIST)
+    return MakeFinding(Message::kFolderUnusable, path, "is no folder", "choose another name");
+  const char* remedy = "choose another folder";
+  if (error == ENOENT) remedy = "create the folder that it lies in first";
+  if (error == ENAMETOOLONG) remedy = "choose a shorter name";
+  return MakeFinding(Message::kFolderUnusable, path, "can't be created: " + ErrorText(error),
+                     remedy);
 }
 
 }  // namespace clipchain

@@ -3,11 +3,13 @@
 #include <fmt/format.h>
 
 #include <filesystem>
-#include <fstream>
+#include <new>
 #include <system_error>
 
 #include "workflow/clip_json.h"
+#include "workflow/file_bytes.h"
 #include "workflow/files.h"
+#include "workflow/part_file.h"
 #include "workflow/plan_json.h"
 #include "workflow/text_file.h"
 
@@ -17,6 +19,8 @@ namespace {
 
 constexpr const char* kFormat = "clipchain plan";
 constexpr int kVersion = 1;
+
+std::string ErrorText(int error) { return std::generic_category().message(error); }
 
 std::string Absolute(const std::string& path) { return std::filesystem::absolute(path).string(); }
 
@@ -31,6 +35,28 @@ struct Fault {
   std::string place;  // a JSON pointer
   std::string text;
 };
+
+struct Unreadable {
+  std::string text;
+};
+
+std::string TextOf(const std::string& path) {
+  FileBytes file(path);
+  if (!file.IsFile()) throw Unreadable{WhyUnreadable(path)};
+  const unsigned long long size = file.Size();
+  if (size > kLargestPlan)
+    throw Fault{"", fmt::format("has {} bytes, and a plan has {} at most", size, kLargestPlan)};
+  std::string text(size, '\0');
+  if (!file.Read(0, text.data(), text.size())) throw Unreadable{ErrorText(file.error())};
+  return text;
+}
+
+// A parser takes many times the memory of brackets that only nest.
+bool IsShallow(int depth, Json::parse_event_t, const Json&) {
+  constexpr int kDeepest = 32;
+  if (depth > kDeepest) throw Fault{"", "is nested too deeply"};
+  return true;
+}
 
 const Json& Field(const Json& object, const std::string& place, const char* name) {
   if (!object.is_object()) throw Fault{place, "is no object"};
@@ -53,11 +79,12 @@ Job JobAt(const Json& object, const std::string& place, std::size_t number) {
   const Json& inputs = Field(object, place, "inputs");
   if (!inputs.is_array() || inputs.empty())
     throw Fault{place + "/inputs", "is no list with at least one clip"};
-  for (const Json& input : inputs) {
+  for (const Json& input : inputs)
     job.inputs.push_back(PathAt(input, fmt::format("{}/inputs/{}", place, job.inputs.size())));
-    job.size += FileSize(job.inputs.back());
-  }
   job.output = PathAt(Field(object, place, "output"), place + "/output");
+  const std::string name = NameOf(job.output);
+  if (name.empty() || name == "." || name == "..")
+    throw Fault{place + "/output", "has a path that ends in a folder"};
   return job;
 }
 
@@ -102,30 +129,41 @@ std::optional<Finding> WritePlan(const JoinPlan& plan, const std::string& path) 
                        "exists already, and jobs may be running from it",
                        "choose another name, or remove it");
   }
-  const std::string why = WriteTextFile(path, PlanText(plan), false);
+  const std::string text = PlanText(plan);
+  if (text.size() > kLargestPlan) {
+    return MakeFinding(
+        Message::kPlanUnwritable, path,
+        fmt::format("would take {} bytes, and a plan has {} at most", text.size(), kLargestPlan),
+        "make several plans, each for some of the recordings");
+  }
+  const std::string why = WriteTextFile(path, text, false);
   if (why.empty()) return std::nullopt;
-  return MakeFinding(Message::kPlanUnwritable, path, why);
+  return MakeFinding(Message::kPlanUnwritable, path, why, "choose another name or folder");
 }
 
 PlanReading ReadPlan(const std::string& path) {
+  constexpr const char* kAnew = "make it anew with \"clipchain join --plan\"";
   const auto refuse = [&path](Message message, const std::string& text, const char* remedy) {
     return PlanReading{{}, MakeFinding(message, path, text, remedy)};
   };
-  std::ifstream file(path, std::ios::binary);
-  std::error_code ignored;
-  if (!file || std::filesystem::is_directory(path, ignored))
-    return refuse(Message::kPlanUnreadable, "can't be read: " + WhyUnreadable(path), "");
-  const char* const remedy = "make it anew with \"clipchain join --plan\"";
+  const auto invalid = [&](const std::string& text) {
+    return refuse(Message::kPlanInvalid, text, kAnew);
+  };
   try {
-    return {JobsOf(Json::parse(file)), std::nullopt};
+    return {JobsOf(Json::parse(TextOf(path), IsShallow)), std::nullopt};
+  } catch (const Unreadable& why) {
+    return refuse(Message::kPlanUnreadable, "can't be read: " + why.text,
+                  "check the name and the permissions");
   } catch (const Json::parse_error& error) {
-    return refuse(Message::kPlanInvalid, fmt::format("is no JSON from byte {} on", error.byte),
-                  remedy);
+    return invalid(fmt::format("is no JSON from byte {} on", error.byte));
+  } catch (const Json::exception&) {
+    return invalid("is no plan: it has a number that is too large");
   } catch (const Fault& fault) {
-    return refuse(
-        Message::kPlanInvalid,
-        fmt::format("is no plan: {} {}", fault.place.empty() ? "/" : fault.place, fault.text),
-        remedy);
+    return invalid(
+        fmt::format("is no plan: {} {}", fault.place.empty() ? "/" : fault.place, fault.text));
+  } catch (const std::bad_alloc&) {
+    return refuse(Message::kOutOfMemory, "needs more memory than there is",
+                  "free some memory, or make several plans");
   }
 }
 

@@ -1,6 +1,7 @@
 // A plan in a file, one job after the other: for batch systems, which run each one by its number.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,18 +16,23 @@ namespace clipchain {
 // number. Paths are absolute, so that it does not matter where a job is started.
 [[nodiscard]] CLIPCHAIN_API std::string PlanText(const JoinPlan& plan);
 
+// More bytes than a plan of a hundred thousand clips has. No larger one is written or read: in
+// memory it takes many times as much.
+inline constexpr std::size_t kLargestPlan = std::size_t{64} << 20;
+
 // Writes that document to a new file and flushes it. What speaks against it, if anything does: then
 // there is no such file, or the one that was there.
 [[nodiscard]] CLIPCHAIN_API std::optional<Finding> WritePlan(const JoinPlan& plan,
                                                              const std::string& path);
 
 struct PlanReading {
-  std::vector<Job> jobs;         // those that are to be run; inputs and output are filled in
+  std::vector<Job> jobs;         // those that are to be run; inputs and output alone are filled in
   std::optional<Finding> fault;  // why there are none, where there are none
 };
 
-// Reads such a document. One that contradicts itself anywhere is refused as a whole. A plan may
-// name any path; what keeps existing files safe is the merge.
+// Reads such a document, and of other files nothing, so that a plan of many jobs can be read for
+// each of them. One that contradicts itself anywhere is refused as a whole. A plan may name any
+// path; what keeps existing files safe is the merge.
 [[nodiscard]] CLIPCHAIN_API PlanReading ReadPlan(const std::string& path);
 
 }  // namespace clipchain

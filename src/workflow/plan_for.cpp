@@ -17,6 +17,8 @@ namespace clipchain {
 
 namespace {
 
+constexpr const char* kCheckName = "check the name and the permissions";
+
 // Takes out what leads to a file that is there already: a folder inside of another one that was
 // named too, links of either kind.
 void DropRepeats(FoundClips& found, Findings& findings) {
@@ -94,10 +96,13 @@ JoinPlan PlanFor(const std::vector<std::string>& operands, const PlanOptions& op
   JoinPlan plan = Plan(scan, options);
   plan.findings = std::move(findings);
   for (const UnreadablePath& path : found.unreadable)
-    plan.findings.push_back(MakeFinding(Message::kInputUnreadable, path.path, path.reason));
+    plan.findings.push_back(
+        MakeFinding(Message::kInputUnreadable, path.path, path.reason, kCheckName));
   for (const RejectedClip& clip : scan.rejected) {
+    const bool opens = WhyUnreadable(clip.path).empty();
     Finding finding =
-        MakeFinding(Message::kInputUnreadable, clip.path, WhyRejected(clip.path, clip.result));
+        MakeFinding(Message::kInputUnreadable, clip.path, WhyRejected(clip.path, clip.result),
+                    opens ? "copy it again from the card, or leave it out" : kCheckName);
     finding.result = clip.result;
     plan.findings.push_back(std::move(finding));
   }

@@ -33,13 +33,18 @@ struct FileState {
   ino_t inode;
   off_t size;
   timespec modified;
+  timespec changed;  // by a new mode, name or link, too
 
   bool IsSameFile(const struct stat& status) const {
     return device == status.st_dev && inode == status.st_ino;
   }
   bool IsUnchanged(const struct stat& status) const {
-    return IsSameFile(status) && size == status.st_size &&
-           modified.tv_sec == status.st_mtim.tv_sec && modified.tv_nsec == status.st_mtim.tv_nsec;
+    return IsSameFile(status) && size == status.st_size && IsSameTime(modified, status.st_mtim);
+  }
+  bool IsUntouched(const struct stat& status) const { return IsSameTime(changed, status.st_ctim); }
+
+  static bool IsSameTime(const timespec& a, const timespec& b) {
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
   }
 };
 
@@ -59,6 +64,7 @@ class Run {
   bool Prepare();
   bool NoteInputs();
   bool CreatePart();
+  bool FailCreate(int error);
 
   bool Copy();
   bool FailCopy(const std::string& input, HRESULT result, bool first);
@@ -67,7 +73,9 @@ class Run {
   bool Complete();
   bool FlushPart();
   bool VerifyPart();
+  Findings ComparePart(bool everyByte);
   bool InputsAreUnchanged();
+  bool FailChanged(const std::string& input);
 
   bool Publish();
   bool MayReplace();
@@ -130,7 +138,8 @@ bool Run::NoteInputs() {
     if (::stat(input.c_str(), &status) != 0)
       return Fail(Message::kInputUnreadable, input, "can't be read: " + ErrorText(errno),
                   "check the name and the permissions", MP4G_E_INPUT_OPEN);
-    states_.push_back({status.st_dev, status.st_ino, status.st_size, status.st_mtim});
+    states_.push_back(
+        {status.st_dev, status.st_ino, status.st_size, status.st_mtim, status.st_ctim});
   }
   return MayReplace();
 }
@@ -138,10 +147,7 @@ bool Run::NoteInputs() {
 // The engine is handed a file that is open already, so that it need not make one: it would replace
 // whatever has the name.
 bool Run::CreatePart() {
-  if (const int error = part_.Create(options_.output); error != 0)
-    return Fail(Message::kOutputUnwritable, options_.output,
-                "can't be written: " + ErrorText(error), "choose a folder that can be written",
-                MP4G_E_OUTPUT_OPEN);
+  if (const int error = part_.Create(options_.output); error != 0) return FailCreate(error);
   const std::wstring path = Wide(part_.path());
   auto file = std::make_unique<QUIRVA::QvFile>();
   report_.result = file->Open(path.c_str(), QUIRVA::QvFile::kWrite);
@@ -158,6 +164,13 @@ bool Run::CreatePart() {
   engine_->core->writer = std::make_unique<MP4G::CMp4Writer>(engine_.get());
   engine_->core->writer->outputFile = std::move(file);
   return true;
+}
+
+bool Run::FailCreate(int error) {
+  return Fail(
+      Message::kOutputUnwritable, options_.output, "can't be written: " + ErrorText(error),
+      error == ENAMETOOLONG ? "choose a shorter name" : "choose a folder that can be written",
+      MP4G_E_OUTPUT_OPEN);
 }
 
 bool Run::Copy() {
@@ -216,25 +229,37 @@ bool Run::FlushPart() {
 bool Run::VerifyPart() {
   if (!Enter(Phase::kVerifying)) return false;
   engine_->core->firstFile.reset();
-  const bool everyByte = options_.verification == Verification::kFull;
-  const auto listener = [this](long long current, long long total) {
-    return progress_.Step(Phase::kVerifying, current, total);
-  };
-  const Findings found =
-      Verify({inputs_, options_.output, part_.descriptor(), everyByte, listener});
+  const Findings found = ComparePart(options_.verification == Verification::kFull);
   if (progress_.Stopped()) return FailStopped();
   Add(found);
   return !HoldsUp(found, options_.force);
 }
 
+Findings Run::ComparePart(bool everyByte) {
+  const auto listener = [this](long long current, long long total) {
+    return progress_.Step(Phase::kVerifying, current, total);
+  };
+  return Verify({inputs_, options_.output, part_.descriptor(), everyByte, listener});
+}
+
 bool Run::InputsAreUnchanged() {
+  const std::string* touched = nullptr;
   for (std::size_t i = 0; i < inputs_.size(); ++i) {
     struct stat status;
-    if (::stat(inputs_[i].c_str(), &status) == 0 && states_[i].IsUnchanged(status)) continue;
-    return Fail(Message::kInputChanged, inputs_[i], "changed while it was merged",
-                "wait until it is complete, then merge again");
+    if (::stat(inputs_[i].c_str(), &status) != 0 || !states_[i].IsUnchanged(status))
+      return FailChanged(inputs_[i]);
+    if (!states_[i].IsUntouched(status)) touched = &inputs_[i];
   }
-  return true;
+  if (touched == nullptr) return true;
+  // Whoever writes to a clip and sets its time back leaves no other trace than one who links it.
+  const Findings found = ComparePart(true);
+  if (progress_.Stopped()) return FailStopped();
+  return !HoldsUp(found, options_.force) || FailChanged(*touched);
+}
+
+bool Run::FailChanged(const std::string& input) {
+  return Fail(Message::kInputChanged, input, "changed while it was merged",
+              "wait until it is complete, then merge again");
 }
 
 // Whether the output's name may be taken from what has it: never from an input, whatever name that
@@ -242,9 +267,7 @@ bool Run::InputsAreUnchanged() {
 bool Run::MayReplace() {
   struct stat status;
   if (::lstat(options_.output.c_str(), &status) != 0) {
-    return errno == ENOENT || Fail(Message::kOutputUnwritable, options_.output,
-                                   "can't be written: " + ErrorText(errno),
-                                   "choose a folder that can be written", MP4G_E_OUTPUT_OPEN);
+    return errno == ENOENT || FailCreate(errno);
   }
   if (!options_.overwrite)
     return Fail(Message::kOutputExists, options_.output, "exists already",

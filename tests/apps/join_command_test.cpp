@@ -8,12 +8,14 @@
 #include <vector>
 
 #include "apps/tool.h"
+#include "clipchain/job_option.h"
 #include "support/movie_builder.h"
 #include "support/movie_oracle.h"
 #include "support/sequences.h"
 #include "support/temp_dir.h"
 
 namespace fs = std::filesystem;
+using clipchain::Job;
 using nlohmann::json;
 using support::Bytes;
 using support::ChainLink;
@@ -239,10 +241,22 @@ TEST_F(JoinCommand, ACardCopiedTwiceIsJoinedOnce) {
   EXPECT_EQ(2u, Results().size());
 }
 
+TEST_F(JoinCommand, CountsCopiesInWords) {
+  PutTwoRecordings();
+  fs::create_directory(At("c"));
+  fs::copy(At("a/1.mp4"), At("c/1.mp4"));
+  fs::copy(At("b/2.mp4"), At("c/2.mp4"));
+  EXPECT_EQ("2 merged, 1 copy left out\n", LastLine(JoinBoth({At("c")}).out));
+  PutLink("d/5.mp4", 1, 2, 10);
+  PutLink("d/6.mp4", 2, 2, 10);
+  EXPECT_THAT(LastLine(JoinBoth({At("c"), At("d")}).out), HasSubstr(", 2 copies left out\n"));
+}
+
 TEST_F(JoinCommand, NothingIsDoneWhereNothingCanBeRead) {
   const Finished absent = Join({At("absent")});
   EXPECT_EQ(1, absent.exitCode);
   EXPECT_THAT(absent.out, HasSubstr("can't be read: there is no such file"));
+  EXPECT_THAT(absent.out, HasSubstr("\n  check the name and the permissions\n"));
   fs::create_directory(At("empty"));
   const Finished empty = Join({At("empty")});
   EXPECT_EQ(0, empty.exitCode);
@@ -395,6 +409,27 @@ TEST_F(JoinCommand, WritesNoPlanOverAnotherFile) {
   EXPECT_EQ(1, run.exitCode);
   EXPECT_THAT(run.err, HasSubstr("(plan-unwritable)"));
   EXPECT_EQ(clip, support::ReadFile(At("a/1.mp4")));
+}
+
+TEST_F(JoinCommand, NamesWhatARunThatWroteThePlanHasLeftBehind) {
+  PutTwoRecordings();
+  const std::string leftover = Put(".plan.json.clipchain-4711-0123456789abcdef.part", Bytes(3));
+  const Finished run = JoinBoth({"--plan", At("plan.json")});
+  EXPECT_EQ(0, run.exitCode);
+  EXPECT_THAT(run.out, HasSubstr("warning: " + leftover + " was left behind by a run that was "));
+  fs::remove(At("plan.json"));
+  EXPECT_EQ(0, JoinBoth({"--plan", At("plan.json"), "--remove-leftovers"}).exitCode);
+  EXPECT_FALSE(fs::exists(leftover));
+}
+
+// Other jobs' clips may be many, and on a disk that sleeps.
+TEST_F(JoinCommand, AJobLooksAtItsOwnClipsAlone) {
+  PutTwoRecordings();
+  ASSERT_EQ(0, JoinBoth({"--plan", At("plan.json")}).exitCode);
+  Job job;
+  ASSERT_TRUE(clipchain::FindJob({At("plan.json"), "2"}, job));
+  EXPECT_EQ(static_cast<long long>(fs::file_size(At("b/3.mp4")) + fs::file_size(At("a/4.mp4"))),
+            job.size);
 }
 
 TEST_F(JoinCommand, AJobNeedsANumberThatThePlanHas) {

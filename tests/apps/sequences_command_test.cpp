@@ -279,6 +279,18 @@ TEST_F(SequencesCommand, WritesAPageAndPrintsAllTheSame) {
   EXPECT_EQ(bytes, support::ReadFile(At("other.html")));
 }
 
+TEST_F(SequencesCommand, NamesWhatARunThatWroteThePageHasLeftBehind) {
+  PutChain("card/1.mp4", 1, 1);
+  const std::string leftover =
+      Put(".page.html.clipchain-4711-0123456789abcdef.part", support::Text("abc"));
+  const Finished run = Sequences({At("card"), "--html", At("page.html")});
+  EXPECT_EQ(0, run.exitCode);
+  EXPECT_EQ("warning: " + leftover +
+                " was left behind by a run that was killed, with 3 bytes in it (leftover)\n"
+                "  remove it\n",
+            run.err);
+}
+
 TEST_F(SequencesCommand, WritesAPageOfWhatCouldBeRegistered) {
   PutChain("card/1.mp4", 1, 1);
   const std::string bad = Put("card/bad.mp4", support::Text("These are notes about a clip.\n"));

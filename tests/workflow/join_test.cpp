@@ -211,9 +211,22 @@ TEST_F(JoiningSequences, CreatesTheLastFolderAlone) {
   EXPECT_EQ(Message::kFolderUnusable, absent.message);
   EXPECT_EQ(At("absent/folder"), absent.path);
   EXPECT_EQ("can't be created: No such file or directory", absent.text);
+  EXPECT_EQ("create the folder that it lies in first", absent.remedy);
   const Finding& file = report.jobs[2].findings.at(0);
   EXPECT_EQ(At("0.mp4"), file.path);
   EXPECT_EQ("is no folder", file.text);
+}
+
+TEST_F(JoiningSequences, SaysWhatToDoAboutAFolderThatCannotBe) {
+  const auto remedy = [](const std::string& path) {
+    const std::optional<Finding> fault = MakeFolder(path);
+    return fault ? fault->remedy : "";
+  };
+  EXPECT_EQ("", remedy(At("new")));
+  EXPECT_EQ("", remedy(At("new")));
+  EXPECT_EQ("choose a shorter name", remedy(At(std::string(256, 'a'))));
+  EXPECT_EQ("choose another name", remedy(Put("file", {})));
+  EXPECT_EQ("choose another folder", remedy(At("file/new")));
 }
 
 TEST_F(JoiningSequences, MergesForGood) {

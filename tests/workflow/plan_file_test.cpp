@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "support/allocation_meter.h"
 #include "support/temp_dir.h"
 
 namespace clipchain {
@@ -49,8 +50,8 @@ class PlanFile : public testing::Test {
   // What reading that text complains about; the plan must be refused.
   std::string FaultOf(const std::string& text) const {
     const PlanReading reading = ReadPlan(Put(text));
-    EXPECT_TRUE(reading.jobs.empty());
     if (!reading.fault) return "nothing";
+    EXPECT_TRUE(reading.jobs.empty());
     EXPECT_EQ(Message::kPlanInvalid, reading.fault->message);
     EXPECT_EQ(At("plan.json"), reading.fault->path);
     return reading.fault->text;
@@ -121,11 +122,11 @@ TEST_F(PlanFile, GivesBackTheJobsThatAreToBeRun) {
   EXPECT_EQ("/out/\xFF.mp4", reading.jobs[1].output);
 }
 
-TEST_F(PlanFile, KnowsTheSizeOfWhatIsThere) {
+TEST_F(PlanFile, DoesNotLookAtTheClips) {
   JoinPlan plan;
   plan.jobs = {JobTo("/out/1.mp4", {Put("12345"), At("absent")})};
   ASSERT_FALSE(WritePlan(plan, At("other.json")));
-  EXPECT_EQ(5, ReadPlan(At("other.json")).jobs.at(0).size);
+  EXPECT_EQ(0, ReadPlan(At("other.json")).jobs.at(0).size);
 }
 
 TEST_F(PlanFile, MayHoldNoJobs) {
@@ -152,14 +153,18 @@ TEST_F(PlanFile, TellsWhyItCannotBeWritten) {
   const std::optional<Finding> fault = WritePlan({}, At("absent/plan.json"));
   ASSERT_TRUE(fault);
   EXPECT_THAT(fault->text, HasSubstr("can't be written: there is no folder " + At("absent")));
+  EXPECT_NE("", fault->remedy);
 }
 
 TEST_F(PlanFile, TellsThatItCannotBeRead) {
-  for (const std::string& path : {At("absent"), folder.path().string()}) {
+  ASSERT_EQ(0, ::mkfifo(At("pipe").c_str(), 0600));
+  for (const std::string& path : {At("absent"), folder.path().string(), At("pipe")}) {
     const PlanReading reading = ReadPlan(path);
     ASSERT_TRUE(reading.fault);
     EXPECT_EQ(Message::kPlanUnreadable, reading.fault->message);
     EXPECT_EQ(path, reading.fault->path);
+    EXPECT_THAT(reading.fault->text, testing::StartsWith("can't be read: "));
+    EXPECT_EQ("check the name and the permissions", reading.fault->remedy);
     EXPECT_TRUE(reading.jobs.empty());
   }
 }
@@ -168,7 +173,6 @@ TEST_F(PlanFile, IsRefusedIfItIsNoJson) {
   EXPECT_EQ("is no JSON from byte 1 on", FaultOf(""));
   EXPECT_EQ("is no JSON from byte 1 on", FaultOf("These are notes."));
   EXPECT_THAT(FaultOf("{\"format\": \"\xFF\"}"), HasSubstr("is no JSON"));
-  EXPECT_THAT(FaultOf(std::string(1000000, '[')), HasSubstr("is no JSON"));
   const std::string whole = PlanText(PlanWithAllKinds());
   EXPECT_THAT(FaultOf(whole.substr(0, whole.size() - 2)), HasSubstr("is no JSON"));
   EXPECT_THAT(FaultOf(whole + "{}"), HasSubstr("is no JSON"));
@@ -178,14 +182,69 @@ TEST_F(PlanFile, IsRefusedIfItIsNoJson) {
 TEST_F(PlanFile, IsRefusedIfItIsAnotherDocument) {
   for (const char* text : {"[]", "1", "null", "\"a\"", "[[{}]]"})
     EXPECT_EQ("is no plan: / is no object", FaultOf(text));
-  EXPECT_EQ("is no plan: / is no object",
-            FaultOf(std::string(100000, '[') + std::string(100000, ']')));
+  EXPECT_EQ("is no plan: / is no object", FaultOf(std::string(30, '[') + std::string(30, ']')));
   EXPECT_EQ("is no plan: /format is missing", FaultOf("{}"));
   EXPECT_EQ("is no plan: /format is of another program", FaultWith("/format", "batch"));
   EXPECT_EQ("is no plan: /format is of another program", FaultWith("/format", 1));
   EXPECT_THAT(FaultWith("/version", 2), HasSubstr("/version is not 1"));
   EXPECT_THAT(FaultWith("/version", "1"), HasSubstr("/version is not 1"));
   EXPECT_THAT(FaultWithout("", "version"), HasSubstr("/version is missing"));
+}
+
+TEST_F(PlanFile, IsRefusedIfItWouldTakeMuchMemory) {
+  for (const char* level : {"[", "{\"a\":"}) {
+    std::string text;
+    for (int i = 0; i < 1000000; ++i) text += level;
+    const std::string path = Put(text);
+    const support::AllocationMeter meter;
+    const PlanReading reading = ReadPlan(path);
+    EXPECT_GT(text.size() + 100000, meter.Peak());
+    ASSERT_TRUE(reading.fault);
+    EXPECT_EQ("is no plan: / is nested too deeply", reading.fault->text);
+  }
+  fs::resize_file(Put("{"), kLargestPlan + 1);
+  EXPECT_THAT(ReadPlan(At("plan.json")).fault->text, HasSubstr("has 67108865 bytes"));
+}
+
+TEST_F(PlanFile, IsNotWrittenIfItCouldNotBeReadAgain) {
+  JoinPlan plan;
+  plan.jobs = {JobTo("/out/1.mp4", std::vector<std::string>(20, std::string(4000000, 'a')))};
+  const std::optional<Finding> fault = WritePlan(plan, At("plan.json"));
+  ASSERT_TRUE(fault);
+  EXPECT_EQ(Message::kPlanUnwritable, fault->message);
+  EXPECT_THAT(fault->text, HasSubstr("a plan has 67108864 at most"));
+  EXPECT_NE("", fault->remedy);
+  EXPECT_FALSE(fs::exists(At("plan.json")));
+}
+
+TEST_F(PlanFile, IsRefusedIfANumberIsTooLarge) {
+  std::string text = Sound().dump();
+  const std::string version = "\"version\":1";
+  text.insert(text.find(version) + version.size(), "e999");
+  EXPECT_EQ("is no plan: it has a number that is too large", FaultOf(text));
+}
+
+// The first memory that is asked for is that for all of the text.
+TEST_F(PlanFile, SaysWhichPlanNeedsMoreMemoryThanThereIs) {
+  const std::string path = Put(PlanText(PlanWithAllKinds()));
+  support::AllocationMeter meter;
+  meter.Refuse(0);
+  const PlanReading reading = ReadPlan(path);
+  ASSERT_TRUE(reading.fault);
+  EXPECT_EQ(Message::kOutOfMemory, reading.fault->message);
+  EXPECT_EQ(path, reading.fault->path);
+  EXPECT_NE("", reading.fault->remedy);
+}
+
+TEST_F(PlanFile, IsRefusedIfAnOutputNamesNoFile) {
+  for (const char* output : {"/out/", "/", "/out/.", "/out/..", "."}) {
+    EXPECT_EQ("is no plan: /jobs/1/output has a path that ends in a folder",
+              FaultWith("/jobs/1/output", {{"path", output}}))
+        << output;
+  }
+  EXPECT_EQ("is no plan: /jobs/1/output has no path that a file can have",
+            FaultWith("/jobs/1/output", {{"path", ""}}));
+  EXPECT_EQ("nothing", FaultWith("/jobs/1/output", {{"path", "/out/..."}}));
 }
 
 TEST_F(PlanFile, IsRefusedWhereverAFieldHasAnotherType) {

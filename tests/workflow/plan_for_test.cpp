@@ -70,6 +70,8 @@ TEST_F(PlanForPaths, TellsWhatCannotBeRead) {
   EXPECT_EQ(notes, plan.findings[1].path);
   EXPECT_THAT(plan.findings[1].text, HasSubstr("is no MP4 clip"));
   EXPECT_RESULT(E_BAD_TYPE, plan.findings[1].result);
+  EXPECT_EQ("check the name and the permissions", plan.findings[0].remedy);
+  EXPECT_EQ("copy it again from the card, or leave it out", plan.findings[1].remedy);
   EXPECT_TRUE(LeavesOut(plan));
   EXPECT_EQ(1u, plan.jobs.size());
 }

@@ -240,6 +240,50 @@ TEST_F(SafeMergeTest, FindsThatAnInputChanged) {
   EXPECT_EQ(kNothing, Left());
 }
 
+TEST_F(SafeMergeTest, FindsAnInputThatChangedAndHasItsOldTime) {
+  const Bytes clip = ReadFile(inputs[1]);
+  const std::size_t media = support::FindBox(clip, "mdat");
+  const auto time = fs::last_write_time(inputs[1]);
+  At(Phase::kFlushing, [&] {
+    Bytes changed = clip;
+    changed[media + 8 + (support::ReadU32(clip, media) - 8) / 2] ^= 1;
+    Put("b.mp4", changed);
+    fs::last_write_time(inputs[1], time);
+  });
+  ExpectFailure(Message::kInputChanged, inputs[1]);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, DoesNotMindALinkOrAModeThatAnInputGets) {
+  for (const Phase phase : {Phase::kCopying, Phase::kVerifying, Phase::kFlushing}) {
+    At(phase, [&] {
+      fs::permissions(inputs[0], fs::perms::owner_read);
+      fs::create_hard_link(inputs[1], folder / "link");
+    });
+    EXPECT_TRUE(SafeMerge(inputs, options).done);
+    fs::permissions(inputs[0], fs::perms::owner_all);
+    fs::remove(folder / "link");
+    fs::remove(options.output);
+  }
+  // One comparison more, which can be stopped, too.
+  bool flushed = false;
+  options.progress = [&](const MergeStep& step) {
+    if (step.phase == Phase::kFlushing && !flushed)
+      fs::create_hard_link(inputs[1], folder / "link");
+    flushed = flushed || step.phase == Phase::kFlushing;
+    return !flushed || step.phase == Phase::kFlushing;
+  };
+  ExpectFailure(Message::kMergeStopped, options.output);
+}
+
+TEST_F(SafeMergeTest, AsksForAShorterNameWhereOneIsTooLong) {
+  options.output = folder / std::string(256, 'a');
+  const SafeMergeReport report = ExpectFailure(Message::kOutputUnwritable, options.output);
+  EXPECT_EQ("can't be written: File name too long", report.findings.back().text);
+  EXPECT_EQ("choose a shorter name", report.findings.back().remedy);
+  EXPECT_EQ(kNothing, Left());
+}
+
 TEST_F(SafeMergeTest, FindsAnInputThatEndsWhileItIsCopied) {
   At(Phase::kCopying, [&] { fs::resize_file(inputs[1], 60); });
   const SafeMergeReport report = SafeMerge(inputs, options);
