@@ -7,6 +7,7 @@
 #include "box/header_boxes.h"
 #include "box/sample_table_boxes.h"
 #include "merge/free_tracks.h"
+#include "workflow/lost_box_check.h"
 #include "workflow/track_check.h"
 #include "workflow/track_facts.h"
 
@@ -149,6 +150,7 @@ std::vector<TrackPair> CheckMatch(MP4G::CMovieBox* first, const std::string& fir
     pairs.push_back({track, partner.track});
     CheckTrackPair(pairs.back(), firstName, findings);
   }
+  CheckLostBoxes(first, second, pairs, firstName, findings);
   return pairs;
 }
 

@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <map>
-#include <vector>
 
 #include "box/header_boxes.h"
 #include "reader/track_reader.h"
@@ -19,7 +17,6 @@ namespace clipchain {
 namespace {
 
 constexpr const char* kOtherKind = "leave it out, or merge it with clips of its own kind";
-constexpr const char* kKeep = "keep the clip if you need what is lost";
 
 class PairCheck {
  public:
@@ -39,7 +36,6 @@ class PairCheck {
     CompareDescriptions();
     ComparePresence();
     CompareOffsetVersions();
-    CompareOtherTables();
   }
 
  private:
@@ -175,70 +171,6 @@ class PairCheck {
                       "express",
                       versionB, firstName_, versionA),
           "merge clips that the same program has written", S_OK, b_.offsets);
-  }
-
-  // What a merge appends or counts on; of everything else in "stbl" the first clip's stays.
-  static bool IsMerged(unsigned int type) {
-    static constexpr unsigned int kTypes[] = {FourCc("co64"), FourCc("ctts"), FourCc("free"),
-                                              FourCc("sdtp"), FourCc("skip"), FourCc("stco"),
-                                              FourCc("stsc"), FourCc("stsd"), FourCc("stss"),
-                                              FourCc("stsz"), FourCc("stts"), FourCc("stz2")};
-    return std::find(std::begin(kTypes), std::end(kTypes), type) != std::end(kTypes);
-  }
-
-  // Those that speak of samples one by one, so that equal bytes do not make them superfluous.
-  static bool CountsSamples(unsigned int type) {
-    static constexpr unsigned int kTypes[] = {FourCc("padb"), FourCc("saio"), FourCc("saiz"),
-                                              FourCc("sbgp"), FourCc("stdp"), FourCc("stsh"),
-                                              FourCc("subs")};
-    return std::find(std::begin(kTypes), std::end(kTypes), type) != std::end(kTypes);
-  }
-
-  using OtherTables = std::map<unsigned int, std::vector<const MP4G::CBox*>>;
-
-  static OtherTables OtherTablesOf(const SampleTables& tables) {
-    OtherTables others;
-    if (tables.table == nullptr) return others;
-    for (const MP4G::CBox* child : tables.table->children) {
-      if (child == nullptr) continue;
-      // A box that was made by code has no type in its header before it is fixed up.
-      const unsigned int type =
-          child->GetClassType() != 0 ? child->GetClassType() : std::uint32_t{child->header->type};
-      if (!IsMerged(type)) others[type].push_back(child);
-    }
-    return others;
-  }
-
-  void CompareOtherTables() {
-    const OtherTables first = OtherTablesOf(a_);
-    const OtherTables second = OtherTablesOf(b_);
-    for (const auto& [type, boxes] : second) {
-      const auto other = first.find(type);
-      if (other == first.end()) {
-        AddFirstOnly(type, fmt::format("and {} has none, so that it is lost", firstName_), boxes);
-      } else if (CountsSamples(type) || !AreSame(other->second, boxes)) {
-        AddFirstOnly(type, fmt::format("of which that of {} alone stays", firstName_), boxes);
-      }
-    }
-    for (const auto& [type, boxes] : first) {
-      if (second.count(type) != 0 || !CountsSamples(type)) continue;
-      AddAt(Message::kFirstTableOnly,
-            fmt::format("has no table \"{}\", and that of {} does not speak of its samples",
-                        FourCcText(type), firstName_),
-            kKeep, S_OK, b_.table);
-    }
-  }
-
-  static bool AreSame(const std::vector<const MP4G::CBox*>& a,
-                      const std::vector<const MP4G::CBox*>& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](const MP4G::CBox* x, const MP4G::CBox* y) { return x->IsSameBox(y); });
-  }
-
-  void AddFirstOnly(unsigned int type, const std::string& fate,
-                    const std::vector<const MP4G::CBox*>& boxes) {
-    AddAt(Message::kFirstTableOnly, fmt::format("has a table \"{}\", {}", FourCcText(type), fate),
-          kKeep, S_OK, boxes.front());
   }
 
   const MP4G::CTrackBox_wr first_;

@@ -146,7 +146,8 @@ Bytes TrackBox(const Track& track, const std::vector<std::uint64_t>& offsets) {
             FullBox("hdlr", 0, 0, {U32(0), Text(track.handler), Zeros(12), Text("h"), Zeros(1)}),
             Box("minf",
                 {kind, Box("dinf", {FullBox("dref", 0, 0, {U32(1), FullBox("url ", 0, 1)})}),
-                 SampleTable(track, offsets)})}),
+                 SampleTable(track, offsets), track.extraInformationBoxes}),
+            track.extraMediaBoxes}),
        track.extraTrackBoxes});
 }
 

@@ -38,6 +38,8 @@ struct Track {
   bool withMediaHeader = true;
   bool withSampleDescription = true;
   Bytes extraTrackBoxes;        // appended to "trak"
+  Bytes extraMediaBoxes;        // appended to "mdia"
+  Bytes extraInformationBoxes;  // appended to "minf"
   Bytes extraTableBoxes;        // appended to "stbl"
   unsigned char mediaSeed = 1;  // makes the bytes of the samples differ between tracks and clips
   std::vector<Bytes> samples;   // their bytes, where the seed is not to make them

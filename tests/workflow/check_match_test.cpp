@@ -1,6 +1,7 @@
 // What a check says about clips that do not fit the first one, and about what is lost where they
 // do.
 #include "support/table_bytes.h"
+#include "support/vendor_box.h"
 #include "workflow/check_fixture.h"
 
 using clipchain::CheckReport;
@@ -280,6 +281,97 @@ TEST_F(CheckMatch, FindsTablesOfWhichTheFirstAloneStays) {
   EXPECT_EQ(Severity::kWarning, report.findings.front().severity);
   const MovieBuilder padding = with(Box("free", {Zeros(8)}));
   EXPECT_THAT(NamesOf(CheckPair(EvenClip(), padding)), IsEmpty());
+}
+
+TEST_F(CheckMatch, FindsBoxesOfTheMovieThatAreLost) {
+  const auto with = [](const Bytes& box) {
+    MovieBuilder clip = EvenClip();
+    clip.extraMovieBoxes = box;
+    return clip;
+  };
+  const Bytes usertype = support::GuidBytes(support::Id(7));
+  for (const auto& [type, head] : {std::pair("udta", Bytes()), std::pair("meta", Bytes()),
+                                   std::pair("uuid", usertype), std::pair("iods", Bytes())}) {
+    const MovieBuilder here = with(Box(type, {head, Text("here")}));
+    const MovieBuilder there = with(Box(type, {head, Text("elsewhere")}));
+    const Finding lost = Only(CheckPair(EvenClip(), here), Message::kFirstBoxOnly);
+    EXPECT_EQ(std::string("moov/") + type, lost.box);
+    EXPECT_EQ((folder / "second").string(), lost.path);
+    EXPECT_EQ(Severity::kWarning, lost.severity);
+    EXPECT_EQ(0u, lost.track);
+    EXPECT_THAT(lost.text, AllOf(HasSubstr(type), HasSubstr(First() + " has none")));
+    const Finding replaced = Only(CheckPair(there, here), Message::kFirstBoxOnly);
+    EXPECT_THAT(replaced.text, HasSubstr("that of " + First() + " alone stays"));
+    EXPECT_THAT(NamesOf(CheckPair(here, here)), IsEmpty()) << type;
+    EXPECT_THAT(NamesOf(CheckPair(here, EvenClip())), IsEmpty()) << type;
+    EXPECT_THAT(NamesOf(CheckAll({Put("alone", here)})), IsEmpty()) << type;
+  }
+  EXPECT_THAT(NamesOf(CheckPair(EvenClip(), with(Box("free", {Zeros(8)})))), IsEmpty());
+  EXPECT_THAT(NamesOf(CheckPair(EvenClip(), with(Box("skip", {Zeros(8)})))), IsEmpty());
+}
+
+TEST_F(CheckMatch, ComparesUserTypesEachForItself) {
+  MovieBuilder first = EvenClip();
+  first.extraMovieBoxes = Box("uuid", {support::GuidBytes(support::Id(7)), Text("notes")});
+  MovieBuilder second = first;
+  second.extraMovieBoxes = support::Join(
+      {first.extraMovieBoxes, Box("uuid", {support::GuidBytes(support::Id(8)), Text("notes")})});
+  EXPECT_THAT(Only(CheckPair(first, second), Message::kFirstBoxOnly).text,
+              HasSubstr("\"uuid\" 08080808-0808-0808-0808-080808080808"));
+}
+
+TEST_F(CheckMatch, SaysOnceThatAKindOfBoxIsLost) {
+  MovieBuilder clip = EvenClip();
+  clip.extraMovieBoxes =
+      support::Join({Box("udta", {Text("movie")}), Box("udta", {Text("again")})});
+  for (support::Track& track : clip.tracks) track.extraTrackBoxes = Box("udta", {Text("track")});
+  const CheckReport report =
+      CheckAll({Put("first", EvenClip()), Put("second", clip), Put("third", clip)});
+  std::vector<std::string> places;
+  for (const Finding& finding : report.findings)
+    places.push_back(finding.path.substr(finding.path.rfind('/') + 1) + ":" + finding.box);
+  EXPECT_THAT(places, ElementsAre("second:moov/udta[0]", "second:moov/trak[0]/udta",
+                                  "third:moov/udta[0]", "third:moov/trak[0]/udta"));
+  EXPECT_THAT(report.findings[1].text, HasSubstr("track 1 (avc1)"));
+  EXPECT_EQ(1u, report.findings[1].track);
+}
+
+TEST_F(CheckMatch, LosesOneOfTwoBoxesOfAKind) {
+  MovieBuilder one = EvenClip();
+  one.extraMovieBoxes = Box("udta", {Text("a")});
+  MovieBuilder two = EvenClip();
+  two.extraMovieBoxes = support::Join({Box("udta", {Text("a")}), Box("udta", {Text("b")})});
+  EXPECT_THAT(NamesOf(CheckPair(one, two)), ElementsAre("first-box-only"));
+  EXPECT_THAT(NamesOf(CheckPair(two, one)), IsEmpty());
+}
+
+TEST_F(CheckMatch, FindsBoxesOfTheMediaThatAreLost) {
+  const Bytes language = FullBox("elng", 0, 0, {Text("de-CH"), U8(0)});
+  EXPECT_EQ("moov/trak[0]/mdia/elng",
+            Only(CheckChanged([&](MovieBuilder& m) { m.tracks[0].extraMediaBoxes = language; }),
+                 Message::kFirstBoxOnly)
+                .box);
+  EXPECT_EQ("moov/trak[1]/mdia/minf/note", Only(CheckChanged([](MovieBuilder& m) {
+                                                  m.tracks[1].extraInformationBoxes =
+                                                      Box("note", {Zeros(4)});
+                                                }),
+                                                Message::kFirstBoxOnly)
+                                               .box);
+}
+
+TEST_F(CheckMatch, TheCamerasOwnBoxIsNoLoss) {
+  const auto with = [](unsigned char number, unsigned char previous, unsigned char next) {
+    const Bytes box = support::VendorBox{
+        support::Id(number),
+        support::Id(next),
+        support::Id(previous),
+        {}}.Build();
+    return support::WithVendorBox(EvenClip().Build(), box);
+  };
+  const std::string a = Put("a", with(1, 0, 2));
+  const std::string b = Put("b", with(2, 1, 0));
+  EXPECT_THAT(NamesOf(CheckAll({a, b})), IsEmpty());
+  EXPECT_THAT(NamesOf(CheckAll({Put("plain", EvenClip()), b})), IsEmpty());
 }
 
 TEST_F(CheckMatch, FindsAPictureThatIsTurned) {
