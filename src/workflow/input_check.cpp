@@ -5,15 +5,14 @@
 #include <algorithm>
 
 #include "workflow/box_place.h"
+#include "workflow/rewrap.h"
 
 namespace clipchain {
 
 namespace {
 
 constexpr const char* kCopyAgain = "copy the clip again from the card";
-constexpr const char* kRewrap =
-    "rewrap it with a tool that writes plain MP4 files (ffmpeg -i IN -c copy OUT.mp4), and keep "
-    "the original";
+constexpr const char* kRewrapIt = "rewrap it with a tool that writes plain MP4 files";
 
 std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
 
@@ -50,7 +49,7 @@ bool CheckWhereTheWalkEnds(const ClipFile& clip, FileFindings& findings) {
                             "\"ftyp\", \"mdat\", \"meta\", \"mfra\", \"moof\", \"moov\", "
                             "\"pdin\" and \"skip\" alone",
                             isFirst ? "is no MP4 clip: it begins with" : "has", Quoted(last.type)),
-                kRewrap, E_BAD_TYPE),
+                Rewrap(kRewrapIt), E_BAD_TYPE),
             last);
     return false;
   }
@@ -75,7 +74,7 @@ void CheckRequiredBoxes(const ClipFile& clip, FileFindings& findings) {
       AddRefusal(findings, message, fmt::format("has no {} box {}", words, Quoted(type)),
                  type == FourCc("moov") ? "copy the clip again from the card; a clip whose "
                                           "recording was interrupted needs a repair tool"
-                                        : kRewrap,
+                                        : Rewrap(kRewrapIt),
                  E_BAD_DATA);
     } else if (place->size >= MP4G::kLeastUnloadedBoxSize) {
       PlaceAt(AddRefusal(findings, Message::kMovieTooLarge,
@@ -111,7 +110,7 @@ void CheckMediaBoxes(const ClipFile& clip, FileFindings& findings) {
   PlaceAt(
       findings.Add(Message::kSeveralMediaBoxes,
                    fmt::format("has {} media boxes, and a merge copies the last one alone", count),
-                   kRewrap),
+                   Rewrap(kRewrapIt)),
       *first);
 }
 
@@ -139,10 +138,7 @@ void ExplainParse(const ClipFile& clip, HRESULT result, FileFindings& findings) 
                  isReference ? "refers to its timecode track in a way that a merge can't read"
                  : result == S_FALSE ? "has a box that is shorter than what it must hold"
                                      : "has a box that contradicts itself",
-                 isReference ? "leave the timecode track out (ffmpeg -i IN -map 0:v -map 0:a? -c "
-                               "copy OUT.mp4), and keep the original"
-                             : "copy the clip again from the card",
-                 result);
+                 isReference ? Rewrap("leave the timecode track out") : kCopyAgain, result);
   if (box == nullptr) return;
   finding.box = PathOf(*box);
   finding.offset = OffsetOf(*box);
@@ -158,7 +154,7 @@ void CheckFragments(const ClipFile& clip, FileFindings& findings) {
   if (fragment == clip.Layout().end() && announced == nullptr) return;
   Finding& finding = findings.Add(Message::kFragmented,
                                   "keeps its samples in fragments, and a merge would lose them",
-                                  "rewrap it without fragments (ffmpeg -i IN -c copy OUT.mp4)");
+                                  Rewrap("rewrap it without fragments"));
   if (fragment != clip.Layout().end()) {
     PlaceAt(finding, *fragment);
   } else {

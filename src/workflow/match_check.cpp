@@ -8,6 +8,7 @@
 #include "box/sample_table_boxes.h"
 #include "merge/free_tracks.h"
 #include "workflow/lost_box_check.h"
+#include "workflow/rewrap.h"
 #include "workflow/track_check.h"
 #include "workflow/track_facts.h"
 
@@ -37,7 +38,7 @@ void CheckIdentifiers(MP4G::CMovieBox* movie, FileFindings& findings) {
                fmt::format("has two tracks with the identifier {}, and a merge would take one for "
                            "the other",
                            id),
-               "rewrap the clip (ffmpeg -i IN -c copy OUT.mp4), and keep the original", track)
+               Rewrap("rewrap the clip"), track)
         .track = id;
   }
 }
@@ -73,8 +74,7 @@ void CheckEdits(MP4G::CTrackBox* track, FileFindings& findings) {
                  "has in its {} an edit list of {} entries, of which a merge keeps the first one "
                  "in step",
                  TrackWords(facts), edits->entries.size()),
-             "rewrap the clip without an edit list (ffmpeg -i IN -c copy -use_editlist 0 OUT.mp4)",
-             edits)
+             Rewrap("rewrap the clip without an edit list", kRewrapWithoutEditsCommand), edits)
       .track = facts.id;
 }
 

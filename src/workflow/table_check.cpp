@@ -7,6 +7,7 @@
 
 #include "reader/track_reader.h"
 #include "reader/typed_views.h"
+#include "workflow/rewrap.h"
 #include "workflow/sample_layout.h"
 #include "workflow/sample_tables.h"
 #include "workflow/track_facts.h"
@@ -16,8 +17,7 @@ namespace clipchain {
 namespace {
 
 constexpr const char* kCopyAgain = "copy the clip again from the card";
-constexpr const char* kRewrap =
-    "rewrap the clip (ffmpeg -i IN -c copy OUT.mp4), and keep the original";
+constexpr const char* kRewrapIt = "rewrap the clip";
 
 // The checks of one track.
 class TableCheck {
@@ -47,7 +47,7 @@ class TableCheck {
   }
 
   void Disagree(const MP4G::CBox* box, std::string text) {
-    AddAt(Message::kTablesDisagree, std::move(text), kRewrap, box);
+    AddAt(Message::kTablesDisagree, std::move(text), Rewrap(kRewrapIt), box);
   }
 
   void CheckCounts() {
@@ -129,7 +129,7 @@ class TableCheck {
         fmt::format("has the sample sizes of its {} in {} bits (\"stz2\"){}", TrackWords(facts_),
                     bits,
                     bits == 16 ? ", which few programs read" : ", which a merge would garble"),
-        kRewrap, tables_.compactSizes);
+        Rewrap(kRewrapIt), tables_.compactSizes);
     finding.track = facts_.id;
     finding.severity = bits == 16 ? Severity::kWarning : Severity::kRisk;
   }
@@ -144,7 +144,7 @@ class TableCheck {
       if (full == nullptr || (full->fullHeader->flags & kSameFile) != 0) continue;
       AddAt(Message::kMediaElsewhere,
             "keeps samples in another file, which a merge does not look at",
-            "put the media into the clip first (ffmpeg -i IN -c copy OUT.mp4)", reference);
+            Rewrap("put the media into the clip first"), reference);
       return true;
     }
     return false;
@@ -171,7 +171,7 @@ class TableCheck {
     if (leftOut_.chunks != 0)
       AddAt(Message::kSamplesLeftOut,
             ChunkWords(leftOut_) + " in another media box than the last one, which alone is copied",
-            kRewrap, tables_.OffsetBox());
+            Rewrap(kRewrapIt), tables_.OffsetBox());
   }
 
   struct Misplaced {
