@@ -2,31 +2,42 @@
 
 #include <fmt/format.h>
 
-#include <vector>
+#include <algorithm>
+#include <functional>
+#include <unordered_map>
 
 namespace clipchain {
 
-namespace {
-
-std::string NameAmongSiblings(const MP4G::CBox& box) {
-  const unsigned int type = box.header->type;
-  std::string name = FourCcText(type);
-  if (box.parent == nullptr) return name;
-  unsigned int index = 0;
-  unsigned int count = 0;
-  for (const MP4G::CBox* sibling : box.parent->children) {
-    if (sibling == &box) index = count;
-    if (sibling != nullptr && sibling->header->type == type) ++count;
+const BoxPlaces::Child& BoxPlaces::ChildOf(const MP4G::CBox& parent, const MP4G::CBox& box) {
+  const auto [place, isNew] = children_.try_emplace(&parent);
+  std::vector<Child>& all = place->second;
+  const auto isBefore = [](const Child& a, const MP4G::CBox* b) {
+    return std::less<const MP4G::CBox*>()(a.box, b);
+  };
+  if (isNew) {
+    std::unordered_map<unsigned int, unsigned int> counts;
+    long long behind = FirstEntryDistance(parent);
+    for (const MP4G::CBox* child : parent.children) {
+      if (child == nullptr) continue;
+      const long long distance = ChildDistance(parent, *child, behind);
+      all.push_back({child, distance, counts[child->header->type]++, false});
+      behind = distance + child->GetBoxSize();
+    }
+    for (Child& child : all) child.hasTwin = counts[child.box->header->type] > 1;
+    std::sort(all.begin(), all.end(),
+              [&isBefore](const Child& a, const Child& b) { return isBefore(a, b.box); });
   }
-  return count > 1 ? fmt::format("{}[{}]", name, index) : name;
+  return *std::lower_bound(all.begin(), all.end(), &box, isBefore);
 }
 
-}  // namespace
-
-std::string PathOf(const MP4G::CBox& box) {
+std::string BoxPlaces::PathOf(const MP4G::CBox& box) {
   std::vector<std::string> names;
-  for (const MP4G::CBox* level = &box; level != nullptr; level = level->parent)
-    names.push_back(NameAmongSiblings(*level));
+  for (const MP4G::CBox* level = &box; level != nullptr; level = level->parent) {
+    names.push_back(FourCcText(level->header->type));
+    if (level->parent == nullptr) break;
+    const Child& child = ChildOf(*level->parent, *level);
+    if (child.hasTwin) names.back() += fmt::format("[{}]", child.index);
+  }
   std::string path;
   for (auto name = names.rbegin(); name != names.rend(); ++name) {
     if (!path.empty()) path += '/';
@@ -35,21 +46,20 @@ std::string PathOf(const MP4G::CBox& box) {
   return path;
 }
 
-long long ChildDistance(const MP4G::CBox& parent, const MP4G::CBox& child, long long behind) {
-  return child.position > parent.position ? child.position - parent.position : behind;
+long long BoxPlaces::OffsetOf(const MP4G::CBox& box) {
+  const MP4G::CBox* level = &box;
+  long long distance = 0;
+  for (; level->parent != nullptr; level = level->parent)
+    distance += ChildOf(*level->parent, *level).distance;
+  return level->position + distance;
 }
 
-long long OffsetOf(const MP4G::CBox& box) {
-  if (box.parent == nullptr) return box.position;
-  const MP4G::CBox& parent = *box.parent;
-  long long behind = FirstEntryDistance(parent);
-  for (const MP4G::CBox* sibling : parent.children) {
-    if (sibling == nullptr) continue;
-    const long long distance = ChildDistance(parent, *sibling, behind);
-    if (sibling == &box) return OffsetOf(parent) + distance;
-    behind = distance + sibling->GetBoxSize();
-  }
-  return -1;
+std::string PathOf(const MP4G::CBox& box) { return BoxPlaces().PathOf(box); }
+
+long long OffsetOf(const MP4G::CBox& box) { return BoxPlaces().OffsetOf(box); }
+
+long long ChildDistance(const MP4G::CBox& parent, const MP4G::CBox& child, long long behind) {
+  return child.position > parent.position ? child.position - parent.position : behind;
 }
 
 }  // namespace clipchain

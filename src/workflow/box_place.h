@@ -1,17 +1,39 @@
 // Where a box stands: its path through the tree and its position in the file.
 #pragma once
 
+#include <map>
 #include <string>
+#include <vector>
 
 #include "box/box.h"
 
 namespace clipchain {
 
-// "moov/trak[1]/mdia/minf/stbl/stsz": the number, from 0, stands where a parent has several
-// children of one type.
-std::string PathOf(const MP4G::CBox& box);
+// The places of the boxes of one tree, which must not change meanwhile. The children of a box are
+// numbered once, however many of them are asked for.
+class BoxPlaces {
+ public:
+  // "moov/trak[1]/mdia/minf/stbl/stsz": the number, from 0, stands where a parent has several
+  // children of one type.
+  std::string PathOf(const MP4G::CBox& box);
 
-// Of the first byte in the file. Holds for boxes as they were parsed.
+  // Of the first byte in the file. Holds for boxes as they were parsed.
+  long long OffsetOf(const MP4G::CBox& box);
+
+ private:
+  struct Child {
+    const MP4G::CBox* box;
+    long long distance;  // from the first byte of the parent
+    unsigned int index;  // among those of its type
+    bool hasTwin;        // there are others of its type
+  };
+  const Child& ChildOf(const MP4G::CBox& parent, const MP4G::CBox& box);
+
+  std::map<const MP4G::CBox*, std::vector<Child>> children_;  // by parent, ordered by address
+};
+
+// The same for one box alone.
+std::string PathOf(const MP4G::CBox& box);
 long long OffsetOf(const MP4G::CBox& box);
 
 // How far behind the first byte of `parent` its child begins; `behind` is where the child before it

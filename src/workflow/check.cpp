@@ -46,7 +46,10 @@ class CheckRun {
   CheckReport Run() {
     if (inputs_.empty())
       result_.Add(Message::kNothingToMerge, "no clip was given", "name at least one clip");
-    for (std::size_t i = 0; i < inputs_.size(); ++i) CheckClip(i);
+    for (std::size_t i = 0; i < inputs_.size(); ++i) {
+      CheckClip(i);
+      files_[i].ForgetPlaces();
+    }
     rehearsal_.Finish(result_);
     CheckReport report;
     report.seams = CheckDrift(drift_, files_);

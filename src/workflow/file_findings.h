@@ -21,20 +21,24 @@ class FileFindings {
   // `text` is the rest of a sentence that begins with the path. The finding may be completed until
   // the next one is added.
   Finding& Add(Message message, std::string text, std::string remedy) {
-    if (findings_.size() >= kMostFindings) return dropped_ = {};
+    if (!TakesMore()) return dropped_ = {};
     findings_.push_back(MakeFinding(message, path_, std::move(text), std::move(remedy)));
     return findings_.back();
   }
 
   // The same about a box, by its place.
   Finding& AddAt(Message message, std::string text, std::string remedy, const MP4G::CBox* box) {
-    const bool counts = findings_.size() < kMostFindings;
+    const bool counts = TakesMore();
     Finding& finding = Add(message, std::move(text), std::move(remedy));
     if (!counts || box == nullptr) return finding;
-    finding.box = PathOf(*box);
-    finding.offset = OffsetOf(*box);
+    finding.box = places_.PathOf(*box);
+    finding.offset = places_.OffsetOf(*box);
     return finding;
   }
+
+  // To be called before boxes of the file change or go.
+  void ForgetPlaces() { places_ = {}; }
+  bool TakesMore() const { return findings_.size() < kMostFindings; }
 
   const std::string& Path() const { return path_; }
   const Findings& All() const { return findings_; }
@@ -51,6 +55,7 @@ class FileFindings {
   std::string path_;
   Findings findings_;
   Finding dropped_{};
+  BoxPlaces places_;
 };
 
 }  // namespace clipchain

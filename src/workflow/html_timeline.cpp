@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
+#include <functional>
 #include <map>
+#include <queue>
+#include <set>
 #include <tuple>
+#include <utility>
 
 #include "clip/mp4_util.h"
 #include "workflow/clip_words.h"
@@ -70,16 +73,20 @@ Scale ScaleFor(const std::vector<Bar>& bars) {
 std::size_t GiveLanes(std::vector<Bar>& bars, const Scale& scale) {
   std::stable_sort(bars.begin(), bars.end(),
                    [](const Bar& a, const Bar& b) { return a.start < b.start; });
-  std::vector<double> freeFrom;
+  using Taken = std::pair<double, std::size_t>;  // until when, and the lane
+  std::priority_queue<Taken, std::vector<Taken>, std::greater<>> taken;
+  std::set<std::size_t> free;
+  std::size_t lanes = 0;
   const double least = (scale.end - scale.start) * kLeastShare;
   for (Bar& bar : bars) {
-    const auto lane = std::find_if(freeFrom.begin(), freeFrom.end(),
-                                   [&bar](double from) { return from <= bar.start; });
-    bar.lane = static_cast<std::size_t>(std::distance(freeFrom.begin(), lane));
-    if (lane == freeFrom.end()) freeFrom.push_back(0);
-    freeFrom[bar.lane] = std::max(bar.end, bar.start + least);
+    for (; !taken.empty() && taken.top().first <= bar.start; taken.pop())
+      free.insert(taken.top().second);
+    if (free.empty()) free.insert(lanes++);
+    bar.lane = *free.begin();
+    free.erase(free.begin());
+    taken.push({std::max(bar.end, bar.start + least), bar.lane});
   }
-  return freeFrom.size();
+  return lanes;
 }
 
 std::string ClockWords(double time, const Scale& scale) {

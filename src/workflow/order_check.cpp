@@ -6,6 +6,8 @@
 #include <map>
 #include <numeric>
 #include <string>
+#include <unordered_map>
+#include <utility>
 
 #include "clip/sequence.h"
 #include "workflow/clip_words.h"
@@ -144,39 +146,78 @@ class OrderCheck {
 
   std::string Name(std::size_t index) const { return Shown(findings_[index].Path()); }
 
-  // Frames from one timecode to the other, be they counted or told in hours, minutes, seconds and
-  // frames, never backward: a day has an end.
-  bool RunsOn(const ClipTimecode& a, const ClipTimecode& b) const {
-    if (a.frames == 0 || a.framesPerSecond == 0) return false;
-    const std::uint64_t day = std::uint64_t{24} * 60 * 60 * a.framesPerSecond;
-    const auto counted = [&](std::uint64_t from, std::uint64_t to) {
-      return (from + a.frames) % day == to % day;
-    };
-    const auto told = [&](std::uint32_t code) {
-      const std::uint64_t seconds =
-          (code >> 24) * std::uint64_t{3600} + (code >> 16 & 127) * 60 + (code >> 8 & 255);
-      return seconds * a.framesPerSecond + (code & 255);
-    };
-    return counted(a.first, b.first) || counted(told(a.first), told(b.first));
+  // Where a timecode lies in the day, in frames, be they counted or told in hours, minutes, seconds
+  // and frames.
+  static std::uint64_t Counted(std::uint64_t code, std::uint64_t day) { return code % day; }
+  static std::uint64_t Told(std::uint32_t code, unsigned int framesPerSecond) {
+    const std::uint64_t seconds =
+        (code >> 24) * std::uint64_t{3600} + (code >> 16 & 127) * 60 + (code >> 8 & 255);
+    return seconds * framesPerSecond + (code & 255);
+  }
+  static std::uint64_t DayOf(unsigned int framesPerSecond) {
+    return std::uint64_t{24} * 60 * 60 * framesPerSecond;
   }
 
-  // The order in which each clip runs on where another one ended, if there is one for all of them.
-  Indices Continuation(const Indices& timed) const {
-    std::vector<std::size_t> next(clips_.size(), clips_.size());
-    std::vector<std::size_t> befores(clips_.size(), 0);
-    for (const std::size_t a : timed) {
-      for (const std::size_t b : timed) {
-        if (a == b || !RunsOn(*clips_[a].timecode, *clips_[b].timecode)) continue;
-        next[a] = b;
-        ++befores[b];
-        break;
+  // The clips by where they begin, at a rate; of those that begin together the first two, since a
+  // clip does not follow itself.
+  class Starts {
+   public:
+    Starts(const OrderCheck& order, const Indices& timed, unsigned int framesPerSecond) {
+      const std::uint64_t day = DayOf(framesPerSecond);
+      for (const std::size_t i : timed) {
+        const std::uint32_t code = order.clips_[i].timecode->first;
+        Note(counted_[Counted(code, day)], i);
+        Note(told_[Told(code, framesPerSecond) % day], i);
       }
+    }
+
+    // The first clip but `self` that begins at one of those places; `none` if there is none.
+    std::size_t FirstAt(std::uint64_t counted, std::uint64_t told, std::size_t self,
+                        std::size_t none) const {
+      std::size_t first = none;
+      for (const auto& [starts, at] : {std::pair(&counted_, counted), std::pair(&told_, told)}) {
+        const auto found = starts->find(at);
+        if (found == starts->end()) continue;
+        for (const std::size_t i : found->second) {
+          if (i != self) first = std::min(first, i);
+        }
+      }
+      return first;
+    }
+
+   private:
+    using Map = std::unordered_map<std::uint64_t, Indices>;
+
+    static void Note(Indices& here, std::size_t index) {
+      if (here.size() < 2) here.push_back(index);
+    }
+
+    Map counted_;
+    Map told_;
+  };
+
+  // The order in which each clip runs on, frame by frame and never backward, where another one
+  // ended, if there is one for all of them. A day has an end.
+  Indices Continuation(const Indices& timed) const {
+    const std::size_t none = clips_.size();
+    std::vector<std::size_t> next(clips_.size(), none);
+    std::vector<std::size_t> befores(clips_.size(), 0);
+    std::map<unsigned int, Starts> startsAtRate;
+    for (const std::size_t a : timed) {
+      const ClipTimecode& code = *clips_[a].timecode;
+      const unsigned int rate = code.framesPerSecond;
+      if (code.frames == 0 || rate == 0) continue;
+      const Starts& starts = startsAtRate.try_emplace(rate, *this, timed, rate).first->second;
+      const std::uint64_t day = DayOf(rate);
+      next[a] = starts.FirstAt((code.first + code.frames) % day,
+                               (Told(code.first, rate) + code.frames) % day, a, none);
+      if (next[a] != none) ++befores[next[a]];
     }
     const auto head =
         std::find_if(timed.begin(), timed.end(), [&](std::size_t i) { return befores[i] == 0; });
     Indices order;
-    for (std::size_t at = head != timed.end() ? *head : clips_.size();
-         at != clips_.size() && order.size() < timed.size(); at = next[at])
+    for (std::size_t at = head != timed.end() ? *head : none;
+         at != none && order.size() < timed.size(); at = next[at])
       order.push_back(at);
     return order.size() == timed.size() ? order : Indices();
   }

@@ -91,6 +91,7 @@ void Rehearsal::TakeFirst(std::unique_ptr<ClipFile> clip, FileFindings& findings
 }
 
 void Rehearsal::Merge(ClipFile& next, FileFindings& findings) {
+  findings.ForgetPlaces();
   const HRESULT result = merge_.Merge(&first_->file, &next.file);
   if (result != S_OK) {
     findings.Add(Message::kInputRefused, "can't be merged", "leave it out").result = result;
@@ -166,10 +167,10 @@ void Rehearsal::CheckSizes(const TrackPair& pair, std::uint64_t before, FileFind
       .track = facts.id;
 }
 
-void Rehearsal::CheckDuration(const MP4G::CFullBox* box, std::uint64_t duration,
+void Rehearsal::CheckDuration(const MP4G::CFullBox* box, std::uint64_t duration, BoxPlaces& places,
                               FileFindings& findings) {
   if (box == nullptr || box->fullHeader->version == 1 || duration <= kLargest32Bits) return;
-  if (!reported_.insert(box).second) return;
+  if (!reported_.insert(box).second || !findings.TakesMore()) return;
   Finding& finding = findings.Add(
       Message::kDurationTooLong,
       fmt::format("takes the duration in \"{}\" to {}, and that box of {}, version {}, holds {} at "
@@ -177,22 +178,23 @@ void Rehearsal::CheckDuration(const MP4G::CFullBox* box, std::uint64_t duration,
                   FourCcText(box->header->type), duration, Shown(first_->Path()),
                   unsigned{box->fullHeader->version}, kLargest32Bits),
       kFewer);
-  finding.box = PathOf(*box);
+  finding.box = places.PathOf(*box);
 }
 
 void Rehearsal::CheckDurations(FileFindings& findings) {
+  BoxPlaces places;
   const MP4G::CMovieBox_wr movie(first_->Movie());
   if (const auto* header = movie.MovieHeaderBox())
-    CheckDuration(header, header->recordA->Duration(), findings);
+    CheckDuration(header, header->recordA->Duration(), places, findings);
   for (MP4G::CTrackBox* track : movie.Tracks()) {
     const MP4G::CTrackBox_wr view(track);
     if (const auto* header = view.TrackHeaderBox())
-      CheckDuration(header, header->recordA->Duration(), findings);
+      CheckDuration(header, header->recordA->Duration(), places, findings);
     if (const auto* header = view.MediaHeaderBox())
-      CheckDuration(header, header->recordA->Duration(), findings);
+      CheckDuration(header, header->recordA->Duration(), places, findings);
     const MP4G::CEditListBox* edits = view.EditListBox();
     if (edits != nullptr && !edits->entries.empty())
-      CheckDuration(edits, edits->entries.front().segmentDuration, findings);
+      CheckDuration(edits, edits->entries.front().segmentDuration, places, findings);
   }
 }
 

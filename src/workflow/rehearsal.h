@@ -45,7 +45,8 @@ class Rehearsal {
   bool CanSpellOutSizes(FileFindings& findings);
   void CheckSizes(const TrackPair& pair, std::uint64_t before, FileFindings& findings);
   void CheckDurations(FileFindings& findings);
-  void CheckDuration(const MP4G::CFullBox* box, std::uint64_t duration, FileFindings& findings);
+  void CheckDuration(const MP4G::CFullBox* box, std::uint64_t duration, BoxPlaces& places,
+                     FileFindings& findings);
   void CheckMovie(const unsigned char* bytes, unsigned int size, FileFindings& findings);
 
   long long memoryLimit_;

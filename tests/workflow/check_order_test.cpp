@@ -1,4 +1,9 @@
 // What a check says about the order of the clips.
+#include "workflow/order_check.h"
+
+#include <numeric>
+#include <random>
+
 #include "support/sequences.h"
 #include "support/vendor_box.h"
 #include "workflow/check_fixture.h"
@@ -156,4 +161,99 @@ TEST_F(CheckOrder, ReadsTimecodesByOffsetsOf64BitsToo) {
   const std::string late = Put("late", clip);
   EXPECT_EQ(1u,
             Of(CheckAll({late, TimedFile("early", {1, 0, 0, 0})}), Message::kOrderDoubtful).size());
+}
+
+namespace {
+
+// Each clip looked at beside each other: slow, and easy to see through.
+class TimecodeWalk {
+ public:
+  explicit TimecodeWalk(const std::vector<clipchain::OrderFacts>& clips) : clips_(clips) {}
+
+  // The order in which the clips run on; empty if there is none.
+  std::vector<std::size_t> Running() const {
+    const std::size_t count = clips_.size();
+    std::vector<std::size_t> next(count, count);
+    std::vector<bool> hasOneBefore(count);
+    for (std::size_t a = 0; a < count; ++a) {
+      for (std::size_t b = 0; b < count && next[a] == count; ++b) {
+        if (a != b && RunsOn(*clips_[a].timecode, *clips_[b].timecode)) next[a] = b;
+      }
+      if (next[a] != count) hasOneBefore[next[a]] = true;
+    }
+    const auto head = std::find(hasOneBefore.begin(), hasOneBefore.end(), false);
+    std::vector<std::size_t> order;
+    for (auto at = static_cast<std::size_t>(head - hasOneBefore.begin());
+         at != count && order.size() < count; at = next[at])
+      order.push_back(at);
+    return order.size() == count ? order : std::vector<std::size_t>();
+  }
+
+ private:
+  static bool RunsOn(const clipchain::ClipTimecode& a, const clipchain::ClipTimecode& b) {
+    if (a.frames == 0 || a.framesPerSecond == 0) return false;
+    const std::uint64_t day = std::uint64_t{86400} * a.framesPerSecond;
+    const auto told = [&a](std::uint32_t code) {
+      return ((code >> 24) * std::uint64_t{3600} + (code >> 16 & 127) * 60 + (code >> 8 & 255)) *
+                 a.framesPerSecond +
+             (code & 255);
+    };
+    return (a.first + a.frames) % day == b.first % day ||
+           (told(a.first) + a.frames) % day == told(b.first) % day;
+  }
+
+  const std::vector<clipchain::OrderFacts>& clips_;
+};
+
+// Few values, so that many clips run on, among them at the end of a day and from several clips.
+std::vector<clipchain::OrderFacts> RandomClips(std::mt19937& random) {
+  const auto one = [&random](std::uint32_t below) {
+    return static_cast<std::uint32_t>(random() % below);
+  };
+  std::vector<clipchain::OrderFacts> clips(2 + one(5));
+  const bool told = one(2) == 0;
+  for (clipchain::OrderFacts& clip : clips) {
+    const std::uint32_t start = one(6);
+    const std::uint32_t code = told ? start << 8 : one(8) == 0 ? 86399 + one(2) : start;
+    clip.timecode = {code, one(4), one(10) == 0 ? one(3) : 1};
+  }
+  return clips;
+}
+
+}  // namespace
+
+TEST(OrderByTimecode, IsThatOfAWalkOverAllPairs) {
+  std::mt19937 random(1);
+  unsigned int running = 0;
+  for (int round = 0; round < 200000; ++round) {
+    const std::vector<clipchain::OrderFacts> clips = RandomClips(random);
+    std::vector<clipchain::FileFindings> findings;
+    for (std::size_t i = 0; i < clips.size(); ++i) findings.emplace_back(std::to_string(i));
+    clipchain::CheckOrder(clips, findings);
+
+    std::vector<std::size_t> given(clips.size());
+    std::iota(given.begin(), given.end(), std::size_t{0});
+    std::vector<std::size_t> expected = TimecodeWalk(clips).Running();
+    const bool runs = !expected.empty();
+    if (!runs) {
+      expected = given;
+      std::stable_sort(expected.begin(), expected.end(), [&clips](std::size_t a, std::size_t b) {
+        return clips[a].timecode->first < clips[b].timecode->first;
+      });
+    }
+    std::string remedy;
+    for (const std::size_t i : expected)
+      remedy += (remedy.empty() ? "give the clips in this order: " : ", ") + std::to_string(i);
+    clipchain::Findings all;
+    for (const auto& file : findings) all.insert(all.end(), file.All().begin(), file.All().end());
+    if (expected == given) {
+      ASSERT_TRUE(all.empty()) << all.front().remedy << " in round " << round;
+      continue;
+    }
+    ASSERT_EQ(1u, all.size()) << "round " << round;
+    ASSERT_EQ(remedy, all.front().remedy) << "round " << round;
+    ASSERT_EQ(runs, all.front().text.find("run on") != std::string::npos) << "round " << round;
+    if (runs) ++running;
+  }
+  EXPECT_GT(running, 1000u);
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <random>
 #include <regex>
 #include <set>
 #include <string>
@@ -191,6 +192,49 @@ TEST(HtmlReport, ShowsThumbnailsWithTheirText) {
   EXPECT_THAT(PageOf(SequenceOf({clip})),
               HasSubstr("<img alt=\"Thumbnail of &lt;C1&gt;.MP4\" width=\"160\" height=\"90\" "
                         "src=\"data:image/jpeg;base64,/9j/2Q==\">"));
+}
+
+// As a person would lay them out: bar after bar, each in the first lane where it touches nothing.
+TEST(HtmlReport, PutsEachBarInTheFirstLaneThatIsFree) {
+  std::mt19937 random(1);
+  std::size_t mostLanes = 0;
+  for (int round = 0; round < 300; ++round) {
+    ScanReport report;
+    std::vector<unsigned int> seconds;
+    for (unsigned int i = 0; i < 2 + random() % 20; ++i)
+      seconds.push_back(static_cast<unsigned int>(random() % 600));
+    for (const unsigned int second : seconds) {
+      const long long length = 1 + static_cast<long long>(random() % 200);
+      report.sequences.push_back(SequenceOf({ClipAt("a", 0, length * 1000)}));
+      report.sequences.back().date = {2024,
+                                      5,
+                                      6,
+                                      7,
+                                      static_cast<std::uint8_t>(second / 60),
+                                      static_cast<std::uint8_t>(second % 60)};
+    }
+    const std::string page = HtmlTimeline(report);
+    const std::regex bar(R"(left:([0-9.]+)%;width:([0-9.]+)%;--lane:([0-9]+))");
+    std::vector<double> freeFrom;
+    double before = 0;
+    std::size_t bars = 0;
+    for (std::sregex_iterator at(page.begin(), page.end(), bar), end; at != end; ++at, ++bars) {
+      constexpr double kRounding = 0.002;
+      constexpr double kLeast = 7;
+      const double left = std::stod((*at)[1]);
+      EXPECT_LE(before, left);
+      before = left;
+      std::size_t lane = 0;
+      while (lane < freeFrom.size() && freeFrom[lane] > left + kRounding) ++lane;
+      ASSERT_EQ(std::to_string(lane), (*at)[3].str()) << page;
+      freeFrom.resize(std::max(freeFrom.size(), lane + 1));
+      freeFrom[lane] = left + std::max(std::stod((*at)[2]), kLeast);
+    }
+    EXPECT_EQ(seconds.size(), bars);
+    EXPECT_THAT(page, HasSubstr("--lanes:" + std::to_string(freeFrom.size()) + "\""));
+    mostLanes = std::max(mostLanes, freeFrom.size());
+  }
+  EXPECT_GT(mostLanes, 5u);
 }
 
 TEST(HtmlReport, PutsSequencesOnTheLineOfTheirDay) {
