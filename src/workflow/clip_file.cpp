@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "foundation/strings.h"
+#include "workflow/box_count.h"
 #include "workflow/files.h"
 
 namespace clipchain {
@@ -98,14 +99,25 @@ std::vector<unsigned char> ClipFile::Read(long long position, unsigned int size)
   return {bytes, bytes + got};
 }
 
+// Of a box at the top level, what the tree holds; 0 of one that is not loaded.
+long long ClipFile::LoadedBytes(const TopLevelBox& box) const {
+  const bool isLoaded = box.type != FourCc("mdat") && box.size < MP4G::kLeastUnloadedBoxSize;
+  return isLoaded ? std::clamp<long long>(box.size, 0, std::max(Size() - box.position, 0LL)) : 0;
+}
+
 long long ClipFile::TreeBytes() const {
   long long sum = 0;
-  for (const TopLevelBox& box : layout_) {
-    sum += kLeastTreeBytes;
-    const bool isLoaded = box.type != FourCc("mdat") && box.size < MP4G::kLeastUnloadedBoxSize;
-    if (isLoaded) sum += std::clamp<long long>(box.size, 0, std::max(Size() - box.position, 0LL));
-  }
+  for (const TopLevelBox& box : layout_) sum += kLeastTreeBytes + LoadedBytes(box);
   return sum;
+}
+
+long long ClipFile::TreeBoxes() const {
+  std::size_t sum = 0;
+  for (const TopLevelBox& box : layout_) {
+    if (box.type != FourCc("moov")) continue;
+    sum += CountBoxes(Read(box.position, static_cast<unsigned int>(LoadedBytes(box))));
+  }
+  return static_cast<long long>(sum);
 }
 
 }  // namespace clipchain

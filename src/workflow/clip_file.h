@@ -68,11 +68,14 @@ class ClipFile {
 
   // Bytes of the boxes that the tree will hold.
   long long TreeBytes() const;
+  // Boxes inside of the movie boxes and these themselves, for which those are read.
+  long long TreeBoxes() const;
 
   MP4G::CMp4File file;
 
  private:
   void WalkTopLevel();
+  long long LoadedBytes(const TopLevelBox& box) const;
   const TopLevelBox* Place(unsigned int type) const;
 
   std::string path_;

@@ -22,6 +22,9 @@ namespace {
 // The tree, its tables with room to grow and offsets of 64 bits, and the bytes that are written of
 // it.
 constexpr long long kMemoryPerByte = 4;
+// A box by itself, however small: its object and where its parent and the lists of tracks keep it,
+// and the same once more for the result that is read again.
+constexpr long long kMemoryPerBox = 400;
 constexpr long long kPlaceholder = 16;  // between the file type box and the media
 constexpr std::uint64_t kLargest32Bits = 0xFFFFFFFF;
 
@@ -48,8 +51,11 @@ std::uint64_t SpelledOutSizes(const MP4G::CSampleSizeBox* first,
 
 }  // namespace
 
+// The boxes are counted only where their bytes alone do not exceed the limit.
 bool Rehearsal::HasRoomFor(const ClipFile& clip, FileFindings& findings) {
-  const long long needed = LimitedSum(memory_, clip.TreeBytes() * kMemoryPerByte);
+  long long needed = LimitedSum(memory_, clip.TreeBytes() * kMemoryPerByte);
+  boxMemory_ = needed <= memoryLimit_ ? clip.TreeBoxes() * kMemoryPerBox : 0;
+  needed = LimitedSum(needed, boxMemory_);
   if (needed <= memoryLimit_) return true;
   findings
       .Add(
@@ -67,6 +73,8 @@ void Rehearsal::Take(std::unique_ptr<ClipFile>& clip, FileFindings& findings) {
   movieBytes_ = LimitedSum(movieBytes_, clip->MoviePlace()->size);
   pairs_.clear();
   if (first_ == nullptr) {
+    // Of later clips the tables alone remain.
+    memory_ = LimitedSum(memory_, boxMemory_);
     TakeFirst(std::move(clip), findings);
     return;
   }

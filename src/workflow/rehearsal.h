@@ -50,7 +50,8 @@ class Rehearsal {
   void CheckMovie(const unsigned char* bytes, unsigned int size, FileFindings& findings);
 
   long long memoryLimit_;
-  long long memory_ = 0;  // that the boxes taken so far need, about
+  long long memory_ = 0;     // that the boxes taken so far need, about
+  long long boxMemory_ = 0;  // what the boxes of the clip at hand take by themselves
   std::unique_ptr<ClipFile> first_;
   MP4G::CMp4Merge merge_;
   bool complete_ = true;

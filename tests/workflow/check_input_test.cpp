@@ -2,9 +2,11 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <regex>
 
 #include "box/box.h"
 #include "reader/mp4_file.h"
+#include "support/allocation_meter.h"
 #include "workflow/check_fixture.h"
 
 using clipchain::CheckReport;
@@ -218,13 +220,53 @@ TEST_F(CheckInput, NamesTheFileThatExceedsTheMemory) {
   const std::string a = Put("a", EvenClip(1));
   const std::string b = Put("b", EvenClip(2));
   clipchain::CheckOptions options;
-  options.memoryLimit = 40'000;
+  options.memoryLimit = 60'000;
   EXPECT_THAT(NamesOf(clipchain::Check({a, b}, options)), IsEmpty());
-  options.memoryLimit = 15'000;
+  options.memoryLimit = 30'000;
   const Finding finding = Only(clipchain::Check({a, b}, options), Message::kMemoryLimit);
   EXPECT_EQ(b, finding.path);
-  EXPECT_THAT(finding.text, HasSubstr("15000 are allowed"));
+  EXPECT_THAT(finding.text, HasSubstr("30000 are allowed"));
   EXPECT_EQ(Severity::kRefusal, finding.severity);
+}
+
+// By what boxes take beside their bytes: many small ones take much more.
+TEST_F(CheckInput, KeepsToTheMemoryThatIsAllowed) {
+  MovieBuilder small = EvenClip();
+  for (int i = 0; i < 50'000; ++i)
+    small.extraMovieBoxes.insert(small.extraMovieBoxes.end(), {0, 0, 0, 8, 's', 'k', 'i', 'p'});
+  MovieBuilder tracks;
+  for (std::uint32_t i = 0; i < 300; ++i) tracks.Add(support::AudioTrack(4, i + 1));
+  MovieBuilder wrong;
+  for (int i = 0; i < 50'000; ++i)
+    wrong.extraMovieBoxes.insert(wrong.extraMovieBoxes.end(), {0, 0, 0, 8, 't', 'r', 'a', 'k'});
+  MovieBuilder samples;
+  samples.Add(support::AudioTrack(100'000));
+  MovieBuilder descriptors = EvenClip();
+  Bytes many = {3, 0xFF, 0xFF, 0x7F, 0, 0, 0};
+  for (int i = 0; i < 500'000; ++i) many.insert(many.end(), {0x80, 0});
+  descriptors.tracks[1].sampleEntry =
+      Box("mp4a", {Zeros(28), support::FullBox("esds", 0, 0, {many})});
+  for (const MovieBuilder& clip : {small, tracks, wrong, samples, descriptors}) {
+    const std::vector<std::string> inputs = {Put("clip", clip)};
+    clipchain::CheckOptions options;
+    options.memoryLimit = 1;
+    Finding refused = Only(clipchain::Check(inputs, options), Message::kMemoryLimit);
+    // The bytes alone are said first, where these are too many.
+    std::smatch number;
+    const std::regex about("about ([0-9]+) bytes");
+    ASSERT_TRUE(std::regex_search(refused.text, number, about));
+    options.memoryLimit = std::stoll(number[1]);
+    const CheckReport report = clipchain::Check(inputs, options);
+    if (!Of(report, Message::kMemoryLimit).empty()) {
+      refused = Only(report, Message::kMemoryLimit);
+      ASSERT_TRUE(std::regex_search(refused.text, number, about));
+      options.memoryLimit = std::stoll(number[1]);
+    }
+    const support::AllocationMeter meter;
+    EXPECT_TRUE(Of(clipchain::Check(inputs, options), Message::kMemoryLimit).empty());
+    EXPECT_LT(meter.Peak(), static_cast<std::size_t>(options.memoryLimit) + 200'000);
+    EXPECT_GT(meter.Peak() * 5, static_cast<std::size_t>(options.memoryLimit));
+  }
 }
 
 TEST_F(CheckInput, TakesALargeFileAsItIs) {
