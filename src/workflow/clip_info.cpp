@@ -9,6 +9,7 @@
 #include "reader/mp4_file.h"
 #include "reader/track_reader.h"
 #include "reader/typed_views.h"
+#include "workflow/clip_date.h"
 
 namespace clipchain {
 
@@ -87,7 +88,7 @@ void Analyse(MP4G::CMovieBox* movie, ClipInfo& info) {
   // The date of the movie header stands in for the camera's, which may be behind the damage.
   if (clip.timedate == MP4G::_tagSequenceTimedate{})
     clip.timedate = MP4G::CVireoMp4::ObtainMovieBoxTimedate(movie);
-  if (clip.timedate != MP4G::_tagSequenceTimedate{}) info.date = clip.timedate;
+  info.date = KnownDate(clip.timedate);
   info.uniqueID = clip.uniqueID;
   info.previousID = clip.preID;
   info.nextID = clip.nextID;

@@ -5,6 +5,7 @@
 #include "box/sample_entries.h"
 #include "reader/track_reader.h"
 #include "reader/typed_views.h"
+#include "workflow/clip_date.h"
 #include "workflow/sample_layout.h"
 
 namespace clipchain {
@@ -12,12 +13,6 @@ namespace clipchain {
 namespace {
 
 constexpr std::uint32_t kSignBit = 0x00800000;
-
-// What a camera without a clock writes: the start of the format's time.
-bool IsUnset(const MP4G::_tagSequenceTimedate& date) {
-  constexpr MP4G::_tagSequenceTimedate kStart{1904, 1, 1, 0, 0, 0};
-  return date == MP4G::_tagSequenceTimedate{} || date == kStart;
-}
 
 std::uint64_t FramesOf(std::uint64_t ticks, unsigned int trackScale,
                        const MP4G::_tagTIMECODE_DESCRIPTION& description) {
@@ -58,7 +53,7 @@ OrderFacts OrderFactsOf(const ClipFile& clip) {
   static_cast<void>(camera.ParseMovieBox(movie));
   if (camera.timedate == MP4G::_tagSequenceTimedate{})
     camera.timedate = MP4G::CVireoMp4::ObtainMovieBoxTimedate(movie);
-  if (!IsUnset(camera.timedate)) facts.date = camera.timedate;
+  facts.date = KnownDate(camera.timedate);
   if (camera.hasIDBox != 0) {
     facts.id = camera.uniqueID;
     facts.previous = camera.preID;

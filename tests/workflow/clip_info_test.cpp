@@ -53,6 +53,13 @@ class ClipInfoOf : public testing::Test {
 
 }  // namespace
 
+TEST_F(ClipInfoOf, AMovieWhoseDateWasNeverSetHasNone) {
+  support::MovieBuilder movie = support::Clip(30);
+  movie.creationTime = 0;
+  ASSERT_OK(Read(movie.Build()));
+  EXPECT_EQ(std::nullopt, info.date);
+}
+
 TEST_F(ClipInfoOf, AMovieTellsItsTracks) {
   support::MovieBuilder movie = support::Clip(30);
   movie.creationTime = 60;
