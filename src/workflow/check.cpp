@@ -46,26 +46,45 @@ class CheckRun {
   CheckReport Run() {
     if (inputs_.empty())
       result_.Add(Message::kNothingToMerge, "no clip was given", "name at least one clip");
-    for (std::size_t i = 0; i < inputs_.size(); ++i) {
-      CheckClip(i);
-      files_[i].ForgetPlaces();
-    }
-    rehearsal_.Finish(result_);
     CheckReport report;
-    report.seams = CheckDrift(drift_, files_);
-    CheckOrder(order_, files_);
-    report.outputSize = rehearsal_.OutputSize();
-    if (!options_.output.empty()) {
-      const OutputPlace place = PlaceOf(options_.output);
-      CheckOutput(options_, inputs_, place, result_);
-      CheckSpace(report.outputSize, place, result_);
-    }
+    report.stopped = !CheckClips();
+    if (!report.stopped) CheckTogether(report);
     for (const FileFindings& file : files_) Append(report.findings, file);
     Append(report.findings, result_);
     return report;
   }
 
  private:
+  // Each by itself and beside the first one. False if the caller does not want to go on.
+  bool CheckClips() {
+    for (std::size_t i = 0; i < inputs_.size(); ++i) {
+      if (options_.progress && !options_.progress(i, inputs_.size())) {
+        result_.Add(
+            Message::kMergeStopped,
+            options_.output.empty()
+                ? fmt::format("the check was stopped before clip {} of {}", i + 1, inputs_.size())
+                : "was not made: the check of the clips was stopped",
+            "run it again");
+        return false;
+      }
+      CheckClip(i);
+      files_[i].ForgetPlaces();
+    }
+    return true;
+  }
+
+  // What they give together.
+  void CheckTogether(CheckReport& report) {
+    rehearsal_.Finish(result_);
+    report.seams = CheckDrift(drift_, files_);
+    CheckOrder(order_, files_);
+    report.outputSize = rehearsal_.OutputSize();
+    if (options_.output.empty()) return;
+    const OutputPlace place = PlaceOf(options_.output);
+    CheckOutput(options_, inputs_, place, result_);
+    CheckSpace(report.outputSize, place, result_);
+  }
+
   static void Append(Findings& findings, const FileFindings& file) {
     findings.insert(findings.end(), file.All().begin(), file.All().end());
   }

@@ -1,6 +1,8 @@
 // Whether clips can be merged in an order, and what a person would regret about the result.
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,12 +23,15 @@ struct CheckOptions {
   bool overwrite = false;  // an output that exists may be replaced
   long long memoryLimit =
       0;  // bytes that the movie boxes may take; 0: half of the machine's memory
+  // Told before each clip its index and how many there are; false ends the check. May be empty.
+  std::function<bool(std::size_t index, std::size_t count)> progress{};
 };
 
 struct CheckReport {
   Findings findings;         // by file in the order given, what is about none of them at the end
   std::vector<Seam> seams;   // one for each clip, the last is the end; empty if tracks do not match
   long long outputSize = 0;  // bytes that the merged file takes, about
+  bool stopped = false;      // by `progress`: the findings, of which one says so, are not all
 };
 
 // Reads the inputs, of their media the first timecode at most, and writes nothing. Finds all there

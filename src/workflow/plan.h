@@ -2,6 +2,8 @@
 // the others do not.
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -43,11 +45,15 @@ struct PlanOptions {
   std::string folder;       // where the results go
   bool all = false;         // whole recordings of one clip, too
   bool incomplete = false;  // incomplete recordings, too, of one clip or more
+  // Told before each look at a clip how many were done and how many there are, which may begin anew
+  // once; false ends the work. May be empty.
+  std::function<bool(std::size_t done, std::size_t count)> progress{};
 };
 
 struct JoinPlan {
   std::vector<Job> jobs;  // one for each sequence, in the order of the scan
   Findings findings;      // what is about no sequence: files that could not be read or do not count
+  bool stopped = false;   // by PlanOptions::progress: there are no jobs
 };
 
 // Makes a job of each sequence. A sequence whose clips another one has too, by identifier and size,

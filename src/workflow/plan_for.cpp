@@ -66,8 +66,10 @@ std::map<std::string, const SequenceClip*> EarlierResults(const ScanReport& scan
 }
 
 // Scans without the results of earlier runs.
-ScanReport ScanClips(FoundClips& found, Findings& findings) {
-  ScanReport scan = Scan(found.volumes, {});
+ScanReport ScanClips(FoundClips& found, const PlanOptions& options, Findings& findings) {
+  ScanOptions asking;
+  asking.progress = options.progress;
+  ScanReport scan = Scan(found.volumes, asking);
   const auto results = EarlierResults(scan);
   if (results.empty()) return scan;
   for (Volume& volume : found.volumes) {
@@ -83,7 +85,7 @@ ScanReport ScanClips(FoundClips& found, Findings& findings) {
     volume.clips.erase(std::remove_if(volume.clips.begin(), volume.clips.end(), isResult),
                        volume.clips.end());
   }
-  return Scan(found.volumes, {});
+  return Scan(found.volumes, asking);
 }
 
 }  // namespace
@@ -92,8 +94,9 @@ JoinPlan PlanFor(const std::vector<std::string>& operands, const PlanOptions& op
   Findings findings;
   FoundClips found = FindClips(operands, options.folder);
   DropRepeats(found, findings);
-  const ScanReport scan = ScanClips(found, findings);
+  const ScanReport scan = ScanClips(found, options, findings);
   JoinPlan plan = Plan(scan, options);
+  plan.stopped = scan.stopped;
   plan.findings = std::move(findings);
   for (const UnreadablePath& path : found.unreadable)
     plan.findings.push_back(

@@ -5,6 +5,7 @@
 #include "clip/sequence.h"
 #include "clip/sequence_creator.h"
 #include "foundation/strings.h"
+#include "workflow/clip_date.h"
 
 namespace clipchain {
 
@@ -15,7 +16,7 @@ SequenceClip Clip(const MP4G::CVireoMp4& clip) {
   report.path = QUIRVA::PathBytesFromWide(clip.path).value_or("");
   report.volume = clip.volume;
   report.id = clip.uniqueID;
-  if (clip.timedate != MP4G::_tagSequenceTimedate{}) report.date = clip.timedate;
+  report.date = KnownDate(clip.timedate);
   report.size = clip.fileSize;
   return report;
 }
@@ -23,7 +24,7 @@ SequenceClip Clip(const MP4G::CVireoMp4& clip) {
 SequenceReport Report(MP4G::CMp4Sequence& sequence) {
   SequenceReport report{};
   MP4G::_tagSequenceTimedate date{};
-  if (sequence.GetTimedate(&date) == S_OK) report.date = date;
+  if (sequence.GetTimedate(&date) == S_OK) report.date = KnownDate(date);
   report.closedAtHead = sequence.IsClosedAtHead() != 0;
   report.closedAtTail = sequence.IsClosedAtTail() != 0;
   report.cameraStream = sequence.ConsistsOfVireoStream() != 0;
@@ -39,13 +40,53 @@ SequenceReport Report(MP4G::CMp4Sequence& sequence) {
   return report;
 }
 
+// The looks at clips.
+class Looks {
+ public:
+  Looks(const std::vector<Volume>& volumes, const ScanOptions& options)
+      : progress_(options.progress) {
+    for (const Volume& volume : volumes) count_ += volume.clips.size();
+    if (options.cards) count_ *= 2;
+  }
+
+  // Whether to take the next one.
+  bool Next() { return !progress_ || progress_(done_++, count_); }
+
+ private:
+  const std::function<bool(std::size_t, std::size_t)>& progress_;
+  std::size_t done_ = 0;
+  std::size_t count_ = 0;
+};
+
+bool Register(const std::vector<Volume>& volumes, MP4G::CSequenceCreator& creator, Looks& looks,
+              ScanReport& report) {
+  for (const Volume& volume : volumes) {
+    for (const std::string& path : volume.clips) {
+      if (!looks.Next()) return false;
+      const std::wstring wide = QUIRVA::WidePathFromBytes(path);
+      const HRESULT result = creator.RegisterMp4(wide.c_str(), _GUID{}, _GUID{});
+      if (result != S_OK) report.rejected.push_back({path, result});
+    }
+    ++creator.volume;
+  }
+  return true;
+}
+
 // A clip that was registered can still be gone or changed by now; its card then stays empty.
-void ReadCards(ScanReport& report) {
+bool ReadCards(ScanReport& report, Looks& looks) {
   for (SequenceReport& sequence : report.sequences) {
     for (SequenceClip& clip : sequence.clips) {
+      if (!looks.Next()) return false;
       static_cast<void>(ReadClipCard(clip.path, clip.card));
     }
   }
+  return true;
+}
+
+ScanReport Stopped() {
+  ScanReport report;
+  report.stopped = true;
+  return report;
 }
 
 }  // namespace
@@ -67,15 +108,9 @@ std::optional<double> Seconds(const SequenceReport& sequence) {
 
 ScanReport Scan(const std::vector<Volume>& volumes, const ScanOptions& options) {
   ScanReport report;
+  Looks looks(volumes, options);
   MP4G::CSequenceCreator creator(nullptr);
-  for (const Volume& volume : volumes) {
-    for (const std::string& path : volume.clips) {
-      const std::wstring wide = QUIRVA::WidePathFromBytes(path);
-      const HRESULT result = creator.RegisterMp4(wide.c_str(), _GUID{}, _GUID{});
-      if (result != S_OK) report.rejected.push_back({path, result});
-    }
-    ++creator.volume;
-  }
+  if (!Register(volumes, creator, looks, report)) return Stopped();
   if (options.salvage) {
     const std::size_t before = creator.sequences.size();
     report.salvaged = creator.SalvationProcess();
@@ -85,7 +120,7 @@ ScanReport Scan(const std::vector<Volume>& volumes, const ScanOptions& options) 
   for (MP4G::CMp4Sequence* sequence : creator.sequences) {
     report.sequences.push_back(Report(*sequence));
   }
-  if (options.cards) ReadCards(report);
+  if (options.cards && !ReadCards(report, looks)) return Stopped();
   return report;
 }
 

@@ -1,6 +1,8 @@
 // Registering a number of clips and telling what sequences they form.
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -48,6 +50,9 @@ struct ScanOptions {
   bool salvage = false;  // join two last sequences if the timecode of one runs on from the other's
   bool divide = false;   // cut sequences where their volume changes, sparing the first such one
   bool cards = false;    // read each clip's duration and thumbnail, which takes another look at it
+  // Told before each look at a clip how many were done and how many there are; false ends the scan.
+  // May be empty.
+  std::function<bool(std::size_t done, std::size_t count)> progress{};
 };
 
 struct ScanReport {
@@ -56,6 +61,7 @@ struct ScanReport {
   bool joined = false;                    // whether salvage joined two sequences
   HRESULT salvaged = S_OK;                // what kept salvage from reading a timecode
   HRESULT divided = S_OK;
+  bool stopped = false;  // by `progress`: nothing else is told
 };
 
 // Registers the clips volume by volume. Salvage runs before the division.

@@ -48,6 +48,37 @@ class PlanForPaths : public testing::Test {
   const std::string date = "1904-01-01_00-01-00_";
 };
 
+TEST_F(PlanForPaths, NamesNoDateThatWasNeverSet) {
+  Put("card/1.mp4", support::TinyClip(ChainLink(1, 2), 0));
+  Put("card/2.mp4", support::TinyClip(ChainLink(2, 2), 0));
+  const JoinPlan plan = From({At("card")});
+  ASSERT_EQ(1u, plan.jobs.size());
+  EXPECT_EQ(std::nullopt, plan.jobs[0].date);
+  EXPECT_EQ(At("card/joined/unknown-date_1.mp4"), plan.jobs[0].output);
+}
+
+TEST_F(PlanForPaths, StopsWhenItIsToldTo) {
+  const std::string result = PutLink("card/" + date + "1.mp4", 1, 2);
+  PutLink("card/1.mp4", 1, 2);
+  PutLink("card/2.mp4", 2, 2);
+  // An earlier result among the clips makes them be read a second time.
+  std::size_t asked = 0;
+  std::size_t last = 100;
+  clipchain::PlanOptions options;
+  options.folder = At("joined");
+  options.progress = [&](std::size_t, std::size_t) { return asked++ != last; };
+  EXPECT_EQ(1u, PlanFor({At("card")}, options).jobs.size());
+  EXPECT_EQ(5u, asked);
+  for (last = 0; last < 5; ++last) {
+    asked = 0;
+    const JoinPlan plan = PlanFor({At("card")}, options);
+    EXPECT_TRUE(plan.stopped) << last;
+    EXPECT_TRUE(plan.jobs.empty()) << last;
+    EXPECT_EQ(last + 1, asked);
+  }
+  EXPECT_FALSE(From({At("card")}).stopped);
+}
+
 TEST_F(PlanForPaths, FindsASequenceOverSeveralFolders) {
   const std::string second = PutLink("card/2.mp4", 2, 2);
   const std::string first = PutLink("other/1.mp4", 1, 2);

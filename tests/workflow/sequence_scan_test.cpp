@@ -65,6 +65,7 @@ TEST_F(SequenceScan, OfNothingIsEmpty) {
   const ScanReport report = Scan({}, {true, true});
   EXPECT_TRUE(report.sequences.empty());
   EXPECT_TRUE(report.rejected.empty());
+  EXPECT_FALSE(report.stopped);
   EXPECT_FALSE(report.joined);
   EXPECT_OK(report.salvaged);
   EXPECT_OK(report.divided);
@@ -102,6 +103,50 @@ TEST_F(SequenceScan, TellsWhatEachClipIs) {
   EXPECT_EQ(static_cast<long long>(std::filesystem::file_size(first)), clips[0].size);
   EXPECT_TRUE(report.sequences[1].clips[0].id == _GUID{});
   EXPECT_EQ((MP4G::_tagSequenceTimedate{1904, 1, 1, 0, 1, 1}), report.sequences[1].clips[0].date);
+}
+
+// The start of the format's time is what a camera without a clock writes.
+TEST_F(SequenceScan, KnowsNoDateWhereNoneWasSet) {
+  const ScanReport report =
+      Scan({{"", {Put("unset", support::PlainClip(0)), Put("set", support::PlainClip(1))}}}, {});
+  ASSERT_EQ((Chains{{"unset"}, {"set"}}), ChainsOf(report));
+  EXPECT_EQ(std::nullopt, report.sequences[0].date);
+  EXPECT_EQ(std::nullopt, report.sequences[0].clips[0].date);
+  EXPECT_EQ((MP4G::_tagSequenceTimedate{1904, 1, 1, 0, 0, 1}), report.sequences[1].date);
+  EXPECT_EQ((MP4G::_tagSequenceTimedate{1904, 1, 1, 0, 0, 1}), report.sequences[1].clips[0].date);
+}
+
+TEST_F(SequenceScan, AsksBeforeEachClipWhetherToGoOn) {
+  const std::vector<std::string> clips = {ChainFile(1, 2), ChainFile(2, 2),
+                                          Put("plain", support::PlainClip(61))};
+  using Step = std::pair<std::size_t, std::size_t>;
+  std::vector<Step> steps;
+  clipchain::ScanOptions options;
+  options.progress = [&steps](std::size_t done, std::size_t count) {
+    steps.emplace_back(done, count);
+    return true;
+  };
+  const std::vector<clipchain::Volume> volumes = {{"a", {clips[0]}}, {"b", {clips[1], clips[2]}}};
+  const ScanReport whole = Scan(volumes, options);
+  EXPECT_EQ((std::vector<Step>{{0, 3}, {1, 3}, {2, 3}}), steps);
+  EXPECT_FALSE(whole.stopped);
+  ASSERT_EQ((Chains{{"1", "2"}, {"plain"}}), ChainsOf(whole));
+
+  steps.clear();
+  options.cards = true;
+  EXPECT_EQ(2u, Scan(volumes, options).sequences.size());
+  EXPECT_EQ((std::vector<Step>{{0, 6}, {1, 6}, {2, 6}, {3, 6}, {4, 6}, {5, 6}}), steps);
+  for (std::size_t last = 0; last < 6; ++last) {
+    std::size_t asked = 0;
+    options.progress = [&asked, last](std::size_t done, std::size_t) {
+      ++asked;
+      return done != last;
+    };
+    const ScanReport part = Scan(volumes, options);
+    EXPECT_TRUE(part.stopped) << last;
+    EXPECT_TRUE(part.sequences.empty()) << last;
+    EXPECT_EQ(last + 1, asked);
+  }
 }
 
 TEST_F(SequenceScan, TellsWhichEndIsOpen) {
