@@ -127,10 +127,17 @@ class Drift {
         Message::kTrackDrift,
         fmt::format("would {} with {} {:.1f} ms {} {}", isEnd ? "end" : "begin", TrackWords(late),
                     spread.milliseconds, isEnd ? "after" : "behind", TrackWords(early)),
-        "merge fewer clips at once, or cut the longer track of each clip to the length of the "
-        "other");
+        Remedy(about));
     finding.severity = severity;
     finding.track = late.id;
+  }
+
+  // Of two clips, and of the first two, there is nothing less to merge.
+  std::string Remedy(std::size_t about) const {
+    const std::string cut = "cut the longer track of each clip to the length of the other first";
+    if (clips_.size() == 2) return cut + ", or leave the clips apart, where each is in step";
+    if (about < 2) return cut;
+    return fmt::format("merge no more than the {} clips before it at once, or {}", about, cut);
   }
 
   const std::vector<ClipTracks>& clips_;

@@ -84,7 +84,7 @@ class ClipCensus {
         Message::kClipsContradict, second.path,
         fmt::format("says that it is the same clip as {}, but has {} bytes where that has {}",
                     Shown(first.path), second.size, first.size),
-        "leave the file out that is not the clip, and join again");
+        "move the file that is not the clip to a folder of its own, and join again without that");
   }
 
   std::string CopyWords(const SequenceReport& sequence) {

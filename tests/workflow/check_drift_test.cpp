@@ -109,3 +109,21 @@ TEST_F(CheckDrift, OfOtherTracksIsAWarning) {
   EXPECT_THAT(SeamsOf(report), ElementsAre(0, 0));
   EXPECT_EQ(Severity::kWarning, Only(report, Message::kTrackDrift).severity);
 }
+
+// Nobody can merge less than two clips.
+TEST_F(CheckDrift, RecommendsWhatCanBeDone) {
+  const std::string good = ClipWith("good", 0);
+  const std::string even = ClipWith("even", 0);
+  const std::string late = ClipWith("late", 20 * kMillisecond);
+  const auto remedyFor = [](const std::vector<std::string>& clips) {
+    return Only(CheckAll(clips), Message::kTrackDrift).remedy;
+  };
+  const std::string cut = "cut the longer track of each clip to the length of the other first";
+  EXPECT_EQ(cut + ", or leave the clips apart, where each is in step", remedyFor({late, good}));
+  EXPECT_EQ(cut + ", or leave the clips apart, where each is in step", remedyFor({good, late}));
+  EXPECT_EQ(cut, remedyFor({late, good, even}));
+  EXPECT_EQ("merge no more than the 2 clips before it at once, or " + cut,
+            remedyFor({good, late, even}));
+  EXPECT_EQ("merge no more than the 2 clips before it at once, or " + cut,
+            remedyFor({good, even, late}));
+}

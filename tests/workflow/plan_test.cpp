@@ -182,6 +182,8 @@ TEST(Plan, LeavesEverySequenceOutThatHoldsOneOfTwoFilesThatClaimToBeAClip) {
   ASSERT_EQ(1u, plan.jobs[0].findings.size());
   const Finding& finding = plan.jobs[0].findings[0];
   EXPECT_EQ(Message::kClipsContradict, finding.message);
+  // A folder that is named can't spare a file of its own, and nobody is to delete one.
+  EXPECT_THAT(finding.remedy, HasSubstr("move the file"));
   EXPECT_EQ("whole.mp4", finding.path);
   EXPECT_EQ("says that it is the same clip as a/1.mp4, but has 200 bytes where that has 100",
             finding.text);
