@@ -64,6 +64,7 @@ class Run {
   bool Prepare();
   bool NoteInputs();
   bool CreatePart();
+  [[nodiscard]] HRESULT StartEngine(const std::wstring& path);
   bool FailCreate(int error);
 
   bool Copy();
@@ -144,26 +145,26 @@ bool Run::NoteInputs() {
   return MayReplace();
 }
 
-// The engine is handed a file that is open already, so that it need not make one: it would replace
-// whatever has the name.
 bool Run::CreatePart() {
   if (const int error = part_.Create(options_.output); error != 0) return FailCreate(error);
-  const std::wstring path = Wide(part_.path());
+  report_.result = StartEngine(Wide(part_.path()));
+  return report_.result == S_OK ||
+         Fail(Message::kOutputUnwritable, options_.output, "can't be opened for writing",
+              "choose a folder that can be written", MP4G_E_OUTPUT_OPEN);
+}
+
+// The engine is handed a file that is open already, so that it need not make one: it would replace
+// whatever has the name.
+HRESULT Run::StartEngine(const std::wstring& path) {
   auto file = std::make_unique<QUIRVA::QvFile>();
-  report_.result = file->Open(path.c_str(), QUIRVA::QvFile::kWrite);
-  if (report_.result == S_OK)
-    report_.result = MP4G::CMp4LiveMerge::CreateInstance(engine_.Receive());
-  if (report_.result == S_OK) {
-    MP4G::IMp4LiveMergeDelegate* delegate = &progress_;
-    report_.result = engine_->SetDelegate(MP4G::IID_IMp4LiveMergeDelegate, delegate);
-  }
-  if (report_.result == S_OK) report_.result = engine_->SetOutputPath(path.c_str());
-  if (report_.result != S_OK)
-    return Fail(Message::kOutputUnwritable, options_.output, "can't be opened for writing",
-                "choose a folder that can be written", MP4G_E_OUTPUT_OPEN);
+  RETURN_IF_NOT_OK(file->Open(path.c_str(), QUIRVA::QvFile::kWrite));
+  RETURN_IF_NOT_OK(MP4G::CMp4LiveMerge::CreateInstance(engine_.Receive()));
+  MP4G::IMp4LiveMergeDelegate* delegate = &progress_;
+  RETURN_IF_NOT_OK(engine_->SetDelegate(MP4G::IID_IMp4LiveMergeDelegate, delegate));
+  RETURN_IF_NOT_OK(engine_->SetOutputPath(path.c_str()));
   engine_->core->writer = std::make_unique<MP4G::CMp4Writer>(engine_.get());
   engine_->core->writer->outputFile = std::move(file);
-  return true;
+  return S_OK;
 }
 
 bool Run::FailCreate(int error) {
@@ -287,8 +288,6 @@ bool Run::MayReplace() {
 
 bool Run::Publish() {
   if (!Enter(Phase::kFlushing) || !MayReplace()) return false;
-  struct stat status;
-  const bool known = ::fstat(part_.descriptor(), &status) == 0;
   if (const int error = part_.Publish(options_.overwrite); error != 0) {
     if (error == EEXIST)
       return Fail(Message::kOutputExists, options_.output, "exists already",
@@ -296,7 +295,7 @@ bool Run::Publish() {
     return Fail(Message::kOutputUnnamed, options_.output, "can't get its name: " + ErrorText(error),
                 "choose another folder", MP4G_E_OUTPUT_OPEN);
   }
-  if (known) report_.size = status.st_size;
+  report_.size = FileSize(options_.output);
   if (const int error = part_.FlushFolder(); error != 0)
     return Fail(Message::kOutputNotDurable, options_.output,
                 "is complete, but its folder can't be flushed: " + ErrorText(error),

@@ -10,8 +10,8 @@ namespace support {
 
 namespace fs = std::filesystem;
 
-TempDir::TempDir() {
-  std::string pattern = (fs::temp_directory_path() / "clipchain-test-XXXXXX").string();
+TempDir::TempDir(const fs::path& parent) {
+  std::string pattern = (parent / "clipchain-test-XXXXXX").string();
   if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
   path_ = pattern;
 }

@@ -123,6 +123,9 @@ TEST_F(PartFileTest, SaysWhyItCannotBeCreated) {
 TEST_F(PartFileTest, CutsNamesAtTheLimitBetweenCharacters) {
   std::string name;
   while (name.size() < 251) name += "\xC3\xA4";
+  // What is no text is cut all the same.
+  PartFile odd;
+  ASSERT_EQ(0, odd.Create(folder / std::string(255, '\x80')));
   for (const std::string& shift : {std::string(), std::string("x")}) {
     const std::string longest = folder / (shift + name.substr(0, 250) + ".mp4");
     PartFile part;
@@ -167,7 +170,8 @@ TEST_F(PartFileTest, TakesNothingElseForALeftover) {
        {"out.mp4", ".out.mp4", ".out.mp4.part", "out.mp4.clipchain-1-0123456789abcdef.part",
         ".other.mp4.clipchain-1-0123456789abcdef.part", ".out.mp4.clipchain-1-0123456789abcdef",
         ".out.mp4.clipchain-1-0123456789abcde.part", ".out.mp4.clipchain--0123456789abcdef.part",
-        ".out.mp4.clipchain-x-0123456789abcdef.part", ".out.mp4.clipchain-1-0123456789ABCDEF.part"})
+        ".out.mp4.clipchain-1x0123456789abcdef.part", ".out.mp4.clipchain-x-0123456789abcdef.part",
+        ".out.mp4.clipchain-1-0123456789ABCDEF.part"})
     Put(name);
   fs::create_directory(folder / ".out.mp4.clipchain-1-00000000000000ff.part");
   fs::create_symlink("out.mp4", folder / ".out.mp4.clipchain-1-00000000000000fe.part");

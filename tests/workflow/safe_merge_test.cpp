@@ -11,9 +11,10 @@
 
 #include "support/movie_builder.h"
 #include "support/result_matchers.h"
-#include "support/temp_dir.h"
+#include "workflow/safe_merge_fixture.h"
 
 using namespace clipchain;
+using SafeMergeTest = support::SafeMergeFixture;
 using support::Bytes;
 using support::ReadFile;
 using support::Text;
@@ -24,66 +25,6 @@ namespace fs = std::filesystem;
 namespace {
 
 using Phase = MergeStep::Phase;
-
-class SafeMergeTest : public testing::Test {
- protected:
-  SafeMergeTest() {
-    options.output = folder / "out.mp4";
-    Put("a.mp4", support::Clip(30, 1).Build());
-    Put("b.mp4", support::Clip(25, 7).Build());
-    inputs = {folder / "a.mp4", folder / "b.mp4"};
-  }
-
-  std::string Put(const std::string& name, const Bytes& bytes) {
-    support::WriteFile(folder / name, bytes);
-    return folder / name;
-  }
-  // Everything that has a name in the folder, the clips aside.
-  std::vector<std::string> Left() const {
-    std::vector<std::string> names;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder.path())) {
-      const std::string name = entry.path().filename();
-      if (name != "a.mp4" && name != "b.mp4") names.push_back(name);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-  std::string PartName() const {
-    for (const std::string& name : Left()) {
-      if (name.front() == '.') return name;
-    }
-    return "";
-  }
-
-  // Fails with that message, about that file, as the last thing that is found.
-  SafeMergeReport ExpectFailure(Message message, const std::string& path) {
-    SafeMergeReport report = SafeMerge(inputs, options);
-    EXPECT_FALSE(report.done);
-    EXPECT_FALSE(report.findings.empty());
-    if (!report.findings.empty()) {
-      const Finding& last = report.findings.back();
-      EXPECT_EQ(MessageName(message), MessageName(last.message)) << last.text;
-      EXPECT_EQ(path, last.path);
-      EXPECT_NE("", last.text);
-    }
-    return report;
-  }
-
-  // Does something when that phase is entered for the first time.
-  void At(Phase phase, std::function<void()> action) {
-    options.progress = [phase, action, once = true](const MergeStep& step) mutable {
-      if (step.phase == phase && once) {
-        once = false;
-        action();
-      }
-      return true;
-    };
-  }
-
-  support::TempDir folder;
-  std::vector<std::string> inputs;
-  SafeMergeOptions options;
-};
 
 const std::vector<std::string> kOutputOnly = {"out.mp4"};
 const std::vector<std::string> kNothing = {};
@@ -216,14 +157,47 @@ TEST_F(SafeMergeTest, KeepsTheOldOutputWhenItFails) {
 TEST_F(SafeMergeTest, NeverReplacesAnInputThatComesToHaveTheOutputsName) {
   options.overwrite = true;
   const Bytes a = ReadFile(inputs[0]);
-  At(Phase::kFlushing, [&] { fs::create_hard_link(inputs[0], options.output); });
-  ExpectFailure(Message::kOutputIsInput, options.output);
-  EXPECT_EQ(a, ReadFile(inputs[0]));
-  EXPECT_EQ(a, ReadFile(options.output));
+  for (const bool symbolic : {false, true}) {
+    At(Phase::kFlushing, [&] {
+      if (symbolic) {
+        fs::create_symlink(inputs[0], options.output);
+      } else {
+        fs::create_hard_link(inputs[0], options.output);
+      }
+    });
+    ExpectFailure(Message::kOutputIsInput, options.output);
+    EXPECT_EQ(a, ReadFile(inputs[0]));
+    EXPECT_EQ(a, ReadFile(options.output));
+    EXPECT_EQ(symbolic, fs::is_symlink(options.output));
+    fs::remove(options.output);
+  }
+}
+
+TEST_F(SafeMergeTest, ReplacesALinkThatLeadsNowhereByAFile) {
+  options.overwrite = true;
+  fs::create_symlink("nowhere", options.output);
+  EXPECT_TRUE(SafeMerge(inputs, options).done);
+  EXPECT_FALSE(fs::is_symlink(options.output));
+  EXPECT_EQ(kOutputOnly, Left());
+}
+
+// A file there may have the number that an input has here.
+TEST_F(SafeMergeTest, ReplacesAnOutputOnAnotherDisk) {
+  if (!fs::is_directory("/dev/shm")) GTEST_SKIP() << "no other disk";
+  const support::TempDir other("/dev/shm");
+  options.overwrite = true;
+  options.output = other / "out.mp4";
+  support::WriteFile(options.output, Text("old"));
+  EXPECT_TRUE(SafeMerge(inputs, options).done);
+  EXPECT_NE(Text("old"), ReadFile(options.output));
 }
 
 TEST_F(SafeMergeTest, NeverReplacesWhatIsNoFile) {
   options.overwrite = true;
+  At(Phase::kFlushing, [&] { EXPECT_EQ(0, ::mkfifo(options.output.c_str(), 0600)); });
+  ExpectFailure(Message::kOutputUnwritable, options.output);
+  EXPECT_TRUE(fs::is_fifo(options.output));
+  fs::remove(options.output);
   At(Phase::kFlushing, [&] { fs::create_directory(options.output); });
   ExpectFailure(Message::kOutputUnwritable, options.output);
   EXPECT_TRUE(fs::is_directory(options.output));
@@ -237,6 +211,82 @@ TEST_F(SafeMergeTest, NeverReplacesWhatIsNoFile) {
 TEST_F(SafeMergeTest, FindsThatAnInputChanged) {
   At(Phase::kVerifying, [&] { fs::last_write_time(inputs[1], fs::file_time_type::min()); });
   ExpectFailure(Message::kInputChanged, inputs[1]);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, FindsThatAnInputGrewWasReplacedOrWent) {
+  const Bytes clip = ReadFile(inputs[1]);
+  const auto time = fs::last_write_time(inputs[1]);
+  const std::function<void()> changes[] = {[&] {
+                                             Bytes longer = clip;
+                                             longer.push_back(0);
+                                             Put("b.mp4", longer);
+                                             fs::last_write_time(inputs[1], time);
+                                           },
+                                           [&] {
+                                             Put("new", clip);
+                                             fs::last_write_time(folder / "new", time);
+                                             fs::rename(folder / "new", inputs[1]);
+                                           },
+                                           [&] { fs::remove(inputs[1]); }};
+  for (const auto& change : changes) {
+    At(Phase::kFlushing, change);
+    ExpectFailure(Message::kInputChanged, inputs[1]);
+    EXPECT_EQ(kNothing, Left());
+    Put("b.mp4", clip);
+    fs::last_write_time(inputs[1], time);
+  }
+}
+
+TEST_F(SafeMergeTest, NamesAnInputThatGoesBeforeItIsCopied) {
+  int checks = 0;
+  options.progress = [&](const MergeStep& step) {
+    if (step.phase == Phase::kChecking && ++checks == 2) fs::remove(inputs[1]);
+    return true;
+  };
+  ExpectFailure(Message::kInputUnreadable, inputs[1]);
+  Put("b.mp4", support::Clip(25, 7).Build());
+  At(Phase::kCopying, [&] { fs::remove(inputs[1]); });
+  const SafeMergeReport report = ExpectFailure(Message::kInputRefused, inputs[1]);
+  EXPECT_EQ("can't be opened: there is no such file", report.findings.back().text);
+  EXPECT_EQ(kNothing, Left());
+}
+
+// The check would have said that its media is cut off.
+TEST_F(SafeMergeTest, EndsACopyThatStandsStill) {
+  support::MovieBuilder movie = support::Clip(25, 7);
+  movie.movieFirst = true;
+  const Bytes clip = movie.Build();
+  At(Phase::kCopying, [&] { Put("b.mp4", support::Slice(clip, 0, clip.size() - 9)); });
+  ExpectFailure(Message::kCopyStalled, inputs[1]);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, EndsACopyWhoseClipIsCutMeanwhile) {
+  options.progress = [&, cut = false](const MergeStep& step) mutable {
+    if (step.phase == Phase::kCopying && step.clip == 1 && !std::exchange(cut, true))
+      fs::resize_file(inputs[1], fs::file_size(inputs[1]) / 2);
+    return true;
+  };
+  const SafeMergeReport report = ExpectFailure(Message::kInputRefused, inputs[1]);
+  EXPECT_EQ("can't be read to its end", report.findings.back().text);
+  EXPECT_RESULT(E_FAIL, report.findings.back().result);
+  EXPECT_EQ(kNothing, Left());
+}
+
+// The last offset alone decides on the form of 32 bits. The check would have said so, too.
+TEST_F(SafeMergeTest, SaysThatAMovieBoxCannotBeCompleted) {
+  support::MovieBuilder movie = support::Clip(30, 1);
+  movie.tracks[0].co64 = true;
+  const Bytes clip = movie.Build();
+  inputs.pop_back();
+  int checks = 0;
+  options.progress = [&](const MergeStep& step) {
+    if (step.phase == Phase::kChecking && ++checks == 2)
+      Put("a.mp4", support::WithU32(clip, support::FindBox(clip, "co64") + 16, 1));
+    return true;
+  };
+  ExpectFailure(Message::kOutputUnfinished, options.output);
   EXPECT_EQ(kNothing, Left());
 }
 

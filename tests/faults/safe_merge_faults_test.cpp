@@ -1,0 +1,126 @@
+// A merge when the system refuses a call at the very place where the output comes into being.
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "support/failing_calls.h"
+#include "workflow/join.h"
+#include "workflow/safe_merge_fixture.h"
+
+namespace fs = std::filesystem;
+using clipchain::Findings;
+using clipchain::Job;
+using clipchain::Message;
+using clipchain::SafeMerge;
+using clipchain::SafeMergeReport;
+using clipchain::Verification;
+using support::Call;
+using support::Disturbance;
+using support::ReadFile;
+using support::Text;
+
+namespace {
+
+class SafeMergeFaults : public support::SafeMergeFixture {
+ protected:
+  // How often a whole merge makes that call.
+  std::size_t CountOf(Call call) {
+    const Disturbance disturbance(call, 0, Disturbance::kAll);
+    EXPECT_TRUE(SafeMerge(inputs, options).done);
+    fs::remove(options.output);
+    return disturbance.Count();
+  }
+};
+
+const std::vector<std::string> kNothing;
+
+}  // namespace
+
+TEST_F(SafeMergeFaults, EveryRefusedCallLeavesNoOutputOrAWholeOne) {
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  const support::Bytes whole = ReadFile(options.output);
+  fs::remove(options.output);
+  for (const Verification verification : {Verification::kSeams, Verification::kFull}) {
+    options.verification = verification;
+    for (const Call call :
+         {Call::kFlock, Call::kFstat, Call::kFsync, Call::kOpen, Call::kRenameat2, Call::kWrite}) {
+      const std::size_t calls = CountOf(call);
+      EXPECT_LT(0u, calls);
+      for (std::size_t index = 0; index < calls; ++index) {
+        for (const std::size_t count : {std::size_t{1}, Disturbance::kAll}) {
+          SCOPED_TRACE(testing::Message() << static_cast<int>(call) << ' ' << index);
+          SafeMergeReport report;
+          {
+            const Disturbance disturbance(call, EIO, index, count);
+            report = SafeMerge(inputs, options);
+          }
+          EXPECT_TRUE(report.done || HoldsUp(report.findings, true));
+          EXPECT_EQ("", PartName());
+          if (report.done) {
+            EXPECT_EQ(static_cast<long long>(whole.size()), report.size);
+          }
+          if (report.done || fs::exists(options.output)) {
+            EXPECT_EQ(whole, ReadFile(options.output));
+          }
+          fs::remove(options.output);
+        }
+      }
+    }
+  }
+}
+
+TEST_F(SafeMergeFaults, SaysThatTheHiddenFileStays) {
+  options.progress = [](const clipchain::MergeStep& step) {
+    return step.phase != clipchain::MergeStep::Phase::kVerifying;
+  };
+  const Disturbance disturbance(Call::kUnlink, EROFS, 0, 1);
+  const SafeMergeReport report = SafeMerge(inputs, options);
+  ASSERT_LE(2u, report.findings.size());
+  EXPECT_EQ(Message::kLeftover, report.findings.back().message);
+  EXPECT_EQ("can't be removed: Read-only file system", report.findings.back().text);
+}
+
+TEST_F(SafeMergeFaults, NeverReplacesWhatAppearsAtTheLastMoment) {
+  const Disturbance disturbance(Call::kRenameat2, [this] { Put("out.mp4", Text("new")); });
+  ExpectFailure(Message::kOutputExists, options.output);
+  EXPECT_EQ(Text("new"), ReadFile(options.output));
+  EXPECT_EQ(std::vector<std::string>{"out.mp4"}, Left());
+}
+
+TEST_F(SafeMergeFaults, SaysWhenTheNameIsRefused) {
+  const Disturbance disturbance(Call::kRenameat2, EPERM);
+  ExpectFailure(Message::kOutputUnnamed, options.output);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeFaults, KeepsACompleteOutputWhoseFolderCannotBeFlushed) {
+  const std::size_t flushes = CountOf(Call::kFsync);
+  const Disturbance disturbance(Call::kFsync, EIO, flushes - 1);
+  const SafeMergeReport report = ExpectFailure(Message::kOutputNotDurable, options.output);
+  EXPECT_EQ(static_cast<long long>(fs::file_size(options.output)), report.size);
+}
+
+TEST_F(SafeMergeFaults, NamesAWriteThatFailedOnce) {
+  const Disturbance disturbance(Call::kWrite, EIO, 0, 1);
+  const SafeMergeReport report = ExpectFailure(Message::kOutputUnwritable, options.output);
+  EXPECT_EQ("can't be written; the disk may be full", report.findings.back().text);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeFaults, AResultThatIsThereCountsOnlyOnceItIsFlushed) {
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  Job job;
+  job.inputs = inputs;
+  job.output = options.output;
+  const auto look = [&job] { return VerifyOutput(job, nullptr); };
+  EXPECT_TRUE(look().empty());
+  for (const std::size_t index : {0u, 1u}) {
+    const Disturbance disturbance(Call::kFsync, EIO, index, 1);
+    const Findings found = look();
+    ASSERT_EQ(1u, found.size());
+    EXPECT_EQ(Message::kOutputUnflushed, found[0].message);
+    EXPECT_EQ("check the disk before you delete the clips", found[0].remedy);
+  }
+  const Disturbance disturbance(Call::kFstat, EIO, 0, 1);
+  EXPECT_FALSE(look().empty());
+}
