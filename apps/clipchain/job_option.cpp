@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <system_error>
@@ -66,8 +67,12 @@ JobResult MergeJob(const Job& job, const SafeMergeOptions& options) {
   join.verification = options.verification;
   join.memoryLimit = options.memoryLimit;
   join.removeLeftover = options.removeLeftover;
-  join.progress = [&options](const JoinStep& step) {
-    return !options.progress || options.progress({step.phase, step.clip, step.current, step.total});
+  join.progress = [&](const JoinStep& step) {
+    // A merge counts each phase by itself; a join of one job counts all that it has to do.
+    const bool verifies = step.phase == MergeStep::Phase::kVerifying;
+    const long long before = verifies ? step.total - job.size : 0;
+    const long long current = std::min(step.current - before, job.size);
+    return !options.progress || options.progress({step.phase, step.clip, current, job.size});
   };
   const JobReport report = Join(plan, join).jobs.front();
   JobResult result;

@@ -432,6 +432,28 @@ TEST_F(JoinCommand, AJobLooksAtItsOwnClipsAlone) {
             job.size);
 }
 
+TEST_F(JoinCommand, AJobTellsHowFarEachPhaseIs) {
+  PutTwoRecordings();
+  ASSERT_EQ(0, JoinBoth({"--plan", At("plan.json")}).exitCode);
+  Job job;
+  ASSERT_TRUE(clipchain::FindJob({At("plan.json"), "1"}, job));
+  for (const bool again : {false, true}) {
+    std::vector<long long> verified;
+    clipchain::SafeMergeOptions options;
+    options.verification = clipchain::Verification::kFull;
+    options.progress = [&](const clipchain::MergeStep& step) {
+      EXPECT_EQ(job.size, step.total);
+      EXPECT_GE(job.size, step.current);
+      if (step.phase == clipchain::MergeStep::Phase::kVerifying) verified.push_back(step.current);
+      return true;
+    };
+    EXPECT_EQ(again, MergeJob(job, options).already);
+    ASSERT_FALSE(verified.empty());
+    EXPECT_EQ(0, verified.front());
+    EXPECT_LT(0, verified.back());
+  }
+}
+
 TEST_F(JoinCommand, AJobNeedsANumberThatThePlanHas) {
   PutTwoRecordings();
   const std::string plan = At("plan.json");
