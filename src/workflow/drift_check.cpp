@@ -68,12 +68,12 @@ class Drift {
   }
 
  private:
+  // Tracks that continue each other have one type.
   bool HasTheTracksOfTheFirst(const ClipTracks& clip) const {
     const ClipTracks& first = clips_.front();
-    return std::equal(clip.begin(), clip.end(), first.begin(), first.end(),
-                      [](const TrackFacts& a, const TrackFacts& b) {
-                        return a.entryType == b.entryType && a.timeScale == b.timeScale;
-                      });
+    return std::equal(
+        clip.begin(), clip.end(), first.begin(), first.end(),
+        [](const TrackFacts& a, const TrackFacts& b) { return a.timeScale == b.timeScale; });
   }
 
   // A picture that stands still, such as a cover, has no time to be in step with.

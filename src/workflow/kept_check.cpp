@@ -72,7 +72,6 @@ class KeptCheck {
     }
     long long behind = FirstEntryDistance(box);
     for (const MP4G::CBox* child : box.children) {
-      if (child == nullptr) continue;
       const long long distance = ChildDistance(box, *child, behind);
       Visit(*child, offset + distance);
       behind = distance + child->GetBoxSize();
@@ -136,11 +135,10 @@ class KeptCheck {
 }  // namespace
 
 void CheckKept(const ClipFile& clip, FileFindings& findings) {
-  const TopLevelBox* place = clip.MoviePlace();
-  if (place == nullptr || clip.Movie() == nullptr) return;
+  const TopLevelBox& place = *clip.MoviePlace();
   const std::vector<unsigned char> bytes =
-      clip.Read(place->position, static_cast<unsigned int>(place->size));
-  KeptCheck(bytes, place->position, findings).Visit(*clip.Movie(), 0);
+      clip.Read(place.position, static_cast<unsigned int>(place.size));
+  KeptCheck(bytes, place.position, findings).Visit(*clip.Movie(), 0);
 }
 
 }  // namespace clipchain

@@ -108,3 +108,54 @@ TEST_F(BoxDifferences, NameTheFieldsOfDescriptors) {
   EXPECT_EQ("esds avgBitrate: 128000, 128001", Compare(audio, Changed(audio, at(19), 1)));
   EXPECT_EQ("esds DecoderSpecificInfo: 1190, 1188", Compare(audio, Changed(audio, at(23), 0x88)));
 }
+
+TEST_F(BoxDifferences, NameTheFieldsOfBoxesInsideOfAnEntry) {
+  const auto rates = [this](std::uint32_t most) {
+    return Longer(avc, Box("btrt", {support::U32(1000), support::U32(most), support::U32(1500)}));
+  };
+  EXPECT_EQ("btrt maxBitrate: 2000, 2001", Compare(rates(2000), rates(2001)));
+  const auto colours = [this](const char* kind, std::uint16_t primaries) {
+    return Longer(avc, Box("colr", {support::Text(kind), support::U16(primaries), support::U16(1),
+                                    support::U16(1), support::U8(0x80)}));
+  };
+  EXPECT_EQ("colr colour_primaries: 1, 9", Compare(colours("nclx", 1), colours("nclx", 9)));
+  EXPECT_EQ("colr colour_type: \"nclx\", \"nclc\"",
+            Compare(colours("nclx", 1), colours("nclc", 1)));
+}
+
+TEST_F(BoxDifferences, NameTheFieldsOfATimecode) {
+  const auto entry = [](std::uint32_t duration, std::uint8_t frames) {
+    return Box("tmcd",
+               {support::Zeros(6), support::U16(1), support::U32(0), support::U32(1),
+                support::U32(30000), support::U32(duration), support::U8(frames), support::U8(0)});
+  };
+  EXPECT_EQ("tmcd frame duration: 1001, 1000", Compare(entry(1001, 30), entry(1000, 30)));
+  EXPECT_EQ("tmcd number of frames: 30, 25", Compare(entry(1001, 30), entry(1001, 25)));
+}
+
+TEST_F(BoxDifferences, SayHowManyBytesAreAtAnEnd) {
+  const auto with = [this](std::size_t more) {
+    return Longer(avc, Box("pasp", {support::U32(1), support::U32(1), support::Zeros(more)}));
+  };
+  EXPECT_EQ("pasp the number of bytes at its end: 4, 6", Compare(with(4), with(6)));
+}
+
+TEST_F(BoxDifferences, CutLongValues) {
+  const auto with = [](std::uint8_t last) {
+    const Bytes info = support::Fill(39, 0x11) + support::U8(last);
+    const Bytes decoder = Hex("04 37 40 15 000300 0001F400 0001F400 05 28") + info;
+    const Bytes esds = support::FullBox("esds", 0, 0, {Hex("03 3C 0002 00"), decoder});
+    return Box("mp4a", {support::Zeros(6), support::U16(1), support::Zeros(8), support::U16(2),
+                        support::U16(16), support::Zeros(4), support::U32(48000u << 16), esds});
+  };
+  const std::string shown(64, '1');
+  EXPECT_EQ("esds DecoderSpecificInfo: " + shown + "..., " + shown + "...",
+            Compare(with(1), with(2)));
+}
+
+TEST_F(BoxDifferences, CountPictureParameterSets) {
+  const auto with = [](const char* digits) { return support::AvcEntry(Hex(digits)); };
+  EXPECT_EQ("avcC numOfPictureParameterSets, byte 20: 01000468EE3CB0, 00",
+            Compare(with("01640028FFE1000467640028 01000468EE3CB0"),
+                    with("01640028FFE1000467640028 00")));
+}

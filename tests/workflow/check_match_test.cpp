@@ -237,6 +237,21 @@ TEST_F(CheckMatch, FindsDurationsThatDoNotFitTheHeader) {
   EXPECT_THAT(NamesOf(CheckPair(clip, clip)), IsEmpty());
 }
 
+// What goes wrong with one clip goes wrong with all behind it.
+TEST_F(CheckMatch, SaysOnceWhereDurationsAndSizesBeginToBeWrong) {
+  MovieBuilder clip = EvenClip();
+  clip.duration = 0x90000000;
+  clip.tracks[1].uniformSize = 11;
+  clip.tracks[1].sampleSizes.assign(75, 11);
+  MovieBuilder other = clip;
+  other.tracks[1] = EvenClip().tracks[1];
+  const CheckReport report = CheckAll(
+      {Put("first", clip), Put("second", other), Put("third", other), Put("fourth", other)});
+  EXPECT_THAT(NamesOf(report), UnorderedElementsAre("sample-sizes-lost", "duration-too-long"));
+  for (const Finding& finding : report.findings)
+    EXPECT_EQ((folder / "second").string(), finding.path);
+}
+
 TEST_F(CheckMatch, FindsMediaAndTrackDurationsThatDoNotFit) {
   MovieBuilder clip = EvenClip();
   clip.tracks[0].mediaDuration = 0x90000000;

@@ -86,6 +86,19 @@ TEST_F(CheckTables, FindsSyncSamplesThatAreNot) {
 TEST_F(CheckTables, FindsRunsOfChunksOutOfOrder) {
   ExpectDisagreement(With("stsc", 0, 16, 2), In("stsc").c_str(),
                      "begins at chunk 2 behind chunk 0");
+  // Twelve chunks of four samples and one of two.
+  MovieBuilder clip = EvenClip();
+  clip.tracks[0] = support::VideoTrack(50);
+  const Bytes bytes = clip.Build();
+  const std::size_t secondRun = support::FindBox(bytes, "stsc") + 28;
+  ASSERT_EQ(13u, support::ReadU32(bytes, secondRun));
+  ExpectDisagreement(support::WithU32(bytes, secondRun, 1), In("stsc").c_str(),
+                     "begins at chunk 1 behind chunk 1");
+  // The chunks then hold more samples, too.
+  const auto found = Of(CheckOne(support::WithU32(bytes, secondRun, 14)), Message::kTablesDisagree);
+  ASSERT_EQ(2u, found.size());
+  EXPECT_THAT(found[0].text, HasSubstr("a run that begins at chunk 14 and 13 chunks"));
+  EXPECT_THAT(found[1].text, HasSubstr("room for 52 samples"));
 }
 
 TEST_F(CheckTables, FindsChunksOfADescriptionThatIsNotThere) {
@@ -195,6 +208,22 @@ TEST_F(CheckTables, FindsASampleEntryThatLosesItsConfiguration) {
   EXPECT_EQ(Severity::kWarning, report.findings.front().severity);
   clip.tracks[0].sampleEntry = entry(Zeros(4));
   EXPECT_THAT(NamesOf(CheckOne(clip)), IsEmpty());
+}
+
+// A timecode can be read without what stands behind its entry, such as the name of the reel.
+TEST_F(CheckTables, FindsATimecodeEntryThatLosesWhatIsInside) {
+  MovieBuilder clip = EvenClip();
+  Track timecode = support::TimecodeTrack({{1, 0, 0, 0}});
+  const Bytes entry = timecode.sampleEntry;
+  timecode.sampleEntry = support::WithU32(entry + Box("reel", {support::Fill(4, 7)}), 0,
+                                          static_cast<std::uint32_t>(entry.size() + 12));
+  timecode.stts = {{1, 48000}};
+  clip.Add(timecode);
+  const CheckReport report = CheckOne(clip);
+  EXPECT_THAT(NamesOf(report), ElementsAre("sample-entry-not-kept"));
+  EXPECT_EQ(Severity::kWarning, report.findings.front().severity);
+  EXPECT_THAT(report.findings.front().text, HasSubstr("the box \"reel\""));
+  EXPECT_EQ("keep the clip if you need what is lost", report.findings.front().remedy);
 }
 
 TEST_F(CheckTables, KeepsWhatIsInsideAnAvcEntry) {
