@@ -6,8 +6,10 @@
 #include <vector>
 
 #include "clipchain/check_output.h"
+#include "clipchain/clip_progress.h"
 #include "clipchain/commands.h"
 #include "clipchain/merge_options.h"
+#include "clipchain/stop_signals.h"
 #include "clipchain/tool.h"
 #include "clipchain/usage.h"
 
@@ -21,8 +23,16 @@ struct CheckCommand {
   bool json = false;
 };
 
+CheckReport CheckWithProgress(const CheckCommand& options) {
+  ProgressLine line(stderr);
+  CheckOptions check = options.check;
+  check.progress = ClipProgress("checking", line);
+  return Check(options.inputs, check);
+}
+
 int Run(const CheckCommand& options) {
-  const CheckReport report = Check(options.inputs, options.check);
+  NoteStopSignals();
+  const CheckReport report = CheckWithProgress(options);
   const std::string text = options.json ? CheckJson(options.inputs, options.check, report)
                                         : CheckText(options.inputs, report, Paint(stdout));
   std::fputs(text.c_str(), stdout);

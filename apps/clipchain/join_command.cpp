@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "clipchain/clip_progress.h"
 #include "clipchain/commands.h"
 #include "clipchain/finding_output.h"
 #include "clipchain/join_output.h"
@@ -103,9 +104,16 @@ int RunJobs(const JoinCommand& command, const JoinPlan& plan) {
   return whole ? PlanCode(plan) : kIncomplete;
 }
 
+JoinPlan MakePlan(const JoinCommand& command) {
+  ProgressLine line(stderr);
+  PlanOptions options = command.plan;
+  options.progress = ClipProgress("looking at", line);
+  return PlanFor(command.paths, options);
+}
+
 int Run(const JoinCommand& command) {
   NoteStopSignals();
-  JoinPlan plan = PlanFor(command.paths, command.plan);
+  JoinPlan plan = MakePlan(command);
   if (StopSignal() != 0) return kFailed;
   if (command.dryRun) {
     PrintPlan(command, plan);

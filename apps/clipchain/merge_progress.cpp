@@ -17,7 +17,7 @@ bool MergeProgress::Show(const MergeStep& step) {
   if (phase_ == Phase::kFlushing) {
     line_.ShowText("waiting for the disk");
   } else if (phase_ == Phase::kChecking) {
-    line_.ShowText("checking the clips");
+    if (line_.IsDue()) line_.ShowText("checking the clips");
   } else {
     state.verifying = phase_ == Phase::kVerifying;
     line_.Show(state);

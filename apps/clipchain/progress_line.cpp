@@ -43,10 +43,12 @@ ProgressLine::ProgressLine(std::FILE* stream)
 ProgressLine::~ProgressLine() { Clear(); }
 
 void ProgressLine::Show(CopyState state) {
-  if (visible_ && Clock::now() - shown_ < kBetweenDrawings) return;
+  if (!IsDue()) return;
   state.seconds = std::chrono::duration<double>(Clock::now() - phase_).count();
   ShowText(CopyText(state));
 }
+
+bool ProgressLine::IsDue() const { return !visible_ || Clock::now() - shown_ >= kBetweenDrawings; }
 
 void ProgressLine::ShowText(const std::string& text) {
   if (stream_ == nullptr) return;

@@ -31,6 +31,8 @@ class ProgressLine {
 
   // Fills in the seconds.
   void Show(CopyState state);
+  // Whether what changes often is to be drawn again by now.
+  bool IsDue() const;
   // Shows it at once: it may stand for long.
   void ShowText(const std::string& text);
   // Rate and time left count from here on.

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "clipchain/clip_progress.h"
 #include "clipchain/commands.h"
 #include "clipchain/finding_output.h"
 #include "clipchain/sequences_output.h"
@@ -47,6 +48,12 @@ std::string WhyNoPage(const SequencesOptions& options, const FoundClips& found) 
   return WhyNoTextFile(options.html, options.overwrite);
 }
 
+ScanReport ScanWithProgress(const FoundClips& found, ScanOptions options) {
+  ProgressLine line(stderr);
+  options.progress = ClipProgress("looking at", line);
+  return Scan(found.volumes, options);
+}
+
 int Run(const SequencesOptions& options) {
   NoteStopSignals();
   const FoundClips found = FindClips(options.paths);
@@ -54,7 +61,7 @@ int Run(const SequencesOptions& options) {
     const std::string why = WhyNoPage(options, found);
     if (!why.empty()) return FailPage(options.html, why);
   }
-  const ScanReport report = Scan(found.volumes, options.scan);
+  const ScanReport report = ScanWithProgress(found, options.scan);
   if (StopSignal() != 0) return kFailed;
   const std::string text = options.json
                                ? SequencesJson(found, report, options.scan)

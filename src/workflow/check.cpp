@@ -9,8 +9,10 @@
 #include <memory>
 #include <utility>
 
+#include "clip/sequence.h"
 #include "reader/typed_views.h"
 #include "workflow/clip_file.h"
+#include "workflow/clip_words.h"
 #include "workflow/drift_check.h"
 #include "workflow/file_findings.h"
 #include "workflow/files.h"
@@ -83,6 +85,21 @@ class CheckRun {
     const OutputPlace place = PlaceOf(options_.output);
     CheckOutput(options_, inputs_, place, result_);
     CheckSpace(report.outputSize, place, result_);
+    if (options_.overwrite) CheckReplaced();
+  }
+
+  // What the output would replace may be a clip that nobody meant: a shell puts the first of many
+  // names behind the option. The result of an earlier merge has the first clip's identifier.
+  void CheckReplaced() {
+    ClipFile old(options_.output);
+    if (order_.empty() || old.Parse() != S_OK) return;
+    const OrderFacts facts = OrderFactsOf(old);
+    if (MP4G::IsZeroIdentifier(facts.id) || facts.id == order_.front().id) return;
+    result_.Add(Message::kOutputIsClip,
+                fmt::format("is a clip with the identifier {}, or the result of a merge that began "
+                            "with it, and no earlier result of these clips",
+                            GuidWords(facts.id)),
+                "choose another name; if it is needed no more, remove it first");
   }
 
   static void Append(Findings& findings, const FileFindings& file) {

@@ -127,6 +127,7 @@ bool Run::Prepare() {
   check.output = options_.output;
   check.overwrite = options_.overwrite;
   check.memoryLimit = options_.memoryLimit;
+  check.progress = [this](std::size_t, std::size_t) { return progress_.Step(Phase::kChecking); };
   report_.findings = Check(inputs_, check).findings;
   Add(LookForLeftovers(options_.output, options_.removeLeftover));
   if (HoldsUp(report_.findings, options_.force)) return false;

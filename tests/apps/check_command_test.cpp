@@ -124,3 +124,12 @@ TEST_F(CheckCommand, PrintsTheDriftForPrograms) {
   EXPECT_GT(document["output_size"], 1000);
   for (const Json& clip : document["clips"]) EXPECT_TRUE(clip["drift"].is_number());
 }
+
+TEST_F(CheckCommand, EndsByASignalThatComesWhileItReads) {
+  if (!support::HasProgram("strace")) GTEST_SKIP() << "no strace";
+  const Finished run =
+      support::Run({"strace", "-o", folder_ / "trace", "-e", "inject=openat:signal=INT", "-P",
+                    kClip1, CLIPCHAIN_TOOL_PATH, "check", kClip1, kClip2});
+  EXPECT_NE(0, run.exitCode);
+  EXPECT_THAT(run.out, HasSubstr("the check was stopped before clip 2 of 2 (merge-stopped)"));
+}

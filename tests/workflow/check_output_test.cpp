@@ -5,6 +5,8 @@
 
 #include <filesystem>
 
+#include "support/sequences.h"
+#include "support/vendor_box.h"
 #include "workflow/check_fixture.h"
 #include "workflow/output_check.h"
 
@@ -17,9 +19,11 @@ using clipchain::OutputPlace;
 using clipchain::Severity;
 using support::Bytes;
 using testing::AllOf;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 namespace fs = std::filesystem;
 
@@ -71,6 +75,28 @@ TEST_F(CheckOutput, ExistsAlready) {
   const std::string dangling = (folder / "dangling").string();
   fs::create_symlink(folder / "nowhere", dangling);
   EXPECT_THAT(NamesOf(CheckFor(dangling)), ElementsAre("output-exists"));
+}
+
+// Behind -o a shell puts the first of the clips that a pattern matches.
+TEST_F(CheckOutput, IsNoOtherClipOfACamera) {
+  const auto clip = [this](const std::string& name, unsigned int number) {
+    return Put(name, support::WithVendorBox(EvenClip(1).Build(), support::ChainLink(number, 3)));
+  };
+  const std::string first = clip("1.mp4", 1);
+  const std::vector<std::string> rest = {clip("2.mp4", 2), clip("3.mp4", 3)};
+  CheckOptions options;
+  options.overwrite = true;
+  options.output = first;
+  const Finding finding = Only(clipchain::Check(rest, options), Message::kOutputIsClip);
+  EXPECT_EQ(Severity::kRefusal, finding.severity);
+  EXPECT_EQ(first, finding.path);
+  // An earlier result of the same clips has the identifiers of the first one.
+  options.output = clip("result.mp4", 2);
+  EXPECT_THAT(NamesOf(clipchain::Check(rest, options)), Not(Contains("output-is-clip")));
+  options.output = Put("unmarked.mp4", EvenClip(3));
+  EXPECT_THAT(NamesOf(clipchain::Check(rest, options)), Not(Contains("output-is-clip")));
+  options.output = Put("text", support::Text("no clip at all"));
+  EXPECT_THAT(NamesOf(clipchain::Check(rest, options)), Not(Contains("output-is-clip")));
 }
 
 TEST_F(CheckOutput, IsAFile) {
