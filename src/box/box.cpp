@@ -98,10 +98,11 @@ HRESULT CBox::FixSubtree(long long* written) {
   long long childrenSize = 0;
   for (CBox* child : children) {
     if (child == nullptr) continue;
-    const ChildVisit visit(*this, *child);
-    RETURN_IF_NOT_OK(visit.Result());
+    RETURN_IF_NOT_OK(EnterChild(child));
     long long childSize = 0;
-    RETURN_IF_NOT_OK(child->FixSubtree(&childSize));
+    const HRESULT result = child->FixSubtree(&childSize);
+    LeaveChild(child);
+    RETURN_IF_NOT_OK(result);
     childrenSize += childSize;
   }
   long long total = 0;
@@ -120,12 +121,10 @@ HRESULT CBox::FixSubtree(long long* written) {
   return S_OK;
 }
 
-CBox::ChildVisit::ChildVisit(const CBox& parent, const CBox& child) : child_(child) {
-  child.level_ = parent.level_ + 1;
-}
-
-HRESULT CBox::ChildVisit::Result() const {
-  return child_.level_ > kDeepestNesting ? E_BAD_DATA : S_OK;
+HRESULT CBox::EnterChild(const CBox* child) const {
+  RETURN_IF(level_ >= kDeepestNesting, E_BAD_DATA);
+  child->level_ = level_ + 1;
+  return S_OK;
 }
 
 HRESULT CBox::CountExtraMemory(unsigned int bytes, std::size_t replaced) {
@@ -171,10 +170,11 @@ HRESULT CBox::SetChildrenData(const unsigned char*& in, unsigned int& rest,
     // In the tree before it is parsed: some parsers look upward.
     AddChildBox(child);
     child->position = static_cast<long long>(childPosition);
-    const ChildVisit visit(*this, *child);
-    RETURN_IF_NOT_OK(visit.Result());
+    RETURN_IF_NOT_OK(EnterChild(child));
     const unsigned int restBefore = rest;
-    RETURN_IF_NOT_OK(child->SetData(in, rest));
+    const HRESULT result = child->SetData(in, rest);
+    LeaveChild(child);
+    RETURN_IF_NOT_OK(result);
     const unsigned int consumed = restBefore - rest;
     childPosition += consumed;
     left -= std::min(left, consumed);
@@ -190,10 +190,11 @@ HRESULT CBox::GetChildrenDataSize(long long* total) const {
   }
   for (const CBox* child : children) {
     if (child == nullptr) continue;
-    const ChildVisit visit(*this, *child);
-    RETURN_IF_NOT_OK(visit.Result());
+    RETURN_IF_NOT_OK(EnterChild(child));
     long long childSize = 0;
-    RETURN_IF_NOT_OK(child->GetDataSize(&childSize));
+    const HRESULT result = child->GetDataSize(&childSize);
+    LeaveChild(child);
+    RETURN_IF_NOT_OK(result);
     *total += childSize;
   }
   return S_OK;
@@ -202,9 +203,10 @@ HRESULT CBox::GetChildrenDataSize(long long* total) const {
 HRESULT CBox::GetChildrenData(unsigned char*& out, unsigned int& rest) const {
   for (const CBox* child : children) {
     if (child == nullptr) continue;
-    const ChildVisit visit(*this, *child);
-    RETURN_IF_NOT_OK(visit.Result());
-    RETURN_IF_NOT_OK(child->GetData(out, rest));
+    RETURN_IF_NOT_OK(EnterChild(child));
+    const HRESULT result = child->GetData(out, rest);
+    LeaveChild(child);
+    RETURN_IF_NOT_OK(result);
   }
   return S_OK;
 }

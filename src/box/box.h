@@ -135,20 +135,11 @@ class CBox : public _tagBOX_HEADER {
   unsigned char usertype[16]{};  // the extended type, present when the type is "uuid" (clause 4.2)
 
  protected:
-  // A walk that is in a child, which must outlive it.
-  class ChildVisit {
-   public:
-    ChildVisit(const CBox& parent, const CBox& child);
-    ~ChildVisit() { child_.level_ = 0; }
-    ChildVisit(const ChildVisit&) = delete;
-    ChildVisit& operator=(const ChildVisit&) = delete;
-
-    // E_BAD_DATA where boxes nest deeper than kDeepestNesting.
-    [[nodiscard]] HRESULT Result() const;
-
-   private:
-    const CBox& child_;
-  };
+  // To be called before a walk steps into a child: E_BAD_DATA where boxes nest deeper than
+  // kDeepestNesting. And when it comes back; two calls, because an object for both would cost each
+  // level a part of a small stack.
+  [[nodiscard]] HRESULT EnterChild(const CBox* child) const;
+  static void LeaveChild(const CBox* child) { child->level_ = 0; }
 
   // To be called before this box takes memory beyond the bytes that the file has for it, in place
   // of `replaced` bytes of such memory: E_OUTOFMEMORY where the boxes of one tree would have taken

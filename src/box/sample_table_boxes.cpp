@@ -36,10 +36,11 @@ HRESULT CSampleDescriptionBox::AddEntry(unsigned int handlerType, const unsigned
   CBox* entry = nullptr;
   RETURN_IF_NOT_OK(CBoxFactory::CreateSampleEntry<CBox>(peek.header->type, handlerType, &entry));
   AddChildBox(entry);
-  const ChildVisit visit(*this, *entry);
-  RETURN_IF_NOT_OK(visit.Result());
+  RETURN_IF_NOT_OK(EnterChild(entry));
   RETURN_IF_NOT_OK(entry->Init());
-  return entry->SetData(in, rest);
+  const HRESULT result = entry->SetData(in, rest);
+  LeaveChild(entry);
+  return result;
 }
 
 template <class Wire, class Value, bool kParsingReplaces>

@@ -370,9 +370,9 @@ TEST_F(JoinCommand, StopsAtASignalAndSaysWhatWasDone) {
   EXPECT_NE(0, run.exitCode);
   EXPECT_EQ("1 merged, 1 not run\n", LastLine(run.out));
   EXPECT_THAT(Results(), ElementsAre(first));
-  // And here while the media of the first one is copied.
+  // And here when its hidden file has just come into being.
   fs::remove_all(At("out"));
-  command[4] = "inject=write,pwrite64,pwritev,writev:signal=TERM:when=2";
+  command[4] = "inject=flock:signal=TERM:when=1";
   const Finished early = support::Run(command);
   EXPECT_NE(0, early.exitCode);
   EXPECT_THAT(Results(), ElementsAre());
