@@ -1,5 +1,5 @@
 # One static library per folder of src/. A layer may use only the layers named before it.
-set(CLIPCHAIN_LAYERS foundation box reader clip merge front workflow)
+set(CLIPCHAIN_LAYERS foundation box reader clip merge front adapt workflow)
 
 set(below "")
 foreach(layer IN LISTS CLIPCHAIN_LAYERS)

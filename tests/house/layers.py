@@ -10,7 +10,7 @@ import re
 import sys
 from pathlib import Path
 
-LAYERS = ["foundation", "box", "reader", "clip", "merge", "front", "workflow", "apps"]
+LAYERS = ["foundation", "box", "reader", "clip", "merge", "front", "adapt", "workflow", "apps"]
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 # Headers of other libraries, by their first folder or name, and the files that may use them.
 LIBRARIES = {

@@ -1,0 +1,129 @@
+#include "adapt/raw_boxes.h"
+
+#include <algorithm>
+
+#include "foundation/big_endian.h"
+#include "foundation/cursor.h"
+#include "foundation/fourcc.h"
+
+namespace clipchain {
+
+namespace {
+
+using QUIRVA::be32;
+using QUIRVA::be64;
+
+// Deeper than any movie box goes; what lies below stays bytes.
+constexpr unsigned int kMostDepth = 16;
+constexpr std::uint64_t kShortHeader = 8;
+constexpr std::uint64_t kLargeHeader = 16;
+constexpr std::uint64_t kMost32Bits = 0xFFFFFFFF;
+
+template <typename Field>
+bool TakeField(std::span<const unsigned char>& bytes, Field& field) {
+  const unsigned char* in = bytes.data();
+  auto rest = static_cast<unsigned int>(std::min<std::size_t>(bytes.size(), sizeof field));
+  if (QUIRVA::Take(in, rest, field) != S_OK) return false;
+  bytes = bytes.subspan(sizeof field);
+  return true;
+}
+
+template <typename Field>
+void PutField(Bytes& out, typename Field::Value value) {
+  Field field;
+  field = value;
+  out.insert(out.end(), std::begin(field.bytes), std::end(field.bytes));
+}
+
+}  // namespace
+
+bool IsRawContainer(unsigned int type) {
+  static constexpr unsigned int kContainers[] = {
+      FourCc("moov"), FourCc("trak"), FourCc("mdia"), FourCc("minf"), FourCc("stbl"),
+      FourCc("edts"), FourCc("udta"), FourCc("mvex"), FourCc("moof"), FourCc("traf"),
+      FourCc("tref"), FourCc("dinf"), FourCc("gmhd")};
+  return std::find(std::begin(kContainers), std::end(kContainers), type) != std::end(kContainers);
+}
+
+bool RawBox::Take(std::span<const unsigned char>& bytes) { return TakeAt(bytes, 0); }
+
+bool RawBox::TakeAt(std::span<const unsigned char>& bytes, unsigned int depth) {
+  std::span<const unsigned char> in = bytes;
+  be32 shortSize;
+  be32 boxType;
+  if (!TakeField(in, shortSize) || !TakeField(in, boxType)) return false;
+  std::uint64_t size = shortSize;
+  std::uint64_t header = kShortHeader;
+  if (size == 1) {
+    be64 largeSize;
+    if (!TakeField(in, largeSize)) return false;
+    size = static_cast<std::uint64_t>(largeSize);
+    header = kLargeHeader;
+  }
+  if (size < header || size > bytes.size()) return false;
+  *this = RawBox();
+  type = boxType;
+  large = header == kLargeHeader;
+  const auto body = bytes.subspan(header, size - header);
+  if (IsRawContainer(type) && depth < kMostDepth) {
+    TakeChildren(body, depth);
+  } else {
+    data.assign(body.begin(), body.end());
+  }
+  bytes = bytes.subspan(size);
+  return true;
+}
+
+// Whatever is left behind the last box that fits is kept as bytes, be it the 32 bits of zero at the
+// end of a "udta" or damage.
+void RawBox::TakeChildren(std::span<const unsigned char> body, unsigned int depth) {
+  RawBox child;
+  while (child.TakeAt(body, depth + 1)) children.push_back(std::move(child));
+  data.assign(body.begin(), body.end());
+}
+
+std::uint64_t RawBox::Size() const {
+  std::uint64_t body = data.size();
+  for (const RawBox& child : children) body += child.Size();
+  const bool isLarge = large || body > kMost32Bits - kShortHeader;
+  return body + (isLarge ? kLargeHeader : kShortHeader);
+}
+
+void RawBox::Write(Bytes& out) const {
+  const std::uint64_t size = Size();
+  const bool isLarge = large || size > kMost32Bits;
+  PutField<be32>(out, isLarge ? 1 : static_cast<std::uint32_t>(size));
+  PutField<be32>(out, type);
+  if (isLarge) PutField<be64>(out, size);
+  for (const RawBox& child : children) child.Write(out);
+  out.insert(out.end(), data.begin(), data.end());
+}
+
+RawBox* RawBox::Child(unsigned int childType) {
+  const auto found = std::find_if(children.begin(), children.end(),
+                                  [=](const RawBox& child) { return child.type == childType; });
+  return found != children.end() ? &*found : nullptr;
+}
+
+const RawBox* RawBox::Child(unsigned int childType) const {
+  return const_cast<RawBox*>(this)->Child(childType);
+}
+
+RawBox* RawBox::At(std::initializer_list<unsigned int> path) {
+  RawBox* box = this;
+  for (const unsigned int step : path) {
+    box = box->Child(step);
+    if (box == nullptr) return nullptr;
+  }
+  return box;
+}
+
+const RawBox* RawBox::At(std::initializer_list<unsigned int> path) const {
+  return const_cast<RawBox*>(this)->At(path);
+}
+
+void RawBox::Remove(unsigned int childType) {
+  std::erase_if(children, [=](const RawBox& child) { return child.type == childType; });
+}
+
+}  // namespace clipchain
