@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "adapt/fields.h"
 #include "foundation/big_endian.h"
-#include "foundation/cursor.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {
@@ -18,22 +18,6 @@ constexpr unsigned int kMostDepth = 16;
 constexpr std::uint64_t kShortHeader = 8;
 constexpr std::uint64_t kLargeHeader = 16;
 constexpr std::uint64_t kMost32Bits = 0xFFFFFFFF;
-
-template <typename Field>
-bool TakeField(std::span<const unsigned char>& bytes, Field& field) {
-  const unsigned char* in = bytes.data();
-  auto rest = static_cast<unsigned int>(std::min<std::size_t>(bytes.size(), sizeof field));
-  if (QUIRVA::Take(in, rest, field) != S_OK) return false;
-  bytes = bytes.subspan(sizeof field);
-  return true;
-}
-
-template <typename Field>
-void PutField(Bytes& out, typename Field::Value value) {
-  Field field;
-  field = value;
-  out.insert(out.end(), std::begin(field.bytes), std::end(field.bytes));
-}
 
 }  // namespace
 
