@@ -1,13 +1,16 @@
 #include "workflow/output_check.h"
 
 #include <fmt/format.h>
+#include <linux/magic.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <filesystem>
 #include <limits>
 #include <system_error>
@@ -42,10 +45,9 @@ long long FreeBytes(const std::string& folder) {
   return static_cast<long long>(block * blocks);
 }
 
-long long LargestFile(const std::string& folder) {
-  long long most = -1;
-  const long bits = ::pathconf(folder.c_str(), _PC_FILESIZEBITS);
-  if (bits > 0 && bits < 63) most = (1LL << bits) - 1;
+long long LargestFileIn(const std::string& folder) {
+  struct statfs system;
+  long long most = ::statfs(folder.c_str(), &system) == 0 ? LargestFileOn(system.f_type) : -1;
   struct rlimit limit;
   if (::getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY &&
       limit.rlim_cur < static_cast<rlim_t>(kMost)) {
@@ -57,6 +59,14 @@ long long LargestFile(const std::string& folder) {
 
 }  // namespace
 
+// What pathconf() says of a file system it does not know is a guess, and a wrong one for most: 32
+// bits for tmpfs, overlayfs, exFAT and network file systems. The field for a size in a directory
+// entry of FAT has 32 bits.
+long long LargestFileOn(long fileSystem) {
+  constexpr long long kMostOnFat = std::numeric_limits<std::uint32_t>::max();
+  return fileSystem == MSDOS_SUPER_MAGIC ? kMostOnFat : -1;
+}
+
 OutputPlace PlaceOf(const std::string& output) {
   OutputPlace place;
   const std::filesystem::path parent = std::filesystem::path(output).parent_path();
@@ -64,7 +74,7 @@ OutputPlace PlaceOf(const std::string& output) {
   place.whyUnwritable = WhyNoFileFits(place.folder);
   if (!place.whyUnwritable.empty()) return place;
   place.freeBytes = FreeBytes(place.folder);
-  place.largestFile = LargestFile(place.folder);
+  place.largestFile = LargestFileIn(place.folder);
   return place;
 }
 

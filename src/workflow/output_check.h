@@ -19,6 +19,10 @@ struct OutputPlace {
 
 OutputPlace PlaceOf(const std::string& output);
 
+// Tells how large a file can be on a file system, by the number with which statfs() names it; -1
+// where no limit is a fact, and only writing tells.
+long long LargestFileOn(long fileSystem);
+
 // Says what stands against the output: that it is an input, that it exists, its folder. `inputs`
 // are those that could be found.
 void CheckOutput(const CheckOptions& options, const std::vector<std::string>& inputs,

@@ -205,6 +205,11 @@ bool Run::FailWrite(HRESULT result) {
                 "merge fewer clips at once", result);
   // The engine does not keep the cause of a failed write; the next one would have it too.
   const int error = part_.TryToGrow();
+  if (error == EFBIG)
+    return Fail(Message::kTooLargeForFolder, options_.output,
+                "is larger than a file there may be: " + ErrorText(error),
+                "choose a disk with another file system, or a higher limit for files",
+                MP4G_E_OUTPUT_WRITE);
   return Fail(Message::kOutputUnwritable, options_.output,
               error != 0 ? "can't be written: " + ErrorText(error) : OutputWords(result),
               "make room, or choose another folder", MP4G_E_OUTPUT_WRITE);

@@ -1,7 +1,9 @@
 // A merge when the system refuses a call at the very place where the output comes into being.
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <csignal>
 
 #include "support/failing_calls.h"
 #include "workflow/join.h"
@@ -104,6 +106,23 @@ TEST_F(SafeMergeFaults, NamesAWriteThatFailedOnce) {
   const Disturbance disturbance(Call::kWrite, EIO, 0, 1);
   const SafeMergeReport report = ExpectFailure(Message::kOutputUnwritable, options.output);
   EXPECT_EQ("can't be written; the disk may be full", report.findings.back().text);
+  EXPECT_EQ(kNothing, Left());
+}
+
+// Where nothing but writing tells how large a file may be.
+TEST_F(SafeMergeFaults, NamesALimitOfTheFileSystem) {
+  struct rlimit before;
+  ASSERT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &before));
+  ::signal(SIGXFSZ, SIG_IGN);
+  const Disturbance disturbance(Call::kFlock, [&before] {
+    struct rlimit tight = before;
+    tight.rlim_cur = 1000;
+    ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &tight));
+  });
+  const SafeMergeReport report = ExpectFailure(Message::kTooLargeForFolder, options.output);
+  ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &before));
+  ::signal(SIGXFSZ, SIG_DFL);
+  EXPECT_EQ("is larger than a file there may be: File too large", report.findings.back().text);
   EXPECT_EQ(kNothing, Left());
 }
 

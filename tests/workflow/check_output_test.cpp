@@ -155,6 +155,17 @@ TEST_F(CheckOutput, KnowsTheSpaceOfAFolder) {
   EXPECT_EQ(".", clipchain::PlaceOf("out.mp4").folder);
 }
 
+TEST_F(CheckOutput, BelievesInNoLimitThatIsAGuess) {
+  constexpr long kFat = 0x4D44;
+  EXPECT_EQ(0xFFFFFFFF, clipchain::LargestFileOn(kFat));
+  constexpr long kTmpfs = 0x01021994, kOverlayfs = 0x794C7630, kExfat = 0x2011BAB0;
+  constexpr long kFuse = 0x65735546, kNfs = 0x6969, kExt = 0xEF53;
+  for (const long fileSystem : {kTmpfs, kOverlayfs, kExfat, kFuse, kNfs, kExt, 0L})
+    EXPECT_EQ(-1, clipchain::LargestFileOn(fileSystem)) << fileSystem;
+  // A tmpfs as a rule, of which the system knows no limit either.
+  EXPECT_EQ(-1, clipchain::PlaceOf("/dev/shm/out.mp4").largestFile);
+}
+
 TEST_F(CheckOutput, FindsThatTheDiskIsTooSmall) {
   // Sparse: media that the disk need not have.
   support::MovieBuilder clip = EvenClip();
