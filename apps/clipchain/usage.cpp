@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "clipchain/command_words.h"
+#include "workflow/files.h"
 
 namespace clipchain {
 
@@ -42,7 +43,7 @@ std::string UsageText(const CLI::App& tool, const CLI::ParseError& error, int co
       text = fmt::format("there is no command {}; there are {}", first, CommandList(tool, "and"));
     }
   }
-  return fmt::format("clipchain: {}\nRun with --help for more information.\n", text);
+  return fmt::format("clipchain: {}\nRun with --help for more information.\n", Shown(text));
 }
 
 }  // namespace clipchain

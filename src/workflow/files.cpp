@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "foundation/strings.h"
+#include "workflow/system/path_characters.h"
 
 namespace clipchain {
 
@@ -24,18 +25,16 @@ std::string ErrorText(int error) { return std::generic_category().message(error)
 
 std::string Shown(const std::string& path) {
   std::string text;
-  bool leads = false;  // whether the byte before may begin one of the controls U+0080 to U+009F
-  for (const char c : path) {
-    const unsigned char byte = static_cast<unsigned char>(c);
-    if (leads && byte >= 0x80 && byte < 0xA0) {
-      text.pop_back();
-      text += fmt::format("\\xC2\\x{:02X}", byte);
-    } else if (byte < 0x20 || byte == 0x7F) {
-      text += fmt::format("\\x{:02X}", byte);
+  for (const wchar_t c : Wide(path)) {
+    const std::string bytes = QUIRVA::PathBytesFromWide({&c, 1}).value_or(std::string(1, 0));
+    if (IsControl(c)) {
+      for (const char byte : bytes)
+        text += fmt::format("\\x{:02X}", static_cast<unsigned char>(byte));
+    } else if (Misleads(c)) {
+      text += fmt::format("\\u{{{:X}}}", static_cast<unsigned int>(c));
     } else {
-      text += c;
+      text += bytes;
     }
-    leads = byte == 0xC2;
   }
   return text;
 }

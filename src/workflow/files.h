@@ -6,8 +6,9 @@
 
 namespace clipchain {
 
-// The path as it can be printed: the bytes of control characters appear as \xNN, others as they
-// are.
+// Spells a path so that it can be printed: the bytes of control characters appear as \xNN, be they
+// written as UTF-8 or not, characters that would turn the direction of what stands around them or
+// show nothing as \u{NNNN}, and others as they are.
 std::string Shown(const std::string& path);
 
 // The path as the engine takes it.

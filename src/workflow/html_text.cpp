@@ -4,33 +4,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 
 #include "foundation/strings.h"
+#include "workflow/system/path_characters.h"
 
 namespace clipchain {
 
 namespace {
-
-constexpr wchar_t kFirstStrayByte = 0xDC80;  // what the foundation makes of a byte that is no UTF-8
-constexpr wchar_t kLastStrayByte = 0xDCFF;
-
-bool IsStrayByte(wchar_t c) { return c >= kFirstStrayByte && c <= kLastStrayByte; }
-bool IsControl(wchar_t c) { return c < 0x20 || (c >= 0x7F && c < 0xA0); }
-
-// Marks of direction, characters without a width, separators of lines, and what is no character.
-bool Misleads(wchar_t c) {
-  struct Range {
-    wchar_t first, last;
-  };
-  static constexpr Range kRanges[] = {
-      {0xAD, 0xAD},     {0x61C, 0x61C},     {0x115F, 0x1160},   {0x17B4, 0x17B5},
-      {0x180B, 0x180F}, {0x200B, 0x200F},   {0x2028, 0x202E},   {0x2060, 0x206F},
-      {0x3164, 0x3164}, {0xFEFF, 0xFEFF},   {0xFFA0, 0xFFA0},   {0xFFF0, 0xFFFB},
-      {0xFFFE, 0xFFFF}, {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF}};
-  return std::any_of(std::begin(kRanges), std::end(kRanges),
-                     [c](const Range& range) { return c >= range.first && c <= range.last; });
-}
 
 void AppendUtf8(std::string& text, wchar_t c) {
   text += QUIRVA::PathBytesFromWide(std::wstring_view(&c, 1)).value_or("");

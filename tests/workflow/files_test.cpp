@@ -1,9 +1,11 @@
 #include "workflow/files.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
+#include "foundation/strings.h"
 #include "support/bytes.h"
 #include "support/temp_dir.h"
 
@@ -18,6 +20,24 @@ TEST(ShownPath, ShowsControlsOfTwoBytes) {
   EXPECT_EQ("\\xC2\\x80\xC2\xA0\xC3\x80", Shown("\xC2\x80\xC2\xA0\xC3\x80"));
   EXPECT_EQ("\xC2", Shown("\xC2"));
   EXPECT_EQ("\xC2\\xC2\\x9F", Shown("\xC2\xC2\x9F"));
+}
+
+// A terminal that speaks no UTF-8 takes 0x9B for the beginning of a command.
+TEST(ShownPath, SpellsOutBytesThatAreControlsWithoutUtf8) {
+  for (int byte = 0x80; byte < 0xA0; ++byte)
+    EXPECT_EQ(fmt::format("a\\x{:02X}m", byte),
+              Shown(std::string("a") + static_cast<char>(byte) + 'm'));
+  EXPECT_EQ("\xC3\x9B \xE2\x9B\xB5", Shown("\xC3\x9B \xE2\x9B\xB5"));
+}
+
+TEST(ShownPath, SpellsOutWhatTurnsTheDirectionOrShowsNothing) {
+  EXPECT_EQ("a\\u{202E}4pm.exe", Shown("a\xE2\x80\xAE"
+                                       "4pm.exe"));
+  for (const unsigned int code : {0x202Au, 0x202Eu, 0x2066u, 0x2069u, 0x200Bu, 0x2028u}) {
+    const wchar_t c = static_cast<wchar_t>(code);
+    EXPECT_EQ(fmt::format("\\u{{{:X}}}", code), Shown(*QUIRVA::PathBytesFromWide({&c, 1})));
+  }
+  EXPECT_EQ("\xE2\x80\xA6 \xE2\x80\x94", Shown("\xE2\x80\xA6 \xE2\x80\x94"));
 }
 
 TEST(ShownPath, KeepsBytesThatPrint) {
