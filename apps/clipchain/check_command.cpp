@@ -1,6 +1,5 @@
 // clipchain check IN…: says whether clips can be merged in that order, and what one would regret.
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "clipchain/commands.h"
 #include "clipchain/merge_options.h"
 #include "clipchain/stop_signals.h"
+#include "clipchain/terminal/standard_output.h"
 #include "clipchain/tool.h"
 #include "clipchain/usage.h"
 
@@ -35,7 +35,7 @@ int Run(const CheckCommand& options) {
   const CheckReport report = CheckWithProgress(options);
   const std::string text = options.json ? CheckJson(options.inputs, options.check, report)
                                         : CheckText(options.inputs, report, Paint(stdout));
-  std::fputs(text.c_str(), stdout);
+  Print(text);
   return HoldsUp(report.findings, false) ? kFailed : kDone;
 }
 

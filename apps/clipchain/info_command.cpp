@@ -8,6 +8,7 @@
 
 #include "clipchain/commands.h"
 #include "clipchain/info_output.h"
+#include "clipchain/terminal/standard_output.h"
 #include "clipchain/tool.h"
 #include "workflow/files.h"
 #include "workflow/result_words.h"
@@ -36,7 +37,7 @@ int Run(const InfoOptions& options) {
     return kFailed;
   }
   const auto print = options.json ? InfoJson : InfoText;
-  std::fputs(print(options.path, info, options.tree).c_str(), stdout);
+  Print(print(options.path, info, options.tree));
   return kDone;
 }
 

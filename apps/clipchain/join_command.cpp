@@ -19,6 +19,7 @@
 #include "clipchain/leftover_question.h"
 #include "clipchain/merge_options.h"
 #include "clipchain/stop_signals.h"
+#include "clipchain/terminal/standard_output.h"
 #include "clipchain/tool.h"
 #include "clipchain/usage.h"
 #include "workflow/files.h"
@@ -62,7 +63,7 @@ int PlanCode(const JoinPlan& plan) {
 
 void PrintPlan(const JoinCommand& command, const JoinPlan& plan) {
   const std::string text = command.json ? JoinJson(plan, nullptr) : PlanTable(plan, Paint(stdout));
-  std::fputs(text.c_str(), stdout);
+  Print(text);
 }
 
 int WriteJobs(const JoinCommand& command, JoinPlan plan) {
@@ -75,7 +76,8 @@ int WriteJobs(const JoinCommand& command, JoinPlan plan) {
   PrintPlan(command, plan);
   if (!command.json) {
     const std::size_t jobs = CountJobs(plan);
-    fmt::print("\n{} {} in {}\n", jobs, jobs == 1 ? "job" : "jobs", Shown(command.planFile));
+    Print(
+        fmt::format("\n{} {} in {}\n", jobs, jobs == 1 ? "job" : "jobs", Shown(command.planFile)));
   }
   return code;
 }
@@ -83,7 +85,7 @@ int WriteJobs(const JoinCommand& command, JoinPlan plan) {
 int RunJobs(const JoinCommand& command, const JoinPlan& plan) {
   if (!command.json) {
     PrintPlan(command, plan);
-    std::fflush(stdout);
+    FlushOutput();
   }
   ProgressLine line(stderr);
   JoinProgress progress(line);
@@ -97,7 +99,7 @@ int RunJobs(const JoinCommand& command, const JoinPlan& plan) {
   line.Clear();
   const std::string text =
       command.json ? JoinJson(plan, &report) : JoinTable(plan, report, Paint(stdout));
-  std::fputs(text.c_str(), stdout);
+  Print(text);
   const bool whole = std::all_of(report.jobs.begin(), report.jobs.end(), [](const JobReport& job) {
     return job.outcome != Outcome::kFailed && job.outcome != Outcome::kNotRun;
   });

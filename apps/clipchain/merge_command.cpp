@@ -15,6 +15,7 @@
 #include "clipchain/merge_progress.h"
 #include "clipchain/paint.h"
 #include "clipchain/stop_signals.h"
+#include "clipchain/terminal/standard_output.h"
 #include "clipchain/tool.h"
 #include "clipchain/usage.h"
 #include "workflow/clip_json.h"
@@ -53,18 +54,19 @@ std::string ReportJson(const MergeOptions& options, const JobResult& result, dou
 void PrintReport(const MergeOptions& options, const JobResult& result, double seconds) {
   const SafeMergeReport& report = result.merge;
   if (options.json) {
-    std::fputs(ReportJson(options, result, seconds).c_str(), stdout);
+    Print(ReportJson(options, result, seconds));
     return;
   }
   std::fputs(FindingsText(report.findings, Paint(stderr)).c_str(), stderr);
   if (!report.done) return;
   if (result.already) {
-    fmt::print("{} is there already, {}\n", Shown(options.merge.output), Amount(report.size));
+    Print(
+        fmt::format("{} is there already, {}\n", Shown(options.merge.output), Amount(report.size)));
     return;
   }
   const std::size_t clips = options.inputs.size();
-  fmt::print("merged {} {} into {}: {} in {:.2f} s\n", clips, clips == 1 ? "clip" : "clips",
-             Shown(options.merge.output), Amount(report.size), seconds);
+  Print(fmt::format("merged {} {} into {}: {} in {:.2f} s\n", clips, clips == 1 ? "clip" : "clips",
+                    Shown(options.merge.output), Amount(report.size), seconds));
 }
 
 int Run(MergeOptions options) {

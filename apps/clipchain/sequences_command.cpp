@@ -12,6 +12,7 @@
 #include "clipchain/finding_output.h"
 #include "clipchain/sequences_output.h"
 #include "clipchain/stop_signals.h"
+#include "clipchain/terminal/standard_output.h"
 #include "clipchain/tool.h"
 #include "clipchain/usage.h"
 #include "workflow/files.h"
@@ -66,14 +67,14 @@ int Run(const SequencesOptions& options) {
   const std::string text = options.json
                                ? SequencesJson(found, report, options.scan)
                                : SequencesTable(found, report, options.scan, Paint(stdout));
-  std::fputs(text.c_str(), stdout);
+  Print(text);
   if (!options.html.empty()) {
     const Findings leftovers = LookForLeftovers(options.html, nullptr, "remove it");
     std::fputs(FindingsText(leftovers, Paint(stderr)).c_str(), stderr);
     const std::string why =
         WriteTextFile(options.html, HtmlReport(found, report, options.scan), options.overwrite);
     if (!why.empty()) return FailPage(options.html, why);
-    if (!options.json) std::fputs(fmt::format("report: {}\n", Shown(options.html)).c_str(), stdout);
+    if (!options.json) Print(fmt::format("report: {}\n", Shown(options.html)));
   }
   const bool whole = found.unreadable.empty() && report.rejected.empty() &&
                      report.salvaged == S_OK && report.divided == S_OK;

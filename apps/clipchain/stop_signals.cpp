@@ -14,6 +14,7 @@ namespace {
 constexpr int kStopSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 volatile sig_atomic_t noted = 0;
+bool diesOfPipes = false;
 
 void Note(int number) { noted = number; }
 
@@ -24,9 +25,21 @@ void SetHandler(int number, void (*handler)(int)) {
   ::sigaction(number, &action, nullptr);
 }
 
+bool IsIgnored(int number) {
+  struct sigaction present {};
+  return ::sigaction(number, nullptr, &present) != 0 || present.sa_handler == SIG_IGN;
+}
+
+void DieOf(int number) {
+  std::fflush(nullptr);
+  SetHandler(number, SIG_DFL);
+  ::raise(number);
+}
+
 }  // namespace
 
 void TakeWriteSignalsAsErrors() {
+  diesOfPipes = !IsIgnored(SIGPIPE);
   SetHandler(SIGPIPE, SIG_IGN);
   SetHandler(SIGXFSZ, SIG_IGN);
 }
@@ -40,9 +53,7 @@ void KeepStandardStreams() {
 
 void NoteStopSignals() {
   for (const int number : kStopSignals) {
-    struct sigaction before {};
-    if (::sigaction(number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN)
-      SetHandler(number, Note);
+    if (!IsIgnored(number)) SetHandler(number, Note);
   }
 }
 
@@ -63,10 +74,11 @@ bool WaitForInput() {
 }
 
 void DieOfStopSignal() {
-  if (noted == 0) return;
-  std::fflush(nullptr);
-  SetHandler(noted, SIG_DFL);
-  ::raise(noted);
+  if (noted != 0) DieOf(noted);
+}
+
+void DieOfClosedPipe() {
+  if (diesOfPipes) DieOf(SIGPIPE);
 }
 
 }  // namespace clipchain

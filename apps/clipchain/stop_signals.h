@@ -26,4 +26,7 @@ bool WaitForInput();
 // a shell sees what happened. Does nothing if none was.
 void DieOfStopSignal();
 
+// Ends the process by SIGPIPE. Does nothing if the signal was ignored when the tool began.
+void DieOfClosedPipe();
+
 }  // namespace clipchain

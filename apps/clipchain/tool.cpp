@@ -3,15 +3,15 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <new>
-#include <system_error>
+#include <sstream>
 
 #include "clipchain/commands.h"
 #include "clipchain/help_text.h"
 #include "clipchain/stop_signals.h"
+#include "clipchain/terminal/standard_output.h"
 #include "clipchain/usage.h"
 
 namespace clipchain {
@@ -38,7 +38,11 @@ int Run(int argc, const char* const* argv) {
     tool.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     // Help and version come this way too, with an exit code of 0.
-    if (error.get_exit_code() == 0) return tool.exit(error);
+    std::ostringstream text;
+    if (tool.exit(error, text, text) == 0) {
+      Print(text.str());
+      return kDone;
+    }
     std::fputs(UsageText(tool, error, argc, argv).c_str(), stderr);
     return kUsage;
   }
@@ -53,8 +57,7 @@ int RunTool(int argc, const char* const* argv) {
   try {
     const int exitCode = Run(argc, argv);
     if (exitCode != kDone) DieOfStopSignal();
-    if (std::fflush(stdout) == 0) return exitCode;
-    throw std::system_error(errno, std::generic_category(), "the output stream");
+    return EndOutput(exitCode);
   } catch (const std::bad_alloc&) {
     std::fputs("clipchain: there is not enough memory\n", stderr);
     return kFailed;

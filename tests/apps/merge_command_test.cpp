@@ -361,7 +361,7 @@ TEST_F(MergeCommand, FailsWhenItsSummaryCannotBeWritten) {
       std::string(CLIPCHAIN_TOOL_PATH) + " merge -o '" + output_ + "' '" + kClip1 + "' > /dev/full";
   const Finished run = support::Run({"sh", "-c", line});
   EXPECT_EQ(1, run.exitCode);
-  EXPECT_THAT(run.err, HasSubstr("clipchain: "));
+  EXPECT_THAT(run.err, HasSubstr("clipchain: not all of the output could be written: "));
 }
 
 TEST(Usage, HelpAndVersionAreNoFailure) {

@@ -186,17 +186,17 @@ TEST_F(MergeSafety, TakesALimitOnTheSizeOfFilesAsAnError) {
   talk.Say("n\n");
   const Finished run = talk.End();
   EXPECT_EQ(1, run.exitCode);
-  EXPECT_THAT(run.out, HasSubstr("can't be written: File too large (output-unwritable, "
-                                 "MP4G_E_OUTPUT_WRITE)"));
+  EXPECT_THAT(run.out, HasSubstr("is larger than a file there may be: File too large "
+                                 "(too-large-for-folder, MP4G_E_OUTPUT_WRITE)"));
   EXPECT_EQ(kLeftoverOnly, Names());
 }
 
-TEST_F(MergeSafety, TakesAClosedPipeAsAnError) {
+TEST_F(MergeSafety, IsCompleteThoughNobodyReadsTheSummary) {
   std::string line = "(sleep 0.3; exec";
   for (const std::string& word : Merge()) line += " '" + word + "'";
   const Finished run = support::Run({"bash", "-c", line + ") | true; exit ${PIPESTATUS[0]}"});
-  EXPECT_EQ(1, run.exitCode);
-  EXPECT_THAT(run.err, HasSubstr("Broken pipe"));
+  EXPECT_EQ(128 + SIGPIPE, run.exitCode);
+  EXPECT_THAT(run.err, Not(HasSubstr("clipchain: ")));
   ExpectComplete();
 }
 
