@@ -10,6 +10,8 @@ install(
   EXPORT clipchainTargets
   LIBRARY COMPONENT library NAMELINK_COMPONENT development)
 install(TARGETS clipchain_static EXPORT clipchainTargets ARCHIVE COMPONENT development)
+# Of the layers above the engine only what applications call: the rooms below workflow/ and the
+# adaptations are the library's own.
 install(
   DIRECTORY ${PROJECT_SOURCE_DIR}/src/
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/clipchain
@@ -17,7 +19,14 @@ install(
   FILES_MATCHING
   PATTERN *.h
   PATTERN *.inc
-  PATTERN *_json.h EXCLUDE)
+  PATTERN adapt EXCLUDE
+  PATTERN workflow/* EXCLUDE)
+file(GLOB workflow_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/workflow/*.h
+     ${PROJECT_SOURCE_DIR}/src/workflow/*.inc)
+install(
+  FILES ${workflow_headers}
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/clipchain/workflow
+  COMPONENT development)
 if(TARGET clipchain_tool)
   install(TARGETS clipchain_tool RUNTIME COMPONENT tool)
   install(DIRECTORY ${PROJECT_BINARY_DIR}/manual/man1 DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT tool)

@@ -9,10 +9,10 @@
 #include <sstream>
 
 #include "clipchain/commands.h"
-#include "clipchain/help_text.h"
-#include "clipchain/stop_signals.h"
+#include "clipchain/manual/help_text.h"
+#include "clipchain/manual/usage.h"
 #include "clipchain/terminal/standard_output.h"
-#include "clipchain/usage.h"
+#include "clipchain/terminal/stop_signals.h"
 
 namespace clipchain {
 

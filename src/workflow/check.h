@@ -8,15 +8,9 @@
 
 #include "foundation/export.h"
 #include "workflow/finding.h"
+#include "workflow/seam.h"
 
 namespace clipchain {
-
-// How far picture and sound of the result have run apart where a clip ends. The engine appends each
-// track by itself, so what one clip has too much or too little of a track moves all that follows.
-struct Seam {
-  std::size_t clip;     // index of the clip that ends here
-  double milliseconds;  // between the track that is farthest ahead and the one farthest behind
-};
 
 struct CheckOptions {
   std::string output;      // the file that a merge would write; empty to check the inputs alone

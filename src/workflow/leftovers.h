@@ -1,20 +1,24 @@
-// What is said about, and done with, the hidden files that killed runs have left beside an output.
+// Hidden files that runs which were killed have left beside an output.
 #pragma once
 
-#include <functional>
 #include <string>
+#include <vector>
 
-#include "workflow/finding.h"
-#include "workflow/part_file.h"
+#include "foundation/export.h"
 
 namespace clipchain {
 
-inline constexpr const char* kLeftoverRemedy = "remove it, or let --remove-leftovers do it";
+struct Leftover {
+  std::string path;
+  long long size;  // in bytes
+};
 
-// Names each of them, or removes it if `remove`, which may be empty, says so. The remedy is for
-// those that stay.
-Findings LookForLeftovers(const std::string& output,
-                          const std::function<bool(const Leftover&)>& remove,
-                          const std::string& remedy = kLeftoverRemedy);
+// The hidden files of that output that were left behind. Those that a process works on, or that
+// can't be looked at, are not among them.
+CLIPCHAIN_API std::vector<Leftover> FindLeftovers(const std::string& output);
+
+// Removes one. Answers an error number of the system: EWOULDBLOCK if a process works on it by now,
+// 0 for success.
+[[nodiscard]] CLIPCHAIN_API int RemoveLeftover(const Leftover& leftover);
 
 }  // namespace clipchain

@@ -8,22 +8,14 @@
 #include "foundation/export.h"
 #include "foundation/result.h"
 #include "workflow/finding.h"
-#include "workflow/part_file.h"
+#include "workflow/leftovers.h"
+#include "workflow/merge_step.h"
 
 namespace clipchain {
 
 enum class Verification {
   kSeams,  // structure, sums, and the bytes of the samples on both sides of each seam
   kFull    // structure, sums, and the bytes of every sample, read back from the disk
-};
-
-struct MergeStep {
-  // In this order, but with Verification::kFull the flush comes first: what is read back must come
-  // from the disk.
-  enum class Phase { kChecking, kCopying, kVerifying, kFlushing } phase;
-  std::size_t clip;   // index of the input that is copied; of the last one in the phases behind
-  long long current;  // bytes over all inputs together
-  long long total;
 };
 
 struct SafeMergeOptions {

@@ -9,8 +9,8 @@
 #include "support/movie_builder.h"
 #include "support/temp_dir.h"
 #include "workflow/check.h"
-#include "workflow/html_parts.h"
-#include "workflow/order_check.h"
+#include "workflow/checks/order_check.h"
+#include "workflow/pages/html_parts.h"
 
 namespace cost {
 

@@ -9,9 +9,9 @@
 
 #include "support/failing_calls.h"
 #include "support/temp_dir.h"
-#include "workflow/leftovers.h"
-#include "workflow/part_file.h"
-#include "workflow/text_file.h"
+#include "workflow/merging/leftover_findings.h"
+#include "workflow/system/part_file.h"
+#include "workflow/system/text_file.h"
 
 namespace fs = std::filesystem;
 using clipchain::Finding;

@@ -7,7 +7,7 @@
 
 #include "support/failing_calls.h"
 #include "workflow/join.h"
-#include "workflow/safe_merge_fixture.h"
+#include "workflow/merging/safe_merge_fixture.h"
 
 namespace fs = std::filesystem;
 using clipchain::Findings;

@@ -44,6 +44,33 @@ class LayerCheck(HouseCheck):
     def test_refuses_the_workflow_in_the_engine(self):
         self.assertNotEqual([], self.faults_of("src/front/a.h", '  #  include "workflow/scan.h"'))
 
+    def test_refuses_the_front_in_the_workflow(self):
+        self.assertNotEqual([], self.faults_of("src/workflow/a/a.h", '#include "front/merger.h"'))
+
+    def test_passes_a_room_beneath(self):
+        line = '#include "workflow/system/files.h"'
+        self.assertEqual([], self.faults_of("src/workflow/checks/a.cpp", line))
+
+    def test_refuses_a_room_above(self):
+        line = '#include "workflow/joining/plan_json.h"'
+        faults = self.faults_of("src/workflow/checks/a.cpp", line)
+        self.assertIn("checks must not include workflow/joining/plan_json.h", faults[0])
+
+    def test_counts_a_public_header_to_the_room_of_its_source(self):
+        self.write("src/workflow/joining/join.cpp", "")
+        line = '#include "workflow/join.h"'
+        self.assertEqual([], self.faults_of("src/workflow/joining/a.cpp", line))
+        self.assertEqual(1, len(self.faults_of("src/workflow/merging/a.cpp", line)))
+
+    def test_refuses_a_room_that_nobody_decided_on(self):
+        line = '#include "workflow/system/files.h"'
+        self.assertNotEqual([], self.faults_of("src/workflow/misc/a.cpp", line))
+
+    def test_refuses_a_command_in_what_commands_stand_on(self):
+        line = '#include "clipchain/commands/merge_options.h"'
+        self.assertNotEqual([], self.faults_of("apps/clipchain/output/a.cpp", line))
+        self.assertEqual([], self.faults_of("apps/clipchain/output/a.cpp", ""))
+
     def test_refuses_an_include_that_is_not_written_from_src(self):
         self.assertNotEqual([], self.faults_of("src/box/a.cpp", '#include "box.h"'))
 

@@ -42,14 +42,19 @@ def check_no_path_of_the_build(prefix):
 
 
 def check_headers_alone(prefix, folder):
-    """Every installed header compiles by the path that programs use."""
+    """Every installed header compiles by the path that programs use, those of the workflow each by
+    itself, and of the layers above the engine only the headers that programs use are there."""
     include = prefix / "include"
     names = sorted(path.relative_to(include) for path in include.rglob("*.h"))
     require(len(names) > 20, f"only {len(names)} headers are installed")
-    unit = folder / "headers.cpp"
-    unit.write_text("".join(f"#include <{name}>\n" for name in names), encoding="utf-8")
+    public = [name for name in names if name.parts[1] == "workflow"]
+    require(len(public) > 5 and all(len(name.parts) == 3 for name in public), f"installed: {public}")
+    require(not (include / "clipchain" / "adapt").exists(), "headers of adapt are installed")
     flags = [f"-I{include}", f"-I{include / 'clipchain'}", "-fsyntax-only"]
-    run(CXX, "-std=c++20", "-Wall", "-Wextra", "-Werror", *flags, unit)
+    for unit_names in [names, *([name] for name in public)]:
+        unit = folder / "headers.cpp"
+        unit.write_text("".join(f"#include <{name}>\n" for name in unit_names), encoding="utf-8")
+        run(CXX, "-std=c++20", "-Wall", "-Wextra", "-Werror", *flags, unit)
 
 
 def check_cmake(prefix, folder, static):

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <system_error>
 
-#include "clipchain/stop_signals.h"
+#include "clipchain/terminal/stop_signals.h"
 #include "clipchain/tool.h"
 
 namespace clipchain {

@@ -1,0 +1,87 @@
+#include "clipchain/commands/job_option.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <system_error>
+
+#include "clipchain/output/finding_output.h"
+#include "workflow/join.h"
+#include "workflow/plan_file.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+// 0 for what is no number from 1 on.
+std::size_t NumberIn(const std::string& text) {
+  std::size_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && stop == end ? number : 0;
+}
+
+}  // namespace
+
+CLI::Option* AddJobOption(CLI::App& command, std::vector<std::string>& values) {
+  CLI::Option* option = command.add_option(
+      "--job", values,
+      "Merge recording N of FILE, which \"clipchain join --plan\" wrote; nothing is done if its "
+      "result is there already");
+  option->expected(2)->type_name("FILE N");
+  option->each([count = 0](const std::string& value) mutable {
+    if (++count == 2 && NumberIn(value) == 0)
+      throw CLI::ValidationError(value + " is no number of a job; they count from 1");
+  });
+  return option;
+}
+
+bool FindJob(const std::vector<std::string>& values, Job& job) {
+  const std::size_t number = NumberIn(values[1]);
+  const PlanReading plan = ReadPlan(values[0]);
+  const auto refuse = [](const Finding& finding) {
+    std::fputs(FindingText(finding, Paint(stderr)).c_str(), stderr);
+    return false;
+  };
+  if (plan.fault) return refuse(*plan.fault);
+  if (number > plan.jobs.size()) {
+    return refuse(MakeFinding(
+        Message::kJobMissing, values[0],
+        fmt::format("has jobs up to number {}, and no job {}", plan.jobs.size(), number),
+        "give numbers of jobs that the plan has"));
+  }
+  job = plan.jobs[number - 1];
+  for (const std::string& input : job.inputs) job.size += FileSize(input);
+  return true;
+}
+
+JobResult MergeJob(const Job& job, const SafeMergeOptions& options) {
+  JoinPlan plan;
+  plan.jobs.push_back(job);
+  JoinOptions join;
+  join.force = options.force;
+  join.verification = options.verification;
+  join.memoryLimit = options.memoryLimit;
+  join.removeLeftover = options.removeLeftover;
+  join.progress = [&](const JoinStep& step) {
+    // A merge counts each phase by itself; a join of one job counts all that it has to do.
+    const bool verifies = step.phase == MergeStep::Phase::kVerifying;
+    const long long before = verifies ? step.total - job.size : 0;
+    const long long current = std::min(step.current - before, job.size);
+    return !options.progress || options.progress({step.phase, step.clip, current, job.size});
+  };
+  const JobReport report = Join(plan, join).jobs.front();
+  JobResult result;
+  result.already = report.outcome == Outcome::kAlready;
+  result.merge.done = result.already || report.outcome == Outcome::kMerged;
+  result.merge.findings = report.findings;
+  result.merge.size = report.size;
+  result.merge.result = report.result;
+  return result;
+}
+
+}  // namespace clipchain

@@ -1,0 +1,166 @@
+// clipchain join PATH… -o DIR: merges each recording that lies in folders or on cards.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "clipchain/commands.h"
+#include "clipchain/commands/merge_options.h"
+#include "clipchain/manual/usage.h"
+#include "clipchain/output/finding_output.h"
+#include "clipchain/output/join_output.h"
+#include "clipchain/terminal/clip_progress.h"
+#include "clipchain/terminal/join_progress.h"
+#include "clipchain/terminal/leftover_question.h"
+#include "clipchain/terminal/standard_output.h"
+#include "clipchain/terminal/stop_signals.h"
+#include "clipchain/tool.h"
+#include "workflow/join.h"
+#include "workflow/merging/leftover_findings.h"
+#include "workflow/plan.h"
+#include "workflow/plan_file.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+struct JoinCommand {
+  std::vector<std::string> paths;
+  PlanOptions plan;
+  MergeSettings settings;
+  std::string planFile;
+  bool removeLeftovers = false;
+  bool dryRun = false;
+  bool json = false;
+};
+
+int Fail(const Finding& finding) {
+  std::fputs(FindingText(finding, Paint(stderr)).c_str(), stderr);
+  return kFailed;
+}
+
+std::size_t CountJobs(const JoinPlan& plan) {
+  return static_cast<std::size_t>(
+      std::count_if(plan.jobs.begin(), plan.jobs.end(),
+                    [](const Job& job) { return job.leftOut == LeftOut::kNo; }));
+}
+
+// Nothing was found to join, and something could not be read.
+bool IsHopeless(const JoinPlan& plan) { return plan.jobs.empty() && LeavesOut(plan); }
+
+int PlanCode(const JoinPlan& plan) {
+  if (IsHopeless(plan)) return kFailed;
+  return LeavesOut(plan) ? kIncomplete : kDone;
+}
+
+void PrintPlan(const JoinCommand& command, const JoinPlan& plan) {
+  const std::string text = command.json ? JoinJson(plan, nullptr) : PlanTable(plan, Paint(stdout));
+  Print(text);
+}
+
+int WriteJobs(const JoinCommand& command, JoinPlan plan) {
+  const int code = PlanCode(plan);
+  ProgressLine line(stderr);
+  const auto remove = LeftoverQuestion(command.removeLeftovers, command.json, line);
+  for (const Finding& finding : LookForLeftovers(command.planFile, remove))
+    plan.findings.push_back(finding);
+  if (const std::optional<Finding> fault = WritePlan(plan, command.planFile)) return Fail(*fault);
+  PrintPlan(command, plan);
+  if (!command.json) {
+    const std::size_t jobs = CountJobs(plan);
+    Print(
+        fmt::format("\n{} {} in {}\n", jobs, jobs == 1 ? "job" : "jobs", Shown(command.planFile)));
+  }
+  return code;
+}
+
+int RunJobs(const JoinCommand& command, const JoinPlan& plan) {
+  if (!command.json) {
+    PrintPlan(command, plan);
+    FlushOutput();
+  }
+  ProgressLine line(stderr);
+  JoinProgress progress(line);
+  JoinOptions options;
+  options.force = command.settings.force;
+  options.verification = command.settings.Level();
+  options.memoryLimit = command.settings.memoryLimit;
+  options.progress = [&](const JoinStep& step) { return progress.Show(step); };
+  options.removeLeftover = LeftoverQuestion(command.removeLeftovers, command.json, line);
+  const JoinReport report = Join(plan, options);
+  line.Clear();
+  const std::string text =
+      command.json ? JoinJson(plan, &report) : JoinTable(plan, report, Paint(stdout));
+  Print(text);
+  const bool whole = std::all_of(report.jobs.begin(), report.jobs.end(), [](const JobReport& job) {
+    return job.outcome != Outcome::kFailed && job.outcome != Outcome::kNotRun;
+  });
+  return whole ? PlanCode(plan) : kIncomplete;
+}
+
+JoinPlan MakePlan(const JoinCommand& command) {
+  ProgressLine line(stderr);
+  PlanOptions options = command.plan;
+  options.progress = ClipProgress("looking at", line);
+  return PlanFor(command.paths, options);
+}
+
+int Run(const JoinCommand& command) {
+  NoteStopSignals();
+  JoinPlan plan = MakePlan(command);
+  if (StopSignal() != 0) return kFailed;
+  if (command.dryRun) {
+    PrintPlan(command, plan);
+    return PlanCode(plan);
+  }
+  if (!command.planFile.empty()) return WriteJobs(command, std::move(plan));
+  if (CountJobs(plan) != 0) {
+    if (const std::optional<Finding> fault = MakeFolder(command.plan.folder)) return Fail(*fault);
+  }
+  return RunJobs(command, plan);
+}
+
+}  // namespace
+
+void AddJoinCommand(CLI::App& tool, int& exitCode) {
+  const auto options = std::make_shared<JoinCommand>();
+  CLI::App* command =
+      tool.add_subcommand("join", "Merge each recording of a card into a file of its own");
+  command
+      ->add_option("PATH", options->paths,
+                   "Folders to search for *.mp4, *.m4v and *.mov, each one a card of its own, and "
+                   "clips")
+      ->required()
+      ->type_name("PATH");
+  MustBeGiven(command->add_option(
+                  "-o,--output", options->plan.folder,
+                  "The folder for the results, which is created if it is missing and not searched"))
+      ->required()
+      ->type_name("DIR");
+  command->add_flag("--all", options->plan.all, "Put recordings of a single clip there, too");
+  command->add_flag("--incomplete", options->plan.incomplete,
+                    "Join what there is of recordings of which a clip is missing");
+  CLI::Option* dryRun =
+      command->add_flag("--dry-run", options->dryRun, "Show what would be done, and do nothing");
+  MustBeGiven(command->add_option(
+                  "--plan", options->planFile,
+                  "Write what would be done to a new file, from which \"clipchain merge --job FILE "
+                  "N\" merges recording N"))
+      ->type_name("FILE")
+      ->excludes(dryRun);
+  AddMergeSettings(*command, options->settings);
+  command->add_flag("--remove-leftovers", options->removeLeftovers,
+                    "Remove what merges to the same files that were killed have left behind");
+  command->add_flag("--json", options->json, "Print for programs");
+  command->callback([options, &exitCode] { exitCode = Run(*options); });
+}
+
+}  // namespace clipchain

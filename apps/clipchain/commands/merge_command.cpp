@@ -1,0 +1,125 @@
+// clipchain merge -o OUT IN…: puts clips together into one file.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "clipchain/commands.h"
+#include "clipchain/commands/job_option.h"
+#include "clipchain/commands/merge_options.h"
+#include "clipchain/manual/usage.h"
+#include "clipchain/output/finding_output.h"
+#include "clipchain/terminal/leftover_question.h"
+#include "clipchain/terminal/merge_progress.h"
+#include "clipchain/terminal/paint.h"
+#include "clipchain/terminal/standard_output.h"
+#include "clipchain/terminal/stop_signals.h"
+#include "clipchain/tool.h"
+#include "workflow/clips/clip_json.h"
+#include "workflow/findings/clip_words.h"
+#include "workflow/safe_merge.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+struct MergeOptions {
+  std::vector<std::string> inputs;
+  SafeMergeOptions merge;
+  std::vector<std::string> job;  // in place of inputs and output
+  MergeSettings settings;
+  bool removeLeftovers = false;
+  bool json = false;
+};
+
+std::string ReportJson(const MergeOptions& options, const JobResult& result, double seconds) {
+  const SafeMergeReport& report = result.merge;
+  Json document;
+  SetPath(document, options.merge.output);
+  document["done"] = report.done;
+  document["already"] = result.already;
+  document["clips"] = options.inputs.size();
+  document["size"] = report.size;
+  document["seconds"] = seconds;
+  document["verified"] = result.already ? "full" : options.settings.verify;
+  document["result"] = ResultName(report.result);
+  document["findings"] = FindingsJson(report.findings);
+  return JsonText(document);
+}
+
+void PrintReport(const MergeOptions& options, const JobResult& result, double seconds) {
+  const SafeMergeReport& report = result.merge;
+  if (options.json) {
+    Print(ReportJson(options, result, seconds));
+    return;
+  }
+  std::fputs(FindingsText(report.findings, Paint(stderr)).c_str(), stderr);
+  if (!report.done) return;
+  if (result.already) {
+    Print(
+        fmt::format("{} is there already, {}\n", Shown(options.merge.output), Amount(report.size)));
+    return;
+  }
+  const std::size_t clips = options.inputs.size();
+  Print(fmt::format("merged {} {} into {}: {} in {:.2f} s\n", clips, clips == 1 ? "clip" : "clips",
+                    Shown(options.merge.output), Amount(report.size), seconds));
+}
+
+int Run(MergeOptions options) {
+  NoteStopSignals();
+  Job job;
+  if (!options.job.empty()) {
+    if (!FindJob(options.job, job)) return kFailed;
+    options.inputs = job.inputs;
+    options.merge.output = job.output;
+  }
+  ProgressLine line(stderr);
+  MergeProgress progress(options.inputs.size(), line);
+  SafeMergeOptions merge = options.merge;
+  merge.force = options.settings.force;
+  merge.verification = options.settings.Level();
+  merge.memoryLimit = options.settings.memoryLimit;
+  merge.progress = [&](const MergeStep& step) { return progress.Show(step); };
+  merge.removeLeftover = LeftoverQuestion(options.removeLeftovers, options.json, line);
+  const JobResult result = options.job.empty() ? JobResult{SafeMerge(options.inputs, merge), false}
+                                               : MergeJob(job, merge);
+  line.Clear();
+  PrintReport(options, result, line.Seconds());
+  return result.merge.done ? kDone : kFailed;
+}
+
+}  // namespace
+
+void AddMergeCommand(CLI::App& tool, int& exitCode) {
+  const auto options = std::make_shared<MergeOptions>();
+  CLI::App* command = tool.add_subcommand(
+      "merge", "Put clips together into one file, in the order given, without re-encoding");
+  CLI::Option* output =
+      MustBeGiven(command->add_option("-o,--output", options->merge.output,
+                                      "The file to write; required without --job"))
+          ->type_name("OUT");
+  CLI::Option* clips =
+      command
+          ->add_option("IN", options->inputs, "The clips of one recording; required without --job")
+          ->type_name("IN");
+  CLI::Option* overwrite = command->add_flag("--overwrite", options->merge.overwrite,
+                                             "Replace OUT once the new file is complete");
+  CLI::Option* job = AddJobOption(*command, options->job);
+  for (CLI::Option* option : {output, clips, overwrite}) job->excludes(option);
+  AddMergeSettings(*command, options->settings);
+  command->add_flag("--remove-leftovers", options->removeLeftovers,
+                    "Remove what merges to OUT that were killed have left behind");
+  command->add_flag("--json", options->json, "Print for programs");
+  command->callback([options, output, clips, &exitCode] {
+    for (const CLI::Option* option : {output, clips}) {
+      if (options->job.empty() && option->empty()) throw CLI::RequiredError(option->get_name());
+    }
+    exitCode = Run(*options);
+  });
+}
+
+}  // namespace clipchain

@@ -1,0 +1,81 @@
+#include "clipchain/output/check_output.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstddef>
+
+#include "clipchain/output/finding_output.h"
+#include "workflow/findings/clip_words.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+std::ptrdiff_t CountOf(const Findings& findings, Severity severity) {
+  return std::count_if(findings.begin(), findings.end(),
+                       [severity](const Finding& f) { return f.severity == severity; });
+}
+
+std::string Counted(std::ptrdiff_t count, std::string_view what) {
+  return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+}
+
+// The heaviest thing that was found.
+const char* Verdict(const Findings& findings) {
+  if (CountOf(findings, Severity::kRefusal) != 0) return "errors";
+  if (CountOf(findings, Severity::kRisk) != 0) return "problems";
+  return CountOf(findings, Severity::kWarning) != 0 ? "warnings" : "fine";
+}
+
+std::string SummaryText(const std::vector<std::string>& inputs, const CheckReport& report) {
+  std::string text = Counted(static_cast<std::ptrdiff_t>(inputs.size()), "clip") + ": ";
+  std::string found;
+  for (const Severity severity : {Severity::kRefusal, Severity::kRisk, Severity::kWarning}) {
+    const std::ptrdiff_t count = CountOf(report.findings, severity);
+    if (count != 0) found += (found.empty() ? "" : ", ") + Counted(count, SeverityName(severity));
+  }
+  text += found.empty() ? "nothing speaks against a merge" : found;
+  if (CountOf(report.findings, Severity::kRefusal) == 0)
+    text += fmt::format("; the merged file takes {}", Amount(report.outputSize));
+  return text + '\n';
+}
+
+}  // namespace
+
+std::string CheckText(const std::vector<std::string>& inputs, const CheckReport& report,
+                      const Paint& paint) {
+  std::string text = FindingsText(report.findings, paint);
+  if (inputs.size() > 1 && !report.seams.empty()) {
+    text += fmt::format("{:>12}  {}\n", "drift", "behind");
+    for (const Seam& seam : report.seams) {
+      text += fmt::format("{:>9.1f} ms  {}\n", seam.milliseconds, Shown(inputs[seam.clip]));
+    }
+  }
+  return text + SummaryText(inputs, report);
+}
+
+std::string CheckJson(const std::vector<std::string>& inputs, const CheckOptions& options,
+                      const CheckReport& report) {
+  Json document;
+  document["verdict"] = Verdict(report.findings);
+  document["clips"] = Json::array();
+  for (const std::string& input : inputs) {
+    Json clip;
+    SetPath(clip, input);
+    clip["drift"] = nullptr;
+    document["clips"].push_back(clip);
+  }
+  for (const Seam& seam : report.seams) document["clips"][seam.clip]["drift"] = seam.milliseconds;
+  document["output"] = nullptr;
+  if (!options.output.empty()) {
+    document["output"] = Json::object();
+    SetPath(document["output"], options.output);
+  }
+  document["output_size"] = report.outputSize;
+  document["findings"] = FindingsJson(report.findings);
+  return JsonText(document);
+}
+
+}  // namespace clipchain

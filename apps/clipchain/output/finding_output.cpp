@@ -1,0 +1,79 @@
+#include "clipchain/output/finding_output.h"
+
+#include <fmt/format.h>
+
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+// Whether the text says by itself which track it is about.
+bool NamesTrack(const Finding& finding) {
+  const std::string words = fmt::format("track {}", finding.track);
+  const std::size_t found = finding.text.find(words);
+  if (found == std::string::npos) return false;
+  const std::size_t behind = found + words.size();
+  return finding.text.find_first_of("0123456789", behind) != behind;
+}
+
+// Where in the file: ": track 2, moov/trak[1] at byte 40"; empty where that is not known.
+std::string PlaceText(const Finding& finding) {
+  std::string text;
+  if (finding.track != 0 && !NamesTrack(finding)) text = fmt::format("track {}", finding.track);
+  if (!finding.box.empty()) text += (text.empty() ? "" : ", ") + Shown(finding.box);
+  if (finding.offset >= 0)
+    text += fmt::format("{}at byte {}", text.empty() ? "" : " ", finding.offset);
+  return text.empty() ? "" : ": " + text;
+}
+
+std::string SeverityWord(Severity severity, const Paint& paint) {
+  const Colour colour = severity == Severity::kNote      ? Colour::kNote
+                        : severity == Severity::kWarning ? Colour::kWarning
+                                                         : Colour::kBad;
+  return paint(colour, std::string(SeverityName(severity)) + ':');
+}
+
+Json TextOrNull(const std::string& text) { return text.empty() ? Json() : Json(text); }
+
+}  // namespace
+
+std::string FindingText(const Finding& finding, const Paint& paint) {
+  const std::string path = finding.path.empty() ? "" : Shown(finding.path) + ' ';
+  const std::string code =
+      finding.result == S_OK ? "" : fmt::format(", {}", ResultName(finding.result));
+  std::string text =
+      fmt::format("{} {}{}{} ({}{})\n", SeverityWord(finding.severity, paint), path, finding.text,
+                  PlaceText(finding), MessageName(finding.message), code);
+  if (!finding.remedy.empty()) text += fmt::format("  {}\n", finding.remedy);
+  return text;
+}
+
+std::string FindingsText(const Findings& findings, const Paint& paint) {
+  std::string text;
+  for (const Finding& finding : findings) text += FindingText(finding, paint);
+  return text;
+}
+
+Json FindingJson(const Finding& finding) {
+  Json object;
+  object["name"] = MessageName(finding.message);
+  object["severity"] = SeverityName(finding.severity);
+  object["path"] = nullptr;
+  if (!finding.path.empty()) SetPath(object, finding.path);
+  object["track"] = finding.track != 0 ? Json(finding.track) : Json();
+  object["box"] = TextOrNull(finding.box);
+  object["offset"] = finding.offset >= 0 ? Json(finding.offset) : Json();
+  object["text"] = finding.text;
+  object["remedy"] = TextOrNull(finding.remedy);
+  object["result"] = finding.result != S_OK ? Json(ResultName(finding.result)) : Json();
+  return object;
+}
+
+Json FindingsJson(const Findings& findings) {
+  Json array = Json::array();
+  for (const Finding& finding : findings) array.push_back(FindingJson(finding));
+  return array;
+}
+
+}  // namespace clipchain

@@ -1,0 +1,23 @@
+// Findings as the tool prints them.
+#pragma once
+
+#include <string>
+
+#include "clipchain/terminal/paint.h"
+#include "workflow/clips/clip_json.h"
+#include "workflow/finding.h"
+
+namespace clipchain {
+
+// "error: a.mp4 is too short: moov/trak[0]/mdia at byte 40 (media-cut-off, E_BAD_DATA)", and the
+// remedy on a line of its own, further in. Each line ends with a line feed.
+std::string FindingText(const Finding& finding, const Paint& paint = {});
+
+// The same of all of them.
+std::string FindingsText(const Findings& findings, const Paint& paint = {});
+
+// The same for programs; docs/json.md has the fields.
+Json FindingJson(const Finding& finding);
+Json FindingsJson(const Findings& findings);
+
+}  // namespace clipchain

@@ -1,0 +1,153 @@
+#include "clipchain/output/join_output.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "clipchain/output/finding_output.h"
+#include "clipchain/output/table_cells.h"
+#include "clipchain/terminal/progress_line.h"
+#include "workflow/findings/clip_words.h"
+#include "workflow/joining/plan_json.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+// What the plan does with a sequence.
+std::string Intent(const Job& job) {
+  switch (job.leftOut) {
+    case LeftOut::kNo:
+      return "-> " + Shown(job.output);
+    case LeftOut::kSingle:
+      return "single clip, left alone";
+    case LeftOut::kIncomplete:
+      return "left out: incomplete";
+    case LeftOut::kCopy:
+      return "left out: a copy";
+    default:
+      return "left out: contradictory";
+  }
+}
+
+// Findings as they stand below a row.
+std::string Indented(const Findings& findings, const Paint& paint) {
+  std::string text;
+  bool lineStarts = true;
+  for (const char c : FindingsText(findings, paint)) {
+    if (lineStarts) text += "      ";
+    lineStarts = c == '\n';
+    text += c;
+  }
+  return text;
+}
+
+Colour ColourOf(Outcome outcome) {
+  switch (outcome) {
+    case Outcome::kMerged:
+    case Outcome::kAlready:
+      return Colour::kGood;
+    case Outcome::kFailed:
+      return Colour::kBad;
+    default:
+      return Colour::kWarning;
+  }
+}
+
+// Jobs that are left out have no number, as in the plan's file.
+std::string NumberOf(const Job& job, std::size_t& number) {
+  return job.leftOut == LeftOut::kNo ? std::to_string(++number) : "-";
+}
+
+// "2 merged, 1 failed"; what does not occur is not counted.
+std::string CountText(const JoinPlan& plan, const JoinReport& report) {
+  std::string text;
+  const auto add = [&text](std::ptrdiff_t count, std::string_view what) {
+    if (count != 0) text += fmt::format("{}{} {}", text.empty() ? "" : ", ", count, what);
+  };
+  for (const Outcome outcome :
+       {Outcome::kMerged, Outcome::kAlready, Outcome::kFailed, Outcome::kNotRun}) {
+    add(std::count_if(report.jobs.begin(), report.jobs.end(),
+                      [outcome](const JobReport& job) { return job.outcome == outcome; }),
+        OutcomeName(outcome));
+  }
+  const auto addLeftOut = [&](LeftOut leftOut, std::string_view what) {
+    add(std::count_if(plan.jobs.begin(), plan.jobs.end(),
+                      [leftOut](const Job& job) { return job.leftOut == leftOut; }),
+        what);
+  };
+  addLeftOut(LeftOut::kSingle, "single left alone");
+  addLeftOut(LeftOut::kIncomplete, "incomplete left out");
+  addLeftOut(LeftOut::kContradiction, "contradictory left out");
+  const auto isCopy = [](const Job& job) { return job.leftOut == LeftOut::kCopy; };
+  const auto copies = std::count_if(plan.jobs.begin(), plan.jobs.end(), isCopy);
+  add(copies, copies == 1 ? "copy left out" : "copies left out");
+  return text.empty() ? "nothing to join" : text;
+}
+
+Json ReportJson(const Job& job, const JobReport* report, std::size_t& number) {
+  Json object;
+  object["number"] = job.leftOut == LeftOut::kNo ? Json(++number) : Json();
+  object["left_out"] = job.leftOut == LeftOut::kNo ? Json() : Json(LeftOutName(job.leftOut));
+  object.update(JobJson(job));
+  object["outcome"] = report != nullptr ? Json(OutcomeName(report->outcome)) : Json();
+  object["output_size"] = report != nullptr && report->size > 0 ? Json(report->size) : Json();
+  object["seconds"] = report != nullptr ? Json(report->seconds) : Json();
+  object["findings"] = FindingsJson(report != nullptr ? report->findings : job.findings);
+  return object;
+}
+
+}  // namespace
+
+std::string PlanTable(const JoinPlan& plan, const Paint& paint) {
+  std::string text;
+  if (plan.jobs.empty()) {
+    text += "no clips\n";
+  } else {
+    text +=
+        fmt::format("{:>4}  {:19}  {:>5}  {:17}  {}\n", "no.", "date", "clips", "state", "plan");
+  }
+  std::size_t number = 0;
+  for (const Job& job : plan.jobs) {
+    text += fmt::format("{:>4}  {:19}  {:>5}  {}  {}\n", NumberOf(job, number), DateWords(job.date),
+                        job.inputs.size(), StateCell(job.closedAtHead, job.closedAtTail, paint),
+                        Intent(job));
+    for (const std::string& input : job.inputs) text += fmt::format("      {}\n", Shown(input));
+    text += Indented(job.findings, paint);
+  }
+  return text + FindingsText(plan.findings, paint);
+}
+
+std::string JoinTable(const JoinPlan& plan, const JoinReport& report, const Paint& paint) {
+  std::string text;
+  std::size_t number = 0;
+  for (std::size_t i = 0; i < report.jobs.size(); ++i) {
+    const JobReport& job = report.jobs[i];
+    if (job.outcome == Outcome::kLeftOut) continue;
+    if (number == 0)
+      text += fmt::format("\n{:>4}  {:13}  {:>9}  {}\n", "no.", "result", "size", "file");
+    const std::string outcome = fmt::format("{:13}", OutcomeName(job.outcome));
+    text += fmt::format("{:>4}  {}  {:>9}  {}\n", ++number, paint(ColourOf(job.outcome), outcome),
+                        job.size > 0 ? Amount(job.size) : "-", Shown(plan.jobs[i].output));
+    // What the plan had to say stands in its own table.
+    const auto planned = static_cast<std::ptrdiff_t>(plan.jobs[i].findings.size());
+    text += Indented({job.findings.begin() + planned, job.findings.end()}, paint);
+  }
+  return text + '\n' + CountText(plan, report) + '\n';
+}
+
+std::string JoinJson(const JoinPlan& plan, const JoinReport* report) {
+  Json document;
+  document["jobs"] = Json::array();
+  std::size_t number = 0;
+  for (std::size_t i = 0; i < plan.jobs.size(); ++i) {
+    document["jobs"].push_back(
+        ReportJson(plan.jobs[i], report != nullptr ? &report->jobs[i] : nullptr, number));
+  }
+  document["stopped"] = report != nullptr && report->stopped;
+  document["findings"] = FindingsJson(plan.findings);
+  return JsonText(document);
+}
+
+}  // namespace clipchain

@@ -1,0 +1,174 @@
+#include "clipchain/output/sequences_output.h"
+
+#include <fmt/format.h>
+
+#include "clipchain/output/table_cells.h"
+#include "workflow/clips/clip_json.h"
+#include "workflow/findings/clip_words.h"
+#include "workflow/findings/result_words.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+std::string NumberList(const std::vector<unsigned int>& volumes) {
+  std::string text;
+  for (const unsigned int volume : volumes) {
+    text += fmt::format("{}{}", text.empty() ? "" : ", ", volume + 1);
+  }
+  return text;
+}
+
+void AddVolumes(const FoundClips& found, std::string& text) {
+  if (found.volumes.size() < 2) return;
+  for (std::size_t i = 0; i < found.volumes.size(); ++i) {
+    const std::string& folder = found.volumes[i].folder;
+    text += fmt::format("volume {}: {}\n", i + 1,
+                        folder.empty() ? "files named one by one" : Shown(folder));
+  }
+  text += '\n';
+}
+
+void AddRejected(const FoundClips& found, const ScanReport& report, const Paint& paint,
+                 std::string& text) {
+  if (found.unreadable.empty() && report.rejected.empty()) return;
+  text += paint(Colour::kBad, "not registered:") + '\n';
+  for (const UnreadablePath& path : found.unreadable) {
+    text += fmt::format("  {} {}\n", Shown(path.path), path.reason);
+  }
+  for (const RejectedClip& clip : report.rejected) {
+    text += fmt::format("  {} {} ({})\n", Shown(clip.path), WhyRejected(clip.path, clip.result),
+                        ResultName(clip.result));
+  }
+}
+
+// What became of the steps that were asked for.
+void AddSteps(const ScanReport& report, const ScanOptions& options, std::string& text) {
+  if (options.salvage && report.salvaged < 0) {
+    text += fmt::format("salvage: the timecode can't be read ({})\n", ResultName(report.salvaged));
+  } else if (options.salvage) {
+    text += report.joined ? "salvage: two sequences were joined by their timecode\n"
+                          : "salvage: nothing to join\n";
+  }
+  if (options.divide && report.divided != S_OK) {
+    text += fmt::format("division: failed ({})\n", ResultName(report.divided));
+  }
+}
+
+Json FileJson(const SequenceClip& clip) {
+  Json file;
+  SetPath(file, clip.path);
+  file["volume"] = clip.volume + 1;
+  file["date"] = DateJson(clip.date);
+  file["seconds"] = SecondsJson(clip.card.duration, clip.card.timeScale);
+  file["size"] = clip.size;
+  return file;
+}
+
+// Null if the duration of a clip is not known.
+Json SumJson(const SequenceReport& sequence) {
+  const std::optional<double> seconds = Seconds(sequence);
+  return seconds ? Json(*seconds) : Json();
+}
+
+Json SequenceJson(const SequenceReport& sequence, std::size_t number) {
+  Json object;
+  object["number"] = number;
+  object["date"] = DateJson(sequence.date);
+  object["clips"] = sequence.clips.size();
+  object["seconds"] = SumJson(sequence);
+  object["state"] = StateWords(sequence.closedAtHead, sequence.closedAtTail);
+  object["closed_at_head"] = sequence.closedAtHead;
+  object["closed_at_tail"] = sequence.closedAtTail;
+  object["camera_stream"] = sequence.cameraStream;
+  object["head_id"] = GuidJson(sequence.headID);
+  object["tail_id"] = GuidJson(sequence.tailID);
+  object["volumes"] = Json::array();
+  for (const unsigned int volume : sequence.volumes) object["volumes"].push_back(volume + 1);
+  object["files"] = Json::array();
+  for (const SequenceClip& clip : sequence.clips) object["files"].push_back(FileJson(clip));
+  return object;
+}
+
+Json VolumesJson(const FoundClips& found) {
+  Json volumes = Json::array();
+  for (const Volume& volume : found.volumes) {
+    Json object;
+    object["number"] = volumes.size() + 1;
+    if (volume.folder.empty()) {
+      object["path"] = nullptr;
+    } else {
+      SetPath(object, volume.folder);
+    }
+    object["clips"] = volume.clips.size();
+    volumes.push_back(object);
+  }
+  return volumes;
+}
+
+Json RejectedJson(const FoundClips& found, const ScanReport& report) {
+  Json rejected = Json::array();
+  for (const UnreadablePath& path : found.unreadable) {
+    Json object;
+    SetPath(object, path.path);
+    object["reason"] = path.reason;
+    object["result"] = nullptr;
+    rejected.push_back(object);
+  }
+  for (const RejectedClip& clip : report.rejected) {
+    Json object;
+    SetPath(object, clip.path);
+    object["reason"] = WhyRejected(clip.path, clip.result);
+    object["result"] = ResultName(clip.result);
+    rejected.push_back(object);
+  }
+  return rejected;
+}
+
+}  // namespace
+
+std::string SequencesTable(const FoundClips& found, const ScanReport& report,
+                           const ScanOptions& options, const Paint& paint) {
+  std::string text;
+  AddVolumes(found, text);
+  if (report.sequences.empty()) {
+    text += "no clips\n";
+  } else {
+    text +=
+        fmt::format("{:>4}  {:19}  {:>5}  {:17}  {}\n", "no.", "date", "clips", "state", "volumes");
+  }
+  std::size_t number = 0;
+  for (const SequenceReport& sequence : report.sequences) {
+    text += fmt::format("{:>4}  {:19}  {:>5}  {}  {}\n", ++number, DateWords(sequence.date),
+                        sequence.clips.size(),
+                        StateCell(sequence.closedAtHead, sequence.closedAtTail, paint),
+                        NumberList(sequence.volumes));
+    for (const SequenceClip& clip : sequence.clips) {
+      text += fmt::format("      {}\n", Shown(clip.path));
+    }
+  }
+  AddSteps(report, options, text);
+  AddRejected(found, report, paint, text);
+  return text;
+}
+
+std::string SequencesJson(const FoundClips& found, const ScanReport& report,
+                          const ScanOptions& options) {
+  Json document;
+  document["volumes"] = VolumesJson(found);
+  document["sequences"] = Json::array();
+  for (const SequenceReport& sequence : report.sequences) {
+    document["sequences"].push_back(SequenceJson(sequence, document["sequences"].size() + 1));
+  }
+  document["rejected"] = RejectedJson(found, report);
+  document["salvage"] = nullptr;
+  if (options.salvage) {
+    document["salvage"] = {{"joined", report.joined}, {"result", ResultName(report.salvaged)}};
+  }
+  document["division"] = nullptr;
+  if (options.divide) document["division"] = {{"result", ResultName(report.divided)}};
+  return JsonText(document);
+}
+
+}  // namespace clipchain

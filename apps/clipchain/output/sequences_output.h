@@ -1,0 +1,20 @@
+// The sequences of a number of clips, as the tool prints them.
+#pragma once
+
+#include <string>
+
+#include "clipchain/terminal/paint.h"
+#include "workflow/clip_search.h"
+#include "workflow/sequence_scan.h"
+
+namespace clipchain {
+
+// A table with a row for each sequence and its files below it, then what could not be registered.
+std::string SequencesTable(const FoundClips& found, const ScanReport& report,
+                           const ScanOptions& options, const Paint& paint);
+
+// The same for programs; docs/json.md has the fields.
+std::string SequencesJson(const FoundClips& found, const ScanReport& report,
+                          const ScanOptions& options);
+
+}  // namespace clipchain

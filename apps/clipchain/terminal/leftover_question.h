@@ -1,0 +1,17 @@
+// What becomes of files that runs that were killed have left behind.
+#pragma once
+
+#include <functional>
+
+#include "clipchain/terminal/progress_line.h"
+#include "workflow/leftovers.h"
+
+namespace clipchain {
+
+// Whether a leftover is to be removed: `always`, or where somebody sits at a terminal and the
+// output is not for a program, as they answer. Empty if nobody can be asked. The line makes room
+// for the question and must outlive the function.
+std::function<bool(const Leftover&)> LeftoverQuestion(bool always, bool forPrograms,
+                                                      ProgressLine& line);
+
+}  // namespace clipchain

@@ -1,0 +1,24 @@
+// A merge as the progress line shows it.
+#pragma once
+
+#include <cstddef>
+
+#include "clipchain/terminal/progress_line.h"
+#include "workflow/safe_merge.h"
+
+namespace clipchain {
+
+class MergeProgress {
+ public:
+  MergeProgress(std::size_t clips, ProgressLine& line) : clips_(clips), line_(line) {}
+
+  // Draws the step; false if a signal asks for the end.
+  bool Show(const MergeStep& step);
+
+ private:
+  std::size_t clips_;
+  ProgressLine& line_;
+  MergeStep::Phase phase_ = MergeStep::Phase::kChecking;
+};
+
+}  // namespace clipchain

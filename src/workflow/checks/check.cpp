@@ -1,0 +1,160 @@
+#include "workflow/check.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <iterator>
+#include <limits>
+#include <map>
+#include <memory>
+#include <utility>
+
+#include "clip/sequence.h"
+#include "reader/typed_views.h"
+#include "workflow/checks/drift_check.h"
+#include "workflow/checks/input_check.h"
+#include "workflow/checks/kept_check.h"
+#include "workflow/checks/match_check.h"
+#include "workflow/checks/order_check.h"
+#include "workflow/checks/output_check.h"
+#include "workflow/checks/rehearsal.h"
+#include "workflow/checks/table_check.h"
+#include "workflow/clips/clip_file.h"
+#include "workflow/findings/clip_words.h"
+#include "workflow/findings/file_findings.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+long long HalfOfTheMachine() {
+  const long pages = ::sysconf(_SC_PHYS_PAGES);
+  const long size = ::sysconf(_SC_PAGE_SIZE);
+  if (pages <= 0 || size <= 0) return std::numeric_limits<long long>::max();
+  return static_cast<long long>(pages) * size / 2;
+}
+
+class CheckRun {
+ public:
+  CheckRun(const std::vector<std::string>& inputs, const CheckOptions& options)
+      : inputs_(inputs),
+        options_(options),
+        rehearsal_(options.memoryLimit > 0 ? options.memoryLimit : HalfOfTheMachine()),
+        result_(options.output) {
+    for (const std::string& input : inputs) files_.emplace_back(input);
+  }
+
+  CheckReport Run() {
+    if (inputs_.empty())
+      result_.Add(Message::kNothingToMerge, "no clip was given", "name at least one clip");
+    CheckReport report;
+    report.stopped = !CheckClips();
+    if (!report.stopped) CheckTogether(report);
+    for (const FileFindings& file : files_) Append(report.findings, file);
+    Append(report.findings, result_);
+    return report;
+  }
+
+ private:
+  // Each by itself and beside the first one. False if the caller does not want to go on.
+  bool CheckClips() {
+    for (std::size_t i = 0; i < inputs_.size(); ++i) {
+      if (options_.progress && !options_.progress(i, inputs_.size())) {
+        result_.Add(
+            Message::kMergeStopped,
+            options_.output.empty()
+                ? fmt::format("the check was stopped before clip {} of {}", i + 1, inputs_.size())
+                : "was not made: the check of the clips was stopped",
+            "run it again");
+        return false;
+      }
+      CheckClip(i);
+      files_[i].ForgetPlaces();
+    }
+    return true;
+  }
+
+  // What they give together.
+  void CheckTogether(CheckReport& report) {
+    rehearsal_.Finish(result_);
+    report.seams = CheckDrift(drift_, files_);
+    CheckOrder(order_, files_);
+    report.outputSize = rehearsal_.OutputSize();
+    if (options_.output.empty()) return;
+    const OutputPlace place = PlaceOf(options_.output);
+    CheckOutput(options_.output, options_.overwrite, inputs_, place, result_);
+    CheckSpace(report.outputSize, place, result_);
+    if (options_.overwrite) CheckReplaced();
+  }
+
+  // What the output would replace may be a clip that nobody meant: a shell puts the first of many
+  // names behind the option. The result of an earlier merge has the first clip's identifier.
+  void CheckReplaced() {
+    ClipFile old(options_.output);
+    if (order_.empty() || old.Parse() != S_OK) return;
+    const OrderFacts facts = OrderFactsOf(old);
+    if (MP4G::IsZeroIdentifier(facts.id) || facts.id == order_.front().id) return;
+    result_.Add(Message::kOutputIsClip,
+                fmt::format("is a clip with the identifier {}, or the result of a merge that began "
+                            "with it, and no earlier result of these clips",
+                            GuidWords(facts.id)),
+                "choose another name; if it is needed no more, remove it first");
+  }
+
+  static void Append(Findings& findings, const FileFindings& file) {
+    findings.insert(findings.end(), file.All().begin(), file.All().end());
+  }
+
+  void CheckClip(std::size_t index) {
+    FileFindings& findings = files_[index];
+    auto clip = std::make_unique<ClipFile>(inputs_[index]);
+    const bool alone = inputs_.size() == 1;
+    CheckNamedOnce(index, findings);
+    order_.push_back({});
+    drift_.push_back({});
+    if (clip->WhyUnreadable().empty() && !rehearsal_.HasRoomFor(*clip, findings)) {
+      rehearsal_.GiveUp();
+      return;
+    }
+    if (!CheckInput(*clip, findings)) {
+      rehearsal_.GiveUp();
+      return;
+    }
+    CheckKept(*clip, findings);
+    CheckMergeable(clip->Movie(), alone, findings);
+    for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(clip->Movie()).Tracks())
+      CheckTables(*clip, track, findings);
+    order_.back() = OrderFactsOf(*clip);
+    rehearsal_.Take(clip, findings);
+    for (const TrackPair& pair : rehearsal_.Pairs()) drift_.back().push_back(FactsOf(pair.second));
+  }
+
+  void CheckNamedOnce(std::size_t index, FileFindings& findings) {
+    const auto identity = IdentityOf(inputs_[index]);
+    if (!identity) return;
+    const auto [place, isNew] = seen_.try_emplace(*identity, index);
+    if (isNew) return;
+    findings.Add(Message::kSameInputTwice,
+                 fmt::format("is the same file as {}, clip {} of the list",
+                             Shown(inputs_[place->second]), place->second + 1),
+                 "name each clip once");
+  }
+
+  const std::vector<std::string>& inputs_;
+  const CheckOptions& options_;
+  Rehearsal rehearsal_;
+  std::vector<FileFindings> files_;
+  FileFindings result_;
+  std::map<FileIdentity, std::size_t> seen_;
+  std::vector<OrderFacts> order_;
+  std::vector<ClipTracks> drift_;
+};
+
+}  // namespace
+
+CheckReport Check(const std::vector<std::string>& inputs, const CheckOptions& options) {
+  return CheckRun(inputs, options).Run();
+}
+
+}  // namespace clipchain

@@ -1,0 +1,133 @@
+#include "workflow/checks/output_check.h"
+
+#include <fmt/format.h>
+#include <linux/magic.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/statfs.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <filesystem>
+#include <limits>
+#include <system_error>
+
+#include "workflow/clips/clip_file.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+constexpr long long kMost = std::numeric_limits<long long>::max();
+
+std::string ErrorText(int error) { return std::generic_category().message(error); }
+
+std::string WhyNoFileFits(const std::string& folder) {
+  struct stat status;
+  if (::stat(folder.c_str(), &status) != 0)
+    return errno == ENOENT ? fmt::format("there is no folder {}", Shown(folder)) : ErrorText(errno);
+  if (!S_ISDIR(status.st_mode)) return fmt::format("{} is no folder", Shown(folder));
+  if (::access(folder.c_str(), W_OK | X_OK) == 0) return "";
+  return fmt::format("the folder {} can't be written: {}", Shown(folder), ErrorText(errno));
+}
+
+long long FreeBytes(const std::string& folder) {
+  struct statvfs space;
+  // Some network file systems tell no figures at all.
+  if (::statvfs(folder.c_str(), &space) != 0 || space.f_blocks == 0) return -1;
+  const auto block = static_cast<unsigned long long>(space.f_frsize);
+  const auto blocks = static_cast<unsigned long long>(space.f_bavail);
+  if (block != 0 && blocks > static_cast<unsigned long long>(kMost) / block) return kMost;
+  return static_cast<long long>(block * blocks);
+}
+
+long long LargestFileIn(const std::string& folder) {
+  struct statfs system;
+  long long most = ::statfs(folder.c_str(), &system) == 0 ? LargestFileOn(system.f_type) : -1;
+  struct rlimit limit;
+  if (::getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY &&
+      limit.rlim_cur < static_cast<rlim_t>(kMost)) {
+    const auto allowed = static_cast<long long>(limit.rlim_cur);
+    most = most < 0 ? allowed : std::min(most, allowed);
+  }
+  return most;
+}
+
+}  // namespace
+
+// What pathconf() says of a file system it does not know is a guess, and a wrong one for most: 32
+// bits for tmpfs, overlayfs, exFAT and network file systems. The field for a size in a directory
+// entry of FAT has 32 bits.
+long long LargestFileOn(long fileSystem) {
+  constexpr long long kMostOnFat = std::numeric_limits<std::uint32_t>::max();
+  return fileSystem == MSDOS_SUPER_MAGIC ? kMostOnFat : -1;
+}
+
+OutputPlace PlaceOf(const std::string& output) {
+  OutputPlace place;
+  const std::filesystem::path parent = std::filesystem::path(output).parent_path();
+  place.folder = parent.empty() ? std::string(".") : parent.string();
+  place.whyUnwritable = WhyNoFileFits(place.folder);
+  if (!place.whyUnwritable.empty()) return place;
+  place.freeBytes = FreeBytes(place.folder);
+  place.largestFile = LargestFileIn(place.folder);
+  return place;
+}
+
+void CheckOutput(const std::string& output, bool overwrite, const std::vector<std::string>& inputs,
+                 const OutputPlace& place, FileFindings& findings) {
+  const auto same = std::find_if(inputs.begin(), inputs.end(), [&output](const std::string& input) {
+    return IsSameFile(output, input);
+  });
+  struct stat status;
+  const bool isThere = ::stat(output.c_str(), &status) == 0;
+  if (same != inputs.end()) {
+    findings
+        .Add(Message::kOutputIsInput, "is the same file as the input " + Shown(*same),
+             "choose another name for the output")
+        .result = MP4G_E_OUTPUT_OPEN;
+  } else if (isThere && !S_ISREG(status.st_mode)) {
+    findings
+        .Add(Message::kOutputUnwritable,
+             S_ISDIR(status.st_mode) ? "can't be written: it is a folder"
+                                     : "can't be written: it is no regular file",
+             "choose another name for the output")
+        .result = MP4G_E_OUTPUT_OPEN;
+  } else if (!overwrite && Exists(output)) {
+    findings
+        .Add(Message::kOutputExists, "exists already",
+             "choose another name, or replace it with --overwrite")
+        .result = MP4G_E_OUTPUT_OPEN;
+  }
+  if (place.whyUnwritable.empty()) return;
+  findings
+      .Add(Message::kOutputUnwritable, "can't be written: " + place.whyUnwritable,
+           "choose a folder that you may write to")
+      .result = MP4G_E_OUTPUT_OPEN;
+}
+
+void CheckSpace(long long bytes, const OutputPlace& place, FileFindings& findings) {
+  if (place.freeBytes >= 0 && bytes > place.freeBytes) {
+    findings
+        .Add(Message::kTooLittleSpace,
+             fmt::format("would take {} bytes, and {} are free in {}", bytes, place.freeBytes,
+                         Shown(place.folder)),
+             fmt::format("make room for {} bytes more, or choose another disk",
+                         bytes - place.freeBytes))
+        .result = MP4G_E_OUTPUT_WRITE;
+  }
+  if (place.largestFile >= 0 && bytes > place.largestFile) {
+    findings
+        .Add(Message::kTooLargeForFolder,
+             fmt::format("would take {} bytes, and a file in {} may have {}", bytes,
+                         Shown(place.folder), place.largestFile),
+             "choose a disk with another file system, or a higher limit for files")
+        .result = MP4G_E_OUTPUT_WRITE;
+  }
+}
+
+}  // namespace clipchain

@@ -1,0 +1,33 @@
+// Whether the output of a merge can be written where it is to be written.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "workflow/findings/file_findings.h"
+
+namespace clipchain {
+
+// What the system says about the folder of the output.
+struct OutputPlace {
+  std::string folder;
+  std::string whyUnwritable;   // empty if nothing speaks against it
+  long long freeBytes = -1;    // that this user may fill; -1 if that is not known
+  long long largestFile = -1;  // bytes that a file there may have; -1 if that is not known
+};
+
+OutputPlace PlaceOf(const std::string& output);
+
+// Tells how large a file can be on a file system, by the number with which statfs() names it; -1
+// where no limit is a fact, and only writing tells.
+long long LargestFileOn(long fileSystem);
+
+// Says what stands against the output: that it is an input, that it exists and may not be replaced,
+// its folder. `inputs` are those that could be found.
+void CheckOutput(const std::string& output, bool overwrite, const std::vector<std::string>& inputs,
+                 const OutputPlace& place, FileFindings& findings);
+
+// Says where `bytes` of output do not fit.
+void CheckSpace(long long bytes, const OutputPlace& place, FileFindings& findings);
+
+}  // namespace clipchain

@@ -1,0 +1,259 @@
+#include "workflow/checks/rehearsal.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "box/header_boxes.h"
+#include "reader/box_reader.h"
+#include "reader/movie_reader.h"
+#include "reader/typed_views.h"
+#include "workflow/boxes/sample_layout.h"
+#include "workflow/boxes/sample_tables.h"
+#include "workflow/clips/track_facts.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+// The tree, its tables with room to grow and offsets of 64 bits, and the bytes that are written of
+// it.
+constexpr long long kMemoryPerByte = 4;
+// A box by itself, however small: its object and where its parent and the lists of tracks keep it,
+// and the same once more for the result that is read again.
+constexpr long long kMemoryPerBox = 400;
+constexpr long long kPlaceholder = 16;  // between the file type box and the media
+constexpr std::uint64_t kLargest32Bits = 0xFFFFFFFF;
+
+constexpr const char* kFewer = "merge fewer clips at once";
+
+long long LimitedSum(long long a, long long b) {
+  constexpr long long kMost = std::numeric_limits<long long>::max();
+  return a > kMost - b ? kMost : a + b;
+}
+
+SampleLayout LayoutOf(MP4G::CTrackBox* track) {
+  return SampleLayout(MP4G::CTrackBox_wr(track).SampleTableBox());
+}
+
+// How many sizes a merge would list one by one because the tracks have different common sizes.
+std::uint64_t SpelledOutSizes(const MP4G::CSampleSizeBox* first,
+                              const MP4G::CSampleSizeBox* second) {
+  if (first == nullptr || second == nullptr) return 0;
+  const unsigned int a = first->record->sampleSize;
+  const unsigned int b = second->record->sampleSize;
+  if (a == b) return 0;
+  return (a != 0 ? std::uint64_t{first->record->sampleCount} : 0) + second->record->sampleCount;
+}
+
+}  // namespace
+
+// The boxes are counted only where their bytes alone do not exceed the limit.
+bool Rehearsal::HasRoomFor(const ClipFile& clip, FileFindings& findings) {
+  long long needed = LimitedSum(memory_, clip.TreeBytes() * kMemoryPerByte);
+  boxMemory_ = needed <= memoryLimit_ ? clip.TreeBoxes() * kMemoryPerBox : 0;
+  needed = LimitedSum(needed, boxMemory_);
+  if (needed <= memoryLimit_) return true;
+  findings
+      .Add(
+          Message::kMemoryLimit,
+          fmt::format("would take the memory for movie boxes to about {} bytes, and {} are allowed",
+                      needed, memoryLimit_),
+          "merge fewer clips at once, or raise --memory-limit")
+      .result = E_OUTOFMEMORY;
+  return false;
+}
+
+void Rehearsal::Take(std::unique_ptr<ClipFile>& clip, FileFindings& findings) {
+  memory_ = LimitedSum(memory_, clip->TreeBytes() * kMemoryPerByte);
+  mediaBytes_ = LimitedSum(mediaBytes_, clip->file.mdatSize);
+  movieBytes_ = LimitedSum(movieBytes_, clip->MoviePlace()->size);
+  pairs_.clear();
+  if (first_ == nullptr) {
+    // Of later clips the tables alone remain.
+    memory_ = LimitedSum(memory_, boxMemory_);
+    TakeFirst(std::move(clip), findings);
+    return;
+  }
+  pairs_ = CheckMatch(first_->Movie(), Shown(first_->Path()), clip->Movie(), findings);
+  if (complete_ && !findings.Refused() && CanSpellOutSizes(findings)) Merge(*clip, findings);
+  complete_ = complete_ && !findings.Refused();
+}
+
+void Rehearsal::TakeFirst(std::unique_ptr<ClipFile> clip, FileFindings& findings) {
+  first_ = std::move(clip);
+  for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(first_->Movie()).Tracks()) {
+    samples_[track] = LayoutOf(track).SampleCount();
+    pairs_.push_back({track, track});
+  }
+  complete_ = complete_ && !findings.Refused();
+  if (!complete_) return;
+  const long long mediaPos = first_->file.GetFileTypeBox()->GetBoxSize() + kPlaceholder;
+  const HRESULT result = merge_.ProcessFirstFile(&first_->file, mediaPos);
+  if (result == S_OK) return;
+  complete_ = false;
+  findings.Add(Message::kInputRefused, "can't be merged", "leave it out").result = result;
+}
+
+void Rehearsal::Merge(ClipFile& next, FileFindings& findings) {
+  findings.ForgetPlaces();
+  const HRESULT result = merge_.Merge(&first_->file, &next.file);
+  if (result != S_OK) {
+    findings.Add(Message::kInputRefused, "can't be merged", "leave it out").result = result;
+    return;
+  }
+  for (const TrackPair& pair : pairs_) {
+    const std::uint64_t before = samples_[pair.first];
+    samples_[pair.first] = before + LayoutOf(pair.second).SampleCount();
+    CheckSizes(pair, before, findings);
+  }
+  CheckDurations(findings);
+}
+
+bool Rehearsal::CanSpellOutSizes(FileFindings& findings) {
+  for (const TrackPair& pair : pairs_) {
+    const SampleTables first(pair.first);
+    const std::uint64_t count = SpelledOutSizes(first.sizes, SampleTables(pair.second).sizes);
+    if (count == 0) continue;
+    const TrackFacts facts = FactsOf(pair.second);
+    if (first.sizes->entries.size() + count > MP4G::kMostSampleSizes) {
+      Finding& finding = findings.AddAt(
+          Message::kSampleSizesTooMany,
+          fmt::format(
+              "would in its {} make a merge list the sizes of {} samples, of which {} are the "
+              "most",
+              TrackWords(facts), first.sizes->entries.size() + count, MP4G::kMostSampleSizes),
+          "leave it out", SampleTables(pair.second).sizes);
+      finding.track = facts.id;
+      finding.result = MP4G_E_SAMPLE_TABLE;
+      return false;
+    }
+    memory_ = LimitedSum(memory_, static_cast<long long>(count * sizeof(unsigned int)));
+    if (memory_ <= memoryLimit_) continue;
+    Finding& finding = findings.AddAt(
+        Message::kMemoryLimit,
+        fmt::format(
+            "would in its {} make a merge list the sizes of {} samples, which takes the memory "
+            "for movie boxes to about {} bytes, and {} are allowed",
+            TrackWords(facts), count, memory_, memoryLimit_),
+        "leave it out, or raise --memory-limit", SampleTables(pair.second).sizes);
+    finding.track = facts.id;
+    finding.result = E_OUTOFMEMORY;
+    return false;
+  }
+  return true;
+}
+
+// A common size that a table of sizes follows makes the merged table say something else than both.
+void Rehearsal::CheckSizes(const TrackPair& pair, std::uint64_t before, FileFindings& findings) {
+  const SampleLayout merged = LayoutOf(pair.first);
+  const SampleLayout second = LayoutOf(pair.second);
+  std::string wrong;
+  if (merged.SampleCount() != samples_[pair.first]) {
+    wrong = fmt::format("would count {} samples up to here in place of {}", merged.SampleCount(),
+                        samples_[pair.first]);
+  } else if (merged.UniformSize() == 0 || merged.UniformSize() != second.UniformSize()) {
+    for (std::uint64_t i = 0; i < second.SampleCount(); ++i) {
+      if (merged.SizeOf(before + i) == second.SizeOf(i)) continue;
+      wrong = fmt::format("would give its sample {} {} bytes in place of {}", i + 1,
+                          merged.SizeOf(before + i), second.SizeOf(i));
+      break;
+    }
+  }
+  if (wrong.empty() || !reported_.insert(pair.first).second) return;
+  const TrackFacts facts = FactsOf(pair.second);
+  findings
+      .AddAt(Message::kSampleSizesLost,
+             fmt::format(
+                 "has in its {} a table of sample sizes behind clips whose samples all have one "
+                 "size; a merge {}",
+                 TrackWords(facts), wrong),
+             "merge clips of this kind with another program", SampleTables(pair.second).SizeBox())
+      .track = facts.id;
+}
+
+void Rehearsal::CheckDuration(const MP4G::CFullBox* box, std::uint64_t duration, BoxPlaces& places,
+                              FileFindings& findings) {
+  if (box == nullptr || box->fullHeader->version == 1 || duration <= kLargest32Bits) return;
+  if (!reported_.insert(box).second || !findings.TakesMore()) return;
+  Finding& finding = findings.Add(
+      Message::kDurationTooLong,
+      fmt::format("takes the duration in \"{}\" to {}, and that box of {}, version {}, holds {} at "
+                  "most",
+                  FourCcText(box->header->type), duration, Shown(first_->Path()),
+                  unsigned{box->fullHeader->version}, kLargest32Bits),
+      kFewer);
+  finding.box = places.PathOf(*box);
+}
+
+void Rehearsal::CheckDurations(FileFindings& findings) {
+  BoxPlaces places;
+  const MP4G::CMovieBox_wr movie(first_->Movie());
+  if (const auto* header = movie.MovieHeaderBox())
+    CheckDuration(header, header->recordA->Duration(), places, findings);
+  for (MP4G::CTrackBox* track : movie.Tracks()) {
+    const MP4G::CTrackBox_wr view(track);
+    if (const auto* header = view.TrackHeaderBox())
+      CheckDuration(header, header->recordA->Duration(), places, findings);
+    if (const auto* header = view.MediaHeaderBox())
+      CheckDuration(header, header->recordA->Duration(), places, findings);
+    const MP4G::CEditListBox* edits = view.EditListBox();
+    if (edits != nullptr && !edits->entries.empty())
+      CheckDuration(edits, edits->entries.front().segmentDuration, places, findings);
+  }
+}
+
+void Rehearsal::Finish(FileFindings& findings) {
+  if (!complete_ || first_ == nullptr) return;
+  MP4G::CMovieBox* movie = first_->Movie();
+  MP4G::CMovieReader reader(movie);
+  HRESULT result = reader.ConvertChunkLargeOffsetToChunkOffset();
+  result |= reader.LimitTrackDurationUnderVideoDuration();
+  MP4G::CBoxReader writer(movie);
+  const unsigned char* bytes = nullptr;
+  unsigned int size = 0;
+  if (result >= 0) result = writer.GetData(&bytes, &size);
+  if (result < 0 || bytes == nullptr) {
+    findings
+        .Add(Message::kOutputUnfinished,
+             result == E_PENDING ? "can't be completed: its movie box would be larger than 4 GiB"
+                                 : "can't be completed: its movie box contradicts itself",
+             kFewer)
+        .result = result;
+    return;
+  }
+  movieBytes_ = size;
+  CheckMovie(bytes, size, findings);
+}
+
+// Whoever reads the result next has the engine's limits, if it is the engine.
+void Rehearsal::CheckMovie(const unsigned char* bytes, unsigned int size, FileFindings& findings) {
+  if (size >= MP4G::kLeastUnloadedBoxSize) {
+    findings
+        .Add(Message::kMovieTooLarge,
+             fmt::format("would have a movie box of {} bytes, and a reader takes {} at most", size,
+                         MP4G::kLeastUnloadedBoxSize - 1),
+             kFewer)
+        .severity = Severity::kRisk;
+    return;
+  }
+  MP4G::CMp4Tree tree;
+  const HRESULT result = tree.AddBoxData(bytes, size, 0);
+  if (result == S_OK) return;
+  findings
+      .Add(Message::kMovieUnreadable, "would have a movie box that can't be read again",
+           "merge the clips with another program")
+      .result = result;
+}
+
+long long Rehearsal::OutputSize() const {
+  const TopLevelBox* movie = first_ != nullptr ? first_->MoviePlace() : nullptr;
+  if (movie == nullptr) return 0;
+  const long long head = first_->file.GetFileTypeBox()->GetBoxSize() + kPlaceholder;
+  return LimitedSum(LimitedSum(head, mediaBytes_), movieBytes_);
+}
+
+}  // namespace clipchain

@@ -1,0 +1,65 @@
+// A merge without media: the boxes are put together as the engine does it, in memory, and what
+// comes out is looked at.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "merge/mp4_merge.h"
+#include "workflow/checks/match_check.h"
+#include "workflow/clips/clip_file.h"
+#include "workflow/findings/file_findings.h"
+
+namespace clipchain {
+
+class Rehearsal {
+ public:
+  // The movie boxes may take `memoryLimit` bytes.
+  explicit Rehearsal(long long memoryLimit) : memoryLimit_(memoryLimit) {}
+
+  // Whether the boxes of the clip fit in the memory beside what is there; says so where they don't.
+  bool HasRoomFor(const ClipFile& clip, FileFindings& findings);
+
+  // Takes the first input over, which leaves `clip` null, or compares a later one with it and
+  // merges it unless something was found that the engine refuses.
+  void Take(std::unique_ptr<ClipFile>& clip, FileFindings& findings);
+  // An input could not be parsed: there will be no result.
+  void GiveUp() { complete_ = false; }
+
+  // Completes the movie box. Findings are about the result.
+  void Finish(FileFindings& findings);
+
+  // Bytes of the result; an estimate if something was refused.
+  long long OutputSize() const;
+  // The tracks of the input taken last, in the order of the first input's; empty if they don't
+  // match.
+  const std::vector<TrackPair>& Pairs() const { return pairs_; }
+
+ private:
+  void TakeFirst(std::unique_ptr<ClipFile> clip, FileFindings& findings);
+  void Merge(ClipFile& next, FileFindings& findings);
+  bool CanSpellOutSizes(FileFindings& findings);
+  void CheckSizes(const TrackPair& pair, std::uint64_t before, FileFindings& findings);
+  void CheckDurations(FileFindings& findings);
+  void CheckDuration(const MP4G::CFullBox* box, std::uint64_t duration, BoxPlaces& places,
+                     FileFindings& findings);
+  void CheckMovie(const unsigned char* bytes, unsigned int size, FileFindings& findings);
+
+  long long memoryLimit_;
+  long long memory_ = 0;     // that the boxes taken so far need, about
+  long long boxMemory_ = 0;  // what the boxes of the clip at hand take by themselves
+  std::unique_ptr<ClipFile> first_;
+  MP4G::CMp4Merge merge_;
+  bool complete_ = true;
+  std::vector<TrackPair> pairs_;
+  std::map<const MP4G::CTrackBox*, std::uint64_t> samples_;  // of each track so far
+  std::set<const MP4G::CBox*> reported_;                     // that were spoken of once
+  long long mediaBytes_ = 0;
+  long long movieBytes_ = 0;
+};
+
+}  // namespace clipchain

@@ -1,0 +1,123 @@
+#include "workflow/clip_info.h"
+
+#include "box/sample_table_boxes.h"
+#include "box/structural_boxes.h"
+#include "foundation/fourcc.h"
+#include "foundation/reader_wrapper.h"
+#include "foundation/strings.h"
+#include "reader/movie_reader.h"
+#include "reader/mp4_file.h"
+#include "reader/track_reader.h"
+#include "reader/typed_views.h"
+#include "workflow/clips/clip_date.h"
+
+namespace clipchain {
+
+namespace {
+
+constexpr unsigned int kReaderBuffer = 100000;
+constexpr unsigned int kLongestPlainHeader = 16;
+
+TrackInfo InfoOf(MP4G::CTrackBox* track) {
+  const MP4G::CTrackReader reader(track);
+  const MP4G::CTrackBox_wr view(track);
+  TrackInfo info{};
+  info.id = reader.GetTrackID();
+  if (const auto* handler = view.HandlerBox(); handler != nullptr)
+    info.handler = handler->record->handlerType;
+  const auto* descriptions = MP4G::CSampleTableBox_wr(view.SampleTableBox()).SampleDescriptionBox();
+  if (descriptions != nullptr) {
+    for (const MP4G::CBox* entry : descriptions->children) {
+      info.sampleEntries.push_back(entry->header->type);
+    }
+  }
+  info.samples = reader.GetSampleNum();
+  info.timeScale = reader.GetTimeScale();
+  info.duration = reader.GetMediaDuration();
+  return info;
+}
+
+// Lists the boxes with where they stand in the file.
+class BoxLister {
+ public:
+  BoxLister(const QUIRVA::IQvFileReader& reader, std::vector<BoxInfo>& boxes)
+      : reader_(reader), boxes_(boxes) {}
+
+  // The top level, as far as `tree` goes. What it holds without a box is measured in the file.
+  void List(const MP4G::CMp4Tree& tree) {
+    long long position = 0;
+    for (const MP4G::CMp4Tree::Record& record : tree.boxes) {
+      MP4G::CBox unloaded;
+      if (record.box == nullptr && !Peek(position, unloaded)) return;
+      const MP4G::CBox& box = record.box != nullptr ? *record.box : unloaded;
+      long long size = box.GetBoxSize();
+      if (size == 0) size = reader_.GetFileSize() - position;
+      Add(box, position, size, 0);
+      position += size;
+    }
+  }
+
+ private:
+  bool Peek(long long position, MP4G::CBox& box) const {
+    const unsigned char* bytes = nullptr;
+    unsigned int got = 0;
+    return reader_.GetData(position, kLongestPlainHeader, bytes, got) >= 0 &&
+           box.Set16Byte(bytes, got) == S_OK;
+  }
+
+  void Add(const MP4G::CBox& box, long long position, long long size, unsigned int depth) {
+    boxes_.push_back({box.header->type, position, size, box.GetUsertype(), depth});
+    // Sample descriptions do not know where they stand, and neither does anything below them know
+    // more than its distance from there. The first one stands behind version, flags and a count.
+    long long behind = box.GetBoxBaseSize() + 8;
+    for (const MP4G::CBox* child : box.children) {
+      const long long offset =
+          child->position > box.position ? child->position - box.position : behind;
+      Add(*child, position + offset, child->GetBoxSize(), depth + 1);
+      behind = offset + child->GetBoxSize();
+    }
+  }
+
+  const QUIRVA::IQvFileReader& reader_;
+  std::vector<BoxInfo>& boxes_;
+};
+
+void Analyse(MP4G::CMovieBox* movie, ClipInfo& info) {
+  MP4G::CVireoMp4 clip(0);
+  info.analysis = clip.ParseMovieBox(movie);
+  // The date of the movie header stands in for the camera's, which may be behind the damage.
+  if (clip.timedate == MP4G::_tagSequenceTimedate{})
+    clip.timedate = MP4G::CVireoMp4::ObtainMovieBoxTimedate(movie);
+  info.date = KnownDate(clip.timedate);
+  info.uniqueID = clip.uniqueID;
+  info.previousID = clip.preID;
+  info.nextID = clip.nextID;
+  info.cameraStream = clip.isVireoStream != 0;
+  info.hasIdentifiers = clip.hasIDBox != 0;
+}
+
+}  // namespace
+
+HRESULT ReadClipInfo(const std::string& path, ClipInfo& info) {
+  HRESULT opened = S_OK;
+  QUIRVA::FileReaderWrapper reader(QUIRVA::WidePathFromBytes(path).c_str(), kReaderBuffer, opened);
+  RETURN_IF_NEGATIVE(opened);
+  info.size = reader.GetFileSize();
+  MP4G::CMp4File file;
+  info.boxesResult = file.SetReader(&reader);
+  BoxLister(reader, info.boxes).List(file);
+  RETURN_IF_NEGATIVE(info.boxesResult);
+  MP4G::CMovieBox* movie = file.GetMovieBox();
+  RETURN_IF(movie == nullptr, info.boxesResult);
+
+  const MP4G::CMovieReader movieReader(movie);
+  info.timeScale = movieReader.GetTimeScale();
+  info.duration = movieReader.GetDuration();
+  for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(movie).Tracks()) {
+    info.tracks.push_back(InfoOf(track));
+  }
+  Analyse(movie, info);
+  return S_OK;
+}
+
+}  // namespace clipchain

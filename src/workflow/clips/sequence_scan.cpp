@@ -1,0 +1,127 @@
+#include "workflow/sequence_scan.h"
+
+#include <algorithm>
+
+#include "clip/sequence.h"
+#include "clip/sequence_creator.h"
+#include "foundation/strings.h"
+#include "workflow/clips/clip_date.h"
+
+namespace clipchain {
+
+namespace {
+
+SequenceClip Clip(const MP4G::CVireoMp4& clip) {
+  SequenceClip report{};
+  report.path = QUIRVA::PathBytesFromWide(clip.path).value_or("");
+  report.volume = clip.volume;
+  report.id = clip.uniqueID;
+  report.date = KnownDate(clip.timedate);
+  report.size = clip.fileSize;
+  return report;
+}
+
+SequenceReport Report(MP4G::CMp4Sequence& sequence) {
+  SequenceReport report{};
+  MP4G::_tagSequenceTimedate date{};
+  if (sequence.GetTimedate(&date) == S_OK) report.date = KnownDate(date);
+  report.closedAtHead = sequence.IsClosedAtHead() != 0;
+  report.closedAtTail = sequence.IsClosedAtTail() != 0;
+  report.cameraStream = sequence.ConsistsOfVireoStream() != 0;
+  report.headID = sequence.GetHeadUniqueID();
+  report.tailID = sequence.GetTailUniqueID();
+  for (const MP4G::CVireoMp4* clip : sequence.clips) {
+    report.clips.push_back(Clip(*clip));
+    report.volumes.push_back(clip->volume);
+  }
+  std::sort(report.volumes.begin(), report.volumes.end());
+  report.volumes.erase(std::unique(report.volumes.begin(), report.volumes.end()),
+                       report.volumes.end());
+  return report;
+}
+
+// The looks at clips.
+class Looks {
+ public:
+  Looks(const std::vector<Volume>& volumes, const ScanOptions& options)
+      : progress_(options.progress) {
+    for (const Volume& volume : volumes) count_ += volume.clips.size();
+    if (options.cards) count_ *= 2;
+  }
+
+  // Whether to take the next one.
+  bool Next() { return !progress_ || progress_(done_++, count_); }
+
+ private:
+  const std::function<bool(std::size_t, std::size_t)>& progress_;
+  std::size_t done_ = 0;
+  std::size_t count_ = 0;
+};
+
+bool Register(const std::vector<Volume>& volumes, MP4G::CSequenceCreator& creator, Looks& looks,
+              ScanReport& report) {
+  for (const Volume& volume : volumes) {
+    for (const std::string& path : volume.clips) {
+      if (!looks.Next()) return false;
+      const std::wstring wide = QUIRVA::WidePathFromBytes(path);
+      const HRESULT result = creator.RegisterMp4(wide.c_str(), _GUID{}, _GUID{});
+      if (result != S_OK) report.rejected.push_back({path, result});
+    }
+    ++creator.volume;
+  }
+  return true;
+}
+
+// A clip that was registered can still be gone or changed by now; its card then stays empty.
+bool ReadCards(ScanReport& report, Looks& looks) {
+  for (SequenceReport& sequence : report.sequences) {
+    for (SequenceClip& clip : sequence.clips) {
+      if (!looks.Next()) return false;
+      static_cast<void>(ReadClipCard(clip.path, clip.card));
+    }
+  }
+  return true;
+}
+
+ScanReport Stopped() {
+  ScanReport report;
+  report.stopped = true;
+  return report;
+}
+
+}  // namespace
+
+std::optional<double> Seconds(const SequenceClip& clip) {
+  if (clip.card.timeScale == 0) return std::nullopt;
+  return static_cast<double>(clip.card.duration) / clip.card.timeScale;
+}
+
+std::optional<double> Seconds(const SequenceReport& sequence) {
+  double sum = 0;
+  for (const SequenceClip& clip : sequence.clips) {
+    const std::optional<double> seconds = Seconds(clip);
+    if (!seconds) return std::nullopt;
+    sum += *seconds;
+  }
+  return sum;
+}
+
+ScanReport Scan(const std::vector<Volume>& volumes, const ScanOptions& options) {
+  ScanReport report;
+  Looks looks(volumes, options);
+  MP4G::CSequenceCreator creator(nullptr);
+  if (!Register(volumes, creator, looks, report)) return Stopped();
+  if (options.salvage) {
+    const std::size_t before = creator.sequences.size();
+    report.salvaged = creator.SalvationProcess();
+    report.joined = creator.sequences.size() < before;
+  }
+  if (options.divide) report.divided = creator.DivideRelaySequenceExceptFirstOne();
+  for (MP4G::CMp4Sequence* sequence : creator.sequences) {
+    report.sequences.push_back(Report(*sequence));
+  }
+  if (options.cards && !ReadCards(report, looks)) return Stopped();
+  return report;
+}
+
+}  // namespace clipchain

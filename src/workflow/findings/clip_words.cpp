@@ -1,0 +1,51 @@
+#include "workflow/findings/clip_words.h"
+
+#include <fmt/format.h>
+
+#include <iterator>
+
+#include "foundation/strings.h"
+
+namespace clipchain {
+
+namespace {
+
+std::string DateText(const MP4G::_tagSequenceTimedate& date, char between) {
+  return fmt::format("{:04}-{:02}-{:02}{}{:02}:{:02}:{:02}", date.year, date.month, date.day,
+                     between, date.hour, date.minute, date.second);
+}
+
+}  // namespace
+
+std::string DateWords(const std::optional<MP4G::_tagSequenceTimedate>& date) {
+  return date ? DateText(*date, ' ') : "unknown";
+}
+
+std::string IsoDate(const MP4G::_tagSequenceTimedate& date) { return DateText(date, 'T'); }
+
+std::string GuidWords(const _GUID& id) { return id == _GUID{} ? "none" : QUIRVA::GuidText(id); }
+
+std::string DurationWords(long long ticks, unsigned int timeScale) {
+  return timeScale != 0 ? fmt::format("{:.3f} s", static_cast<double>(ticks) / timeScale)
+                        : "unknown";
+}
+
+std::string Amount(long long bytes) {
+  static constexpr const char* kUnits[] = {"kB", "MB", "GB", "TB", "PB"};
+  if (bytes < 1000) return fmt::format("{} B", bytes);
+  double value = static_cast<double>(bytes) / 1000;
+  std::size_t unit = 0;
+  // What would round up to 1000.0 takes the next unit.
+  while (value >= 999.95 && unit + 1 < std::size(kUnits)) {
+    value /= 1000;
+    ++unit;
+  }
+  return fmt::format("{:.1f} {}", value, kUnits[unit]);
+}
+
+const char* StateWords(bool closedAtHead, bool closedAtTail) {
+  if (closedAtHead) return closedAtTail ? "complete" : "open at tail";
+  return closedAtTail ? "open at head" : "open at both ends";
+}
+
+}  // namespace clipchain

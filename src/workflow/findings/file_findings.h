@@ -1,0 +1,61 @@
+// Findings as they are made, one file after the other.
+#pragma once
+
+#include <string>
+#include <utility>
+
+#include "workflow/boxes/box_place.h"
+#include "workflow/finding.h"
+
+namespace clipchain {
+
+// A file that was made to be troublesome could be wrong in millions of places; nobody reads more
+// than this many.
+inline constexpr std::size_t kMostFindings = 1000;
+
+// The findings about one file, or about none if the path is empty.
+class FileFindings {
+ public:
+  explicit FileFindings(std::string path) : path_(std::move(path)) {}
+
+  // `text` is the rest of a sentence that begins with the path. The finding may be completed until
+  // the next one is added.
+  Finding& Add(Message message, std::string text, std::string remedy) {
+    if (!TakesMore()) return dropped_ = {};
+    findings_.push_back(MakeFinding(message, path_, std::move(text), std::move(remedy)));
+    return findings_.back();
+  }
+
+  // The same about a box, by its place.
+  Finding& AddAt(Message message, std::string text, std::string remedy, const MP4G::CBox* box) {
+    const bool counts = TakesMore();
+    Finding& finding = Add(message, std::move(text), std::move(remedy));
+    if (!counts || box == nullptr) return finding;
+    finding.box = places_.PathOf(*box);
+    finding.offset = places_.OffsetOf(*box);
+    return finding;
+  }
+
+  // To be called before boxes of the file change or go.
+  void ForgetPlaces() { places_ = {}; }
+  bool TakesMore() const { return findings_.size() < kMostFindings; }
+
+  const std::string& Path() const { return path_; }
+  const Findings& All() const { return findings_; }
+
+  // Whether anything says that the engine would refuse the file.
+  bool Refused() const {
+    for (const Finding& finding : findings_) {
+      if (finding.severity == Severity::kRefusal) return true;
+    }
+    return false;
+  }
+
+ private:
+  std::string path_;
+  Findings findings_;
+  Finding dropped_{};
+  BoxPlaces places_;
+};
+
+}  // namespace clipchain

@@ -1,0 +1,235 @@
+#include "workflow/join.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <new>
+#include <system_error>
+#include <utility>
+
+#include "workflow/merging/leftover_findings.h"
+#include "workflow/merging/verify.h"
+#include "workflow/system/files.h"
+#include "workflow/system/part_file.h"
+#include "workflow/system/part_name.h"
+
+namespace clipchain {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+std::string ErrorText(int error) { return std::generic_category().message(error); }
+
+// A file to read; without waiting for whoever writes to a pipe of that name.
+struct OpenFile {
+  explicit OpenFile(const std::string& path)
+      : descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
+  ~OpenFile() {
+    if (descriptor >= 0) ::close(descriptor);
+  }
+  OpenFile(const OpenFile&) = delete;
+  OpenFile& operator=(const OpenFile&) = delete;
+
+  const int descriptor;  // negative if the file can't be opened
+};
+
+// One run over all jobs.
+class Joining {
+ public:
+  Joining(const JoinPlan& plan, const JoinOptions& options)
+      : plan_(plan),
+        options_(options),
+        perByte_(options.verification == Verification::kFull ? 2 : 1) {
+    for (const Job& job : plan.jobs) {
+      const bool isRun = job.leftOut == LeftOut::kNo;
+      work_.push_back(isRun ? WorkOf(job, Exists(job.output)) : 0);
+      step_.total += work_.back();
+      if (isRun) ++step_.jobs;
+    }
+  }
+
+  JoinReport Run() {
+    for (const Job& job : plan_.jobs) {
+      const Clock::time_point start = Clock::now();
+      JobReport& report = report_.jobs.emplace_back();
+      report.findings = job.findings;
+      RunJob(job, report);
+      report.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    }
+    return std::move(report_);
+  }
+
+ private:
+  void RunJob(const Job& job, JobReport& report) {
+    if (job.leftOut != LeftOut::kNo) {
+      report.outcome = Outcome::kLeftOut;
+      return;
+    }
+    ++step_.job;
+    const bool exists = Exists(job.output);
+    Expect(WorkOf(job, exists));
+    if (Tell(MergeStep::Phase::kChecking, 0, 0)) {
+      try {
+        report.outcome = exists ? Compare(job, report) : Merge(job, report);
+      } catch (const std::bad_alloc&) {
+        report.outcome = Outcome::kFailed;
+        report.findings.push_back(MakeFinding(Message::kOutOfMemory, job.output,
+                                              "needs more memory than there is",
+                                              "free some memory, then join again"));
+      }
+    }
+    const bool done = report.outcome == Outcome::kMerged || report.outcome == Outcome::kAlready;
+    if (!done) Expect(told_);
+    step_.current += work_[report_.jobs.size() - 1];
+    told_ = 0;
+  }
+
+  Outcome Compare(const Job& job, JobReport& report) {
+    Add(LookForLeftovers(job.output, options_.removeLeftover), report);
+    for (const std::string& input : job.inputs) {
+      if (!IsSameFile(job.output, input)) continue;
+      report.findings.push_back(MakeFinding(Message::kOutputIsInput, job.output,
+                                            "is the same file as the clip " + Shown(input),
+                                            "give the result another name"));
+      return Outcome::kFailed;
+    }
+    const Findings faults = options_.verify(job, [&](long long current, long long) {
+      return Tell(MergeStep::Phase::kVerifying, 0, std::min(current, job.size));
+    });
+    if (report_.stopped) return Outcome::kNotRun;
+    report.size = FileSize(job.output);
+    const bool isResult = !HoldsUp(faults, options_.force);
+    if (!isResult) {
+      report.findings.push_back(MakeFinding(
+          Message::kOutputDiffers, job.output,
+          "is there already, but is not what its clips give together; it stays as it is",
+          "look at it, then rename or remove it and join again"));
+    }
+    Add(faults, report);
+    return isResult ? Outcome::kAlready : Outcome::kFailed;
+  }
+
+  Outcome Merge(const Job& job, JobReport& report) {
+    const std::string folder = std::filesystem::path(job.output).parent_path().string();
+    if (const auto fault = folder.empty() ? std::nullopt : MakeFolder(folder)) {
+      report.findings.push_back(*fault);
+      return Outcome::kFailed;
+    }
+    SafeMergeOptions options;
+    options.output = job.output;
+    options.force = options_.force;
+    options.verification = options_.verification;
+    options.memoryLimit = options_.memoryLimit;
+    options.removeLeftover = options_.removeLeftover;
+    options.progress = [&](const MergeStep& step) {
+      return Tell(step.phase, step.clip, DoneOf(job, step));
+    };
+    const SafeMergeReport merged = options_.merge(job.inputs, options);
+    Add(merged.findings, report);
+    report.size = merged.size;
+    report.result = merged.result;
+    return merged.done ? Outcome::kMerged : Outcome::kFailed;
+  }
+
+  // Bytes to copy, and to read back where that is asked for, or to compare.
+  long long WorkOf(const Job& job, bool exists) const {
+    return exists ? job.size : perByte_ * job.size;
+  }
+  long long DoneOf(const Job& job, const MergeStep& step) const {
+    switch (step.phase) {
+      case MergeStep::Phase::kChecking:
+        return 0;
+      case MergeStep::Phase::kCopying:
+        return std::min(step.current, job.size);
+      case MergeStep::Phase::kVerifying:
+        return job.size + (perByte_ - 1) * std::min(step.current, job.size);
+      default:
+        return job.size;
+    }
+  }
+
+  // What the job at work comes to, as far as it is known by now.
+  void Expect(long long work) {
+    long long& expected = work_[report_.jobs.size() - 1];
+    step_.total += work - expected;
+    expected = work;
+  }
+
+  static void Add(const Findings& findings, JobReport& report) {
+    report.findings.insert(report.findings.end(), findings.begin(), findings.end());
+  }
+
+  // Whether to go on.
+  bool Tell(MergeStep::Phase phase, std::size_t clip, long long current) {
+    JoinStep step = step_;
+    step.phase = phase;
+    step.clip = clip;
+    told_ = std::max(told_, current);
+    step.current += told_;
+    if (!report_.stopped && options_.progress) report_.stopped = !options_.progress(step);
+    return !report_.stopped;
+  }
+
+  const JoinPlan& plan_;
+  const JoinOptions& options_;
+  const int perByte_;            // how often a merge handles each byte
+  std::vector<long long> work_;  // of each job, in bytes
+  long long told_ = 0;           // of the job at work
+  JoinStep step_{};              // with what the jobs before have done
+  JoinReport report_;
+};
+
+}  // namespace
+
+std::string_view OutcomeName(Outcome outcome) {
+  constexpr std::string_view kNames[] = {"merged", "already there", "failed", "left out",
+                                         "not run"};
+  return kNames[static_cast<std::size_t>(outcome)];
+}
+
+Findings VerifyOutput(const Job& job, const VerifyProgress& progress) {
+  constexpr const char* kLook = "look at it, then rename or remove it";
+  const OpenFile file(job.output);
+  if (file.descriptor < 0)
+    return {MakeFinding(Message::kResultDamaged, job.output, "can't be read: " + ErrorText(errno),
+                        kLook)};
+  struct stat status;
+  if (::fstat(file.descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+    return {MakeFinding(Message::kResultDamaged, job.output, "is no regular file", kLook)};
+  // Somebody may have copied it there a moment ago.
+  const OpenFile folder(FolderOf(job.output));
+  for (const int descriptor : {file.descriptor, folder.descriptor}) {
+    if (const int error = descriptor < 0 ? 0 : Flush(descriptor); error != 0)
+      return {MakeFinding(Message::kOutputUnflushed, job.output,
+                          "can't be flushed to the disk: " + ErrorText(error),
+                          "check the disk before you delete the clips")};
+  }
+  return Verify({job.inputs, job.output, file.descriptor, true, progress});
+}
+
+JoinReport Join(const JoinPlan& plan, const JoinOptions& options) {
+  return Joining(plan, options).Run();
+}
+
+std::optional<Finding> MakeFolder(const std::string& path) {
+  if (::mkdir(path.c_str(), 0777) == 0) return std::nullopt;
+  const int error = errno;
+  struct stat status;
+  if (::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return std::nullopt;
+  if (error == EEXIST)
+    return MakeFinding(Message::kFolderUnusable, path, "is no folder", "choose another name");
+  const char* remedy = "choose another folder";
+  if (error == ENOENT) remedy = "create the folder that it lies in first";
+  if (error == ENAMETOOLONG) remedy = "choose a shorter name";
+  return MakeFinding(Message::kFolderUnusable, path, "can't be created: " + ErrorText(error),
+                     remedy);
+}
+
+}  // namespace clipchain

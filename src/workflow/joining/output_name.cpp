@@ -1,0 +1,87 @@
+#include "workflow/joining/output_name.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string_view>
+
+#include "workflow/clip_search.h"
+
+namespace clipchain {
+
+namespace {
+
+constexpr std::size_t kLongestName = 255;  // bytes, on nearly every file system
+constexpr std::string_view kExtension = ".mp4";
+
+std::string StemOf(const std::string& path) {
+  std::string name = path.substr(path.find_last_of('/') + 1);
+  if (HasClipName(name)) name.erase(name.find_last_of('.'));
+  return name;
+}
+
+// What FAT, exFAT, NTFS or the shares of other systems do not take.
+bool IsPortable(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte >= 0x20 && byte != 0x7F &&
+         std::string_view("\"*/:<>?\\|").find(c) == std::string::npos;
+}
+
+bool IsInsideOfCharacter(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
+
+void CutTo(std::string& text, std::size_t length) {
+  if (text.size() <= length) return;
+  while (length > 0 && IsInsideOfCharacter(text[length])) --length;
+  text.resize(length);
+}
+
+std::string DatePart(const std::optional<MP4G::_tagSequenceTimedate>& date) {
+  if (!date) return "unknown-date";
+  return fmt::format("{:04}-{:02}-{:02}_{:02}-{:02}-{:02}", date->year, date->month, date->day,
+                     date->hour, date->minute, date->second);
+}
+
+std::string OutputStem(const std::optional<MP4G::_tagSequenceTimedate>& date,
+                       const std::string& firstClip, std::size_t room) {
+  std::string stem = DatePart(date) + '_' + StemOf(firstClip);
+  std::replace_if(
+      stem.begin(), stem.end(), [](char c) { return !IsPortable(c); }, '_');
+  CutTo(stem, kLongestName - kExtension.size() - room);
+  return stem;
+}
+
+std::string Folded(std::string text) {
+  for (char& c : text) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return text;
+}
+
+}  // namespace
+
+std::string OutputName(const std::optional<MP4G::_tagSequenceTimedate>& date,
+                       const std::string& firstClip) {
+  return OutputStem(date, firstClip, 0).append(kExtension);
+}
+
+std::string WithoutCount(const std::string& outputName) {
+  const std::size_t end = outputName.size() - std::min(outputName.size(), kExtension.size());
+  const std::size_t mark = outputName.find_last_not_of("0123456789", end - 1);
+  const bool counted = end > 0 && mark != std::string::npos && mark + 1 < end &&
+                       outputName[mark] == '_' && outputName.substr(end) == kExtension;
+  return counted ? outputName.substr(0, mark).append(kExtension) : outputName;
+}
+
+std::string OutputNames::Take(const std::optional<MP4G::_tagSequenceTimedate>& date,
+                              const std::string& firstClip) {
+  std::string name = OutputName(date, firstClip);
+  unsigned int& count = counts_.try_emplace(Folded(name), 1).first->second;
+  // A clip that is really called so may have taken a name with a count.
+  while (!taken_.insert(Folded(name)).second) {
+    const std::string suffix = fmt::format("_{}", ++count);
+    name = OutputStem(date, firstClip, suffix.size()).append(suffix).append(kExtension);
+  }
+  return name;
+}
+
+}  // namespace clipchain

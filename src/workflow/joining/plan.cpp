@@ -1,0 +1,192 @@
+#include "workflow/plan.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <numeric>
+#include <set>
+
+#include "foundation/guid.h"
+#include "workflow/joining/output_name.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+using Identifier = std::string;  // as text
+
+bool IsIdentified(const SequenceClip& clip) { return clip.id != _GUID{}; }
+
+// Tells which sequences can be merged for what they are, and which repeat or contradict others.
+class ClipCensus {
+ public:
+  explicit ClipCensus(const std::vector<SequenceReport>& sequences) {
+    for (const SequenceReport& sequence : sequences) {
+      for (const SequenceClip& clip : sequence.clips) Register(clip);
+    }
+  }
+
+  // To be asked for the sequences in the order in which they are worth keeping. Why the sequence is
+  // left out is added to `findings`.
+  LeftOut Judge(const SequenceReport& sequence, Findings& findings) {
+    std::set<Identifier> own;
+    std::size_t copies = 0;
+    for (const SequenceClip& clip : sequence.clips) {
+      if (!IsIdentified(clip)) {
+        if (sequence.clips.size() == 1) continue;
+        findings.push_back(Contradiction(clip, "has neighbours, but no identifier of its own"));
+        return LeftOut::kContradiction;
+      }
+      const Identifier id = QUIRVA::GuidText(clip.id);
+      if (!own.insert(id).second) {
+        findings.push_back(Contradiction(clip, "has an identifier that comes twice in its chain"));
+        return LeftOut::kContradiction;
+      }
+      if (const auto rival = rivals_.find(id); rival != rivals_.end()) {
+        findings.push_back(Rivalry(*firstOf_[id], *rival->second));
+        return LeftOut::kContradiction;
+      }
+      if (kept_.count(id) != 0) ++copies;
+    }
+    if (copies == 0) {
+      kept_.merge(own);
+      return LeftOut::kNo;
+    }
+    const SequenceClip& clip = sequence.clips.front();
+    if (copies < sequence.clips.size()) {
+      findings.push_back(Contradiction(clip, "belongs to a chain that shares clips with another"));
+      return LeftOut::kContradiction;
+    }
+    findings.push_back(MakeFinding(Message::kClipsCopied, clip.path, CopyWords(sequence)));
+    return LeftOut::kCopy;
+  }
+
+ private:
+  void Register(const SequenceClip& clip) {
+    if (!IsIdentified(clip)) return;
+    const Identifier id = QUIRVA::GuidText(clip.id);
+    const SequenceClip* first = firstOf_.try_emplace(id, &clip).first->second;
+    if (first->size != clip.size) rivals_.try_emplace(id, &clip);
+  }
+
+  static Finding Contradiction(const SequenceClip& clip, const std::string& text) {
+    return MakeFinding(
+        Message::kClipsContradict, clip.path, text,
+        "look at the clips with \"clipchain info\", and merge those that belong together "
+        "with \"clipchain merge\"");
+  }
+
+  static Finding Rivalry(const SequenceClip& first, const SequenceClip& second) {
+    return MakeFinding(
+        Message::kClipsContradict, second.path,
+        fmt::format("says that it is the same clip as {}, but has {} bytes where that has {}",
+                    Shown(first.path), second.size, first.size),
+        "move the file that is not the clip to a folder of its own, and join again without that");
+  }
+
+  std::string CopyWords(const SequenceReport& sequence) {
+    const std::string& first = firstOf_[QUIRVA::GuidText(sequence.clips.front().id)]->path;
+    if (sequence.clips.size() == 1) return fmt::format("is a copy of {}", Shown(first));
+    return fmt::format("begins a chain of copies: {} and what follows there", Shown(first));
+  }
+
+  std::map<Identifier, const SequenceClip*> firstOf_;
+  std::map<Identifier, const SequenceClip*> rivals_;  // the first one that differs
+  std::set<Identifier> kept_;                         // what has its place in a sequence
+};
+
+// The sequences in the order in which they are worth keeping: complete ones, then long ones.
+std::vector<std::size_t> ByWorth(const std::vector<SequenceReport>& sequences) {
+  std::vector<std::size_t> order(sequences.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+    const auto worth = [&](std::size_t i) {
+      const SequenceReport& sequence = sequences[i];
+      return std::pair(sequence.closedAtHead && sequence.closedAtTail, sequence.clips.size());
+    };
+    return worth(a) > worth(b);
+  });
+  return order;
+}
+
+void SayWhatIsOpen(Job& job, bool merged) {
+  const std::string remedy =
+      "add the folder or card that has the missing clip; --incomplete joins what there is";
+  const auto say = [&](const std::string& path, const char* text) {
+    Finding finding = MakeFinding(Message::kSequenceIncomplete, path, text, merged ? "" : remedy);
+    if (merged) finding.severity = Severity::kNote;
+    job.findings.push_back(finding);
+  };
+  if (!job.closedAtHead) say(job.inputs.front(), "continues a clip that is missing");
+  if (!job.closedAtTail) say(job.inputs.back(), "is continued by a clip that is missing");
+}
+
+Job JobOf(const SequenceReport& sequence) {
+  Job job;
+  job.date = sequence.date;
+  job.closedAtHead = sequence.closedAtHead;
+  job.closedAtTail = sequence.closedAtTail;
+  for (const SequenceClip& clip : sequence.clips) {
+    job.inputs.push_back(clip.path);
+    job.size += clip.size;
+  }
+  return job;
+}
+
+// What becomes of a sequence that neither repeats nor contradicts another one.
+void Decide(const SequenceReport& sequence, const PlanOptions& options, Job& job) {
+  if (!job.closedAtHead || !job.closedAtTail) {
+    if (!options.incomplete) job.leftOut = LeftOut::kIncomplete;
+    SayWhatIsOpen(job, options.incomplete);
+    return;
+  }
+  if (sequence.clips.size() > 1) return;
+  if (!options.all) job.leftOut = LeftOut::kSingle;
+  if (!IsIdentified(sequence.clips.front())) {
+    job.findings.push_back(MakeFinding(
+        Message::kClipUnidentified, job.inputs.front(),
+        "has no identifiers, so that nothing tells which recording it belongs to",
+        "if it belongs to others, name them all in their order to \"clipchain merge\""));
+  }
+}
+
+}  // namespace
+
+std::string_view LeftOutName(LeftOut leftOut) {
+  constexpr std::string_view kNames[] = {"", "single", "incomplete", "copy", "contradiction"};
+  return kNames[static_cast<std::size_t>(leftOut)];
+}
+
+JoinPlan Plan(const ScanReport& scan, const PlanOptions& options) {
+  JoinPlan plan;
+  for (const SequenceReport& sequence : scan.sequences) plan.jobs.push_back(JobOf(sequence));
+  ClipCensus census(scan.sequences);
+  for (const std::size_t i : ByWorth(scan.sequences)) {
+    plan.jobs[i].leftOut = census.Judge(scan.sequences[i], plan.jobs[i].findings);
+  }
+  // Names do not depend on what is left out, so that they are the same under other options. Copies
+  // take no name away from what they are copies of.
+  OutputNames names;
+  for (std::size_t i = 0; i < plan.jobs.size(); ++i) {
+    Job& job = plan.jobs[i];
+    if (job.leftOut == LeftOut::kNo) Decide(scan.sequences[i], options, job);
+    if (job.leftOut == LeftOut::kCopy || job.inputs.empty()) continue;
+    const std::filesystem::path folder(options.folder);
+    job.output = (folder / names.Take(job.date, job.inputs.front())).string();
+  }
+  return plan;
+}
+
+bool LeavesOut(const JoinPlan& plan) {
+  const auto counts = [](const Job& job) {
+    return job.leftOut == LeftOut::kIncomplete || job.leftOut == LeftOut::kContradiction;
+  };
+  return std::any_of(plan.jobs.begin(), plan.jobs.end(), counts) ||
+         std::any_of(plan.findings.begin(), plan.findings.end(),
+                     [](const Finding& finding) { return finding.severity >= Severity::kWarning; });
+}
+
+}  // namespace clipchain

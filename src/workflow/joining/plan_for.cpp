@@ -1,0 +1,115 @@
+// A plan from what lies in folders.
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <utility>
+
+#include "workflow/findings/clip_words.h"
+#include "workflow/findings/result_words.h"
+#include "workflow/joining/output_name.h"
+#include "workflow/plan.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+constexpr const char* kCheckName = "check the name and the permissions";
+
+// Takes out what leads to a file that is there already: a folder inside of another one that was
+// named too, links of either kind.
+void DropRepeats(FoundClips& found, Findings& findings) {
+  std::map<std::pair<dev_t, ino_t>, std::string> seen;
+  for (Volume& volume : found.volumes) {
+    const auto repeats = [&](const std::string& path) {
+      struct stat status;
+      if (::stat(path.c_str(), &status) != 0) return false;
+      const auto [first, isNew] = seen.try_emplace({status.st_dev, status.st_ino}, path);
+      if (isNew) return false;
+      findings.push_back(MakeFinding(Message::kClipNamedTwice, path,
+                                     fmt::format("is the same file as {}", Shown(first->second))));
+      return true;
+    };
+    volume.clips.erase(std::remove_if(volume.clips.begin(), volume.clips.end(), repeats),
+                       volume.clips.end());
+  }
+}
+
+// What a file must show to be the result of a join that began with a clip: the name that such a
+// result gets, and the clip's identifier and date.
+std::string Mark(const std::string& name, const SequenceClip& clip) {
+  return fmt::format("{}/{}/{}", name, GuidWords(clip.id), DateWords(clip.date));
+}
+
+// Results of earlier runs among the clips, by path, each with the clip that its join began with.
+std::map<std::string, const SequenceClip*> EarlierResults(const ScanReport& scan) {
+  std::vector<const SequenceClip*> clips;
+  for (const SequenceReport& sequence : scan.sequences) {
+    for (const SequenceClip& clip : sequence.clips) clips.push_back(&clip);
+  }
+  std::map<std::string, const SequenceClip*> sources;
+  for (const SequenceClip* clip : clips)
+    sources.emplace(Mark(OutputName(clip->date, clip->path), *clip), clip);
+  std::map<std::string, const SequenceClip*> results;
+  for (const SequenceClip* clip : clips) {
+    const std::string name = std::filesystem::path(clip->path).filename().string();
+    for (const std::string& candidate : {name, WithoutCount(name)}) {
+      const auto source = sources.find(Mark(candidate, *clip));
+      if (source != sources.end() && source->second != clip)
+        results.emplace(clip->path, source->second);
+    }
+  }
+  return results;
+}
+
+// Scans without the results of earlier runs.
+ScanReport ScanClips(FoundClips& found, const PlanOptions& options, Findings& findings) {
+  ScanOptions asking;
+  asking.progress = options.progress;
+  ScanReport scan = Scan(found.volumes, asking);
+  const auto results = EarlierResults(scan);
+  if (results.empty()) return scan;
+  for (Volume& volume : found.volumes) {
+    const auto isResult = [&](const std::string& path) {
+      const auto result = results.find(path);
+      if (result == results.end()) return false;
+      findings.push_back(
+          MakeFinding(Message::kResultAmongClips, path,
+                      fmt::format("is the result of a join that began with {}, and no clip",
+                                  Shown(result->second->path))));
+      return true;
+    };
+    volume.clips.erase(std::remove_if(volume.clips.begin(), volume.clips.end(), isResult),
+                       volume.clips.end());
+  }
+  return Scan(found.volumes, asking);
+}
+
+}  // namespace
+
+JoinPlan PlanFor(const std::vector<std::string>& operands, const PlanOptions& options) {
+  Findings findings;
+  FoundClips found = FindClips(operands, options.folder);
+  DropRepeats(found, findings);
+  const ScanReport scan = ScanClips(found, options, findings);
+  JoinPlan plan = Plan(scan, options);
+  plan.stopped = scan.stopped;
+  plan.findings = std::move(findings);
+  for (const UnreadablePath& path : found.unreadable)
+    plan.findings.push_back(
+        MakeFinding(Message::kInputUnreadable, path.path, path.reason, kCheckName));
+  for (const RejectedClip& clip : scan.rejected) {
+    const bool opens = WhyUnreadable(clip.path).empty();
+    Finding finding =
+        MakeFinding(Message::kInputUnreadable, clip.path, WhyRejected(clip.path, clip.result),
+                    opens ? "copy it again from the card, or leave it out" : kCheckName);
+    finding.result = clip.result;
+    plan.findings.push_back(std::move(finding));
+  }
+  return plan;
+}
+
+}  // namespace clipchain

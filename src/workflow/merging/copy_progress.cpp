@@ -1,0 +1,37 @@
+#include "workflow/merging/copy_progress.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+CopyProgress::CopyProgress(const std::vector<std::string>& inputs,
+                           const std::function<bool(const MergeStep&)>& listener)
+    : listener_(listener) {
+  for (const std::string& input : inputs) sizes_.push_back(FileSize(input));
+  total_ = std::accumulate(sizes_.begin(), sizes_.end(), 0LL);
+}
+
+void CopyProgress::StartInput() {
+  if (started_ > 0) before_ += sizes_[started_ - 1];
+  ++started_;
+  last_ = -1;
+}
+
+HRESULT CopyProgress::NotifyProgress(long long current, long long total) {
+  stoodStill_ = current == last_ && current < total;
+  if (stoodStill_) return E_ABORT;
+  last_ = current;
+  const long long done = before_ + std::min(current, total);
+  return Step(MergeStep::Phase::kCopying, done, total_) ? S_OK : E_ABORT;
+}
+
+bool CopyProgress::Step(MergeStep::Phase phase, long long current, long long total) {
+  const std::size_t clip = std::max<std::size_t>(started_, 1) - 1;
+  if (listener_ && !listener_({phase, clip, current, total})) stopped_ = true;
+  return !stopped_;
+}
+
+}  // namespace clipchain

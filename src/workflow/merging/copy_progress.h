@@ -1,0 +1,46 @@
+// Hands the progress of the engine on to who listens to a merge.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "merge/live_merge.h"
+#include "workflow/merge_step.h"
+
+namespace clipchain {
+
+// Adds up the progress of the inputs, hands it on, and ends a copy that stands still.
+class CopyProgress final : public MP4G::IMp4LiveMergeDelegate {
+ public:
+  // Both must outlive this object; the listener may be empty.
+  CopyProgress(const std::vector<std::string>& inputs,
+               const std::function<bool(const MergeStep&)>& listener);
+
+  // To be called before each input is copied.
+  void StartInput();
+
+  // E_ABORT if the listener says so, or if the copy made no step since the last call: the input
+  // ends before its media does, and nobody else would end the copy.
+  [[nodiscard]] HRESULT NotifyProgress(long long current, long long total) override;
+
+  // Reports a phase, with all copied that has been so far; whether to go on. `current` of `total`
+  // is the part of that phase that is done.
+  bool Step(MergeStep::Phase phase, long long current, long long total);
+  bool Step(MergeStep::Phase phase) { return Step(phase, 0, total_); }
+
+  bool StoodStill() const { return stoodStill_; }
+  bool Stopped() const { return stopped_; }
+
+ private:
+  const std::function<bool(const MergeStep&)>& listener_;
+  std::vector<long long> sizes_;
+  std::size_t started_ = 0;  // inputs
+  long long total_ = 0;
+  long long before_ = 0;  // bytes of the inputs that are done
+  long long last_ = -1;   // what the last call of this input said
+  bool stoodStill_ = false;
+  bool stopped_ = false;
+};
+
+}  // namespace clipchain

@@ -1,0 +1,337 @@
+#include "workflow/safe_merge.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <memory>
+#include <new>
+#include <system_error>
+#include <utility>
+
+#include "foundation/com_ptr.h"
+#include "merge/live_merge.h"
+#include "merge/merge_core.h"
+#include "merge/mp4_writer.h"
+#include "workflow/check.h"
+#include "workflow/findings/result_words.h"
+#include "workflow/merging/copy_progress.h"
+#include "workflow/merging/leftover_findings.h"
+#include "workflow/merging/verify.h"
+#include "workflow/system/files.h"
+#include "workflow/system/part_file.h"
+
+namespace clipchain {
+
+namespace {
+
+using Phase = MergeStep::Phase;
+
+std::string ErrorText(int error) { return std::generic_category().message(error); }
+
+// By which a file is known again, and by which it is seen to have changed.
+struct FileState {
+  dev_t device;
+  ino_t inode;
+  off_t size;
+  timespec modified;
+  timespec changed;  // by a new mode, name or link, too
+
+  bool IsSameFile(const struct stat& status) const {
+    return device == status.st_dev && inode == status.st_ino;
+  }
+  bool IsUnchanged(const struct stat& status) const {
+    return IsSameFile(status) && size == status.st_size && IsSameTime(modified, status.st_mtim);
+  }
+  bool IsUntouched(const struct stat& status) const { return IsSameTime(changed, status.st_ctim); }
+
+  static bool IsSameTime(const timespec& a, const timespec& b) {
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+  }
+};
+
+// One run. Each step answers whether to go on; a step that does not has said why.
+class Run {
+ public:
+  Run(const std::vector<std::string>& inputs, const SafeMergeOptions& options)
+      : inputs_(inputs), options_(options), progress_(inputs, options.progress) {}
+
+  SafeMergeReport Merge() {
+    if (Prepare() && Copy() && Complete() && Publish()) report_.done = true;
+    GiveUp();
+    return std::move(report_);
+  }
+
+ private:
+  bool Prepare();
+  bool NoteInputs();
+  bool CreatePart();
+  [[nodiscard]] HRESULT StartEngine(const std::wstring& path);
+  bool FailCreate(int error);
+
+  bool Copy();
+  bool FailCopy(const std::string& input, HRESULT result, bool first);
+  bool FailWrite(HRESULT result);
+
+  bool Complete();
+  bool FlushPart();
+  bool VerifyPart();
+  Findings ComparePart(bool everyByte);
+  bool InputsAreUnchanged();
+  bool FailChanged(const std::string& input);
+
+  bool Publish();
+  bool MayReplace();
+  void GiveUp();
+
+  void Add(const Findings& findings);
+  // Adds what was found; false.
+  bool Fail(Message message, const std::string& path, std::string text, std::string remedy,
+            HRESULT result = S_OK);
+  // Goes on unless the caller wants to stop.
+  bool Enter(Phase phase);
+  bool FailStopped();
+
+  const std::vector<std::string>& inputs_;
+  const SafeMergeOptions& options_;
+  SafeMergeReport report_;
+  CopyProgress progress_;
+  std::vector<FileState> states_;
+  PartFile part_;
+  // Below the file that it writes to, so that it lets go of it first.
+  QUIRVA::ComPtr<MP4G::CMp4LiveMerge> engine_;
+};
+
+void Run::Add(const Findings& findings) {
+  report_.findings.insert(report_.findings.end(), findings.begin(), findings.end());
+}
+
+bool Run::Fail(Message message, const std::string& path, std::string text, std::string remedy,
+               HRESULT result) {
+  report_.findings.push_back(MakeFinding(message, path, std::move(text), std::move(remedy)));
+  report_.findings.back().result = result;
+  return false;
+}
+
+bool Run::FailStopped() {
+  return Fail(Message::kMergeStopped, options_.output, "was not made: the merge was stopped",
+              "run it again");
+}
+
+bool Run::Enter(Phase phase) { return progress_.Step(phase) || FailStopped(); }
+
+bool Run::Prepare() {
+  if (inputs_.empty())
+    return Fail(Message::kNothingToMerge, options_.output, "was not made: there is no clip",
+                "name at least one clip");
+  if (!Enter(Phase::kChecking)) return false;
+  CheckOptions check;
+  check.output = options_.output;
+  check.overwrite = options_.overwrite;
+  check.memoryLimit = options_.memoryLimit;
+  check.progress = [this](std::size_t, std::size_t) { return progress_.Step(Phase::kChecking); };
+  report_.findings = Check(inputs_, check).findings;
+  Add(LookForLeftovers(options_.output, options_.removeLeftover));
+  if (HoldsUp(report_.findings, options_.force)) return false;
+  return Enter(Phase::kChecking) && NoteInputs() && CreatePart();
+}
+
+bool Run::NoteInputs() {
+  for (const std::string& input : inputs_) {
+    struct stat status;
+    if (::stat(input.c_str(), &status) != 0)
+      return Fail(Message::kInputUnreadable, input, "can't be read: " + ErrorText(errno),
+                  "check the name and the permissions", MP4G_E_INPUT_OPEN);
+    states_.push_back(
+        {status.st_dev, status.st_ino, status.st_size, status.st_mtim, status.st_ctim});
+  }
+  return MayReplace();
+}
+
+bool Run::CreatePart() {
+  if (const int error = part_.Create(options_.output); error != 0) return FailCreate(error);
+  report_.result = StartEngine(Wide(part_.path()));
+  return report_.result == S_OK ||
+         Fail(Message::kOutputUnwritable, options_.output, "can't be opened for writing",
+              "choose a folder that can be written", MP4G_E_OUTPUT_OPEN);
+}
+
+// The engine is handed a file that is open already, so that it need not make one: it would replace
+// whatever has the name.
+HRESULT Run::StartEngine(const std::wstring& path) {
+  auto file = std::make_unique<QUIRVA::QvFile>();
+  RETURN_IF_NOT_OK(file->Open(path.c_str(), QUIRVA::QvFile::kWrite));
+  RETURN_IF_NOT_OK(MP4G::CMp4LiveMerge::CreateInstance(engine_.Receive()));
+  MP4G::IMp4LiveMergeDelegate* delegate = &progress_;
+  RETURN_IF_NOT_OK(engine_->SetDelegate(MP4G::IID_IMp4LiveMergeDelegate, delegate));
+  RETURN_IF_NOT_OK(engine_->SetOutputPath(path.c_str()));
+  engine_->core->writer = std::make_unique<MP4G::CMp4Writer>(engine_.get());
+  engine_->core->writer->outputFile = std::move(file);
+  return S_OK;
+}
+
+bool Run::FailCreate(int error) {
+  return Fail(
+      Message::kOutputUnwritable, options_.output, "can't be written: " + ErrorText(error),
+      error == ENAMETOOLONG ? "choose a shorter name" : "choose a folder that can be written",
+      MP4G_E_OUTPUT_OPEN);
+}
+
+bool Run::Copy() {
+  bool first = true;
+  for (const std::string& input : inputs_) {
+    progress_.StartInput();
+    report_.result = engine_->InputMp4File(Wide(input).c_str());
+    if (report_.result != S_OK) return FailCopy(input, report_.result, first);
+    first = false;
+  }
+  report_.result = engine_->core->FinalizeImpl();
+  return report_.result == S_OK || FailWrite(report_.result);
+}
+
+bool Run::FailCopy(const std::string& input, HRESULT result, bool first) {
+  if (progress_.Stopped()) return FailStopped();
+  if (IsOutputResult(result)) return FailWrite(result);
+  if (progress_.StoodStill())
+    return Fail(Message::kCopyStalled, input, "ends before its media does",
+                "copy it again from the card", MP4G_E_INPUT_READ);
+  std::string text = InputWords(result, first);
+  if (const std::string why = WhyUnreadable(input); !why.empty()) text += ": " + why;
+  return Fail(Message::kInputRefused, input, std::move(text),
+              "leave the clip out, or see what a check says about it", result);
+}
+
+bool Run::FailWrite(HRESULT result) {
+  if (!IsOutputResult(result))
+    return Fail(Message::kOutputUnfinished, options_.output, OutputWords(result),
+                "merge fewer clips at once", result);
+  // The engine does not keep the cause of a failed write; the next one would have it too.
+  const int error = part_.TryToGrow();
+  if (error == EFBIG)
+    return Fail(Message::kTooLargeForFolder, options_.output,
+                "is larger than a file there may be: " + ErrorText(error),
+                "choose a disk with another file system, or a higher limit for files",
+                MP4G_E_OUTPUT_WRITE);
+  return Fail(Message::kOutputUnwritable, options_.output,
+              error != 0 ? "can't be written: " + ErrorText(error) : OutputWords(result),
+              "make room, or choose another folder", MP4G_E_OUTPUT_WRITE);
+}
+
+bool Run::Complete() {
+  const bool fromDisk = options_.verification == Verification::kFull;
+  const bool complete = fromDisk ? FlushPart() && VerifyPart() : VerifyPart() && FlushPart();
+  return complete && InputsAreUnchanged();
+}
+
+// A flush that fails is final: the system may have dropped what it could not write, and a second
+// flush would know nothing of it.
+bool Run::FlushPart() {
+  if (!Enter(Phase::kFlushing)) return false;
+  const HRESULT closed = engine_->core->writer->outputFile->CloseFlushed();
+  engine_->core->ResetAtFinalize();
+  if (closed == S_OK) return true;
+  return Fail(Message::kOutputUnflushed, options_.output,
+              "is lost: the disk did not take all that was written",
+              "check the disk, or choose another one", MP4G_E_OUTPUT_WRITE);
+}
+
+bool Run::VerifyPart() {
+  if (!Enter(Phase::kVerifying)) return false;
+  engine_->core->firstFile.reset();
+  const Findings found = ComparePart(options_.verification == Verification::kFull);
+  if (progress_.Stopped()) return FailStopped();
+  Add(found);
+  return !HoldsUp(found, options_.force);
+}
+
+Findings Run::ComparePart(bool everyByte) {
+  const auto listener = [this](long long current, long long total) {
+    return progress_.Step(Phase::kVerifying, current, total);
+  };
+  return Verify({inputs_, options_.output, part_.descriptor(), everyByte, listener});
+}
+
+bool Run::InputsAreUnchanged() {
+  const std::string* touched = nullptr;
+  for (std::size_t i = 0; i < inputs_.size(); ++i) {
+    struct stat status;
+    if (::stat(inputs_[i].c_str(), &status) != 0 || !states_[i].IsUnchanged(status))
+      return FailChanged(inputs_[i]);
+    if (!states_[i].IsUntouched(status)) touched = &inputs_[i];
+  }
+  if (touched == nullptr) return true;
+  // Whoever writes to a clip and sets its time back leaves no other trace than one who links it.
+  const Findings found = ComparePart(true);
+  if (progress_.Stopped()) return FailStopped();
+  return !HoldsUp(found, options_.force) || FailChanged(*touched);
+}
+
+bool Run::FailChanged(const std::string& input) {
+  return Fail(Message::kInputChanged, input, "changed while it was merged",
+              "wait until it is complete, then merge again");
+}
+
+// Whether the output's name may be taken from what has it: never from an input, whatever name that
+// had in the beginning, and never from what is no file.
+bool Run::MayReplace() {
+  struct stat status;
+  if (::lstat(options_.output.c_str(), &status) != 0) {
+    return errno == ENOENT || FailCreate(errno);
+  }
+  if (!options_.overwrite)
+    return Fail(Message::kOutputExists, options_.output, "exists already",
+                "choose another name, or let --overwrite replace it", MP4G_E_OUTPUT_OPEN);
+  struct stat target = status;
+  if (S_ISLNK(status.st_mode) && ::stat(options_.output.c_str(), &target) != 0) return true;
+  for (std::size_t i = 0; i < inputs_.size(); ++i) {
+    if (states_[i].IsSameFile(status) || states_[i].IsSameFile(target))
+      return Fail(Message::kOutputIsInput, options_.output,
+                  "is the same file as the input " + Shown(inputs_[i]), "choose another name",
+                  MP4G_E_OUTPUT_OPEN);
+  }
+  return S_ISREG(target.st_mode) ||
+         Fail(Message::kOutputUnwritable, options_.output,
+              "can't be written: it is no regular file", "choose another name", MP4G_E_OUTPUT_OPEN);
+}
+
+bool Run::Publish() {
+  if (!Enter(Phase::kFlushing) || !MayReplace()) return false;
+  if (const int error = part_.Publish(options_.overwrite); error != 0) {
+    if (error == EEXIST)
+      return Fail(Message::kOutputExists, options_.output, "exists already",
+                  "choose another name, or let --overwrite replace it", MP4G_E_OUTPUT_OPEN);
+    return Fail(Message::kOutputUnnamed, options_.output, "can't get its name: " + ErrorText(error),
+                "choose another folder", MP4G_E_OUTPUT_OPEN);
+  }
+  report_.size = FileSize(options_.output);
+  if (const int error = part_.FlushFolder(); error != 0)
+    return Fail(Message::kOutputNotDurable, options_.output,
+                "is complete, but its folder can't be flushed: " + ErrorText(error),
+                "check the disk before you delete the clips", MP4G_E_OUTPUT_WRITE);
+  return true;
+}
+
+// What stands in the hidden file is of no use any more.
+void Run::GiveUp() {
+  engine_.Reset();
+  const std::string path = part_.path();
+  if (const int error = part_.Discard(); error != 0)
+    Fail(Message::kLeftover, path, "can't be removed: " + ErrorText(error), "remove it by hand");
+}
+
+}  // namespace
+
+SafeMergeReport SafeMerge(const std::vector<std::string>& inputs, const SafeMergeOptions& options) {
+  try {
+    return Run(inputs, options).Merge();
+  } catch (const std::bad_alloc&) {
+    SafeMergeReport report;
+    report.result = E_OUTOFMEMORY;
+    report.findings.push_back(MakeFinding(Message::kOutOfMemory, options.output,
+                                          "was not made: there is not enough memory",
+                                          "merge fewer clips at once"));
+    report.findings.back().result = E_OUTOFMEMORY;
+    return report;
+  }
+}
+
+}  // namespace clipchain

@@ -1,0 +1,399 @@
+#include "workflow/merging/verify.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "box/header_boxes.h"
+#include "box/structural_boxes.h"
+#include "merge/free_tracks.h"
+#include "reader/mp4_file.h"
+#include "reader/track_reader.h"
+#include "reader/typed_views.h"
+#include "workflow/boxes/sample_layout.h"
+#include "workflow/boxes/top_level.h"
+#include "workflow/findings/result_words.h"
+#include "workflow/merging/expected_file.h"
+#include "workflow/system/file_bytes.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+using Number = unsigned long long;
+
+constexpr std::size_t kBlock = 1024 * 1024;
+constexpr const char* kDistrustDisk = "write to another disk, or check this one";
+constexpr const char* kDistrustClip =
+    "leave the clip out, or keep the result as it is with --force";
+
+// The bytes of one sample in a clip and in the output.
+struct SamplePair {
+  Number inClip;
+  Number inOutput;
+  Number size;
+};
+
+struct OutputTrack {
+  explicit OutputTrack(MP4G::CTrackBox* track)
+      : box(track),
+        entryType(MP4G::CTrackReader(track).GetSampleEntryType()),
+        layout(MP4G::CTrackBox_wr(track).SampleTableBox()) {}
+
+  MP4G::CTrackBox* box;
+  unsigned int entryType;
+  SampleLayout layout;      // stands behind the chunks of the clips so far
+  TrackSums expected = {};  // of the clips so far
+  bool differs = false;     // from the first difference on nothing more is said about it
+};
+
+unsigned int IdOf(MP4G::CTrackBox* track) {
+  const auto* header = MP4G::CTrackBox_wr(track).TrackHeaderBox();
+  return header != nullptr ? static_cast<unsigned int>(header->recordA->trackId) : 0;
+}
+
+Number DurationOf(MP4G::CMovieBox* movie) {
+  const auto* header = MP4G::CMovieBox_wr(movie).MovieHeaderBox();
+  return header != nullptr ? static_cast<Number>(header->recordA->Duration()) : 0;
+}
+
+bool LiesIn(const Chunk& chunk, Number begin, Number size) {
+  return chunk.position >= begin && chunk.position - begin <= size &&
+         chunk.bytes <= size - (chunk.position - begin);
+}
+
+// A clip that was merged, and where its media should lie in the output.
+struct Clip {
+  const std::string& path;
+  std::unique_ptr<MP4G::CMp4File> file = std::make_unique<MP4G::CMp4File>();
+  Number mediaSize = 0;
+  Number target = 0;
+};
+
+class Verifier {
+ public:
+  explicit Verifier(const VerifyTask& task) : task_(task), output_(task.file) {}
+
+  Findings Run();
+
+ private:
+  bool OpenOutput();
+  bool Tell(Number done);  // how much of the media was compared; whether to go on
+  bool AddClip(const std::string& path);
+  bool Expect(Clip& clip);
+  void AddTracks(Clip& clip);
+  void AddTrack(const Clip& clip, OutputTrack& output, MP4G::CTrackBox* track);
+  void CompareSizes(const Clip& clip, OutputTrack& output, const SampleLayout& layout);
+  void CompareChunk(const Clip& clip, OutputTrack& output, const Chunk& chunk, Chunk& copy);
+  void CompareTotals();
+  void CompareBoxes();
+  bool BoxesAreExpected();
+  bool IsExpected(Number position, const std::vector<unsigned char>& expected);
+  bool CompareSamples(const Clip& clip);
+  bool CompareMedia(const Clip& clip);
+  bool CompareBytes(FileBytes& source, const Clip& clip, Number inClip, Number inOutput,
+                    std::size_t size);
+
+  bool Damaged(std::string text, Number offset);  // false, for callers that end with it
+  bool Unreadable(const std::string& path, int error);
+  void Differs(OutputTrack& output, const char* box, std::string text);
+
+  const VerifyTask& task_;
+  FileBytes output_;
+  TopLevel boxes_;
+  MP4G::CMp4Tree tree_;
+  std::vector<OutputTrack> tracks_;
+  ExpectedFile expected_;
+  std::vector<SamplePair> pairs_;  // of the clip at work
+  Number mediaBefore_ = 0;         // bytes of media of the clips that are done
+  Number duration_ = 0;            // of the clips so far together
+  std::vector<unsigned char> fromClip_ = std::vector<unsigned char>(kBlock);
+  std::vector<unsigned char> fromOutput_ = std::vector<unsigned char>(kBlock);
+  Findings findings_;
+};
+
+Findings Verifier::Run() {
+  if (task_.everyByte) output_.ForgetCached();
+  if (!OpenOutput()) return std::move(findings_);
+  for (const std::string& input : task_.inputs) {
+    if (!AddClip(input)) return std::move(findings_);
+  }
+  CompareTotals();
+  CompareBoxes();
+  return std::move(findings_);
+}
+
+bool Verifier::Tell(Number done) {
+  return !task_.progress ||
+         task_.progress(static_cast<long long>(done), static_cast<long long>(boxes_.media.size));
+}
+
+bool Verifier::Damaged(std::string text, Number offset) {
+  if (output_.error() != 0) text += ": " + std::generic_category().message(output_.error());
+  Finding finding =
+      MakeFinding(Message::kResultDamaged, task_.output, std::move(text), kDistrustDisk);
+  finding.offset = static_cast<long long>(offset);
+  findings_.push_back(std::move(finding));
+  return false;
+}
+
+bool Verifier::Unreadable(const std::string& path, int error) {
+  std::string text = "can't be read again to compare it";
+  if (error != 0) text += ": " + std::generic_category().message(error);
+  findings_.push_back(MakeFinding(Message::kInputUnreadable, path, std::move(text),
+                                  "copy the clip again from the card"));
+  return false;
+}
+
+void Verifier::Differs(OutputTrack& output, const char* box, std::string text) {
+  if (output.differs) return;
+  output.differs = true;
+  Finding finding =
+      MakeFinding(Message::kResultDiffers, task_.output, std::move(text), kDistrustClip);
+  finding.track = IdOf(output.box);
+  finding.box = fmt::format("moov/trak[{}]/{}", &output - tracks_.data(), box);
+  findings_.push_back(std::move(finding));
+}
+
+bool Verifier::OpenOutput() {
+  const std::string wrong = boxes_.Read(output_);
+  if (!wrong.empty()) return Damaged(wrong, 0);
+  const Extent& movie = boxes_.movie;
+  std::vector<unsigned char> bytes(movie.size);
+  if (!output_.Read(movie.position, bytes.data(), bytes.size()))
+    return Damaged("has a movie box that can't be read back", movie.position);
+  if (tree_.AddBoxData(bytes.data(), static_cast<unsigned int>(bytes.size()),
+                       static_cast<long long>(movie.position)) != S_OK ||
+      tree_.GetMovieBox() == nullptr)
+    return Damaged("has a movie box that makes no sense", movie.position);
+  for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(tree_.GetMovieBox()).Tracks())
+    tracks_.emplace_back(track);
+  return true;
+}
+
+bool Verifier::AddClip(const std::string& path) {
+  if (!Tell(mediaBefore_)) return false;
+  Clip clip{path};
+  if (clip.file->SetFile(Wide(path).c_str()) != S_OK || clip.file->GetMovieBox() == nullptr)
+    return Unreadable(path, 0);
+  clip.mediaSize = static_cast<Number>(clip.file->mdatSize);
+  clip.target = boxes_.media.position + mediaBefore_;
+  if (clip.mediaSize > boxes_.media.size - mediaBefore_)
+    return Damaged(fmt::format("has {} bytes of media, fewer than the clips", boxes_.media.size),
+                   boxes_.media.position);
+  duration_ += DurationOf(clip.file->GetMovieBox());
+  AddTracks(clip);
+  if (!(task_.everyByte ? CompareMedia(clip) : CompareSamples(clip))) return false;
+  mediaBefore_ += clip.mediaSize;
+  return Expect(clip);
+}
+
+// The clip's boxes become part of what is expected; nothing is to be asked of them any more.
+bool Verifier::Expect(Clip& clip) {
+  const HRESULT result = expected_.Take(std::move(clip.file));
+  if (result == S_OK) return true;
+  findings_.push_back(MakeFinding(Message::kInputRefused, clip.path,
+                                  InputWords(result, mediaBefore_ == clip.mediaSize),
+                                  "leave the clip out, or see what a check says about it"));
+  findings_.back().result = result;
+  return false;
+}
+
+// Each track of the output takes the first track of the clip that is of its kind and not yet taken.
+void Verifier::AddTracks(Clip& clip) {
+  pairs_.clear();
+  MP4G::FreeTracks tracks(clip.file->GetMovieBox());
+  for (OutputTrack& output : tracks_) {
+    const auto partner = tracks.First(output.entryType);
+    if (partner.track == nullptr) {
+      Differs(output, "mdia/minf/stbl/stsd",
+              fmt::format("has a track that is not in {}", Shown(clip.path)));
+      continue;
+    }
+    tracks.Use(partner.id);
+    AddTrack(clip, output, partner.track);
+  }
+}
+
+void Verifier::AddTrack(const Clip& clip, OutputTrack& output, MP4G::CTrackBox* track) {
+  SampleLayout layout(MP4G::CTrackBox_wr(track).SampleTableBox());
+  CompareSizes(clip, output, layout);
+  const TrackSums sums = SumsOf(track);
+  for (const TrackSum& sum : kTrackSums) output.expected.*sum.value += sums.*sum.value;
+  Chunk chunk{};
+  Chunk copy{};
+  std::optional<SamplePair> last;
+  while (!output.differs && layout.Next(chunk)) {
+    CompareChunk(clip, output, chunk, copy);
+    if (output.differs || chunk.samples == 0) continue;
+    if (!last) pairs_.push_back({chunk.position, copy.position, layout.SizeOf(chunk.firstSample)});
+    const unsigned int size = layout.SizeOf(chunk.firstSample + chunk.samples - 1);
+    last = {chunk.position + chunk.bytes - size, copy.position + copy.bytes - size, size};
+  }
+  if (last) pairs_.push_back(*last);
+}
+
+void Verifier::CompareSizes(const Clip& clip, OutputTrack& output, const SampleLayout& layout) {
+  constexpr const char* kBox = "mdia/minf/stbl/stsz";
+  const Number before = output.expected.samples;
+  const Number count = layout.SampleCount();
+  if (output.layout.SampleCount() < before + count) {
+    Differs(output, kBox,
+            fmt::format("has {} samples, fewer than the clips up to {}",
+                        output.layout.SampleCount(), Shown(clip.path)));
+    return;
+  }
+  // Where each side has one size for all, the first sample speaks for the others.
+  const bool uniform = layout.UniformSize() != 0 && output.layout.UniformSize() != 0;
+  for (Number sample = 0; sample < (uniform ? std::min<Number>(count, 1) : count); ++sample) {
+    const unsigned int expected = layout.SizeOf(sample);
+    const unsigned int found = output.layout.SizeOf(before + sample);
+    if (found == expected) continue;
+    Differs(output, kBox,
+            fmt::format("gives sample {} a size of {}; it has {} in {}", before + sample + 1, found,
+                        expected, Shown(clip.path)));
+    return;
+  }
+}
+
+void Verifier::CompareChunk(const Clip& clip, OutputTrack& output, const Chunk& chunk,
+                            Chunk& copy) {
+  if (!output.layout.Next(copy)) {
+    Differs(output, "mdia/minf/stbl/stco",
+            fmt::format("has fewer chunks than the clips up to {}", Shown(clip.path)));
+    return;
+  }
+  if (copy.samples != chunk.samples || copy.bytes != chunk.bytes) {
+    Differs(output, "mdia/minf/stbl/stsc",
+            fmt::format("has {} samples in a chunk that has {} in {}", copy.samples, chunk.samples,
+                        Shown(clip.path)));
+    return;
+  }
+  // Modulo 2^64, as positions before the media box would have it.
+  const Number expected = chunk.position - static_cast<Number>(clip.file->mdatPos) + clip.target;
+  if (copy.position != expected) {
+    Differs(output, "mdia/minf/stbl/stco",
+            fmt::format("has the chunk of sample {} at byte {}; its media was copied to {}",
+                        copy.firstSample + 1, copy.position, expected));
+  } else if (copy.samples > 0 && !LiesIn(copy, clip.target, clip.mediaSize)) {
+    Differs(output, "mdia/minf/stbl/stco",
+            fmt::format("has the chunk of sample {} at byte {}, outside the media",
+                        copy.firstSample + 1, copy.position));
+  }
+}
+
+void Verifier::CompareTotals() {
+  if (mediaBefore_ != boxes_.media.size)
+    Damaged(
+        fmt::format("has {} bytes of media; the clips have {}", boxes_.media.size, mediaBefore_),
+        boxes_.media.position);
+  for (OutputTrack& output : tracks_) {
+    const TrackSums sums = SumsOf(output.box);
+    for (const TrackSum& sum : kTrackSums) {
+      const Number found = sums.*sum.value;
+      const Number expected = output.expected.*sum.value;
+      if (found == expected) continue;
+      Differs(output, sum.box,
+              fmt::format("has {} {}; the clips have {}", found, sum.what, expected));
+    }
+  }
+  if (const Number found = DurationOf(tree_.GetMovieBox()); found != duration_) {
+    Finding finding = MakeFinding(
+        Message::kResultDiffers, task_.output,
+        fmt::format("has a duration of {}; the clips have {}", found, duration_), kDistrustClip);
+    finding.box = "moov/mvhd";
+    findings_.push_back(std::move(finding));
+  }
+}
+
+// Where the boxes are what the engine makes of the clips' and say something else than the clips, a
+// clip is the reason. Where they are not, the disk is, whatever the difference looks like.
+void Verifier::CompareBoxes() {
+  tracks_.clear();
+  tree_.Reset();
+  Findings differences = std::exchange(findings_, {});
+  const bool expected = BoxesAreExpected();
+  if (expected || !differences.empty()) findings_ = std::move(differences);
+  if (expected) return;
+  for (Finding& finding : findings_) {
+    finding.message = Message::kResultDamaged;
+    finding.severity = MessageSeverity(finding.message);
+    finding.remedy = kDistrustDisk;
+  }
+}
+
+bool Verifier::BoxesAreExpected() {
+  if (const HRESULT result = expected_.Finish(); result != S_OK)
+    return Damaged(OutputWords(result), boxes_.movie.position);
+  const std::size_t expected = expected_.Head().size() + expected_.Movie().size();
+  const Number found = boxes_.media.position + boxes_.movie.size;
+  if (found != expected || boxes_.movie.size != expected_.Movie().size())
+    return Damaged(fmt::format("has {} bytes around its media; the clips give {}", found, expected),
+                   boxes_.movie.position);
+  return IsExpected(0, expected_.Head()) && IsExpected(boxes_.movie.position, expected_.Movie());
+}
+
+bool Verifier::IsExpected(Number position, const std::vector<unsigned char>& expected) {
+  for (std::size_t done = 0; done < expected.size(); done += kBlock) {
+    const std::size_t size = std::min(expected.size() - done, kBlock);
+    if (!output_.Read(position + done, fromOutput_.data(), size))
+      return Damaged("can't be read back", position + done);
+    const auto begin = expected.begin() + static_cast<std::ptrdiff_t>(done);
+    const auto end = begin + static_cast<std::ptrdiff_t>(size);
+    const auto [theirs, mine] = std::mismatch(begin, end, fromOutput_.begin());
+    if (theirs == end) continue;
+    const Number at = position + static_cast<Number>(theirs - expected.begin());
+    return Damaged(
+        fmt::format("has a byte {:02X} at {}; its clips give {:02X} there", *mine, at, *theirs),
+        at);
+  }
+  return true;
+}
+
+bool Verifier::CompareSamples(const Clip& clip) {
+  FileBytes source(clip.path);
+  for (const SamplePair& pair : pairs_) {
+    for (Number done = 0; done < pair.size; done += kBlock) {
+      const auto size = static_cast<std::size_t>(std::min<Number>(pair.size - done, kBlock));
+      if (!CompareBytes(source, clip, pair.inClip + done, pair.inOutput + done, size)) return false;
+    }
+  }
+  return true;
+}
+
+bool Verifier::CompareMedia(const Clip& clip) {
+  FileBytes source(clip.path);
+  const auto begin = static_cast<Number>(clip.file->mdatPos);
+  for (Number done = 0; done < clip.mediaSize; done += kBlock) {
+    const auto size = static_cast<std::size_t>(std::min<Number>(clip.mediaSize - done, kBlock));
+    if (!CompareBytes(source, clip, begin + done, clip.target + done, size)) return false;
+    if (!Tell(mediaBefore_ + done + size)) return false;
+  }
+  return true;
+}
+
+bool Verifier::CompareBytes(FileBytes& source, const Clip& clip, Number inClip, Number inOutput,
+                            std::size_t size) {
+  if (!source.Read(inClip, fromClip_.data(), size)) return Unreadable(clip.path, source.error());
+  if (!output_.Read(inOutput, fromOutput_.data(), size))
+    return Damaged("can't be read back", inOutput);
+  const auto [mine, theirs] =
+      std::mismatch(fromOutput_.begin(), fromOutput_.begin() + static_cast<std::ptrdiff_t>(size),
+                    fromClip_.begin());
+  if (theirs == fromClip_.begin() + static_cast<std::ptrdiff_t>(size)) return true;
+  const auto at = static_cast<Number>(mine - fromOutput_.begin());
+  return Damaged(fmt::format("has a byte {:02X} at {}; it is {:02X} at {} in {}", *mine,
+                             inOutput + at, *theirs, inClip + at, Shown(clip.path)),
+                 inOutput + at);
+}
+
+}  // namespace
+
+Findings Verify(const VerifyTask& task) { return Verifier(task).Run(); }
+
+}  // namespace clipchain

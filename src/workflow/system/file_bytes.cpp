@@ -1,0 +1,56 @@
+#include "workflow/system/file_bytes.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "workflow/system/uninterrupted.h"
+
+namespace clipchain {
+
+FileBytes::FileBytes(const std::string& path)
+    : file_(Uninterrupted(
+          [&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); })),
+      owned_(true) {
+  if (file_ < 0) error_ = errno;
+}
+
+FileBytes::FileBytes(int descriptor) : file_(descriptor), owned_(false) {}
+
+FileBytes::~FileBytes() {
+  if (owned_ && file_ >= 0) ::close(file_);
+}
+
+unsigned long long FileBytes::Size() {
+  struct stat status;
+  if (::fstat(file_, &status) == 0) return static_cast<unsigned long long>(status.st_size);
+  error_ = errno;
+  return 0;
+}
+
+bool FileBytes::IsFile() {
+  struct stat status;
+  return ::fstat(file_, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool FileBytes::Read(unsigned long long position, void* buffer, std::size_t size) {
+  char* out = static_cast<char*>(buffer);
+  while (size > 0) {
+    const ssize_t came =
+        Uninterrupted([&] { return ::pread(file_, out, size, static_cast<off_t>(position)); });
+    if (came < 0) error_ = errno;
+    if (came <= 0) return false;
+    out += came;
+    size -= static_cast<std::size_t>(came);
+    position += static_cast<unsigned long long>(came);
+  }
+  return true;
+}
+
+void FileBytes::ForgetCached() {
+  [[maybe_unused]] const int unneeded = ::posix_fadvise(file_, 0, 0, POSIX_FADV_DONTNEED);
+}
+
+}  // namespace clipchain

@@ -1,0 +1,84 @@
+#include "workflow/system/files.h"
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include "foundation/strings.h"
+#include "workflow/system/path_characters.h"
+
+namespace clipchain {
+
+namespace {
+
+bool Status(const std::string& path, struct stat& status) {
+  return ::stat(path.c_str(), &status) == 0;
+}
+
+std::string ErrorText(int error) { return std::generic_category().message(error); }
+
+}  // namespace
+
+std::string Shown(const std::string& path) {
+  std::string text;
+  for (const wchar_t c : Wide(path)) {
+    const std::string bytes = QUIRVA::PathBytesFromWide({&c, 1}).value_or(std::string(1, 0));
+    if (IsControl(c)) {
+      for (const char byte : bytes)
+        text += fmt::format("\\x{:02X}", static_cast<unsigned char>(byte));
+    } else if (Misleads(c)) {
+      text += fmt::format("\\u{{{:X}}}", static_cast<unsigned int>(c));
+    } else {
+      text += bytes;
+    }
+  }
+  return text;
+}
+
+std::wstring Wide(const std::string& path) { return QUIRVA::WidePathFromBytes(path); }
+
+bool Exists(const std::string& path) {
+  struct stat status;
+  return ::lstat(path.c_str(), &status) == 0;
+}
+
+bool IsSameFile(const std::string& a, const std::string& b) {
+  struct stat first;
+  struct stat second;
+  return Status(a, first) && Status(b, second) && first.st_dev == second.st_dev &&
+         first.st_ino == second.st_ino;
+}
+
+long long FileSize(const std::string& path) {
+  struct stat status;
+  return Status(path, status) && S_ISREG(status.st_mode) ? status.st_size : 0;
+}
+
+std::string WhyUnreadable(const std::string& path) {
+  struct stat status;
+  if (!Status(path, status)) return errno == ENOENT ? "there is no such file" : ErrorText(errno);
+  if (S_ISDIR(status.st_mode)) return "it is a folder";
+  if (::access(path.c_str(), R_OK) != 0) return ErrorText(errno);
+  if (!S_ISREG(status.st_mode)) return "it is no regular file";
+  return status.st_size == 0 ? "it is empty" : "";
+}
+
+std::string WhyUnwritable(const std::string& path) {
+  if (path.empty()) return "it has no name";
+  struct stat status;
+  if (Status(path, status)) {
+    if (S_ISDIR(status.st_mode)) return "it is a folder";
+    return ::access(path.c_str(), W_OK) == 0 ? "" : ErrorText(errno);
+  }
+  const std::filesystem::path parent = std::filesystem::path(path).parent_path();
+  const std::string folder = parent.empty() ? std::string(".") : parent.string();
+  if (!Status(folder, status)) return fmt::format("there is no folder {}", Shown(folder));
+  if (!S_ISDIR(status.st_mode)) return fmt::format("{} is no folder", Shown(folder));
+  return ::access(folder.c_str(), W_OK) == 0 ? "" : ErrorText(errno);
+}
+
+}  // namespace clipchain

@@ -1,0 +1,62 @@
+#include "workflow/leftovers.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+
+#include "workflow/system/descriptor.h"
+#include "workflow/system/part_name.h"
+#include "workflow/system/uninterrupted.h"
+
+namespace clipchain {
+
+namespace {
+
+// Opens what may be a leftover and takes its lock, which the one who works on the file holds. No
+// descriptor, and the error in errno, if it is none.
+Descriptor OpenAbandoned(const std::string& path, struct stat& status) {
+  constexpr int kNeitherWaitsNorFollows = O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY;
+  Descriptor file(Uninterrupted([&] { return ::open(path.c_str(), kNeitherWaitsNorFollows); }));
+  if (file >= 0 && ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
+      Uninterrupted([&] { return ::flock(file, LOCK_EX | LOCK_NB); }) == 0)
+    return file;
+  return Descriptor();
+}
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { ::closedir(folder); }
+};
+
+}  // namespace
+
+std::vector<Leftover> FindLeftovers(const std::string& output) {
+  std::vector<Leftover> found;
+  const std::string prefix = PartPrefix(output);
+  const std::unique_ptr<DIR, CloseFolder> folder(::opendir(FolderOf(output).c_str()));
+  if (folder == nullptr) return found;
+  while (const dirent* entry = ::readdir(folder.get())) {
+    if (!IsPartName(entry->d_name, prefix)) continue;
+    struct stat status;
+    const Leftover leftover{BesideOf(output, entry->d_name), 0};
+    if (const Descriptor file(OpenAbandoned(leftover.path, status)); file >= 0)
+      found.push_back({leftover.path, status.st_size});
+  }
+  std::sort(found.begin(), found.end(),
+            [](const Leftover& a, const Leftover& b) { return a.path < b.path; });
+  return found;
+}
+
+int RemoveLeftover(const Leftover& leftover) {
+  struct stat status;
+  const Descriptor file(OpenAbandoned(leftover.path, status));
+  if (file < 0) return errno;
+  return ::unlink(leftover.path.c_str()) == 0 ? 0 : errno;
+}
+
+}  // namespace clipchain

@@ -1,0 +1,50 @@
+// The hidden file in which an output comes into being, beside the place that it will take.
+//
+// While a process works on the file it holds a lock on it (flock), which the
+// system drops when the process ends, however it ends: what bears such a name and no lock was left
+// behind.
+#pragma once
+
+#include <string>
+
+namespace clipchain {
+
+// Calls that can fail answer an error number of the system, 0 for success.
+class PartFile {
+ public:
+  PartFile() = default;
+  ~PartFile();  // removes the file, unless it was published
+  PartFile(const PartFile&) = delete;
+  PartFile& operator=(const PartFile&) = delete;
+
+  // Creates the file, empty, under a name that nobody has. To be called once.
+  [[nodiscard]] int Create(const std::string& output);
+  const std::string& path() const { return path_; }
+  int descriptor() const { return file_; }  // to read, and held for the lock
+
+  // What the system says when more is written to the file; 0 if nothing speaks against it. Only of
+  // use for a file that is given up.
+  [[nodiscard]] int TryToGrow() const;
+
+  // Gives the file the output's name. Without `overwrite` EEXIST if something has that name by now.
+  [[nodiscard]] int Publish(bool overwrite);
+  // Removes the file. What is not there any more is removed.
+  [[nodiscard]] int Discard();
+  // Makes the name last.
+  [[nodiscard]] int FlushFolder();
+
+ private:
+  [[nodiscard]] int TryToCreate();
+  [[nodiscard]] int Lock() const;
+  [[nodiscard]] int RenameToFreeName();
+
+  std::string output_;
+  std::string path_;  // empty while there is no such file
+  int folder_ = -1;
+  int file_ = -1;
+};
+
+// Flushes a file or a folder to the disk. What knows no flushing has nothing to flush.
+[[nodiscard]] int Flush(int descriptor);
+
+}  // namespace clipchain

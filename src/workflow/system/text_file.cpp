@@ -1,0 +1,59 @@
+#include "workflow/system/text_file.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+#include "workflow/system/files.h"
+#include "workflow/system/part_file.h"
+#include "workflow/system/uninterrupted.h"
+
+namespace clipchain {
+
+namespace {
+
+std::string Unwritable(int error) {
+  return "can't be written: " + std::generic_category().message(error);
+}
+
+constexpr const char* kExists = "exists already; --overwrite replaces it";
+
+int WriteAll(int file, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t went = Uninterrupted([&] { return ::write(file, text.data(), text.size()); });
+    if (went < 0) return errno;
+    text.remove_prefix(static_cast<std::size_t>(went));
+  }
+  return ::fsync(file) == 0 ? 0 : errno;
+}
+
+}  // namespace
+
+std::string WhyNoTextFile(const std::string& path, bool overwrite) {
+  struct stat status;
+  if (::lstat(path.c_str(), &status) == 0) {
+    if (S_ISDIR(status.st_mode)) return "is a folder";
+    // A link would be replaced, and a device be lost.
+    if (!S_ISREG(status.st_mode)) return "exists already and is no regular file";
+    if (!overwrite) return kExists;
+  }
+  const std::string why = WhyUnwritable(path);
+  return why.empty() ? "" : "can't be written: " + why;
+}
+
+std::string WriteTextFile(const std::string& path, std::string_view text, bool overwrite) {
+  std::string why = WhyNoTextFile(path, overwrite);
+  if (!why.empty()) return why;
+  PartFile part;
+  int error = part.Create(path);
+  if (error == 0) error = WriteAll(part.descriptor(), text);
+  if (error != 0) return Unwritable(error);
+  error = part.Publish(overwrite);
+  if (error == EEXIST) return kExists;
+  if (error == 0) error = part.FlushFolder();
+  return error == 0 ? "" : Unwritable(error);
+}
+
+}  // namespace clipchain

@@ -1,0 +1,194 @@
+// What a check says about the place of the output.
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "support/sequences.h"
+#include "support/vendor_box.h"
+#include "workflow/checks/check_fixture.h"
+#include "workflow/checks/output_check.h"
+
+using clipchain::CheckOptions;
+using clipchain::CheckReport;
+using clipchain::FileFindings;
+using clipchain::Finding;
+using clipchain::Message;
+using clipchain::OutputPlace;
+using clipchain::Severity;
+using support::Bytes;
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class CheckOutput : public support::CheckTest {
+ protected:
+  CheckReport CheckFor(const std::string& target, bool overwrite = false) {
+    CheckOptions options;
+    options.output = target;
+    options.overwrite = overwrite;
+    return clipchain::Check({input, other}, options);
+  }
+
+  const std::string input = Put("input", EvenClip(1));
+  const std::string other = Put("other", EvenClip(2));
+};
+
+Finding OnlySpace(long long bytes, const OutputPlace& place) {
+  FileFindings findings("out.mp4");
+  clipchain::CheckSpace(bytes, place, findings);
+  EXPECT_LE(findings.All().size(), 1u);
+  return findings.All().empty() ? Finding{} : findings.All().front();
+}
+
+}  // namespace
+
+TEST_F(CheckOutput, MayBeNew) { EXPECT_THAT(NamesOf(CheckFor(output)), IsEmpty()); }
+
+TEST_F(CheckOutput, IsNoInputBeItThroughLinks) {
+  const std::string link = (folder / "link").string();
+  fs::create_symlink(input, link);
+  const std::string hard = (folder / "hard").string();
+  fs::create_hard_link(other, hard);
+  const std::string folderLink = (folder / "folder").string();
+  fs::create_directory_symlink(folder.path(), folderLink);
+  for (const std::string& target : {input, link, hard, folderLink + "/input"}) {
+    const CheckReport report = CheckFor(target, true);
+    EXPECT_THAT(NamesOf(report), ElementsAre("output-is-input")) << target;
+    EXPECT_EQ(Severity::kRefusal, report.findings.front().severity);
+    EXPECT_EQ(target, report.findings.front().path);
+  }
+}
+
+TEST_F(CheckOutput, ExistsAlready) {
+  const std::string there = Put("there", Bytes(3));
+  EXPECT_THAT(NamesOf(CheckFor(there)), ElementsAre("output-exists"));
+  EXPECT_THAT(NamesOf(CheckFor(there, true)), IsEmpty());
+  const std::string dangling = (folder / "dangling").string();
+  fs::create_symlink(folder / "nowhere", dangling);
+  EXPECT_THAT(NamesOf(CheckFor(dangling)), ElementsAre("output-exists"));
+}
+
+// Behind -o a shell puts the first of the clips that a pattern matches.
+TEST_F(CheckOutput, IsNoOtherClipOfACamera) {
+  const auto clip = [this](const std::string& name, unsigned int number) {
+    return Put(name, support::WithVendorBox(EvenClip(1).Build(), support::ChainLink(number, 3)));
+  };
+  const std::string first = clip("1.mp4", 1);
+  const std::vector<std::string> rest = {clip("2.mp4", 2), clip("3.mp4", 3)};
+  CheckOptions options;
+  options.overwrite = true;
+  options.output = first;
+  const Finding finding = Only(clipchain::Check(rest, options), Message::kOutputIsClip);
+  EXPECT_EQ(Severity::kRefusal, finding.severity);
+  EXPECT_EQ(first, finding.path);
+  // An earlier result of the same clips has the identifiers of the first one.
+  options.output = clip("result.mp4", 2);
+  EXPECT_THAT(NamesOf(clipchain::Check(rest, options)), Not(Contains("output-is-clip")));
+  options.output = Put("unmarked.mp4", EvenClip(3));
+  EXPECT_THAT(NamesOf(clipchain::Check(rest, options)), Not(Contains("output-is-clip")));
+  options.output = Put("text", support::Text("no clip at all"));
+  EXPECT_THAT(NamesOf(clipchain::Check(rest, options)), Not(Contains("output-is-clip")));
+}
+
+TEST_F(CheckOutput, IsAFile) {
+  EXPECT_THAT(NamesOf(CheckFor(folder.path().string(), true)), ElementsAre("output-unwritable"));
+  const std::string pipe = (folder / "pipe").string();
+  ASSERT_EQ(0, ::mkfifo(pipe.c_str(), 0600));
+  EXPECT_THAT(NamesOf(CheckFor(pipe, true)), ElementsAre("output-unwritable"));
+}
+
+TEST_F(CheckOutput, NeedsAFolder) {
+  const CheckReport report = CheckFor((folder / "no" / "out.mp4").string());
+  EXPECT_THAT(NamesOf(report), ElementsAre("output-unwritable"));
+  EXPECT_THAT(report.findings.front().text, HasSubstr("there is no folder"));
+  EXPECT_THAT(CheckFor(input + "/out.mp4").findings.front().text, HasSubstr("is no folder"));
+}
+
+TEST_F(CheckOutput, NeedsAFolderThatCanBeWritten) {
+  const fs::path locked = folder / "locked";
+  fs::create_directory(locked);
+  fs::permissions(locked, fs::perms::owner_read | fs::perms::owner_exec);
+  const bool mayAnything = ::access(locked.c_str(), W_OK) == 0;
+  const CheckReport report = CheckFor((locked / "out.mp4").string());
+  if (mayAnything) {
+    EXPECT_THAT(NamesOf(report), IsEmpty());
+  } else {
+    EXPECT_THAT(NamesOf(report), ElementsAre("output-unwritable"));
+  }
+}
+
+TEST_F(CheckOutput, SaysHowMuchSpaceIsMissing) {
+  OutputPlace place;
+  place.folder = "/card";
+  EXPECT_EQ("", OnlySpace(1'000'000, place).text);
+  place.freeBytes = 999'999;
+  const Finding finding = OnlySpace(1'000'000, place);
+  EXPECT_EQ(Message::kTooLittleSpace, finding.message);
+  EXPECT_THAT(finding.text,
+              AllOf(HasSubstr("1000000 bytes"), HasSubstr("999999 are free in /card")));
+  EXPECT_EQ(Severity::kRefusal, finding.severity);
+  EXPECT_EQ("", OnlySpace(999'999, place).text);
+}
+
+TEST_F(CheckOutput, SaysHowLargeAFileMayBe) {
+  OutputPlace place;
+  place.folder = "/card";
+  place.largestFile = 0xFFFFFFFF;
+  EXPECT_EQ(Message::kTooLargeForFolder, OnlySpace(0x100000000, place).message);
+  EXPECT_EQ("", OnlySpace(0xFFFFFFFF, place).text);
+}
+
+TEST_F(CheckOutput, KnowsTheSpaceOfAFolder) {
+  const OutputPlace place = clipchain::PlaceOf(output);
+  EXPECT_EQ(folder.path().string(), place.folder);
+  EXPECT_EQ("", place.whyUnwritable);
+  EXPECT_GT(place.freeBytes, 0);
+  EXPECT_EQ(".", clipchain::PlaceOf("out.mp4").folder);
+}
+
+TEST_F(CheckOutput, BelievesInNoLimitThatIsAGuess) {
+  constexpr long kFat = 0x4D44;
+  EXPECT_EQ(0xFFFFFFFF, clipchain::LargestFileOn(kFat));
+  constexpr long kTmpfs = 0x01021994, kOverlayfs = 0x794C7630, kExfat = 0x2011BAB0;
+  constexpr long kFuse = 0x65735546, kNfs = 0x6969, kExt = 0xEF53;
+  for (const long fileSystem : {kTmpfs, kOverlayfs, kExfat, kFuse, kNfs, kExt, 0L})
+    EXPECT_EQ(-1, clipchain::LargestFileOn(fileSystem)) << fileSystem;
+  // A tmpfs as a rule, of which the system knows no limit either.
+  EXPECT_EQ(-1, clipchain::PlaceOf("/dev/shm/out.mp4").largestFile);
+}
+
+TEST_F(CheckOutput, FindsThatTheDiskIsTooSmall) {
+  // Sparse: media that the disk need not have.
+  support::MovieBuilder clip = EvenClip();
+  clip.movieFirst = true;
+  Bytes bytes = clip.Build();
+  bytes = support::WithU32(bytes, support::FindBox(bytes, "mdat"), 0);
+  const std::string large = Put("large", bytes);
+  std::error_code error;
+  fs::resize_file(large, 15'000'000'000'000, error);
+  if (error) GTEST_SKIP() << "no file of 15 TB here";
+  CheckOptions options;
+  options.output = output;
+  EXPECT_THAT(NamesOf(clipchain::Check({large}, options)), ElementsAre("too-little-space"));
+}
+
+TEST_F(CheckOutput, KeepsToTheLimitForFiles) {
+  struct rlimit before;
+  ASSERT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &before));
+  struct rlimit tight = before;
+  tight.rlim_cur = 1000;
+  ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &tight));
+  const CheckReport report = CheckFor(output);
+  ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &before));
+  EXPECT_THAT(NamesOf(report), ElementsAre("too-large-for-folder"));
+  EXPECT_THAT(report.findings.front().text, HasSubstr("may have 1000"));
+}

@@ -1,0 +1,45 @@
+#include "workflow/findings/clip_words.h"
+
+#include <gtest/gtest.h>
+
+using namespace clipchain;
+
+namespace {
+
+constexpr MP4G::_tagSequenceTimedate kDate = {2024, 5, 6, 7, 8, 9};
+constexpr _GUID kGuid = {0x01020304, 0x0506, 0x0708, {9, 10, 11, 12, 13, 14, 15, 16}};
+
+}  // namespace
+
+TEST(ClipWords, SpellDates) {
+  EXPECT_EQ("2024-05-06 07:08:09", DateWords(kDate));
+  EXPECT_EQ("2024-05-06T07:08:09", IsoDate(kDate));
+  EXPECT_EQ("unknown", DateWords(std::nullopt));
+}
+
+TEST(ClipWords, SpellIdentifiers) {
+  EXPECT_EQ("01020304-0506-0708-090a-0b0c0d0e0f10", GuidWords(kGuid));
+  EXPECT_EQ("none", GuidWords(_GUID{}));
+}
+
+TEST(ClipWords, SpellDurations) {
+  EXPECT_EQ("2.560 s", DurationWords(32768, 12800));
+  EXPECT_EQ("unknown", DurationWords(32768, 0));
+}
+
+TEST(ClipWords, NameEachStateOfASequence) {
+  EXPECT_STREQ("complete", StateWords(true, true));
+  EXPECT_STREQ("open at head", StateWords(false, true));
+  EXPECT_STREQ("open at tail", StateWords(true, false));
+  EXPECT_STREQ("open at both ends", StateWords(false, false));
+}
+
+TEST(Amount, TakesTheUnitThatReadsWell) {
+  EXPECT_EQ("0 B", Amount(0));
+  EXPECT_EQ("999 B", Amount(999));
+  EXPECT_EQ("1.0 kB", Amount(1000));
+  EXPECT_EQ("999.9 kB", Amount(999'949));
+  EXPECT_EQ("1.0 MB", Amount(999'950));
+  EXPECT_EQ("12.3 GB", Amount(12'345'678'900));
+  EXPECT_EQ("9223.4 PB", Amount(9'223'372'036'854'775'807));
+}

@@ -1,0 +1,423 @@
+#include "workflow/safe_merge.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "support/movie_builder.h"
+#include "support/result_matchers.h"
+#include "workflow/merging/safe_merge_fixture.h"
+
+using namespace clipchain;
+using SafeMergeTest = support::SafeMergeFixture;
+using support::Bytes;
+using support::ReadFile;
+using support::Text;
+using testing::HasSubstr;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Phase = MergeStep::Phase;
+
+const std::vector<std::string> kOutputOnly = {"out.mp4"};
+const std::vector<std::string> kNothing = {};
+
+}  // namespace
+
+TEST_F(SafeMergeTest, LeavesTheCompleteOutputAndNothingElse) {
+  const Bytes a = ReadFile(inputs[0]);
+  const Bytes b = ReadFile(inputs[1]);
+  const SafeMergeReport report = SafeMerge(inputs, options);
+  EXPECT_TRUE(report.done);
+  EXPECT_OK(report.result);
+  EXPECT_EQ(static_cast<long long>(fs::file_size(options.output)), report.size);
+  EXPECT_EQ(kOutputOnly, Left());
+  EXPECT_EQ(a, ReadFile(inputs[0]));
+  EXPECT_EQ(b, ReadFile(inputs[1]));
+}
+
+TEST_F(SafeMergeTest, WritesTheSameBytesWhateverIsVerified) {
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  const Bytes expected = ReadFile(options.output);
+  options.overwrite = true;
+  options.verification = Verification::kFull;
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  EXPECT_EQ(expected, ReadFile(options.output));
+}
+
+TEST_F(SafeMergeTest, GivesTheOutputTheModeOfAnyNewFile) {
+  const mode_t mask = ::umask(026);
+  EXPECT_TRUE(SafeMerge(inputs, options).done);
+  ::umask(mask);
+  struct stat status;
+  ASSERT_EQ(0, ::stat(options.output.c_str(), &status));
+  EXPECT_EQ(0640u, status.st_mode & 07777);
+}
+
+TEST_F(SafeMergeTest, TellsEachPhaseInOrderWithAllInputsTogether) {
+  std::vector<MergeStep> steps;
+  options.progress = [&](const MergeStep& step) {
+    steps.push_back(step);
+    return true;
+  };
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  const auto total = static_cast<long long>(fs::file_size(inputs[0]) + fs::file_size(inputs[1]));
+  long long copied = 0;
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    if (steps[i].phase != Phase::kVerifying) {
+      EXPECT_EQ(total, steps[i].total);
+    }
+    EXPECT_LE(steps[i].current, steps[i].total);
+    if (i > 0) {
+      EXPECT_LE(steps[i - 1].phase, steps[i].phase);
+      EXPECT_LE(steps[i - 1].clip, steps[i].clip);
+    }
+    if (steps[i].phase != Phase::kCopying) continue;
+    EXPECT_LE(copied, steps[i].current);
+    copied = steps[i].current;
+  }
+  EXPECT_EQ(Phase::kChecking, steps.front().phase);
+  EXPECT_EQ(Phase::kFlushing, steps.back().phase);
+  EXPECT_EQ(1u, steps.back().clip);
+  EXPECT_LT(total / 2, copied);
+}
+
+TEST_F(SafeMergeTest, LeavesNothingWhereverItIsStopped) {
+  for (const Verification verification : {Verification::kSeams, Verification::kFull}) {
+    options.verification = verification;
+    int calls = 0;
+    bool done = false;
+    for (int last = 0; !done; ++last) {
+      calls = 0;
+      options.progress = [&](const MergeStep&) { return calls++ < last; };
+      const SafeMergeReport report = SafeMerge(inputs, options);
+      done = report.done;
+      if (done) break;
+      ASSERT_EQ(Message::kMergeStopped, report.findings.back().message) << last;
+      ASSERT_EQ(kNothing, Left()) << last;
+    }
+    EXPECT_LT(6, calls);
+    EXPECT_EQ(kOutputOnly, Left());
+    fs::remove(options.output);
+  }
+}
+
+TEST_F(SafeMergeTest, WritesToAHiddenFileUntilTheEnd) {
+  std::string part;
+  At(Phase::kVerifying, [&] {
+    part = PartName();
+    EXPECT_EQ(std::vector<std::string>{part}, Left());
+  });
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  EXPECT_THAT(part, testing::StartsWith(".out.mp4.clipchain-"));
+  EXPECT_EQ(kOutputOnly, Left());
+}
+
+TEST_F(SafeMergeTest, RefusesAnOutputThatExists) {
+  Put("out.mp4", Text("old"));
+  ExpectFailure(Message::kOutputExists, options.output);
+  EXPECT_EQ(Text("old"), ReadFile(options.output));
+  options.force = true;
+  ExpectFailure(Message::kOutputExists, options.output);
+  EXPECT_EQ(kOutputOnly, Left());
+}
+
+TEST_F(SafeMergeTest, RefusesAnOutputThatAppearsMeanwhile) {
+  At(Phase::kFlushing, [&] { Put("out.mp4", Text("new")); });
+  ExpectFailure(Message::kOutputExists, options.output);
+  EXPECT_EQ(Text("new"), ReadFile(options.output));
+  EXPECT_EQ(kOutputOnly, Left());
+}
+
+TEST_F(SafeMergeTest, KeepsTheOldOutputUntilTheNewOneIsComplete) {
+  options.overwrite = true;
+  Put("out.mp4", Text("old"));
+  At(Phase::kFlushing, [&] { EXPECT_EQ(Text("old"), ReadFile(options.output)); });
+  EXPECT_TRUE(SafeMerge(inputs, options).done);
+  EXPECT_NE(Text("old"), ReadFile(options.output));
+  EXPECT_EQ(kOutputOnly, Left());
+}
+
+TEST_F(SafeMergeTest, KeepsTheOldOutputWhenItFails) {
+  options.overwrite = true;
+  Put("out.mp4", Text("old"));
+  options.progress = [](const MergeStep& step) { return step.phase != Phase::kFlushing; };
+  ExpectFailure(Message::kMergeStopped, options.output);
+  EXPECT_EQ(Text("old"), ReadFile(options.output));
+  EXPECT_EQ(kOutputOnly, Left());
+}
+
+TEST_F(SafeMergeTest, NeverReplacesAnInputThatComesToHaveTheOutputsName) {
+  options.overwrite = true;
+  const Bytes a = ReadFile(inputs[0]);
+  for (const bool symbolic : {false, true}) {
+    At(Phase::kFlushing, [&] {
+      if (symbolic) {
+        fs::create_symlink(inputs[0], options.output);
+      } else {
+        fs::create_hard_link(inputs[0], options.output);
+      }
+    });
+    ExpectFailure(Message::kOutputIsInput, options.output);
+    EXPECT_EQ(a, ReadFile(inputs[0]));
+    EXPECT_EQ(a, ReadFile(options.output));
+    EXPECT_EQ(symbolic, fs::is_symlink(options.output));
+    fs::remove(options.output);
+  }
+}
+
+TEST_F(SafeMergeTest, ReplacesALinkThatLeadsNowhereByAFile) {
+  options.overwrite = true;
+  fs::create_symlink("nowhere", options.output);
+  EXPECT_TRUE(SafeMerge(inputs, options).done);
+  EXPECT_FALSE(fs::is_symlink(options.output));
+  EXPECT_EQ(kOutputOnly, Left());
+}
+
+// A file there may have the number that an input has here.
+TEST_F(SafeMergeTest, ReplacesAnOutputOnAnotherDisk) {
+  if (!fs::is_directory("/dev/shm")) GTEST_SKIP() << "no other disk";
+  const support::TempDir other("/dev/shm");
+  options.overwrite = true;
+  options.output = other / "out.mp4";
+  support::WriteFile(options.output, Text("old"));
+  EXPECT_TRUE(SafeMerge(inputs, options).done);
+  EXPECT_NE(Text("old"), ReadFile(options.output));
+}
+
+TEST_F(SafeMergeTest, NeverReplacesWhatIsNoFile) {
+  options.overwrite = true;
+  At(Phase::kFlushing, [&] { EXPECT_EQ(0, ::mkfifo(options.output.c_str(), 0600)); });
+  ExpectFailure(Message::kOutputUnwritable, options.output);
+  EXPECT_TRUE(fs::is_fifo(options.output));
+  fs::remove(options.output);
+  At(Phase::kFlushing, [&] { fs::create_directory(options.output); });
+  ExpectFailure(Message::kOutputUnwritable, options.output);
+  EXPECT_TRUE(fs::is_directory(options.output));
+  fs::remove(options.output);
+  options.progress = nullptr;
+  options.output = "/dev/null";
+  EXPECT_FALSE(SafeMerge(inputs, options).done);
+  EXPECT_TRUE(fs::is_character_file("/dev/null"));
+}
+
+TEST_F(SafeMergeTest, FindsThatAnInputChanged) {
+  At(Phase::kVerifying, [&] { fs::last_write_time(inputs[1], fs::file_time_type::min()); });
+  ExpectFailure(Message::kInputChanged, inputs[1]);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, FindsThatAnInputGrewWasReplacedOrWent) {
+  const Bytes clip = ReadFile(inputs[1]);
+  const auto time = fs::last_write_time(inputs[1]);
+  const std::function<void()> changes[] = {[&] {
+                                             Bytes longer = clip;
+                                             longer.push_back(0);
+                                             Put("b.mp4", longer);
+                                             fs::last_write_time(inputs[1], time);
+                                           },
+                                           [&] {
+                                             Put("new", clip);
+                                             fs::last_write_time(folder / "new", time);
+                                             fs::rename(folder / "new", inputs[1]);
+                                           },
+                                           [&] { fs::remove(inputs[1]); }};
+  for (const auto& change : changes) {
+    At(Phase::kFlushing, change);
+    ExpectFailure(Message::kInputChanged, inputs[1]);
+    EXPECT_EQ(kNothing, Left());
+    Put("b.mp4", clip);
+    fs::last_write_time(inputs[1], time);
+  }
+}
+
+TEST_F(SafeMergeTest, NamesAnInputThatGoesBeforeItIsCopied) {
+  int checks = 0;
+  options.progress = [&](const MergeStep& step) {
+    if (step.phase == Phase::kChecking && ++checks == 2) fs::remove(inputs[1]);
+    return true;
+  };
+  ExpectFailure(Message::kInputUnreadable, inputs[1]);
+  Put("b.mp4", support::Clip(25, 7).Build());
+  At(Phase::kCopying, [&] { fs::remove(inputs[1]); });
+  const SafeMergeReport report = ExpectFailure(Message::kInputRefused, inputs[1]);
+  EXPECT_EQ("can't be opened: there is no such file", report.findings.back().text);
+  EXPECT_EQ(kNothing, Left());
+}
+
+// The check would have said that its media is cut off.
+TEST_F(SafeMergeTest, EndsACopyThatStandsStill) {
+  support::MovieBuilder movie = support::Clip(25, 7);
+  movie.movieFirst = true;
+  const Bytes clip = movie.Build();
+  At(Phase::kCopying, [&] { Put("b.mp4", support::Slice(clip, 0, clip.size() - 9)); });
+  ExpectFailure(Message::kCopyStalled, inputs[1]);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, EndsACopyWhoseClipIsCutMeanwhile) {
+  options.progress = [&, cut = false](const MergeStep& step) mutable {
+    if (step.phase == Phase::kCopying && step.clip == 1 && !std::exchange(cut, true))
+      fs::resize_file(inputs[1], fs::file_size(inputs[1]) / 2);
+    return true;
+  };
+  const SafeMergeReport report = ExpectFailure(Message::kInputRefused, inputs[1]);
+  EXPECT_EQ("can't be read to its end", report.findings.back().text);
+  EXPECT_RESULT(E_FAIL, report.findings.back().result);
+  EXPECT_EQ(kNothing, Left());
+}
+
+// The last offset alone decides on the form of 32 bits. The check would have said so, too.
+TEST_F(SafeMergeTest, SaysThatAMovieBoxCannotBeCompleted) {
+  support::MovieBuilder movie = support::Clip(30, 1);
+  movie.tracks[0].co64 = true;
+  const Bytes clip = movie.Build();
+  inputs.pop_back();
+  int checks = 0;
+  options.progress = [&](const MergeStep& step) {
+    if (step.phase == Phase::kChecking && ++checks == 2)
+      Put("a.mp4", support::WithU32(clip, support::FindBox(clip, "co64") + 16, 1));
+    return true;
+  };
+  ExpectFailure(Message::kOutputUnfinished, options.output);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, FindsAnInputThatChangedAndHasItsOldTime) {
+  const Bytes clip = ReadFile(inputs[1]);
+  const std::size_t media = support::FindBox(clip, "mdat");
+  const auto time = fs::last_write_time(inputs[1]);
+  At(Phase::kFlushing, [&] {
+    Bytes changed = clip;
+    changed[media + 8 + (support::ReadU32(clip, media) - 8) / 2] ^= 1;
+    Put("b.mp4", changed);
+    fs::last_write_time(inputs[1], time);
+  });
+  ExpectFailure(Message::kInputChanged, inputs[1]);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, DoesNotMindALinkOrAModeThatAnInputGets) {
+  for (const Phase phase : {Phase::kCopying, Phase::kVerifying, Phase::kFlushing}) {
+    At(phase, [&] {
+      fs::permissions(inputs[0], fs::perms::owner_read);
+      fs::create_hard_link(inputs[1], folder / "link");
+    });
+    EXPECT_TRUE(SafeMerge(inputs, options).done);
+    fs::permissions(inputs[0], fs::perms::owner_all);
+    fs::remove(folder / "link");
+    fs::remove(options.output);
+  }
+  // One comparison more, which can be stopped, too.
+  bool flushed = false;
+  options.progress = [&](const MergeStep& step) {
+    if (step.phase == Phase::kFlushing && !flushed)
+      fs::create_hard_link(inputs[1], folder / "link");
+    flushed = flushed || step.phase == Phase::kFlushing;
+    return !flushed || step.phase == Phase::kFlushing;
+  };
+  ExpectFailure(Message::kMergeStopped, options.output);
+}
+
+TEST_F(SafeMergeTest, AsksForAShorterNameWhereOneIsTooLong) {
+  options.output = folder / std::string(256, 'a');
+  const SafeMergeReport report = ExpectFailure(Message::kOutputUnwritable, options.output);
+  EXPECT_EQ("can't be written: File name too long", report.findings.back().text);
+  EXPECT_EQ("choose a shorter name", report.findings.back().remedy);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, FindsAnInputThatEndsWhileItIsCopied) {
+  At(Phase::kCopying, [&] { fs::resize_file(inputs[1], 60); });
+  const SafeMergeReport report = SafeMerge(inputs, options);
+  EXPECT_FALSE(report.done);
+  EXPECT_EQ(inputs[1], report.findings.back().path);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, FindsBytesThatTheDiskChanged) {
+  At(Phase::kVerifying, [&] {
+    const int file = ::open((folder / PartName()).c_str(), O_RDWR);
+    EXPECT_EQ(1, ::pwrite(file, "\xEE", 1, 48));
+    ::close(file);
+  });
+  ExpectFailure(Message::kResultDamaged, options.output);
+  EXPECT_EQ(kNothing, Left());
+  options.force = true;
+  At(Phase::kVerifying, [&] { EXPECT_EQ(0, ::truncate((folder / PartName()).c_str(), 100)); });
+  ExpectFailure(Message::kResultDamaged, options.output);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, FindsBytesThatTheDiskChangedAroundTheMedia) {
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  const Bytes merged = ReadFile(options.output);
+  fs::remove(options.output);
+  options.force = true;
+  for (const Verification verification : {Verification::kSeams, Verification::kFull}) {
+    options.verification = verification;
+    for (const char* box : {"ftyp", "avcC", "hdlr", "tkhd"}) {
+      At(Phase::kVerifying, [&] {
+        const int file = ::open((folder / PartName()).c_str(), O_RDWR);
+        EXPECT_EQ(1,
+                  ::pwrite(file, "\xEE", 1, static_cast<off_t>(support::FindBox(merged, box) + 9)));
+        ::close(file);
+      });
+      ExpectFailure(Message::kResultDamaged, options.output);
+      EXPECT_EQ(kNothing, Left());
+    }
+  }
+}
+
+TEST_F(SafeMergeTest, NamesWhatWasLeftBehindAndRemovesItWhenAsked) {
+  const std::string leftover = Put(".out.mp4.clipchain-4711-0123456789abcdef.part", Text("abc"));
+  SafeMergeReport report = SafeMerge(inputs, options);
+  ASSERT_TRUE(report.done);
+  ASSERT_FALSE(report.findings.empty());
+  EXPECT_EQ(Message::kLeftover, report.findings.back().message);
+  EXPECT_EQ(leftover, report.findings.back().path);
+  EXPECT_THAT(report.findings.back().text, HasSubstr("3 bytes"));
+  EXPECT_TRUE(fs::exists(leftover));
+
+  options.overwrite = true;
+  bool asked = false;
+  options.removeLeftover = [&](const Leftover& found) {
+    EXPECT_EQ(leftover, found.path);
+    return std::exchange(asked, true);
+  };
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  EXPECT_TRUE(fs::exists(leftover));
+  report = SafeMerge(inputs, options);
+  EXPECT_TRUE(report.done);
+  EXPECT_EQ(Message::kLeftoverRemoved, report.findings.back().message);
+  EXPECT_EQ(kOutputOnly, Left());
+}
+
+TEST_F(SafeMergeTest, SaysWhyAnOutputCannotBeWritten) {
+  options.output = folder / "missing/out.mp4";
+  EXPECT_FALSE(SafeMerge(inputs, options).done);
+  options.output = "";
+  EXPECT_FALSE(SafeMerge(inputs, options).done);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, RefusesToMergeNothing) {
+  inputs.clear();
+  ExpectFailure(Message::kNothingToMerge, options.output);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeTest, TakesFileNamesOfAnyBytes) {
+  options.output = folder / "\xFF\xC3\n.mp4";
+  fs::rename(inputs[0], folder / "\xFE.mp4");
+  inputs[0] = folder / "\xFE.mp4";
+  EXPECT_TRUE(SafeMerge(inputs, options).done);
+  EXPECT_TRUE(fs::exists(options.output));
+}
