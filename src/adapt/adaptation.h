@@ -1,0 +1,37 @@
+// One way in which clips are made to fit each other: what every such file offers to `Fit`.
+#pragma once
+
+#include <vector>
+
+#include "adapt/fit_clip.h"
+#include "adapt/fit_report.h"
+#include "adapt/raw_boxes.h"
+
+namespace clipchain {
+
+using FitClips = std::vector<FitClip>;
+
+// Made for one list of clips and used once. An adaptation is one class in files of its own, with a
+// function that makes it (`std::unique_ptr<Adaptation> MakeTrackOrder(const FitOptions&)`) and one
+// line in `Fit`, which says at which place of the row it stands: each sees what those before it
+// have made of the clips.
+class Adaptation {
+ public:
+  virtual ~Adaptation() = default;
+
+  // Looks at the clips, of which there is at least one, and edits their movie boxes and lists of
+  // media so that the engine can take them. Says each thing it does, once for each clip and track,
+  // and what it can't do. A clip without a note keeps every byte. All clips are readable, and each
+  // has a movie box. Behind the adaptation of the track order, all have as many tracks as the first
+  // one, and those that continue each other stand at the same place. Chunk offsets stay positions
+  // in the clip's own file; they are moved into the view afterwards.
+  virtual void Adapt(FitClips& clips, FitReport& report) = 0;
+
+  // Edits the movie box of the result: that of the first clip as this row of adaptations left it,
+  // with the tables, durations and identifiers of the merged clips in it. What was taken out of
+  // every clip is joined and put in here. May be called again for a comparison, with the same
+  // outcome.
+  virtual void Complete(RawBox& movie) const { static_cast<void>(movie); }
+};
+
+}  // namespace clipchain

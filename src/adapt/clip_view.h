@@ -1,0 +1,51 @@
+// Shows a clip to the engine as another file than it is.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "adapt/raw_boxes.h"
+#include "foundation/qv_file.h"
+#include "foundation/reader_wrapper.h"
+
+namespace clipchain {
+
+// A source made of pieces, each a stretch of the clip's file or bytes in memory. Media is read from
+// the file when it is asked for, into the reader's one buffer, and never kept. A stretch that the
+// file does not have to its end fails like a file that can't be read.
+class ClipView final : public QUIRVA::ReaderWrapperBase {
+ public:
+  // `result` is negative if the file can't be opened; the object is then of no use. The object has
+  // one reference.
+  ClipView(const std::string& path, int& result);
+
+  // Both append to what is there. Empty pieces count nothing.
+  void AddBytes(Bytes bytes);
+  void AddRange(long long position, long long size);
+
+  // Where that byte of the view stands in the file; -1 if it is made in memory or is not there.
+  long long FilePosition(long long position) const;
+
+  void CloseReader() override;
+
+ protected:
+  [[nodiscard]] HRESULT StoreDataToBuffer(long long position, unsigned int size) const override;
+
+ private:
+  struct Piece {
+    long long start;  // in the view
+    long long size;
+    long long position;  // in the file; -1 for one in memory
+    Bytes bytes;
+  };
+
+  // The piece that holds that byte of the view, which there must be.
+  const Piece& PieceAt(long long position) const;
+  [[nodiscard]] HRESULT Fetch(const Piece& piece, long long skip, unsigned int size,
+                              unsigned char* out) const;
+
+  mutable QUIRVA::QvFile file_;
+  std::vector<Piece> pieces_;
+};
+
+}  // namespace clipchain

@@ -1,0 +1,249 @@
+#include "adapt/engine_movie.h"
+
+#include <algorithm>
+#include <limits>
+#include <set>
+#include <utility>
+
+#include "adapt/fields.h"
+#include "adapt/track_headers.h"
+#include "adapt/track_tables.h"
+#include "box/box_factory.h"
+#include "box/sample_entries.h"
+#include "clip/vendor_boxes.h"
+#include "foundation/fourcc.h"
+
+namespace clipchain {
+
+namespace {
+
+// Boxes of known classes that a merge needs; any other known box is left out, whatever its class
+// makes of it. What no class knows is kept as it is, wherever it stands.
+constexpr unsigned int kRead[] = {
+    FourCc("mvhd"), FourCc("trak"), FourCc("tkhd"), FourCc("edts"), FourCc("elst"),
+    FourCc("mdia"), FourCc("mdhd"), FourCc("minf"), FourCc("vmhd"), FourCc("smhd"),
+    FourCc("hmhd"), FourCc("nmhd"), FourCc("dinf"), FourCc("dref"), FourCc("stbl"),
+    FourCc("stsd"), FourCc("stts"), FourCc("ctts"), FourCc("stsz"), FourCc("stz2"),
+    FourCc("stsc"), FourCc("stco"), FourCc("co64"), FourCc("stss"), FourCc("sdtp")};
+
+// What the engine appends, in either form of the table.
+constexpr unsigned int kJoined[] = {FourCc("stts"), FourCc("ctts"), FourCc("stsz"),
+                                    FourCc("stz2"), FourCc("stsc"), FourCc("stco"),
+                                    FourCc("co64"), FourCc("stss"), FourCc("sdtp")};
+
+template <std::size_t count>
+bool IsAmong(const unsigned int (&types)[count], unsigned int type) {
+  return std::find(std::begin(types), std::end(types), type) != std::end(types);
+}
+
+bool IsKnown(unsigned int type) {
+  static const std::vector<unsigned int> kTypes = MP4G::CBoxFactory::KnownTypes();
+  static const std::set<unsigned int> kKnown(kTypes.begin(), kTypes.end());
+  return kKnown.count(type) != 0;
+}
+
+// How much of an entry the engine's class for that type reads without children; 0 for a known type
+// that is no sample entry.
+std::size_t FixedPart(unsigned int type) {
+  switch (type) {
+    case FourCc("avc1"):
+    case FourCc("avcp"):
+    case FourCc("mp4v"):
+    case FourCc("jpeg"):
+      return sizeof(MP4G::_tagSAMPLE_ENTRY) + sizeof(MP4G::_tagVISUAL_SAMPLE_ENTRY);
+    case FourCc("mp4a"):
+    case FourCc("sowt"):
+    case FourCc("twos"):
+      return sizeof(MP4G::_tagSAMPLE_ENTRY) + sizeof(MP4G::_tagAUDIO_SAMPLE_ENTRY);
+    case FourCc("tmcd"):
+      return sizeof(MP4G::_tagSAMPLE_ENTRY) + sizeof(MP4G::_tagTIMECODE_DESCRIPTION);
+    default:
+      return IsKnown(type) ? 0 : sizeof(MP4G::_tagSAMPLE_ENTRY);
+  }
+}
+
+// Stands for an entry: its fixed fields, without the version that says that more of them follow.
+RawBox StandIn(const RawBox& entry) {
+  RawBox box = entry;
+  std::size_t size = FixedPart(entry.type);
+  if (size == 0) {
+    box.type = FourCc("none");
+    size = sizeof(MP4G::_tagSAMPLE_ENTRY);
+  }
+  box.large = false;
+  box.data.resize(size);
+  if (size == sizeof(MP4G::_tagSAMPLE_ENTRY) + sizeof(MP4G::_tagAUDIO_SAMPLE_ENTRY))
+    std::fill_n(box.data.begin() + sizeof(MP4G::_tagSAMPLE_ENTRY), 2, 0);
+  return box;
+}
+
+RawBox StandInDescriptions(const RawBox& stsd) {
+  const auto entries = SampleEntriesOf(stsd);
+  RawBox box(FourCc("stsd"), Bytes(4));
+  PutField<QUIRVA::be32>(box.data, entries ? static_cast<std::uint32_t>(entries->size()) : 0);
+  if (!entries) return box;
+  for (const RawBox& entry : *entries) StandIn(entry).Write(box.data);
+  return box;
+}
+
+RawBox MovedOffsets(const RawBox& offsets, const MediaMap& media) {
+  auto numbers = ReadChunkOffsets(offsets);
+  if (!numbers) return offsets;
+  for (std::uint64_t& offset : *numbers) offset = media.At(offset).value_or(0);
+  return ChunkOffsetsBox(*numbers);
+}
+
+RawBox Stripped(const RawBox& box) {
+  RawBox result;
+  result.type = box.type;
+  result.data = IsRawContainer(box.type) ? Bytes() : box.data;
+  for (const RawBox& child : box.children) {
+    if (IsKnown(child.type) && !IsAmong(kRead, child.type)) continue;
+    result.children.push_back(IsKnown(child.type) ? Stripped(child) : child);
+  }
+  return result;
+}
+
+// The engine finds tracks by their identifiers, which must therefore differ.
+std::vector<unsigned int> EngineIds(const RawBox& first) {
+  std::vector<unsigned int> ids;
+  for (const RawBox* track : TracksOf(first)) ids.push_back(RawTrackId(*track));
+  const std::set<unsigned int> different(ids.begin(), ids.end());
+  if (different.size() == ids.size() && different.count(0) == 0) return ids;
+  for (std::size_t i = 0; i < ids.size(); ++i) ids[i] = static_cast<unsigned int>(i + 1);
+  return ids;
+}
+
+void FitTrack(RawBox& track, unsigned int id, const RawBox* firstTable, const MediaMap* media) {
+  if (RawBox* header = track.Child(FourCc("tkhd"))) {
+    if (auto fields = ReadTrackHeader(*header)) {
+      fields->id = id;
+      static_cast<void>(WriteTrackHeader(*header, *fields));
+    }
+  }
+  RawBox* table = SampleTable(track);
+  if (table == nullptr) return;
+  for (RawBox& box : table->children) {
+    const bool isOffsets = box.type == FourCc("stco") || box.type == FourCc("co64");
+    if (isOffsets && media != nullptr) box = MovedOffsets(box, *media);
+    const RawBox* firsts = firstTable != nullptr ? firstTable->Child(FourCc("stsd")) : nullptr;
+    if (box.type == FourCc("stsd") && firsts != nullptr) box = StandInDescriptions(*firsts);
+  }
+}
+
+// Fields before the end of a box that the engine writes back as long as it was read, or shorter.
+void TakeFields(RawBox* target, const RawBox* source) {
+  if (target == nullptr || source == nullptr || source->data.size() > target->data.size()) return;
+  std::copy(source->data.begin(), source->data.end(), target->data.begin());
+}
+
+// Either form of a table says the same.
+unsigned int RoleOf(unsigned int type) {
+  if (type == FourCc("stz2")) return FourCc("stsz");
+  return type == FourCc("co64") ? FourCc("stco") : type;
+}
+
+// Each joined table takes the place of the first clip's; one that the first has no more is gone.
+void TakeTables(RawBox& target, const RawBox& engines) {
+  std::set<unsigned int> taken;
+  for (RawBox& box : target.children) {
+    if (!IsAmong(kJoined, box.type)) continue;
+    const unsigned int role = RoleOf(box.type);
+    const auto joined =
+        std::find_if(engines.children.begin(), engines.children.end(), [=](const RawBox& other) {
+          return IsAmong(kJoined, other.type) && RoleOf(other.type) == role;
+        });
+    const bool isFirst = taken.insert(role).second;
+    box = isFirst && joined != engines.children.end() ? *joined : RawBox();
+  }
+  std::erase_if(target.children, [](const RawBox& box) { return box.type == 0; });
+}
+
+bool IsCameras(const RawBox& box) {
+  QUIRVA::WireGuid type;
+  std::span<const unsigned char> bytes = box.data;
+  return box.type == FourCc("uuid") && TakeField(bytes, type) &&
+         QUIRVA::BigEndianToGuid(box.data.data(), sizeof type) == MP4G::VIREO_CLIP_UUID;
+}
+
+void TakeIdentifiers(RawBox& movie, const RawBox& engines) {
+  auto from = engines.children.begin();
+  for (RawBox& box : movie.children) {
+    if (!IsCameras(box)) continue;
+    from = std::find_if(from, engines.children.end(), IsCameras);
+    if (from == engines.children.end()) return;
+    box = *from++;
+  }
+}
+
+}  // namespace
+
+MediaMap::MediaMap(const std::vector<MediaRange>& media, std::uint64_t start) {
+  for (const MediaRange& range : media) {
+    parts_.push_back({range, start + size_});
+    size_ += range.size;
+  }
+  std::sort(parts_.begin(), parts_.end(),
+            [](const Part& a, const Part& b) { return a.range.position < b.range.position; });
+}
+
+const MediaMap::Part* MediaMap::PartAt(std::uint64_t position) const {
+  const auto behind =
+      std::upper_bound(parts_.begin(), parts_.end(), position,
+                       [](std::uint64_t at, const Part& part) { return at < part.range.position; });
+  if (behind == parts_.begin()) return nullptr;
+  const Part& part = *(behind - 1);
+  return position - part.range.position < part.range.size ? &part : nullptr;
+}
+
+std::optional<std::uint64_t> MediaMap::At(std::uint64_t position) const {
+  const Part* part = PartAt(position);
+  if (part == nullptr) return std::nullopt;
+  return part->target + (position - part->range.position);
+}
+
+std::uint64_t MediaMap::Behind(std::uint64_t position) const {
+  const Part* part = PartAt(position);
+  return part != nullptr ? part->range.size - (position - part->range.position) : 0;
+}
+
+std::optional<std::vector<RawBox>> SampleEntriesOf(const RawBox& stsd) {
+  constexpr std::size_t kFields = 8;  // version, flags and the number of entries
+  if (stsd.data.size() < kFields) return std::nullopt;
+  std::span<const unsigned char> in = std::span(stsd.data).subspan(kFields);
+  std::vector<RawBox> entries;
+  RawBox entry;
+  while (entry.Take(in)) entries.push_back(std::move(entry));
+  if (entries.size() != SampleEntryCount(stsd)) return std::nullopt;
+  return entries;
+}
+
+RawBox EngineMovie(const RawBox& movie, const RawBox& first, const MediaMap* media) {
+  RawBox result = Stripped(movie);
+  const std::vector<unsigned int> ids = EngineIds(first);
+  const std::vector<const RawBox*> firstTracks = TracksOf(first);
+  const std::vector<RawBox*> tracks = TracksOf(result);
+  for (std::size_t i = 0; i < tracks.size() && i < ids.size(); ++i)
+    FitTrack(*tracks[i], ids[i], SampleTable(*firstTracks[i]), media);
+  return result;
+}
+
+std::optional<RawBox> MergedMovie(const RawBox& first, const RawBox& engines) {
+  RawBox movie = first;
+  const std::vector<RawBox*> tracks = TracksOf(movie);
+  const std::vector<const RawBox*> merged = TracksOf(engines);
+  if (tracks.size() != merged.size()) return std::nullopt;
+  TakeFields(movie.Child(FourCc("mvhd")), engines.Child(FourCc("mvhd")));
+  for (std::size_t i = 0; i < tracks.size(); ++i) {
+    RawBox* table = SampleTable(*tracks[i]);
+    const RawBox* mergedTable = SampleTable(*merged[i]);
+    if (table == nullptr || mergedTable == nullptr) return std::nullopt;
+    TakeTables(*table, *mergedTable);
+    TakeFields(tracks[i]->At({FourCc("mdia"), FourCc("mdhd")}),
+               merged[i]->At({FourCc("mdia"), FourCc("mdhd")}));
+  }
+  TakeIdentifiers(movie, engines);
+  return movie;
+}
+
+}  // namespace clipchain

@@ -1,0 +1,107 @@
+#include "adapt/fit.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "adapt/durations.h"
+#include "adapt/engine_movie.h"
+#include "adapt/fields.h"
+#include "adapt/kept_boxes.h"
+#include "adapt/sample_descriptions.h"
+#include "adapt/top_level.h"
+#include "adapt/track_order.h"
+#include "foundation/fourcc.h"
+
+namespace clipchain {
+
+namespace {
+
+// In the order in which they see the clips.
+std::vector<std::unique_ptr<Adaptation>> Row(const FitOptions& options) {
+  std::vector<std::unique_ptr<Adaptation>> row;
+  row.push_back(MakeTopLevel());
+  row.push_back(MakeKeptBoxes());
+  row.push_back(MakeTrackOrder(options));
+  row.push_back(MakeSampleDescriptions());
+  return row;
+}
+
+// The header of a media box of that many bytes, with a size of 64 bits.
+Bytes MediaHeader(std::uint64_t size) {
+  constexpr std::uint64_t kHeader = 16;
+  Bytes bytes;
+  PutField<QUIRVA::be32>(bytes, 1);
+  PutField<QUIRVA::be32>(bytes, FourCc("mdat"));
+  PutField<QUIRVA::be64>(bytes, size + kHeader);
+  return bytes;
+}
+
+Bytes Written(const RawBox& box) {
+  Bytes bytes;
+  bytes.reserve(static_cast<std::size_t>(box.Size()));
+  box.Write(bytes);
+  return bytes;
+}
+
+std::optional<RawBox> MovieOf(std::span<const unsigned char> bytes) {
+  RawBox movie;
+  if (!movie.Take(bytes) || !bytes.empty() || movie.type != FourCc("moov")) return std::nullopt;
+  return movie;
+}
+
+}  // namespace
+
+Fit::Fit(const std::vector<std::string>& paths, const FitOptions& options) {
+  for (const std::string& path : paths) clips_.emplace_back(path);
+  OpenAll();
+  const bool allUsable = std::all_of(usable_.begin(), usable_.end(), [](bool is) { return is; });
+  if (!options.exact && allUsable && !clips_.empty()) AdaptAll(options);
+}
+
+void Fit::OpenAll() {
+  for (std::size_t i = 0; i < clips_.size(); ++i) usable_.push_back(clips_[i].Open(i, report_));
+}
+
+void Fit::AdaptAll(const FitOptions& options) {
+  for (auto& adaptation : Row(options)) {
+    adaptation->Adapt(clips_, report_);
+    row_.push_back(std::move(adaptation));
+    // Those behind it compare tracks that continue each other.
+    if (report_.LacksPartners()) return;
+  }
+}
+
+QUIRVA::ComPtr<ClipView> Fit::View(std::size_t clip, int& result) const {
+  const FitClip& shown = clips_[clip];
+  QUIRVA::ComPtr<ClipView> view;
+  view.Attach(new ClipView(shown.Path(), result));
+  if (result < 0) return view;
+  Bytes head = Written(shown.fileType);
+  std::uint64_t mediaSize = 0;
+  for (const MediaRange& range : shown.media) mediaSize += range.size;
+  const Bytes header = MediaHeader(mediaSize);
+  head.insert(head.end(), header.begin(), header.end());
+  const MediaMap media(shown.media, head.size());
+  view->AddBytes(std::move(head));
+  for (const MediaRange& range : shown.media)
+    view->AddRange(static_cast<long long>(range.position), static_cast<long long>(range.size));
+  view->AddBytes(Written(EngineMovie(shown.movie, clips_.front().movie, &media)));
+  return view;
+}
+
+std::optional<Bytes> Fit::Complete(std::span<const unsigned char> engineMovie) const {
+  const auto engines = MovieOf(engineMovie);
+  auto movie = engines ? MergedMovie(clips_.front().movie, *engines) : std::nullopt;
+  if (!movie) return std::nullopt;
+  for (const auto& adaptation : row_) adaptation->Complete(*movie);
+  RewriteDurations(*movie);
+  return Written(*movie);
+}
+
+std::optional<Bytes> Fit::EngineForm(std::span<const unsigned char> completeMovie) const {
+  const auto movie = MovieOf(completeMovie);
+  if (!movie) return std::nullopt;
+  return Written(EngineMovie(*movie, clips_.front().movie, nullptr));
+}
+
+}  // namespace clipchain

@@ -1,0 +1,59 @@
+// Makes clips of one recording fit each other, so that the engine can merge them, and puts back
+// what it could not carry.
+//
+// The row of adaptations stands in fit.cpp; adaptation.h says what each is and how one is added.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "adapt/adaptation.h"
+#include "adapt/clip_view.h"
+#include "adapt/fit_clip.h"
+#include "adapt/fit_options.h"
+#include "adapt/fit_report.h"
+#include "foundation/com_ptr.h"
+
+namespace clipchain {
+
+// Reads the movie boxes of the clips, and holds them, with their tables and without media, as long
+// as it lives. What it decides depends on the clips and the options alone, so that the same clips
+// give the same result again.
+class Fit {
+ public:
+  Fit(const std::vector<std::string>& paths, const FitOptions& options);
+
+  // Whether anything is adapted. Then every clip is to be read through its view; else none is, and
+  // the engine is to read the files as they are.
+  bool IsNeeded() const { return !report_.notes.empty(); }
+  // What is done, and what speaks against it; problems of clips that are not needed to be adapted
+  // are told too.
+  const FitReport& Report() const { return report_; }
+  // Whether that clip has a view: false for one that can't be taken apart, of which a problem
+  // speaks.
+  bool HasView(std::size_t clip) const { return usable_[clip]; }
+
+  // The clip as the engine can take it, with the one media box that its chunk offsets speak of. An
+  // object without use, and the reason in `result`, if its file can't be opened.
+  QUIRVA::ComPtr<ClipView> View(std::size_t clip, int& result) const;
+
+  // What the movie box that the engine made of all views becomes in the result. Nothing: it is not
+  // of these clips.
+  std::optional<Bytes> Complete(std::span<const unsigned char> engineMovie) const;
+  // What a movie box made by Complete looks like to the engine's reader.
+  std::optional<Bytes> EngineForm(std::span<const unsigned char> completeMovie) const;
+
+ private:
+  void OpenAll();
+  void AdaptAll(const FitOptions& options);
+
+  FitClips clips_;
+  std::vector<bool> usable_;
+  std::vector<std::unique_ptr<Adaptation>> row_;
+  FitReport report_;
+};
+
+}  // namespace clipchain

@@ -1,0 +1,209 @@
+#include "adapt/fit_clip.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "adapt/fields.h"
+#include "adapt/track_headers.h"
+#include "foundation/fourcc.h"
+#include "foundation/strings.h"
+#include "reader/mp4_file.h"
+
+namespace clipchain {
+
+namespace {
+
+using QUIRVA::be32;
+using QUIRVA::be64;
+
+constexpr const char* kCopyAgain = "copy the clip again from the card";
+constexpr std::uint64_t kShortHeader = 8;
+constexpr std::uint64_t kLargeHeader = 16;
+constexpr std::uint64_t kBlock = 1 << 20;
+
+std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
+
+FitProblem& Refuse(FitReport& report, FitProblemKind kind, std::size_t index, std::string text,
+                   std::string remedy, long long offset = -1) {
+  FitProblem& problem = report.Refuse(kind, index, 0, std::move(text), std::move(remedy));
+  problem.offset = offset;
+  return problem;
+}
+
+}  // namespace
+
+FitClip::FitClip(std::string path) : path_(std::move(path)) {}
+
+bool FitClip::Open(std::size_t index, FitReport& report) {
+  file_ = std::make_unique<QUIRVA::QvFile>();
+  long long size = 0;
+  const bool isOpen =
+      file_->Open(QUIRVA::WidePathFromBytes(path_).c_str(), QUIRVA::QvFile::kRead) == S_OK &&
+      file_->GetFileSize(&size) == S_OK;
+  if (!isOpen) {
+    file_.reset();
+    Refuse(report, FitProblemKind::kInputUnreadable, index, "can't be read",
+           "check the name and the permissions");
+    return false;
+  }
+  size_ = static_cast<std::uint64_t>(size);
+  const bool taken = Walk(index, report) && TakeMovie(index, report) && TakeFileType();
+  file_.reset();
+  return taken;
+}
+
+Bytes FitClip::Read(std::uint64_t position, std::uint64_t size) const {
+  if (position > size_ || size > size_ - position || size > MP4G::kLeastUnloadedBoxSize) return {};
+  QUIRVA::QvFile own;
+  QUIRVA::QvFile& file = file_ != nullptr ? *file_ : own;
+  if (file_ == nullptr &&
+      own.Open(QUIRVA::WidePathFromBytes(path_).c_str(), QUIRVA::QvFile::kRead) != S_OK)
+    return {};
+  Bytes bytes(static_cast<std::size_t>(size));
+  unsigned int read = 0;
+  const bool complete =
+      file.Seek(static_cast<long long>(position), QUIRVA::QvFile::kFromStart) == S_OK &&
+      file.Read(bytes.data(), static_cast<unsigned int>(size), &read) == S_OK && read == size;
+  return complete ? bytes : Bytes();
+}
+
+const FitBox* FitClip::Place(unsigned int type) const {
+  const auto found = std::find_if(layout_.begin(), layout_.end(),
+                                  [type](const FitBox& box) { return box.type == type; });
+  return found != layout_.end() ? &*found : nullptr;
+}
+
+bool FitClip::TakeHeader(std::uint64_t at, FitBox& box) const {
+  const Bytes bytes = Read(at, std::min(kLargeHeader, size_ - at));
+  std::span<const unsigned char> in = bytes;
+  be32 shortSize;
+  be32 type;
+  if (!TakeField(in, shortSize) || !TakeField(in, type)) return false;
+  box = {type, at, kShortHeader, shortSize};
+  if (shortSize == 1) {
+    be64 largeSize;
+    if (!TakeField(in, largeSize)) return false;
+    box.header = kLargeHeader;
+    box.size = largeSize;
+  } else if (shortSize == 0) {
+    box.size = size_ - at;
+  }
+  return box.size >= box.header;
+}
+
+// Some programs leave zeros behind the last box.
+bool FitClip::IsZeroFrom(std::uint64_t at) const {
+  while (at < size_) {
+    const std::uint64_t size = std::min(kBlock, size_ - at);
+    const Bytes bytes = Read(at, size);
+    if (bytes.empty() || std::any_of(bytes.begin(), bytes.end(), [](int b) { return b != 0; }))
+      return false;
+    at += size;
+  }
+  return true;
+}
+
+bool FitClip::Walk(std::size_t index, FitReport& report) {
+  std::uint64_t at = 0;
+  while (at < size_) {
+    FitBox box{};
+    const bool isBox = TakeHeader(at, box);
+    if (!isBox || box.type == 0) {
+      if (at != 0 && IsZeroFrom(at)) return true;
+      Refuse(report, FitProblemKind::kFileCutOff, index,
+             "has bytes at its top level that are no box, as a file that was cut off has",
+             kCopyAgain, static_cast<long long>(at));
+      return false;
+    }
+    if (box.size > size_ - at) {
+      const bool isMedia = box.type == FourCc("mdat");
+      Refuse(report, isMedia ? FitProblemKind::kMediaCutOff : FitProblemKind::kFileCutOff, index,
+             "is cut off: it ends at byte " + std::to_string(size_) + " in the middle of its box " +
+                 Quoted(box.type) + ", which begins at " + std::to_string(at),
+             kCopyAgain, static_cast<long long>(at))
+          .box = FourCcText(box.type);
+      return false;
+    }
+    layout_.push_back(box);
+    if (box.type == FourCc("mdat")) media.push_back({box.Body(), box.size - box.header});
+    at = box.End();
+  }
+  return true;
+}
+
+bool FitClip::TakeMovie(std::size_t index, FitReport& report) {
+  const FitBox* place = Place(FourCc("moov"));
+  if (place == nullptr) {
+    Refuse(report, FitProblemKind::kMovieMissing, index, "has no movie box \"moov\"",
+           "copy the clip again from the card; a clip whose recording was interrupted needs a "
+           "repair tool");
+    return false;
+  }
+  if (place->size >= static_cast<std::uint64_t>(MP4G::kLeastUnloadedBoxSize)) {
+    Refuse(report, FitProblemKind::kMovieTooLarge, index,
+           "has a box \"moov\" of " + std::to_string(place->size) + " bytes, and a reader takes " +
+               std::to_string(MP4G::kLeastUnloadedBoxSize - 1) + " at most",
+           "split the clip", static_cast<long long>(place->position))
+        .box = "moov";
+    return false;
+  }
+  Bytes bytes = Read(place->position, place->size);
+  if (bytes.empty()) {
+    Refuse(report, FitProblemKind::kInputUnreadable, index, "can't be read to its end",
+           "copy it to another disk and try that copy");
+    return false;
+  }
+  // A size of 0, to the end of the file, is written out.
+  be32 size;
+  size = static_cast<std::uint32_t>(place->size);
+  if (place->header == kShortHeader)
+    std::copy(std::begin(size.bytes), std::end(size.bytes), bytes.begin());
+  std::span<const unsigned char> in = bytes;
+  if (movie.Take(in) && movie.Child(FourCc("mvhd")) != nullptr) return true;
+  Refuse(report, FitProblemKind::kHeaderMissing, index, "has no movie header \"mvhd\"",
+         "copy the clip again, or repair it with a tool for it",
+         static_cast<long long>(place->position))
+      .box = "moov";
+  return false;
+}
+
+// Files from before there was a file type box are of the kind that "qt  " names.
+bool FitClip::TakeFileType() {
+  const FitBox* place = Place(FourCc("ftyp"));
+  const Bytes bytes = place != nullptr ? Read(place->position, place->size) : Bytes();
+  std::span<const unsigned char> in = bytes;
+  if (fileType.Take(in) && fileType.type == FourCc("ftyp")) return true;
+  fileType = RawBox(FourCc("ftyp"), {'q', 't', ' ', ' ', 0, 0, 0, 0, 'q', 't', ' ', ' '});
+  return true;
+}
+
+std::vector<RawBox*> TracksOf(RawBox& movie) {
+  std::vector<RawBox*> tracks;
+  for (RawBox& child : movie.children) {
+    if (child.type == FourCc("trak")) tracks.push_back(&child);
+  }
+  return tracks;
+}
+
+std::vector<const RawBox*> TracksOf(const RawBox& movie) {
+  std::vector<const RawBox*> tracks;
+  for (const RawBox& child : movie.children) {
+    if (child.type == FourCc("trak")) tracks.push_back(&child);
+  }
+  return tracks;
+}
+
+unsigned int RawTrackId(const RawBox& track) {
+  const RawBox* header = track.Child(FourCc("tkhd"));
+  const auto fields = header != nullptr ? ReadTrackHeader(*header) : std::nullopt;
+  return fields ? fields->id : 0;
+}
+
+std::string RawTrackWords(const RawBox& track) {
+  std::string text = "track " + std::to_string(RawTrackId(track));
+  const unsigned int type = TrackSampleEntryType(track);
+  return type != 0 ? text + " (" + FourCcText(type) + ')' : text;
+}
+
+}  // namespace clipchain

@@ -1,0 +1,84 @@
+// What fitting clips to each other does, and what it can't do.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace clipchain {
+
+// The kinds of adaptation there are.
+enum class AdaptationKind {
+#define CLIPCHAIN_ADAPTATION(id, name, words) id,
+#include "adapt/adaptations.inc"
+#undef CLIPCHAIN_ADAPTATION
+};
+
+// The name by which programs know it: "top-level".
+std::string_view AdaptationName(AdaptationKind kind);
+// What is done, for people: "boxes at the top level that …".
+std::string_view AdaptationWords(AdaptationKind kind);
+
+// One thing that is done to a clip.
+struct FitNote {
+  AdaptationKind kind;
+  std::size_t clip;    // index in the list
+  unsigned int track;  // identifier in that clip; 0 if about no one track
+  std::string text;    // the rest of a sentence that begins with the path
+};
+
+// What speaks against a merge or would be lost in it, in the words of the workflow's messages.
+enum class FitProblemKind {
+  kBoxDamaged,
+  kBoxLost,  // a warning
+  kEditsCut,
+  kFileCutOff,
+  kFragmented,
+  kHeaderMissing,
+  kInputUnreadable,
+  kMediaCutOff,
+  kMediaTimeScale,
+  kMovieMissing,
+  kMovieTimeScale,
+  kMovieTooLarge,
+  kSampleDescription,
+  kSamplesOutsideMedia,
+  kShownOtherwise,  // a warning
+  kTableLost,       // a warning
+  kTablesDisagree,
+  kTopLevelBoxLost,  // a warning
+  kTrackCount,
+  kTrackDrift,
+  kTrackWithoutPartner
+};
+
+struct FitProblem {
+  FitProblemKind kind;
+  std::size_t clip;
+  unsigned int track = 0;  // identifier in that clip; 0 if about no one track
+  std::string text;        // the rest of a sentence that begins with the path
+  std::string remedy;      // what to do
+  std::string box{};       // where in the file: "moov/trak[1]"; may be empty
+  long long offset = -1;   // of that box or byte in the file; -1 if it has none
+};
+
+// Whether the clips can be merged nevertheless.
+bool IsWarning(FitProblemKind kind);
+
+// Grows while the adaptations look at the clips, one after the other.
+struct FitReport {
+  std::vector<FitNote> notes;
+  std::vector<FitProblem> problems;
+
+  void Note(AdaptationKind kind, std::size_t clip, unsigned int track, std::string text);
+  // The problem may be completed until the next one is added.
+  FitProblem& Refuse(FitProblemKind kind, std::size_t clip, unsigned int track, std::string text,
+                     std::string remedy);
+  // Whether a problem was found that no merge can do with.
+  bool Refused() const;
+  // Whether tracks of the clips have no partners, so that there is nothing to compare.
+  bool LacksPartners() const;
+};
+
+}  // namespace clipchain

@@ -1,0 +1,152 @@
+#include "adapt/kept_boxes.h"
+
+#include <algorithm>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "adapt/engine_movie.h"
+#include "adapt/track_headers.h"
+#include "foundation/fourcc.h"
+#include "reader/box_reader.h"
+#include "reader/mp4_tree.h"
+
+namespace clipchain {
+
+namespace {
+
+std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
+
+Bytes Written(const RawBox& box) {
+  Bytes bytes;
+  box.Write(bytes);
+  return bytes;
+}
+
+// What the engine writes of a movie box; no type if it can't.
+RawBox EngineCopy(const RawBox& movie) {
+  const Bytes bytes = Written(movie);
+  MP4G::CMp4Tree tree;
+  RawBox copy;
+  if (tree.AddBoxData(bytes.data(), static_cast<unsigned int>(bytes.size()), 0) != S_OK ||
+      tree.GetMovieBox() == nullptr)
+    return copy;
+  MP4G::CBoxReader reader(tree.GetMovieBox());
+  const unsigned char* data = nullptr;
+  unsigned int size = 0;
+  if (reader.GetData(&data, &size) != S_OK) return copy;
+  std::span<const unsigned char> in(data, size);
+  return copy.Take(in) ? copy : RawBox();
+}
+
+// Zeros at the end of a box are padding that nobody misses.
+bool SaysTheSame(const Bytes& original, const Bytes& copy) {
+  if (copy.size() > original.size() || !std::equal(copy.begin(), copy.end(), original.begin()))
+    return false;
+  return std::all_of(original.begin() + static_cast<std::ptrdiff_t>(copy.size()), original.end(),
+                     [](int b) { return b == 0; });
+}
+
+bool SameDescriptions(const RawBox& original, const RawBox& copy) {
+  const auto before = SampleEntriesOf(original);
+  const auto after = SampleEntriesOf(copy);
+  if (!before || !after) return SaysTheSame(original.data, copy.data);
+  return before->size() == after->size() &&
+         std::equal(before->begin(), before->end(), after->begin(),
+                    [](const RawBox& a, const RawBox& b) {
+                      return a.type == b.type && SaysTheSame(a.data, b.data);
+                    });
+}
+
+class KeptBoxes final : public Adaptation {
+ public:
+  void Adapt(FitClips& clips, FitReport& report) override {
+    for (std::size_t i = 0; i < clips.size(); ++i) Look(clips[i].movie, i, report);
+  }
+
+ private:
+  // What differs, in one track or in none.
+  struct Differences {
+    bool descriptions = false;
+    bool references = false;
+    std::set<unsigned int> others;  // types of boxes
+  };
+
+  static void Look(const RawBox& movie, std::size_t index, FitReport& report) {
+    RawBox copy = EngineCopy(movie);
+    if (copy.type == 0) {
+      Explain(movie, index, report);
+      return;
+    }
+    Differences ofMovie;
+    Compare(movie, copy, FourCc("trak"), ofMovie);
+    Tell(ofMovie, nullptr, index, report);
+    const std::vector<const RawBox*> tracks = TracksOf(movie);
+    const std::vector<RawBox*> copies = TracksOf(copy);
+    for (std::size_t i = 0; i < tracks.size() && i < copies.size(); ++i) {
+      Differences ofTrack;
+      Compare(*tracks[i], *copies[i], 0, ofTrack);
+      Tell(ofTrack, tracks[i], index, report);
+    }
+  }
+
+  // The children, but those of one type.
+  static void Compare(const RawBox& original, const RawBox& copy, unsigned int apart,
+                      Differences& differences) {
+    if (original.children.size() != copy.children.size() ||
+        !SaysTheSame(original.data, copy.data)) {
+      differences.others.insert(original.type);
+      return;
+    }
+    for (std::size_t i = 0; i < original.children.size(); ++i) {
+      const RawBox& box = original.children[i];
+      const RawBox& other = copy.children[i];
+      if (box.type == apart && other.type == apart) continue;
+      if (box.type == FourCc("stsd")) {
+        if (!SameDescriptions(box, other)) differences.descriptions = true;
+      } else if (box.type == FourCc("tref")) {
+        if (Written(box) != Written(other)) differences.references = true;
+      } else if (box.type != other.type) {
+        differences.others.insert(box.type);
+      } else if (IsRawContainer(box.type)) {
+        Compare(box, other, apart, differences);
+      } else if (!SaysTheSame(box.data, other.data)) {
+        differences.others.insert(box.type);
+      }
+    }
+  }
+
+  static void Tell(const Differences& differences, const RawBox* track, std::size_t index,
+                   FitReport& report) {
+    const unsigned int id = track != nullptr ? RawTrackId(*track) : 0;
+    const std::string where = track != nullptr ? "in its " + RawTrackWords(*track) : "";
+    if (differences.descriptions)
+      report.Note(AdaptationKind::kDescriptions, index, id,
+                  "has " + where + " a sample description that is kept as it is");
+    if (differences.references)
+      report.Note(AdaptationKind::kReferences, index, id,
+                  "has " + where + " references to other tracks that are kept as they are");
+    for (const unsigned int type : differences.others)
+      report.Note(AdaptationKind::kBoxes, index, id,
+                  "has " + (where.empty() ? std::string() : where + ' ') + "a box " + Quoted(type) +
+                      " that is kept as it is");
+  }
+
+  // Which box it is that the engine does not read: the one without which it reads the others.
+  static void Explain(const RawBox& movie, std::size_t index, FitReport& report) {
+    RawBox without = movie;
+    for (RawBox* track : TracksOf(without)) track->Remove(FourCc("tref"));
+    bool isReferences = EngineCopy(without).type != 0;
+    report.Note(isReferences ? AdaptationKind::kReferences : AdaptationKind::kBoxes, index, 0,
+                isReferences
+                    ? "has references between its tracks that are kept as they are"
+                    : "has boxes that a merge does not read and that are kept as they are");
+    if (isReferences) Look(without, index, report);
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<Adaptation> MakeKeptBoxes() { return std::make_unique<KeptBoxes>(); }
+
+}  // namespace clipchain

@@ -1,0 +1,80 @@
+#include "adapt/top_level.h"
+
+#include <algorithm>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "box/box.h"
+#include "foundation/fourcc.h"
+
+namespace clipchain {
+
+namespace {
+
+// Room that is reserved, and what says where in the file something is or which kind of segment it
+// is, which is no longer true of the result.
+constexpr unsigned int kWithoutContent[] = {
+    FourCc("free"), FourCc("skip"), FourCc("wide"), FourCc("mfra"), FourCc("moof"),
+    FourCc("pdin"), FourCc("prft"), FourCc("sidx"), FourCc("ssix"), FourCc("styp")};
+
+std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
+
+std::string Listed(const std::set<unsigned int>& types) {
+  std::string text;
+  for (const unsigned int type : types) text += (text.empty() ? "" : ", ") + Quoted(type);
+  return (types.size() == 1 ? "a box " : "boxes ") + text;
+}
+
+bool IsLost(const FitClip& clip, const FitBox& box) {
+  if (std::find(std::begin(kWithoutContent), std::end(kWithoutContent), box.type) !=
+          std::end(kWithoutContent) ||
+      box.type == FourCc("mdat"))
+    return false;
+  const bool isTaken = box.type == FourCc("moov") || box.type == FourCc("ftyp");
+  return !isTaken || &box != clip.Place(box.type);
+}
+
+class TopLevel final : public Adaptation {
+ public:
+  void Adapt(FitClips& clips, FitReport& report) override {
+    for (std::size_t i = 0; i < clips.size(); ++i) Look(clips[i], i, report);
+  }
+
+ private:
+  static void Look(const FitClip& clip, std::size_t index, FitReport& report) {
+    std::set<unsigned int> unknown;
+    std::size_t media = 0;
+    for (const FitBox& box : clip.Layout()) {
+      if (!MP4G::CBox::IsTopLevelBox(box.type)) unknown.insert(box.type);
+      if (box.type == FourCc("mdat")) ++media;
+      if (!IsLost(clip, box)) continue;
+      FitProblem& problem =
+          report.Refuse(FitProblemKind::kTopLevelBoxLost, index, 0,
+                        "has a box " + Quoted(box.type) + " of " + std::to_string(box.size) +
+                            " bytes at its top level, which a merge leaves out",
+                        "keep the clip if you need what it says");
+      problem.box = FourCcText(box.type);
+      problem.offset = static_cast<long long>(box.position);
+    }
+    const bool lacksType = clip.Place(FourCc("ftyp")) == nullptr;
+    if (!unknown.empty())
+      report.Note(AdaptationKind::kTopLevel, index, 0,
+                  "has at its top level " + Listed(unknown) + ", passed over");
+    if (lacksType)
+      report.Note(AdaptationKind::kTopLevel, index, 0,
+                  "has no file type box \"ftyp\", and gets one of the kind \"qt  \"");
+    if (!clip.Layout().empty() && clip.Layout().back().End() < clip.Size())
+      report.Note(AdaptationKind::kTopLevel, index, 0,
+                  "has zeros behind its last box, passed over");
+    if (media > 1)
+      report.Note(AdaptationKind::kMediaBoxes, index, 0,
+                  "has " + std::to_string(media) + " media boxes, put in a row");
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<Adaptation> MakeTopLevel() { return std::make_unique<TopLevel>(); }
+
+}  // namespace clipchain

@@ -1,0 +1,16 @@
+// The top level of a file: boxes that the engine refuses, a missing file type box, several media
+// boxes.
+#pragma once
+
+#include <memory>
+
+#include "adapt/adaptation.h"
+
+namespace clipchain {
+
+// Says what of a clip's top level the view passes over, what of it is lost, and that media lies in
+// several boxes; makes nothing, for a view has neither but the file type, the media in a row and
+// the movie.
+std::unique_ptr<Adaptation> MakeTopLevel();
+
+}  // namespace clipchain
