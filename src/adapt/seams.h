@@ -1,0 +1,48 @@
+// Keeps the tracks of clips in step where one clip follows the other.
+//
+// The result appends the media of each track by itself and carries the first clip's edit list. So
+// what one clip has too much or too little of a track moves all that follows in it, against the
+// other tracks.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "adapt/raw_boxes.h"
+#include "adapt/timeline.h"
+
+namespace clipchain {
+
+// The tracks of one clip, in the order of those of the first clip that they continue.
+using ClipTimes = std::vector<TrackTimes>;
+
+// By clip and track: how much longer the last sample is shown than the clip says, in ticks of the
+// first clip's track.
+using SampleHolds = std::vector<std::vector<std::uint32_t>>;
+
+// How far the tracks of a clip may be apart at a seam: half a frame of the sound, or half of 1,024
+// samples at 48 kHz, where the sound has no frames or is none.
+Moment SeamTolerance(const ClipTimes& first);
+
+// What keeps the tracks of each clip together as they are in that clip alone, to within the
+// tolerance. The track that is behind waits for the one that is ahead; nothing is ever shown
+// shorter. Clips that are apart by up to a frame and come back within the tolerance by themselves
+// in the next one are left as they are. All clips have as many tracks as the first, and scales that
+// convert to the first's without a rest.
+SampleHolds PlanSeams(const std::vector<ClipTimes>& clips);
+
+// How much later in the result than in the clip alone each track of each clip is shown. Nothing for
+// a track without samples there.
+using Shifts = std::vector<std::vector<std::optional<Moment>>>;
+Shifts ShiftsOf(const std::vector<ClipTimes>& clips, const SampleHolds& holds);
+
+// When each track of the result ends; nothing for one without samples.
+std::vector<std::optional<Moment>> EndsOf(const std::vector<ClipTimes>& clips,
+                                          const SampleHolds& holds);
+
+// Shows the last sample of the track that much longer. False: there is none, or it would last
+// longer than programs read; then nothing is changed.
+[[nodiscard]] bool HoldLastSample(RawBox& trak, std::uint32_t ticks);
+
+}  // namespace clipchain

@@ -1,0 +1,103 @@
+// When the samples of a track are decoded and shown, in exact numbers (ISO/IEC 14496-12, 8.6.1 and
+// 8.6.6).
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "adapt/raw_boxes.h"
+#include "adapt/track_tables.h"
+
+namespace clipchain {
+
+// A moment or a length of time, in units of which every usual time scale counts a whole number.
+// Nothing that 64 bits count in a scale of 32 bits leaves it.
+__extension__ using Moment = __int128;
+inline constexpr std::int64_t kUnitsASecond = 1'354'752'000'000;  // 2^16 · 3^3 · 5^6 · 7^2
+
+// Both round down. `scale`, ticks a second, must not be 0.
+Moment MomentOf(Moment ticks, std::uint32_t scale);
+Moment TicksOf(Moment moment, std::uint32_t scale);
+// Rounds up.
+Moment TicksToHold(Moment moment, std::uint32_t scale);
+double Milliseconds(Moment moment);
+
+enum class MediaKind { kPicture, kSound, kOther };
+
+// What an edit list says, if it is one that delays the track and then shows one stretch of its
+// media at its own speed. Parts that follow each other without a gap are one stretch, and what
+// shows nothing at the end counts nothing.
+struct ShownStretch {
+  enum class Kind {
+    kNoList,    // all of the media is shown
+    kPlain,     // what the fields below say
+    kNothing,   // no part of the media is shown
+    kParts,     // several parts that do not follow each other
+    kDwell,     // stands still at one moment
+    kOtherRate  // slower, faster or backwards
+  };
+
+  Kind kind = Kind::kNoList;
+  std::uint64_t delay = 0;   // ticks of the movie, before anything is shown
+  std::int64_t start = 0;    // ticks of the media; where the first part begins, whatever the kind
+  std::uint64_t length = 0;  // ticks of the movie; 0: to the end of the media
+
+  bool IsPlain() const { return kind == Kind::kNoList || kind == Kind::kPlain; }
+  bool operator==(const ShownStretch&) const = default;
+};
+
+ShownStretch StretchOf(const Edits& edits, std::uint32_t mediaScale, std::uint32_t movieScale);
+
+// Whole samples that a plain stretch does not show, and the time in which they would be shown, in
+// ticks of the media.
+struct HiddenSamples {
+  std::uint64_t before = 0;
+  std::uint64_t behind = 0;
+  std::int64_t beforeTicks = 0;
+  std::int64_t behindTicks = 0;
+
+  bool operator==(const HiddenSamples&) const = default;
+};
+
+// What a track says about its times.
+struct TrackSource {
+  unsigned int id = 0;
+  unsigned int entryType = 0;  // of the first sample entry; 0 without one
+  MediaKind kind = MediaKind::kOther;
+  std::uint32_t scale = 0;       // ticks a second of the media
+  std::uint32_t movieScale = 0;  // ticks a second of the movie
+  TimeRuns times;
+  OffsetRuns offsets;
+  Edits edits;
+};
+
+// The same of its boxes; nothing if a box is no such table or header.
+std::optional<TrackSource> SourceOf(const RawBox& trak, std::uint32_t movieScale);
+
+struct TrackTimes {
+  unsigned int id = 0;
+  unsigned int entryType = 0;
+  MediaKind kind = MediaKind::kOther;
+  std::uint32_t scale = 0;
+  std::uint32_t movieScale = 0;
+  std::uint64_t samples = 0;
+  // In ticks of the media, from the moment at which the first sample is decoded.
+  std::int64_t ticks = 0;       // how long all samples last
+  std::int64_t firstShown = 0;  // the earliest sample, by its composition offset
+  std::int64_t lastShown = 0;   // the latest one
+  std::int64_t endShown = 0;    // where that which ends last ends
+  std::uint32_t frame = 0;      // how long most samples last
+  std::uint32_t last = 0;       // how long the last one to be decoded lasts
+  ShownStretch shown;
+  HiddenSamples hidden;  // of a plain stretch
+
+  // When the media's zero is shown in the clip alone.
+  Moment Zero() const;
+  // Where the edit list ends, in ticks of the media, never behind the end of the last sample.
+  std::int64_t ShownTo() const;
+};
+
+// Nothing: a scale of 0, or times beyond 62 bits.
+std::optional<TrackTimes> TimesOf(const TrackSource& source);
+
+}  // namespace clipchain
