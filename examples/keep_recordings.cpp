@@ -40,9 +40,9 @@ bool MayMerge(const clipchain::Job& job) {
 
 bool Merge(const clipchain::Job& job) {
   clipchain::SafeMergeOptions options;
-  options.output = job.output;
+  options.check.output = job.output;
   options.verification = clipchain::Verification::kFull;
-  options.progress = [](const clipchain::MergeStep& step) {
+  options.check.progress = [](const clipchain::Step& step) {
     if (step.total > 0) std::printf("\r%3lld %%", step.current * 100 / step.total);
     return true;  // false would end the merge and leave nothing
   };

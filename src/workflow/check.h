@@ -2,23 +2,25 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "foundation/export.h"
 #include "workflow/finding.h"
+#include "workflow/progress.h"
 #include "workflow/seam.h"
 
 namespace clipchain {
 
 struct CheckOptions {
-  std::string output;      // the file that a merge would write; empty to check the inputs alone
-  bool overwrite = false;  // an output that exists may be replaced
-  long long memoryLimit =
-      0;  // bytes that the movie boxes may take; 0: half of the machine's memory
-  // Told before each clip its index and how many there are; false ends the check. May be empty.
-  std::function<bool(std::size_t index, std::size_t count)> progress{};
+  // The file that a merge would write; empty to check the inputs alone.
+  std::string output;
+  // An output that exists may be replaced.
+  bool overwrite = false;
+  // Bytes that the movie boxes may take; 0: half of the machine's memory.
+  long long memoryLimit = 0;
+  // Told before each clip; false ends the check.
+  Progress progress{};
 };
 
 struct CheckReport {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,43 +33,21 @@ struct JobReport {
   double seconds = 0;     // that the job took
 };
 
-struct JoinStep {
-  std::size_t job;   // the one at work, counted from 1 among those that are not left out
-  std::size_t jobs;  // that are not left out
-  MergeStep::Phase phase;
-  std::size_t clip;  // index of the input of that job that is copied
-  // Bytes over all jobs together: those to copy, those to verify where every byte is, and those of
-  // outputs that are there already. What a job that failed left undone counts no more.
-  long long current;
-  long long total;
-};
-
-// Asked in the course of a verification; false ends it.
-using VerifyProgress = std::function<bool(long long current, long long total)>;
-
 // Flushes the output of a job to the disk and compares it with what its inputs give, every byte.
 // Nothing is found if it is that, and the inputs are needed no more. What is an error there is as
 // for a merge that verifies its own result.
-[[nodiscard]] CLIPCHAIN_API Findings VerifyOutput(const Job& job, const VerifyProgress& progress);
+[[nodiscard]] CLIPCHAIN_API Findings VerifyOutput(const Job& job, const Progress& progress);
 
 struct JoinOptions {
-  bool force = false;                                // as for a merge
-  Verification verification = Verification::kSeams;  // of what is merged now
-  long long memoryLimit = 0;
-  std::function<bool(const Leftover&)> removeLeftover;
-  // Told about each step; false stops the work: the merge that is going on leaves nothing behind,
-  // and what is left is not run. May be empty.
-  std::function<bool(const JoinStep&)> progress;
-
-  // Replaced where the work itself is to be tested.
-  std::function<SafeMergeReport(const std::vector<std::string>&, const SafeMergeOptions&)> merge =
-      SafeMerge;
-  std::function<Findings(const Job&, const VerifyProgress&)> verify = VerifyOutput;
+  // Of each merge. The output is each job's own and never replaced. The progress is told about the
+  // steps of all jobs; where it answers false, the merge that is going on leaves nothing behind,
+  // and what is left is not run.
+  SafeMergeOptions merge;
 };
 
 struct JoinReport {
   std::vector<JobReport> jobs;  // one for each job of the plan
-  bool stopped = false;         // `progress` said so
+  bool stopped = false;         // the progress said so
 };
 
 // Runs the jobs that are not left out. One that fails does not keep the others from being run. An

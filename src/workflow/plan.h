@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,6 +12,7 @@
 #include "foundation/export.h"
 #include "workflow/clip_search.h"
 #include "workflow/finding.h"
+#include "workflow/progress.h"
 #include "workflow/sequence_scan.h"
 
 namespace clipchain {
@@ -45,9 +45,8 @@ struct PlanOptions {
   std::string folder;       // where the results go
   bool all = false;         // whole recordings of one clip, too
   bool incomplete = false;  // incomplete recordings, too, of one clip or more
-  // Told before each look at a clip how many were done and how many there are, which may begin anew
-  // once; false ends the work. May be empty.
-  std::function<bool(std::size_t done, std::size_t count)> progress{};
+  // Told before each look at a clip, the count of which may begin anew once; false ends the work.
+  Progress progress{};
 };
 
 struct JoinPlan {

@@ -7,9 +7,9 @@
 
 #include "foundation/export.h"
 #include "foundation/result.h"
+#include "workflow/check.h"
 #include "workflow/finding.h"
 #include "workflow/leftovers.h"
-#include "workflow/merge_step.h"
 
 namespace clipchain {
 
@@ -19,18 +19,16 @@ enum class Verification {
 };
 
 struct SafeMergeOptions {
-  std::string output;
-  bool overwrite = false;  // an output that exists is replaced, by the final rename only
-  bool force = false;      // go on in spite of findings that risk the result alone
+  // What is checked beforehand: the output, which an `overwrite` replaces by the final rename only;
+  // the progress, which is told about every phase and not asked any more once the output has its
+  // name.
+  CheckOptions check{};
+  // Go on in spite of findings that risk the result alone.
+  bool force = false;
   Verification verification = Verification::kSeams;
-  long long memoryLimit =
-      0;  // bytes that the movie boxes may take; 0: half of the machine's memory
-  // Told about each step; false ends the merge, which leaves nothing behind. May be empty. Once the
-  // output has its name nobody is asked any more.
-  std::function<bool(const MergeStep&)> progress;
   // Asked about each hidden file that an earlier run left behind beside this output; true removes
   // it. May be empty: they are named only.
-  std::function<bool(const Leftover&)> removeLeftover;
+  std::function<bool(const Leftover&)> removeLeftover{};
 };
 
 struct SafeMergeReport {
@@ -45,7 +43,7 @@ struct SafeMergeReport {
 // fails leaves no output, or the old one, and removes the hidden file; only if the folder's flush
 // fails, at the very end, the complete output stays without being `done`. Inputs are only read.
 //
-// No signal is handled here: whoever wants to stop at one lets `progress` answer false. Signals
+// No signal is handled here: whoever wants to stop at one lets the progress answer false. Signals
 // that a failing write raises (SIGXFSZ) are the caller's to ignore.
 [[nodiscard]] CLIPCHAIN_API SafeMergeReport SafeMerge(const std::vector<std::string>& inputs,
                                                       const SafeMergeOptions& options);

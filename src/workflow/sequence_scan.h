@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "foundation/result.h"
 #include "workflow/clip_card.h"
 #include "workflow/clip_search.h"
+#include "workflow/progress.h"
 
 namespace clipchain {
 
@@ -50,9 +50,8 @@ struct ScanOptions {
   bool salvage = false;  // join two last sequences if the timecode of one runs on from the other's
   bool divide = false;   // cut sequences where their volume changes, sparing the first such one
   bool cards = false;    // read each clip's duration and thumbnail, which takes another look at it
-  // Told before each look at a clip how many were done and how many there are; false ends the scan.
-  // May be empty.
-  std::function<bool(std::size_t done, std::size_t count)> progress{};
+  // Told before each look at a clip; false ends the scan.
+  Progress progress{};
 };
 
 struct ScanReport {

@@ -29,7 +29,7 @@ class SafeMergeFaults : public support::SafeMergeFixture {
   std::size_t CountOf(Call call) {
     const Disturbance disturbance(call, 0, Disturbance::kAll);
     EXPECT_TRUE(SafeMerge(inputs, options).done);
-    fs::remove(options.output);
+    fs::remove(options.check.output);
     return disturbance.Count();
   }
 };
@@ -40,8 +40,8 @@ const std::vector<std::string> kNothing;
 
 TEST_F(SafeMergeFaults, EveryRefusedCallLeavesNoOutputOrAWholeOne) {
   ASSERT_TRUE(SafeMerge(inputs, options).done);
-  const support::Bytes whole = ReadFile(options.output);
-  fs::remove(options.output);
+  const support::Bytes whole = ReadFile(options.check.output);
+  fs::remove(options.check.output);
   for (const Verification verification : {Verification::kSeams, Verification::kFull}) {
     options.verification = verification;
     for (const Call call :
@@ -61,10 +61,10 @@ TEST_F(SafeMergeFaults, EveryRefusedCallLeavesNoOutputOrAWholeOne) {
           if (report.done) {
             EXPECT_EQ(static_cast<long long>(whole.size()), report.size);
           }
-          if (report.done || fs::exists(options.output)) {
-            EXPECT_EQ(whole, ReadFile(options.output));
+          if (report.done || fs::exists(options.check.output)) {
+            EXPECT_EQ(whole, ReadFile(options.check.output));
           }
-          fs::remove(options.output);
+          fs::remove(options.check.output);
         }
       }
     }
@@ -72,8 +72,8 @@ TEST_F(SafeMergeFaults, EveryRefusedCallLeavesNoOutputOrAWholeOne) {
 }
 
 TEST_F(SafeMergeFaults, SaysThatTheHiddenFileStays) {
-  options.progress = [](const clipchain::MergeStep& step) {
-    return step.phase != clipchain::MergeStep::Phase::kVerifying;
+  options.check.progress = [](const clipchain::Step& step) {
+    return step.phase != clipchain::Step::Phase::kVerifying;
   };
   const Disturbance disturbance(Call::kUnlink, EROFS, 0, 1);
   const SafeMergeReport report = SafeMerge(inputs, options);
@@ -84,27 +84,27 @@ TEST_F(SafeMergeFaults, SaysThatTheHiddenFileStays) {
 
 TEST_F(SafeMergeFaults, NeverReplacesWhatAppearsAtTheLastMoment) {
   const Disturbance disturbance(Call::kRenameat2, [this] { Put("out.mp4", Text("new")); });
-  ExpectFailure(Message::kOutputExists, options.output);
-  EXPECT_EQ(Text("new"), ReadFile(options.output));
+  ExpectFailure(Message::kOutputExists, options.check.output);
+  EXPECT_EQ(Text("new"), ReadFile(options.check.output));
   EXPECT_EQ(std::vector<std::string>{"out.mp4"}, Left());
 }
 
 TEST_F(SafeMergeFaults, SaysWhenTheNameIsRefused) {
   const Disturbance disturbance(Call::kRenameat2, EPERM);
-  ExpectFailure(Message::kOutputUnnamed, options.output);
+  ExpectFailure(Message::kOutputUnnamed, options.check.output);
   EXPECT_EQ(kNothing, Left());
 }
 
 TEST_F(SafeMergeFaults, KeepsACompleteOutputWhoseFolderCannotBeFlushed) {
   const std::size_t flushes = CountOf(Call::kFsync);
   const Disturbance disturbance(Call::kFsync, EIO, flushes - 1);
-  const SafeMergeReport report = ExpectFailure(Message::kOutputNotDurable, options.output);
-  EXPECT_EQ(static_cast<long long>(fs::file_size(options.output)), report.size);
+  const SafeMergeReport report = ExpectFailure(Message::kOutputNotDurable, options.check.output);
+  EXPECT_EQ(static_cast<long long>(fs::file_size(options.check.output)), report.size);
 }
 
 TEST_F(SafeMergeFaults, NamesAWriteThatFailedOnce) {
   const Disturbance disturbance(Call::kWrite, EIO, 0, 1);
-  const SafeMergeReport report = ExpectFailure(Message::kOutputUnwritable, options.output);
+  const SafeMergeReport report = ExpectFailure(Message::kOutputUnwritable, options.check.output);
   EXPECT_EQ("can't be written; the disk may be full", report.findings.back().text);
   EXPECT_EQ(kNothing, Left());
 }
@@ -119,7 +119,7 @@ TEST_F(SafeMergeFaults, NamesALimitOfTheFileSystem) {
     tight.rlim_cur = 1000;
     ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &tight));
   });
-  const SafeMergeReport report = ExpectFailure(Message::kTooLargeForFolder, options.output);
+  const SafeMergeReport report = ExpectFailure(Message::kTooLargeForFolder, options.check.output);
   ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &before));
   ::signal(SIGXFSZ, SIG_DFL);
   EXPECT_EQ("is larger than a file there may be: File too large", report.findings.back().text);
@@ -130,7 +130,7 @@ TEST_F(SafeMergeFaults, AResultThatIsThereCountsOnlyOnceItIsFlushed) {
   ASSERT_TRUE(SafeMerge(inputs, options).done);
   Job job;
   job.inputs = inputs;
-  job.output = options.output;
+  job.output = options.check.output;
   const auto look = [&job] { return VerifyOutput(job, nullptr); };
   EXPECT_TRUE(look().empty());
   for (const std::size_t index : {0u, 1u}) {

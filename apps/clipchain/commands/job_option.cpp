@@ -63,16 +63,14 @@ JobResult MergeJob(const Job& job, const SafeMergeOptions& options) {
   JoinPlan plan;
   plan.jobs.push_back(job);
   JoinOptions join;
-  join.force = options.force;
-  join.verification = options.verification;
-  join.memoryLimit = options.memoryLimit;
-  join.removeLeftover = options.removeLeftover;
-  join.progress = [&](const JoinStep& step) {
+  join.merge = options;
+  join.merge.check.progress = [&](const Step& step) {
     // A merge counts each phase by itself; a join of one job counts all that it has to do.
-    const bool verifies = step.phase == MergeStep::Phase::kVerifying;
+    const bool verifies = step.phase == Step::Phase::kVerifying;
     const long long before = verifies ? step.total - job.size : 0;
     const long long current = std::min(step.current - before, job.size);
-    return !options.progress || options.progress({step.phase, step.clip, current, job.size});
+    return !options.check.progress ||
+           options.check.progress({step.phase, step.clip, current, job.size});
   };
   const JobReport report = Join(plan, join).jobs.front();
   JobResult result;

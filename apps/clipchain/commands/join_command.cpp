@@ -35,7 +35,7 @@ namespace {
 struct JoinCommand {
   std::vector<std::string> paths;
   PlanOptions plan;
-  MergeSettings settings;
+  JoinOptions join;
   std::string planFile;
   bool removeLeftovers = false;
   bool dryRun = false;
@@ -89,12 +89,9 @@ int RunJobs(const JoinCommand& command, const JoinPlan& plan) {
   }
   ProgressLine line(stderr);
   JoinProgress progress(line);
-  JoinOptions options;
-  options.force = command.settings.force;
-  options.verification = command.settings.Level();
-  options.memoryLimit = command.settings.memoryLimit;
-  options.progress = [&](const JoinStep& step) { return progress.Show(step); };
-  options.removeLeftover = LeftoverQuestion(command.removeLeftovers, command.json, line);
+  JoinOptions options = command.join;
+  options.merge.check.progress = [&](const Step& step) { return progress.Show(step); };
+  options.merge.removeLeftover = LeftoverQuestion(command.removeLeftovers, command.json, line);
   const JoinReport report = Join(plan, options);
   line.Clear();
   const std::string text =
@@ -156,7 +153,7 @@ void AddJoinCommand(CLI::App& tool, int& exitCode) {
                   "N\" merges recording N"))
       ->type_name("FILE")
       ->excludes(dryRun);
-  AddMergeSettings(*command, options->settings);
+  AddMergeSettings(*command, options->join.merge);
   command->add_flag("--remove-leftovers", options->removeLeftovers,
                     "Remove what merges to the same files that were killed have left behind");
   command->add_flag("--json", options->json, "Print for programs");

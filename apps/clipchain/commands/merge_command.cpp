@@ -31,7 +31,6 @@ struct MergeOptions {
   std::vector<std::string> inputs;
   SafeMergeOptions merge;
   std::vector<std::string> job;  // in place of inputs and output
-  MergeSettings settings;
   bool removeLeftovers = false;
   bool json = false;
 };
@@ -39,13 +38,13 @@ struct MergeOptions {
 std::string ReportJson(const MergeOptions& options, const JobResult& result, double seconds) {
   const SafeMergeReport& report = result.merge;
   Json document;
-  SetPath(document, options.merge.output);
+  SetPath(document, options.merge.check.output);
   document["done"] = report.done;
   document["already"] = result.already;
   document["clips"] = options.inputs.size();
   document["size"] = report.size;
   document["seconds"] = seconds;
-  document["verified"] = result.already ? "full" : options.settings.verify;
+  document["verified"] = result.already ? "full" : VerificationName(options.merge.verification);
   document["result"] = ResultName(report.result);
   document["findings"] = FindingsJson(report.findings);
   return JsonText(document);
@@ -60,13 +59,13 @@ void PrintReport(const MergeOptions& options, const JobResult& result, double se
   std::fputs(FindingsText(report.findings, Paint(stderr)).c_str(), stderr);
   if (!report.done) return;
   if (result.already) {
-    Print(
-        fmt::format("{} is there already, {}\n", Shown(options.merge.output), Amount(report.size)));
+    Print(fmt::format("{} is there already, {}\n", Shown(options.merge.check.output),
+                      Amount(report.size)));
     return;
   }
   const std::size_t clips = options.inputs.size();
   Print(fmt::format("merged {} {} into {}: {} in {:.2f} s\n", clips, clips == 1 ? "clip" : "clips",
-                    Shown(options.merge.output), Amount(report.size), seconds));
+                    Shown(options.merge.check.output), Amount(report.size), seconds));
 }
 
 int Run(MergeOptions options) {
@@ -75,15 +74,12 @@ int Run(MergeOptions options) {
   if (!options.job.empty()) {
     if (!FindJob(options.job, job)) return kFailed;
     options.inputs = job.inputs;
-    options.merge.output = job.output;
+    options.merge.check.output = job.output;
   }
   ProgressLine line(stderr);
   MergeProgress progress(options.inputs.size(), line);
   SafeMergeOptions merge = options.merge;
-  merge.force = options.settings.force;
-  merge.verification = options.settings.Level();
-  merge.memoryLimit = options.settings.memoryLimit;
-  merge.progress = [&](const MergeStep& step) { return progress.Show(step); };
+  merge.check.progress = [&](const Step& step) { return progress.Show(step); };
   merge.removeLeftover = LeftoverQuestion(options.removeLeftovers, options.json, line);
   const JobResult result = options.job.empty() ? JobResult{SafeMerge(options.inputs, merge), false}
                                                : MergeJob(job, merge);
@@ -99,18 +95,18 @@ void AddMergeCommand(CLI::App& tool, int& exitCode) {
   CLI::App* command = tool.add_subcommand(
       "merge", "Put clips together into one file, in the order given, without re-encoding");
   CLI::Option* output =
-      MustBeGiven(command->add_option("-o,--output", options->merge.output,
+      MustBeGiven(command->add_option("-o,--output", options->merge.check.output,
                                       "The file to write; required without --job"))
           ->type_name("OUT");
   CLI::Option* clips =
       command
           ->add_option("IN", options->inputs, "The clips of one recording; required without --job")
           ->type_name("IN");
-  CLI::Option* overwrite = command->add_flag("--overwrite", options->merge.overwrite,
+  CLI::Option* overwrite = command->add_flag("--overwrite", options->merge.check.overwrite,
                                              "Replace OUT once the new file is complete");
   CLI::Option* job = AddJobOption(*command, options->job);
   for (CLI::Option* option : {output, clips, overwrite}) job->excludes(option);
-  AddMergeSettings(*command, options->settings);
+  AddMergeSettings(*command, options->merge);
   command->add_flag("--remove-leftovers", options->removeLeftovers,
                     "Remove what merges to OUT that were killed have left behind");
   command->add_flag("--json", options->json, "Print for programs");

@@ -1,8 +1,6 @@
 // Options that all commands that merge have.
 #pragma once
 
-#include <string>
-
 #include "workflow/safe_merge.h"
 
 namespace CLI {
@@ -11,18 +9,11 @@ class App;
 
 namespace clipchain {
 
-struct MergeSettings {
-  bool force = false;
-  std::string verify = "seams";  // or "full"
-  long long memoryLimit = 0;     // bytes; 0: half of the machine's memory
+// --force, --verify and --memory-limit. The options must live as long as the command.
+void AddMergeSettings(CLI::App& command, SafeMergeOptions& options);
 
-  Verification Level() const {
-    return verify == "full" ? Verification::kFull : Verification::kSeams;
-  }
-};
-
-// --force, --verify and --memory-limit. The settings must live as long as the command.
-void AddMergeSettings(CLI::App& command, MergeSettings& settings);
+// "seams" or "full", as --verify takes it.
+const char* VerificationName(Verification verification);
 
 // --memory-limit alone.
 void AddMemoryLimit(CLI::App& command, long long& limit);

@@ -13,11 +13,10 @@ constexpr double kSecondsToWait = 0.5;
 
 }  // namespace
 
-std::function<bool(std::size_t done, std::size_t count)> ClipProgress(const char* what,
-                                                                      ProgressLine& line) {
-  return [what, &line](std::size_t done, std::size_t count) {
+Progress ClipProgress(const char* what, ProgressLine& line) {
+  return [what, &line](const Step& step) {
     if (line.Seconds() > kSecondsToWait && line.IsDue())
-      line.ShowText(fmt::format("{} clip {} of {}", what, done + 1, count));
+      line.ShowText(fmt::format("{} clip {} of {}", what, step.clip + 1, step.clips));
     return StopSignal() == 0;
   };
 }

@@ -4,7 +4,7 @@
 
 namespace clipchain {
 
-bool JoinProgress::Show(const JoinStep& step) {
+bool JoinProgress::Show(const Step& step) {
   CopyState state;
   state.unit = "recording";
   state.clip = static_cast<unsigned int>(step.job);

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "clipchain/terminal/progress_line.h"
-#include "workflow/join.h"
+#include "workflow/progress.h"
 
 namespace clipchain {
 
@@ -11,7 +11,7 @@ class JoinProgress {
   explicit JoinProgress(ProgressLine& line) : line_(line) {}
 
   // Draws the step; false if a signal asks for the end.
-  bool Show(const JoinStep& step);
+  bool Show(const Step& step);
 
  private:
   ProgressLine& line_;

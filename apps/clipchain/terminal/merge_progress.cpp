@@ -4,8 +4,8 @@
 
 namespace clipchain {
 
-bool MergeProgress::Show(const MergeStep& step) {
-  using Phase = MergeStep::Phase;
+bool MergeProgress::Show(const Step& step) {
+  using Phase = Step::Phase;
   if (step.phase != phase_) line_.StartPhase();
   phase_ = step.phase;
   CopyState state;

@@ -4,7 +4,7 @@
 #include <cstddef>
 
 #include "clipchain/terminal/progress_line.h"
-#include "workflow/safe_merge.h"
+#include "workflow/progress.h"
 
 namespace clipchain {
 
@@ -13,12 +13,12 @@ class MergeProgress {
   MergeProgress(std::size_t clips, ProgressLine& line) : clips_(clips), line_(line) {}
 
   // Draws the step; false if a signal asks for the end.
-  bool Show(const MergeStep& step);
+  bool Show(const Step& step);
 
  private:
   std::size_t clips_;
   ProgressLine& line_;
-  MergeStep::Phase phase_ = MergeStep::Phase::kChecking;
+  Step::Phase phase_ = Step::Phase::kChecking;
 };
 
 }  // namespace clipchain

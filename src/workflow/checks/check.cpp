@@ -60,7 +60,8 @@ class CheckRun {
   // Each by itself and beside the first one. False if the caller does not want to go on.
   bool CheckClips() {
     for (std::size_t i = 0; i < inputs_.size(); ++i) {
-      if (options_.progress && !options_.progress(i, inputs_.size())) {
+      if (options_.progress &&
+          !options_.progress({Step::Phase::kChecking, i, 0, 0, inputs_.size()})) {
         result_.Add(
             Message::kMergeStopped,
             options_.output.empty()

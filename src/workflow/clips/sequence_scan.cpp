@@ -50,10 +50,10 @@ class Looks {
   }
 
   // Whether to take the next one.
-  bool Next() { return !progress_ || progress_(done_++, count_); }
+  bool Next() { return !progress_ || progress_({Step::Phase::kLooking, done_++, 0, 0, count_}); }
 
  private:
-  const std::function<bool(std::size_t, std::size_t)>& progress_;
+  const Progress& progress_;
   std::size_t done_ = 0;
   std::size_t count_ = 0;
 };

@@ -13,6 +13,7 @@
 #include <system_error>
 #include <utility>
 
+#include "workflow/joining/join_run.h"
 #include "workflow/merging/leftover_findings.h"
 #include "workflow/merging/verify.h"
 #include "workflow/system/files.h"
@@ -43,9 +44,10 @@ struct OpenFile {
 // One run over all jobs.
 class Joining {
  public:
-  Joining(const JoinPlan& plan, const JoinOptions& options)
+  Joining(const JoinPlan& plan, const SafeMergeOptions& options, const JobWork& calls)
       : plan_(plan),
         options_(options),
+        calls_(calls),
         perByte_(options.verification == Verification::kFull ? 2 : 1) {
     for (const Job& job : plan.jobs) {
       const bool isRun = job.leftOut == LeftOut::kNo;
@@ -75,7 +77,7 @@ class Joining {
     ++step_.job;
     const bool exists = Exists(job.output);
     Expect(WorkOf(job, exists));
-    if (Tell(MergeStep::Phase::kChecking, 0, 0)) {
+    if (Tell(Step::Phase::kChecking, 0, 0)) {
       try {
         report.outcome = exists ? Compare(job, report) : Merge(job, report);
       } catch (const std::bad_alloc&) {
@@ -100,8 +102,8 @@ class Joining {
                                             "give the result another name"));
       return Outcome::kFailed;
     }
-    const Findings faults = options_.verify(job, [&](long long current, long long) {
-      return Tell(MergeStep::Phase::kVerifying, 0, std::min(current, job.size));
+    const Findings faults = calls_.verify(job, [&](const Step& step) {
+      return Tell(Step::Phase::kVerifying, 0, std::min(step.current, job.size));
     });
     if (report_.stopped) return Outcome::kNotRun;
     report.size = FileSize(job.output);
@@ -122,16 +124,13 @@ class Joining {
       report.findings.push_back(*fault);
       return Outcome::kFailed;
     }
-    SafeMergeOptions options;
-    options.output = job.output;
-    options.force = options_.force;
-    options.verification = options_.verification;
-    options.memoryLimit = options_.memoryLimit;
-    options.removeLeftover = options_.removeLeftover;
-    options.progress = [&](const MergeStep& step) {
+    SafeMergeOptions options = options_;
+    options.check.output = job.output;
+    options.check.overwrite = false;
+    options.check.progress = [&](const Step& step) {
       return Tell(step.phase, step.clip, DoneOf(job, step));
     };
-    const SafeMergeReport merged = options_.merge(job.inputs, options);
+    const SafeMergeReport merged = calls_.merge(job.inputs, options);
     Add(merged.findings, report);
     report.size = merged.size;
     report.result = merged.result;
@@ -142,13 +141,13 @@ class Joining {
   long long WorkOf(const Job& job, bool exists) const {
     return exists ? job.size : perByte_ * job.size;
   }
-  long long DoneOf(const Job& job, const MergeStep& step) const {
+  long long DoneOf(const Job& job, const Step& step) const {
     switch (step.phase) {
-      case MergeStep::Phase::kChecking:
+      case Step::Phase::kChecking:
         return 0;
-      case MergeStep::Phase::kCopying:
+      case Step::Phase::kCopying:
         return std::min(step.current, job.size);
-      case MergeStep::Phase::kVerifying:
+      case Step::Phase::kVerifying:
         return job.size + (perByte_ - 1) * std::min(step.current, job.size);
       default:
         return job.size;
@@ -167,22 +166,24 @@ class Joining {
   }
 
   // Whether to go on.
-  bool Tell(MergeStep::Phase phase, std::size_t clip, long long current) {
-    JoinStep step = step_;
+  bool Tell(Step::Phase phase, std::size_t clip, long long current) {
+    Step step = step_;
     step.phase = phase;
     step.clip = clip;
     told_ = std::max(told_, current);
     step.current += told_;
-    if (!report_.stopped && options_.progress) report_.stopped = !options_.progress(step);
+    if (!report_.stopped && options_.check.progress)
+      report_.stopped = !options_.check.progress(step);
     return !report_.stopped;
   }
 
   const JoinPlan& plan_;
-  const JoinOptions& options_;
+  const SafeMergeOptions& options_;
+  const JobWork& calls_;
   const int perByte_;            // how often a merge handles each byte
   std::vector<long long> work_;  // of each job, in bytes
   long long told_ = 0;           // of the job at work
-  JoinStep step_{};              // with what the jobs before have done
+  Step step_{};                  // with what the jobs before have done
   JoinReport report_;
 };
 
@@ -194,7 +195,7 @@ std::string_view OutcomeName(Outcome outcome) {
   return kNames[static_cast<std::size_t>(outcome)];
 }
 
-Findings VerifyOutput(const Job& job, const VerifyProgress& progress) {
+Findings VerifyOutput(const Job& job, const Progress& progress) {
   constexpr const char* kLook = "look at it, then rename or remove it";
   const OpenFile file(job.output);
   if (file.descriptor < 0)
@@ -214,8 +215,12 @@ Findings VerifyOutput(const Job& job, const VerifyProgress& progress) {
   return Verify({job.inputs, job.output, file.descriptor, true, progress});
 }
 
+JoinReport RunJobs(const JoinPlan& plan, const JoinOptions& options, const JobWork& work) {
+  return Joining(plan, options.merge, work).Run();
+}
+
 JoinReport Join(const JoinPlan& plan, const JoinOptions& options) {
-  return Joining(plan, options).Run();
+  return RunJobs(plan, options, JobWork());
 }
 
 std::optional<Finding> MakeFolder(const std::string& path) {

@@ -7,8 +7,7 @@
 
 namespace clipchain {
 
-CopyProgress::CopyProgress(const std::vector<std::string>& inputs,
-                           const std::function<bool(const MergeStep&)>& listener)
+CopyProgress::CopyProgress(const std::vector<std::string>& inputs, const Progress& listener)
     : listener_(listener) {
   for (const std::string& input : inputs) sizes_.push_back(FileSize(input));
   total_ = std::accumulate(sizes_.begin(), sizes_.end(), 0LL);
@@ -25,12 +24,12 @@ HRESULT CopyProgress::NotifyProgress(long long current, long long total) {
   if (stoodStill_) return E_ABORT;
   last_ = current;
   const long long done = before_ + std::min(current, total);
-  return Step(MergeStep::Phase::kCopying, done, total_) ? S_OK : E_ABORT;
+  return Tell(Step::Phase::kCopying, done, total_) ? S_OK : E_ABORT;
 }
 
-bool CopyProgress::Step(MergeStep::Phase phase, long long current, long long total) {
+bool CopyProgress::Tell(Step::Phase phase, long long current, long long total) {
   const std::size_t clip = std::max<std::size_t>(started_, 1) - 1;
-  if (listener_ && !listener_({phase, clip, current, total})) stopped_ = true;
+  if (listener_ && !listener_({phase, clip, current, total, sizes_.size()})) stopped_ = true;
   return !stopped_;
 }
 

@@ -1,12 +1,11 @@
 // Hands the progress of the engine on to who listens to a merge.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "merge/live_merge.h"
-#include "workflow/merge_step.h"
+#include "workflow/progress.h"
 
 namespace clipchain {
 
@@ -14,8 +13,7 @@ namespace clipchain {
 class CopyProgress final : public MP4G::IMp4LiveMergeDelegate {
  public:
   // Both must outlive this object; the listener may be empty.
-  CopyProgress(const std::vector<std::string>& inputs,
-               const std::function<bool(const MergeStep&)>& listener);
+  CopyProgress(const std::vector<std::string>& inputs, const Progress& listener);
 
   // To be called before each input is copied.
   void StartInput();
@@ -26,14 +24,14 @@ class CopyProgress final : public MP4G::IMp4LiveMergeDelegate {
 
   // Reports a phase, with all copied that has been so far; whether to go on. `current` of `total`
   // is the part of that phase that is done.
-  bool Step(MergeStep::Phase phase, long long current, long long total);
-  bool Step(MergeStep::Phase phase) { return Step(phase, 0, total_); }
+  bool Tell(Step::Phase phase, long long current, long long total);
+  bool Tell(Step::Phase phase) { return Tell(phase, 0, total_); }
 
   bool StoodStill() const { return stoodStill_; }
   bool Stopped() const { return stopped_; }
 
  private:
-  const std::function<bool(const MergeStep&)>& listener_;
+  const Progress& listener_;
   std::vector<long long> sizes_;
   std::size_t started_ = 0;  // inputs
   long long total_ = 0;

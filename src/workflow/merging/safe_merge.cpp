@@ -24,7 +24,7 @@ namespace clipchain {
 
 namespace {
 
-using Phase = MergeStep::Phase;
+using Phase = Step::Phase;
 
 std::string ErrorText(int error) { return std::generic_category().message(error); }
 
@@ -53,7 +53,7 @@ struct FileState {
 class Run {
  public:
   Run(const std::vector<std::string>& inputs, const SafeMergeOptions& options)
-      : inputs_(inputs), options_(options), progress_(inputs, options.progress) {}
+      : inputs_(inputs), options_(options), progress_(inputs, options.check.progress) {}
 
   SafeMergeReport Merge() {
     if (Prepare() && Copy() && Complete() && Publish()) report_.done = true;
@@ -113,24 +113,21 @@ bool Run::Fail(Message message, const std::string& path, std::string text, std::
 }
 
 bool Run::FailStopped() {
-  return Fail(Message::kMergeStopped, options_.output, "was not made: the merge was stopped",
+  return Fail(Message::kMergeStopped, options_.check.output, "was not made: the merge was stopped",
               "run it again");
 }
 
-bool Run::Enter(Phase phase) { return progress_.Step(phase) || FailStopped(); }
+bool Run::Enter(Phase phase) { return progress_.Tell(phase) || FailStopped(); }
 
 bool Run::Prepare() {
   if (inputs_.empty())
-    return Fail(Message::kNothingToMerge, options_.output, "was not made: there is no clip",
+    return Fail(Message::kNothingToMerge, options_.check.output, "was not made: there is no clip",
                 "name at least one clip");
   if (!Enter(Phase::kChecking)) return false;
-  CheckOptions check;
-  check.output = options_.output;
-  check.overwrite = options_.overwrite;
-  check.memoryLimit = options_.memoryLimit;
-  check.progress = [this](std::size_t, std::size_t) { return progress_.Step(Phase::kChecking); };
+  CheckOptions check = options_.check;
+  check.progress = [this](const Step&) { return progress_.Tell(Phase::kChecking); };
   report_.findings = Check(inputs_, check).findings;
-  Add(LookForLeftovers(options_.output, options_.removeLeftover));
+  Add(LookForLeftovers(options_.check.output, options_.removeLeftover));
   if (HoldsUp(report_.findings, options_.force)) return false;
   return Enter(Phase::kChecking) && NoteInputs() && CreatePart();
 }
@@ -148,10 +145,10 @@ bool Run::NoteInputs() {
 }
 
 bool Run::CreatePart() {
-  if (const int error = part_.Create(options_.output); error != 0) return FailCreate(error);
+  if (const int error = part_.Create(options_.check.output); error != 0) return FailCreate(error);
   report_.result = StartEngine(Wide(part_.path()));
   return report_.result == S_OK ||
-         Fail(Message::kOutputUnwritable, options_.output, "can't be opened for writing",
+         Fail(Message::kOutputUnwritable, options_.check.output, "can't be opened for writing",
               "choose a folder that can be written", MP4G_E_OUTPUT_OPEN);
 }
 
@@ -171,7 +168,7 @@ HRESULT Run::StartEngine(const std::wstring& path) {
 
 bool Run::FailCreate(int error) {
   return Fail(
-      Message::kOutputUnwritable, options_.output, "can't be written: " + ErrorText(error),
+      Message::kOutputUnwritable, options_.check.output, "can't be written: " + ErrorText(error),
       error == ENAMETOOLONG ? "choose a shorter name" : "choose a folder that can be written",
       MP4G_E_OUTPUT_OPEN);
 }
@@ -202,16 +199,16 @@ bool Run::FailCopy(const std::string& input, HRESULT result, bool first) {
 
 bool Run::FailWrite(HRESULT result) {
   if (!IsOutputResult(result))
-    return Fail(Message::kOutputUnfinished, options_.output, OutputWords(result),
+    return Fail(Message::kOutputUnfinished, options_.check.output, OutputWords(result),
                 "merge fewer clips at once", result);
   // The engine does not keep the cause of a failed write; the next one would have it too.
   const int error = part_.TryToGrow();
   if (error == EFBIG)
-    return Fail(Message::kTooLargeForFolder, options_.output,
+    return Fail(Message::kTooLargeForFolder, options_.check.output,
                 "is larger than a file there may be: " + ErrorText(error),
                 "choose a disk with another file system, or a higher limit for files",
                 MP4G_E_OUTPUT_WRITE);
-  return Fail(Message::kOutputUnwritable, options_.output,
+  return Fail(Message::kOutputUnwritable, options_.check.output,
               error != 0 ? "can't be written: " + ErrorText(error) : OutputWords(result),
               "make room, or choose another folder", MP4G_E_OUTPUT_WRITE);
 }
@@ -229,7 +226,7 @@ bool Run::FlushPart() {
   const HRESULT closed = engine_->core->writer->outputFile->CloseFlushed();
   engine_->core->ResetAtFinalize();
   if (closed == S_OK) return true;
-  return Fail(Message::kOutputUnflushed, options_.output,
+  return Fail(Message::kOutputUnflushed, options_.check.output,
               "is lost: the disk did not take all that was written",
               "check the disk, or choose another one", MP4G_E_OUTPUT_WRITE);
 }
@@ -244,10 +241,10 @@ bool Run::VerifyPart() {
 }
 
 Findings Run::ComparePart(bool everyByte) {
-  const auto listener = [this](long long current, long long total) {
-    return progress_.Step(Phase::kVerifying, current, total);
+  const auto listener = [this](const Step& step) {
+    return progress_.Tell(Phase::kVerifying, step.current, step.total);
   };
-  return Verify({inputs_, options_.output, part_.descriptor(), everyByte, listener});
+  return Verify({inputs_, options_.check.output, part_.descriptor(), everyByte, listener});
 }
 
 bool Run::InputsAreUnchanged() {
@@ -274,37 +271,38 @@ bool Run::FailChanged(const std::string& input) {
 // had in the beginning, and never from what is no file.
 bool Run::MayReplace() {
   struct stat status;
-  if (::lstat(options_.output.c_str(), &status) != 0) {
+  if (::lstat(options_.check.output.c_str(), &status) != 0) {
     return errno == ENOENT || FailCreate(errno);
   }
-  if (!options_.overwrite)
-    return Fail(Message::kOutputExists, options_.output, "exists already",
+  if (!options_.check.overwrite)
+    return Fail(Message::kOutputExists, options_.check.output, "exists already",
                 "choose another name, or let --overwrite replace it", MP4G_E_OUTPUT_OPEN);
   struct stat target = status;
-  if (S_ISLNK(status.st_mode) && ::stat(options_.output.c_str(), &target) != 0) return true;
+  if (S_ISLNK(status.st_mode) && ::stat(options_.check.output.c_str(), &target) != 0) return true;
   for (std::size_t i = 0; i < inputs_.size(); ++i) {
     if (states_[i].IsSameFile(status) || states_[i].IsSameFile(target))
-      return Fail(Message::kOutputIsInput, options_.output,
+      return Fail(Message::kOutputIsInput, options_.check.output,
                   "is the same file as the input " + Shown(inputs_[i]), "choose another name",
                   MP4G_E_OUTPUT_OPEN);
   }
   return S_ISREG(target.st_mode) ||
-         Fail(Message::kOutputUnwritable, options_.output,
+         Fail(Message::kOutputUnwritable, options_.check.output,
               "can't be written: it is no regular file", "choose another name", MP4G_E_OUTPUT_OPEN);
 }
 
 bool Run::Publish() {
   if (!Enter(Phase::kFlushing) || !MayReplace()) return false;
-  if (const int error = part_.Publish(options_.overwrite); error != 0) {
+  if (const int error = part_.Publish(options_.check.overwrite); error != 0) {
     if (error == EEXIST)
-      return Fail(Message::kOutputExists, options_.output, "exists already",
+      return Fail(Message::kOutputExists, options_.check.output, "exists already",
                   "choose another name, or let --overwrite replace it", MP4G_E_OUTPUT_OPEN);
-    return Fail(Message::kOutputUnnamed, options_.output, "can't get its name: " + ErrorText(error),
-                "choose another folder", MP4G_E_OUTPUT_OPEN);
+    return Fail(Message::kOutputUnnamed, options_.check.output,
+                "can't get its name: " + ErrorText(error), "choose another folder",
+                MP4G_E_OUTPUT_OPEN);
   }
-  report_.size = FileSize(options_.output);
+  report_.size = FileSize(options_.check.output);
   if (const int error = part_.FlushFolder(); error != 0)
-    return Fail(Message::kOutputNotDurable, options_.output,
+    return Fail(Message::kOutputNotDurable, options_.check.output,
                 "is complete, but its folder can't be flushed: " + ErrorText(error),
                 "check the disk before you delete the clips", MP4G_E_OUTPUT_WRITE);
   return true;
@@ -326,7 +324,7 @@ SafeMergeReport SafeMerge(const std::vector<std::string>& inputs, const SafeMerg
   } catch (const std::bad_alloc&) {
     SafeMergeReport report;
     report.result = E_OUTOFMEMORY;
-    report.findings.push_back(MakeFinding(Message::kOutOfMemory, options.output,
+    report.findings.push_back(MakeFinding(Message::kOutOfMemory, options.check.output,
                                           "was not made: there is not enough memory",
                                           "merge fewer clips at once"));
     report.findings.back().result = E_OUTOFMEMORY;

@@ -130,7 +130,8 @@ Findings Verifier::Run() {
 
 bool Verifier::Tell(Number done) {
   return !task_.progress ||
-         task_.progress(static_cast<long long>(done), static_cast<long long>(boxes_.media.size));
+         task_.progress({Step::Phase::kVerifying, 0, static_cast<long long>(done),
+                         static_cast<long long>(boxes_.media.size)});
 }
 
 bool Verifier::Damaged(std::string text, Number offset) {

@@ -1,11 +1,11 @@
 // Whether a merged file is what its clips add up to, found out by reading it again.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "workflow/finding.h"
+#include "workflow/progress.h"
 
 namespace clipchain {
 
@@ -14,8 +14,8 @@ struct VerifyTask {
   std::string output;                      // as findings name it
   int file;                                // a descriptor to read the output through
   bool everyByte = false;  // compare all media with the clips', not only where clips meet
-  // Told how much of the media was compared; false ends the work without a finding. May be empty.
-  std::function<bool(long long current, long long total)> progress;
+  // Told how much of the media was compared; false ends the work without a finding.
+  Progress progress;
 };
 
 // Parses the output and looks whether its boxes fill the file; whether samples, chunks, durations

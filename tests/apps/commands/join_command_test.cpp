@@ -441,10 +441,10 @@ TEST_F(JoinCommand, AJobTellsHowFarEachPhaseIs) {
     std::vector<long long> verified;
     clipchain::SafeMergeOptions options;
     options.verification = clipchain::Verification::kFull;
-    options.progress = [&](const clipchain::MergeStep& step) {
+    options.check.progress = [&](const clipchain::Step& step) {
       EXPECT_EQ(job.size, step.total);
       EXPECT_GE(job.size, step.current);
-      if (step.phase == clipchain::MergeStep::Phase::kVerifying) verified.push_back(step.current);
+      if (step.phase == clipchain::Step::Phase::kVerifying) verified.push_back(step.current);
       return true;
     };
     EXPECT_EQ(again, MergeJob(job, options).already);

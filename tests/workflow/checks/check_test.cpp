@@ -23,15 +23,15 @@ TEST_F(Check, FindsNothingWrongWithClipsThatFit) {
 TEST_F(Check, AsksBeforeEachClipWhetherToGoOn) {
   const std::vector<std::string> inputs = {Put("a", EvenClip(1)), Put("b", EvenClip(2)),
                                            (folder / "missing").string()};
-  using Step = std::pair<std::size_t, std::size_t>;
-  std::vector<Step> steps;
+  using ClipOf = std::pair<std::size_t, std::size_t>;
+  std::vector<ClipOf> steps;
   clipchain::CheckOptions options;
-  options.progress = [&steps](std::size_t index, std::size_t count) {
-    steps.emplace_back(index, count);
+  options.progress = [&steps](const clipchain::Step& step) {
+    steps.emplace_back(step.clip, step.clips);
     return true;
   };
   EXPECT_THAT(NamesOf(clipchain::Check(inputs, options)), ElementsAre("input-unreadable"));
-  EXPECT_EQ((std::vector<Step>{{0, 3}, {1, 3}, {2, 3}}), steps);
+  EXPECT_EQ((std::vector<ClipOf>{{0, 3}, {1, 3}, {2, 3}}), steps);
 }
 
 // What is not known of clips that nobody looked at is not taken for good.
@@ -39,7 +39,7 @@ TEST_F(Check, HoldsUpAMergeIfItWasStopped) {
   const std::vector<std::string> inputs = {Put("a", EvenClip(1)), (folder / "missing").string(),
                                            Put("b", EvenClip(2))};
   clipchain::CheckOptions options;
-  options.progress = [](std::size_t index, std::size_t) { return index != 2; };
+  options.progress = [](const clipchain::Step& step) { return step.clip != 2; };
   const CheckReport report = clipchain::Check(inputs, options);
   EXPECT_TRUE(report.stopped);
   EXPECT_THAT(NamesOf(report), ElementsAre("input-unreadable", "merge-stopped"));
@@ -48,7 +48,7 @@ TEST_F(Check, HoldsUpAMergeIfItWasStopped) {
   EXPECT_EQ(0, report.outputSize);
 
   options.output = output;
-  options.progress = [](std::size_t index, std::size_t) { return index != 0; };
+  options.progress = [](const clipchain::Step& step) { return step.clip != 0; };
   const CheckReport atOnce = clipchain::Check(inputs, options);
   EXPECT_TRUE(clipchain::HoldsUp(atOnce.findings, true));
   EXPECT_THAT(NamesOf(atOnce), ElementsAre("merge-stopped"));

@@ -119,28 +119,28 @@ TEST_F(SequenceScan, KnowsNoDateWhereNoneWasSet) {
 TEST_F(SequenceScan, AsksBeforeEachClipWhetherToGoOn) {
   const std::vector<std::string> clips = {ChainFile(1, 2), ChainFile(2, 2),
                                           Put("plain", support::PlainClip(61))};
-  using Step = std::pair<std::size_t, std::size_t>;
-  std::vector<Step> steps;
+  using ClipOf = std::pair<std::size_t, std::size_t>;
+  std::vector<ClipOf> steps;
   clipchain::ScanOptions options;
-  options.progress = [&steps](std::size_t done, std::size_t count) {
-    steps.emplace_back(done, count);
+  options.progress = [&steps](const clipchain::Step& step) {
+    steps.emplace_back(step.clip, step.clips);
     return true;
   };
   const std::vector<clipchain::Volume> volumes = {{"a", {clips[0]}}, {"b", {clips[1], clips[2]}}};
   const ScanReport whole = Scan(volumes, options);
-  EXPECT_EQ((std::vector<Step>{{0, 3}, {1, 3}, {2, 3}}), steps);
+  EXPECT_EQ((std::vector<ClipOf>{{0, 3}, {1, 3}, {2, 3}}), steps);
   EXPECT_FALSE(whole.stopped);
   ASSERT_EQ((Chains{{"1", "2"}, {"plain"}}), ChainsOf(whole));
 
   steps.clear();
   options.cards = true;
   EXPECT_EQ(2u, Scan(volumes, options).sequences.size());
-  EXPECT_EQ((std::vector<Step>{{0, 6}, {1, 6}, {2, 6}, {3, 6}, {4, 6}, {5, 6}}), steps);
+  EXPECT_EQ((std::vector<ClipOf>{{0, 6}, {1, 6}, {2, 6}, {3, 6}, {4, 6}, {5, 6}}), steps);
   for (std::size_t last = 0; last < 6; ++last) {
     std::size_t asked = 0;
-    options.progress = [&asked, last](std::size_t done, std::size_t) {
+    options.progress = [&asked, last](const clipchain::Step& step) {
       ++asked;
-      return done != last;
+      return step.clip != last;
     };
     const ScanReport part = Scan(volumes, options);
     EXPECT_TRUE(part.stopped) << last;

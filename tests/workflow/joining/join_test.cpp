@@ -1,4 +1,4 @@
-#include "workflow/join.h"
+#include "workflow/joining/join_run.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,7 +23,7 @@ using support::Bytes;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using Paths = std::vector<std::string>;
-using Phase = MergeStep::Phase;
+using Phase = Step::Phase;
 
 class JoiningSequences : public testing::Test {
  protected:
@@ -47,8 +47,8 @@ class JoiningSequences : public testing::Test {
   }
   // Merges do what `outcome` says of the output, by its name, or succeed.
   void Script(std::map<std::string, bool> outcome = {}) {
-    options.merge = [this, outcome](const Paths&, const SafeMergeOptions& merge) {
-      const std::string name = fs::path(merge.output).filename();
+    work.merge = [this, outcome](const Paths&, const SafeMergeOptions& merge) {
+      const std::string name = fs::path(merge.check.output).filename();
       merged.push_back(name);
       SafeMergeReport result;
       const auto entry = outcome.find(name);
@@ -59,7 +59,7 @@ class JoiningSequences : public testing::Test {
     };
   }
   std::vector<Outcome> Outcomes() {
-    report = Join(plan, options);
+    report = RunJobs(plan, options, work);
     std::vector<Outcome> outcomes;
     for (const JobReport& job : report.jobs) outcomes.push_back(job.outcome);
     return outcomes;
@@ -68,6 +68,7 @@ class JoiningSequences : public testing::Test {
   support::TempDir folder;
   JoinPlan plan;
   JoinOptions options;
+  JobWork work;
   JoinReport report;
   Paths merged;
   unsigned int seed = 0;
@@ -109,9 +110,9 @@ TEST_F(JoiningSequences, GoesOnWhereMemoryWasTooSmallForOne) {
   Add("a");
   Add("b");
   Script();
-  const auto merge = options.merge;
-  options.merge = [merge](const Paths& inputs, const SafeMergeOptions& job) {
-    if (fs::path(job.output).filename() == "a") throw std::bad_alloc();
+  const auto merge = work.merge;
+  work.merge = [merge](const Paths& inputs, const SafeMergeOptions& job) {
+    if (fs::path(job.check.output).filename() == "a") throw std::bad_alloc();
     return merge(inputs, job);
   };
   EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kFailed, Outcome::kMerged));
@@ -120,23 +121,23 @@ TEST_F(JoiningSequences, GoesOnWhereMemoryWasTooSmallForOne) {
 
 TEST_F(JoiningSequences, HandsItsOptionsToTheMerge) {
   Add("a");
-  options.force = true;
-  options.verification = Verification::kFull;
-  options.memoryLimit = 12345;
-  options.removeLeftover = [](const Leftover& leftover) { return leftover.size == 7; };
+  options.merge.force = true;
+  options.merge.verification = Verification::kFull;
+  options.merge.check.memoryLimit = 12345;
+  options.merge.removeLeftover = [](const Leftover& leftover) { return leftover.size == 7; };
   SafeMergeOptions seen;
-  options.merge = [&seen](const Paths&, const SafeMergeOptions& merge) {
+  work.merge = [&seen](const Paths&, const SafeMergeOptions& merge) {
     seen = merge;
     SafeMergeReport result;
     result.result = E_BAD_DATA;
     return result;
   };
   EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kFailed));
-  EXPECT_EQ(At("a"), seen.output);
-  EXPECT_FALSE(seen.overwrite);
+  EXPECT_EQ(At("a"), seen.check.output);
+  EXPECT_FALSE(seen.check.overwrite);
   EXPECT_TRUE(seen.force);
   EXPECT_EQ(Verification::kFull, seen.verification);
-  EXPECT_EQ(12345, seen.memoryLimit);
+  EXPECT_EQ(12345, seen.check.memoryLimit);
   EXPECT_TRUE(seen.removeLeftover({"", 7}));
   EXPECT_FALSE(seen.removeLeftover({"", 8}));
   EXPECT_RESULT(E_BAD_DATA, report.jobs[0].result);
@@ -146,14 +147,14 @@ TEST_F(JoiningSequences, CountsTheBytesOfAllJobs) {
   Add("a");
   Add("b", LeftOut::kSingle);
   Add("c");
-  options.merge = [](const Paths&, const SafeMergeOptions& merge) {
+  work.merge = [](const Paths&, const SafeMergeOptions& merge) {
     for (const Phase phase :
          {Phase::kChecking, Phase::kCopying, Phase::kVerifying, Phase::kFlushing})
-      EXPECT_TRUE(merge.progress({phase, 1, 10, 20}));
+      EXPECT_TRUE(merge.check.progress({phase, 1, 10, 20}));
     return SafeMergeReport{};
   };
-  std::vector<JoinStep> steps;
-  options.progress = [&steps](const JoinStep& step) {
+  std::vector<Step> steps;
+  options.merge.check.progress = [&steps](const Step& step) {
     steps.push_back(step);
     return true;
   };
@@ -173,7 +174,7 @@ TEST_F(JoiningSequences, CountsTheBytesOfAllJobs) {
   EXPECT_EQ(1u, steps[2].clip);
 
   steps.clear();
-  options.verification = Verification::kFull;
+  options.merge.verification = Verification::kFull;
   static_cast<void>(Outcomes());
   const long long full[] = {0, 0, 10, first + 10, first + 10};
   for (std::size_t i = 0; i < std::size(full); ++i) EXPECT_EQ(full[i], steps[i].current) << i;
@@ -185,13 +186,13 @@ TEST_F(JoiningSequences, StopsWhenItIsTold) {
   Add("b");
   Add("c", LeftOut::kSingle);
   Add("d");
-  options.merge = [this](const Paths&, const SafeMergeOptions& merge) {
-    merged.push_back(fs::path(merge.output).filename());
+  work.merge = [this](const Paths&, const SafeMergeOptions& merge) {
+    merged.push_back(fs::path(merge.check.output).filename());
     SafeMergeReport result;
-    result.done = merge.progress({Phase::kCopying, 0, 10, 20});
+    result.done = merge.check.progress({Phase::kCopying, 0, 10, 20});
     return result;
   };
-  options.progress = [](const JoinStep& step) {
+  options.merge.check.progress = [](const Step& step) {
     return step.job < 2 || step.phase != Phase::kCopying;
   };
   EXPECT_THAT(Outcomes(),
@@ -248,7 +249,7 @@ TEST_F(JoiningSequences, PassesOverWhatIsDone) {
   const auto written = fs::last_write_time(folder / "out.mp4");
   Script();
   for (const Verification verification : {Verification::kSeams, Verification::kFull}) {
-    options.verification = verification;
+    options.merge.verification = verification;
     EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kAlready));
     EXPECT_TRUE(report.jobs[0].findings.empty());
     EXPECT_EQ(static_cast<long long>(fs::file_size(folder / "out.mp4")), report.jobs[0].size);
@@ -307,11 +308,11 @@ TEST_F(JoiningSequences, PassesOverWhatItWasForcedToMake) {
   track.sampleSizes.assign(20, 16);
   Put("0.mp4", support::MovieBuilder().Add(track).Build());
   EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kFailed));
-  options.force = true;
+  options.merge.force = true;
   EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kMerged));
   EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kAlready));
   EXPECT_EQ(Message::kResultDiffers, report.jobs[0].findings.at(0).message);
-  options.force = false;
+  options.merge.force = false;
   EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kFailed));
 }
 
@@ -323,7 +324,7 @@ TEST_F(JoiningSequences, LooksForLeftoversOfWhatIsDone) {
   ASSERT_EQ(1u, report.jobs[0].findings.size());
   EXPECT_EQ(Message::kLeftover, report.jobs[0].findings[0].message);
   EXPECT_EQ(leftover, report.jobs[0].findings[0].path);
-  options.removeLeftover = [](const Leftover&) { return true; };
+  options.merge.removeLeftover = [](const Leftover&) { return true; };
   EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kAlready));
   EXPECT_EQ(Message::kLeftoverRemoved, report.jobs[0].findings.at(0).message);
   EXPECT_FALSE(fs::exists(leftover));
@@ -334,20 +335,20 @@ TEST_F(JoiningSequences, CountsWhatIsThereByTheBytesThatItCompares) {
   Add("failed");
   Add("new");
   Put("there", {});
-  options.verify = [&](const Job& job, const VerifyProgress& progress) {
-    EXPECT_TRUE(progress(job.size / 2, job.size));
+  work.verify = [&](const Job& job, const Progress& progress) {
+    EXPECT_TRUE(progress({Phase::kVerifying, 0, job.size / 2, job.size}));
     return Findings{};
   };
   Script({{"failed", false}});
-  const auto merge = options.merge;
-  options.merge = [merge](const Paths& inputs, const SafeMergeOptions& job) {
-    EXPECT_TRUE(job.progress({Phase::kCopying, 0, 10, 20}));
+  const auto merge = work.merge;
+  work.merge = [merge](const Paths& inputs, const SafeMergeOptions& job) {
+    EXPECT_TRUE(job.check.progress({Phase::kCopying, 0, 10, 20}));
     return merge(inputs, job);
   };
   for (const Verification verification : {Verification::kSeams, Verification::kFull}) {
-    options.verification = verification;
+    options.merge.verification = verification;
     std::vector<std::pair<long long, long long>> steps;
-    options.progress = [&steps](const JoinStep& step) {
+    options.merge.check.progress = [&steps](const Step& step) {
       steps.emplace_back(step.current, step.total);
       return true;
     };
@@ -399,11 +400,11 @@ TEST_F(JoiningSequences, StopsInAVerification) {
   Add("there");
   Add("b");
   Put("there", {});
-  options.verify = [](const Job&, const VerifyProgress& progress) {
-    EXPECT_FALSE(progress(1, 2));
+  work.verify = [](const Job&, const Progress& progress) {
+    EXPECT_FALSE(progress({Phase::kVerifying, 0, 1, 2}));
     return Findings{};
   };
-  options.progress = [](const JoinStep& step) { return step.phase != Phase::kVerifying; };
+  options.merge.check.progress = [](const Step& step) { return step.phase != Phase::kVerifying; };
   EXPECT_THAT(Outcomes(), ElementsAre(Outcome::kNotRun, Outcome::kNotRun));
   EXPECT_TRUE(report.stopped);
 }

@@ -66,7 +66,7 @@ TEST_F(PlanForPaths, StopsWhenItIsToldTo) {
   std::size_t last = 100;
   clipchain::PlanOptions options;
   options.folder = At("joined");
-  options.progress = [&](std::size_t, std::size_t) { return asked++ != last; };
+  options.progress = [&](const clipchain::Step&) { return asked++ != last; };
   EXPECT_EQ(1u, PlanFor({At("card")}, options).jobs.size());
   EXPECT_EQ(5u, asked);
   for (last = 0; last < 5; ++last) {

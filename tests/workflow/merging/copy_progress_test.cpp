@@ -6,7 +6,7 @@
 #include "support/temp_dir.h"
 
 using clipchain::CopyProgress;
-using clipchain::MergeStep;
+using clipchain::Step;
 
 namespace {
 
@@ -21,9 +21,9 @@ class CopyProgressTest : public testing::Test {
 
   support::TempDir folder;
   std::vector<std::string> inputs;
-  std::vector<MergeStep> steps;
+  std::vector<Step> steps;
   bool goOn = true;
-  std::function<bool(const MergeStep&)> listener = [this](const MergeStep& step) {
+  clipchain::Progress listener = [this](const Step& step) {
     steps.push_back(step);
     return goOn;
   };
@@ -42,7 +42,7 @@ TEST_F(CopyProgressTest, AddsUpTheInputs) {
   ASSERT_EQ(4u, steps.size());
   const long long expected[] = {0, 190, 200, 300};
   for (std::size_t i = 0; i < 4; ++i) {
-    EXPECT_EQ(MergeStep::Phase::kCopying, steps[i].phase);
+    EXPECT_EQ(Step::Phase::kCopying, steps[i].phase);
     EXPECT_EQ(expected[i], steps[i].current);
     EXPECT_EQ(1000, steps[i].total);
     EXPECT_EQ(i / 2, steps[i].clip);
@@ -92,7 +92,7 @@ TEST_F(CopyProgressTest, EndsTheCopyWhenTheListenerSaysSo) {
   EXPECT_TRUE(progress.Stopped());
   EXPECT_FALSE(progress.StoodStill());
   goOn = true;
-  EXPECT_FALSE(progress.Step(MergeStep::Phase::kVerifying)) << "it stays stopped";
+  EXPECT_FALSE(progress.Tell(Step::Phase::kVerifying)) << "it stays stopped";
 }
 
 TEST_F(CopyProgressTest, NeedsNoListener) {
@@ -100,5 +100,5 @@ TEST_F(CopyProgressTest, NeedsNoListener) {
   CopyProgress progress(inputs, listener);
   progress.StartInput();
   EXPECT_OK(progress.NotifyProgress(0, 100));
-  EXPECT_TRUE(progress.Step(MergeStep::Phase::kFlushing));
+  EXPECT_TRUE(progress.Tell(Step::Phase::kFlushing));
 }

@@ -18,7 +18,7 @@ namespace support {
 class SafeMergeFixture : public testing::Test {
  protected:
   SafeMergeFixture() {
-    options.output = folder / "out.mp4";
+    options.check.output = folder / "out.mp4";
     Put("a.mp4", Clip(30, 1).Build());
     Put("b.mp4", Clip(25, 7).Build());
     inputs = {folder / "a.mp4", folder / "b.mp4"};
@@ -61,8 +61,8 @@ class SafeMergeFixture : public testing::Test {
   }
 
   // Does something when that phase is entered for the first time.
-  void At(clipchain::MergeStep::Phase phase, std::function<void()> action) {
-    options.progress = [phase, action, once = true](const clipchain::MergeStep& step) mutable {
+  void At(clipchain::Step::Phase phase, std::function<void()> action) {
+    options.check.progress = [phase, action, once = true](const clipchain::Step& step) mutable {
       if (step.phase == phase && once) {
         once = false;
         action();

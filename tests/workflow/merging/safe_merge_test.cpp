@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using Phase = MergeStep::Phase;
+using Phase = Step::Phase;
 
 const std::vector<std::string> kOutputOnly = {"out.mp4"};
 const std::vector<std::string> kNothing = {};
@@ -37,7 +37,7 @@ TEST_F(SafeMergeTest, LeavesTheCompleteOutputAndNothingElse) {
   const SafeMergeReport report = SafeMerge(inputs, options);
   EXPECT_TRUE(report.done);
   EXPECT_OK(report.result);
-  EXPECT_EQ(static_cast<long long>(fs::file_size(options.output)), report.size);
+  EXPECT_EQ(static_cast<long long>(fs::file_size(options.check.output)), report.size);
   EXPECT_EQ(kOutputOnly, Left());
   EXPECT_EQ(a, ReadFile(inputs[0]));
   EXPECT_EQ(b, ReadFile(inputs[1]));
@@ -45,11 +45,11 @@ TEST_F(SafeMergeTest, LeavesTheCompleteOutputAndNothingElse) {
 
 TEST_F(SafeMergeTest, WritesTheSameBytesWhateverIsVerified) {
   ASSERT_TRUE(SafeMerge(inputs, options).done);
-  const Bytes expected = ReadFile(options.output);
-  options.overwrite = true;
+  const Bytes expected = ReadFile(options.check.output);
+  options.check.overwrite = true;
   options.verification = Verification::kFull;
   ASSERT_TRUE(SafeMerge(inputs, options).done);
-  EXPECT_EQ(expected, ReadFile(options.output));
+  EXPECT_EQ(expected, ReadFile(options.check.output));
 }
 
 TEST_F(SafeMergeTest, GivesTheOutputTheModeOfAnyNewFile) {
@@ -57,13 +57,13 @@ TEST_F(SafeMergeTest, GivesTheOutputTheModeOfAnyNewFile) {
   EXPECT_TRUE(SafeMerge(inputs, options).done);
   ::umask(mask);
   struct stat status;
-  ASSERT_EQ(0, ::stat(options.output.c_str(), &status));
+  ASSERT_EQ(0, ::stat(options.check.output.c_str(), &status));
   EXPECT_EQ(0640u, status.st_mode & 07777);
 }
 
 TEST_F(SafeMergeTest, TellsEachPhaseInOrderWithAllInputsTogether) {
-  std::vector<MergeStep> steps;
-  options.progress = [&](const MergeStep& step) {
+  std::vector<Step> steps;
+  options.check.progress = [&](const Step& step) {
     steps.push_back(step);
     return true;
   };
@@ -96,7 +96,7 @@ TEST_F(SafeMergeTest, LeavesNothingWhereverItIsStopped) {
     bool done = false;
     for (int last = 0; !done; ++last) {
       calls = 0;
-      options.progress = [&](const MergeStep&) { return calls++ < last; };
+      options.check.progress = [&](const Step&) { return calls++ < last; };
       const SafeMergeReport report = SafeMerge(inputs, options);
       done = report.done;
       if (done) break;
@@ -105,7 +105,7 @@ TEST_F(SafeMergeTest, LeavesNothingWhereverItIsStopped) {
     }
     EXPECT_LT(6, calls);
     EXPECT_EQ(kOutputOnly, Left());
-    fs::remove(options.output);
+    fs::remove(options.check.output);
   }
 }
 
@@ -122,62 +122,62 @@ TEST_F(SafeMergeTest, WritesToAHiddenFileUntilTheEnd) {
 
 TEST_F(SafeMergeTest, RefusesAnOutputThatExists) {
   Put("out.mp4", Text("old"));
-  ExpectFailure(Message::kOutputExists, options.output);
-  EXPECT_EQ(Text("old"), ReadFile(options.output));
+  ExpectFailure(Message::kOutputExists, options.check.output);
+  EXPECT_EQ(Text("old"), ReadFile(options.check.output));
   options.force = true;
-  ExpectFailure(Message::kOutputExists, options.output);
+  ExpectFailure(Message::kOutputExists, options.check.output);
   EXPECT_EQ(kOutputOnly, Left());
 }
 
 TEST_F(SafeMergeTest, RefusesAnOutputThatAppearsMeanwhile) {
   At(Phase::kFlushing, [&] { Put("out.mp4", Text("new")); });
-  ExpectFailure(Message::kOutputExists, options.output);
-  EXPECT_EQ(Text("new"), ReadFile(options.output));
+  ExpectFailure(Message::kOutputExists, options.check.output);
+  EXPECT_EQ(Text("new"), ReadFile(options.check.output));
   EXPECT_EQ(kOutputOnly, Left());
 }
 
 TEST_F(SafeMergeTest, KeepsTheOldOutputUntilTheNewOneIsComplete) {
-  options.overwrite = true;
+  options.check.overwrite = true;
   Put("out.mp4", Text("old"));
-  At(Phase::kFlushing, [&] { EXPECT_EQ(Text("old"), ReadFile(options.output)); });
+  At(Phase::kFlushing, [&] { EXPECT_EQ(Text("old"), ReadFile(options.check.output)); });
   EXPECT_TRUE(SafeMerge(inputs, options).done);
-  EXPECT_NE(Text("old"), ReadFile(options.output));
+  EXPECT_NE(Text("old"), ReadFile(options.check.output));
   EXPECT_EQ(kOutputOnly, Left());
 }
 
 TEST_F(SafeMergeTest, KeepsTheOldOutputWhenItFails) {
-  options.overwrite = true;
+  options.check.overwrite = true;
   Put("out.mp4", Text("old"));
-  options.progress = [](const MergeStep& step) { return step.phase != Phase::kFlushing; };
-  ExpectFailure(Message::kMergeStopped, options.output);
-  EXPECT_EQ(Text("old"), ReadFile(options.output));
+  options.check.progress = [](const Step& step) { return step.phase != Phase::kFlushing; };
+  ExpectFailure(Message::kMergeStopped, options.check.output);
+  EXPECT_EQ(Text("old"), ReadFile(options.check.output));
   EXPECT_EQ(kOutputOnly, Left());
 }
 
 TEST_F(SafeMergeTest, NeverReplacesAnInputThatComesToHaveTheOutputsName) {
-  options.overwrite = true;
+  options.check.overwrite = true;
   const Bytes a = ReadFile(inputs[0]);
   for (const bool symbolic : {false, true}) {
     At(Phase::kFlushing, [&] {
       if (symbolic) {
-        fs::create_symlink(inputs[0], options.output);
+        fs::create_symlink(inputs[0], options.check.output);
       } else {
-        fs::create_hard_link(inputs[0], options.output);
+        fs::create_hard_link(inputs[0], options.check.output);
       }
     });
-    ExpectFailure(Message::kOutputIsInput, options.output);
+    ExpectFailure(Message::kOutputIsInput, options.check.output);
     EXPECT_EQ(a, ReadFile(inputs[0]));
-    EXPECT_EQ(a, ReadFile(options.output));
-    EXPECT_EQ(symbolic, fs::is_symlink(options.output));
-    fs::remove(options.output);
+    EXPECT_EQ(a, ReadFile(options.check.output));
+    EXPECT_EQ(symbolic, fs::is_symlink(options.check.output));
+    fs::remove(options.check.output);
   }
 }
 
 TEST_F(SafeMergeTest, ReplacesALinkThatLeadsNowhereByAFile) {
-  options.overwrite = true;
-  fs::create_symlink("nowhere", options.output);
+  options.check.overwrite = true;
+  fs::create_symlink("nowhere", options.check.output);
   EXPECT_TRUE(SafeMerge(inputs, options).done);
-  EXPECT_FALSE(fs::is_symlink(options.output));
+  EXPECT_FALSE(fs::is_symlink(options.check.output));
   EXPECT_EQ(kOutputOnly, Left());
 }
 
@@ -185,25 +185,25 @@ TEST_F(SafeMergeTest, ReplacesALinkThatLeadsNowhereByAFile) {
 TEST_F(SafeMergeTest, ReplacesAnOutputOnAnotherDisk) {
   if (!fs::is_directory("/dev/shm")) GTEST_SKIP() << "no other disk";
   const support::TempDir other("/dev/shm");
-  options.overwrite = true;
-  options.output = other / "out.mp4";
-  support::WriteFile(options.output, Text("old"));
+  options.check.overwrite = true;
+  options.check.output = other / "out.mp4";
+  support::WriteFile(options.check.output, Text("old"));
   EXPECT_TRUE(SafeMerge(inputs, options).done);
-  EXPECT_NE(Text("old"), ReadFile(options.output));
+  EXPECT_NE(Text("old"), ReadFile(options.check.output));
 }
 
 TEST_F(SafeMergeTest, NeverReplacesWhatIsNoFile) {
-  options.overwrite = true;
-  At(Phase::kFlushing, [&] { EXPECT_EQ(0, ::mkfifo(options.output.c_str(), 0600)); });
-  ExpectFailure(Message::kOutputUnwritable, options.output);
-  EXPECT_TRUE(fs::is_fifo(options.output));
-  fs::remove(options.output);
-  At(Phase::kFlushing, [&] { fs::create_directory(options.output); });
-  ExpectFailure(Message::kOutputUnwritable, options.output);
-  EXPECT_TRUE(fs::is_directory(options.output));
-  fs::remove(options.output);
-  options.progress = nullptr;
-  options.output = "/dev/null";
+  options.check.overwrite = true;
+  At(Phase::kFlushing, [&] { EXPECT_EQ(0, ::mkfifo(options.check.output.c_str(), 0600)); });
+  ExpectFailure(Message::kOutputUnwritable, options.check.output);
+  EXPECT_TRUE(fs::is_fifo(options.check.output));
+  fs::remove(options.check.output);
+  At(Phase::kFlushing, [&] { fs::create_directory(options.check.output); });
+  ExpectFailure(Message::kOutputUnwritable, options.check.output);
+  EXPECT_TRUE(fs::is_directory(options.check.output));
+  fs::remove(options.check.output);
+  options.check.progress = nullptr;
+  options.check.output = "/dev/null";
   EXPECT_FALSE(SafeMerge(inputs, options).done);
   EXPECT_TRUE(fs::is_character_file("/dev/null"));
 }
@@ -240,7 +240,7 @@ TEST_F(SafeMergeTest, FindsThatAnInputGrewWasReplacedOrWent) {
 
 TEST_F(SafeMergeTest, NamesAnInputThatGoesBeforeItIsCopied) {
   int checks = 0;
-  options.progress = [&](const MergeStep& step) {
+  options.check.progress = [&](const Step& step) {
     if (step.phase == Phase::kChecking && ++checks == 2) fs::remove(inputs[1]);
     return true;
   };
@@ -263,7 +263,7 @@ TEST_F(SafeMergeTest, EndsACopyThatStandsStill) {
 }
 
 TEST_F(SafeMergeTest, EndsACopyWhoseClipIsCutMeanwhile) {
-  options.progress = [&, cut = false](const MergeStep& step) mutable {
+  options.check.progress = [&, cut = false](const Step& step) mutable {
     if (step.phase == Phase::kCopying && step.clip == 1 && !std::exchange(cut, true))
       fs::resize_file(inputs[1], fs::file_size(inputs[1]) / 2);
     return true;
@@ -281,12 +281,12 @@ TEST_F(SafeMergeTest, SaysThatAMovieBoxCannotBeCompleted) {
   const Bytes clip = movie.Build();
   inputs.pop_back();
   int checks = 0;
-  options.progress = [&](const MergeStep& step) {
+  options.check.progress = [&](const Step& step) {
     if (step.phase == Phase::kChecking && ++checks == 2)
       Put("a.mp4", support::WithU32(clip, support::FindBox(clip, "co64") + 16, 1));
     return true;
   };
-  ExpectFailure(Message::kOutputUnfinished, options.output);
+  ExpectFailure(Message::kOutputUnfinished, options.check.output);
   EXPECT_EQ(kNothing, Left());
 }
 
@@ -313,22 +313,22 @@ TEST_F(SafeMergeTest, DoesNotMindALinkOrAModeThatAnInputGets) {
     EXPECT_TRUE(SafeMerge(inputs, options).done);
     fs::permissions(inputs[0], fs::perms::owner_all);
     fs::remove(folder / "link");
-    fs::remove(options.output);
+    fs::remove(options.check.output);
   }
   // One comparison more, which can be stopped, too.
   bool flushed = false;
-  options.progress = [&](const MergeStep& step) {
+  options.check.progress = [&](const Step& step) {
     if (step.phase == Phase::kFlushing && !flushed)
       fs::create_hard_link(inputs[1], folder / "link");
     flushed = flushed || step.phase == Phase::kFlushing;
     return !flushed || step.phase == Phase::kFlushing;
   };
-  ExpectFailure(Message::kMergeStopped, options.output);
+  ExpectFailure(Message::kMergeStopped, options.check.output);
 }
 
 TEST_F(SafeMergeTest, AsksForAShorterNameWhereOneIsTooLong) {
-  options.output = folder / std::string(256, 'a');
-  const SafeMergeReport report = ExpectFailure(Message::kOutputUnwritable, options.output);
+  options.check.output = folder / std::string(256, 'a');
+  const SafeMergeReport report = ExpectFailure(Message::kOutputUnwritable, options.check.output);
   EXPECT_EQ("can't be written: File name too long", report.findings.back().text);
   EXPECT_EQ("choose a shorter name", report.findings.back().remedy);
   EXPECT_EQ(kNothing, Left());
@@ -348,18 +348,18 @@ TEST_F(SafeMergeTest, FindsBytesThatTheDiskChanged) {
     EXPECT_EQ(1, ::pwrite(file, "\xEE", 1, 48));
     ::close(file);
   });
-  ExpectFailure(Message::kResultDamaged, options.output);
+  ExpectFailure(Message::kResultDamaged, options.check.output);
   EXPECT_EQ(kNothing, Left());
   options.force = true;
   At(Phase::kVerifying, [&] { EXPECT_EQ(0, ::truncate((folder / PartName()).c_str(), 100)); });
-  ExpectFailure(Message::kResultDamaged, options.output);
+  ExpectFailure(Message::kResultDamaged, options.check.output);
   EXPECT_EQ(kNothing, Left());
 }
 
 TEST_F(SafeMergeTest, FindsBytesThatTheDiskChangedAroundTheMedia) {
   ASSERT_TRUE(SafeMerge(inputs, options).done);
-  const Bytes merged = ReadFile(options.output);
-  fs::remove(options.output);
+  const Bytes merged = ReadFile(options.check.output);
+  fs::remove(options.check.output);
   options.force = true;
   for (const Verification verification : {Verification::kSeams, Verification::kFull}) {
     options.verification = verification;
@@ -370,7 +370,7 @@ TEST_F(SafeMergeTest, FindsBytesThatTheDiskChangedAroundTheMedia) {
                   ::pwrite(file, "\xEE", 1, static_cast<off_t>(support::FindBox(merged, box) + 9)));
         ::close(file);
       });
-      ExpectFailure(Message::kResultDamaged, options.output);
+      ExpectFailure(Message::kResultDamaged, options.check.output);
       EXPECT_EQ(kNothing, Left());
     }
   }
@@ -386,7 +386,7 @@ TEST_F(SafeMergeTest, NamesWhatWasLeftBehindAndRemovesItWhenAsked) {
   EXPECT_THAT(report.findings.back().text, HasSubstr("3 bytes"));
   EXPECT_TRUE(fs::exists(leftover));
 
-  options.overwrite = true;
+  options.check.overwrite = true;
   bool asked = false;
   options.removeLeftover = [&](const Leftover& found) {
     EXPECT_EQ(leftover, found.path);
@@ -401,23 +401,23 @@ TEST_F(SafeMergeTest, NamesWhatWasLeftBehindAndRemovesItWhenAsked) {
 }
 
 TEST_F(SafeMergeTest, SaysWhyAnOutputCannotBeWritten) {
-  options.output = folder / "missing/out.mp4";
+  options.check.output = folder / "missing/out.mp4";
   EXPECT_FALSE(SafeMerge(inputs, options).done);
-  options.output = "";
+  options.check.output = "";
   EXPECT_FALSE(SafeMerge(inputs, options).done);
   EXPECT_EQ(kNothing, Left());
 }
 
 TEST_F(SafeMergeTest, RefusesToMergeNothing) {
   inputs.clear();
-  ExpectFailure(Message::kNothingToMerge, options.output);
+  ExpectFailure(Message::kNothingToMerge, options.check.output);
   EXPECT_EQ(kNothing, Left());
 }
 
 TEST_F(SafeMergeTest, TakesFileNamesOfAnyBytes) {
-  options.output = folder / "\xFF\xC3\n.mp4";
+  options.check.output = folder / "\xFF\xC3\n.mp4";
   fs::rename(inputs[0], folder / "\xFE.mp4");
   inputs[0] = folder / "\xFE.mp4";
   EXPECT_TRUE(SafeMerge(inputs, options).done);
-  EXPECT_TRUE(fs::exists(options.output));
+  EXPECT_TRUE(fs::exists(options.check.output));
 }

@@ -81,7 +81,7 @@ class VerifyTest : public testing::Test {
 
   support::TempDir folder;
   std::vector<std::string> inputs;
-  std::function<bool(long long, long long)> progress;
+  clipchain::Progress progress;
 };
 
 constexpr char kTable[] = "moov/trak[0]/mdia/minf/stbl/";
@@ -331,9 +331,9 @@ TEST_F(VerifyTest, NamesAClipThatCanNotBeReadAgain) {
 TEST_F(VerifyTest, TellsHowFarItIsAndStopsWhenTold) {
   const Bytes merged = MergeTwo();
   std::vector<long long> seen;
-  progress = [&](long long current, long long total) {
-    EXPECT_LE(current, total);
-    seen.push_back(current);
+  progress = [&](const clipchain::Step& step) {
+    EXPECT_LE(step.current, step.total);
+    seen.push_back(step.current);
     return true;
   };
   EXPECT_THAT(Look(merged, true), IsEmpty());
@@ -345,7 +345,7 @@ TEST_F(VerifyTest, TellsHowFarItIsAndStopsWhenTold) {
   ASSERT_EQ(2u, seen.size()) << "once a clip";
   EXPECT_LT(seen[0], seen[1]);
   EXPECT_LT(seen[1], media);
-  progress = [](long long, long long) { return false; };
+  progress = [](const clipchain::Step&) { return false; };
   EXPECT_THAT(Look(Bytes(merged.begin(), merged.end() - 1)), testing::Not(IsEmpty()));
   EXPECT_THAT(Look(Flipped(merged, FindBox(merged, "mdat") + 8)), IsEmpty());
   EXPECT_THAT(Look(Flipped(merged, FindBox(merged, "moov") - 1), true), IsEmpty());

@@ -1,0 +1,21 @@
+// A join, with the work on each job to be chosen.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "workflow/join.h"
+
+namespace clipchain {
+
+struct JobWork {
+  std::function<SafeMergeReport(const std::vector<std::string>&, const SafeMergeOptions&)> merge =
+      SafeMerge;
+  std::function<Findings(const Job&, const Progress&)> verify = VerifyOutput;
+};
+
+// Runs the jobs as Join() does.
+JoinReport RunJobs(const JoinPlan& plan, const JoinOptions& options, const JobWork& work);
+
+}  // namespace clipchain
