@@ -20,11 +20,11 @@ namespace {
 // Boxes of known classes that a merge needs; any other known box is left out, whatever its class
 // makes of it. What no class knows is kept as it is, wherever it stands.
 constexpr unsigned int kRead[] = {
-    FourCc("mvhd"), FourCc("trak"), FourCc("tkhd"), FourCc("edts"), FourCc("elst"),
-    FourCc("mdia"), FourCc("mdhd"), FourCc("minf"), FourCc("vmhd"), FourCc("smhd"),
-    FourCc("hmhd"), FourCc("nmhd"), FourCc("dinf"), FourCc("dref"), FourCc("stbl"),
-    FourCc("stsd"), FourCc("stts"), FourCc("ctts"), FourCc("stsz"), FourCc("stz2"),
-    FourCc("stsc"), FourCc("stco"), FourCc("co64"), FourCc("stss"), FourCc("sdtp")};
+    FourCc("mvhd"), FourCc("trak"), FourCc("tkhd"), FourCc("edts"), FourCc("elst"), FourCc("mdia"),
+    FourCc("mdhd"), FourCc("hdlr"), FourCc("minf"), FourCc("vmhd"), FourCc("smhd"), FourCc("hmhd"),
+    FourCc("nmhd"), FourCc("dinf"), FourCc("dref"), FourCc("stbl"), FourCc("stsd"), FourCc("stts"),
+    FourCc("ctts"), FourCc("stsz"), FourCc("stz2"), FourCc("stsc"), FourCc("stco"), FourCc("co64"),
+    FourCc("stss"), FourCc("sdtp")};
 
 // What the engine appends, in either form of the table.
 constexpr unsigned int kJoined[] = {FourCc("stts"), FourCc("ctts"), FourCc("stsz"),

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "adapt/durations.h"
+#include "adapt/clip_times.h"
 #include "adapt/engine_movie.h"
 #include "adapt/fields.h"
 #include "adapt/kept_boxes.h"
@@ -23,6 +23,7 @@ std::vector<std::unique_ptr<Adaptation>> Row(const FitOptions& options) {
   row.push_back(MakeKeptBoxes());
   row.push_back(MakeTrackOrder(options));
   row.push_back(MakeSampleDescriptions());
+  row.push_back(MakeClipTimes(options));
   return row;
 }
 
@@ -94,7 +95,6 @@ std::optional<Bytes> Fit::Complete(std::span<const unsigned char> engineMovie) c
   auto movie = engines ? MergedMovie(clips_.front().movie, *engines) : std::nullopt;
   if (!movie) return std::nullopt;
   for (const auto& adaptation : row_) adaptation->Complete(*movie);
-  RewriteDurations(*movie);
   return Written(*movie);
 }
 

@@ -1,0 +1,273 @@
+#include "adapt/clip_times.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "adapt/edit_lists.h"
+#include "adapt/seams.h"
+#include "adapt/time_scales.h"
+#include "adapt/timeline.h"
+#include "adapt/track_headers.h"
+#include "foundation/fourcc.h"
+
+namespace clipchain {
+
+namespace {
+
+constexpr const char* kOtherKind = "leave it out, or merge it with clips of its own kind";
+constexpr const char* kRepair = "copy the clip again, or repair it with a tool for it";
+constexpr const char* kCutAnew = "cut it with a program that encodes what it cuts, or leave it out";
+
+std::string MillisecondWords(Moment moment) {
+  std::array<char, 40> text{};
+  std::snprintf(text.data(), text.size(), "%.1f ms", Milliseconds(moment));
+  return text.data();
+}
+
+std::optional<TimeHeader> HeaderOf(const RawBox* box) {
+  return box != nullptr ? ReadTimeHeader(*box) : std::nullopt;
+}
+
+std::uint32_t MovieScaleOf(const RawBox& movie) {
+  const auto header = HeaderOf(movie.Child(FourCc("mvhd")));
+  return header ? header->scale : 0;
+}
+
+std::uint32_t MediaScaleOf(const RawBox& track) {
+  const auto header = HeaderOf(track.At({FourCc("mdia"), FourCc("mdhd")}));
+  return header ? header->scale : 0;
+}
+
+Edits EditsOf(const RawBox& track) {
+  const RawBox* box = track.At({FourCc("edts"), FourCc("elst")});
+  return box != nullptr ? ReadEdits(*box).value_or(Edits()) : Edits();
+}
+
+class ClipTimesAdaptation final : public Adaptation {
+ public:
+  explicit ClipTimesAdaptation(const FitOptions& options) : options_(options) {}
+
+  void Adapt(FitClips& clips, FitReport& report) override {
+    if (clips.size() < 2 || !TakeTimes(clips, report)) return;
+    for (std::size_t i = 0; i < clips.size(); ++i) RefuseCuts(i, report);
+    for (std::size_t i = 1; i < clips.size(); ++i) ConvertScales(i, clips, report);
+    if (!scalesMeet_) return;
+    holds_ = HoldsOf(clips, report);
+    FitEdits(clips, report);
+    KeepEnds(clips, report);
+  }
+
+  void Complete(RawBox& movie) const override {
+    if (times_.empty()) return;
+    std::uint64_t longest = 0;
+    std::size_t index = 0;
+    for (RawBox* track : TracksOf(movie))
+      longest = std::max(longest, CompleteTrack(*track, index++));
+    RawBox* box = movie.Child(FourCc("mvhd"));
+    auto header = HeaderOf(box);
+    if (!header) return;
+    header->duration = longest;
+    static_cast<void>(WriteTimeHeader(*box, *header));
+  }
+
+ private:
+  bool TakeTimes(const FitClips& clips, FitReport& report) {
+    for (std::size_t i = 0; i < clips.size(); ++i) {
+      ClipTimes times;
+      for (const RawBox* track : TracksOf(clips[i].movie)) {
+        const auto source = SourceOf(*track, MovieScaleOf(clips[i].movie));
+        auto known = source ? TimesOf(*source) : std::nullopt;
+        if (!known) {
+          report.Refuse(FitProblemKind::kTablesDisagree, i, RawTrackId(*track),
+                        "has times in its " + RawTrackWords(*track) + " that can't be read",
+                        kRepair);
+          times_.clear();
+          return false;
+        }
+        times.push_back(*known);
+      }
+      times_.push_back(std::move(times));
+    }
+    return true;
+  }
+
+  void RefuseCuts(std::size_t clip, FitReport& report) const {
+    for (const TrackTimes& track : times_[clip]) {
+      if (IsCut(track))
+        report.Refuse(FitProblemKind::kEditsCut, clip, track.id, CutWords(track), kCutAnew).box =
+            "moov/trak/edts/elst";
+    }
+  }
+
+  void ConvertScales(std::size_t clip, FitClips& clips, FitReport& report) {
+    RawBox& movie = clips[clip].movie;
+    const RawBox& first = clips.front().movie;
+    const std::uint32_t from = MovieScaleOf(movie);
+    const std::uint32_t to = MovieScaleOf(first);
+    if (from != to && ConvertMovieScale(movie, to))
+      report.Note(AdaptationKind::kTimeScales, clip, 0,
+                  "counts " + std::to_string(from) + " units a second in its movie header, and " +
+                      "the first clip " + std::to_string(to));
+    const std::vector<RawBox*> tracks = TracksOf(movie);
+    const std::vector<const RawBox*> firstTracks = TracksOf(first);
+    for (std::size_t i = 0; i < tracks.size(); ++i)
+      ConvertTrack(clip, *tracks[i], MediaScaleOf(*firstTracks[i]), report);
+  }
+
+  void ConvertTrack(std::size_t clip, RawBox& track, std::uint32_t to, FitReport& report) {
+    const std::uint32_t from = MediaScaleOf(track);
+    if (from == to) return;
+    const unsigned int id = RawTrackId(track);
+    const std::string text = "counts " + std::to_string(from) + " units a second in its " +
+                             RawTrackWords(track) + ", and the first clip " + std::to_string(to);
+    if (ConvertMediaScale(track, to)) {
+      report.Note(AdaptationKind::kTimeScales, clip, id, text);
+      return;
+    }
+    scalesMeet_ = false;
+    report.Refuse(FitProblemKind::kMediaTimeScale, clip, id,
+                  text + ", in which its durations are no whole numbers", kOtherKind);
+  }
+
+  SampleHolds HoldsOf(FitClips& clips, FitReport& report) const {
+    SampleHolds none;
+    for (const ClipTimes& clip : times_) none.emplace_back(clip.size(), 0);
+    if (options_.seamsAsTheyAre) return none;
+    SampleHolds holds = PlanSeams(times_);
+    for (std::size_t i = 0; i < clips.size(); ++i) {
+      const std::vector<RawBox*> tracks = TracksOf(clips[i].movie);
+      for (std::size_t track = 0; track < tracks.size(); ++track) {
+        const std::uint32_t ticks = holds[i][track];
+        if (ticks == 0 || !HoldLastSample(*tracks[track], ticks)) continue;
+        const Moment longer = MomentOf(ticks, times_.front()[track].scale);
+        report.Note(AdaptationKind::kSeams, i, times_[i][track].id,
+                    "shows the last sample of its " + TrackWords(times_[i][track]) + ' ' +
+                        MillisecondWords(longer) + " longer");
+      }
+    }
+    return holds;
+  }
+
+  // The engine appends tracks that both have a list or both have none, and the delays of lists that
+  // have one. What the result shows is written behind it.
+  void FitEdits(FitClips& clips, FitReport& report) const {
+    const std::vector<RawBox*> first = TracksOf(clips.front().movie);
+    for (std::size_t track = 0; track < first.size(); ++track) {
+      const bool isUsed = !EditsOf(*first[track]).empty();
+      for (std::size_t i = 0; i < clips.size(); ++i) {
+        RawBox& box = *TracksOf(clips[i].movie)[track];
+        const std::size_t edits = EditsOf(box).size();
+        const bool hasList = box.At({FourCc("edts"), FourCc("elst")}) != nullptr;
+        if (hasList == isUsed && edits == (isUsed ? 1 : 0)) continue;
+        report.Note(AdaptationKind::kEditLists, i, times_[i][track].id,
+                    EditWords(times_[i][track], edits, isUsed));
+        if (i == 0 && isUsed) continue;
+        box.Remove(FourCc("edts"));
+        if (isUsed) box.children.push_back(*first[track]->Child(FourCc("edts")));
+      }
+    }
+  }
+
+  static std::string EditWords(const TrackTimes& track, std::size_t edits, bool isUsed) {
+    const std::string words = TrackWords(track);
+    if (track.shown.IsPlain() && track.shown.delay != 0)
+      return "delays its " + words + " by " +
+             MillisecondWords(MomentOf(track.shown.delay, track.movieScale));
+    if (edits > 1) return "has an edit list of several parts in its " + words;
+    return "has " + std::string(edits == 0 ? "no" : "an") + " edit list in its " + words +
+           (isUsed ? ", and the first clip has one" : ", and the first clip has none");
+  }
+
+  // The engine ends every track where the first one of pictures ends.
+  void KeepEnds(const FitClips& clips, FitReport& report) const {
+    const auto limit = EndOfPictures(clips);
+    if (!limit) return;
+    const std::vector<const RawBox*> tracks = TracksOf(clips.front().movie);
+    const auto ends = EndsOf(times_, holds_);
+    for (std::size_t i = 0; i < tracks.size(); ++i) {
+      const TrackTimes& first = times_.front()[i];
+      if (IsOfPictures(*tracks[i]) || EditsOf(*tracks[i]).size() != 1 || !ends[i]) continue;
+      const Moment end = *ends[i] - first.Zero();
+      const Moment cut = end - MomentOf(first.shown.start, first.scale) - *limit;
+      if (cut <= MomentOf(1, first.movieScale)) continue;
+      const std::size_t last = clips.size() - 1;
+      report.Note(AdaptationKind::kEditLists, last, times_[last][i].id,
+                  "goes on " + MillisecondWords(cut) + " behind its pictures in its " +
+                      TrackWords(times_[last][i]));
+    }
+  }
+
+  static bool IsOfPictures(const RawBox& track) {
+    return track.At({FourCc("mdia"), FourCc("minf"), FourCc("vmhd")}) != nullptr;
+  }
+
+  // By the media headers, as the engine counts.
+  std::optional<Moment> EndOfPictures(const FitClips& clips) const {
+    const std::vector<const RawBox*> first = TracksOf(clips.front().movie);
+    const auto found = std::find_if(first.begin(), first.end(),
+                                    [](const RawBox* track) { return IsOfPictures(*track); });
+    if (found == first.end()) return std::nullopt;
+    Moment ticks = 0;
+    for (const FitClip& clip : clips) {
+      const RawBox& track = *TracksOf(clip.movie)[static_cast<std::size_t>(found - first.begin())];
+      const auto header = HeaderOf(track.At({FourCc("mdia"), FourCc("mdhd")}));
+      if (header) ticks += header->duration;
+    }
+    if (ticks == 0) return std::nullopt;
+    return MomentOf(ticks, MediaScaleOf(**found));
+  }
+
+  // What the last clip with samples of the track leaves out at its end, in the first clip's ticks.
+  std::int64_t LeftOut(std::size_t index) const {
+    for (auto clip = times_.rbegin(); clip != times_.rend(); ++clip) {
+      const TrackTimes& track = (*clip)[index];
+      if (track.samples == 0) continue;
+      const Moment left = MomentOf(track.endShown - track.ShownTo(), track.scale);
+      return static_cast<std::int64_t>(TicksOf(left, times_.front()[index].scale));
+    }
+    return 0;
+  }
+
+  // Answers how long the track is in the movie's ticks.
+  std::uint64_t CompleteTrack(RawBox& track, std::size_t index) const {
+    const TrackTimes& first = times_.front()[index];
+    auto source = SourceOf(track, first.movieScale);
+    if (source) source->edits.clear();
+    const auto merged = source ? TimesOf(*source) : std::nullopt;
+    RawBox* mediaBox = track.At({FourCc("mdia"), FourCc("mdhd")});
+    RawBox* trackBox = track.Child(FourCc("tkhd"));
+    auto media = HeaderOf(mediaBox);
+    auto header = trackBox != nullptr ? ReadTrackHeader(*trackBox) : std::nullopt;
+    if (!merged || !media || !header) return 0;
+    media->duration = static_cast<std::uint64_t>(merged->ticks);
+    const std::int64_t end = merged->endShown - LeftOut(index);
+    const Edits edits = MergedEdits(first, end);
+    RawBox* list = track.At({FourCc("edts"), FourCc("elst")});
+    if (list != nullptr && !edits.empty()) *list = EditsBox(edits);
+    header->duration = 0;
+    for (const Edit& edit : edits) header->duration += edit.duration;
+    if (edits.empty())
+      header->duration = static_cast<std::uint64_t>(
+          std::max<Moment>(0, TicksToHold(MomentOf(end, first.scale), first.movieScale)));
+    static_cast<void>(WriteTimeHeader(*mediaBox, *media));
+    static_cast<void>(WriteTrackHeader(*trackBox, *header));
+    return header->duration;
+  }
+
+  const FitOptions options_;
+  std::vector<ClipTimes> times_;  // as the clips say; empty where there is nothing to fit
+  SampleHolds holds_;
+  bool scalesMeet_ = true;
+};
+
+}  // namespace
+
+std::unique_ptr<Adaptation> MakeClipTimes(const FitOptions& options) {
+  return std::make_unique<ClipTimesAdaptation>(options);
+}
+
+}  // namespace clipchain

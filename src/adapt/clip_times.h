@@ -1,0 +1,16 @@
+// Brings the clocks of the clips together: units, edit lists, seams.
+#pragma once
+
+#include <memory>
+
+#include "adapt/adaptation.h"
+#include "adapt/fit_options.h"
+
+namespace clipchain {
+
+// Counts the times of later clips in the first one's units, holds samples at the seams, and gives
+// the result the first clip's edit lists, to the end of all media, and durations that agree with
+// it. Stands behind all that changes tracks, their order and their times.
+std::unique_ptr<Adaptation> MakeClipTimes(const FitOptions& options);
+
+}  // namespace clipchain
