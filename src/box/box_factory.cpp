@@ -104,8 +104,9 @@ constexpr bool IsSorted(std::span<const Row> table) {
            return a.type >= b.type;
          }) == table.end();
 }
-static_assert(IsSorted(kAvcTable) && IsSorted(kMp4Table) && IsSorted(kIsomTable) &&
-              IsSorted(kEtcTable));
+static_assert(
+    IsSorted(kAvcTable) && IsSorted(kMp4Table) && IsSorted(kIsomTable) && IsSorted(kEtcTable),
+    "each table is sorted by type, and has each type once: move the new row to its place");
 
 HRESULT Finish(std::unique_ptr<CBox> box, unsigned int type, CBox** result) {
   RETURN_IF_NOT_OK(box->Init());

@@ -7,6 +7,7 @@
 #include "merge/vireo_merge.h"
 #include "reader/movie_reader.h"
 #include "reader/sample_table_reader.h"
+#include "reader/time_scale.h"
 #include "reader/track_reader.h"
 #include "reader/typed_views.h"
 
@@ -14,19 +15,8 @@ namespace MP4G {
 
 namespace {
 
-// Durations and positions of a damaged file may leave 64 bits; they wrap then.
-long long Sum(long long a, long long b) {
-  return static_cast<long long>(static_cast<unsigned long long>(a) +
-                                static_cast<unsigned long long>(b));
-}
-
 CSampleTableReader TableOf(CTrackBox* track) {
   return CSampleTableReader(CTrackBox_wr(track).SampleTableBox());
-}
-
-long long Difference(long long a, long long b) {
-  return static_cast<long long>(static_cast<unsigned long long>(a) -
-                                static_cast<unsigned long long>(b));
 }
 
 }  // namespace
@@ -38,15 +28,15 @@ void CMp4Merge::ResetAtFirst() { nextMediaPos = 0; }
 HRESULT CMp4Merge::ProcessFirstFile(CMp4File* file, long long mediaPos) {
   ResetAtFirst();
   RETURN_IF(file == nullptr, E_POINTER);
-  const long long delta = Difference(mediaPos, file->mdatPos);
-  nextMediaPos = Sum(mediaPos, file->mdatSize);
+  const long long delta = WrappingDifference(mediaPos, file->mdatPos);
+  nextMediaPos = WrappingSum(mediaPos, file->mdatSize);
   return RewriteOffset(file, delta);
 }
 
 HRESULT CMp4Merge::Merge(CMp4File* first, CMp4File* next) {
   RETURN_IF(first == nullptr || next == nullptr, E_POINTER);
-  const long long delta = Difference(nextMediaPos, next->mdatPos);
-  nextMediaPos = Sum(nextMediaPos, next->mdatSize);
+  const long long delta = WrappingDifference(nextMediaPos, next->mdatPos);
+  nextMediaPos = WrappingSum(nextMediaPos, next->mdatSize);
   RETURN_IF_NOT_OK(RewriteOffset(next, delta));
   return MergeMovie(first->GetMovieBox(), next->GetMovieBox());
 }

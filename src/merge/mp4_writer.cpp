@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "box/box_factory.h"
-#include "foundation/buffers.h"
 #include "merge/live_merge.h"
+#include "reader/box_reader.h"
 #include "reader/movie_reader.h"
 
 namespace MP4G {
@@ -12,7 +12,6 @@ namespace MP4G {
 namespace {
 
 constexpr unsigned int kBlockSize = 0x1000000;
-constexpr long long kLargestBoxSize = 0xFFFFFFFF;
 // With more media than this the 16-byte header takes the whole placeholder.
 constexpr long long kMostMediaWithFreeBox = 0xFFFFFFF6;
 
@@ -69,16 +68,11 @@ HRESULT CMp4Writer::Finalize(CMp4File* firstFile) {
 
 HRESULT CMp4Writer::OutputBox(CBox* box) {
   RETURN_IF(box == nullptr, E_POINTER);
-  RETURN_IF_NOT_OK(box->FixParam());
-  long long size = 0;
-  RETURN_IF_NOT_OK(box->GetDataSize(&size));
-  RETURN_IF(size == 0 || size > kLargestBoxSize, E_BAD_DATA);
-  QUIRVA::CSimpleBuffer buffer;
-  RETURN_IF_NOT_OK(buffer.SetSize(static_cast<unsigned long long>(size)));
-  unsigned char* out = buffer.GetData();
-  unsigned int rest = buffer.GetSize();
-  RETURN_IF_NOT_OK(box->GetData(out, rest));
-  return WriteData(buffer.GetData(), buffer.GetSize());
+  CBoxReader reader(box);
+  const unsigned char* data = nullptr;
+  unsigned int size = 0;
+  RETURN_IF_NOT_OK(reader.GetData(&data, &size));
+  return WriteData(data, size);
 }
 
 HRESULT CMp4Writer::OutputMovieBox(CMovieBox* movie) { return OutputBox(movie); }

@@ -5,6 +5,7 @@
 
 #include "box/box_factory.h"
 #include "reader/box_reader.h"
+#include "reader/time_scale.h"
 
 namespace MP4G {
 
@@ -18,9 +19,7 @@ auto FindFirst(const std::list<CMp4Tree::Record>& boxes, unsigned int type) {
 }
 
 long long Plus(long long sum, const CBox* box) {
-  if (box == nullptr) return sum;
-  return static_cast<long long>(static_cast<unsigned long long>(sum) +
-                                static_cast<unsigned long long>(box->GetBoxSize()));
+  return box != nullptr ? WrappingSum(sum, box->GetBoxSize()) : sum;
 }
 
 }  // namespace

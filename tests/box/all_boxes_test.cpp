@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <set>
 #include <string>
@@ -32,20 +33,26 @@ unsigned int Code(const std::string& type) { return support::ReadU32(Text(type),
 struct Parsed {
   HRESULT result = E_FAIL;
   std::unique_ptr<MP4G::CBox> root;
-  MP4G::CBox* box = nullptr;  // null if it was not reached
+  MP4G::CBox* box = nullptr;  // the last one of the place; null if none was reached
 };
+
+// The type of the box in which such a box stands, and the bytes of that place.
+struct Place {
+  std::string type;
+  Bytes bytes;
+};
+
+Place PlaceOf(const std::string& type, const Bytes& bytes) {
+  if (type == "stsd")
+    return {"mdia",
+            Box("mdia", {FullBox("hdlr", 0, 0, {Zeros(4), Text("vide"), Zeros(12)}), bytes})};
+  if (type == "sdtp") return {"stbl", Box("stbl", {bytes})};
+  return {type, bytes};
+}
 
 Parsed Parse(const std::string& type, const Bytes& bytes) {
   Parsed parsed;
-  std::string rootType = type;
-  Bytes block = bytes;
-  if (type == "stsd") {
-    rootType = "mdia";
-    block = Box("mdia", {FullBox("hdlr", 0, 0, {Zeros(4), Text("vide"), Zeros(12)}), bytes});
-  } else if (type == "sdtp") {
-    rootType = "stbl";
-    block = Box("stbl", {bytes});
-  }
+  const auto [rootType, block] = PlaceOf(type, bytes);
   parsed.root = MakeBox(rootType);
   // A block of exactly this length, so that a sanitizer sees a read behind it.
   const Bytes exact(block.data(), block.data() + block.size());
@@ -143,6 +150,29 @@ TEST_P(EveryBox, ReadsNothingBehindACutBuffer) {
   }
 }
 
+// A box that takes what is left of its parent would swallow its siblings.
+TEST_P(EveryBox, LeavesWhatStandsBehindIt) {
+  const Bytes behind = Box("skip", {Text("another box")});
+  const Bytes siblings = Box("dinf", {golden().bytes, behind});
+  const Bytes block = PlaceOf(golden().type, support::Join({golden().bytes, behind})).bytes;
+  const bool belowParent = PlaceOf(golden().type, golden().bytes).type != golden().type;
+  const std::unique_ptr<MP4G::CBox> root =
+      MakeBox(belowParent ? PlaceOf(golden().type, {}).type : "dinf");
+  const Bytes& bytes = belowParent ? block : siblings;
+  const unsigned char* in = bytes.data();
+  unsigned int rest = static_cast<unsigned int>(bytes.size());
+  ASSERT_OK(root->SetData(in, rest));
+  ASSERT_LE(2u, root->children.size());
+  Bytes written;
+  EXPECT_OK(WriteBox(*root->children.back(), behind.size(), &written));
+  EXPECT_EQ(behind, written);
+  // A name keeps what stands behind it too, and is written with it; the sibling is read all the
+  // same.
+  if (golden().type == "urn ") return;
+  EXPECT_OK(WriteBox(**std::prev(root->children.end(), 2), golden().bytes.size(), &written));
+  EXPECT_EQ(golden().written, written);
+}
+
 TEST_P(EveryBox, StaysWithinMemoryWhateverAByteSays) {
   for (std::size_t offset = 0; offset < golden().bytes.size(); ++offset) {
     for (const int value : {0x00, 0x01, 0x7F, 0x80, 0xFF}) {
@@ -210,7 +240,7 @@ INSTANTIATE_TEST_SUITE_P(Golden, EveryBox, testing::ValuesIn(support::LoadGolden
 TEST(GoldenBoxes, ThereIsOneForEachTypeOfTheFactory) {
   std::set<std::string> missing;
   for (const unsigned int type : MP4G::CBoxFactory::KnownTypes()) missing.insert(FourCcText(type));
-  EXPECT_EQ(60u, missing.size());
+  ASSERT_FALSE(missing.empty());
   for (const Golden& golden : support::LoadGoldens("good")) missing.erase(golden.type);
   EXPECT_EQ(std::set<std::string>{}, missing);
 }
