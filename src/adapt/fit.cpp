@@ -6,6 +6,7 @@
 #include "adapt/clip_times.h"
 #include "adapt/engine_movie.h"
 #include "adapt/fields.h"
+#include "adapt/fragments.h"
 #include "adapt/kept_boxes.h"
 #include "adapt/sample_descriptions.h"
 #include "adapt/top_level.h"
@@ -20,6 +21,7 @@ namespace {
 std::vector<std::unique_ptr<Adaptation>> Row(const FitOptions& options) {
   std::vector<std::unique_ptr<Adaptation>> row;
   row.push_back(MakeTopLevel());
+  row.push_back(MakeFragments());
   row.push_back(MakeKeptBoxes());
   row.push_back(MakeTrackOrder(options));
   row.push_back(MakeSampleDescriptions());

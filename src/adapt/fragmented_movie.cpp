@@ -1,0 +1,284 @@
+#include "adapt/fragmented_movie.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "adapt/fragment_clock.h"
+#include "adapt/track_headers.h"
+#include "foundation/fourcc.h"
+
+namespace clipchain {
+
+namespace {
+
+constexpr const char* kCopyAgain = "copy the clip again from the card";
+constexpr const char* kRewrap = "rewrap the clip without fragments";
+
+std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
+
+// The one child of that type; null where there is none or more than one.
+const RawBox* OnlyChild(const RawBox& parent, unsigned int type) {
+  const RawBox* only = nullptr;
+  for (const RawBox& child : parent.children) {
+    if (child.type != type) continue;
+    if (only != nullptr) return nullptr;
+    only = &child;
+  }
+  return only;
+}
+
+// What the runs of a track fragment have where they do not say.
+SampleDefaults Merged(const SampleDefaults& track, const FragmentHeader& header) {
+  return {header.description.value_or(track.description), header.duration.value_or(track.duration),
+          header.size.value_or(track.size), header.flags.value_or(track.flags)};
+}
+
+// Protects samples (ISO/IEC 23001-7), or says where that protection lies.
+bool IsProtection(unsigned int type) {
+  return type == FourCc("senc") || type == FourCc("saiz") || type == FourCc("saio");
+}
+
+}  // namespace
+
+FragmentedMovie::FragmentedMovie(RawBox movie, std::vector<MediaRange> media)
+    : movie_(std::move(movie)), media_(std::move(media)) {
+  std::sort(media_.begin(), media_.end(),
+            [](const MediaRange& a, const MediaRange& b) { return a.position < b.position; });
+  for (const MediaRange& range : media_) mediaSize_ += range.size;
+}
+
+bool FragmentedMovie::Refuse(FitProblemKind kind, std::uint32_t track, std::string text) {
+  problem_.kind = kind;
+  problem_.track = track;
+  problem_.text = std::move(text);
+  problem_.remedy = kRewrap;
+  return false;
+}
+
+bool FragmentedMovie::Damaged(std::uint32_t track, std::string text) {
+  Refuse(FitProblemKind::kBoxDamaged, track, std::move(text));
+  problem_.remedy = kCopyAgain;
+  return false;
+}
+
+FragmentedTrack* FragmentedMovie::TrackOf(std::uint32_t id) {
+  const auto found = std::find_if(tracks_.begin(), tracks_.end(),
+                                  [=](const FragmentedTrack& track) { return track.id == id; });
+  return found != tracks_.end() ? &*found : nullptr;
+}
+
+bool FragmentedMovie::HasUntoldFlags() const {
+  return std::any_of(tracks_.begin(), tracks_.end(),
+                     [](const FragmentedTrack& track) { return track.tables.HasUntoldFlags(); });
+}
+
+bool FragmentedMovie::Begin() {
+  problem_.box = "moov";
+  for (const RawBox& child : movie_.children) {
+    if (child.type == FourCc("trak") && !BeginTrack(child)) return false;
+  }
+  const RawBox* extends = movie_.Child(FourCc("mvex"));
+  if (extends == nullptr) return true;
+  for (const RawBox& child : extends->children) {
+    if (child.type != FourCc("trex")) continue;
+    std::uint32_t id = 0;
+    const auto defaults = ReadTrackDefaults(child, id);
+    if (!defaults) return Damaged(0, "has a box \"trex\" that can't be read");
+    FragmentedTrack* track = TrackOf(id);
+    if (track == nullptr) continue;
+    if (track->defaults) return Damaged(id, "has two boxes \"trex\" for one track");
+    track->defaults = defaults;
+  }
+  return true;
+}
+
+bool FragmentedMovie::BeginTrack(const RawBox& track) {
+  const RawBox* headerBox = track.Child(FourCc("tkhd"));
+  const auto header = headerBox != nullptr ? ReadTrackHeader(*headerBox) : std::nullopt;
+  const RawBox* table = SampleTable(track);
+  const RawBox* descriptions = table != nullptr ? table->Child(FourCc("stsd")) : nullptr;
+  const RawBox* mediaBox = track.At({FourCc("mdia"), FourCc("mdhd")});
+  const auto media = mediaBox != nullptr ? ReadTimeHeader(*mediaBox) : std::nullopt;
+  if (!header || descriptions == nullptr || !media || media->scale == 0) {
+    return Damaged(0, "has a track without a header, a time scale or sample descriptions");
+  }
+  const std::uint32_t id = header->id;
+  if (TrackOf(id) != nullptr) return Damaged(id, "has two tracks of one identifier");
+  FragmentedTrack& begun = tracks_.emplace_back();
+  begun.id = id;
+  begun.descriptions = SampleEntryCount(*descriptions);
+  std::string why;
+  if (!begun.tables.TakeTables(*table, why)) return Damaged(begun.id, "has a track whose " + why);
+  return true;
+}
+
+bool FragmentedMovie::Add(const RawBox& moof, std::uint64_t position) {
+  problem_.box = "moof";
+  problem_.offset = static_cast<long long>(position);
+  DataPlace place{position, position, true};
+  for (const RawBox& child : moof.children) {
+    if (child.type == FourCc("traf")) {
+      if (!AddTrackFragment(child, place)) return false;
+      place.isFirstTrack = false;
+    } else if (child.type != FourCc("mfhd") && child.type != FourCc("free")) {
+      leftOut_.insert(child.type);
+    }
+  }
+  if (!moof.data.empty()) return Damaged(0, "has a fragment that holds bytes that are no box");
+  return true;
+}
+
+bool FragmentedMovie::AddTrackFragment(const RawBox& fragment, DataPlace& place) {
+  const RawBox* headerBox = OnlyChild(fragment, FourCc("tfhd"));
+  const auto header = headerBox != nullptr ? ReadFragmentHeader(*headerBox) : std::nullopt;
+  if (!header || !fragment.data.empty()) {
+    return Damaged(0, "has a fragment of a track without a header that can be read");
+  }
+  FragmentedTrack* track = TrackOf(header->trackId);
+  if (track == nullptr || !track->defaults) {
+    return Damaged(header->trackId, "has a fragment of track " + std::to_string(header->trackId) +
+                                        ", which its movie box does not announce");
+  }
+  const SampleDefaults defaults = Merged(*track->defaults, *header);
+  std::uint64_t base = place.next;
+  if (header->base) {
+    base = *header->base;
+  } else if (header->baseIsFragment || place.isFirstTrack) {
+    base = place.fragment;
+  }
+  const std::uint32_t before = track->tables.Count();
+  if (!SetTime(fragment, *header, defaults, *track)) return false;
+  if (!AddRuns(fragment, defaults, base, place, *track)) return false;
+  return TakeDependencies(fragment, before, *track);
+}
+
+// Without "tfdt" the samples follow those before.
+bool FragmentedMovie::SetTime(const RawBox& fragment, const FragmentHeader& header,
+                              const SampleDefaults& defaults, FragmentedTrack& track) {
+  std::uint64_t time = 0;
+  if (__builtin_add_overflow(track.origin + track.tables.End(), track.emptyTime, &time)) {
+    return Damaged(track.id, "has fragments that begin later than any clock counts");
+  }
+  if (fragment.Child(FourCc("tfdt")) != nullptr) {
+    const RawBox* timeBox = OnlyChild(fragment, FourCc("tfdt"));
+    const auto told = timeBox != nullptr ? ReadFragmentTime(*timeBox) : std::nullopt;
+    if (!told || *told > 1ULL << 62) {
+      return Damaged(track.id, "has a fragment whose time can't be read");
+    }
+    time = *told;
+  }
+  const bool hasSamples = fragment.Child(FourCc("trun")) != nullptr;
+  if (!hasSamples) {
+    if (header.durationIsEmpty) track.emptyTime += defaults.duration;
+    return true;
+  }
+  track.emptyTime = 0;
+  if (track.tables.Count() == 0) {
+    track.origin = time;
+    return true;
+  }
+  if (time >= track.origin && track.tables.MoveTo(time - track.origin)) return true;
+  return Refuse(FitProblemKind::kFragmented, track.id,
+                "has a fragment of track " + std::to_string(track.id) + " that begins at " +
+                    std::to_string(time) + ", and the samples before it last until " +
+                    std::to_string(track.origin + track.tables.End()));
+}
+
+bool FragmentedMovie::AddRuns(const RawBox& fragment, const SampleDefaults& defaults,
+                              std::uint64_t base, DataPlace& place, FragmentedTrack& track) {
+  std::uint64_t next = base;
+  for (const RawBox& child : fragment.children) {
+    if (child.type != FourCc("trun")) continue;
+    const auto run = FragmentRun::Read(child, defaults);
+    if (!run) return Damaged(track.id, "has a run of samples that can't be read");
+    const std::uint64_t size = run->Bytes();
+    // Samples that neither the box nor the media has a byte for can be any number.
+    if (run->Count() > run->Spelled() && run->Count() > size + child.data.size()) {
+      return Damaged(track.id, "has a run of " + std::to_string(run->Count()) +
+                                   " samples without a byte for them");
+    }
+    if (defaults.description == 0 || defaults.description > track.descriptions) {
+      return Damaged(track.id, "has samples whose description is not there");
+    }
+    std::uint64_t position = next;
+    if (run->DataOffset())
+      position = base + static_cast<std::uint64_t>(std::int64_t{*run->DataOffset()});
+    next = position + size;
+    if (!CheckData(track, position, size)) return false;
+    if (!track.tables.AppendRun(*run, position, defaults.description)) {
+      return Refuse(FitProblemKind::kFragmented, track.id, "has more samples than tables can hold");
+    }
+  }
+  place.next = next;
+  return true;
+}
+
+// Media belongs to one sample: what says otherwise could claim any number of samples.
+bool FragmentedMovie::CheckData(const FragmentedTrack& track, std::uint64_t& position,
+                                std::uint64_t size) {
+  auto range = std::upper_bound(
+      media_.begin(), media_.end(), position,
+      [](std::uint64_t at, const MediaRange& media) { return at < media.position; });
+  const bool isInside = range != media_.begin() &&
+                        position - std::prev(range)->position <= std::prev(range)->size &&
+                        size <= std::prev(range)->size - (position - std::prev(range)->position);
+  if (size == 0) {
+    if (!isInside) position = media_.empty() ? 0 : media_.front().position;
+    return true;
+  }
+  if (!isInside) {
+    Refuse(FitProblemKind::kSamplesOutsideMedia, track.id,
+           "has samples in a fragment whose " + std::to_string(size) + " bytes from byte " +
+               std::to_string(position) + " on lie outside of its media");
+    problem_.remedy = kCopyAgain;
+    return false;
+  }
+  used_ += size;
+  if (used_ > mediaSize_) return Damaged(track.id, "has samples that share the same media");
+  return true;
+}
+
+bool FragmentedMovie::TakeDependencies(const RawBox& fragment, std::uint32_t before,
+                                       FragmentedTrack& track) {
+  for (const RawBox& child : fragment.children) {
+    if (IsProtection(child.type)) {
+      return Refuse(FitProblemKind::kFragmented, track.id,
+                    "has fragments whose samples are encrypted (" + Quoted(child.type) + ')');
+    }
+    const bool isTaken = child.type == FourCc("tfhd") || child.type == FourCc("tfdt") ||
+                         child.type == FourCc("trun") || child.type == FourCc("sdtp") ||
+                         child.type == FourCc("free");
+    if (!isTaken) leftOut_.insert(child.type);
+  }
+  const RawBox* box = fragment.Child(FourCc("sdtp"));
+  const auto dependencies = box != nullptr ? ReadDependencies(*box) : std::nullopt;
+  if (!dependencies) return true;
+  if (dependencies->size() != track.tables.Count() - before) {
+    return Damaged(track.id, "has a table of sample dependencies of another length than its run");
+  }
+  track.tables.SetDependencies(*dependencies);
+  return true;
+}
+
+std::optional<RawBox> FragmentedMovie::Finish() {
+  problem_.box = "moov";
+  problem_.offset = -1;
+  std::size_t index = 0;
+  for (RawBox& child : movie_.children) {
+    if (child.type != FourCc("trak")) continue;
+    const FragmentedTrack& track = tracks_[index++];
+    if (!track.tables.Write(*SampleTable(child))) {
+      Refuse(FitProblemKind::kFragmented, track.id, "has samples that no table can hold");
+      return std::nullopt;
+    }
+  }
+  std::string why;
+  if (!SetFragmentClock(movie_, tracks_, why)) {
+    Refuse(FitProblemKind::kFragmented, 0, why);
+    return std::nullopt;
+  }
+  movie_.Remove(FourCc("mvex"));
+  return std::move(movie_);
+}
+
+}  // namespace clipchain

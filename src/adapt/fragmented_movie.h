@@ -1,0 +1,81 @@
+// Makes the movie box of a file whose samples stand in fragments: that of the file, with all
+// samples in its tables (ISO/IEC 14496-12, 8.8).
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "adapt/fit_clip.h"
+#include "adapt/fit_report.h"
+#include "adapt/fragment_run.h"
+#include "adapt/raw_boxes.h"
+#include "adapt/table_builder.h"
+
+namespace clipchain {
+
+// One track while its fragments are read.
+struct FragmentedTrack {
+  std::uint32_t id = 0;
+  std::uint32_t descriptions = 0;  // entries of "stsd"
+  std::optional<SampleDefaults> defaults;
+  TableBuilder tables;
+  // When the first sample is decoded, in the track's time scale.
+  std::uint64_t origin = 0;
+  // What fragments without samples add to the time before the next one.
+  std::uint64_t emptyTime = 0;
+};
+
+// Takes the movie, its fragments in the order of the file, and gives a movie box without "mvex".
+// The chunks are the runs of the fragments; their offsets are positions in the file. What does not
+// follow from the boxes without doubt is refused.
+class FragmentedMovie {
+ public:
+  // `media` are the bodies of the media boxes.
+  FragmentedMovie(RawBox movie, std::vector<MediaRange> media);
+
+  // Whether the movie itself can be read; a problem says why not. To be asked first.
+  [[nodiscard]] bool Begin();
+  // Takes one "moof", which stands at that place. False: a problem says why.
+  [[nodiscard]] bool Add(const RawBox& moof, std::uint64_t position);
+  // The movie box, once; nothing, and a problem, where it can't be made.
+  std::optional<RawBox> Finish();
+
+  // Of clip 0, without an offset where it is about the movie.
+  const FitProblem& Problem() const { return problem_; }
+  // Boxes of fragments that are left out, and what samples say that no table can, by their types.
+  const std::set<unsigned int>& LeftOut() const { return leftOut_; }
+  bool HasUntoldFlags() const;
+
+ private:
+  // Where the data of runs is, as it goes from one to the next in a fragment.
+  struct DataPlace {
+    std::uint64_t fragment;
+    std::uint64_t next;
+    bool isFirstTrack;
+  };
+
+  bool BeginTrack(const RawBox& track);
+  bool AddTrackFragment(const RawBox& fragment, DataPlace& place);
+  bool AddRuns(const RawBox& fragment, const SampleDefaults& defaults, std::uint64_t base,
+               DataPlace& place, FragmentedTrack& track);
+  bool SetTime(const RawBox& fragment, const FragmentHeader& header, const SampleDefaults& defaults,
+               FragmentedTrack& track);
+  bool CheckData(const FragmentedTrack& track, std::uint64_t& position, std::uint64_t size);
+  bool TakeDependencies(const RawBox& fragment, std::uint32_t before, FragmentedTrack& track);
+  FragmentedTrack* TrackOf(std::uint32_t id);
+  bool Refuse(FitProblemKind kind, std::uint32_t track, std::string text);
+  bool Damaged(std::uint32_t track, std::string text);
+
+  RawBox movie_;
+  std::vector<MediaRange> media_;
+  std::uint64_t mediaSize_ = 0;
+  std::uint64_t used_ = 0;  // bytes of media that samples of fragments have
+  std::vector<FragmentedTrack> tracks_;
+  std::set<unsigned int> leftOut_;
+  FitProblem problem_{};
+};
+
+}  // namespace clipchain

@@ -1,0 +1,103 @@
+#include "adapt/fragments.h"
+
+#include <set>
+#include <string>
+#include <utility>
+
+#include "adapt/fragmented_movie.h"
+#include "adapt/track_headers.h"
+#include "adapt/track_tables.h"
+#include "foundation/fourcc.h"
+
+namespace clipchain {
+
+namespace {
+
+bool HasSamples(const RawBox& movie) {
+  for (const RawBox* track : TracksOf(movie)) {
+    const RawBox* table = SampleTable(*track);
+    if (table == nullptr) continue;
+    for (const unsigned int type : {FourCc("stsz"), FourCc("stz2")}) {
+      const RawBox* box = table->Child(type);
+      const auto sizes = box != nullptr ? ReadSizes(*box) : std::nullopt;
+      if (sizes && sizes->count != 0) return true;
+    }
+  }
+  return false;
+}
+
+class Fragments final : public Adaptation {
+ public:
+  void Adapt(FitClips& clips, FitReport& report) override {
+    for (std::size_t i = 0; i < clips.size(); ++i) AdaptClip(clips[i], i, report);
+  }
+
+ private:
+  static void AdaptClip(FitClip& clip, std::size_t index, FitReport& report);
+  static bool AddAll(const FitClip& clip, FragmentedMovie& movie, FitProblem& problem);
+  static void TellLosses(const FragmentedMovie& movie, std::size_t index, FitReport& report);
+};
+
+void Fragments::AdaptClip(FitClip& clip, std::size_t index, FitReport& report) {
+  const FitBox* place = clip.Place(FourCc("moof"));
+  if (place == nullptr && clip.movie.Child(FourCc("mvex")) == nullptr) return;
+  if (place == nullptr && !HasSamples(clip.movie)) {
+    report.Refuse(FitProblemKind::kFragmented, index, 0,
+                  "announces samples in fragments and has none: it is the beginning of a stream "
+                  "whose segments are other files",
+                  "join the segments behind it into one file, and merge that");
+    return;
+  }
+  FragmentedMovie fragmented(clip.movie, clip.media);
+  FitProblem problem;
+  bool isMade = fragmented.Begin();
+  if (isMade) isMade = AddAll(clip, fragmented, problem);
+  auto movie = isMade ? fragmented.Finish() : std::nullopt;
+  if (!movie) {
+    FitProblem& told = report.problems.emplace_back(problem.text.empty() ? fragmented.Problem()
+                                                                         : std::move(problem));
+    told.clip = index;
+    return;
+  }
+  TellLosses(fragmented, index, report);
+  clip.movie = std::move(*movie);
+}
+
+bool Fragments::AddAll(const FitClip& clip, FragmentedMovie& movie, FitProblem& problem) {
+  for (const FitBox& box : clip.Layout()) {
+    if (box.type != FourCc("moof")) continue;
+    const Bytes bytes = clip.Read(box.position, box.size);
+    std::span<const unsigned char> in = bytes;
+    RawBox fragment;
+    if (!fragment.Take(in)) {
+      problem.kind = FitProblemKind::kInputUnreadable;
+      problem.text = "has a fragment that can't be read";
+      problem.remedy = "copy the clip again from the card";
+      problem.box = "moof";
+      problem.offset = static_cast<long long>(box.position);
+      return false;
+    }
+    if (!movie.Add(fragment, box.position)) return false;
+  }
+  return true;
+}
+
+void Fragments::TellLosses(const FragmentedMovie& movie, std::size_t index, FitReport& report) {
+  std::string left;
+  for (const unsigned int type : movie.LeftOut()) {
+    left += (left.empty() ? "\"" : ", \"") + FourCcText(type) + '"';
+  }
+  if (!left.empty()) {
+    report.Refuse(FitProblemKind::kTableLost, index, 0,
+                  "has in its fragments " + left + ", which a merge leaves out",
+                  "keep the clip if you need what it says");
+  }
+  report.Note(AdaptationKind::kFragments, index, 0,
+              "keeps its samples in fragments, which are put into the tables of one movie");
+}
+
+}  // namespace
+
+std::unique_ptr<Adaptation> MakeFragments() { return std::make_unique<Fragments>(); }
+
+}  // namespace clipchain
