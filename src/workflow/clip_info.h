@@ -1,6 +1,7 @@
 // What one file says about itself: its movie, its tracks, what the camera noted, its boxes.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -40,13 +41,22 @@ struct ClipInfo {
   bool cameraStream = false;    // the camera's marker was seen
   bool hasIdentifiers = false;  // the camera's identifiers were read
   std::vector<TrackInfo> tracks;
-  std::vector<BoxInfo> boxes;  // in file order, children behind their parent
   HRESULT boxesResult = S_OK;  // S_FALSE: a box is cut short, and the tree ends there
   HRESULT analysis = S_OK;     // what kept the camera's boxes from being read whole
 };
 
+struct ClipInfoOptions {
+  // Bytes that the boxes may take in memory; 0: half of the machine's memory.
+  long long memoryLimit = 0;
+  // Told of each box, in file order and children behind their parent, once all else of a readable
+  // clip stands in `info`; false ends the list. May be empty.
+  std::function<bool(const BoxInfo&)> box{};
+};
+
 // Reads everything but the media. A negative code, or S_FALSE where no movie could be read: the
-// file is no readable clip, and `info` holds as much as was found.
-[[nodiscard]] CLIPCHAIN_API HRESULT ReadClipInfo(const std::string& path, ClipInfo& info);
+// file is no readable clip, and `info` holds as much as was found. E_OUTOFMEMORY, with no box read,
+// where the limit does not suffice.
+[[nodiscard]] CLIPCHAIN_API HRESULT ReadClipInfo(const std::string& path, ClipInfo& info,
+                                                 const ClipInfoOptions& options = {});
 
 }  // namespace clipchain

@@ -1,53 +1,82 @@
-// clipchain info FILE: tells what one clip says about itself.
-#include <fmt/format.h>
-
+// clipchain info FILE…: tells what clips say about themselves.
 #include <CLI/CLI.hpp>
-#include <cstdio>
+#include <algorithm>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "clipchain/commands.h"
+#include "clipchain/commands/merge_options.h"
 #include "clipchain/output/info_output.h"
 #include "clipchain/terminal/standard_output.h"
+#include "clipchain/terminal/stop_signals.h"
 #include "clipchain/tool.h"
-#include "workflow/findings/result_words.h"
-#include "workflow/system/files.h"
+#include "workflow/checks/unreadable_clip.h"
 
 namespace clipchain {
 
 namespace {
 
-struct InfoOptions {
-  std::string path;
+struct InfoCommand {
+  std::vector<std::string> paths;
+  long long memoryLimit = 0;
   bool tree = false;
   bool json = false;
 };
 
-int Run(const InfoOptions& options) {
-  std::string why = WhyUnreadable(options.path);
+// Whether the file is a readable clip.
+bool Tell(const std::string& path, const InfoCommand& command, InfoOutput& output) {
   ClipInfo info;
-  if (why.empty()) {
-    const HRESULT result = ReadClipInfo(options.path, info);
-    if (result != S_OK) why = fmt::format("{} ({})", ClipWords(result), ResultName(result));
-  } else {
-    why = "can't be read: " + why;
+  bool begun = false;
+  const auto begin = [&] {
+    if (!begun) output.Begin(path, info);
+    begun = true;
+  };
+  ClipInfoOptions options;
+  options.memoryLimit = command.memoryLimit;
+  if (command.tree) {
+    options.box = [&](const BoxInfo& box) {
+      begin();
+      output.Box(box);
+      return !OutputFailed() && StopSignal() == 0;
+    };
   }
-  if (!why.empty()) {
-    std::fputs(fmt::format("clipchain: {} {}\n", Shown(options.path), why).c_str(), stderr);
-    return kFailed;
+  const HRESULT result = ReadClipInfo(path, info, options);
+  if (result != S_OK) {
+    output.Unreadable(path, WhyNoClip(path, result, command.memoryLimit));
+    return false;
   }
-  const auto print = options.json ? InfoJson : InfoText;
-  Print(print(options.path, info, options.tree));
-  return kDone;
+  begin();
+  output.EndClip();
+  return true;
+}
+
+int Run(const InfoCommand& command) {
+  NoteStopSignals();
+  std::unique_ptr<InfoOutput> output;
+  if (command.json)
+    output = std::make_unique<InfoJson>(command.tree, command.paths.size());
+  else
+    output = std::make_unique<InfoText>(command.tree);
+  std::size_t readable = 0;
+  for (const std::string& path : command.paths) {
+    if (OutputFailed()) break;
+    if (StopSignal() != 0) return kFailed;
+    if (Tell(path, command, *output)) ++readable;
+  }
+  output->End();
+  if (StopSignal() != 0 || readable == 0) return kFailed;
+  return readable == command.paths.size() ? kDone : kIncomplete;
 }
 
 }  // namespace
 
 void AddInfoCommand(CLI::App& tool, int& exitCode) {
-  const auto options = std::make_shared<InfoOptions>();
-  CLI::App* command = tool.add_subcommand("info", "Tell what a clip says about itself");
-  command->add_option("FILE", options->path, "The clip")->required()->type_name("FILE");
+  const auto options = std::make_shared<InfoCommand>();
+  CLI::App* command = tool.add_subcommand("info", "Tell what clips say about themselves");
+  command->add_option("FILE", options->paths, "The clips")->required()->type_name("FILE");
   command->add_flag("--tree", options->tree, "List the boxes with their positions and sizes");
+  AddMemoryLimit(*command, options->memoryLimit);
   command->add_flag("--json", options->json, "Print for programs");
   command->callback([options, &exitCode] { exitCode = Run(*options); });
 }

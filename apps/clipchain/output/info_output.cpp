@@ -2,17 +2,23 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <vector>
 
+#include "clipchain/output/finding_output.h"
+#include "clipchain/terminal/standard_output.h"
 #include "foundation/fourcc.h"
 #include "workflow/clips/clip_json.h"
 #include "workflow/findings/clip_words.h"
-#include "workflow/findings/result_words.h"
 #include "workflow/system/files.h"
 
 namespace clipchain {
 
 namespace {
+
+// Boxes nest up to a thousand deep, and each could have a line that is indented so far.
+constexpr unsigned int kDeepestIndent = 16;
 
 std::string SampleEntryList(const TrackInfo& track) {
   std::string text;
@@ -30,36 +36,23 @@ std::string HandlerText(const TrackInfo& track) {
 // Whether the box has a user type, and not only room for one.
 bool HasUsertype(const BoxInfo& box) { return box.type == FourCc("uuid"); }
 
-void AddTracks(const ClipInfo& info, std::string& text) {
-  if (info.tracks.empty()) return;
-  text += fmt::format("\n{:>7}  {:7}  {:12}  {:>9}  {:>10}  {}\n", "track", "handler",
-                      "samples are", "samples", "time scale", "duration");
-  for (const TrackInfo& track : info.tracks) {
-    text += fmt::format("{:>7}  {:7}  {:12}  {:>9}  {:>10}  {}\n", track.id, HandlerText(track),
-                        SampleEntryList(track), track.samples, track.timeScale,
-                        DurationWords(track.duration, track.timeScale));
-  }
-}
-
-void AddBoxes(const ClipInfo& info, std::string& text) {
-  text += fmt::format("\n{:>14}  {:>14}  {}\n", "position", "size", "box");
-  for (const BoxInfo& box : info.boxes) {
-    text += fmt::format("{:>14}  {:>14}  {:{}}{}", box.position, box.size, "", box.depth * 2,
-                        FourCcText(box.type));
-    if (HasUsertype(box)) text += " " + QUIRVA::GuidText(box.usertype);
-    text += '\n';
-  }
-}
-
 // What is damaged, as whole sentences.
 std::vector<std::string> Problems(const ClipInfo& info) {
   std::vector<std::string> problems;
   if (info.boxesResult != S_OK) problems.push_back("a box is shorter than what it must hold");
-  if (info.analysis != S_OK) {
-    problems.push_back(
-        fmt::format("what the camera noted can't be read ({})", ResultName(info.analysis)));
-  }
+  if (info.analysis != S_OK) problems.push_back("what the camera noted can't be read");
   return problems;
+}
+
+void PrintTracks(const ClipInfo& info) {
+  if (info.tracks.empty()) return;
+  Print(fmt::format("\n{:>7}  {:7}  {:12}  {:>9}  {:>10}  {}\n", "track", "handler", "samples are",
+                    "samples", "time scale", "duration"));
+  for (const TrackInfo& track : info.tracks) {
+    Print(fmt::format("{:>7}  {:7}  {:12}  {:>9}  {:>10}  {}\n", track.id, HandlerText(track),
+                      SampleEntryList(track), track.samples, track.timeScale,
+                      DurationWords(track.duration, track.timeScale)));
+  }
 }
 
 Json TrackJson(const TrackInfo& track) {
@@ -77,30 +70,44 @@ Json TrackJson(const TrackInfo& track) {
   return object;
 }
 
-// The boxes of one parent, from `at` on, with all that is below them.
-Json BoxesJson(const std::vector<BoxInfo>& boxes, std::size_t& at, unsigned int depth) {
-  Json array = Json::array();
-  while (at < boxes.size() && boxes[at].depth == depth) {
-    const BoxInfo& box = boxes[at++];
-    Json object;
-    object["type"] = FourCcText(box.type);
-    if (HasUsertype(box)) object["usertype"] = QUIRVA::GuidText(box.usertype);
-    object["position"] = box.position;
-    object["size"] = box.size;
-    object["children"] = BoxesJson(boxes, at, depth + 1);
-    array.push_back(std::move(object));
-  }
-  return array;
+Json ClipJson(const std::string& path, const ClipInfo& info) {
+  Json object;
+  SetPath(object, path);
+  object["size"] = info.size;
+  object["date"] = DateJson(info.date);
+  object["time_scale"] = info.timeScale;
+  object["duration"] = info.duration;
+  object["seconds"] = SecondsJson(info.duration, info.timeScale);
+  object["camera_stream"] = info.cameraStream;
+  object["has_identifiers"] = info.hasIdentifiers;
+  object["id"] = GuidJson(info.uniqueID);
+  object["previous_id"] = GuidJson(info.previousID);
+  object["next_id"] = GuidJson(info.nextID);
+  object["problems"] = Problems(info);
+  object["findings"] = Json::array();
+  return object;
+}
+
+// An object on lines of its own, open at its end for more fields.
+std::string OpenObject(const Json& object) {
+  std::string text = JsonText(object);
+  text.resize(text.rfind("\n}"));
+  return text;
+}
+
+std::string Indent(unsigned int depth) {
+  return std::string(std::size_t{2} * std::min(depth, kDeepestIndent), ' ');
 }
 
 }  // namespace
 
-std::string InfoText(const std::string& path, const ClipInfo& info, bool tree) {
+void InfoText::Begin(const std::string& path, const ClipInfo& info) {
   const char* const yes = "yes";
   const char* const no = "no";
-  std::string text = fmt::format("{}\n", Shown(path));
-  const auto add = [&text](const char* what, const std::string& value) {
-    text += fmt::format("  {:<16}  {}\n", what, value);
+  Print(fmt::format("{}{}\n", first_ ? "" : "\n", Shown(path)));
+  first_ = false;
+  const auto add = [](const char* what, const std::string& value) {
+    Print(fmt::format("  {:<16}  {}\n", what, value));
   };
   add("size", fmt::format("{} bytes", info.size));
   add("date", DateWords(info.date));
@@ -111,32 +118,76 @@ std::string InfoText(const std::string& path, const ClipInfo& info, bool tree) {
   add("previous clip", GuidWords(info.previousID));
   add("next clip", GuidWords(info.nextID));
   for (const std::string& problem : Problems(info)) add("damaged", problem);
-  AddTracks(info, text);
-  if (tree) AddBoxes(info, text);
-  return text;
+  PrintTracks(info);
+  if (tree()) Print(fmt::format("\n{:>14}  {:>14}  {}\n", "position", "size", "box"));
 }
 
-std::string InfoJson(const std::string& path, const ClipInfo& info, bool tree) {
-  Json document;
-  SetPath(document, path);
-  document["size"] = info.size;
-  document["date"] = DateJson(info.date);
-  document["time_scale"] = info.timeScale;
-  document["duration"] = info.duration;
-  document["seconds"] = SecondsJson(info.duration, info.timeScale);
-  document["camera_stream"] = info.cameraStream;
-  document["has_identifiers"] = info.hasIdentifiers;
-  document["id"] = GuidJson(info.uniqueID);
-  document["previous_id"] = GuidJson(info.previousID);
-  document["next_id"] = GuidJson(info.nextID);
-  document["tracks"] = Json::array();
-  for (const TrackInfo& track : info.tracks) document["tracks"].push_back(TrackJson(track));
-  document["problems"] = Problems(info);
-  if (tree) {
-    std::size_t at = 0;
-    document["boxes"] = BoxesJson(info.boxes, at, 0);
+void InfoText::Box(const BoxInfo& box) {
+  std::string line = fmt::format("{:>14}  {:>14}  {}{}", box.position, box.size, Indent(box.depth),
+                                 FourCcText(box.type));
+  if (HasUsertype(box)) line += " " + QUIRVA::GuidText(box.usertype);
+  if (box.depth > kDeepestIndent) line += fmt::format("  (level {})", box.depth);
+  Print(line + '\n');
+}
+
+void InfoText::Unreadable(const std::string&, const Findings& why) {
+  std::fputs(FindingsText(why, Paint(stderr)).c_str(), stderr);
+}
+
+// The files of an array stand one behind the other.
+void InfoJson::Separate() {
+  if (isArray_) Print(first_ ? "[\n" : ",\n");
+  first_ = false;
+}
+
+void InfoJson::Begin(const std::string& path, const ClipInfo& info) {
+  Separate();
+  Print(OpenObject(ClipJson(path, info)) + ",\n  \"tracks\": [");
+  bool first = true;
+  for (const TrackInfo& track : info.tracks) {
+    Print((first ? "\n    " : ",\n    ") + TrackJson(track).dump());
+    first = false;
   }
-  return JsonText(document);
+  Print("]");
+  if (tree()) Print(",\n  \"boxes\": [");
+  depth_ = 0;
+}
+
+// Closes what the boxes before have open, down to a depth.
+void InfoJson::LeaveBoxes(unsigned int depth) {
+  for (; depth_ > depth; --depth_) Print("]}");
+}
+
+void InfoJson::Box(const BoxInfo& box) {
+  const bool isFirst = box.depth >= depth_;
+  LeaveBoxes(box.depth);
+  Json fields;
+  fields["type"] = FourCcText(box.type);
+  if (HasUsertype(box)) fields["usertype"] = QUIRVA::GuidText(box.usertype);
+  fields["position"] = box.position;
+  fields["size"] = box.size;
+  std::string text = fields.dump();
+  text.pop_back();
+  Print(fmt::format("{}    {}{},\"children\":[", isFirst ? "\n" : ",\n", Indent(box.depth), text));
+  depth_ = box.depth + 1;
+}
+
+void InfoJson::EndClip() {
+  LeaveBoxes(0);
+  Print(tree() ? "]\n}" : "\n}");
+  if (!isArray_) Print("\n");
+}
+
+void InfoJson::Unreadable(const std::string& path, const Findings& why) {
+  Separate();
+  Json object;
+  SetPath(object, path);
+  object["findings"] = FindingsJson(why);
+  Print(OpenObject(object) + (isArray_ ? "\n}" : "\n}\n"));
+}
+
+void InfoJson::End() {
+  if (isArray_) Print("\n]\n");
 }
 
 }  // namespace clipchain

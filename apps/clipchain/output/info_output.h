@@ -1,16 +1,67 @@
-// What one clip says about itself, as the tool prints it.
+// What clips say about themselves, printed as it is told: a clip may have millions of boxes.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "workflow/clip_info.h"
+#include "workflow/finding.h"
 
 namespace clipchain {
 
-// `tree`: with the boxes, their positions and sizes.
-std::string InfoText(const std::string& path, const ClipInfo& info, bool tree);
+class InfoOutput {
+ public:
+  explicit InfoOutput(bool tree) : tree_(tree) {}  // with the boxes, their positions and sizes
+  virtual ~InfoOutput() = default;
+  InfoOutput(const InfoOutput&) = delete;
+  InfoOutput& operator=(const InfoOutput&) = delete;
 
-// The same for programs; docs/json.md has the fields.
-std::string InfoJson(const std::string& path, const ClipInfo& info, bool tree);
+  virtual void Begin(const std::string& path, const ClipInfo& info) = 0;
+  // The boxes of the clip that was begun, in the order in which they are told.
+  virtual void Box(const BoxInfo& box) = 0;
+  virtual void EndClip() = 0;
+  // In place of a clip.
+  virtual void Unreadable(const std::string& path, const Findings& why) = 0;
+  virtual void End() = 0;
+
+ protected:
+  bool tree() const { return tree_; }
+
+ private:
+  const bool tree_;
+};
+
+// For people; why a file is no readable clip goes to the error stream.
+class InfoText : public InfoOutput {
+ public:
+  using InfoOutput::InfoOutput;
+  void Begin(const std::string& path, const ClipInfo& info) override;
+  void Box(const BoxInfo& box) override;
+  void EndClip() override {}
+  void Unreadable(const std::string& path, const Findings& why) override;
+  void End() override {}
+
+ private:
+  bool first_ = true;
+};
+
+// For programs; docs/json.md has the fields. An array where several files were named.
+class InfoJson : public InfoOutput {
+ public:
+  InfoJson(bool tree, std::size_t files) : InfoOutput(tree), isArray_(files > 1) {}
+  void Begin(const std::string& path, const ClipInfo& info) override;
+  void Box(const BoxInfo& box) override;
+  void EndClip() override;
+  void Unreadable(const std::string& path, const Findings& why) override;
+  void End() override;
+
+ private:
+  void Separate();
+  void LeaveBoxes(unsigned int depth);
+
+  const bool isArray_;
+  bool first_ = true;
+  unsigned int depth_ = 0;  // of the box before, plus 1; 0 without one
+};
 
 }  // namespace clipchain

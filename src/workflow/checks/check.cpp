@@ -1,10 +1,8 @@
 #include "workflow/check.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <iterator>
-#include <limits>
 #include <map>
 #include <memory>
 #include <utility>
@@ -23,17 +21,11 @@
 #include "workflow/findings/clip_words.h"
 #include "workflow/findings/file_findings.h"
 #include "workflow/system/files.h"
+#include "workflow/system/machine_memory.h"
 
 namespace clipchain {
 
 namespace {
-
-long long HalfOfTheMachine() {
-  const long pages = ::sysconf(_SC_PHYS_PAGES);
-  const long size = ::sysconf(_SC_PAGE_SIZE);
-  if (pages <= 0 || size <= 0) return std::numeric_limits<long long>::max();
-  return static_cast<long long>(pages) * size / 2;
-}
 
 class CheckRun {
  public:

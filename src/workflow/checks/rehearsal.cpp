@@ -19,12 +19,6 @@ namespace clipchain {
 
 namespace {
 
-// The tree, its tables with room to grow and offsets of 64 bits, and the bytes that are written of
-// it.
-constexpr long long kMemoryPerByte = 4;
-// A box by itself, however small: its object and where its parent and the lists of tracks keep it,
-// and the same once more for the result that is read again.
-constexpr long long kMemoryPerBox = 400;
 constexpr long long kPlaceholder = 16;  // between the file type box and the media
 constexpr std::uint64_t kLargest32Bits = 0xFFFFFFFF;
 
@@ -53,8 +47,8 @@ std::uint64_t SpelledOutSizes(const MP4G::CSampleSizeBox* first,
 
 // The boxes are counted only where their bytes alone do not exceed the limit.
 bool Rehearsal::HasRoomFor(const ClipFile& clip, FileFindings& findings) {
-  long long needed = LimitedSum(memory_, clip.TreeBytes() * kMemoryPerByte);
-  boxMemory_ = needed <= memoryLimit_ ? clip.TreeBoxes() * kMemoryPerBox : 0;
+  long long needed = LimitedSum(memory_, clip.MemoryOfBytes());
+  boxMemory_ = needed <= memoryLimit_ ? clip.MemoryOfBoxes() : 0;
   needed = LimitedSum(needed, boxMemory_);
   if (needed <= memoryLimit_) return true;
   findings
@@ -62,13 +56,14 @@ bool Rehearsal::HasRoomFor(const ClipFile& clip, FileFindings& findings) {
           Message::kMemoryLimit,
           fmt::format("would take the memory for movie boxes to about {} bytes, and {} are allowed",
                       needed, memoryLimit_),
-          "merge fewer clips at once, or raise --memory-limit")
+          memory_ == 0 ? "raise --memory-limit"
+                       : "merge fewer clips at once, or raise --memory-limit")
       .result = E_OUTOFMEMORY;
   return false;
 }
 
 void Rehearsal::Take(std::unique_ptr<ClipFile>& clip, FileFindings& findings) {
-  memory_ = LimitedSum(memory_, clip->TreeBytes() * kMemoryPerByte);
+  memory_ = LimitedSum(memory_, clip->MemoryOfBytes());
   mediaBytes_ = LimitedSum(mediaBytes_, clip->file.mdatSize);
   movieBytes_ = LimitedSum(movieBytes_, clip->MoviePlace()->size);
   pairs_.clear();

@@ -19,6 +19,13 @@ constexpr unsigned int kLongestPlainHeader = 16;
 // What the tree takes for a box at the top level, however small that is.
 constexpr long long kLeastTreeBytes = 256;
 
+// The tree, its tables with room to grow and offsets of 64 bits, and the bytes that are written of
+// it.
+constexpr long long kMemoryPerByte = 4;
+// A box by itself, however small: its object and where its parent and the lists of tracks keep it,
+// and the same once more for the result that is read again.
+constexpr long long kMemoryPerBox = 400;
+
 }  // namespace
 
 std::optional<FileIdentity> IdentityOf(const std::string& path) {
@@ -104,6 +111,9 @@ long long ClipFile::LoadedBytes(const TopLevelBox& box) const {
   const bool isLoaded = box.type != FourCc("mdat") && box.size < MP4G::kLeastUnloadedBoxSize;
   return isLoaded ? std::clamp<long long>(box.size, 0, std::max(Size() - box.position, 0LL)) : 0;
 }
+
+long long ClipFile::MemoryOfBytes() const { return TreeBytes() * kMemoryPerByte; }
+long long ClipFile::MemoryOfBoxes() const { return TreeBoxes() * kMemoryPerBox; }
 
 long long ClipFile::TreeBytes() const {
   long long sum = 0;

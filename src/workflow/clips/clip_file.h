@@ -66,14 +66,18 @@ class ClipFile {
   // Bytes of the file; fewer than `size` where it ends, none after a failure.
   std::vector<unsigned char> Read(long long position, unsigned int size) const;
 
-  // Bytes of the boxes that the tree will hold.
-  long long TreeBytes() const;
-  // Boxes inside of the movie boxes and these themselves, for which those are read.
-  long long TreeBoxes() const;
+  // What the tree takes in memory, about, with what a merge makes of it: for the bytes of the
+  // boxes, and for the boxes by themselves, which are read to be counted.
+  long long MemoryOfBytes() const;
+  long long MemoryOfBoxes() const;
 
   MP4G::CMp4File file;
 
  private:
+  // Bytes of the boxes that the tree will hold.
+  long long TreeBytes() const;
+  // Boxes inside of the movie boxes and these themselves, for which those are read.
+  long long TreeBoxes() const;
   void WalkTopLevel();
   long long LoadedBytes(const TopLevelBox& box) const;
   const TopLevelBox* Place(unsigned int type) const;

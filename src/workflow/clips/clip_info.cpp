@@ -10,6 +10,8 @@
 #include "reader/track_reader.h"
 #include "reader/typed_views.h"
 #include "workflow/clips/clip_date.h"
+#include "workflow/clips/clip_file.h"
+#include "workflow/system/machine_memory.h"
 
 namespace clipchain {
 
@@ -37,11 +39,13 @@ TrackInfo InfoOf(MP4G::CTrackBox* track) {
   return info;
 }
 
-// Lists the boxes with where they stand in the file.
+// Lists the boxes with where they stand in the file. Each step answers whether to go on.
 class BoxLister {
  public:
-  BoxLister(const QUIRVA::IQvFileReader& reader, std::vector<BoxInfo>& boxes)
-      : reader_(reader), boxes_(boxes) {}
+  using Listener = std::function<bool(const BoxInfo&)>;
+
+  BoxLister(const QUIRVA::IQvFileReader& reader, const Listener& listener)
+      : reader_(reader), listener_(listener) {}
 
   // The top level, as far as `tree` goes. What it holds without a box is measured in the file.
   void List(const MP4G::CMp4Tree& tree) {
@@ -52,7 +56,7 @@ class BoxLister {
       const MP4G::CBox& box = record.box != nullptr ? *record.box : unloaded;
       long long size = box.GetBoxSize();
       if (size == 0) size = reader_.GetFileSize() - position;
-      Add(box, position, size, 0);
+      if (!Tell(box, position, size, 0)) return;
       position += size;
     }
   }
@@ -65,21 +69,22 @@ class BoxLister {
            box.Set16Byte(bytes, got) == S_OK;
   }
 
-  void Add(const MP4G::CBox& box, long long position, long long size, unsigned int depth) {
-    boxes_.push_back({box.header->type, position, size, box.GetUsertype(), depth});
+  bool Tell(const MP4G::CBox& box, long long position, long long size, unsigned int depth) const {
+    if (!listener_({box.header->type, position, size, box.GetUsertype(), depth})) return false;
     // Sample descriptions do not know where they stand, and neither does anything below them know
     // more than its distance from there. The first one stands behind version, flags and a count.
     long long behind = box.GetBoxBaseSize() + 8;
     for (const MP4G::CBox* child : box.children) {
       const long long offset =
           child->position > box.position ? child->position - box.position : behind;
-      Add(*child, position + offset, child->GetBoxSize(), depth + 1);
+      if (!Tell(*child, position + offset, child->GetBoxSize(), depth + 1)) return false;
       behind = offset + child->GetBoxSize();
     }
+    return true;
   }
 
   const QUIRVA::IQvFileReader& reader_;
-  std::vector<BoxInfo>& boxes_;
+  const Listener& listener_;
 };
 
 void Analyse(MP4G::CMovieBox* movie, ClipInfo& info) {
@@ -96,16 +101,24 @@ void Analyse(MP4G::CMovieBox* movie, ClipInfo& info) {
   info.hasIdentifiers = clip.hasIDBox != 0;
 }
 
+// Whether the boxes of the file take no more memory than that, be they large or many.
+bool HasRoom(const std::string& path, long long limit) {
+  const ClipFile clip(path);
+  const long long bytes = clip.MemoryOfBytes();
+  return bytes <= limit && clip.MemoryOfBoxes() <= limit - bytes;
+}
+
 }  // namespace
 
-HRESULT ReadClipInfo(const std::string& path, ClipInfo& info) {
+HRESULT ReadClipInfo(const std::string& path, ClipInfo& info, const ClipInfoOptions& options) {
+  const long long limit = options.memoryLimit > 0 ? options.memoryLimit : HalfOfTheMachine();
   HRESULT opened = S_OK;
   QUIRVA::FileReaderWrapper reader(QUIRVA::WidePathFromBytes(path).c_str(), kReaderBuffer, opened);
   RETURN_IF_NEGATIVE(opened);
   info.size = reader.GetFileSize();
+  RETURN_IF(!HasRoom(path, limit), E_OUTOFMEMORY);
   MP4G::CMp4File file;
   info.boxesResult = file.SetReader(&reader);
-  BoxLister(reader, info.boxes).List(file);
   RETURN_IF_NEGATIVE(info.boxesResult);
   MP4G::CMovieBox* movie = file.GetMovieBox();
   RETURN_IF(movie == nullptr, info.boxesResult);
@@ -117,6 +130,7 @@ HRESULT ReadClipInfo(const std::string& path, ClipInfo& info) {
     info.tracks.push_back(InfoOf(track));
   }
   Analyse(movie, info);
+  if (options.box) BoxLister(reader, options.box).List(file);
   return S_OK;
 }
 

@@ -45,9 +45,101 @@ class InfoCommand : public testing::Test {
 
 }  // namespace
 
-TEST_F(InfoCommand, NeedsOneFile) {
-  EXPECT_EQ(2, Tool({"info"}).exitCode);
-  EXPECT_EQ(2, Tool({"info", "a", "b"}).exitCode);
+TEST_F(InfoCommand, NeedsAFile) { EXPECT_EQ(2, Tool({"info"}).exitCode); }
+
+TEST_F(InfoCommand, TakesSeveralFiles) {
+  const std::string good = CameraClip();
+  const std::string bad = folder / "bad.mp4";
+  const Finished both = Tool({"info", good, good});
+  EXPECT_EQ(0, both.exitCode);
+  const std::string once = Tool({"info", good}).out;
+  EXPECT_EQ(once + "\n" + once, both.out);
+
+  const Finished some = Tool({"info", bad, good});
+  EXPECT_EQ(3, some.exitCode);
+  EXPECT_EQ(once, some.out);
+  EXPECT_THAT(some.err, HasSubstr("bad.mp4 can't be read: there is no such file"));
+  EXPECT_EQ(1, Tool({"info", bad, bad}).exitCode);
+}
+
+TEST_F(InfoCommand, TellsProgramsOfSeveralFilesInAnArray) {
+  const std::string good = CameraClip();
+  const std::string bad = folder / "bad.mp4";
+  const json one = Json({"--tree", good});
+  EXPECT_EQ((json{one, one, one}), Json({"--tree", good, good, good}));
+
+  const Finished some = Tool({"info", "--json", bad, good});
+  EXPECT_EQ(3, some.exitCode);
+  EXPECT_EQ("", some.err);
+  const json documents = json::parse(some.out);
+  ASSERT_EQ(2u, documents.size());
+  EXPECT_EQ(bad, documents[0]["path"]);
+  EXPECT_EQ("input-unreadable", documents[0]["findings"][0]["name"]);
+  EXPECT_EQ(2u, documents[0].size());
+  EXPECT_EQ(good, documents[1]["path"]);
+}
+
+TEST_F(InfoCommand, TellsProgramsWhyAFileIsNoClip) {
+  support::WriteFile(folder / "cut.mp4", support::Box("ftyp", {support::Zeros(8)}));
+  const Finished run = Tool({"info", "--json", (folder / "cut.mp4").string()});
+  EXPECT_EQ(1, run.exitCode);
+  EXPECT_EQ("", run.err);
+  EXPECT_EQ("movie-missing", json::parse(run.out)["findings"][0]["name"]);
+}
+
+namespace {
+
+// A movie of that many small boxes, and that deep below others.
+Bytes Crowd(unsigned int count, unsigned int depth) {
+  Bytes boxes;
+  const Bytes box = support::Box("free");
+  for (unsigned int i = 0; i < count; ++i) boxes.insert(boxes.end(), box.begin(), box.end());
+  for (unsigned int i = 0; i < depth; ++i) boxes = support::Box("dinf", {boxes});
+  support::MovieBuilder movie;
+  movie.extraMovieBoxes = boxes;
+  return movie.Build();
+}
+
+}  // namespace
+
+// Each of its boxes stood behind two thousand blanks, in a document that was held as a whole.
+TEST_F(InfoCommand, PrintsAsItWalksAndIndentsNoFurtherThanOneCanFollow) {
+  const unsigned int kCount = 50'000;
+  const unsigned int kDepth = 990;
+  const std::string path = Put(Crowd(kCount, kDepth));
+  const auto atMost = [&path](const std::string& memory, const std::string& options) {
+    return support::Run({"sh", "-c",
+                         "ulimit -v " + memory + "; exec '" + CLIPCHAIN_TOOL_PATH + "' info " +
+                             options + " '" + path + "' | wc -c"});
+  };
+  for (const char* options : {"--tree", "--tree --json"}) {
+    const Finished run = atMost("200000", options);
+    const long long bytes = std::stoll(run.out);
+    EXPECT_EQ("", run.err);
+    EXPECT_LT(kCount * 50, bytes) << options;
+    EXPECT_GT(kCount * 150, bytes) << options;
+  }
+}
+
+TEST_F(InfoCommand, NestsBoxesAsDeepAsTheFileDoes) {
+  const std::string path = Put(Crowd(2, 100));
+  json boxes = Json({"--tree", path})["boxes"].back()["children"];
+  for (unsigned int depth = 0; depth < 100; ++depth) {
+    ASSERT_EQ("dinf", boxes.back()["type"]) << depth;
+    boxes = json(boxes.back()["children"]);
+  }
+  ASSERT_EQ(2u, boxes.size());
+  EXPECT_EQ("free", boxes[0]["type"]);
+  EXPECT_THAT(Tool({"info", "--tree", path}).out, HasSubstr("free  (level 101)\n"));
+}
+
+TEST_F(InfoCommand, TakesNoMoreMemoryThanItMay) {
+  const std::string path = Put(Crowd(100'000, 0));
+  const Finished run = Tool({"info", "--memory-limit", "20M", path});
+  EXPECT_EQ(1, run.exitCode);
+  EXPECT_THAT(run.err, HasSubstr("(memory-limit"));
+  EXPECT_THAT(run.err, HasSubstr("\n  raise --memory-limit\n"));
+  EXPECT_EQ(0, Tool({"info", "--memory-limit", "100M", path}).exitCode);
 }
 
 TEST_F(InfoCommand, TellsAboutAClip) {
@@ -94,7 +186,8 @@ TEST_F(InfoCommand, PrintsEveryFieldForPrograms) {
                          {"id", "02020202-0202-0202-0202-020202020202"},
                          {"previous_id", "01010101-0101-0101-0101-010101010101"},
                          {"next_id", "03030303-0303-0303-0303-030303030303"},
-                         {"problems", json::array()}};
+                         {"problems", json::array()},
+                         {"findings", json::array()}};
   EXPECT_EQ(expected, document);
 }
 
@@ -151,10 +244,9 @@ TEST_F(InfoCommand, NamesDamageThatLeavesTheRestReadable) {
       Put(support::WithVendorBox(support::Clip(3).Build(), support::VendorBoxOf({stray})));
   const Finished run = Tool({"info", path});
   EXPECT_EQ(0, run.exitCode);
-  EXPECT_THAT(run.out,
-              HasSubstr("  damaged           what the camera noted can't be read (S_FALSE)\n"));
+  EXPECT_THAT(run.out, HasSubstr("  damaged           what the camera noted can't be read\n"));
   EXPECT_THAT(run.out, HasSubstr("avc1"));
-  EXPECT_EQ((json{"what the camera noted can't be read (S_FALSE)"}), Json({path})["problems"]);
+  EXPECT_EQ((json{"what the camera noted can't be read"}), Json({path})["problems"]);
 
   support::MovieBuilder movie;
   movie.extraMovieBoxes = support::Box(
@@ -168,15 +260,16 @@ TEST_F(InfoCommand, RefusesWhatIsNoClip) {
     const Finished run = Tool({"info", path});
     EXPECT_EQ(1, run.exitCode);
     EXPECT_EQ("", run.out);
-    EXPECT_EQ(0u, run.err.find("clipchain: " + path + " " + words)) << run.err;
+    EXPECT_EQ(0u, run.err.find("error: " + path + " " + words)) << run.err;
   };
-  expectRefused((folder / "absent").string(), "can't be read: there is no such file\n");
-  expectRefused(folder.path(), "can't be read: it is a folder\n");
-  expectRefused(Put({}), "can't be read: it is empty\n");
-  expectRefused(Put(support::Text("These are notes about a clip.\n")), "is no MP4 clip, or has");
+  expectRefused((folder / "absent").string(), "can't be read: there is no such file (");
+  expectRefused(folder.path(), "can't be read: it is a folder (");
+  expectRefused(Put({}), "can't be read: it is empty (");
+  expectRefused(Put(support::Text("These are notes about a clip.\n")),
+                "is no MP4 clip: it begins with");
   Bytes clip = support::Clip(3).Build();
   clip.pop_back();
-  expectRefused(Put(clip), "is no MP4 clip, or is damaged");
+  expectRefused(Put(clip), "ends");
 }
 
 TEST_F(InfoCommand, TakesPathsOfAnyBytes) {
@@ -199,6 +292,6 @@ TEST_F(InfoCommand, TakesPathsOfAnyBytes) {
   }
   EXPECT_EQ(digits, Json({odd})["path_bytes"]);
   EXPECT_THAT(Tool({"info", (folder / "\xFF absent").string()}).err,
-              HasSubstr("\xFF absent can't be read: there is no such file\n"));
+              HasSubstr("\xFF absent can't be read: there is no such file ("));
   EXPECT_FALSE(Json({(folder / "a\nb").string()}).contains("path_bytes"));
 }

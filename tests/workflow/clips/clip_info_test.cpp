@@ -23,12 +23,19 @@ class ClipInfoOf : public testing::Test {
  protected:
   HRESULT Read(const Bytes& bytes) {
     support::WriteFile(folder / "clip", bytes);
-    return ReadClipInfo((folder / "clip").string(), info);
+    boxes.clear();
+    clipchain::ClipInfoOptions options;
+    options.box = [this](const BoxInfo& box) {
+      EXPECT_LT(0, info.size);
+      boxes.push_back(box);
+      return boxes.size() < mostBoxes;
+    };
+    return ReadClipInfo((folder / "clip").string(), info, options);
   }
 
   // Whether every box stands where the file has its header.
   void ExpectBoxesStandInFile(const Bytes& bytes) const {
-    for (const BoxInfo& box : info.boxes) {
+    for (const BoxInfo& box : boxes) {
       SCOPED_TRACE(FourCcText(box.type));
       const auto at = static_cast<std::size_t>(box.position);
       EXPECT_EQ(box.type, support::ReadU32(bytes, at + 4));
@@ -41,7 +48,7 @@ class ClipInfoOf : public testing::Test {
   }
 
   const BoxInfo* Find(unsigned int type) const {
-    for (const BoxInfo& box : info.boxes) {
+    for (const BoxInfo& box : boxes) {
       if (box.type == type) return &box;
     }
     return nullptr;
@@ -49,6 +56,8 @@ class ClipInfoOf : public testing::Test {
 
   support::TempDir folder;
   ClipInfo info;
+  std::vector<BoxInfo> boxes;
+  std::size_t mostBoxes = 1'000'000;
 };
 
 }  // namespace
@@ -115,7 +124,7 @@ TEST_F(ClipInfoOf, EveryBoxStandsWhereItIsListed) {
       // Deep down, behind boxes that do not know where they stand.
       ASSERT_NE(nullptr, Find(FourCc("avcC")));
       EXPECT_EQ(7u, Find(FourCc("avcC"))->depth);
-      EXPECT_EQ(FourCc("free"), info.boxes.back().type);
+      EXPECT_EQ(FourCc("free"), boxes.back().type);
     }
   }
 }
@@ -127,7 +136,7 @@ TEST_F(ClipInfoOf, MediaToTheEndOfTheFileHasTheSizeThatIsLeft) {
   const Bytes bytes = movie.Build();
   ASSERT_OK(Read(bytes));
   ExpectBoxesStandInFile(bytes);
-  const BoxInfo& media = info.boxes.back();
+  const BoxInfo& media = boxes.back();
   EXPECT_EQ(FourCc("mdat"), media.type);
   EXPECT_EQ(static_cast<long long>(bytes.size()), media.position + media.size);
 }
@@ -183,10 +192,30 @@ TEST_F(ClipInfoOf, AFileThatIsNoClipIsRefusedWithWhatWasFound) {
   const Bytes whole = support::Clip(3).Build();
   EXPECT_RESULT(E_BAD_DATA, Read(Bytes(whole.begin(), whole.end() - 1)));
   EXPECT_EQ(static_cast<long long>(whole.size()) - 1, info.size);
-  EXPECT_NE(nullptr, Find(FourCc("ftyp")));
+  EXPECT_TRUE(boxes.empty());
   info = {};
   EXPECT_RESULT(E_BAD_TYPE, Read(support::Text("These are notes about a clip.\n")));
   EXPECT_RESULT(E_HANDLE, ReadClipInfo((folder / "absent").string(), info));
   info = {};
   EXPECT_OK(Read(whole));
+}
+
+TEST_F(ClipInfoOf, ListsBoxesAsLongAsSomebodyListens) {
+  mostBoxes = 5;
+  ASSERT_OK(Read(support::Clip(3).Build()));
+  EXPECT_EQ(5u, boxes.size());
+}
+
+TEST_F(ClipInfoOf, TakesNoMoreMemoryThanItMay) {
+  support::MovieBuilder movie = support::Clip(3);
+  const Bytes box = support::Box("free");
+  for (int i = 0; i < 10'000; ++i)
+    movie.extraMovieBoxes.insert(movie.extraMovieBoxes.end(), box.begin(), box.end());
+  support::WriteFile(folder / "clip", movie.Build());
+  clipchain::ClipInfoOptions options;
+  options.memoryLimit = 4'000'000;
+  EXPECT_RESULT(E_OUTOFMEMORY, ReadClipInfo((folder / "clip").string(), info, options));
+  EXPECT_TRUE(info.tracks.empty());
+  options.memoryLimit = 10'000'000;
+  EXPECT_OK(ReadClipInfo((folder / "clip").string(), info, options));
 }

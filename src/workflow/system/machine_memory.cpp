@@ -1,0 +1,16 @@
+#include "workflow/system/machine_memory.h"
+
+#include <unistd.h>
+
+#include <limits>
+
+namespace clipchain {
+
+long long HalfOfTheMachine() {
+  const long pages = ::sysconf(_SC_PHYS_PAGES);
+  const long size = ::sysconf(_SC_PAGE_SIZE);
+  if (pages <= 0 || size <= 0) return std::numeric_limits<long long>::max();
+  return static_cast<long long>(pages) * size / 2;
+}
+
+}  // namespace clipchain
