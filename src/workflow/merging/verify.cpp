@@ -83,6 +83,7 @@ class Verifier {
 
  private:
   bool OpenOutput();
+  Findings CompareSamples(bool everyByte, Progress progress);
   bool Tell(Number done);  // how much of the media was compared; whether to go on
   bool AddClip(const std::string& path);
   bool Expect(Clip& clip);
@@ -94,7 +95,7 @@ class Verifier {
   void CompareBoxes();
   bool BoxesAreExpected();
   bool IsExpected(Number position, const std::vector<unsigned char>& expected);
-  bool CompareSamples(const Clip& clip);
+  bool CompareEnds(const Clip& clip);
   bool CompareMedia(const Clip& clip);
   bool CompareBytes(FileBytes& source, const Clip& clip, Number inClip, Number inOutput,
                     std::size_t size);
@@ -120,12 +121,19 @@ class Verifier {
 Findings Verifier::Run() {
   if (task_.everyByte) output_.ForgetCached();
   if (!OpenOutput()) return std::move(findings_);
+  if (task_.intended != nullptr) return CompareSamples(task_.everyByte, task_.progress);
   for (const std::string& input : task_.inputs) {
     if (!AddClip(input)) return std::move(findings_);
   }
   CompareTotals();
   CompareBoxes();
-  return std::move(findings_);
+  if (!findings_.empty()) return std::move(findings_);
+  return CompareSamples(false, [this](const Step&) { return Tell(mediaBefore_); });
+}
+
+Findings Verifier::CompareSamples(bool everyByte, Progress progress) {
+  return clipchain::CompareSamples(
+      {task_.inputs, task_.output, task_.file, everyByte, task_.intended, std::move(progress)});
 }
 
 bool Verifier::Tell(Number done) {
@@ -189,7 +197,7 @@ bool Verifier::AddClip(const std::string& path) {
                    boxes_.media.position);
   duration_ += DurationOf(clip.file->GetMovieBox());
   AddTracks(clip);
-  if (!(task_.everyByte ? CompareMedia(clip) : CompareSamples(clip))) return false;
+  if (!(task_.everyByte ? CompareMedia(clip) : CompareEnds(clip))) return false;
   mediaBefore_ += clip.mediaSize;
   return Expect(clip);
 }
@@ -356,7 +364,7 @@ bool Verifier::IsExpected(Number position, const std::vector<unsigned char>& exp
   return true;
 }
 
-bool Verifier::CompareSamples(const Clip& clip) {
+bool Verifier::CompareEnds(const Clip& clip) {
   FileBytes source(clip.path);
   for (const SamplePair& pair : pairs_) {
     for (Number done = 0; done < pair.size; done += kBlock) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "workflow/finding.h"
+#include "workflow/merging/sample_oracle.h"
 #include "workflow/progress.h"
 
 namespace clipchain {
@@ -16,13 +17,14 @@ struct VerifyTask {
   bool everyByte = false;  // compare all media with the clips', not only where clips meet
   // Told how much of the media was compared; false ends the work without a finding.
   Progress progress;
+  // What was adapted so that the clips fit each other; null: the engine alone made the output.
+  const Intended* intended = nullptr;
 };
 
-// Parses the output and looks whether its boxes fill the file; whether samples, chunks, durations
-// and sizes are those of the clips in a row; whether each chunk lies where the copied media puts
-// it, inside the media; whether the bytes of the first and last sample of each clip's tracks, or
-// all bytes of the media, are the clips'; whether all that stands around the media is, byte for
-// byte, what a merge of the clips writes. Nothing is found in a file that passes.
+// Parses the output and looks whether its boxes fill the file, and whether every sample is that of
+// the clips in a row (`CompareSamples`). What the engine alone made must besides be, around the
+// media and byte for byte, what a merge of the clips writes, each chunk where the copied media puts
+// it, with the sums of the clips. Nothing is found in a file that passes.
 Findings Verify(const VerifyTask& task);
 
 }  // namespace clipchain

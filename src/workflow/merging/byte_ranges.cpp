@@ -1,0 +1,112 @@
+#include "workflow/merging/byte_ranges.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
+#include "workflow/system/files.h"
+
+namespace clipchain::samples {
+
+namespace {
+
+constexpr Number kBlock = 1024 * 1024;
+constexpr Number kEnd = 512;
+
+}  // namespace
+
+void ByteRanges::Add(const ByteRange& samples) {
+  if (samples.size == 0) return;
+  if (!ranges_.empty()) {
+    ByteRange& last = ranges_.back();
+    if (last.inClip + last.size == samples.inClip &&
+        last.inResult + last.size == samples.inResult) {
+      last.size += samples.size;
+      return;
+    }
+  }
+  ranges_.push_back(samples);
+}
+
+bool ByteRanges::Gather() {
+  const auto moved = [](const ByteRange& range) { return range.inResult - range.inClip; };
+  std::sort(ranges_.begin(), ranges_.end(), [&](const ByteRange& a, const ByteRange& b) {
+    return std::tuple(moved(a), a.inClip) < std::tuple(moved(b), b.inClip);
+  });
+  std::size_t kept = 0;
+  for (const ByteRange& range : ranges_) {
+    ByteRange* last = kept > 0 ? &ranges_[kept - 1] : nullptr;
+    if (last != nullptr && moved(*last) == moved(range) &&
+        range.inClip <= last->inClip + last->size) {
+      last->size = std::max(last->size, range.inClip + range.size - last->inClip);
+    } else {
+      ranges_[kept++] = range;
+    }
+  }
+  ranges_.resize(kept);
+  const auto earlier = [](const ByteRange& a, const ByteRange& b) { return a.inClip < b.inClip; };
+  std::sort(ranges_.begin(), ranges_.end(), earlier);
+  const auto crossed = [](const ByteRange& a, const ByteRange& b) {
+    return a.inClip + a.size > b.inClip || a.inResult + a.size > b.inResult;
+  };
+  return std::adjacent_find(ranges_.begin(), ranges_.end(), crossed) == ranges_.end();
+}
+
+void ByteRanges::Clear() {
+  ranges_.clear();
+  whole_.clear();
+}
+
+RangeComparison::RangeComparison(FileBytes& result, OracleFindings& findings,
+                                 std::function<bool(Number bytes)> progress)
+    : result_(result),
+      findings_(findings),
+      progress_(std::move(progress)),
+      fromClip_(kBlock),
+      fromResult_(kBlock) {}
+
+bool RangeComparison::Compare(FileBytes& clip, const std::string& path,
+                              const std::vector<ByteRange>& ranges, bool everyByte) {
+  for (const ByteRange& range : ranges) {
+    const bool same = everyByte ? CompareAll(clip, path, range) : CompareEnds(clip, path, range);
+    if (!same) return false;
+  }
+  return true;
+}
+
+bool RangeComparison::CompareEnds(FileBytes& clip, const std::string& path,
+                                  const ByteRange& range) {
+  if (range.size <= 2 * kEnd) return CompareAll(clip, path, range);
+  const Number last = range.size - kEnd;
+  return CompareBlock(clip, path, {range.inClip, range.inResult, kEnd}) &&
+         CompareBlock(clip, path, {range.inClip + last, range.inResult + last, kEnd});
+}
+
+bool RangeComparison::CompareAll(FileBytes& clip, const std::string& path, const ByteRange& range) {
+  for (Number done = 0; done < range.size; done += kBlock) {
+    const Number size = std::min(range.size - done, kBlock);
+    if (!CompareBlock(clip, path, {range.inClip + done, range.inResult + done, size})) return false;
+  }
+  return true;
+}
+
+bool RangeComparison::CompareBlock(FileBytes& clip, const std::string& path,
+                                   const ByteRange& block) {
+  const auto size = static_cast<std::size_t>(block.size);
+  if (!clip.Read(block.inClip, fromClip_.data(), size))
+    return findings_.Unreadable(path, "can't be read again to compare it", clip);
+  if (!result_.Read(block.inResult, fromResult_.data(), size))
+    return findings_.Damaged("can't be read back", block.inResult, result_);
+  const auto end = fromResult_.begin() + static_cast<std::ptrdiff_t>(size);
+  const auto [mine, theirs] = std::mismatch(fromResult_.begin(), end, fromClip_.begin());
+  if (mine == end) return !progress_ || progress_(block.size);
+  const auto at = static_cast<Number>(mine - fromResult_.begin());
+  return findings_.Damaged(
+      fmt::format("has a byte {:02X} at {}; it is {:02X} at {} in {}", *mine, block.inResult + at,
+                  *theirs, block.inClip + at, Shown(path)),
+      block.inResult + at, result_);
+}
+
+}  // namespace clipchain::samples

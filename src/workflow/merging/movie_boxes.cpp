@@ -1,0 +1,139 @@
+#include "workflow/merging/movie_boxes.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <map>
+
+#include "foundation/fourcc.h"
+
+namespace clipchain::samples {
+
+namespace {
+
+// Bytes of a box that a merge may change.
+struct Changeable {
+  std::size_t from;
+  std::size_t count;
+};
+
+// In the order of the fields: of "mvhd" modification time, time scale, duration and the next
+// track's identifier; of "tkhd" and "mdhd" modification time, and duration, of the latter the scale
+// too (ISO/IEC 14496-12, clauses 8.2.2, 8.3.2, 8.4.2). The forms with wide times have them
+// elsewhere.
+std::string Constant(std::uint32_t type, View body) {
+  std::string bytes(body.begin(), body.end());
+  const bool wide = !body.empty() && body[0] == 1;
+  const std::size_t times = wide ? 16 : 8;
+  const std::size_t duration = wide ? 8 : 4;
+  if (type == FourCc("mvhd") && bytes.size() >= 4) bytes.erase(bytes.size() - 4);
+  // Creation and modification, scale or identifier, reserved, duration.
+  const std::size_t middle = type == FourCc("tkhd") ? 8 : 4;
+  if (bytes.size() < 4 + times + middle + duration) return bytes;
+  const Number creation = wide ? U64(body, 4) : U32(body, 4);
+  // Another version than these two is none of ours to read.
+  const std::string version = body[0] > 1 ? std::to_string(body[0]) : "";
+  std::string constant = version + bytes.substr(1, 3) + std::to_string(creation) + '/';
+  if (type == FourCc("tkhd")) constant += bytes.substr(4 + times, middle);
+  return constant + bytes.substr(4 + times + middle + duration);
+}
+
+bool IsHeader(std::uint32_t type) {
+  return type == FourCc("mvhd") || type == FourCc("tkhd") || type == FourCc("mdhd");
+}
+
+bool IsSpace(std::uint32_t type) { return type == FourCc("free") || type == FourCc("skip"); }
+
+// What else is compared than byte for byte, or made anew: whether it is there or not.
+bool IsOfMerge(std::uint32_t parent, std::uint32_t type) {
+  static const std::set<std::uint32_t> kTables = {
+      FourCc("stts"), FourCc("ctts"), FourCc("cslg"), FourCc("stsz"), FourCc("stz2"),
+      FourCc("stsc"), FourCc("stco"), FourCc("co64"), FourCc("stss"), FourCc("stps"),
+      FourCc("sdtp"), FourCc("sbgp"), FourCc("sgpd"), FourCc("subs")};
+  if (parent == FourCc("moov")) return type == FourCc("trak") || type == FourCc("mvex");
+  if (parent == FourCc("trak")) return type == FourCc("edts");
+  return parent == FourCc("stbl") && kTables.count(type) != 0;
+}
+
+bool IsCompared(std::uint32_t parent, std::uint32_t type) {
+  if (parent == FourCc("trak")) return type == FourCc("mdia");
+  if (parent == FourCc("mdia")) return type == FourCc("minf");
+  return parent == FourCc("minf") && type == FourCc("stbl");
+}
+
+class Comparison {
+ public:
+  Comparison(const std::set<unsigned int>& dropped, OracleFindings& findings)
+      : dropped_(dropped), findings_(findings) {}
+
+  // The children of one box on both sides; `place` names it.
+  void Compare(std::uint32_t parent, View clip, View result, const std::string& place,
+               unsigned int track);
+
+ private:
+  using Children = std::map<std::uint32_t, std::vector<BoxView>>;
+  static Children ChildrenOf(std::uint32_t parent, View body);
+  bool IsSame(std::uint32_t parent, const BoxView& mine, const BoxView& theirs,
+              const std::string& place, unsigned int track);
+
+  const std::set<unsigned int>& dropped_;
+  OracleFindings& findings_;
+};
+
+Comparison::Children Comparison::ChildrenOf(std::uint32_t parent, View body) {
+  Children children;
+  BoxView box;
+  while (TakeBox(body, box)) {
+    if (!IsSpace(box.type) && !IsOfMerge(parent, box.type)) children[box.type].push_back(box);
+  }
+  return children;
+}
+
+bool Comparison::IsSame(std::uint32_t parent, const BoxView& mine, const BoxView& theirs,
+                        const std::string& place, unsigned int track) {
+  if (IsCompared(parent, mine.type)) {
+    Compare(mine.type, theirs.body, mine.body, place, track);
+    return true;
+  }
+  if (IsHeader(mine.type))
+    return Constant(mine.type, mine.body) == Constant(mine.type, theirs.body);
+  return std::equal(mine.body.begin(), mine.body.end(), theirs.body.begin(), theirs.body.end());
+}
+
+void Comparison::Compare(std::uint32_t parent, View clip, View result, const std::string& place,
+                         unsigned int track) {
+  Children expected = ChildrenOf(parent, clip);
+  Children found = ChildrenOf(parent, result);
+  for (const auto& [type, boxes] : expected) found.try_emplace(type);
+  for (const auto& [type, boxes] : found) {
+    const std::vector<BoxView>& wanted = expected[type];
+    const std::string path = place + '/' + FourCcText(type);
+    if (boxes.empty() && dropped_.count(type) != 0) continue;
+    if (boxes.size() != wanted.size()) {
+      findings_.Differs(track, path,
+                        fmt::format("has {} of this box, of which the first clip has {}",
+                                    boxes.size(), wanted.size()));
+      continue;
+    }
+    for (std::size_t i = 0; i < boxes.size(); ++i) {
+      if (!IsSame(parent, boxes[i], wanted[i], path, track))
+        findings_.Differs(track, path, "does not have this box as the first clip has it");
+    }
+  }
+}
+
+}  // namespace
+
+void CompareMovieBoxes(const SampleFile& clip, const SampleFile& result,
+                       const std::vector<TrackPair>& tracks, const std::set<unsigned int>& dropped,
+                       OracleFindings& findings) {
+  Comparison comparison(dropped, findings);
+  comparison.Compare(FourCc("moov"), clip.Movie(), result.Movie(), "moov", 0);
+  for (std::size_t i = 0; i < tracks.size(); ++i) {
+    const auto& [mine, theirs] = tracks[i];
+    comparison.Compare(FourCc("trak"), mine->body, theirs->body, fmt::format("moov/trak[{}]", i),
+                       theirs->id);
+  }
+}
+
+}  // namespace clipchain::samples

@@ -1,0 +1,23 @@
+// The boxes of a movie beside those that a merge makes anew.
+#pragma once
+
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "workflow/merging/oracle_findings.h"
+#include "workflow/merging/sample_reader.h"
+
+namespace clipchain::samples {
+
+using TrackPair = std::pair<const TrackView*, const TrackView*>;  // of the clip, of the result
+
+// Compares the movie of the first clip with that of the result, whose tracks are those of the clip
+// in their order: headers but for times and identifiers that follow from the merge, and every other
+// box byte for byte. Boxes of types that are `dropped` may be missing. Sample tables, descriptions
+// and edit lists are another matter, and left alone.
+void CompareMovieBoxes(const SampleFile& clip, const SampleFile& result,
+                       const std::vector<TrackPair>& tracks, const std::set<unsigned int>& dropped,
+                       OracleFindings& findings);
+
+}  // namespace clipchain::samples

@@ -1,0 +1,40 @@
+#include "workflow/merging/oracle_findings.h"
+
+#include <system_error>
+#include <utility>
+
+namespace clipchain {
+
+namespace {
+
+std::string WithCause(std::string text, const FileBytes& file) {
+  if (file.error() != 0) text += ": " + std::generic_category().message(file.error());
+  return text;
+}
+
+}  // namespace
+
+bool OracleFindings::Damaged(std::string text, unsigned long long offset, const FileBytes& file) {
+  findings_.push_back(MakeFinding(Message::kResultDamaged, output_,
+                                  WithCause(std::move(text), file),
+                                  "write to another disk, or check this one"));
+  findings_.back().offset = static_cast<long long>(offset);
+  return false;
+}
+
+bool OracleFindings::Unreadable(const std::string& clip, std::string text, const FileBytes& file) {
+  findings_.push_back(MakeFinding(Message::kInputUnreadable, clip, WithCause(std::move(text), file),
+                                  "copy the clip again from the card"));
+  return false;
+}
+
+bool OracleFindings::Differs(unsigned int track, std::string box, std::string text) {
+  if (!told_.insert(track).second) return false;
+  findings_.push_back(MakeFinding(Message::kResultDiffers, output_, std::move(text),
+                                  "leave the clip out, or keep the result as it is with --force"));
+  findings_.back().track = track;
+  findings_.back().box = std::move(box);
+  return false;
+}
+
+}  // namespace clipchain

@@ -1,0 +1,97 @@
+#include "workflow/merging/sample_description.h"
+
+#include "foundation/fourcc.h"
+
+namespace clipchain::samples {
+
+namespace {
+
+// Whether nothing but boxes stands there; four bytes of zero may end them, as QuickTime has it.
+bool AreBoxes(View bytes) {
+  BoxView box;
+  while (TakeBox(bytes, box)) {
+  }
+  return bytes.empty() || (bytes.size() == 4 && U32(bytes, 0) == 0);
+}
+
+// Where the boxes of an entry begin: behind the fields of its kind (ISO/IEC 14496-12, clause 12),
+// which QuickTime makes longer for sound of version 1 and 2. Empty if they are found nowhere.
+View BoxesOf(View entry, std::uint32_t handler) {
+  std::vector<std::size_t> places = {16};
+  if (handler == FourCc("vide")) places = {86};
+  if (handler == FourCc("soun")) {
+    const std::uint32_t version = U16(entry, 16);
+    places = {36};
+    if (version == 1) places = {52, 36};
+    if (version == 2) places = {72, 36};
+  }
+  for (const std::size_t at : places) {
+    if (at <= entry.size() && AreBoxes(entry.subspan(at))) return entry.subspan(at);
+  }
+  return {};
+}
+
+// The payload of the descriptor at the front, if it is of that kind; empty else.
+View Payload(View bytes, unsigned char tag) {
+  if (bytes.empty() || bytes[0] != tag) return {};
+  std::size_t size = 0;
+  for (std::size_t at = 1; at < bytes.size() && at <= 4; ++at) {
+    size = size << 7 | (bytes[at] & 0x7FU);
+    if ((bytes[at] & 0x80U) != 0) continue;
+    const View rest = bytes.subspan(at + 1);
+    return rest.first(std::min(size, rest.size()));
+  }
+  return {};
+}
+
+// The eleven bytes of buffer size and bit rates inside an "esds"; empty without them.
+View RatesIn(View body) {
+  constexpr unsigned char kStream = 3;
+  constexpr unsigned char kDecoder = 4;
+  if (body.size() < 4) return {};
+  const View stream = Payload(body.subspan(4), kStream);
+  if (stream.size() < 3) return {};
+  const unsigned int flags = stream[2];
+  std::size_t at = 3 + ((flags & 0x80U) != 0 ? 2 : 0);
+  if ((flags & 0x40U) != 0 && at < stream.size()) at += 1U + stream[at];
+  at += (flags & 0x20U) != 0 ? 2 : 0;
+  if (at > stream.size()) return {};
+  const View decoder = Payload(stream.subspan(at), kDecoder);
+  return decoder.size() >= 13 ? decoder.subspan(2, 11) : View();
+}
+
+class RateFinder {
+ public:
+  RateFinder(View entry, Description& description) : entry_(entry), description_(description) {}
+
+  void Look(View boxes, bool inside = false) {
+    BoxView box;
+    while (TakeBox(boxes, box)) {
+      if (box.type == FourCc("wave") && !inside) Look(box.body, true);
+      if (box.type == FourCc("btrt") && box.body.size() >= 12)
+        Take(box.body.first(12), U32(box.body, 0), 4);
+      if (box.type != FourCc("esds")) continue;
+      if (const View rates = RatesIn(box.body); !rates.empty()) Take(rates, U32(rates, 0) >> 8, 3);
+    }
+  }
+
+ private:
+  void Take(View fields, std::uint32_t buffer, std::size_t at) {
+    description_.rates.push_back({buffer, U32(fields, at), U32(fields, at + 4)});
+    const auto begin = static_cast<std::size_t>(fields.data() - entry_.data());
+    description_.bare.replace(begin, fields.size(), fields.size(), '\0');
+  }
+
+  View entry_;
+  Description& description_;
+};
+
+}  // namespace
+
+Description DescriptionOf(View entry, std::uint32_t handler) {
+  Description description{std::string(entry.begin(), entry.end()), {}};
+  RateFinder(entry, description).Look(BoxesOf(entry, handler));
+  return description;
+}
+
+}  // namespace clipchain::samples

@@ -1,0 +1,156 @@
+#include "workflow/merging/sample_groups.h"
+
+#include <algorithm>
+#include <tuple>
+
+#include "foundation/fourcc.h"
+#include "workflow/merging/sample_stream.h"
+
+namespace clipchain::samples {
+
+namespace {
+
+// In a fragment, greater indexes mean descriptions of the fragment itself (clause 8.9.4).
+constexpr std::uint32_t kOfFragment = 0x10000;
+
+std::string Text(View bytes) { return std::string(bytes.begin(), bytes.end()); }
+
+View From(View bytes, std::size_t at) { return bytes.subspan(std::min(at, bytes.size())); }
+
+// The numbers of the descriptions in an "sgpd", in order. Only version 1 says how long each of them
+// is; for the others the whole box speaks, so that they are known again where all of it is the
+// same.
+std::vector<unsigned int> NamesIn(View body, GroupNames& names) {
+  std::vector<unsigned int> found;
+  const std::string type = Text(body.subspan(4, 4));
+  const bool sized = body[0] == 1;
+  const std::size_t at = body[0] == 0 ? 8 : 12;
+  View rest = From(body, at + 4);
+  if (!sized) {
+    const std::string whole = type + std::to_string(names.Of(type + Text(body))) + "/";
+    const std::size_t count = std::min<std::size_t>(U32(body, at), rest.size());
+    for (std::size_t i = 0; i < count; ++i) found.push_back(names.Of(whole + std::to_string(i)));
+    return found;
+  }
+  const std::uint32_t common = U32(body, 8);
+  for (std::uint32_t left = U32(body, at); left > 0 && !rest.empty(); --left) {
+    const std::size_t header = common == 0 ? 4 : 0;
+    const std::size_t size = common == 0 ? U32(rest, 0) : common;
+    if (rest.size() < header || rest.size() - header < size) break;
+    found.push_back(names.Of(type + Text(rest.subspan(header, size))));
+    rest = rest.subspan(header + size);
+  }
+  return found;
+}
+
+using Descriptions = std::map<std::uint32_t, std::vector<unsigned int>>;  // by type
+
+Descriptions DescriptionsIn(View boxes, GroupNames& names) {
+  Descriptions all;
+  BoxView box;
+  while (TakeBox(boxes, box)) {
+    if (box.type != FourCc("sgpd") || box.body.size() < 12) continue;
+    all.emplace(U32(box.body, 4), NamesIn(box.body, names));
+  }
+  return all;
+}
+
+unsigned int NumberIn(const Descriptions& all, std::uint32_t type, std::uint32_t index) {
+  const auto found = all.find(type);
+  if (index == 0 || found == all.end() || index > found->second.size()) return 0;
+  return found->second[index - 1];
+}
+
+class ExtrasReader {
+ public:
+  ExtrasReader(GroupNames& names, SampleExtras& extras) : names_(names), extras_(extras) {}
+
+  // The boxes beside a sample table or in a fragment that begins with that sample.
+  void Take(View boxes, Number first, bool fragment) {
+    const Descriptions own = DescriptionsIn(boxes, names_);
+    if (!fragment) ofTrack_ = own;
+    View rest = boxes;
+    BoxView box;
+    while (TakeBox(rest, box)) {
+      if (box.type == FourCc("sbgp")) TakeGroups(box.body, first, own);
+      if (box.type == FourCc("subs")) TakeSubSamples(box.body, first);
+    }
+  }
+
+ private:
+  void TakeGroups(View body, Number first, const Descriptions& own);
+  void TakeSubSamples(View body, Number first);
+
+  GroupNames& names_;
+  SampleExtras& extras_;
+  Descriptions ofTrack_;
+  std::map<GroupKey, Number> covered_;
+};
+
+void ExtrasReader::TakeGroups(View body, Number first, const Descriptions& own) {
+  const bool parameter = !body.empty() && body[0] == 1;
+  const std::size_t at = parameter ? 12 : 8;
+  const std::uint32_t type = U32(body, 4);
+  const GroupKey key = {type, parameter ? U32(body, 8) : 0};
+  std::vector<GroupRun>& runs = extras_.groups[key];
+  Number& covered = covered_[key];
+  if (first > covered) runs.push_back({first - covered, 0});
+  covered = std::max(covered, first);
+  View entries = From(body, at + 4);
+  for (std::uint32_t left = U32(body, at); left > 0 && entries.size() >= 8; --left) {
+    const std::uint32_t index = U32(entries, 4);
+    const bool local = index > kOfFragment;
+    const unsigned int group =
+        NumberIn(local ? own : ofTrack_, type, local ? index - kOfFragment : index);
+    runs.push_back({U32(entries, 0), group});
+    covered += U32(entries, 0);
+    entries = entries.subspan(8);
+  }
+}
+
+void ExtrasReader::TakeSubSamples(View body, Number first) {
+  constexpr Number kPrime = 0x100000001B3;
+  const bool wide = !body.empty() && body[0] == 1;
+  const std::size_t width = wide ? 10 : 8;
+  const std::uint32_t flags = U32(body, 0) & 0xFFFFFF;
+  View rest = From(body, 8);
+  Number sample = first;  // counts from 1 from here on
+  for (std::uint32_t left = U32(body, 4); left > 0 && rest.size() >= 6; --left) {
+    sample += U32(rest, 0);
+    const std::uint32_t count = U16(rest, 4);
+    rest = rest.subspan(6);
+    if (rest.size() < count * width) break;
+    Number hash = 0xCBF29CE484222325;
+    for (std::uint32_t i = 0; i < count; ++i) {
+      const std::size_t at = i * width;
+      const Number size = wide ? U32(rest, at) : U16(rest, at);
+      const Number others = Number{U16(rest, at + width - 6)} << 32 | U32(rest, at + width - 4);
+      hash = ((hash ^ size) * kPrime ^ others) * kPrime;
+    }
+    rest = rest.subspan(count * width);
+    if (count > 0) extras_.subSamples.push_back({sample - 1, flags, hash});
+  }
+}
+
+}  // namespace
+
+bool ReadExtras(const SampleFile& file, const TrackView& track, GroupNames& names,
+                SampleExtras& extras) {
+  ExtrasReader reader(names, extras);
+  reader.Take(track.table, 0, false);
+  Number first = SizeTable(track.table).Count();
+  std::vector<unsigned char> bytes;
+  for (const Fragment& fragment : track.fragments) {
+    bytes.resize(fragment.size);
+    if (!file.File().Read(fragment.position, bytes.data(), bytes.size())) return false;
+    reader.Take(bytes, first, true);
+    first += fragment.samples;
+  }
+  std::sort(extras.subSamples.begin(), extras.subSamples.end(),
+            [](const SubSamples& a, const SubSamples& b) {
+              return std::tuple(a.sample, a.flags) < std::tuple(b.sample, b.flags);
+            });
+  return true;
+}
+
+}  // namespace clipchain::samples

@@ -1,0 +1,52 @@
+// What a track says about samples beside its sample table proper: groups ("sbgp" with "sgpd",
+// ISO/IEC 14496-12, clause 8.9) and sub-samples ("subs", clause 8.7.7).
+#pragma once
+
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "workflow/merging/sample_reader.h"
+
+namespace clipchain::samples {
+
+// Numbers for the descriptions of groups: the same one for the same bytes, whatever file they stand
+// in and wherever. 0 stands for no group.
+class GroupNames {
+ public:
+  unsigned int Of(std::string description) {
+    return numbers_.emplace(std::move(description), numbers_.size() + 1).first->second;
+  }
+
+ private:
+  std::unordered_map<std::string, unsigned int> numbers_;
+};
+
+// One after the other; samples behind the last one belong to no group.
+struct GroupRun {
+  Number count;
+  unsigned int group;
+};
+
+using GroupKey = std::pair<std::uint32_t, std::uint32_t>;  // type and its parameter
+
+struct SubSamples {
+  Number sample;        // counts from 0
+  std::uint32_t flags;  // of the box
+  Number hash;          // over all that is said of the sample
+
+  bool operator==(const SubSamples&) const = default;
+};
+
+struct SampleExtras {
+  std::map<GroupKey, std::vector<GroupRun>> groups;
+  std::vector<SubSamples> subSamples;  // by sample
+};
+
+// All that a track says, tables and fragments. False where a fragment can't be read again.
+bool ReadExtras(const SampleFile& file, const TrackView& track, GroupNames& names,
+                SampleExtras& extras);
+
+}  // namespace clipchain::samples

@@ -1,0 +1,264 @@
+#include "workflow/merging/sample_oracle.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <deque>
+#include <memory>
+
+#include "foundation/fourcc.h"
+#include "workflow/merging/byte_ranges.h"
+#include "workflow/merging/movie_boxes.h"
+#include "workflow/merging/oracle_findings.h"
+#include "workflow/merging/track_comparison.h"
+#include "workflow/merging/track_pairs.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+using namespace samples;
+
+const Intended kNothing;
+// Bytes that are compared until somebody is told.
+constexpr Number kBetween = 4 * 1024 * 1024;
+
+Seconds InSeconds(Number ticks, const SampleFile& file) {
+  return static_cast<Seconds>(ticks) / static_cast<Seconds>(std::max<Number>(file.Scale(), 1));
+}
+
+// What the movie's header states, and the longest that a track's does. Those of a fragmented file
+// know nothing of its fragments.
+Seconds StatedBy(const SampleFile& file) { return InSeconds(file.Duration(), file); }
+Seconds LongestOf(const SampleFile& file) {
+  Number longest = 0;
+  for (const TrackView& track : file.Tracks()) {
+    if (!track.fragments.empty()) return StatedBy(file);
+    longest = std::max(longest, track.shown);
+  }
+  return InSeconds(longest, file);
+}
+
+class Oracle {
+ public:
+  explicit Oracle(const OracleTask& task)
+      : task_(task),
+        intended_(task.intended != nullptr ? *task.intended : kNothing),
+        findings_(task.output),
+        output_(task.file),
+        result_(output_),
+        comparison_(output_, findings_, [this](Number bytes) { return Tell(bytes); }) {}
+
+  Findings Run() {
+    if (task_.everyByte) output_.ForgetCached();
+    if (!Open()) return findings_.Take();
+    for (std::size_t clip = 0; clip < task_.inputs.size(); ++clip) {
+      if (!Tell(0) || !AddClip(clip)) return findings_.Take();
+    }
+    Finish();
+    return findings_.Take();
+  }
+
+ private:
+  bool Tell(Number bytes) {
+    done_ += bytes;
+    if (bytes > 0 && done_ < told_ + kBetween) return true;
+    told_ = done_;
+    return !task_.progress ||
+           task_.progress({Step::Phase::kVerifying, 0, static_cast<long long>(done_),
+                           static_cast<long long>(total_)});
+  }
+
+  bool Open();
+  bool AddClip(std::size_t index);
+  bool AddTracks(std::size_t index, const ClipAtWork& clip);
+  void NameLeftOut(std::size_t index, const std::string& path,
+                   const std::vector<const TrackView*>& left);
+  void CompareFirst(const SampleFile& clip, const std::vector<const TrackView*>& partners);
+  bool CompareBytes(FileBytes& clip, const std::string& path);
+  void CompareShifts(std::size_t index, const SampleFile& clip);
+  void Finish();
+  void CompareLength(const TrackComparison& track, std::size_t index, Seconds pictures);
+  void CompareDuration();
+  Number Longer(std::size_t clip, unsigned int track) const;
+
+  bool Adapted() const { return task_.intended != nullptr; }
+
+  const OracleTask& task_;
+  const Intended& intended_;
+  OracleFindings findings_;
+  FileBytes output_;
+  SampleFile result_;
+  RangeComparison comparison_;
+  ByteRanges ranges_;
+  GroupNames names_;
+  TrackRules rules_{Adapted(), intended_.dropped};
+  std::deque<TrackComparison> tracks_;
+  std::unique_ptr<TrackPairs> pairs_;
+  Seconds longest_ = 0;     // that the header of a track states
+  Seconds loose_ = 0;       // by which the headers of tracks may be wrong, as they are in the clips
+  Seconds movieLoose_ = 0;  // by which those of the movies are
+  Number done_ = 0;
+  Number told_ = 0;
+  Number total_ = 0;
+};
+
+bool Oracle::Open() {
+  if (const std::string wrong = result_.Read(); !wrong.empty())
+    return findings_.Damaged(wrong, 0, output_);
+  for (const MediaExtent& media : result_.Media()) total_ += media.end - media.begin;
+  for (const TrackView& track : result_.Tracks()) {
+    tracks_.emplace_back(result_, track, tracks_.size(), rules_, findings_);
+    if (!tracks_.back().Open(names_)) return false;
+  }
+  pairs_ = std::make_unique<TrackPairs>(
+      result_, Adapted() ? TrackPairs::By::kDescription : TrackPairs::By::kCodec);
+  return true;
+}
+
+bool Oracle::AddClip(std::size_t index) {
+  const std::string& path = task_.inputs[index];
+  FileBytes bytes(path);
+  SampleFile clip(bytes);
+  if (const std::string wrong = clip.Read(); !wrong.empty())
+    return findings_.Unreadable(path, wrong, bytes);
+  ranges_.Clear();
+  if (!AddTracks(index, {path, clip, ranges_})) return false;
+  if (Adapted()) {
+    CompareShifts(index, clip);
+    movieLoose_ += std::abs(StatedBy(clip) - LongestOf(clip));
+  }
+  return CompareBytes(bytes, path);
+}
+
+bool Oracle::AddTracks(std::size_t index, const ClipAtWork& clip) {
+  std::vector<const TrackView*> left;
+  const std::vector<const TrackView*> partners = pairs_->Find(clip.file, left);
+  for (std::size_t i = 0; i < tracks_.size(); ++i) {
+    TrackComparison& track = tracks_[i];
+    const unsigned int id = track.Track().id;
+    if (partners[i] == nullptr) {
+      findings_.Differs(id, fmt::format("moov/trak[{}]", i),
+                        fmt::format("has a track that is not in {}", Shown(clip.path)));
+    } else if (!track.Add(clip, *partners[i], Longer(index, id), names_)) {
+      return false;
+    }
+  }
+  if (!Adapted()) return true;
+  NameLeftOut(index, clip.path, left);
+  if (index == 0) CompareFirst(clip.file, partners);
+  return true;
+}
+
+Number Oracle::Longer(std::size_t clip, unsigned int track) const {
+  Number most = 0;
+  for (const SeamStretch& stretch : intended_.stretches) {
+    if (stretch.clip == clip && stretch.track == track) most = std::max(most, stretch.most);
+  }
+  return clip + 1 < task_.inputs.size() ? most : 0;
+}
+
+void Oracle::NameLeftOut(std::size_t index, const std::string& path,
+                         const std::vector<const TrackView*>& left) {
+  for (const TrackView* track : left) {
+    if (intended_.commonTracks && (index > 0 || intended_.leftOut.count(track->id) != 0)) continue;
+    findings_.Differs(0, "moov",
+                      fmt::format("has no track for track {} of {}", track->id, Shown(path)));
+  }
+}
+
+// The result is the first clip's movie, so its tracks are that clip's tracks in their order.
+void Oracle::CompareFirst(const SampleFile& clip, const std::vector<const TrackView*>& partners) {
+  std::vector<TrackPair> pairs;
+  for (std::size_t i = 0; i < partners.size(); ++i) {
+    if (partners[i] == nullptr) return;
+    if (i > 0 && partners[i] < partners[i - 1]) {
+      findings_.Differs(0, "moov", "has its tracks in another order than the first clip");
+      return;
+    }
+    pairs.emplace_back(partners[i], &result_.Tracks()[i]);
+  }
+  CompareMovieBoxes(clip, result_, pairs, intended_.dropped, findings_);
+}
+
+bool Oracle::CompareBytes(FileBytes& clip, const std::string& path) {
+  const bool inOrder = ranges_.Gather();
+  const bool everyByte = task_.everyByte || !inOrder;
+  return comparison_.Compare(clip, path, ranges_.Gathered(), everyByte) &&
+         (everyByte || comparison_.Compare(clip, path, ranges_.Whole(), true));
+}
+
+// Tracks of a clip that are shown together there are shown together here.
+void Oracle::CompareShifts(std::size_t index, const SampleFile& clip) {
+  if (index > 0 && intended_.apart < 0) return;
+  const TrackComparison* least = nullptr;
+  const TrackComparison* most = nullptr;
+  Seconds tick = 1 / static_cast<Seconds>(std::max<Number>(clip.Scale(), 1)) +
+                 1 / static_cast<Seconds>(std::max<Number>(result_.Scale(), 1));
+  for (const TrackComparison& track : tracks_) {
+    if (!track.IsShown()) continue;
+    if (least == nullptr || track.Shift() < least->Shift()) least = &track;
+    if (most == nullptr || track.Shift() > most->Shift()) most = &track;
+  }
+  if (least == nullptr) return;
+  const Seconds apart = most->Shift() - least->Shift();
+  const Seconds allowed = index == 0 ? 0 : static_cast<Seconds>(intended_.apart);
+  if (apart <= allowed + tick) return;
+  findings_.Differs(most->Track().id, "moov",
+                    fmt::format("shows track {} {:.1f} ms later beside track {} than {}",
+                                most->Track().id, static_cast<double>(apart * 1000),
+                                least->Track().id, Shown(task_.inputs[index])));
+}
+
+void Oracle::Finish() {
+  Seconds pictures = -1;
+  for (TrackComparison& track : tracks_) {
+    track.Finish();
+    if (track.Track().handler == FourCc("vide")) pictures = std::max(pictures, track.MediaEnd());
+  }
+  if (!Adapted()) return;
+  for (std::size_t i = 0; i < tracks_.size(); ++i) CompareLength(tracks_[i], i, pictures);
+  CompareDuration();
+}
+
+// No track needs to be shown longer than the pictures are. What headers state is as exact as it is
+// in the clips.
+void Oracle::CompareLength(const TrackComparison& track, std::size_t index, Seconds pictures) {
+  const TrackView& view = track.Track();
+  const Showing showing = ShowingOf(result_, view);
+  if (!showing.inARow) return;
+  const Seconds end = track.MediaEnd();
+  const Seconds wanted = pictures >= 0 ? std::min(end, pictures) : end;
+  const auto scale = static_cast<Seconds>(std::max<Number>(result_.Scale(), 1));
+  const Seconds slack = static_cast<Seconds>(task_.inputs.size() + 1) / scale + track.Loose();
+  const auto differs = [&](const char* box, Seconds found) {
+    findings_.Differs(view.id, fmt::format("moov/trak[{}]/{}", index, box),
+                      fmt::format("states {:.3f} s for track {}; its samples end at {:.3f} s",
+                                  static_cast<double>(found), view.id, static_cast<double>(end)));
+  };
+  const Seconds listed = showing.toEnd ? end : showing.delay + showing.length;
+  const Seconds stated = InSeconds(view.shown, result_);
+  if (listed + slack < wanted || listed > end + slack) {
+    differs("edts/elst", listed);
+  } else if (stated + slack < wanted || stated > end + slack) {
+    differs("tkhd", stated);
+  }
+  longest_ = std::max(longest_, stated);
+  loose_ = std::max(loose_, slack);
+}
+
+void Oracle::CompareDuration() {
+  const Seconds stated = StatedBy(result_);
+  if (std::abs(stated - longest_) <= loose_ + movieLoose_) return;
+  findings_.Differs(0, "moov/mvhd",
+                    fmt::format("states {:.3f} s; its tracks take {:.3f} s",
+                                static_cast<double>(stated), static_cast<double>(longest_)));
+}
+
+}  // namespace
+
+Findings CompareSamples(const OracleTask& task) { return Oracle(task).Run(); }
+
+}  // namespace clipchain

@@ -1,0 +1,149 @@
+// Reads where a file says that its samples are: boxes, tracks, fragments. It rests on nothing that
+// merges, so that what it reads can judge a merge.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "workflow/system/file_bytes.h"
+
+namespace clipchain::samples {
+
+using Number = unsigned long long;
+using View = std::span<const unsigned char>;
+
+struct BoxView {
+  std::uint32_t type = 0;
+  View whole;
+  View body;
+};
+
+// Takes the box at the front of what is left; false where none fits.
+bool TakeBox(View& rest, BoxView& box);
+// The first box of that type among those in `body`; a type of 0 without one.
+BoxView FindBox(View body, std::uint32_t type);
+// Big-endian numbers; 0 where the bytes are not there.
+std::uint32_t U16(View bytes, std::size_t at);
+std::uint32_t U32(View bytes, std::size_t at);
+Number U64(View bytes, std::size_t at);
+
+// One part of an edit list (ISO/IEC 14496-12, clause 8.6.6).
+struct Edit {
+  Number length;    // in the movie's time scale
+  long long start;  // media time; -1 for nothing shown
+  std::uint32_t rate;
+};
+
+// What holds for the samples of a fragment that say nothing themselves ("trex", "tfhd").
+struct Defaults {
+  std::uint32_t description = 1;
+  std::uint32_t duration = 0;
+  std::uint32_t size = 0;
+  std::uint32_t flags = 0;
+};
+
+// The samples that one movie fragment has of a track ("traf").
+struct Fragment {
+  Number position = 0;  // of the body in the file
+  std::size_t size = 0;
+  Defaults defaults;
+  Number base = 0;   // where data offsets count from
+  Number start = 0;  // decode time of its first sample
+  Number samples = 0;
+  Number duration = 0;  // of all its samples
+};
+
+struct TrackView {
+  View body;  // of "trak"
+  std::uint32_t id = 0;
+  std::uint32_t handler = 0;
+  View name;  // of the handler
+  std::uint32_t language = 0;
+  Number scale = 0;           // of the media
+  Number duration = 0;        // of the media, as "mdhd" says
+  Number shown = 0;           // as "tkhd" says
+  std::vector<View> entries;  // whole boxes of "stsd"
+  std::vector<Edit> edits;
+  View table;  // body of "stbl"
+  Defaults defaults;
+  std::vector<Fragment> fragments;
+};
+
+struct MediaExtent {
+  Number begin;
+  Number end;
+};
+
+// One "trun" (clause 8.8.8), as it stands in a fragment.
+struct TrackRun {
+  std::uint32_t flags = 0;
+  std::uint32_t count = 0;
+  bool hasOffset = false;
+  std::int32_t dataOffset = 0;
+  std::uint32_t firstFlags = 0;
+  bool hasFirstFlags = false;
+  View entries;
+  std::size_t stride = 0;  // bytes of an entry
+
+  // Fills all; false where the box is too short for its count.
+  bool Read(View body);
+  std::uint32_t Duration(std::size_t sample, const Defaults& defaults) const;
+  std::uint32_t Size(std::size_t sample, const Defaults& defaults) const;
+  std::uint32_t Flags(std::size_t sample, const Defaults& defaults) const;
+  std::int32_t Offset(std::size_t sample) const;
+
+ private:
+  std::uint32_t Field(std::size_t sample, std::uint32_t flag) const;
+};
+
+class SampleFile {
+ public:
+  explicit SampleFile(FileBytes& file) : file_(file) {}
+  SampleFile(const SampleFile&) = delete;
+  SampleFile& operator=(const SampleFile&) = delete;
+
+  // Reads the boxes. What is wrong, as the rest of a sentence that begins with the file's name;
+  // empty if all is well.
+  std::string Read();
+
+  FileBytes& File() const { return file_; }
+  View Movie() const { return movie_; }  // body of "moov"
+  Number Scale() const { return scale_; }
+  Number Duration() const { return duration_; }
+  Number Size() const { return size_; }
+  const std::vector<TrackView>& Tracks() const { return tracks_; }
+  const std::vector<MediaExtent>& Media() const { return media_; }  // in the order of the file
+
+ private:
+  struct Place {
+    Number position;
+    Number size;
+  };
+
+  std::string Walk();
+  std::string ReadMovie();
+  bool Load(const Place& place, std::vector<unsigned char>& bytes);
+  void ReadDefaults(View extends);
+  std::string ReadFragments();
+  bool ReadFragment(const Place& place, View body);
+  bool ReadTrackFragment(const Place& place, View whole, View body, Number& after);
+  static void ReadFragmentHeader(View header, Fragment& fragment);
+  static bool ReadRuns(View body, Fragment& fragment, Number& after);
+
+  FileBytes& file_;
+  Number size_ = 0;
+  std::vector<Place> movies_;     // "moov", whole
+  std::vector<Place> fragments_;  // "moof", whole
+  std::vector<MediaExtent> media_;
+  std::vector<unsigned char> movieBytes_;
+  View movie_;
+  Number scale_ = 0;
+  Number duration_ = 0;
+  std::vector<TrackView> tracks_;
+  std::unordered_map<std::uint32_t, std::size_t> byId_;
+};
+
+}  // namespace clipchain::samples

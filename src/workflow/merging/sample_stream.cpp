@@ -1,0 +1,239 @@
+#include "workflow/merging/sample_stream.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "foundation/fourcc.h"
+
+namespace clipchain::samples {
+
+namespace {
+
+constexpr Number kWithoutEnd = std::numeric_limits<Number>::max();
+
+// The entries of a table whose count stands at `at`, as many as there are of `width` bytes.
+View Entries(View body, std::size_t at, std::size_t width) {
+  if (body.size() < at + 4) return {};
+  const View rest = body.subspan(at + 4);
+  return rest.first(std::min<std::size_t>(U32(body, at), rest.size() / width) * width);
+}
+
+View TableOf(View table, std::uint32_t type, std::size_t width) {
+  return Entries(FindBox(table, type).body, 4, width);
+}
+
+}  // namespace
+
+void RunCursor::Settle() {
+  while (at_ < entries_.size() && used_ >= U32(entries_, at_)) {
+    at_ += 8;
+    used_ = 0;
+  }
+}
+
+Number RunCursor::Left() {
+  Settle();
+  return at_ < entries_.size() ? U32(entries_, at_) - used_ : kWithoutEnd;
+}
+
+std::uint32_t RunCursor::Value() {
+  Settle();
+  return U32(entries_, at_ + 4);
+}
+
+void RunCursor::Skip(Number count) {
+  for (Number left = Left(); count > 0 && left != kWithoutEnd; left = Left()) {
+    used_ += std::min(count, left);
+    count -= std::min(count, left);
+  }
+}
+
+bool NumberCursor::Has(Number sample) {
+  while (at_ < numbers_.size() && U32(numbers_, at_) < sample) at_ += 4;
+  return at_ < numbers_.size() && U32(numbers_, at_) == sample;
+}
+
+Number NumberCursor::Left(Number sample) const {
+  if (at_ >= numbers_.size()) return kWithoutEnd;
+  const Number next = U32(numbers_, at_);
+  return next > sample ? next - sample : 1;
+}
+
+ChunkCursor::ChunkCursor(View table)
+    : offsets_(TableOf(table, FourCc("stco"), 4)),
+      runs_(TableOf(table, FourCc("stsc"), 12)),
+      wide_(FindBox(table, FourCc("stco")).type == 0) {
+  if (wide_) offsets_ = TableOf(table, FourCc("co64"), 8);
+}
+
+Number ChunkCursor::Left() {
+  const std::size_t width = wide_ ? 8 : 4;
+  while (left_ == 0 && (chunk_ + 1) * width <= offsets_.size() && !runs_.empty()) {
+    while (run_ + 24 <= runs_.size() && U32(runs_, run_ + 12) <= chunk_ + 1) run_ += 12;
+    left_ = U32(runs_, run_ + 4);
+    description_ = U32(runs_, run_ + 8);
+    position_ = wide_ ? U64(offsets_, chunk_ * width) : U32(offsets_, chunk_ * width);
+    ++chunk_;
+  }
+  return left_;
+}
+
+void ChunkCursor::Skip(Number count, std::uint32_t size) {
+  left_ -= count;
+  position_ += count * size;
+}
+
+SizeTable::SizeTable(View table) {
+  const View sizes = FindBox(table, FourCc("stsz")).body;
+  const View compact = FindBox(table, FourCc("stz2")).body;
+  if (sizes.size() >= 12) {
+    size_ = U32(sizes, 4);
+    uniform_ = size_ != 0;
+    entries_ = sizes.subspan(12);
+    count_ = U32(sizes, 8);
+  } else if (compact.size() >= 12) {
+    bits_ = compact[7];
+    entries_ = compact.subspan(12);
+    count_ = U32(compact, 8);
+  }
+  if (bits_ != 4 && bits_ != 8 && bits_ != 16 && bits_ != 32) count_ = 0;
+  if (!uniform_ && count_ > 0)
+    count_ = std::min<Number>(count_, entries_.size() * Number{8} / bits_);
+}
+
+std::uint32_t SizeTable::Of(Number sample) const {
+  if (uniform_) return size_;
+  const auto at = static_cast<std::size_t>(sample);
+  switch (bits_) {
+    case 4:
+      return at % 2 == 0 ? entries_[at / 2] >> 4U : entries_[at / 2] & 15U;
+    case 8:
+      return entries_[at];
+    case 16:
+      return U16(entries_, at * 2);
+    default:
+      return U32(entries_, at * 4);
+  }
+}
+
+SampleStream::SampleStream(const SampleFile& file, const TrackView& track)
+    : file_(file),
+      track_(track),
+      sizes_(track.table),
+      steps_(TableOf(track.table, FourCc("stts"), 8)),
+      offsets_(TableOf(track.table, FourCc("ctts"), 8)),
+      chunks_(track.table),
+      hasSyncTable_(FindBox(track.table, FourCc("stss")).type != 0),
+      syncs_(TableOf(track.table, FourCc("stss"), 4)),
+      partialSyncs_(TableOf(track.table, FourCc("stps"), 4)),
+      count_(sizes_.Count()) {
+  const View dependencies = FindBox(track.table, FourCc("sdtp")).body;
+  dependencies_ = dependencies.subspan(std::min<std::size_t>(4, dependencies.size()));
+  if (count_ == 0 && !track.fragments.empty()) start_ = track.fragments.front().start;
+  for (const Fragment& fragment : track.fragments) count_ += fragment.samples;
+}
+
+bool SampleStream::Next(SampleRun& run) {
+  run = {};
+  if (done_ >= count_) return false;
+  if (done_ < sizes_.Count()) {
+    NextOfTables(run);
+  } else if (!NextOfFragment(run)) {
+    return false;
+  }
+  lastSize_ = run.size;
+  return true;
+}
+
+void SampleStream::NextOfTables(SampleRun& run) {
+  const Number inChunk = chunks_.Left();
+  run.placed = inChunk > 0;
+  run.position = chunks_.Position();
+  run.description = chunks_.Description();
+  run.size = sizes_.Of(done_);
+  run.step = steps_.Value();
+  run.offset = static_cast<std::int32_t>(offsets_.Value());
+  run.sync = !hasSyncTable_ || syncs_.Has(done_ + 1);
+  run.partialSync = partialSyncs_.Has(done_ + 1);
+  const bool said = done_ < dependencies_.size();
+  if (said) run.depends = dependencies_[static_cast<std::size_t>(done_)];
+  run.count = said || !sizes_.Uniform() ? 1 : sizes_.Count() - done_;
+  if (run.count == 1) return;
+  if (run.placed) run.count = std::min(run.count, inChunk);
+  run.count = std::min({run.count, steps_.Left(), offsets_.Left(), partialSyncs_.Left(done_ + 1)});
+  if (hasSyncTable_) run.count = std::min(run.count, syncs_.Left(done_ + 1));
+}
+
+bool SampleStream::OpenFragment() {
+  while (leftInFragment_ == 0) {
+    if (fragment_ >= track_.fragments.size()) return false;
+    const Fragment& fragment = track_.fragments[fragment_++];
+    leftInFragment_ = fragment.samples;
+    position_ = fragment.base;
+    bytes_.resize(fragment.size);
+    if (!file_.File().Read(fragment.position, bytes_.data(), bytes_.size())) return false;
+    boxes_ = bytes_;
+    run_ = {};
+    inRun_ = 0;
+  }
+  return OpenRun();
+}
+
+bool SampleStream::OpenRun() {
+  BoxView box;
+  while (inRun_ >= run_.count) {
+    if (!TakeBox(boxes_, box)) return false;
+    if (box.type != FourCc("trun")) continue;
+    if (!run_.Read(box.body)) return false;
+    inRun_ = 0;
+    if (run_.hasOffset)
+      position_ =
+          track_.fragments[fragment_ - 1].base + static_cast<Number>(std::int64_t{run_.dataOffset});
+  }
+  return true;
+}
+
+// Only where no entry says anything can there be more samples than bytes.
+Number SampleStream::AlikeInRun() const {
+  if (run_.stride > 0 || (inRun_ == 0 && run_.hasFirstFlags)) return 1;
+  return run_.count - inRun_;
+}
+
+// What lies between a fragment's last sample and the decode time that the next one begins with
+// ("tfdt") belongs to that sample, which stays until then.
+bool SampleStream::NextOfFragment(SampleRun& run) {
+  if (!OpenFragment()) return false;
+  const Fragment& fragment = track_.fragments[fragment_ - 1];
+  const Defaults& defaults = fragment.defaults;
+  const std::uint32_t flags = run_.Flags(inRun_, defaults);
+  run.position = position_;
+  run.size = run_.Size(inRun_, defaults);
+  run.description = defaults.description;
+  run.step = run_.Duration(inRun_, defaults);
+  run.offset = run_.Offset(inRun_);
+  run.sync = (flags & 0x10000) == 0;
+  run.depends = static_cast<int>(flags >> 20 & 0xFF);
+  run.count = AlikeInRun();
+  if (leftInFragment_ > 1) {
+    run.count = std::min(run.count, leftInFragment_ - 1);
+  } else if (fragment_ < track_.fragments.size()) {
+    const Number end = fragment.start + fragment.duration;
+    run.step += static_cast<long long>(track_.fragments[fragment_].start - end);
+  }
+  return true;
+}
+
+void SampleStream::Skip(Number count) {
+  if (done_ < sizes_.Count()) {
+    if (chunks_.Left() > 0) chunks_.Skip(count, lastSize_);
+    steps_.Skip(count);
+    offsets_.Skip(count);
+  } else {
+    inRun_ += static_cast<std::size_t>(count);
+    leftInFragment_ -= count;
+    position_ += count * lastSize_;
+  }
+  done_ += count;
+}
+
+}  // namespace clipchain::samples

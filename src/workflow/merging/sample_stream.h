@@ -1,0 +1,135 @@
+// The samples of a track in decode order, from its tables (ISO/IEC 14496-12, clause 8.6 and 8.7)
+// and its fragments (clause 8.8).
+#pragma once
+
+#include <vector>
+
+#include "workflow/merging/sample_reader.h"
+
+namespace clipchain::samples {
+
+// Samples that are alike and lie one behind the other.
+struct SampleRun {
+  Number count = 0;
+  Number position = 0;  // of the first one in the file
+  bool placed = true;   // false: no chunk has them
+  std::uint32_t size = 0;
+  std::uint32_t description = 0;
+  long long step = 0;  // from its decode time to that of the next sample
+  std::int32_t offset = 0;
+  bool sync = true;
+  bool partialSync = false;  // "stps"
+  int depends = -1;          // the byte of "sdtp"; -1 where nothing says
+};
+
+// Pairs of a count and a value, as in "stts" and "ctts".
+class RunCursor {
+ public:
+  explicit RunCursor(View entries) : entries_(entries) {}
+  Number Left();  // how many samples the value holds for; without end behind the entries
+  std::uint32_t Value();
+  void Skip(Number count);
+
+ private:
+  void Settle();
+
+  View entries_;
+  std::size_t at_ = 0;
+  Number used_ = 0;
+};
+
+// Ascending sample numbers, as in "stss".
+class NumberCursor {
+ public:
+  explicit NumberCursor(View numbers) : numbers_(numbers) {}
+  // Whether `sample`, which never decreases and counts from 1, is among them.
+  bool Has(Number sample);
+  Number Left(Number sample) const;  // samples from there on for which the answer is the same
+
+ private:
+  View numbers_;
+  std::size_t at_ = 0;
+};
+
+// Chunks by "stsc" and "stco" or "co64".
+class ChunkCursor {
+ public:
+  explicit ChunkCursor(View table);
+  Number Left();  // samples that the chunk has left; 0: there are no more chunks
+  Number Position() const { return position_; }
+  std::uint32_t Description() const { return description_; }
+  void Skip(Number count, std::uint32_t size);
+
+ private:
+  View offsets_;
+  View runs_;
+  bool wide_;
+  std::size_t chunk_ = 0;  // the next one
+  std::size_t run_ = 0;
+  Number left_ = 0;
+  Number position_ = 0;
+  std::uint32_t description_ = 0;
+};
+
+// Sizes by "stsz" or "stz2".
+class SizeTable {
+ public:
+  explicit SizeTable(View table);
+  Number Count() const { return count_; }
+  bool Uniform() const { return uniform_; }
+  std::uint32_t Of(Number sample) const;  // counts from 0
+
+ private:
+  View entries_;
+  unsigned int bits_ = 32;
+  bool uniform_ = false;
+  std::uint32_t size_ = 0;
+  Number count_ = 0;
+};
+
+class SampleStream {
+ public:
+  // Both must outlive the stream.
+  SampleStream(const SampleFile& file, const TrackView& track);
+
+  Number Count() const { return count_; }  // of all samples
+  Number Done() const { return done_; }    // of those that were skipped
+  Number Start() const { return start_; }  // decode time of the first one
+  // Whether chunks have room for more samples than are left, once all are skipped.
+  bool HasMore() { return chunks_.Left() > 0; }
+  // The next samples; false behind the last one, or where a fragment can't be read again.
+  bool Next(SampleRun& run);
+  void Skip(Number count);  // no more than the run has
+
+ private:
+  void NextOfTables(SampleRun& run);
+  bool NextOfFragment(SampleRun& run);
+  bool OpenFragment();
+  bool OpenRun();
+  Number AlikeInRun() const;
+
+  const SampleFile& file_;
+  const TrackView& track_;
+  SizeTable sizes_;
+  RunCursor steps_;
+  RunCursor offsets_;
+  ChunkCursor chunks_;
+  bool hasSyncTable_;
+  NumberCursor syncs_;
+  NumberCursor partialSyncs_;
+  View dependencies_;
+  Number count_ = 0;
+  Number done_ = 0;
+  Number start_ = 0;
+  std::uint32_t lastSize_ = 0;  // of the run that was told
+
+  std::size_t fragment_ = 0;  // the next one
+  std::vector<unsigned char> bytes_;
+  View boxes_;  // of the fragment, behind the run at work
+  Number leftInFragment_ = 0;
+  TrackRun run_;
+  std::size_t inRun_ = 0;  // samples of it that were skipped
+  Number position_ = 0;
+};
+
+}  // namespace clipchain::samples

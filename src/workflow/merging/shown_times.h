@@ -1,0 +1,51 @@
+// When the samples of a track are shown (ISO/IEC 14496-12, clause 8.6.5 and 8.6.6).
+#pragma once
+
+#include "workflow/merging/sample_reader.h"
+
+namespace clipchain::samples {
+
+using Seconds = long double;
+
+// An edit list that delays a track and then shows its media in a row, or none at all.
+struct Showing {
+  bool inARow = true;  // false: it is a list of another kind, and the rest means nothing
+  Seconds delay = 0;
+  Seconds begin = 0;  // of what is shown, in media time
+  Seconds length = 0;
+  bool toEnd = true;  // it has no length of its own
+
+  // When a composition time is shown.
+  Seconds At(Seconds composition) const { return delay + composition - begin; }
+};
+
+Showing ShowingOf(const SampleFile& file, const TrackView& track);
+
+// The times of a track, sample run by sample run, in its own scale.
+class TrackClock {
+ public:
+  // A track whose first sample is decoded at `start`.
+  explicit TrackClock(long long start = 0) : decode_(start) {}
+
+  long long Decode() const { return decode_; }  // of the next sample
+  // `count` samples with that step and composition offset.
+  void Add(Number count, long long step, long long offset);
+
+  // Over all samples so far; without any, 0.
+  long long FirstShown() const { return first_; }
+  long long LastEnd() const { return end_; }
+  long long LastStep() const { return step_; }
+  long long LeastOffset() const { return leastOffset_; }
+  long long GreatestOffset() const { return greatestOffset_; }
+
+ private:
+  long long decode_;
+  bool any_ = false;
+  long long first_ = 0;
+  long long end_ = 0;
+  long long step_ = 0;
+  long long leastOffset_ = 0;
+  long long greatestOffset_ = 0;
+};
+
+}  // namespace clipchain::samples

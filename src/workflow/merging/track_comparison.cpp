@@ -1,0 +1,443 @@
+#include "workflow/merging/track_comparison.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "foundation/fourcc.h"
+#include "workflow/system/files.h"
+
+namespace clipchain::samples {
+
+namespace {
+
+constexpr const char* kDescriptions = "mdia/minf/stbl/stsd";
+constexpr const char* kSizes = "mdia/minf/stbl/stsz";
+constexpr const char* kSteps = "mdia/minf/stbl/stts";
+constexpr const char* kOffsets = "mdia/minf/stbl/ctts";
+constexpr const char* kChunks = "mdia/minf/stbl/stco";
+constexpr const char* kSyncs = "mdia/minf/stbl/stss";
+constexpr const char* kEdits = "edts/elst";
+
+// A product of a time and a scale of 32 bits each may leave 64 bits.
+__extension__ using Wide = __int128;
+
+bool IsIn(Number position, Number size, Number begin, Number end) {
+  return position >= begin && position <= end && size <= end - position;
+}
+
+bool IsInMedia(const SampleFile& file, Number position, Number size) {
+  const auto& media = file.Media();
+  const auto after =
+      std::upper_bound(media.begin(), media.end(), position,
+                       [](Number at, const MediaExtent& extent) { return at < extent.begin; });
+  return after != media.begin() && IsIn(position, size, after[-1].begin, after[-1].end);
+}
+
+}  // namespace
+
+TrackComparison::TrackComparison(const SampleFile& result, const TrackView& track,
+                                 std::size_t index, const TrackRules& rules,
+                                 OracleFindings& findings)
+    : result_(result),
+      track_(track),
+      index_(index),
+      rules_(rules),
+      findings_(findings),
+      stream_(result, track),
+      clock_(static_cast<long long>(stream_.Start())),
+      showing_(ShowingOf(result, track)) {
+  for (const View entry : track.entries)
+    descriptions_.push_back(DescriptionOf(entry, track.handler));
+}
+
+bool TrackComparison::Differs(const char* box, std::string text) {
+  differs_ = true;
+  return findings_.Differs(track_.id, fmt::format("moov/trak[{}]/{}", index_, box),
+                           std::move(text));
+}
+
+bool TrackComparison::Open(GroupNames& names) {
+  if (!rules_.adapted) return true;
+  CompareForms();
+  CompareCounts();
+  return ReadExtras(result_, track_, names, extras_) ||
+         findings_.Damaged("has fragments that can't be read back", 0, result_.File());
+}
+
+// Each table holds what it counts, no less and no more, in the one form that there is of it.
+void TrackComparison::CompareForms() {
+  struct Form {
+    std::uint32_t type;
+    const char* place;
+    std::size_t header;
+    std::size_t width;
+    unsigned int versions;
+  };
+  const Form forms[] = {{FourCc("stts"), kSteps, 8, 8, 1},   {FourCc("ctts"), kOffsets, 8, 8, 2},
+                        {FourCc("stsc"), kChunks, 8, 12, 1}, {FourCc("stco"), kChunks, 8, 4, 1},
+                        {FourCc("co64"), kChunks, 8, 8, 1},  {FourCc("stss"), kSyncs, 8, 4, 1},
+                        {FourCc("stps"), kSyncs, 8, 4, 1},   {FourCc("stsz"), kSizes, 12, 4, 1}};
+  for (const Form& form : forms) {
+    const BoxView box = FindBox(track_.table, form.type);
+    if (box.type == 0) continue;
+    const bool uniform = form.header == 12 && U32(box.body, 4) != 0;
+    const Number count = uniform ? 0 : U32(box.body, form.header - 4);
+    if (box.body.size() == form.header + count * form.width && box.body[0] < form.versions &&
+        (U32(box.body, 0) & 0xFFFFFF) == 0)
+      continue;
+    Differs(form.place, "has a table that does not hold what it says");
+  }
+  const View descriptions = FindBox(track_.table, FourCc("stsd")).body;
+  Number size = 8;
+  for (const View entry : track_.entries) size += entry.size();
+  if (descriptions.size() != size || U32(descriptions, 4) != track_.entries.size())
+    Differs(kDescriptions, "has sample descriptions that do not fill their box");
+}
+
+// What the tables say of times and of chunks is about the samples that there are.
+void TrackComparison::CompareCounts() {
+  for (const char* place : {kSteps, kOffsets}) {
+    const View runs = FindBox(track_.table, place == kSteps ? FourCc("stts") : FourCc("ctts")).body;
+    Number samples = 0;
+    for (std::size_t at = 8; at + 8 <= runs.size(); at += 8) samples += U32(runs, at);
+    if (runs.size() > 8 && samples != stream_.Count())
+      Differs(place, fmt::format("has times for {} samples, of which there are {}", samples,
+                                 stream_.Count()));
+  }
+  const View runs = FindBox(track_.table, FourCc("stsc")).body;
+  const View few = FindBox(track_.table, FourCc("stco")).body;
+  const Number chunks = U32(few.empty() ? FindBox(track_.table, FourCc("co64")).body : few, 4);
+  Number before = 0;  // the chunk that the entry before begins with
+  for (std::size_t at = 8; at + 12 <= runs.size(); at += 12) {
+    const Number first = U32(runs, at);
+    if (first <= before || first > chunks || (before == 0 && first != 1))
+      Differs(kChunks, "has runs of chunks that do not follow each other");
+    before = first;
+  }
+}
+
+bool TrackComparison::Add(const ClipAtWork& clip, const TrackView& track, Number longer,
+                          GroupNames& names) {
+  shown_ = false;
+  if (differs_) return true;
+  ofClip_.clear();
+  compared_.clear();
+  for (const View entry : track.entries) ofClip_.push_back(DescriptionOf(entry, track.handler));
+  SampleStream stream(clip.file, track);
+  TrackClock alone(static_cast<long long>(stream.Start()));
+  const long long begin = clock_.Decode();
+  const Number first = stream_.Done();
+  SampleRun mine;
+  SampleRun theirs;
+  while (stream.Next(theirs)) {
+    if (!stream_.Next(mine))
+      return Differs(kSizes, fmt::format("has {} samples, fewer than the clips up to {}",
+                                         stream_.Count(), Shown(clip.path))) ||
+             true;
+    if (!AddRun(clip, track, mine, theirs, stream, longer)) return true;
+    alone.Add(mine.count, theirs.step, theirs.offset);
+    stream.Skip(mine.count);
+    stream_.Skip(mine.count);
+  }
+  if (stream.Done() < stream.Count())
+    return findings_.Unreadable(clip.path, "has samples that can't be found again",
+                                clip.file.File());
+  if (!rules_.adapted) return true;
+  SampleExtras extras;
+  if (!ReadExtras(clip.file, track, names, extras))
+    return findings_.Unreadable(clip.path, "has fragments that can't be read again",
+                                clip.file.File());
+  CompareExtras(clip, extras, first, stream.Done());
+  if (stream.Done() == 0 || differs_) return true;
+  const Showing showing = ShowingOf(clip.file, track);
+  shown_ = showing.inARow && showing_.inARow;
+  shift_ = showing_.At(static_cast<Seconds>(begin) / static_cast<Seconds>(track_.scale)) -
+           showing.At(static_cast<Seconds>(stream.Start()) / static_cast<Seconds>(track.scale));
+  CompareShown(clip, track, alone);
+  AddLoose(clip.file, track, showing, alone);
+  return true;
+}
+
+// The headers of a fragmented file know nothing of its fragments.
+void TrackComparison::AddLoose(const SampleFile& clip, const TrackView& track,
+                               const Showing& showing, const TrackClock& alone) {
+  const auto scale = static_cast<Seconds>(std::max<Number>(track.scale, 1));
+  const auto movie = static_cast<Seconds>(std::max<Number>(clip.Scale(), 1));
+  loose_ += showing.delay + 1 / scale + 1 / movie;
+  if (!track.fragments.empty()) return;
+  const Seconds sum = static_cast<Seconds>(alone.Decode()) / scale;
+  loose_ += std::abs(sum - static_cast<Seconds>(track.duration) / scale);
+  const Seconds end = showing.At(static_cast<Seconds>(alone.LastEnd()) / scale);
+  loose_ += std::abs(end - static_cast<Seconds>(track.shown) / movie);
+}
+
+// Cuts both runs to what they have in common; the last sample of a clip stands alone.
+bool TrackComparison::AddRun(const ClipAtWork& clip, const TrackView& track, SampleRun& mine,
+                             SampleRun& theirs, const SampleStream& stream, Number longer) {
+  const Number left = stream.Count() - stream.Done();
+  Number count = std::min(mine.count, theirs.count);
+  if (left > 1) count = std::min(count, left - 1);
+  mine.count = theirs.count = count;
+  if (!IsAlike(clip, track, mine, theirs) ||
+      !IsStep(clip, track, mine, theirs, left == 1 ? longer : 0) ||
+      !IsSaid(clip, mine, theirs, track.fragments.empty()) || !AddPlace(clip, mine, theirs, count))
+    return false;
+  if (theirs.placed && (left == 1 || stream.Done() == 0))
+    clip.ranges.AddWhole({theirs.position, mine.position, theirs.size});
+  clock_.Add(count, mine.step, mine.offset);
+  return true;
+}
+
+bool TrackComparison::IsAlike(const ClipAtWork& clip, const TrackView& track, const SampleRun& mine,
+                              const SampleRun& theirs) {
+  const Number sample = stream_.Done() + 1;
+  if (mine.size != theirs.size)
+    return Differs(kSizes, fmt::format("gives sample {} a size of {}; it has {} in {}", sample,
+                                       mine.size, theirs.size, Shown(clip.path)));
+  if (mine.sync != theirs.sync)
+    return Differs(kSyncs, fmt::format("has sample {} {} the sync samples; it is {} in {}", sample,
+                                       mine.sync ? "among" : "not among",
+                                       theirs.sync ? "one" : "none", Shown(clip.path)));
+  if (Wide{mine.offset} * Wide{track.scale} != Wide{theirs.offset} * Wide{track_.scale})
+    return Differs(
+        kOffsets, fmt::format("gives sample {} a composition offset of {}; it has {} in {}", sample,
+                              mine.offset, theirs.offset, Shown(clip.path)));
+  return IsDescription(clip, track, mine.description, theirs.description);
+}
+
+bool TrackComparison::IsStep(const ClipAtWork& clip, const TrackView& track, const SampleRun& mine,
+                             const SampleRun& theirs, Number longer) {
+  const Wide expected = Wide{theirs.step} * Wide{track_.scale};
+  const Wide found = Wide{mine.step} * Wide{track.scale};
+  if (found >= expected && found - expected <= Wide{longer} * Wide{track.scale}) return true;
+  return Differs(kSteps, fmt::format("shows sample {} for {} ticks; it has {} in {}",
+                                     stream_.Done() + 1, mine.step, theirs.step, Shown(clip.path)));
+}
+
+// Where nothing is said about a sample, it is said that nothing is known: 0. What the flags of
+// fragments say of dependencies may go, as it says little more than the sync flag.
+bool TrackComparison::IsSaid(const ClipAtWork& clip, const SampleRun& mine, const SampleRun& theirs,
+                             bool tables) {
+  if (!rules_.adapted) return true;
+  const Number sample = stream_.Done() + 1;
+  const bool mayLack = !tables || rules_.dropped.count(FourCc("sdtp")) != 0;
+  const bool lacks = mine.depends < 0 && mayLack;
+  if (!lacks && std::max(mine.depends, 0) != std::max(theirs.depends, 0))
+    return Differs(
+        "mdia/minf/stbl/sdtp",
+        fmt::format("says {} of what sample {} depends on; {} says {}", std::max(mine.depends, 0),
+                    sample, Shown(clip.path), std::max(theirs.depends, 0)));
+  if (mine.partialSync == theirs.partialSync) return true;
+  if (theirs.partialSync && rules_.dropped.count(FourCc("stps")) != 0) return true;
+  return Differs("mdia/minf/stbl/stps",
+                 fmt::format("has sample {} {} the partial sync samples; it is otherwise in {}",
+                             sample, mine.partialSync ? "among" : "not among", Shown(clip.path)));
+}
+
+bool TrackComparison::IsDescription(const ClipAtWork& clip, const TrackView& track,
+                                    std::uint32_t mine, std::uint32_t theirs) {
+  if (!compared_.emplace(mine, theirs).second) return true;
+  const std::size_t sample = stream_.Done() + 1;
+  const bool known = mine >= 1 && mine <= descriptions_.size();
+  if (theirs < 1 || theirs > ofClip_.size()) {
+    if (!known) return true;
+  } else if (known) {
+    if (!rules_.adapted && U32(track_.entries[mine - 1], 4) == U32(track.entries[theirs - 1], 4))
+      return true;
+    const Description& expected = ofClip_[theirs - 1];
+    if (descriptions_[mine - 1].bare == expected.bare) {
+      std::vector<Declared>& places = declared_[mine];
+      for (std::size_t i = 0; i < expected.rates.size(); ++i) {
+        if (i == places.size()) places.push_back({expected.rates[i]});
+        Declared& place = places[i];
+        place.same = place.same && place.most == expected.rates[i];
+        place.most.buffer = std::max(place.most.buffer, expected.rates[i].buffer);
+        place.most.most = std::max(place.most.most, expected.rates[i].most);
+      }
+      return true;
+    }
+  }
+  return Differs(kDescriptions,
+                 fmt::format("describes sample {} otherwise than {}", sample, Shown(clip.path)));
+}
+
+bool TrackComparison::AddPlace(const ClipAtWork& clip, const SampleRun& mine,
+                               const SampleRun& theirs, Number count) {
+  const Number size = Number{mine.size} * count;
+  const Number sample = stream_.Done() + 1;
+  if (!theirs.placed || size == 0) return true;
+  if (!mine.placed)
+    return Differs(
+        kChunks, fmt::format("has no chunk for sample {}, which {} has", sample, Shown(clip.path)));
+  if (!IsInMedia(result_, mine.position, size))
+    return Differs(
+        kChunks, fmt::format("has sample {} at byte {}, outside the media", sample, mine.position));
+  if (!IsIn(theirs.position, size, 0, clip.file.Size()))
+    return Differs(kChunks, fmt::format("has a sample {} that {} does not hold: it ends before",
+                                        sample, Shown(clip.path)));
+  clip.ranges.Add({theirs.position, mine.position, size});
+  return true;
+}
+
+// What is hidden at the begin or the end of one clip would be seen inside the result.
+bool TrackComparison::CompareShown(const ClipAtWork& clip, const TrackView& track,
+                                   const TrackClock& alone) {
+  const Showing showing = ShowingOf(clip.file, track);
+  if (!showing.inARow)
+    return Differs(kEdits, fmt::format("shows in a row what {} shows in parts", Shown(clip.path)));
+  const bool picture = track.handler == FourCc("vide");
+  const auto scale = static_cast<Seconds>(track.scale);
+  const Seconds tick = Seconds{1} / static_cast<Seconds>(std::max<Number>(clip.file.Scale(), 1));
+  // Sound begins with samples that only prepare its decoder.
+  constexpr Seconds kPriming = 0.1L;
+  const Seconds before = showing.begin - static_cast<Seconds>(alone.FirstShown()) / scale;
+  if (before > (picture ? tick + 1 / scale : kPriming))
+    return Differs(kEdits, fmt::format("shows {:.0f} ms that are cut off at the begin of {}",
+                                       static_cast<double>(before * 1000), Shown(clip.path)));
+  const Seconds end = static_cast<Seconds>(alone.LastEnd()) / scale;
+  const Seconds behind = showing.toEnd ? 0 : end - showing.begin - showing.length;
+  const Seconds step = static_cast<Seconds>(alone.LastStep()) / scale;
+  if (behind > (picture ? 2 * tick + step * 3 / 2 : kPriming + step))
+    return Differs(kEdits, fmt::format("shows {:.0f} ms that are cut off at the end of {}",
+                                       static_cast<double>(behind * 1000), Shown(clip.path)));
+  return true;
+}
+
+Seconds TrackComparison::MediaEnd() const {
+  return showing_.At(static_cast<Seconds>(clock_.LastEnd()) / static_cast<Seconds>(track_.scale));
+}
+
+void TrackComparison::Finish() {
+  if (differs_) return;
+  if (stream_.Done() < stream_.Count()) {
+    Differs(kSizes,
+            fmt::format("has {} samples; the clips have {}", stream_.Count(), stream_.Done()));
+    return;
+  }
+  if (!rules_.adapted) return;
+  if (stream_.HasMore()) Differs(kChunks, "has chunks for more samples than there are");
+  CompareRates();
+  CompareShifts();
+  CompareDuration();
+}
+
+// The duration of the media is the sum of its samples', as exactly as those of the clips are.
+void TrackComparison::CompareDuration() {
+  const auto scale = static_cast<Seconds>(track_.scale);
+  const Seconds sum = static_cast<Seconds>(clock_.Decode()) / scale;
+  const Seconds stated = static_cast<Seconds>(track_.duration) / scale;
+  if (std::abs(sum - stated) <= loose_ + 1 / scale) return;
+  Differs("mdia/mdhd", fmt::format("has a duration of {}; its samples take {}", track_.duration,
+                                   clock_.Decode()));
+}
+
+// A decoder makes room by what is declared: too little of it would be a lie about the media.
+void TrackComparison::CompareRates() {
+  for (const auto& [index, places] : declared_) {
+    const std::vector<BitRates>& found = descriptions_[index - 1].rates;
+    for (std::size_t i = 0; i < places.size() && i < found.size(); ++i) {
+      const BitRates& most = places[i].most;
+      const bool right = places[i].same
+                             ? found[i] == most
+                             : found[i].buffer == most.buffer && found[i].most == most.most;
+      if (!right)
+        Differs(kDescriptions,
+                fmt::format("declares a bit rate of {} at most and a buffer of {}; the clips "
+                            "declare {} and {}",
+                            found[i].most, found[i].buffer, most.most, most.buffer));
+    }
+  }
+}
+
+// "cslg" (ISO/IEC 14496-12, clause 8.6.1.4) bounds the composition offsets, if it is there.
+void TrackComparison::CompareShifts() {
+  const View bounds = FindBox(track_.table, FourCc("cslg")).body;
+  if (bounds.size() < 24 || stream_.Count() == 0) return;
+  const bool wide = bounds[0] == 1;
+  const auto field = [&](std::size_t index) {
+    return wide ? static_cast<long long>(U64(bounds, 4 + index * 8))
+                : static_cast<std::int32_t>(U32(bounds, 4 + index * 4));
+  };
+  if (field(1) <= clock_.LeastOffset() && field(2) >= clock_.GreatestOffset()) return;
+  Differs("mdia/minf/stbl/cslg",
+          fmt::format("bounds composition offsets by {} and {}; they are between {} and {}",
+                      field(1), field(2), clock_.LeastOffset(), clock_.GreatestOffset()));
+}
+
+bool TrackComparison::CompareExtras(const ClipAtWork& clip, const SampleExtras& extras,
+                                    Number first, Number count) {
+  return CompareGroups(clip, extras, first, count) && CompareSubSamples(clip, extras, first, count);
+}
+
+unsigned int TrackComparison::GroupAt(const std::vector<GroupRun>& runs, GroupPlace& place,
+                                      Number& left) {
+  while (place.run < runs.size() && place.used >= runs[place.run].count) {
+    ++place.run;
+    place.used = 0;
+  }
+  if (place.run == runs.size()) return 0;
+  left = std::min(left, runs[place.run].count - place.used);
+  return runs[place.run].group;
+}
+
+void TrackComparison::Skip(GroupPlace& place, const std::vector<GroupRun>& runs, Number count) {
+  for (Number left = count; count > 0; count -= left) {
+    left = count;
+    GroupAt(runs, place, left);
+    place.used += left;
+    if (place.run == runs.size()) return;
+  }
+}
+
+bool TrackComparison::CompareGroups(const ClipAtWork& clip, const SampleExtras& extras,
+                                    Number first, Number count) {
+  static const std::vector<GroupRun> kNone;
+  std::set<GroupKey> keys;
+  for (const auto& [key, runs] : extras.groups) keys.insert(key);
+  for (const auto& [key, runs] : extras_.groups) keys.insert(key);
+  for (const GroupKey& key : keys) {
+    const auto ours = extras_.groups.find(key);
+    if (ours == extras_.groups.end() && rules_.dropped.count(FourCc("sbgp")) != 0) continue;
+    const auto clips = extras.groups.find(key);
+    const std::vector<GroupRun>& mine = ours == extras_.groups.end() ? kNone : ours->second;
+    const std::vector<GroupRun>& theirs = clips == extras.groups.end() ? kNone : clips->second;
+    GroupPlace& place = places_[key];
+    GroupPlace inClip;
+    for (Number done = 0; done < count;) {
+      Number left = count - done;
+      const unsigned int found = GroupAt(mine, place, left);
+      const unsigned int expected = GroupAt(theirs, inClip, left);
+      if (found != expected)
+        return Differs("mdia/minf/stbl/sbgp",
+                       fmt::format("has sample {} in another group of type \"{}\" than {}",
+                                   first + done + 1, FourCcText(key.first), Shown(clip.path)));
+      Skip(place, mine, left);
+      Skip(inClip, theirs, left);
+      done += left;
+    }
+  }
+  return true;
+}
+
+bool TrackComparison::CompareSubSamples(const ClipAtWork& clip, const SampleExtras& extras,
+                                        Number first, Number count) {
+  if (extras_.subSamples.empty() && rules_.dropped.count(FourCc("subs")) != 0) return true;
+  const std::vector<SubSamples>& mine = extras_.subSamples;
+  for (const SubSamples& theirs : extras.subSamples) {
+    const SubSamples expected = {theirs.sample + first, theirs.flags, theirs.hash};
+    if (subSamples_ < mine.size() && mine[subSamples_] == expected) {
+      ++subSamples_;
+      continue;
+    }
+    return Differs("mdia/minf/stbl/subs", fmt::format("has other parts of sample {} than {}",
+                                                      expected.sample + 1, Shown(clip.path)));
+  }
+  if (subSamples_ == mine.size() || mine[subSamples_].sample >= first + count) return true;
+  return Differs("mdia/minf/stbl/subs",
+                 fmt::format("has parts of sample {} that {} does not have",
+                             mine[subSamples_].sample + 1, Shown(clip.path)));
+}
+
+}  // namespace clipchain::samples

@@ -1,0 +1,116 @@
+// One track of a result beside the tracks of the clips that it is made of.
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "workflow/merging/byte_ranges.h"
+#include "workflow/merging/oracle_findings.h"
+#include "workflow/merging/sample_description.h"
+#include "workflow/merging/sample_groups.h"
+#include "workflow/merging/sample_stream.h"
+#include "workflow/merging/shown_times.h"
+
+namespace clipchain::samples {
+
+struct TrackRules {
+  bool adapted;  // else only what samples themselves are is compared
+  const std::set<unsigned int>& dropped;
+};
+
+// What the comparison with a clip is about.
+struct ClipAtWork {
+  const std::string& path;
+  const SampleFile& file;
+  ByteRanges& ranges;  // takes where the samples lie
+};
+
+class TrackComparison {
+ public:
+  // All must outlive the comparison.
+  TrackComparison(const SampleFile& result, const TrackView& track, std::size_t index,
+                  const TrackRules& rules, OracleFindings& findings);
+
+  const TrackView& Track() const { return track_; }
+  // Reads what stands beside the tables; false, with a finding, where that fails.
+  bool Open(GroupNames& names);
+
+  // Compares the samples that follow with those of the track. The last one may be shown `longer`
+  // by so many ticks. False where nothing more can be compared; a finding says why.
+  bool Add(const ClipAtWork& clip, const TrackView& track, Number longer, GroupNames& names);
+  // Behind the last clip.
+  void Finish();
+
+  // Of the clip added last: by how much its track is shown later than in the clip, in seconds.
+  bool IsShown() const { return shown_; }  // it has samples, and edit lists leave them in a row
+  Seconds Shift() const { return shift_; }
+  // Where the media of the result's track ends as it is shown.
+  Seconds MediaEnd() const;
+  // By how much the durations that the clips' headers state are no sums of their samples, together.
+  Seconds Loose() const { return loose_; }
+
+ private:
+  bool AddRun(const ClipAtWork& clip, const TrackView& track, SampleRun& mine, SampleRun& theirs,
+              const SampleStream& stream, Number longer);
+  bool IsAlike(const ClipAtWork& clip, const TrackView& track, const SampleRun& mine,
+               const SampleRun& theirs);
+  bool IsStep(const ClipAtWork& clip, const TrackView& track, const SampleRun& mine,
+              const SampleRun& theirs, Number longer);
+  bool IsSaid(const ClipAtWork& clip, const SampleRun& mine, const SampleRun& theirs, bool tables);
+  bool IsDescription(const ClipAtWork& clip, const TrackView& track, std::uint32_t mine,
+                     std::uint32_t theirs);
+  bool AddPlace(const ClipAtWork& clip, const SampleRun& mine, const SampleRun& theirs,
+                Number count);
+  bool CompareExtras(const ClipAtWork& clip, const SampleExtras& extras, Number first,
+                     Number count);
+  bool CompareGroups(const ClipAtWork& clip, const SampleExtras& extras, Number first,
+                     Number count);
+  bool CompareSubSamples(const ClipAtWork& clip, const SampleExtras& extras, Number first,
+                         Number count);
+  bool CompareShown(const ClipAtWork& clip, const TrackView& track, const TrackClock& alone);
+  void AddLoose(const SampleFile& clip, const TrackView& track, const Showing& showing,
+                const TrackClock& alone);
+  void CompareForms();
+  void CompareCounts();
+  void CompareRates();
+  void CompareShifts();
+  void CompareDuration();
+  bool Differs(const char* box, std::string text);
+
+  // What the clips declare about one place of one description.
+  struct Declared {
+    BitRates most;
+    bool same = true;  // all of them the same
+  };
+  // A cursor over what is said of groups or sub-samples.
+  struct GroupPlace {
+    std::size_t run = 0;
+    Number used = 0;
+  };
+  static unsigned int GroupAt(const std::vector<GroupRun>& runs, GroupPlace& place, Number& left);
+  static void Skip(GroupPlace& place, const std::vector<GroupRun>& runs, Number count);
+
+  const SampleFile& result_;
+  const TrackView& track_;
+  std::size_t index_;
+  const TrackRules& rules_;
+  OracleFindings& findings_;
+  SampleStream stream_;
+  TrackClock clock_;
+  Showing showing_;
+  std::vector<Description> descriptions_;
+  std::map<std::uint32_t, std::vector<Declared>> declared_;  // by index of the description
+  std::vector<Description> ofClip_;
+  std::set<std::pair<std::uint32_t, std::uint32_t>> compared_;  // of the clip at work
+  SampleExtras extras_;
+  std::map<GroupKey, GroupPlace> places_;
+  std::size_t subSamples_ = 0;  // those that were compared
+  bool differs_ = false;
+  bool shown_ = false;
+  Seconds shift_ = 0;
+  Seconds loose_ = 0;
+};
+
+}  // namespace clipchain::samples
