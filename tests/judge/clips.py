@@ -35,7 +35,7 @@ FAMILIES = {  # name: (extension, arguments of the encoders, more)
     "h264_ac3": ("mp4", X264 + ["-c:a", "ac3", "-b:a", "96k"], {}),
     "h264_eac3": ("mp4", X264 + ["-c:a", "eac3", "-b:a", "96k"], {}),
     "h264_alac": ("mp4", X264 + ["-c:a", "alac"], {}),
-    "h264_flac": ("mp4", X264 + ["-c:a", "flac"], {}),
+    "h264_flac": ("mp4", X264 + ["-c:a", "flac"], {"same_sound": True}),  # its description holds a checksum
     "h264_opus": ("mp4", X264 + ["-c:a", "libopus"], {}),
     "two_sounds": ("mp4", X264 + AAC + ["-map", "0:v", "-map", "1:a", "-map", "1:a", "-metadata:s:a:0", "language=eng",
                                          "-metadata:s:a:1", "language=fra", "-filter:a:1", "volume=0.5"], {}),
@@ -66,8 +66,9 @@ def make(folder, family, number):
     if os.path.exists(path):
         return path
     size, rate = more.get("size", "64x64"), more.get("rate", "25")
+    voice = 0 if more.get("same_sound") else number
     inputs = ["-f", "lavfi", "-i", "testsrc2=s=%s:r=%s:d=1,hue=h=%d" % (size, rate, number * 70),
-              "-f", "lavfi", "-i", "sine=f=%d:r=48000:d=%s,volume=%s" % (300 + 200 * number, "1.01", 1 - number / 3)]
+              "-f", "lavfi", "-i", "sine=f=%d:r=48000:d=%s,volume=%s" % (300 + 200 * voice, "1.01", 1 - voice / 3)]
     extra = os.path.join(folder, "%s_%d.txt" % (family, number))
     if more.get("text"):
         with open(extra, "w", encoding="utf-8") as file:
@@ -244,6 +245,15 @@ def set_entry(handler, change):
         entry = p32(len(entry)) + entry[4:]
         stsd.data = stsd.data[:8] + entry + stsd.data[8 + size:]
     return edit
+
+
+def without_rates(file):
+    """No "btrt": fragments are written before anybody knows."""
+    def change(entry):
+        at = entry.find(b"btrt")
+        return entry if at < 0 else entry[:at - 4] + entry[at + 16:]
+    for track in file.tracks:
+        set_entry(handler_of(track), change)(file)
 
 
 def other_type(kind):

@@ -1,7 +1,6 @@
 """Whether a merged file is its clips one after the other: every sample, and what is told of it."""
 from mp4 import Movie, handler_of
 
-RATES = 3  # fields of an "esds" or a "btrt" about bit rates
 SEAM = 0.0222  # seconds that a clip's tracks may lie otherwise to each other than in the clip
 SPACE = (b"free", b"skip")
 
@@ -17,13 +16,12 @@ def payload(data, tag):
     return data[at:at + size], at
 
 
-def bare(entry):
-    """The entry without bit rates, and (buffer, most) where they were."""
-    rates = []
+def rate_places(entry):
+    """(place, width of the buffer's size) of each set of bit rates that an entry declares."""
+    places = []
     at = entry.find(b"btrt")
     if at >= 0 and int.from_bytes(entry[at - 4:at], "big") == 20:
-        rates.append((int.from_bytes(entry[at + 4:at + 8], "big"), int.from_bytes(entry[at + 8:at + 12], "big")))
-        entry = entry[:at + 4] + bytes(12) + entry[at + 16:]
+        places.append((at + 4, 4))
     at = entry.find(b"esds")
     if at >= 0:
         body = at + 8
@@ -31,9 +29,16 @@ def bare(entry):
         begin = body + header + 3
         if stream and stream[2] == 0 and entry[begin] == 4:
             _, inner = payload(entry[begin:], 4)
-            place = begin + inner + 2
-            rates.append((int.from_bytes(entry[place:place + 3], "big"), int.from_bytes(entry[place + 3:place + 7], "big")))
-            entry = entry[:place] + bytes(11) + entry[place + 11:]
+            places.append((begin + inner + 2, 3))
+    return places
+
+
+def bare(entry):
+    """The entry without bit rates, and (buffer, most) where they were."""
+    rates = []
+    for at, width in rate_places(entry):
+        rates.append((int.from_bytes(entry[at:at + width], "big"), int.from_bytes(entry[at + width:at + width + 4], "big")))
+        entry = entry[:at] + bytes(width + 8) + entry[at + width + 8:]
     return entry, rates
 
 

@@ -27,8 +27,8 @@ MERGES = [Kind(name, name, quick=name in ("h264_aac", "h264_reordered", "timecod
 MERGES += [Kind("fragments_" + name, "fragments_" + name, quick=name in ("key", "reordered", "no_offset")) for name in FRAGMENTS]
 MERGES += [
     Kind("fragments_of_a_longer_recording", "fragments_base_moof", second=[move_fragments(7)]),
-    Kind("fragments_and_tables", "h264_aac", other="fragments_key"),
-    Kind("tables_after_fragments", "fragments_key", other="h264_aac"),
+    Kind("fragments_and_tables", "h264_aac", both=[without_rates], other="fragments_key"),
+    Kind("tables_after_fragments", "fragments_key", both=[without_rates], other="h264_aac"),
     Kind("movie_first", "h264_aac", both=[fast_start]),
     Kind("movie_first_in_one", "h264_aac", second=[fast_start], quick=1),
     Kind("wide_before_media", "h264_aac_mov", both=[before_media(b"wide", b"")], quick=1),
