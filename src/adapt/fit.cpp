@@ -7,6 +7,7 @@
 #include "adapt/engine_movie.h"
 #include "adapt/fields.h"
 #include "adapt/fragments.h"
+#include "adapt/joined_tables.h"
 #include "adapt/kept_boxes.h"
 #include "adapt/sample_descriptions.h"
 #include "adapt/top_level.h"
@@ -26,6 +27,7 @@ std::vector<std::unique_ptr<Adaptation>> Row(const FitOptions& options) {
   row.push_back(MakeTrackOrder(options));
   row.push_back(MakeSampleDescriptions());
   row.push_back(MakeClipTimes(options));
+  row.push_back(MakeJoinedTables());
   return row;
 }
 

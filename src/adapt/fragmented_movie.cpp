@@ -1,6 +1,7 @@
 #include "adapt/fragmented_movie.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "adapt/fragment_clock.h"
@@ -33,9 +34,35 @@ SampleDefaults Merged(const SampleDefaults& track, const FragmentHeader& header)
           header.size.value_or(track.size), header.flags.value_or(track.flags)};
 }
 
+// Boxes of a user's type (11.1) that say what later editions have boxes of their own for.
+using UserType = std::array<unsigned char, 16>;
+// "senc".
+constexpr UserType kProtection = {0xA2, 0x39, 0x4F, 0x52, 0x5A, 0x9B, 0x4F, 0x14,
+                                  0xA2, 0x44, 0x6C, 0x42, 0x7C, 0x64, 0x8D, 0xF4};
+// When this fragment, and those behind it, begin and how long they last.
+constexpr UserType kTimes = {0x6D, 0x1D, 0x9B, 0x05, 0x42, 0xD5, 0x44, 0xE6,
+                             0x80, 0xE2, 0x14, 0x1D, 0xAF, 0xF7, 0x57, 0xB2};
+constexpr UserType kLaterTimes = {0xD4, 0x80, 0x7E, 0xF2, 0xCA, 0x39, 0x46, 0x95,
+                                  0x8E, 0x54, 0x26, 0xCB, 0x9E, 0x46, 0xA7, 0x9F};
+
+bool IsOfUser(const RawBox& box, const UserType& type) {
+  return box.type == FourCc("uuid") && box.data.size() >= type.size() &&
+         std::equal(type.begin(), type.end(), box.data.begin());
+}
+
 // Protects samples (ISO/IEC 23001-7), or says where that protection lies.
-bool IsProtection(unsigned int type) {
-  return type == FourCc("senc") || type == FourCc("saiz") || type == FourCc("saio");
+bool IsProtection(const RawBox& box) {
+  return box.type == FourCc("senc") || box.type == FourCc("saiz") || box.type == FourCc("saio") ||
+         IsOfUser(box, kProtection);
+}
+
+// Boxes of a track fragment that go into tables, or say nothing besides them.
+bool IsTaken(const RawBox& box) {
+  static constexpr unsigned int kTypes[] = {FourCc("tfhd"), FourCc("tfdt"), FourCc("trun"),
+                                            FourCc("sdtp"), FourCc("sgpd"), FourCc("sbgp"),
+                                            FourCc("subs"), FourCc("free"), FourCc("skip")};
+  return std::find(std::begin(kTypes), std::end(kTypes), box.type) != std::end(kTypes) ||
+         IsOfUser(box, kTimes) || IsOfUser(box, kLaterTimes);
 }
 
 }  // namespace
@@ -108,7 +135,9 @@ bool FragmentedMovie::BeginTrack(const RawBox& track) {
   begun.id = id;
   begun.descriptions = SampleEntryCount(*descriptions);
   std::string why;
-  if (!begun.tables.TakeTables(*table, why)) return Damaged(begun.id, "has a track whose " + why);
+  if (!begun.tables.TakeTables(*table, why)) return Damaged(id, "has a track whose " + why);
+  begun.groups.Append(*table, begun.tables.Count());
+  begun.subsamples.Append(*table, begun.tables.Count());
   return true;
 }
 
@@ -120,7 +149,7 @@ bool FragmentedMovie::Add(const RawBox& moof, std::uint64_t position) {
     if (child.type == FourCc("traf")) {
       if (!AddTrackFragment(child, place)) return false;
       place.isFirstTrack = false;
-    } else if (child.type != FourCc("mfhd") && child.type != FourCc("free")) {
+    } else if (child.type != FourCc("mfhd") && !IsTaken(child)) {
       leftOut_.insert(child.type);
     }
   }
@@ -149,7 +178,8 @@ bool FragmentedMovie::AddTrackFragment(const RawBox& fragment, DataPlace& place)
   const std::uint32_t before = track->tables.Count();
   if (!SetTime(fragment, *header, defaults, *track)) return false;
   if (!AddRuns(fragment, defaults, base, place, *track)) return false;
-  return TakeDependencies(fragment, before, *track);
+  const std::uint32_t samples = track->tables.Count() - before;
+  return TakeTables(fragment, samples, *track) && TakeDependencies(fragment, samples, *track);
 }
 
 // Without "tfdt" the samples follow those before.
@@ -238,22 +268,26 @@ bool FragmentedMovie::CheckData(const FragmentedTrack& track, std::uint64_t& pos
   return true;
 }
 
-bool FragmentedMovie::TakeDependencies(const RawBox& fragment, std::uint32_t before,
-                                       FragmentedTrack& track) {
+bool FragmentedMovie::TakeTables(const RawBox& fragment, std::uint32_t samples,
+                                 FragmentedTrack& track) {
   for (const RawBox& child : fragment.children) {
-    if (IsProtection(child.type)) {
+    if (IsProtection(child)) {
       return Refuse(FitProblemKind::kFragmented, track.id,
-                    "has fragments whose samples are encrypted (" + Quoted(child.type) + ')');
+                    "has fragments whose samples are protected (" + Quoted(child.type) + ')');
     }
-    const bool isTaken = child.type == FourCc("tfhd") || child.type == FourCc("tfdt") ||
-                         child.type == FourCc("trun") || child.type == FourCc("sdtp") ||
-                         child.type == FourCc("free");
-    if (!isTaken) leftOut_.insert(child.type);
+    if (!IsTaken(child)) leftOut_.insert(child.type);
   }
+  track.groups.AppendFragment(fragment, samples);
+  track.subsamples.Append(fragment, samples);
+  return true;
+}
+
+bool FragmentedMovie::TakeDependencies(const RawBox& fragment, std::uint32_t samples,
+                                       FragmentedTrack& track) {
   const RawBox* box = fragment.Child(FourCc("sdtp"));
   const auto dependencies = box != nullptr ? ReadDependencies(*box) : std::nullopt;
   if (!dependencies) return true;
-  if (dependencies->size() != track.tables.Count() - before) {
+  if (dependencies->size() != samples) {
     return Damaged(track.id, "has a table of sample dependencies of another length than its run");
   }
   track.tables.SetDependencies(*dependencies);
@@ -267,7 +301,12 @@ std::optional<RawBox> FragmentedMovie::Finish() {
   for (RawBox& child : movie_.children) {
     if (child.type != FourCc("trak")) continue;
     const FragmentedTrack& track = tracks_[index++];
-    if (!track.tables.Write(*SampleTable(child))) {
+    RawBox& table = *SampleTable(child);
+    track.groups.Write(table);
+    track.subsamples.Write(table);
+    leftOut_.insert(track.groups.LeftOut().begin(), track.groups.LeftOut().end());
+    if (track.subsamples.IsLeftOut()) leftOut_.insert(FourCc("subs"));
+    if (!track.tables.Write(table)) {
       Refuse(FitProblemKind::kFragmented, track.id, "has samples that no table can hold");
       return std::nullopt;
     }

@@ -12,6 +12,8 @@
 #include "adapt/fit_report.h"
 #include "adapt/fragment_run.h"
 #include "adapt/raw_boxes.h"
+#include "adapt/sample_groups.h"
+#include "adapt/subsamples.h"
 #include "adapt/table_builder.h"
 
 namespace clipchain {
@@ -22,6 +24,8 @@ struct FragmentedTrack {
   std::uint32_t descriptions = 0;  // entries of "stsd"
   std::optional<SampleDefaults> defaults;
   TableBuilder tables;
+  SampleGroups groups;
+  Subsamples subsamples;
   // When the first sample is decoded, in the track's time scale.
   std::uint64_t origin = 0;
   // What fragments without samples add to the time before the next one.
@@ -64,7 +68,8 @@ class FragmentedMovie {
   bool SetTime(const RawBox& fragment, const FragmentHeader& header, const SampleDefaults& defaults,
                FragmentedTrack& track);
   bool CheckData(const FragmentedTrack& track, std::uint64_t& position, std::uint64_t size);
-  bool TakeDependencies(const RawBox& fragment, std::uint32_t before, FragmentedTrack& track);
+  bool TakeTables(const RawBox& fragment, std::uint32_t samples, FragmentedTrack& track);
+  bool TakeDependencies(const RawBox& fragment, std::uint32_t samples, FragmentedTrack& track);
   FragmentedTrack* TrackOf(std::uint32_t id);
   bool Refuse(FitProblemKind kind, std::uint32_t track, std::string text);
   bool Damaged(std::uint32_t track, std::string text);

@@ -87,6 +87,9 @@ void Fragments::TellLosses(const FragmentedMovie& movie, std::size_t index, FitR
   for (const unsigned int type : movie.LeftOut()) {
     left += (left.empty() ? "\"" : ", \"") + FourCcText(type) + '"';
   }
+  if (movie.HasUntoldFlags()) {
+    left += std::string(left.empty() ? "" : ", ") + "priorities or padding of samples";
+  }
   if (!left.empty()) {
     report.Refuse(FitProblemKind::kTableLost, index, 0,
                   "has in its fragments " + left + ", which a merge leaves out",

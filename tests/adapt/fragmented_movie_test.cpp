@@ -255,6 +255,39 @@ TEST(FragmentedMovie, ProtectedSamplesAreRefused) {
   EXPECT_EQ(reading.Problem().kind, FitProblemKind::kFragmented);
 }
 
+// A "uuid" box that begins with the type by which protection was said before it had a box.
+TEST(FragmentedMovie, ProtectionOfAUsersTypeIsRefused) {
+  auto reading = Reading({AnnouncedTrack{}});
+  ASSERT_TRUE(reading.Begin());
+  const Bytes times =
+      support::Box("uuid", {support::Hex("6D1D9B0542D544E680E2141DAFF757B2"), U32(0)});
+  EXPECT_TRUE(reading.Add(Fragment({Header(1) + RunAt(500, {1}) + times}), 500));
+  EXPECT_TRUE(reading.LeftOut().empty());
+  const Bytes other =
+      support::Box("uuid", {support::Hex("A2394F525A9B4F14A2446C427C648DF4"), U32(0)});
+  EXPECT_FALSE(reading.Add(Fragment({Header(1) + RunAt(501, {1}) + other}), 500));
+}
+
+TEST(FragmentedMovie, GroupsAndSubsamplesOfFragmentsBecomeTablesOfAllSamples) {
+  auto reading = Reading({AnnouncedTrack{}});
+  ASSERT_TRUE(reading.Begin());
+  const Bytes groups =
+      FullBox("sgpd", 1, 0, {support::Text("roll"), U32(2), U32(1), U16(7)}) +
+      FullBox("sbgp", 0, 0, {support::Text("roll"), U32(1), U32(2), U32(0x10001)}) +
+      FullBox("subs", 0, 0, {U32(1), U32(2), U16(0)});
+  ASSERT_TRUE(reading.Add(Fragment({Header(1) + RunAt(500, {1})}), 500));
+  ASSERT_TRUE(reading.Add(Fragment({Header(1) + RunAt(510, {1, 1}) + groups}), 500));
+  const auto movie = reading.Finish();
+  ASSERT_TRUE(movie);
+  EXPECT_TRUE(reading.LeftOut().empty());
+  EXPECT_EQ(TableOf(*movie, 0, FourCc("sbgp")).data,
+            RawBoxOf(FullBox("sbgp", 0, 0,
+                             {support::Text("roll"), U32(2), U32(1), U32(0), U32(2), U32(1)}))
+                .data);
+  EXPECT_EQ(TableOf(*movie, 0, FourCc("subs")).data,
+            RawBoxOf(FullBox("subs", 0, 0, {U32(1), U32(3), U16(0)})).data);
+}
+
 TEST(FragmentedMovie, BoxesThatAreLeftOutAreNamed) {
   auto reading = Reading({AnnouncedTrack{}});
   ASSERT_TRUE(reading.Begin());

@@ -1,0 +1,161 @@
+#include "adapt/table_forms.h"
+
+#include <algorithm>
+#include <limits>
+#include <numeric>
+
+#include "adapt/table_builder.h"
+#include "adapt/track_tables.h"
+#include "foundation/fourcc.h"
+
+namespace clipchain {
+
+namespace {
+
+// A table that spells each sample has no more of them.
+constexpr std::uint32_t kMostSpelled = 1U << 28;
+
+using Tables = std::vector<RawBox*>;
+using Changes = std::vector<FormChange>;
+
+const RawBox* SizesOf(const RawBox& table) {
+  const RawBox* box = table.Child(FourCc("stsz"));
+  return box != nullptr ? box : table.Child(FourCc("stz2"));
+}
+
+std::optional<SampleSizes> ReadSizesOf(const RawBox& table) {
+  const RawBox* box = SizesOf(table);
+  return box != nullptr ? ReadSizes(*box) : std::nullopt;
+}
+
+bool SomeHave(const Tables& tables, unsigned int type) {
+  return std::any_of(tables.begin(), tables.end(),
+                     [=](const RawBox* table) { return table->Child(type) != nullptr; });
+}
+
+bool AllHave(const Tables& tables, unsigned int type) {
+  return std::all_of(tables.begin(), tables.end(),
+                     [=](const RawBox* table) { return table->Child(type) != nullptr; });
+}
+
+// Sizes of one form can be appended: tables, or one size for all.
+void SpellSizes(const Tables& tables, Changes& changes) {
+  std::vector<SampleSizes> all;
+  bool isUniform = false;
+  bool isTable = false;
+  for (const RawBox* table : tables) {
+    auto sizes = ReadSizesOf(*table);
+    if (!sizes || (sizes->uniform != 0 && sizes->count > kMostSpelled)) return;
+    if (sizes->count != 0) (sizes->uniform != 0 ? isUniform : isTable) = true;
+    all.push_back(std::move(*sizes));
+  }
+  const bool isCompact = SomeHave(tables, FourCc("stz2"));
+  if (!isCompact && !(isUniform && isTable)) return;
+  for (std::size_t i = 0; i < tables.size(); ++i) {
+    SampleSizes& sizes = all[i];
+    const bool wasCompact = tables[i]->Child(FourCc("stz2")) != nullptr;
+    if (sizes.uniform == 0 && !wasCompact) continue;
+    if (sizes.uniform != 0) sizes.sizes.assign(sizes.count, sizes.uniform);
+    sizes.uniform = 0;
+    tables[i]->Remove(FourCc("stz2"));
+    ReplaceChild(*tables[i], SizesBox(sizes));
+    changes.push_back({i, wasCompact ? "sizes in a compact form, spelled out"
+                                     : "one size for all samples, spelled out"});
+  }
+}
+
+// Without the table all offsets are 0. The sign of a whole table is that of its version.
+void AlignOffsets(const Tables& tables, Changes& changes) {
+  if (!SomeHave(tables, FourCc("ctts"))) return;
+  std::vector<OffsetRuns> all;
+  bool isSigned = false;
+  bool isMixed = false;
+  for (const RawBox* table : tables) {
+    const auto count = CountSamples(*table);
+    const RawBox* box = table->Child(FourCc("ctts"));
+    auto offsets = box != nullptr ? ReadOffsets(*box) : OffsetRuns();
+    if (!count || !offsets) return;
+    if (box == nullptr && *count != 0) offsets->push_back({*count, 0});
+    const bool hasSign = box != nullptr && box->data.front() == 1;
+    isMixed = isMixed || (box != nullptr && hasSign != isSigned && !all.empty());
+    isSigned = isSigned || hasSign;
+    all.push_back(std::move(*offsets));
+  }
+  // What version 1 can't say stays, and is found to differ.
+  for (const OffsetRuns& offsets : all) {
+    if (isSigned && std::any_of(offsets.begin(), offsets.end(), [](const OffsetRun& run) {
+          return run.offset > std::numeric_limits<std::int32_t>::max();
+        })) {
+      return;
+    }
+  }
+  for (std::size_t i = 0; i < tables.size(); ++i) {
+    const RawBox* old = tables[i]->Child(FourCc("ctts"));
+    if (old != nullptr && !(isMixed && isSigned && old->data.front() == 0)) continue;
+    changes.push_back({i, old == nullptr ? "no composition offsets, spelled out"
+                                         : "composition offsets without a sign, given one"});
+    RawBox box = *OffsetsBox(all[i]);
+    box.data.front() = isSigned ? 1 : 0;
+    ReplaceChild(*tables[i], std::move(box));
+  }
+}
+
+// Without the table all samples are sync samples.
+void SpellSyncSamples(const Tables& tables, Changes& changes) {
+  if (!SomeHave(tables, FourCc("stss")) || AllHave(tables, FourCc("stss"))) return;
+  for (const RawBox* table : tables) {
+    const auto count = CountSamples(*table);
+    if (!count || *count > kMostSpelled) return;
+  }
+  for (std::size_t i = 0; i < tables.size(); ++i) {
+    if (tables[i]->Child(FourCc("stss")) != nullptr) continue;
+    std::vector<std::uint32_t> numbers(*CountSamples(*tables[i]));
+    std::iota(numbers.begin(), numbers.end(), 1U);
+    ReplaceChild(*tables[i], SampleNumbersBox(FourCc("stss"), numbers));
+    changes.push_back({i, "sync samples alone, spelled out"});
+  }
+}
+
+// Without the table nothing is known, which zeros say too (8.6.4.3).
+void SpellDependencies(const Tables& tables, Changes& changes) {
+  if (!SomeHave(tables, FourCc("sdtp"))) return;
+  bool areWhole = true;
+  for (const RawBox* table : tables) {
+    const auto count = CountSamples(*table);
+    if (!count) return;
+    const RawBox* box = table->Child(FourCc("sdtp"));
+    const auto bytes = box != nullptr ? ReadDependencies(*box) : std::nullopt;
+    if (box != nullptr ? !bytes || bytes->size() != *count : *count > kMostSpelled)
+      areWhole = false;
+  }
+  for (std::size_t i = 0; i < tables.size(); ++i) {
+    const bool isThere = tables[i]->Child(FourCc("sdtp")) != nullptr;
+    if (!areWhole && isThere) {
+      tables[i]->Remove(FourCc("sdtp"));
+      changes.push_back({i, "dependencies of samples, left out because one clip's do not fit"});
+    } else if (areWhole && !isThere) {
+      ReplaceChild(*tables[i], DependenciesBox(Bytes(*CountSamples(*tables[i]))));
+      changes.push_back({i, "no dependencies of samples, said to be unknown"});
+    }
+  }
+}
+
+}  // namespace
+
+std::optional<std::uint32_t> CountSamples(const RawBox& table) {
+  const RawBox* box = SizesOf(table);
+  const auto sizes = box != nullptr ? ReadSizes(*box) : std::nullopt;
+  if (!sizes) return std::nullopt;
+  return sizes->count;
+}
+
+std::vector<FormChange> GiveOneForm(const std::vector<RawBox*>& tables) {
+  Changes changes;
+  SpellSizes(tables, changes);
+  AlignOffsets(tables, changes);
+  SpellSyncSamples(tables, changes);
+  SpellDependencies(tables, changes);
+  return changes;
+}
+
+}  // namespace clipchain

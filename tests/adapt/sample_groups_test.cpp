@@ -1,0 +1,148 @@
+#include "adapt/sample_groups.h"
+
+#include <gtest/gtest.h>
+
+#include "foundation/fourcc.h"
+#include "fragment_boxes.h"
+
+namespace clipchain {
+namespace {
+
+using support::Box;
+using support::Bytes;
+using support::FullBox;
+using support::Hex;
+using support::Text;
+using support::U16;
+using support::U32;
+
+Bytes Rolls(const std::vector<std::uint16_t>& distances) {
+  Bytes entries;
+  for (const std::uint16_t distance : distances) entries = entries + U16(distance);
+  return FullBox(
+      "sgpd", 1, 0,
+      {Text("roll"), U32(2), U32(static_cast<std::uint32_t>(distances.size())), entries});
+}
+
+Bytes Groups(const std::vector<GroupRun>& runs, const char* type = "roll") {
+  Bytes entries;
+  for (const GroupRun& run : runs) entries = entries + U32(run.count) + U32(run.index);
+  return FullBox("sbgp", 0, 0, {Text(type), U32(static_cast<std::uint32_t>(runs.size())), entries});
+}
+
+RawBox TableOf(std::initializer_list<Bytes> boxes) {
+  Bytes all;
+  for (const Bytes& box : boxes) all = all + box;
+  return RawBoxOf(Box("stbl", {all}));
+}
+
+RawBox FragmentOf(std::initializer_list<Bytes> boxes) {
+  Bytes all;
+  for (const Bytes& box : boxes) all = all + box;
+  return RawBoxOf(Box("traf", {all}));
+}
+
+// The bytes of what is written.
+Bytes Joined(const SampleGroups& groups) {
+  RawBox table;
+  table.type = FourCc("stbl");
+  groups.Write(table);
+  Bytes bytes;
+  for (const RawBox& box : table.children) box.Write(bytes);
+  return bytes;
+}
+
+TEST(SampleGroups, EqualDescriptionsAreKeptAndRunsAppended) {
+  SampleGroups groups;
+  EXPECT_TRUE(groups.IsEmpty());
+  groups.Append(TableOf({Rolls({7}), Groups({{10, 1}})}), 10);
+  groups.Append(TableOf({Rolls({7}), Groups({{4, 1}, {2, 0}})}), 8);
+  EXPECT_FALSE(groups.IsEmpty());
+  EXPECT_EQ(Joined(groups), Rolls({7}) + Groups({{14, 1}, {4, 0}}));
+}
+
+TEST(SampleGroups, OtherDescriptionsAreAppendedAndTheirIndexesMoved) {
+  SampleGroups groups;
+  groups.Append(TableOf({Rolls({7, 8}), Groups({{2, 1}, {1, 2}})}), 3);
+  groups.Append(TableOf({Rolls({9, 7}), Groups({{1, 1}, {1, 2}})}), 2);
+  EXPECT_EQ(Joined(groups), Rolls({7, 8, 9}) + Groups({{2, 1}, {1, 2}, {1, 3}, {1, 1}}));
+}
+
+TEST(SampleGroups, APartWithoutGroupsHasNone) {
+  SampleGroups groups;
+  groups.Append(TableOf({}), 5);
+  groups.Append(TableOf({Rolls({7}), Groups({{3, 1}})}), 3);
+  groups.Append(TableOf({}), 5);
+  EXPECT_EQ(Joined(groups), Rolls({7}) + Groups({{5, 0}, {3, 1}, {5, 0}}));
+}
+
+TEST(SampleGroups, TablesOfOneTypeDifferByTheirParameter) {
+  const auto withParameter = [](std::uint32_t parameter, std::uint32_t count) {
+    return FullBox("sbgp", 1, 0, {Text("roll"), U32(parameter), U32(1), U32(count), U32(1)});
+  };
+  SampleGroups groups;
+  groups.Append(TableOf({Rolls({7}), withParameter(5, 2), withParameter(6, 1)}), 2);
+  groups.Append(TableOf({Rolls({7}), withParameter(6, 2)}), 2);
+  EXPECT_EQ(
+      Joined(groups),
+      Rolls({7}) +
+          FullBox("sbgp", 1, 0, {Text("roll"), U32(5), U32(2), U32(2), U32(1), U32(2), U32(0)}) +
+          FullBox("sbgp", 1, 0,
+                  {Text("roll"), U32(6), U32(3), U32(1), U32(1), U32(1), U32(0), U32(2), U32(1)}));
+}
+
+TEST(SampleGroups, LengthsOfTheirOwnAndDefaultsAreKept) {
+  const auto described = [](std::uint32_t defaultIndex, const Bytes& entry) {
+    return FullBox("sgpd", 2, 0,
+                   {Text("abcd"), U32(0), U32(defaultIndex), U32(1),
+                    U32(static_cast<std::uint32_t>(entry.size())), entry});
+  };
+  SampleGroups groups;
+  groups.Append(TableOf({described(1, Hex("01"))}), 2);
+  groups.Append(TableOf({described(0, Hex("02 03")), Groups({{1, 1}}, "abcd")}), 2);
+  EXPECT_EQ(Joined(groups), FullBox("sgpd", 2, 0,
+                                    {Text("abcd"), U32(0), U32(1), U32(2), U32(1), Hex("01"),
+                                     U32(2), Hex("02 03")}) +
+                                Groups({{2, 1}, {1, 2}, {1, 0}}, "abcd"));
+}
+
+TEST(SampleGroups, DescriptionsWithoutALengthAreJoinedWhereTheyAreEqual) {
+  const Bytes plain = FullBox("sgpd", 0, 0, {Text("abcd"), U32(2), Hex("01 02 03")});
+  const Bytes other = FullBox("sgpd", 0, 0, {Text("abcd"), U32(2), Hex("01 02 04")});
+  SampleGroups groups;
+  groups.Append(TableOf({plain, Groups({{1, 2}}, "abcd")}), 1);
+  groups.Append(TableOf({plain, Groups({{1, 1}}, "abcd")}), 1);
+  EXPECT_EQ(Joined(groups), plain + Groups({{1, 2}, {1, 1}}, "abcd"));
+  groups.Append(TableOf({other, Groups({{1, 1}}, "abcd")}), 1);
+  EXPECT_EQ(groups.LeftOut(), std::set<unsigned int>{FourCc("abcd")});
+  EXPECT_EQ(Joined(groups), Bytes());
+}
+
+TEST(SampleGroups, AFragmentSpeaksOfTheMoviesDescriptionsAndOfItsOwn) {
+  SampleGroups groups;
+  groups.Append(TableOf({Rolls({7})}), 0);
+  groups.AppendFragment(FragmentOf({Groups({{2, 1}})}), 3);
+  groups.AppendFragment(FragmentOf({Rolls({8, 7}), Groups({{1, 0x10001}, {1, 0x10002}})}), 2);
+  EXPECT_EQ(Joined(groups), Rolls({7, 8}) + Groups({{2, 1}, {1, 0}, {1, 2}, {1, 1}}));
+  groups.AppendFragment(FragmentOf({Groups({{1, 2}})}), 1);
+  EXPECT_EQ(groups.LeftOut(), std::set<unsigned int>{FourCc("roll")});
+}
+
+TEST(SampleGroups, TablesThatSpeakOfWhatIsNotThereAreLeftOut) {
+  for (const Bytes& wrong :
+       {Rolls({7}) + Groups({{4, 1}}), Rolls({7}) + Groups({{1, 2}}), Groups({{1, 1}}),
+        Rolls({7}) + Groups({{3, 1}}) + Groups({{3, 1}}), Rolls({7}) + Rolls({7}),
+        FullBox("sgpd", 1, 0, {Text("roll"), U32(2), U32(9), U16(1)}),
+        FullBox("sgpd", 1, 0, {Text("roll"), U32(0), U32(0xFFFFFFFF)}),
+        FullBox("sgpd", 3, 0, {Text("roll"), U32(0), U32(0)}),
+        Rolls({7}) + FullBox("sbgp", 0, 0, {Text("roll"), U32(2), U32(1), U32(1)})}) {
+    SampleGroups groups;
+    groups.Append(TableOf({wrong}), 3);
+    EXPECT_EQ(groups.LeftOut(), std::set<unsigned int>{FourCc("roll")});
+    groups.Append(TableOf({Rolls({7}), Groups({{3, 1}})}), 3);
+    EXPECT_EQ(Joined(groups), Bytes());
+  }
+}
+
+}  // namespace
+}  // namespace clipchain
