@@ -107,6 +107,8 @@ void SaveFiles(const fs::path& out) {
     const Bytes file = support::ReadFile(entry.path());
     for (const char* target : {"parse", "merge", "clip", "check"})
       Save(out / target, entry.path().filename().string(), file);
+    if (support::FindBox(file, "moof") != support::kNotFound)
+      Save(out / "fragments", entry.path().filename().string(), file);
   }
 }
 
