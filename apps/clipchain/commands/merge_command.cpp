@@ -18,6 +18,7 @@
 #include "clipchain/terminal/standard_output.h"
 #include "clipchain/terminal/stop_signals.h"
 #include "clipchain/tool.h"
+#include "workflow/clip_order.h"
 #include "workflow/clips/clip_json.h"
 #include "workflow/findings/clip_words.h"
 #include "workflow/safe_merge.h"
@@ -31,6 +32,7 @@ struct MergeOptions {
   std::vector<std::string> inputs;
   SafeMergeOptions merge;
   std::vector<std::string> job;  // in place of inputs and output
+  bool sort = false;
   bool removeLeftovers = false;
   bool json = false;
 };
@@ -68,6 +70,13 @@ void PrintReport(const MergeOptions& options, const JobResult& result, double se
                     Shown(options.merge.check.output), Amount(report.size), seconds));
 }
 
+// The clips in the order in which they were recorded; what keeps them from it.
+Findings Sort(std::vector<std::string>& inputs) {
+  ClipOrder order = SortClips(inputs);
+  inputs = std::move(order.clips);
+  return std::move(order.findings);
+}
+
 int Run(MergeOptions options) {
   NoteStopSignals();
   Job job;
@@ -75,6 +84,14 @@ int Run(MergeOptions options) {
     if (!FindJob(options.job, job)) return kFailed;
     options.inputs = job.inputs;
     options.merge.check.output = job.output;
+  }
+  if (options.sort) {
+    JobResult unsorted;
+    unsorted.merge.findings = Sort(options.inputs);
+    if (!unsorted.merge.findings.empty()) {
+      PrintReport(options, unsorted, 0);
+      return kFailed;
+    }
   }
   ProgressLine line(stderr);
   MergeProgress progress(options.inputs.size(), line);
@@ -104,8 +121,11 @@ void AddMergeCommand(CLI::App& tool, int& exitCode) {
           ->type_name("IN");
   CLI::Option* overwrite = command->add_flag("--overwrite", options->merge.check.overwrite,
                                              "Replace OUT once the new file is complete");
+  CLI::Option* sort =
+      command->add_flag("--sort", options->sort,
+                        "Put the clips in the order in which they were recorded, if they tell it");
   CLI::Option* job = AddJobOption(*command, options->job);
-  for (CLI::Option* option : {output, clips, overwrite}) job->excludes(option);
+  for (CLI::Option* option : {output, clips, overwrite, sort}) job->excludes(option);
   AddMergeSettings(*command, options->merge);
   command->add_flag("--remove-leftovers", options->removeLeftovers,
                     "Remove what merges to OUT that were killed have left behind");
