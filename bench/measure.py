@@ -19,6 +19,7 @@ import time
 from pathlib import Path
 
 import plot
+from keeping import keeping_report
 
 WAYS = {
     "merge": "`clipchain merge`",
@@ -200,6 +201,7 @@ def main():
         work = Path(folder)
         for count, size in [(4, options.megabytes * 10**6), (200, options.megabytes * 10**6 // 250)]:
             lines += copies_report(count, *measure_copies(options, work, count, size))
+        lines += keeping_report(options, work, table)
         one_core = ["taskset", "-c", "0"]
         programs = options.build / "bench"
         rounds = str(2 * options.rounds)

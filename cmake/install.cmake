@@ -61,7 +61,8 @@ configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/clipchainConfig.cmake.in
 write_basic_package_version_file(clipchainConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(
   FILES ${PROJECT_BINARY_DIR}/clipchainConfig.cmake ${PROJECT_BINARY_DIR}/clipchainConfigVersion.cmake
-        ${CMAKE_CURRENT_LIST_DIR}/FindLibExif.cmake
+        ${CMAKE_CURRENT_LIST_DIR}/FindLibExif.cmake ${CMAKE_CURRENT_LIST_DIR}/FindNettle.cmake
+        ${CMAKE_CURRENT_LIST_DIR}/FindXxhash.cmake
   DESTINATION ${config_folder}
   COMPONENT development)
 

@@ -29,6 +29,12 @@ endif()
 if(TARGET clipchain_workflow)
   find_package(fmt REQUIRED)
   find_package(nlohmann_json REQUIRED)
-  target_link_libraries(clipchain_workflow PRIVATE fmt::fmt
+  # What an archive of originals is made of: tar with zstd, and hashes.
+  find_package(LibArchive REQUIRED)
+  find_package(Nettle REQUIRED)
+  find_package(Xxhash REQUIRED)
+  find_package(Threads REQUIRED)
+  target_link_libraries(clipchain_workflow PRIVATE fmt::fmt LibArchive::LibArchive Nettle::Nettle
+                                                   Xxhash::Xxhash Threads::Threads
                                                    $<BUILD_INTERFACE:nlohmann_json::nlohmann_json>)
 endif()

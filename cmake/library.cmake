@@ -36,6 +36,7 @@ foreach(library clipchain clipchain_static)
     target_link_libraries(${library} PRIVATE LibExif::LibExif)
   endif()
   if(TARGET clipchain_workflow)
-    target_link_libraries(${library} PRIVATE fmt::fmt)
+    target_link_libraries(${library} PRIVATE fmt::fmt LibArchive::LibArchive Nettle::Nettle
+                                             Xxhash::Xxhash Threads::Threads)
   endif()
 endforeach()

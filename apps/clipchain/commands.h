@@ -13,6 +13,8 @@ void AddJoinCommand(CLI::App& tool, int& exitCode);
 void AddMergeCommand(CLI::App& tool, int& exitCode);
 void AddSequencesCommand(CLI::App& tool, int& exitCode);
 void AddInfoCommand(CLI::App& tool, int& exitCode);
+void AddVerifyCommand(CLI::App& tool, int& exitCode);
+void AddSplitCommand(CLI::App& tool, int& exitCode);
 
 // What the tool does, a phrase without a full stop.
 inline constexpr const char* kToolText =

@@ -25,6 +25,8 @@ void AddCommands(CLI::App& tool, int& exitCode) {
   AddJoinCommand(tool, exitCode);
   AddSequencesCommand(tool, exitCode);
   AddInfoCommand(tool, exitCode);
+  AddVerifyCommand(tool, exitCode);
+  AddSplitCommand(tool, exitCode);
   AddHelp(tool);
 }
 

@@ -9,6 +9,8 @@
 
 #include "foundation/export.h"
 #include "workflow/finding.h"
+#include "workflow/folders.h"
+#include "workflow/keep_originals.h"
 #include "workflow/plan.h"
 #include "workflow/safe_merge.h"
 
@@ -43,9 +45,8 @@ struct JoinOptions {
   // steps of all jobs; where it answers false, the merge that is going on leaves nothing behind,
   // and what is left is not run.
   SafeMergeOptions merge;
-  // Replaces, and removes, results that hold a part of a recording once the result that holds more
-  // of it is there. Only what is byte for byte what the clips of that part give is touched.
-  bool update = false;
+  // What is written beside each result, those that are there already too; in place of a companion.
+  KeepOptions keep{};
 };
 
 struct JoinReport {
@@ -58,9 +59,5 @@ struct JoinReport {
 // give, and the job is done, or the job fails. The last component of an output's folder is created
 // if it is missing.
 [[nodiscard]] CLIPCHAIN_API JoinReport Join(const JoinPlan& plan, const JoinOptions& options);
-
-// Creates the last component of a folder's path if it is missing. What speaks against it, if
-// anything does.
-[[nodiscard]] CLIPCHAIN_API std::optional<Finding> MakeFolder(const std::string& path);
 
 }  // namespace clipchain

@@ -8,6 +8,7 @@
 #include "foundation/export.h"
 #include "foundation/result.h"
 #include "workflow/check.h"
+#include "workflow/companion.h"
 #include "workflow/finding.h"
 #include "workflow/leftovers.h"
 
@@ -26,6 +27,8 @@ struct SafeMergeOptions {
   // Go on in spite of findings that risk the result alone.
   bool force = false;
   Verification verification = Verification::kSeams;
+  // Writes files beside the output, which get their names before it. Lent; null for none.
+  Companion* companion = nullptr;
   // Asked about each hidden file that an earlier run left behind beside this output; true removes
   // it. May be empty: they are named only.
   std::function<bool(const Leftover&)> removeLeftover{};

@@ -36,6 +36,22 @@ class Sessions {
   std::size_t at_ = 0;
 };
 
+// Runs each command of a page in that folder, one behind the other, and compares what it prints
+// with what the page shows. How many there were.
+unsigned int RunSessions(const fs::path& page, const fs::path& folder) {
+  Sessions sessions(TextOf(page));
+  unsigned int count = 0;
+  for (std::string session; !(session = sessions.Next()).empty(); ++count) {
+    const std::size_t end = session.find('\n');
+    const support::Finished run = support::Run(
+        {"bash", "-c", "cd \"$1\"; tool=$2; clipchain() { \"$tool\" \"$@\"; }; eval \"$3\"", "-",
+         folder.string(), CLIPCHAIN_TOOL_PATH, session.substr(0, end)});
+    EXPECT_EQ(0, run.exitCode) << run.err;
+    EXPECT_EQ(session.substr(end + 1), run.out);
+  }
+  return count;
+}
+
 }  // namespace
 
 TEST(Readme, ShowsWhatTheToolPrints) {
@@ -46,15 +62,20 @@ TEST(Readme, ShowsWhatTheToolPrints) {
   fs::copy(clips / "clip2.mp4", folder / "card1");
   fs::copy(clips / "clip1.mp4", folder / "card2");
   fs::copy(clips / "clip3.mp4", folder / "card2");
-  Sessions sessions(TextOf(support::SourcePath("README.md")));
-  unsigned int count = 0;
-  for (std::string session; !(session = sessions.Next()).empty(); ++count) {
-    const std::size_t end = session.find('\n');
-    const support::Finished run = support::Run(
-        {"bash", "-c", "cd \"$1\"; tool=$2; clipchain() { \"$tool\" \"$@\"; }; eval \"$3\"", "-",
-         folder.path().string(), CLIPCHAIN_TOOL_PATH, session.substr(0, end)});
-    EXPECT_EQ(0, run.exitCode) << run.err;
-    EXPECT_EQ(session.substr(end + 1), run.out);
+  EXPECT_EQ(2u, RunSessions(support::SourcePath("README.md"), folder.path()));
+}
+
+TEST(Readme, LeadsFromACardToAnErasedOneAndBack) {
+  const support::TempDir folder;
+  const fs::path clips = support::SourcePath("examples/clips");
+  fs::create_directory(folder / "card");
+  for (const char* name : {"clip1.mp4", "clip2.mp4", "clip3.mp4"})
+    fs::copy(clips / name, folder / "card");
+  support::WriteFile(folder / "card" / "picture.jpg", {0xFF, 0xD8, 0xFF, 0xD9});
+  EXPECT_EQ(6u, RunSessions(support::SourcePath("docs/erasing.md"), folder.path()));
+  EXPECT_TRUE(fs::is_empty(folder / "card"));
+  for (const char* name : {"clip1.mp4", "clip2.mp4", "clip3.mp4"}) {
+    const fs::path again = folder / "kept" / "2024-06-01_10-00-00_clip1" / name;
+    EXPECT_EQ(support::ReadFile(clips / name), support::ReadFile(again)) << name;
   }
-  EXPECT_EQ(2u, count);
 }

@@ -59,11 +59,12 @@ bool FindJob(const std::vector<std::string>& values, Job& job) {
   return true;
 }
 
-JobResult MergeJob(const Job& job, const SafeMergeOptions& options) {
+JobResult MergeJob(const Job& job, const SafeMergeOptions& options, const KeepOptions& keep) {
   JoinPlan plan;
   plan.jobs.push_back(job);
   JoinOptions join;
   join.merge = options;
+  join.keep = keep;
   join.merge.check.progress = [&](const Step& step) {
     // A merge counts each phase by itself; a join of one job counts all that it has to do.
     const bool verifies = step.phase == Step::Phase::kVerifying;

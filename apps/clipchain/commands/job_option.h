@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "workflow/keep_originals.h"
 #include "workflow/plan.h"
 #include "workflow/safe_merge.h"
 
@@ -28,6 +29,6 @@ struct JobResult {
 
 // Merges, unless the output is there already and is what the job would give. The output that
 // `options` names does not count.
-JobResult MergeJob(const Job& job, const SafeMergeOptions& options);
+JobResult MergeJob(const Job& job, const SafeMergeOptions& options, const KeepOptions& keep);
 
 }  // namespace clipchain

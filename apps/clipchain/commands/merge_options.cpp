@@ -25,6 +25,27 @@ void AddMergeSettings(CLI::App& command, SafeMergeOptions& options) {
   AddMemoryLimit(command, options.check.memoryLimit);
 }
 
+void AddKeepSettings(CLI::App& command, KeepOptions& options) {
+  CLI::Option* originals = command.add_flag(
+      "--originals", options.originals,
+      "Keep what is not in the result beside it, in RESULT.originals, from which \"clipchain "
+      "split\" makes the clips again, byte for byte");
+  command
+      .add_option_function<std::string>(
+          "--hash", [&options](const std::string& hash) { options.sha256 = hash == "sha256"; },
+          "By what a clip that is made again is known: its XXH128 (xxh128), or its SHA-256 too "
+          "(sha256), which takes longer")
+      ->check([](const std::string& hash) {
+        return hash == "xxh128" || hash == "sha256" ? ""
+                                                    : "takes xxh128 or sha256, not \"" + hash + '"';
+      })
+      ->option_text("xxh128|sha256")
+      ->default_str("xxh128")
+      ->needs(originals);
+  command.add_flag("--checksums", options.checksums,
+                   "Write RESULT.xxh beside the result, for \"xxhsum -c\"");
+}
+
 const char* VerificationName(Verification verification) {
   return verification == Verification::kFull ? "full" : "seams";
 }

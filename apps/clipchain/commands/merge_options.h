@@ -1,6 +1,7 @@
 // Options that all commands that merge have.
 #pragma once
 
+#include "workflow/keep_originals.h"
 #include "workflow/safe_merge.h"
 
 namespace CLI {
@@ -11,6 +12,9 @@ namespace clipchain {
 
 // --force, --verify and --memory-limit. The options must live as long as the command.
 void AddMergeSettings(CLI::App& command, SafeMergeOptions& options);
+
+// --originals, --hash and --checksums. The options must live as long as the command.
+void AddKeepSettings(CLI::App& command, KeepOptions& options);
 
 // "seams" or "full", as --verify takes it.
 const char* VerificationName(Verification verification);

@@ -18,7 +18,7 @@ enum class Kind { kNothing, kFile, kFolder, kChoice };
 Kind KindOf(const OptionWords& option) {
   static constexpr const char* kFiles[] = {"FILE", "OUT", "IN", "PATH"};
   if (!Choices(option).empty()) return Kind::kChoice;
-  if (option.value == "DIR") return Kind::kFolder;
+  if (option.value == "DIR" || option.value == "CARD") return Kind::kFolder;
   const std::string word = option.value.substr(0, option.value.find(' '));
   const bool file = std::find(std::begin(kFiles), std::end(kFiles), word) != std::end(kFiles);
   return file ? Kind::kFile : Kind::kNothing;

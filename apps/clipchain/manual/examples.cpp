@@ -29,6 +29,11 @@ const Example kExamples[] = {
     {"info", "clipchain info clip1.mp4",
      "Tells tracks, durations, date and identifiers of a clip."},
     {"info", "clipchain info --tree clip1.mp4", "Lists its boxes, too."},
+    {"verify", "clipchain verify /media/card --against ~/Videos",
+     "Says whether the card can be erased."},
+    {"verify", "clipchain verify /media/card1 /media/card2 --against ~/Videos /nas --whole",
+     "Takes nothing but every byte of every clip."},
+    {"split", "clipchain split whole.mp4", "Makes the clips again, in the folder whole."},
 };
 const unsigned int kExampleCount = std::size(kExamples);
 

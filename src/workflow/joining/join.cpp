@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "workflow/joining/join_run.h"
+#include "workflow/merging/fitting_of.h"
 #include "workflow/merging/leftover_findings.h"
 #include "workflow/merging/verify.h"
 #include "workflow/system/files.h"
@@ -47,7 +48,7 @@ class Joining {
   Joining(const JoinPlan& plan, const JoinOptions& options, const JobWork& calls)
       : plan_(plan),
         options_(options.merge),
-        update_(options.update),
+        keep_(options.keep),
         calls_(calls),
         perByte_(options.merge.verification == Verification::kFull ? 2 : 1) {
     for (const Job& job : plan.jobs) {
@@ -80,7 +81,7 @@ class Joining {
     Expect(WorkOf(job, exists));
     if (Tell(Step::Phase::kChecking, 0, 0)) {
       try {
-        report.outcome = exists ? LookAt(job, report) : Merge(job, report, false);
+        report.outcome = exists ? Compare(job, report) : Merge(job, report);
       } catch (const std::bad_alloc&) {
         report.outcome = Outcome::kFailed;
         report.findings.push_back(MakeFinding(Message::kOutOfMemory, job.output,
@@ -89,77 +90,9 @@ class Joining {
       }
     }
     const bool done = report.outcome == Outcome::kMerged || report.outcome == Outcome::kAlready;
-    if (done) LookAtParts(job, report);
     if (!done) Expect(told_);
     step_.current += work_[report_.jobs.size() - 1];
     told_ = 0;
-  }
-
-  // What to do about an output that is there already.
-  Outcome LookAt(const Job& job, JobReport& report) {
-    const auto part = std::find_if(job.earlier.begin(), job.earlier.end(),
-                                   [&](const EarlierJoin& e) { return e.path == job.output; });
-    if (part == job.earlier.end()) return Compare(job, report);
-    if (!update_) {
-      Finding finding =
-          PartFinding(job, *part, "--update replaces it once the longer one is verified");
-      finding.severity = Severity::kRefusal;
-      report.findings.push_back(std::move(finding));
-      return Outcome::kFailed;
-    }
-    return IsUntouched(job, *part, report) ? Merge(job, report, true) : Outcome::kFailed;
-  }
-
-  // Names the results that hold a part of what is whole now, or removes them.
-  void LookAtParts(const Job& job, JobReport& report) {
-    for (const EarlierJoin& part : job.earlier) {
-      if (part.path == job.output) continue;
-      if (!update_) {
-        report.findings.push_back(
-            PartFinding(job, part, "it is needed no more; --update removes it"));
-      } else if (IsUntouched(job, part, report)) {
-        Remove(part, report);
-      }
-    }
-  }
-
-  static Finding PartFinding(const Job& job, const EarlierJoin& part, const char* remedy) {
-    return MakeFinding(
-        Message::kEarlierJoin, part.path,
-        fmt::format("is an earlier, shorter join of the same recording: {} of its {} "
-                    "clips",
-                    part.count, job.inputs.size()),
-        remedy);
-  }
-
-  // Whether it is what its clips give, every byte, so that nobody has made something else of it.
-  bool IsUntouched(const Job& job, const EarlierJoin& part, JobReport& report) {
-    Job shorter;
-    const auto first = job.inputs.begin() + static_cast<std::ptrdiff_t>(part.first);
-    shorter.inputs.assign(first, first + static_cast<std::ptrdiff_t>(part.count));
-    shorter.output = part.path;
-    const Findings faults =
-        calls_.verify(shorter, [&](const Step&) { return Tell(Step::Phase::kVerifying, 0, 0); });
-    if (report_.stopped) return false;
-    if (!HoldsUp(faults, false)) return true;
-    report.findings.push_back(
-        MakeFinding(Message::kOutputDiffers, part.path,
-                    "was an earlier, shorter join of the same recording, but is not what its clips "
-                    "give any more; it stays as it is",
-                    "look at it, then rename or remove it"));
-    return false;
-  }
-
-  static void Remove(const EarlierJoin& part, JobReport& report) {
-    std::error_code error;
-    std::filesystem::remove(part.path, error);
-    Finding finding = MakeFinding(
-        Message::kEarlierJoin, part.path,
-        error ? "is an earlier, shorter join of the same recording, and can't be removed: " +
-                    error.message()
-              : "was an earlier, shorter join of the same recording, and is removed now",
-        error ? "remove it by hand" : "");
-    report.findings.push_back(std::move(finding));
   }
 
   Outcome Compare(const Job& job, JobReport& report) {
@@ -184,10 +117,20 @@ class Joining {
           "look at it, then rename or remove it and join again"));
     }
     Add(faults, report);
-    return isResult ? Outcome::kAlready : Outcome::kFailed;
+    return isResult ? Keep(job, report) : Outcome::kFailed;
   }
 
-  Outcome Merge(const Job& job, JobReport& report, bool overwrite) {
+  // What is to lie beside a result that is there already.
+  Outcome Keep(const Job& job, JobReport& report) {
+    const Findings faults =
+        KeepBeside(job.inputs, FittingOf(options_.check), job.output, keep_,
+                   [&](const Step&) { return Tell(Step::Phase::kVerifying, 0, job.size); });
+    if (report_.stopped) return Outcome::kNotRun;
+    Add(faults, report);
+    return HoldsUp(faults, false) ? Outcome::kFailed : Outcome::kAlready;
+  }
+
+  Outcome Merge(const Job& job, JobReport& report) {
     const std::string folder = std::filesystem::path(job.output).parent_path().string();
     if (const auto fault = folder.empty() ? std::nullopt : MakeFolder(folder)) {
       report.findings.push_back(*fault);
@@ -195,7 +138,9 @@ class Joining {
     }
     SafeMergeOptions options = options_;
     options.check.output = job.output;
-    options.check.overwrite = overwrite;
+    options.check.overwrite = false;
+    const auto companion = keep_.Any() ? MakeCompanion(keep_) : nullptr;
+    options.companion = companion.get();
     options.check.progress = [&](const Step& step) {
       return Tell(step.phase, step.clip, DoneOf(job, step));
     };
@@ -248,7 +193,7 @@ class Joining {
 
   const JoinPlan& plan_;
   const SafeMergeOptions& options_;
-  const bool update_;
+  const KeepOptions& keep_;
   const JobWork& calls_;
   const int perByte_;            // how often a merge handles each byte
   std::vector<long long> work_;  // of each job, in bytes
@@ -291,20 +236,6 @@ JoinReport RunJobs(const JoinPlan& plan, const JoinOptions& options, const JobWo
 
 JoinReport Join(const JoinPlan& plan, const JoinOptions& options) {
   return RunJobs(plan, options, JobWork());
-}
-
-std::optional<Finding> MakeFolder(const std::string& path) {
-  if (::mkdir(path.c_str(), 0777) == 0) return std::nullopt;
-  const int error = errno;
-  struct stat status;
-  if (::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return std::nullopt;
-  if (error == EEXIST)
-    return MakeFinding(Message::kFolderUnusable, path, "is no folder", "choose another name");
-  const char* remedy = "choose another folder";
-  if (error == ENOENT) remedy = "create the folder that it lies in first";
-  if (error == ENAMETOOLONG) remedy = "choose a shorter name";
-  return MakeFinding(Message::kFolderUnusable, path, "can't be created: " + ErrorText(error),
-                     remedy);
 }
 
 }  // namespace clipchain

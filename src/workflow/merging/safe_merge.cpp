@@ -15,6 +15,7 @@
 #include "workflow/check.h"
 #include "workflow/findings/result_words.h"
 #include "workflow/merging/copy_progress.h"
+#include "workflow/merging/fitting_of.h"
 #include "workflow/merging/leftover_findings.h"
 #include "workflow/merging/verify.h"
 #include "workflow/system/files.h"
@@ -53,7 +54,10 @@ struct FileState {
 class Run {
  public:
   Run(const std::vector<std::string>& inputs, const SafeMergeOptions& options)
-      : inputs_(inputs), options_(options), progress_(inputs, options.check.progress) {}
+      : inputs_(inputs),
+        options_(options),
+        listener_([this](const Step& step) { return Hear(step); }),
+        progress_(inputs, listener_) {}
 
   SafeMergeReport Merge() {
     if (Prepare() && Copy() && Complete() && Publish()) report_.done = true;
@@ -62,6 +66,7 @@ class Run {
   }
 
  private:
+  bool Hear(const Step& step);
   bool Prepare();
   bool NoteInputs();
   bool CreatePart();
@@ -76,11 +81,13 @@ class Run {
   bool FlushPart();
   bool VerifyPart();
   Findings ComparePart(bool everyByte);
+  bool PrepareCompanion();
   bool InputsAreUnchanged();
   bool FailChanged(const std::string& input);
 
   bool Publish();
-  bool MayReplace();
+  bool MayReplaceAll();
+  bool MayReplace(const std::string& path);
   void GiveUp();
 
   void Add(const Findings& findings);
@@ -94,12 +101,19 @@ class Run {
   const std::vector<std::string>& inputs_;
   const SafeMergeOptions& options_;
   SafeMergeReport report_;
+  const Progress listener_;
   CopyProgress progress_;
   std::vector<FileState> states_;
   PartFile part_;
   // Below the file that it writes to, so that it lets go of it first.
   QUIRVA::ComPtr<MP4G::CMp4LiveMerge> engine_;
 };
+
+bool Run::Hear(const Step& step) {
+  if (options_.companion != nullptr && step.phase == Phase::kCopying)
+    options_.companion->Follow(step.current);
+  return !options_.check.progress || options_.check.progress(step);
+}
 
 void Run::Add(const Findings& findings) {
   report_.findings.insert(report_.findings.end(), findings.begin(), findings.end());
@@ -128,6 +142,10 @@ bool Run::Prepare() {
   check.progress = [this](const Step&) { return progress_.Tell(Phase::kChecking); };
   report_.findings = Check(inputs_, check).findings;
   Add(LookForLeftovers(options_.check.output, options_.removeLeftover));
+  if (options_.companion != nullptr) {
+    for (const std::string& path : options_.companion->Paths(options_.check.output))
+      Add(LookForLeftovers(path, options_.removeLeftover));
+  }
   if (HoldsUp(report_.findings, options_.force)) return false;
   return Enter(Phase::kChecking) && NoteInputs() && CreatePart();
 }
@@ -141,7 +159,9 @@ bool Run::NoteInputs() {
     states_.push_back(
         {status.st_dev, status.st_ino, status.st_size, status.st_mtim, status.st_ctim});
   }
-  return MayReplace();
+  if (!MayReplaceAll()) return false;
+  if (options_.companion != nullptr) options_.companion->Start(inputs_);
+  return true;
 }
 
 bool Run::CreatePart() {
@@ -216,7 +236,19 @@ bool Run::FailWrite(HRESULT result) {
 bool Run::Complete() {
   const bool fromDisk = options_.verification == Verification::kFull;
   const bool complete = fromDisk ? FlushPart() && VerifyPart() : VerifyPart() && FlushPart();
-  return complete && InputsAreUnchanged();
+  return complete && PrepareCompanion() && InputsAreUnchanged();
+}
+
+bool Run::PrepareCompanion() {
+  if (options_.companion == nullptr) return true;
+  const Findings found = options_.companion->Prepare(
+      inputs_, FittingOf(options_.check), options_.check.output, part_.descriptor(),
+      [this](const Step& step) {
+        return progress_.Tell(Phase::kVerifying, step.current, step.total);
+      });
+  if (progress_.Stopped()) return FailStopped();
+  Add(found);
+  return !HoldsUp(found, options_.force);
 }
 
 // A flush that fails is final: the system may have dropped what it could not write, and a second
@@ -267,32 +299,47 @@ bool Run::FailChanged(const std::string& input) {
               "wait until it is complete, then merge again");
 }
 
-// Whether the output's name may be taken from what has it: never from an input, whatever name that
+bool Run::MayReplaceAll() {
+  if (!MayReplace(options_.check.output)) return false;
+  if (options_.companion == nullptr) return true;
+  for (const std::string& path : options_.companion->Paths(options_.check.output)) {
+    if (!MayReplace(path)) return false;
+  }
+  return true;
+}
+
+// Whether a name may be taken from what has it: never from an input, whatever name that
 // had in the beginning, and never from what is no file.
-bool Run::MayReplace() {
+bool Run::MayReplace(const std::string& path) {
   struct stat status;
-  if (::lstat(options_.check.output.c_str(), &status) != 0) {
+  if (::lstat(path.c_str(), &status) != 0) {
     return errno == ENOENT || FailCreate(errno);
   }
   if (!options_.check.overwrite)
-    return Fail(Message::kOutputExists, options_.check.output, "exists already",
+    return Fail(Message::kOutputExists, path, "exists already",
                 "choose another name, or let --overwrite replace it", MP4G_E_OUTPUT_OPEN);
   struct stat target = status;
-  if (S_ISLNK(status.st_mode) && ::stat(options_.check.output.c_str(), &target) != 0) return true;
+  if (S_ISLNK(status.st_mode) && ::stat(path.c_str(), &target) != 0) return true;
   for (std::size_t i = 0; i < inputs_.size(); ++i) {
     if (states_[i].IsSameFile(status) || states_[i].IsSameFile(target))
-      return Fail(Message::kOutputIsInput, options_.check.output,
+      return Fail(Message::kOutputIsInput, path,
                   "is the same file as the input " + Shown(inputs_[i]), "choose another name",
                   MP4G_E_OUTPUT_OPEN);
   }
   return S_ISREG(target.st_mode) ||
-         Fail(Message::kOutputUnwritable, options_.check.output,
-              "can't be written: it is no regular file", "choose another name", MP4G_E_OUTPUT_OPEN);
+         Fail(Message::kOutputUnwritable, path, "can't be written: it is no regular file",
+              "choose another name", MP4G_E_OUTPUT_OPEN);
 }
 
 bool Run::Publish() {
-  if (!Enter(Phase::kFlushing) || !MayReplace()) return false;
+  if (!Enter(Phase::kFlushing) || !MayReplaceAll()) return false;
+  if (options_.companion != nullptr) {
+    const Findings found = options_.companion->Publish(options_.check.overwrite);
+    Add(found);
+    if (HoldsUp(found, false)) return false;
+  }
   if (const int error = part_.Publish(options_.check.overwrite); error != 0) {
+    if (options_.companion != nullptr) options_.companion->Withdraw();
     if (error == EEXIST)
       return Fail(Message::kOutputExists, options_.check.output, "exists already",
                   "choose another name, or let --overwrite replace it", MP4G_E_OUTPUT_OPEN);
@@ -301,7 +348,9 @@ bool Run::Publish() {
                 MP4G_E_OUTPUT_OPEN);
   }
   report_.size = FileSize(options_.check.output);
-  if (const int error = part_.FlushFolder(); error != 0)
+  const int error = part_.FlushFolder();
+  if (options_.companion != nullptr) options_.companion->Complete();
+  if (error != 0)
     return Fail(Message::kOutputNotDurable, options_.check.output,
                 "is complete, but its folder can't be flushed: " + ErrorText(error),
                 "check the disk before you delete the clips", MP4G_E_OUTPUT_WRITE);

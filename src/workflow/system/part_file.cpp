@@ -96,6 +96,12 @@ int PartFile::Publish(bool overwrite) {
   return RenameToFreeName();
 }
 
+int PartFile::Exchange() {
+  return ::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, output_.c_str(), RENAME_EXCHANGE) == 0
+             ? 0
+             : errno;
+}
+
 int PartFile::RenameToFreeName() {
   if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, output_.c_str(), RENAME_NOREPLACE) == 0) {
     path_.clear();

@@ -28,6 +28,9 @@ class PartFile {
 
   // Gives the file the output's name. Without `overwrite` EEXIST if something has that name by now.
   [[nodiscard]] int Publish(bool overwrite);
+  // Gives the file the output's name and what has that name the hidden one, in one step. Once more
+  // takes it back. An error, and nothing done, where the file system can't.
+  [[nodiscard]] int Exchange();
   // Removes the file. What is not there any more is removed.
   [[nodiscard]] int Discard();
   // Makes the name last.

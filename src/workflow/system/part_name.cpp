@@ -69,6 +69,12 @@ bool IsPartName(std::string_view name, std::string_view prefix) {
          random.find_first_not_of("0123456789abcdef") == std::string_view::npos;
 }
 
+bool IsAnyPartName(std::string_view name) {
+  const std::size_t mark = name.rfind(kMark);
+  return name.starts_with('.') && mark != std::string_view::npos &&
+         IsPartName(name, name.substr(0, mark + kMark.size()));
+}
+
 std::string BesideOf(const std::string& path, const std::string& name) {
   return path.substr(0, path.size() - NameOf(path).size()) + name;
 }

@@ -18,6 +18,9 @@ std::string NewPartPath(const std::string& output);
 std::string PartPrefix(const std::string& output);
 bool IsPartName(std::string_view name, std::string_view prefix);
 
+// Whether a name is that of a hidden file of any output.
+bool IsAnyPartName(std::string_view name);
+
 // The path of a file beside another one.
 std::string BesideOf(const std::string& path, const std::string& name);
 

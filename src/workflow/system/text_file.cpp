@@ -20,16 +20,16 @@ std::string Unwritable(int error) {
 
 constexpr const char* kExists = "exists already; --overwrite replaces it";
 
-int WriteAll(int file, std::string_view text) {
+}  // namespace
+
+int WriteText(int file, std::string_view text) {
   while (!text.empty()) {
     const ssize_t went = Uninterrupted([&] { return ::write(file, text.data(), text.size()); });
     if (went < 0) return errno;
     text.remove_prefix(static_cast<std::size_t>(went));
   }
-  return ::fsync(file) == 0 ? 0 : errno;
+  return 0;
 }
-
-}  // namespace
 
 std::string WhyNoTextFile(const std::string& path, bool overwrite) {
   struct stat status;
@@ -48,7 +48,8 @@ std::string WriteTextFile(const std::string& path, std::string_view text, bool o
   if (!why.empty()) return why;
   PartFile part;
   int error = part.Create(path);
-  if (error == 0) error = WriteAll(part.descriptor(), text);
+  if (error == 0) error = WriteText(part.descriptor(), text);
+  if (error == 0 && ::fsync(part.descriptor()) != 0) error = errno;
   if (error != 0) return Unwritable(error);
   error = part.Publish(overwrite);
   if (error == EEXIST) return kExists;

@@ -380,9 +380,12 @@ TEST(Usage, SaysWhatIsWrongInTheWordsOfTheHelp) {
     EXPECT_EQ(2, run.exitCode);
     return run.err.substr(0, run.err.find('\n'));
   };
-  EXPECT_EQ("clipchain: a command is missing: merge, check, join, sequences or info", said({}));
-  EXPECT_EQ("clipchain: there is no command cut; there are merge, check, join, sequences and info",
-            said({"cut"}));
+  EXPECT_EQ("clipchain: a command is missing: merge, check, join, sequences, info, verify or split",
+            said({}));
+  EXPECT_EQ(
+      "clipchain: there is no command cut; there are merge, check, join, sequences, info, verify "
+      "and split",
+      said({"cut"}));
   EXPECT_EQ("clipchain: there is no option --foo in front of a command", said({"--foo"}));
   EXPECT_EQ("clipchain: IN is required", said({"check"}));
   EXPECT_EQ("clipchain: PATH is required", said({"sequences"}));

@@ -1,0 +1,132 @@
+// clipchain verify CARD… --against FOLDER…: says whether all that is on cards is kept.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "clipchain/commands.h"
+#include "clipchain/manual/usage.h"
+#include "clipchain/output/finding_output.h"
+#include "clipchain/output/proof_output.h"
+#include "clipchain/terminal/progress_line.h"
+#include "clipchain/terminal/standard_output.h"
+#include "clipchain/terminal/stop_signals.h"
+#include "clipchain/tool.h"
+#include "workflow/card_proof.h"
+#include "workflow/findings/clip_words.h"
+#include "workflow/html_proof.h"
+#include "workflow/system/files.h"
+#include "workflow/system/part_name.h"
+#include "workflow/system/text_file.h"
+
+namespace clipchain {
+
+namespace {
+
+struct VerifyCommand {
+  CardProofOptions proof;
+  std::string html;
+  bool json = false;
+};
+
+int FailPage(const std::string& path, const std::string& why) {
+  std::fputs(fmt::format("clipchain: {} {}\n", Shown(path), why).c_str(), stderr);
+  return kFailed;
+}
+
+// Why the page can't be written, known before anything is read. A card is never written to.
+std::string WhyNoPage(const VerifyCommand& command) {
+  std::error_code error;
+  std::filesystem::path folder = std::filesystem::canonical(FolderOf(command.html), error);
+  while (!error) {
+    for (const std::string& card : command.proof.cards) {
+      if (IsSameFile(folder, card)) return "would lie on the card " + Shown(card);
+    }
+    if (folder == folder.parent_path()) break;
+    folder = folder.parent_path();
+  }
+  return WhyNoTextFile(command.html, false);
+}
+
+CardProof ProveWithProgress(const CardProofOptions& options) {
+  ProgressLine line(stderr);
+  CardProofOptions proof = options;
+  line.StartPhase();
+  proof.progress = [&line](const Step& step) {
+    if (line.IsDue()) {
+      const long long percent = step.current / (step.total / 100 + 1);
+      line.ShowText(fmt::format("comparing {} of {}  {} %", Amount(step.current),
+                                Amount(step.total), percent));
+    }
+    return StopSignal() == 0;
+  };
+  return ProveCards(proof);
+}
+
+std::string Now() {
+  const std::time_t now = std::time(nullptr);
+  std::tm parts{};
+  ::gmtime_r(&now, &parts);
+  char text[sizeof "2024-05-06 07:08:09 UTC"];
+  std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &parts);
+  return text;
+}
+
+int Run(const VerifyCommand& command) {
+  NoteStopSignals();
+  if (!command.html.empty()) {
+    const std::string why = WhyNoPage(command);
+    if (!why.empty()) return FailPage(command.html, why);
+  }
+  const CardProof proof = ProveWithProgress(command.proof);
+  if (StopSignal() != 0) return kFailed;
+  std::fputs(FindingsText(proof.findings, Paint(stderr)).c_str(), stderr);
+  if (proof.failed) {
+    if (command.json) Print(ProofJson(command.proof, proof));
+    return kFailed;
+  }
+  if (!command.html.empty()) {
+    const std::string why =
+        WriteTextFile(command.html, HtmlProof(command.proof, proof, Now()), false);
+    if (!why.empty()) return FailPage(command.html, why);
+  }
+  Print(command.json ? ProofJson(command.proof, proof)
+                     : ProofText(command.proof, proof, Paint(stdout)));
+  return proof.kept ? kDone : kIncomplete;
+}
+
+}  // namespace
+
+void AddVerifyCommand(CLI::App& tool, int& exitCode) {
+  const auto options = std::make_shared<VerifyCommand>();
+  CLI::App* command = tool.add_subcommand(
+      "verify",
+      "Say whether all that is on cards stands in merged files and copies elsewhere, so that the "
+      "cards can be erased");
+  command
+      ->add_option("CARD", options->proof.cards,
+                   "Folders of cards; every file below them is looked at, whatever its name")
+      ->required()
+      ->type_name("CARD");
+  MustBeGiven(command->add_option("--against", options->proof.against,
+                                  "Folders below which results, archives and copies lie"))
+      ->required()
+      ->type_name("DIR");
+  command->add_flag("--clips-only", options->proof.clipsOnly,
+                    "Look at clips alone; other files are counted and may be lost");
+  command->add_flag("--whole", options->proof.whole,
+                    "Take a clip for kept only if every byte of it is: by an identical file, or by "
+                    "a result with its RESULT.originals");
+  command->add_flag("--json", options->json, "Print for programs");
+  MustBeGiven(command->add_option("--html", options->html,
+                                  "Write a page to keep, which must not exist yet"))
+      ->type_name("FILE");
+  command->callback([options, &exitCode] { exitCode = Run(*options); });
+}
+
+}  // namespace clipchain

@@ -1,0 +1,21 @@
+// Whether cards can be erased, and which clips were made again, as the tool prints it.
+#pragma once
+
+#include <string>
+
+#include "clipchain/terminal/paint.h"
+#include "workflow/card_proof.h"
+#include "workflow/split.h"
+
+namespace clipchain {
+
+// What was passed over, each file that is not kept with its reason, and the sum.
+std::string ProofText(const CardProofOptions& options, const CardProof& proof, const Paint& paint);
+// The same for programs; docs/json.md has the fields.
+std::string ProofJson(const CardProofOptions& options, const CardProof& proof);
+
+// Each clip that was made, and a line that sums up.
+std::string SplitText(const SplitReport& report);
+std::string SplitJson(const std::string& merged, const SplitReport& report);
+
+}  // namespace clipchain

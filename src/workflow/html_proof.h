@@ -1,0 +1,16 @@
+// A proof that cards are kept, as a page to keep itself.
+#pragma once
+
+#include <string>
+
+#include "foundation/export.h"
+#include "workflow/card_proof.h"
+
+namespace clipchain {
+
+// One HTML document in UTF-8 that needs nothing else: what was asked, when, and what came out, with
+// each file that is not kept and why. `when` is shown as it is.
+CLIPCHAIN_API std::string HtmlProof(const CardProofOptions& options, const CardProof& proof,
+                                    const std::string& when);
+
+}  // namespace clipchain

@@ -1,0 +1,65 @@
+// The files of cards, and what is known by now of where they are kept.
+#pragma once
+
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "foundation/guid.h"
+#include "workflow/card_proof.h"
+#include "workflow/keeping/clip_layout.h"
+#include "workflow/keeping/file_list.h"
+#include "workflow/keeping/shared_blocks.h"
+
+namespace clipchain {
+
+enum class Keeping {
+  kNot,
+  kSamples,   // a result has the samples, and not the rest
+  kEveryByte  // an identical file, or a result with its archive of originals
+};
+
+struct CardFile {
+  ListedFile file;
+  std::size_t card = 0;  // index
+  bool isClip = false;
+  bool isUnread = false;      // what it is could not be found out
+  std::vector<Extent> media;  // of a clip
+  _GUID id{};                 // by which other clips know it; zero without one
+  _GUID previous{};
+  _GUID next{};
+  Keeping keeping = Keeping::kNot;
+  std::string reason;  // why it is not kept, as far as that is known
+};
+
+class CardFiles {
+ public:
+  // Lists the cards and looks at each file. What speaks against it, if anything does: a card that
+  // is no folder, can't be read or has no file.
+  Findings Read(const std::vector<std::string>& cards);
+
+  std::vector<CardFile>& Files() { return files_; }
+  const std::vector<ListedPath>& LeftAside() const { return leftAside_; }
+  const std::vector<ListedPath>& Unreadable() const { return unreadable_; }
+  // Whether it is a file of a card, by whatever path.
+  bool Has(const FileIdentity& identity) const { return identities_.contains(identity); }
+  SharedBlocks& Blocks() { return blocks_; }
+  // Lists the cards once more; what is not as it was.
+  std::vector<ListedPath> Changes(const std::vector<std::string>& cards) const;
+
+ private:
+  void Look(CardFile& file);
+
+  std::vector<CardFile> files_;
+  std::vector<ListedPath> leftAside_;
+  std::vector<ListedPath> unreadable_;
+  std::set<FileIdentity> identities_;
+  SharedBlocks blocks_;
+};
+
+// What differs between two looks at the same folders.
+std::vector<ListedPath> Differences(const std::vector<ListedFile>& before,
+                                    const std::vector<ListedFile>& after);
+
+}  // namespace clipchain

@@ -1,0 +1,184 @@
+#include "workflow/card_proof.h"
+
+#include <new>
+#include <optional>
+#include <set>
+
+#include "workflow/keeping/card_files.h"
+#include "workflow/keeping/clip_order.h"
+#include "workflow/keeping/copy_proof.h"
+#include "workflow/keeping/kept_files.h"
+#include "workflow/keeping/result_proof.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+class Proving {
+ public:
+  explicit Proving(const CardProofOptions& options) : options_(options) {}
+
+  CardProof Run() {
+    if (!Read()) return Failed();
+    Meter meter(options_.progress, BytesToCompare());
+    ClipOrder order(cards_.Files());
+    ProveClips(order, meter);
+    if (!options_.clipsOnly) ProveOthers(meter);
+    if (meter.Stopped()) return Stopped();
+    Count(order);
+    Judge();
+    return std::move(proof_);
+  }
+
+ private:
+  bool Read();
+  CardProof Failed() {
+    proof_.failed = true;
+    return std::move(proof_);
+  }
+  CardProof Stopped() {
+    proof_.findings.push_back(MakeFinding(Message::kMergeStopped, options_.cards.front(),
+                                          "was not compared to its end: the work was stopped",
+                                          "run it again"));
+    return Failed();
+  }
+  void ProveClips(ClipOrder& order, Meter& meter);
+  void ProveOthers(Meter& meter);
+  void TryResults(ResultProof& results, const Meter& meter, bool withArchive);
+  void TryCopies(Meter& meter, bool clips);
+  void TryTwins(ClipOrder& order, Meter& meter);
+  long long BytesToCompare();
+  bool NeedsMore(const CardFile& file) const {
+    return file.isClip && (file.keeping == Keeping::kNot ||
+                           (options_.whole && file.keeping != Keeping::kEveryByte));
+  }
+  bool ClipsNeedMore();
+  void Count(ClipOrder& order);
+  void Judge();
+  void Doubt(const std::vector<ListedPath>& paths) {
+    for (const ListedPath& path : paths) proof_.notKept.push_back({path.path, path.reason});
+  }
+
+  const CardProofOptions& options_;
+  CardFiles cards_;
+  KeptFiles kept_;
+  CardProof proof_;
+};
+
+bool Proving::Read() {
+  if (proof_.findings = cards_.Read(options_.cards); !proof_.findings.empty()) return false;
+  if (proof_.findings = kept_.Read(options_.against, cards_); !proof_.findings.empty())
+    return false;
+  bool anyClip = false;
+  for (const CardFile& file : cards_.Files()) anyClip = anyClip || file.isClip;
+  if (!options_.clipsOnly || anyClip) return true;
+  proof_.findings.push_back(MakeFinding(Message::kFolderUnusable, options_.cards.front(),
+                                        "has no clip, and neither has any other card",
+                                        "see whether the card is mounted there"));
+  return false;
+}
+
+long long Proving::BytesToCompare() {
+  long long sum = 0;
+  for (const CardFile& file : cards_.Files()) {
+    if (file.isClip || !options_.clipsOnly) sum += file.file.stamp.size;
+  }
+  return sum;
+}
+
+bool Proving::ClipsNeedMore() {
+  for (const CardFile& file : cards_.Files()) {
+    if (NeedsMore(file)) return true;
+  }
+  return false;
+}
+
+// What keeps most of a clip is looked at first, so that nothing is read twice.
+void Proving::ProveClips(ClipOrder& order, Meter& meter) {
+  ResultProof results(cards_, kept_, order, meter);
+  TryResults(results, meter, true);
+  TryCopies(meter, true);
+  if (!options_.whole) TryResults(results, meter, false);
+  TryTwins(order, meter);
+}
+
+void Proving::TryResults(ResultProof& results, const Meter& meter, bool withArchive) {
+  for (KeptFile& file : kept_.Files()) {
+    if (!ClipsNeedMore() || meter.Stopped()) return;
+    if (!file.usable || file.file.stamp.size == 0) continue;
+    if (withArchive) {
+      results.TryArchive(file);
+    } else {
+      results.TryContent(file);
+    }
+  }
+}
+
+void Proving::TryCopies(Meter& meter, bool clips) {
+  CopyProof copies(cards_, kept_, meter);
+  for (CardFile& file : cards_.Files()) {
+    if (meter.Stopped()) return;
+    if (file.isClip == clips && file.keeping != Keeping::kEveryByte) copies.Try(file);
+  }
+}
+
+void Proving::TryTwins(ClipOrder& order, Meter& meter) {
+  CopyProof copies(cards_, kept_, meter);
+  std::vector<CardFile>& files = cards_.Files();
+  for (std::size_t i = 0; i < files.size() && !meter.Stopped(); ++i) {
+    if (!files[i].isClip || files[i].keeping != Keeping::kNot || files[i].file.stamp.size == 0)
+      continue;
+    if (const std::size_t twin = copies.TryTwin(files[i]); twin < files.size())
+      order.Unite(i, twin);
+  }
+}
+
+void Proving::ProveOthers(Meter& meter) { TryCopies(meter, false); }
+
+void Proving::Count(ClipOrder& order) {
+  for (const CardFile& file : cards_.Files()) {
+    if (!file.isClip) {
+      ++proof_.others;
+      continue;
+    }
+    ++proof_.clips;
+    if (file.keeping == Keeping::kSamples) ++proof_.withoutOtherData;
+  }
+  proof_.recordings = order.Recordings();
+  for (const ListedPath& path : cards_.LeftAside())
+    proof_.leftAside.push_back({path.path, path.reason});
+}
+
+void Proving::Judge() {
+  for (const CardFile& file : cards_.Files()) {
+    const bool counts = file.isClip || file.isUnread || !options_.clipsOnly;
+    const bool kept = file.isClip ? !NeedsMore(file) : file.keeping == Keeping::kEveryByte;
+    if (!counts || kept) continue;
+    std::string reason = file.reason;
+    if (reason.empty())
+      reason =
+          file.isClip ? "no result has it, and no file is a copy of it" : "no file is a copy of it";
+    proof_.notKept.push_back({file.file.path, reason});
+  }
+  Doubt(cards_.Unreadable());
+  Doubt(cards_.Changes(options_.cards));
+  Doubt(kept_.Changes(options_.against));
+  proof_.kept = proof_.notKept.empty();
+}
+
+}  // namespace
+
+CardProof ProveCards(const CardProofOptions& options) {
+  try {
+    return Proving(options).Run();
+  } catch (const std::bad_alloc&) {
+    CardProof proof;
+    proof.failed = true;
+    proof.findings.push_back(
+        MakeFinding(Message::kOutOfMemory, "", "there is not enough memory", "free some memory"));
+    return proof;
+  }
+}
+
+}  // namespace clipchain

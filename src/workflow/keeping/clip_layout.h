@@ -1,0 +1,19 @@
+// What a file is by its top level, whatever its name.
+#pragma once
+
+#include <vector>
+
+#include "workflow/boxes/top_level.h"
+#include "workflow/system/file_bytes.h"
+
+namespace clipchain {
+
+struct ClipLayout {
+  bool isClip = false;        // boxes fill the file, and a movie or fragments are among them
+  std::vector<Extent> media;  // what is inside of the media boxes, in the order of the file
+};
+
+// Reads the headers at the top level. A file that can't be read is no clip; `file` has the error.
+ClipLayout ReadClipLayout(FileBytes& file);
+
+}  // namespace clipchain

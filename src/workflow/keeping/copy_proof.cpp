@@ -1,0 +1,134 @@
+#include "workflow/keeping/copy_proof.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "workflow/keeping/checksum_file.h"
+#include "workflow/system/part_name.h"
+
+namespace clipchain {
+
+namespace {
+
+using Number = unsigned long long;
+
+// Of two ends: files of one program often begin alike, and some end alike.
+std::optional<std::uint64_t> ProbeEnds(FileBytes& file, Number size) {
+  const std::size_t length = ProbeLength(size);
+  const std::optional<std::uint64_t> first = Probe(file, 0, length);
+  const std::optional<std::uint64_t> last = Probe(file, size - length, length);
+  if (!first || !last) return std::nullopt;
+  constexpr std::uint64_t kOdd = 0x9E3779B97F4A7C15;
+  return *first * kOdd + *last;
+}
+
+}  // namespace
+
+void CopyProof::TryEmpty(CardFile& file) {
+  if (file.isClip) {
+    file.reason = "is a clip without a byte";
+    return;
+  }
+  for (const std::size_t candidate : kept_.OfSize(0)) {
+    KeptFile& copy = kept_.Files()[candidate];
+    if (NameOf(copy.file.path) != NameOf(file.file.path)) continue;
+    kept_.Count(copy);
+    file.keeping = Keeping::kEveryByte;
+    return;
+  }
+  file.reason = "is empty, and there is no empty file of its name";
+}
+
+// Those that begin and end alike, of the same name first.
+std::vector<std::size_t> CopyProof::CandidatesFor(const CardFile& file, ListedBytes& bytes) {
+  std::vector<std::size_t> candidates;
+  const auto size = static_cast<Number>(file.file.stamp.size);
+  const std::vector<std::size_t>& sameSize = kept_.OfSize(file.file.stamp.size);
+  if (sameSize.empty()) return candidates;
+  const std::optional<std::uint64_t> probe = ProbeEnds(bytes.Bytes(), size);
+  for (const std::size_t index : sameSize) {
+    KeptFile& candidate = kept_.Files()[index];
+    if (!candidate.probe && candidate.usable) {
+      ListedBytes other(candidate.file);
+      candidate.usable = other.Why().empty();
+      if (candidate.usable) candidate.probe = ProbeEnds(other.Bytes(), size);
+    }
+    if (probe && candidate.probe == probe) candidates.push_back(index);
+  }
+  const std::string name = NameOf(file.file.path);
+  std::stable_partition(candidates.begin(), candidates.end(), [&](std::size_t index) {
+    return NameOf(kept_.Files()[index].file.path) == name;
+  });
+  return candidates;
+}
+
+std::string CopyProof::Compare(CardFile& file, KeptFile& candidate) {
+  std::string why;
+  const std::unique_ptr<ListedBytes> copy = kept_.Open(candidate, cards_, why);
+  if (copy == nullptr) return candidate.file.path + ' ' + why;
+  ListedBytes bytes(file.file);
+  if (!bytes.Why().empty()) return bytes.Why();
+  return compare_.Compare({copy->Bytes(), candidate.file.path, 0},
+                          {bytes.Bytes(), file.file.path, 0},
+                          static_cast<Number>(file.file.stamp.size), nullptr);
+}
+
+const std::string& CopyProof::HashOf(std::size_t candidate) {
+  std::string& hash = hashes_[candidate];
+  if (hash.empty()) {
+    ListedBytes bytes(kept_.Files()[candidate].file);
+    if (bytes.Why().empty()) hash = HashFile(bytes.Bytes(), nullptr);
+  }
+  return hash;
+}
+
+void CopyProof::Try(CardFile& file) {
+  if (file.file.stamp.size == 0) return TryEmpty(file);
+  ListedBytes bytes(file.file);
+  if (!bytes.Why().empty()) {
+    file.reason = bytes.Why();
+    return;
+  }
+  std::string mine;
+  bool first = true;
+  for (const std::size_t candidate : CandidatesFor(file, bytes)) {
+    // After a difference in the middle, what has the same hash is compared alone.
+    if (!first && mine.empty()) mine = HashFile(bytes.Bytes(), nullptr);
+    if (!first && HashOf(candidate) != mine) continue;
+    first = false;
+    KeptFile& copy = kept_.Files()[candidate];
+    const std::string why = Compare(file, copy);
+    if (meter_.Stopped()) return;
+    if (why.empty()) {
+      kept_.Count(copy);
+      file.keeping = Keeping::kEveryByte;
+      return;
+    }
+    file.reason = why;
+  }
+}
+
+std::size_t CopyProof::TryTwin(CardFile& file) {
+  std::vector<CardFile>& files = cards_.Files();
+  const auto size = static_cast<Number>(file.file.stamp.size);
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    CardFile& twin = files[i];
+    if (&twin == &file || twin.keeping == Keeping::kNot || !twin.isClip ||
+        twin.file.stamp.size != file.file.stamp.size)
+      continue;
+    ListedBytes mine(file.file);
+    ListedBytes theirs(twin.file);
+    if (!mine.Why().empty() || !theirs.Why().empty()) continue;
+    const std::optional<std::uint64_t> probe = ProbeEnds(mine.Bytes(), size);
+    if (!probe || probe != ProbeEnds(theirs.Bytes(), size)) continue;
+    const std::string why = compare_.Compare({mine.Bytes(), file.file.path, 0},
+                                             {theirs.Bytes(), twin.file.path, 0}, size, nullptr);
+    if (meter_.Stopped()) break;
+    if (!why.empty()) continue;
+    file.keeping = twin.keeping;
+    return i;
+  }
+  return files.size();
+}
+
+}  // namespace clipchain

@@ -1,0 +1,123 @@
+#include "workflow/keeping/file_list.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <set>
+#include <system_error>
+#include <utility>
+
+#include "workflow/system/part_name.h"
+
+namespace clipchain {
+
+namespace {
+
+std::string ErrorText(int error) { return std::generic_category().message(error); }
+
+bool IsSameTime(const timespec& a, const timespec& b) {
+  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+const char* KindOf(mode_t mode) {
+  if (S_ISLNK(mode)) return "is a link";
+  if (S_ISFIFO(mode)) return "is a pipe";
+  if (S_ISSOCK(mode)) return "is a socket";
+  return "is a device";
+}
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { ::closedir(folder); }
+};
+
+class Walk {
+ public:
+  FileList Run(const std::string& folder) {
+    waiting_.push_back(folder);
+    while (!waiting_.empty()) {
+      const std::string next = std::move(waiting_.back());
+      waiting_.pop_back();
+      List(next, next == folder);
+    }
+    const auto byPath = [](const auto& a, const auto& b) { return a.path < b.path; };
+    std::sort(list_.files.begin(), list_.files.end(), byPath);
+    std::sort(list_.leftAside.begin(), list_.leftAside.end(), byPath);
+    std::sort(list_.unreadable.begin(), list_.unreadable.end(), byPath);
+    return std::move(list_);
+  }
+
+ private:
+  void List(const std::string& path, bool first) {
+    const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | (first ? 0 : O_NOFOLLOW);
+    const int descriptor = ::open(path.c_str(), flags);
+    if (descriptor < 0) return Fail(path, "can't be searched", errno);
+    struct stat status;
+    if (::fstat(descriptor, &status) != 0) {
+      Fail(path, "can't be searched", errno);
+      ::close(descriptor);
+      return;
+    }
+    const FileIdentity identity{status.st_dev, status.st_ino};
+    if (!visited_.insert(identity).second) {
+      ::close(descriptor);
+      return;
+    }
+    const std::unique_ptr<DIR, CloseFolder> folder(::fdopendir(descriptor));
+    if (folder == nullptr) {
+      Fail(path, "can't be searched", errno);
+      ::close(descriptor);
+      return;
+    }
+    ReadEntries(*folder, path, identity);
+  }
+
+  // The end of a folder and a failure look alike but for the error.
+  void ReadEntries(DIR& folder, const std::string& path, const FileIdentity& identity) {
+    const std::string prefix = path.ends_with('/') ? path : path + '/';
+    errno = 0;
+    for (const dirent* entry = ::readdir(&folder); entry != nullptr;
+         errno = 0, entry = ::readdir(&folder)) {
+      const std::string name = entry->d_name;
+      if (name == "." || name == "..") continue;
+      struct stat status;
+      if (::fstatat(::dirfd(&folder), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        Fail(prefix + name, "can't be looked at", errno);
+      } else if (S_ISDIR(status.st_mode)) {
+        waiting_.push_back(prefix + name);
+      } else if (S_ISREG(status.st_mode)) {
+        list_.files.push_back({prefix + name, identity, FileStamp::Of(status)});
+      } else {
+        list_.leftAside.push_back({prefix + name, KindOf(status.st_mode)});
+      }
+    }
+    if (errno != 0) Fail(path, "can't be searched to its end", errno);
+  }
+
+  void Fail(const std::string& path, const char* what, int error) {
+    list_.unreadable.push_back({path, std::string(what) + ": " + ErrorText(error)});
+  }
+
+  FileList list_;
+  std::vector<std::string> waiting_;
+  std::set<FileIdentity> visited_;
+};
+
+}  // namespace
+
+FileStamp FileStamp::Of(const struct stat& status) {
+  return {{status.st_dev, status.st_ino}, status.st_size, status.st_mtim, status.st_ctim};
+}
+
+bool FileStamp::operator==(const FileStamp& other) const {
+  return identity == other.identity && size == other.size && IsSameTime(modified, other.modified) &&
+         IsSameTime(changed, other.changed);
+}
+
+FilePlace PlaceOf(const ListedFile& file) { return {file.folder, NameOf(file.path)}; }
+
+FileList ListFiles(const std::string& folder) { return Walk().Run(folder); }
+
+}  // namespace clipchain

@@ -1,0 +1,50 @@
+// All that lies below folders, as it was when it was listed.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "workflow/clips/clip_file.h"
+
+namespace clipchain {
+
+// By what a file is known, and by what it is seen to have changed.
+struct FileStamp {
+  FileIdentity identity{};
+  long long size = 0;
+  timespec modified{};
+  timespec changed{};  // by a new name, mode or link, too
+
+  static FileStamp Of(const struct stat& status);
+  bool operator==(const FileStamp& other) const;
+};
+
+struct ListedFile {
+  std::string path;       // below the folder as it was named
+  FileIdentity folder{};  // that it lies in
+  FileStamp stamp;
+};
+
+// By which a file is known again that was reached in two ways.
+using FilePlace = std::pair<FileIdentity, std::string>;  // its folder, and its name there
+FilePlace PlaceOf(const ListedFile& file);
+
+struct ListedPath {
+  std::string path;
+  std::string reason;  // the rest of a sentence that begins with the path
+};
+
+struct FileList {
+  std::vector<ListedFile> files;       // regular ones, whatever their names; by path
+  std::vector<ListedPath> leftAside;   // links, pipes, devices: what is no file of its own
+  std::vector<ListedPath> unreadable;  // what could not be looked at, folders above all
+};
+
+// Walks through the folder and all below it, hidden ones and other file systems mounted there too;
+// links are not followed, but for the folder itself. A folder that is reached twice is listed once.
+FileList ListFiles(const std::string& folder);
+
+}  // namespace clipchain

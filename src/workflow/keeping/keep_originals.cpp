@@ -1,0 +1,337 @@
+#include "workflow/keep_originals.h"
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "workflow/keeping/checksum_file.h"
+#include "workflow/keeping/clip_hashes.h"
+#include "workflow/keeping/kept_bytes.h"
+#include "workflow/merging/merge_image.h"
+#include "workflow/system/files.h"
+#include "workflow/system/open_file.h"
+#include "workflow/system/part_file.h"
+#include "workflow/system/part_name.h"
+#include "workflow/system/text_file.h"
+
+namespace clipchain {
+
+namespace {
+
+std::string ErrorText(int error) { return std::generic_category().message(error); }
+
+// One file beside the output, from its hidden beginning to its name.
+class BesideFile {
+ public:
+  explicit BesideFile(std::string path) : path_(std::move(path)) {}
+  // Of a merge that was not completed nothing stays.
+  ~BesideFile() { Withdraw(); }
+  BesideFile(const BesideFile&) = delete;
+  BesideFile& operator=(const BesideFile&) = delete;
+
+  const std::string& path() const { return path_; }
+  int descriptor() const { return part_.descriptor(); }
+
+  Findings Create() { return Unwritable(part_.Create(path_)); }
+  Findings Unwritable(int error) const {
+    if (error == 0) return {};
+    return {MakeFinding(Message::kOutputUnwritable, path_, "can't be written: " + ErrorText(error),
+                        "make room, or choose another folder")};
+  }
+  Findings FlushNow() const {
+    const int error = Flush(part_.descriptor());
+    if (error == 0) return {};
+    return {MakeFinding(Message::kOutputUnflushed, path_,
+                        "is lost: the disk did not take all that was written",
+                        "check the disk, or choose another one")};
+  }
+
+  Findings Publish(bool overwrite) {
+    swapped_ = overwrite && Exists(path_) && part_.Exchange() == 0;
+    const int error = swapped_ ? 0 : part_.Publish(overwrite);
+    named_ = error == 0;
+    if (named_) return {};
+    if (error == EEXIST)
+      return {MakeFinding(Message::kOutputExists, path_, "exists already",
+                          "choose another name, or let --overwrite replace it")};
+    return {MakeFinding(Message::kOutputUnnamed, path_, "can't get its name: " + ErrorText(error),
+                        "choose another folder")};
+  }
+  void Withdraw() {
+    if (swapped_) {
+      [[maybe_unused]] const int unreported = part_.Exchange();
+    } else if (named_) {
+      ::unlink(path_.c_str());
+    }
+    named_ = swapped_ = false;
+  }
+  void Complete() {
+    named_ = swapped_ = false;
+    [[maybe_unused]] const int unreported = part_.Discard();
+  }
+
+ private:
+  std::string path_;
+  PartFile part_;
+  bool named_ = false;
+  bool swapped_ = false;  // what had the name is hidden now
+};
+
+class Keeper final : public Companion {
+ public:
+  explicit Keeper(const KeepOptions& options) : options_(options) {}
+
+  std::vector<std::string> Paths(const std::string& output) const override {
+    std::vector<std::string> paths;
+    if (options_.originals) paths.push_back(output + std::string(kOriginalsSuffix));
+    if (options_.checksums) paths.push_back(output + std::string(kChecksumsSuffix));
+    return paths;
+  }
+
+  void Start(const std::vector<std::string>& clips) override {
+    if (options_.originals) hashes_ = std::make_unique<ClipHashes>(clips, options_.sha256);
+  }
+  void Follow(long long bytes) override {
+    if (hashes_ != nullptr) hashes_->Follow(bytes);
+  }
+
+  Findings Prepare(const std::vector<std::string>& clips, const FitOptions& options,
+                   const std::string& output, int file, const Progress& progress) override;
+  Findings Publish(bool overwrite) override;
+  void Withdraw() override {
+    for (auto* beside : {&archive_, &checksums_}) {
+      if (*beside) (*beside)->Withdraw();
+    }
+  }
+  void Complete() override {
+    for (auto* beside : {&archive_, &checksums_}) {
+      if (*beside) (*beside)->Complete();
+    }
+  }
+
+  // What is beside the output already is compared, and what is not is prepared.
+  Findings Agree(const std::vector<std::string>& clips, const FitOptions& options,
+                 const std::string& output, int file, const Progress& progress);
+
+ private:
+  Findings Describe(const std::vector<std::string>& clips, const FitOptions& options,
+                    const std::string& output, unsigned long long size);
+  Findings AddClip(const std::string& path, const MergeImage& image);
+  Findings WriteArchive(const std::vector<std::string>& clips, const std::string& output);
+  Findings WriteChecksums(const std::string& output, int file, const Progress& progress);
+  Findings SumsOf(const std::string& output, int file, const Progress& progress,
+                  std::vector<Checksum>& sums);
+  Findings CompareChecksums(const std::string& output, int file, const Progress& progress);
+
+  const KeepOptions options_;
+  std::unique_ptr<ClipHashes> hashes_;
+  Originals originals_;
+  std::string archiveHash_;
+  std::optional<BesideFile> archive_;
+  std::optional<BesideFile> checksums_;
+};
+
+Findings Keeper::AddClip(const std::string& path, const MergeImage& image) {
+  const std::size_t index = originals_.clips.size();
+  const Findings unreadable{MakeFinding(Message::kInputUnreadable, path,
+                                        "can't be read again to keep what is not merged",
+                                        "copy the clip again from the card")};
+  struct stat status;
+  if (::stat(path.c_str(), &status) != 0) return unreadable;
+  OriginalClip clip;
+  clip.place = std::filesystem::absolute(path).string();
+  clip.size = static_cast<unsigned long long>(status.st_size);
+  clip.modified = status.st_mtim;
+  clip.recipe = RecipeFor(image, index, clip.size);
+  if (!hashes_->Finish(index, clip.hashes)) return unreadable;
+  originals_.clips.push_back(std::move(clip));
+  return {};
+}
+
+// All that the archive will say.
+Findings Keeper::Describe(const std::vector<std::string>& clips, const FitOptions& options,
+                          const std::string& output, unsigned long long size) {
+  const std::vector<std::string> names = NamesFor(clips);
+  for (std::size_t clip = 0; clip < clips.size(); ++clip) {
+    if (!IsFileName(names[clip]))
+      return {MakeFinding(Message::kInputRefused, clips[clip],
+                          "has a name that a file can't have everywhere, so that it could not be "
+                          "made again",
+                          "merge a copy of it of another name, or leave --originals out")};
+  }
+  MergeImage image;
+  if (Findings faults = MakeMergeImage(clips, options, image); !faults.empty()) return faults;
+  if (image.size != size)
+    return {MakeFinding(Message::kResultDamaged, output,
+                        fmt::format("has {} bytes; the clips give {}", size, image.size),
+                        "write to another disk, or check this one")};
+  originals_ = {};
+  originals_.options = options;
+  originals_.resultSize = image.size;
+  for (const ImagePiece& piece : image.pieces) {
+    if (piece.clip != ImagePiece::kNoClip) continue;
+    ContentHash own;
+    own.Update(image.bytes.data() + piece.source, piece.size);
+    originals_.own.push_back({piece.position, piece.size, own.Value().xxh128});
+  }
+  if (hashes_ == nullptr) Start(clips);
+  for (const std::string& path : clips) {
+    if (Findings faults = AddClip(path, image); !faults.empty()) return faults;
+    originals_.clips.back().name = names[originals_.clips.size() - 1];
+  }
+  return {};
+}
+
+Findings Keeper::WriteArchive(const std::vector<std::string>& clips, const std::string& output) {
+  archive_.emplace(output + std::string(kOriginalsSuffix));
+  if (Findings faults = archive_->Create(); !faults.empty()) return faults;
+  std::unique_ptr<KeptBytes> bytes;
+  std::size_t at = clips.size();
+  const KeptSource source = [&](std::size_t clip, void* buffer, std::size_t size) {
+    if (clip != at) bytes = std::make_unique<KeptBytes>(clips[clip], originals_.clips[clip].recipe);
+    at = clip;
+    return bytes->Read(buffer, size);
+  };
+  const int error = WriteOriginals(originals_, source, archive_->descriptor());
+  if (error != 0 && bytes != nullptr && bytes->error() != 0)
+    return {MakeFinding(Message::kInputUnreadable, clips[at],
+                        "can't be read again: " + ErrorText(bytes->error()),
+                        "copy the clip again from the card")};
+  if (error != 0) return archive_->Unwritable(error);
+  if (Findings faults = archive_->FlushNow(); !faults.empty()) return faults;
+  FileBytes written(archive_->descriptor());
+  written.ForgetCached();
+  const std::string why = CompareArchive(written, originals_, clips);
+  if (!why.empty())
+    return {MakeFinding(Message::kResultDamaged, archive_->path(), why,
+                        "write to another disk, or check this one")};
+  if (options_.checksums) archiveHash_ = HashFile(written, nullptr);
+  return {};
+}
+
+Findings Keeper::SumsOf(const std::string& output, int file, const Progress& progress,
+                        std::vector<Checksum>& sums) {
+  if (output.find('\n') != std::string::npos)
+    return {MakeFinding(Message::kOutputUnwritable, output + std::string(kChecksumsSuffix),
+                        "can't name a file whose name has a line feed",
+                        "choose another name for the result")};
+  FileBytes result(file);
+  const auto total = static_cast<long long>(result.Size());
+  const std::string hash = HashFile(result, [&](unsigned long long done) {
+    Step step{Step::Phase::kVerifying};
+    step.current = static_cast<long long>(done);
+    step.total = total;
+    return !progress || progress(step);
+  });
+  if (hash.empty())
+    return {MakeFinding(Message::kResultDamaged, output, "can't be read to make its checksum",
+                        "write to another disk, or check this one")};
+  sums.push_back({hash, NameOf(output)});
+  if (!archiveHash_.empty())
+    sums.push_back({archiveHash_, NameOf(output) + std::string(kOriginalsSuffix)});
+  return {};
+}
+
+Findings Keeper::WriteChecksums(const std::string& output, int file, const Progress& progress) {
+  std::vector<Checksum> sums;
+  if (Findings faults = SumsOf(output, file, progress, sums); !faults.empty()) return faults;
+  checksums_.emplace(output + std::string(kChecksumsSuffix));
+  if (Findings faults = checksums_->Create(); !faults.empty()) return faults;
+  const int error = WriteText(checksums_->descriptor(), ChecksumText(sums));
+  return checksums_->Unwritable(error);
+}
+
+Findings Keeper::Prepare(const std::vector<std::string>& clips, const FitOptions& options,
+                         const std::string& output, int file, const Progress& progress) {
+  FileBytes result(file);
+  if (options_.originals) {
+    if (Findings faults = Describe(clips, options, output, result.Size()); !faults.empty())
+      return faults;
+    if (Findings faults = WriteArchive(clips, output); !faults.empty()) return faults;
+  }
+  return options_.checksums ? WriteChecksums(output, file, progress) : Findings{};
+}
+
+Findings Keeper::Publish(bool overwrite) {
+  for (auto* beside : {&archive_, &checksums_}) {
+    if (!*beside) continue;
+    if (Findings faults = (*beside)->Publish(overwrite); !faults.empty()) {
+      Withdraw();
+      return faults;
+    }
+  }
+  return {};
+}
+
+Findings Keeper::CompareChecksums(const std::string& output, int file, const Progress& progress) {
+  const std::string path = output + std::string(kChecksumsSuffix);
+  std::vector<Checksum> sums;
+  if (Findings faults = SumsOf(output, file, progress, sums); !faults.empty()) return faults;
+  const std::string expected = ChecksumText(sums);
+  FileBytes there(path);
+  std::string text(expected.size(), '\0');
+  if (there.IsFile() && there.Size() == text.size() && there.Read(0, text.data(), text.size()) &&
+      text == expected)
+    return {};
+  return {MakeFinding(Message::kOutputDiffers, path,
+                      "is there already, but does not have the checksums of the result",
+                      "look at it, then rename or remove it and join again")};
+}
+
+Findings Keeper::Agree(const std::vector<std::string>& clips, const FitOptions& options,
+                       const std::string& output, int file, const Progress& progress) {
+  FileBytes result(file);
+  const std::string path = output + std::string(kOriginalsSuffix);
+  if (options_.originals) {
+    if (Findings faults = Describe(clips, options, output, result.Size()); !faults.empty())
+      return faults;
+    if (Exists(path)) {
+      FileBytes there(path);
+      const std::string why =
+          there.IsFile() ? CompareOlderArchive(there, originals_, clips) : "is no regular file";
+      if (!why.empty())
+        return {MakeFinding(Message::kOutputDiffers, path, "is there already, but " + why,
+                            "look at it, then rename or remove it and join again")};
+      if (options_.checksums) archiveHash_ = HashFile(there, nullptr);
+    } else if (Findings faults = WriteArchive(clips, output); !faults.empty()) {
+      return faults;
+    }
+  }
+  if (!options_.checksums) return {};
+  return Exists(output + std::string(kChecksumsSuffix)) ? CompareChecksums(output, file, progress)
+                                                        : WriteChecksums(output, file, progress);
+}
+
+}  // namespace
+
+std::unique_ptr<Companion> MakeCompanion(const KeepOptions& options) {
+  return std::make_unique<Keeper>(options);
+}
+
+Findings KeepBeside(const std::vector<std::string>& clips, const FitOptions& options,
+                    const std::string& output, const KeepOptions& keep, const Progress& progress) {
+  if (!keep.Any()) return {};
+  Keeper keeper(keep);
+  const Descriptor file = OpenToRead(output);
+  if (file < 0)
+    return {MakeFinding(Message::kResultDamaged, output, "can't be read: " + ErrorText(errno),
+                        "look at it, then rename or remove it")};
+  if (Findings faults = keeper.Agree(clips, options, output, file, progress); !faults.empty())
+    return faults;
+  if (Findings faults = keeper.Publish(false); !faults.empty()) return faults;
+  const Descriptor folder = OpenToRead(FolderOf(output));
+  const int error = folder < 0 ? errno : Flush(folder);
+  keeper.Complete();
+  if (error == 0) return {};
+  return {MakeFinding(Message::kOutputNotDurable, output,
+                      "is complete, but its folder can't be flushed: " + ErrorText(error),
+                      "check the disk before you delete the clips")};
+}
+
+}  // namespace clipchain

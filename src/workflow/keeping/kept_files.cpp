@@ -1,0 +1,86 @@
+#include "workflow/keeping/kept_files.h"
+
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include "workflow/system/files.h"
+#include "workflow/system/open_file.h"
+#include "workflow/system/part_file.h"
+#include "workflow/system/part_name.h"
+
+namespace clipchain {
+
+Findings KeptFiles::Read(const std::vector<std::string>& folders, const CardFiles& cards) {
+  std::set<FilePlace> places;
+  for (const std::string& folder : folders) {
+    const FileList list = ListFiles(folder);
+    if (!list.unreadable.empty() && list.unreadable.front().path == folder)
+      return {MakeFinding(Message::kFolderUnusable, folder, list.unreadable.front().reason,
+                          "name a folder with results or copies")};
+    for (const ListedFile& file : list.files) {
+      if (!places.insert(PlaceOf(file)).second) continue;
+      all_.push_back(file);
+      if (cards.Has(file.stamp.identity) || IsAnyPartName(NameOf(file.path))) continue;
+      byPath_.emplace(file.path, files_.size());
+      bySize_[file.stamp.size].push_back(files_.size());
+      files_.push_back({file, std::nullopt});
+    }
+  }
+  return {};
+}
+
+const std::vector<std::size_t>& KeptFiles::OfSize(long long size) { return bySize_[size]; }
+
+KeptFile* KeptFiles::At(const std::string& path) {
+  const auto found = byPath_.find(path);
+  return found != byPath_.end() ? &files_[found->second] : nullptr;
+}
+
+bool KeptFiles::Hides(const std::string& path) const {
+  return !byPath_.contains(path) && Exists(path);
+}
+
+std::unique_ptr<ListedBytes> KeptFiles::Open(KeptFile& file, CardFiles& cards, std::string& why) {
+  auto bytes = std::make_unique<ListedBytes>(file.file);
+  why = bytes->Why();
+  if (why.empty() && cards.Blocks().Touch(file.file.stamp, BlocksOf(bytes->descriptor())))
+    why = "shares its blocks on the disk with a file of a card";
+  if (why.empty()) why = Flushed(*bytes, file.file);
+  file.usable = why.empty();
+  if (!file.usable) bytes.reset();
+  return bytes;
+}
+
+// Somebody may have copied it there a moment ago.
+std::string KeptFiles::Flushed(const ListedBytes& bytes, const ListedFile& file) {
+  int error = Flush(bytes.descriptor());
+  if (error == 0 && !flushed_.contains(file.folder)) {
+    const Descriptor folder = OpenToRead(FolderOf(file.path));
+    error = folder < 0 ? errno : Flush(folder);
+    if (error == 0) flushed_.insert(file.folder);
+  }
+  if (error == 0) return "";
+  return "can't be flushed to its disk: " + std::generic_category().message(error);
+}
+
+std::vector<ListedPath> KeptFiles::Changes(const std::vector<std::string>& folders) const {
+  const auto thatCount = [this](const std::vector<ListedFile>& files) {
+    std::vector<ListedFile> some;
+    for (const ListedFile& file : files) {
+      if (counted_.contains(file.folder)) some.push_back(file);
+    }
+    return some;
+  };
+  std::vector<ListedFile> now;
+  std::set<FilePlace> places;
+  for (const std::string& folder : folders) {
+    const FileList list = ListFiles(folder);
+    for (const ListedFile& file : list.files) {
+      if (places.insert(PlaceOf(file)).second) now.push_back(file);
+    }
+  }
+  return Differences(thatCount(all_), thatCount(now));
+}
+
+}  // namespace clipchain

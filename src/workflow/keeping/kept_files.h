@@ -1,0 +1,59 @@
+// The files below folders that may keep what is on cards.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "workflow/finding.h"
+#include "workflow/keeping/card_files.h"
+#include "workflow/keeping/listed_bytes.h"
+
+namespace clipchain {
+
+struct KeptFile {
+  ListedFile file;
+  std::optional<std::uint64_t> probe;  // of its beginning and end, once asked for
+  bool usable = true;
+};
+
+class KeptFiles {
+ public:
+  // Lists the folders. Files of the cards are left out, and so are hidden ones that a merge has not
+  // completed. What speaks against it, if anything does: a folder that is missing or unreadable.
+  Findings Read(const std::vector<std::string>& folders, const CardFiles& cards);
+
+  std::vector<KeptFile>& Files() { return files_; }
+  // Those of so many bytes.
+  const std::vector<std::size_t>& OfSize(long long size);
+  // One by its path; null if there is none.
+  KeptFile* At(const std::string& path);
+
+  // Whether something has that path that is not among the files: a link, or a file of a card.
+  bool Hides(const std::string& path) const;
+
+  // Opens a file whose bytes are to count: it is what was listed, is on its disk, and shares no
+  // block with a card. Null, and why, else.
+  std::unique_ptr<ListedBytes> Open(KeptFile& file, CardFiles& cards, std::string& why);
+
+  // From now on the file, and what else lies in its folder, must stay what it is.
+  void Count(const KeptFile& file) { counted_.insert(file.file.folder); }
+  // Lists the folders once more; what is not as it was where anything counted.
+  std::vector<ListedPath> Changes(const std::vector<std::string>& folders) const;
+
+ private:
+  std::string Flushed(const ListedBytes& bytes, const ListedFile& file);
+
+  std::vector<ListedFile> all_;     // with those left out
+  std::set<FileIdentity> flushed_;  // folders
+  std::vector<KeptFile> files_;
+  std::map<long long, std::vector<std::size_t>> bySize_;
+  std::map<std::string, std::size_t> byPath_;
+  std::set<FileIdentity> counted_;  // folders
+};
+
+}  // namespace clipchain

@@ -1,0 +1,43 @@
+#include "workflow/keeping/listed_bytes.h"
+
+#include <fcntl.h>
+#include <xxhash.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+
+namespace clipchain {
+
+namespace {
+
+constexpr unsigned long long kMostProbed = 4096;  // bytes
+
+}  // namespace
+
+ListedBytes::ListedBytes(const ListedFile& file)
+    : file_(OpenToRead(file.path, O_NOFOLLOW)), bytes_(file_) {
+  struct stat status;
+  if (file_ < 0) {
+    why_ = "can't be opened: " + std::generic_category().message(errno);
+  } else if (::fstat(file_, &status) != 0) {
+    why_ = "can't be looked at: " + std::generic_category().message(errno);
+  } else if (!(FileStamp::Of(status) == file.stamp)) {
+    why_ = "changed while it was looked at";
+  } else {
+    ::posix_fadvise(file_, 0, 0, POSIX_FADV_SEQUENTIAL);
+  }
+}
+
+std::size_t ProbeLength(unsigned long long size) {
+  return static_cast<std::size_t>(std::min(size, kMostProbed));
+}
+
+std::optional<std::uint64_t> Probe(FileBytes& file, unsigned long long position,
+                                   std::size_t length) {
+  unsigned char bytes[kMostProbed];
+  if (!file.Read(position, bytes, length)) return std::nullopt;
+  return XXH3_64bits(bytes, length);
+}
+
+}  // namespace clipchain

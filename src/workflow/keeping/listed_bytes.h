@@ -1,0 +1,37 @@
+// A listed file, open, and known to be the one that was listed.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "workflow/keeping/file_list.h"
+#include "workflow/system/file_bytes.h"
+#include "workflow/system/open_file.h"
+
+namespace clipchain {
+
+class ListedBytes {
+ public:
+  explicit ListedBytes(const ListedFile& file);
+
+  // Why it can't be used; empty if it can.
+  const std::string& Why() const { return why_; }
+  FileBytes& Bytes() { return bytes_; }
+  int descriptor() const { return file_; }
+
+ private:
+  Descriptor file_;
+  FileBytes bytes_;
+  std::string why_;
+};
+
+// How many bytes at an end of so many are probed.
+std::size_t ProbeLength(unsigned long long size);
+
+// A hash of so few bytes, by which different content is told apart without reading all of it.
+// Nothing if they can't be read.
+std::optional<std::uint64_t> Probe(FileBytes& file, unsigned long long position,
+                                   std::size_t length);
+
+}  // namespace clipchain

@@ -1,0 +1,265 @@
+#include "workflow/keeping/originals_archive.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+#include "workflow/system/uninterrupted.h"
+
+namespace clipchain {
+
+namespace {
+
+using Number = unsigned long long;
+
+constexpr std::size_t kBlock = 256 * 1024;
+// Of a recording of a hundred thousand fragments.
+constexpr Number kLargestContents = Number{64} << 20;
+constexpr int kHashDigits = 32;
+
+// A frame that decompressors of zstd pass over (RFC 8878, clause 3.1.2): its number and the size of
+// what follows, both little-endian.
+constexpr unsigned char kSealHead[] = {0x5C, 0x2A, 0x4D, 0x18, 48, 0, 0, 0};
+constexpr std::string_view kSealMark = "clipchain xxh128";  // ahead of the digits
+constexpr std::size_t kSealSize = sizeof kSealHead + kSealMark.size() + kHashDigits;
+
+std::string SealOf(const std::string& hash) {
+  std::string seal(reinterpret_cast<const char*>(kSealHead), sizeof kSealHead);
+  return seal.append(kSealMark).append(hash);
+}
+
+// Where libarchive writes to.
+struct Sink {
+  int file;
+  ContentHash hash;
+  int error = 0;
+};
+
+int WriteAll(int file, const char* bytes, std::size_t size) {
+  while (size != 0) {
+    const ssize_t went = Uninterrupted([&] { return ::write(file, bytes, size); });
+    if (went < 0) return errno;
+    bytes += went;
+    size -= static_cast<std::size_t>(went);
+  }
+  return 0;
+}
+
+la_ssize_t WriteTo(archive* writer, void* data, const void* bytes, std::size_t size) {
+  Sink& sink = *static_cast<Sink*>(data);
+  sink.error = WriteAll(sink.file, static_cast<const char*>(bytes), size);
+  if (sink.error != 0) {
+    archive_set_error(writer, sink.error, "write");
+    return -1;
+  }
+  sink.hash.Update(bytes, size);
+  return static_cast<la_ssize_t>(size);
+}
+
+struct FreeWriter {
+  void operator()(archive* writer) const { archive_write_free(writer); }
+};
+struct FreeEntry {
+  void operator()(archive_entry* entry) const { archive_entry_free(entry); }
+};
+
+class Writer {
+ public:
+  explicit Writer(int file) : sink_{file, ContentHash(), 0}, archive_(archive_write_new()) {}
+
+  int Write(const Originals& originals, const KeptSource& source) {
+    if (archive_ == nullptr) return ENOMEM;
+    const std::string text = OriginalsText(originals);
+    if (!Open() || !Put(kContentsName, text.size(), {}) || !Data(text.data(), text.size()))
+      return Error();
+    std::vector<char> block(kBlock);
+    for (std::size_t clip = 0; clip < originals.clips.size(); ++clip) {
+      const OriginalClip& original = originals.clips[clip];
+      if (!Put(original.name, original.KeptBytes(), original.modified)) return Error();
+      for (Number left = original.KeptBytes(); left != 0;) {
+        const std::size_t got = source(clip, block.data(), std::min<Number>(left, kBlock));
+        if (got == 0) return EIO;
+        if (!Data(block.data(), got)) return Error();
+        left -= got;
+      }
+    }
+    if (archive_write_close(archive_.get()) != ARCHIVE_OK) return Error();
+    const std::string seal = SealOf(sink_.hash.Value().xxh128);
+    return WriteAll(sink_.file, seal.data(), seal.size());
+  }
+
+ private:
+  bool Open() {
+    archive* const writer = archive_.get();
+    return archive_write_set_format_pax(writer) == ARCHIVE_OK &&
+           archive_write_set_format_option(writer, "pax", "hdrcharset", "BINARY") == ARCHIVE_OK &&
+           archive_write_add_filter_zstd(writer) == ARCHIVE_OK &&
+           archive_write_set_bytes_in_last_block(writer, 1) == ARCHIVE_OK &&
+           archive_write_open(writer, &sink_, nullptr, WriteTo, nullptr) == ARCHIVE_OK;
+  }
+
+  bool Put(std::string_view name, Number size, const timespec& modified) {
+    const std::unique_ptr<archive_entry, FreeEntry> entry(archive_entry_new2(archive_.get()));
+    if (entry == nullptr) return false;
+    archive_entry_set_pathname(entry.get(), std::string(name).c_str());
+    archive_entry_set_filetype(entry.get(), AE_IFREG);
+    archive_entry_set_perm(entry.get(), 0644);
+    archive_entry_set_size(entry.get(), static_cast<la_int64_t>(size));
+    archive_entry_set_mtime(entry.get(), modified.tv_sec, modified.tv_nsec);
+    return archive_write_header(archive_.get(), entry.get()) == ARCHIVE_OK;
+  }
+
+  bool Data(const char* bytes, std::size_t size) {
+    while (size != 0) {
+      const la_ssize_t went = archive_write_data(archive_.get(), bytes, size);
+      if (went <= 0) return false;
+      bytes += went;
+      size -= static_cast<std::size_t>(went);
+    }
+    return true;
+  }
+
+  int Error() const {
+    if (sink_.error != 0) return sink_.error;
+    const int error = archive_errno(archive_.get());
+    return error > 0 ? error : EIO;
+  }
+
+  Sink sink_;
+  std::unique_ptr<archive, FreeWriter> archive_;
+};
+
+}  // namespace
+
+int WriteOriginals(const Originals& originals, const KeptSource& source, int file) {
+  return Writer(file).Write(originals, source);
+}
+
+// Where libarchive reads from.
+struct OriginalsReader::Stream {
+  FileBytes& file;
+  Number end;  // of the compressed data
+  Number at = 0;
+  std::vector<char> block = std::vector<char>(kBlock);
+
+  static la_ssize_t Read(archive* reader, void* data, const void** bytes) {
+    Stream& stream = *static_cast<Stream*>(data);
+    const auto size = static_cast<std::size_t>(std::min<Number>(kBlock, stream.end - stream.at));
+    if (size == 0) return 0;
+    if (!stream.file.Read(stream.at, stream.block.data(), size)) {
+      archive_set_error(reader, EIO, "read");
+      return -1;
+    }
+    stream.at += size;
+    *bytes = stream.block.data();
+    return static_cast<la_ssize_t>(size);
+  }
+};
+
+void OriginalsReader::Free::operator()(archive* reader) const { archive_read_free(reader); }
+
+OriginalsReader::OriginalsReader() = default;
+OriginalsReader::~OriginalsReader() = default;
+
+std::string OriginalsReader::CheckSeal(FileBytes& file) {
+  constexpr const char* kUnread = "can't be read";
+  const Number size = file.Size();
+  if (file.error() != 0) return kUnread;
+  if (size <= kSealSize) return "is no archive of originals";
+  const Number end = size - kSealSize;
+  ContentHash hash;
+  std::vector<char> block(kBlock);
+  for (Number at = 0; at < end;) {
+    const auto part = static_cast<std::size_t>(std::min<Number>(kBlock, end - at));
+    if (!file.Read(at, block.data(), part)) return kUnread;
+    hash.Update(block.data(), part);
+    at += part;
+  }
+  std::string seal(kSealSize, '\0');
+  if (!file.Read(end, seal.data(), seal.size())) return kUnread;
+  if (seal != SealOf(hash.Value().xxh128)) {
+    return seal.find(kSealMark) == sizeof kSealHead
+               ? "is damaged: its bytes are not those of its hash"
+               : "is no archive of originals, or is cut off";
+  }
+  hash.Update(seal.data(), seal.size());
+  fileHash_ = hash.Value().xxh128;
+  return "";
+}
+
+std::string OriginalsReader::Open(FileBytes& file) {
+  if (std::string why = CheckSeal(file); !why.empty()) return why;
+  stream_ = std::make_unique<Stream>(Stream{file, file.Size() - kSealSize});
+  archive_.reset(archive_read_new());
+  archive* const reader = archive_.get();
+  if (reader == nullptr) throw std::bad_alloc();
+  constexpr const char* kNoArchive = "is no archive of originals";
+  if (archive_read_support_filter_zstd(reader) != ARCHIVE_OK ||
+      archive_read_support_format_tar(reader) != ARCHIVE_OK ||
+      archive_read_open(reader, stream_.get(), nullptr, Stream::Read, nullptr) != ARCHIVE_OK)
+    return kNoArchive;
+  archive_entry* entry = nullptr;
+  if (archive_read_next_header(reader, &entry) != ARCHIVE_OK) return kNoArchive;
+  if (archive_filter_code(reader, 0) != ARCHIVE_FILTER_ZSTD) return kNoArchive;
+  const char* const name = archive_entry_pathname(entry);
+  const la_int64_t size = archive_entry_size(entry);
+  if (name == nullptr || name != kContentsName || archive_entry_filetype(entry) != AE_IFREG ||
+      archive_entry_size_is_set(entry) == 0)
+    return kNoArchive;
+  if (size < 0 || static_cast<Number>(size) > kLargestContents)
+    return "has a table of contents that is too large";
+  std::string text;
+  for (std::vector<char> block(kBlock); text.size() < static_cast<std::size_t>(size);) {
+    const la_ssize_t got = archive_read_data(reader, block.data(), block.size());
+    if (got <= 0) return "has a table of contents that is cut off";
+    text.append(block.data(), static_cast<std::size_t>(got));
+  }
+  return ReadOriginals(text, contents_);
+}
+
+std::string OriginalsReader::OpenEntry(const std::string& name, Number size) {
+  archive_entry* entry = nullptr;
+  if (archive_read_next_header(archive_.get(), &entry) != ARCHIVE_OK)
+    return "is damaged: the entry of a clip can't be read";
+  const char* const found = archive_entry_pathname(entry);
+  if (found == nullptr || !IsFileName(found))
+    return "has an entry of a name that no single file can have";
+  if (found != name) return "has another entry than its table of contents says";
+  if (archive_entry_filetype(entry) != AE_IFREG || archive_entry_hardlink(entry) != nullptr ||
+      archive_entry_sparse_count(entry) != 0)
+    return "has an entry that is no plain file";
+  if (archive_entry_size_is_set(entry) == 0 ||
+      static_cast<Number>(archive_entry_size(entry)) != size)
+    return "has an entry of another size than its table of contents says";
+  return "";
+}
+
+std::string OriginalsReader::NextClip() {
+  const OriginalClip& clip = contents_.clips.at(next_++);
+  return OpenEntry(clip.name, clip.KeptBytes());
+}
+
+std::string OriginalsReader::Read(void* buffer, std::size_t size) {
+  auto* out = static_cast<char*>(buffer);
+  while (size != 0) {
+    const la_ssize_t got = archive_read_data(archive_.get(), out, size);
+    if (got <= 0) return "is damaged: the bytes of a clip can't be read";
+    out += got;
+    size -= static_cast<std::size_t>(got);
+  }
+  return "";
+}
+
+std::string OriginalsReader::AtEnd() {
+  archive_entry* entry = nullptr;
+  return archive_read_next_header(archive_.get(), &entry) == ARCHIVE_EOF
+             ? ""
+             : "has something behind its last clip";
+}
+
+}  // namespace clipchain

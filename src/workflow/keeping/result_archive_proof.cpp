@@ -1,0 +1,190 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <optional>
+
+#include "workflow/keeping/kept_bytes.h"
+#include "workflow/keeping/result_proof.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+using Number = unsigned long long;
+
+// More files of the same beginning than that are not told apart by reading them at once.
+constexpr std::size_t kMostCandidates = 16;
+
+// A file of a card that may be a clip of an archive, read along with it.
+struct Suspect {
+  std::size_t clip;
+  std::unique_ptr<ListedBytes> bytes;
+};
+
+bool CoversAll(const Originals& contents, const MergeImage& image) {
+  Number sum = 0;
+  for (const OriginalClip& clip : contents.clips) {
+    for (const RecipeStep& step : clip.recipe) sum += step.size;
+  }
+  return sum + image.bytes.size() == image.size;
+}
+
+}  // namespace
+
+ResultProof::Candidates ResultProof::CandidatesFor(const OriginalClip& clip, ListedBytes& bytes) {
+  Number at = 0;
+  const RecipeStep* largest = nullptr;
+  Number place = 0;  // of the largest step's media in the clip
+  for (const RecipeStep& step : clip.recipe) {
+    at += step.kept;
+    if (largest == nullptr || step.size > largest->size) {
+      largest = &step;
+      place = at;
+    }
+    at += step.size;
+  }
+  Candidates candidates;
+  const std::vector<CardFile>& files = cards_.Files();
+  for (std::size_t i = 0; i < files.size() && candidates.size() < kMostCandidates; ++i) {
+    if (!files[i].isClip || static_cast<Number>(files[i].file.stamp.size) != clip.size) continue;
+    if (largest != nullptr && largest->size != 0) {
+      ListedBytes card(files[i].file);
+      const std::size_t length = ProbeLength(largest->size);
+      if (!card.Why().empty()) continue;
+      const auto probe = Probe(card.Bytes(), place, length);
+      if (!probe || probe != Probe(bytes.Bytes(), largest->position, length)) continue;
+    }
+    candidates.push_back(i);
+  }
+  return candidates;
+}
+
+// Reads the archive and the result as the recipe says, beside the files that may be the clip, of
+// which those stay that are the same in every byte.
+std::string ResultProof::CompareClip(ListedBytes& bytes, OriginalsReader& reader, std::size_t clip,
+                                     Candidates& candidates, PassingHash& hash) {
+  const OriginalClip& original = reader.Contents().clips[clip];
+  if (std::string why = reader.NextClip(); !why.empty()) return why;
+  std::vector<Suspect> suspects;
+  for (const std::size_t candidate : candidates) {
+    auto card = std::make_unique<ListedBytes>(cards_.Files()[candidate].file);
+    if (card->Why().empty()) suspects.push_back({candidate, std::move(card)});
+  }
+  const std::string missing =
+      fmt::format("has a clip {} that is not on the cards", Shown(original.name));
+  ContentHash content(!original.hashes.sha256.empty());
+  std::vector<unsigned char> made(kCompareBlock);
+  std::vector<unsigned char> theirs(kCompareBlock);
+  Number at = 0;
+  const auto compare = [&](std::size_t size) {
+    content.Update(made.data(), size);
+    std::erase_if(suspects, [&](const Suspect& suspect) {
+      return !suspect.bytes->Bytes().Read(at, theirs.data(), size) ||
+             !std::equal(made.begin(), made.begin() + static_cast<std::ptrdiff_t>(size),
+                         theirs.begin());
+    });
+    at += size;
+    return meter_.Add(size) && !suspects.empty();
+  };
+  if (suspects.empty()) return missing;
+  for (const RecipeStep& step : original.recipe) {
+    for (Number done = 0; done < step.kept;) {
+      const auto part = static_cast<std::size_t>(std::min<Number>(step.kept - done, kCompareBlock));
+      if (std::string why = reader.Read(made.data(), part); !why.empty()) return why;
+      if (!compare(part)) return missing;
+      done += part;
+    }
+    for (Number done = 0; done < step.size;) {
+      const auto part = static_cast<std::size_t>(std::min<Number>(step.size - done, kCompareBlock));
+      if (!bytes.Bytes().Read(step.position + done, made.data(), part))
+        return "belongs to a result that can't be read";
+      hash.See(step.position + done, made.data(), part);
+      if (!compare(part)) return missing;
+      done += part;
+    }
+  }
+  if (content.Value() != original.hashes) return "has a hash that is not that of its clip";
+  candidates.clear();
+  for (const Suspect& suspect : suspects) candidates.push_back(suspect.clip);
+  return candidates.empty() ? missing : "";
+}
+
+// All of the result that is no clip's is what the merge puts there, and the recipes leave nothing
+// of the rest out.
+std::string ResultProof::CheckImage(KeptFile& result, ListedBytes& bytes, const Originals& contents,
+                                    const std::vector<std::size_t>& clips) {
+  MergeImage image;
+  if (!order_.Allows(clips)) return "has clips in another order than their identifiers say";
+  if (const Findings faults = MakeMergeImage(PathsOf(clips), contents.options, image);
+      !faults.empty())
+    return "has clips that can't be merged: " + faults.front().text;
+  if (image.size != contents.resultSize || !CoversAll(contents, image))
+    return "says something else than a merge of its clips";
+  for (std::size_t clip = 0; clip < clips.size(); ++clip) {
+    if (RecipeFor(image, clip, contents.clips[clip].size) != contents.clips[clip].recipe)
+      return "has another recipe than a merge of its clips";
+  }
+  return OwnBytesFit(result, bytes, image) ? ""
+                                           : "is beside a result that is not a merge of its clips";
+}
+
+std::string ResultProof::CheckArchive(KeptFile& result, ListedBytes& bytes, KeptFile& archive) {
+  std::string why;
+  const std::unique_ptr<ListedBytes> file = kept_.Open(archive, cards_, why);
+  if (file == nullptr) return why;
+  OriginalsReader reader;
+  if (why = reader.Open(file->Bytes()); !why.empty()) return why;
+  const Originals& contents = reader.Contents();
+  if (contents.resultSize != static_cast<Number>(result.file.stamp.size))
+    return "belongs to a result of another size";
+  PassingHash hash(bytes.Bytes());
+  std::vector<std::size_t> clips;
+  std::vector<std::size_t> all;
+  for (std::size_t clip = 0; clip < contents.clips.size(); ++clip) {
+    Candidates candidates = CandidatesFor(contents.clips[clip], bytes);
+    why = CompareClip(bytes, reader, clip, candidates, hash);
+    if (!why.empty()) {
+      Blame(candidates, Shown(archive.file.path) + ' ' + why);
+      return why;
+    }
+    clips.push_back(candidates.front());
+    all.insert(all.end(), candidates.begin(), candidates.end());
+  }
+  why = reader.AtEnd();
+  if (why.empty()) why = CheckImage(result, bytes, contents, clips);
+  if (why.empty()) why = CheckChecksums(result, hash, reader.FileHash());
+  if (why.empty()) {
+    kept_.Count(result);
+    kept_.Count(archive);
+    Keep(all, Keeping::kEveryByte);
+  } else {
+    Blame(all, Shown(archive.file.path) + ' ' + why);
+  }
+  return why;
+}
+
+void ResultProof::TryArchive(KeptFile& result) {
+  KeptFile* const archive = kept_.At(result.file.path + std::string(kOriginalsSuffix));
+  if (archive == nullptr) {
+    result.usable = result.usable && !kept_.Hides(result.file.path + std::string(kOriginalsSuffix));
+    return;
+  }
+  std::string why;
+  const std::unique_ptr<ListedBytes> bytes = kept_.Open(result, cards_, why);
+  if (bytes == nullptr) return;
+  why = CheckArchive(result, *bytes, *archive);
+  if (why.empty()) return;
+  // With an archive that does not fit the result counts for nothing, and its clips are told why.
+  result.usable = false;
+  TopLevel boxes;
+  if (!boxes.Read(bytes->Bytes()).empty()) return;
+  const std::string reason = Shown(archive->file.path) + ' ' + why;
+  const auto blame = [&](const std::vector<std::size_t>& clips) {
+    Blame(clips, reason);
+    return true;
+  };
+  if (!chains_.Find(bytes->Bytes(), boxes.media, blame)) Blame(chains_.Beginning(), reason);
+}
+
+}  // namespace clipchain

@@ -1,0 +1,193 @@
+#include "workflow/keeping/result_proof.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+
+#include "workflow/check.h"
+#include "workflow/keeping/checksum_file.h"
+#include "workflow/keeping/kept_bytes.h"
+#include "workflow/merging/fitting_of.h"
+#include "workflow/system/files.h"
+#include "workflow/system/part_name.h"
+
+namespace clipchain {
+
+namespace {
+
+// What clips say about their order or each other takes nothing away from a result that has them.
+bool IsAboutOrder(Message message) {
+  return message == Message::kClipMissing || message == Message::kOrderDoubtful ||
+         message == Message::kOtherRecording || message == Message::kSameClipTwice ||
+         message == Message::kSameInputTwice;
+}
+
+// How a result may have been merged that has all samples of its clips.
+std::vector<FitOptions> Variants() {
+  FitOptions usual;
+  FitOptions seams;
+  seams.seamsAsTheyAre = true;
+  FitOptions exact;
+  exact.exact = true;
+  return {usual, seams, exact};
+}
+
+}  // namespace
+
+ResultProof::ResultProof(CardFiles& cards, KeptFiles& kept, ClipOrder& order, Meter& meter)
+    : cards_(cards), kept_(kept), order_(order), meter_(meter), compare_(meter) {
+  std::vector<CardFile>& files = cards_.Files();
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    if (!files[i].isClip || files[i].media.empty()) continue;
+    ListedBytes bytes(files[i].file);
+    if (!bytes.Why().empty()) continue;
+    // A merge takes the last media box of a clip as it is, and all of one that it adapts.
+    chains_.Add(i, bytes.Bytes(), {files[i].media.back()});
+    if (files[i].media.size() > 1) chains_.Add(i, bytes.Bytes(), files[i].media);
+  }
+}
+
+std::vector<std::string> ResultProof::PathsOf(const std::vector<std::size_t>& clips) const {
+  std::vector<std::string> paths;
+  for (const std::size_t clip : clips) paths.push_back(cards_.Files()[clip].file.path);
+  return paths;
+}
+
+void ResultProof::Keep(const std::vector<std::size_t>& clips, Keeping keeping) {
+  for (const std::size_t clip : clips) {
+    CardFile& file = cards_.Files()[clip];
+    file.keeping = std::max(file.keeping, keeping);
+    order_.Unite(clips.front(), clip);
+  }
+}
+
+void ResultProof::Blame(const std::vector<std::size_t>& clips, const std::string& reason) {
+  for (const std::size_t clip : clips) cards_.Files()[clip].reason = reason;
+}
+
+// Whether a file of checksums beside the result, if there is one, has those of the result and of
+// nothing but its archive.
+std::string ResultProof::CheckChecksums(KeptFile& result, PassingHash& hash,
+                                        const std::string& archiveHash) {
+  const std::string sumsPath = result.file.path + std::string(kChecksumsSuffix);
+  KeptFile* const sums = kept_.At(sumsPath);
+  if (sums == nullptr) return kept_.Hides(sumsPath) ? Shown(sumsPath) + " can't be used" : "";
+  constexpr long long kLargest = 1 << 20;
+  const std::string misfit = Shown(sums->file.path) + " does not fit it";
+  ListedBytes bytes(sums->file);
+  if (!bytes.Why().empty() || sums->file.stamp.size > kLargest) return misfit;
+  std::string text(static_cast<std::size_t>(sums->file.stamp.size), '\0');
+  std::vector<Checksum> found;
+  if (!bytes.Bytes().Read(0, text.data(), text.size()) || !ReadChecksums(text, found))
+    return misfit;
+  const std::string name = NameOf(result.file.path);
+  std::vector<Checksum> expected{{hash.Finish(), name}};
+  if (found.size() > 1) expected.push_back({archiveHash, name + std::string(kOriginalsSuffix)});
+  if (found != expected) return misfit;
+  kept_.Count(*sums);
+  return "";
+}
+
+bool ResultProof::OwnBytesFit(KeptFile& result, ListedBytes& bytes, const MergeImage& image) {
+  if (image.size != static_cast<unsigned long long>(result.file.stamp.size)) return false;
+  return std::all_of(image.pieces.begin(), image.pieces.end(), [&](const ImagePiece& piece) {
+    return piece.clip != ImagePiece::kNoClip ||
+           compare_
+               .CompareWith({bytes.Bytes(), result.file.path, piece.position},
+                            image.bytes.data() + piece.source, piece.size, nullptr)
+               .empty();
+  });
+}
+
+// What a merge of the clips that was forced would have lost of them; empty if nothing.
+std::string ResultProof::LossOf(const std::vector<std::size_t>& clips,
+                                const FitOptions& options) const {
+  CheckOptions check;
+  SetFitting(check, options);
+  for (const Finding& finding : Check(PathsOf(clips), check).findings) {
+    if (finding.severity >= Severity::kRisk && !IsAboutOrder(finding.message))
+      return fmt::format("{} {}", Shown(finding.path), finding.text);
+  }
+  return "";
+}
+
+bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const std::vector<std::size_t>& clips,
+                       MergeImage& image) {
+  const std::string name = Shown(result.file.path);
+  if (!order_.Allows(clips)) {
+    Blame(clips,
+          name + " has its media, but the clips in another order than their identifiers say");
+    return false;
+  }
+  for (const FitOptions& options : Variants()) {
+    if (!MakeMergeImage(PathsOf(clips), options, image).empty() ||
+        !OwnBytesFit(result, bytes, image))
+      continue;
+    const std::string loss = LossOf(clips, options);
+    if (loss.empty()) return true;
+    Blame(clips, name + " is a merge that lost something: " + loss);
+    return false;
+  }
+  Blame(clips, name + " has its media, but is not what a merge of these clips gives");
+  return false;
+}
+
+std::string ResultProof::CompareContent(KeptFile& result, ListedBytes& bytes,
+                                        const std::vector<std::size_t>& clips,
+                                        const MergeImage& image) {
+  PassingHash hash(bytes.Bytes());
+  PassingHash* const passing =
+      kept_.At(result.file.path + std::string(kChecksumsSuffix)) != nullptr ? &hash : nullptr;
+  std::unique_ptr<ListedBytes> source;
+  std::size_t open = ImagePiece::kNoClip;
+  for (const ImagePiece& piece : image.pieces) {
+    const NamedRange mine{bytes.Bytes(), result.file.path, piece.position};
+    std::string why;
+    if (piece.clip == ImagePiece::kNoClip) {
+      why = compare_.CompareWith(mine, image.bytes.data() + piece.source, piece.size, passing);
+    } else {
+      const ListedFile& clip = cards_.Files()[clips[piece.clip]].file;
+      if (piece.clip != open) source = std::make_unique<ListedBytes>(clip);
+      open = piece.clip;
+      if (!source->Why().empty()) return Shown(clip.path) + ' ' + source->Why();
+      why = compare_.Compare(mine, {source->Bytes(), clip.path, piece.source}, piece.size, passing);
+    }
+    if (!why.empty()) return why;
+  }
+  return CheckChecksums(result, hash, "");
+}
+
+void ResultProof::TryContent(KeptFile& result) {
+  std::string why;
+  const std::unique_ptr<ListedBytes> bytes = kept_.Open(result, cards_, why);
+  if (bytes == nullptr) return;
+  TopLevel boxes;
+  if (!boxes.Read(bytes->Bytes()).empty()) return;
+  const auto kept = [this](std::size_t clip) {
+    return cards_.Files()[clip].keeping != Keeping::kNot;
+  };
+  MergeImage image;
+  std::vector<std::size_t> row;
+  bool needless = false;
+  const bool found =
+      chains_.Find(bytes->Bytes(), boxes.media, [&](const std::vector<std::size_t>& clips) {
+        needless = std::all_of(clips.begin(), clips.end(), kept);
+        row = clips;
+        return needless || Fits(result, *bytes, clips, image);
+      });
+  if (needless) return;
+  if (!found) {
+    if (row.empty())
+      Blame(chains_.Beginning(),
+            Shown(result.file.path) +
+                " begins with media like that of this clip, but is no merge of clips of the cards");
+    return;
+  }
+  why = CompareContent(result, *bytes, row, image);
+  if (!why.empty()) return Blame(row, why);
+  kept_.Count(result);
+  Keep(row, Keeping::kSamples);
+}
+
+}  // namespace clipchain

@@ -1,0 +1,60 @@
+// Whether a file is what a merge of clips gives, so that they are kept in it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "workflow/keeping/card_files.h"
+#include "workflow/keeping/clip_order.h"
+#include "workflow/keeping/comparison.h"
+#include "workflow/keeping/kept_files.h"
+#include "workflow/keeping/media_chains.h"
+#include "workflow/keeping/originals_archive.h"
+#include "workflow/merging/merge_image.h"
+
+namespace clipchain {
+
+class ResultProof {
+ public:
+  ResultProof(CardFiles& cards, KeptFiles& kept, ClipOrder& order, Meter& meter);
+
+  // Looks whether the file is a result with an archive beside it, and if they and the clips fit
+  // each other in every byte, notes that every byte of the clips is kept. With an archive that does
+  // not fit the file keeps nothing.
+  void TryArchive(KeptFile& result);
+  // The same of a result by itself: the samples of its clips are kept. Clips of which it is known
+  // already need not be kept once more.
+  void TryContent(KeptFile& result);
+
+ private:
+  // A clip of an archive, and the files of the cards that have been the same so far.
+  using Candidates = std::vector<std::size_t>;
+
+  std::string CheckArchive(KeptFile& result, ListedBytes& bytes, KeptFile& archive);
+  std::string CompareClip(ListedBytes& bytes, OriginalsReader& reader, std::size_t clip,
+                          Candidates& candidates, PassingHash& hash);
+  Candidates CandidatesFor(const OriginalClip& clip, ListedBytes& bytes);
+  std::string CheckImage(KeptFile& result, ListedBytes& bytes, const Originals& contents,
+                         const std::vector<std::size_t>& clips);
+
+  bool Fits(KeptFile& result, ListedBytes& bytes, const std::vector<std::size_t>& clips,
+            MergeImage& image);
+  std::string LossOf(const std::vector<std::size_t>& clips, const FitOptions& options) const;
+  std::string CompareContent(KeptFile& result, ListedBytes& bytes,
+                             const std::vector<std::size_t>& clips, const MergeImage& image);
+  std::string CheckChecksums(KeptFile& result, PassingHash& hash, const std::string& archiveHash);
+  bool OwnBytesFit(KeptFile& result, ListedBytes& bytes, const MergeImage& image);
+
+  void Keep(const std::vector<std::size_t>& clips, Keeping keeping);
+  void Blame(const std::vector<std::size_t>& clips, const std::string& reason);
+  std::vector<std::string> PathsOf(const std::vector<std::size_t>& clips) const;
+
+  CardFiles& cards_;
+  KeptFiles& kept_;
+  ClipOrder& order_;
+  Meter& meter_;
+  RangeComparison compare_;
+  MediaChains chains_;
+};
+
+}  // namespace clipchain

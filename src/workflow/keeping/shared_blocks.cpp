@@ -1,0 +1,79 @@
+#include "workflow/keeping/shared_blocks.h"
+
+#include <linux/fiemap.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace clipchain {
+
+namespace {
+
+constexpr unsigned int kExtentsAtOnce = 256;
+constexpr unsigned int kWithoutPlace =
+    FIEMAP_EXTENT_UNKNOWN | FIEMAP_EXTENT_DELALLOC | FIEMAP_EXTENT_DATA_INLINE;
+
+}  // namespace
+
+std::vector<BlockRange> BlocksOf(int file) {
+  std::vector<BlockRange> blocks;
+  std::vector<std::max_align_t> room(
+      (sizeof(fiemap) + kExtentsAtOnce * sizeof(fiemap_extent)) / sizeof(std::max_align_t) + 1);
+  unsigned long long at = 0;
+  for (bool last = false; !last;) {
+    auto* const map = new (room.data()) fiemap{};
+    map->fm_start = at;
+    map->fm_length = FIEMAP_MAX_OFFSET - at;
+    map->fm_flags = FIEMAP_FLAG_SYNC;
+    map->fm_extent_count = kExtentsAtOnce;
+    if (::ioctl(file, FS_IOC_FIEMAP, map) != 0 || map->fm_mapped_extents == 0) return blocks;
+    for (unsigned int i = 0; i < map->fm_mapped_extents; ++i) {
+      fiemap_extent extent;
+      std::memcpy(&extent, reinterpret_cast<const char*>(map) + sizeof(fiemap) + i * sizeof extent,
+                  sizeof extent);
+      const unsigned long long next = extent.fe_logical + extent.fe_length;
+      last = (extent.fe_flags & FIEMAP_EXTENT_LAST) != 0 || next <= at;
+      at = std::max(at, next);
+      if ((extent.fe_flags & kWithoutPlace) != 0) continue;
+      blocks.push_back({extent.fe_physical, extent.fe_physical + extent.fe_length,
+                        (extent.fe_flags & FIEMAP_EXTENT_SHARED) != 0});
+    }
+  }
+  return blocks;
+}
+
+void SharedBlocks::Add(const FileStamp& stamp, const std::vector<BlockRange>& blocks) {
+  for (const BlockRange& range : blocks) ranges_.push_back({range, stamp.identity.device});
+  sorted_ = false;
+}
+
+void SharedBlocks::Sort() {
+  std::sort(ranges_.begin(), ranges_.end(),
+            [](const CardRange& a, const CardRange& b) { return a.range.begin < b.range.begin; });
+  farthest_.clear();
+  unsigned long long end = 0;
+  for (const CardRange& range : ranges_) farthest_.push_back(end = std::max(end, range.range.end));
+  sorted_ = true;
+}
+
+bool SharedBlocks::Touch(const FileStamp& stamp, const std::vector<BlockRange>& blocks) {
+  if (!sorted_) Sort();
+  for (const BlockRange& mine : blocks) {
+    const auto behind = std::lower_bound(
+        ranges_.begin(), ranges_.end(), mine.end,
+        [](const CardRange& range, unsigned long long end) { return range.range.begin < end; });
+    for (auto range = behind; range != ranges_.begin();) {
+      --range;
+      if (farthest_[static_cast<std::size_t>(range - ranges_.begin())] <= mine.begin) break;
+      const bool together =
+          range->device == stamp.identity.device || (range->range.shared && mine.shared);
+      if (together && range->range.end > mine.begin) return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace clipchain

@@ -1,0 +1,7 @@
+#include "workflow/companion.h"
+
+namespace clipchain {
+
+Companion::~Companion() = default;
+
+}  // namespace clipchain

@@ -1,0 +1,39 @@
+// What a merge of clips gives, without making it.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "adapt/fit_options.h"
+#include "workflow/finding.h"
+
+namespace clipchain {
+
+// A part of the file that a merge gives: bytes of a clip, or bytes that stand in no clip.
+struct ImagePiece {
+  static constexpr std::size_t kNoClip = static_cast<std::size_t>(-1);
+
+  unsigned long long position = 0;  // in the merged file
+  unsigned long long size = 0;
+  std::size_t clip = kNoClip;     // index of the clip
+  unsigned long long source = 0;  // where they begin, in the clip's file or in MergeImage::bytes
+};
+
+struct MergeImage {
+  std::vector<ImagePiece> pieces;    // one behind the other, without gaps, none empty
+  std::vector<unsigned char> bytes;  // of what stands in no clip
+  unsigned long long size = 0;       // of the merged file
+
+  void Add(const std::vector<unsigned char>& own);
+  void Add(std::size_t clip, unsigned long long source, unsigned long long length);
+};
+
+// Puts the boxes of the clips together as a merge in that order does, in memory, adapted to each
+// other as the options say, and notes which ranges of the clips their media are; reads no media.
+// What speaks against it, if anything does: a clip that can't be read, ends before its media does,
+// or that a merge refuses.
+[[nodiscard]] Findings MakeMergeImage(const std::vector<std::string>& clips,
+                                      const FitOptions& options, MergeImage& image);
+
+}  // namespace clipchain

@@ -1,0 +1,302 @@
+#include "workflow/card_proof.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "support/sequences.h"
+#include "workflow/keeping/kept_card.h"
+#include "workflow/proof_words.h"
+
+using namespace clipchain;
+using support::Bytes;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::UnorderedElementsAre;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class CardProofTest : public support::KeptCard {
+ protected:
+  std::string Words() const { return ProofSumWords(options, Prove()); }
+};
+
+TEST_F(CardProofTest, SaysNoWhereNothingIsKept) {
+  EXPECT_THAT(NotKept(), ElementsAre("clip1.mp4", "clip2.mp4", "clip3.mp4"));
+  EXPECT_EQ("NOT safe to erase: 3 paths not kept", Words());
+}
+
+TEST_F(CardProofTest, FindsClipsInAResultOfAnyName) {
+  PutOnCard("picture.jpg", {1, 2, 3});
+  PutBeside("copies/renamed", {1, 2, 3});
+  fs::rename(Merge(clips, "out.mp4"), folder / "kept" / "holiday");
+  EXPECT_EQ(
+      "safe to erase: yes, 3 clips in 1 recording, 1 other file copied, 3 clips without their "
+      "other data (thumbnails, notes, dates)",
+      Words());
+}
+
+TEST_F(CardProofTest, AcceptsAnyOrderOfClipsWithoutIdentifiers) {
+  Merge({clips[2], clips[0], clips[1]}, "out.mp4");
+  EXPECT_THAT(NotKept(), IsEmpty());
+}
+
+TEST_F(CardProofTest, ComparesEveryByteOfAResult) {
+  const std::string result = Merge(clips, "out.mp4");
+  const std::size_t size = support::ReadFile(result).size();
+  for (std::size_t at = 0; at < size; at += 1 + size / 61) {
+    ChangeByte(result, at);
+    EXPECT_THAT(NotKept(), SizeIs(3)) << at;
+    ChangeByte(result, at);
+  }
+  EXPECT_THAT(NotKept(), IsEmpty());
+}
+
+TEST_F(CardProofTest, ComparesEveryByteOfAnArchiveAndOfClips) {
+  const std::string result = Merge(clips, "out.mp4", Originals());
+  EXPECT_EQ("safe to erase: yes, 3 clips in 1 recording, 0 other files copied", Words());
+  for (const std::string& path : {result + ".originals", clips[1]}) {
+    const std::size_t size = support::ReadFile(path).size();
+    for (std::size_t at = 0; at < size; at += 1 + size / 31) {
+      ChangeByte(path, at);
+      EXPECT_THAT(NotKept(), Contains("clip2.mp4")) << path << ' ' << at;
+      ChangeByte(path, at);
+    }
+  }
+  EXPECT_THAT(NotKept(), IsEmpty());
+}
+
+TEST_F(CardProofTest, TakesAResultWithoutArchiveForLessThanTheWholeClips) {
+  const std::string result = Merge(clips, "out.mp4");
+  options.whole = true;
+  EXPECT_THAT(NotKept(), SizeIs(3));
+  fs::remove(result);
+  Merge(clips, "out.mp4", Originals());
+  EXPECT_THAT(NotKept(), IsEmpty());
+}
+
+TEST_F(CardProofTest, NoticesAClipThatIsMissingFromAResult) {
+  Merge({clips[0], clips[1]}, "out.mp4", Originals());
+  EXPECT_THAT(NotKept(), ElementsAre("clip3.mp4"));
+}
+
+TEST_F(CardProofTest, LetsNoResultCountOfWhichAClipIsElsewhere) {
+  Merge(clips, "out.mp4", Originals());
+  fs::remove(clips[2]);
+  EXPECT_THAT(NotKept(), SizeIs(2));
+}
+
+TEST_F(CardProofTest, ComparesAnArchiveThatBelongsToAnotherResult) {
+  const std::string result = Merge(clips, "out.mp4");
+  fs::rename(Merge({clips[0], clips[1]}, "other.mp4", Originals()) + ".originals",
+             result + ".originals");
+  fs::remove(folder / "kept" / "other.mp4");
+  EXPECT_THAT(NotKept(), SizeIs(3));
+}
+
+TEST_F(CardProofTest, TakesAnArchiveThatIsALinkForNone) {
+  const std::string result = Merge(clips, "out.mp4", Originals());
+  fs::rename(result + ".originals", folder / "moved");
+  fs::create_symlink(folder / "moved", result + ".originals");
+  EXPECT_THAT(NotKept(), SizeIs(3));
+}
+
+TEST_F(CardProofTest, ComparesChecksumsThatLieBesideAResult) {
+  const std::string result = Merge(clips, "out.mp4", {true, false, true});
+  EXPECT_THAT(NotKept(), IsEmpty());
+  ChangeByte(result + ".xxh", 3);
+  EXPECT_THAT(NotKept(), SizeIs(3));
+}
+
+TEST_F(CardProofTest, TakesAnIdenticalFileForACopyWhateverItsName) {
+  for (unsigned int i = 0; i < 3; ++i) PutBeside(std::to_string(i), ClipBytes(i));
+  options.whole = true;
+  EXPECT_EQ("safe to erase: yes, 3 clips in 3 recordings, 0 other files copied", Words());
+  ChangeByte(folder / "kept" / "1", 1000);
+  EXPECT_THAT(NotKept(), ElementsAre("clip2.mp4"));
+}
+
+TEST_F(CardProofTest, TellsFilesOfOneNameAndSizeApart) {
+  for (const std::string& clip : clips) fs::remove(clip);
+  Bytes bytes(9000, 7);
+  PutOnCard("a/note", bytes);
+  bytes[4500] = 8;
+  PutOnCard("b/note", bytes);
+  PutBeside("note", bytes);
+  const CardProof proof = Prove();
+  ASSERT_THAT(proof.notKept, SizeIs(1));
+  EXPECT_THAT(proof.notKept.front().path, HasSubstr("a/note"));
+}
+
+TEST_F(CardProofTest, WantsAnEmptyFileOfTheSameNameAndNeverAnEmptyClip) {
+  for (const std::string& clip : clips) fs::remove(clip);
+  PutOnCard("mark", {});
+  PutOnCard("other", {});
+  PutOnCard("empty.MP4", {});
+  PutBeside("mark", {});
+  PutBeside("empty.MP4", {});
+  EXPECT_THAT(NotKept(), ElementsAre("empty.MP4", "other"));
+}
+
+TEST_F(CardProofTest, TakesADamagedClipForAnotherFile) {
+  Merge(clips, "out.mp4");
+  Bytes cut = ClipBytes(4);
+  cut.resize(cut.size() - 1);
+  PutOnCard("cut.mp4", cut);
+  const CardProof proof = Prove();
+  EXPECT_EQ(3u, proof.clips);
+  EXPECT_EQ(1u, proof.others);
+  EXPECT_FALSE(proof.kept);
+  PutBeside("cut.mp4", cut);
+  EXPECT_THAT(NotKept(), IsEmpty());
+}
+
+TEST_F(CardProofTest, LooksAtHiddenFilesToo) {
+  Merge(clips, "out.mp4");
+  PutOnCard(".trash/old", {1});
+  EXPECT_THAT(NotKept(), ElementsAre("old"));
+}
+
+TEST_F(CardProofTest, NamesLinksAndPipesThatItPassesOver) {
+  Merge(clips, "out.mp4");
+  fs::create_symlink(clips[0], folder.path() / "card" / "link");
+  ASSERT_EQ(0, ::mkfifo((folder.path() / "card" / "pipe").c_str(), 0600));
+  const CardProof proof = Prove();
+  EXPECT_TRUE(proof.kept);
+  ASSERT_THAT(proof.leftAside, SizeIs(2));
+  EXPECT_EQ("is a link", proof.leftAside[0].reason);
+  EXPECT_EQ("is a pipe", proof.leftAside[1].reason);
+}
+
+TEST_F(CardProofTest, LetsNothingOnACardCount) {
+  const std::string result = Merge(clips, "out.mp4");
+  fs::rename(result, folder.path() / "card" / "out.mp4");
+  options.against = {folder.path()};
+  EXPECT_THAT(NotKept(), SizeIs(4));
+  // A link of either kind to it is the same file.
+  fs::create_hard_link(folder.path() / "card" / "out.mp4", folder.path() / "kept" / "hard.mp4");
+  fs::create_symlink(folder.path() / "card" / "out.mp4", folder.path() / "kept" / "soft.mp4");
+  fs::create_directory_symlink(folder.path() / "card", folder.path() / "kept" / "again");
+  EXPECT_THAT(NotKept(), SizeIs(4));
+  fs::copy_file(folder.path() / "card" / "out.mp4", folder.path() / "kept" / "real.mp4");
+  EXPECT_THAT(NotKept(), IsEmpty());
+}
+
+TEST_F(CardProofTest, LetsNoHiddenFileOfAMergeCount) {
+  const std::string result = Merge(clips, "out.mp4");
+  fs::rename(result, folder.path() / "kept" / ".out.mp4.clipchain-17-0123456789abcdef.part");
+  EXPECT_THAT(NotKept(), SizeIs(3));
+}
+
+TEST_F(CardProofTest, KeepsACopyOfAClipOnAnotherCardByTheSameResult) {
+  Merge(clips, "out.mp4", Originals());
+  fs::copy(folder / "card", folder / "card2");
+  options.cards.push_back(folder / "card2");
+  const CardProof proof = Prove();
+  EXPECT_TRUE(proof.kept);
+  EXPECT_EQ(6u, proof.clips);
+  ChangeByte(folder / "card2" / "clip2.mp4", 1200);
+  EXPECT_THAT(NotKept(), ElementsAre("clip2.mp4"));
+}
+
+TEST_F(CardProofTest, TellsClipsOfOneNameOnTwoCardsApart) {
+  Merge(clips, "out.mp4");
+  fs::create_directory(folder / "card2");
+  support::WriteFile(folder / "card2" / "clip1.mp4", support::Clip(25, 99).Build());
+  options.cards.push_back(folder / "card2");
+  const CardProof proof = Prove();
+  ASSERT_THAT(proof.notKept, SizeIs(1));
+  EXPECT_THAT(proof.notKept.front().path, HasSubstr("card2/clip1.mp4"));
+}
+
+TEST_F(CardProofTest, WantsIdentifiedClipsInTheirOrder) {
+  for (const std::string& clip : clips) fs::remove(clip);
+  std::vector<std::string> chain;
+  for (unsigned int i = 1; i <= 2; ++i) {
+    const Bytes clip = support::Clip(25, static_cast<unsigned char>(i)).Build();
+    chain.push_back(PutOnCard("link" + std::to_string(i) + ".mp4",
+                              support::WithVendorBox(clip, support::ChainLink(i, 2))));
+  }
+  const std::string wrong = Merge({chain[1], chain[0]}, "wrong.mp4");
+  EXPECT_THAT(NotKept(), SizeIs(2));
+  fs::remove(wrong);
+  Merge(chain, "right.mp4");
+  EXPECT_EQ(1u, Prove().recordings);
+  EXPECT_THAT(NotKept(), IsEmpty());
+}
+
+TEST_F(CardProofTest, LetsNoResultCountThatWasForcedToLoseSamples) {
+  for (const std::string& clip : clips) fs::remove(clip);
+  support::MovieBuilder movie = support::Clip(25, 3);
+  // The last media box is the one that is copied.
+  movie.tail = support::Box("mdat", {support::Zeros(40)});
+  const std::string clip = PutOnCard("two.mp4", movie.Build());
+  Merge({clip}, "out.mp4");
+  EXPECT_THAT(NotKept(), SizeIs(1));
+}
+
+TEST_F(CardProofTest, DoesNotCountWhatIsChangedWhileItRuns) {
+  const std::string result = Merge(clips, "out.mp4");
+  for (const std::string& path : {result, clips[0]}) {
+    options.progress = [&, once = true](const Step&) mutable {
+      if (std::exchange(once, false)) ChangeByte(path, 40);
+      return true;
+    };
+    EXPECT_FALSE(Prove().kept) << path;
+    ChangeByte(path, 40);
+  }
+  options.progress = [&, once = true](const Step&) mutable {
+    if (std::exchange(once, false)) PutOnCard("new", {1});
+    return true;
+  };
+  EXPECT_THAT(NotKept(), ElementsAre("new"));
+}
+
+TEST_F(CardProofTest, HasNoAnswerWhereACardIsEmptyOrAFolderMissing) {
+  Merge(clips, "out.mp4");
+  fs::create_directory(folder / "empty");
+  options.cards.push_back(folder / "empty");
+  CardProof proof = ProveCards(options);
+  EXPECT_TRUE(proof.failed);
+  EXPECT_EQ(Message::kFolderUnusable, proof.findings.back().message);
+  options.cards.back() = folder / "nowhere";
+  EXPECT_EQ(Message::kFolderUnusable, ProveCards(options).findings.back().message);
+  options.cards.pop_back();
+  options.against.push_back(folder / "nowhere");
+  proof = ProveCards(options);
+  EXPECT_TRUE(proof.failed);
+  EXPECT_FALSE(proof.kept);
+}
+
+TEST_F(CardProofTest, LeavesOtherFilesAloneWhereItIsToldTo) {
+  Merge(clips, "out.mp4", Originals());
+  PutOnCard("picture.jpg", {1});
+  options.clipsOnly = true;
+  EXPECT_EQ("clips kept: yes, 1 other file NOT looked at", Words());
+  PutOnCard("more.mp4", ClipBytes(9));
+  EXPECT_EQ("clips kept: NO, 1 path not kept, 1 other file NOT looked at", Words());
+  for (const std::string& clip : clips) fs::remove(clip);
+  fs::remove(folder.path() / "card" / "more.mp4");
+  const CardProof proof = ProveCards(options);
+  EXPECT_TRUE(proof.failed);
+  EXPECT_EQ(Message::kFolderUnusable, proof.findings.back().message);
+}
+
+TEST_F(CardProofTest, StopsWhereItIsToldTo) {
+  Merge(clips, "out.mp4");
+  options.progress = [](const Step&) { return false; };
+  const CardProof proof = ProveCards(options);
+  EXPECT_TRUE(proof.failed);
+  EXPECT_FALSE(proof.kept);
+  EXPECT_EQ(Message::kMergeStopped, proof.findings.back().message);
+}
+
+}  // namespace

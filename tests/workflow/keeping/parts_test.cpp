@@ -1,0 +1,145 @@
+// The small parts that a proof is made of.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "support/movie_builder.h"
+#include "support/temp_dir.h"
+#include "workflow/keeping/clip_hashes.h"
+#include "workflow/keeping/clip_layout.h"
+#include "workflow/keeping/file_list.h"
+#include "workflow/keeping/media_chains.h"
+#include "workflow/keeping/shared_blocks.h"
+
+using namespace clipchain;
+using support::Bytes;
+using support::operator+;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+ClipLayout LayoutOf(const Bytes& bytes) {
+  const support::TempDir folder;
+  support::WriteFile(folder / "x", bytes);
+  FileBytes file(folder / "x");
+  return ReadClipLayout(file);
+}
+
+FileStamp On(dev_t device) {
+  FileStamp stamp;
+  stamp.identity.device = device;
+  return stamp;
+}
+
+TEST(ContentHash, IsThatOfTheToolsForIt) {
+  ContentHash hash(true);
+  EXPECT_EQ("99aa06d3014798d86001c324468d497f", hash.Value().xxh128);
+  EXPECT_EQ("e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855",
+            hash.Value().sha256);
+  hash.Update("abc", 3);
+  EXPECT_EQ("ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad",
+            hash.Value().sha256);
+}
+
+TEST(ClipHashes, AreThoseOfTheWholeFiles) {
+  const support::TempDir folder;
+  const Bytes large(70'000'000, 7);
+  const Bytes small = support::Clip(30).Build();
+  support::WriteFile(folder / "large", large);
+  support::WriteFile(folder / "small", small);
+  ClipHashes hashes({folder / "large", folder / "none", folder / "small"}, true);
+  hashes.Follow(100);
+  ContentHashes value;
+  EXPECT_TRUE(hashes.Finish(0, value));
+  ContentHash expected(true);
+  expected.Update(large.data(), large.size());
+  EXPECT_EQ(expected.Value(), value);
+  EXPECT_FALSE(hashes.Finish(1, value));
+  EXPECT_TRUE(hashes.Finish(2, value));
+  expected = ContentHash(true);
+  expected.Update(small.data(), small.size());
+  EXPECT_EQ(expected.Value(), value);
+}
+
+TEST(ClipHashes, EndWhenNobodyWantsThemAnyMore) {
+  const support::TempDir folder;
+  support::WriteFile(folder / "large", Bytes(70'000'000, 7));
+  ClipHashes hashes({folder / "large"}, false);
+}
+
+TEST(ClipLayout, KnowsAClipByItsBoxes) {
+  const Bytes clip = support::Clip(30).Build();
+  EXPECT_TRUE(LayoutOf(clip).isClip);
+  EXPECT_THAT(LayoutOf(clip).media, SizeIs(1));
+  Bytes cut = clip;
+  cut.pop_back();
+  EXPECT_FALSE(LayoutOf(cut).isClip);
+  EXPECT_FALSE(LayoutOf(clip + Bytes{0}).isClip);
+  EXPECT_FALSE(LayoutOf(support::Box("ftyp", {support::Text("heic")})).isClip);
+  EXPECT_TRUE(LayoutOf(support::Box("moof")).isClip);
+  EXPECT_FALSE(LayoutOf({}).isClip);
+  EXPECT_FALSE(LayoutOf(support::Box("moov") + support::U32(1) + support::Text("mdat")).isClip);
+}
+
+TEST(FileList, NamesAllThatLiesBelow) {
+  const support::TempDir folder;
+  fs::create_directories(folder / ".hidden/deep");
+  support::WriteFile(folder / ".hidden/deep/a", {1});
+  support::WriteFile(folder / "b", {});
+  fs::create_symlink("b", folder / "link");
+  fs::create_directory_symlink(".hidden", folder / "again");
+  const FileList list = ListFiles(folder.path());
+  ASSERT_THAT(list.files, SizeIs(2));
+  EXPECT_EQ(folder / ".hidden/deep/a", list.files[0].path);
+  EXPECT_EQ(1, list.files[0].stamp.size);
+  EXPECT_THAT(list.leftAside, SizeIs(2));
+  EXPECT_THAT(list.unreadable, IsEmpty());
+  EXPECT_THAT(ListFiles(folder / "none").unreadable, SizeIs(1));
+  EXPECT_THAT(ListFiles(folder / "b").unreadable, SizeIs(1));
+}
+
+TEST(SharedBlocks, AreThoseOfOneFileSystem) {
+  SharedBlocks blocks;
+  blocks.Add(On(1), {{100, 200, false}, {300, 400, true}});
+  EXPECT_TRUE(blocks.Touch(On(1), {{0, 50, false}, {199, 250, false}}));
+  EXPECT_FALSE(blocks.Touch(On(1), {{200, 300, false}, {400, 500, false}}));
+  EXPECT_FALSE(blocks.Touch(On(2), {{100, 200, true}}));
+  EXPECT_FALSE(blocks.Touch(On(2), {{300, 400, false}}));
+  // Parts of one file system may go by different numbers.
+  EXPECT_TRUE(blocks.Touch(On(2), {{350, 360, true}}));
+  blocks.Add(On(1), {{0, 1000, false}});
+  EXPECT_TRUE(blocks.Touch(On(1), {{900, 901, false}}));
+}
+
+TEST(MediaChains, FindTheRowThatFillsARange) {
+  const support::TempDir folder;
+  const Bytes a(5000, 1);
+  const Bytes b(70, 2);
+  const Bytes c = Bytes(5000, 1) + Bytes(10, 9);
+  support::WriteFile(folder / "clips", a + b + c);
+  support::WriteFile(folder / "merged", Bytes(3, 0) + c + b + a);
+  FileBytes clips(folder / "clips");
+  FileBytes merged(folder / "merged");
+  MediaChains chains;
+  chains.Add(10, clips, {{0, a.size()}});
+  chains.Add(11, clips, {{a.size(), b.size()}});
+  chains.Add(12, clips, {{a.size() + b.size(), c.size()}});
+  std::vector<std::size_t> row;
+  const auto accept = [&row](const std::vector<std::size_t>& found) {
+    row = found;
+    return true;
+  };
+  EXPECT_TRUE(chains.Find(merged, {3, a.size() + b.size() + c.size()}, accept));
+  EXPECT_THAT(row, ElementsAre(12, 11, 10));
+  EXPECT_FALSE(chains.Find(merged, {3, c.size() + b.size() + 1}, accept));
+  EXPECT_THAT(chains.Beginning(), ElementsAre(12, 11));
+  EXPECT_FALSE(chains.Find(merged, {3, 0}, accept));
+}
+
+}  // namespace
