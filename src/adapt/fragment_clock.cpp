@@ -119,8 +119,6 @@ class MovieClock {
   std::uint32_t scale_ = 0;
   // Ticks a second.
   std::uint64_t clock_ = 0;
-  // How many ticks a second all time scales count whole.
-  std::uint64_t slow_ = 0;
 };
 
 bool MovieClock::Take(std::string& why) {
@@ -156,12 +154,10 @@ bool MovieClock::Take(std::string& why) {
 
 bool MovieClock::FindClock() {
   clock_ = scale_;
-  slow_ = scale_;
   for (const ClockTrack& track : tracks_) {
     if (!track.HasSamples()) continue;
     const std::uint64_t step = track.scale / std::gcd(clock_, std::uint64_t{track.scale});
     if (__builtin_mul_overflow(clock_, step, &clock_) || clock_ > kFastestClock) return false;
-    slow_ = std::gcd(slow_, std::uint64_t{track.scale});
   }
   return true;
 }
@@ -181,29 +177,24 @@ Ticks MovieClock::CommonWait() const {
 }
 
 // What is decoded first stands at time 0 of the tables, and was at `origin`. What was hidden before
-// the list's media time stays hidden.
+// the list's media time stays hidden. A list begins with what is shown first: before that the media
+// shows nothing, and programs differ in how they take it.
 bool MovieClock::MoveTrack(ClockTrack& track, Ticks common) {
   const auto origin = static_cast<std::int64_t>(track.track->origin);
-  Ticks mediaTime = OfTrack(track, std::max<std::int64_t>(0, track.mediaTime - origin));
-  Ticks wait = OfMovie(track.wait) + OfTrack(track, origin - track.mediaTime) + mediaTime - common;
-  if (wait < 0) {
-    mediaTime -= wait;
-    wait = 0;
-  }
-  const Ticks unit = OfTrack(track, 1);
-  if (mediaTime % unit != 0) return false;
-  const auto from = static_cast<std::int64_t>(mediaTime / unit);
-  if (wait == 0 && from == 0) {
-    track.edits.clear();
-    return true;
-  }
-  const Ticks movieUnit = OfMovie(1);
-  if (wait % movieUnit != 0) {
+  // When time 0 of the tables is shown.
+  const Ticks zero = OfMovie(track.wait) + OfTrack(track, origin - track.mediaTime) - common;
+  const std::int64_t hidden = std::max<std::int64_t>(0, track.mediaTime - origin);
+  track.edits.clear();
+  // No list can show what is before time 0.
+  if (track.first < 0) return false;
+  if (zero == 0 && hidden == 0) return true;
+  const std::int64_t from = std::max(hidden, track.first);
+  const Ticks wait = zero + OfTrack(track, from);
+  if (wait % OfMovie(1) != 0) {
     const auto wanted = static_cast<std::uint64_t>(
         clock_ / std::gcd(clock_, static_cast<std::uint64_t>(wait % clock_)));
     if (!ChangeScale(std::lcm(std::uint64_t{scale_}, wanted))) return false;
   }
-  track.edits.clear();
   if (wait != 0) {
     track.edits.push_back({static_cast<std::uint64_t>(wait / OfMovie(1)), -1, 0x10000});
   }
@@ -240,16 +231,9 @@ bool MovieClock::Move(std::string& why) {
     if (!track.isSimple || !showsAll) return false;
   }
   const Ticks common = CommonWait();
-  const auto moveAll = [&](Ticks by) {
-    return std::all_of(tracks_.begin(), tracks_.end(),
-                       [&](ClockTrack& track) { return !track.IsMoved() || MoveTrack(track, by); });
-  };
-  const auto before = tracks_;
-  if (moveAll(common)) return true;
-  // What no time scale counts whole is left as a wait of all tracks, of less than a tick of the
-  // clock that all count whole.
-  tracks_ = before;
-  return moveAll(common - common % static_cast<Ticks>(clock_ / slow_));
+  return std::all_of(tracks_.begin(), tracks_.end(), [&](ClockTrack& track) {
+    return !track.IsMoved() || MoveTrack(track, common);
+  });
 }
 
 // An edit that ends with the fragments gets the duration of what is shown.

@@ -140,7 +140,17 @@ TEST(FragmentClock, PrimingOfAnEarlierFragmentIsNotHiddenAgain) {
   const auto movie = MovieWith({sound, picture}, {{1, 100, 3, 40, 0}, {2, 100, 3, 40, 80}});
   ASSERT_TRUE(movie);
   EXPECT_FALSE(EditsOf(*movie, 0));
-  EXPECT_EQ(EditsOf(*movie, 1), (Edits{{150, 50, 0x10000}}));
+  EXPECT_EQ(EditsOf(*movie, 1), (Edits{{30, -1, 0x10000}, {120, 80, 0x10000}}));
+}
+
+TEST(FragmentClock, AListBeginsWithWhatIsShownFirst) {
+  AnnouncedTrack sound;
+  AnnouncedTrack picture;
+  picture.id = 2;
+  const auto movie = MovieWith({sound, picture}, {{1, 0, 3, 40, 0}, {2, 10, 3, 40, 80}});
+  ASSERT_TRUE(movie);
+  EXPECT_FALSE(EditsOf(*movie, 0));
+  EXPECT_EQ(EditsOf(*movie, 1), (Edits{{90, -1, 0x10000}, {120, 80, 0x10000}}));
 }
 
 TEST(FragmentClock, AListInPartsCannotBeMoved) {
