@@ -19,7 +19,7 @@ using Ticks = __int128;
 constexpr std::uint64_t kMost32Bits = 0xFFFFFFFF;
 constexpr std::uint64_t kFastestClock = 1ULL << 62;
 // In the movie's time scale.
-constexpr std::uint64_t kLongestList = 1ULL << 46;
+constexpr std::uint64_t kLongestList = 1ULL << 56;
 
 // A track beside its box.
 struct ClockTrack {
@@ -43,9 +43,11 @@ struct ClockTrack {
 
 bool ShowsMedia(const Edit& edit) { return edit.mediaTime >= 0; }
 
+// One more than the longest list where it is longer than that.
 std::uint64_t RoundedUp(Ticks value, std::uint32_t to, std::uint32_t from) {
-  const Ticks scaled = value * to;
-  return value <= 0 ? 0 : static_cast<std::uint64_t>((scaled + from - 1) / from);
+  if (value <= 0) return 0;
+  const Ticks scaled = (value * to + from - 1) / from;
+  return static_cast<std::uint64_t>(std::min(scaled, Ticks{kLongestList} + 1));
 }
 
 // Whether the times of a list can be reckoned with.
@@ -207,6 +209,7 @@ bool MovieClock::ChangeScale(std::uint64_t scale) {
   if (scale > kMost32Bits) return false;
   const std::uint64_t factor = scale / scale_;
   for (ClockTrack& track : tracks_) {
+    if (track.wait > kLongestList / factor) return false;
     track.wait *= factor;
     for (Edit& edit : track.edits) {
       if (edit.duration > kLongestList / factor) return false;
@@ -254,6 +257,7 @@ bool MovieClock::Write() {
       duration = 0;
       for (const Edit& edit : track.edits) duration += edit.duration;
     }
+    if (duration > kLongestList) return false;
     longest = std::max(longest, duration);
     WriteEdits(*track.box, track.edits);
     if (!WriteTrackHeader(*track.box->Child(FourCc("tkhd")), {track.track->id, duration}) ||
@@ -268,7 +272,9 @@ bool MovieClock::Set(std::string& why) {
   if (!Take(why)) return false;
   const bool isMoved = std::any_of(tracks_.begin(), tracks_.end(),
                                    [](const ClockTrack& track) { return track.IsMoved(); });
-  return (!isMoved || Move(why)) && Write();
+  if (isMoved && !Move(why)) return false;
+  why = "has samples that last longer than its clock counts";
+  return Write();
 }
 
 }  // namespace

@@ -45,6 +45,9 @@ struct JoinOptions {
   // steps of all jobs; where it answers false, the merge that is going on leaves nothing behind,
   // and what is left is not run.
   SafeMergeOptions merge;
+  // Replaces, and removes, results that hold a part of a recording once the result that holds more
+  // of it is there. Only what is byte for byte what the clips of that part give is touched.
+  bool update = false;
   // What is written beside each result, those that are there already too; in place of a companion.
   KeepOptions keep{};
 };

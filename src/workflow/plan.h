@@ -29,6 +29,14 @@ enum class LeftOut {
 // what is not left out.
 CLIPCHAIN_API std::string_view LeftOutName(LeftOut leftOut);
 
+// A result of an earlier join that holds a part of a recording.
+struct EarlierJoin {
+  std::string path;
+  // Which inputs of the job are in it: `count` from `first` on.
+  std::size_t first;
+  std::size_t count;
+};
+
 // One sequence.
 struct Job {
   std::vector<std::string> inputs;                 // in the order of recording
@@ -38,7 +46,8 @@ struct Job {
   bool closedAtTail = true;                        // nothing is missing behind
   long long size = 0;                              // of the inputs together, in bytes
   LeftOut leftOut = LeftOut::kNo;
-  Findings findings;  // what is special about it, above all why it is left out
+  std::vector<EarlierJoin> earlier;  // in the folder of the results
+  Findings findings;                 // what is special about it, above all why it is left out
 };
 
 struct PlanOptions {

@@ -162,6 +162,11 @@ TEST(FragmentClock, AListInPartsCannotBeMoved) {
   EXPECT_TRUE(MovieWith({track, other}, {{1, 0, 3, 40, 0}, {2, 10, 3, 40, 0}}));
 }
 
+TEST(FragmentClock, ADurationThatNoClockCountsIsRefused) {
+  EXPECT_TRUE(MovieWith({AnnouncedTrack{}}, {{1, 0, 2000, 0xFFFFFFFF, 0}}, 1000));
+  EXPECT_FALSE(MovieWith({AnnouncedTrack{}}, {{1, 0, 8000, 0xFFFFFFFF, 0}}, 0xFFFFFFFF));
+}
+
 TEST(FragmentClock, AMovieWhoseClockStandsStillIsRefused) {
   EXPECT_FALSE(MovieWith({AnnouncedTrack{}}, {{1, 0, 1, 40, 0}}, 0));
 }

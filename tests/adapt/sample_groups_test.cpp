@@ -128,6 +128,23 @@ TEST(SampleGroups, AFragmentSpeaksOfTheMoviesDescriptionsAndOfItsOwn) {
   EXPECT_EQ(groups.LeftOut(), std::set<unsigned int>{FourCc("roll")});
 }
 
+TEST(SampleGroups, MoreKindsThanAnyFileHasAreLeftOut) {
+  Bytes boxes;
+  for (std::uint32_t i = 0; i < 65; ++i) {
+    boxes = boxes + FullBox("sgpd", 1, 0, {U32(i + 1), U32(1), U32(1), Hex("01")});
+  }
+  SampleGroups groups;
+  groups.Append(TableOf({boxes}), 1);
+  EXPECT_EQ(groups.LeftOut(), std::set<unsigned int>{65});
+  Bytes parameters = Rolls({7});
+  for (std::uint32_t i = 0; i < 65; ++i) {
+    parameters = parameters + FullBox("sbgp", 1, 0, {Text("roll"), U32(i), U32(0)});
+  }
+  SampleGroups other;
+  other.Append(TableOf({parameters}), 1);
+  EXPECT_EQ(other.LeftOut(), std::set<unsigned int>{FourCc("roll")});
+}
+
 TEST(SampleGroups, TablesThatSpeakOfWhatIsNotThereAreLeftOut) {
   for (const Bytes& wrong :
        {Rolls({7}) + Groups({{4, 1}}), Rolls({7}) + Groups({{1, 2}}), Groups({{1, 1}}),

@@ -57,6 +57,14 @@ TEST(TableForms, OneSizeThatMeetsATableIsSpelledOut) {
   EXPECT_EQ(Written(second), Written(TableOf(kTable)));
 }
 
+TEST(TableForms, SpellsOutOnlyWhatMemoryCanTake) {
+  RawBox first = TableOf(FullBox("stsz", 0, 0, {U32(4), U32(0x10000001)}));
+  RawBox second = TableOf(kTable + FullBox("stss", 0, 0, {U32(0)}) + FullBox("sdtp", 0, 0, {}));
+  const Bytes before = Written(first);
+  for (const FormChange& change : GiveOneForm({&first, &second})) EXPECT_EQ(change.table, 1u);
+  EXPECT_EQ(Written(first), before);
+}
+
 TEST(TableForms, OffsetsThatOneLacksAreZeros) {
   RawBox first = TableOf(kTable);
   RawBox second = TableOf(kTable + FullBox("ctts", 0, 0, {U32(1), U32(2), U32(9)}));

@@ -190,13 +190,26 @@ class MessageCheck(HouseCheck):
     HEAD = "| name | what it says | cause | remedy |\n|---|---|---|---|\n"
     ROW = "| `cut-off` | It ends. | A copy. | Copy it. |\n"
 
-    def faults_of(self, listed, page):
+    def faults_of(self, listed, page, tests="kCutOff kPutOff kCut"):
         self.write("src/workflow/messages.inc", listed)
         self.write("docs/messages.md", self.HEAD + page)
+        self.write("tests/a_test.cpp", tests)
         return messages.check(self.root)
 
     def test_passes_a_message_that_is_explained(self):
         self.assertEqual([], self.faults_of(self.LISTED, self.ROW))
+
+    def test_refuses_a_message_without_a_test(self):
+        faults = self.faults_of(self.LISTED, self.ROW, "kCutOffElsewhere")
+        self.assertEqual(["src/workflow/messages.inc: no test knows cut-off"], faults)
+        self.assertEqual([], self.faults_of(self.LISTED, self.ROW, '{"cut-off", 1}'))
+
+    def test_refuses_a_number_that_is_not_the_programs(self):
+        self.write("src/workflow/plan_file.h", "size_t kLargestPlan = std::size_t{64} << 20;")
+        listed = 'CLIPCHAIN_MESSAGE(kPlanInvalid, "plan-invalid", Severity::kRisk)\n'
+        row = "| `plan-invalid` | More than 64 MiB. | A copy. | Copy it. |\n"
+        self.assertEqual([], self.faults_of(listed, row, "kPlanInvalid"))
+        self.assertEqual(1, len(self.faults_of(listed, row.replace("64", "32"), "kPlanInvalid")))
 
     def test_passes_a_message_over_several_lines(self):
         listed = 'CLIPCHAIN_MESSAGE(kCutOff,\n    "cut-off", Severity::kRisk)\n'

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Checks that docs/messages.md explains every message that the workflow can give, and no other.
+"""Checks that docs/messages.md explains every message that the workflow can give, and no other, that
+a test knows each of them, and that numbers on the page are those of the program.
 
     messages.py ROOT
 
@@ -18,6 +19,15 @@ LISTED = re.compile(
 )
 INVOKED = re.compile(r"^CLIPCHAIN_MESSAGE\(", re.M)
 CELLS = ["name", "what it says", "cause", "remedy"]
+# Numbers on the page: the message, the constant and where it stands, and how the page writes it.
+NUMBERS = [
+    ("movie-too-large", "kLeastUnloadedBoxSize", "src/reader/mp4_file.h", "{:,} bytes"),
+    ("sample-sizes-too-many", "kMostSampleSizes", "src/merge/mp4_merge.h", "2^{log2} samples"),
+    ("track-drift", "kNoticeableDrift", "src/workflow/checks/drift_check.h", "above {} ms"),
+    ("track-drift", "kDisturbingDrift", "src/workflow/checks/drift_check.h", "above {} ms"),
+    ("plan-invalid", "kLargestPlan", "src/workflow/plan_file.h", "{mib} MiB"),
+    ("plan-unwritable", "kLargestPlan", "src/workflow/plan_file.h", "{mib} MiB"),
+]
 BETWEEN_CELLS = re.compile(r"(?<!\\)\|")
 
 
@@ -51,6 +61,39 @@ def camel(name):
     return "".join(word.capitalize() for word in name.split("-"))
 
 
+def constant(root, name, path):
+    """The value of a constant: a number, or a power of two written as a shift; None without it."""
+    text = (root / path).read_text(encoding="utf-8")
+    found = re.search(rf"\b{name} =\s*([^;]+);", text)
+    shift = found and re.fullmatch(r"std::size_t\{(\d+)\} << (\d+)", found[1])
+    if shift:
+        return int(shift[1]) << int(shift[2])
+    return int(found[1]) if found and found[1].isdigit() else None
+
+
+def number_faults(root, page):
+    told = {cells[0].strip("`"): " ".join(cells) for _, cells in rows(page)}
+    for message, name, path, form in NUMBERS:
+        if message not in told:
+            continue
+        value = constant(root, name, path)
+        if value is None:
+            yield f"{path}: there is no number {name}"
+            continue
+        words = form.format(value, log2=value.bit_length() - 1, mib=value >> 20)
+        if words not in told[message]:
+            yield f"{PAGE}: {message} does not say \"{words}\", which is {name} of {path}"
+
+
+def untested(root, listed):
+    """The messages that no test names."""
+    tests = [path for path in (root / "tests").rglob("*") if path.suffix in (".cpp", ".h", ".py")]
+    texts = "\n".join(path.read_text(encoding="utf-8") for path in tests)
+    for identifier, name, _ in listed:
+        if not re.search(rf"\bk{identifier}\b|[\"'`(]{name}[\"'`)]", texts):
+            yield f"{LIST}: no test knows {name}"
+
+
 def check(root):
     list_text = (root / LIST).read_text(encoding="utf-8")
     page = (root / PAGE).read_text(encoding="utf-8")
@@ -69,6 +112,8 @@ def check(root):
     faults += [f"{PAGE}: {name} is explained twice" for name in repeated(explained)]
     faults += [f"{PAGE}: {name} is not explained" for name in sorted(set(names) - set(explained))]
     faults += [f"{PAGE}: there is no message {name}" for name in sorted(set(explained) - set(names))]
+    faults += number_faults(root, page)
+    faults += untested(root, listed)
     return faults
 
 

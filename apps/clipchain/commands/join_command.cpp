@@ -53,11 +53,8 @@ std::size_t CountJobs(const JoinPlan& plan) {
                     [](const Job& job) { return job.leftOut == LeftOut::kNo; }));
 }
 
-// Nothing was found to join, and something could not be read.
-bool IsHopeless(const JoinPlan& plan) { return plan.jobs.empty() && LeavesOut(plan); }
-
 int PlanCode(const JoinPlan& plan) {
-  if (IsHopeless(plan)) return kFailed;
+  if (plan.jobs.empty()) return kFailed;
   return LeavesOut(plan) ? kIncomplete : kDone;
 }
 
@@ -94,8 +91,9 @@ int RunJobs(const JoinCommand& command, const JoinPlan& plan) {
   options.merge.removeLeftover = LeftoverQuestion(command.removeLeftovers, command.json, line);
   const JoinReport report = Join(plan, options);
   line.Clear();
-  const std::string text =
-      command.json ? JoinJson(plan, &report) : JoinTable(plan, report, Paint(stdout));
+  const std::string text = command.json
+                               ? JoinJson(plan, &report)
+                               : JoinTable(plan, report, command.plan.folder, Paint(stdout));
   Print(text);
   const bool whole = std::all_of(report.jobs.begin(), report.jobs.end(), [](const JobReport& job) {
     return job.outcome != Outcome::kFailed && job.outcome != Outcome::kNotRun;
@@ -153,6 +151,8 @@ void AddJoinCommand(CLI::App& tool, int& exitCode) {
                   "N\" merges recording N"))
       ->type_name("FILE")
       ->excludes(dryRun);
+  command->add_flag("--update", options->join.update,
+                    "Replace results that hold a part of a recording once more of it is joined");
   AddMergeSettings(*command, options->join.merge);
   AddKeepSettings(*command, options->join.keep);
   command->add_flag("--remove-leftovers", options->removeLeftovers,

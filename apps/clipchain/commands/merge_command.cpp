@@ -18,6 +18,7 @@
 #include "clipchain/terminal/standard_output.h"
 #include "clipchain/terminal/stop_signals.h"
 #include "clipchain/tool.h"
+#include "workflow/clip_order.h"
 #include "workflow/clips/clip_json.h"
 #include "workflow/findings/clip_words.h"
 #include "workflow/safe_merge.h"
@@ -32,6 +33,7 @@ struct MergeOptions {
   SafeMergeOptions merge;
   KeepOptions keep;
   std::vector<std::string> job;  // in place of inputs and output
+  bool sort = false;
   bool removeLeftovers = false;
   bool json = false;
 };
@@ -69,6 +71,13 @@ void PrintReport(const MergeOptions& options, const JobResult& result, double se
                     Shown(options.merge.check.output), Amount(report.size), seconds));
 }
 
+// The clips in the order in which they were recorded; what keeps them from it.
+Findings Sort(std::vector<std::string>& inputs) {
+  ClipOrder order = SortClips(inputs);
+  inputs = std::move(order.clips);
+  return std::move(order.findings);
+}
+
 int Run(MergeOptions options) {
   NoteStopSignals();
   Job job;
@@ -76,6 +85,14 @@ int Run(MergeOptions options) {
     if (!FindJob(options.job, job)) return kFailed;
     options.inputs = job.inputs;
     options.merge.check.output = job.output;
+  }
+  if (options.sort) {
+    JobResult unsorted;
+    unsorted.merge.findings = Sort(options.inputs);
+    if (!unsorted.merge.findings.empty()) {
+      PrintReport(options, unsorted, 0);
+      return kFailed;
+    }
   }
   ProgressLine line(stderr);
   MergeProgress progress(options.inputs.size(), line);
@@ -107,8 +124,11 @@ void AddMergeCommand(CLI::App& tool, int& exitCode) {
           ->type_name("IN");
   CLI::Option* overwrite = command->add_flag("--overwrite", options->merge.check.overwrite,
                                              "Replace OUT once the new file is complete");
+  CLI::Option* sort =
+      command->add_flag("--sort", options->sort,
+                        "Put the clips in the order in which they were recorded, if they tell it");
   CLI::Option* job = AddJobOption(*command, options->job);
-  for (CLI::Option* option : {output, clips, overwrite}) job->excludes(option);
+  for (CLI::Option* option : {output, clips, overwrite, sort}) job->excludes(option);
   AddMergeSettings(*command, options->merge);
   AddKeepSettings(*command, options->keep);
   command->add_flag("--remove-leftovers", options->removeLeftovers,

@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <map>
+#include <string_view>
 
 #include "clipchain/output/finding_output.h"
 #include "clipchain/output/table_cells.h"
@@ -60,6 +62,18 @@ std::string NumberOf(const Job& job, std::size_t& number) {
   return job.leftOut == LeftOut::kNo ? std::to_string(++number) : "-";
 }
 
+bool IsUnidentified(const Job& job) {
+  return std::any_of(job.findings.begin(), job.findings.end(), [](const Finding& finding) {
+    return finding.message == Message::kClipUnidentified;
+  });
+}
+
+std::size_t UnreadableClips(const JoinPlan& plan) {
+  return static_cast<std::size_t>(std::count_if(
+      plan.findings.begin(), plan.findings.end(),
+      [](const Finding& finding) { return finding.message == Message::kInputUnreadable; }));
+}
+
 // "2 merged, 1 failed"; what does not occur is not counted.
 std::string CountText(const JoinPlan& plan, const JoinReport& report) {
   std::string text;
@@ -84,6 +98,51 @@ std::string CountText(const JoinPlan& plan, const JoinReport& report) {
   const auto copies = std::count_if(plan.jobs.begin(), plan.jobs.end(), isCopy);
   add(copies, copies == 1 ? "copy left out" : "copies left out");
   return text.empty() ? "nothing to join" : text;
+}
+
+std::string_view WhyNotKept(const Job& job, const JobReport& report) {
+  if (report.outcome == Outcome::kFailed) return "of recordings that failed";
+  if (report.outcome == Outcome::kNotRun) return "of recordings that were not reached";
+  switch (job.leftOut) {
+    case LeftOut::kSingle:
+      return IsUnidentified(job) ? "without identifiers" : "single (--all takes it along)";
+    case LeftOut::kIncomplete:
+      return "of incomplete recordings (--incomplete joins what there is)";
+    case LeftOut::kCopy:
+      return "copies of others";
+    default:
+      return "contradictory";
+  }
+}
+
+// "12 of 15 clips are in DIR; 3 are not: 1 single (--all takes it along), 2 without identifiers".
+std::string KeptText(const JoinPlan& plan, const JoinReport& report, const std::string& folder) {
+  std::size_t clips = 0;
+  std::size_t kept = 0;
+  std::map<std::string_view, std::size_t> others;
+  for (std::size_t i = 0; i < plan.jobs.size(); ++i) {
+    const Outcome outcome = report.jobs[i].outcome;
+    const std::size_t count = plan.jobs[i].inputs.size();
+    clips += count;
+    if (outcome == Outcome::kMerged || outcome == Outcome::kAlready) {
+      kept += count;
+    } else {
+      others[WhyNotKept(plan.jobs[i], report.jobs[i])] += count;
+    }
+  }
+  const std::size_t unreadable = UnreadableClips(plan);
+  clips += unreadable;
+  if (unreadable != 0) others["that can't be read"] += unreadable;
+  std::string text = fmt::format("{} of {} {} in {}", kept, clips,
+                                 clips == 1 ? "clip is" : "clips are", Shown(folder));
+  if (others.empty()) return text;
+  text += fmt::format("; {} {} not: ", clips - kept, clips - kept == 1 ? "is" : "are");
+  std::string_view separator;
+  for (const auto& [why, count] : others) {
+    text += fmt::format("{}{} {}", separator, count, why);
+    separator = ", ";
+  }
+  return text;
 }
 
 Json ReportJson(const Job& job, const JobReport* report, std::size_t& number) {
@@ -119,7 +178,8 @@ std::string PlanTable(const JoinPlan& plan, const Paint& paint) {
   return text + FindingsText(plan.findings, paint);
 }
 
-std::string JoinTable(const JoinPlan& plan, const JoinReport& report, const Paint& paint) {
+std::string JoinTable(const JoinPlan& plan, const JoinReport& report, const std::string& folder,
+                      const Paint& paint) {
   std::string text;
   std::size_t number = 0;
   for (std::size_t i = 0; i < report.jobs.size(); ++i) {
@@ -134,7 +194,7 @@ std::string JoinTable(const JoinPlan& plan, const JoinReport& report, const Pain
     const auto planned = static_cast<std::ptrdiff_t>(plan.jobs[i].findings.size());
     text += Indented({job.findings.begin() + planned, job.findings.end()}, paint);
   }
-  return text + '\n' + CountText(plan, report) + '\n';
+  return text + '\n' + CountText(plan, report) + '\n' + KeptText(plan, report, folder) + '\n';
 }
 
 std::string JoinJson(const JoinPlan& plan, const JoinReport* report) {

@@ -14,7 +14,8 @@ std::string PlanTable(const JoinPlan& plan, const Paint& paint);
 
 // A table with a row for each job that was not left out, what there is to say about it below it,
 // and a line that counts.
-std::string JoinTable(const JoinPlan& plan, const JoinReport& report, const Paint& paint);
+std::string JoinTable(const JoinPlan& plan, const JoinReport& report, const std::string& folder,
+                      const Paint& paint);
 
 // Both for programs; `report` is null where nothing was run. docs/json.md has the fields.
 std::string JoinJson(const JoinPlan& plan, const JoinReport* report);

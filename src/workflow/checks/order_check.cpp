@@ -19,6 +19,8 @@ namespace {
 
 using Indices = std::vector<std::size_t>;
 
+constexpr std::size_t kMostNames = 8;
+
 bool IsNone(const _GUID& id) { return MP4G::IsZeroIdentifier(id); }
 
 class OrderCheck {
@@ -32,6 +34,19 @@ class OrderCheck {
     if (DecidedByIdentifiers()) return;
     CheckTimecodes();
     CheckDates();
+  }
+
+  // By the strongest evidence that all clips have.
+  std::optional<Indices> Order() {
+    FindChains();
+    if (DecidedByIdentifiers()) return chains_.front();
+    if (!marked_.empty()) return std::nullopt;
+    const Indices timed = Timed();
+    if (timed.size() == clips_.size()) {
+      if (Indices running = Continuation(timed); !running.empty()) return running;
+    }
+    const Indices dated = Dated();
+    return dated.size() == clips_.size() ? std::optional(ByDate(dated)) : std::nullopt;
   }
 
  private:
@@ -84,10 +99,17 @@ class OrderCheck {
     SortChains();
     Indices better;
     for (const Chain& chain : chains_) better.insert(better.end(), chain.begin(), chain.end());
+    const bool proven = std::any_of(chains_.begin(), chains_.end(), [](const Chain& chain) {
+      return !std::is_sorted(chain.begin(), chain.end());
+    });
     if (better != marked_)
       Doubt(better, chains_.size() == 1 ? "their identifiers" : "their identifiers and dates",
-            marked_);
-    for (std::size_t i = 1; i < chains_.size(); ++i) CheckGap(chains_[i - 1], chains_[i]);
+            marked_, proven ? Message::kOrderWrong : Message::kOrderDoubtful);
+    Indices heads;
+    for (std::size_t i = 1; i < chains_.size(); ++i) {
+      if (!IsGap(chains_[i - 1], chains_[i])) heads.push_back(chains_[i].front());
+    }
+    if (!heads.empty()) SayWhatIsMixed(heads);
   }
 
   // By their dates where all have one, else as they begin in the order given. Equal dates leave the
@@ -105,24 +127,29 @@ class OrderCheck {
     });
   }
 
-  void CheckGap(const Chain& before, const Chain& behind) {
+  // Whether a clip is missing between the two, which is said then.
+  bool IsGap(const Chain& before, const Chain& behind) {
     const OrderFacts& last = clips_[before.back()];
     const OrderFacts& first = clips_[behind.front()];
-    FileFindings& findings = findings_[behind.front()];
-    if (!IsNone(last.next) && !IsNone(first.previous)) {
-      findings.Add(
-          Message::kClipMissing,
-          fmt::format("does not follow {}: that one names the clip {} as the next, and "
-                      "this one the clip {} as the one before",
-                      Name(before.back()), GuidWords(last.next), GuidWords(first.previous)),
-          "find the missing clip, or merge the parts one by one");
-      return;
-    }
-    findings.Add(Message::kOtherRecording,
-                 fmt::format("belongs to another recording than {}: {}", Name(before.back()),
-                             IsNone(last.next) ? "that one says that it is the last of its own"
-                                               : "this one says that it is the first of its own"),
-                 "merge each recording by itself");
+    if (IsNone(last.next) || IsNone(first.previous)) return false;
+    findings_[behind.front()].Add(
+        Message::kClipMissing,
+        fmt::format("does not follow {}: that one names the clip {} as the next, and "
+                    "this one the clip {} as the one before",
+                    Name(before.back()), GuidWords(last.next), GuidWords(first.previous)),
+        "find the missing clip, or merge the parts one by one");
+    return true;
+  }
+
+  // Once for all of them: a whole card may have been named.
+  void SayWhatIsMixed(Indices heads) {
+    const std::size_t second = heads.front();
+    heads.insert(heads.begin(), chains_.front().front());
+    findings_[second].Add(
+        Message::kOtherRecording,
+        fmt::format("begins another recording: the list mixes {}, which begin with {}",
+                    heads.size(), Names(heads)),
+        "merge each recording by itself; \"clipchain join FOLDER -o DIR\" does that for all");
   }
 
   bool DecidedByIdentifiers() const {
@@ -131,17 +158,28 @@ class OrderCheck {
 
   // The clips in an order that is `better`; `given` are the same clips as they stand. What was said
   // by stronger evidence is not said again.
-  void Doubt(const Indices& better, const char* evidence, const Indices& given) {
+  void Doubt(const Indices& better, const char* evidence, const Indices& given,
+             Message message = Message::kOrderDoubtful) {
     if (better == told_) return;
     told_ = better;
     const auto [place, unused] = std::mismatch(given.begin(), given.end(), better.begin());
-    std::string names;
-    for (const std::size_t i : better) names += (names.empty() ? "" : ", ") + Name(i);
     findings_[*place].Add(
-        Message::kOrderDoubtful,
+        message,
         fmt::format("stands where {} should stand, as {} say",
                     Name(better[static_cast<std::size_t>(place - given.begin())]), evidence),
-        fmt::format("give the clips in this order: {}", names));
+        better.size() <= kMostNames
+            ? fmt::format("let --sort put them in order: {}", Names(better))
+            : "let --sort put them in order, or merge whole cards with \"clipchain join FOLDER -o "
+              "DIR\"");
+  }
+
+  // As many as a person reads.
+  std::string Names(const Indices& clips) const {
+    std::string names;
+    for (std::size_t i = 0; i < std::min(clips.size(), kMostNames); ++i)
+      names += (i == 0 ? "" : ", ") + Name(clips[i]);
+    if (clips.size() > kMostNames) names += fmt::format(" and {} more", clips.size() - kMostNames);
+    return names;
   }
 
   std::string Name(std::size_t index) const { return Shown(findings_[index].Path()); }
@@ -222,11 +260,16 @@ class OrderCheck {
     return order.size() == timed.size() ? order : Indices();
   }
 
-  void CheckTimecodes() {
+  Indices Timed() const {
     Indices timed;
     for (std::size_t i = 0; i < clips_.size(); ++i) {
       if (clips_[i].timecode) timed.push_back(i);
     }
+    return timed;
+  }
+
+  void CheckTimecodes() {
+    const Indices timed = Timed();
     if (timed.size() < 2) return;
     const Indices running = Continuation(timed);
     if (!running.empty()) {
@@ -240,17 +283,25 @@ class OrderCheck {
     if (sorted != timed) Doubt(sorted, "their timecodes", timed);
   }
 
-  void CheckDates() {
+  Indices Dated() const {
     Indices dated;
     for (std::size_t i = 0; i < clips_.size(); ++i) {
       if (clips_[i].date) dated.push_back(i);
     }
-    if (dated.empty()) return;
-    Indices sorted = dated;
-    std::stable_sort(sorted.begin(), sorted.end(), [this](std::size_t a, std::size_t b) {
+    return dated;
+  }
+
+  // Equal dates leave the order as it is.
+  Indices ByDate(Indices dated) const {
+    std::stable_sort(dated.begin(), dated.end(), [this](std::size_t a, std::size_t b) {
       return IsoDate(*clips_[a].date) < IsoDate(*clips_[b].date);
     });
-    if (sorted != dated) Doubt(sorted, "their dates", dated);
+    return dated;
+  }
+
+  void CheckDates() {
+    const Indices dated = Dated();
+    if (const Indices sorted = ByDate(dated); sorted != dated) Doubt(sorted, "their dates", dated);
   }
 
   const std::vector<OrderFacts>& clips_;
@@ -264,6 +315,11 @@ class OrderCheck {
 
 void CheckOrder(const std::vector<OrderFacts>& clips, std::vector<FileFindings>& findings) {
   OrderCheck(clips, findings).Run();
+}
+
+std::optional<std::vector<std::size_t>> RecordedOrder(const std::vector<OrderFacts>& clips) {
+  std::vector<FileFindings> unsaid(clips.size(), FileFindings(""));
+  return OrderCheck(clips, unsaid).Order();
 }
 
 }  // namespace clipchain

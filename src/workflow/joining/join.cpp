@@ -48,6 +48,7 @@ class Joining {
   Joining(const JoinPlan& plan, const JoinOptions& options, const JobWork& calls)
       : plan_(plan),
         options_(options.merge),
+        update_(options.update),
         keep_(options.keep),
         calls_(calls),
         perByte_(options.merge.verification == Verification::kFull ? 2 : 1) {
@@ -81,7 +82,7 @@ class Joining {
     Expect(WorkOf(job, exists));
     if (Tell(Step::Phase::kChecking, 0, 0)) {
       try {
-        report.outcome = exists ? Compare(job, report) : Merge(job, report);
+        report.outcome = exists ? LookAt(job, report) : Merge(job, report, false);
       } catch (const std::bad_alloc&) {
         report.outcome = Outcome::kFailed;
         report.findings.push_back(MakeFinding(Message::kOutOfMemory, job.output,
@@ -90,9 +91,77 @@ class Joining {
       }
     }
     const bool done = report.outcome == Outcome::kMerged || report.outcome == Outcome::kAlready;
+    if (done) LookAtParts(job, report);
     if (!done) Expect(told_);
     step_.current += work_[report_.jobs.size() - 1];
     told_ = 0;
+  }
+
+  // What to do about an output that is there already.
+  Outcome LookAt(const Job& job, JobReport& report) {
+    const auto part = std::find_if(job.earlier.begin(), job.earlier.end(),
+                                   [&](const EarlierJoin& e) { return e.path == job.output; });
+    if (part == job.earlier.end()) return Compare(job, report);
+    if (!update_) {
+      Finding finding =
+          PartFinding(job, *part, "--update replaces it once the longer one is verified");
+      finding.severity = Severity::kRefusal;
+      report.findings.push_back(std::move(finding));
+      return Outcome::kFailed;
+    }
+    return IsUntouched(job, *part, report) ? Merge(job, report, true) : Outcome::kFailed;
+  }
+
+  // Names the results that hold a part of what is whole now, or removes them.
+  void LookAtParts(const Job& job, JobReport& report) {
+    for (const EarlierJoin& part : job.earlier) {
+      if (part.path == job.output) continue;
+      if (!update_) {
+        report.findings.push_back(
+            PartFinding(job, part, "it is needed no more; --update removes it"));
+      } else if (IsUntouched(job, part, report)) {
+        Remove(part, report);
+      }
+    }
+  }
+
+  static Finding PartFinding(const Job& job, const EarlierJoin& part, const char* remedy) {
+    return MakeFinding(
+        Message::kEarlierJoin, part.path,
+        fmt::format("is an earlier, shorter join of the same recording: {} of its {} "
+                    "clips",
+                    part.count, job.inputs.size()),
+        remedy);
+  }
+
+  // Whether it is what its clips give, every byte, so that nobody has made something else of it.
+  bool IsUntouched(const Job& job, const EarlierJoin& part, JobReport& report) {
+    Job shorter;
+    const auto first = job.inputs.begin() + static_cast<std::ptrdiff_t>(part.first);
+    shorter.inputs.assign(first, first + static_cast<std::ptrdiff_t>(part.count));
+    shorter.output = part.path;
+    const Findings faults =
+        calls_.verify(shorter, [&](const Step&) { return Tell(Step::Phase::kVerifying, 0, 0); });
+    if (report_.stopped) return false;
+    if (!HoldsUp(faults, false)) return true;
+    report.findings.push_back(
+        MakeFinding(Message::kOutputDiffers, part.path,
+                    "was an earlier, shorter join of the same recording, but is not what its clips "
+                    "give any more; it stays as it is",
+                    "look at it, then rename or remove it"));
+    return false;
+  }
+
+  static void Remove(const EarlierJoin& part, JobReport& report) {
+    std::error_code error;
+    std::filesystem::remove(part.path, error);
+    Finding finding = MakeFinding(
+        Message::kEarlierJoin, part.path,
+        error ? "is an earlier, shorter join of the same recording, and can't be removed: " +
+                    error.message()
+              : "was an earlier, shorter join of the same recording, and is removed now",
+        error ? "remove it by hand" : "");
+    report.findings.push_back(std::move(finding));
   }
 
   Outcome Compare(const Job& job, JobReport& report) {
@@ -130,7 +199,7 @@ class Joining {
     return HoldsUp(faults, false) ? Outcome::kFailed : Outcome::kAlready;
   }
 
-  Outcome Merge(const Job& job, JobReport& report) {
+  Outcome Merge(const Job& job, JobReport& report, bool overwrite) {
     const std::string folder = std::filesystem::path(job.output).parent_path().string();
     if (const auto fault = folder.empty() ? std::nullopt : MakeFolder(folder)) {
       report.findings.push_back(*fault);
@@ -138,7 +207,7 @@ class Joining {
     }
     SafeMergeOptions options = options_;
     options.check.output = job.output;
-    options.check.overwrite = false;
+    options.check.overwrite = overwrite;
     const auto companion = keep_.Any() ? MakeCompanion(keep_) : nullptr;
     options.companion = companion.get();
     options.check.progress = [&](const Step& step) {
@@ -193,6 +262,7 @@ class Joining {
 
   const JoinPlan& plan_;
   const SafeMergeOptions& options_;
+  const bool update_;
   const KeepOptions& keep_;
   const JobWork& calls_;
   const int perByte_;            // how often a merge handles each byte

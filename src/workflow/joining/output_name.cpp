@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::size_t kLongestName = 255;  // bytes, on nearly every file system
 constexpr std::string_view kExtension = ".mp4";
+constexpr std::string_view kPartMark = "_incomplete";
 
 std::string StemOf(const std::string& path) {
   std::string name = path.substr(path.find_last_of('/') + 1);
@@ -42,26 +43,20 @@ std::string DatePart(const std::optional<MP4G::_tagSequenceTimedate>& date) {
 }
 
 std::string OutputStem(const std::optional<MP4G::_tagSequenceTimedate>& date,
-                       const std::string& firstClip, std::size_t room) {
+                       const std::string& firstClip, Extent extent, std::size_t room) {
   std::string stem = DatePart(date) + '_' + StemOf(firstClip);
   std::replace_if(
       stem.begin(), stem.end(), [](char c) { return !IsPortable(c); }, '_');
-  CutTo(stem, kLongestName - kExtension.size() - room);
-  return stem;
-}
-
-std::string Folded(std::string text) {
-  for (char& c : text) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return text;
+  const std::string_view mark = extent == Extent::kIncomplete ? kPartMark : "";
+  CutTo(stem, kLongestName - kExtension.size() - mark.size() - room);
+  return stem.append(mark);
 }
 
 }  // namespace
 
 std::string OutputName(const std::optional<MP4G::_tagSequenceTimedate>& date,
-                       const std::string& firstClip) {
-  return OutputStem(date, firstClip, 0).append(kExtension);
+                       const std::string& firstClip, Extent extent) {
+  return OutputStem(date, firstClip, extent, 0).append(kExtension);
 }
 
 std::string WithoutCount(const std::string& outputName) {
@@ -72,14 +67,32 @@ std::string WithoutCount(const std::string& outputName) {
   return counted ? outputName.substr(0, mark).append(kExtension) : outputName;
 }
 
+std::string WithoutMark(const std::string& outputName) {
+  const std::string end = std::string(kPartMark).append(kExtension);
+  return outputName.ends_with(end)
+             ? outputName.substr(0, outputName.size() - end.size()).append(kExtension)
+             : outputName;
+}
+
+std::string InLowerCase(std::string text) {
+  for (char& c : text) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return text;
+}
+
+bool OutputNames::Reserve(const std::string& name) {
+  return taken_.insert(InLowerCase(name)).second;
+}
+
 std::string OutputNames::Take(const std::optional<MP4G::_tagSequenceTimedate>& date,
-                              const std::string& firstClip) {
-  std::string name = OutputName(date, firstClip);
-  unsigned int& count = counts_.try_emplace(Folded(name), 1).first->second;
+                              const std::string& firstClip, Extent extent, const IsTaken& isTaken) {
+  std::string name = OutputName(date, firstClip, extent);
+  unsigned int& count = counts_.try_emplace(InLowerCase(name), 1).first->second;
   // A clip that is really called so may have taken a name with a count.
-  while (!taken_.insert(Folded(name)).second) {
+  while (isTaken(name) || !Reserve(name)) {
     const std::string suffix = fmt::format("_{}", ++count);
-    name = OutputStem(date, firstClip, suffix.size()).append(suffix).append(kExtension);
+    name = OutputStem(date, firstClip, extent, suffix.size()).append(suffix).append(kExtension);
   }
   return name;
 }

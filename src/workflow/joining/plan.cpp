@@ -3,13 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <map>
 #include <numeric>
 #include <set>
 
 #include "foundation/guid.h"
-#include "workflow/joining/output_name.h"
+#include "workflow/joining/name_outputs.h"
 #include "workflow/system/files.h"
 
 namespace clipchain {
@@ -167,16 +166,10 @@ JoinPlan Plan(const ScanReport& scan, const PlanOptions& options) {
   for (const std::size_t i : ByWorth(scan.sequences)) {
     plan.jobs[i].leftOut = census.Judge(scan.sequences[i], plan.jobs[i].findings);
   }
-  // Names do not depend on what is left out, so that they are the same under other options. Copies
-  // take no name away from what they are copies of.
-  OutputNames names;
   for (std::size_t i = 0; i < plan.jobs.size(); ++i) {
-    Job& job = plan.jobs[i];
-    if (job.leftOut == LeftOut::kNo) Decide(scan.sequences[i], options, job);
-    if (job.leftOut == LeftOut::kCopy || job.inputs.empty()) continue;
-    const std::filesystem::path folder(options.folder);
-    job.output = (folder / names.Take(job.date, job.inputs.front())).string();
+    if (plan.jobs[i].leftOut == LeftOut::kNo) Decide(scan.sequences[i], options, plan.jobs[i]);
   }
+  NameOutputs(scan.sequences, options.folder, plan.jobs);
   return plan;
 }
 

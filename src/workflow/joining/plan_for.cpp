@@ -56,7 +56,8 @@ std::map<std::string, const SequenceClip*> EarlierResults(const ScanReport& scan
   std::map<std::string, const SequenceClip*> results;
   for (const SequenceClip* clip : clips) {
     const std::string name = std::filesystem::path(clip->path).filename().string();
-    for (const std::string& candidate : {name, WithoutCount(name)}) {
+    for (const std::string& candidate :
+         {name, WithoutCount(name), WithoutMark(name), WithoutMark(WithoutCount(name))}) {
       const auto source = sources.find(Mark(candidate, *clip));
       if (source != sources.end() && source->second != clip)
         results.emplace(clip->path, source->second);
@@ -98,6 +99,10 @@ JoinPlan PlanFor(const std::vector<std::string>& operands, const PlanOptions& op
   JoinPlan plan = Plan(scan, options);
   plan.stopped = scan.stopped;
   plan.findings = std::move(findings);
+  if (plan.jobs.empty() && !plan.stopped && scan.rejected.empty())
+    plan.findings.push_back(MakeFinding(Message::kNoClips, operands.size() == 1 ? operands[0] : "",
+                                        operands.size() == 1 ? "has no clips" : "no clip was found",
+                                        "check the names; a card may not be mounted"));
   for (const UnreadablePath& path : found.unreadable)
     plan.findings.push_back(
         MakeFinding(Message::kInputUnreadable, path.path, path.reason, kCheckName));

@@ -5,7 +5,7 @@
 #include <set>
 
 #include "workflow/keeping/card_files.h"
-#include "workflow/keeping/clip_order.h"
+#include "workflow/keeping/card_order.h"
 #include "workflow/keeping/copy_proof.h"
 #include "workflow/keeping/kept_files.h"
 #include "workflow/keeping/result_proof.h"
@@ -22,7 +22,7 @@ class Proving {
   CardProof Run() {
     if (!Read()) return Failed();
     Meter meter(options_.progress, BytesToCompare());
-    ClipOrder order(cards_.Files());
+    CardOrder order(cards_.Files());
     ProveClips(order, meter);
     if (!options_.clipsOnly) ProveOthers(meter);
     if (meter.Stopped()) return Stopped();
@@ -43,18 +43,18 @@ class Proving {
                                           "run it again"));
     return Failed();
   }
-  void ProveClips(ClipOrder& order, Meter& meter);
+  void ProveClips(CardOrder& order, Meter& meter);
   void ProveOthers(Meter& meter);
   void TryResults(ResultProof& results, const Meter& meter, bool withArchive);
   void TryCopies(Meter& meter, bool clips);
-  void TryTwins(ClipOrder& order, Meter& meter);
+  void TryTwins(CardOrder& order, Meter& meter);
   long long BytesToCompare();
   bool NeedsMore(const CardFile& file) const {
     return file.isClip && (file.keeping == Keeping::kNot ||
                            (options_.whole && file.keeping != Keeping::kEveryByte));
   }
   bool ClipsNeedMore();
-  void Count(ClipOrder& order);
+  void Count(CardOrder& order);
   void Judge();
   void Doubt(const std::vector<ListedPath>& paths) {
     for (const ListedPath& path : paths) proof_.notKept.push_back({path.path, path.reason});
@@ -95,7 +95,7 @@ bool Proving::ClipsNeedMore() {
 }
 
 // What keeps most of a clip is looked at first, so that nothing is read twice.
-void Proving::ProveClips(ClipOrder& order, Meter& meter) {
+void Proving::ProveClips(CardOrder& order, Meter& meter) {
   ResultProof results(cards_, kept_, order, meter);
   TryResults(results, meter, true);
   TryCopies(meter, true);
@@ -123,7 +123,7 @@ void Proving::TryCopies(Meter& meter, bool clips) {
   }
 }
 
-void Proving::TryTwins(ClipOrder& order, Meter& meter) {
+void Proving::TryTwins(CardOrder& order, Meter& meter) {
   CopyProof copies(cards_, kept_, meter);
   std::vector<CardFile>& files = cards_.Files();
   for (std::size_t i = 0; i < files.size() && !meter.Stopped(); ++i) {
@@ -136,7 +136,7 @@ void Proving::TryTwins(ClipOrder& order, Meter& meter) {
 
 void Proving::ProveOthers(Meter& meter) { TryCopies(meter, false); }
 
-void Proving::Count(ClipOrder& order) {
+void Proving::Count(CardOrder& order) {
   for (const CardFile& file : cards_.Files()) {
     if (!file.isClip) {
       ++proof_.others;

@@ -35,7 +35,7 @@ std::vector<FitOptions> Variants() {
 
 }  // namespace
 
-ResultProof::ResultProof(CardFiles& cards, KeptFiles& kept, ClipOrder& order, Meter& meter)
+ResultProof::ResultProof(CardFiles& cards, KeptFiles& kept, CardOrder& order, Meter& meter)
     : cards_(cards), kept_(kept), order_(order), meter_(meter), compare_(meter) {
   std::vector<CardFile>& files = cards_.Files();
   for (std::size_t i = 0; i < files.size(); ++i) {

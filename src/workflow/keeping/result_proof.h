@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "workflow/keeping/card_files.h"
-#include "workflow/keeping/clip_order.h"
+#include "workflow/keeping/card_order.h"
 #include "workflow/keeping/comparison.h"
 #include "workflow/keeping/kept_files.h"
 #include "workflow/keeping/media_chains.h"
@@ -16,7 +16,7 @@ namespace clipchain {
 
 class ResultProof {
  public:
-  ResultProof(CardFiles& cards, KeptFiles& kept, ClipOrder& order, Meter& meter);
+  ResultProof(CardFiles& cards, KeptFiles& kept, CardOrder& order, Meter& meter);
 
   // Looks whether the file is a result with an archive beside it, and if they and the clips fit
   // each other in every byte, notes that every byte of the clips is kept. With an archive that does
@@ -51,7 +51,7 @@ class ResultProof {
 
   CardFiles& cards_;
   KeptFiles& kept_;
-  ClipOrder& order_;
+  CardOrder& order_;
   Meter& meter_;
   RangeComparison compare_;
   MediaChains chains_;

@@ -6,6 +6,7 @@
 #include <map>
 
 #include "foundation/fourcc.h"
+#include "workflow/merging/sample_description.h"
 
 namespace clipchain::samples {
 
@@ -47,9 +48,9 @@ bool IsSpace(std::uint32_t type) { return type == FourCc("free") || type == Four
 // What else is compared than byte for byte, or made anew: whether it is there or not.
 bool IsOfMerge(std::uint32_t parent, std::uint32_t type) {
   static const std::set<std::uint32_t> kTables = {
-      FourCc("stts"), FourCc("ctts"), FourCc("cslg"), FourCc("stsz"), FourCc("stz2"),
-      FourCc("stsc"), FourCc("stco"), FourCc("co64"), FourCc("stss"), FourCc("stps"),
-      FourCc("sdtp"), FourCc("sbgp"), FourCc("sgpd"), FourCc("subs")};
+      FourCc("stsd"), FourCc("stts"), FourCc("ctts"), FourCc("cslg"), FourCc("stsz"),
+      FourCc("stz2"), FourCc("stsc"), FourCc("stco"), FourCc("co64"), FourCc("stss"),
+      FourCc("stps"), FourCc("sdtp"), FourCc("sbgp"), FourCc("sgpd"), FourCc("subs")};
   if (parent == FourCc("moov")) return type == FourCc("trak") || type == FourCc("mvex");
   if (parent == FourCc("trak")) return type == FourCc("edts");
   return parent == FourCc("stbl") && kTables.count(type) != 0;
@@ -95,6 +96,8 @@ bool Comparison::IsSame(std::uint32_t parent, const BoxView& mine, const BoxView
     Compare(mine.type, theirs.body, mine.body, place, track);
     return true;
   }
+  // Its entries are compared sample by sample.
+  if (mine.type == FourCc("stsd")) return U32(mine.body, 0) == U32(theirs.body, 0);
   if (IsHeader(mine.type))
     return Constant(mine.type, mine.body) == Constant(mine.type, theirs.body);
   return std::equal(mine.body.begin(), mine.body.end(), theirs.body.begin(), theirs.body.end());
@@ -122,6 +125,22 @@ void Comparison::Compare(std::uint32_t parent, View clip, View result, const std
   }
 }
 
+// What is declared about bit rates is that of all clips.
+bool SameDescriptions(const TrackView& mine, const TrackView& theirs) {
+  constexpr std::size_t kFields = 8;
+  const View ours = FindBox(mine.table, FourCc("stsd")).body;
+  const View clips = FindBox(theirs.table, FourCc("stsd")).body;
+  if (ours.size() != clips.size() || ours.size() < kFields ||
+      !std::equal(ours.begin(), ours.begin() + kFields, clips.begin())) {
+    return false;
+  }
+  return std::equal(mine.entries.begin(), mine.entries.end(), theirs.entries.begin(),
+                    theirs.entries.end(), [&](View a, View b) {
+                      return DescriptionOf(a, mine.handler).bare ==
+                             DescriptionOf(b, theirs.handler).bare;
+                    });
+}
+
 }  // namespace
 
 void CompareMovieBoxes(const SampleFile& clip, const SampleFile& result,
@@ -131,8 +150,12 @@ void CompareMovieBoxes(const SampleFile& clip, const SampleFile& result,
   comparison.Compare(FourCc("moov"), clip.Movie(), result.Movie(), "moov", 0);
   for (std::size_t i = 0; i < tracks.size(); ++i) {
     const auto& [mine, theirs] = tracks[i];
-    comparison.Compare(FourCc("trak"), mine->body, theirs->body, fmt::format("moov/trak[{}]", i),
-                       theirs->id);
+    const std::string place = fmt::format("moov/trak[{}]", i);
+    comparison.Compare(FourCc("trak"), mine->body, theirs->body, place, theirs->id);
+    if (!SameDescriptions(*mine, *theirs)) {
+      findings.Differs(theirs->id, place + "/mdia/minf/stbl/stsd",
+                       "does not have these sample descriptions as the first clip has them");
+    }
   }
 }
 

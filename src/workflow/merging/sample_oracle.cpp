@@ -157,7 +157,7 @@ Number Oracle::Longer(std::size_t clip, unsigned int track) const {
   for (const SeamStretch& stretch : intended_.stretches) {
     if (stretch.clip == clip && stretch.track == track) most = std::max(most, stretch.most);
   }
-  return clip + 1 < task_.inputs.size() ? most : 0;
+  return most;
 }
 
 void Oracle::NameLeftOut(std::size_t index, const std::string& path,
@@ -190,26 +190,45 @@ bool Oracle::CompareBytes(FileBytes& clip, const std::string& path) {
          (everyByte || comparison_.Compare(clip, path, ranges_.Whole(), true));
 }
 
-// Tracks of a clip that are shown together there are shown together here.
+// Tracks of a clip that are shown together there are shown together here. None waits where none
+// needs to, nor for longer than until the one that is ahead.
 void Oracle::CompareShifts(std::size_t index, const SampleFile& clip) {
   if (index > 0 && intended_.apart < 0) return;
+  const Seconds tick = InSeconds(1, clip) + InSeconds(1, result_);
   const TrackComparison* least = nullptr;
   const TrackComparison* most = nullptr;
-  Seconds tick = 1 / static_cast<Seconds>(std::max<Number>(clip.Scale(), 1)) +
-                 1 / static_cast<Seconds>(std::max<Number>(result_.Scale(), 1));
+  const TrackComparison* ahead = nullptr;  // of those that did not wait
+  const TrackComparison* waits = nullptr;  // one that did
+  Seconds first = 0;                       // where the tracks would be without waiting
+  Seconds last = 0;
   for (const TrackComparison& track : tracks_) {
     if (!track.IsShown()) continue;
+    const Seconds before = track.Shift() - track.Waited();
+    first = least == nullptr ? before : std::min(first, before);
+    last = least == nullptr ? before : std::max(last, before);
     if (least == nullptr || track.Shift() < least->Shift()) least = &track;
     if (most == nullptr || track.Shift() > most->Shift()) most = &track;
+    if (track.Waited() > 0) {
+      waits = &track;
+    } else if (ahead == nullptr || track.Shift() > ahead->Shift()) {
+      ahead = &track;
+    }
   }
   if (least == nullptr) return;
   const Seconds apart = most->Shift() - least->Shift();
   const Seconds allowed = index == 0 ? 0 : static_cast<Seconds>(intended_.apart);
-  if (apart <= allowed + tick) return;
-  findings_.Differs(most->Track().id, "moov",
-                    fmt::format("shows track {} {:.1f} ms later beside track {} than {}",
-                                most->Track().id, static_cast<double>(apart * 1000),
-                                least->Track().id, Shown(task_.inputs[index])));
+  if (apart > allowed + tick)
+    findings_.Differs(most->Track().id, "moov",
+                      fmt::format("shows track {} {:.1f} ms later beside track {} than {}",
+                                  most->Track().id, static_cast<double>(apart * 1000),
+                                  least->Track().id, Shown(task_.inputs[index])));
+  if (waits == nullptr) return;
+  const bool tooLong = ahead == nullptr || most->Shift() > ahead->Shift() + tick;
+  if (tooLong || last - first + tick < allowed / 2)
+    findings_.Differs(
+        waits->Track().id, "moov",
+        fmt::format("lets track {} wait {:.1f} ms for {}, which it need not", waits->Track().id,
+                    static_cast<double>(waits->Waited() * 1000), Shown(task_.inputs[index])));
 }
 
 void Oracle::Finish() {

@@ -20,9 +20,11 @@ struct SeamStretch {
 
 // What a merge that adapts its clips did on purpose.
 struct Intended {
+  // All there are. Whether the rule of `apart` asks for them is found out, too.
   std::vector<SeamStretch> stretches{};
-  // Seconds by which the tracks of a clip may lie otherwise to each other than in the clip;
-  // negative: as they happen to.
+  // Seconds by which the tracks of a clip may lie otherwise to each other than in the clip: a frame
+  // of sound. So that they lie no farther apart, the last sample of a track that is behind is shown
+  // longer where a clip follows. Negative: no sample is, and tracks lie as they happen to.
   double apart = -1;
   // Tracks that not every clip has are not in the result: those of the first clip by their
   // identifiers, those of later clips whichever they are.

@@ -22,6 +22,12 @@ View TableOf(View table, std::uint32_t type, std::size_t width) {
   return Entries(FindBox(table, type).body, 4, width);
 }
 
+// One byte for each sample, behind version and flags.
+View DependenciesIn(View boxes) {
+  const View body = FindBox(boxes, FourCc("sdtp")).body;
+  return body.subspan(std::min<std::size_t>(4, body.size()));
+}
+
 }  // namespace
 
 void RunCursor::Settle() {
@@ -127,8 +133,7 @@ SampleStream::SampleStream(const SampleFile& file, const TrackView& track)
       syncs_(TableOf(track.table, FourCc("stss"), 4)),
       partialSyncs_(TableOf(track.table, FourCc("stps"), 4)),
       count_(sizes_.Count()) {
-  const View dependencies = FindBox(track.table, FourCc("sdtp")).body;
-  dependencies_ = dependencies.subspan(std::min<std::size_t>(4, dependencies.size()));
+  dependencies_ = DependenciesIn(track.table);
   if (count_ == 0 && !track.fragments.empty()) start_ = track.fragments.front().start;
   for (const Fragment& fragment : track.fragments) count_ += fragment.samples;
 }
@@ -173,6 +178,7 @@ bool SampleStream::OpenFragment() {
     bytes_.resize(fragment.size);
     if (!file_.File().Read(fragment.position, bytes_.data(), bytes_.size())) return false;
     boxes_ = bytes_;
+    dependencies_ = DependenciesIn(boxes_);
     run_ = {};
     inRun_ = 0;
   }
@@ -214,6 +220,12 @@ bool SampleStream::NextOfFragment(SampleRun& run) {
   run.sync = (flags & 0x10000) == 0;
   run.depends = static_cast<int>(flags >> 20 & 0xFF);
   run.count = AlikeInRun();
+  // What a fragment says in a table of its own goes before the flags.
+  const Number index = fragment.samples - leftInFragment_;
+  if (index < dependencies_.size()) {
+    run.depends = dependencies_[static_cast<std::size_t>(index)];
+    run.count = 1;
+  }
   if (leftInFragment_ > 1) {
     run.count = std::min(run.count, leftInFragment_ - 1);
   } else if (fragment_ < track_.fragments.size()) {

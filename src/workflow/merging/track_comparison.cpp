@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "foundation/fourcc.h"
+#include "workflow/merging/table_forms.h"
 #include "workflow/system/files.h"
 
 namespace clipchain::samples {
@@ -60,62 +62,10 @@ bool TrackComparison::Differs(const char* box, std::string text) {
 
 bool TrackComparison::Open(GroupNames& names) {
   if (!rules_.adapted) return true;
-  CompareForms();
-  CompareCounts();
+  for (const WrongTable& wrong : WrongTables(track_, stream_.Count()))
+    Differs(wrong.place, wrong.text);
   return ReadExtras(result_, track_, names, extras_) ||
          findings_.Damaged("has fragments that can't be read back", 0, result_.File());
-}
-
-// Each table holds what it counts, no less and no more, in the one form that there is of it.
-void TrackComparison::CompareForms() {
-  struct Form {
-    std::uint32_t type;
-    const char* place;
-    std::size_t header;
-    std::size_t width;
-    unsigned int versions;
-  };
-  const Form forms[] = {{FourCc("stts"), kSteps, 8, 8, 1},   {FourCc("ctts"), kOffsets, 8, 8, 2},
-                        {FourCc("stsc"), kChunks, 8, 12, 1}, {FourCc("stco"), kChunks, 8, 4, 1},
-                        {FourCc("co64"), kChunks, 8, 8, 1},  {FourCc("stss"), kSyncs, 8, 4, 1},
-                        {FourCc("stps"), kSyncs, 8, 4, 1},   {FourCc("stsz"), kSizes, 12, 4, 1}};
-  for (const Form& form : forms) {
-    const BoxView box = FindBox(track_.table, form.type);
-    if (box.type == 0) continue;
-    const bool uniform = form.header == 12 && U32(box.body, 4) != 0;
-    const Number count = uniform ? 0 : U32(box.body, form.header - 4);
-    if (box.body.size() == form.header + count * form.width && box.body[0] < form.versions &&
-        (U32(box.body, 0) & 0xFFFFFF) == 0)
-      continue;
-    Differs(form.place, "has a table that does not hold what it says");
-  }
-  const View descriptions = FindBox(track_.table, FourCc("stsd")).body;
-  Number size = 8;
-  for (const View entry : track_.entries) size += entry.size();
-  if (descriptions.size() != size || U32(descriptions, 4) != track_.entries.size())
-    Differs(kDescriptions, "has sample descriptions that do not fill their box");
-}
-
-// What the tables say of times and of chunks is about the samples that there are.
-void TrackComparison::CompareCounts() {
-  for (const char* place : {kSteps, kOffsets}) {
-    const View runs = FindBox(track_.table, place == kSteps ? FourCc("stts") : FourCc("ctts")).body;
-    Number samples = 0;
-    for (std::size_t at = 8; at + 8 <= runs.size(); at += 8) samples += U32(runs, at);
-    if (runs.size() > 8 && samples != stream_.Count())
-      Differs(place, fmt::format("has times for {} samples, of which there are {}", samples,
-                                 stream_.Count()));
-  }
-  const View runs = FindBox(track_.table, FourCc("stsc")).body;
-  const View few = FindBox(track_.table, FourCc("stco")).body;
-  const Number chunks = U32(few.empty() ? FindBox(track_.table, FourCc("co64")).body : few, 4);
-  Number before = 0;  // the chunk that the entry before begins with
-  for (std::size_t at = 8; at + 12 <= runs.size(); at += 12) {
-    const Number first = U32(runs, at);
-    if (first <= before || first > chunks || (before == 0 && first != 1))
-      Differs(kChunks, "has runs of chunks that do not follow each other");
-    before = first;
-  }
 }
 
 bool TrackComparison::Add(const ClipAtWork& clip, const TrackView& track, Number longer,
@@ -126,6 +76,7 @@ bool TrackComparison::Add(const ClipAtWork& clip, const TrackView& track, Number
   compared_.clear();
   for (const View entry : track.entries) ofClip_.push_back(DescriptionOf(entry, track.handler));
   SampleStream stream(clip.file, track);
+  if (stream.Count() > 0) waited_ = std::exchange(wait_, 0);
   TrackClock alone(static_cast<long long>(stream.Start()));
   const long long begin = clock_.Decode();
   const Number first = stream_.Done();
@@ -211,7 +162,12 @@ bool TrackComparison::IsStep(const ClipAtWork& clip, const TrackView& track, con
                              const SampleRun& theirs, Number longer) {
   const Wide expected = Wide{theirs.step} * Wide{track_.scale};
   const Wide found = Wide{mine.step} * Wide{track.scale};
-  if (found >= expected && found - expected <= Wide{longer} * Wide{track.scale}) return true;
+  if (found == expected) return true;
+  if (found > expected && found - expected <= Wide{longer} * Wide{track.scale}) {
+    wait_ = static_cast<Seconds>(found - expected) / static_cast<Seconds>(track.scale) /
+            static_cast<Seconds>(track_.scale);
+    return true;
+  }
   return Differs(kSteps, fmt::format("shows sample {} for {} ticks; it has {} in {}",
                                      stream_.Done() + 1, mine.step, theirs.step, Shown(clip.path)));
 }
@@ -317,6 +273,7 @@ void TrackComparison::Finish() {
     return;
   }
   if (!rules_.adapted) return;
+  if (wait_ > 0) Differs(kSteps, "shows its last sample longer than the last clip does");
   if (stream_.HasMore()) Differs(kChunks, "has chunks for more samples than there are");
   CompareRates();
   CompareShifts();

@@ -46,6 +46,8 @@ class TrackComparison {
   // Of the clip added last: by how much its track is shown later than in the clip, in seconds.
   bool IsShown() const { return shown_; }  // it has samples, and edit lists leave them in a row
   Seconds Shift() const { return shift_; }
+  // For how long the sample before the clip's first one is shown longer than its clip says.
+  Seconds Waited() const { return waited_; }
   // Where the media of the result's track ends as it is shown.
   Seconds MediaEnd() const;
   // By how much the durations that the clips' headers state are no sums of their samples, together.
@@ -72,8 +74,6 @@ class TrackComparison {
   bool CompareShown(const ClipAtWork& clip, const TrackView& track, const TrackClock& alone);
   void AddLoose(const SampleFile& clip, const TrackView& track, const Showing& showing,
                 const TrackClock& alone);
-  void CompareForms();
-  void CompareCounts();
   void CompareRates();
   void CompareShifts();
   void CompareDuration();
@@ -110,6 +110,8 @@ class TrackComparison {
   bool differs_ = false;
   bool shown_ = false;
   Seconds shift_ = 0;
+  Seconds waited_ = 0;
+  Seconds wait_ = 0;  // the same of the last sample so far
   Seconds loose_ = 0;
 };
 

@@ -7,6 +7,7 @@
 #include "support/sequences.h"
 #include "support/vendor_box.h"
 #include "workflow/checks/check_fixture.h"
+#include "workflow/clip_order.h"
 
 using clipchain::CheckReport;
 using clipchain::Finding;
@@ -45,7 +46,7 @@ class CheckOrder : public support::CheckTest {
     return Put(name, clip);
   }
   std::string OrderOf(const std::vector<std::string>& paths) {
-    std::string text = "give the clips in this order: ";
+    std::string text = "let --sort put them in order: ";
     for (const std::string& path : paths) text += (&path == &paths.front() ? "" : ", ") + path;
     return text;
   }
@@ -62,9 +63,9 @@ TEST_F(CheckOrder, NamesTheBetterOrderOfAChain) {
   const std::string a = ChainFile("a", 1, 3);
   const std::string b = ChainFile("b", 2, 3);
   const std::string c = ChainFile("c", 3, 3);
-  const Finding finding = Only(CheckAll({a, c, b}), Message::kOrderDoubtful);
+  const Finding finding = Only(CheckAll({a, c, b}), Message::kOrderWrong);
   EXPECT_EQ(c, finding.path);
-  EXPECT_EQ(Severity::kWarning, finding.severity);
+  EXPECT_EQ(Severity::kRisk, finding.severity);
   EXPECT_EQ(OrderOf({a, b, c}), finding.remedy);
   EXPECT_THAT(finding.text, HasSubstr("identifiers"));
 }
@@ -94,6 +95,67 @@ TEST_F(CheckOrder, SortsRecordingsByTheirDates) {
   const CheckReport report = CheckAll({late, early});
   EXPECT_EQ(OrderOf({early, late}), Only(report, Message::kOrderDoubtful).remedy);
   EXPECT_EQ(1u, Of(report, Message::kOtherRecording).size());
+}
+
+TEST_F(CheckOrder, TakesAWrongOrderInsideOfARecordingForProven) {
+  const std::string late = ChainFile("late", 1, 1, 0, 2000);
+  const std::string a = ChainFile("a", 1, 2, 10, 1000);
+  const std::string b = ChainFile("b", 2, 2, 10, 1001);
+  EXPECT_EQ(OrderOf({a, b, late}), Only(CheckAll({late, b, a}), Message::kOrderWrong).remedy);
+  EXPECT_THAT(Of(CheckAll({late, a, b}), Message::kOrderWrong), IsEmpty());
+}
+
+TEST_F(CheckOrder, SaysOnceWhichRecordingsAreMixed) {
+  const CheckReport report = CheckAll({ChainFile("a1", 1, 2), ChainFile("a2", 2, 2),
+                                       ChainFile("b", 1, 1, 10), ChainFile("c", 1, 1, 20)});
+  const Finding finding = Only(report, Message::kOtherRecording);
+  EXPECT_THAT(finding.path, EndsWith("/b"));
+  EXPECT_THAT(finding.text, HasSubstr("the list mixes 3, which begin with "));
+  EXPECT_THAT(finding.text, HasSubstr("/a1, "));
+  EXPECT_THAT(finding.text, EndsWith("/c"));
+}
+
+TEST_F(CheckOrder, NamesNoMoreClipsThanAPersonReads) {
+  std::vector<std::string> clips;
+  for (unsigned int i = 1; i <= 12; ++i) clips.push_back(ChainFile("c" + std::to_string(i), i, 12));
+  std::swap(clips[0], clips[11]);
+  const Finding finding = Only(CheckAll(clips), Message::kOrderWrong);
+  EXPECT_THAT(finding.remedy, HasSubstr("clipchain join FOLDER -o DIR"));
+  EXPECT_LT(finding.remedy.size(), 120u);
+}
+
+TEST_F(CheckOrder, SortsByIdentifiersTimecodesOrDates) {
+  const auto sorted = [](const std::vector<std::string>& clips) {
+    const clipchain::ClipOrder order = clipchain::SortClips(clips);
+    EXPECT_THAT(order.findings, IsEmpty());
+    return order.clips;
+  };
+  const std::string a = ChainFile("a", 1, 3, 0, 3000);
+  const std::string b = ChainFile("b", 2, 3, 0, 2000);
+  const std::string c = ChainFile("c", 3, 3, 0, 1000);
+  EXPECT_THAT(sorted({c, a, b}), ElementsAre(a, b, c));
+  const std::string early = TimedFile("t1", {23, 59, 59, 0});
+  const std::string late = TimedFile("t2", {0, 0, 0, 18});
+  EXPECT_THAT(sorted({late, early}), ElementsAre(early, late));
+  const std::string first = DatedFile("d1", 1000);
+  const std::string second = DatedFile("d2", 1001);
+  EXPECT_THAT(sorted({second, first}), ElementsAre(first, second));
+}
+
+TEST_F(CheckOrder, SortsNothingThatMakesNoSingleRecording) {
+  const std::string a = ChainFile("a", 1, 1, 0, 2000);
+  const std::string b = ChainFile("b", 1, 1, 10, 1000);
+  const std::string undated = DatedFile("c", 0);
+  for (const auto& clips :
+       std::vector<std::vector<std::string>>{{a, b}, {a, undated}, {undated, undated}}) {
+    const clipchain::ClipOrder order = clipchain::SortClips(clips);
+    EXPECT_EQ(clips, order.clips);
+    ASSERT_EQ(1u, order.findings.size());
+    EXPECT_EQ(Message::kOrderUnknown, order.findings[0].message);
+  }
+  const clipchain::ClipOrder order = clipchain::SortClips({a, b + "-missing"});
+  ASSERT_EQ(1u, order.findings.size());
+  EXPECT_EQ(Message::kInputUnreadable, order.findings[0].message);
 }
 
 TEST_F(CheckOrder, FindsACopyOfAClip) {
@@ -243,7 +305,7 @@ TEST(OrderByTimecode, IsThatOfAWalkOverAllPairs) {
     }
     std::string remedy;
     for (const std::size_t i : expected)
-      remedy += (remedy.empty() ? "give the clips in this order: " : ", ") + std::to_string(i);
+      remedy += (remedy.empty() ? "let --sort put them in order: " : ", ") + std::to_string(i);
     clipchain::Findings all;
     for (const auto& file : findings) all.insert(all.end(), file.All().begin(), file.All().end());
     if (expected == given) {

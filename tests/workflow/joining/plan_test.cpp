@@ -208,7 +208,7 @@ TEST(Plan, GivesEachOutputANameOfItsOwnWhateverIsLeftOut) {
   const JoinPlan some = PlanOf(sequences);
   const JoinPlan all = PlanOf(sequences, true, true);
   const Paths expected = {"out/2024-05-06_07-08-09_1.mp4", "out/2024-05-06_07-08-09_1_2.mp4", "",
-                          "out/2024-05-06_07-08-09_1_3.mp4"};
+                          "out/2024-05-06_07-08-09_1_incomplete.mp4"};
   for (std::size_t i = 0; i < expected.size(); ++i) {
     EXPECT_EQ(expected[i], some.jobs[i].output);
     EXPECT_EQ(expected[i], all.jobs[i].output);

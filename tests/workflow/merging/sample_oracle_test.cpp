@@ -107,6 +107,85 @@ std::string Words(const Findings& findings) {
   return words;
 }
 
+Bytes Joined(const std::vector<Bytes>& parts) {
+  Bytes all;
+  for (const Bytes& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
+// The same track with the samples of both.
+support::Track Both(support::Track a, const support::Track& b) {
+  a.sampleSizes.insert(a.sampleSizes.end(), b.sampleSizes.begin(), b.sampleSizes.end());
+  a.samples.insert(a.samples.end(), b.samples.begin(), b.samples.end());
+  a.stts.insert(a.stts.end(), b.stts.begin(), b.stts.end());
+  if (a.ctts) a.ctts->insert(a.ctts->end(), b.ctts->begin(), b.ctts->end());
+  if (a.stss) {
+    for (const std::uint32_t number : *b.stss)
+      a.stss->push_back(number +
+                        static_cast<std::uint32_t>(a.sampleSizes.size() - b.sampleSizes.size()));
+  }
+  a.mediaDuration += b.mediaDuration;
+  a.movieDuration += b.movieDuration;
+  return a;
+}
+
+// The track with samples that say who they are, wherever they lie.
+support::Track Told(support::Track track, unsigned char seed) {
+  for (std::size_t i = 0; i < track.sampleSizes.size(); ++i) {
+    Bytes sample(track.sampleSizes[i]);
+    for (std::size_t at = 0; at < sample.size(); ++at)
+      sample[at] = static_cast<unsigned char>(seed * 31 + i * 7 + at);
+    track.samples.push_back(std::move(sample));
+  }
+  return track;
+}
+
+support::Track Pictures(std::uint32_t count, unsigned char seed) {
+  support::Track track = support::VideoTrack(count);
+  track.stss = {{1, 4}};
+  return Told(std::move(track), seed);
+}
+
+// The track alone in a file of fragments with so many samples each.
+Bytes Fragmented(const support::Track& track, std::size_t perFragment) {
+  using namespace support;
+  Track empty = track;
+  empty.sampleSizes.clear();
+  empty.samples.clear();
+  empty.stts.clear();
+  empty.ctts.reset();
+  empty.stss.reset();
+  empty.mediaDuration = empty.movieDuration = 0;
+  MovieBuilder movie;
+  movie.extraMovieBoxes = Box(
+      "mvex", {FullBox("trex", 0, 0, {U32(track.id), U32(1), U32(1000), U32(0), U32(0x10000)})});
+  Bytes file = movie.Add(empty).Build();
+  std::uint32_t time = 0;
+  for (std::size_t first = 0; first < track.samples.size(); first += perFragment) {
+    const std::size_t end = std::min(first + perFragment, track.samples.size());
+    Bytes entries;
+    Bytes media;
+    for (std::size_t i = first; i < end; ++i) {
+      const bool sync = std::count(track.stss->begin(), track.stss->end(), i + 1) != 0;
+      entries = Joined({entries, U32(track.sampleSizes[i]), U32(sync ? 0 : 0x10000)});
+      media = Joined({media, track.samples[i]});
+    }
+    const auto count = static_cast<std::uint32_t>(end - first);
+    // "moof" with "mfhd" of 16 bytes, "traf" with "tfhd" of 16, "tfdt" of 16 and "trun" of 20.
+    const std::uint32_t offset = 8 + 16 + 8 + 16 + 16 + 20 + count * 8 + 8;
+    file =
+        Joined({file,
+                Box("moof",
+                    {FullBox("mfhd", 0, 0, {U32(1)}),
+                     Box("traf", {FullBox("tfhd", 0, 0x20000, {U32(track.id)}),
+                                  FullBox("tfdt", 0, 0, {U32(time)}),
+                                  FullBox("trun", 0, 0x601, {U32(count), U32(offset), entries})})}),
+                Box("mdat", {media})});
+    time += count * 1000;
+  }
+  return file;
+}
+
 }  // namespace
 
 TEST_F(SampleOracle, FindsNothingInWhatTheEngineMakes) {
@@ -138,4 +217,150 @@ TEST_F(SampleOracle, FindsEveryByteOfTheMovieThatChanged) {
   const std::map<std::string, int> expected = {
       {"/moov/mvhd", 8}, {"/moov/trak/mdia/mdhd", 10}, {"/moov/trak/tkhd", 8}};
   EXPECT_EQ(expected, missed);
+}
+
+TEST_F(SampleOracle, ReadsSamplesOutOfFragments) {
+  const support::Track first = Pictures(7, 1);
+  const support::Track second = Pictures(5, 2);
+  Clips({Fragmented(first, 3), Fragmented(second, 2)});
+  const Bytes good = support::MovieBuilder().Add(Both(first, second)).Build();
+  EXPECT_EQ("", Words(Look(good)));
+  Clips({support::MovieBuilder().Add(first).Build(), Fragmented(second, 2)});
+  EXPECT_EQ("", Words(Look(good)));
+  support::Track other = Both(first, second);
+  other.samples[9][4] ^= 1;
+  ExpectFinding(support::MovieBuilder().Add(other).Build(), Message::kResultDamaged, "", "clip1");
+  other = Both(first, second);
+  other.stss = {{1, 4, 8, 10, 11}};
+  ExpectFinding(support::MovieBuilder().Add(other).Build(), Message::kResultDiffers, "stss",
+                "has sample 10 among the sync samples; it is none in");
+}
+
+TEST_F(SampleOracle, FindsWhatOneTableSaysOtherwise) {
+  const support::Track first = Pictures(7, 1);
+  const support::Track second = Pictures(5, 2);
+  Clips({support::MovieBuilder().Add(first).Build(), support::MovieBuilder().Add(second).Build()});
+  const auto expect = [&](const char* box, const char* words, const auto& change) {
+    support::Track track = Both(first, second);
+    change(track);
+    ExpectFinding(support::MovieBuilder().Add(track).Build(), Message::kResultDiffers, box, words);
+  };
+  expect("stsz", "fewer than the clips", [](support::Track& track) {
+    track.sampleSizes.pop_back();
+    track.samples.pop_back();
+    track.stts.back().first -= 1;
+  });
+  expect("stsz", "has 13 samples; the clips have 12", [](support::Track& track) {
+    track.sampleSizes.push_back(1);
+    track.samples.push_back(Bytes(1));
+    track.stts.back().first += 1;
+  });
+  expect("stts", "shows sample 8 for 1001 ticks; it has 1000", [](support::Track& track) {
+    track.stts = {{7, 1000}, {1, 1001}, {4, 1000}};
+  });
+  expect("ctts", "gives sample 3 a composition offset of 5; it has 0", [](support::Track& track) {
+    track.ctts = {{{2, 0}, {1, 5}, {9, 0}}};
+  });
+  expect("stss", "numbers of samples that do not follow", [](support::Track& track) {
+    track.stss = {{1, 4, 11, 8}};
+  });
+  expect("sdtp", "says 16 of what sample 2 depends on", [](support::Track& track) {
+    track.sdtp = Bytes(12);
+    track.sdtp->at(1) = 16;
+  });
+  expect("elst", "states 0.033 s for track 1", [](support::Track& track) {
+    track.edits = {{{20, 0}}};
+  });
+  expect("stsd", "describes sample 1 otherwise",
+         [](support::Track& track) { track.sampleEntry.back() ^= 1; });
+}
+
+TEST_F(SampleOracle, FindsClipsInAnotherOrderAndTracksThatAreMissing) {
+  const support::Track first = Pictures(7, 1);
+  const support::Track second = Pictures(7, 2);
+  Clips({support::MovieBuilder().Add(first).Build(), support::MovieBuilder().Add(second).Build()});
+  ExpectFinding(support::MovieBuilder().Add(Both(second, first)).Build(), Message::kResultDamaged,
+                "", "clip0");
+  const support::Track sound = support::AudioTrack(9);
+  Clips({support::MovieBuilder().Add(first).Add(sound).Build(),
+         support::MovieBuilder().Add(second).Add(sound).Build()});
+  ExpectFinding(support::MovieBuilder().Add(Both(first, second)).Build(), Message::kResultDiffers,
+                "moov", "has no track for track 2");
+  intended.commonTracks = true;
+  intended.leftOut = {2};
+  EXPECT_EQ("", Words(Look(support::MovieBuilder().Add(Both(first, second)).Build())));
+}
+
+// Sound that is 50 ms shorter than the pictures of its clip waits for the next one, and no longer.
+TEST_F(SampleOracle, LetsATrackWaitAsLongAsItMust) {
+  const support::Track pictures = Pictures(30, 1);
+  const support::Track sound = Told(support::AudioTrack(44), 9);
+  Clips({support::MovieBuilder().Add(pictures).Add(sound).Build(),
+         support::MovieBuilder().Add(pictures).Add(sound).Build()});
+  const auto waiting = [&](std::uint32_t first, std::uint32_t last) {
+    support::Track track = Both(sound, sound);
+    track.mediaDuration += first + last;
+    track.movieDuration += (first + last) / 80;
+    track.stts = {{43, 1024}, {1, 1024 + first}, {43, 1024}, {1, 1024 + last}};
+    return support::MovieBuilder().Add(Both(pictures, pictures)).Add(track).Build();
+  };
+  EXPECT_EQ("", Words(Look(waiting(0, 0)))) << "as they happen to lie";
+  ExpectFinding(waiting(2944, 0), Message::kResultDiffers, "stts", "shows sample 44 for 3968");
+  intended.apart = 1024.0 / 48000;
+  ExpectFinding(waiting(2944, 0), Message::kResultDiffers, "stts", "shows sample 44 for 3968");
+  intended.stretches = {{0, 2, 2944}, {1, 2, 5}};
+  EXPECT_EQ("", Words(Look(waiting(2944, 0))));
+  ExpectFinding(waiting(2945, 0), Message::kResultDiffers, "stts", "shows sample 44 for 3969");
+  intended.stretches[0].most = 9000;
+  ExpectFinding(waiting(0, 0), Message::kResultDiffers, "moov", "61.3 ms later beside track 2");
+  ExpectFinding(waiting(4000, 0), Message::kResultDiffers, "moov", "which it need not");
+  ExpectFinding(waiting(2944, 5), Message::kResultDiffers, "stts", "longer than the last clip");
+}
+
+// What is declared about bit rates may differ between clips; the result declares the most.
+TEST_F(SampleOracle, HoldsBitRatesToTheLargestOfTheClips) {
+  const auto declaring = [](support::Track track, std::uint32_t buffer, std::uint32_t most) {
+    using namespace support;
+    const Bytes entry = track.sampleEntry;
+    track.sampleEntry =
+        Box("avc1", {Slice(entry, 8, entry.size()), Box("btrt", {U32(buffer), U32(most), U32(7)})});
+    return track;
+  };
+  const support::Track first = Pictures(7, 1);
+  const support::Track second = Pictures(5, 2);
+  Clips({support::MovieBuilder().Add(declaring(first, 10, 2000)).Build(),
+         support::MovieBuilder().Add(declaring(second, 30, 1000)).Build()});
+  const auto joined = [&](std::uint32_t buffer, std::uint32_t most) {
+    return support::MovieBuilder().Add(declaring(Both(first, second), buffer, most)).Build();
+  };
+  EXPECT_EQ("", Words(Look(joined(30, 2000))));
+  for (const auto& [buffer, most] : {std::pair{10u, 2000u}, {30u, 1000u}, {31u, 2000u}})
+    ExpectFinding(joined(buffer, most), Message::kResultDiffers, "stsd",
+                  "the clips declare 2000 and 30");
+}
+
+TEST_F(SampleOracle, StopsWhenTold) {
+  const Bytes merged = MergeTwo();
+  progress = [](const Step&) { return false; };
+  EXPECT_THAT(Look(Flipped(merged, FindBox(merged, "mdat") + 9)), IsEmpty());
+}
+
+// Tables that claim more than they hold, in clips and results, cost neither time nor memory.
+TEST_F(SampleOracle, TakesNoCountAtItsWord) {
+  const Bytes merged = MergeTwo();
+  for (const char* type : {"stts", "stsz", "stsc", "stco", "stsd"}) {
+    for (const std::uint32_t count : {0u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
+      const std::size_t at = FindBox(merged, type) + (std::string(type) == "stsz" ? 16 : 12);
+      EXPECT_FALSE(Look(support::WithU32(merged, at, count)).empty()) << type << count;
+      const Bytes clip = support::ReadFile(inputs[0]);
+      const std::size_t inClip = FindBox(clip, type) + (std::string(type) == "stsz" ? 16 : 12);
+      const std::string good = inputs[0];
+      inputs[0] = Put("odd", support::WithU32(clip, inClip, count));
+      static_cast<void>(Look(merged));
+      if (count == 0) {
+        EXPECT_FALSE(Look(merged).empty()) << type;
+      }
+      inputs[0] = good;
+    }
+  }
 }

@@ -10,9 +10,9 @@
 
 namespace clipchain {
 
-class ClipOrder {
+class CardOrder {
  public:
-  explicit ClipOrder(const std::vector<CardFile>& files);
+  explicit CardOrder(const std::vector<CardFile>& files);
 
   // Whether the identifiers of those clips allow that order: none leads to one that stands before
   // it in the row.

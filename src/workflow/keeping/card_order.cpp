@@ -1,15 +1,15 @@
-#include "workflow/keeping/clip_order.h"
+#include "workflow/keeping/card_order.h"
 
 #include <cstring>
 #include <numeric>
 
 namespace clipchain {
 
-bool ClipOrder::Less::operator()(const _GUID& a, const _GUID& b) const {
+bool CardOrder::Less::operator()(const _GUID& a, const _GUID& b) const {
   return std::memcmp(&a, &b, sizeof a) < 0;
 }
 
-ClipOrder::ClipOrder(const std::vector<CardFile>& files) : files_(files), parent_(files.size()) {
+CardOrder::CardOrder(const std::vector<CardFile>& files) : files_(files), parent_(files.size()) {
   std::iota(parent_.begin(), parent_.end(), std::size_t{0});
   const _GUID none{};
   std::map<_GUID, std::size_t, Less> first;
@@ -30,7 +30,7 @@ ClipOrder::ClipOrder(const std::vector<CardFile>& files) : files_(files), parent
 }
 
 // Each row is walked from its head, and given up at the first branch.
-void ClipOrder::RankRows() {
+void CardOrder::RankRows() {
   std::size_t rows = 0;
   for (const auto& [head, behind] : next_) {
     if (previous_.contains(head)) continue;
@@ -48,12 +48,12 @@ void ClipOrder::RankRows() {
   }
 }
 
-std::optional<ClipOrder::Rank> ClipOrder::RankOf(const _GUID& id) const {
+std::optional<CardOrder::Rank> CardOrder::RankOf(const _GUID& id) const {
   const auto found = ranks_.find(id);
   return found != ranks_.end() ? std::optional(found->second) : std::nullopt;
 }
 
-bool ClipOrder::LeadsToAny(const _GUID& from, const Ids& targets) const {
+bool CardOrder::LeadsToAny(const _GUID& from, const Ids& targets) const {
   Ids seen{from};
   std::vector<_GUID> waiting{from};
   while (!waiting.empty()) {
@@ -68,7 +68,7 @@ bool ClipOrder::LeadsToAny(const _GUID& from, const Ids& targets) const {
   return false;
 }
 
-bool ClipOrder::Allows(const std::vector<std::size_t>& clips) const {
+bool CardOrder::Allows(const std::vector<std::size_t>& clips) const {
   std::map<std::size_t, std::size_t> farthest;  // place in each row so far
   Ids before;                                   // of those that stand in no simple row
   for (const std::size_t clip : clips) {
@@ -87,14 +87,14 @@ bool ClipOrder::Allows(const std::vector<std::size_t>& clips) const {
   return true;
 }
 
-void ClipOrder::Unite(std::size_t a, std::size_t b) { parent_[Root(a)] = Root(b); }
+void CardOrder::Unite(std::size_t a, std::size_t b) { parent_[Root(a)] = Root(b); }
 
-std::size_t ClipOrder::Root(std::size_t clip) {
+std::size_t CardOrder::Root(std::size_t clip) {
   while (parent_[clip] != clip) clip = parent_[clip] = parent_[parent_[clip]];
   return clip;
 }
 
-std::size_t ClipOrder::Recordings() {
+std::size_t CardOrder::Recordings() {
   std::set<std::size_t> roots;
   for (std::size_t i = 0; i < files_.size(); ++i) {
     if (files_[i].isClip) roots.insert(Root(i));

@@ -1,0 +1,92 @@
+#include "workflow/joining/existing_results.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+#include <optional>
+#include <system_error>
+
+#include "adapt/fit_clip.h"
+#include "workflow/clips/clip_file.h"
+#include "workflow/clips/order_facts.h"
+#include "workflow/joining/output_name.h"
+
+namespace clipchain {
+
+namespace {
+
+// Enough to tell two recordings apart: sensors have noise.
+constexpr std::uint64_t kBeginning = 64 * 1024;
+
+std::optional<OrderFacts> FactsOf(const std::string& path) {
+  ClipFile file(path);
+  if (!file.WhyUnreadable().empty() || file.Parse() != S_OK || file.Movie() == nullptr)
+    return std::nullopt;
+  return OrderFactsOf(file);
+}
+
+// The first bytes of a file's media; none if it has no media, or can't be read.
+Bytes BeginningOf(const std::string& path) {
+  FitClip clip(path);
+  FitReport unsaid;
+  if (!clip.Open(0, unsaid) || clip.media.empty()) return {};
+  const MediaRange& media = clip.media.front();
+  return clip.Read(media.position, std::min(media.size, kBeginning));
+}
+
+}  // namespace
+
+ExistingResults::ExistingResults(const std::string& folder) : folder_(folder) {
+  std::error_code error;
+  for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    const std::string name = entry->path().filename().string();
+    names_[InLowerCase(WithoutCount(name))].push_back(name);
+  }
+  for (auto& [base, names] : names_) {
+    std::sort(names.begin(), names.end(), [](const std::string& a, const std::string& b) {
+      return a.size() != b.size() ? a.size() < b.size() : a < b;
+    });
+  }
+}
+
+std::vector<std::string> ExistingResults::NamedLike(const std::string& name) const {
+  const std::string wanted = InLowerCase(name);
+  std::vector<std::string> found;
+  // A clip's own name may end like a count.
+  const auto alike = names_.find(InLowerCase(WithoutCount(name)));
+  if (alike != names_.end() && alike->first != wanted) {
+    std::copy_if(alike->second.begin(), alike->second.end(), std::back_inserter(found),
+                 [&](const std::string& there) { return InLowerCase(there) == wanted; });
+  }
+  if (const auto counted = names_.find(wanted); counted != names_.end())
+    found.insert(found.end(), counted->second.begin(), counted->second.end());
+  return found;
+}
+
+ExistingResults::Owner ExistingResults::OwnerOf(const std::string& name,
+                                                const SequenceClip& clip) const {
+  const std::optional<OrderFacts> facts = FactsOf(PathOf(name));
+  if (!facts) return Owner::kNobody;
+  if (facts->id != _GUID{} || clip.id != _GUID{})
+    return facts->id == clip.id ? Owner::kThisClip : Owner::kAnotherClip;
+  const Bytes result = BeginningOf(PathOf(name));
+  const Bytes own = BeginningOf(clip.path);
+  if (result.empty() || own.empty()) return Owner::kNobody;
+  return std::equal(own.begin(),
+                    own.begin() + static_cast<std::ptrdiff_t>(std::min(own.size(), result.size())),
+                    result.begin())
+             ? Owner::kThisClip
+             : Owner::kAnotherClip;
+}
+
+_GUID ExistingResults::NextOf(const std::string& name) const {
+  const std::optional<OrderFacts> facts = FactsOf(PathOf(name));
+  return facts ? facts->next : _GUID{};
+}
+
+std::string ExistingResults::PathOf(const std::string& name) const {
+  return (std::filesystem::path(folder_) / name).string();
+}
+
+}  // namespace clipchain

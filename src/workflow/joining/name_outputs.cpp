@@ -1,0 +1,99 @@
+#include "workflow/joining/name_outputs.h"
+
+#include "workflow/joining/existing_results.h"
+#include "workflow/joining/output_name.h"
+
+namespace clipchain {
+
+namespace {
+
+using Owner = ExistingResults::Owner;
+
+Extent ExtentOf(const Job& job) {
+  return job.closedAtHead && job.closedAtTail ? Extent::kWhole : Extent::kIncomplete;
+}
+
+class Naming {
+ public:
+  Naming(const std::vector<SequenceReport>& sequences, const std::string& folder,
+         std::vector<Job>& jobs)
+      : sequences_(sequences), results_(folder), jobs_(jobs) {}
+
+  // What is there comes first: nobody else gets its name.
+  void Run() {
+    for (std::size_t i = 0; i < jobs_.size(); ++i) {
+      if (IsNamed(i)) KeepName(i);
+    }
+    for (std::size_t i = 0; i < jobs_.size(); ++i) {
+      if (!IsNamed(i)) continue;
+      if (jobs_[i].output.empty()) TakeName(i);
+      NoteEarlierJoins(i);
+    }
+  }
+
+ private:
+  bool IsNamed(std::size_t i) const {
+    return jobs_[i].leftOut != LeftOut::kCopy && !jobs_[i].inputs.empty();
+  }
+  const SequenceClip& FirstOf(std::size_t i) const { return sequences_[i].clips.front(); }
+
+  void KeepName(std::size_t i) {
+    const std::string name = OutputName(jobs_[i].date, jobs_[i].inputs.front(), ExtentOf(jobs_[i]));
+    for (const std::string& there : results_.NamedLike(name)) {
+      if (results_.OwnerOf(there, FirstOf(i)) != Owner::kThisClip || !names_.Reserve(there))
+        continue;
+      jobs_[i].output = results_.PathOf(there);
+      return;
+    }
+  }
+
+  // What can't be read may be a damaged result of this recording: its name is kept, so that
+  // somebody looks at it.
+  void TakeName(std::size_t i) {
+    const auto isTaken = [&](const std::string& name) {
+      return results_.OwnerOf(name, FirstOf(i)) == Owner::kAnotherClip;
+    };
+    jobs_[i].output = results_.PathOf(
+        names_.Take(jobs_[i].date, jobs_[i].inputs.front(), ExtentOf(jobs_[i]), isTaken));
+  }
+
+  // A part may begin with any clip: its head may have turned up since.
+  void NoteEarlierJoins(std::size_t i) {
+    const std::vector<SequenceClip>& clips = sequences_[i].clips;
+    for (std::size_t first = 0; first < clips.size(); ++first) {
+      if (clips[first].id == _GUID{}) continue;
+      for (const Extent extent : {Extent::kWhole, Extent::kIncomplete}) {
+        const std::string name = OutputName(clips[first].date, clips[first].path, extent);
+        for (const std::string& there : results_.NamedLike(name)) {
+          if (results_.OwnerOf(there, clips[first]) == Owner::kThisClip)
+            NoteEarlierJoin(jobs_[i], clips, there, first);
+        }
+      }
+    }
+  }
+
+  // How far it goes, by the clip that it names as the next one. A result that goes to the end of a
+  // whole recording is no part, unless its beginning is missing.
+  void NoteEarlierJoin(Job& job, const std::vector<SequenceClip>& clips, const std::string& name,
+                       std::size_t first) {
+    const _GUID next = results_.NextOf(name);
+    std::size_t end = first + 1;
+    while (end < clips.size() && clips[end].id != next) ++end;
+    const bool isPart = first > 0 || end < clips.size();
+    if (isPart) job.earlier.push_back({results_.PathOf(name), first, end - first});
+  }
+
+  const std::vector<SequenceReport>& sequences_;
+  const ExistingResults results_;
+  std::vector<Job>& jobs_;
+  OutputNames names_;
+};
+
+}  // namespace
+
+void NameOutputs(const std::vector<SequenceReport>& sequences, const std::string& folder,
+                 std::vector<Job>& jobs) {
+  Naming(sequences, folder, jobs).Run();
+}
+
+}  // namespace clipchain
