@@ -29,6 +29,8 @@ endif()
 if(TARGET clipchain_workflow)
   find_package(fmt REQUIRED)
   find_package(nlohmann_json REQUIRED)
+  set_source_files_properties(${PROJECT_SOURCE_DIR}/src/workflow/doors/clipchain.cpp
+                              PROPERTIES COMPILE_DEFINITIONS CLIPCHAIN_VERSION="${PROJECT_VERSION}")
   # What an archive of originals is made of: tar with zstd, and hashes.
   find_package(LibArchive REQUIRED)
   find_package(Nettle REQUIRED)

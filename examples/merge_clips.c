@@ -1,53 +1,31 @@
-/* Merges clips with the flat functions, in plain C.
+/* Merges clips in plain C, as safely as the tool does: merge_clips OUT IN...
  *
- *   merge_clips [--memory] OUT IN...
- *
- * With --memory the inputs are read by this program and handed over as bytes. */
-#include <clipchain/merge/m4lm.h>
-#include <locale.h>
+ * Nothing that exists is replaced, no clip is touched, and OUT is there only when it is complete,
+ * compared with the clips and on the disk. */
+#include <clipchain/workflow/clipchain.h>
 #include <stdio.h>
-#include <stdlib.h>
-#include <string.h>
 
-static int32_t inputFromMemory(void* merge, const char* path) {
-  int32_t result = -1;
-  unsigned char* bytes = NULL;
-  long size = -1;
-  FILE* file = fopen(path, "rb");
-  if (file == NULL) return result;
-  if (fseek(file, 0, SEEK_END) == 0) size = ftell(file);
-  if (size > 0) bytes = malloc((size_t)size);
-  if (bytes != NULL && fseek(file, 0, SEEK_SET) == 0 &&
-      fread(bytes, 1, (size_t)size, file) == (size_t)size)
-    result = m4lm_inputMp4Data(merge, bytes, (unsigned int)size);
-  free(bytes);
-  fclose(file);
-  return result;
-}
-
-static int report(const char* path, int32_t result) {
-  if (result != 0) fprintf(stderr, "%s: 0x%08X\n", path, (unsigned int)result);
-  return result == 0;
+static int show(void* context, int phase, size_t clip, int64_t current, int64_t total) {
+  (void)context;
+  if (phase == CLIPCHAIN_COPYING && total > 0)
+    fprintf(stderr, "\rclip %u  %3d %%", (unsigned int)clip + 1, (int)(current * 100 / total));
+  return 0; /* anything else would end the merge and leave nothing */
 }
 
 int main(int argc, char** argv) {
-  void* merge = NULL;
-  const int memory = argc > 1 && strcmp(argv[1], "--memory") == 0;
-  const int first = memory ? 3 : 2;
-  int ok;
-  int i;
+  struct clipchain_options options = {0};
+  char* report = NULL;
+  int result;
 
-  if (argc <= first) {
-    fprintf(stderr, "usage: merge_clips [--memory] OUT IN...\n");
+  if (argc < 3) {
+    fprintf(stderr, "usage: merge_clips OUT IN...\n");
     return 2;
   }
-  setlocale(LC_CTYPE, ""); /* paths are text in the encoding of the locale */
-  if (m4lm_createHandle(&merge) != 0) return 1;
-  ok = report(argv[first - 1], m4lm_setOutputPath(merge, argv[first - 1]));
-  for (i = first; ok && i < argc; ++i)
-    ok = report(argv[i],
-                memory ? inputFromMemory(merge, argv[i]) : m4lm_inputMp4File(merge, argv[i]));
-  if (ok) ok = report(argv[first - 1], m4lm_finalize(merge));
-  m4lm_deleteHandle(merge);
-  return ok ? 0 : 1;
+  options.size = sizeof options;
+  options.progress = show;
+  result = clipchain_merge((const char* const*)argv + 2, (size_t)argc - 2, argv[1], &options, &report);
+  fprintf(stderr, "\n");
+  if (report != NULL) printf("%s", report); /* JSON: what was found, and why it was refused */
+  clipchain_free(report);
+  return result == CLIPCHAIN_DONE ? 0 : 1;
 }

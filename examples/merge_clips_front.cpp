@@ -2,6 +2,7 @@
 #include <clipchain/front/merger.h>
 
 #include <cstdio>
+#include <filesystem>
 
 namespace {
 
@@ -32,6 +33,11 @@ int main(int argc, char** argv) {
   if (argc < 3) {
     std::fputs("usage: merge_clips_front OUT IN...\n", stderr);
     return 2;
+  }
+  // The engine replaces what lies there with its first byte, be it a clip.
+  if (std::filesystem::exists(argv[1])) {
+    std::fprintf(stderr, "%s exists already\n", argv[1]);
+    return 1;
   }
   const HRESULT result = MergeClips(argv[1], argc - 2, argv + 2);
   if (result != S_OK) std::fprintf(stderr, "%s\n", ResultName(result).c_str());

@@ -36,8 +36,22 @@ class Examples : public testing::Test {
 
 TEST_F(Examples, MergeFilesFromC) { ExpectMerges({CLIPCHAIN_C_EXAMPLE, output_}); }
 
+TEST_F(Examples, MergeThroughTheFlatFunctionsOfTheEngine) {
+  ExpectMerges({CLIPCHAIN_LIVE_EXAMPLE, output_});
+}
+
 TEST_F(Examples, MergeBytesInMemoryFromC) {
-  ExpectMerges({CLIPCHAIN_C_EXAMPLE, "--memory", output_});
+  ExpectMerges({CLIPCHAIN_LIVE_EXAMPLE, "--memory", output_});
+}
+
+TEST_F(Examples, ReplaceNothing) {
+  const support::Bytes clip = support::ReadFile(support::SourcePath("examples/clips/clip1.mp4"));
+  support::WriteFile(output_, clip);
+  for (const std::string program : {CLIPCHAIN_C_EXAMPLE, CLIPCHAIN_LIVE_EXAMPLE,
+                                    CLIPCHAIN_CPP_EXAMPLE, CLIPCHAIN_FRONT_EXAMPLE}) {
+    EXPECT_EQ(1, support::Run({program, output_, output_, output_}).exitCode) << program;
+    EXPECT_TRUE(clip == support::ReadFile(output_)) << program;
+  }
 }
 
 TEST_F(Examples, MergeFilesFromCpp) { ExpectMerges({CLIPCHAIN_CPP_EXAMPLE, output_}); }
@@ -79,7 +93,10 @@ TEST_F(Examples, SayWhichResultStoppedThem) {
   const std::string missing = folder_ / "missing.mp4";
   const Finished c = support::Run({CLIPCHAIN_C_EXAMPLE, output_, missing});
   EXPECT_EQ(1, c.exitCode);
-  EXPECT_EQ(missing + ": 0xA0000001\n", c.err);
+  EXPECT_THAT(c.out, testing::HasSubstr("\"name\": \"input-unreadable\""));
+  const Finished live = support::Run({CLIPCHAIN_LIVE_EXAMPLE, output_, missing});
+  EXPECT_EQ(1, live.exitCode);
+  EXPECT_EQ(missing + ": 0xA0000001\n", live.err);
   const Finished cpp = support::Run({CLIPCHAIN_CPP_EXAMPLE, output_, missing});
   EXPECT_EQ(1, cpp.exitCode);
   EXPECT_EQ("MP4G_E_INPUT_OPEN\n", cpp.err);

@@ -13,7 +13,7 @@ import tempfile
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-C_HEADERS = ["merge/m4lm.h", "foundation/platform/cfw.h"]
+C_HEADERS = ["merge/m4lm.h", "workflow/clipchain.h", "foundation/platform/cfw.h"]
 CACHE = ["ccache"] if shutil.which("ccache") else []
 WARNINGS = ["-Wall", "-Wextra", "-Wshadow", "-Wconversion", "-Werror"]
 

@@ -27,6 +27,7 @@ ROOMS["rescue"] = IN_A_ROW
 ROOMS["keeping"] = IN_A_ROW
 ROOMS["joining"] = [*IN_A_ROW, "rescue", "keeping"]
 ROOMS["pages"] = [*IN_A_ROW, "rescue", "keeping", "joining"]
+ROOMS["doors"] = [*ROOMS["pages"], "pages"]
 ROOMS_OF_THE_TOOL = {
     "manual": [],
     "terminal": [],

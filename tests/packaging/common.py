@@ -74,6 +74,9 @@ def check_example(command, folder, env=None):
     output = folder / "merged.mp4"
     run(*command, output, *CLIPS, env=env)
     check_merged(output)
+    run(*command, output, *CLIPS, env=env, expect=1)
+    check_merged(output)
+    output.unlink()
     run(*command, output, CLIPS[0], folder / "none.mp4", env=env, expect=1)
     output.unlink(missing_ok=True)
     usage = subprocess.run(
@@ -85,7 +88,8 @@ def check_example(command, folder, env=None):
 def check_examples(programs, folder, library):
     """All examples of a folder of programs, the Python one on that shared library if one is given."""
     check_example([programs / "merge_clips_c"], folder)
-    check_example([programs / "merge_clips_c", "--memory"], folder)
+    check_example([programs / "live_merge"], folder)
+    check_example([programs / "live_merge", "--memory"], folder)
     check_example([programs / "merge_clips_cpp"], folder)
     check_example([programs / "merge_clips_front"], folder)
     if library is not None:

@@ -18,6 +18,7 @@ BUILD, C, CXX, LIBRARY_FOLDER = sys.argv[1:]
 EXAMPLES = common.ROOT / "examples"
 PROGRAMS = {
     "merge_clips_c": (C, "-std=c11", "merge_clips.c"),
+    "live_merge": (C, "-std=c11", "live_merge.c"),
     "merge_clips_cpp": (CXX, "-std=c++20", "merge_clips.cpp"),
     "merge_clips_front": (CXX, "-std=c++20", "merge_clips_front.cpp"),
     "chain_clips": (CXX, "-std=c++20", "chain_clips.cpp"),

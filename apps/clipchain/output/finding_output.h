@@ -4,7 +4,7 @@
 #include <string>
 
 #include "clipchain/terminal/paint.h"
-#include "workflow/clips/clip_json.h"
+#include "workflow/clips/finding_json.h"
 #include "workflow/finding.h"
 
 namespace clipchain {
@@ -15,9 +15,5 @@ std::string FindingText(const Finding& finding, const Paint& paint = {});
 
 // The same of all of them.
 std::string FindingsText(const Findings& findings, const Paint& paint = {});
-
-// The same for programs; docs/json.md has the fields.
-Json FindingJson(const Finding& finding);
-Json FindingsJson(const Findings& findings);
 
 }  // namespace clipchain

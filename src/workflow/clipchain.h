@@ -1,0 +1,79 @@
+/* The safe door for C and for other languages: clips are checked and merged as the tool does it, so
+ * that no call can harm a clip or leave half a result. Plain C.
+ *
+ * Paths are bytes, as the system has them. No function throws, exits, prints or handles a signal.
+ * Calls from several threads at once do not disturb each other.
+ */
+#ifndef CLIPCHAIN_WORKFLOW_CLIPCHAIN_H
+#define CLIPCHAIN_WORKFLOW_CLIPCHAIN_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(_WIN32)
+#define CLIPCHAIN_C_API
+#else
+#define CLIPCHAIN_C_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* What the functions answer. */
+enum {
+  CLIPCHAIN_DONE = 0,    /* the check found nothing that holds a merge up; the result is there */
+  CLIPCHAIN_REFUSED = 1, /* the report says why */
+  CLIPCHAIN_MISUSE = 2   /* a null or empty argument, or options that are too short; no report */
+};
+
+/* Where the work is. */
+enum {
+  CLIPCHAIN_CHECKING = 1,
+  CLIPCHAIN_COPYING = 2,
+  CLIPCHAIN_VERIFYING = 3,
+  CLIPCHAIN_FLUSHING = 4
+};
+
+/* Told how far the work is: the phase, the index of the clip at work, and bytes of all clips
+ * together, 0 of 0 where none are counted. 0 goes on; anything else ends the work, which then
+ * leaves nothing behind. It must not throw or jump out. */
+typedef int (*clipchain_progress)(void* context, int phase, size_t clip, int64_t current,
+                                  int64_t total);
+
+/* All of it zero is what the tool does without an option. */
+struct clipchain_options {
+  size_t size;          /* sizeof(struct clipchain_options) */
+  int overwrite;        /* replace an output that exists, by the final rename only */
+  int force;            /* go on in spite of problems that risk the result alone */
+  int verify_all;       /* compare every byte, read back from the disk, not only around seams */
+  int64_t memory_limit; /* bytes that movie boxes may take; 0: half of the machine's memory */
+  clipchain_progress progress; /* may be null */
+  void* context;               /* handed to it */
+};
+
+/* "0.1.0"; lasts as long as the library. */
+CLIPCHAIN_C_API const char* clipchain_version(void);
+
+/* Says whether the clips can be merged in this order, and what one would regret. Reads movie boxes,
+ * writes nothing. `output`, the file that a merge would write, and `options` may be null. `report`,
+ * unless it is null, gets JSON text in UTF-8, to be freed with clipchain_free: "verdict" and
+ * "findings", of which each has "name", "severity", "path", "track", "box", "offset", "text",
+ * "remedy" and "result", as `clipchain check --json` prints them; null where memory is short. */
+CLIPCHAIN_C_API int clipchain_check(const char* const* clips, size_t count, const char* output,
+                                    const struct clipchain_options* options, char** report);
+
+/* Checks the clips, merges them beside `output`, verifies the result, flushes it to the disk and
+ * only then gives it its name, which no existing file loses without `overwrite`. Clips are only
+ * read. `report` as above, with "done" and "size" (bytes of the result) in place of the verdict. */
+CLIPCHAIN_C_API int clipchain_merge(const char* const* clips, size_t count, const char* output,
+                                    const struct clipchain_options* options, char** report);
+
+/* Frees a report; null is fine. */
+CLIPCHAIN_C_API void clipchain_free(char* report);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,148 @@
+#include "workflow/clipchain.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "support/movie_builder.h"
+#include "support/temp_dir.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using testing::Contains;
+using testing::Not;
+
+class CDoor : public testing::Test {
+ protected:
+  CDoor() {
+    options.size = sizeof options;
+    for (const unsigned char seed : {1, 2}) {
+      clips.push_back(folder / (std::to_string(seed) + ".mp4"));
+      support::WriteFile(clips.back(), support::Clip(16, seed).Build());
+    }
+  }
+
+  std::vector<const char*> Names() const {
+    std::vector<const char*> names;
+    for (const std::string& clip : clips) names.push_back(clip.c_str());
+    return names;
+  }
+  int Merge() {
+    char* text = nullptr;
+    const int code = clipchain_merge(Names().data(), clips.size(), output.c_str(), &options, &text);
+    Take(text);
+    return code;
+  }
+  int Check(const char* target = nullptr) {
+    char* text = nullptr;
+    const int code = clipchain_check(Names().data(), clips.size(), target, &options, &text);
+    Take(text);
+    return code;
+  }
+  std::vector<std::string> Found() const {
+    std::vector<std::string> names;
+    for (const auto& finding : report["findings"]) names.push_back(finding["name"]);
+    return names;
+  }
+
+  support::TempDir folder;
+  std::vector<std::string> clips;
+  std::string output = folder / "out.mp4";
+  clipchain_options options{};
+  nlohmann::json report;
+
+ private:
+  void Take(char* text) {
+    report = text != nullptr ? nlohmann::json::parse(text) : nlohmann::json();
+    clipchain_free(text);
+  }
+};
+
+TEST_F(CDoor, MergesClips) {
+  EXPECT_EQ(CLIPCHAIN_DONE, Merge());
+  EXPECT_TRUE(report["done"]);
+  EXPECT_EQ(fs::file_size(output), report["size"]);
+}
+
+TEST_F(CDoor, ReplacesAnOutputOnlyIfTold) {
+  support::WriteFile(output, support::Text("old"));
+  EXPECT_EQ(CLIPCHAIN_REFUSED, Merge());
+  EXPECT_FALSE(report["done"]);
+  EXPECT_THAT(Found(), Contains("output-exists"));
+  EXPECT_EQ(support::Text("old"), support::ReadFile(output));
+  options.overwrite = 1;
+  EXPECT_EQ(CLIPCHAIN_DONE, Merge());
+}
+
+TEST_F(CDoor, NeverWritesToAClip) {
+  const support::Bytes before = support::ReadFile(clips[0]);
+  output = clips[0];
+  options.overwrite = 1;
+  options.force = 1;
+  EXPECT_EQ(CLIPCHAIN_REFUSED, Merge());
+  EXPECT_THAT(Found(), Contains("output-is-input"));
+  EXPECT_EQ(before, support::ReadFile(clips[0]));
+}
+
+TEST_F(CDoor, ChecksWithoutWriting) {
+  EXPECT_EQ(CLIPCHAIN_DONE, Check());
+  EXPECT_EQ("fits", report["verdict"]);
+  support::WriteFile(output, support::Text("old"));
+  EXPECT_EQ(CLIPCHAIN_REFUSED, Check(output.c_str()));
+  EXPECT_EQ("refused", report["verdict"]);
+  clips.push_back(folder / "missing.mp4");
+  EXPECT_EQ(CLIPCHAIN_REFUSED, Check());
+  EXPECT_THAT(Found(), Contains("input-unreadable"));
+}
+
+TEST_F(CDoor, TellsHowFarItIsAndStops) {
+  struct Seen {
+    std::vector<int> phases;
+    int last = 0;
+  } seen;
+  options.context = &seen;
+  options.progress = [](void* context, int phase, std::size_t, int64_t current, int64_t total) {
+    auto* told = static_cast<Seen*>(context);
+    told->phases.push_back(phase);
+    return current > total || phase == told->last ? 1 : 0;
+  };
+  EXPECT_EQ(CLIPCHAIN_DONE, Merge());
+  for (const int phase :
+       {CLIPCHAIN_CHECKING, CLIPCHAIN_COPYING, CLIPCHAIN_VERIFYING, CLIPCHAIN_FLUSHING})
+    EXPECT_THAT(seen.phases, Contains(phase));
+  fs::remove(output);
+  seen.last = CLIPCHAIN_COPYING;
+  EXPECT_EQ(CLIPCHAIN_REFUSED, Merge());
+  EXPECT_THAT(Found(), Contains("merge-stopped"));
+  EXPECT_FALSE(fs::exists(output));
+}
+
+TEST_F(CDoor, RefusesToBeMisused) {
+  const std::vector<const char*> names = Names();
+  const char* const holes[] = {names[0], nullptr};
+  const char* const empty[] = {names[0], ""};
+  EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_merge(nullptr, 2, output.c_str(), nullptr, nullptr));
+  EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_merge(names.data(), 0, output.c_str(), nullptr, nullptr));
+  EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_merge(holes, 2, output.c_str(), nullptr, nullptr));
+  EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_merge(empty, 2, output.c_str(), nullptr, nullptr));
+  EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_merge(names.data(), 2, nullptr, nullptr, nullptr));
+  EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_merge(names.data(), 2, "", nullptr, nullptr));
+  EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_check(holes, 2, nullptr, nullptr, nullptr));
+  options.size = sizeof(std::size_t);
+  EXPECT_EQ(CLIPCHAIN_MISUSE, Merge());
+  EXPECT_FALSE(fs::exists(output));
+  EXPECT_EQ(CLIPCHAIN_DONE, clipchain_merge(names.data(), 2, output.c_str(), nullptr, nullptr));
+  clipchain_free(nullptr);
+}
+
+TEST_F(CDoor, SaysItsVersion) {
+  EXPECT_THAT(clipchain_version(), testing::MatchesRegex("[0-9]+[.][0-9]+[.][0-9]+"));
+}
+
+}  // namespace
