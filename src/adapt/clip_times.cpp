@@ -49,16 +49,18 @@ Edits EditsOf(const RawBox& track) {
 
 class ClipTimesAdaptation final : public Adaptation {
  public:
-  explicit ClipTimesAdaptation(const FitOptions& options) : options_(options) {}
+  ClipTimesAdaptation(const FitOptions& options, ClipClocks& clocks)
+      : options_(options), times_(clocks.clips), holds_(clocks.holds), clocks_(clocks) {}
 
   void Adapt(FitClips& clips, FitReport& report) override {
     if (clips.size() < 2 || !TakeTimes(clips, report)) return;
     for (std::size_t i = 0; i < clips.size(); ++i) RefuseCuts(i, report);
     for (std::size_t i = 1; i < clips.size(); ++i) ConvertScales(i, clips, report);
+    holds_ = NoHolds(times_);
     if (!scalesMeet_) return;
     holds_ = HoldsOf(clips, report);
-    FitEdits(clips, report);
-    KeepEnds(clips, report);
+    NoteEdits(clips, report);
+    NoteEnds(clips, report);
   }
 
   void Complete(RawBox& movie) const override {
@@ -134,16 +136,19 @@ class ClipTimesAdaptation final : public Adaptation {
   }
 
   SampleHolds HoldsOf(FitClips& clips, FitReport& report) const {
-    SampleHolds none;
-    for (const ClipTimes& clip : times_) none.emplace_back(clip.size(), 0);
-    if (options_.seamsAsTheyAre) return none;
+    if (options_.seamsAsTheyAre) return NoHolds(times_);
     SampleHolds holds = PlanSeams(times_);
+    // Tracks that come back by themselves are left apart by up to a frame, twice the tolerance; the
+    // units of the movie's clock come on top.
+    constexpr double kMillisecond = 0.001;
+    report.apart = (2 * Milliseconds(SeamTolerance(times_.front())) + 2) * kMillisecond;
     for (std::size_t i = 0; i < clips.size(); ++i) {
       const std::vector<RawBox*> tracks = TracksOf(clips[i].movie);
       for (std::size_t track = 0; track < tracks.size(); ++track) {
         const std::uint32_t ticks = holds[i][track];
         if (ticks == 0 || !HoldLastSample(*tracks[track], ticks)) continue;
         const Moment longer = MomentOf(ticks, times_.front()[track].scale);
+        report.holds.push_back({i, times_.front()[track].id, ticks});
         report.Note(AdaptationKind::kSeams, i, times_[i][track].id,
                     "shows the last sample of its " + TrackWords(times_[i][track]) + ' ' +
                         MillisecondWords(longer) + " longer");
@@ -152,22 +157,19 @@ class ClipTimesAdaptation final : public Adaptation {
     return holds;
   }
 
-  // The engine appends tracks that both have a list or both have none, and the delays of lists that
-  // have one. What the result shows is written behind it.
-  void FitEdits(FitClips& clips, FitReport& report) const {
-    const std::vector<RawBox*> first = TracksOf(clips.front().movie);
-    for (std::size_t track = 0; track < first.size(); ++track) {
-      const bool isUsed = !EditsOf(*first[track]).empty();
-      for (std::size_t i = 0; i < clips.size(); ++i) {
-        RawBox& box = *TracksOf(clips[i].movie)[track];
-        const std::size_t edits = EditsOf(box).size();
-        const bool hasList = box.At({FourCc("edts"), FourCc("elst")}) != nullptr;
+  // The engine appends tracks that both have a list or both have none, and adds up the delays of
+  // lists that have one. No view has a list; what the result shows is written behind the engine.
+  void NoteEdits(const FitClips& clips, FitReport& report) const {
+    const std::vector<const RawBox*> first = TracksOf(clips.front().movie);
+    for (std::size_t i = 0; i < clips.size(); ++i) {
+      const std::vector<const RawBox*> tracks = TracksOf(clips[i].movie);
+      for (std::size_t track = 0; track < tracks.size(); ++track) {
+        const bool isUsed = !EditsOf(*first[track]).empty();
+        const std::size_t edits = EditsOf(*tracks[track]).size();
+        const bool hasList = tracks[track]->At({FourCc("edts"), FourCc("elst")}) != nullptr;
         if (hasList == isUsed && edits == (isUsed ? 1 : 0)) continue;
         report.Note(AdaptationKind::kEditLists, i, times_[i][track].id,
                     EditWords(times_[i][track], edits, isUsed));
-        if (i == 0 && isUsed) continue;
-        box.Remove(FourCc("edts"));
-        if (isUsed) box.children.push_back(*first[track]->Child(FourCc("edts")));
       }
     }
   }
@@ -183,11 +185,11 @@ class ClipTimesAdaptation final : public Adaptation {
   }
 
   // The engine ends every track where the first one of pictures ends.
-  void KeepEnds(const FitClips& clips, FitReport& report) const {
+  void NoteEnds(const FitClips& clips, FitReport& report) const {
     const auto limit = EndOfPictures(clips);
     if (!limit) return;
     const std::vector<const RawBox*> tracks = TracksOf(clips.front().movie);
-    const auto ends = EndsOf(times_, holds_);
+    const auto ends = EndsOf(clocks_);
     for (std::size_t i = 0; i < tracks.size(); ++i) {
       const TrackTimes& first = times_.front()[i];
       if (IsOfPictures(*tracks[i]) || EditsOf(*tracks[i]).size() != 1 || !ends[i]) continue;
@@ -259,15 +261,16 @@ class ClipTimesAdaptation final : public Adaptation {
   }
 
   const FitOptions options_;
-  std::vector<ClipTimes> times_;  // as the clips say; empty where there is nothing to fit
-  SampleHolds holds_;
+  std::vector<ClipTimes>& times_;  // as the clips say; empty where there is nothing to fit
+  SampleHolds& holds_;
+  const ClipClocks& clocks_;
   bool scalesMeet_ = true;
 };
 
 }  // namespace
 
-std::unique_ptr<Adaptation> MakeClipTimes(const FitOptions& options) {
-  return std::make_unique<ClipTimesAdaptation>(options);
+std::unique_ptr<Adaptation> MakeClipTimes(const FitOptions& options, ClipClocks& clocks) {
+  return std::make_unique<ClipTimesAdaptation>(options, clocks);
 }
 
 }  // namespace clipchain

@@ -17,14 +17,14 @@ namespace clipchain {
 
 namespace {
 
-// Boxes of known classes that a merge needs; any other known box is left out, whatever its class
-// makes of it. What no class knows is kept as it is, wherever it stands.
+// Boxes of known classes that a merge needs, without edit lists, which are made behind it; any
+// other known box is left out, whatever its class makes of it. What no class knows is kept as it
+// is, wherever it stands.
 constexpr unsigned int kRead[] = {
-    FourCc("mvhd"), FourCc("trak"), FourCc("tkhd"), FourCc("edts"), FourCc("elst"), FourCc("mdia"),
-    FourCc("mdhd"), FourCc("hdlr"), FourCc("minf"), FourCc("vmhd"), FourCc("smhd"), FourCc("hmhd"),
-    FourCc("nmhd"), FourCc("dinf"), FourCc("dref"), FourCc("stbl"), FourCc("stsd"), FourCc("stts"),
-    FourCc("ctts"), FourCc("stsz"), FourCc("stz2"), FourCc("stsc"), FourCc("stco"), FourCc("co64"),
-    FourCc("stss"), FourCc("sdtp")};
+    FourCc("mvhd"), FourCc("trak"), FourCc("tkhd"), FourCc("mdia"), FourCc("mdhd"), FourCc("hdlr"),
+    FourCc("minf"), FourCc("vmhd"), FourCc("smhd"), FourCc("hmhd"), FourCc("nmhd"), FourCc("dinf"),
+    FourCc("dref"), FourCc("stbl"), FourCc("stsd"), FourCc("stts"), FourCc("ctts"), FourCc("stsz"),
+    FourCc("stz2"), FourCc("stsc"), FourCc("stco"), FourCc("co64"), FourCc("stss"), FourCc("sdtp")};
 
 // What the engine appends, in either form of the table.
 constexpr unsigned int kJoined[] = {FourCc("stts"), FourCc("ctts"), FourCc("stsz"),
@@ -114,6 +114,16 @@ std::vector<unsigned int> EngineIds(const RawBox& first) {
   return ids;
 }
 
+// The engine's classes of sample entries depend on the kind of media, which it must know before it
+// comes to them. Under this one an entry of a type that it does not know has no fields of its own.
+RawBox StandInHandler() {
+  constexpr std::size_t kReserved = 12;
+  RawBox box(FourCc("hdlr"), Bytes(8));
+  PutField<QUIRVA::be32>(box.data, FourCc("none"));
+  box.data.resize(box.data.size() + kReserved + 1);  // and an empty name
+  return box;
+}
+
 void FitTrack(RawBox& track, unsigned int id, const RawBox* firstTable, const MediaMap* media) {
   if (RawBox* header = track.Child(FourCc("tkhd"))) {
     if (auto fields = ReadTrackHeader(*header)) {
@@ -121,6 +131,8 @@ void FitTrack(RawBox& track, unsigned int id, const RawBox* firstTable, const Me
       static_cast<void>(WriteTrackHeader(*header, *fields));
     }
   }
+  if (RawBox* parent = track.Child(FourCc("mdia")))
+    parent->children.insert(parent->children.begin(), StandInHandler());
   RawBox* table = SampleTable(track);
   if (table == nullptr) return;
   for (RawBox& box : table->children) {

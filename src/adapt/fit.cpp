@@ -19,14 +19,14 @@ namespace clipchain {
 namespace {
 
 // In the order in which they see the clips.
-std::vector<std::unique_ptr<Adaptation>> Row(const FitOptions& options) {
+std::vector<std::unique_ptr<Adaptation>> Row(const FitOptions& options, ClipClocks& clocks) {
   std::vector<std::unique_ptr<Adaptation>> row;
   row.push_back(MakeTopLevel());
   row.push_back(MakeFragments());
   row.push_back(MakeKeptBoxes());
   row.push_back(MakeTrackOrder(options));
   row.push_back(MakeSampleDescriptions());
-  row.push_back(MakeClipTimes(options));
+  row.push_back(MakeClipTimes(options, clocks));
   row.push_back(MakeJoinedTables());
   return row;
 }
@@ -56,19 +56,25 @@ std::optional<RawBox> MovieOf(std::span<const unsigned char> bytes) {
 
 }  // namespace
 
-Fit::Fit(const std::vector<std::string>& paths, const FitOptions& options) {
+Fit::Fit(const std::vector<std::string>& paths, const FitOptions& options)
+    : commonTracks_(options.commonTracks) {
   for (const std::string& path : paths) clips_.emplace_back(path);
-  OpenAll();
+  OpenAll(options.memoryLimit);
   const bool allUsable = std::all_of(usable_.begin(), usable_.end(), [](bool is) { return is; });
   if (!options.exact && allUsable && !clips_.empty()) AdaptAll(options);
 }
 
-void Fit::OpenAll() {
-  for (std::size_t i = 0; i < clips_.size(); ++i) usable_.push_back(clips_[i].Open(i, report_));
+void Fit::OpenAll(long long memoryLimit) {
+  usable_.assign(clips_.size(), false);
+  auto left = static_cast<std::uint64_t>(std::max(memoryLimit, 0LL));
+  for (std::size_t i = 0; i < clips_.size(); ++i) {
+    usable_[i] = clips_[i].Open(i, report_, left);
+    left -= std::min(left, clips_[i].Memory());
+  }
 }
 
 void Fit::AdaptAll(const FitOptions& options) {
-  for (auto& adaptation : Row(options)) {
+  for (auto& adaptation : Row(options, clocks_)) {
     adaptation->Adapt(clips_, report_);
     row_.push_back(std::move(adaptation));
     // Those behind it compare tracks that continue each other.

@@ -15,6 +15,7 @@
 #include "adapt/fit_clip.h"
 #include "adapt/fit_options.h"
 #include "adapt/fit_report.h"
+#include "adapt/seams.h"
 #include "foundation/com_ptr.h"
 
 namespace clipchain {
@@ -29,12 +30,19 @@ class Fit {
   // Whether anything is adapted. Then every clip is to be read through its view; else none is, and
   // the engine is to read the files as they are.
   bool IsNeeded() const { return !report_.notes.empty(); }
+  // Whether the clips were looked at beside each other: false if one of them has no view.
+  bool IsAdapted() const { return !row_.empty(); }
+  // Whether tracks that not all clips have are left out.
+  bool TakesCommonTracks() const { return commonTracks_; }
   // What is done, and what speaks against it; problems of clips that are not needed to be adapted
   // are told too.
   const FitReport& Report() const { return report_; }
   // Whether that clip has a view: false for one that can't be taken apart, of which a problem
-  // speaks.
+  // speaks, and for those for which there is not enough memory. Nothing is adapted then.
   bool HasView(std::size_t clip) const { return usable_[clip]; }
+
+  // When the tracks of the clips are shown; empty for a clip alone, and where that is not known.
+  const ClipClocks& Clocks() const { return clocks_; }
 
   // The clip as the engine can take it, with the one media box that its chunk offsets speak of. An
   // object without use, and the reason in `result`, if its file can't be opened.
@@ -47,13 +55,15 @@ class Fit {
   std::optional<Bytes> EngineForm(std::span<const unsigned char> completeMovie) const;
 
  private:
-  void OpenAll();
+  void OpenAll(long long memoryLimit);
   void AdaptAll(const FitOptions& options);
 
   FitClips clips_;
   std::vector<bool> usable_;
   std::vector<std::unique_ptr<Adaptation>> row_;
+  ClipClocks clocks_;
   FitReport report_;
+  bool commonTracks_;
 };
 
 }  // namespace clipchain

@@ -31,11 +31,36 @@ FitProblem& Refuse(FitReport& report, FitProblemKind kind, std::size_t index, st
   return problem;
 }
 
+// What is needed for each byte of a movie box: its tree, what is shown of it, what the engine makes
+// of that and writes. A box takes this much however small it is.
+constexpr std::uint64_t kMemoryPerByte = 6;
+constexpr std::uint64_t kMemoryPerBox = 800;
+// Inside of these the engine makes an object of every few bytes.
+constexpr std::uint64_t kMemoryPerDescriptionByte = 250;
+constexpr unsigned int kMostDepth = 16;
+
+std::uint64_t MemoryOf(std::span<const unsigned char> bytes, unsigned int depth) {
+  std::uint64_t sum = 0;
+  while (true) {
+    std::span<const unsigned char> in = bytes;
+    be32 size;
+    be32 type;
+    if (!TakeField(in, size) || !TakeField(in, type)) return sum;
+    if (size < kShortHeader || size > bytes.size()) return sum;
+    const auto body = bytes.subspan(kShortHeader, size - kShortHeader);
+    sum += kMemoryPerBox;
+    if (type == FourCc("stsd") || type == FourCc("dref"))
+      sum += body.size() * kMemoryPerDescriptionByte;
+    if (IsRawContainer(type) && depth < kMostDepth) sum += MemoryOf(body, depth + 1);
+    bytes = bytes.subspan(size);
+  }
+}
+
 }  // namespace
 
 FitClip::FitClip(std::string path) : path_(std::move(path)) {}
 
-bool FitClip::Open(std::size_t index, FitReport& report) {
+bool FitClip::Open(std::size_t index, FitReport& report, std::uint64_t memory) {
   file_ = std::make_unique<QUIRVA::QvFile>();
   long long size = 0;
   const bool isOpen =
@@ -48,7 +73,7 @@ bool FitClip::Open(std::size_t index, FitReport& report) {
     return false;
   }
   size_ = static_cast<std::uint64_t>(size);
-  const bool taken = Walk(index, report) && TakeMovie(index, report) && TakeFileType();
+  const bool taken = Walk(index, report) && TakeMovie(index, memory, report) && TakeFileType();
   file_.reset();
   return taken;
 }
@@ -132,7 +157,7 @@ bool FitClip::Walk(std::size_t index, FitReport& report) {
   return true;
 }
 
-bool FitClip::TakeMovie(std::size_t index, FitReport& report) {
+bool FitClip::TakeMovie(std::size_t index, std::uint64_t memory, FitReport& report) {
   const FitBox* place = Place(FourCc("moov"));
   if (place == nullptr) {
     Refuse(report, FitProblemKind::kMovieMissing, index, "has no movie box \"moov\"",
@@ -148,6 +173,11 @@ bool FitClip::TakeMovie(std::size_t index, FitReport& report) {
         .box = "moov";
     return false;
   }
+  for (const FitBox& box : layout_) {
+    if (box.type == FourCc("moof")) memory_ += box.size * kMemoryPerByte;
+  }
+  memory_ += place->size * kMemoryPerByte;
+  if (memory_ > memory) return false;
   Bytes bytes = Read(place->position, place->size);
   if (bytes.empty()) {
     Refuse(report, FitProblemKind::kInputUnreadable, index, "can't be read to its end",
@@ -160,6 +190,8 @@ bool FitClip::TakeMovie(std::size_t index, FitReport& report) {
   if (place->header == kShortHeader)
     std::copy(std::begin(size.bytes), std::end(size.bytes), bytes.begin());
   std::span<const unsigned char> in = bytes;
+  memory_ += MemoryOf(in, 0);
+  if (memory_ > memory) return false;
   if (movie.Take(in) && movie.Child(FourCc("mvhd")) != nullptr) return true;
   Refuse(report, FitProblemKind::kHeaderMissing, index, "has no movie header \"mvhd\"",
          "copy the clip again, or repair it with a tool for it",

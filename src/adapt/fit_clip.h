@@ -31,11 +31,16 @@ struct MediaRange {
 
 class FitClip {
  public:
+  static constexpr std::uint64_t kNoLimit = ~std::uint64_t{0};
+
   explicit FitClip(std::string path);
 
   // Walks the top level, takes the movie box and the places of the media. False: a merge can't take
-  // it, whatever is done to it, and a problem of clip number `index` says why.
-  [[nodiscard]] bool Open(std::size_t index, FitReport& report);
+  // it, whatever is done to it, and a problem of clip number `index` says why; or it needs more
+  // memory than there is.
+  [[nodiscard]] bool Open(std::size_t index, FitReport& report, std::uint64_t memory = kNoLimit);
+  // What the boxes of the movie take, with all that is made of them, about; known once it is open.
+  std::uint64_t Memory() const { return memory_; }
 
   const std::string& Path() const { return path_; }
   std::uint64_t Size() const { return size_; }
@@ -56,12 +61,13 @@ class FitClip {
  private:
   bool Walk(std::size_t index, FitReport& report);
   bool TakeHeader(std::uint64_t at, FitBox& box) const;
-  bool TakeMovie(std::size_t index, FitReport& report);
+  bool TakeMovie(std::size_t index, std::uint64_t memory, FitReport& report);
   bool IsZeroFrom(std::uint64_t at) const;
   bool TakeFileType();
 
   std::string path_;
   std::uint64_t size_ = 0;
+  std::uint64_t memory_ = 0;
   std::unique_ptr<QUIRVA::QvFile> file_;  // while the clip is opened
   std::vector<FitBox> layout_;
 };

@@ -1,6 +1,8 @@
 // What may be done to clips so that they fit each other.
 #pragma once
 
+#include <limits>
+
 namespace clipchain {
 
 struct FitOptions {
@@ -13,6 +15,8 @@ struct FitOptions {
   // Join the clips as they are, without keeping sound and picture in step where one clip follows
   // the other.
   bool seamsAsTheyAre = false;
+  // Bytes that movie boxes and what is made of them may take in memory.
+  long long memoryLimit = std::numeric_limits<long long>::max();
 };
 
 }  // namespace clipchain

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -66,10 +68,27 @@ struct FitProblem {
 // Whether the clips can be merged nevertheless.
 bool IsWarning(FitProblemKind kind);
 
+// The last sample of one track of a clip is shown longer than in the clip.
+struct FitHold {
+  std::size_t clip;
+  unsigned int track;   // identifier in the first clip
+  std::uint32_t ticks;  // of the first clip's track
+};
+
 // Grows while the adaptations look at the clips, one after the other.
 struct FitReport {
   std::vector<FitNote> notes;
   std::vector<FitProblem> problems;
+
+  // What whoever compares the result with the clips has to know: where they differ on purpose.
+  std::vector<FitHold> holds;
+  // Seconds by which the tracks of a clip may lie otherwise to each other than in the clip;
+  // negative: by any.
+  double apart = -1;
+  // Identifiers of the first clip's tracks that are not in the result.
+  std::set<unsigned int> leftOut;
+  // Types of boxes of the first clip that the result lacks.
+  std::set<unsigned int> dropped;
 
   void Note(AdaptationKind kind, std::size_t clip, unsigned int track, std::string text);
   // The problem may be completed until the next one is added.

@@ -83,9 +83,10 @@ struct Extent {
 class Planner {
  public:
   explicit Planner(const std::vector<ClipTimes>& clips)
-      : clips_(clips), walker_(clips), tolerance_(SeamTolerance(clips.front())) {
-    for (const ClipTimes& clip : clips) holds_.emplace_back(clip.size(), 0);
-  }
+      : clips_(clips),
+        walker_(clips),
+        tolerance_(SeamTolerance(clips.front())),
+        holds_(NoHolds(clips)) {}
 
   SampleHolds Run() {
     const std::vector<std::uint32_t> none(walker_.Tracks(), 0);
@@ -194,7 +195,14 @@ SampleHolds PlanSeams(const std::vector<ClipTimes>& clips) {
   return clips.empty() ? SampleHolds() : Planner(clips).Run();
 }
 
-Shifts ShiftsOf(const std::vector<ClipTimes>& clips, const SampleHolds& holds) {
+SampleHolds NoHolds(const std::vector<ClipTimes>& clips) {
+  SampleHolds holds;
+  for (const ClipTimes& clip : clips) holds.emplace_back(clip.size(), 0);
+  return holds;
+}
+
+Shifts ShiftsOf(const ClipClocks& clocks) {
+  const std::vector<ClipTimes>& clips = clocks.clips;
   Shifts shifts;
   if (clips.empty()) return shifts;
   Walker walker(clips);
@@ -204,17 +212,17 @@ Shifts ShiftsOf(const std::vector<ClipTimes>& clips, const SampleHolds& holds) {
       if (clips[clip][track].samples != 0)
         shifts.back()[track] = walker.Shift(clip, track, walker.At(track).media);
     }
-    walker.Pass(clip, holds[clip]);
+    walker.Pass(clip, clocks.holds[clip]);
   }
   return shifts;
 }
 
-std::vector<std::optional<Moment>> EndsOf(const std::vector<ClipTimes>& clips,
-                                          const SampleHolds& holds) {
+std::vector<std::optional<Moment>> EndsOf(const ClipClocks& clocks) {
+  const std::vector<ClipTimes>& clips = clocks.clips;
   std::vector<std::optional<Moment>> ends;
   if (clips.empty()) return ends;
   Walker walker(clips);
-  for (std::size_t clip = 0; clip < clips.size(); ++clip) walker.Pass(clip, holds[clip]);
+  for (std::size_t clip = 0; clip < clips.size(); ++clip) walker.Pass(clip, clocks.holds[clip]);
   for (std::size_t track = 0; track < walker.Tracks(); ++track) {
     const Place& place = walker.At(track);
     ends.emplace_back();

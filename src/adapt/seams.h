@@ -21,6 +21,12 @@ using ClipTimes = std::vector<TrackTimes>;
 // first clip's track.
 using SampleHolds = std::vector<std::vector<std::uint32_t>>;
 
+// What decides when each track of the result is shown.
+struct ClipClocks {
+  std::vector<ClipTimes> clips;
+  SampleHolds holds;
+};
+
 // How far the tracks of a clip may be apart at a seam: half a frame of the sound, or half of 1,024
 // samples at 48 kHz, where the sound has no frames or is none.
 Moment SeamTolerance(const ClipTimes& first);
@@ -31,15 +37,16 @@ Moment SeamTolerance(const ClipTimes& first);
 // in the next one are left as they are. All clips have as many tracks as the first, and scales that
 // convert to the first's without a rest.
 SampleHolds PlanSeams(const std::vector<ClipTimes>& clips);
+// The same without waiting.
+SampleHolds NoHolds(const std::vector<ClipTimes>& clips);
 
 // How much later in the result than in the clip alone each track of each clip is shown. Nothing for
 // a track without samples there.
 using Shifts = std::vector<std::vector<std::optional<Moment>>>;
-Shifts ShiftsOf(const std::vector<ClipTimes>& clips, const SampleHolds& holds);
+Shifts ShiftsOf(const ClipClocks& clocks);
 
 // When each track of the result ends; nothing for one without samples.
-std::vector<std::optional<Moment>> EndsOf(const std::vector<ClipTimes>& clips,
-                                          const SampleHolds& holds);
+std::vector<std::optional<Moment>> EndsOf(const ClipClocks& clocks);
 
 // Shows the last sample of the track that much longer. False: there is none, or it would last
 // longer than programs read; then nothing is changed.

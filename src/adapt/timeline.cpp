@@ -42,6 +42,13 @@ std::uint64_t CountFrom(const Stretch& stretch, Moment limit) {
              : stretch.samples - static_cast<std::uint64_t>(earlier);
 }
 
+// Many programs write offsets below 0 into a table of version 0, which has none; nobody means to
+// show a sample half of all there is later.
+std::int64_t Signed(std::int64_t offset) {
+  constexpr std::int64_t kMost = 0x7FFFFFFF;
+  return offset > kMost ? offset - (std::int64_t{1} << 32) : offset;
+}
+
 // Gives each stretch to `see`; false where the times leave their bounds.
 template <typename See>
 bool Walk(const TrackSource& source, See see) {
@@ -58,7 +65,7 @@ bool Walk(const TrackSource& source, See see) {
       const bool hasOffset = run < source.offsets.size();
       const std::uint64_t samples =
           hasOffset ? std::min<std::uint64_t>(left, source.offsets[run].count - used) : left;
-      const Moment first = decoded + (hasOffset ? source.offsets[run].offset : 0);
+      const Moment first = decoded + (hasOffset ? Signed(source.offsets[run].offset) : 0);
       decoded += static_cast<Moment>(samples) * times.delta;
       if (decoded > kMostTicks || first < -kMostTicks || first > kMostTicks) return false;
       see(Stretch{samples, times.delta, static_cast<std::int64_t>(first)});

@@ -199,6 +199,7 @@ class TrackOrder final : public Adaptation {
     for (std::size_t k = 0; k < tracks.size(); ++k) {
       if (std::find(places.begin(), places.end(), k) != places.end()) continue;
       gone.insert(RawTrackId(*tracks[k]));
+      if (index == 0) report.leftOut.insert(RawTrackId(*tracks[k]));
       report.Note(AdaptationKind::kCommonTracks, index, RawTrackId(*tracks[k]),
                   "has a " + RawTrackWords(*tracks[k]) + " that not all clips have, left out");
     }

@@ -7,6 +7,7 @@
 
 #include "foundation/export.h"
 #include "workflow/finding.h"
+#include "workflow/fitting.h"
 #include "workflow/progress.h"
 #include "workflow/seam.h"
 
@@ -19,6 +20,8 @@ struct CheckOptions {
   bool overwrite = false;
   // Bytes that the movie boxes may take; 0: half of the machine's memory.
   long long memoryLimit = 0;
+  // How clips that do not fit as they are are adapted.
+  Fitting fitting{};
   // Told before each clip; false ends the check.
   Progress progress{};
 };
@@ -27,13 +30,16 @@ struct CheckReport {
   Findings findings;         // by file in the order given, what is about none of them at the end
   std::vector<Seam> seams;   // one for each clip, the last is the end; empty if tracks do not match
   long long outputSize = 0;  // bytes that the merged file takes, about
-  bool stopped = false;      // by `progress`: the findings, of which one says so, are not all
+  // What a merge would do to the clips, so that they fit; empty if it takes them as they are.
+  std::vector<Adapted> adaptations;
+  bool stopped = false;  // by `progress`: the findings, of which one says so, are not all
 };
 
 // Reads the inputs, of their media the first timecode at most, and writes nothing. Finds all there
-// is to find: no finding hides another one. What the engine would refuse is an error here, and
-// nothing else about the inputs is but a lack of memory: with enough of it, a merge of inputs
-// without an error is one that the engine completes.
+// is to find: no finding hides another one. Clips that do not fit as they are are looked at as a
+// merge adapts them. What the engine would refuse of them is an error here, and nothing else about
+// the inputs is but a lack of memory: with enough of it, a merge of inputs without an error is one
+// that the engine completes.
 [[nodiscard]] CLIPCHAIN_API CheckReport Check(const std::vector<std::string>& inputs,
                                               const CheckOptions& options);
 

@@ -9,6 +9,7 @@
 
 #include "foundation/export.h"
 #include "workflow/finding.h"
+#include "workflow/fitting.h"
 #include "workflow/folders.h"
 #include "workflow/keep_originals.h"
 #include "workflow/plan.h"
@@ -29,16 +30,18 @@ CLIPCHAIN_API std::string_view OutcomeName(Outcome outcome);
 
 struct JobReport {
   Outcome outcome = Outcome::kNotRun;
-  Findings findings;      // the plan's and those of the merge, or of the look at the output
-  long long size = 0;     // of the output, if it is there
-  HRESULT result = S_OK;  // the engine's last code
-  double seconds = 0;     // that the job took
+  Findings findings;  // the plan's and those of the merge, or of the look at the output
+  std::vector<Adapted> adaptations;  // of a merge that was made now
+  long long size = 0;                // of the output, if it is there
+  HRESULT result = S_OK;             // the engine's last code
+  double seconds = 0;                // that the job took
 };
 
 // Flushes the output of a job to the disk and compares it with what its inputs give, every byte.
 // Nothing is found if it is that, and the inputs are needed no more. What is an error there is as
 // for a merge that verifies its own result.
-[[nodiscard]] CLIPCHAIN_API Findings VerifyOutput(const Job& job, const Progress& progress);
+[[nodiscard]] CLIPCHAIN_API Findings VerifyOutput(const Job& job, const Progress& progress,
+                                                  const Fitting& fitting = {});
 
 struct JoinOptions {
   // Of each merge. The output is each job's own and never replaced. The progress is told about the

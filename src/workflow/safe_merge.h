@@ -10,6 +10,7 @@
 #include "workflow/check.h"
 #include "workflow/companion.h"
 #include "workflow/finding.h"
+#include "workflow/fitting.h"
 #include "workflow/leftovers.h"
 
 namespace clipchain {
@@ -35,16 +36,19 @@ struct SafeMergeOptions {
 };
 
 struct SafeMergeReport {
-  bool done = false;      // the output is complete, verified and on the disk
-  Findings findings;      // of the check before and of everything after
+  bool done = false;  // the output is complete, verified and on the disk
+  Findings findings;  // of the check before and of everything after
+  // What was done to the clips, so that they fit; empty if they were merged as they are.
+  std::vector<Adapted> adaptations;
   long long size = 0;     // of the output, in bytes; 0 unless it has its name
   HRESULT result = S_OK;  // the engine's last code
 };
 
-// Checks the inputs, merges them into a hidden file beside the output, verifies that file, flushes
-// it, gives it the output's name, which no other file may have taken, and flushes the folder. What
-// fails leaves no output, or the old one, and removes the hidden file; only if the folder's flush
-// fails, at the very end, the complete output stays without being `done`. Inputs are only read.
+// Checks the inputs, adapts those that do not fit as they are, merges them into a hidden file
+// beside the output, verifies that file, flushes it, gives it the output's name, which no other
+// file may have taken, and flushes the folder. What fails leaves no output, or the old one, and
+// removes the hidden file; only if the folder's flush fails, at the very end, the complete output
+// stays without being `done`. Inputs are only read.
 //
 // No signal is handled here: whoever wants to stop at one lets the progress answer false. Signals
 // that a failing write raises (SIGXFSZ) are the caller's to ignore.

@@ -36,7 +36,7 @@ ClipTimes Clip(const TrackSource& picture, const TrackSource& sound) {
 // The largest difference between tracks at any seam.
 Moment Apart(const std::vector<ClipTimes>& clips, const SampleHolds& holds) {
   Moment worst = 0;
-  for (const auto& shifts : ShiftsOf(clips, holds)) {
+  for (const auto& shifts : ShiftsOf({clips, holds})) {
     std::vector<Moment> there;
     for (const auto& shift : shifts) {
       if (shift) there.push_back(*shift);
@@ -49,12 +49,6 @@ Moment Apart(const std::vector<ClipTimes>& clips, const SampleHolds& holds) {
 }
 
 Moment SoundTicks(std::int64_t ticks) { return MomentOf(ticks, 48000); }
-
-SampleHolds NoHolds(const std::vector<ClipTimes>& clips) {
-  SampleHolds holds;
-  for (const ClipTimes& clip : clips) holds.emplace_back(clip.size(), 0);
-  return holds;
-}
 
 // What a plan promises whatever the clips: within the tolerance, and the last clip as it is.
 SampleHolds Planned(const std::vector<ClipTimes>& clips) {
@@ -137,7 +131,7 @@ TEST(Seams, ALateStartOfOneClipIsKept) {
                                      Clip(Picture(48), Sound(90))};
   const SampleHolds holds = Planned(clips);
   EXPECT_EQ(holds[0], (Holds{0, 14400}));
-  EXPECT_EQ(ShiftsOf(clips, holds)[1][1], MomentOf(48, 25));
+  EXPECT_EQ(ShiftsOf({clips, holds})[1][1], MomentOf(48, 25));
 }
 
 TEST(Seams, ClipsWithAndWithoutEditListsMeet) {
@@ -192,7 +186,7 @@ TEST(Seams, ATrackThatIsEmptyInAClipWaitsForTheNext) {
                                      Clip(Picture(48), Sound(90))};
   const SampleHolds holds = Planned(clips);
   EXPECT_EQ(holds[0], (Holds{0, 92160}));
-  EXPECT_EQ(ShiftsOf(clips, holds)[1][1], std::nullopt);
+  EXPECT_EQ(ShiftsOf({clips, holds})[1][1], std::nullopt);
 }
 
 TEST(Seams, ATrackThatBeginsInALaterClipHasNothingToWaitWith) {
@@ -241,7 +235,7 @@ TEST(EndsOf, TellsWhereTheResultEndsByTheLastClip) {
   TrackSource cut = Primed(96960);
   cut.edits.front().duration = 1000;
   const std::vector<ClipTimes> clips{Clip(Picture(50), Primed(96960)), Clip(Picture(50), cut)};
-  const auto ends = EndsOf(clips, {{529, 0}, {0, 0}});
+  const auto ends = EndsOf({clips, {{529, 0}, {0, 0}}});
   EXPECT_EQ(ends[0], MomentOf(50 * 512 * 2 + 529, 12800));
   EXPECT_EQ(ends[1], SoundTicks(96960 + 1024 + 48000));
 }

@@ -61,6 +61,9 @@ TEST(TrackTimes, OffsetsMayLieBelowZeroAndEndEarly) {
   const TrackTimes times = Times(source);
   EXPECT_EQ(times.firstShown, -512);
   EXPECT_EQ(times.lastShown, 1024);
+  // The same as a table without signs says it.
+  source.offsets.back().offset = 0xFFFFFC00;
+  EXPECT_EQ(Times(source).firstShown, -512);
 }
 
 TEST(TrackTimes, KnowHowLongTheLastSampleLastsAndMostDo) {

@@ -56,6 +56,7 @@ void AddCheckCommand(CLI::App& tool, int& exitCode) {
       ->type_name("OUT");
   command->add_flag("--overwrite", options->check.overwrite, "OUT may exist");
   AddMemoryLimit(*command, options->check.memoryLimit);
+  AddFitting(*command, options->check.fitting);
   command->add_flag("--json", options->json, "Print for programs");
   command->callback([options, &exitCode] { exitCode = Run(*options); });
 }

@@ -78,6 +78,7 @@ JobResult MergeJob(const Job& job, const SafeMergeOptions& options, const KeepOp
   result.already = report.outcome == Outcome::kAlready;
   result.merge.done = result.already || report.outcome == Outcome::kMerged;
   result.merge.findings = report.findings;
+  result.merge.adaptations = report.adaptations;
   result.merge.size = report.size;
   result.merge.result = report.result;
   return result;

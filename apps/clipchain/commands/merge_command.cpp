@@ -11,6 +11,7 @@
 #include "clipchain/commands/job_option.h"
 #include "clipchain/commands/merge_options.h"
 #include "clipchain/manual/usage.h"
+#include "clipchain/output/adaptation_output.h"
 #include "clipchain/output/finding_output.h"
 #include "clipchain/terminal/leftover_question.h"
 #include "clipchain/terminal/merge_progress.h"
@@ -49,6 +50,7 @@ std::string ReportJson(const MergeOptions& options, const JobResult& result, dou
   document["seconds"] = seconds;
   document["verified"] = result.already ? "full" : VerificationName(options.merge.verification);
   document["result"] = ResultName(report.result);
+  document["adaptations"] = AdaptationsJson(report.adaptations);
   document["findings"] = FindingsJson(report.findings);
   return JsonText(document);
 }
@@ -68,7 +70,8 @@ void PrintReport(const MergeOptions& options, const JobResult& result, double se
   }
   const std::size_t clips = options.inputs.size();
   Print(fmt::format("merged {} {} into {}: {} in {:.2f} s\n", clips, clips == 1 ? "clip" : "clips",
-                    Shown(options.merge.check.output), Amount(report.size), seconds));
+                    Shown(options.merge.check.output), Amount(report.size), seconds) +
+        AdaptationsText(report.adaptations, "  adapted", clips));
 }
 
 // The clips in the order in which they were recorded; what keeps them from it.

@@ -23,6 +23,33 @@ void AddMergeSettings(CLI::App& command, SafeMergeOptions& options) {
       ->option_text("seams|full")
       ->default_str("seams");
   AddMemoryLimit(command, options.check.memoryLimit);
+  AddFitting(command, options.check.fitting);
+}
+
+void AddFitting(CLI::App& command, Fitting& fitting) {
+  CLI::Option* exact = command.add_flag(
+      "--exact", fitting.exact, "Adapt nothing: clips that do not fit as they are are refused");
+  CLI::Option* common =
+      command.add_flag("--common-tracks", fitting.commonTracks,
+                       "Go on with the tracks that all clips have, and leave the others out");
+  CLI::Option* cuts = command.add_flag(
+      "--keep-cuts", fitting.keepCuts,
+      "Leave out what edit lists cut away, where whole samples allow it, in place of refusing");
+  CLI::Option* seams =
+      command
+          .add_option_function<std::string>(
+              "--seams",
+              [&fitting](const std::string& how) { fitting.seamsAsTheyAre = how == "as-they-are"; },
+              "Where a clip's sound and picture do not end together: show the last sample of the "
+              "shorter one longer (in-step), or join the tracks as they are (as-they-are)")
+          ->check([](const std::string& how) {
+            return how == "in-step" || how == "as-they-are"
+                       ? ""
+                       : "takes in-step or as-they-are, not \"" + how + '"';
+          })
+          ->option_text("in-step|as-they-are")
+          ->default_str("in-step");
+  for (CLI::Option* option : {common, cuts, seams}) option->excludes(exact);
 }
 
 void AddKeepSettings(CLI::App& command, KeepOptions& options) {

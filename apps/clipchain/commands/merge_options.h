@@ -10,7 +10,7 @@ class App;
 
 namespace clipchain {
 
-// --force, --verify and --memory-limit. The options must live as long as the command.
+// --force, --verify, --memory-limit and how clips are adapted. The options must live as long as the command.
 void AddMergeSettings(CLI::App& command, SafeMergeOptions& options);
 
 // --originals, --hash and --checksums. The options must live as long as the command.
@@ -18,6 +18,9 @@ void AddKeepSettings(CLI::App& command, KeepOptions& options);
 
 // "seams" or "full", as --verify takes it.
 const char* VerificationName(Verification verification);
+
+// --exact, --common-tracks, --keep-cuts and --seams. The settings must live as long as the command.
+void AddFitting(CLI::App& command, Fitting& fitting);
 
 // --memory-limit alone.
 void AddMemoryLimit(CLI::App& command, long long& limit);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "clipchain/output/adaptation_output.h"
 #include "clipchain/output/finding_output.h"
 #include "workflow/findings/clip_words.h"
 #include "workflow/system/files.h"
@@ -53,6 +54,9 @@ std::string CheckText(const std::vector<std::string>& inputs, const CheckReport&
       text += fmt::format("{:>9.1f} ms  {}\n", seam.milliseconds, Shown(inputs[seam.clip]));
     }
   }
+  const bool fits = !HoldsUp(report.findings, false);
+  text += AdaptationsText(report.adaptations, fits ? "fits after adapting" : "would be adapted",
+                          inputs.size());
   return text + SummaryText(inputs, report);
 }
 
@@ -74,6 +78,7 @@ std::string CheckJson(const std::vector<std::string>& inputs, const CheckOptions
     SetPath(document["output"], options.output);
   }
   document["output_size"] = report.outputSize;
+  document["adaptations"] = AdaptationsJson(report.adaptations);
   document["findings"] = FindingsJson(report.findings);
   return JsonText(document);
 }

@@ -6,6 +6,7 @@
 #include <map>
 #include <string_view>
 
+#include "clipchain/output/adaptation_output.h"
 #include "clipchain/output/finding_output.h"
 #include "clipchain/output/table_cells.h"
 #include "clipchain/terminal/progress_line.h"
@@ -153,6 +154,8 @@ Json ReportJson(const Job& job, const JobReport* report, std::size_t& number) {
   object["outcome"] = report != nullptr ? Json(OutcomeName(report->outcome)) : Json();
   object["output_size"] = report != nullptr && report->size > 0 ? Json(report->size) : Json();
   object["seconds"] = report != nullptr ? Json(report->seconds) : Json();
+  object["adaptations"] =
+      AdaptationsJson(report != nullptr ? report->adaptations : std::vector<Adapted>());
   object["findings"] = FindingsJson(report != nullptr ? report->findings : job.findings);
   return object;
 }
@@ -190,6 +193,7 @@ std::string JoinTable(const JoinPlan& plan, const JoinReport& report, const std:
     const std::string outcome = fmt::format("{:13}", OutcomeName(job.outcome));
     text += fmt::format("{:>4}  {}  {:>9}  {}\n", ++number, paint(ColourOf(job.outcome), outcome),
                         job.size > 0 ? Amount(job.size) : "-", Shown(plan.jobs[i].output));
+    text += AdaptationsText(job.adaptations, "      adapted", plan.jobs[i].inputs.size());
     // What the plan had to say stands in its own table.
     const auto planned = static_cast<std::ptrdiff_t>(plan.jobs[i].findings.size());
     text += Indented({job.findings.begin() + planned, job.findings.end()}, paint);

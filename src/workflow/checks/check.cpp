@@ -10,6 +10,7 @@
 #include "clip/sequence.h"
 #include "reader/typed_views.h"
 #include "workflow/checks/drift_check.h"
+#include "workflow/checks/fitted_clips.h"
 #include "workflow/checks/input_check.h"
 #include "workflow/checks/kept_check.h"
 #include "workflow/checks/match_check.h"
@@ -18,6 +19,7 @@
 #include "workflow/checks/rehearsal.h"
 #include "workflow/checks/table_check.h"
 #include "workflow/clips/clip_file.h"
+#include "workflow/clips/track_facts.h"
 #include "workflow/findings/clip_words.h"
 #include "workflow/findings/file_findings.h"
 #include "workflow/system/files.h"
@@ -32,7 +34,8 @@ class CheckRun {
   CheckRun(const std::vector<std::string>& inputs, const CheckOptions& options)
       : inputs_(inputs),
         options_(options),
-        rehearsal_(options.memoryLimit > 0 ? options.memoryLimit : HalfOfTheMachine()),
+        memoryLimit_(options.memoryLimit > 0 ? options.memoryLimit : HalfOfTheMachine()),
+        rehearsal_(memoryLimit_),
         result_(options.output) {
     for (const std::string& input : inputs) files_.emplace_back(input);
   }
@@ -41,14 +44,21 @@ class CheckRun {
     if (inputs_.empty())
       result_.Add(Message::kNothingToMerge, "no clip was given", "name at least one clip");
     CheckReport report;
+    fit_ = FitOf(inputs_, options_.fitting, memoryLimit_);
     report.stopped = !CheckClips();
     if (!report.stopped) CheckTogether(report);
+    if (IsFitted()) report.adaptations = AdaptationsOf(*fit_, inputs_);
     for (const FileFindings& file : files_) Append(report.findings, file);
     Append(report.findings, result_);
     return report;
   }
 
+  // Null unless clips are adapted.
+  std::shared_ptr<const Fit> TheFit() const { return IsFitted() ? fit_ : nullptr; }
+
  private:
+  bool IsFitted() const { return fit_ != nullptr && fit_->IsNeeded(); }
+
   // Each by itself and beside the first one. False if the caller does not want to go on.
   bool CheckClips() {
     for (std::size_t i = 0; i < inputs_.size(); ++i) {
@@ -63,6 +73,7 @@ class CheckRun {
         return false;
       }
       CheckClip(i);
+      if (fit_ != nullptr && fit_->IsAdapted()) AddFitProblems(*fit_, i, files_[i]);
       files_[i].ForgetPlaces();
     }
     return true;
@@ -70,8 +81,13 @@ class CheckRun {
 
   // What they give together.
   void CheckTogether(CheckReport& report) {
-    rehearsal_.Finish(result_);
-    report.seams = CheckDrift(drift_, files_);
+    const bool isFitted = IsFitted();
+    rehearsal_.Finish(
+        isFitted ? [this](auto movie) { return fit_->Complete(movie); } : MovieCompletion(),
+        result_);
+    drift_.holds = NoHolds(drift_.clips);
+    // Views say when samples are decoded, and the clips when they are shown.
+    report.seams = CheckDrift(isFitted && inputs_.size() > 1 ? fit_->Clocks() : drift_, files_);
     CheckOrder(order_, files_);
     report.outputSize = rehearsal_.OutputSize();
     if (options_.output.empty()) return;
@@ -101,11 +117,30 @@ class CheckRun {
 
   void CheckClip(std::size_t index) {
     FileFindings& findings = files_[index];
-    auto clip = std::make_unique<ClipFile>(inputs_[index]);
-    const bool alone = inputs_.size() == 1;
     CheckNamedOnce(index, findings);
     order_.push_back({});
-    drift_.push_back({});
+    drift_.clips.emplace_back();
+    if (!IsFitted()) {
+      Look(std::make_unique<ClipFile>(inputs_[index]), findings);
+      return;
+    }
+    int opened = S_OK;
+    const QUIRVA::ComPtr<ClipView> view = fit_->View(index, opened);
+    if (opened < 0) {
+      findings.Add(Message::kInputUnreadable, "can't be read", "check the name and the permissions")
+          .result = MP4G_E_INPUT_OPEN;
+      rehearsal_.GiveUp();
+      return;
+    }
+    QUIRVA::ComPtr<QUIRVA::IQvFileReader> source;
+    view->AddRef();
+    source.Attach(view.get());
+    Look(std::make_unique<ClipFile>(inputs_[index], source), findings);
+    findings.MoveOffsets([&view](long long offset) { return view->FilePosition(offset); });
+  }
+
+  void Look(std::unique_ptr<ClipFile> clip, FileFindings& findings) {
+    const bool alone = inputs_.size() == 1;
     if (clip->WhyUnreadable().empty() && !rehearsal_.HasRoomFor(*clip, findings)) {
       rehearsal_.GiveUp();
       return;
@@ -120,7 +155,9 @@ class CheckRun {
       CheckTables(*clip, track, findings);
     order_.back() = OrderFactsOf(*clip);
     rehearsal_.Take(clip, findings);
-    for (const TrackPair& pair : rehearsal_.Pairs()) drift_.back().push_back(FactsOf(pair.second));
+    for (const TrackPair& pair : rehearsal_.Pairs()) {
+      if (const auto times = TimesOf(pair.second)) drift_.clips.back().push_back(*times);
+    }
   }
 
   void CheckNamedOnce(std::size_t index, FileFindings& findings) {
@@ -136,18 +173,28 @@ class CheckRun {
 
   const std::vector<std::string>& inputs_;
   const CheckOptions& options_;
+  const long long memoryLimit_;
+  std::shared_ptr<const Fit> fit_;
   Rehearsal rehearsal_;
   std::vector<FileFindings> files_;
   FileFindings result_;
   std::map<FileIdentity, std::size_t> seen_;
   std::vector<OrderFacts> order_;
-  std::vector<ClipTracks> drift_;
+  ClipClocks drift_;
 };
 
 }  // namespace
 
 CheckReport Check(const std::vector<std::string>& inputs, const CheckOptions& options) {
   return CheckRun(inputs, options).Run();
+}
+
+CheckReport CheckFitted(const std::vector<std::string>& inputs, const CheckOptions& options,
+                        std::shared_ptr<const Fit>& fit) {
+  CheckRun run(inputs, options);
+  CheckReport report = run.Run();
+  fit = run.TheFit();
+  return report;
 }
 
 }  // namespace clipchain

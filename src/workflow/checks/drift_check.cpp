@@ -7,78 +7,75 @@
 #include <optional>
 #include <string>
 
+#include "adapt/edit_lists.h"
+
 namespace clipchain {
 
 namespace {
 
-// When a track of a clip is shown, in milliseconds, counted from where the clip's own zero would
-// lie if all clips before it had no length.
-using Times = std::vector<long double>;
-
-long double Milliseconds(long double ticks, unsigned int timeScale) {
-  return timeScale != 0 ? ticks * 1000 / timeScale : 0;
-}
+// Of the tracks of a clip: when each is shown, or nothing.
+using Moments = std::vector<std::optional<Moment>>;
+using Tracks = std::vector<std::size_t>;  // by index
 
 struct Spread {
   double milliseconds = 0;
-  std::size_t early = 0;  // index of the track that is farthest ahead
+  std::size_t early = 0;  // the track that is farthest ahead
   std::size_t late = 0;
 };
 
 // Exact to a millionth, so that a limit itself is not beyond the limit.
-double Rounded(long double milliseconds) {
-  constexpr long double kMillion = 1000000;
-  return static_cast<double>(std::round(milliseconds * kMillion) / kMillion);
+double Rounded(double milliseconds) {
+  constexpr double kMillion = 1000000;
+  return std::round(milliseconds * kMillion) / kMillion;
 }
 
-Spread SpreadOf(const Times& times, const std::vector<std::size_t>& tracks) {
-  Spread spread;
-  if (tracks.empty()) return spread;
-  const auto [early, late] =
-      std::minmax_element(tracks.begin(), tracks.end(),
-                          [&times](std::size_t a, std::size_t b) { return times[a] < times[b]; });
-  return {Rounded(times[*late] - times[*early]), *early, *late};
+Spread SpreadOf(const Moments& moments, const Tracks& tracks) {
+  Tracks there;
+  std::copy_if(tracks.begin(), tracks.end(), std::back_inserter(there),
+               [&moments](std::size_t track) { return moments[track].has_value(); });
+  if (there.empty()) return {};
+  const auto [early, late] = std::minmax_element(
+      there.begin(), there.end(),
+      [&moments](std::size_t a, std::size_t b) { return *moments[a] < *moments[b]; });
+  return {Rounded(Milliseconds(*moments[*late] - *moments[*early])), *early, *late};
+}
+
+// Where the scales meet, times convert without a rest.
+bool Continues(const TrackTimes& track, const TrackTimes& first) {
+  return track.scale == first.scale || Moment{track.ticks} * first.scale % track.scale == 0;
+}
+
+bool HaveOneKind(const std::vector<ClipTimes>& clips) {
+  return !clips.empty() && !clips.front().empty() &&
+         std::all_of(clips.begin(), clips.end(), [&clips](const ClipTimes& clip) {
+           return std::equal(clip.begin(), clip.end(), clips.front().begin(), clips.front().end(),
+                             Continues);
+         });
 }
 
 class Drift {
  public:
-  Drift(const std::vector<ClipTracks>& clips, std::vector<FileFindings>& findings)
-      : clips_(clips), findings_(findings) {}
+  Drift(const ClipClocks& clocks, std::vector<FileFindings>& findings)
+      : clips_(clocks.clips),
+        findings_(findings),
+        shifts_(ShiftsOf(clocks)),
+        ends_(EndsOf(clocks)) {
+    ChooseTracks();
+  }
 
   std::vector<Seam> Run() {
-    const std::size_t tracks = clips_.empty() ? 0 : clips_.front().size();
-    if (tracks == 0 || !std::all_of(clips_.begin(), clips_.end(), [this](const ClipTracks& clip) {
-          return HasTheTracksOfTheFirst(clip);
-        }))
-      return {};
-    ChooseTracks();
-    ends_.assign(tracks, 0);
     std::vector<Seam> seams;
-    for (std::size_t clip = 0; clip < clips_.size(); ++clip) {
-      for (std::size_t track = 0; track < tracks; ++track) {
-        const TrackFacts& facts = clips_[clip][track];
-        ends_[track] += Milliseconds(static_cast<long double>(facts.sampleTime), facts.timeScale);
-      }
-      const Times times = TimesBehind(clip);
-      const Spread spread = SpreadOf(times, shown_);
-      seams.push_back({clip, spread.milliseconds});
-      if (clips_.size() > 1) Judge(clip, spread, times);
-    }
+    for (std::size_t clip = 1; clip < clips_.size(); ++clip)
+      seams.push_back({clip - 1, SpreadOf(shifts_[clip], shown_).milliseconds});
+    seams.push_back({clips_.size() - 1, SpreadOf(ends_, shown_).milliseconds});
+    if (clips_.size() > 1) Judge(seams);
     return seams;
   }
 
  private:
-  // Tracks that continue each other have one type.
-  bool HasTheTracksOfTheFirst(const ClipTracks& clip) const {
-    const ClipTracks& first = clips_.front();
-    return std::equal(
-        clip.begin(), clip.end(), first.begin(), first.end(),
-        [](const TrackFacts& a, const TrackFacts& b) { return a.timeScale == b.timeScale; });
-  }
-
   // A picture that stands still, such as a cover, has no time to be in step with.
   void ChooseTracks() {
-    const ClipTracks& first = clips_.front();
+    const ClipTimes& first = clips_.front();
     for (std::size_t track = 0; track < first.size(); ++track) {
       const MediaKind kind = first[track].kind;
       const bool isShown =
@@ -87,74 +84,88 @@ class Drift {
     }
   }
 
-  // Where the tracks of the next clip begin, or behind the last one where they end: its own first
-  // edit is replaced by that of the first clip.
-  Times TimesBehind(std::size_t clip) const {
-    Times times = ends_;
-    for (std::size_t track = 0; track < times.size(); ++track) {
-      const TrackFacts& first = clips_.front()[track];
-      times[track] -= Milliseconds(static_cast<long double>(first.firstMediaTime), first.timeScale);
-      if (clip + 1 == clips_.size()) continue;
-      const TrackFacts& next = clips_[clip + 1][track];
-      times[track] += Milliseconds(static_cast<long double>(next.firstMediaTime), next.timeScale);
-    }
-    return times;
+  void Judge(const std::vector<Seam>& seams) {
+    if (JudgeSeams(seams, kDisturbingDrift, Severity::kRisk) ||
+        JudgeSeams(seams, kNoticeableDrift, Severity::kWarning) || JudgeEnd())
+      return;
+    JudgeOthers();
   }
 
-  void Judge(std::size_t clip, const Spread& spread, const Times& times) {
-    if (spread.milliseconds > kDisturbingDrift && !toldProblem_) {
-      Tell(clip, spread, Severity::kRisk);
-      toldProblem_ = toldWarning_ = true;
-    } else if (spread.milliseconds > kNoticeableDrift && !toldWarning_) {
-      Tell(clip, spread, Severity::kWarning);
-      toldWarning_ = true;
-    }
-    if (shown_.empty() || others_.empty() || toldOthers_) return;
-    std::vector<std::size_t> tracks = others_;
+  bool JudgeSeams(const std::vector<Seam>& seams, double limit, Severity severity) {
+    const auto found = std::find_if(seams.begin(), seams.end() - 1, [limit](const Seam& seam) {
+      return seam.milliseconds > limit;
+    });
+    if (found == seams.end() - 1) return false;
+    const auto worst = std::max_element(found, seams.end() - 1, [](const Seam& a, const Seam& b) {
+      return a.milliseconds < b.milliseconds;
+    });
+    const std::size_t clip = found->clip + 1;
+    const Spread spread = SpreadOf(shifts_[clip], shown_);
+    std::string text = BeginWords(clip, spread);
+    if (worst->milliseconds > found->milliseconds)
+      text += fmt::format(", which grows to {:.1f} ms by clip {}", worst->milliseconds,
+                          worst->clip + 2);
+    Tell(clip, spread, std::move(text), severity);
+    return true;
+  }
+
+  // What a clip alone has of it is no fault of the merge.
+  bool JudgeEnd() {
+    const ClipClocks alone{{clips_.front()}, NoHolds({clips_.front()})};
+    const Spread spread = SpreadOf(ends_, shown_);
+    const double own = SpreadOf(EndsOf(alone), shown_).milliseconds;
+    if (spread.milliseconds - own <= kNoticeableDrift) return false;
+    const std::size_t last = clips_.size() - 1;
+    Tell(
+        last, spread,
+        fmt::format("would end with {} {:.1f} ms after {}, {:.1f} ms more than the first clip ends "
+                    "with",
+                    TrackWords(clips_[last][spread.late]), spread.milliseconds,
+                    TrackWords(clips_[last][spread.early]), spread.milliseconds - own),
+        Severity::kWarning);
+    return true;
+  }
+
+  void JudgeOthers() {
+    if (shown_.empty() || others_.empty()) return;
+    Tracks tracks = others_;
     tracks.push_back(shown_.front());
-    const Spread aside = SpreadOf(times, tracks);
-    if (aside.milliseconds <= kDisturbingDrift) return;
-    Tell(clip, aside, Severity::kWarning);
-    toldOthers_ = true;
+    for (std::size_t clip = 1; clip < clips_.size(); ++clip) {
+      const Spread aside = SpreadOf(shifts_[clip], tracks);
+      if (aside.milliseconds <= kDisturbingDrift) continue;
+      Tell(clip, aside, BeginWords(clip, aside), Severity::kWarning);
+      return;
+    }
   }
 
-  void Tell(std::size_t clip, const Spread& spread, Severity severity) {
-    const bool isEnd = clip + 1 == clips_.size();
-    const std::size_t about = isEnd ? clip : clip + 1;
-    const TrackFacts& early = clips_[about][spread.early];
-    const TrackFacts& late = clips_[about][spread.late];
-    Finding& finding = findings_[about].Add(
-        Message::kTrackDrift,
-        fmt::format("would {} with {} {:.1f} ms {} {}", isEnd ? "end" : "begin", TrackWords(late),
-                    spread.milliseconds, isEnd ? "after" : "behind", TrackWords(early)),
-        Remedy(about));
+  std::string BeginWords(std::size_t clip, const Spread& spread) const {
+    return fmt::format("would begin with {} {:.1f} ms behind {}",
+                       TrackWords(clips_[clip][spread.late]), spread.milliseconds,
+                       TrackWords(clips_[clip][spread.early]));
+  }
+
+  void Tell(std::size_t clip, const Spread& spread, std::string text, Severity severity) {
+    Finding& finding =
+        findings_[clip].Add(Message::kTrackDrift, std::move(text),
+                            "merge without --exact and without --seams=as-they-are, which keeps "
+                            "the tracks in step where one clip follows the other");
     finding.severity = severity;
-    finding.track = late.id;
+    finding.track = clips_[clip][spread.late].id;
   }
 
-  // Of two clips, and of the first two, there is nothing less to merge.
-  std::string Remedy(std::size_t about) const {
-    const std::string cut = "cut the longer track of each clip to the length of the other first";
-    if (clips_.size() == 2) return cut + ", or leave the clips apart, where each is in step";
-    if (about < 2) return cut;
-    return fmt::format("merge no more than the {} clips before it at once, or {}", about, cut);
-  }
-
-  const std::vector<ClipTracks>& clips_;
+  const std::vector<ClipTimes>& clips_;
   std::vector<FileFindings>& findings_;
-  std::vector<std::size_t> shown_;   // tracks of picture and sound
-  std::vector<std::size_t> others_;  // all others
-  Times ends_;                       // of the clips so far
-  bool toldWarning_ = false;
-  bool toldProblem_ = false;
-  bool toldOthers_ = false;
+  const Shifts shifts_;
+  const Moments ends_;
+  Tracks shown_;   // of picture and sound
+  Tracks others_;  // all others
 };
 
 }  // namespace
 
-std::vector<Seam> CheckDrift(const std::vector<ClipTracks>& clips,
-                             std::vector<FileFindings>& findings) {
-  return Drift(clips, findings).Run();
+std::vector<Seam> CheckDrift(const ClipClocks& clocks, std::vector<FileFindings>& findings) {
+  if (!HaveOneKind(clocks.clips)) return {};
+  return Drift(clocks, findings).Run();
 }
 
 }  // namespace clipchain

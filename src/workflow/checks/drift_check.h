@@ -1,24 +1,22 @@
-// How far picture and sound run apart when clips are appended.
+// How far picture and sound are apart where clips are appended.
 #pragma once
 
 #include <vector>
 
-#include "workflow/clips/track_facts.h"
+#include "adapt/seams.h"
 #include "workflow/findings/file_findings.h"
 #include "workflow/seam.h"
 
 namespace clipchain {
 
-// The tracks of one clip, in the order of those of the first clip that they continue.
-using ClipTracks = std::vector<TrackFacts>;
-
 // Above the first a person may notice, above the second everybody does.
-inline constexpr double kNoticeableDrift = 10;  // milliseconds
+inline constexpr double kNoticeableDrift = 40;  // milliseconds
 inline constexpr double kDisturbingDrift = 80;
 
-// The drift at the end of each clip; nothing if the clips do not have the same tracks. Findings are
-// about the first clip that begins that far apart, or about the last one where its end is meant.
-std::vector<Seam> CheckDrift(const std::vector<ClipTracks>& clips,
-                             std::vector<FileFindings>& findings);
+// How far sound and picture of the result are apart where each clip ends; nothing if the clips do
+// not have the same tracks. There is one finding at most: about the first clip that begins
+// disturbingly far apart, else the first one that does so noticeably, else the end of the last one,
+// where only what exceeds the first clip's own difference counts.
+std::vector<Seam> CheckDrift(const ClipClocks& clocks, std::vector<FileFindings>& findings);
 
 }  // namespace clipchain

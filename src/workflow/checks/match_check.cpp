@@ -4,6 +4,7 @@
 
 #include <set>
 
+#include "adapt/edit_lists.h"
 #include "box/header_boxes.h"
 #include "box/sample_table_boxes.h"
 #include "merge/free_tracks.h"
@@ -63,10 +64,22 @@ void CheckOffsets(MP4G::CTrackBox* track, const MP4G::CTrackBox* moved, FileFind
   }
 }
 
+// What a list hides, a merge shows again.
+void CheckCuts(MP4G::CTrackBox* track, const MP4G::CEditListBox* edits, FileFindings& findings) {
+  const auto times = TimesOf(track);
+  if (!times || !IsCut(*times)) return;
+  findings
+      .AddAt(Message::kEditsCut, CutWords(*times),
+             "cut it with a program that encodes what it cuts, or leave it out", edits)
+      .track = times->id;
+}
+
 // Of a list of several edits a merge lengthens the first one alone and drops those of later clips.
 void CheckEdits(MP4G::CTrackBox* track, FileFindings& findings) {
   const MP4G::CEditListBox* edits = MP4G::CTrackBox_wr(track).EditListBox();
-  if (edits == nullptr || edits->entries.size() < 2) return;
+  if (edits == nullptr) return;
+  CheckCuts(track, edits, findings);
+  if (edits->entries.size() < 2) return;
   const TrackFacts facts = FactsOf(track);
   findings
       .AddAt(Message::kSeveralEdits,

@@ -201,7 +201,7 @@ void Rehearsal::CheckDurations(FileFindings& findings) {
   }
 }
 
-void Rehearsal::Finish(FileFindings& findings) {
+void Rehearsal::Finish(const MovieCompletion& completion, FileFindings& findings) {
   if (!complete_ || first_ == nullptr) return;
   MP4G::CMovieBox* movie = first_->Movie();
   MP4G::CMovieReader reader(movie);
@@ -222,6 +222,25 @@ void Rehearsal::Finish(FileFindings& findings) {
   }
   movieBytes_ = size;
   CheckMovie(bytes, size, findings);
+  if (completion) Complete(completion, {bytes, size}, findings);
+}
+
+void Rehearsal::Complete(const MovieCompletion& completion, std::span<const unsigned char> movie,
+                         FileFindings& findings) {
+  const auto complete = completion(movie);
+  if (!complete) {
+    findings.Add(Message::kOutputUnfinished, "can't be completed: its movie box contradicts itself",
+                 kFewer);
+    return;
+  }
+  movieBytes_ = static_cast<long long>(complete->size());
+  if (movieBytes_ < MP4G::kLeastUnloadedBoxSize) return;
+  findings
+      .Add(Message::kMovieTooLarge,
+           fmt::format("would have a movie box of {} bytes, and a reader takes {} at most",
+                       movieBytes_, MP4G::kLeastUnloadedBoxSize - 1),
+           kFewer)
+      .severity = Severity::kRisk;
 }
 
 // Whoever reads the result next has the engine's limits, if it is the engine.

@@ -3,9 +3,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -15,6 +18,10 @@
 #include "workflow/findings/file_findings.h"
 
 namespace clipchain {
+
+// What the bytes of the engine's movie box become; nothing if they can't.
+using MovieCompletion =
+    std::function<std::optional<std::vector<unsigned char>>(std::span<const unsigned char>)>;
 
 class Rehearsal {
  public:
@@ -30,8 +37,9 @@ class Rehearsal {
   // An input could not be parsed: there will be no result.
   void GiveUp() { complete_ = false; }
 
-  // Completes the movie box. Findings are about the result.
-  void Finish(FileFindings& findings);
+  // Completes the movie box; `completion` says what becomes of it in the result, if anything does.
+  // Findings are about the result.
+  void Finish(const MovieCompletion& completion, FileFindings& findings);
 
   // Bytes of the result; an estimate if something was refused.
   long long OutputSize() const;
@@ -47,6 +55,8 @@ class Rehearsal {
   void CheckDurations(FileFindings& findings);
   void CheckDuration(const MP4G::CFullBox* box, std::uint64_t duration, BoxPlaces& places,
                      FileFindings& findings);
+  void Complete(const MovieCompletion& completion, std::span<const unsigned char> movie,
+                FileFindings& findings);
   void CheckMovie(const unsigned char* bytes, unsigned int size, FileFindings& findings);
 
   long long memoryLimit_;

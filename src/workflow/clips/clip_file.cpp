@@ -6,6 +6,7 @@
 #include <limits>
 #include <utility>
 
+#include "foundation/reader_wrapper.h"
 #include "foundation/strings.h"
 #include "workflow/boxes/box_count.h"
 #include "workflow/system/files.h"
@@ -38,13 +39,18 @@ ClipFile::ClipFile(std::string path)
     : path_(std::move(path)), whyUnreadable_(clipchain::WhyUnreadable(path_)) {
   if (!whyUnreadable_.empty()) return;
   HRESULT opened = S_OK;
-  reader_ = std::make_unique<QUIRVA::FileReaderWrapper>(QUIRVA::WidePathFromBytes(path_).c_str(),
-                                                        kReaderBuffer, opened);
+  reader_.Attach(new QUIRVA::FileReaderWrapper(QUIRVA::WidePathFromBytes(path_).c_str(),
+                                               kReaderBuffer, opened));
   if (opened < 0) {
-    reader_.reset();
+    reader_.Reset();
     whyUnreadable_ = "it can't be opened";
     return;
   }
+  WalkTopLevel();
+}
+
+ClipFile::ClipFile(std::string path, QUIRVA::ComPtr<QUIRVA::IQvFileReader> source)
+    : path_(std::move(path)), reader_(std::move(source)) {
   WalkTopLevel();
 }
 
@@ -71,7 +77,7 @@ void ClipFile::WalkTopLevel() {
 }
 
 HRESULT ClipFile::Parse() {
-  if (reader_ == nullptr) return MP4G_E_INPUT_OPEN;
+  if (!reader_) return MP4G_E_INPUT_OPEN;
   const HRESULT result = file.SetReader(reader_.get());
   // A medium that is failing may have given the headers only the second time.
   if (result == S_OK && MoviePlace() == nullptr) return MP4G_E_INPUT_READ;

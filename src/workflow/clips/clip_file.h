@@ -9,7 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "foundation/reader_wrapper.h"
+#include "foundation/com_ptr.h"
+#include "foundation/file_reader.h"
 #include "reader/mp4_file.h"
 
 namespace clipchain {
@@ -41,11 +42,13 @@ struct TopLevelBox {
 class ClipFile {
  public:
   explicit ClipFile(std::string path);
+  // The same of a source that stands for the file; positions are those of the source.
+  ClipFile(std::string path, QUIRVA::ComPtr<QUIRVA::IQvFileReader> source);
 
   const std::string& Path() const { return path_; }
   // Why the file can't be opened; empty if it is open.
   const std::string& WhyUnreadable() const { return whyUnreadable_; }
-  long long Size() const { return reader_ != nullptr ? reader_->GetFileSize() : 0; }
+  long long Size() const { return reader_ ? reader_->GetFileSize() : 0; }
 
   // The top level, up to where the engine's own walk ends, be it at the end of the file or at a box
   // that it refuses.
@@ -84,7 +87,7 @@ class ClipFile {
 
   std::string path_;
   std::string whyUnreadable_;
-  std::unique_ptr<QUIRVA::FileReaderWrapper> reader_;
+  QUIRVA::ComPtr<QUIRVA::IQvFileReader> reader_;
   std::vector<TopLevelBox> layout_;
   std::vector<TopLevelBox> media_;  // those of the layout that hold media, in its order
   long long brokenHeader_ = -1;

@@ -6,12 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "adapt/timeline.h"
 #include "box/structural_boxes.h"
 #include "box/top_level_boxes.h"
 
 namespace clipchain {
-
-enum class MediaKind { kPicture, kSound, kOther };
 
 struct TrackFacts {
   unsigned int id = 0;
@@ -19,11 +18,12 @@ struct TrackFacts {
   MediaKind kind = MediaKind::kOther;
   unsigned int timeScale = 0;  // ticks a second; 0 without a media header
   std::uint64_t samples = 0;
-  std::uint64_t sampleTime = 0;     // of all samples together, in ticks
-  std::int64_t firstMediaTime = 0;  // where the first edit that shows anything begins, in ticks
 };
 
 TrackFacts FactsOf(MP4G::CTrackBox* track);
+
+// When its samples are shown; nothing where that is not known.
+std::optional<TrackTimes> TimesOf(MP4G::CTrackBox* track);
 
 // "track 2 (mp4a)", for messages.
 std::string TrackWords(const TrackFacts& facts);

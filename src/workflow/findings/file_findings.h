@@ -38,6 +38,17 @@ class FileFindings {
 
   // To be called before boxes of the file change or go.
   void ForgetPlaces() { places_ = {}; }
+  // Gives every place of what was found so far another offset.
+  template <class Move>
+  void MoveOffsets(Move move) {
+    for (Finding& finding : findings_) {
+      if (finding.offset >= 0) finding.offset = move(finding.offset);
+    }
+  }
+  // Takes all findings of that kind back.
+  void Remove(Message message) {
+    std::erase_if(findings_, [=](const Finding& f) { return f.message == message; });
+  }
   bool TakesMore() const { return findings_.size() < kMostFindings; }
 
   const std::string& Path() const { return path_; }

@@ -9,10 +9,12 @@
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
+#include <limits>
 #include <new>
 #include <system_error>
 #include <utility>
 
+#include "workflow/checks/fitted_clips.h"
 #include "workflow/joining/join_run.h"
 #include "workflow/merging/fitting_of.h"
 #include "workflow/merging/leftover_findings.h"
@@ -173,9 +175,11 @@ class Joining {
                                             "give the result another name"));
       return Outcome::kFailed;
     }
-    const Findings faults = calls_.verify(job, [&](const Step& step) {
+    const auto tell = [&](const Step& step) {
       return Tell(Step::Phase::kVerifying, 0, std::min(step.current, job.size));
-    });
+    };
+    const Findings faults =
+        calls_.verify ? calls_.verify(job, tell) : VerifyOutput(job, tell, options_.check.fitting);
     if (report_.stopped) return Outcome::kNotRun;
     report.size = FileSize(job.output);
     const bool isResult = !HoldsUp(faults, options_.force);
@@ -215,6 +219,7 @@ class Joining {
     };
     const SafeMergeReport merged = calls_.merge(job.inputs, options);
     Add(merged.findings, report);
+    report.adaptations = merged.adaptations;
     report.size = merged.size;
     report.result = merged.result;
     return merged.done ? Outcome::kMerged : Outcome::kFailed;
@@ -280,7 +285,7 @@ std::string_view OutcomeName(Outcome outcome) {
   return kNames[static_cast<std::size_t>(outcome)];
 }
 
-Findings VerifyOutput(const Job& job, const Progress& progress) {
+Findings VerifyOutput(const Job& job, const Progress& progress, const Fitting& fitting) {
   constexpr const char* kLook = "look at it, then rename or remove it";
   const OpenFile file(job.output);
   if (file.descriptor < 0)
@@ -297,7 +302,10 @@ Findings VerifyOutput(const Job& job, const Progress& progress) {
                           "can't be flushed to the disk: " + ErrorText(error),
                           "check the disk before you delete the clips")};
   }
-  return Verify({job.inputs, job.output, file.descriptor, true, progress});
+  const auto fit = FitOf(job.inputs, fitting, std::numeric_limits<long long>::max());
+  const bool isFitted = fit != nullptr && fit->IsNeeded();
+  return Verify(
+      {job.inputs, job.output, file.descriptor, true, progress, isFitted ? fit.get() : nullptr});
 }
 
 JoinReport RunJobs(const JoinPlan& plan, const JoinOptions& options, const JobWork& work) {

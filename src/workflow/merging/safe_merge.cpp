@@ -10,9 +10,8 @@
 
 #include "foundation/com_ptr.h"
 #include "merge/live_merge.h"
-#include "merge/merge_core.h"
-#include "merge/mp4_writer.h"
-#include "workflow/check.h"
+#include "workflow/boxes/top_level.h"
+#include "workflow/checks/fitted_clips.h"
 #include "workflow/findings/result_words.h"
 #include "workflow/merging/copy_progress.h"
 #include "workflow/merging/fitting_of.h"
@@ -74,6 +73,8 @@ class Run {
   bool FailCreate(int error);
 
   bool Copy();
+  [[nodiscard]] HRESULT Input(std::size_t index);
+  bool PutBack();
   bool FailCopy(const std::string& input, HRESULT result, bool first);
   bool FailWrite(HRESULT result);
 
@@ -104,6 +105,7 @@ class Run {
   const Progress listener_;
   CopyProgress progress_;
   std::vector<FileState> states_;
+  std::shared_ptr<const Fit> fit_;  // null unless the clips are adapted
   PartFile part_;
   // Below the file that it writes to, so that it lets go of it first.
   QUIRVA::ComPtr<MP4G::CMp4LiveMerge> engine_;
@@ -140,7 +142,9 @@ bool Run::Prepare() {
   if (!Enter(Phase::kChecking)) return false;
   CheckOptions check = options_.check;
   check.progress = [this](const Step&) { return progress_.Tell(Phase::kChecking); };
-  report_.findings = Check(inputs_, check).findings;
+  CheckReport checked = CheckFitted(inputs_, check, fit_);
+  report_.findings = std::move(checked.findings);
+  report_.adaptations = std::move(checked.adaptations);
   Add(LookForLeftovers(options_.check.output, options_.removeLeftover));
   if (options_.companion != nullptr) {
     for (const std::string& path : options_.companion->Paths(options_.check.output))
@@ -181,8 +185,7 @@ HRESULT Run::StartEngine(const std::wstring& path) {
   MP4G::IMp4LiveMergeDelegate* delegate = &progress_;
   RETURN_IF_NOT_OK(engine_->SetDelegate(MP4G::IID_IMp4LiveMergeDelegate, delegate));
   RETURN_IF_NOT_OK(engine_->SetOutputPath(path.c_str()));
-  engine_->core->writer = std::make_unique<MP4G::CMp4Writer>(engine_.get());
-  engine_->core->writer->outputFile = std::move(file);
+  engine_->UseOutput(std::move(file));
   return S_OK;
 }
 
@@ -194,15 +197,40 @@ bool Run::FailCreate(int error) {
 }
 
 bool Run::Copy() {
-  bool first = true;
-  for (const std::string& input : inputs_) {
+  for (std::size_t i = 0; i < inputs_.size(); ++i) {
     progress_.StartInput();
-    report_.result = engine_->InputMp4File(Wide(input).c_str());
-    if (report_.result != S_OK) return FailCopy(input, report_.result, first);
-    first = false;
+    report_.result = Input(i);
+    if (report_.result != S_OK) return FailCopy(inputs_[i], report_.result, i == 0);
   }
-  report_.result = engine_->core->FinalizeImpl();
-  return report_.result == S_OK || FailWrite(report_.result);
+  report_.result = engine_->Complete();
+  if (report_.result != S_OK) return FailWrite(report_.result);
+  return fit_ == nullptr || PutBack();
+}
+
+HRESULT Run::Input(std::size_t index) {
+  if (fit_ == nullptr) return engine_->InputMp4File(Wide(inputs_[index]).c_str());
+  int opened = S_OK;
+  const QUIRVA::ComPtr<ClipView> view = fit_->View(index, opened);
+  return opened < 0 ? MP4G_E_INPUT_OPEN : engine_->InputReader(view.get());
+}
+
+// The movie box stands behind all media, so that no offset changes with its size.
+bool Run::PutBack() {
+  FileBytes file(part_.descriptor());
+  TopLevel boxes;
+  std::string wrong = boxes.Read(file);
+  Bytes movie(boxes.movie.size);
+  if (wrong.empty() && !file.Read(boxes.movie.position, movie.data(), movie.size()))
+    wrong = "can't be read back";
+  const auto complete = wrong.empty() ? fit_->Complete(movie) : std::nullopt;
+  if (wrong.empty() && !complete) wrong = "has a movie box that contradicts itself";
+  if (!wrong.empty())
+    return Fail(Message::kOutputUnfinished, options_.check.output, std::move(wrong),
+                "merge fewer clips at once", E_BAD_DATA);
+  const int error = part_.ReplaceEnd(static_cast<long long>(boxes.movie.position), *complete);
+  return error == 0 || Fail(Message::kOutputUnwritable, options_.check.output,
+                            "can't be written: " + ErrorText(error),
+                            "make room, or choose another folder", MP4G_E_OUTPUT_WRITE);
 }
 
 bool Run::FailCopy(const std::string& input, HRESULT result, bool first) {
@@ -255,8 +283,7 @@ bool Run::PrepareCompanion() {
 // flush would know nothing of it.
 bool Run::FlushPart() {
   if (!Enter(Phase::kFlushing)) return false;
-  const HRESULT closed = engine_->core->writer->outputFile->CloseFlushed();
-  engine_->core->ResetAtFinalize();
+  const HRESULT closed = engine_->CloseOutput();
   if (closed == S_OK) return true;
   return Fail(Message::kOutputUnflushed, options_.check.output,
               "is lost: the disk did not take all that was written",
@@ -265,7 +292,7 @@ bool Run::FlushPart() {
 
 bool Run::VerifyPart() {
   if (!Enter(Phase::kVerifying)) return false;
-  engine_->core->firstFile.reset();
+  engine_->ForgetMovie();
   const Findings found = ComparePart(options_.verification == Verification::kFull);
   if (progress_.Stopped()) return FailStopped();
   Add(found);
@@ -276,7 +303,8 @@ Findings Run::ComparePart(bool everyByte) {
   const auto listener = [this](const Step& step) {
     return progress_.Tell(Phase::kVerifying, step.current, step.total);
   };
-  return Verify({inputs_, options_.check.output, part_.descriptor(), everyByte, listener});
+  return Verify(
+      {inputs_, options_.check.output, part_.descriptor(), everyByte, listener, fit_.get()});
 }
 
 bool Run::InputsAreUnchanged() {

@@ -10,6 +10,8 @@
 
 namespace clipchain {
 
+class Fit;
+
 struct VerifyTask {
   const std::vector<std::string>& inputs;  // in the order in which they were merged
   std::string output;                      // as findings name it
@@ -17,14 +19,15 @@ struct VerifyTask {
   bool everyByte = false;  // compare all media with the clips', not only where clips meet
   // Told how much of the media was compared; false ends the work without a finding.
   Progress progress;
-  // What was adapted so that the clips fit each other; null: the engine alone made the output.
-  const Intended* intended = nullptr;
+  // By which the clips were adapted; null: the engine alone made the output.
+  const Fit* fit = nullptr;
 };
 
 // Parses the output and looks whether its boxes fill the file, and whether every sample is that of
-// the clips in a row (`CompareSamples`). What the engine alone made must besides be, around the
-// media and byte for byte, what a merge of the clips writes, each chunk where the copied media puts
-// it, with the sums of the clips. Nothing is found in a file that passes.
+// the clips in a row (`CompareSamples`). All around the media must besides be, byte for byte, what
+// a merge of the clips writes, each chunk where the copied media puts it, with the sums of the
+// clips; those that were adapted are looked at in their views, and the output as the engine would
+// see it. Nothing is found in a file that passes.
 Findings Verify(const VerifyTask& task);
 
 }  // namespace clipchain

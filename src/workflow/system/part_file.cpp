@@ -87,6 +87,19 @@ int PartFile::TryToGrow() const {
   return went < static_cast<ssize_t>(block.size()) ? ENOSPC : 0;
 }
 
+int PartFile::ReplaceEnd(long long position, const std::vector<unsigned char>& bytes) const {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t went = ::pwrite(file_, bytes.data() + done, bytes.size() - done,
+                                  position + static_cast<long long>(done));
+    if (went < 0 && errno == EINTR) continue;
+    if (went < 0) return errno;
+    if (went == 0) return ENOSPC;
+    done += static_cast<std::size_t>(went);
+  }
+  return ::ftruncate(file_, position + static_cast<long long>(done)) == 0 ? 0 : errno;
+}
+
 int PartFile::Publish(bool overwrite) {
   if (overwrite) {
     if (::rename(path_.c_str(), output_.c_str()) != 0) return errno;

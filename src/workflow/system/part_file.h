@@ -6,6 +6,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace clipchain {
 
@@ -25,6 +26,9 @@ class PartFile {
   // What the system says when more is written to the file; 0 if nothing speaks against it. Only of
   // use for a file that is given up.
   [[nodiscard]] int TryToGrow() const;
+
+  // Writes the bytes at that place and ends the file behind them.
+  [[nodiscard]] int ReplaceEnd(long long position, const std::vector<unsigned char>& bytes) const;
 
   // Gives the file the output's name. Without `overwrite` EEXIST if something has that name by now.
   [[nodiscard]] int Publish(bool overwrite);

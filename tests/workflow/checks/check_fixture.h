@@ -28,7 +28,13 @@ class CheckTest : public testing::Test {
   }
 
   static clipchain::CheckReport CheckAll(const std::vector<std::string>& inputs) {
-    return clipchain::Check(inputs, {});
+    return clipchain::Check(inputs, Exactly());
+  }
+  // What the engine itself takes.
+  static clipchain::CheckOptions Exactly() {
+    clipchain::CheckOptions options;
+    options.fitting.exact = true;
+    return options;
   }
 
   // The findings of that kind.

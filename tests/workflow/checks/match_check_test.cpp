@@ -225,6 +225,28 @@ TEST_F(CheckMatch, FindsEditListsOfSeveralEntries) {
   EXPECT_EQ("moov/trak[1]/edts/elst", report.findings.front().box);
 }
 
+TEST_F(CheckMatch, FindsWhatEditListsHide) {
+  MovieBuilder clip = EvenClip();
+  clip.tracks[0].edits = {{600, 15000}};
+  const std::string a = Put("a", clip);
+  EXPECT_THAT(NamesOf(CheckAll({a})), IsEmpty());
+  const CheckReport report = CheckAll({a, Put("b", clip)});
+  EXPECT_THAT(NamesOf(report), ElementsAre("edits-cut", "edits-cut"));
+  const Finding& finding = report.findings.front();
+  EXPECT_EQ(
+      "hides 15 samples (0.500 s) at the start and 3 samples (0.100 s) at the end of its track 1 "
+      "(avc1) by an edit list, and a merge would show them again",
+      finding.text);
+  EXPECT_EQ("moov/trak[0]/edts/elst", finding.box);
+  EXPECT_EQ(1u, finding.track);
+  EXPECT_TRUE(clipchain::HoldsUp(report.findings, false));
+  // A segment that is shorter than its media.
+  clip.tracks[0].edits = {{940, 0}};
+  EXPECT_THAT(NamesOf(CheckPair(clip, clip)), ElementsAre("edits-cut", "edits-cut"));
+  clip.tracks[0].edits = {{960, 0}};
+  EXPECT_THAT(NamesOf(CheckPair(clip, clip)), IsEmpty());
+}
+
 TEST_F(CheckMatch, FindsDurationsThatDoNotFitTheHeader) {
   MovieBuilder clip = EvenClip();
   clip.duration = 0x90000000;

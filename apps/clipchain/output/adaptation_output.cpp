@@ -1,0 +1,48 @@
+#include "clipchain/output/adaptation_output.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+
+namespace clipchain {
+
+namespace {
+
+std::size_t CountClips(const std::vector<Adapted>& adaptations, const std::string& name) {
+  std::set<std::string> paths;
+  for (const Adapted& adapted : adaptations) {
+    if (adapted.name == name) paths.insert(adapted.path);
+  }
+  return paths.size();
+}
+
+}  // namespace
+
+std::string AdaptationsText(const std::vector<Adapted>& adaptations, const std::string& lead,
+                            std::size_t clips) {
+  std::string text;
+  std::set<std::string> told;
+  for (const Adapted& adapted : adaptations) {
+    if (!told.insert(adapted.name).second) continue;
+    text +=
+        fmt::format("{}: {} ({}, {} of {} {})\n", lead, adapted.words, adapted.name,
+                    CountClips(adaptations, adapted.name), clips, clips == 1 ? "clip" : "clips");
+  }
+  return text;
+}
+
+Json AdaptationsJson(const std::vector<Adapted>& adaptations) {
+  Json array = Json::array();
+  for (const Adapted& adapted : adaptations) {
+    Json object;
+    object["name"] = adapted.name;
+    SetPath(object, adapted.path);
+    object["track"] = adapted.track != 0 ? Json(adapted.track) : Json();
+    object["text"] = adapted.text;
+    array.push_back(object);
+  }
+  return array;
+}
+
+}  // namespace clipchain

@@ -1,0 +1,29 @@
+// Clips that are adapted to each other, in the words of the workflow.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "adapt/fit.h"
+#include "workflow/check.h"
+#include "workflow/findings/file_findings.h"
+#include "workflow/fitting.h"
+
+namespace clipchain {
+
+// Null if nothing is to be adapted, a clip can't be read, or nothing needs it and nothing speaks
+// against it. `memoryLimit` as for a check.
+std::shared_ptr<const Fit> FitOf(const std::vector<std::string>& inputs, const Fitting& fitting,
+                                 long long memoryLimit);
+
+std::vector<Adapted> AdaptationsOf(const Fit& fit, const std::vector<std::string>& inputs);
+
+// What speaks against a clip; a problem that is found already is not told again.
+void AddFitProblems(const Fit& fit, std::size_t clip, FileFindings& findings);
+
+// A check that tells too what the clips were adapted with: null if a merge takes them as they are.
+CheckReport CheckFitted(const std::vector<std::string>& inputs, const CheckOptions& options,
+                        std::shared_ptr<const Fit>& fit);
+
+}  // namespace clipchain

@@ -1,0 +1,25 @@
+// How clips that do not fit each other as they are come to fit.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace clipchain {
+
+struct Fitting {
+  bool exact = false;           // adapt nothing: what does not fit as it is is refused
+  bool commonTracks = false;    // go on with the tracks that all clips have
+  bool keepCuts = false;        // what edit lists cut away stays out, where whole samples allow it
+  bool seamsAsTheyAre = false;  // do not keep sound and picture in step where clips meet
+};
+
+// One thing that is adapted in one clip.
+struct Adapted {
+  std::string name;        // of the kind, for programs: "top-level"
+  std::string words;       // what the kind is, for people
+  std::string path;        // of the clip
+  unsigned int track = 0;  // identifier of its track; 0 if it is about no one track
+  std::string text;        // the rest of a sentence that begins with the path
+};
+
+}  // namespace clipchain
