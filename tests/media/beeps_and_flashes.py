@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Whether a beep and a flash that belong together are heard and seen together in every merged clip.
 
-    beeps_and_flashes.py --tool CLIPCHAIN [--clips 12]
+    beeps_and_flashes.py --tool CLIPCHAIN [--clips 6]
 
 Makes clips of 1 s with a flash of one picture and a beep at the same place, merges many of them without --force, decodes
 the result, and compares at which time each beep begins and each flash is shown with how they lie in the clip alone. They
@@ -14,6 +14,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+from fractions import Fraction
 from pathlib import Path
 
 HALF_A_FRAME = 512 / 48000
@@ -42,8 +43,9 @@ def make(path, kind, number):
     """A clip whose flash and beep lie at half a second and a bit, another bit in each clip."""
     rate, sound, encoder, more = KINDS[kind]
     late = float(more) if more not in ("", "pcm") else 0
-    at = 0.5 + number * 0.04
-    pictures = f"color=black:s=64x64:r={rate}:d=1,drawbox=c=white:t=fill:enable='between(t,{at - 0.001},{at + 0.001 + 1 / 61})'"
+    picture = round((0.48 + number * 0.04) * float(Fraction(rate)))
+    at = float(picture / Fraction(rate))
+    pictures = f"color=black:s=64x64:r={rate}:d=1,drawbox=c=white:t=fill:enable='eq(n,{picture})'"
     beep = f"aevalsrc=if(between(t\\,{at - late}\\,{at - late + 0.05})\\,0.9*sin(2*PI*1500*(t-{at - late}))\\,0):s={RATE}:d={sound}"
     shift = ["-itsoffset", str(late)] if late else []
     codec = ["-c:a", "pcm_s16le", "-f", "mov"] if more == "pcm" else ["-c:a", "aac", "-b:a", "96k"]
@@ -95,7 +97,7 @@ def offsets(path, clips):
     return [beep - flash for beep, flash in zip(heard, seen)]
 
 
-def measure(tool, kind, clips, folder, different=3):
+def measure(tool, kind, clips, folder, different=2):
     """The largest difference at any seam, in seconds."""
     ending = ".mov" if KINDS[kind][3] == "pcm" else ".mp4"
     made = [folder / f"made{number}{ending}" for number in range(min(different, clips))]
@@ -113,7 +115,7 @@ def measure(tool, kind, clips, folder, different=3):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--tool", required=True)
-    parser.add_argument("--clips", type=int, default=12)
+    parser.add_argument("--clips", type=int, default=6)
     parser.add_argument("--kind", action="append", choices=list(KINDS))
     options = parser.parse_args()
     if not shutil.which("ffmpeg") or not shutil.which("ffprobe"):

@@ -155,8 +155,20 @@ class CheckRun {
       CheckTables(*clip, track, findings);
     order_.back() = OrderFactsOf(*clip);
     rehearsal_.Take(clip, findings);
+    NoteTimes();
+  }
+
+  // Clips of another scale are refused where nothing is adapted.
+  void NoteTimes() {
+    ClipTimes& clip = drift_.clips.back();
+    const ClipTimes& first = drift_.clips.front();
     for (const TrackPair& pair : rehearsal_.Pairs()) {
-      if (const auto times = TimesOf(pair.second)) drift_.clips.back().push_back(*times);
+      const auto times = TimesOf(pair.second);
+      const bool isFirst = drift_.clips.size() == 1;
+      if (!times ||
+          (!isFirst && (clip.size() == first.size() || times->scale != first[clip.size()].scale)))
+        return;
+      clip.push_back(*times);
     }
   }
 
