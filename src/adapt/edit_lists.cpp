@@ -14,32 +14,38 @@ using Kind = ShownStretch::Kind;
 
 // What decoders of sound need before the first sample that they give, and what encoders fill the
 // last frames up with, by the codec: 1,024 samples, 2,112, three frames, 80 ms.
-constexpr Moment kMostFilling = Moment{kUnitsASecond} * 80 / 1000;
-constexpr int kMostFillingFrames = 3;
+constexpr Moment kLeastFilling = Moment{kUnitsASecond} * 80 / 1000;
+constexpr Moment kMostFilling = Moment{kUnitsASecond} * 100 / 1000;
+constexpr int kFillingFrames = 3;
 // Sound that is not in frames begins at once. What falls short of this is rounding.
 constexpr Moment kLeastFrame = Moment{kUnitsASecond} * 5 / 1000;
 constexpr Moment kRounding = Moment{kUnitsASecond} * 512 / 48000;
 
-// How much of a track's media may be hidden at either end without being cut.
+// How much sound may be hidden at either end without being cut.
 Moment Filling(const TrackTimes& track) {
-  if (track.kind != MediaKind::kSound) return 0;
   const Moment frame = MomentOf(track.frame, track.scale);
-  return frame >= kLeastFrame ? std::max(kMostFillingFrames * frame, kMostFilling) : kRounding;
+  return frame >= kLeastFrame ? std::clamp(kFillingFrames * frame, kLeastFilling, kMostFilling)
+                              : kRounding;
 }
 
 struct Side {
-  std::uint64_t samples;  // 0: nothing is cut here
-  std::int64_t ticks;
+  std::uint64_t samples;  // as a whole
+  std::int64_t ticks;     // 0: nothing is cut here
 };
 
+Side Cut(const TrackTimes& track, const Side& side) {
+  const bool isCut = track.kind == MediaKind::kSound
+                         ? MomentOf(side.ticks, track.scale) > Filling(track)
+                         : side.samples != 0;
+  return isCut ? side : Side{0, 0};
+}
+
 Side Before(const TrackTimes& track) {
-  const Side side{track.hidden.before, track.hidden.beforeTicks};
-  return MomentOf(side.ticks, track.scale) > Filling(track) ? side : Side{0, 0};
+  return Cut(track, {track.hidden.before, track.hidden.beforeTicks});
 }
 
 Side Behind(const TrackTimes& track) {
-  const Side side{track.hidden.behind, track.hidden.behindTicks};
-  return MomentOf(side.ticks, track.scale) > Filling(track) ? side : Side{0, 0};
+  return Cut(track, {track.hidden.behind, track.hidden.behindTicks});
 }
 
 std::string Seconds(std::int64_t ticks, std::uint32_t scale) {
@@ -57,18 +63,18 @@ std::string PlainCutWords(const TrackTimes& track) {
   const Side before = Before(track);
   const Side behind = Behind(track);
   std::string text = "hides ";
-  if (before.samples != 0) text += SideWords(before, track.scale, "at the start");
-  if (before.samples != 0 && behind.samples != 0) text += " and ";
-  if (behind.samples != 0) text += SideWords(behind, track.scale, "at the end");
+  if (before.ticks != 0) text += SideWords(before, track.scale, "at the start");
+  if (before.ticks != 0 && behind.ticks != 0) text += " and ";
+  if (behind.ticks != 0) text += SideWords(behind, track.scale, "at the end");
   return text + " of its " + TrackWords(track) +
-         " by an edit list, and a merge would show them again";
+         " by an edit list, and a merge would show it again";
 }
 
 }  // namespace
 
 bool IsCut(const TrackTimes& track) {
   if (!track.shown.IsPlain()) return true;
-  return Before(track).samples != 0 || Behind(track).samples != 0;
+  return Before(track).ticks != 0 || Behind(track).ticks != 0;
 }
 
 std::string CutWords(const TrackTimes& track) {

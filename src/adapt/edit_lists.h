@@ -11,8 +11,9 @@
 namespace clipchain {
 
 // Whether the track's edit list hides media that a merge would show again: whole samples, or
-// whatever a list that is not plain leaves out. Frames of sound that only let a decoder begin, or
-// that fill up the end, are no media to hide: up to three of them, or 80 ms.
+// whatever a list that is not plain leaves out. A sample of which a part is shown is shown as a
+// whole. Frames of sound that only let a decoder begin, or that fill up the end, are no media to
+// hide: up to three of them.
 bool IsCut(const TrackTimes& track);
 
 // What would come back, of a track that is cut: the rest of a sentence that begins with the path,

@@ -131,7 +131,7 @@ void CountHidden(const TrackSource& source, TrackTimes& times) {
     if (!isOpen) times.hidden.behind += CountFrom(stretch, std::max(from, to + 1 - stretch.delta));
   };
   static_cast<void>(Walk(source, see));
-  if (times.hidden.before != 0) times.hidden.beforeTicks = bounds.start - times.firstShown;
+  times.hidden.beforeTicks = std::max<std::int64_t>(0, bounds.start - times.firstShown);
   if (times.hidden.behind != 0) times.hidden.behindTicks = times.endShown - times.ShownTo();
 }
 

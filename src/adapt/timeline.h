@@ -48,8 +48,9 @@ struct ShownStretch {
 
 ShownStretch StretchOf(const Edits& edits, std::uint32_t mediaScale, std::uint32_t movieScale);
 
-// Whole samples that a plain stretch does not show, and the time in which they would be shown, in
-// ticks of the media.
+// What a plain stretch does not show of the media, in samples that it hides as a whole and in ticks
+// of the media. At the end, whole samples alone count: what it hides of the last one that it shows
+// is the movie's coarser clock.
 struct HiddenSamples {
   std::uint64_t before = 0;
   std::uint64_t behind = 0;

@@ -158,7 +158,7 @@ TEST_F(ClipTimesTest, ACutIsAProblemInEveryClip) {
   const Fitted fitted = FitThem({clip, clip});
   const std::string words =
       "hides 15 samples (0.500 s) at the start and 15 samples (0.500 s) at the end of its track 1 "
-      "(avc1) by an edit list, and a merge would show them again";
+      "(avc1) by an edit list, and a merge would show it again";
   EXPECT_EQ(fitted.problems, (Texts{"1: " + words, "2: " + words}));
 }
 

@@ -57,13 +57,13 @@ TEST(EditLists, SayWhatWouldComeBack) {
   source.entryType = FourCc("avc1");
   EXPECT_EQ(CutWords(Edited(source, {{1520, 18944}})),
             "hides 37 samples (1.480 s) at the start and 15 samples (0.600 s) at the end of its "
-            "track 1 (avc1) by an edit list, and a merge would show them again");
+            "track 1 (avc1) by an edit list, and a merge would show it again");
   EXPECT_EQ(CutWords(Edited(source, {{3560, 512}})),
             "hides 1 sample (0.040 s) at the start of its track 1 (avc1) by an edit list, and a "
-            "merge would show them again");
+            "merge would show it again");
   EXPECT_EQ(CutWords(Edited(Picture(50), {{1960, 0}})),
             "hides 1 sample (0.040 s) at the end of its track 1 by an edit list, and a merge would "
-            "show them again");
+            "show it again");
   const std::string again = ", and a merge would show all of it once, from its start to its end";
   EXPECT_EQ(CutWords(Edited(source, {{500, -1}})),
             "shows nothing of its track 1 (avc1) by its edit list" + again);
@@ -73,6 +73,14 @@ TEST(EditLists, SayWhatWouldComeBack) {
             "stands still in its track 1 (avc1) by its edit list" + again);
   EXPECT_EQ(CutWords(Edited(source, {{2000, 0, 0x20000}})),
             "plays its track 1 (avc1) at another speed by its edit list" + again);
+}
+
+TEST(EditLists, MayBeginWithinTheFirstSampleOfData) {
+  TrackSource source = Picture(3);
+  source.kind = MediaKind::kOther;
+  source.times = {{3, 12800}};
+  EXPECT_FALSE(IsCut(Edited(source, {{2001, 12799}})));
+  EXPECT_TRUE(IsCut(Edited(source, {{2000, 0}})));
 }
 
 TEST(MergedEdits, CarryTheFirstClipsStartToTheEnd) {

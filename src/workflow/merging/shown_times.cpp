@@ -42,6 +42,7 @@ void TrackClock::Add(Number count, long long step, long long offset) {
   const auto lastShown = static_cast<long long>(static_cast<Number>(shown) + last);
   const auto lastEnd =
       static_cast<long long>(static_cast<Number>(lastShown) + static_cast<Number>(step));
+  if (!any_ || shown < first_) firstStep_ = step;
   first_ = any_ ? std::min(first_, shown) : shown;
   end_ = any_ ? std::max(end_, lastEnd) : lastEnd;
   leastOffset_ = any_ ? std::min(leastOffset_, offset) : offset;

@@ -34,6 +34,7 @@ class TrackClock {
   // Over all samples so far; without any, 0.
   long long FirstShown() const { return first_; }
   long long LastEnd() const { return end_; }
+  long long FirstStep() const { return firstStep_; }  // of the one shown first
   long long LastStep() const { return step_; }
   long long LeastOffset() const { return leastOffset_; }
   long long GreatestOffset() const { return greatestOffset_; }
@@ -44,6 +45,7 @@ class TrackClock {
   long long first_ = 0;
   long long end_ = 0;
   long long step_ = 0;
+  long long firstStep_ = 0;
   long long leastOffset_ = 0;
   long long greatestOffset_ = 0;
 };

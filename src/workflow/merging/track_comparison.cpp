@@ -246,10 +246,13 @@ bool TrackComparison::CompareShown(const ClipAtWork& clip, const TrackView& trac
   const bool picture = track.handler == FourCc("vide");
   const auto scale = static_cast<Seconds>(track.scale);
   const Seconds tick = Seconds{1} / static_cast<Seconds>(std::max<Number>(clip.file.Scale(), 1));
-  // Sound begins with samples that only prepare its decoder.
+  // Sound begins with samples that only prepare its decoder; a picture of which a part is shown is
+  // shown as a whole.
   constexpr Seconds kPriming = 0.1L;
   const Seconds before = showing.begin - static_cast<Seconds>(alone.FirstShown()) / scale;
-  if (before > (picture ? tick + 1 / scale : kPriming))
+  const Seconds firstStep = static_cast<Seconds>(alone.FirstStep()) / scale;
+  const bool sound = track.handler == FourCc("soun");
+  if (sound ? before > kPriming : before > 0 && before >= std::max(firstStep, tick + 1 / scale))
     return Differs(kEdits, fmt::format("shows {:.0f} ms that are cut off at the begin of {}",
                                        static_cast<double>(before * 1000), Shown(clip.path)));
   const Seconds end = static_cast<Seconds>(alone.LastEnd()) / scale;

@@ -235,7 +235,7 @@ TEST_F(CheckMatch, FindsWhatEditListsHide) {
   const Finding& finding = report.findings.front();
   EXPECT_EQ(
       "hides 15 samples (0.500 s) at the start and 3 samples (0.100 s) at the end of its track 1 "
-      "(avc1) by an edit list, and a merge would show them again",
+      "(avc1) by an edit list, and a merge would show it again",
       finding.text);
   EXPECT_EQ("moov/trak[0]/edts/elst", finding.box);
   EXPECT_EQ(1u, finding.track);
