@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,9 +31,21 @@ struct PlanReading {
   std::optional<Finding> fault;  // why there are none, where there are none
 };
 
-// Reads such a document, and of other files nothing, so that a plan of many jobs can be read for
-// each of them. One that contradicts itself anywhere is refused as a whole. A plan may name any
-// path; what keeps existing files safe is the merge.
-[[nodiscard]] CLIPCHAIN_API PlanReading ReadPlan(const std::string& path);
+// Reads such a document, and of other files nothing. One that contradicts itself anywhere is
+// refused as a whole. A plan may name any path; what keeps existing files safe is the merge. `goOn`
+// is asked now and then, and false ends the reading; it may be empty.
+[[nodiscard]] CLIPCHAIN_API PlanReading ReadPlan(const std::string& path,
+                                                 const std::function<bool()>& goOn = {});
+
+struct JobReading {
+  Job job;                       // inputs and output alone are filled in
+  std::optional<Finding> fault;  // why there is none, where there is none
+};
+
+// Reads the job of that number, from 1 on, so that each job of a long plan can be run by itself: in
+// a plan that is as it was written only that job is read. One that was edited is read as a whole,
+// as by ReadPlan.
+[[nodiscard]] CLIPCHAIN_API JobReading ReadJob(const std::string& path, std::size_t number,
+                                               const std::function<bool()>& goOn = {});
 
 }  // namespace clipchain

@@ -7,8 +7,10 @@
 #include <charconv>
 #include <cstdio>
 #include <system_error>
+#include <utility>
 
 #include "clipchain/output/finding_output.h"
+#include "clipchain/terminal/stop_signals.h"
 #include "workflow/join.h"
 #include "workflow/plan_file.h"
 #include "workflow/system/files.h"
@@ -42,19 +44,12 @@ CLI::Option* AddJobOption(CLI::App& command, std::vector<std::string>& values) {
 
 bool FindJob(const std::vector<std::string>& values, Job& job) {
   const std::size_t number = NumberIn(values[1]);
-  const PlanReading plan = ReadPlan(values[0]);
-  const auto refuse = [](const Finding& finding) {
-    std::fputs(FindingText(finding, Paint(stderr)).c_str(), stderr);
+  JobReading reading = ReadJob(values[0], number, [] { return StopSignal() == 0; });
+  if (reading.fault) {
+    std::fputs(FindingText(*reading.fault, Paint(stderr)).c_str(), stderr);
     return false;
-  };
-  if (plan.fault) return refuse(*plan.fault);
-  if (number > plan.jobs.size()) {
-    return refuse(MakeFinding(
-        Message::kJobMissing, values[0],
-        fmt::format("has jobs up to number {}, and no job {}", plan.jobs.size(), number),
-        "give numbers of jobs that the plan has"));
   }
-  job = plan.jobs[number - 1];
+  job = std::move(reading.job);
   for (const std::string& input : job.inputs) job.size += FileSize(input);
   return true;
 }

@@ -2,24 +2,34 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <charconv>
 #include <filesystem>
 #include <new>
 #include <system_error>
+#include <utility>
 
 #include "workflow/clips/clip_json.h"
 #include "workflow/joining/plan_json.h"
+#include "workflow/joining/plan_reader.h"
 #include "workflow/system/file_bytes.h"
 #include "workflow/system/files.h"
-#include "workflow/system/part_file.h"
-#include "workflow/system/part_name.h"
 #include "workflow/system/text_file.h"
 
 namespace clipchain {
 
 namespace {
 
-constexpr const char* kFormat = "clipchain plan";
-constexpr int kVersion = 1;
+// How a plan's text is laid out as long as nobody has edited it: each job has a line of its own, so
+// that one can be found without reading the others.
+constexpr std::size_t kDigits = 12;  // for the bytes of the whole text, with blanks in front
+constexpr const char* kJobLine = "    {\"number\":";
+
+std::string Head(std::size_t bytes) {
+  return fmt::format(
+      "{{\n  \"format\":\"{}\",\n  \"version\":{},\n  \"bytes\":{:>{}},\n  \"jobs\":[", kPlanFormat,
+      kPlanVersion, bytes, kDigits);
+}
 
 std::string ErrorText(int error) { return std::generic_category().message(error); }
 
@@ -31,97 +41,158 @@ Job WithAbsolutePaths(Job job) {
   return job;
 }
 
-// Where in a document something is wrong.
-struct Fault {
-  std::string place;  // a JSON pointer
-  std::string text;
-};
-
-struct Unreadable {
-  std::string text;
-};
-
-std::string TextOf(const std::string& path) {
-  FileBytes file(path);
-  if (!file.IsFile()) throw Unreadable{WhyUnreadable(path)};
-  const unsigned long long size = file.Size();
-  if (size > kLargestPlan)
-    throw Fault{"", fmt::format("has {} bytes, and a plan has {} at most", size, kLargestPlan)};
-  std::string text(size, '\0');
-  if (!file.Read(0, text.data(), text.size())) throw Unreadable{ErrorText(file.error())};
-  return text;
-}
-
-// A parser takes many times the memory of brackets that only nest.
-bool IsShallow(int depth, Json::parse_event_t, const Json&) {
-  constexpr int kDeepest = 32;
-  if (depth > kDeepest) throw Fault{"", "is nested too deeply"};
-  return true;
-}
-
-const Json& Field(const Json& object, const std::string& place, const char* name) {
-  if (!object.is_object()) throw Fault{place, "is no object"};
-  const auto field = object.find(name);
-  if (field == object.end()) throw Fault{place + '/' + name, "is missing"};
-  return *field;
-}
-
-std::string PathAt(const Json& object, const std::string& place) {
-  if (!object.is_object()) throw Fault{place, "is no object"};
-  const std::optional<std::string> path = PathOf(object);
-  if (!path) throw Fault{place, "has no path that a file can have"};
-  return *path;
-}
-
-Job JobAt(const Json& object, const std::string& place, std::size_t number) {
-  if (Field(object, place, "number") != number)
-    throw Fault{place + "/number", fmt::format("is not {}", number)};
-  Job job;
-  const Json& inputs = Field(object, place, "inputs");
-  if (!inputs.is_array() || inputs.empty())
-    throw Fault{place + "/inputs", "is no list with at least one clip"};
-  for (const Json& input : inputs)
-    job.inputs.push_back(PathAt(input, fmt::format("{}/inputs/{}", place, job.inputs.size())));
-  job.output = PathAt(Field(object, place, "output"), place + "/output");
-  const std::string name = NameOf(job.output);
-  if (name.empty() || name == "." || name == "..")
-    throw Fault{place + "/output", "has a path that ends in a folder"};
-  return job;
-}
-
-std::vector<Job> JobsOf(const Json& document) {
-  if (Field(document, "", "format") != kFormat) throw Fault{"/format", "is of another program"};
-  if (Field(document, "", "version") != kVersion)
-    throw Fault{"/version", fmt::format("is not {}, which this program knows", kVersion)};
-  const Json& list = Field(document, "", "jobs");
-  if (!list.is_array()) throw Fault{"/jobs", "is no list"};
-  std::vector<Job> jobs;
-  for (const Json& job : list) {
-    jobs.push_back(JobAt(job, fmt::format("/jobs/{}", jobs.size()), jobs.size() + 1));
+// The jobs that are left out, or that are not, each on a line.
+std::string Lines(const JoinPlan& plan, bool leftOut) {
+  std::string lines;
+  std::size_t number = 0;
+  for (const Job& job : plan.jobs) {
+    if ((job.leftOut != LeftOut::kNo) != leftOut) continue;
+    Json object;
+    if (leftOut)
+      object["reason"] = LeftOutName(job.leftOut);
+    else
+      object["number"] = ++number;
+    object.update(JobJson(WithAbsolutePaths(job)));
+    lines += lines.empty() ? "\n    " : ",\n    ";
+    lines += object.dump(-1, ' ', false, Json::error_handler_t::replace);
   }
-  return jobs;
+  return lines.empty() ? "" : lines + "\n  ";
+}
+
+// A plan in a file, and what stands in the way of reading it.
+class PlanFileText {
+ public:
+  using GoOn = std::function<bool()>;
+
+  PlanFileText(const std::string& path, GoOn goOn)
+      : path_(path), goOn_(std::move(goOn)), file_(path), size_(file_.Size()) {}
+
+  // Every job of the text, as it is told of them; what is wrong with it, if anything is.
+  std::optional<Finding> ReadAll(const std::function<void(Job&&)>& take) {
+    if (!file_.IsFile()) return Unreadable(WhyUnreadable(path_));
+    if (size_ > kLargestPlan)
+      return Invalid(fmt::format("is no plan: it has {} bytes, and a plan has {} at most", size_,
+                                 kLargestPlan));
+    std::string text(size_, '\0');
+    if (!ReadText(text)) return stopped_ ? Stopped() : Unreadable(ErrorText(file_.error()));
+    PlanReader reader(1, take, goOn_);
+    const std::string fault = reader.Read(text);
+    if (reader.stopped()) return Stopped();
+    return fault.empty() ? std::nullopt : std::optional(Invalid(fault));
+  }
+
+  // The job of that number, found by its line alone; nothing where that can't be, or it is wrong.
+  std::optional<Job> ReadOne(std::size_t number) {
+    if (!file_.IsFile() || size_ > kLargestPlan || !IsAsWritten()) return std::nullopt;
+    const std::optional<std::string> line = Line(number);
+    if (!line) return std::nullopt;
+    std::optional<Job> job;
+    PlanReader reader(
+        number, [&job](Job&& found) { job = std::move(found); }, goOn_);
+    const std::string rest = "]}";
+    const std::string fault = reader.Read(Head(0) + *line + rest);
+    return fault.empty() && !reader.stopped() ? job : std::nullopt;
+  }
+
+ private:
+  bool IsAsWritten() {
+    const std::string head = Head(size_) + '\n';
+    std::string there(head.size(), '\0');
+    return size_ > head.size() && file_.Read(0, there.data(), there.size()) && there == head;
+  }
+
+  // Halves what is left until the line stands there.
+  std::optional<std::string> Line(std::size_t number) {
+    unsigned long long low = Head(0).size() + 1;  // where a line begins, none behind the wanted one
+    unsigned long long high = size_;
+    while (low < high) {
+      const unsigned long long half = low + (high - low) / 2;
+      const unsigned long long line = LineFrom(half);
+      const std::size_t found = line < high ? NumberAt(line) : static_cast<std::size_t>(-1);
+      if (found == number) return TextOfLine(line);
+      if (found > number) {
+        high = half;
+      } else {
+        low = LineFrom(line + 1);
+      }
+    }
+    return std::nullopt;
+  }
+
+  // The beginning of the first line that does not begin in front of that place.
+  unsigned long long LineFrom(unsigned long long place) {
+    for (unsigned long long at = place - 1; at < size_; at += block_.size()) {
+      if (!Load(at)) return size_;
+      if (const std::size_t end = block_.find('\n'); end != std::string::npos) return at + end + 1;
+    }
+    return size_;
+  }
+
+  // The number of the job in that line; more than any where it is no job's.
+  std::size_t NumberAt(unsigned long long line) {
+    constexpr std::string_view kMark = kJobLine;
+    std::size_t number = 0;
+    if (!Load(line) || !block_.starts_with(kMark)) return static_cast<std::size_t>(-1);
+    const char* const digits = block_.data() + kMark.size();
+    const auto [end, error] = std::from_chars(digits, block_.data() + block_.size(), number);
+    return error == std::errc() && end != digits ? number : static_cast<std::size_t>(-1);
+  }
+
+  std::optional<std::string> TextOfLine(unsigned long long line) {
+    std::string text(LineFrom(line + 1) - line, '\0');
+    if (!file_.Read(line, text.data(), text.size())) return std::nullopt;
+    text.resize(text.find_last_not_of("\n,") + 1);
+    return text;
+  }
+
+  bool Load(unsigned long long place) {
+    constexpr unsigned long long kBlock = 4096;
+    block_.resize(std::min(kBlock, size_ - std::min(size_, place)));
+    return !block_.empty() && file_.Read(place, block_.data(), block_.size());
+  }
+
+  bool ReadText(std::string& text) {
+    constexpr std::size_t kPart = std::size_t{1} << 20;
+    for (std::size_t at = 0; at < text.size(); at += kPart) {
+      stopped_ = goOn_ && !goOn_();
+      if (stopped_ || !file_.Read(at, text.data() + at, std::min(kPart, text.size() - at)))
+        return false;
+    }
+    return true;
+  }
+
+  Finding Invalid(const std::string& text) const {
+    return MakeFinding(Message::kPlanInvalid, path_, text,
+                       "make it anew with \"clipchain join --plan\"");
+  }
+  Finding Unreadable(const std::string& why) const {
+    return MakeFinding(Message::kPlanUnreadable, path_, "can't be read: " + why,
+                       "check the name and the permissions");
+  }
+  Finding Stopped() const {
+    return MakeFinding(Message::kMergeStopped, path_, "was not read to its end: that was stopped",
+                       "run it again");
+  }
+
+  const std::string& path_;
+  const GoOn goOn_;
+  FileBytes file_;
+  const unsigned long long size_;
+  std::string block_;
+  bool stopped_ = false;
+};
+
+Finding TooLittleMemory(const std::string& path) {
+  return MakeFinding(Message::kOutOfMemory, path, "needs more memory than there is",
+                     "free some memory, or make several plans");
 }
 
 }  // namespace
 
 std::string PlanText(const JoinPlan& plan) {
-  Json document;
-  document["format"] = kFormat;
-  document["version"] = kVersion;
-  document["jobs"] = Json::array();
-  document["left_out"] = Json::array();
-  for (const Job& job : plan.jobs) {
-    const Json fields = JobJson(WithAbsolutePaths(job));
-    Json object;
-    if (job.leftOut == LeftOut::kNo) {
-      object["number"] = document["jobs"].size() + 1;
-    } else {
-      object["reason"] = LeftOutName(job.leftOut);
-    }
-    object.update(fields);
-    document[job.leftOut == LeftOut::kNo ? "jobs" : "left_out"].push_back(object);
-  }
-  return JsonText(document);
+  const std::string rest =
+      fmt::format("{}],\n  \"left_out\":[{}]\n}}\n", Lines(plan, false), Lines(plan, true));
+  return Head(Head(0).size() + rest.size()) + rest;
 }
 
 std::optional<Finding> WritePlan(const JoinPlan& plan, const std::string& path) {
@@ -142,29 +213,36 @@ std::optional<Finding> WritePlan(const JoinPlan& plan, const std::string& path) 
   return MakeFinding(Message::kPlanUnwritable, path, why, "choose another name or folder");
 }
 
-PlanReading ReadPlan(const std::string& path) {
-  constexpr const char* kAnew = "make it anew with \"clipchain join --plan\"";
-  const auto refuse = [&path](Message message, const std::string& text, const char* remedy) {
-    return PlanReading{{}, MakeFinding(message, path, text, remedy)};
-  };
-  const auto invalid = [&](const std::string& text) {
-    return refuse(Message::kPlanInvalid, text, kAnew);
-  };
+PlanReading ReadPlan(const std::string& path, const std::function<bool()>& goOn) {
   try {
-    return {JobsOf(Json::parse(TextOf(path), IsShallow)), std::nullopt};
-  } catch (const Unreadable& why) {
-    return refuse(Message::kPlanUnreadable, "can't be read: " + why.text,
-                  "check the name and the permissions");
-  } catch (const Json::parse_error& error) {
-    return invalid(fmt::format("is no JSON from byte {} on", error.byte));
-  } catch (const Json::exception&) {
-    return invalid("is no plan: it has a number that is too large");
-  } catch (const Fault& fault) {
-    return invalid(
-        fmt::format("is no plan: {} {}", fault.place.empty() ? "/" : fault.place, fault.text));
+    PlanReading reading;
+    reading.fault = PlanFileText(path, goOn).ReadAll([&reading](Job&& job) {
+      reading.jobs.push_back(std::move(job));
+    });
+    if (reading.fault) reading.jobs.clear();
+    return reading;
   } catch (const std::bad_alloc&) {
-    return refuse(Message::kOutOfMemory, "needs more memory than there is",
-                  "free some memory, or make several plans");
+    return {{}, TooLittleMemory(path)};
+  }
+}
+
+JobReading ReadJob(const std::string& path, std::size_t number, const std::function<bool()>& goOn) {
+  try {
+    PlanFileText text(path, goOn);
+    if (std::optional<Job> job = text.ReadOne(number)) return {std::move(*job), std::nullopt};
+    JobReading reading;
+    std::size_t count = 0;
+    reading.fault = text.ReadAll([&](Job&& job) {
+      if (++count == number) reading.job = std::move(job);
+    });
+    if (!reading.fault && number > count)
+      reading.fault =
+          MakeFinding(Message::kJobMissing, path,
+                      fmt::format("has jobs up to number {}, and no job {}", count, number),
+                      "give numbers of jobs that the plan has");
+    return reading;
+  } catch (const std::bad_alloc&) {
+    return {{}, TooLittleMemory(path)};
   }
 }
 

@@ -1,0 +1,196 @@
+#include "workflow/joining/plan_reader.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "workflow/system/part_name.h"
+
+namespace clipchain {
+
+namespace {
+
+constexpr const char* kFields[] = {"format", "version", "jobs"};
+constexpr const char* kJobFields[] = {"number", "inputs", "output"};
+
+bool IsOne(const char* const (&names)[3], const std::string& name) {
+  return std::find(std::begin(names), std::end(names), name) != std::end(names);
+}
+
+}  // namespace
+
+PlanReader::PlanReader(std::size_t firstNumber, std::function<void(Job&&)> take,
+                       std::function<bool()> goOn)
+    : firstNumber_(firstNumber), take_(std::move(take)), goOn_(std::move(goOn)) {}
+
+std::string PlanReader::Read(const std::string& text) {
+  static_cast<void>(Json::sax_parse(text, this));
+  return fault_;
+}
+
+bool PlanReader::parse_error(std::size_t position, const std::string&,
+                             const nlohmann::detail::exception& error) {
+  fault_ = dynamic_cast<const Json::parse_error*>(&error) != nullptr
+               ? fmt::format("is no JSON from byte {} on", position)
+               : "is no plan: it has a number that is too large";
+  return false;
+}
+
+bool PlanReader::Fault(const std::string& place, const std::string& text) {
+  fault_ = fmt::format("is no plan: {} {}", place.empty() ? "/" : place, text);
+  return false;
+}
+
+std::string PlanReader::JobPlace() const { return fmt::format("/jobs/{}", jobs_); }
+
+std::string PlanReader::Place() const {
+  switch (levels_.back()) {
+    case Level::kText:
+      return "";
+    case Level::kDocument:
+      return '/' + key_;
+    case Level::kJobs:
+      return JobPlace();
+    case Level::kJob:
+      return JobPlace() + '/' + key_;
+    case Level::kOutput:
+      return JobPlace() + "/output";
+    default:
+      return fmt::format("{}/inputs/{}", JobPlace(), job_.inputs.size());
+  }
+}
+
+// A plan may be long, and whoever waits for it may not want to.
+bool PlanReader::AsksToGoOn() {
+  constexpr std::size_t kEventsBetween = 10000;
+  if (++events_ % kEventsBetween == 0 && goOn_ && !goOn_()) stopped_ = true;
+  return !stopped_;
+}
+
+bool PlanReader::key(std::string& name) {
+  const Level level = levels_.back();
+  key_ = name;
+  if (level == Level::kDocument && IsOne(kFields, name) && !fields_.insert(name).second)
+    return Fault(Place(), "comes twice");
+  if (level == Level::kJob && IsOne(kJobFields, name) && !jobFields_.insert(name).second)
+    return Fault(Place(), "comes twice");
+  if ((level == Level::kInput || level == Level::kOutput) && path_.contains(name))
+    return Fault(Place() + '/' + name, "comes twice");
+  return true;
+}
+
+bool PlanReader::Value(const Json& value) {
+  return AsksToGoOn() && (levels_.back() == Level::kOther || Take(value));
+}
+
+// What a value begins that is an object or a list; kOther if that is not what belongs there.
+PlanReader::Level PlanReader::LevelWithin(const Json& empty) const {
+  const bool isObject = empty.is_object();
+  switch (levels_.back()) {
+    case Level::kText:
+      return isObject ? Level::kDocument : Level::kOther;
+    case Level::kDocument:
+      return !isObject && key_ == "jobs" ? Level::kJobs : Level::kOther;
+    case Level::kJobs:
+      return isObject ? Level::kJob : Level::kOther;
+    case Level::kJob:
+      if (isObject) return key_ == "output" ? Level::kOutput : Level::kOther;
+      return key_ == "inputs" ? Level::kInputs : Level::kOther;
+    case Level::kInputs:
+      return isObject ? Level::kInput : Level::kOther;
+    default:
+      return Level::kOther;
+  }
+}
+
+bool PlanReader::Begin(const Json& empty) {
+  if (!AsksToGoOn()) return false;
+  const Level within = LevelWithin(empty);
+  if (within == Level::kOther) {
+    constexpr std::size_t kDeepest = 32;
+    if (levels_.back() != Level::kOther && !Take(empty)) return false;
+    if (++depth_ > kDeepest) return Fault("", "is nested too deeply");
+  }
+  if (within == Level::kJob) {
+    job_ = {};
+    jobFields_.clear();
+  }
+  if (within == Level::kInput || within == Level::kOutput) path_ = Json::object();
+  if (depth_ <= 1) levels_.push_back(within);
+  return true;
+}
+
+bool PlanReader::End() {
+  if (levels_.back() == Level::kOther && --depth_ > 0) return true;
+  const Level ended = levels_.back();
+  const bool right = ended == Level::kInput || ended == Level::kOutput ? EndPath() : true;
+  levels_.pop_back();
+  if (!right) return false;
+  if (ended == Level::kDocument) return IsComplete(fields_, kFields, "");
+  if (ended == Level::kJob) return EndJob();
+  if (ended == Level::kInputs && job_.inputs.empty())
+    return Fault(JobPlace() + "/inputs", "is no list with at least one clip");
+  return true;
+}
+
+// A value where no object or list of a plan begins.
+bool PlanReader::Take(const Json& value) {
+  switch (levels_.back()) {
+    case Level::kDocument:
+      return TakeField(value);
+    case Level::kJob:
+      return TakeJobField(value);
+    case Level::kInput:
+    case Level::kOutput:
+      if (key_ == "path" || key_ == "path_bytes") path_[key_] = value;
+      return true;
+    default:
+      return Fault(Place(), "is no object");
+  }
+}
+
+bool PlanReader::TakeField(const Json& value) {
+  if (key_ == "format" && value != kPlanFormat) return Fault(Place(), "is of another program");
+  if (key_ == "version" && value != kPlanVersion)
+    return Fault(Place(), fmt::format("is not {}, which this program knows", kPlanVersion));
+  return key_ != "jobs" || Fault(Place(), "is no list");
+}
+
+bool PlanReader::TakeJobField(const Json& value) {
+  const std::size_t number = firstNumber_ + jobs_;
+  if (key_ == "number" && value != number) return Fault(Place(), fmt::format("is not {}", number));
+  if (key_ == "inputs") return Fault(Place(), "is no list with at least one clip");
+  return key_ != "output" || Fault(Place(), "is no object");
+}
+
+bool PlanReader::IsComplete(const std::set<std::string>& fields, const char* const (&names)[3],
+                            const std::string& place) {
+  for (const char* const name : names) {
+    if (fields.count(name) == 0) return Fault(place + '/' + name, "is missing");
+  }
+  return true;
+}
+
+bool PlanReader::EndJob() {
+  if (!IsComplete(jobFields_, kJobFields, JobPlace())) return false;
+  ++jobs_;
+  take_(std::move(job_));
+  return true;
+}
+
+bool PlanReader::EndPath() {
+  const std::optional<std::string> path = PathOf(path_);
+  if (!path) return Fault(Place(), "has no path that a file can have");
+  if (levels_.back() == Level::kInput) {
+    job_.inputs.push_back(*path);
+    return true;
+  }
+  job_.output = *path;
+  const std::string name = NameOf(*path);
+  const bool isFolder = name.empty() || name == "." || name == "..";
+  return !isFolder || Fault(Place(), "has a path that ends in a folder");
+}
+
+}  // namespace clipchain
