@@ -30,6 +30,34 @@ constexpr std::size_t kPointerSize = 4;
 constexpr char kNoDate[] = "0000:00:00 00:00:00";
 constexpr std::size_t kDateLength = sizeof kNoDate - 1;
 
+bool IsDirectory(std::size_t offset, std::size_t tiffSize) {
+  return offset >= kHeaderSize && offset <= tiffSize && tiffSize - offset >= kCountSize;
+}
+
+// How many of so many bytes count.
+std::size_t WithinSegment(std::size_t size) {
+  return std::min(size, kLargestSegment - sizeof kSegmentName);
+}
+
+struct TiffHeader {
+  ExifByteOrder order;
+  std::size_t directory;  // where the first one is
+};
+
+// Nothing where there is no TIFF header, or the first directory lies outside.
+std::optional<TiffHeader> ReadHeader(const unsigned char* tiff, std::size_t size) {
+  if (size < kHeaderSize) return std::nullopt;
+  TiffHeader header{EXIF_BYTE_ORDER_INTEL, 0};
+  if (std::memcmp(tiff, "MM\0*", 4) == 0) {
+    header.order = EXIF_BYTE_ORDER_MOTOROLA;
+  } else if (std::memcmp(tiff, "II*\0", 4) != 0) {
+    return std::nullopt;
+  }
+  header.directory = exif_get_long(tiff + 4, header.order);
+  if (!IsDirectory(header.directory, size)) return std::nullopt;
+  return header;
+}
+
 // A copy of Exif data as libexif wants it, cut down to what a date needs. libexif would follow
 // every directory, thumbnail and maker note, and a block of 64 KiB whose directories point at each
 // other keeps it busy for minutes.
@@ -37,21 +65,17 @@ class DateBlock {
  public:
   DateBlock(const unsigned char* tiff, std::size_t size)
       : bytes_(std::begin(kSegmentName), std::end(kSegmentName)) {
-    bytes_.insert(bytes_.end(), tiff, tiff + std::min(size, kLargestSegment - bytes_.size()));
+    bytes_.insert(bytes_.end(), tiff, tiff + WithinSegment(size));
   }
 
   // Reads the TIFF header. False: there is none, or the first directory lies outside.
   bool FindDirectory() {
-    if (TiffSize() < kHeaderSize) return false;
-    if (std::memcmp(Tiff(0), "II*\0", 4) == 0) {
-      order_ = EXIF_BYTE_ORDER_INTEL;
-    } else if (std::memcmp(Tiff(0), "MM\0*", 4) == 0) {
-      order_ = EXIF_BYTE_ORDER_MOTOROLA;
-    } else {
-      return false;
-    }
-    directory_ = exif_get_long(Tiff(4), order_);
-    return IsDirectory(directory_);
+    const std::optional<TiffHeader> header =
+        ReadHeader(bytes_.data() + sizeof kSegmentName, TiffSize());
+    if (!header) return false;
+    order_ = header->order;
+    directory_ = header->directory;
+    return true;
   }
 
   // Takes out of the directories all that is not needed.
@@ -60,7 +84,8 @@ class DateBlock {
     const auto pointer = kept.find(EXIF_TAG_EXIF_IFD_POINTER);
     if (pointer == kept.end()) return;
     const std::size_t exifDirectory = exif_get_long(&pointer->second[kValueInEntry], order_);
-    if (IsDirectory(exifDirectory)) KeepEntries(exifDirectory, {EXIF_TAG_DATE_TIME_ORIGINAL});
+    if (IsDirectory(exifDirectory, TiffSize()))
+      KeepEntries(exifDirectory, {EXIF_TAG_DATE_TIME_ORIGINAL});
   }
 
   const std::vector<unsigned char>& bytes() const { return bytes_; }
@@ -71,9 +96,6 @@ class DateBlock {
 
   std::size_t TiffSize() const { return bytes_.size() - sizeof kSegmentName; }
   unsigned char* Tiff(std::size_t offset) { return &bytes_[sizeof kSegmentName + offset]; }
-  bool IsDirectory(std::size_t offset) const {
-    return offset >= kHeaderSize && offset <= TiffSize() && TiffSize() - offset >= kCountSize;
-  }
 
   // Leaves of a directory the last entry of each of these tags, and no directory behind it.
   Entries KeepEntries(std::size_t directory, std::initializer_list<int> tags) {
@@ -155,6 +177,11 @@ _tagEXIFL_ERR EXIFL_SetExifData(EXIFL_HANDLE handle, const unsigned char* bytes,
                       static_cast<unsigned int>(block.bytes().size()));
   handle->date = DateOf(*data);
   return EXIFL_OK;
+}
+
+_tagEXIFL_ERR EXIFL_CheckExifData(const unsigned char* bytes, unsigned int size) {
+  if (bytes == nullptr || size == 0) return EXIFL_ERR_ARGUMENT;
+  return ReadHeader(bytes, WithinSegment(size)) ? EXIFL_OK : EXIFL_ERR_DATA;
 }
 
 _tagEXIFL_ERR EXIFL_GetInfo(EXIFL_HANDLE handle, _tagEXIFL_INFO_TYPE type, const void*,

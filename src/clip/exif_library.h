@@ -43,6 +43,10 @@ _tagEXIFL_ERR EXIFL_DestroyHandle(EXIFL_HANDLE handle);
 [[nodiscard]] _tagEXIFL_ERR EXIFL_SetExifData(EXIFL_HANDLE handle, const unsigned char* bytes,
                                               unsigned int size);
 
+// Answers as EXIFL_SetExifData does for those bytes, and takes nothing. The time does not depend on
+// their number.
+[[nodiscard]] _tagEXIFL_ERR EXIFL_CheckExifData(const unsigned char* bytes, unsigned int size);
+
 // Fills `buffer` with the block of that type. The date is that of DateTimeOriginal, or else of
 // DateTime, as it stands, blanks and all; of several under one tag the last counts, and one of less
 // than 19 characters does not. Without a date the text is "0000:00:00 00:00:00". The first pair

@@ -7,6 +7,7 @@
 #include "box/data_boxes.h"
 #include "box/header_boxes.h"
 #include "clip/exif.h"
+#include "clip/exif_library.h"
 #include "clip/mp4_util.h"
 #include "clip/timecode.h"
 #include "clip/vendor_boxes.h"
@@ -91,6 +92,21 @@ HRESULT EnterBox(const unsigned char*& in, unsigned int& rest, unsigned int& len
   return QUIRVA::Skip(in, rest, box.GetBoxBaseSize());
 }
 
+// Moves the cursor from the start of a "VRTH" to the payload of its first child.
+HRESULT EnterThumbnail(const unsigned char*& in, unsigned int& rest, unsigned int& length) {
+  RETURN_IF_NOT_OK(EnterBox<CVRTHBox>(in, rest, length));
+  return EnterBox<CVRDABox>(in, rest, length);
+}
+
+// Moves the cursor from the start of a thumbnail's JPEG stream to its Exif data.
+HRESULT SkipToExif(const unsigned char*& in, unsigned int& rest) {
+  ThumbnailHead head;
+  RETURN_IF_NOT_OK(QUIRVA::Take(in, rest, head));
+  const bool isExif = std::memcmp(head.marker, kSegmentMarker, sizeof kSegmentMarker) == 0 &&
+                      std::memcmp(head.name, kSegmentName, sizeof kSegmentName) == 0;
+  return isExif ? S_OK : E_BAD_DATA;
+}
+
 }  // namespace
 
 CVireoMp4::CVireoMp4(unsigned int volumeNumber) : volume(volumeNumber) {}
@@ -160,17 +176,45 @@ _tagSequenceTimedate CVireoMp4::ObtainMovieBoxTimedate(CMovieBox* movie) {
   return date;
 }
 
+HRESULT CVireoMp4::ParseVireoUuidBoxChildrenData(const unsigned char* bytes, unsigned int count) {
+  // Of several thumbnails the last one tells the date. Each may run on over those behind it: to
+  // read the date of every one would take far more time than the bytes of the block are worth.
+  Thumbnail last;
+  const HRESULT walked = WalkChildren(bytes, count, last);
+  const HRESULT dated = TakeDate(last);
+  return dated != S_OK ? dated : walked;
+}
+
+HRESULT CVireoMp4::TakeDate(Thumbnail& thumbnail) {
+  if (thumbnail.bytes == nullptr) return S_OK;
+  const Thumbnail taken = std::exchange(thumbnail, {});
+  return ParseThumbnailData(taken.bytes, taken.length);
+}
+
+// Answers as reading the date does, without doing so.
+HRESULT CVireoMp4::FindThumbnail(const unsigned char* bytes, unsigned int rest, Thumbnail& found) {
+  unsigned int length = 0;
+  RETURN_IF_NOT_OK(EnterThumbnail(bytes, rest, length));
+  const Thumbnail thumbnail{bytes, length};
+  RETURN_IF(SkipToExif(bytes, length) != S_OK, E_BAD_DATA);
+  RETURN_IF_NOT_OK(EXIFL_CheckExifData(bytes, length));
+  found = thumbnail;
+  return S_OK;
+}
+
 // The size field of a child is no more than the step to the next one: it has no special values, and
 // the parser of a known type is given all that is left of the block.
-HRESULT CVireoMp4::ParseVireoUuidBoxChildrenData(const unsigned char* bytes, unsigned int count) {
+HRESULT CVireoMp4::WalkChildren(const unsigned char* bytes, unsigned int count, Thumbnail& last) {
   CBox peek;
   while (count != 0) {
     RETURN_IF_NOT_OK(peek.Set8Byte(bytes, count));
     switch (peek.header->type) {
       case FourCc("VRTH"):
-        RETURN_IF_NOT_OK(ParseVRTHBox(bytes, count));
+        RETURN_IF_NOT_OK(FindThumbnail(bytes, count, last));
         break;
       case FourCc("VROP"):
+        // What is written may belong to a thumbnail that was found.
+        if (rewriteMode == 1) RETURN_IF_NOT_OK(TakeDate(last));
         RETURN_IF_NOT_OK(ParseVROPBox(bytes, count));
         break;
       case FourCc("VRCV"):
@@ -195,8 +239,7 @@ HRESULT CVireoMp4::ParseVRCVBox(const unsigned char* bytes, unsigned int rest) {
 // A first child is whatever stands behind the header, up to the end of the enclosing block.
 HRESULT CVireoMp4::ParseVRTHBox(const unsigned char* bytes, unsigned int rest) {
   unsigned int length = 0;
-  RETURN_IF_NOT_OK(EnterBox<CVRTHBox>(bytes, rest, length));
-  RETURN_IF_NOT_OK(EnterBox<CVRDABox>(bytes, rest, length));
+  RETURN_IF_NOT_OK(EnterThumbnail(bytes, rest, length));
   const HRESULT result = ParseThumbnailData(bytes, length);
   return result == S_FALSE ? E_BAD_DATA : result;
 }
@@ -228,12 +271,7 @@ HRESULT CVireoMp4::ParseVRFBBox(const unsigned char* bytes, unsigned int rest) {
 }
 
 HRESULT CVireoMp4::ParseThumbnailData(const unsigned char* bytes, unsigned int count) {
-  ThumbnailHead head;
-  RETURN_IF_NOT_OK(QUIRVA::Take(bytes, count, head));
-  RETURN_IF(std::memcmp(head.marker, kSegmentMarker, sizeof kSegmentMarker) != 0 ||
-                std::memcmp(head.name, kSegmentName, sizeof kSegmentName) != 0,
-            E_BAD_DATA);
-
+  RETURN_IF_NOT_OK(SkipToExif(bytes, count));
   QUIRVA::CQvExif exif;
   RETURN_IF_NOT_OK(exif.InitLibrary());
   RETURN_IF_NOT_OK(exif.SetExifData(bytes, count));

@@ -91,6 +91,19 @@ class CVireoMp4 {
   std::uint8_t rewriteMode = 0;     // 1 only during RewriteNextID
   _GUID rewriteID{};                // what RewriteNextID writes
   std::unique_ptr<CTimecodeTrackPsr> timecodeTrack;  // null until the first continuity check
+
+ private:
+  // The JPEG stream of a thumbnail whose date was not read yet.
+  struct Thumbnail {
+    const unsigned char* bytes = nullptr;
+    unsigned int length = 0;
+  };
+
+  [[nodiscard]] HRESULT WalkChildren(const unsigned char* bytes, unsigned int count,
+                                     Thumbnail& last);
+  [[nodiscard]] static HRESULT FindThumbnail(const unsigned char* bytes, unsigned int rest,
+                                             Thumbnail& found);
+  [[nodiscard]] HRESULT TakeDate(Thumbnail& thumbnail);
 };
 
 }  // namespace MP4G

@@ -6,6 +6,7 @@
 #include "clip/exif_library.h"
 #include "clip/timecode.h"
 #include "clip/vendor_boxes.h"
+#include "support/allocation_meter.h"
 #include "support/box_io.h"
 #include "support/exif.h"
 #include "support/vendor_box.h"
@@ -316,6 +317,60 @@ TEST(VendorBlock, OfOverlappingBoxesIsReadInOnePass) {
   EXPECT_OK(ParseChildren(clip, block));
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
   EXPECT_EQ(kDateFields, clip.timedate);
+}
+
+// Each thumbnail claims 64 KiB over its neighbours.
+TEST(VendorBlock, OfAMillionThumbnailsIsReadInOnePass) {
+  const Bytes dated = ThumbnailBox(ExifWithDate(kDate));
+  const Bytes head = Join({Text("VRTH"), U32(65536), Text("VRDA"), Hex("FFD8 FFE1 0000"),
+                           Text("Exif"), Zeros(2), ExifWithDate("1999:12:31 23:59:59")});
+  const Bytes box = Join({U32(static_cast<std::uint32_t>(head.size() + 4)), head});
+  Bytes block;
+  for (int i = 0; i < 100'000; ++i) block.insert(block.end(), box.begin(), box.end());
+  block.insert(block.end(), dated.begin(), dated.end());
+  const Bytes room = Join({U32(65536), Text("free"), Zeros(65528)});
+  block.insert(block.end(), room.begin(), room.end());
+  CVireoMp4 clip(0);
+  const support::AllocationMeter meter;
+  EXPECT_OK(
+      clip.ParseVireoUuidBoxChildrenData(block.data(), static_cast<unsigned int>(block.size())));
+  EXPECT_GT(1000u, meter.Count());
+  EXPECT_EQ(kDateFields, clip.timedate);
+}
+
+TEST(VendorBlock, TakesTheDateOfTheLastThumbnailAheadOfAFailure) {
+  const Bytes first = ThumbnailBox(ExifWithDate("1999:12:31 23:59:59"));
+  const Bytes second = ThumbnailBox(ExifWithDate(kDate));
+  const Bytes broken = ThumbnailBox(Text("this is no Exif data at all"));
+  CVireoMp4 clip(0);
+  EXPECT_RESULT(EXIFL_ERR_DATA, ParseChildren(clip, Join({first, second, broken, first})));
+  EXPECT_EQ(kDateFields, clip.timedate);
+  EXPECT_OK(ParseChildren(clip, Join({second, first})));
+  EXPECT_EQ(1999, clip.timedate.year);
+}
+
+// The new identifier is written where the first thumbnail, which runs on that far, has its date.
+TEST(VendorBlock, ReadsADateBeforeAnIdentifierIsWrittenOverIt) {
+  const Bytes place = Place();
+  const Bytes tiff = Join({Hex("4D4D002A 00000008 0001 0132 0002 00000014 00000064 00000000"),
+                           Zeros(74), Text(kDate), Zeros(1)});
+  const Bytes thumbnail = ThumbnailBox(tiff);
+  const std::size_t dateInBox = thumbnail.size() - 20;
+  // The box ends for the walk where the place box begins, so that the date is its next identifier.
+  const std::size_t nextIdInPlace = 8 + 28;
+  const std::size_t placeAt = dateInBox - nextIdInPlace;
+  Bytes block = Join({U32(static_cast<std::uint32_t>(placeAt)),
+                      Bytes(thumbnail.begin() + 4, thumbnail.end()), Zeros(place.size())});
+  for (std::size_t i = 0; i < place.size(); ++i) {
+    if (i < nextIdInPlace || i >= nextIdInPlace + 16) block[placeAt + i] = place[i];
+  }
+  CVireoMp4 clip(0);
+  clip.rewriteMode = 1;
+  clip.rewriteID = Id(9);
+  static_cast<void>(
+      clip.ParseVireoUuidBoxChildrenData(block.data(), static_cast<unsigned int>(block.size())));
+  EXPECT_EQ(Id(9), clip.nextID);
+  EXPECT_EQ(2021, clip.timedate.year);
 }
 
 TEST(VendorBlock, KeepsWhatWasReadBeforeAFailure) {
