@@ -56,9 +56,11 @@ struct ScanOptions {
 
 struct ScanReport {
   std::vector<SequenceReport> sequences;  // roughly in the order of their dates
-  std::vector<RejectedClip> rejected;     // clips that could not be registered, in order
-  bool joined = false;                    // whether salvage joined two sequences
-  HRESULT salvaged = S_OK;                // what kept salvage from reading a timecode
+  // Clips that could not be registered, in order; behind them those that were, and could not be
+  // read once more for their card.
+  std::vector<RejectedClip> rejected;
+  bool joined = false;      // whether salvage joined two sequences
+  HRESULT salvaged = S_OK;  // what kept salvage from reading a timecode
   HRESULT divided = S_OK;
   bool stopped = false;  // by `progress`: nothing else is told
 };

@@ -1,5 +1,7 @@
 // A hidden file when the system refuses a call that the file's life hangs on.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -47,7 +49,7 @@ class PartFileFaults : public testing::Test {
 }  // namespace
 
 TEST_F(PartFileFaults, DoesWithoutLocksWhereThereAreNone) {
-  for (const int error : {ENOLCK, EOPNOTSUPP, ENOSYS}) {
+  for (const int error : {ENOLCK, EOPNOTSUPP, ENOSYS, EPERM, EACCES, EINVAL}) {
     const Disturbance disturbance(Call::kFlock, error);
     PartFile part;
     EXPECT_EQ(0, part.Create(output)) << error;
@@ -145,9 +147,68 @@ TEST_F(PartFileFaults, IsLinkedWhereTheSystemCannotRenameWithoutReplacing) {
   EXPECT_EQ(Text("old"), support::ReadFile(output));
 }
 
+// As on exFAT below FUSE, and on shares.
+TEST_F(PartFileFaults, LooksAndRenamesWhereTheSystemCanDoNeither) {
+  for (const int error : {EPERM, EOPNOTSUPP, ENOSYS, EMLINK}) {
+    const Disturbance renaming(Call::kRenameat2, EINVAL);
+    const Disturbance linking(Call::kLink, error);
+    PartFile part;
+    Create(part);
+    EXPECT_EQ(0, part.Publish(false)) << error;
+    EXPECT_EQ(1u, Entries());
+    EXPECT_EQ(0, part.FlushFolder());
+    EXPECT_TRUE(fs::remove(output));
+  }
+  const Disturbance renaming(Call::kRenameat2, EINVAL);
+  const Disturbance linking(Call::kLink, EPERM);
+  PartFile part;
+  Create(part);
+  support::WriteFile(output, Text("old"));
+  EXPECT_EQ(EEXIST, part.Publish(false));
+  EXPECT_EQ(Text("old"), support::ReadFile(output));
+  fs::remove(output);
+  fs::create_symlink("nowhere", output);
+  EXPECT_EQ(EEXIST, part.Publish(false));
+}
+
+TEST_F(PartFileFaults, LooksOnlyWhereNoOtherRunDoesSo) {
+  const Disturbance renaming(Call::kRenameat2, EINVAL);
+  const Disturbance linking(Call::kLink, EPERM);
+  PartFile part;
+  Create(part);
+  // Somebody else takes the name, and lets go of the folder then.
+  const int folderOfOther = ::open(folder.path().c_str(), O_RDONLY);
+  ASSERT_EQ(0, ::flock(folderOfOther, LOCK_EX));
+  {
+    int looks = 0;
+    const Disturbance lock(
+        Call::kFlock,
+        [&] {
+          ++looks;
+          support::WriteFile(output, Text("of the other"));
+          ::flock(folderOfOther, LOCK_UN);
+        },
+        2);
+    EXPECT_EQ(EEXIST, part.Publish(false));
+    EXPECT_EQ(1, looks);
+    EXPECT_LE(3u, lock.Count());
+  }
+  ::close(folderOfOther);
+  EXPECT_EQ(Text("of the other"), support::ReadFile(output));
+  fs::remove(output);
+  const Disturbance noLocks(Call::kFlock, ENOLCK);
+  EXPECT_EQ(0, part.Publish(false));
+}
+
+TEST_F(PartFileFaults, IsNotMadeWhereItCouldNotBeRenamed) {
+  const Disturbance disturbance(Call::kRenameat2, EIO);
+  EXPECT_EQ(EIO, PartFile().Create(output));
+  EXPECT_EQ(0u, Entries());
+}
+
 TEST_F(PartFileFaults, KeepsItsHiddenNameWhereItGetsNoOther) {
   {
-    const Disturbance disturbance(Call::kRenameat2, EIO);
+    const Disturbance disturbance(Call::kRenameat2, EIO, 1);
     PartFile part;
     Create(part);
     EXPECT_EQ(EIO, part.Publish(false));
@@ -203,11 +264,13 @@ TEST_F(PartFileFaults, ATextIsThereWithAllOfItOrNotAtAll) {
   EXPECT_EQ("can't be written: No space left on device", text(Call::kWrite, ENOSPC));
   EXPECT_EQ("can't be written: Input/output error", text(Call::kFsync, EIO));
   EXPECT_EQ("can't be written: Input/output error", text(Call::kRenameat2, EIO));
+  EXPECT_EQ("", text(Call::kFlock, EPERM));
+  EXPECT_TRUE(fs::remove(output));
   EXPECT_EQ("can't be written: Too many open files", text(Call::kOpen, EMFILE));
   EXPECT_EQ(0u, Entries());
   {
-    const Disturbance disturbance(Call::kRenameat2,
-                                  [this] { support::WriteFile(output, Text("old")); });
+    const Disturbance disturbance(
+        Call::kRenameat2, [this] { support::WriteFile(output, Text("old")); }, 1);
     EXPECT_EQ("exists already; --overwrite replaces it", WriteTextFile(output, "text", false));
     EXPECT_EQ(Text("old"), support::ReadFile(output));
   }

@@ -83,14 +83,15 @@ TEST_F(SafeMergeFaults, SaysThatTheHiddenFileStays) {
 }
 
 TEST_F(SafeMergeFaults, NeverReplacesWhatAppearsAtTheLastMoment) {
-  const Disturbance disturbance(Call::kRenameat2, [this] { Put("out.mp4", Text("new")); });
+  const Disturbance disturbance(
+      Call::kRenameat2, [this] { Put("out.mp4", Text("new")); }, 1);
   ExpectFailure(Message::kOutputExists, options.check.output);
   EXPECT_EQ(Text("new"), ReadFile(options.check.output));
   EXPECT_EQ(std::vector<std::string>{"out.mp4"}, Left());
 }
 
 TEST_F(SafeMergeFaults, SaysWhenTheNameIsRefused) {
-  const Disturbance disturbance(Call::kRenameat2, EPERM);
+  const Disturbance disturbance(Call::kRenameat2, EPERM, 1);
   ExpectFailure(Message::kOutputUnnamed, options.check.output);
   EXPECT_EQ(kNothing, Left());
 }

@@ -37,8 +37,8 @@ constexpr unsigned int kPadding[] = {FourCc("free"), FourCc("skip")};
 
 // Tables that speak of samples one by one, so that equal bytes do not make them superfluous.
 constexpr unsigned int kCountingSamples[] = {FourCc("padb"), FourCc("saio"), FourCc("saiz"),
-                                             FourCc("sbgp"), FourCc("stdp"), FourCc("stsh"),
-                                             FourCc("subs")};
+                                             FourCc("sbgp"), FourCc("stdp"), FourCc("stps"),
+                                             FourCc("stsh"), FourCc("subs")};
 
 bool IsAmong(Types types, unsigned int type) {
   return std::find(types.begin(), types.end(), type) != types.end();

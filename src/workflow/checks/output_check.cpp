@@ -17,6 +17,7 @@
 
 #include "workflow/clips/clip_file.h"
 #include "workflow/system/files.h"
+#include "workflow/system/part_name.h"
 
 namespace clipchain {
 
@@ -31,8 +32,33 @@ std::string WhyNoFileFits(const std::string& folder) {
   if (::stat(folder.c_str(), &status) != 0)
     return errno == ENOENT ? fmt::format("there is no folder {}", Shown(folder)) : ErrorText(errno);
   if (!S_ISDIR(status.st_mode)) return fmt::format("{} is no folder", Shown(folder));
-  if (::access(folder.c_str(), W_OK | X_OK) == 0) return "";
-  return fmt::format("the folder {} can't be written: {}", Shown(folder), ErrorText(errno));
+  if (::access(folder.c_str(), W_OK | X_OK) != 0)
+    return fmt::format("the folder {} can't be written: {}", Shown(folder), ErrorText(errno));
+  // It is opened to flush what was put into it.
+  if (::access(folder.c_str(), R_OK) == 0) return "";
+  return fmt::format("the folder {} can't be read, and so not flushed to the disk: {}",
+                     Shown(folder), ErrorText(errno));
+}
+
+OutputFault FaultOfLink(const std::string& output) {
+  std::error_code error;
+  const std::string target = std::filesystem::read_symlink(output, error).string();
+  const std::filesystem::path end = std::filesystem::weakly_canonical(output, error);
+  struct stat status;
+  const bool leadsToFile = ::stat(output.c_str(), &status) != 0 || S_ISREG(status.st_mode);
+  return {fmt::format("it is a link to {}", Shown(target)),
+          leadsToFile && !error
+              ? fmt::format("name {} itself, or remove the link", Shown(end.string()))
+              : "name a file"};
+}
+
+// In a folder with the sticky bit only the owners of a file and of the folder may replace it, and
+// whoever may do anything.
+bool IsGuarded(const std::string& output, const struct stat& status) {
+  struct stat folder;
+  const uid_t user = ::geteuid();
+  return ::stat(FolderOf(output).c_str(), &folder) == 0 && (folder.st_mode & S_ISVTX) != 0 &&
+         user != 0 && user != status.st_uid && user != folder.st_uid;
 }
 
 long long FreeBytes(const std::string& folder) {
@@ -78,24 +104,37 @@ OutputPlace PlaceOf(const std::string& output) {
   return place;
 }
 
+std::optional<OutputFault> WhyIrreplaceable(const std::string& output) {
+  struct stat status;
+  if (::lstat(output.c_str(), &status) != 0) return std::nullopt;
+  if (S_ISLNK(status.st_mode)) return FaultOfLink(output);
+  if (S_ISDIR(status.st_mode))
+    return OutputFault{"it is a folder",
+                       fmt::format("name a file in it, such as {}/merged.mp4", Shown(output))};
+  if (!S_ISREG(status.st_mode))
+    return OutputFault{S_ISFIFO(status.st_mode)   ? "it is a pipe"
+                       : S_ISSOCK(status.st_mode) ? "it is a socket"
+                                                  : "it is a device",
+                       "name a file"};
+  if (!IsGuarded(output, status)) return std::nullopt;
+  return OutputFault{
+      "it belongs to another user, whose files nobody else may replace in that folder",
+      "choose another name for the output, or another folder"};
+}
+
 void CheckOutput(const std::string& output, bool overwrite, const std::vector<std::string>& inputs,
                  const OutputPlace& place, FileFindings& findings) {
   const auto same = std::find_if(inputs.begin(), inputs.end(), [&output](const std::string& input) {
     return IsSameFile(output, input);
   });
-  struct stat status;
-  const bool isThere = ::stat(output.c_str(), &status) == 0;
+  const std::optional<OutputFault> fault = WhyIrreplaceable(output);
   if (same != inputs.end()) {
     findings
         .Add(Message::kOutputIsInput, "is the same file as the input " + Shown(*same),
              "choose another name for the output")
         .result = MP4G_E_OUTPUT_OPEN;
-  } else if (isThere && !S_ISREG(status.st_mode)) {
-    findings
-        .Add(Message::kOutputUnwritable,
-             S_ISDIR(status.st_mode) ? "can't be written: it is a folder"
-                                     : "can't be written: it is no regular file",
-             "choose another name for the output")
+  } else if (fault) {
+    findings.Add(Message::kOutputUnwritable, "can't be written: " + fault->text, fault->remedy)
         .result = MP4G_E_OUTPUT_OPEN;
   } else if (!overwrite && Exists(output)) {
     findings

@@ -1,6 +1,7 @@
 // Whether the output of a merge can be written where it is to be written.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,17 @@ OutputPlace PlaceOf(const std::string& output);
 // Tells how large a file can be on a file system, by the number with which statfs() names it; -1
 // where no limit is a fact, and only writing tells.
 long long LargestFileOn(long fileSystem);
+
+// Why something that has the output's name can't be replaced, as the end of "it can't be written:
+// ", and what to do.
+struct OutputFault {
+  std::string text;
+  std::string remedy;
+};
+
+// Finds it out, for a link, a folder, a device, a pipe, a socket, and for a file that its owner
+// alone may replace. Nothing for other files, and where nothing has the name.
+std::optional<OutputFault> WhyIrreplaceable(const std::string& output);
 
 // Says what stands against the output: that it is an input, that it exists and may not be replaced,
 // its folder. `inputs` are those that could be found.

@@ -72,12 +72,14 @@ bool Register(const std::vector<Volume>& volumes, MP4G::CSequenceCreator& creato
   return true;
 }
 
-// A clip that was registered can still be gone or changed by now; its card then stays empty.
+// A clip that was registered can still be gone or changed by now; its card then stays empty, and it
+// is told of, for what is said of it is out of date.
 bool ReadCards(ScanReport& report, Looks& looks) {
   for (SequenceReport& sequence : report.sequences) {
     for (SequenceClip& clip : sequence.clips) {
       if (!looks.Next()) return false;
-      static_cast<void>(ReadClipCard(clip.path, clip.card));
+      const HRESULT result = ReadClipCard(clip.path, clip.card);
+      if (result != S_OK) report.rejected.push_back({clip.path, result});
     }
   }
   return true;

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <memory>
 #include <new>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -12,6 +13,7 @@
 #include "merge/live_merge.h"
 #include "workflow/boxes/top_level.h"
 #include "workflow/checks/fitted_clips.h"
+#include "workflow/checks/output_check.h"
 #include "workflow/findings/result_words.h"
 #include "workflow/merging/copy_progress.h"
 #include "workflow/merging/fitting_of.h"
@@ -83,6 +85,7 @@ class Run {
   bool VerifyPart();
   Findings ComparePart(bool everyByte);
   bool PrepareCompanion();
+  const std::string* ChangedInput(bool touched) const;
   bool InputsAreUnchanged();
   bool FailChanged(const std::string& input);
 
@@ -239,6 +242,7 @@ bool Run::FailCopy(const std::string& input, HRESULT result, bool first) {
   if (progress_.StoodStill())
     return Fail(Message::kCopyStalled, input, "ends before its media does",
                 "copy it again from the card", MP4G_E_INPUT_READ);
+  if (const std::string* const changed = ChangedInput(true)) return FailChanged(*changed);
   std::string text = InputWords(result, first);
   if (const std::string why = WhyUnreadable(input); !why.empty()) text += ": " + why;
   return Fail(Message::kInputRefused, input, std::move(text),
@@ -295,6 +299,10 @@ bool Run::VerifyPart() {
   engine_->ForgetMovie();
   const Findings found = ComparePart(options_.verification == Verification::kFull);
   if (progress_.Stopped()) return FailStopped();
+  // Of clips that are others by now the result can't be what they give.
+  if (HoldsUp(found, options_.force)) {
+    if (const std::string* const changed = ChangedInput(true)) return FailChanged(*changed);
+  }
   Add(found);
   return !HoldsUp(found, options_.force);
 }
@@ -307,14 +315,21 @@ Findings Run::ComparePart(bool everyByte) {
       {inputs_, options_.check.output, part_.descriptor(), everyByte, listener, fit_.get()});
 }
 
-bool Run::InputsAreUnchanged() {
-  const std::string* touched = nullptr;
+// The first input that is another file, or has other bytes or another time, than in the beginning;
+// or, where `touched` says so, that somebody may have written to and set its time back.
+const std::string* Run::ChangedInput(bool touched) const {
   for (std::size_t i = 0; i < inputs_.size(); ++i) {
     struct stat status;
-    if (::stat(inputs_[i].c_str(), &status) != 0 || !states_[i].IsUnchanged(status))
-      return FailChanged(inputs_[i]);
-    if (!states_[i].IsUntouched(status)) touched = &inputs_[i];
+    if (::stat(inputs_[i].c_str(), &status) != 0 || !states_[i].IsUnchanged(status) ||
+        (touched && !states_[i].IsUntouched(status)))
+      return &inputs_[i];
   }
+  return nullptr;
+}
+
+bool Run::InputsAreUnchanged() {
+  if (const std::string* const changed = ChangedInput(false)) return FailChanged(*changed);
+  const std::string* const touched = ChangedInput(true);
   if (touched == nullptr) return true;
   // Whoever writes to a clip and sets its time back leaves no other trace than one who links it.
   const Findings found = ComparePart(true);
@@ -346,17 +361,17 @@ bool Run::MayReplace(const std::string& path) {
   if (!options_.check.overwrite)
     return Fail(Message::kOutputExists, path, "exists already",
                 "choose another name, or let --overwrite replace it", MP4G_E_OUTPUT_OPEN);
-  struct stat target = status;
-  if (S_ISLNK(status.st_mode) && ::stat(path.c_str(), &target) != 0) return true;
+  struct stat target;
+  if (::stat(path.c_str(), &target) != 0) target = status;
   for (std::size_t i = 0; i < inputs_.size(); ++i) {
     if (states_[i].IsSameFile(status) || states_[i].IsSameFile(target))
       return Fail(Message::kOutputIsInput, path,
                   "is the same file as the input " + Shown(inputs_[i]), "choose another name",
                   MP4G_E_OUTPUT_OPEN);
   }
-  return S_ISREG(target.st_mode) ||
-         Fail(Message::kOutputUnwritable, path, "can't be written: it is no regular file",
-              "choose another name", MP4G_E_OUTPUT_OPEN);
+  const std::optional<OutputFault> fault = WhyIrreplaceable(path);
+  return !fault || Fail(Message::kOutputUnwritable, path, "can't be written: " + fault->text,
+                        fault->remedy, MP4G_E_OUTPUT_OPEN);
 }
 
 bool Run::Publish() {

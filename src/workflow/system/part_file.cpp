@@ -5,8 +5,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <ctime>
+#include <iterator>
 #include <utility>
 
 #include "foundation/result.h"
@@ -25,8 +28,43 @@ int Open(const std::string& path, int flags) {
   });
 }
 
-// Where a file system has no locks nobody can have one.
-bool HasNoLocks(int error) { return error == ENOLCK || error == EOPNOTSUPP || error == ENOSYS; }
+// Where a file system has no locks, in whatever words it says so, nobody can have one.
+bool HasNoLocks(int error) {
+  constexpr int kErrors[] = {ENOLCK, EOPNOTSUPP, ENOSYS, EPERM, EACCES, EINVAL};
+  return std::find(std::begin(kErrors), std::end(kErrors), error) != std::end(kErrors);
+}
+
+int RenameWithoutReplacing(const std::string& from, const std::string& to) {
+  return ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0 ? 0
+                                                                                          : errno;
+}
+
+// Whether the system, or the file system, knows no renaming without replacing.
+bool IsUnknown(int error) { return error == ENOSYS || error == EINVAL || error == EOPNOTSUPP; }
+
+// Holds the lock of a folder while it lives.
+class FolderLock {
+ public:
+  explicit FolderLock(int folder) : folder_(folder) {
+    constexpr int kAttempts = 300;
+    constexpr timespec kBetween = {0, 100'000'000};
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+      error_ = ::flock(folder_, LOCK_EX | LOCK_NB) == 0 ? 0 : errno;
+      if (error_ != EWOULDBLOCK && error_ != EINTR) return;
+      ::nanosleep(&kBetween, nullptr);
+    }
+  }
+  ~FolderLock() {
+    if (error_ == 0) ::flock(folder_, LOCK_UN);
+  }
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+  int error() const { return error_; }
+
+ private:
+  const int folder_;
+  int error_ = 0;
+};
 
 }  // namespace
 
@@ -52,7 +90,17 @@ int PartFile::Create(const std::string& output) {
   constexpr int kAttempts = 16;
   int error = EEXIST;
   for (int attempt = 0; error == EEXIST && attempt < kAttempts; ++attempt) error = TryToCreate();
-  return error;
+  return error == 0 ? FindNaming() : error;
+}
+
+// By another hidden name, which the file keeps where it gets it.
+int PartFile::FindNaming() {
+  const std::string other = NewPartPath(output_);
+  const int error = RenameWithoutReplacing(path_, other);
+  if (error == 0) path_ = other;
+  if (error == 0 || !IsUnknown(error)) return error;
+  naming_ = ::link(path_.c_str(), other.c_str()) == 0 ? Naming::kLink : Naming::kLook;
+  return naming_ == Naming::kLook || ::unlink(other.c_str()) == 0 ? 0 : errno;
 }
 
 int PartFile::TryToCreate() {
@@ -116,14 +164,23 @@ int PartFile::Exchange() {
 }
 
 int PartFile::RenameToFreeName() {
-  if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, output_.c_str(), RENAME_NOREPLACE) == 0) {
-    path_.clear();
-    return 0;
-  }
-  // The system or this file system does not know the flag. A link never replaces anything either.
-  // The hidden name goes later.
-  if (errno != ENOSYS && errno != EINVAL && errno != EOPNOTSUPP) return errno;
-  return ::link(path_.c_str(), output_.c_str()) == 0 ? 0 : errno;
+  if (naming_ == Naming::kLook) return LookAndRename();
+  // A link never replaces anything either. The hidden name goes later.
+  if (naming_ == Naming::kLink) return ::link(path_.c_str(), output_.c_str()) == 0 ? 0 : errno;
+  const int error = RenameWithoutReplacing(path_, output_);
+  if (error == 0) path_.clear();
+  return error;
+}
+
+int PartFile::LookAndRename() {
+  const FolderLock lock(folder_);
+  if (lock.error() != 0 && !HasNoLocks(lock.error())) return lock.error();
+  struct stat status;
+  if (::lstat(output_.c_str(), &status) == 0) return EEXIST;
+  if (errno != ENOENT) return errno;
+  if (::rename(path_.c_str(), output_.c_str()) != 0) return errno;
+  path_.clear();
+  return 0;
 }
 
 int PartFile::FlushFolder() {

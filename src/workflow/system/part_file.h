@@ -18,7 +18,8 @@ class PartFile {
   PartFile(const PartFile&) = delete;
   PartFile& operator=(const PartFile&) = delete;
 
-  // Creates the file, empty, under a name that nobody has. To be called once.
+  // Creates the file, empty, under a name that nobody has, and finds out how it can be renamed:
+  // what can't be is an error now, and not when all is written. To be called once.
   [[nodiscard]] int Create(const std::string& output);
   const std::string& path() const { return path_; }
   int descriptor() const { return file_; }  // to read, and held for the lock
@@ -31,6 +32,9 @@ class PartFile {
   [[nodiscard]] int ReplaceEnd(long long position, const std::vector<unsigned char>& bytes) const;
 
   // Gives the file the output's name. Without `overwrite` EEXIST if something has that name by now.
+  // Where the file system can neither rename without replacing nor link, that is looked up first,
+  // with the folder locked against other processes that do the same; EWOULDBLOCK if one holds the
+  // lock for very long.
   [[nodiscard]] int Publish(bool overwrite);
   // Gives the file the output's name and what has that name the hidden one, in one step. Once more
   // takes it back. An error, and nothing done, where the file system can't.
@@ -43,12 +47,18 @@ class PartFile {
  private:
   [[nodiscard]] int TryToCreate();
   [[nodiscard]] int Lock() const;
+  [[nodiscard]] int FindNaming();
   [[nodiscard]] int RenameToFreeName();
+  [[nodiscard]] int LookAndRename();
+
+  // How a name is taken that nothing has.
+  enum class Naming { kRename, kLink, kLook };
 
   std::string output_;
   std::string path_;  // empty while there is no such file
   int folder_ = -1;
   int file_ = -1;
+  Naming naming_ = Naming::kRename;
 };
 
 // Flushes a file or a folder to the disk. What knows no flushing has nothing to flush.

@@ -303,7 +303,7 @@ TEST_F(CheckMatch, FindsTablesOfWhichTheFirstAloneStays) {
     clip.tracks[0].extraTableBoxes = box;
     return clip;
   };
-  for (const char* type : {"sbgp", "saiz", "saio", "subs", "padb", "stdp"}) {
+  for (const char* type : {"sbgp", "saiz", "saio", "subs", "padb", "stdp", "stps"}) {
     const MovieBuilder clip = with(FullBox(type, 0, 0, {Zeros(8)}));
     EXPECT_THAT(NamesOf(CheckPair(clip, EvenClip())), ElementsAre("first-table-only")) << type;
     EXPECT_THAT(NamesOf(CheckPair(EvenClip(), clip)), ElementsAre("first-table-only")) << type;

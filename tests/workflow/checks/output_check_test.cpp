@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 
 #include "support/sequences.h"
@@ -42,6 +43,19 @@ class CheckOutput : public support::CheckTest {
   const std::string other = Put("other", EvenClip(2));
 };
 
+// Another user than root, and root again at the end.
+class AsSomebody {
+ public:
+  static constexpr uid_t kUser = 65534;
+
+  AsSomebody() { EXPECT_EQ(0, ::setresuid(kUser, kUser, 0)); }
+  ~AsSomebody() {
+    if (::setresuid(0, 0, 0) != 0) std::abort();
+  }
+  AsSomebody(const AsSomebody&) = delete;
+  AsSomebody& operator=(const AsSomebody&) = delete;
+};
+
 Finding OnlySpace(long long bytes, const OutputPlace& place) {
   FileFindings findings("out.mp4");
   clipchain::CheckSpace(bytes, place, findings);
@@ -72,9 +86,6 @@ TEST_F(CheckOutput, ExistsAlready) {
   const std::string there = Put("there", Bytes(3));
   EXPECT_THAT(NamesOf(CheckFor(there)), ElementsAre("output-exists"));
   EXPECT_THAT(NamesOf(CheckFor(there, true)), IsEmpty());
-  const std::string dangling = (folder / "dangling").string();
-  fs::create_symlink(folder / "nowhere", dangling);
-  EXPECT_THAT(NamesOf(CheckFor(dangling)), ElementsAre("output-exists"));
 }
 
 // Behind -o a shell puts the first of the clips that a pattern matches.
@@ -99,11 +110,64 @@ TEST_F(CheckOutput, IsNoOtherClipOfACamera) {
   EXPECT_THAT(NamesOf(clipchain::Check(rest, options)), Not(Contains("output-is-clip")));
 }
 
+// A link would be replaced, be it that of the machine to its standard output.
 TEST_F(CheckOutput, IsAFile) {
-  EXPECT_THAT(NamesOf(CheckFor(folder.path().string(), true)), ElementsAre("output-unwritable"));
-  const std::string pipe = (folder / "pipe").string();
-  ASSERT_EQ(0, ::mkfifo(pipe.c_str(), 0600));
-  EXPECT_THAT(NamesOf(CheckFor(pipe, true)), ElementsAre("output-unwritable"));
+  const std::string here = fs::canonical(folder.path()).string();
+  const auto expectRefused = [this](const std::string& target, const std::string& text,
+                                    const std::string& remedy) {
+    for (const bool overwrite : {false, true}) {
+      const CheckReport report = CheckFor(target, overwrite);
+      ASSERT_THAT(NamesOf(report), ElementsAre("output-unwritable")) << target;
+      EXPECT_EQ("can't be written: " + text, report.findings.front().text);
+      EXPECT_EQ(remedy, report.findings.front().remedy);
+    }
+  };
+  expectRefused(here, "it is a folder", "name a file in it, such as " + here + "/merged.mp4");
+  ASSERT_EQ(0, ::mkfifo((folder / "pipe").c_str(), 0600));
+  expectRefused(folder / "pipe", "it is a pipe", "name a file");
+  expectRefused("/dev/null", "it is a device", "name a file");
+  fs::create_symlink("/dev/null", folder / "device");
+  expectRefused(folder / "device", "it is a link to /dev/null", "name a file");
+  fs::create_symlink("nowhere", folder / "dangling");
+  expectRefused(folder / "dangling", "it is a link to nowhere",
+                "name " + here + "/nowhere itself, or remove the link");
+  Put("there", Bytes(3));
+  fs::create_symlink("there", folder / "leads");
+  expectRefused(folder / "leads", "it is a link to there",
+                "name " + here + "/there itself, or remove the link");
+}
+
+TEST_F(CheckOutput, IsNoFileThatItsOwnerAloneMayReplace) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can become somebody else";
+  const std::string there = Put("there", Bytes(3));
+  fs::permissions(folder.path(), fs::perms::all);
+  const auto replacing = [&]() -> std::string {
+    const AsSomebody somebody;
+    const CheckReport report = CheckFor(there, true);
+    return report.findings.empty() ? "" : report.findings.front().text;
+  };
+  EXPECT_EQ("", replacing());
+  fs::permissions(folder.path(), fs::perms::sticky_bit, fs::perm_options::add);
+  EXPECT_EQ(
+      "can't be written: it belongs to another user, whose files nobody else may replace in that "
+      "folder",
+      replacing());
+  EXPECT_THAT(NamesOf(CheckFor(there, true)), IsEmpty()) << "root may do anything";
+  ASSERT_EQ(0, ::chown(there.c_str(), AsSomebody::kUser, AsSomebody::kUser));
+  EXPECT_EQ("", replacing());
+}
+
+TEST_F(CheckOutput, NeedsAFolderThatCanBeFlushed) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can become somebody else";
+  fs::permissions(folder.path(), fs::perms::all);
+  const fs::path blind = folder / "blind";
+  fs::create_directory(blind);
+  ASSERT_EQ(0, ::chown(blind.c_str(), AsSomebody::kUser, AsSomebody::kUser));
+  fs::permissions(blind, fs::perms::owner_write | fs::perms::owner_exec);
+  const AsSomebody somebody;
+  const CheckReport report = CheckFor(blind / "out.mp4");
+  ASSERT_THAT(NamesOf(report), ElementsAre("output-unwritable"));
+  EXPECT_THAT(report.findings.front().text, HasSubstr("can't be read, and so not flushed"));
 }
 
 TEST_F(CheckOutput, NeedsAFolder) {

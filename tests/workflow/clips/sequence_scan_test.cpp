@@ -149,6 +149,21 @@ TEST_F(SequenceScan, AsksBeforeEachClipWhetherToGoOn) {
   }
 }
 
+TEST_F(SequenceScan, TellsOfAClipThatCannotBeReadOnceMore) {
+  const std::vector<std::string> clips = {ChainFile(1, 2), ChainFile(2, 2)};
+  clipchain::ScanOptions options;
+  options.cards = true;
+  options.progress = [&clips](const clipchain::Step& step) {
+    if (step.clip == 2) std::filesystem::remove(clips[1]);
+    return true;
+  };
+  const ScanReport report = Scan({{"", clips}}, options);
+  EXPECT_EQ(1u, report.sequences.size());
+  ASSERT_EQ(1u, report.rejected.size());
+  EXPECT_EQ(clips[1], report.rejected[0].path);
+  EXPECT_RESULT(E_HANDLE, report.rejected[0].result);
+}
+
 TEST_F(SequenceScan, TellsWhichEndIsOpen) {
   const ScanReport report =
       Scan({{"", {ChainFile(1, 3), ChainFile(3, 3), ChainFile(2, 3, 10)}}}, {});

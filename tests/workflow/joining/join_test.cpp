@@ -97,6 +97,28 @@ TEST_F(JoiningSequences, MergesThoseThatAreNotLeftOut) {
   EXPECT_EQ("said by the merge", report.jobs[2].findings[1].text);
 }
 
+// Another run that joins the same was first.
+TEST_F(JoiningSequences, LooksAgainWhereTheResultCameIntoBeingMeanwhile) {
+  Add("a");
+  for (const bool isRight : {true, false}) {
+    fs::remove(At("a"));
+    work.merge = [this](const Paths&, const SafeMergeOptions&) {
+      Put("a", Bytes(17));
+      SafeMergeReport result;
+      result.findings = {MakeFinding(Message::kTrackDrift, "a", "said by the check"),
+                         MakeFinding(Message::kOutputExists, "a", "exists already")};
+      return result;
+    };
+    work.verify = [isRight](const Job&, const Progress&) {
+      return isRight ? Findings{} : Findings{MakeFinding(Message::kResultDamaged, "a", "differs")};
+    };
+    EXPECT_THAT(Outcomes(), ElementsAre(isRight ? Outcome::kAlready : Outcome::kFailed));
+    EXPECT_EQ(17, report.jobs[0].size);
+    EXPECT_EQ(isRight ? 1u : 3u, report.jobs[0].findings.size());
+    EXPECT_EQ("said by the check", report.jobs[0].findings.at(0).text);
+  }
+}
+
 TEST_F(JoiningSequences, GoesOnBehindAFailure) {
   Add("a");
   Add("b");

@@ -173,12 +173,44 @@ TEST_F(SafeMergeTest, NeverReplacesAnInputThatComesToHaveTheOutputsName) {
   }
 }
 
-TEST_F(SafeMergeTest, ReplacesALinkThatLeadsNowhereByAFile) {
+TEST_F(SafeMergeTest, NeverReplacesALink) {
   options.check.overwrite = true;
   fs::create_symlink("nowhere", options.check.output);
-  EXPECT_TRUE(SafeMerge(inputs, options).done);
-  EXPECT_FALSE(fs::is_symlink(options.check.output));
+  ExpectFailure(Message::kOutputUnwritable, options.check.output);
+  fs::remove(options.check.output);
+  At(Phase::kFlushing, [&] { fs::create_symlink("nowhere", options.check.output); });
+  ExpectFailure(Message::kOutputUnwritable, options.check.output);
+  EXPECT_TRUE(fs::is_symlink(options.check.output));
   EXPECT_EQ(kOutputOnly, Left());
+}
+
+// What was written is right, and what it is compared with is another clip.
+TEST_F(SafeMergeTest, CallsAClipThatWasReplacedMeanwhileThatAndNotTheResultDamaged) {
+  const auto time = fs::last_write_time(inputs[1]);
+  const Bytes other = support::Clip(25, 8).Build();
+  const Bytes clip = ReadFile(inputs[1]);
+  ASSERT_EQ(clip.size(), other.size());
+  for (const bool renamed : {false, true}) {
+    Put("b.mp4", clip);
+    At(Phase::kVerifying, [&] {
+      if (renamed) {
+        Put("new", other);
+        fs::rename(folder / "new", inputs[1]);
+      } else {
+        Put("b.mp4", other);
+      }
+      fs::last_write_time(inputs[1], time);
+    });
+    const SafeMergeReport report = ExpectFailure(Message::kInputChanged, inputs[1]);
+    for (const clipchain::Finding& finding : report.findings)
+      EXPECT_NE(Message::kResultDamaged, finding.message);
+  }
+}
+
+// It is no clip any more when it is its turn.
+TEST_F(SafeMergeTest, CallsAClipThatWasReplacedBeforeItsCopyThat) {
+  At(Phase::kCopying, [&] { Put("b.mp4", Text("no clip")); });
+  ExpectFailure(Message::kInputChanged, inputs[1]);
 }
 
 // A file there may have the number that an input has here.
