@@ -15,6 +15,7 @@ void AddSequencesCommand(CLI::App& tool, int& exitCode);
 void AddInfoCommand(CLI::App& tool, int& exitCode);
 void AddVerifyCommand(CLI::App& tool, int& exitCode);
 void AddSplitCommand(CLI::App& tool, int& exitCode);
+void AddExplainCommand(CLI::App& tool, int& exitCode);
 
 // What the tool does, a phrase without a full stop.
 inline constexpr const char* kToolText =

@@ -7,6 +7,8 @@
 #include <exception>
 #include <new>
 #include <sstream>
+#include <string_view>
+#include <vector>
 
 #include "clipchain/commands.h"
 #include "clipchain/manual/help_text.h"
@@ -27,10 +29,20 @@ void AddCommands(CLI::App& tool, int& exitCode) {
   AddInfoCommand(tool, exitCode);
   AddVerifyCommand(tool, exitCode);
   AddSplitCommand(tool, exitCode);
+  AddExplainCommand(tool, exitCode);
   AddHelp(tool);
 }
 
 namespace {
+
+// "help" in front of a command is its --help, and alone that of the tool.
+std::vector<const char*> Arguments(int argc, const char* const* argv) {
+  std::vector<const char*> arguments(argv, argv + argc);
+  if (argc < 2 || argc > 3 || std::string_view(argv[1]) != "help") return arguments;
+  arguments.erase(arguments.begin() + 1);
+  arguments.push_back("--help");
+  return arguments;
+}
 
 int Run(int argc, const char* const* argv) {
   int exitCode = kDone;
@@ -57,7 +69,8 @@ int RunTool(int argc, const char* const* argv) {
   KeepStandardStreams();
   TakeWriteSignalsAsErrors();
   try {
-    const int exitCode = Run(argc, argv);
+    const std::vector<const char*> arguments = Arguments(argc, argv);
+    const int exitCode = Run(static_cast<int>(arguments.size()), arguments.data());
     if (exitCode != kDone) DieOfStopSignal();
     return EndOutput(exitCode);
   } catch (const std::bad_alloc&) {

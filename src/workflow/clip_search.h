@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "foundation/export.h"
+#include "workflow/progress.h"
 
 namespace clipchain {
 
@@ -23,15 +24,17 @@ struct UnreadablePath {
 struct FoundClips {
   std::vector<Volume> volumes;  // in the order of the operands
   std::vector<UnreadablePath> unreadable;
+  bool stopped = false;  // by the progress: not all that there is was found
 };
 
 // A folder is a volume with all *.mp4, *.m4v and *.mov, in any case, that lie in it or in folders
 // below. As with a pattern of the shell, names that begin with a dot are passed over: that is where
 // systems keep what was deleted, and their notes on other files. Links to files are followed, links
 // to folders inside are not. Any operand that is no folder is a clip, whatever its name. `except`
-// is a folder that is passed over where it lies in another one; it need not exist.
+// is a folder that is passed over where it lies in another one; it need not exist. `progress` is
+// told before each look at something in a folder.
 CLIPCHAIN_API FoundClips FindClips(const std::vector<std::string>& operands,
-                                   const std::string& except = "");
+                                   const std::string& except = "", const Progress& progress = {});
 
 // Whether a file of that name is taken for a clip where folders are searched.
 CLIPCHAIN_API bool HasClipName(const std::string& path);

@@ -9,6 +9,8 @@ namespace clipchain {
 
 struct Step {
   enum class Phase {
+    // Searching folders for clips; `clip` counts those that were found.
+    kSearching,
     // Looking at clips to find out what belongs together.
     kLooking,
     kChecking,

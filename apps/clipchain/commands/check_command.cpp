@@ -1,11 +1,13 @@
 // clipchain check IN…: says whether clips can be merged in that order, and what one would regret.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "clipchain/commands.h"
 #include "clipchain/commands/merge_options.h"
+#include "clipchain/commands/missing_names.h"
 #include "clipchain/manual/usage.h"
 #include "clipchain/output/check_output.h"
 #include "clipchain/terminal/clip_progress.h"
@@ -30,12 +32,23 @@ CheckReport CheckWithProgress(const CheckCommand& options) {
   return Check(options.inputs, check);
 }
 
+// Mistyped names stand where every command tells of them, and not with what was found.
+std::string TextOf(const CheckCommand& options, const CheckReport& report) {
+  const Findings missing = MissingNames(options.inputs);
+  PrintMissingNames(missing);
+  Findings listed = report.findings;
+  std::erase_if(listed, [&missing](const Finding& finding) {
+    return finding.message == Message::kInputUnreadable &&
+           std::any_of(missing.begin(), missing.end(),
+                       [&finding](const Finding& name) { return name.path == finding.path; });
+  });
+  return CheckText(options.inputs, report, listed, Paint(stdout));
+}
+
 int Run(const CheckCommand& options) {
   NoteStopSignals();
   const CheckReport report = CheckWithProgress(options);
-  const std::string text = options.json ? CheckJson(options.inputs, options.check, report)
-                                        : CheckText(options.inputs, report, Paint(stdout));
-  Print(text);
+  Print(options.json ? CheckJson(options.inputs, options.check, report) : TextOf(options, report));
   return HoldsUp(report.findings, false) ? kFailed : kDone;
 }
 

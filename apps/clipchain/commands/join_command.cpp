@@ -13,6 +13,7 @@
 
 #include "clipchain/commands.h"
 #include "clipchain/commands/merge_options.h"
+#include "clipchain/commands/missing_names.h"
 #include "clipchain/manual/usage.h"
 #include "clipchain/output/finding_output.h"
 #include "clipchain/output/join_output.h"
@@ -39,6 +40,7 @@ struct JoinCommand {
   std::string planFile;
   bool removeLeftovers = false;
   bool dryRun = false;
+  bool quiet = false;
   bool json = false;
 };
 
@@ -53,6 +55,14 @@ std::size_t CountJobs(const JoinPlan& plan) {
                     [](const Job& job) { return job.leftOut == LeftOut::kNo; }));
 }
 
+std::vector<std::string> OutputsOf(const JoinPlan& plan) {
+  std::vector<std::string> outputs;
+  for (const Job& job : plan.jobs) {
+    if (job.leftOut == LeftOut::kNo) outputs.push_back(job.output);
+  }
+  return outputs;
+}
+
 int PlanCode(const JoinPlan& plan) {
   if (plan.jobs.empty()) return kFailed;
   return LeavesOut(plan) ? kIncomplete : kDone;
@@ -63,13 +73,27 @@ void PrintPlan(const JoinCommand& command, const JoinPlan& plan) {
   Print(text);
 }
 
+// What stands in no table where nothing else is printed.
+template <class Jobs>
+void PrintGrave(const JoinPlan& plan, const Jobs& jobs) {
+  std::string text;
+  for (const auto& job : jobs) text += FindingsText(Grave(job.findings), Paint(stderr));
+  text += FindingsText(Grave(plan.findings), Paint(stderr));
+  if (plan.jobs.empty()) text += "clipchain: there are no clips\n";
+  std::fputs(text.c_str(), stderr);
+}
+
 int WriteJobs(const JoinCommand& command, JoinPlan plan) {
   const int code = PlanCode(plan);
-  ProgressLine line(stderr);
+  ProgressLine line(stderr, command.quiet);
   const auto remove = LeftoverQuestion(command.removeLeftovers, command.json, line);
   for (const Finding& finding : LookForLeftovers(command.planFile, remove))
     plan.findings.push_back(finding);
   if (const std::optional<Finding> fault = WritePlan(plan, command.planFile)) return Fail(*fault);
+  if (command.quiet && !command.json) {
+    PrintGrave(plan, plan.jobs);
+    return code;
+  }
   PrintPlan(command, plan);
   if (!command.json) {
     const std::size_t jobs = CountJobs(plan);
@@ -80,21 +104,22 @@ int WriteJobs(const JoinCommand& command, JoinPlan plan) {
 }
 
 int RunJobs(const JoinCommand& command, const JoinPlan& plan) {
-  if (!command.json) {
+  if (!command.json && !command.quiet) {
     PrintPlan(command, plan);
     FlushOutput();
   }
-  ProgressLine line(stderr);
-  JoinProgress progress(line);
+  ProgressLine line(stderr, command.quiet);
+  JoinProgress progress(OutputsOf(plan), line);
   JoinOptions options = command.join;
   options.merge.check.progress = [&](const Step& step) { return progress.Show(step); };
   options.merge.removeLeftover = LeftoverQuestion(command.removeLeftovers, command.json, line);
   const JoinReport report = Join(plan, options);
   line.Clear();
-  const std::string text = command.json
-                               ? JoinJson(plan, &report)
-                               : JoinTable(plan, report, command.plan.folder, Paint(stdout));
-  Print(text);
+  if (command.quiet && !command.json)
+    PrintGrave(plan, report.jobs);
+  else
+    Print(command.json ? JoinJson(plan, &report)
+                       : JoinTable(plan, report, command.plan.folder, Paint(stdout)));
   const bool whole = std::all_of(report.jobs.begin(), report.jobs.end(), [](const JobReport& job) {
     return job.outcome != Outcome::kFailed && job.outcome != Outcome::kNotRun;
   });
@@ -102,14 +127,26 @@ int RunJobs(const JoinCommand& command, const JoinPlan& plan) {
 }
 
 JoinPlan MakePlan(const JoinCommand& command) {
-  ProgressLine line(stderr);
+  ProgressLine line(stderr, command.quiet);
   PlanOptions options = command.plan;
   options.progress = ClipProgress("looking at", line);
   return PlanFor(command.paths, options);
 }
 
+int FailNames(const JoinCommand& command, const Findings& missing) {
+  JoinPlan plan;
+  plan.findings = missing;
+  if (command.json)
+    Print(JoinJson(plan, nullptr));
+  else
+    PrintMissingNames(missing);
+  return kFailed;
+}
+
 int Run(const JoinCommand& command) {
   NoteStopSignals();
+  if (const Findings missing = MissingNames(command.paths); !missing.empty())
+    return FailNames(command, missing);
   JoinPlan plan = MakePlan(command);
   if (StopSignal() != 0) return kFailed;
   if (command.dryRun) {
@@ -157,6 +194,7 @@ void AddJoinCommand(CLI::App& tool, int& exitCode) {
   AddKeepSettings(*command, options->join.keep);
   command->add_flag("--remove-leftovers", options->removeLeftovers,
                     "Remove what merges to the same files that were killed have left behind");
+  AddQuiet(*command, options->quiet);
   command->add_flag("--json", options->json, "Print for programs");
   command->callback([options, &exitCode] { exitCode = Run(*options); });
 }

@@ -36,6 +36,7 @@ struct MergeOptions {
   std::vector<std::string> job;  // in place of inputs and output
   bool sort = false;
   bool removeLeftovers = false;
+  bool quiet = false;
   bool json = false;
 };
 
@@ -55,14 +56,28 @@ std::string ReportJson(const MergeOptions& options, const JobResult& result, dou
   return JsonText(document);
 }
 
+// What a merge that failed leaves; nothing where a finding says more.
+std::string FailureText(const SafeMergeReport& report, bool force) {
+  const bool isThere = report.size > 0;
+  if (isThere) return "";
+  const bool mayGoOn = !force && HoldsUp(report.findings, false) && !HoldsUp(report.findings, true);
+  return mayGoOn ? "nothing was written; --force goes on anyway\n" : "nothing was written\n";
+}
+
 void PrintReport(const MergeOptions& options, const JobResult& result, double seconds) {
   const SafeMergeReport& report = result.merge;
   if (options.json) {
     Print(ReportJson(options, result, seconds));
     return;
   }
-  std::fputs(FindingsText(report.findings, Paint(stderr)).c_str(), stderr);
-  if (!report.done) return;
+  std::fputs(
+      FindingsText(options.quiet ? Grave(report.findings) : report.findings, Paint(stderr)).c_str(),
+      stderr);
+  if (!report.done) {
+    std::fputs(FailureText(report, options.merge.force).c_str(), stderr);
+    return;
+  }
+  if (options.quiet) return;
   if (result.already) {
     Print(fmt::format("{} is there already, {}\n", Shown(options.merge.check.output),
                       Amount(report.size)));
@@ -104,7 +119,7 @@ int Run(MergeOptions options) {
       return kFailed;
     }
   }
-  ProgressLine line(stderr);
+  ProgressLine line(stderr, options.quiet);
   MergeProgress progress(options.inputs.size(), line);
   SafeMergeOptions merge = options.merge;
   merge.check.progress = [&](const Step& step) { return progress.Show(step); };
@@ -143,6 +158,7 @@ void AddMergeCommand(CLI::App& tool, int& exitCode) {
   AddKeepSettings(*command, options->keep);
   command->add_flag("--remove-leftovers", options->removeLeftovers,
                     "Remove what merges to OUT that were killed have left behind");
+  AddQuiet(*command, options->quiet);
   command->add_flag("--json", options->json, "Print for programs");
   command->callback([options, output, clips, &exitCode] {
     for (const CLI::Option* option : {output, clips}) {

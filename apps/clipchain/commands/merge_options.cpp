@@ -77,12 +77,27 @@ const char* VerificationName(Verification verification) {
   return verification == Verification::kFull ? "full" : "seams";
 }
 
+void AddQuiet(CLI::App& command, bool& quiet) {
+  command.add_flag("-q,--quiet", quiet, "Print nothing but warnings and what goes wrong");
+}
+
 void AddMemoryLimit(CLI::App& command, long long& limit) {
   command
       .add_option("--memory-limit", limit,
                   "What the clips' tables may take, such as 500M; half of the machine's memory if "
                   "it is not given")
-      ->transform(CLI::AsSizeValue(true))
+      ->transform([](std::string& size) {
+        const std::string given = size;
+        const auto fault = [&given] {
+          return "takes a size such as 500M or 2G, not \"" + given + '"';
+        };
+        try {
+          static const CLI::AsSizeValue kDecimal(true);
+          return kDecimal(size).empty() ? std::string() : fault();
+        } catch (const CLI::Error&) {
+          return fault();
+        }
+      })
       ->check([](const std::string& size) {
         return size == "0" || size[0] == '-' ? "must be more than 0" : "";
       })

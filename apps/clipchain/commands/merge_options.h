@@ -22,6 +22,9 @@ const char* VerificationName(Verification verification);
 // --exact, --common-tracks, --keep-cuts and --seams. The settings must live as long as the command.
 void AddFitting(CLI::App& command, Fitting& fitting);
 
+// -q alone.
+void AddQuiet(CLI::App& command, bool& quiet);
+
 // --memory-limit alone.
 void AddMemoryLimit(CLI::App& command, long long& limit);
 

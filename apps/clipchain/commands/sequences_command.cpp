@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "clipchain/commands.h"
+#include "clipchain/commands/missing_names.h"
 #include "clipchain/manual/usage.h"
 #include "clipchain/output/finding_output.h"
 #include "clipchain/output/sequences_output.h"
@@ -55,9 +56,28 @@ ScanReport ScanWithProgress(const FoundClips& found, ScanOptions options) {
   return Scan(found.volumes, options);
 }
 
+FoundClips FindWithProgress(const std::vector<std::string>& paths) {
+  ProgressLine line(stderr);
+  return FindClips(paths, "", ClipProgress("", line));
+}
+
+int FailNames(const SequencesOptions& options, const Findings& missing) {
+  if (!options.json) {
+    PrintMissingNames(missing);
+    return kFailed;
+  }
+  FoundClips found;
+  for (const Finding& finding : missing) found.unreadable.push_back({finding.path, finding.text});
+  Print(SequencesJson(found, {}, options.scan));
+  return kFailed;
+}
+
 int Run(const SequencesOptions& options) {
   NoteStopSignals();
-  const FoundClips found = FindClips(options.paths);
+  if (const Findings missing = MissingNames(options.paths); !missing.empty())
+    return FailNames(options, missing);
+  const FoundClips found = FindWithProgress(options.paths);
+  if (StopSignal() != 0) return kFailed;
   if (!options.html.empty()) {
     const std::string why = WhyNoPage(options, found);
     if (!why.empty()) return FailPage(options.html, why);

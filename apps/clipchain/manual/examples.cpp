@@ -34,6 +34,7 @@ const Example kExamples[] = {
     {"verify", "clipchain verify /media/card1 /media/card2 --against ~/Videos /nas --whole",
      "Takes nothing but every byte of every clip."},
     {"split", "clipchain split whole.mp4", "Makes the clips again, in the folder whole."},
+    {"explain", "clipchain explain track-drift", "Tells what a warning of that name means."},
 };
 const unsigned int kExampleCount = std::size(kExamples);
 

@@ -103,7 +103,7 @@ void AddHelp(CLI::App& tool) {
   help->label("Positionals", "Arguments");
   tool.formatter(help);
   tool.footer(
-      "'clipchain COMMAND --help' tells what a command takes, with examples.\n\n"
+      "'clipchain help COMMAND' tells what a command takes, with examples.\n\n"
       "The exit code is 0 if all is done; 1 if it was refused or failed, and what is\n"
       "printed says why; 2 if the command line makes no sense; 3 if it is done but for\n"
       "a part that the output names.");

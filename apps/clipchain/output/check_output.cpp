@@ -46,8 +46,8 @@ std::string SummaryText(const std::vector<std::string>& inputs, const CheckRepor
 }  // namespace
 
 std::string CheckText(const std::vector<std::string>& inputs, const CheckReport& report,
-                      const Paint& paint) {
-  std::string text = FindingsText(report.findings, paint);
+                      const Findings& listed, const Paint& paint) {
+  std::string text = FindingsText(listed, paint);
   if (inputs.size() > 1 && !report.seams.empty()) {
     text += fmt::format("{:>12}  {}\n", "drift", "behind");
     for (const Seam& seam : report.seams) {

@@ -9,9 +9,9 @@
 
 namespace clipchain {
 
-// The findings, the drift behind each clip, and a line that sums up.
+// The findings that are `listed`, the drift behind each clip, and a line that sums up all of them.
 std::string CheckText(const std::vector<std::string>& inputs, const CheckReport& report,
-                      const Paint& paint);
+                      const Findings& listed, const Paint& paint);
 
 // The same for programs; docs/json.md has the fields.
 std::string CheckJson(const std::vector<std::string>& inputs, const CheckOptions& options,

@@ -38,11 +38,8 @@ std::string SeverityWord(Severity severity, const Paint& paint) {
 
 std::string FindingText(const Finding& finding, const Paint& paint) {
   const std::string path = finding.path.empty() ? "" : Shown(finding.path) + ' ';
-  const std::string code =
-      finding.result == S_OK ? "" : fmt::format(", {}", ResultName(finding.result));
-  std::string text =
-      fmt::format("{} {}{}{} ({}{})\n", SeverityWord(finding.severity, paint), path, finding.text,
-                  PlaceText(finding), MessageName(finding.message), code);
+  std::string text = fmt::format("{} {}{}{} ({})\n", SeverityWord(finding.severity, paint), path,
+                                 finding.text, PlaceText(finding), MessageName(finding.message));
   if (!finding.remedy.empty()) text += fmt::format("  {}\n", finding.remedy);
   return text;
 }
@@ -51,6 +48,13 @@ std::string FindingsText(const Findings& findings, const Paint& paint) {
   std::string text;
   for (const Finding& finding : findings) text += FindingText(finding, paint);
   return text;
+}
+
+Findings Grave(const Findings& findings) {
+  Findings grave = findings;
+  std::erase_if(grave,
+                [](const Finding& finding) { return finding.severity < Severity::kWarning; });
+  return grave;
 }
 
 }  // namespace clipchain

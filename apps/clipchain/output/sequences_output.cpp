@@ -3,9 +3,9 @@
 #include <fmt/format.h>
 
 #include "clipchain/output/table_cells.h"
+#include "workflow/checks/unreadable_clip.h"
 #include "workflow/clips/clip_json.h"
 #include "workflow/findings/clip_words.h"
-#include "workflow/findings/result_words.h"
 #include "workflow/system/files.h"
 
 namespace clipchain {
@@ -38,21 +38,22 @@ void AddRejected(const FoundClips& found, const ScanReport& report, const Paint&
     text += fmt::format("  {} {}\n", Shown(path.path), path.reason);
   }
   for (const RejectedClip& clip : report.rejected) {
-    text += fmt::format("  {} {} ({})\n", Shown(clip.path), WhyRejected(clip.path, clip.result),
-                        ResultName(clip.result));
+    const Finding why = WhyNoClip(clip.path, clip.result).front();
+    text += fmt::format("  {} {} ({})\n", Shown(clip.path), why.text, MessageName(why.message));
+    if (!why.remedy.empty()) text += fmt::format("    {}\n", why.remedy);
   }
 }
 
 // What became of the steps that were asked for.
 void AddSteps(const ScanReport& report, const ScanOptions& options, std::string& text) {
   if (options.salvage && report.salvaged < 0) {
-    text += fmt::format("salvage: the timecode can't be read ({})\n", ResultName(report.salvaged));
+    text += "salvage: the timecode can't be read\n";
   } else if (options.salvage) {
     text += report.joined ? "salvage: two sequences were joined by their timecode\n"
                           : "salvage: nothing to join\n";
   }
   if (options.divide && report.divided != S_OK) {
-    text += fmt::format("division: failed ({})\n", ResultName(report.divided));
+    text += "division: failed\n";
   }
 }
 
@@ -119,7 +120,7 @@ Json RejectedJson(const FoundClips& found, const ScanReport& report) {
   for (const RejectedClip& clip : report.rejected) {
     Json object;
     SetPath(object, clip.path);
-    object["reason"] = WhyRejected(clip.path, clip.result);
+    object["reason"] = WhyNoClip(clip.path, clip.result).front().text;
     object["result"] = ResultName(clip.result);
     rejected.push_back(object);
   }

@@ -16,7 +16,9 @@ constexpr double kSecondsToWait = 0.5;
 Progress ClipProgress(const char* what, ProgressLine& line) {
   return [what, &line](const Step& step) {
     if (line.Seconds() > kSecondsToWait && line.IsDue())
-      line.ShowText(fmt::format("{} clip {} of {}", what, step.clip + 1, step.clips));
+      line.ShowText(step.phase == Step::Phase::kSearching
+                        ? fmt::format("searching folders: {} clips so far", step.clip)
+                        : fmt::format("{} clip {} of {}", what, step.clip + 1, step.clips));
     return StopSignal() == 0;
   };
 }

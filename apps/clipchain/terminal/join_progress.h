@@ -1,6 +1,10 @@
 // The work on all sequences together as the progress line shows it.
 #pragma once
 
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "clipchain/terminal/progress_line.h"
 #include "workflow/progress.h"
 
@@ -8,12 +12,15 @@ namespace clipchain {
 
 class JoinProgress {
  public:
-  explicit JoinProgress(ProgressLine& line) : line_(line) {}
+  // `files`: what the recordings at work become, in their order.
+  JoinProgress(std::vector<std::string> files, ProgressLine& line)
+      : files_(std::move(files)), line_(line) {}
 
   // Draws the step; false if a signal asks for the end.
   bool Show(const Step& step);
 
  private:
+  const std::vector<std::string> files_;
   ProgressLine& line_;
 };
 

@@ -15,16 +15,23 @@ struct CopyState {
   double seconds = 0;  // since the start of the phase
   bool verifying = false;
   const char* unit = "clip";  // what is counted
+  const char* phase = "";     // what is done with a recording
+  std::string name{};         // of its file
 };
 
 // "clip 2 of 3  154.3 MB of 355.0 MB  43 %  210.4 MB/s  0:01 left", with "verifying" for the clip
-// when what was copied is verified.
-std::string CopyText(const CopyState& state);
+// when what was copied is verified, and with what is done and the name behind the number of a
+// recording. What matters least is left out where that has more than `columns` columns.
+std::string CopyText(const CopyState& state, std::size_t columns = 1000);
 
-// Writes to a terminal, at most ten times a second; to anything else nothing at all.
+// The text, cut at its end where it has more than that many characters.
+std::string CutText(const std::string& text, std::size_t columns);
+
+// Writes to a terminal that can go back to the start of a line, at most ten times a second; to
+// anything else, or where nobody wants it, nothing at all.
 class ProgressLine {
  public:
-  explicit ProgressLine(std::FILE* stream);
+  explicit ProgressLine(std::FILE* stream, bool quiet = false);
   ~ProgressLine();  // clears the line
   ProgressLine(const ProgressLine&) = delete;
   ProgressLine& operator=(const ProgressLine&) = delete;
@@ -41,6 +48,8 @@ class ProgressLine {
   double Seconds() const;  // since construction
 
  private:
+  std::size_t Columns() const;
+
   using Clock = std::chrono::steady_clock;
 
   std::FILE* stream_;  // null if it is no terminal

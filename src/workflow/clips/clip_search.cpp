@@ -14,11 +14,15 @@ namespace fs = std::filesystem;
 
 class FolderSearch {
  public:
-  FolderSearch(FoundClips& found, Volume& volume, const std::string& except)
-      : found_(found), volume_(volume), except_(except) {}
+  FolderSearch(FoundClips& found, Volume& volume, const std::string& except,
+               const Progress& progress)
+      : found_(found), volume_(volume), except_(except), progress_(progress) {
+    for (const Volume& other : found.volumes) before_ += other.clips.size();
+  }
 
   void Search(const fs::path& folder) {
     for (const fs::directory_entry& entry : SortedEntries(folder)) {
+      if (!GoesOn()) return;
       std::error_code ignored;
       if (!entry.is_symlink(ignored) && entry.is_directory(ignored)) {
         if (!fs::equivalent(entry.path(), except_, ignored)) Search(entry.path());
@@ -32,7 +36,7 @@ class FolderSearch {
   std::vector<fs::directory_entry> SortedEntries(const fs::path& folder) {
     std::vector<fs::directory_entry> entries;
     std::error_code error;
-    for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end && GoesOn();
          entry.increment(error)) {
       if (entry->path().filename().native().front() != '.') entries.push_back(*entry);
     }
@@ -42,6 +46,15 @@ class FolderSearch {
       return a.path().filename().native() < b.path().filename().native();
     });
     return entries;
+  }
+
+  // A share may take its time for each entry.
+  bool GoesOn() {
+    Step step;
+    step.phase = Step::Phase::kSearching;
+    step.clip = before_ + volume_.clips.size();
+    if (!found_.stopped && progress_) found_.stopped = !progress_(step);
+    return !found_.stopped;
   }
 
   // Links that lead nowhere count, so that somebody hears of them; pipes and devices do not.
@@ -54,6 +67,8 @@ class FolderSearch {
   FoundClips& found_;
   Volume& volume_;
   const fs::path except_;
+  const Progress& progress_;
+  std::size_t before_ = 0;  // clips of other volumes
 };
 
 }  // namespace
@@ -66,16 +81,18 @@ bool HasClipName(const std::string& path) {
          std::end(kExtensions);
 }
 
-FoundClips FindClips(const std::vector<std::string>& operands, const std::string& except) {
+FoundClips FindClips(const std::vector<std::string>& operands, const std::string& except,
+                     const Progress& progress) {
   FoundClips found;
   bool collectsFiles = false;
   for (const std::string& operand : operands) {
+    if (found.stopped) break;
     std::error_code ignored;
     const fs::file_status status = fs::status(operand, ignored);
     if (fs::is_directory(status)) {
       collectsFiles = false;
       Volume& volume = found.volumes.emplace_back(Volume{operand, {}});
-      FolderSearch(found, volume, except).Search(operand);
+      FolderSearch(found, volume, except, progress).Search(operand);
       continue;
     }
     // A pipe or a device would keep whoever opens it waiting.

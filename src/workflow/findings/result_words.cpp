@@ -1,7 +1,6 @@
 #include "workflow/findings/result_words.h"
 
 #include "clip/exif_library.h"
-#include "workflow/system/files.h"
 
 namespace clipchain {
 
@@ -65,11 +64,6 @@ std::string ClipWords(HRESULT result) {
     default:
       return "can't be read";
   }
-}
-
-std::string WhyRejected(const std::string& path, HRESULT result) {
-  const std::string why = WhyUnreadable(path);
-  return why.empty() ? ClipWords(result) : "can't be read: " + why;
 }
 
 std::string OutputWords(HRESULT result) {

@@ -17,10 +17,6 @@ std::string InputWords(HRESULT result, bool first);
 // What is wrong with a clip that could not be analysed, as the rest of such a sentence.
 std::string ClipWords(HRESULT result);
 
-// The same, and where the file system has something to say about the file at that path, that:
-// "can't be read: there is no such file".
-std::string WhyRejected(const std::string& path, HRESULT result);
-
 // The same for the output of a merge.
 std::string OutputWords(HRESULT result);
 

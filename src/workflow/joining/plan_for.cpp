@@ -7,8 +7,8 @@
 #include <map>
 #include <utility>
 
+#include "workflow/checks/unreadable_clip.h"
 #include "workflow/findings/clip_words.h"
-#include "workflow/findings/result_words.h"
 #include "workflow/joining/output_name.h"
 #include "workflow/plan.h"
 #include "workflow/system/files.h"
@@ -93,7 +93,12 @@ ScanReport ScanClips(FoundClips& found, const PlanOptions& options, Findings& fi
 
 JoinPlan PlanFor(const std::vector<std::string>& operands, const PlanOptions& options) {
   Findings findings;
-  FoundClips found = FindClips(operands, options.folder);
+  FoundClips found = FindClips(operands, options.folder, options.progress);
+  if (found.stopped) {
+    JoinPlan plan;
+    plan.stopped = true;
+    return plan;
+  }
   DropRepeats(found, findings);
   const ScanReport scan = ScanClips(found, options, findings);
   JoinPlan plan = Plan(scan, options);
@@ -107,10 +112,7 @@ JoinPlan PlanFor(const std::vector<std::string>& operands, const PlanOptions& op
     plan.findings.push_back(
         MakeFinding(Message::kInputUnreadable, path.path, path.reason, kCheckName));
   for (const RejectedClip& clip : scan.rejected) {
-    const bool opens = WhyUnreadable(clip.path).empty();
-    Finding finding =
-        MakeFinding(Message::kInputUnreadable, clip.path, WhyRejected(clip.path, clip.result),
-                    opens ? "copy it again from the card, or leave it out" : kCheckName);
+    Finding finding = WhyNoClip(clip.path, clip.result).front();
     finding.result = clip.result;
     plan.findings.push_back(std::move(finding));
   }

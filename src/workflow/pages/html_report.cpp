@@ -1,4 +1,5 @@
 #include "workflow/html_report.h"
+#include "workflow/checks/unreadable_clip.h"
 
 #include <fmt/format.h>
 
@@ -6,7 +7,6 @@
 #include <string_view>
 
 #include "workflow/findings/clip_words.h"
-#include "workflow/findings/result_words.h"
 #include "workflow/pages/html_parts.h"
 #include "workflow/pages/html_text.h"
 #include "workflow/system/file_bytes.h"
@@ -154,7 +154,7 @@ std::string Rejected(const FoundClips& found, const ScanReport& report) {
     html += RejectedItem(path.path, path.reason, "");
   }
   for (const RejectedClip& clip : report.rejected) {
-    html += RejectedItem(clip.path, WhyRejected(clip.path, clip.result),
+    html += RejectedItem(clip.path, WhyNoClip(clip.path, clip.result).front().text,
                          std::string(ResultName(clip.result)));
   }
   return html + "</ul>\n</section>\n";

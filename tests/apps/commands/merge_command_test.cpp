@@ -157,7 +157,7 @@ TEST_F(MergeCommand, RefusesAnOutputThatExists) {
   const Finished run = Merge({kClip1});
   EXPECT_EQ(1, run.exitCode);
   EXPECT_THAT(run.err, HasSubstr("error: " + output_ +
-                                 " exists already (output-exists, MP4G_E_OUTPUT_OPEN)\n"
+                                 " exists already (output-exists)\n"
                                  "  choose another name, or replace it with --overwrite\n"));
   EXPECT_EQ(Text("precious"), ReadFile(output_));
   EXPECT_EQ(1, Merge({"--force", kClip1}).exitCode);
@@ -184,12 +184,15 @@ TEST_F(MergeCommand, KeepsTheOldOutputWhenAClipIsRefused) {
   EXPECT_EQ(Text("precious"), ReadFile(output_));
 }
 
-TEST_F(MergeCommand, ReplacesALinkAndNotTheFileBehindIt) {
+TEST_F(MergeCommand, ReplacesNeitherALinkNorTheFileBehindIt) {
   WriteFile(folder_ / "behind", Text("precious"));
   fs::create_symlink("behind", output_);
-  EXPECT_EQ(0, Tool({"merge", "--overwrite", "-o", output_, kClip1}).exitCode);
+  const Finished run = Tool({"merge", "--overwrite", "-o", output_, kClip1});
+  EXPECT_EQ(1, run.exitCode);
+  EXPECT_THAT(run.err, HasSubstr("can't be written: it is a link to behind"));
+  EXPECT_THAT(run.err, HasSubstr("/behind itself, or remove the link\n"));
   EXPECT_EQ(Text("precious"), ReadFile(folder_ / "behind"));
-  EXPECT_FALSE(fs::is_symlink(output_));
+  EXPECT_TRUE(fs::is_symlink(output_));
 }
 
 TEST_F(MergeCommand, NeverWritesOverAnInputByAnyName) {
@@ -209,49 +212,48 @@ TEST_F(MergeCommand, NeverWritesOverAnInputByAnyName) {
 }
 
 TEST_F(MergeCommand, RefusesAMissingFile) {
-  ExpectRefused(folder_ / "missing.mp4", "input-unreadable, MP4G_E_INPUT_OPEN",
-                "there is no such file");
+  ExpectRefused(folder_ / "missing.mp4", "input-unreadable", "there is no such file");
 }
 
 TEST_F(MergeCommand, RefusesAFolder) {
   const TempDir input;
-  ExpectRefused(input.path(), "input-unreadable, MP4G_E_INPUT_OPEN", "it is a folder");
+  ExpectRefused(input.path(), "input-unreadable", "it is a folder");
 }
 
 TEST_F(MergeCommand, RefusesAnEmptyFile) {
-  ExpectRefused(Write("empty.mp4", {}), "input-unreadable, MP4G_E_INPUT_OPEN", "it is empty");
+  ExpectRefused(Write("empty.mp4", {}), "input-unreadable", "it is empty");
 }
 
 TEST_F(MergeCommand, RefusesATextFile) {
   ExpectRefused(Write("notes.txt", Text("These are notes about a clip.\n")),
-                "top-level-box-unknown, E_BAD_TYPE", "is no MP4 clip");
-  ExpectRefused(Write("note.txt", Text("Hello\n")), "file-cut-off, E_BAD_DATA", "ends at byte 6");
+                "top-level-box-unknown", "is no MP4 clip");
+  ExpectRefused(Write("note.txt", Text("Hello\n")), "file-cut-off", "ends at byte 6");
 }
 
 TEST_F(MergeCommand, RefusesAClipCutShortInItsMovieBox) {
   Bytes clip = ReadFile(kClip2);
   clip.pop_back();
-  ExpectRefused(Write("short.mp4", clip), "file-cut-off, E_BAD_DATA", "moov at byte");
+  ExpectRefused(Write("short.mp4", clip), "file-cut-off", "moov at byte");
 }
 
 TEST_F(MergeCommand, RefusesAClipCutShortInItsMedia) {
   const TopLevel boxes(kClip2);
   Bytes clip = Join({boxes.ftyp, boxes.moov, boxes.mdat});
   clip.resize(clip.size() - 1000);
-  ExpectRefused(Write("short.mp4", clip), "media-cut-off, MP4G_E_INPUT_READ", "is cut off");
+  ExpectRefused(Write("short.mp4", clip), "media-cut-off", "is cut off");
 }
 
 TEST_F(MergeCommand, RefusesAClipWithoutAMovieBox) {
   const TopLevel boxes(kClip2);
-  ExpectRefused(Write("headless.mp4", Join({boxes.ftyp, boxes.free, boxes.mdat})),
-                "movie-missing, E_BAD_DATA", "has no movie box");
+  ExpectRefused(Write("headless.mp4", Join({boxes.ftyp, boxes.free, boxes.mdat})), "movie-missing",
+                "has no movie box");
 }
 
 TEST_F(MergeCommand, RefusesAnUnknownBoxAtTheTopLevel) {
   const TopLevel boxes(kClip2);
   const Bytes rest = Join({boxes.mdat, boxes.moov});
   ExpectRefused(Write("wide.mp4", Join({boxes.ftyp, support::Box("wide"), rest})),
-                "top-level-box-unknown, E_BAD_TYPE", "has a box \"wide\" at its top level");
+                "top-level-box-unknown", "has a box \"wide\" at its top level");
   EXPECT_EQ(0, Merge({Write("free.mp4", Join({boxes.ftyp, support::Box("free"), rest}))}).exitCode);
 }
 
@@ -292,39 +294,37 @@ TEST_F(MergeCommand, SaysWhatDoesNotFitTheFirstClip) {
     EXPECT_THAT(run.err, HasSubstr(words));
     EXPECT_TRUE(NothingLeft());
   };
-  expect(media / "video_only/1.mp4", "(track-count, MP4G_E_TRACK_COUNT)");
-  expect(media / "no_edit_lists/1.mp4", "(edit-list-differs, E_INVALIDARG)");
+  expect(media / "video_only/1.mp4", "(track-count)");
+  expect(media / "no_edit_lists/1.mp4", "(edit-list-differs)");
   support::Bytes otherLevel = support::ReadFile(media / "avc_aac/2.mp4");
   otherLevel.at(support::FindBox(otherLevel, "avcC") + 11) ^= 1;
-  expect(Write("other_level.mp4", otherLevel), "(sample-description, MP4G_E_SAMPLE_TABLE)");
-  expect(media / "mpeg4_visual/1.mp4", "(track-without-partner, E_BAD_DATA)");
+  expect(Write("other_level.mp4", otherLevel), "(sample-description)");
+  expect(media / "mpeg4_visual/1.mp4", "(track-without-partner)");
 }
 
 TEST_F(MergeCommand, ExplainsAnOutputFolderThatIsMissing) {
-  ExpectOutputRefused(folder_ / "missing/out.mp4", "output-unwritable, MP4G_E_OUTPUT_OPEN",
+  ExpectOutputRefused(folder_ / "missing/out.mp4", "output-unwritable",
                       "can't be written: there is no folder");
 }
 
 TEST_F(MergeCommand, ExplainsAnOutputThatIsAFolder) {
   fs::create_directory(folder_ / "sub");
-  ExpectOutputRefused(folder_ / "sub", "output-unwritable, MP4G_E_OUTPUT_OPEN",
-                      "can't be written: it is a folder");
+  ExpectOutputRefused(folder_ / "sub", "output-unwritable", "can't be written: it is a folder");
   EXPECT_TRUE(fs::is_directory(folder_ / "sub"));
 }
 
 TEST_F(MergeCommand, NeverReplacesADevice) {
-  ExpectOutputRefused("/dev/full", "output-unwritable, MP4G_E_OUTPUT_OPEN",
-                      "it is no regular file");
+  ExpectOutputRefused("/dev/full", "output-unwritable", "it is a device");
   EXPECT_TRUE(fs::is_character_file("/dev/full"));
   fs::create_symlink("/dev/full", output_);
-  ExpectOutputRefused(output_, "output-unwritable, MP4G_E_OUTPUT_OPEN", "it is no regular file");
+  ExpectOutputRefused(output_, "output-unwritable", "it is a link to /dev/full");
   EXPECT_TRUE(fs::is_symlink(output_));
 }
 
 TEST_F(MergeCommand, SaysBeforehandWhatDoesNotFitTheDisk) {
   const SmallDisk disk(folder_ / "disk", "size=160k");
   if (!disk.mounted()) GTEST_SKIP() << "a small disk can be mounted by root only";
-  ExpectOutputRefused(disk / "out.mp4", "too-little-space, MP4G_E_OUTPUT_WRITE", "are free in");
+  ExpectOutputRefused(disk / "out.mp4", "too-little-space", "are free in");
   EXPECT_TRUE(fs::is_empty(disk.path()));
 }
 
@@ -342,7 +342,7 @@ TEST_F(MergeCommand, LeavesNothingOnADiskThatFillsUp) {
   const Finished run = talk.End();
   EXPECT_EQ(1, run.exitCode);
   EXPECT_THAT(run.out, HasSubstr("can't be written: No space left on device"));
-  EXPECT_THAT(run.out, HasSubstr("(output-unwritable, MP4G_E_OUTPUT_WRITE)"));
+  EXPECT_THAT(run.out, HasSubstr("(output-unwritable)"));
   EXPECT_FALSE(fs::exists(disk / "out.mp4"));
   EXPECT_EQ(2, std::distance(fs::directory_iterator(disk.path()), fs::directory_iterator()));
 }
@@ -380,11 +380,13 @@ TEST(Usage, SaysWhatIsWrongInTheWordsOfTheHelp) {
     EXPECT_EQ(2, run.exitCode);
     return run.err.substr(0, run.err.find('\n'));
   };
-  EXPECT_EQ("clipchain: a command is missing: merge, check, join, sequences, info, verify or split",
-            said({}));
   EXPECT_EQ(
-      "clipchain: there is no command cut; there are merge, check, join, sequences, info, verify "
-      "and split",
+      "clipchain: a command is missing: merge, check, join, sequences, info, verify, split or "
+      "explain",
+      said({}));
+  EXPECT_EQ(
+      "clipchain: there is no command cut; there are merge, check, join, sequences, info, verify, "
+      "split and explain",
       said({"cut"}));
   EXPECT_EQ("clipchain: there is no option --foo in front of a command", said({"--foo"}));
   EXPECT_EQ("clipchain: IN is required", said({"check"}));

@@ -51,6 +51,29 @@ TEST_F(ClipSearch, TakesClipsOfAFolderInAnyCaseSortedByName) {
   EXPECT_TRUE(found.unreadable.empty());
 }
 
+// On a slow share a search may take long.
+TEST_F(ClipSearch, EndsWhenItIsTold) {
+  for (const char* name : {"a/1.mp4", "a/2.mp4", "b/3.mp4", "b/c/4.mp4"}) Put(name);
+  const std::vector<std::string> folders = {folder / "a", folder / "b", folder / "b"};
+  std::vector<std::size_t> counts;
+  const auto search = [&](std::size_t most) {
+    counts.clear();
+    return FindClips(folders, "", [&](const clipchain::Step& step) {
+      EXPECT_EQ(clipchain::Step::Phase::kSearching, step.phase);
+      counts.push_back(step.clip);
+      return counts.size() <= most;
+    });
+  };
+  EXPECT_FALSE(search(1000).stopped);
+  EXPECT_EQ(0u, counts.front());
+  EXPECT_EQ(5u, counts.back());
+  const std::size_t all = counts.size();
+  for (std::size_t most = 0; most < all; ++most) {
+    EXPECT_TRUE(search(most).stopped) << most;
+    EXPECT_EQ(most + 1, counts.size());
+  }
+}
+
 TEST_F(ClipSearch, LooksBelowAFolderToo) {
   for (const char* name : {"DCIM/101/b.mp4", "DCIM/100/c.mp4", "a.mp4", "z.mp4"}) Put(name);
   const FoundClips found = FindClips({Root()});

@@ -1,0 +1,25 @@
+#include "clipchain/commands/missing_names.h"
+
+#include <cstdio>
+
+#include "clipchain/output/finding_output.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+Findings MissingNames(const std::vector<std::string>& paths) {
+  Findings missing;
+  for (const std::string& path : paths) {
+    if (Exists(path)) continue;
+    missing.push_back(MakeFinding(Message::kInputUnreadable, path,
+                                  "can't be read: " + WhyUnreadable(path),
+                                  "check the name and the permissions"));
+  }
+  return missing;
+}
+
+void PrintMissingNames(const Findings& missing) {
+  std::fputs(FindingsText(missing, Paint(stderr)).c_str(), stderr);
+}
+
+}  // namespace clipchain
