@@ -29,7 +29,10 @@ install(
   COMPONENT development)
 if(TARGET clipchain_tool)
   install(TARGETS clipchain_tool RUNTIME COMPONENT tool)
-  install(DIRECTORY ${PROJECT_BINARY_DIR}/manual/man1 DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT tool)
+  foreach(section man1 man5 man7)
+    install(DIRECTORY ${PROJECT_BINARY_DIR}/manual/${section} DESTINATION ${CMAKE_INSTALL_MANDIR}
+            COMPONENT tool)
+  endforeach()
   install(
     FILES ${PROJECT_BINARY_DIR}/manual/clipchain.bash
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions

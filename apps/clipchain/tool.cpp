@@ -35,12 +35,13 @@ void AddCommands(CLI::App& tool, int& exitCode) {
 
 namespace {
 
-// "help" in front of a command is its --help, and alone that of the tool.
-std::vector<const char*> Arguments(int argc, const char* const* argv) {
+// "help" in front of a command is its --help, and alone that of the tool. What is no command stays
+// one that there is not.
+std::vector<const char*> Arguments(const CLI::App& tool, int argc, const char* const* argv) {
   std::vector<const char*> arguments(argv, argv + argc);
   if (argc < 2 || argc > 3 || std::string_view(argv[1]) != "help") return arguments;
   arguments.erase(arguments.begin() + 1);
-  arguments.push_back("--help");
+  if (argc == 2 || tool.get_subcommand_no_throw(argv[2]) != nullptr) arguments.push_back("--help");
   return arguments;
 }
 
@@ -48,8 +49,10 @@ int Run(int argc, const char* const* argv) {
   int exitCode = kDone;
   CLI::App tool(kToolText, "clipchain");
   AddCommands(tool, exitCode);
+  const std::vector<const char*> arguments = Arguments(tool, argc, argv);
+  const int count = static_cast<int>(arguments.size());
   try {
-    tool.parse(argc, argv);
+    tool.parse(count, arguments.data());
   } catch (const CLI::ParseError& error) {
     // Help and version come this way too, with an exit code of 0.
     std::ostringstream text;
@@ -57,7 +60,7 @@ int Run(int argc, const char* const* argv) {
       Print(text.str());
       return kDone;
     }
-    std::fputs(UsageText(tool, error, argc, argv).c_str(), stderr);
+    std::fputs(UsageText(tool, error, count, arguments.data()).c_str(), stderr);
     return kUsage;
   }
   return exitCode;
@@ -69,8 +72,7 @@ int RunTool(int argc, const char* const* argv) {
   KeepStandardStreams();
   TakeWriteSignalsAsErrors();
   try {
-    const std::vector<const char*> arguments = Arguments(argc, argv);
-    const int exitCode = Run(static_cast<int>(arguments.size()), arguments.data());
+    const int exitCode = Run(argc, argv);
     if (exitCode != kDone) DieOfStopSignal();
     return EndOutput(exitCode);
   } catch (const std::bad_alloc&) {

@@ -67,6 +67,15 @@ def check_page(name, wanted):
         require((FOLDER / "man1" / f"{other}.1").exists(), f"{page} names {other}, which there is not")
 
 
+def check_other_pages():
+    """Those that are made of the documentation."""
+    pages = [FOLDER / "man5/clipchain-json.5", FOLDER / "man7/clipchain-fleet.7", FOLDER / "man7/clipchain-messages.7"]
+    for page in pages:
+        require(page.read_text(encoding="ascii").startswith(".TH clipchain\\-"), f"{page} has no head")
+        if shutil.which("groff"):
+            require(not run("groff", "-ww", "-man", "-Tutf8", "-z", page), f"groff warns about {page}")
+
+
 BASH = r"""
 source "$1"; shift
 COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1))
@@ -154,4 +163,5 @@ for each in sorted(COMMANDS):
     check_page(f"clipchain-{each}", taken)
     check_shells(each, taken)
 check_values()
+check_other_pages()
 print("1 passed, 0 failed")

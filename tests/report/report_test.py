@@ -91,7 +91,9 @@ def make_cards(folder):
             file.write(cards.clip(100 + 2 * number, 0, 0, number + 0.25, picture))
     alone = folder / "alone.mp4"
     alone.write_bytes(cards.clip(31, 0, 32, 3600, picture))
-    return [first, second, alone, folder / "absent <i>.mp4"]
+    absent = folder / "absent <i>.mp4"
+    absent.symlink_to("nowhere")
+    return [first, second, alone, absent]
 
 
 def run_tool(operands, page, *options):

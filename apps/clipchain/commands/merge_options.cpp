@@ -5,6 +5,21 @@
 
 namespace clipchain {
 
+namespace {
+
+// Makes a number of bytes of "500M". What is wrong with it, as an option's check says that.
+std::string TakeSize(std::string& size) {
+  const std::string fault = "takes a size such as 500M or 2G, not \"" + size + '"';
+  try {
+    const CLI::AsSizeValue decimal(true);
+    return decimal(size).empty() ? "" : fault;
+  } catch (const CLI::Error&) {
+    return fault;
+  }
+}
+
+}  // namespace
+
 void AddMergeSettings(CLI::App& command, SafeMergeOptions& options) {
   command.add_flag("--force", options.force,
                    "Go on in spite of problems, which may damage the result but no clip");
@@ -86,18 +101,7 @@ void AddMemoryLimit(CLI::App& command, long long& limit) {
       .add_option("--memory-limit", limit,
                   "What the clips' tables may take, such as 500M; half of the machine's memory if "
                   "it is not given")
-      ->transform([](std::string& size) {
-        const std::string given = size;
-        const auto fault = [&given] {
-          return "takes a size such as 500M or 2G, not \"" + given + '"';
-        };
-        try {
-          static const CLI::AsSizeValue kDecimal(true);
-          return kDecimal(size).empty() ? std::string() : fault();
-        } catch (const CLI::Error&) {
-          return fault();
-        }
-      })
+      ->transform(CLI::Validator(TakeSize, ""))
       ->check([](const std::string& size) {
         return size == "0" || size[0] == '-' ? "must be more than 0" : "";
       })

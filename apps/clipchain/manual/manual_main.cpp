@@ -4,6 +4,8 @@
 //
 // TARGET: the folder they go to. WRITTEN: the folder with the parts of the pages that are written
 // by hand.
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
@@ -12,10 +14,12 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "clipchain/commands.h"
 #include "clipchain/manual/completion.h"
 #include "clipchain/manual/man_page.h"
+#include "clipchain/manual/markdown_page.h"
 
 namespace {
 
@@ -45,6 +49,13 @@ void WriteAll(const fs::path& target, const fs::path& written) {
   CLI::App tool(clipchain::kToolText, "clipchain");
   clipchain::AddCommands(tool, exitCode);
   WritePage(tool, target, written);
+  // What stands in docs/ for programs and for those who run many.
+  for (const auto& [page, section] : {std::pair("json", 5), {"fleet", 7}, {"messages", 7}}) {
+    const std::string name = std::string("clipchain-") + page;
+    const std::string text = Read(written / ".." / (std::string(page) + ".md"));
+    Write(target / fmt::format("man{}", section) / fmt::format("{}.{}", name, section),
+          clipchain::MarkdownPage(text, name, section));
+  }
   for (const CLI::App* command : tool.get_subcommands([](const CLI::App*) { return true; })) {
     WritePage(*command, target, written);
   }

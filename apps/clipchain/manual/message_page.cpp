@@ -79,7 +79,7 @@ std::optional<std::string> MessageText(std::string_view page, std::string_view n
       fmt::format("{}: {}\n  cause: {}\n  remedy: {}\n", name, Plain(cells[1], anchor),
                   Plain(cells[2], anchor), Plain(cells[3], anchor));
   const std::string_view section = anchor.empty() ? "" : Section(page, anchor);
-  if (!section.empty()) text += fmt::format("\n{}", section);
+  if (!section.empty()) text += '\n' + Plain(section, anchor);
   return text;
 }
 

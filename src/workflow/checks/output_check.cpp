@@ -42,11 +42,12 @@ std::string WhyNoFileFits(const std::string& folder) {
 
 OutputFault FaultOfLink(const std::string& output) {
   std::error_code error;
-  const std::string target = std::filesystem::read_symlink(output, error).string();
-  const std::filesystem::path end = std::filesystem::weakly_canonical(output, error);
+  const std::filesystem::path target = std::filesystem::read_symlink(output, error);
+  const std::filesystem::path folder = std::filesystem::path(output).parent_path();
+  const std::filesystem::path end = std::filesystem::weakly_canonical(folder / target, error);
   struct stat status;
   const bool leadsToFile = ::stat(output.c_str(), &status) != 0 || S_ISREG(status.st_mode);
-  return {fmt::format("it is a link to {}", Shown(target)),
+  return {fmt::format("it is a link to {}", Shown(target.string())),
           leadsToFile && !error
               ? fmt::format("name {} itself, or remove the link", Shown(end.string()))
               : "name a file"};

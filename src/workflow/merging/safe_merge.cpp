@@ -242,9 +242,12 @@ bool Run::FailCopy(const std::string& input, HRESULT result, bool first) {
   if (progress_.StoodStill())
     return Fail(Message::kCopyStalled, input, "ends before its media does",
                 "copy it again from the card", MP4G_E_INPUT_READ);
-  if (const std::string* const changed = ChangedInput(true)) return FailChanged(*changed);
   std::string text = InputWords(result, first);
-  if (const std::string why = WhyUnreadable(input); !why.empty()) text += ": " + why;
+  if (const std::string why = WhyUnreadable(input); !why.empty()) {
+    text += ": " + why;
+  } else if (const std::string* const changed = ChangedInput(true)) {
+    return FailChanged(*changed);
+  }
   return Fail(Message::kInputRefused, input, std::move(text),
               "leave the clip out, or see what a check says about it", result);
 }

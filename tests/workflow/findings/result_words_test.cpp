@@ -6,7 +6,6 @@
 
 #include "clip/exif_library.h"
 #include "support/bytes.h"
-#include "support/temp_dir.h"
 
 using namespace clipchain;
 
@@ -38,14 +37,6 @@ TEST(ResultWords, ExplainEveryAnswerOfAnAnalysisInItsOwnWords) {
 TEST(ResultWords, SpeakOfTheFirstClipOnlyToLaterOnes) {
   EXPECT_EQ(std::string::npos, InputWords(E_BAD_DATA, true).find("first clip"));
   EXPECT_NE(std::string::npos, InputWords(E_BAD_DATA, false).find("first clip"));
-}
-
-TEST(ResultWords, LetTheFileSystemSpeakFirst) {
-  const support::TempDir folder;
-  const std::string path = (folder / "clip").string();
-  EXPECT_EQ("can't be read: there is no such file", WhyRejected(path, E_HANDLE));
-  support::WriteFile(path, support::Text("notes"));
-  EXPECT_EQ(ClipWords(E_BAD_TYPE), WhyRejected(path, E_BAD_TYPE));
 }
 
 TEST(ResultWords, KnowAnOutputThatCannotBeOpenedByEitherCode) {

@@ -103,7 +103,8 @@ TEST_F(PlanForPaths, TellsWhatCannotBeRead) {
   EXPECT_THAT(plan.findings[1].text, HasSubstr("is no MP4 clip"));
   EXPECT_RESULT(E_BAD_TYPE, plan.findings[1].result);
   EXPECT_EQ("check the name and the permissions", plan.findings[0].remedy);
-  EXPECT_EQ("copy it again from the card, or leave it out", plan.findings[1].remedy);
+  EXPECT_EQ(Message::kTopLevelBoxUnknown, plan.findings[1].message);
+  EXPECT_THAT(plan.findings[1].remedy, HasSubstr("rewrap it"));
   EXPECT_TRUE(LeavesOut(plan));
   EXPECT_EQ(1u, plan.jobs.size());
 }

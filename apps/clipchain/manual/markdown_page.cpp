@@ -1,0 +1,205 @@
+#include "clipchain/manual/markdown_page.h"
+
+#include <fmt/format.h>
+
+#include <sstream>
+#include <string_view>
+#include <vector>
+
+#include "foundation/strings.h"
+
+namespace clipchain {
+
+namespace {
+
+std::string Escaped(std::string_view text) {
+  std::string escaped;
+  for (const wchar_t c : QUIRVA::WidePathFromBytes(text)) {
+    if (c == L'\\') {
+      escaped += "\\e";
+    } else if (c == L'-') {
+      escaped += "\\-";
+    } else if (c == L'\'') {
+      escaped += "\\(aq";
+    } else if (c == L'`') {
+      escaped += "\\(ga";
+    } else if (c < 0x80) {
+      escaped += static_cast<char>(c);
+    } else {
+      escaped += fmt::format("\\[u{:04X}]", static_cast<unsigned int>(c));
+    }
+  }
+  return escaped;
+}
+
+// A line that would be a request is none.
+std::string Guarded(const std::string& line) { return line.starts_with('.') ? "\\&" + line : line; }
+
+// Code in bold, what stands out in italics, links as their words.
+std::string Inline(std::string_view text) {
+  std::string out;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool strong = text.substr(i).starts_with("**");
+    if (text[i] == '`' || strong) {
+      const std::string_view mark = strong ? "**" : "`";
+      const std::size_t begin = i + mark.size();
+      if (const std::size_t end = text.find(mark, begin); end != text.npos) {
+        out += "\\fB" + Escaped(text.substr(begin, end - begin)) + "\\fR";
+        i = end + mark.size() - 1;
+        continue;
+      }
+    }
+    if (text[i] == '[') {
+      const std::size_t middle = text.find("](", i);
+      const std::size_t end = middle == text.npos ? text.npos : text.find(')', middle);
+      if (end != text.npos) {
+        out += Inline(text.substr(i + 1, middle - i - 1));
+        i = end;
+        continue;
+      }
+    }
+    if (text[i] == '\\' && i + 1 < text.size() && text[i + 1] == '|') continue;
+    // Characters of more than one byte stay together.
+    std::size_t end = i + 1;
+    while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) ++end;
+    out += Escaped(text.substr(i, end - i));
+    i = end - 1;
+  }
+  return out;
+}
+
+std::vector<std::string> Cells(std::string_view row) {
+  std::vector<std::string> cells;
+  std::string cell;
+  for (std::size_t i = 1; i < row.size(); ++i) {
+    if (row[i] != '|' || row[i - 1] == '\\') {
+      cell += row[i];
+      continue;
+    }
+    const std::size_t begin = cell.find_first_not_of(' ');
+    cells.push_back(
+        begin == cell.npos ? "" : cell.substr(begin, cell.find_last_not_of(' ') + 1 - begin));
+    cell.clear();
+  }
+  return cells;
+}
+
+// Turns the lines of a page into requests, one after the other.
+class Writer {
+ public:
+  std::string Run(const std::string& text) {
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) Take(line);
+    EndCode();
+    return out_;
+  }
+
+ private:
+  void Take(const std::string& line) {
+    if (line.starts_with("```")) {
+      fenced_ ? EndCode() : BeginCode();
+      fenced_ = !fenced_;
+      return;
+    }
+    const bool indented = line.starts_with("    ") && !inItem_;
+    if (fenced_ || indented) {
+      BeginCode();
+      out_ += Guarded(Escaped(fenced_ ? line : line.substr(4))) + '\n';
+      return;
+    }
+    if (line.empty() && inCode_) {
+      blanks_ += '\n';
+      return;
+    }
+    EndCode();
+    if (line.starts_with('|')) return TakeRow(line);
+    heads_.clear();
+    TakeText(line);
+  }
+
+  void TakeText(const std::string& line) {
+    const std::size_t digits = line.find_first_not_of("0123456789");
+    if (line.empty()) {
+      wantsParagraph_ = true;
+      inItem_ = false;
+    } else if (line.starts_with("# ")) {
+      return;
+    } else if (line.starts_with("## ")) {
+      Request(".SH " + Inline(line.substr(3)));
+    } else if (line.starts_with("### ")) {
+      Request(".SS " + Inline(line.substr(4)));
+    } else if (line.starts_with("- ")) {
+      Item(".IP \\(bu 2", line.substr(2));
+    } else if (digits != 0 && digits != line.npos && line.substr(digits).starts_with(". ")) {
+      Item(fmt::format(".IP {}. 4", line.substr(0, digits)), line.substr(digits + 2));
+    } else {
+      if (wantsParagraph_) out_ += ".PP\n";
+      wantsParagraph_ = false;
+      out_ += Guarded(Inline(line.substr(line.find_first_not_of(' ')))) + '\n';
+    }
+  }
+
+  // The first row names the columns, the second one is the line below them.
+  void TakeRow(const std::string& line) {
+    const std::vector<std::string> cells = Cells(line);
+    if (heads_.empty()) {
+      heads_ = cells;
+      return;
+    }
+    if (cells.empty() || cells[0].find_first_not_of("-:") == std::string::npos) return;
+    out_ += ".TP\n" + Guarded("\\fB" + Inline(cells[0]) + "\\fR") + '\n';
+    for (std::size_t i = 1; i < cells.size() && i < heads_.size(); ++i) {
+      if (cells[i].empty()) continue;
+      const std::string head = cells.size() > 2 ? "\\fI" + Inline(heads_[i]) + "\\fR: " : "";
+      out_ += (i > 1 ? ".br\n" : "") + Guarded(head + Inline(cells[i])) + '\n';
+    }
+    wantsParagraph_ = true;
+  }
+
+  void Request(const std::string& line) {
+    out_ += line + '\n';
+    wantsParagraph_ = false;
+  }
+
+  void Item(const std::string& request, const std::string& text) {
+    Request(request);
+    out_ += Guarded(Inline(text)) + '\n';
+    inItem_ = true;
+  }
+
+  void BeginCode() {
+    if (!inCode_) out_ += ".PP\n.RS 4\n.nf\n";
+    out_ += blanks_;
+    blanks_.clear();
+    inCode_ = true;
+  }
+
+  void EndCode() {
+    if (inCode_) {
+      out_ += ".fi\n.RE\n";
+      wantsParagraph_ = true;
+    }
+    inCode_ = false;
+    blanks_.clear();
+  }
+
+  std::string out_;
+  std::vector<std::string> heads_;  // of the table at hand
+  std::string blanks_;              // lines within code that may be its end
+  bool wantsParagraph_ = false;
+  bool inItem_ = false;
+  bool inCode_ = false;
+  bool fenced_ = false;
+};
+
+}  // namespace
+
+std::string MarkdownPage(const std::string& text, const std::string& name, int section) {
+  const std::string title = text.starts_with("# ") ? text.substr(2, text.find('\n') - 2) : name;
+  return fmt::format(
+      ".TH {} {} \"\" \"clipchain {}\" \"clipchain\"\n.SH NAME\n{} \\- {}\n"
+      ".SH DESCRIPTION\n{}",
+      Escaped(name), section, CLIPCHAIN_VERSION, Escaped(name), Inline(title), Writer().Run(text));
+}
+
+}  // namespace clipchain
