@@ -1,8 +1,8 @@
 #include "workflow/clip_order.h"
 
 #include "workflow/checks/order_check.h"
+#include "workflow/checks/unreadable_clip.h"
 #include "workflow/clips/clip_file.h"
-#include "workflow/findings/result_words.h"
 
 namespace clipchain {
 
@@ -13,10 +13,7 @@ ClipOrder SortClips(const std::vector<std::string>& clips) {
     ClipFile clip(path);
     const HRESULT result = clip.WhyUnreadable().empty() ? clip.Parse() : MP4G_E_INPUT_OPEN;
     if (result != S_OK || clip.Movie() == nullptr) {
-      order.findings.push_back(MakeFinding(Message::kInputUnreadable, path,
-                                           WhyRejected(path, result),
-                                           "check the name, or see what a check says about it"));
-      order.findings.back().result = result;
+      order.findings.push_back(WhyNoClip(path, result).front());
     } else {
       facts.push_back(OrderFactsOf(clip));
     }
