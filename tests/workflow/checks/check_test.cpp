@@ -56,6 +56,16 @@ TEST_F(Check, HoldsUpAMergeIfItWasStopped) {
   EXPECT_FALSE(CheckAll({inputs[0], inputs[2]}).stopped);
 }
 
+// A set of an extension is read from behind the place that it is written to.
+TEST_F(Check, FindsAMovieBoxThatCannotBeReadAgain) {
+  support::MovieBuilder clip = EvenClip(1);
+  clip.tracks.at(0).sampleEntry = support::AvcEntry(
+      support::Hex("01640028 FFE1 0004 67640028 01 0004 68EE3CB0 FDF8F8 01 0004 0000 11223344"));
+  const CheckReport report = CheckAll({Put("a", clip)});
+  EXPECT_THAT(NamesOf(report), testing::Contains("movie-unreadable"));
+  EXPECT_TRUE(clipchain::HoldsUp(report.findings, false));
+}
+
 TEST_F(Check, KnowsTheSizeOfTheResult) {
   const std::vector<std::string> inputs = {Put("a", EvenClip(1)), Put("b", EvenClip(2))};
   const CheckReport report = CheckAll(inputs);
