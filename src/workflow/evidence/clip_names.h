@@ -1,0 +1,40 @@
+// Tells by two names whether a camera gave them one after the other.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace clipchain {
+
+// A name that would follow a given one.
+struct NextName {
+  std::string name;
+  // The number that runs on counts the chapters of a recording, which has a number of its own in
+  // the name. Else it counts clips.
+  bool isChapter = false;
+};
+
+// The names that follow `name` with one of its numbers higher by `step`: a number of clips, which
+// begins anew behind 9999; a number of chapters in front of another number, be it without anything
+// between them. Numbers that are parts of a date or a time do not run.
+std::vector<NextName> NamesBehind(std::string_view name, unsigned int step);
+
+// How the numbers of two names go that are equal but for one.
+enum class NumberOrder {
+  kNone,   // they are not
+  kRises,  // it is higher in the second one, or began anew
+  kFalls,
+  kNextRecording,  // it falls, for chapters are counted in front of the number of the recording
+};
+NumberOrder OrderOfNumbers(std::string_view before, std::string_view behind);
+
+// The number of the chapter, where it stands directly in front of the number of a recording; 0
+// where the name has no such form.
+unsigned int LeadingChapter(std::string_view name);
+
+// "100ABCDE" as camera folders are named: three digits and five other characters. 0 for any other
+// name.
+unsigned int FolderNumber(std::string_view name);
+
+}  // namespace clipchain

@@ -1,0 +1,138 @@
+#include "workflow/evidence/clip_traits.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <limits>
+#include <span>
+
+#include "adapt/fields.h"
+#include "adapt/raw_boxes.h"
+#include "adapt/track_headers.h"
+#include "adapt/track_tables.h"
+#include "foundation/fourcc.h"
+#include "workflow/clips/clip_file.h"
+#include "workflow/evidence/description.h"
+#include "workflow/evidence/leaf_values.h"
+#include "workflow/evidence/media_clock_traits.h"
+#include "workflow/evidence/timecode_traits.h"
+
+namespace clipchain {
+
+namespace {
+
+using QUIRVA::be32;
+using QUIRVA::be64;
+
+// A movie box that is larger is refused by the engine, too.
+constexpr long long kMostMovieBytes = 1LL << 31;
+constexpr double kLongestClip = 1e7;  // seconds; what is longer is no duration
+
+// Two sums that share nothing but their form, eight bytes at a time.
+std::array<std::uint64_t, 2> DigestOf(std::span<const unsigned char> bytes) {
+  std::uint64_t first = 0xCBF29CE484222325;
+  std::uint64_t second = 0x9E3779B97F4A7C15;
+  const auto mix = [&](std::uint64_t word) {
+    first = (first ^ word) * 0x100000001B3;
+    first ^= first >> 29;
+    second = (second ^ word) * 0xD6E8FEB86659FD93;
+    second ^= second >> 32;
+  };
+  be64 word;
+  while (TakeField(bytes, word)) mix(word);
+  for (const unsigned char byte : bytes) mix(byte);
+  return {first, second};
+}
+
+// The creation time of "mvhd", "tkhd" or "mdhd", in seconds since the start of 1904.
+std::uint64_t CreationOf(const RawBox* header) {
+  if (header == nullptr) return 0;
+  std::span<const unsigned char> bytes = header->data;
+  be32 version;
+  be32 shortTime;
+  be64 longTime;
+  if (!TakeField(bytes, version)) return 0;
+  if (version >> 24 == 1) return TakeField(bytes, longTime) ? std::uint64_t{longTime} : 0;
+  return TakeField(bytes, shortTime) ? std::uint64_t{shortTime} : 0;
+}
+
+const RawBox* VideoTrack(const RawBox& movie) {
+  for (const RawBox& track : movie.children) {
+    if (track.type == FourCc("trak") && TrackKind(track) == FourCc("vide")) return &track;
+  }
+  return nullptr;
+}
+
+std::uint64_t SamplesOf(const RawBox& track) {
+  const RawBox* table = SampleTable(track);
+  const RawBox* sizes = table != nullptr ? table->Child(FourCc("stsz")) : nullptr;
+  if (sizes == nullptr && table != nullptr) sizes = table->Child(FourCc("stz2"));
+  if (sizes == nullptr) return 0;
+  // Both forms have their count behind version and flags and another field.
+  std::span<const unsigned char> bytes = sizes->data;
+  be32 field;
+  for (int i = 0; i < 3; ++i) {
+    if (!TakeField(bytes, field)) return 0;
+  }
+  return field;
+}
+
+std::optional<Nanoseconds> LengthOf(const RawBox* header) {
+  if (header == nullptr) return std::nullopt;
+  const TimeHeader time = ReadTimeHeader(*header).value_or(TimeHeader{});
+  if (time.scale == 0 || time.duration == 0 || time.duration == kUnknownDuration)
+    return std::nullopt;
+  const long double seconds = static_cast<long double>(time.duration) / time.scale;
+  if (seconds > kLongestClip) return std::nullopt;
+  return static_cast<Nanoseconds>(seconds * kSecond + 0.5L);
+}
+
+void ReadTimes(const RawBox& movie, ClipTraits& traits, Pictures& pictures) {
+  const RawBox* header = movie.Child(FourCc("mvhd"));
+  const RawBox* video = VideoTrack(movie);
+  traits.created = CreationOf(header);
+  if (video == nullptr) {
+    traits.length = LengthOf(header);
+    return;
+  }
+  const RawBox* media = video->At({FourCc("mdia"), FourCc("mdhd")});
+  for (const RawBox* other : {media, video->Child(FourCc("tkhd"))}) {
+    if (traits.created == 0) traits.created = CreationOf(other);
+  }
+  traits.length = LengthOf(media);
+  pictures = {SamplesOf(*video), traits.length.value_or(0)};
+  traits.isPicture = pictures.count == 1;
+  if (pictures.count != 0)
+    traits.frame = pictures.length / static_cast<Nanoseconds>(pictures.count);
+}
+
+}  // namespace
+
+std::optional<ClipTraits> ReadClipTraits(const std::string& path, unsigned int volume) {
+  const ClipFile clip(path);
+  const TopLevelBox* place = clip.MoviePlace();
+  if (place == nullptr || place->size <= 0 || place->size > kMostMovieBytes) return std::nullopt;
+  const std::vector<unsigned char> bytes =
+      clip.Read(place->position, static_cast<unsigned int>(place->size));
+  std::span<const unsigned char> in = bytes;
+  RawBox movie;
+  if (!movie.Take(in)) return std::nullopt;
+  ClipTraits traits;
+  traits.path = path;
+  traits.volume = volume;
+  traits.size = clip.Size();
+  traits.movieDigest = DigestOf(bytes);
+  traits.description = DescriptionOf(movie);
+  Pictures pictures;
+  ReadTimes(movie, traits, pictures);
+  traits.timecode = TimecodeOf(clip, movie, pictures);
+  if (traits.length) traits.mediaClock = MediaClockOf(clip, movie, *traits.length);
+  const auto header = static_cast<std::size_t>(movie.large ? 16 : 8);
+  traits.values = LeafValues(std::span(bytes).subspan(std::min(header, bytes.size())));
+  struct stat status;
+  if (::stat(path.c_str(), &status) == 0)
+    traits.written = status.st_mtim.tv_sec * kSecond + status.st_mtim.tv_nsec;
+  return traits;
+}
+
+}  // namespace clipchain

@@ -1,0 +1,115 @@
+// The clips of one description, and what is known of them together: what the kinds of evidence are
+// judged by.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "workflow/evidence/clip_traits.h"
+
+namespace clipchain {
+
+// What the creation time of a clip is the time of.
+enum class ClockCustom {
+  kUnknown,  // no clip is continued under any custom
+  kStart,    // its first picture
+  kEnd,      // its last one
+  kOne,      // the first picture of the recording, in all of its clips
+  kTied      // several customs explain the clips equally well, and not alike
+};
+
+// Where a camera begins a new clip. Clips between both bounds stop there.
+struct Limit {
+  enum class Kind { kCommonSize, kMinutes, kSharedLength, kSharedSize, kWideSize };
+  Kind kind = Kind::kCommonSize;
+  std::int64_t least = 0;  // in bytes, or in billionths of a second
+  std::int64_t most = 0;
+  std::string words{};               // "4 GiB"
+  std::vector<std::size_t> clips{};  // of the card that stop there
+};
+
+// A value at one place, in the clips of one card.
+struct ValueFacts {
+  std::vector<std::size_t> clips{};
+  std::size_t ends = 0;      // of the clips: those that stop at no limit
+  std::size_t followed = 0;  // of the clips: those whose number is followed by that of another one
+};
+struct PlaceFacts {
+  std::unordered_map<std::string, ValueFacts> values{};
+  bool formsRecordings = false;  // clips that belong together by other evidence share a value
+};
+
+// Clips of one description on one card.
+struct FamilyCard {
+  unsigned int volume = 0;
+  std::vector<std::size_t> clips{};
+  std::vector<Limit> limits{};
+  ClockCustom custom = ClockCustom::kUnknown;
+  bool timecodesAlike = false;  // all begin with the same one
+  bool timecodeCounts = false;  // it runs on over clips that everything else separates
+  std::unordered_map<std::string, PlaceFacts> places{};
+};
+
+// A clip that another one's name makes the next one.
+struct NextClip {
+  std::size_t clip = 0;
+  bool isChapter = false;
+};
+
+struct FamilyClip {
+  const ClipTraits* traits = nullptr;
+  std::size_t unit = 0;  // what it is an end of: a clip alone, or a sequence that is open
+  bool mayFollow = true;
+  bool mayBeFollowed = true;
+  std::size_t card = 0;
+  std::string folder{};
+  std::string name{};
+  std::vector<std::pair<std::string, std::string>> copies{};  // folders and names of others of it
+  std::optional<std::int64_t> time{};  // in seconds; nothing where the creation time says nothing
+  bool stops = false;                  // at a limit of its card
+  bool isRenumbered = false;           // the numbers in its folder follow no camera's order
+  std::vector<NextClip> next{};        // by number
+  std::vector<NextClip> nextButOne{};  // with a number between
+};
+
+// Clips by the moment at which they would have to begin for one to continue the other.
+class ClockIndex {
+ public:
+  ClockIndex() = default;
+  ClockIndex(const std::vector<FamilyClip>& clips, ClockCustom custom);
+
+  // Clips that begin within 2 s of that moment; none where there are more than `most`.
+  std::vector<std::size_t> Near(Nanoseconds moment, std::size_t most) const;
+
+ private:
+  std::vector<std::pair<Nanoseconds, std::size_t>> begins_;
+};
+
+struct Family {
+  std::vector<FamilyClip> clips;
+  std::vector<FamilyCard> cards;
+  // By the custom that they follow: kStart, kEnd.
+  std::map<ClockCustom, ClockIndex> clock;
+  // By the first timecode.
+  std::vector<std::pair<std::int64_t, std::size_t>> timecodes;
+
+  const ClipTraits& Traits(std::size_t clip) const { return *clips[clip].traits; }
+  const FamilyCard& CardOf(std::size_t clip) const { return cards[clips[clip].card]; }
+};
+
+// Fills in what follows from the clips together: cards, numbers, times, limits, customs. The clips
+// have their traits, unit and what they may do.
+Family MakeFamily(std::vector<FamilyClip> clips);
+
+// The pictures' frames that begin with a timecode from `earliest` to `latest`, which may lie around
+// midnight; no more than `most`, else none.
+std::vector<std::size_t> ClipsFromTimecode(const Family& family, std::int64_t earliest,
+                                           std::int64_t latest, std::size_t most);
+
+}  // namespace clipchain

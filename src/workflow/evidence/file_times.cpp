@@ -1,0 +1,28 @@
+#include "workflow/evidence/file_times.h"
+
+#include <fmt/format.h>
+
+#include <cstdlib>
+
+#include "workflow/evidence/clock.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+Evidence JudgeFileTimes(const Family& family, std::size_t before, std::size_t behind) {
+  Evidence evidence{EvidenceKind::kFileTimes};
+  const ClipTraits& first = family.Traits(before);
+  const ClipTraits& second = family.Traits(behind);
+  const std::string names[] = {Shown(family.clips[before].name), Shown(family.clips[behind].name)};
+  evidence.text = fmt::format("the times of the files {} and {} say nothing", names[0], names[1]);
+  if (!first.written || !second.written || !second.length) return evidence;
+  // A file was written last when its recording ended.
+  const Nanoseconds between = *second.written - *first.written;
+  if (std::abs(between - *second.length) > kClockSlack) return evidence;
+  evidence.agrees = true;
+  evidence.text =
+      fmt::format("the file {} was written as long after {} as it runs", names[1], names[0]);
+  return evidence;
+}
+
+}  // namespace clipchain

@@ -1,0 +1,12 @@
+// The evidence of the system's times of the files, which copying may have changed: it supports, and
+// never decides.
+#pragma once
+
+#include "workflow/evidence/family.h"
+#include "workflow/proposals.h"
+
+namespace clipchain {
+
+Evidence JudgeFileTimes(const Family& family, std::size_t before, std::size_t behind);
+
+}  // namespace clipchain

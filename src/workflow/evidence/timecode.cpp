@@ -1,0 +1,125 @@
+#include "workflow/evidence/timecode.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "workflow/evidence/split.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+constexpr std::size_t kMostNear = 8;
+
+// How far behind the end of a clip another one begins, in frames; a negative number where it begins
+// before it. Of half a day neither is known, so the smaller one counts.
+std::int64_t FramesBetween(const TimecodeTraits& before, const TimecodeTraits& behind) {
+  const std::int64_t day = before.day;
+  const auto distance = [&](std::int64_t end) {
+    const std::int64_t forward = ((behind.first - end) % day + day) % day;
+    return forward > day / 2 ? forward - day : forward;
+  };
+  const std::int64_t early = distance(before.earliestEnd);
+  const std::int64_t late = distance(before.latestEnd);
+  return std::abs(early) < std::abs(late) ? early : late;
+}
+
+bool CanCompare(const TimecodeTraits& a, const TimecodeTraits& b) {
+  return a.day == b.day && a.framesPerSecond == b.framesPerSecond;
+}
+
+// Whether nothing but the timecode lets the second clip follow.
+bool AreSeparated(const Family& family, std::size_t before, std::size_t behind) {
+  const ClockVerdict clock = JudgeClock(family, before, behind);
+  if (clock.evidence.agrees) return !*clock.evidence.agrees && !clock.gapIsClip;
+  return JudgeSplit(family, before, behind).agrees == false;
+}
+
+}  // namespace
+
+void IndexTimecodes(Family& family) {
+  for (FamilyCard& card : family.cards) {
+    const TimecodeTraits* first = nullptr;
+    std::size_t count = 0;
+    card.timecodesAlike = true;
+    for (const std::size_t i : card.clips) {
+      const auto& timecode = family.Traits(i).timecode;
+      if (!timecode) continue;
+      ++count;
+      if (first == nullptr) first = &*timecode;
+      if (timecode->first != first->first) card.timecodesAlike = false;
+      family.timecodes.emplace_back(timecode->first, i);
+    }
+    card.timecodesAlike = card.timecodesAlike && count > 1;
+  }
+  std::sort(family.timecodes.begin(), family.timecodes.end());
+}
+
+void NoteCounters(Family& family) {
+  for (FamilyCard& card : family.cards) {
+    for (const std::size_t i : card.clips) {
+      const auto& timecode = family.Traits(i).timecode;
+      if (!timecode || card.timecodesAlike || card.timecodeCounts) continue;
+      for (const std::size_t other :
+           ClipsFromTimecode(family, timecode->earliestEnd, timecode->latestEnd, kMostNear)) {
+        if (other != i && AreSeparated(family, i, other)) card.timecodeCounts = true;
+      }
+    }
+  }
+}
+
+TimecodeVerdict JudgeTimecode(const Family& family, std::size_t before, std::size_t behind,
+                              const ClockVerdict& clock) {
+  TimecodeVerdict verdict;
+  Evidence& evidence = verdict.evidence;
+  const auto& first = family.Traits(before).timecode;
+  const auto& second = family.Traits(behind).timecode;
+  const std::string names[] = {Shown(family.clips[before].name), Shown(family.clips[behind].name)};
+  if (!first || !second || !CanCompare(*first, *second)) {
+    evidence.text = "the clips have no timecodes that can be compared";
+    return verdict;
+  }
+  if (family.CardOf(before).timecodesAlike || family.CardOf(behind).timecodesAlike) {
+    evidence.text = "the timecodes of all clips begin alike";
+    return verdict;
+  }
+  const std::int64_t frames = FramesBetween(*first, *second);
+  if (frames == 0 && family.CardOf(before).timecodeCounts && clock.evidence.agrees != true) {
+    evidence.text = "the timecode runs on over recordings, too";
+    return verdict;
+  }
+  evidence.agrees = frames == 0;
+  const std::int64_t slack = 2 * first->framesPerSecond;
+  const std::int64_t length =
+      ((first->earliestEnd - first->first) % first->day + first->day) % first->day;
+  verdict.gapIsClip = frames != 0 && std::abs(frames - length) <= slack;
+  evidence.text = frames == 0
+                      ? fmt::format("the timecode of {} runs on from {}", names[1], names[0])
+                      : fmt::format("the timecode of {} begins {} frames {} {} ends", names[1],
+                                    std::abs(frames),
+                                    frames < 0 ? "before that of" : "after that of", names[0]);
+  return verdict;
+}
+
+bool TimecodeGoesOn(const Family& family, std::size_t last) {
+  const auto& timecode = family.Traits(last).timecode;
+  if (!timecode || family.CardOf(last).timecodesAlike) return false;
+  const std::vector<std::size_t> next =
+      ClipsFromTimecode(family, timecode->earliestEnd, timecode->latestEnd, kMostNear);
+  const auto mayFollow = [&](std::size_t other) {
+    return other != last && JudgeClock(family, last, other).evidence.agrees != false;
+  };
+  if (std::any_of(next.begin(), next.end(), mayFollow)) return true;
+  if (!next.empty() || !family.CardOf(last).timecodeCounts) return false;
+  // Frames were counted that no clip has.
+  const std::int64_t length =
+      ((timecode->earliestEnd - timecode->first) % timecode->day + timecode->day) % timecode->day;
+  const auto later = std::lower_bound(family.timecodes.begin(), family.timecodes.end(),
+                                      std::pair(timecode->latestEnd + 1, std::size_t{0}));
+  return later != family.timecodes.end() &&
+         later->first <= timecode->latestEnd + length + 2 * timecode->framesPerSecond;
+}
+
+}  // namespace clipchain

@@ -1,0 +1,28 @@
+// The evidence of timecodes: the next clip's first one follows the last one's end.
+#pragma once
+
+#include "workflow/evidence/clock.h"
+#include "workflow/evidence/family.h"
+#include "workflow/proposals.h"
+
+namespace clipchain {
+
+// Fills in the order by timecode, and the cards on which all timecodes begin alike.
+void IndexTimecodes(Family& family);
+
+// Notes the cards on which timecodes run on over clips that clock and split keep apart: they count
+// what was recorded, and every clip follows on another one. Customs and limits must be there.
+void NoteCounters(Family& family);
+
+struct TimecodeVerdict {
+  Evidence evidence{EvidenceKind::kTimecode};
+  bool gapIsClip = false;  // as many frames are missing as the first clip has, within 2 s
+};
+
+TimecodeVerdict JudgeTimecode(const Family& family, std::size_t before, std::size_t behind,
+                              const ClockVerdict& clock);
+
+// Whether a clip should follow: frames are counted that no clip has.
+bool TimecodeGoesOn(const Family& family, std::size_t last);
+
+}  // namespace clipchain

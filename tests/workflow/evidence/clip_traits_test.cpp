@@ -1,0 +1,174 @@
+#include "workflow/evidence/clip_traits.h"
+
+#include <gtest/gtest.h>
+
+#include "support/movie_builder.h"
+#include "support/temp_dir.h"
+#include "workflow/evidence/leaf_values.h"
+#include "workflow/evidence/media_clock_traits.h"
+
+using clipchain::ClipTraits;
+using clipchain::kSecond;
+using clipchain::LeafValues;
+using clipchain::MomentIn;
+using clipchain::ReadClipTraits;
+using support::AudioTrack;
+using support::Box;
+using support::Bytes;
+using support::Fill;
+using support::FullBox;
+using support::Hex;
+using support::MovieBuilder;
+using support::operator+;
+using support::Text;
+using support::TimecodeTrack;
+using support::U32;
+using support::VideoTrack;
+
+namespace {
+
+class Traits : public testing::Test {
+ protected:
+  std::optional<ClipTraits> Of(const MovieBuilder& movie) {
+    support::WriteFile(folder / "clip.mp4", movie.Build());
+    return ReadClipTraits((folder / "clip.mp4").string(), 3);
+  }
+
+  support::TempDir folder;
+};
+
+const Bytes kValue = Hex("00112233 44556677 8899AABB CCDDEEFF");
+
+}  // namespace
+
+TEST_F(Traits, AreReadOffTheMovieBox) {
+  MovieBuilder movie;
+  movie.creationTime = 3'800'000'000;
+  movie.Add(VideoTrack(90)).Add(AudioTrack(140));
+  const auto traits = Of(movie);
+  ASSERT_TRUE(traits);
+  EXPECT_EQ(traits->volume, 3u);
+  EXPECT_EQ(traits->size, static_cast<long long>(movie.Build().size()));
+  EXPECT_EQ(traits->created, 3'800'000'000u);
+  EXPECT_EQ(traits->length, 3 * kSecond);
+  EXPECT_NEAR(static_cast<double>(traits->frame), kSecond / 30.0, 1);
+  EXPECT_FALSE(traits->isPicture);
+  EXPECT_TRUE(traits->written);
+  EXPECT_FALSE(traits->timecode);
+}
+
+TEST_F(Traits, OfOneSampleAreThoseOfAPicture) {
+  EXPECT_TRUE(Of(MovieBuilder().Add(VideoTrack(1)))->isPicture);
+}
+
+TEST_F(Traits, AreNoneWithoutAMovie) {
+  support::WriteFile(folder / "clip.mp4", Box("ftyp", {Text("mp42"), U32(0)}));
+  EXPECT_FALSE(ReadClipTraits((folder / "clip.mp4").string(), 0));
+  EXPECT_FALSE(ReadClipTraits((folder / "none.mp4").string(), 0));
+}
+
+TEST_F(Traits, DescribeClipsAlikeWhateverTheyDeclareOfBitRates) {
+  const auto described = [this](const Bytes& extra, std::uint32_t samples) {
+    MovieBuilder movie;
+    movie.Add(VideoTrack(samples));
+    Bytes& entry = movie.tracks[0].sampleEntry;
+    entry =
+        support::WithU32(entry + extra, 0, static_cast<std::uint32_t>(entry.size() + extra.size()));
+    return Of(movie)->description;
+  };
+  const auto rate = [](std::uint32_t most) { return Box("btrt", {U32(1), U32(most), U32(9)}); };
+  EXPECT_EQ(described(rate(1000), 30), described(rate(2000), 60));
+  EXPECT_NE(described(rate(1000), 30), described({}, 30));
+  EXPECT_NE(described(Box("pasp", {U32(1), U32(1)}), 30),
+            described(Box("pasp", {U32(4), U32(3)}), 30));
+}
+
+TEST_F(Traits, DifferInDescriptionByTracksAndTimeScales) {
+  MovieBuilder one;
+  one.Add(VideoTrack(30));
+  MovieBuilder two = one;
+  two.Add(AudioTrack(30));
+  MovieBuilder scaled = one;
+  scaled.tracks[0].timeScale = 60000;
+  MovieBuilder uniform = one;
+  uniform.tracks[0].uniformSize = 100;
+  uniform.tracks[0].sampleSizes.assign(30, 100);
+  EXPECT_NE(Of(one)->description, Of(two)->description);
+  EXPECT_NE(Of(one)->description, Of(scaled)->description);
+  EXPECT_EQ(Of(one)->description, Of(uniform)->description);
+}
+
+TEST_F(Traits, HaveTheTimecodeOfASingleSample) {
+  MovieBuilder movie;
+  movie.Add(VideoTrack(90)).Add(TimecodeTrack({{0, 1, 0xA5, 0xE0}}));
+  const auto traits = Of(movie);
+  ASSERT_TRUE(traits->timecode);
+  EXPECT_EQ(traits->timecode->first, 0x1A5E0);
+  EXPECT_EQ(traits->timecode->latestEnd, 0x1A5E0 + 90);
+}
+
+TEST_F(Traits, HaveTheTimecodeOfASampleAPicture) {
+  MovieBuilder movie;
+  movie.Add(VideoTrack(3)).Add(TimecodeTrack({{1, 0, 0, 0}, {1, 0, 0, 1}, {1, 0, 0, 2}}));
+  const auto traits = Of(movie);
+  ASSERT_TRUE(traits->timecode);
+  EXPECT_EQ(traits->timecode->first, 108'000);
+  EXPECT_EQ(traits->timecode->earliestEnd, 108'003);
+}
+
+TEST_F(Traits, AreEqualForCopiesAlone) {
+  MovieBuilder movie;
+  movie.Add(VideoTrack(90));
+  const auto first = Of(movie)->movieDigest;
+  EXPECT_EQ(Of(movie)->movieDigest, first);
+  movie.creationTime = 1;
+  EXPECT_NE(Of(movie)->movieDigest, first);
+}
+
+TEST(LeafValues, AreFoundInUserDataAndExtensionsAndMetadata) {
+  const Bytes body = Box("udta", {Box("ABCD", {kValue}), Box("EFGH", {U32(0), kValue})}) +
+                     Box("uuid", {Fill(16, 7), kValue}) +
+                     FullBox("meta", 0, 0, {Box("IJKL", {kValue})}) +
+                     Box("trak", {Box("udta", {Box("MNOP", {kValue})})});
+  const auto values = LeafValues(body);
+  ASSERT_EQ(values.size(), 5u);
+  const std::string value(kValue.begin(), kValue.end());
+  for (const auto& found : values) EXPECT_EQ(found.value, value) << found.place;
+  EXPECT_EQ(values[0].place, "udta/ABCD");
+  EXPECT_EQ(values[1].place, "udta/EFGH");
+  EXPECT_EQ(values[4].place, "trak/udta/MNOP");
+}
+
+TEST(LeafValues, AreOf16To32BytesAndNoText) {
+  const auto count = [](const Bytes& value) {
+    return LeafValues(Box("udta", {Box("ABCD", {value})})).size();
+  };
+  EXPECT_EQ(count(Fill(15, 1) + Fill(0, 2)), 0u);
+  EXPECT_EQ(count(kValue), 1u);
+  EXPECT_EQ(count(kValue + kValue), 1u);
+  EXPECT_EQ(count(kValue + kValue + Hex("01020304")), 1u);
+  EXPECT_EQ(count(kValue + kValue + Hex("0102030405")), 0u);
+  EXPECT_EQ(count(Text("HD9.01.01.60.00 X")), 0u);
+  EXPECT_EQ(count(Fill(16, 0)), 0u);
+}
+
+TEST(LeafValues, OfAnythingAreFoundWithoutHarm) {
+  EXPECT_TRUE(LeafValues({}).empty());
+  EXPECT_TRUE(LeafValues(Hex("00000000 75647461")).empty());
+  EXPECT_TRUE(LeafValues(Hex("FFFFFFFF 75647461 00")).empty());
+  Bytes nested = Box("ABCD", {kValue});
+  for (int i = 0; i < 100; ++i) nested = Box("udta", {nested});
+  EXPECT_TRUE(LeafValues(nested).empty());
+}
+
+TEST(MediaClock, ReadsMomentsOfPublicFormats) {
+  EXPECT_EQ(MomentIn("1970"), std::nullopt);
+  const auto iso = MomentIn("at 2024-05-01T10:11:12.250Z;");
+  ASSERT_TRUE(iso);
+  EXPECT_EQ(*iso % (60 * kSecond), 12'250'000'000);
+  EXPECT_EQ(MomentIn("2024-05-01 10:11:13Z"), *iso + 750'000'000);
+  EXPECT_EQ(MomentIn("$GPRMC,101112.25,A,4807.038,N,01131.000,E,022.4,084.4,010524,003.1,W*6A"),
+            iso);
+  EXPECT_EQ(MomentIn("2024-13-01T10:11:12Z"), std::nullopt);
+  EXPECT_EQ(MomentIn("$GPRMC,101112.25,A"), std::nullopt);
+}

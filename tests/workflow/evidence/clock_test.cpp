@@ -1,0 +1,125 @@
+#include "workflow/evidence/clock.h"
+
+#include <gtest/gtest.h>
+
+#include "workflow/evidence/said_clips.h"
+
+using clipchain::ClipSays;
+using clipchain::kSomeDay;
+using clipchain::ProposedFrom;
+using clipchain::UsableTime;
+
+namespace {
+
+// A recording of two clips split at a minute, begun `gap` seconds after the first one ends; and one
+// that shows what the camera's times are the times of.
+std::vector<ClipSays> TwoClips(double gap) {
+  return {ClipSays("c/xa.MP4").At(0).For(60 - gap).Bytes(1'999'000'000 + 100'000'000),
+          ClipSays("c/xb.MP4").At(60).For(20)};
+}
+
+std::uint64_t DaysAfter1904(std::uint64_t days, std::uint64_t seconds) {
+  return days * 86400 + seconds;
+}
+constexpr std::uint64_t kDaysTo1970 = 24107;
+constexpr std::uint64_t kDaysTo2015 = kDaysTo1970 + 16436;
+
+}  // namespace
+
+TEST(Clock, RunsOnWithinTwoSeconds) {
+  // Both stop at 2 GiB, so that only the clock decides.
+  EXPECT_EQ(ProposedFrom(TwoClips(2.0)), "likely: xa.MP4 xb.MP4");
+  EXPECT_EQ(ProposedFrom(TwoClips(-2.0)), "likely: xa.MP4 xb.MP4");
+  EXPECT_EQ(ProposedFrom(TwoClips(2.1)), "");
+  EXPECT_EQ(ProposedFrom(TwoClips(-2.1)), "");
+}
+
+TEST(Clock, IsSilentWhereItWasNeverSet) {
+  EXPECT_FALSE(UsableTime(0));
+  EXPECT_FALSE(UsableTime(3600 * 24 * 40));  // in 1904
+  EXPECT_FALSE(UsableTime(DaysAfter1904(kDaysTo1970, 0)));
+  EXPECT_FALSE(UsableTime(DaysAfter1904(kDaysTo1970 + 100, 0)));
+  EXPECT_FALSE(UsableTime(DaysAfter1904(kDaysTo2015, 0)));
+  EXPECT_FALSE(UsableTime(DaysAfter1904(kDaysTo2015, 3599)));
+  EXPECT_FALSE(UsableTime(DaysAfter1904(kDaysTo2015, 3600)));
+  EXPECT_TRUE(UsableTime(DaysAfter1904(kDaysTo2015, 3601)));
+  EXPECT_TRUE(UsableTime(DaysAfter1904(kDaysTo2015, 0) - 1));
+  EXPECT_FALSE(UsableTime(~std::uint64_t{0}));
+}
+
+TEST(Clock, OfAResetCameraLeavesTheNumbers) {
+  const std::uint64_t newYear = DaysAfter1904(kDaysTo2015, 10);
+  EXPECT_EQ(ProposedFrom({ClipSays("c/A0001.MP4").Created(newYear).For(60),
+                          ClipSays("c/A0002.MP4").Created(newYear + 60).For(60),
+                          ClipSays("c/A0003.MP4").Created(newYear + 120).For(7)}),
+            "possible: A0001.MP4 A0002.MP4 A0003.MP4");
+}
+
+TEST(Clock, RunsOnOverMidnight) {
+  const std::int64_t toMidnight = 86400 - static_cast<std::int64_t>(kSomeDay % 86400);
+  EXPECT_EQ(ProposedFrom({ClipSays("c/xa.MP4").At(toMidnight - 30).For(60),
+                          ClipSays("c/xb.MP4").At(toMidnight + 30).For(60),
+                          ClipSays("c/xc.MP4").At(toMidnight + 90).For(20)}),
+            "likely: xa.MP4 xb.MP4 xc.MP4");
+}
+
+TEST(Clock, ThatIsSetToSummerTimeInBetweenDisagrees) {
+  EXPECT_EQ(
+      ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60), ClipSays("c/A0002.MP4").At(60).For(60),
+                    ClipSays("c/A0003.MP4").At(3600 + 120).For(20)}),
+      "likely: A0001.MP4 A0002.MP4");
+  EXPECT_EQ(ProposedFrom({ClipSays("c/A0001.MP4").At(3600).For(60),
+                          ClipSays("c/A0002.MP4").At(3660).For(60),
+                          ClipSays("c/A0003.MP4").At(120).For(20)}),
+            "likely: A0001.MP4 A0002.MP4");
+}
+
+TEST(Clock, MayBeThatOfTheEnd) {
+  EXPECT_EQ(ProposedFrom({ClipSays("c/xa.MP4").At(60).For(60), ClipSays("c/xb.MP4").At(120).For(60),
+                          ClipSays("c/xc.MP4").At(137).For(17)}),
+            "likely: xa.MP4 xb.MP4 xc.MP4");
+}
+
+TEST(Clock, MayBeThatOfTheRecording) {
+  EXPECT_EQ(ProposedFrom(
+                {ClipSays("c/A0001.MP4").At(0).For(60), ClipSays("c/A0002.MP4").At(0).For(60),
+                 ClipSays("c/A0003.MP4").At(0).For(17), ClipSays("c/A0004.MP4").At(500).For(30)}),
+            "likely: A0001.MP4 A0002.MP4 A0003.MP4");
+}
+
+TEST(Clock, OfTheRecordingGivesNoOrderWithoutNumbers) {
+  EXPECT_EQ(ProposedFrom({ClipSays("c/xa.MP4").At(0).For(60), ClipSays("c/xb.MP4").At(0).For(60),
+                          ClipSays("c/xc.MP4").At(0).For(17)}),
+            "");
+}
+
+TEST(Clock, OfTheRecordingWithAClipThatHasNoPlaceIsNoWholeOne) {
+  EXPECT_EQ(
+      ProposedFrom(
+          {ClipSays("c/GOPR0034.MP4").At(0).For(60), ClipSays("c/GP010034.MP4").At(0).For(60),
+           ClipSays("c/GP020034.MP4").At(0).For(60), ClipSays("c/GP030034.MP4").At(0).For(17)}),
+      "incomplete likely: GP010034.MP4 GP020034.MP4 GP030034.MP4");
+}
+
+TEST(Clock, ThatStandsStillIsSilent) {
+  // The first one ends ahead of the limit: numbers and lengths keep the clips apart.
+  EXPECT_EQ(
+      ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(31), ClipSays("c/A0002.MP4").At(0).For(60),
+                    ClipSays("c/A0003.MP4").At(0).For(60), ClipSays("c/A0007.MP4").At(0).For(17)}),
+      "incomplete possible: A0002.MP4 A0003.MP4");
+}
+
+TEST(Clock, OfTwoCustomsThatExplainAsMuchIsSilent) {
+  EXPECT_EQ(
+      ProposedFrom({ClipSays("c/xa.MP4").At(0).For(60), ClipSays("c/xb.MP4").At(60).For(20),
+                    ClipSays("c/ya.MP4").At(1000).For(60), ClipSays("c/yb.MP4").At(1030).For(30)}),
+      "");
+}
+
+TEST(Clock, FindsTheFirstChapterWhateverItsName) {
+  EXPECT_EQ(
+      ProposedFrom(
+          {ClipSays("c/GOPR0034.MP4").At(0).For(60), ClipSays("c/GP010034.MP4").At(60).For(60),
+           ClipSays("c/GP020034.MP4").At(120).For(17), ClipSays("c/GOPR0035.MP4").At(400).For(17)}),
+      "likely: GOPR0034.MP4 GP010034.MP4 GP020034.MP4");
+}

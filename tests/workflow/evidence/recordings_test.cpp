@@ -1,0 +1,182 @@
+#include "workflow/evidence/recordings.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "workflow/evidence/said_clips.h"
+
+using clipchain::ClipSays;
+using clipchain::EvidenceUnit;
+using clipchain::Grade;
+using clipchain::ProposalsOf;
+using clipchain::ProposeChains;
+using clipchain::ProposedFrom;
+
+namespace {
+
+const std::string kOne(16, '\x01');
+std::string Value(char c) { return std::string(15, c) + '\xff'; }
+
+}  // namespace
+
+TEST(Recordings, NumbersAloneArePossible) {
+  EXPECT_EQ(ProposedFrom({ClipSays("c/A0001.MP4").For(60), ClipSays("c/A0002.MP4").For(60),
+                          ClipSays("c/A0003.MP4").For(20)}),
+            "possible: A0001.MP4 A0002.MP4 A0003.MP4");
+}
+
+TEST(Recordings, TheWeakestLinkGivesTheGrade) {
+  EXPECT_EQ(ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60).Timecode(500, 1800),
+                          ClipSays("c/A0002.MP4").At(60).For(60).Timecode(2300, 1800),
+                          ClipSays("c/A0003.MP4").At(120).For(20)}),
+            "likely: A0001.MP4 A0002.MP4 A0003.MP4");
+}
+
+TEST(Recordings, AnIdentityMakesNumbersCertain) {
+  EXPECT_EQ(ProposedFrom({ClipSays("c/A0001.MP4").For(60).Value("udta/ABCD", Value('a')),
+                          ClipSays("c/A0002.MP4").For(20).Value("udta/ABCD", Value('a')),
+                          ClipSays("c/A0003.MP4").For(60).Value("udta/ABCD", Value('b')),
+                          ClipSays("c/A0004.MP4").For(20).Value("udta/ABCD", Value('b'))}),
+            "certain: A0001.MP4 A0002.MP4\ncertain: A0003.MP4 A0004.MP4");
+}
+
+TEST(Recordings, AValueThatIsEqualEverywhereIdentifiesNothing) {
+  EXPECT_EQ(ProposedFrom({ClipSays("c/A0001.MP4").For(60).Value("udta/ABCD", Value('a')),
+                          ClipSays("c/A0002.MP4").For(20).Value("udta/ABCD", Value('a'))}),
+            "possible: A0001.MP4 A0002.MP4");
+}
+
+TEST(Recordings, AnIdentityThatFormsOthersSeparates) {
+  // Fixed lengths, begun again at once: nothing else tells them apart.
+  EXPECT_EQ(ProposedFrom({ClipSays("c/xa.MP4").At(0).For(60).Value("udta/ABCD", Value('a')),
+                          ClipSays("c/xb.MP4").At(60).For(60).Value("udta/ABCD", Value('a')),
+                          ClipSays("c/ya.MP4").At(121).For(60).Value("udta/ABCD", Value('b')),
+                          ClipSays("c/yb.MP4").At(181).For(20).Value("udta/ABCD", Value('b'))}),
+            "certain: xa.MP4 xb.MP4\ncertain: ya.MP4 yb.MP4");
+}
+
+TEST(Recordings, AClipThatShouldFollowByItsIdentityIsMissed) {
+  EXPECT_EQ(ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60).Value("udta/ABCD", Value('a')),
+                          ClipSays("c/A0002.MP4").At(60).For(60).Value("udta/ABCD", Value('a')),
+                          ClipSays("c/A0009.MP4").At(540).For(20).Value("udta/ABCD", Value('a')),
+                          ClipSays("c/A0010.MP4").At(9000).For(20).Value("udta/ABCD", Value('b'))}),
+            "incomplete certain: A0001.MP4 A0002.MP4");
+}
+
+TEST(Recordings, AHoleNeedsTheGapAndTheNumber) {
+  const auto three = [](const char* last, std::int64_t time) {
+    return ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60),
+                         ClipSays("c/A0002.MP4").At(60).For(60), ClipSays(last).At(time).For(20)});
+  };
+  EXPECT_EQ(three("c/A0004.MP4", 180), "incomplete likely: A0001.MP4 A0002.MP4 A0004.MP4");
+  EXPECT_EQ(three("c/A0004.MP4", 182), "incomplete likely: A0001.MP4 A0002.MP4 A0004.MP4");
+  EXPECT_EQ(three("c/A0004.MP4", 183), "likely: A0001.MP4 A0002.MP4");
+  EXPECT_EQ(three("c/A0003.MP4", 180), "likely: A0001.MP4 A0002.MP4");
+  EXPECT_EQ(three("c/A0005.MP4", 180), "likely: A0001.MP4 A0002.MP4");
+  // A photo took the number.
+  EXPECT_EQ(three("c/A0004.MP4", 120), "likely: A0001.MP4 A0002.MP4 A0004.MP4");
+}
+
+TEST(Recordings, NumbersThatFallDisagree) {
+  EXPECT_EQ(
+      ProposedFrom({ClipSays("c/A0005.MP4").At(0).For(60), ClipSays("c/A0003.MP4").At(60).For(20)}),
+      "");
+  EXPECT_EQ(
+      ProposedFrom({ClipSays("c/A9999.MP4").At(0).For(60), ClipSays("c/A0001.MP4").At(60).For(20)}),
+      "likely: A9999.MP4 A0001.MP4");
+}
+
+TEST(Recordings, RunOnFromOneFolderToTheNext) {
+  EXPECT_EQ(ProposedFrom({ClipSays("c/DCIM/100MEDIA/A0999.MP4").For(60),
+                          ClipSays("c/DCIM/101MEDIA/A1000.MP4").For(20)}),
+            "possible: A0999.MP4 A1000.MP4");
+  EXPECT_EQ(ProposedFrom({ClipSays("c/DCIM/100MEDIA/A0999.MP4").For(60),
+                          ClipSays("c/DCIM/102MEDIA/A1000.MP4").For(20)}),
+            "");
+}
+
+TEST(Recordings, OfCopiesOneIsProposedFromTheFolderOfTheOthers) {
+  ClipSays copy = ClipSays("backup/A0002.MP4").At(60).For(60);
+  const ClipSays original = ClipSays("c/A0002.MP4").At(60).For(60);
+  copy.movieDigest = original.movieDigest;
+  copy.size = original.size;
+  const auto found = ProposalsOf({copy, ClipSays("c/A0001.MP4").At(0).For(60), original,
+                                  ClipSays("c/A0003.MP4").At(120).For(20)});
+  ASSERT_EQ(found.size(), 1u);
+  EXPECT_EQ(found[0].units, (std::vector<std::size_t>{1, 2, 3}));
+}
+
+TEST(Recordings, TwoClipsThatFollowEquallyWellLeaveItOpen) {
+  EXPECT_EQ(
+      ProposedFrom({ClipSays("c/xa.MP4").At(0).For(60), ClipSays("c/xb.MP4").At(60).For(60),
+                    ClipSays("c/xc.MP4").At(120).For(20), ClipSays("c/yc.MP4").At(121).For(30)}),
+      "incomplete likely: xa.MP4 xb.MP4");
+}
+
+TEST(Recordings, TwoCamerasAtOnceAreToldApartByTheirNumbers) {
+  EXPECT_EQ(ProposedFrom(
+                {ClipSays("c/A0001.MP4").At(0).For(60), ClipSays("c/B0101.MP4").At(0).For(60),
+                 ClipSays("c/A0002.MP4").At(60).For(60), ClipSays("c/B0102.MP4").At(60).For(60),
+                 ClipSays("c/A0003.MP4").At(120).For(20), ClipSays("c/B0103.MP4").At(120).For(30)}),
+            "likely: A0001.MP4 A0002.MP4 A0003.MP4\nlikely: B0101.MP4 B0102.MP4 B0103.MP4");
+}
+
+TEST(Recordings, PicturesOfATimeLapseAreNone) {
+  std::vector<ClipSays> clips;
+  for (int i = 0; i < 20; ++i) {
+    clips.push_back(ClipSays("c/A00" + std::to_string(10 + i) + ".MP4").At(i * 2).For(1 / 30.0));
+    clips.back().isPicture = true;
+  }
+  EXPECT_EQ(ProposedFrom(clips), "");
+}
+
+TEST(Recordings, OpenSequencesAreExtendedAndStayIncompleteWhereTheyAreOpen) {
+  const auto unit = [](const ClipSays& clip) { return EvidenceUnit{{clip}}; };
+  EvidenceUnit sequence{
+      {ClipSays("c/A0001.MP4").At(0).For(60), ClipSays("c/A0002.MP4").At(60).For(60)}};
+  sequence.identified = true;
+  sequence.openAtHead = false;
+  sequence.openAtTail = true;
+  const EvidenceUnit last = unit(ClipSays("c/A0003.MP4").At(120).For(20));
+  const auto found = ProposeChains({sequence, last});
+  ASSERT_EQ(found.size(), 1u);
+  EXPECT_TRUE(found[0].complete);
+  EXPECT_EQ(found[0].units, (std::vector<std::size_t>{0, 1}));
+  sequence.openAtHead = true;
+  EXPECT_FALSE(ProposeChains({sequence, last}).at(0).complete);
+  sequence.openAtTail = false;
+  EXPECT_TRUE(ProposeChains({sequence, last}).empty());
+}
+
+TEST(Recordings, TwoIdentifiedSequencesAreNeverLinked) {
+  EvidenceUnit first{{ClipSays("c/A0001.MP4").At(0).For(60)}};
+  EvidenceUnit second{{ClipSays("c/A0002.MP4").At(60).For(20)}};
+  first.identified = second.identified = true;
+  EXPECT_TRUE(ProposeChains({first, second}).empty());
+}
+
+TEST(Recordings, SayWhatTheyRestOn) {
+  const auto found = ProposalsOf(
+      {ClipSays("c/MOVI0012.MP4").At(0).For(59.984), ClipSays("c/MOVI0013.MP4").At(60).For(20)});
+  ASSERT_EQ(found.size(), 1u);
+  EXPECT_EQ(found[0].grade, Grade::kLikely);
+  ASSERT_EQ(found[0].evidence.size(), 8u);
+  EXPECT_EQ(found[0].evidence[2].text, "MOVI0013.MP4 begins 0.0 s after MOVI0012.MP4 ends");
+  EXPECT_EQ(found[0].evidence[2].agrees, true);
+  EXPECT_EQ(found[0].evidence[1].agrees, std::nullopt);
+  EXPECT_EQ(found[0].evidence[4].text, "MOVI0013.MP4 has the number behind MOVI0012.MP4");
+}
+
+TEST(Recordings, TenThousandClipsTakeSeconds) {
+  std::vector<EvidenceUnit> units;
+  for (int i = 0; i < 10'000; ++i) {
+    const std::string number = std::to_string(100'000 + i).substr(1);
+    units.push_back({{ClipSays("c/A" + number + ".MP4").At(i * 60).For(i % 7 == 6 ? 31 : 60)}});
+  }
+  const auto start = std::chrono::steady_clock::now();
+  const auto found = ProposeChains(units);
+  const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+  EXPECT_GT(found.size(), 1000u);
+  EXPECT_LT(taken.count(), 10);
+}
