@@ -24,6 +24,8 @@ from keeping import keeping_report
 WAYS = {
     "merge": "`clipchain merge`",
     "cat": "`cat`, `sync -d`",
+    "rescue": "`clipchain rescue`",
+    "read": "`cat` to nowhere",
     "cp": "`cp` of each, `sync -d`",
     "ffmpeg": "`ffmpeg -f concat -c copy`, `sync -d`",
     "mkvmerge": "`mkvmerge` appending, `sync -d`",
@@ -107,6 +109,36 @@ def measure_copies(options, work, count, size):
     bytes_of_all = sum(path.stat().st_size for path in inputs)
     shutil.rmtree(folder)
     return bytes_of_all, best
+
+
+def measure_rescue(options, work, size):
+    """The bytes of a clip without its movie box, and the same of the ways to read or copy it."""
+    folder = work / "rescue"
+    folder.mkdir()
+    tool = options.build / "apps" / "clipchain" / "clipchain"
+    clip, = make_clips(options.root, folder, 1, size)
+    whole = clip.read_bytes()
+    broken, out = folder / "broken.mp4", folder / "out.mp4"
+    broken.write_bytes(whole[: whole.rindex(b"moov") - 4])
+    cat = f"cat '{broken}' > '{out}' && sync -d '{out}'"
+    ways = {
+        "rescue": ([tool, "rescue", broken, "--like", clip, "-o", out], out),
+        "read": (["sh", "-c", f"cat '{broken}' > /dev/null"], out),
+        "cat": (["sh", "-c", cat], out),
+    }
+    best = {way: (float("inf"), 0.0) for way in ways}
+    for _ in range(options.rounds):
+        for way, (command, output) in ways.items():
+            seconds, memory = measured(way, command, output)
+            best[way] = (min(best[way][0], seconds), max(best[way][1], memory))
+    bytes_of_all = broken.stat().st_size
+    shutil.rmtree(folder)
+    return bytes_of_all, best
+
+
+def rescue_report(size, best):
+    return ["## Rescuing a clip without a movie box", "",
+            "The clip that it learns from is as large.", "", *copies_report(1, size, best)[2:]]
 
 
 def run_rows(command):
@@ -202,6 +234,7 @@ def main():
         for count, size in [(4, options.megabytes * 10**6), (200, options.megabytes * 10**6 // 250)]:
             lines += copies_report(count, *measure_copies(options, work, count, size))
         lines += keeping_report(options, work, table)
+        lines += rescue_report(*measure_rescue(options, work, 2 * options.megabytes * 10**6))
         one_core = ["taskset", "-c", "0"]
         programs = options.build / "bench"
         rounds = str(2 * options.rounds)

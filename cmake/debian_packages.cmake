@@ -24,7 +24,7 @@ set(CPACK_COMPONENT_LIBRARY_DESCRIPTION
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libclipchain-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 # The static library leaves the libraries that it stands on to whoever links it.
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library_package} (= ${PROJECT_VERSION}), libexif-dev, libfmt-dev, libarchive-dev, nettle-dev, libxxhash-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library_package} (= ${PROJECT_VERSION}), libexif-dev, libfmt-dev, libarchive-dev, nettle-dev, libxxhash-dev, libavcodec-dev")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
     "Merges and chains the MP4 clips of a camera\n Headers, the static library, and files for CMake and pkg-config.")
 

@@ -9,7 +9,7 @@ jobs=$(nproc 2>/dev/null || echo 2)
 # The Debian packages behind a job.
 packages_for() {
   case "$1" in
-    build) echo g++ cmake ninja-build libcli11-dev libfmt-dev nlohmann-json3-dev libexif-dev libarchive-dev nettle-dev libxxhash-dev ;;
+    build) echo g++ cmake ninja-build libcli11-dev libfmt-dev nlohmann-json3-dev libexif-dev libarchive-dev nettle-dev libxxhash-dev libavcodec-dev libavutil-dev ;;
     test) echo libgtest-dev libgmock-dev python3 ffmpeg clang-format shellcheck pkgconf doxygen dpkg-dev file chromium man-db zsh fish strace parallel xxhash zstd ;;
     coverage) echo clang llvm ;;
     sanitizers) echo clang libclang-rt-14-dev ;;

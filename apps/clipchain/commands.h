@@ -11,6 +11,7 @@ namespace clipchain {
 void AddCheckCommand(CLI::App& tool, int& exitCode);
 void AddJoinCommand(CLI::App& tool, int& exitCode);
 void AddMergeCommand(CLI::App& tool, int& exitCode);
+void AddRescueCommand(CLI::App& tool, int& exitCode);
 void AddSequencesCommand(CLI::App& tool, int& exitCode);
 void AddInfoCommand(CLI::App& tool, int& exitCode);
 void AddVerifyCommand(CLI::App& tool, int& exitCode);

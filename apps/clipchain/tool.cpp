@@ -25,6 +25,7 @@ void AddCommands(CLI::App& tool, int& exitCode) {
   AddMergeCommand(tool, exitCode);
   AddCheckCommand(tool, exitCode);
   AddJoinCommand(tool, exitCode);
+  AddRescueCommand(tool, exitCode);
   AddSequencesCommand(tool, exitCode);
   AddInfoCommand(tool, exitCode);
   AddVerifyCommand(tool, exitCode);

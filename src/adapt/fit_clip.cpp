@@ -161,8 +161,8 @@ bool FitClip::TakeMovie(std::size_t index, std::uint64_t memory, FitReport& repo
   const FitBox* place = Place(FourCc("moov"));
   if (place == nullptr) {
     Refuse(report, FitProblemKind::kMovieMissing, index, "has no movie box \"moov\"",
-           "copy the clip again from the card; a clip whose recording was interrupted needs a "
-           "repair tool");
+           "copy the clip again from the card; if its recording was interrupted, run \"clipchain "
+           "rescue\" on it");
     return false;
   }
   if (place->size >= static_cast<std::uint64_t>(MP4G::kLeastUnloadedBoxSize)) {

@@ -20,10 +20,12 @@
 #include "clipchain/terminal/clip_progress.h"
 #include "clipchain/terminal/join_progress.h"
 #include "clipchain/terminal/leftover_question.h"
+#include "clipchain/terminal/rescue_progress.h"
 #include "clipchain/terminal/standard_output.h"
 #include "clipchain/terminal/stop_signals.h"
 #include "clipchain/tool.h"
 #include "workflow/join.h"
+#include "workflow/joining/rescued_clips.h"
 #include "workflow/merging/leftover_findings.h"
 #include "workflow/plan.h"
 #include "workflow/plan_file.h"
@@ -38,6 +40,7 @@ struct JoinCommand {
   PlanOptions plan;
   JoinOptions join;
   std::string planFile;
+  bool rescue = false;
   bool removeLeftovers = false;
   bool dryRun = false;
   bool quiet = false;
@@ -130,7 +133,10 @@ JoinPlan MakePlan(const JoinCommand& command) {
   ProgressLine line(stderr, command.quiet);
   PlanOptions options = command.plan;
   options.progress = ClipProgress("looking at", line);
-  return PlanFor(command.paths, options);
+  if (!command.rescue) return PlanFor(command.paths, options);
+  RescueProgress progress(line);
+  return PlanWithRescued(command.paths,
+                         {options, [&](const RescueStep& step) { return progress.Show(step); }});
 }
 
 int FailNames(const JoinCommand& command, const Findings& missing) {
@@ -180,8 +186,12 @@ void AddJoinCommand(CLI::App& tool, int& exitCode) {
   command->add_flag("--all", options->plan.all, "Put recordings of a single clip there, too");
   command->add_flag("--incomplete", options->plan.incomplete,
                     "Join what there is of recordings of which a clip is missing");
+  CLI::Option* rescue = command->add_flag(
+      "--rescue", options->rescue,
+      "Rescue broken clips into DIR/rescued first, and join recordings with what was found");
   CLI::Option* dryRun =
       command->add_flag("--dry-run", options->dryRun, "Show what would be done, and do nothing");
+  rescue->excludes(dryRun);
   MustBeGiven(command->add_option(
                   "--plan", options->planFile,
                   "Write what would be done to a new file, from which \"clipchain merge --job FILE "

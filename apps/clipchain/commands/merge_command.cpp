@@ -96,13 +96,6 @@ Findings Sort(std::vector<std::string>& inputs) {
   return std::move(order.findings);
 }
 
-// The clips in the order in which they were recorded; what keeps them from it.
-Findings Sort(std::vector<std::string>& inputs) {
-  ClipOrder order = SortClips(inputs);
-  inputs = std::move(order.clips);
-  return std::move(order.findings);
-}
-
 int Run(MergeOptions options) {
   NoteStopSignals();
   Job job;

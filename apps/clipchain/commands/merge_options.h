@@ -10,7 +10,8 @@ class App;
 
 namespace clipchain {
 
-// --force, --verify, --memory-limit and how clips are adapted. The options must live as long as the command.
+// --force, --verify, --memory-limit and how clips are adapted. The options must live as long as the
+// command.
 void AddMergeSettings(CLI::App& command, SafeMergeOptions& options);
 
 // --originals, --hash and --checksums. The options must live as long as the command.

@@ -11,7 +11,9 @@ namespace clipchain {
 
 namespace {
 
-constexpr const char* kCopyAgain = "copy the clip again from the card";
+constexpr const char* kCopyAgain =
+    "copy the clip again from the card; \"clipchain rescue\" finds what is left of one that is cut "
+    "off";
 constexpr const char* kRewrapIt = "rewrap it with a tool that writes plain MP4 files";
 
 std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
@@ -72,8 +74,9 @@ void CheckRequiredBoxes(const ClipFile& clip, FileFindings& findings) {
                      [wanted = type](const TopLevelBox& box) { return box.type == wanted; });
     if (place == clip.Layout().end()) {
       AddRefusal(findings, message, fmt::format("has no {} box {}", words, Quoted(type)),
-                 type == FourCc("moov") ? "copy the clip again from the card; a clip whose "
-                                          "recording was interrupted needs a repair tool"
+                 type == FourCc("moov") ? "copy the clip again from the card; if its "
+                                          "recording was interrupted, run \"clipchain rescue\" "
+                                          "on it"
                                         : Rewrap(kRewrapIt),
                  E_BAD_DATA);
     } else if (place->size >= MP4G::kLeastUnloadedBoxSize) {

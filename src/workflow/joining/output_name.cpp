@@ -14,6 +14,7 @@ namespace {
 constexpr std::size_t kLongestName = 255;  // bytes, on nearly every file system
 constexpr std::string_view kExtension = ".mp4";
 constexpr std::string_view kPartMark = "_incomplete";
+constexpr std::string_view kRescued = "-rescued";
 
 std::string StemOf(const std::string& path) {
   std::string name = path.substr(path.find_last_of('/') + 1);
@@ -65,6 +66,17 @@ std::string WithoutCount(const std::string& outputName) {
   const bool counted = end > 0 && mark != std::string::npos && mark + 1 < end &&
                        outputName[mark] == '_' && outputName.substr(end) == kExtension;
   return counted ? outputName.substr(0, mark).append(kExtension) : outputName;
+}
+
+std::string WithRescueMark(const std::string& outputName) {
+  const std::size_t dot = std::min(outputName.rfind('.'), outputName.size());
+  return std::string(outputName).insert(dot, kRescued);
+}
+
+std::string WithoutRescueMark(const std::string& outputName) {
+  const std::size_t mark = outputName.rfind(kRescued);
+  if (mark == std::string::npos) return outputName;
+  return std::string(outputName).erase(mark, kRescued.size());
 }
 
 std::string WithoutMark(const std::string& outputName) {

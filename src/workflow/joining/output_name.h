@@ -26,6 +26,10 @@ std::string OutputName(const std::optional<MP4G::_tagSequenceTimedate>& date,
 std::string WithoutCount(const std::string& outputName);
 std::string WithoutMark(const std::string& outputName);
 
+// The name of a result that holds a rescued clip, and such a name without the mark.
+std::string WithRescueMark(const std::string& outputName);
+std::string WithoutRescueMark(const std::string& outputName);
+
 // The letters of ASCII in lower case: some file systems do not tell the two apart.
 std::string InLowerCase(std::string text);
 

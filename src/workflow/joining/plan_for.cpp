@@ -11,12 +11,15 @@
 #include "workflow/findings/clip_words.h"
 #include "workflow/joining/output_name.h"
 #include "workflow/plan.h"
+#include "workflow/rescue.h"
 #include "workflow/system/files.h"
 
 namespace clipchain {
 
 namespace {
 
+constexpr const char* kRescueIt =
+    "copy it again from the card, or let --rescue find what is left of it";
 constexpr const char* kCheckName = "check the name and the permissions";
 
 // Takes out what leads to a file that is there already: a folder inside of another one that was
@@ -57,7 +60,8 @@ std::map<std::string, const SequenceClip*> EarlierResults(const ScanReport& scan
   for (const SequenceClip* clip : clips) {
     const std::string name = std::filesystem::path(clip->path).filename().string();
     for (const std::string& candidate :
-         {name, WithoutCount(name), WithoutMark(name), WithoutMark(WithoutCount(name))}) {
+         {name, WithoutCount(name), WithoutMark(name), WithoutMark(WithoutCount(name)),
+          WithoutRescueMark(name), WithoutCount(WithoutRescueMark(name))}) {
       const auto source = sources.find(Mark(candidate, *clip));
       if (source != sources.end() && source->second != clip)
         results.emplace(clip->path, source->second);
@@ -113,6 +117,7 @@ JoinPlan PlanFor(const std::vector<std::string>& operands, const PlanOptions& op
         MakeFinding(Message::kInputUnreadable, path.path, path.reason, kCheckName));
   for (const RejectedClip& clip : scan.rejected) {
     Finding finding = WhyNoClip(clip.path, clip.result).front();
+    if (NeedsRescue(clip.path)) finding.remedy = kRescueIt;
     finding.result = clip.result;
     plan.findings.push_back(std::move(finding));
   }

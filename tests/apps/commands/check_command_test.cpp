@@ -60,7 +60,8 @@ TEST_F(CheckCommand, EndsWithOneForAnErrorAndSaysWhereItIs) {
   EXPECT_EQ("", run.err);
   EXPECT_THAT(run.out, HasSubstr("error: " + bad + " ends at byte"));
   EXPECT_THAT(run.out, HasSubstr("(file-cut-off)\n"));
-  EXPECT_THAT(run.out, HasSubstr("  copy the clip again from the card\n"));
+  EXPECT_THAT(run.out,
+              HasSubstr("  copy the clip again from the card; \"clipchain rescue\" finds "));
   EXPECT_THAT(run.out, Not(HasSubstr("the merged file takes")));
 }
 

@@ -1,0 +1,19 @@
+// A rescue as the tool prints it.
+#pragma once
+
+#include <string>
+
+#include "clipchain/terminal/paint.h"
+#include "workflow/rescue.h"
+
+namespace clipchain {
+
+// The tracks with what was found of each, and what is left over.
+std::string RescueText(const std::string& broken, const std::string& output,
+                       const RescueReport& report);
+
+// The same for programs, and the findings; docs/json.md has the fields.
+std::string RescueJson(const std::string& broken, const std::string& output,
+                       const RescueReport& report, double seconds);
+
+}  // namespace clipchain

@@ -1,0 +1,245 @@
+#include "workflow/rescue/access_units.h"
+
+#include <algorithm>
+
+namespace clipchain::rescue {
+
+namespace {
+
+// Enough of a unit to tell what it is.
+constexpr std::size_t kHead = 96;
+// A sample of another clip of the camera can be larger than the reference's,
+// but not beyond all measure.
+constexpr std::uint64_t kRoom = 4 << 20;
+constexpr std::uint64_t kTimesLargest = 16;
+// Access units have a few units; a run of the smallest ones is no video.
+constexpr unsigned int kMostUnits = 1024;
+
+bool IsSamePicture(const Slice& a, const Slice& b) {
+  return a.pictureSet == b.pictureSet && a.frameNumber == b.frameNumber && a.field == b.field &&
+         a.bottomField == b.bottomField && a.idr == b.idr && a.idrId == b.idrId &&
+         a.orderLow == b.orderLow && (a.referenceIdc == 0) == (b.referenceIdc == 0);
+}
+
+std::uint64_t ReadLength(const unsigned char* bytes, unsigned int size) {
+  std::uint64_t length = 0;
+  for (unsigned int i = 0; i < size; ++i) length = length << 8 | bytes[i];
+  return length;
+}
+
+}  // namespace
+
+bool AccessUnits::MayBegin(const unsigned char* bytes) const {
+  const std::uint64_t length = ReadLength(bytes, syntax_.lengthSize());
+  if (length <= syntax_.headerSize() || length > habits_.largest * kTimesLargest + kRoom)
+    return false;
+  const UnitHeader header = syntax_.Header(bytes + syntax_.lengthSize());
+  return header.kind != UnitKind::kInvalid && header.kind != UnitKind::kContinues &&
+         habits_.firstTypes[header.type];
+}
+
+// Nothing: no unit of this video. A unit that goes on behind the end is cut.
+std::optional<AccessUnits::Unit> AccessUnits::UnitAt(std::uint64_t position) {
+  const std::size_t lead = Lookahead();
+  if (position > end_ || end_ - position < lead) return std::nullopt;
+  const unsigned char* bytes = window_.At(position, lead);
+  work_ += kHead;
+  if (bytes == nullptr) return std::nullopt;
+  Unit unit;
+  unit.size = ReadLength(bytes, syntax_.lengthSize());
+  unit.header = syntax_.Header(bytes + syntax_.lengthSize());
+  unit.body = position + syntax_.lengthSize();
+  unit.cut = unit.size > end_ - unit.body;
+  const bool known = unit.header.kind == UnitKind::kSlice || habits_.types[unit.header.type];
+  if (unit.header.kind == UnitKind::kInvalid || !known ||
+      (unit.header.layer != 0 && !habits_.layers) || unit.size < syntax_.headerSize() ||
+      unit.size > habits_.largest * kTimesLargest + kRoom)
+    return std::nullopt;
+  return unit;
+}
+
+// No start code may stand inside a unit, nor may it end with a zero.
+bool AccessUnits::IsClean(const Unit& unit) {
+  if (habits_.startCodes) return true;
+  const std::uint64_t end = std::min(unit.body + unit.size, end_);
+  for (std::uint64_t at = unit.body; at < end;) {
+    const auto step =
+        static_cast<std::size_t>(std::min<std::uint64_t>(MediaWindow::kMost, end - at));
+    const unsigned char* bytes = window_.At(at, step);
+    work_ += step;
+    if (bytes == nullptr || HoldsStartCode(bytes, step)) return false;
+    if (step == end - at) break;
+    at += step - 2;
+  }
+  return true;
+}
+
+bool AccessUnits::TakeLeading(const Unit& unit, AccessUnit& found) {
+  if (unit.header.kind == UnitKind::kContinues) return false;
+  const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(unit.size, 4096));
+  const auto there = static_cast<std::size_t>(std::min<std::uint64_t>(size, end_ - unit.body));
+  const unsigned char* bytes = window_.At(unit.body, there);
+  if (bytes == nullptr || !IsClean(unit)) return false;
+  found.holdsSets = found.holdsSets || syntax_.IsSet(unit.header);
+  found.recovery = found.recovery || syntax_.HasRecoveryPoint(unit.header, {bytes, there});
+  return true;
+}
+
+std::optional<Slice> AccessUnits::SliceOf(const Unit& unit) {
+  const auto size =
+      static_cast<std::size_t>(std::min<std::uint64_t>({kHead, unit.size, end_ - unit.body}));
+  const unsigned char* bytes = window_.At(unit.body, size);
+  if (bytes == nullptr) return std::nullopt;
+  return syntax_.ReadSlice(unit.header, {bytes, size});
+}
+
+// A picture of another recording is shown at any other time.
+bool AccessUnits::IsNear(const Slice& slice, const PictureOrder& order) const {
+  constexpr std::size_t kEnough = 16;
+  constexpr std::int64_t kRoomForOrder = 4;
+  if (habits_.pictures < kEnough) return true;
+  const SequenceSet& sequence = *syntax_.SequenceOf(slice.pictureSet);
+  const std::int64_t step = order.StepTo(syntax_.codec(), slice, sequence);
+  const std::int64_t most = habits_.farthest * 2 + kRoomForOrder;
+  return -most <= step && step <= most;
+}
+
+bool AccessUnits::TakeFirstSlice(const Unit& unit, const PictureOrder& order, AccessUnit& found) {
+  const auto slice = SliceOf(unit);
+  if (!slice || !slice->first) return false;
+  if (syntax_.codec() == Codec::kAvc && habits_.numbered &&
+      !order.Follows(*slice, *syntax_.SequenceOf(slice->pictureSet)))
+    return false;
+  if (!IsNear(*slice, order)) return false;
+  found.slice = *slice;
+  found.damaged = !IsClean(unit);
+  return true;
+}
+
+AccessUnits::Place AccessUnits::PlaceOf(const Unit& unit, const AccessUnit& found, bool& paired) {
+  if (unit.header.kind == UnitKind::kStarts) {
+    // What stands in front of the second field of a frame has the place of a
+    // new picture.
+    if (!habits_.fieldPairs || !found.slice.field || paired) return Place::kBehind;
+    return Place::kInside;
+  }
+  if (unit.header.kind != UnitKind::kSlice) return Place::kInside;
+  const auto slice = SliceOf(unit);
+  if (!slice) return Place::kBehind;
+  if (slice->first) {
+    const bool second = habits_.fieldPairs && !paired && found.slice.field && slice->field &&
+                        found.slice.bottomField != slice->bottomField &&
+                        found.slice.frameNumber == slice->frameNumber;
+    if (!second) return Place::kBehind;
+    paired = true;
+    return Place::kInside;
+  }
+  if (syntax_.codec() == Codec::kHevc || paired) return Place::kInside;
+  return IsSamePicture(*slice, found.slice) ? Place::kInside : Place::kBehind;
+}
+
+std::optional<AccessUnit> AccessUnits::At(std::uint64_t position, const PictureOrder& order) {
+  const std::size_t lead = Lookahead();
+  if (position > end_ || end_ - position < lead) return std::nullopt;
+  const unsigned char* bytes = window_.At(position, lead);
+  if (bytes == nullptr || !MayBegin(bytes)) return std::nullopt;
+  AccessUnit found;
+  found.position = position;
+  std::uint64_t at = position;
+  for (unsigned int units = 0; units < kMostUnits; ++units) {
+    const auto unit = UnitAt(at);
+    if (!unit) return std::nullopt;
+    const bool slice = unit->header.kind == UnitKind::kSlice;
+    if (slice ? !TakeFirstSlice(*unit, order, found) : !TakeLeading(*unit, found))
+      return std::nullopt;
+    at = unit->body + unit->size;
+    if (unit->cut && !found.damaged) {
+      // Only the head of a slice tells enough of an access unit whose rest is
+      // not there.
+      if (!slice) return std::nullopt;
+      found.cut = true;
+      return found;
+    }
+    if (found.damaged) return found;
+    if (slice) {
+      found.damaged = !TakeRest(found, at);
+      return found;
+    }
+  }
+  return std::nullopt;
+}
+
+// What stands behind the first slice, as long as it is of the same picture. A
+// unit in front of a second field counts only together with it. False: a unit
+// of the picture is damaged.
+bool AccessUnits::TakeRest(AccessUnit& found, std::uint64_t at) {
+  bool paired = false;
+  std::uint64_t held = at;  // the end of what is sure
+  for (unsigned int units = 0; units < kMostUnits; ++units) {
+    const auto unit = UnitAt(at);
+    if (!unit || PlaceOf(*unit, found, paired) != Place::kInside) break;
+    if (unit->cut) {
+      found.cut = true;
+      break;
+    }
+    if (!IsClean(*unit)) return false;
+    at = unit->body + unit->size;
+    if (unit->header.kind != UnitKind::kStarts) held = at;
+  }
+  found.size = held - found.position;
+  return true;
+}
+
+bool HabitsObserver::Take(std::uint64_t position, std::uint64_t size) {
+  const unsigned int lengthSize = syntax_.lengthSize();
+  std::uint64_t at = position;
+  const std::uint64_t end = position + size;
+  unsigned int pictures = 0;
+  while (at < end) {
+    if (end - at < lengthSize + syntax_.headerSize()) return false;
+    const unsigned char* bytes = window_.At(at, lengthSize + syntax_.headerSize());
+    if (bytes == nullptr) return false;
+    const std::uint64_t length = ReadLength(bytes, lengthSize);
+    const UnitHeader header = syntax_.Header(bytes + lengthSize);
+    if (length < syntax_.headerSize() || length > end - at - lengthSize) return false;
+    if (at == position) habits_.firstTypes.set(header.type);
+    habits_.types.set(header.type);
+    habits_.layers = habits_.layers || header.layer != 0;
+    if (!TakeUnit(at + lengthSize, length, pictures)) return false;
+    at += lengthSize + length;
+  }
+  habits_.largest = std::max(habits_.largest, size);
+  habits_.fieldPairs = habits_.fieldPairs || pictures == 2;
+  return pictures == 1 || pictures == 2;
+}
+
+bool HabitsObserver::TakeUnit(std::uint64_t body, std::uint64_t size, unsigned int& pictures) {
+  for (std::uint64_t at = 0; at < size && !habits_.startCodes;) {
+    const auto step =
+        static_cast<std::size_t>(std::min<std::uint64_t>(MediaWindow::kMost, size - at));
+    const unsigned char* bytes = window_.At(body + at, step);
+    if (bytes == nullptr) return false;
+    habits_.startCodes = HoldsStartCode(bytes, step);
+    at += step == size - at ? step : step - 2;
+  }
+  const auto head = static_cast<std::size_t>(std::min<std::uint64_t>(kHead, size));
+  const unsigned char* bytes = window_.At(body, head);
+  if (bytes == nullptr) return false;
+  const UnitHeader header = syntax_.Header(bytes);
+  if (header.kind == UnitKind::kInvalid) return false;
+  if (header.kind != UnitKind::kSlice) return true;
+  const auto slice = syntax_.ReadSlice(header, {bytes, head});
+  if (!slice) return false;
+  if (!slice->first) return true;
+  const SequenceSet& sequence = *syntax_.SequenceOf(slice->pictureSet);
+  if (pictures++ == 0) {
+    habits_.numbered = habits_.numbered && order_.Follows(*slice, sequence);
+    const std::int64_t step = order_.StepTo(syntax_.codec(), *slice, sequence);
+    habits_.farthest = std::max(habits_.farthest, step < 0 ? -step : step);
+    ++habits_.pictures;
+    order_.Take(syntax_.codec(), *slice, sequence);
+  }
+  return true;
+}
+
+}  // namespace clipchain::rescue

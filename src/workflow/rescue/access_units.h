@@ -1,0 +1,102 @@
+// Finds samples of length-prefixed video (ISO/IEC 14496-15, 5.3.2 and 8.3.2):
+// units, each behind its length, that tile an access unit.
+#pragma once
+
+#include <bitset>
+#include <cstdint>
+#include <optional>
+
+#include "workflow/rescue/media_window.h"
+#include "workflow/rescue/picture_order.h"
+#include "workflow/rescue/video_syntax.h"
+
+namespace clipchain::rescue {
+
+struct AccessUnit {
+  std::uint64_t position = 0;
+  std::uint64_t size = 0;
+  bool cut = false;        // begins here, but the bytes end before it does
+  bool damaged = false;    // begins here, but is none of its kind further on
+  Slice slice;             // its first one
+  bool recovery = false;   // holds a recovery point
+  bool holdsSets = false;  // holds parameter sets
+};
+
+// What was seen in the reference's own samples.
+struct UnitHabits {
+  std::bitset<64> types;       // of all units
+  std::bitset<64> firstTypes;  // of the first units of samples
+  std::int64_t farthest = 0;   // how far the order count of a picture is from the one before
+  std::size_t pictures = 0;    // that were looked at
+  bool layers = false;         // HEVC: units of more than one layer
+  std::uint64_t largest = 0;   // bytes of a sample
+  bool fieldPairs = false;     // two fields, each a picture of its own, in one sample
+  bool startCodes = false;     // what looks like a start code stands inside units
+  bool numbered = true;        // AVC: each picture's number follows the one before
+};
+
+class AccessUnits {
+ public:
+  // All must outlive this object. Reads nothing behind `end`.
+  AccessUnits(MediaWindow& window, std::uint64_t end, const VideoSyntax& syntax,
+              const UnitHabits& habits)
+      : window_(window), end_(end), syntax_(syntax), habits_(habits) {}
+
+  // The access unit that begins there and follows those that `order` has seen;
+  // nothing: none does. Where it ends is settled by the units alone: behind it
+  // stands the next one, or no unit of it.
+  std::optional<AccessUnit> At(std::uint64_t position, const PictureOrder& order);
+  // Whether one may begin with these bytes, by the first unit alone; there are
+  // Lookahead() of them.
+  bool MayBegin(const unsigned char* bytes) const;
+  std::size_t Lookahead() const { return syntax_.lengthSize() + syntax_.headerSize(); }
+
+  // Bytes of units that were looked through, for whoever bounds the work.
+  std::uint64_t Work() const { return work_; }
+
+ private:
+  struct Unit {
+    UnitHeader header;
+    std::uint64_t body = 0;  // position behind the length
+    std::uint64_t size = 0;
+    bool cut = false;
+  };
+  enum class Place { kInside, kBehind, kBroken };
+
+  std::optional<Unit> UnitAt(std::uint64_t position);
+  bool IsClean(const Unit& unit);
+  bool TakeLeading(const Unit& unit, AccessUnit& found);
+  std::optional<Slice> SliceOf(const Unit& unit);
+  bool IsNear(const Slice& slice, const PictureOrder& order) const;
+  bool TakeFirstSlice(const Unit& unit, const PictureOrder& order, AccessUnit& found);
+  Place PlaceOf(const Unit& unit, const AccessUnit& found, bool& paired);
+  bool TakeRest(AccessUnit& found, std::uint64_t at);
+
+  MediaWindow& window_;
+  std::uint64_t end_;
+  const VideoSyntax& syntax_;
+  const UnitHabits& habits_;
+  std::uint64_t work_ = 0;
+};
+
+// What the samples of a reference are like, of those that are at most at `end`.
+class HabitsObserver {
+ public:
+  HabitsObserver(MediaWindow& window, const VideoSyntax& syntax)
+      : window_(window), syntax_(syntax) {}
+
+  // Takes a sample of the reference, in the order of decoding. False: it is not
+  // made of units.
+  [[nodiscard]] bool Take(std::uint64_t position, std::uint64_t size);
+  const UnitHabits& habits() const { return habits_; }
+
+ private:
+  bool TakeUnit(std::uint64_t body, std::uint64_t size, unsigned int& pictures);
+
+  MediaWindow& window_;
+  const VideoSyntax& syntax_;
+  UnitHabits habits_;
+  PictureOrder order_;
+};
+
+}  // namespace clipchain::rescue

@@ -1,0 +1,27 @@
+// One try to find the samples of a broken clip, by what one reference teaches.
+#pragma once
+
+#include <string>
+
+#include "workflow/rescue/broken_file.h"
+#include "workflow/rescue/media_walk.h"
+#include "workflow/rescue/model.h"
+#include "workflow/rescue/reference.h"
+
+namespace clipchain::rescue {
+
+struct Attempt {
+  Reference reference;
+  Model model;
+  Harvest harvest;
+  BrokenMedia media;
+  std::string why;  // it failed, as the rest of a sentence that begins with the
+                    // reference's name
+  bool stopped = false;
+};
+
+// Fills an attempt, which must stay where it is. Whether samples were found.
+bool Try(const std::string& broken, FileBytes& file, const std::string& reference,
+         const WalkProgress& progress, Attempt& attempt);
+
+}  // namespace clipchain::rescue

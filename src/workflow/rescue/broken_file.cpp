@@ -1,0 +1,126 @@
+#include "workflow/rescue/broken_file.h"
+
+#include <algorithm>
+
+#include "foundation/cursor.h"
+#include "foundation/fourcc.h"
+#include "workflow/rescue/media_window.h"
+#include "workflow/rescue/reference.h"
+
+namespace clipchain::rescue {
+
+namespace {
+
+// Boxes that stand beside the media at the top level of clips.
+bool IsKnownBox(unsigned int type) {
+  constexpr unsigned int kTypes[] = {FourCc("ftyp"), FourCc("free"), FourCc("skip"), FourCc("wide"),
+                                     FourCc("uuid"), FourCc("moov"), FourCc("mdat"), FourCc("udta"),
+                                     FourCc("meta"), FourCc("moof"), FourCc("sidx"), FourCc("pnot"),
+                                     FourCc("mfra"), FourCc("styp"), FourCc("emsg")};
+  return std::find(std::begin(kTypes), std::end(kTypes), type) != std::end(kTypes);
+}
+
+// Zeros at the end that a sample may have; more of them were never written.
+constexpr std::uint64_t kFewZeros = 32;
+constexpr std::size_t kMostBoxes = 10000;
+
+void AddBegin(BrokenMedia& media, std::uint64_t position) {
+  const bool known =
+      std::find(media.begins.begin(), media.begins.end(), position) != media.begins.end();
+  if (!known && position < media.end) media.begins.push_back(position);
+}
+
+// Walks the top level up to the media box. Where its head is not there, what
+// stands behind the last known box is the media, with or without the room for a
+// head.
+class Walk {
+ public:
+  Walk(FileBytes& file, BrokenMedia& media) : file_(file), media_(media), size_(file.Size()) {}
+
+  void Run(std::uint64_t lead) {
+    std::uint64_t at = 0;
+    for (std::size_t boxes = 0; boxes < kMostBoxes && at < size_; ++boxes) {
+      const auto header = ReadTopHeader(file_, at);
+      if (!header || !IsKnownBox(header->type)) break;
+      media_.fragmented = media_.fragmented || header->type == FourCc("moof");
+      const bool fits =
+          header->stated && header->size >= header->headerSize && header->size <= size_ - at;
+      if (header->type == FourCc("mdat") && !found_ && !IsEmptyPlaceholder(*header, at)) {
+        Take(*header, at, fits, lead);
+      }
+      if (!fits) break;
+      media_.hasMovie = media_.hasMovie || header->type == FourCc("moov");
+      at += header->size;
+      if (!found_) behindBoxes_ = at;
+    }
+  }
+  bool found() const { return found_; }
+  std::uint64_t behindBoxes() const { return behindBoxes_; }
+
+ private:
+  // A box that holds no more than its head, which was written before anything
+  // else was known; what follows is no box.
+  bool IsEmptyPlaceholder(const TopHeader& header, std::uint64_t at) {
+    if (!header.stated || header.size > header.headerSize) return false;
+    const auto next = ReadTopHeader(file_, at + header.size);
+    return next && IsKnownBox(next->type);
+  }
+
+  void Take(const TopHeader& header, std::uint64_t at, bool fits, std::uint64_t lead) {
+    found_ = true;
+    media_.beginIsSure = true;
+    const std::uint64_t body = at + header.headerSize;
+    const bool empty = header.stated && header.size <= header.headerSize;
+    media_.end = fits && !empty ? at + header.size : size_;
+    media_.ends = fits && !empty;
+    media_.cutOff = !fits && header.stated;
+    AddBegin(media_, body + lead);
+    AddBegin(media_, body);
+    AddBegin(media_, body + 8);
+  }
+
+  FileBytes& file_;
+  BrokenMedia& media_;
+  std::uint64_t size_;
+  std::uint64_t behindBoxes_ = 0;
+  bool found_ = false;
+};
+
+}  // namespace
+
+bool BeginsMovie(const unsigned char* bytes) {
+  const auto is = [&](std::size_t at, const char* type) {
+    return std::equal(bytes + at, bytes + at + 4, type);
+  };
+  return is(4, "moov") && is(12, "mvhd");
+}
+
+BrokenMedia ExamineBroken(const std::string& path, FileBytes& file, std::uint64_t firstChunk,
+                          std::uint64_t lead) {
+  BrokenMedia media;
+  media.end = file.Size();
+  media.content = EndOfContent(path, file);
+  Walk walk(file, media);
+  walk.Run(lead);
+  if (!walk.found()) {
+    const std::uint64_t behind = walk.behindBoxes();
+    AddBegin(media, firstChunk);
+    for (const std::uint64_t head : {8, 16, 0}) AddBegin(media, behind + head + lead);
+    for (const std::uint64_t head : {8, 16, 0}) AddBegin(media, behind + head);
+    AddBegin(media, 0);
+  }
+  if (media.end > media.content && media.end - media.content >= kFewZeros) {
+    media.end = media.content;
+    media.ends = false;
+  }
+  return media;
+}
+
+unsigned int BrandOf(FileBytes& file) {
+  unsigned char head[12];
+  if (!file.Read(0, head, sizeof head) || !std::equal(head + 4, head + 8, "ftyp")) return 0;
+  return static_cast<unsigned int>(head[8]) << 24 | static_cast<unsigned int>(head[9]) << 16 |
+         static_cast<unsigned int>(head[10]) << 8 | head[11];
+}
+
+}  // namespace clipchain::rescue

@@ -1,0 +1,36 @@
+// Finds where the media of a clip begins and ends whose boxes can't be trusted.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "workflow/system/file_bytes.h"
+
+namespace clipchain::rescue {
+
+struct BrokenMedia {
+  // Where the first sample may lie, the likeliest place first.
+  std::vector<std::uint64_t> begins;
+  bool beginIsSure = false;   // the first of them is behind a head, as far as in the reference
+  std::uint64_t end = 0;      // behind the last byte that may belong to a sample
+  bool ends = false;          // the media box says so: a sample that ends there ends truly
+  std::uint64_t content = 0;  // from there to its end the file is zeros
+  bool cutOff = false;        // the media runs past the end of the file
+  bool hasMovie = false;      // a movie box is there, whole
+  bool fragmented = false;
+};
+
+// `firstChunk` is where the reference's first sample lies in its file, `lead`
+// how far behind the head of its media box.
+BrokenMedia ExamineBroken(const std::string& path, FileBytes& file, std::uint64_t firstChunk,
+                          std::uint64_t lead);
+
+// The brand in the file's first box; 0 where it has none.
+unsigned int BrandOf(FileBytes& file);
+
+// Whether an intact movie box begins with these 16 bytes.
+bool BeginsMovie(const unsigned char* bytes);
+
+}  // namespace clipchain::rescue

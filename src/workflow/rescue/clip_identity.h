@@ -1,0 +1,25 @@
+// The identifiers by which a camera says which clip follows which.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "adapt/raw_boxes.h"
+
+namespace clipchain::rescue {
+
+struct ClipNames {
+  Bytes own;       // 16 bytes each
+  Bytes next;      // all zero: none follows
+  Bytes previous;  // all zero: none precedes
+};
+
+// Out of the camera's box in a movie box; nothing where it has none.
+std::optional<ClipNames> ReadNames(const RawBox& movie);
+// Puts others in their place.
+void WriteNames(RawBox& movie, const ClipNames& names);
+// All zero.
+ClipNames NoNames();
+bool IsName(const Bytes& name);
+
+}  // namespace clipchain::rescue

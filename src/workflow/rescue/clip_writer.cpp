@@ -1,0 +1,233 @@
+#include "workflow/rescue/clip_writer.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+
+#include "adapt/fields.h"
+#include "foundation/big_endian.h"
+#include "foundation/fourcc.h"
+#include "workflow/system/file_bytes.h"
+#include "workflow/system/files.h"
+#include "workflow/system/uninterrupted.h"
+
+namespace clipchain::rescue {
+
+namespace {
+
+using QUIRVA::be32;
+using QUIRVA::be64;
+
+constexpr std::size_t kBlock = 4 << 20;
+// What is compared on both sides of a place where two parts meet.
+constexpr std::uint64_t kSeam = 4096;
+
+std::string ErrorText(int error) { return std::generic_category().message(error); }
+
+bool IsSameTime(const timespec& a, const timespec& b) {
+  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+}  // namespace
+
+ClipLayout LayOut(const RawBox& fileType, const Harvest& harvest) {
+  ClipLayout layout;
+  for (const SampleRun& run : harvest.runs) {
+    layout.media += run.bytes;
+    if (!layout.ranges.empty() && layout.ranges.back().end == run.position) {
+      layout.ranges.back().end += run.bytes;
+    } else {
+      layout.ranges.push_back({run.position, run.position + run.bytes});
+    }
+  }
+  if (fileType.type != 0) fileType.Write(layout.head);
+  constexpr std::uint64_t kMost = 0xFFFFFFFF;
+  const bool large = layout.media > kMost - 8;
+  if (large) {
+    PutField<be32>(layout.head, 1);
+    PutField<be32>(layout.head, FourCc("mdat"));
+    PutField<be64>(layout.head, layout.media + 16);
+  } else {
+    PutField<be32>(layout.head, static_cast<std::uint32_t>(layout.media + 8));
+    PutField<be32>(layout.head, FourCc("mdat"));
+  }
+  return layout;
+}
+
+ClipWriter::ClipWriter(const std::string& broken, const RescueOptions& options)
+    : broken_(broken), options_(options), input_(broken) {}
+
+bool ClipWriter::Fail(Message message, const std::string& path, std::string text,
+                      std::string remedy) {
+  findings_.push_back(MakeFinding(message, path, std::move(text), std::move(remedy)));
+  return false;
+}
+
+bool ClipWriter::FailWrite(int error) {
+  return Fail(
+      Message::kOutputUnwritable, options_.output, "can't be written: " + ErrorText(error),
+      error == ENAMETOOLONG ? "choose a shorter name" : "make room, or choose another folder");
+}
+
+bool ClipWriter::Step(RescueStep::Phase phase, std::uint64_t current, std::uint64_t total) {
+  const RescueStep step{phase, static_cast<long long>(current), static_cast<long long>(total)};
+  if (!options_.progress || options_.progress(step)) return true;
+  return Fail(Message::kMergeStopped, options_.output, "was not made: the rescue was stopped",
+              "run it again");
+}
+
+// An output that exists is replaced only on demand, and the broken clip and its
+// references never.
+bool ClipWriter::MayWrite() {
+  if (::stat(broken_.c_str(), &state_) != 0)
+    return Fail(Message::kInputUnreadable, broken_, "can't be read: " + ErrorText(errno),
+                "check the name and the permissions");
+  std::vector<std::string> inputs = options_.references;
+  inputs.push_back(broken_);
+  for (const std::string& input : inputs) {
+    if (!IsSameFile(input, options_.output)) continue;
+    return Fail(Message::kOutputIsInput, options_.output,
+                "is the same file as the input " + Shown(input), "choose another name");
+  }
+  struct stat status;
+  if (::lstat(options_.output.c_str(), &status) != 0) return errno == ENOENT || FailWrite(errno);
+  if (!options_.overwrite)
+    return Fail(Message::kOutputExists, options_.output, "exists already",
+                "choose another name, or let --overwrite replace it");
+  return S_ISREG(status.st_mode) || S_ISLNK(status.st_mode) ||
+         Fail(Message::kOutputUnwritable, options_.output,
+              "can't be written: it is no regular file", "choose another name");
+}
+
+bool ClipWriter::Write(const ClipLayout& layout, const RawBox& movie) {
+  Bytes bytes;
+  movie.Write(bytes);
+  block_.resize(kBlock);
+  if (const int error = part_.Create(options_.output); error != 0) return FailWrite(error);
+  const bool full = options_.verification == Verification::kFull;
+  if (!Fill(layout, bytes)) return false;
+  if (!full && !Verify(layout, bytes)) return false;
+  if (!Step(RescueStep::Phase::kFlushing, 0, 0)) return false;
+  if (Flush(part_.descriptor()) != 0)
+    return Fail(Message::kOutputUnflushed, options_.output,
+                "is lost: the disk did not take all that was written",
+                "check the disk, or choose another one");
+  if (full) FileBytes(part_.descriptor()).ForgetCached();
+  return (!full || Verify(layout, bytes)) && IsUnchanged() && Publish();
+}
+
+bool ClipWriter::Fill(const ClipLayout& layout, const Bytes& movie) {
+  return Put(layout.head.data(), layout.head.size()) && CopyMedia(layout) &&
+         Put(movie.data(), movie.size());
+}
+
+bool ClipWriter::Put(const unsigned char* bytes, std::size_t count) {
+  while (count > 0) {
+    const ssize_t written =
+        Uninterrupted([&] { return ::write(part_.descriptor(), bytes, count); });
+    if (written < 0) return FailWrite(errno);
+    if (written == 0) return FailWrite(EIO);
+    bytes += written;
+    count -= static_cast<std::size_t>(written);
+  }
+  return true;
+}
+
+bool ClipWriter::CopyMedia(const ClipLayout& layout) {
+  std::uint64_t done = 0;
+  for (const ByteRange& range : layout.ranges) {
+    if (!CopyRange(range, done, layout.media)) return false;
+  }
+  return true;
+}
+
+bool ClipWriter::CopyRange(const ByteRange& range, std::uint64_t& done, std::uint64_t total) {
+  for (std::uint64_t at = range.begin; at < range.end;) {
+    if (!Step(RescueStep::Phase::kCopying, done, total)) return false;
+    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, range.end - at));
+    if (!input_.Read(at, block_.data(), count))
+      return Fail(Message::kInputUnreadable, broken_,
+                  "can't be read: " + (input_.error() != 0 ? ErrorText(input_.error())
+                                                           : std::string("it ends too early")),
+                  "copy it again from the card");
+    if (!Put(block_.data(), count)) return false;
+    at += count;
+    done += count;
+  }
+  return true;
+}
+
+bool ClipWriter::Verify(const ClipLayout& layout, const Bytes& movie) {
+  FileBytes output(part_.descriptor());
+  const auto holds = [&](std::uint64_t at, const Bytes& expected) {
+    Bytes bytes(expected.size());
+    return output.Read(at, bytes.data(), bytes.size()) && bytes == expected;
+  };
+  const std::uint64_t behind = layout.head.size() + layout.media;
+  bool same =
+      output.Size() == behind + movie.size() && holds(0, layout.head) && holds(behind, movie);
+  other_.resize(kBlock);
+  std::uint64_t at = layout.head.size();
+  for (const ByteRange& range : layout.ranges) {
+    if (!same) break;
+    if (!Step(RescueStep::Phase::kVerifying, at, behind)) return false;
+    same = VerifyRange(range, at);
+    at += range.end - range.begin;
+  }
+  if (same) return true;
+  return Fail(Message::kResultDamaged, options_.output,
+              "is not what was written: reading it back gave other bytes",
+              "check the disk, or choose another one");
+}
+
+bool ClipWriter::VerifyRange(const ByteRange& range, std::uint64_t at) {
+  const std::uint64_t size = range.end - range.begin;
+  if (options_.verification == Verification::kFull || size <= 2 * kSeam)
+    return IsSame(range.begin, at, size);
+  return IsSame(range.begin, at, kSeam) && IsSame(range.end - kSeam, at + size - kSeam, kSeam);
+}
+
+bool ClipWriter::IsSame(std::uint64_t from, std::uint64_t at, std::uint64_t count) {
+  FileBytes output(part_.descriptor());
+  while (count > 0) {
+    const auto step = static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, count));
+    if (!input_.Read(from, block_.data(), step) || !output.Read(at, other_.data(), step) ||
+        std::memcmp(block_.data(), other_.data(), step) != 0)
+      return false;
+    from += step;
+    at += step;
+    count -= step;
+  }
+  return true;
+}
+
+bool ClipWriter::IsUnchanged() {
+  struct stat status;
+  const bool same = ::stat(broken_.c_str(), &status) == 0 && status.st_size == state_.st_size &&
+                    status.st_dev == state_.st_dev && status.st_ino == state_.st_ino &&
+                    IsSameTime(status.st_mtim, state_.st_mtim);
+  return same || Fail(Message::kInputChanged, broken_, "changed while it was read",
+                      "wait until it is complete, then run the rescue again");
+}
+
+bool ClipWriter::Publish() {
+  if (!Step(RescueStep::Phase::kFlushing, 0, 0)) return false;
+  if (const int error = part_.Publish(options_.overwrite); error != 0) {
+    if (error == EEXIST)
+      return Fail(Message::kOutputExists, options_.output, "exists already",
+                  "choose another name, or let --overwrite replace it");
+    return Fail(Message::kOutputUnnamed, options_.output, "can't get its name: " + ErrorText(error),
+                "choose another folder");
+  }
+  size_ = FileSize(options_.output);
+  if (const int error = part_.FlushFolder(); error != 0)
+    return Fail(Message::kOutputNotDurable, options_.output,
+                "is complete, but its folder can't be flushed: " + ErrorText(error),
+                "check the disk before you delete the clips");
+  return true;
+}
+
+}  // namespace clipchain::rescue

@@ -1,0 +1,324 @@
+#include "workflow/rescue/frame_methods.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <numeric>
+
+#include "foundation/fourcc.h"
+#include "workflow/rescue/frame_headers.h"
+#include "workflow/rescue/sound_decoder.h"
+#include "workflow/rescue/sound_entry.h"
+
+namespace clipchain::rescue {
+
+namespace {
+
+using Answer = BeginsOther::Answer;
+
+constexpr std::size_t kBlock = 256 << 10;
+
+std::uint64_t Sum(const std::vector<std::uint32_t>& sizes) {
+  return std::accumulate(sizes.begin(), sizes.end(), std::uint64_t{0});
+}
+
+void Append(SampleSpan& span, const std::vector<std::uint32_t>& sizes) {
+  span.count += sizes.size();
+  span.bytes += Sum(sizes);
+  span.sizes.insert(span.sizes.end(), sizes.begin(), sizes.end());
+}
+
+std::uint32_t LargestSample(const ReferenceTrack& track) {
+  const auto& sizes = track.sizes.sizes;
+  return sizes.empty() ? track.sizes.uniform : *std::max_element(sizes.begin(), sizes.end());
+}
+
+// Frames that a decoder tells apart.
+class DecodedFrames final : public FrameMethod {
+ public:
+  DecodedFrames(std::span<const unsigned char> configuration,
+                std::span<const unsigned char> witness, std::uint32_t largest)
+      : decoder_(configuration, witness), largest_(largest) {}
+
+  bool good() const { return decoder_.good(); }
+  std::string_view Name() const override { return "decoder"; }
+  void Restart() override { atFirst_ = true; }
+  // Tells what the reference's first frame is.
+  void TakeFirst(std::span<const unsigned char> frame) {
+    silentFirst_ = decoder_.Fill(frame, false).empty() && decoder_.Fill(frame, true).size() == 1;
+  }
+
+  std::optional<SampleSpan> Fill(MediaWindow& window, ByteRange range) override {
+    SampleSpan span;
+    while (range.end - range.begin > kBlock) {
+      const unsigned char* bytes = window.At(range.begin, kBlock);
+      if (bytes == nullptr) return std::nullopt;
+      const auto sizes = decoder_.Begin({bytes, kBlock}, MaySayNothing() && span.count == 0);
+      if (sizes.empty()) return std::nullopt;
+      Append(span, sizes);
+      range.begin += Sum(sizes);
+    }
+    const auto rest = static_cast<std::size_t>(range.end - range.begin);
+    const unsigned char* bytes = window.At(range.begin, rest);
+    if (bytes == nullptr) return std::nullopt;
+    const auto sizes = decoder_.Fill({bytes, rest}, MaySayNothing() && span.count == 0);
+    if (sizes.empty()) return std::nullopt;
+    Append(span, sizes);
+    atFirst_ = false;
+    return span;
+  }
+
+  // Where the frames end ahead of the bytes, something else begins that nobody
+  // confirms; then none of them is sure.
+  SampleSpan Begin(MediaWindow& window, ByteRange range, BeginsOther& other) override {
+    SampleSpan span;
+    while (range.begin < range.end) {
+      const auto count =
+          static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, range.end - range.begin));
+      const unsigned char* bytes = window.At(range.begin, count);
+      if (bytes == nullptr) break;
+      const auto sizes = Plausible(
+          decoder_.Begin({bytes, count}, MaySayNothing() && span.count == 0), range.begin, other);
+      if (sizes.empty()) break;
+      Append(span, sizes);
+      range.begin += Sum(sizes);
+    }
+    const bool reachesEnd = range.end - range.begin <= std::uint64_t{largest_} * 4;
+    return reachesEnd ? span : SampleSpan{};
+  }
+
+ private:
+  std::vector<std::uint32_t> Plausible(std::vector<std::uint32_t> sizes, std::uint64_t at,
+                                       BeginsOther& other) const {
+    for (std::size_t i = 0; i < sizes.size(); ++i) {
+      at += sizes[i];
+      if (sizes[i] > largest_ * 2) {
+        sizes.resize(i);
+        break;
+      }
+      if (other.At(at) != Answer::kNo) {
+        sizes.resize(i + 1);
+        break;
+      }
+    }
+    return sizes;
+  }
+
+  bool MaySayNothing() const { return silentFirst_ && atFirst_; }
+
+  SoundDecoder decoder_;
+  std::uint32_t largest_;
+  bool silentFirst_ = false;
+  bool atFirst_ = true;
+};
+
+// Frames that begin with their length.
+class HeadedFrames final : public FrameMethod {
+ public:
+  explicit HeadedFrames(FrameHeader header) : header_(header) {}
+
+  std::string_view Name() const override { return "headers"; }
+
+  std::optional<SampleSpan> Fill(MediaWindow& window, ByteRange range) override {
+    SampleSpan span;
+    while (range.begin < range.end) {
+      const std::uint32_t size = SizeAt(window, range);
+      if (size == 0 || size > range.end - range.begin) return std::nullopt;
+      Append(span, {size});
+      range.begin += size;
+    }
+    return span;
+  }
+
+  SampleSpan Begin(MediaWindow& window, ByteRange range, BeginsOther&) override {
+    SampleSpan span;
+    for (;;) {
+      const std::uint32_t size = SizeAt(window, range);
+      if (size == 0 || size > range.end - range.begin) return span;
+      range.begin += size;
+      if (SizeAt(window, range) == 0) return span;
+      Append(span, {size});
+    }
+  }
+
+ private:
+  std::uint32_t SizeAt(MediaWindow& window, const ByteRange& range) const {
+    if (range.end - range.begin < kFrameHeader) return 0;
+    const unsigned char* bytes = window.At(range.begin, kFrameHeader);
+    return bytes != nullptr ? header_(bytes) : 0;
+  }
+
+  FrameHeader header_;
+};
+
+// Samples of one size.
+class UniformFrames final : public FrameMethod {
+ public:
+  UniformFrames(std::uint32_t size, std::vector<std::uint64_t> counts, unsigned int roughness)
+      : size_(size), counts_(std::move(counts)), roughness_(roughness) {}
+
+  std::string_view Name() const override { return "constant size"; }
+  std::uint32_t UniformSize() const override { return size_; }
+
+  std::optional<SampleSpan> Fill(MediaWindow&, ByteRange range) override {
+    const std::uint64_t bytes = range.end - range.begin;
+    if (bytes == 0 || bytes % size_ != 0) return std::nullopt;
+    return SampleSpan{bytes / size_, bytes, {}};
+  }
+
+  // Nothing in a sample says what it is. It counts as far as the reference's
+  // pieces are long, where no picture may begin, and only if it is as smooth as
+  // the reference's sound: bytes of other files are not.
+  SampleSpan Begin(MediaWindow& window, ByteRange range, BeginsOther& other) override {
+    const std::uint64_t whole = (range.end - range.begin) / size_;
+    if (counts_.empty() || whole > Largest()) return {};
+    const std::uint64_t sure = BeforeOther(range, whole, other);
+    if (sure == 0 || !IsSmooth(window, range.begin, sure)) return {};
+    return {sure, sure * size_, {}};
+  }
+
+ private:
+  std::uint64_t Largest() const { return *std::max_element(counts_.begin(), counts_.end()); }
+
+  // Pieces end at multiples of what all their lengths have in common.
+  std::uint64_t BeforeOther(ByteRange range, std::uint64_t whole, BeginsOther& other) const {
+    std::uint64_t step = 0;
+    for (const std::uint64_t count : counts_) step = std::gcd(step, count);
+    for (std::uint64_t at = step; at <= whole; at += step) {
+      if (other.At(range.begin + at * size_) != Answer::kNo) return at;
+    }
+    return whole;
+  }
+
+  bool IsSmooth(MediaWindow& window, std::uint64_t begin, std::uint64_t count) const {
+    for (std::uint64_t at = 0; at < count; at += kRoughnessFrames) {
+      const std::uint64_t from =
+          std::min(at, count > kRoughnessFrames ? count - kRoughnessFrames : 0);
+      const auto frames =
+          static_cast<std::size_t>(std::min<std::uint64_t>(kRoughnessFrames, count));
+      const unsigned char* bytes = window.At(begin + from * size_, frames * size_);
+      if (bytes == nullptr || RoughnessOf(bytes, frames, size_) > roughness_) return false;
+    }
+    return true;
+  }
+
+  std::uint32_t size_;
+  std::vector<std::uint64_t> counts_;
+  unsigned int roughness_;
+};
+
+// Samples of data that are as many and as large as the reference's, where those
+// stand.
+class PlacedSamples final : public FrameMethod {
+ public:
+  PlacedSamples(std::uint32_t size, std::vector<std::uint64_t> counts)
+      : size_(size), counts_(std::move(counts)) {}
+
+  std::string_view Name() const override { return "place"; }
+  std::uint32_t UniformSize() const override { return size_; }
+
+  std::optional<SampleSpan> Fill(MediaWindow&, ByteRange range) override {
+    const std::uint64_t bytes = range.end - range.begin;
+    const std::uint64_t count = bytes / size_;
+    const bool known = std::find(counts_.begin(), counts_.end(), count) != counts_.end();
+    if (!known || count * size_ != bytes) return std::nullopt;
+    return SampleSpan{count, bytes, {}};
+  }
+
+  SampleSpan Begin(MediaWindow&, ByteRange, BeginsOther&) override { return {}; }
+
+ private:
+  std::uint32_t size_;
+  std::vector<std::uint64_t> counts_;
+};
+
+// The roughest piece of the reference, with room; 0 where its sound is like
+// noise, from which nothing can be told apart.
+unsigned int RoughnessLimit(const Reference& reference, std::size_t track, std::uint32_t size) {
+  constexpr unsigned int kLeast = 5;
+  constexpr unsigned int kNoise = 36;
+  constexpr std::size_t kMostChunks = 256;
+  unsigned int most = 0;
+  std::vector<unsigned char> bytes(kRoughnessFrames * size);
+  std::size_t left = kMostChunks;
+  for (const ChunkPlace& chunk : reference.tracks()[track].chunks) {
+    if (left-- == 0) break;
+    if (chunk.samples < kRoughnessFrames) continue;
+    if (!reference.file().Read(chunk.position, bytes.data(), bytes.size())) break;
+    most = std::max(most, RoughnessOf(bytes.data(), kRoughnessFrames, size));
+  }
+  return most >= kNoise ? 0 : std::min(std::max(most * 2, kLeast), kNoise);
+}
+
+// A whole sample: the first one of a chunk behind so many samples.
+std::vector<unsigned char> SampleBehind(const Reference& reference, const ReferenceTrack& track,
+                                        std::uint32_t samples) {
+  constexpr std::size_t kMostFrame = 64 << 10;
+  for (const ChunkPlace& chunk : track.chunks) {
+    if (chunk.firstSample < samples) continue;
+    std::vector<unsigned char> bytes(
+        std::min<std::size_t>(track.sizes.At(chunk.firstSample), kMostFrame));
+    if (reference.file().Read(chunk.position, bytes.data(), bytes.size())) return bytes;
+  }
+  return {};
+}
+
+// The last one of a track whose samples lie in one chunk.
+std::vector<unsigned char> LastSample(const Reference& reference, const ReferenceTrack& track) {
+  if (track.chunks.empty()) return {};
+  const ChunkPlace& chunk = track.chunks.back();
+  std::uint64_t at = chunk.position;
+  for (std::uint32_t i = 0; i + 1 < chunk.samples; ++i) at += track.sizes.At(chunk.firstSample + i);
+  std::vector<unsigned char> bytes(
+      std::min<std::size_t>(track.sizes.At(chunk.firstSample + chunk.samples - 1), 64 << 10));
+  return reference.file().Read(at, bytes.data(), bytes.size()) ? bytes
+                                                               : std::vector<unsigned char>();
+}
+
+std::unique_ptr<FrameMethod> MakeDecoded(const Reference& reference, const ReferenceTrack& track,
+                                         const Bytes& configuration) {
+  if (!HasDecoder() || configuration.empty()) return nullptr;
+  const auto first = SampleBehind(reference, track, 0);
+  auto witness = SampleBehind(reference, track, track.sizes.count / 2);
+  if (witness.empty()) witness = LastSample(reference, track);
+  auto method = std::make_unique<DecodedFrames>(configuration, witness, LargestSample(track));
+  if (!method->good()) return nullptr;
+  method->TakeFirst(first);
+  return method;
+}
+
+}  // namespace
+
+unsigned int RoughnessOf(const unsigned char* bytes, std::size_t frames, std::uint32_t size) {
+  unsigned int least = 128;
+  for (std::uint32_t lane = 0; lane < size && frames > 1; ++lane) {
+    unsigned int sum = 0;
+    for (std::size_t i = 1; i < frames; ++i) {
+      const auto step =
+          static_cast<signed char>(bytes[i * size + lane] - bytes[(i - 1) * size + lane]);
+      sum += static_cast<unsigned int>(std::abs(int{step}));
+    }
+    least = std::min(least, sum / static_cast<unsigned int>(frames - 1));
+  }
+  return least;
+}
+
+std::unique_ptr<FrameMethod> MakeFrameMethod(const Reference& reference, std::size_t track,
+                                             const std::vector<std::uint64_t>& counts) {
+  const ReferenceTrack& of = reference.tracks()[track];
+  const std::uint32_t size = of.UniformSize();
+  constexpr std::uint32_t kMostSample = 4096;
+  const bool uniform = size != 0 && size <= kMostSample;
+  if (of.descriptions != 1 || of.kind == FourCc("vide")) return nullptr;
+  if (of.kind != FourCc("soun"))
+    return uniform ? std::make_unique<PlacedSamples>(size, counts) : nullptr;
+  const StreamDescription stream = DescribeStream(of.entry);
+  if (of.entryType == FourCc("mp4a") &&
+      (stream.objectType == 0x40 || (stream.objectType >= 0x66 && stream.objectType <= 0x68)))
+    return MakeDecoded(reference, of, stream.specific);
+  const FrameHeader header = FrameHeaderFor(of.entryType, stream.objectType);
+  if (header != nullptr) return std::make_unique<HeadedFrames>(header);
+  if (!uniform) return nullptr;
+  return std::make_unique<UniformFrames>(size, counts, RoughnessLimit(reference, track, size));
+}
+
+}  // namespace clipchain::rescue

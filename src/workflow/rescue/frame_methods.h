@@ -1,0 +1,46 @@
+// Ways to find samples of sound, one for each kind of it: each splits a piece
+// of media into samples and is sure of it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+#include "workflow/rescue/harvest.h"
+#include "workflow/rescue/media_window.h"
+#include "workflow/rescue/reference.h"
+
+namespace clipchain::rescue {
+
+// Tells whether a picture may begin at that place of the file: what is behind
+// it is no sound.
+class BeginsOther {
+ public:
+  virtual ~BeginsOther() = default;
+  enum class Answer { kNo, kMaybe, kTooShort };
+  virtual Answer At(std::uint64_t position) = 0;
+};
+
+class FrameMethod {
+ public:
+  virtual ~FrameMethod() = default;
+  virtual std::string_view Name() const = 0;
+  // To be called before a walk through media: what comes next is the track's
+  // first sample.
+  virtual void Restart() {}
+  // The samples that fill that part of the file exactly; nothing if none do.
+  virtual std::optional<SampleSpan> Fill(MediaWindow& window, ByteRange range) = 0;
+  // The samples at the beginning of a part that was cut, which is shorter than
+  // it was: those whose ends are sure.
+  virtual SampleSpan Begin(MediaWindow& window, ByteRange range, BeginsOther& other) = 0;
+  // Not 0: all samples have that size.
+  virtual std::uint32_t UniformSize() const { return 0; }
+};
+
+// The method for a track of the reference; null where there is none. `counts`
+// are the numbers of samples that pieces of the track have there.
+std::unique_ptr<FrameMethod> MakeFrameMethod(const Reference& reference, std::size_t track,
+                                             const std::vector<std::uint64_t>& counts);
+
+}  // namespace clipchain::rescue

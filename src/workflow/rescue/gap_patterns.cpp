@@ -1,0 +1,195 @@
+#include "workflow/rescue/gap_patterns.h"
+
+#include <algorithm>
+
+namespace clipchain::rescue {
+
+namespace {
+
+// No recording has more kinds of them; what is beyond is no pattern.
+constexpr std::size_t kMostPatterns = 64;
+constexpr std::size_t kMostCounts = 256;
+
+template <typename Value>
+void AddOnce(std::vector<Value>& values, const Value& value) {
+  if (values.size() < kMostCounts && std::find(values.begin(), values.end(), value) == values.end())
+    values.push_back(value);
+}
+
+}  // namespace
+
+void GapPatterns::Learn(const Reference& reference, std::optional<std::size_t> anchor) {
+  counts_.resize(reference.tracks().size());
+  Gap gap;
+  gap.atBegin = true;
+  std::uint64_t last = 0;
+  for (const ChunkPlace& chunk : reference.chunks()) {
+    if (anchor && chunk.track == *anchor) {
+      if (!gap.tracks.empty()) TakeGap(gap);
+      gap = {};
+      continue;
+    }
+    const bool joins =
+        !gap.tracks.empty() && gap.tracks.back() == chunk.track && chunk.position == last;
+    if (!joins) {
+      gap.tracks.push_back(chunk.track);
+      gap.counts.push_back(0);
+    }
+    gap.counts.back() += chunk.samples;
+    const std::uint64_t bytes = reference.BytesOf(chunk);
+    gap.bytes += bytes;
+    last = chunk.position + bytes;
+  }
+  // The last gap may have ended early, as the recording did; its order counts,
+  // its numbers do not where there are others.
+  if (gap.tracks.empty()) return;
+  const auto counts = counts_;
+  TakeGap(gap);
+  for (std::size_t i = 0; i < counts.size(); ++i) {
+    if (!counts[i].empty()) counts_[i] = counts[i];
+  }
+}
+
+void GapPatterns::TakeGap(const Gap& gap) {
+  largest_ = std::max(largest_, gap.bytes);
+  for (std::size_t i = 0; i < gap.tracks.size(); ++i)
+    AddOnce(counts_[gap.tracks[i]], gap.counts[i]);
+  auto found = std::find_if(patterns_.begin(), patterns_.end(), [&](const GapPattern& pattern) {
+    return pattern.tracks == gap.tracks && pattern.atBegin == gap.atBegin;
+  });
+  if (found == patterns_.end()) {
+    if (patterns_.size() == kMostPatterns) return;
+    patterns_.push_back({gap.tracks, {}, 0, gap.atBegin});
+    found = patterns_.end() - 1;
+  }
+  ++found->times;
+  AddOnce(found->counts, gap.counts);
+}
+
+std::vector<std::uint64_t> GapPatterns::CountsOf(std::size_t track) const { return counts_[track]; }
+
+std::optional<std::size_t> GapPatterns::FirstTrack(bool atBegin) const {
+  std::optional<std::size_t> first;
+  for (const GapPattern& pattern : patterns_) {
+    if (pattern.atBegin != atBegin) continue;
+    if (first && *first != pattern.tracks.front()) return std::nullopt;
+    first = pattern.tracks.front();
+  }
+  return first;
+}
+
+namespace {
+
+using Pieces = std::vector<GapPiece>;
+
+class Solver {
+ public:
+  Solver(const FrameMethods& methods, MediaWindow& window, ByteRange gap)
+      : methods_(methods), window_(window), gap_(gap) {}
+
+  bool HasMethods(const GapPattern& pattern) const {
+    return std::all_of(pattern.tracks.begin(), pattern.tracks.end(),
+                       [&](std::size_t track) { return methods_[track] != nullptr; });
+  }
+
+  std::optional<Pieces> Solve(const GapPattern& pattern) {
+    if (pattern.tracks.size() == 1) {
+      auto span = methods_[pattern.tracks[0]]->Fill(window_, gap_);
+      if (!span) return std::nullopt;
+      return Pieces{{pattern.tracks[0], gap_.begin, std::move(*span)}};
+    }
+    for (const auto& counts : pattern.counts) {
+      if (auto pieces = SolveWith(pattern, counts)) return pieces;
+    }
+    return std::nullopt;
+  }
+
+ private:
+  std::uint64_t UniformBytes(std::size_t track, std::uint64_t count) const {
+    return std::uint64_t{methods_[track]->UniformSize()} * count;
+  }
+
+  // At most one part has samples of different sizes; it takes what the others
+  // leave.
+  std::optional<Pieces> SolveWith(const GapPattern& pattern,
+                                  const std::vector<std::uint64_t>& counts) {
+    std::uint64_t known = 0;
+    std::size_t open = 0;
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+      known += UniformBytes(pattern.tracks[i], counts[i]);
+      if (methods_[pattern.tracks[i]]->UniformSize() == 0) ++open;
+    }
+    const std::uint64_t bytes = gap_.end - gap_.begin;
+    if (open > 1 || known > bytes || (open == 0 && known != bytes)) return std::nullopt;
+    Pieces pieces;
+    std::uint64_t at = gap_.begin;
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+      const std::size_t track = pattern.tracks[i];
+      std::uint64_t size = UniformBytes(track, counts[i]);
+      if (methods_[track]->UniformSize() == 0) size = bytes - known;
+      auto span = methods_[track]->Fill(window_, {at, at + size});
+      if (!span) return std::nullopt;
+      pieces.push_back({track, at, std::move(*span)});
+      at += size;
+    }
+    return pieces;
+  }
+
+  const FrameMethods& methods_;
+  MediaWindow& window_;
+  ByteRange gap_;
+};
+
+// Where the reference's gaps are of very many lengths, one between them will do.
+bool HasCountsOf(const GapPattern& pattern, const Pieces& pieces) {
+  constexpr std::size_t kMany = 64;
+  std::vector<std::uint64_t> counts;
+  for (const GapPiece& piece : pieces) counts.push_back(piece.span.count);
+  const auto& known = pattern.counts;
+  if (known.size() >= kMany && counts.size() == 1) {
+    const auto [least, most] = std::minmax_element(known.begin(), known.end());
+    return *least <= counts && counts <= *most;
+  }
+  return std::find(known.begin(), known.end(), counts) != known.end();
+}
+
+bool SaysNothing(const GapPattern& pattern, const FrameMethods& methods) {
+  return std::all_of(pattern.tracks.begin(), pattern.tracks.end(),
+                     [&](std::size_t track) { return methods[track]->UniformSize() != 0; });
+}
+
+bool IsSame(const Pieces& a, const Pieces& b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](const GapPiece& one, const GapPiece& other) {
+                      return one.track == other.track && one.position == other.position &&
+                             one.span.count == other.span.count;
+                    });
+}
+
+}  // namespace
+
+// Samples that a decoder or a header confirms fill a gap by no accident. Those
+// of constant size do so easily, and count only where there is one way.
+std::optional<std::vector<GapPiece>> SolveGap(const GapPatterns& patterns,
+                                              const FrameMethods& methods, MediaWindow& window,
+                                              ByteRange gap, GapPlace place) {
+  const bool atBegin = place != GapPlace::kInside && place != GapPlace::kEnd;
+  const bool ends = place == GapPlace::kEnd || place == GapPlace::kAll;
+  Solver solver(methods, window, gap);
+  std::optional<Pieces> uniform;
+  bool several = false;
+  for (const GapPattern& pattern : patterns.all()) {
+    if (pattern.atBegin != atBegin || !solver.HasMethods(pattern)) continue;
+    auto pieces = solver.Solve(pattern);
+    if (!pieces) continue;
+    if (!SaysNothing(pattern, methods)) return pieces;
+    // Nothing but the reference's own numbers speaks for samples of constant size, unless the media
+    // ends with them.
+    if (!ends && !HasCountsOf(pattern, *pieces)) continue;
+    several = several || (uniform && !IsSame(*uniform, *pieces));
+    if (!uniform) uniform = std::move(pieces);
+  }
+  return several ? std::nullopt : uniform;
+}
+
+}  // namespace clipchain::rescue

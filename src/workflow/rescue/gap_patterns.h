@@ -1,0 +1,74 @@
+// What stands between pictures in the reference: which tracks, in which order,
+// how many samples.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "workflow/rescue/frame_methods.h"
+#include "workflow/rescue/harvest.h"
+#include "workflow/rescue/reference.h"
+
+namespace clipchain::rescue {
+
+struct GapPattern {
+  std::vector<std::size_t> tracks;
+  std::vector<std::vector<std::uint64_t>> counts;  // samples of each, as they occur, each once
+  std::uint64_t times = 0;
+  bool atBegin = false;  // in front of the first picture
+};
+
+class GapPatterns {
+ public:
+  // `anchor` is the track whose samples can be told by themselves; none: all
+  // media is one gap.
+  void Learn(const Reference& reference, std::optional<std::size_t> anchor);
+
+  const std::vector<GapPattern>& all() const { return patterns_; }
+  std::uint64_t largest() const { return largest_; }
+  // The numbers of samples that pieces of a track have, without that of the
+  // last piece, which may be shorter.
+  std::vector<std::uint64_t> CountsOf(std::size_t track) const;
+  // The track that every gap begins with, or every first one; nothing where
+  // they differ.
+  std::optional<std::size_t> FirstTrack(bool atBegin) const;
+
+ private:
+  struct Gap {
+    std::vector<std::size_t> tracks;
+    std::vector<std::uint64_t> counts;
+    std::uint64_t bytes = 0;
+    bool atBegin = false;
+  };
+  void TakeGap(const Gap& gap);
+
+  std::vector<GapPattern> patterns_;
+  std::vector<std::vector<std::uint64_t>> counts_;  // by track
+  std::uint64_t largest_ = 0;
+};
+
+using FrameMethods = std::vector<std::unique_ptr<FrameMethod>>;  // by track; null without one
+
+struct GapPiece {
+  std::size_t track = 0;
+  std::uint64_t position = 0;
+  SampleSpan span;
+};
+
+enum class GapPlace {
+  kInside,         // between two pictures
+  kEnd,            // between a picture and the true end of the media
+  kAll,            // between its begin and that
+  kBegin,          // in front of the first picture
+  kDoubtfulBegin,  // the same where the media may begin
+};
+
+// The pieces that fill a gap exactly, by one of the patterns; nothing if none
+// does, or if two do that nothing tells apart.
+std::optional<std::vector<GapPiece>> SolveGap(const GapPatterns& patterns,
+                                              const FrameMethods& methods, MediaWindow& window,
+                                              ByteRange gap, GapPlace place);
+
+}  // namespace clipchain::rescue

@@ -1,0 +1,61 @@
+// The samples that were found in a broken clip.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace clipchain::rescue {
+
+// Samples of one track without a gap between them.
+struct SampleRun {
+  std::size_t track = 0;  // index among the reference's
+  std::uint64_t position = 0;
+  std::uint64_t bytes = 0;
+  std::uint64_t samples = 0;
+};
+
+// Sizes of samples that follow one another: one each or, where there are none,
+// one for all.
+struct SampleSpan {
+  std::uint64_t count = 0;
+  std::uint64_t bytes = 0;
+  std::vector<std::uint32_t> sizes;
+};
+
+// What tells times and sync flags of a picture.
+struct PictureFacts {
+  std::int32_t order = 0;     // picture order count
+  bool setsBack : 1 = false;  // the counts behind it start from it
+  bool idr : 1 = false;
+  bool randomAccess : 1 = false;
+  bool recovery : 1 = false;
+  bool intra : 1 = false;
+  bool holdsSets : 1 = false;
+  unsigned char reference = 0;  // AVC: whether others refer to it
+  unsigned char type = 0;       // of the first slice
+};
+static_assert(sizeof(PictureFacts) == 8);  // there is one for each picture
+
+struct ByteRange {
+  std::uint64_t begin = 0;
+  std::uint64_t end = 0;
+};
+
+struct TrackHarvest {
+  std::uint64_t samples = 0;
+  std::uint64_t bytes = 0;
+  std::vector<std::uint32_t> sizes;      // unless all are alike
+  std::vector<PictureFacts> pictures;    // of length-prefixed video
+  std::vector<std::uint32_t> durations;  // where records say them
+};
+
+struct Harvest {
+  std::vector<SampleRun> runs;  // in the order of the file
+  std::vector<TrackHarvest> tracks;
+  std::vector<ByteRange> unknown;  // parts of the media that hold no sample that is sure
+
+  void Add(std::size_t track, std::uint64_t position, const SampleSpan& span);
+  void AddUnknown(std::uint64_t begin, std::uint64_t end);
+};
+
+}  // namespace clipchain::rescue

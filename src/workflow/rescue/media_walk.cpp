@@ -1,0 +1,279 @@
+#include "workflow/rescue/media_walk.h"
+
+#include <algorithm>
+
+#include "workflow/rescue/broken_file.h"
+#include "workflow/rescue/picture_facts.h"
+#include "workflow/rescue/sound_decoder.h"
+
+namespace clipchain::rescue {
+
+namespace {
+
+using Answer = BeginsOther::Answer;
+
+constexpr std::size_t kMovieHead = 16;
+// How far a search may go beyond the largest gap of the reference.
+constexpr std::uint64_t kTimesLargest = 4;
+constexpr std::uint64_t kRoom = 64 << 10;
+// Bytes that are looked at, in all: as many as the media has, a few times.
+constexpr std::uint64_t kTimesMedia = 8;
+constexpr std::uint64_t kSpareWork = 256 << 20;
+
+class PictureGuard final : public BeginsOther {
+ public:
+  PictureGuard(MediaWindow& window, AccessUnits* units, std::uint64_t end)
+      : window_(window), units_(units), end_(end) {}
+
+  Answer At(std::uint64_t position) override {
+    if (units_ == nullptr) return Answer::kNo;
+    if (position >= end_) return Answer::kTooShort;
+    if (end_ - position < units_->Lookahead()) return Answer::kTooShort;
+    const unsigned char* bytes = window_.At(position, units_->Lookahead());
+    return bytes == nullptr || units_->MayBegin(bytes) ? Answer::kMaybe : Answer::kNo;
+  }
+
+ private:
+  MediaWindow& window_;
+  AccessUnits* units_;
+  std::uint64_t end_;
+};
+
+// A picture that is not whole: nothing behind it is sure, but what is in front
+// of it ends there.
+bool Ends(const AccessUnit& unit) { return unit.cut || unit.damaged; }
+
+class Walk {
+ public:
+  Walk(const Model& model, MediaWindow& window, const WalkRange& range)
+      : model_(model),
+        window_(window),
+        range_(range),
+        units_(window, range.end, model.syntax, model.habits),
+        before_(window.Work()) {
+    harvest_.tracks.resize(model.reference->tracks().size());
+    position_ = range.begin;
+    for (const auto& method : model.methods) {
+      if (method != nullptr) method->Restart();
+    }
+  }
+
+  Harvest Run(const WalkProgress& progress) {
+    if (model_.video) {
+      while (progress(position_) && (TakePicture() || CrossGap())) {
+      }
+    }
+    End();
+    return std::move(harvest_);
+  }
+
+ private:
+  bool TakePicture();
+  void Commit();
+  bool AtMovie(std::uint64_t position);
+  bool CrossGap();
+  bool CrossTo(std::uint64_t end);
+  bool CrossByCounts(std::uint64_t limit);
+  std::uint64_t SearchLimit() const;
+  // The first place from there on, at most at the limit, where a picture begins
+  // or the media ends.
+  std::optional<std::uint64_t> NextAnchor(std::uint64_t from, std::uint64_t limit);
+  bool IsAnchor(std::uint64_t position);
+  void End();
+  void TakeTail();
+  bool TooMuchWork() const {
+    return units_.Work() + window_.Work() - before_ >
+           (range_.end - range_.begin) * kTimesMedia + kSpareWork;
+  }
+  bool AtBegin() const {
+    return !model_.video || (!pending_ && harvest_.tracks[*model_.video].samples == 0);
+  }
+
+  const Model& model_;
+  MediaWindow& window_;
+  WalkRange range_;
+  AccessUnits units_;
+  Harvest harvest_;
+  PictureOrder order_;
+  std::uint64_t before_;  // work that the window had done
+  std::uint64_t position_ = 0;
+  // The last picture: it counts once something is found behind it.
+  std::optional<AccessUnit> pending_;
+  PictureFacts pendingFacts_;
+  // The picture that was found last, at a place that may have to be asked for
+  // again.
+  std::optional<AccessUnit> next_;
+};
+
+bool Walk::TakePicture() {
+  if (!next_ || next_->position != position_) next_ = units_.At(position_, order_);
+  if (!next_ || TooMuchWork()) return false;
+  Commit();
+  if (Ends(*next_)) return false;
+  pending_ = next_;
+  const SequenceSet& sequence = *model_.syntax.SequenceOf(pending_->slice.pictureSet);
+  pendingFacts_ = FactsOf(*pending_, order_.Take(model_.syntax.codec(), pending_->slice, sequence));
+  position_ += pending_->size;
+  return true;
+}
+
+void Walk::Commit() {
+  if (!pending_) return;
+  const std::size_t track = *model_.video;
+  harvest_.Add(track, pending_->position,
+               {1, pending_->size, {static_cast<std::uint32_t>(pending_->size)}});
+  harvest_.tracks[track].pictures.push_back(pendingFacts_);
+  pending_.reset();
+}
+
+bool Walk::AtMovie(std::uint64_t position) {
+  const unsigned char* bytes = window_.At(position, kMovieHead);
+  return bytes != nullptr && BeginsMovie(bytes);
+}
+
+std::uint64_t Walk::SearchLimit() const {
+  const std::uint64_t most = model_.patterns.largest() * kTimesLargest + kRoom;
+  return range_.end - position_ > most ? position_ + most : range_.end;
+}
+
+// Behind a gap that nothing fills the walk ends: nothing would tell what follows from the media of
+// another recording.
+bool Walk::CrossGap() {
+  if (next_ && Ends(*next_) && next_->position == position_) return false;
+  if (position_ >= range_.end || TooMuchWork()) return false;
+  if (AtMovie(position_)) {
+    range_.end = position_;
+    range_.ends = true;
+    return false;
+  }
+  constexpr int kMostTries = 8;
+  const std::uint64_t limit = SearchLimit();
+  if (CrossByCounts(limit)) return true;
+  auto anchor = NextAnchor(position_ + 1, limit);
+  for (int tries = 0; anchor && tries < kMostTries; ++tries) {
+    if (CrossTo(*anchor)) return true;
+    anchor = NextAnchor(*anchor + 1, limit);
+  }
+  return range_.ends && range_.end <= limit && CrossTo(range_.end);
+}
+
+bool Walk::CrossTo(std::uint64_t end) {
+  GapPlace place = range_.beginIsSure ? GapPlace::kBegin : GapPlace::kDoubtfulBegin;
+  if (!AtBegin()) place = GapPlace::kInside;
+  const bool ends = (range_.ends && end == range_.end) || AtMovie(end);
+  if (ends && place != GapPlace::kDoubtfulBegin)
+    place = AtBegin() ? GapPlace::kAll : GapPlace::kEnd;
+  const auto pieces = SolveGap(model_.patterns, model_.methods, window_, {position_, end}, place);
+  if (!pieces) return false;
+  Commit();
+  for (const GapPiece& piece : *pieces) harvest_.Add(piece.track, piece.position, piece.span);
+  position_ = end;
+  return true;
+}
+
+// Most gaps are as long as one of the reference's, if their samples have one
+// size.
+bool Walk::CrossByCounts(std::uint64_t limit) {
+  for (const GapPattern& pattern : model_.patterns.all()) {
+    if (pattern.atBegin != AtBegin()) continue;
+    for (const auto& counts : pattern.counts) {
+      std::uint64_t size = 0;
+      for (std::size_t i = 0; i < counts.size(); ++i) {
+        const auto& method = model_.methods[pattern.tracks[i]];
+        const std::uint64_t one = method != nullptr ? method->UniformSize() : 0;
+        if (one == 0) return false;
+        size += one * counts[i];
+      }
+      if (size <= limit - position_ && IsAnchor(position_ + size) && CrossTo(position_ + size))
+        return true;
+    }
+  }
+  return false;
+}
+
+bool Walk::IsAnchor(std::uint64_t position) {
+  if (AtMovie(position)) return true;
+  auto found = units_.At(position, order_);
+  if (!found || found->damaged) return false;
+  next_ = found;
+  return true;
+}
+
+std::optional<std::uint64_t> Walk::NextAnchor(std::uint64_t from, std::uint64_t limit) {
+  constexpr std::uint64_t kBlock = 64 << 10;
+  const std::size_t lead = std::max(units_.Lookahead(), kMovieHead);
+  while (from < limit && !TooMuchWork()) {
+    const std::uint64_t step = std::min({kBlock, limit - from, window_.Size() - from});
+    const std::uint64_t there = std::min(step + lead, window_.Size() - from);
+    const unsigned char* bytes = window_.At(from, static_cast<std::size_t>(there));
+    if (bytes == nullptr) return std::nullopt;
+    std::uint64_t i = 0;
+    for (; i < step; ++i) {
+      if (i + units_.Lookahead() <= there && units_.MayBegin(bytes + i)) break;
+      if (i + kMovieHead <= there && bytes[i + 4] == 'm' && BeginsMovie(bytes + i)) break;
+    }
+    from += i;
+    if (i == step) continue;
+    if (IsAnchor(from)) return from;
+    ++from;
+  }
+  return std::nullopt;
+}
+
+void Walk::End() {
+  const bool whole = position_ == range_.end && range_.ends;
+  if (whole) {
+    Commit();
+  } else if (!next_ || !Ends(*next_) || next_->position != position_) {
+    TakeTail();
+  }
+  harvest_.AddUnknown(pending_ ? pending_->position : position_, range_.end);
+}
+
+// What is left is the beginning of a gap that was cut: it counts as far as its
+// samples are sure, and then the picture in front of it does, too.
+void Walk::TakeTail() {
+  if (position_ >= range_.end) return;
+  if (!model_.video && range_.ends && CrossTo(range_.end)) return;
+  const auto track = model_.patterns.FirstTrack(AtBegin());
+  if (!track || model_.methods[*track] == nullptr) return;
+  const bool bounded = model_.video.has_value();
+  if (bounded && range_.end - position_ > model_.patterns.largest() * 2 + kRoom) return;
+  PictureGuard guard(window_, bounded ? &units_ : nullptr, range_.end);
+  const SampleSpan span = model_.methods[*track]->Begin(window_, {position_, range_.end}, guard);
+  if (span.count == 0) return;
+  Commit();
+  harvest_.Add(*track, position_, span);
+  position_ += span.bytes;
+}
+
+}  // namespace
+
+Harvest WalkMedia(const Model& model, MediaWindow& window, const WalkRange& range,
+                  const WalkProgress& progress) {
+  return Walk(model, window, range).Run(progress);
+}
+
+bool FirstPictureDecodes(const Model& model, MediaWindow& window, const Harvest& harvest) {
+  if (!model.video) return true;
+  constexpr std::uint32_t kMostBytes = 256 << 20;
+  const TrackHarvest& track = harvest.tracks[*model.video];
+  std::size_t sample = 0;
+  for (const SampleRun& run : harvest.runs) {
+    if (run.track != *model.video) continue;
+    std::uint64_t at = run.position;
+    for (std::uint64_t i = 0; i < run.samples; ++i, ++sample) {
+      const PictureFacts& facts = track.pictures[sample];
+      if (facts.randomAccess || facts.intra) {
+        if (track.sizes[sample] > kMostBytes) return false;
+        Bytes bytes(track.sizes[sample]);
+        return window.Copy(at, bytes.data(), bytes.size()) &&
+               DecodesPicture(model.syntax.codec(), model.configuration, bytes);
+      }
+      at += track.sizes[sample];
+    }
+  }
+  return false;
+}
+
+}  // namespace clipchain::rescue

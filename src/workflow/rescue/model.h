@@ -1,0 +1,39 @@
+// What was learned from a reference, and what of it holds: how each of its
+// tracks is found.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "workflow/rescue/access_units.h"
+#include "workflow/rescue/gap_patterns.h"
+#include "workflow/rescue/record_method.h"
+#include "workflow/rescue/reference.h"
+
+namespace clipchain::rescue {
+
+struct Model {
+  const Reference* reference = nullptr;
+  std::optional<std::size_t> video;  // the track of length-prefixed video, if there is one
+  VideoSyntax syntax;
+  Bytes configuration;  // of that video
+  UnitHabits habits;
+  FrameMethods methods;
+  GapPatterns patterns;
+  std::vector<PictureFacts> pictures;   // the reference's own, the first ones
+  std::optional<RecordMethod> records;  // where records stand in front of the samples
+
+  // By which way a track is found: "records", "units", …; empty where there is
+  // none.
+  std::string MethodOf(std::size_t track) const;
+};
+
+// Learns all there is, and tries it on the reference itself: a method that
+// gives anything but the reference's own samples is dropped. What speaks
+// against the reference, as the rest of a sentence that begins with its name;
+// empty if it can be used.
+std::string LearnModel(const Reference& reference, Model& model);
+
+}  // namespace clipchain::rescue

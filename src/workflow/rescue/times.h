@@ -1,0 +1,36 @@
+// When samples are decoded and shown, and where playing may start: by what
+// holds in the reference.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "adapt/track_tables.h"
+#include "workflow/rescue/harvest.h"
+#include "workflow/rescue/reference.h"
+
+namespace clipchain::rescue {
+
+// The pictures of the reference, the first ones, as far as they were read.
+using Pictures = std::vector<PictureFacts>;
+
+struct TrackTimes {
+  TimeRuns times;
+  OffsetRuns offsets;                      // none: every sample is shown when it is decoded
+  std::vector<std::uint32_t> syncSamples;  // counted from 1; of use where the reference has a table
+  Bytes dependencies;                      // "sdtp", a byte for each; empty without one
+  bool timesEstimated = false;
+  bool offsetsEstimated = false;
+  bool syncEstimated = false;
+};
+
+// `seen` are the reference's own pictures; empty for tracks that are no
+// length-prefixed video.
+TrackTimes MakeTimes(const ReferenceTrack& track, const Pictures& seen, const TrackHarvest& found);
+
+// The step of all samples but the last one, which may be cut short; nothing if
+// they differ.
+std::optional<std::uint32_t> RegularStep(const TimeRuns& times);
+
+}  // namespace clipchain::rescue

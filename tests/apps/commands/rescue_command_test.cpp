@@ -1,0 +1,87 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "apps/tool.h"
+#include "support/bytes.h"
+#include "support/temp_dir.h"
+#include "workflow/rescue/sound_decoder.h"
+
+namespace fs = std::filesystem;
+using support::Bytes;
+using support::Finished;
+using support::ReadFile;
+using support::TempDir;
+using support::WriteFile;
+using testing::HasSubstr;
+
+namespace {
+
+std::string Clip(int number) {
+  return support::SourcePath("examples/clips/clip" + std::to_string(number) + ".mp4");
+}
+
+Bytes WithoutMovie(const std::string& path) {
+  const Bytes clip = ReadFile(path);
+  return support::Slice(clip, 0, support::FindBox(clip, "moov"));
+}
+
+class RescueCommand : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!clipchain::rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
+    fs::create_directory(folder_ / "card");
+    for (const int number : {1, 2}) fs::copy(Clip(number), folder_ / "card");
+    WriteFile(folder_ / "card/clip3.mp4", WithoutMovie(Clip(3)));
+  }
+  std::string At(const std::string& name) const { return folder_ / name; }
+
+  TempDir folder_;
+};
+
+TEST_F(RescueCommand, SaysWhatItFound) {
+  const Finished run = Tool({"rescue", At("card/clip3.mp4"), "-o", At("out.mp4")});
+  EXPECT_EQ(0, run.exitCode) << run.err;
+  EXPECT_THAT(run.out, HasSubstr("rescued "));
+  EXPECT_THAT(run.out, HasSubstr("found by units"));
+  EXPECT_TRUE(fs::exists(At("out.mp4")));
+}
+
+TEST_F(RescueCommand, SaysItForPrograms) {
+  const Finished run = Tool({"rescue", At("card/clip3.mp4"), "--like", At("card/clip2.mp4"), "-o",
+                             At("out.mp4"), "--json"});
+  EXPECT_EQ(0, run.exitCode);
+  const auto document = nlohmann::json::parse(run.out);
+  EXPECT_TRUE(document["done"]);
+  EXPECT_EQ(At("card/clip2.mp4"), document["reference"]["path"]);
+  EXPECT_EQ("units", document["tracks"][0]["method"]);
+  EXPECT_TRUE(document["unknown"].empty());
+}
+
+TEST_F(RescueCommand, NeedsAnOutput) {
+  EXPECT_EQ(2, Tool({"rescue", At("card/clip3.mp4")}).exitCode);
+}
+
+TEST_F(RescueCommand, IsNamedByACheck) {
+  const Finished run = Tool({"check", At("card/clip3.mp4")});
+  EXPECT_EQ(1, run.exitCode);
+  EXPECT_THAT(run.out, HasSubstr("clipchain rescue"));
+}
+
+TEST_F(RescueCommand, IsNamedByAJoin) {
+  const Finished run = Tool({"join", At("card"), "-o", At("joined")});
+  EXPECT_EQ(3, run.exitCode);
+  EXPECT_THAT(run.out + run.err, HasSubstr("--rescue"));
+}
+
+TEST_F(RescueCommand, CompletesARecordingInAJoin) {
+  const Finished run = Tool({"join", At("card"), "-o", At("joined"), "--rescue"});
+  EXPECT_EQ(0, run.exitCode) << run.out << run.err;
+  EXPECT_THAT(run.out, HasSubstr("-rescued.mp4"));
+  EXPECT_THAT(run.out, HasSubstr("was rescued of"));
+  EXPECT_THAT(run.out, HasSubstr("1 merged"));
+}
+
+}  // namespace

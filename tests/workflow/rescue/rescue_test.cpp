@@ -1,0 +1,157 @@
+#include "workflow/rescue.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "support/bytes.h"
+#include "support/temp_dir.h"
+#include "workflow/rescue/sound_decoder.h"
+
+namespace clipchain {
+
+namespace {
+
+namespace fs = std::filesystem;
+using support::Bytes;
+using support::ReadFile;
+using support::TempDir;
+using support::WriteFile;
+
+const std::string kClip2 = support::SourcePath("examples/clips/clip2.mp4");
+const std::string kClip3 = support::SourcePath("examples/clips/clip3.mp4");
+
+// Where the top-level box of a type begins; the end if there is none.
+std::size_t PlaceOf(const Bytes& clip, const std::string& type) {
+  for (std::size_t at = 0; at + 8 <= clip.size(); at += support::ReadU32(clip, at)) {
+    if (std::equal(type.begin(), type.end(), clip.begin() + static_cast<std::ptrdiff_t>(at) + 4))
+      return at;
+    if (support::ReadU32(clip, at) < 8) break;
+  }
+  return clip.size();
+}
+
+Bytes WithoutMovie(const std::string& path) {
+  Bytes clip = ReadFile(path);
+  clip.resize(PlaceOf(clip, "moov"));
+  return clip;
+}
+
+std::vector<Message> MessagesOf(const Findings& findings) {
+  std::vector<Message> messages;
+  for (const Finding& finding : findings) messages.push_back(finding.message);
+  return messages;
+}
+
+class RescueTest : public testing::Test {
+ protected:
+  RescueReport Run(const Bytes& broken, std::vector<std::string> references = {kClip2}) {
+    WriteFile(folder_ / "broken.mp4", broken);
+    RescueOptions options;
+    options.references = std::move(references);
+    options.output = folder_ / "out.mp4";
+    return Rescue(folder_ / "broken.mp4", options);
+  }
+  bool HasOutput() const { return fs::exists(std::string(folder_ / "out.mp4")); }
+
+  TempDir folder_;
+};
+
+TEST_F(RescueTest, FindsEverySampleOfAClipWithoutItsMovie) {
+  if (!rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
+  const Bytes broken = WithoutMovie(kClip3);
+  const RescueReport report = Run(broken);
+  ASSERT_TRUE(report.done);
+  EXPECT_TRUE(report.unknown.empty());
+  EXPECT_EQ(kClip2, report.reference);
+  long long bytes = 0;
+  for (const RescuedTrack& track : report.tracks) bytes += track.bytes;
+  const std::size_t media = PlaceOf(broken, "mdat");
+  EXPECT_EQ(support::ReadU32(broken, media) - 8, bytes);
+  EXPECT_EQ(broken, ReadFile(folder_ / "broken.mp4"));
+  EXPECT_EQ(static_cast<long long>(fs::file_size(std::string(folder_ / "out.mp4"))), report.size);
+}
+
+TEST_F(RescueTest, LeavesOutWhatACutHasLeftOfASample) {
+  if (!rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
+  Bytes broken = WithoutMovie(kClip3);
+  broken.resize(broken.size() * 2 / 3);
+  const RescueReport report = Run(broken);
+  ASSERT_TRUE(report.done);
+  ASSERT_EQ(1u, report.unknown.size());
+  EXPECT_EQ(static_cast<long long>(broken.size()), report.unknown[0].end);
+  EXPECT_THAT(MessagesOf(report.findings), testing::Contains(Message::kSamplesLeftOut));
+}
+
+TEST_F(RescueTest, FindsNothingInForeignBytes) {
+  Bytes broken = WithoutMovie(kClip3);
+  unsigned int seed = 1;
+  for (std::size_t i = PlaceOf(broken, "mdat") + 8; i < broken.size(); ++i) {
+    seed = seed * 1664525 + 1013904223;
+    broken[i] = static_cast<unsigned char>(seed >> 24);
+  }
+  const RescueReport report = Run(broken);
+  EXPECT_FALSE(report.done);
+  EXPECT_FALSE(HasOutput());
+  EXPECT_THAT(MessagesOf(report.findings),
+              testing::ElementsAre(Message::kInputRefused, Message::kMovieMissing));
+}
+
+TEST_F(RescueTest, FindsNothingInZeros) {
+  Bytes broken = WithoutMovie(kClip3);
+  std::fill(broken.begin() + static_cast<std::ptrdiff_t>(PlaceOf(broken, "mdat")) + 8, broken.end(),
+            static_cast<unsigned char>(0));
+  EXPECT_FALSE(Run(broken).done);
+  EXPECT_FALSE(HasOutput());
+}
+
+TEST_F(RescueTest, LeavesAWholeClipAlone) {
+  const RescueReport report = Run(ReadFile(kClip3));
+  EXPECT_FALSE(report.done);
+  EXPECT_THAT(MessagesOf(report.findings), testing::ElementsAre(Message::kInputRefused));
+}
+
+TEST_F(RescueTest, NeedsAClipToLearnFrom) {
+  const RescueReport report = Run(WithoutMovie(kClip3), {});
+  EXPECT_THAT(MessagesOf(report.findings), testing::ElementsAre(Message::kMovieMissing));
+}
+
+TEST_F(RescueTest, LearnsFromTheClipBesideIt) {
+  if (!rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
+  WriteFile(folder_ / "a.mp4", ReadFile(kClip2));
+  const RescueReport report = Run(WithoutMovie(kClip3), {});
+  EXPECT_TRUE(report.done);
+  EXPECT_EQ(std::string(folder_ / "a.mp4"), report.reference);
+}
+
+TEST_F(RescueTest, ReplacesNoFile) {
+  WriteFile(folder_ / "out.mp4", Bytes{1, 2, 3});
+  const RescueReport report = Run(WithoutMovie(kClip3));
+  EXPECT_FALSE(report.done);
+  EXPECT_THAT(MessagesOf(report.findings), testing::ElementsAre(Message::kOutputExists));
+  EXPECT_EQ((Bytes{1, 2, 3}), ReadFile(folder_ / "out.mp4"));
+}
+
+TEST_F(RescueTest, LeavesNothingBehindWhenItIsStopped) {
+  WriteFile(folder_ / "broken.mp4", WithoutMovie(kClip3));
+  RescueOptions options;
+  options.references = {kClip2};
+  options.output = folder_ / "out.mp4";
+  options.progress = [](const RescueStep& step) {
+    return step.phase != RescueStep::Phase::kCopying;
+  };
+  EXPECT_FALSE(Rescue(folder_ / "broken.mp4", options).done);
+  EXPECT_EQ(1, std::distance(fs::directory_iterator(std::string(folder_ / "")), {}));
+}
+
+TEST_F(RescueTest, KnowsAClipThatNeedsIt) {
+  WriteFile(folder_ / "broken.mp4", WithoutMovie(kClip3));
+  EXPECT_TRUE(NeedsRescue(folder_ / "broken.mp4"));
+  EXPECT_FALSE(NeedsRescue(kClip3));
+}
+
+}  // namespace
+
+}  // namespace clipchain
