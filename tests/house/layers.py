@@ -35,7 +35,7 @@ ROOMS_OF_THE_TOOL = {
     "commands": ["manual", "terminal", "output"],
 }
 # Headers without a source, and where they belong.
-HEADERS_ALONE = {"messages.inc": "findings", "progress.h": "system", "seam.h": "checks"}
+HEADERS_ALONE = {"fitting.h": "system", "messages.inc": "findings", "progress.h": "system", "seam.h": "checks"}
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 # Headers of other libraries, by their first folder or name, and the files that may use them.
 LIBRARIES = {

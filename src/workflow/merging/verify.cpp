@@ -18,6 +18,7 @@
 #include "workflow/boxes/sample_layout.h"
 #include "workflow/boxes/top_level.h"
 #include "workflow/findings/result_words.h"
+#include "workflow/merging/clip_media.h"
 #include "workflow/merging/expected_file.h"
 #include "workflow/system/file_bytes.h"
 #include "workflow/system/files.h"
@@ -67,29 +68,6 @@ bool LiesIn(const Chunk& chunk, Number begin, Number size) {
   return chunk.position >= begin && chunk.position - begin <= size &&
          chunk.bytes <= size - (chunk.position - begin);
 }
-
-// The media of a clip, by the positions that its boxes speak of.
-class ClipMedia {
- public:
-  ClipMedia(const std::string& path, QUIRVA::IQvFileReader* view) : file_(path), view_(view) {}
-
-  int error() const { return view_ != nullptr ? 0 : file_.error(); }
-  bool Read(Number position, unsigned char* out, std::size_t size) {
-    if (view_ == nullptr) return file_.Read(position, out, size);
-    if (view_->GetBufferSize() != kBlock && view_->SetBufferSize(kBlock) != S_OK) return false;
-    const unsigned char* data = nullptr;
-    unsigned int got = 0;
-    const HRESULT result = view_->GetData(static_cast<long long>(position),
-                                          static_cast<unsigned int>(size), data, got);
-    if (result != S_OK || got != size) return false;
-    std::copy_n(data, size, out);
-    return true;
-  }
-
- private:
-  FileBytes file_;
-  QUIRVA::IQvFileReader* view_;  // not owned; null where the clip is read as it is
-};
 
 // A clip that was merged, and where its media should lie in the output.
 struct Clip {

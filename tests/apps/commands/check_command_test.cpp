@@ -120,7 +120,8 @@ TEST_F(CheckCommand, PrintsForPrograms) {
 
 TEST_F(CheckCommand, PrintsTheDriftForPrograms) {
   const Json document = Json::parse(Check({"--json", kClip1, kClip2}).out);
-  EXPECT_EQ("warnings", document["verdict"]);  // the sound ends 18.7 ms behind the picture
+  EXPECT_EQ("fine", document["verdict"]);
+  EXPECT_TRUE(document["adaptations"].is_array());
   EXPECT_TRUE(document["output"].is_null());
   EXPECT_GT(document["output_size"], 1000);
   for (const Json& clip : document["clips"]) EXPECT_TRUE(clip["drift"].is_number());
@@ -130,7 +131,7 @@ TEST_F(CheckCommand, EndsByASignalThatComesWhileItReads) {
   if (!support::HasProgram("strace")) GTEST_SKIP() << "no strace";
   const Finished run =
       support::Run({"strace", "-o", folder_ / "trace", "-e", "inject=openat:signal=INT", "-P",
-                    kClip1, CLIPCHAIN_TOOL_PATH, "check", kClip1, kClip2});
+                    kClip1, CLIPCHAIN_TOOL_PATH, "check", "--exact", kClip1, kClip2});
   EXPECT_NE(0, run.exitCode);
   EXPECT_THAT(run.out, HasSubstr("the check was stopped before clip 2 of 2 (merge-stopped)"));
 }

@@ -293,6 +293,7 @@ TEST_F(JoinCommand, PrintsEveryFieldForPrograms) {
   const auto clips = fs::file_size(At("a/1.mp4")) + fs::file_size(At("b/2.mp4"));
   EXPECT_EQ((json{{"number", 1},
                   {"left_out", nullptr},
+                  {"adaptations", json::array()},
                   {"date", "1904-01-01T00:00:01"},
                   {"state", "complete"},
                   {"size", clips},
