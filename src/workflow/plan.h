@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,6 +14,7 @@
 #include "workflow/clip_search.h"
 #include "workflow/finding.h"
 #include "workflow/progress.h"
+#include "workflow/proposals.h"
 #include "workflow/sequence_scan.h"
 
 namespace clipchain {
@@ -48,20 +50,35 @@ struct Job {
   LeftOut leftOut = LeftOut::kNo;
   std::vector<EarlierJoin> earlier;  // in the folder of the results
   Findings findings;                 // what is special about it, above all why it is left out
+  // Of clips that evidence puts together and somebody accepted: how sure that is.
+  std::optional<Grade> accepted{};
+  std::string evidence{};  // of those: the sentences of what agrees
 };
 
 struct PlanOptions {
   std::string folder;       // where the results go
   bool all = false;         // whole recordings of one clip, too
   bool incomplete = false;  // incomplete recordings, too, of one clip or more
+  // Proposals of at least that grade become jobs; none of itself.
+  std::optional<Grade> accept{};
+  // Asked about each other proposal, whether it is accepted. May be empty.
+  std::function<bool(const Proposal&)> ask{};
   // Told before each look at a clip, the count of which may begin anew once; false ends the work.
   Progress progress{};
 };
 
+// A proposal, and what becomes of it.
+struct PlannedProposal {
+  Proposal proposal;
+  bool accepted = false;
+  std::size_t job = 0;  // index of its job, where it is accepted
+};
+
 struct JoinPlan {
-  std::vector<Job> jobs;  // one for each sequence, in the order of the scan
-  Findings findings;      // what is about no sequence: files that could not be read or do not count
-  bool stopped = false;   // by PlanOptions::progress: there are no jobs
+  std::vector<Job> jobs;  // one for each sequence or accepted proposal, in the order of the scan
+  std::vector<PlannedProposal> proposed;
+  Findings findings;     // what is about no sequence: files that could not be read or do not count
+  bool stopped = false;  // by PlanOptions::progress: there are no jobs
 };
 
 // Makes a job of each sequence. A sequence whose clips another one has too, by identifier and size,
@@ -70,7 +87,12 @@ struct JoinPlan {
 // of them is left out. A clip that is registered without identifiers is a sequence of its own.
 [[nodiscard]] CLIPCHAIN_API JoinPlan Plan(const ScanReport& scan, const PlanOptions& options);
 
-// The same from files and folders. Each folder is a volume; options.folder is not searched where it
+// Makes one job out of those of the sequences of each proposal that the options accept. It has the
+// name of its first sequence. The plan must be the one of the scan that was looked at.
+CLIPCHAIN_API void PlanProposals(std::vector<Proposal> proposals, const PlanOptions& options,
+                                 JoinPlan& plan);
+
+// Both from files and folders. Each folder is a volume; options.folder is not searched where it
 // lies in one of them, a file that is reached several times counts once, and earlier results that
 // lie among the clips are passed over, for they carry the identifiers of their first clip.
 [[nodiscard]] CLIPCHAIN_API JoinPlan PlanFor(const std::vector<std::string>& operands,

@@ -17,6 +17,7 @@
 #include "clipchain/manual/usage.h"
 #include "clipchain/output/finding_output.h"
 #include "clipchain/output/join_output.h"
+#include "clipchain/output/proposal_question.h"
 #include "clipchain/terminal/clip_progress.h"
 #include "clipchain/terminal/join_progress.h"
 #include "clipchain/terminal/leftover_question.h"
@@ -45,6 +46,8 @@ struct JoinCommand {
   bool dryRun = false;
   bool quiet = false;
   bool json = false;
+  std::string accept;
+  bool ask = false;
 };
 
 int Fail(const Finding& finding) {
@@ -132,6 +135,8 @@ int RunJobs(const JoinCommand& command, const JoinPlan& plan) {
 JoinPlan MakePlan(const JoinCommand& command) {
   ProgressLine line(stderr, command.quiet);
   PlanOptions options = command.plan;
+  options.accept = GradeOfName(command.accept);
+  if (command.ask) options.ask = ProposalQuestion(line);
   options.progress = ClipProgress("looking at", line);
   if (!command.rescue) return PlanFor(command.paths, options);
   RescueProgress progress(line);
@@ -189,6 +194,17 @@ void AddJoinCommand(CLI::App& tool, int& exitCode) {
   CLI::Option* rescue = command->add_flag(
       "--rescue", options->rescue,
       "Rescue broken clips into DIR/rescued first, and join recordings with what was found");
+  CLI::Option* accept =
+      command
+          ->add_option("--accept", options->accept,
+                       "Join clips without identifiers, too, whose evidence is as sure as that, or "
+                       "surer; without it nothing is joined by evidence")
+          ->type_name("GRADE")
+          ->check(CLI::IsMember({"certain", "likely", "possible"}));
+  MustBeGiven(accept);
+  CLI::Option* ask = command->add_flag(
+      "--ask", options->ask,
+      "Show each recording that the evidence of clips proposes, on a terminal, and ask about it");
   CLI::Option* dryRun =
       command->add_flag("--dry-run", options->dryRun, "Show what would be done, and do nothing");
   rescue->excludes(dryRun);
@@ -205,8 +221,12 @@ void AddJoinCommand(CLI::App& tool, int& exitCode) {
   command->add_flag("--remove-leftovers", options->removeLeftovers,
                     "Remove what merges to the same files that were killed have left behind");
   AddQuiet(*command, options->quiet);
-  command->add_flag("--json", options->json, "Print for programs");
-  command->callback([options, &exitCode] { exitCode = Run(*options); });
+  command->add_flag("--json", options->json, "Print for programs")->excludes(ask);
+  command->callback([options, &exitCode] {
+    if (options->ask && !IsOnTerminal())
+      throw CLI::ValidationError("--ask needs a terminal; --accept needs none");
+    exitCode = Run(*options);
+  });
 }
 
 }  // namespace clipchain

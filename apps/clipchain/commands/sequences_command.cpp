@@ -68,8 +68,15 @@ int FailNames(const SequencesOptions& options, const Findings& missing) {
   }
   FoundClips found;
   for (const Finding& finding : missing) found.unreadable.push_back({finding.path, finding.text});
-  Print(SequencesJson(found, {}, options.scan));
+  Print(SequencesJson(found, {}, {}, options.scan));
   return kFailed;
+}
+
+std::vector<Proposal> ProposeWithProgress(const ScanReport& report) {
+  ProgressLine line(stderr);
+  ProposeOptions options;
+  options.progress = ClipProgress("comparing", line);
+  return Propose(report, options);
 }
 
 int Run(const SequencesOptions& options) {
@@ -84,9 +91,11 @@ int Run(const SequencesOptions& options) {
   }
   const ScanReport report = ScanWithProgress(found, options.scan);
   if (StopSignal() != 0) return kFailed;
-  const std::string text = options.json
-                               ? SequencesJson(found, report, options.scan)
-                               : SequencesTable(found, report, options.scan, Paint(stdout));
+  const std::vector<Proposal> proposals = ProposeWithProgress(report);
+  if (StopSignal() != 0) return kFailed;
+  const std::string text =
+      options.json ? SequencesJson(found, report, proposals, options.scan)
+                   : SequencesTable(found, report, proposals, options.scan, Paint(stdout));
   Print(text);
   if (!options.html.empty()) {
     const Findings leftovers = LookForLeftovers(options.html, nullptr, "remove it");

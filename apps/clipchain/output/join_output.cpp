@@ -8,6 +8,7 @@
 
 #include "clipchain/output/adaptation_output.h"
 #include "clipchain/output/finding_output.h"
+#include "clipchain/output/proposal_output.h"
 #include "clipchain/output/table_cells.h"
 #include "clipchain/terminal/progress_line.h"
 #include "workflow/findings/clip_words.h"
@@ -73,6 +74,24 @@ std::size_t UnreadableClips(const JoinPlan& plan) {
   return static_cast<std::size_t>(std::count_if(
       plan.findings.begin(), plan.findings.end(),
       [](const Finding& finding) { return finding.message == Message::kInputUnreadable; }));
+}
+
+// What the next grade would add: "--accept likely would join 2 recordings of 5 clips". Empty if no
+// proposal is left.
+std::string MoreWords(const JoinPlan& plan) {
+  for (const Grade grade : {Grade::kCertain, Grade::kLikely, Grade::kPossible}) {
+    std::size_t recordings = 0;
+    std::size_t clips = 0;
+    for (const PlannedProposal& planned : plan.proposed) {
+      if (planned.accepted || planned.proposal.grade != grade) continue;
+      ++recordings;
+      clips += planned.proposal.clips.size();
+    }
+    if (recordings == 0) continue;
+    return fmt::format("--accept {} would join {} recording{} of {} clips\n", GradeName(grade),
+                       recordings, recordings == 1 ? "" : "s", clips);
+  }
+  return "";
 }
 
 // "2 merged, 1 failed"; what does not occur is not counted.
@@ -178,7 +197,11 @@ std::string PlanTable(const JoinPlan& plan, const Paint& paint) {
     for (const std::string& input : job.inputs) text += fmt::format("      {}\n", Shown(input));
     text += Indented(job.findings, paint);
   }
-  return text + FindingsText(plan.findings, paint);
+  std::vector<Proposal> open;
+  for (const PlannedProposal& planned : plan.proposed) {
+    if (!planned.accepted) open.push_back(planned.proposal);
+  }
+  return text + ProposalsText(open, paint) + FindingsText(plan.findings, paint);
 }
 
 std::string JoinTable(const JoinPlan& plan, const JoinReport& report, const std::string& folder,
@@ -198,7 +221,8 @@ std::string JoinTable(const JoinPlan& plan, const JoinReport& report, const std:
     const auto planned = static_cast<std::ptrdiff_t>(plan.jobs[i].findings.size());
     text += Indented({job.findings.begin() + planned, job.findings.end()}, paint);
   }
-  return text + '\n' + CountText(plan, report) + '\n' + KeptText(plan, report, folder) + '\n';
+  return text + '\n' + CountText(plan, report) + '\n' + KeptText(plan, report, folder) + '\n' +
+         MoreWords(plan);
 }
 
 std::string JoinJson(const JoinPlan& plan, const JoinReport* report) {
@@ -209,6 +233,9 @@ std::string JoinJson(const JoinPlan& plan, const JoinReport* report) {
     document["jobs"].push_back(
         ReportJson(plan.jobs[i], report != nullptr ? &report->jobs[i] : nullptr, number));
   }
+  document["proposed"] = Json::array();
+  for (const PlannedProposal& planned : plan.proposed)
+    document["proposed"].push_back(PlannedJson(planned));
   document["stopped"] = report != nullptr && report->stopped;
   document["findings"] = FindingsJson(plan.findings);
   return JsonText(document);

@@ -2,9 +2,11 @@
 
 #include <fmt/format.h>
 
+#include "clipchain/output/proposal_output.h"
 #include "clipchain/output/table_cells.h"
 #include "workflow/checks/unreadable_clip.h"
 #include "workflow/clips/clip_json.h"
+#include "workflow/evidence/proposal_json.h"
 #include "workflow/findings/clip_words.h"
 #include "workflow/system/files.h"
 
@@ -130,7 +132,8 @@ Json RejectedJson(const FoundClips& found, const ScanReport& report) {
 }  // namespace
 
 std::string SequencesTable(const FoundClips& found, const ScanReport& report,
-                           const ScanOptions& options, const Paint& paint) {
+                           const std::vector<Proposal>& proposals, const ScanOptions& options,
+                           const Paint& paint) {
   std::string text;
   AddVolumes(found, text);
   if (report.sequences.empty()) {
@@ -149,19 +152,23 @@ std::string SequencesTable(const FoundClips& found, const ScanReport& report,
       text += fmt::format("      {}\n", Shown(clip.path));
     }
   }
+  text += ProposalsText(proposals, paint);
   AddSteps(report, options, text);
   AddRejected(found, report, paint, text);
   return text;
 }
 
 std::string SequencesJson(const FoundClips& found, const ScanReport& report,
-                          const ScanOptions& options) {
+                          const std::vector<Proposal>& proposals, const ScanOptions& options) {
   Json document;
   document["volumes"] = VolumesJson(found);
   document["sequences"] = Json::array();
   for (const SequenceReport& sequence : report.sequences) {
     document["sequences"].push_back(SequenceJson(sequence, document["sequences"].size() + 1));
   }
+  document["proposals"] = Json::array();
+  for (const Proposal& proposal : proposals)
+    document["proposals"].push_back(ProposalJson(proposal));
   document["rejected"] = RejectedJson(found, report);
   document["salvage"] = nullptr;
   if (options.salvage) {

@@ -2,19 +2,23 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "clipchain/terminal/paint.h"
 #include "workflow/clip_search.h"
+#include "workflow/proposals.h"
 #include "workflow/sequence_scan.h"
 
 namespace clipchain {
 
-// A table with a row for each sequence and its files below it, then what could not be registered.
+// A table with a row for each sequence and its files below it, then the proposals and what could
+// not be registered.
 std::string SequencesTable(const FoundClips& found, const ScanReport& report,
-                           const ScanOptions& options, const Paint& paint);
+                           const std::vector<Proposal>& proposals, const ScanOptions& options,
+                           const Paint& paint);
 
 // The same for programs; docs/json.md has the fields.
 std::string SequencesJson(const FoundClips& found, const ScanReport& report,
-                          const ScanOptions& options);
+                          const std::vector<Proposal>& proposals, const ScanOptions& options);
 
 }  // namespace clipchain

@@ -12,23 +12,14 @@
 
 namespace clipchain {
 
-namespace {
-
 bool IsOnTerminal() { return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1; }
 
-// "y" or "yes" removes it; anything else, the end of the input or a signal does not.
-bool AskToRemove(const Leftover& leftover) {
-  std::fputs(fmt::format("{} was left behind by a run that was killed, with {} in it. Remove it? "
-                         "[y/N] ",
-                         Shown(leftover.path), Amount(leftover.size))
-                 .c_str(),
-             stderr);
+bool AskYesNo(const std::string& question) {
+  std::fputs(question.c_str(), stderr);
   std::string answer;
   for (char c = 0; WaitForInput() && ::read(STDIN_FILENO, &c, 1) == 1 && c != '\n';) answer += c;
   return answer == "y" || answer == "yes";
 }
-
-}  // namespace
 
 std::function<bool(const Leftover&)> LeftoverQuestion(bool always, bool forPrograms,
                                                       ProgressLine& line) {
@@ -36,7 +27,9 @@ std::function<bool(const Leftover&)> LeftoverQuestion(bool always, bool forProgr
   if (forPrograms || !IsOnTerminal()) return {};
   return [&line](const Leftover& leftover) {
     line.Clear();
-    return AskToRemove(leftover);
+    return AskYesNo(
+        fmt::format("{} was left behind by a run that was killed, with {} in it. Remove it? [y/N] ",
+                    Shown(leftover.path), Amount(leftover.size)));
   };
 }
 

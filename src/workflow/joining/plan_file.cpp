@@ -59,6 +59,22 @@ std::string Lines(const JoinPlan& plan, bool leftOut) {
   return lines.empty() ? "" : lines + "\n  ";
 }
 
+// What was proposed, each on a line, with the number of its job where it is one.
+std::string ProposedLines(const JoinPlan& plan) {
+  std::vector<Json> numbers;
+  std::size_t number = 0;
+  for (const Job& job : plan.jobs)
+    numbers.push_back(job.leftOut == LeftOut::kNo ? Json(++number) : Json());
+  std::string lines;
+  for (const PlannedProposal& planned : plan.proposed) {
+    Json object = PlannedJson(planned);
+    object["job"] = planned.accepted ? numbers[planned.job] : Json();
+    lines += lines.empty() ? "\n    " : ",\n    ";
+    lines += object.dump(-1, ' ', false, Json::error_handler_t::replace);
+  }
+  return lines.empty() ? "" : lines + "\n  ";
+}
+
 // A plan in a file, and what stands in the way of reading it.
 class PlanFileText {
  public:
@@ -190,8 +206,8 @@ Finding TooLittleMemory(const std::string& path) {
 }  // namespace
 
 std::string PlanText(const JoinPlan& plan) {
-  const std::string rest =
-      fmt::format("{}],\n  \"left_out\":[{}]\n}}\n", Lines(plan, false), Lines(plan, true));
+  const std::string rest = fmt::format("{}],\n  \"left_out\":[{}],\n  \"proposed\":[{}]\n}}\n",
+                                       Lines(plan, false), Lines(plan, true), ProposedLines(plan));
   return Head(Head(0).size() + rest.size()) + rest;
 }
 

@@ -107,6 +107,11 @@ JoinPlan PlanFor(const std::vector<std::string>& operands, const PlanOptions& op
   const ScanReport scan = ScanClips(found, options, findings);
   JoinPlan plan = Plan(scan, options);
   plan.stopped = scan.stopped;
+  if (!scan.stopped) {
+    ProposeOptions proposing;
+    proposing.progress = options.progress;
+    PlanProposals(Propose(scan, proposing), options, plan);
+  }
   plan.findings = std::move(findings);
   if (plan.jobs.empty() && !plan.stopped && scan.rejected.empty())
     plan.findings.push_back(MakeFinding(Message::kNoClips, operands.size() == 1 ? operands[0] : "",

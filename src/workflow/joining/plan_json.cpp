@@ -1,5 +1,6 @@
 #include "workflow/joining/plan_json.h"
 
+#include "workflow/evidence/proposal_json.h"
 #include "workflow/findings/clip_words.h"
 
 namespace clipchain {
@@ -13,6 +14,15 @@ Json JobJson(const Job& job) {
   for (const std::string& input : job.inputs) SetPath(object["inputs"].emplace_back(), input);
   object["output"] = nullptr;
   if (!job.output.empty()) SetPath(object["output"], job.output);
+  object["accepted"] = nullptr;
+  if (job.accepted)
+    object["accepted"] = {{"grade", GradeName(*job.accepted)}, {"evidence", job.evidence}};
+  return object;
+}
+
+Json PlannedJson(const PlannedProposal& planned) {
+  Json object = ProposalJson(planned.proposal);
+  object["accepted"] = planned.accepted;
   return object;
 }
 

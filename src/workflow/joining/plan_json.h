@@ -12,4 +12,7 @@ namespace clipchain {
 // What there is to know about a job, without its findings. `output` is null for a copy.
 Json JobJson(const Job& job);
 
+// A proposal, and whether it is accepted.
+Json PlannedJson(const PlannedProposal& planned);
+
 }  // namespace clipchain

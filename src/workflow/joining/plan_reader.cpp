@@ -6,6 +6,7 @@
 #include <iterator>
 #include <utility>
 
+#include "workflow/joining/accepted_words.h"
 #include "workflow/system/part_name.h"
 
 namespace clipchain {
@@ -57,6 +58,8 @@ std::string PlanReader::Place() const {
       return JobPlace() + '/' + key_;
     case Level::kOutput:
       return JobPlace() + "/output";
+    case Level::kAccepted:
+      return JobPlace() + "/accepted/" + key_;
     default:
       return fmt::format("{}/inputs/{}", JobPlace(), job_.inputs.size());
   }
@@ -96,6 +99,7 @@ PlanReader::Level PlanReader::LevelWithin(const Json& empty) const {
     case Level::kJobs:
       return isObject ? Level::kJob : Level::kOther;
     case Level::kJob:
+      if (isObject && key_ == "accepted") return Level::kAccepted;
       if (isObject) return key_ == "output" ? Level::kOutput : Level::kOther;
       return key_ == "inputs" ? Level::kInputs : Level::kOther;
     case Level::kInputs:
@@ -130,6 +134,7 @@ bool PlanReader::End() {
   if (!right) return false;
   if (ended == Level::kDocument) return IsComplete(fields_, kFields, "");
   if (ended == Level::kJob) return EndJob();
+  if (ended == Level::kAccepted) return EndAccepted();
   if (ended == Level::kInputs && job_.inputs.empty())
     return Fault(JobPlace() + "/inputs", "is no list with at least one clip");
   return true;
@@ -146,9 +151,27 @@ bool PlanReader::Take(const Json& value) {
     case Level::kOutput:
       if (key_ == "path" || key_ == "path_bytes") path_[key_] = value;
       return true;
+    case Level::kAccepted:
+      return TakeAccepted(value);
     default:
       return Fault(Place(), "is no object");
   }
+}
+
+// What a job says about the evidence that put it together.
+bool PlanReader::TakeAccepted(const Json& value) {
+  if (key_ == "grade") {
+    if (value.is_string()) job_.accepted = GradeOfName(value.get<std::string>());
+    return job_.accepted || Fault(Place(), "is no grade");
+  }
+  if (key_ != "evidence") return true;
+  if (!value.is_string()) return Fault(Place(), "is no text");
+  job_.evidence = value.get<std::string>();
+  return true;
+}
+
+bool PlanReader::EndAccepted() {
+  return job_.accepted || Fault(JobPlace() + "/accepted/grade", "is missing");
 }
 
 bool PlanReader::TakeField(const Json& value) {
@@ -176,6 +199,7 @@ bool PlanReader::IsComplete(const std::set<std::string>& fields, const char* con
 bool PlanReader::EndJob() {
   if (!IsComplete(jobFields_, kJobFields, JobPlace())) return false;
   ++jobs_;
+  if (job_.accepted) job_.findings.push_back(AcceptedFinding(job_));
   take_(std::move(job_));
   return true;
 }

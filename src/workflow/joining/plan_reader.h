@@ -43,7 +43,7 @@ class PlanReader : public nlohmann::json_sax<Json> {
                    const nlohmann::detail::exception& error) override;
 
  private:
-  enum class Level { kText, kDocument, kJobs, kJob, kInputs, kInput, kOutput, kOther };
+  enum class Level { kText, kDocument, kJobs, kJob, kInputs, kInput, kOutput, kAccepted, kOther };
 
   bool Value(const Json& value);
   bool Begin(const Json& empty);
@@ -54,6 +54,8 @@ class PlanReader : public nlohmann::json_sax<Json> {
   Level LevelWithin(const Json& empty) const;
   bool EndJob();
   bool EndPath();
+  bool TakeAccepted(const Json& value);
+  bool EndAccepted();
 
   // Where the field at hand, or the element of the list at hand, stands: a JSON pointer.
   std::string Place() const;

@@ -1,0 +1,11 @@
+// Proposals in the form that programs read. Not installed, like all that needs a JSON library.
+#pragma once
+
+#include "workflow/clips/clip_json.h"
+#include "workflow/proposals.h"
+
+namespace clipchain {
+
+Json ProposalJson(const Proposal& proposal);
+
+}  // namespace clipchain
