@@ -299,6 +299,7 @@ TEST_F(JoinCommand, PrintsEveryFieldForPrograms) {
                   {"size", clips},
                   {"inputs", {{{"path", At("a/1.mp4")}}, {{"path", At("b/2.mp4")}}}},
                   {"output", {{"path", At("out/" + first)}}},
+                  {"accepted", nullptr},
                   {"outcome", "merged"},
                   {"output_size", fs::file_size(At("out/" + first))},
                   {"findings", json::array()}}),

@@ -140,6 +140,7 @@ TEST_F(SequencesCommand, PrintsEveryFieldForPrograms) {
                                {"date", "1904-01-01T00:00:02"},
                                {"seconds", 0.0},
                                {"size", fs::file_size(second)}}}}}}},
+                         {"proposals", json::array()},
                          {"rejected", json::array()},
                          {"salvage", nullptr},
                          {"division", nullptr}};

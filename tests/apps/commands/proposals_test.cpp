@@ -1,0 +1,149 @@
+// Clips without identifiers: what sequences and join make of them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "apps/tool.h"
+#include "support/movie_builder.h"
+#include "support/temp_dir.h"
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using support::Finished;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+class Proposals : public testing::Test {
+ protected:
+  std::string At(const std::string& name) const { return (folder / name).string(); }
+  // A clip of 30 pictures a second that begins so many seconds after a day in 2024.
+  void Put(const std::string& name, std::uint32_t begin, std::uint32_t frames) const {
+    support::MovieBuilder movie;
+    movie.creationTime = kSomeDay + begin;
+    movie.Add(support::VideoTrack(frames));
+    fs::create_directories((folder / name).parent_path());
+    support::WriteFile(folder / name, movie.Build());
+  }
+  // A recording that was split at minutes, and another one.
+  void PutCard() const {
+    Put("card/MOVI0012.MP4", 0, 1800);
+    Put("card/MOVI0013.MP4", 60, 1800);
+    Put("card/MOVI0014.MP4", 120, 200);
+    Put("card/MOVI0015.MP4", 5000, 300);
+  }
+  Finished Join(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), {"join", At("card"), "-o", At("out")});
+    return Tool(arguments);
+  }
+  json JoinJson(std::vector<std::string> arguments) const {
+    arguments.push_back("--json");
+    return json::parse(Join(arguments).out);
+  }
+
+  static constexpr std::uint32_t kSomeDay = 3'800'000'000;
+  const std::string result = "out/2024-05-31_11-33-20_MOVI0012.mp4";
+  support::TempDir folder;
+};
+
+}  // namespace
+
+TEST_F(Proposals, AreShownBelowTheSequences) {
+  PutCard();
+  const Finished shown = Tool({"sequences", At("card")});
+  EXPECT_EQ(shown.exitCode, 0);
+  EXPECT_THAT(shown.out, HasSubstr("proposed recordings"));
+  EXPECT_THAT(shown.out, HasSubstr("MOVI0013.MP4 begins 0.0 s after MOVI0012.MP4 ends"));
+  const json document = json::parse(Tool({"sequences", "--json", At("card")}).out);
+  ASSERT_EQ(document["proposals"].size(), 1u);
+  const json& proposal = document["proposals"][0];
+  EXPECT_EQ(proposal["grade"], "likely");
+  EXPECT_EQ(proposal["complete"], true);
+  EXPECT_EQ(proposal["clips"],
+            (json{At("card/MOVI0012.MP4"), At("card/MOVI0013.MP4"), At("card/MOVI0014.MP4")}));
+  EXPECT_EQ(proposal["evidence"].size(), 8u);
+  EXPECT_EQ(proposal["evidence"][1]["kind"], "timecode");
+  EXPECT_EQ(proposal["evidence"][1]["agrees"], nullptr);
+  EXPECT_EQ(proposal["evidence"][2]["agrees"], true);
+}
+
+TEST_F(Proposals, AreNotJoinedUnasked) {
+  PutCard();
+  const Finished joined = Join({});
+  EXPECT_EQ(joined.exitCode, 0);
+  EXPECT_THAT(joined.out, HasSubstr("\n--accept likely would join 1 recording of 3 clips\n"));
+  EXPECT_FALSE(fs::exists(folder / result));
+  EXPECT_EQ(Join({"--accept", "certain"}).exitCode, 0);
+  EXPECT_FALSE(fs::exists(folder / result));
+}
+
+TEST_F(Proposals, AreJoinedWhereTheirGradeIsAccepted) {
+  PutCard();
+  const json document = JoinJson({"--accept", "likely"});
+  ASSERT_EQ(document["jobs"].size(), 2u);
+  const json& job = document["jobs"][0];
+  EXPECT_EQ(job["outcome"], "merged");
+  EXPECT_EQ(job["accepted"]["grade"], "likely");
+  EXPECT_EQ(job["findings"][0]["name"], "proposal-accepted");
+  EXPECT_THAT(job["findings"][0]["text"].get<std::string>(), HasSubstr("begins 0.0 s after"));
+  EXPECT_EQ(document["jobs"][1]["left_out"], "single");
+  EXPECT_EQ(document["proposed"][0]["accepted"], true);
+  EXPECT_TRUE(fs::exists(folder / result));
+  const Finished again = Join({"--accept", "likely"});
+  EXPECT_EQ(again.exitCode, 0);
+  EXPECT_THAT(again.out, HasSubstr("1 already there, 1 single left alone\n"));
+}
+
+TEST_F(Proposals, WithAHoleNeedToBeAllowedTo) {
+  Put("card/MOVI0012.MP4", 0, 1800);
+  Put("card/MOVI0013.MP4", 60, 1800);
+  Put("card/MOVI0015.MP4", 180, 200);
+  EXPECT_EQ(Join({}).exitCode, 0);
+  const Finished left = Join({"--accept", "likely"});
+  EXPECT_EQ(left.exitCode, 3);
+  EXPECT_THAT(left.out, HasSubstr("1 incomplete left out"));
+  EXPECT_FALSE(fs::exists(folder / result));
+  EXPECT_EQ(Join({"--accept", "likely", "--incomplete"}).exitCode, 0);
+  EXPECT_TRUE(fs::exists(folder / result));
+}
+
+TEST_F(Proposals, ThatCanNotBeMergedGiveThree) {
+  PutCard();
+  support::WriteFile(folder / "card/MOVI0013.MP4", support::ReadFile(folder / "card/MOVI0013.MP4"));
+  fs::create_directories(folder / result);
+  EXPECT_EQ(Join({"--accept", "likely"}).exitCode, 3);
+}
+
+TEST_F(Proposals, StandInAPlanAndAreMergedFromIt) {
+  PutCard();
+  ASSERT_EQ(Join({"--accept", "likely", "--plan", At("plan.json")}).exitCode, 0);
+  const auto bytes = support::ReadFile(folder / "plan.json");
+  const json plan = json::parse(bytes.begin(), bytes.end());
+  ASSERT_EQ(plan["proposed"].size(), 1u);
+  EXPECT_EQ(plan["proposed"][0]["accepted"], true);
+  EXPECT_EQ(plan["proposed"][0]["job"], 1);
+  ASSERT_EQ(plan["jobs"].size(), 1u);
+  EXPECT_EQ(plan["jobs"][0]["inputs"].size(), 3u);
+  const json merged = json::parse(Tool({"merge", "--json", "--job", At("plan.json"), "1"}).out);
+  EXPECT_EQ(merged["done"], true);
+  EXPECT_EQ(merged["findings"][0]["name"], "proposal-accepted");
+  ASSERT_EQ(Join({"--plan", At("other.json")}).exitCode, 0);
+  const auto other = support::ReadFile(folder / "other.json");
+  const json unaccepted = json::parse(other.begin(), other.end());
+  EXPECT_EQ(unaccepted["proposed"][0]["accepted"], false);
+  EXPECT_EQ(unaccepted["proposed"][0]["job"], nullptr);
+  EXPECT_TRUE(unaccepted["jobs"].empty());
+}
+
+TEST_F(Proposals, AreAskedAboutOnATerminalAlone) {
+  PutCard();
+  const Finished refused = Join({"--ask"});
+  EXPECT_EQ(refused.exitCode, 2);
+  EXPECT_THAT(refused.err, HasSubstr("--ask needs a terminal"));
+  EXPECT_EQ(Join({"--accept", "sure"}).exitCode, 2);
+}
