@@ -100,8 +100,8 @@ int Run(const SequencesOptions& options) {
   if (!options.html.empty()) {
     const Findings leftovers = LookForLeftovers(options.html, nullptr, "remove it");
     std::fputs(FindingsText(leftovers, Paint(stderr)).c_str(), stderr);
-    const std::string why =
-        WriteTextFile(options.html, HtmlReport(found, report, options.scan), options.overwrite);
+    const std::string why = WriteTextFile(
+        options.html, HtmlReport(found, report, options.scan, proposals), options.overwrite);
     if (!why.empty()) return FailPage(options.html, why);
     if (!options.json) Print(fmt::format("report: {}\n", Shown(options.html)));
   }

@@ -384,6 +384,10 @@ bool Run::Publish() {
     Add(found);
     if (HoldsUp(found, false)) return false;
   }
+  // Of the recording's end, as the last clip has it. Where the file system keeps no such time the
+  // result is none the worse.
+  const timespec times[] = {{0, UTIME_OMIT}, states_.back().modified};
+  ::futimens(part_.descriptor(), times);
   if (const int error = part_.Publish(options_.check.overwrite); error != 0) {
     if (options_.companion != nullptr) options_.companion->Withdraw();
     if (error == EEXIST)

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "workflow/clip_search.h"
+#include "workflow/proposals.h"
 #include "workflow/sequence_scan.h"
 
 namespace clipchain {
@@ -34,5 +35,7 @@ std::string HtmlStrip(const SequenceReport& sequence, const char* tag);
 std::string HtmlTimeline(const ScanReport& report);
 // One sequence with its clips; numbers count from 1.
 std::string HtmlSequence(const SequenceReport& sequence, std::size_t number);
+// The section with the proposals; empty without any.
+std::string HtmlProposals(const std::vector<Proposal>& proposals);
 
 }  // namespace clipchain

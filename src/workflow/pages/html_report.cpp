@@ -163,7 +163,7 @@ std::string Rejected(const FoundClips& found, const ScanReport& report) {
 }  // namespace
 
 std::string HtmlReport(const FoundClips& found, const ScanReport& report,
-                       const ScanOptions& options) {
+                       const ScanOptions& options, const std::vector<Proposal>& proposals) {
   const std::string title = fmt::format("{} on {}", Counted(report.sequences.size(), "sequence"),
                                         Counted(found.volumes.size(), "volume"));
   std::string html = std::string(kHead) + kMark;
@@ -171,7 +171,7 @@ std::string HtmlReport(const FoundClips& found, const ScanReport& report,
                       title, kHtmlStyle, HtmlShapeStyle());
   html += HtmlShapes() + Header(found, report, title) + "<main class=\"wide\" id=\"main\">\n";
   html += Volumes(found) + HtmlTimeline(report) + Sequences(report, options);
-  html += Rejected(found, report) + "</main>\n";
+  html += HtmlProposals(proposals) + Rejected(found, report) + "</main>\n";
   return html +
          "<footer class=\"wide\"><p>Dates are as the camera or the movie header has them, in "
          "whatever "

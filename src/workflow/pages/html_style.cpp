@@ -160,6 +160,13 @@ nav a { display: inline-block; padding: .15rem 0; }
 .missing p.file { color: var(--open); font-weight: 600; font-size: 1rem; line-height: 1.3;
   margin-top: .45rem; }
 
+.proposal { border: 2px dashed var(--line); padding: 1rem; margin-bottom: 1rem; }
+.proposal .chain { display: flex; flex-wrap: wrap; gap: .5rem 0; list-style: none; padding: 0; }
+.proposal .chain li { border: 2px dashed var(--soft); border-radius: .4rem; padding: .2rem .5rem; }
+.proposal .chain li + li { margin-left: 1.5rem; position: relative; }
+.proposal .chain li + li::before { content: ""; position: absolute; right: 100%; top: 50%; width: 1.5rem; border-top: 2px dashed var(--soft); }
+.proposal .evidence { color: var(--soft); margin: .6rem 0 0; }
+.proposal .evidence [data-agrees="true"] { color: inherit; font-weight: 600; }
 .rejected li { padding: .65rem 1rem; }
 .rejected li + li { border-top: 1px solid var(--line); }
 .rejected .path { font-weight: 600; }

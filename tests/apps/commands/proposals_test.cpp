@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -70,6 +71,24 @@ TEST_F(Proposals, AreShownBelowTheSequences) {
   EXPECT_EQ(proposal["evidence"][1]["kind"], "timecode");
   EXPECT_EQ(proposal["evidence"][1]["agrees"], nullptr);
   EXPECT_EQ(proposal["evidence"][2]["agrees"], true);
+}
+
+TEST_F(Proposals, StandOnThePageAsDashedChains) {
+  PutCard();
+  ASSERT_EQ(Tool({"sequences", "--html", At("page.html"), At("card")}).exitCode, 0);
+  const auto bytes = support::ReadFile(folder / "page.html");
+  const std::string page(bytes.begin(), bytes.end());
+  EXPECT_THAT(page,
+              HasSubstr("class=\"proposal panel\" data-grade=\"likely\" data-complete=\"true\""));
+  EXPECT_THAT(page, HasSubstr("data-kind=\"clock\" data-agrees=\"true\""));
+}
+
+TEST_F(Proposals, GiveAResultOfTheTimeOfTheRecording) {
+  PutCard();
+  const auto time = fs::last_write_time(folder / "card/MOVI0014.MP4") - std::chrono::hours(50);
+  fs::last_write_time(folder / "card/MOVI0014.MP4", time);
+  ASSERT_EQ(Join({"--accept", "likely"}).exitCode, 0);
+  EXPECT_EQ(fs::last_write_time(folder / result), time);
 }
 
 TEST_F(Proposals, AreNotJoinedUnasked) {
