@@ -381,6 +381,9 @@ def read_fragment(file, movie_box, moof, tracks):
                 place += s.size
                 dts += s.step
             after = place
+        told = part.get(b"sdtp")
+        for s, value in zip(track.samples[first:], told.data[4:] if told is not None else b""):
+            s.depends = value
         outer = {b.data[4:8]: group_entries(b) for b in track.table.all(b"sgpd")}
         add_groups(track.samples[first:], part.children, outer)
         add_parts(track.samples[first:], part.children)

@@ -96,8 +96,6 @@ bool Comparison::IsSame(std::uint32_t parent, const BoxView& mine, const BoxView
     Compare(mine.type, theirs.body, mine.body, place, track);
     return true;
   }
-  // Its entries are compared sample by sample.
-  if (mine.type == FourCc("stsd")) return U32(mine.body, 0) == U32(theirs.body, 0);
   if (IsHeader(mine.type))
     return Constant(mine.type, mine.body) == Constant(mine.type, theirs.body);
   return std::equal(mine.body.begin(), mine.body.end(), theirs.body.begin(), theirs.body.end());

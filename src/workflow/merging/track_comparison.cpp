@@ -249,6 +249,7 @@ bool TrackComparison::CompareShown(const ClipAtWork& clip, const TrackView& trac
   // Sound begins with samples that only prepare its decoder; a picture of which a part is shown is
   // shown as a whole.
   constexpr Seconds kPriming = 0.1L;
+  const Seconds step = static_cast<Seconds>(alone.LastStep()) / scale;
   const Seconds before = showing.begin - static_cast<Seconds>(alone.FirstShown()) / scale;
   const Seconds firstStep = static_cast<Seconds>(alone.FirstStep()) / scale;
   const bool sound = track.handler == FourCc("soun");
@@ -257,7 +258,6 @@ bool TrackComparison::CompareShown(const ClipAtWork& clip, const TrackView& trac
                                        static_cast<double>(before * 1000), Shown(clip.path)));
   const Seconds end = static_cast<Seconds>(alone.LastEnd()) / scale;
   const Seconds behind = showing.toEnd ? 0 : end - showing.begin - showing.length;
-  const Seconds step = static_cast<Seconds>(alone.LastStep()) / scale;
   if (behind > (picture ? 2 * tick + step * 3 / 2 : kPriming + step))
     return Differs(kEdits, fmt::format("shows {:.0f} ms that are cut off at the end of {}",
                                        static_cast<double>(behind * 1000), Shown(clip.path)));
