@@ -53,7 +53,7 @@ void SaveGoldens(const fs::path& out) {
 void SaveClips(const fs::path& out) {
   for (const support::ClipShape& shape : support::ClipShapes()) {
     Save(out / "parse", shape.name, shape.bytes);
-    for (const char* target : {"merge", "check"})
+    for (const char* target : {"merge", "check", "adapt"})
       Save(out / target, shape.name, shape.bytes + shape.bytes);
     Save(out / "clip", shape.name, shape.bytes);
   }
