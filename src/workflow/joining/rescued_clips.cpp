@@ -79,10 +79,9 @@ void MarkJob(Job& job, const Rescued& rescued) {
     if (found == rescued.end()) continue;
     marked = true;
     job.findings.push_back(MakeFinding(
-        Message::kSamplesLeftOut, input,
+        Message::kClipRescued, input,
         fmt::format("is what was rescued of {}; it may lack the end", Shown(found->second)),
         "keep the broken clip until you have seen the result"));
-    job.findings.back().severity = Severity::kWarning;
   }
   if (!marked || job.output.empty()) return;
   job.output = BesideOf(job.output, WithRescueMark(NameOf(job.output)));

@@ -77,10 +77,10 @@ bool Work::Look() {
   const rescue::BrokenMedia media = rescue::ExamineBroken(broken_, *file_, 0, 0);
   hasMovie_ = media.hasMovie;
   if (media.hasMovie && !media.cutOff)
-    return Fail(Message::kInputRefused, broken_, "has a whole movie box",
+    return Fail(Message::kRescueUnneeded, broken_, "has a whole movie box",
                 "see what a check says about it");
   if (media.fragmented)
-    return Fail(Message::kInputRefused, broken_,
+    return Fail(Message::kRescueUnneeded, broken_,
                 "is fragmented: what its fragments describe needs no rescue",
                 "see what a check says about it");
   return true;
@@ -104,16 +104,15 @@ bool Work::Search() {
   // Nothing is more like a clip than its own movie box.
   if (hasMovie_) references.insert(references.begin(), broken_);
   if (references.empty())
-    return Fail(Message::kMovieMissing, broken_, "lies beside no other clip to learn from",
+    return Fail(Message::kReferenceMissing, broken_, "lies beside no other clip to learn from",
                 "name an intact clip of the same camera with --like");
   for (const std::string& reference : references) {
     if (!Step(Phase::kLooking, 0, file_->Size()) || TryOne(reference)) break;
-    report_.findings.push_back(MakeFinding(Message::kInputRefused, reference, attempt_->why));
-    report_.findings.back().severity = Severity::kNote;
+    report_.findings.push_back(MakeFinding(Message::kReferenceUnusable, reference, attempt_->why));
     attempt_ = nullptr;
   }
   if (attempt_ == nullptr)
-    return Fail(Message::kMovieMissing, broken_,
+    return Fail(Message::kNothingRescued, broken_,
                 "is like none of the clips that were tried: no sample was found",
                 "name an intact clip of the same camera and settings with --like");
   if (attempt_->stopped)
@@ -182,12 +181,11 @@ void Work::Describe(const rescue::MadeMovie& made) {
     report_.unknown.push_back(
         {static_cast<long long>(range.begin), static_cast<long long>(range.end)});
     Finding finding =
-        MakeFinding(Message::kSamplesLeftOut, broken_,
+        MakeFinding(Message::kMediaLeftOut, broken_,
                     fmt::format("has {} bytes from byte {} to {} that are no samples, or "
                                 "not surely whole ones",
                                 range.end - range.begin, range.begin, range.end));
     finding.offset = static_cast<long long>(range.begin);
-    finding.severity = Severity::kWarning;
     report_.findings.push_back(finding);
   }
 }
@@ -196,21 +194,20 @@ void Work::DescribeTrack(const RescuedTrack& track, bool expected) {
   const auto add = [&](Message message, std::string text) {
     report_.findings.push_back(MakeFinding(message, broken_, std::move(text)));
     report_.findings.back().track = track.id;
-    report_.findings.back().severity = Severity::kWarning;
   };
   const std::string name = fmt::format("track {} ({})", track.id, track.format);
   if (track.samples == 0 && expected) {
-    add(Message::kSamplesLeftOut,
+    add(Message::kTrackNotRescued,
         track.method.empty() ? fmt::format("has no {}: there is no way to find its samples", name)
                              : fmt::format("has no {}: none of its samples was found", name));
   }
   if (track.timesEstimated)
-    add(Message::kTablesDisagree, fmt::format("has times in {} that are estimated", name));
+    add(Message::kTimesEstimated, fmt::format("has times in {} that are estimated", name));
   if (track.offsetsEstimated)
-    add(Message::kTablesDisagree,
+    add(Message::kTimesEstimated,
         fmt::format("has pictures in {} whose order in time is estimated", name));
   if (track.syncEstimated)
-    add(Message::kTablesDisagree,
+    add(Message::kTimesEstimated,
         fmt::format("has places in {} to start playing at that are estimated", name));
 }
 

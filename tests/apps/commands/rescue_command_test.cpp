@@ -80,7 +80,7 @@ TEST_F(RescueCommand, CompletesARecordingInAJoin) {
   const Finished run = Tool({"join", At("card"), "-o", At("joined"), "--rescue"});
   EXPECT_EQ(0, run.exitCode) << run.out << run.err;
   EXPECT_THAT(run.out, HasSubstr("-rescued.mp4"));
-  EXPECT_THAT(run.out, HasSubstr("was rescued of"));
+  EXPECT_THAT(run.out, HasSubstr("clip-rescued"));
   EXPECT_THAT(run.out, HasSubstr("1 merged"));
 }
 

@@ -82,7 +82,7 @@ TEST_F(RescueTest, LeavesOutWhatACutHasLeftOfASample) {
   ASSERT_TRUE(report.done);
   ASSERT_EQ(1u, report.unknown.size());
   EXPECT_EQ(static_cast<long long>(broken.size()), report.unknown[0].end);
-  EXPECT_THAT(MessagesOf(report.findings), testing::Contains(Message::kSamplesLeftOut));
+  EXPECT_THAT(MessagesOf(report.findings), testing::Contains(Message::kMediaLeftOut));
 }
 
 TEST_F(RescueTest, FindsNothingInForeignBytes) {
@@ -96,7 +96,7 @@ TEST_F(RescueTest, FindsNothingInForeignBytes) {
   EXPECT_FALSE(report.done);
   EXPECT_FALSE(HasOutput());
   EXPECT_THAT(MessagesOf(report.findings),
-              testing::ElementsAre(Message::kInputRefused, Message::kMovieMissing));
+              testing::ElementsAre(Message::kReferenceUnusable, Message::kNothingRescued));
 }
 
 TEST_F(RescueTest, FindsNothingInZeros) {
@@ -110,12 +110,12 @@ TEST_F(RescueTest, FindsNothingInZeros) {
 TEST_F(RescueTest, LeavesAWholeClipAlone) {
   const RescueReport report = Run(ReadFile(kClip3));
   EXPECT_FALSE(report.done);
-  EXPECT_THAT(MessagesOf(report.findings), testing::ElementsAre(Message::kInputRefused));
+  EXPECT_THAT(MessagesOf(report.findings), testing::ElementsAre(Message::kRescueUnneeded));
 }
 
 TEST_F(RescueTest, NeedsAClipToLearnFrom) {
   const RescueReport report = Run(WithoutMovie(kClip3), {});
-  EXPECT_THAT(MessagesOf(report.findings), testing::ElementsAre(Message::kMovieMissing));
+  EXPECT_THAT(MessagesOf(report.findings), testing::ElementsAre(Message::kReferenceMissing));
 }
 
 TEST_F(RescueTest, LearnsFromTheClipBesideIt) {
