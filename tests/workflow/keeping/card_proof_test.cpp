@@ -9,6 +9,7 @@
 
 #include "support/sequences.h"
 #include "workflow/keeping/kept_card.h"
+#include "workflow/merging/fitting_of.h"
 #include "workflow/proof_words.h"
 
 using namespace clipchain;
@@ -239,7 +240,13 @@ TEST_F(CardProofTest, LetsNoResultCountThatWasForcedToLoseSamples) {
   // The last media box is the one that is copied.
   movie.tail = support::Box("mdat", {support::Zeros(40)});
   const std::string clip = PutOnCard("two.mp4", movie.Build());
-  Merge({clip}, "out.mp4");
+  SafeMergeOptions merge;
+  merge.check.output = folder.path() / "kept" / "out.mp4";
+  merge.force = true;
+  FitOptions exact;
+  exact.exact = true;
+  SetFitting(merge.check, exact);
+  ASSERT_TRUE(SafeMerge({clip}, merge).done);
   EXPECT_THAT(NotKept(), SizeIs(1));
 }
 
