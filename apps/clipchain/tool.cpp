@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "clipchain/commands.h"
+#include "clipchain/manual/command_words.h"
 #include "clipchain/manual/help_text.h"
 #include "clipchain/manual/usage.h"
 #include "clipchain/terminal/standard_output.h"
@@ -42,7 +44,10 @@ std::vector<const char*> Arguments(const CLI::App& tool, int argc, const char* c
   std::vector<const char*> arguments(argv, argv + argc);
   if (argc < 2 || argc > 3 || std::string_view(argv[1]) != "help") return arguments;
   arguments.erase(arguments.begin() + 1);
-  if (argc == 2 || tool.get_subcommand_no_throw(argv[2]) != nullptr) arguments.push_back("--help");
+  const std::vector<CommandWords> commands = DescribeCommands(tool);
+  if (argc == 2 || std::any_of(commands.begin(), commands.end(),
+                               [argv](const CommandWords& words) { return words.name == argv[2]; }))
+    arguments.push_back("--help");
   return arguments;
 }
 
