@@ -171,6 +171,19 @@ int Run(const JoinCommand& command) {
   return RunJobs(command, plan);
 }
 
+// What is joined by evidence; answers the option that needs a terminal.
+CLI::Option* AddEvidenceOptions(CLI::App& command, JoinCommand& options) {
+  MustBeGiven(command.add_option(
+                  "--accept", options.accept,
+                  "Join clips without identifiers, too, whose evidence is as sure as that, or "
+                  "surer; without it nothing is joined by evidence"))
+      ->type_name("GRADE")
+      ->check(CLI::IsMember({"certain", "likely", "possible"}));
+  return command.add_flag(
+      "--ask", options.ask,
+      "Show each recording that the evidence of clips proposes, on a terminal, and ask about it");
+}
+
 }  // namespace
 
 void AddJoinCommand(CLI::App& tool, int& exitCode) {
@@ -194,17 +207,7 @@ void AddJoinCommand(CLI::App& tool, int& exitCode) {
   CLI::Option* rescue = command->add_flag(
       "--rescue", options->rescue,
       "Rescue broken clips into DIR/rescued first, and join recordings with what was found");
-  CLI::Option* accept =
-      command
-          ->add_option("--accept", options->accept,
-                       "Join clips without identifiers, too, whose evidence is as sure as that, or "
-                       "surer; without it nothing is joined by evidence")
-          ->type_name("GRADE")
-          ->check(CLI::IsMember({"certain", "likely", "possible"}));
-  MustBeGiven(accept);
-  CLI::Option* ask = command->add_flag(
-      "--ask", options->ask,
-      "Show each recording that the evidence of clips proposes, on a terminal, and ask about it");
+  CLI::Option* ask = AddEvidenceOptions(*command, *options);
   CLI::Option* dryRun =
       command->add_flag("--dry-run", options->dryRun, "Show what would be done, and do nothing");
   rescue->excludes(dryRun);
