@@ -10,8 +10,6 @@ struct FitOptions {
   bool exact = false;
   // Go on with the tracks that all clips have, and leave the others out.
   bool commonTracks = false;
-  // Keep what an edit list cuts away out of the result too, where whole samples allow it.
-  bool keepCuts = false;
   // Join the clips as they are, without keeping sound and picture in step where one clip follows
   // the other.
   bool seamsAsTheyAre = false;

@@ -7,10 +7,12 @@
 namespace clipchain {
 
 struct Fitting {
-  bool exact = false;           // adapt nothing: what does not fit as it is is refused
-  bool commonTracks = false;    // go on with the tracks that all clips have
-  bool keepCuts = false;        // what edit lists cut away stays out, where whole samples allow it
-  bool seamsAsTheyAre = false;  // do not keep sound and picture in step where clips meet
+  // Adapt nothing: what does not fit as it is is refused.
+  bool exact = false;
+  // Go on with the tracks that all clips have.
+  bool commonTracks = false;
+  // Do not keep sound and picture in step where clips meet.
+  bool seamsAsTheyAre = false;
 };
 
 // One thing that is adapted in one clip.

@@ -47,9 +47,6 @@ void AddFitting(CLI::App& command, Fitting& fitting) {
   CLI::Option* common =
       command.add_flag("--common-tracks", fitting.commonTracks,
                        "Go on with the tracks that all clips have, and leave the others out");
-  CLI::Option* cuts = command.add_flag(
-      "--keep-cuts", fitting.keepCuts,
-      "Leave out what edit lists cut away, where whole samples allow it, in place of refusing");
   CLI::Option* seams =
       command
           .add_option_function<std::string>(
@@ -64,7 +61,7 @@ void AddFitting(CLI::App& command, Fitting& fitting) {
           })
           ->option_text("in-step|as-they-are")
           ->default_str("in-step");
-  for (CLI::Option* option : {common, cuts, seams}) option->excludes(exact);
+  for (CLI::Option* option : {common, seams}) option->excludes(exact);
 }
 
 void AddKeepSettings(CLI::App& command, KeepOptions& options) {

@@ -20,7 +20,7 @@ void AddKeepSettings(CLI::App& command, KeepOptions& options);
 // "seams" or "full", as --verify takes it.
 const char* VerificationName(Verification verification);
 
-// --exact, --common-tracks, --keep-cuts and --seams. The settings must live as long as the command.
+// --exact, --common-tracks and --seams. The settings must live as long as the command.
 void AddFitting(CLI::App& command, Fitting& fitting);
 
 // -q alone.

@@ -67,7 +67,6 @@ std::shared_ptr<const Fit> FitOf(const std::vector<std::string>& inputs, const F
   if (fitting.exact || inputs.empty() || !canRead) return nullptr;
   FitOptions options;
   options.commonTracks = fitting.commonTracks;
-  options.keepCuts = fitting.keepCuts;
   options.seamsAsTheyAre = fitting.seamsAsTheyAre;
   options.memoryLimit = memoryLimit;
   auto fit = std::make_shared<const Fit>(inputs, options);

@@ -25,7 +25,6 @@ struct FitOption {
 };
 constexpr FitOption kFitting[] = {{"exact", &FitOptions::exact},
                                   {"common_tracks", &FitOptions::commonTracks},
-                                  {"keep_cuts", &FitOptions::keepCuts},
                                   {"seams_as_they_are", &FitOptions::seamsAsTheyAre}};
 
 // What is wrong with the text.

@@ -85,6 +85,15 @@ TEST_F(RescueTest, LeavesOutWhatACutHasLeftOfASample) {
   EXPECT_THAT(MessagesOf(report.findings), testing::Contains(Message::kMediaLeftOut));
 }
 
+TEST_F(RescueTest, NamesATrackOfWhichNothingIsLeft) {
+  const Bytes whole = WithoutMovie(kClip3);
+  RescueReport report;
+  for (std::size_t size = 1024; !report.done && size < whole.size(); size += 1024)
+    report = Run(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
+  ASSERT_TRUE(report.done);
+  EXPECT_THAT(MessagesOf(report.findings), testing::Contains(Message::kTrackNotRescued));
+}
+
 TEST_F(RescueTest, FindsNothingInForeignBytes) {
   Bytes broken = WithoutMovie(kClip3);
   unsigned int seed = 1;
