@@ -23,7 +23,8 @@ int main(int argc, char** argv) {
   }
   options.size = sizeof options;
   options.progress = show;
-  result = clipchain_merge((const char* const*)argv + 2, (size_t)argc - 2, argv[1], &options, &report);
+  result =
+      clipchain_merge((const char* const*)argv + 2, (size_t)argc - 2, argv[1], &options, &report);
   fprintf(stderr, "\n");
   if (report != NULL) printf("%s", report); /* JSON: what was found, and why it was refused */
   clipchain_free(report);

@@ -94,6 +94,29 @@ TEST_F(RescueTest, NamesATrackOfWhichNothingIsLeft) {
   EXPECT_THAT(MessagesOf(report.findings), testing::Contains(Message::kTrackNotRescued));
 }
 
+TEST_F(RescueTest, SaysWhereItOnlyGuessesTimes) {
+  if (!rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
+  // The first track of the reference with samples of two lengths.
+  Bytes uneven = ReadFile(kClip2);
+  const std::size_t table = support::FindBox(uneven, "stts");
+  ASSERT_EQ(1u, support::ReadU32(uneven, table + 12)) << "entries";
+  const std::uint32_t samples = support::ReadU32(uneven, table + 16);
+  const std::uint32_t length = support::ReadU32(uneven, table + 20);
+  uneven = support::WithU32(uneven, table + 12, 2);
+  uneven = support::WithU32(uneven, table + 16, 1);
+  const Bytes second = support::Join({support::U32(samples - 1), support::U32(length + 1)});
+  uneven.insert(uneven.begin() + static_cast<std::ptrdiff_t>(table) + 24, second.begin(),
+                second.end());
+  for (const char* box : {"moov", "trak", "mdia", "minf", "stbl", "stts"}) {
+    const std::size_t place = support::FindBox(uneven, box);
+    uneven = support::WithU32(uneven, place, support::ReadU32(uneven, place) + 8);
+  }
+  WriteFile(folder_ / "uneven.mp4", uneven);
+  const RescueReport report = Run(WithoutMovie(kClip3), {folder_ / "uneven.mp4"});
+  ASSERT_TRUE(report.done);
+  EXPECT_THAT(MessagesOf(report.findings), testing::Contains(Message::kTimesEstimated));
+}
+
 TEST_F(RescueTest, FindsNothingInForeignBytes) {
   Bytes broken = WithoutMovie(kClip3);
   unsigned int seed = 1;
