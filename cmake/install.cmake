@@ -21,6 +21,11 @@ install(
   PATTERN *.inc
   PATTERN adapt EXCLUDE
   PATTERN workflow/* EXCLUDE)
+# What headers of the workflow speak of.
+install(
+  FILES ${PROJECT_SOURCE_DIR}/src/adapt/fit_options.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/clipchain/adapt
+  COMPONENT development)
 file(GLOB workflow_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/workflow/*.h
      ${PROJECT_SOURCE_DIR}/src/workflow/*.inc)
 install(

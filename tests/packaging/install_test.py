@@ -50,7 +50,8 @@ def check_headers_alone(prefix, folder):
     require(len(names) > 20, f"only {len(names)} headers are installed")
     public = [name for name in names if name.parts[1] == "workflow"]
     require(len(public) > 5 and all(len(name.parts) == 3 for name in public), f"installed: {public}")
-    require(not (include / "clipchain" / "adapt").exists(), "headers of adapt are installed")
+    adapt = [path.name for path in (include / "clipchain" / "adapt").iterdir()]
+    require(adapt == ["fit_options.h"], f"of adapt are installed: {adapt}")
     flags = [f"-I{include}", f"-I{include / 'clipchain'}", "-fsyntax-only"]
     for unit_names in [names, *([name] for name in public)]:
         unit = folder / "headers.cpp"

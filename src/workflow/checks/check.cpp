@@ -2,9 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <iterator>
 #include <map>
 #include <memory>
+#include <set>
 #include <utility>
 
 #include "clip/sequence.h"
@@ -44,7 +46,7 @@ class CheckRun {
     if (inputs_.empty())
       result_.Add(Message::kNothingToMerge, "no clip was given", "name at least one clip");
     CheckReport report;
-    fit_ = FitOf(inputs_, options_.fitting, memoryLimit_);
+    fit_ = FitOf(inputs_, options_.fitting, memoryLimit_, &unread_);
     report.stopped = !CheckClips();
     if (!report.stopped) CheckTogether(report);
     if (IsFitted()) report.adaptations = AdaptationsOf(*fit_, inputs_);
@@ -74,9 +76,21 @@ class CheckRun {
       }
       CheckClip(i);
       if (fit_ != nullptr && fit_->IsAdapted()) AddFitProblems(*fit_, i, files_[i]);
+      if (unread_.count(i) != 0) SayItIsUnreadable(files_[i]);
       files_[i].ForgetPlaces();
     }
     return true;
+  }
+
+  // A clip that could be read only the second time was not fitted, and nobody knows what of it
+  // would be lost.
+  static void SayItIsUnreadable(FileFindings& findings) {
+    const bool isTold = std::any_of(
+        findings.All().begin(), findings.All().end(),
+        [](const Finding& finding) { return finding.message == Message::kInputUnreadable; });
+    if (!isTold)
+      findings.Add(Message::kInputUnreadable, "could not be read at first",
+                   "check the disk or the card, then try again");
   }
 
   // What they give together.
@@ -187,6 +201,7 @@ class CheckRun {
   const CheckOptions& options_;
   const long long memoryLimit_;
   std::shared_ptr<const Fit> fit_;
+  std::set<std::size_t> unread_;  // by the fit
   Rehearsal rehearsal_;
   std::vector<FileFindings> files_;
   FileFindings result_;

@@ -59,17 +59,25 @@ Message MessageOf(FitProblemKind kind) {
 }  // namespace
 
 std::shared_ptr<const Fit> FitOf(const std::vector<std::string>& inputs, const Fitting& fitting,
-                                 long long memoryLimit) {
+                                 long long memoryLimit, std::set<std::size_t>* unread) {
+  if (fitting.exact || inputs.empty()) return nullptr;
   // A pipe would keep whoever opens it waiting.
-  const bool canRead = std::all_of(inputs.begin(), inputs.end(), [](const std::string& input) {
-    return WhyUnreadable(input).empty();
-  });
-  if (fitting.exact || inputs.empty() || !canRead) return nullptr;
+  bool canRead = true;
+  for (std::size_t i = 0; i < inputs.size(); ++i) {
+    if (WhyUnreadable(inputs[i]).empty()) continue;
+    canRead = false;
+    if (unread != nullptr) unread->insert(i);
+  }
+  if (!canRead) return nullptr;
   FitOptions options;
   options.commonTracks = fitting.commonTracks;
   options.seamsAsTheyAre = fitting.seamsAsTheyAre;
   options.memoryLimit = memoryLimit;
   auto fit = std::make_shared<const Fit>(inputs, options);
+  for (const FitProblem& problem : fit->Report().problems) {
+    if (problem.kind == FitProblemKind::kInputUnreadable && unread != nullptr)
+      unread->insert(problem.clip);
+  }
   return fit->IsNeeded() || !fit->Report().problems.empty() ? fit : nullptr;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -14,8 +15,9 @@ namespace clipchain {
 
 // Null if nothing is to be adapted, a clip can't be read, or nothing needs it and nothing speaks
 // against it. `memoryLimit` as for a check.
+// `unread`, unless it is null, gets the indices of clips that could not be read.
 std::shared_ptr<const Fit> FitOf(const std::vector<std::string>& inputs, const Fitting& fitting,
-                                 long long memoryLimit);
+                                 long long memoryLimit, std::set<std::size_t>* unread = nullptr);
 
 std::vector<Adapted> AdaptationsOf(const Fit& fit, const std::vector<std::string>& inputs);
 

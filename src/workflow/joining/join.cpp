@@ -99,6 +99,12 @@ class Joining {
     told_ = 0;
   }
 
+  // What is wrong with the output of a job.
+  Findings Verified(const Job& job, const Progress& progress) const {
+    return calls_.verify ? calls_.verify(job, progress)
+                         : VerifyOutput(job, progress, options_.check.fitting);
+  }
+
   // What to do about an output that is there already.
   Outcome LookAt(const Job& job, JobReport& report) {
     const auto part = std::find_if(job.earlier.begin(), job.earlier.end(),
@@ -143,7 +149,7 @@ class Joining {
     shorter.inputs.assign(first, first + static_cast<std::ptrdiff_t>(part.count));
     shorter.output = part.path;
     const Findings faults =
-        calls_.verify(shorter, [&](const Step&) { return Tell(Step::Phase::kVerifying, 0, 0); });
+        Verified(shorter, [&](const Step&) { return Tell(Step::Phase::kVerifying, 0, 0); });
     if (report_.stopped) return false;
     if (!HoldsUp(faults, false)) return true;
     report.findings.push_back(
@@ -178,8 +184,7 @@ class Joining {
     const auto tell = [&](const Step& step) {
       return Tell(Step::Phase::kVerifying, 0, std::min(step.current, job.size));
     };
-    const Findings faults =
-        calls_.verify ? calls_.verify(job, tell) : VerifyOutput(job, tell, options_.check.fitting);
+    const Findings faults = Verified(job, tell);
     if (report_.stopped) return Outcome::kNotRun;
     report.size = FileSize(job.output);
     const bool isResult = !HoldsUp(faults, options_.force);

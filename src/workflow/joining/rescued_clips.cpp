@@ -99,8 +99,7 @@ JoinPlan PlanWithRescued(const std::vector<std::string>& operands,
   for (Job& job : plan.jobs) MarkJob(job, rescuer.rescued());
   // What a rescued clip replaces is no file that could not be read.
   std::erase_if(plan.findings, [&](const Finding& finding) {
-    return finding.message == Message::kInputUnreadable &&
-           std::any_of(rescuer.rescued().begin(), rescuer.rescued().end(),
+    return std::any_of(rescuer.rescued().begin(), rescuer.rescued().end(),
                        [&](const auto& pair) { return pair.second == finding.path; });
   });
   plan.findings.insert(plan.findings.begin(), rescuer.findings().begin(), rescuer.findings().end());

@@ -100,7 +100,11 @@ int PartFile::FindNaming() {
   if (error == 0) path_ = other;
   if (error == 0 || !IsUnknown(error)) return error;
   naming_ = ::link(path_.c_str(), other.c_str()) == 0 ? Naming::kLink : Naming::kLook;
-  return naming_ == Naming::kLook || ::unlink(other.c_str()) == 0 ? 0 : errno;
+  if (naming_ == Naming::kLook || ::unlink(other.c_str()) == 0) return 0;
+  // Both names are the file's, and either will do.
+  if (::unlink(path_.c_str()) != 0) return errno;
+  path_ = other;
+  return 0;
 }
 
 int PartFile::TryToCreate() {

@@ -65,11 +65,11 @@ TEST_F(CheckCommand, EndsWithOneForAnErrorAndSaysWhereItIs) {
   EXPECT_THAT(run.out, Not(HasSubstr("the merged file takes")));
 }
 
-TEST_F(CheckCommand, WarnsOfAnotherOrderAndEndsWithZero) {
+TEST_F(CheckCommand, TakesAWrongOrderForAProblem) {
   const Finished run = Check({kClip2, kClip1});
-  EXPECT_EQ(0, run.exitCode) << run.out;
-  EXPECT_THAT(run.out, HasSubstr("warning: " + kClip2 + " "));
-  EXPECT_THAT(run.out, HasSubstr("give the clips in this order: " + kClip1 + ", " + kClip2));
+  EXPECT_EQ(1, run.exitCode) << run.out;
+  EXPECT_THAT(run.out, HasSubstr("problem: " + kClip2 + " "));
+  EXPECT_THAT(run.out, HasSubstr("let --sort put them in order: " + kClip1 + ", " + kClip2));
 }
 
 TEST_F(CheckCommand, EndsWithOneForAProblem) {

@@ -94,6 +94,11 @@ class JoinCommand : public testing::Test {
   support::TempDir folder;
 };
 
+std::string LastLine(const std::string& text);
+// The line that counts recordings; the one behind it counts clips.
+std::string CountLine(const std::string& text) {
+  return LastLine(text.substr(0, text.size() - LastLine(text).size()));
+}
 std::string LastLine(const std::string& text) {
   return text.substr(text.rfind('\n', text.size() - 2) + 1);
 }
@@ -119,7 +124,7 @@ TEST_F(JoinCommand, MergesEachWholeRecording) {
                                   At("b/2.mp4") + "\n   2  "));
   EXPECT_THAT(run.out, HasSubstr("\n   1  merged "));
   EXPECT_THAT(run.out, HasSubstr("\n   2  merged "));
-  EXPECT_EQ("2 merged\n", LastLine(run.out));
+  EXPECT_EQ("2 merged\n", CountLine(run.out));
   EXPECT_THAT(Results(), ElementsAre(first, second));
   ExpectMerged(At("out/" + first), {"a/1.mp4", "b/2.mp4"});
   ExpectMerged(At("out/" + second), {"b/3.mp4", "a/4.mp4"});
@@ -141,7 +146,7 @@ TEST_F(JoinCommand, SkipsWhatIsDone) {
   fs::remove(At("out/" + second));
   const Finished run = JoinBoth();
   EXPECT_EQ(0, run.exitCode);
-  EXPECT_EQ("1 merged, 1 already there\n", LastLine(run.out));
+  EXPECT_EQ("1 merged, 1 already there\n", CountLine(run.out));
   EXPECT_EQ(before, support::ReadFile(At("out/" + first)));
   EXPECT_THAT(Results(), ElementsAre(first, second));
 }
@@ -157,7 +162,7 @@ TEST_F(JoinCommand, NamesAnOutputThatIsDamagedAndKeepsIt) {
   EXPECT_THAT(run.out, HasSubstr("   1  failed "));
   EXPECT_THAT(run.out, HasSubstr("error: " + At("out/" + first) + " is there already"));
   EXPECT_THAT(run.out, HasSubstr("(output-differs)"));
-  EXPECT_EQ("1 already there, 1 failed\n", LastLine(run.out));
+  EXPECT_EQ("1 already there, 1 failed\n", CountLine(run.out));
   EXPECT_EQ(damaged, support::ReadFile(At("out/" + first)));
 }
 
@@ -184,7 +189,7 @@ TEST_F(JoinCommand, GoesOnBehindARecordingThatCannotBeMerged) {
   const Finished run = JoinBoth();
   EXPECT_EQ(3, run.exitCode);
   EXPECT_THAT(run.out, HasSubstr("error: " + At("b/2.mp4") + " "));
-  EXPECT_EQ("1 merged, 1 failed\n", LastLine(run.out));
+  EXPECT_EQ("1 merged, 1 failed\n", CountLine(run.out));
   EXPECT_THAT(Results(), ElementsAre(second));
 }
 
@@ -196,12 +201,14 @@ TEST_F(JoinCommand, TellsAboutIncompleteRecordingsAndMergesThemOnRequest) {
   EXPECT_THAT(run.out, HasSubstr("   -  1904-01-01 00:00:01      2  open at tail       left out"));
   EXPECT_THAT(run.out, HasSubstr("warning: " + At("a/2.mp4") +
                                  " is continued by a clip that is missing (sequence-incomplete)"));
-  EXPECT_EQ("1 incomplete left out\n", LastLine(run.out));
+  EXPECT_EQ("1 incomplete left out\n", CountLine(run.out));
   EXPECT_FALSE(fs::exists(At("out")));
   const Finished merged = Join({At("a"), "--incomplete"});
   EXPECT_EQ(0, merged.exitCode);
-  EXPECT_EQ("1 merged\n", LastLine(merged.out));
-  ExpectMerged(At("out/" + first), {"a/1.mp4", "a/2.mp4"});
+  EXPECT_EQ("1 merged\n", CountLine(merged.out));
+  std::string part = first;
+  part.insert(part.rfind('.'), "_incomplete");
+  ExpectMerged(At("out/" + part), {"a/1.mp4", "a/2.mp4"});
 }
 
 TEST_F(JoinCommand, LeavesSingleClipsAloneUnlessAllAreAskedFor) {
@@ -210,7 +217,10 @@ TEST_F(JoinCommand, LeavesSingleClipsAloneUnlessAllAreAskedFor) {
   Put("a/3.mp4", support::Clip(16, 3).Build());
   const Finished run = Join({At("a")});
   EXPECT_EQ(0, run.exitCode);
-  EXPECT_EQ("3 single left alone\n", LastLine(run.out));
+  EXPECT_EQ("3 single left alone\n", CountLine(run.out));
+  EXPECT_THAT(LastLine(run.out), StartsWith("0 of 3 clips are in "));
+  EXPECT_THAT(LastLine(run.out),
+              HasSubstr("; 3 are not: 1 single (--all takes it along), 2 without identifiers\n"));
   EXPECT_THAT(run.out, HasSubstr("note: " + At("a/3.mp4") + " has no identifiers"));
   EXPECT_FALSE(fs::exists(At("out")));
   EXPECT_EQ(0, Join({At("a"), "--all"}).exitCode);
@@ -223,10 +233,10 @@ TEST_F(JoinCommand, FindsItsOwnResultsNeitherInAFolderInsideNorAmongTheClips) {
   for (const std::string& out : {At("a/out"), At("a"), At(".")}) {
     const Finished run = Tool({"join", "-o", out, At("a"), At("b")});
     EXPECT_EQ(0, run.exitCode) << run.out;
-    EXPECT_EQ("2 merged\n", LastLine(run.out));
+    EXPECT_EQ("2 merged\n", CountLine(run.out));
     const Finished again = Tool({"join", "-o", out, At("a"), At("b")});
     EXPECT_EQ(0, again.exitCode) << again.out;
-    EXPECT_EQ("2 already there\n", LastLine(again.out));
+    EXPECT_EQ("2 already there\n", CountLine(again.out));
   }
 }
 
@@ -237,7 +247,7 @@ TEST_F(JoinCommand, ACardCopiedTwiceIsJoinedOnce) {
   const Finished run = Join({At("c"), At("b"), At("a"), At("d"), At("a")});
   EXPECT_EQ(0, run.exitCode) << run.out;
   EXPECT_THAT(run.out, HasSubstr("left out: a copy"));
-  EXPECT_THAT(LastLine(run.out), StartsWith("2 merged, "));
+  EXPECT_THAT(CountLine(run.out), StartsWith("2 merged, "));
   EXPECT_EQ(2u, Results().size());
 }
 
@@ -246,10 +256,10 @@ TEST_F(JoinCommand, CountsCopiesInWords) {
   fs::create_directory(At("c"));
   fs::copy(At("a/1.mp4"), At("c/1.mp4"));
   fs::copy(At("b/2.mp4"), At("c/2.mp4"));
-  EXPECT_EQ("2 merged, 1 copy left out\n", LastLine(JoinBoth({At("c")}).out));
+  EXPECT_EQ("2 merged, 1 copy left out\n", CountLine(JoinBoth({At("c")}).out));
   PutLink("d/5.mp4", 1, 2, 10);
   PutLink("d/6.mp4", 2, 2, 10);
-  EXPECT_THAT(LastLine(JoinBoth({At("c"), At("d")}).out), HasSubstr(", 2 copies left out\n"));
+  EXPECT_THAT(CountLine(JoinBoth({At("c"), At("d")}).out), HasSubstr(", 2 copies left out\n"));
 }
 
 TEST_F(JoinCommand, NothingIsDoneWhereNothingCanBeRead) {
@@ -260,15 +270,16 @@ TEST_F(JoinCommand, NothingIsDoneWhereNothingCanBeRead) {
   EXPECT_THAT(absent.err, HasSubstr("\n  check the name and the permissions\n"));
   fs::create_directory(At("empty"));
   const Finished empty = Join({At("empty")});
-  EXPECT_EQ(0, empty.exitCode);
-  EXPECT_EQ("no clips\n\nnothing to join\n", empty.out);
+  EXPECT_EQ(1, empty.exitCode);
+  EXPECT_THAT(empty.out,
+              StartsWith("no clips\nerror: " + At("empty") + " has no clips (no-clips)\n"));
   PutTwoRecordings();
   // The recordings of a card that was mistyped would be thought to lack clips.
   EXPECT_EQ(1, JoinBoth({At("absent")}).exitCode);
   fs::create_symlink("nowhere", At("link.mp4"));
   const Finished one = JoinBoth({At("link.mp4")});
   EXPECT_EQ(3, one.exitCode);
-  EXPECT_EQ("2 merged\n", LastLine(one.out));
+  EXPECT_EQ("2 merged\n", CountLine(one.out));
 }
 
 TEST_F(JoinCommand, NeedsAFolderThatCanBeMade) {
@@ -375,7 +386,7 @@ TEST_F(JoinCommand, StopsAtASignalAndSaysWhatWasDone) {
     command.push_back(word);
   const Finished run = support::Run(command);
   EXPECT_NE(0, run.exitCode);
-  EXPECT_EQ("1 merged, 1 not run\n", LastLine(run.out));
+  EXPECT_EQ("1 merged, 1 not run\n", CountLine(run.out));
   EXPECT_THAT(Results(), ElementsAre(first));
   // And here when its hidden file has just come into being.
   fs::remove_all(At("out"));
@@ -454,7 +465,7 @@ TEST_F(JoinCommand, AJobTellsHowFarEachPhaseIs) {
       if (step.phase == clipchain::Step::Phase::kVerifying) verified.push_back(step.current);
       return true;
     };
-    EXPECT_EQ(again, MergeJob(job, options).already);
+    EXPECT_EQ(again, MergeJob(job, options, {}).already);
     ASSERT_FALSE(verified.empty());
     EXPECT_EQ(0, verified.front());
     EXPECT_LT(0, verified.back());

@@ -283,10 +283,10 @@ TEST_F(MergeCommand, GoesOnInSpiteOfAProblemWhenForced) {
   EXPECT_TRUE(fs::exists(output_));
 }
 
-TEST_F(MergeCommand, RefusesAClipInFragments) {
+TEST_F(MergeCommand, RefusesAClipInFragmentsIfItIsNotToBeAdapted) {
   const fs::path media = support::MadeMedia();
   if (media.empty()) GTEST_SKIP() << "no clips were made: ffmpeg is absent";
-  const Finished run = Merge({media / "odd/fragmented.mp4"});
+  const Finished run = Merge({"--exact", media / "odd/fragmented.mp4"});
   EXPECT_EQ(1, run.exitCode);
   EXPECT_THAT(run.err, HasSubstr("(fragmented)\n"));
 }
@@ -296,7 +296,7 @@ TEST_F(MergeCommand, SaysWhatDoesNotFitTheFirstClip) {
   if (media.empty()) GTEST_SKIP() << "no clips were made: ffmpeg is absent";
   const std::string first = media / "avc_aac/1.mp4";
   const auto expect = [&](const fs::path& input, const std::string& words) {
-    const Finished run = Merge({first, input});
+    const Finished run = Merge({"--exact", first, input});
     EXPECT_EQ(1, run.exitCode) << input;
     EXPECT_THAT(run.err, HasSubstr("error: " + input.string() + " "));
     EXPECT_THAT(run.err, HasSubstr(words));
@@ -389,11 +389,13 @@ TEST(Usage, SaysWhatIsWrongInTheWordsOfTheHelp) {
     return run.err.substr(0, run.err.find('\n'));
   };
   EXPECT_EQ(
-      "clipchain: a command is missing: merge, check, join, sequences, info, verify, split or "
+      "clipchain: a command is missing: merge, check, join, rescue, sequences, info, verify, split "
+      "or "
       "explain",
       said({}));
   EXPECT_EQ(
-      "clipchain: there is no command cut; there are merge, check, join, sequences, info, verify, "
+      "clipchain: there is no command cut; there are merge, check, join, rescue, sequences, info, "
+      "verify, "
       "split and explain",
       said({"cut"}));
   EXPECT_EQ("clipchain: there is no option --foo in front of a command", said({"--foo"}));

@@ -43,7 +43,7 @@ void ExpectContinuousTimes(const Paths& inputs, const std::string& merged, const
 std::string Merged(const Paths& inputs, const support::TempDir& folder) {
   const std::string merged = folder / "merged.mp4";
   // Sound that is longer or shorter than the picture is no fault here: these clips are made so.
-  Paths arguments = {"merge", "--force", "-o", merged};
+  Paths arguments = {"merge", "--exact", "--force", "-o", merged};
   Append(arguments, inputs);
   const support::Finished run = Tool(arguments);
   EXPECT_EQ(0, run.exitCode) << run.err;

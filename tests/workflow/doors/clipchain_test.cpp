@@ -16,13 +16,12 @@ namespace fs = std::filesystem;
 namespace {
 
 using testing::Contains;
-using testing::Not;
 
 class CDoor : public testing::Test {
  protected:
   CDoor() {
     options.size = sizeof options;
-    for (const unsigned char seed : {1, 2}) {
+    for (unsigned char seed = 1; seed <= 2; ++seed) {
       clips.push_back(folder / (std::to_string(seed) + ".mp4"));
       support::WriteFile(clips.back(), support::Clip(16, seed).Build());
     }

@@ -169,8 +169,7 @@ TEST_F(SplitTest, ReplacesAnOldArchiveWithItsResultAlone) {
 
 TEST_F(SplitTest, KeepsOriginalsBesideAResultThatIsThereAlready) {
   const std::string merged = Merge(clips, "out.mp4");
-  FitOptions fitting;
-  fitting.exact = true;
+  const FitOptions fitting;
   const KeepOptions keep{true, false, true};
   EXPECT_THAT(KeepBeside(clips, fitting, merged, keep, nullptr), IsEmpty());
   EXPECT_TRUE(SplitIt(merged).done);
