@@ -77,7 +77,7 @@ def check_versions(prefix, folder):
     for wanted, found in (("0.1", True), ("0.2", False), ("1.0", False)):
         script.mkdir(exist_ok=True)
         (script / "CMakeLists.txt").write_text(
-            "cmake_minimum_required(VERSION 3.25)\nproject(version LANGUAGES NONE)\n"
+            "cmake_minimum_required(VERSION 3.25)\nproject(version LANGUAGES CXX)\n"
             f"find_package(clipchain {wanted} QUIET)\n"
             f"if({'NOT ' if found else ''}clipchain_FOUND)\nmessage(FATAL_ERROR wrong)\nendif()\n",
             encoding="utf-8",
