@@ -74,8 +74,8 @@ bool IsSameButForNextClip(View mine, View theirs) {
     return false;
   const auto isValueAt = [&](std::size_t at, std::size_t like) {
     return at + kSize <= mine.size() &&
-           std::equal(mine.begin() + at, mine.begin() + at + kSize, mine.begin() + like) &&
-           std::equal(theirs.begin() + at, theirs.begin() + at + kSize, theirs.begin() + like);
+           std::ranges::equal(mine.subspan(at, kSize), mine.subspan(like, kSize)) &&
+           std::ranges::equal(theirs.subspan(at, kSize), theirs.subspan(like, kSize));
   };
   const auto first = static_cast<std::size_t>(
       std::mismatch(mine.begin(), mine.end(), theirs.begin()).first - mine.begin());

@@ -105,8 +105,8 @@ BrokenMedia ExamineBroken(const std::string& path, FileBytes& file, std::uint64_
   if (!walk.found()) {
     const std::uint64_t behind = walk.behindBoxes();
     AddBegin(media, firstChunk);
-    for (const std::uint64_t head : {8, 16, 0}) AddBegin(media, behind + head + lead);
-    for (const std::uint64_t head : {8, 16, 0}) AddBegin(media, behind + head);
+    for (const unsigned head : {8u, 16u, 0u}) AddBegin(media, behind + head + lead);
+    for (const unsigned head : {8u, 16u, 0u}) AddBegin(media, behind + head);
     AddBegin(media, 0);
   }
   if (media.end > media.content && media.end - media.content >= kFewZeros) {
