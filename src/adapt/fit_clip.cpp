@@ -4,6 +4,7 @@
 #include <limits>
 #include <utility>
 
+#include "adapt/box_header.h"
 #include "adapt/fields.h"
 #include "adapt/track_headers.h"
 #include "foundation/fourcc.h"
@@ -18,8 +19,6 @@ using QUIRVA::be32;
 using QUIRVA::be64;
 
 constexpr const char* kCopyAgain = "copy the clip again from the card";
-constexpr std::uint64_t kShortHeader = 8;
-constexpr std::uint64_t kLargeHeader = 16;
 constexpr std::uint64_t kBlock = 1 << 20;
 
 std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
@@ -46,8 +45,8 @@ std::uint64_t MemoryOf(std::span<const unsigned char> bytes, unsigned int depth)
     be32 size;
     be32 type;
     if (!TakeField(in, size) || !TakeField(in, type)) return sum;
-    if (size < kShortHeader || size > bytes.size()) return sum;
-    const auto body = bytes.subspan(kShortHeader, size - kShortHeader);
+    if (size < BoxHeader::kShort || size > bytes.size()) return sum;
+    const auto body = bytes.subspan(BoxHeader::kShort, size - BoxHeader::kShort);
     sum += kMemoryPerBox;
     if (type == FourCc("stsd") || type == FourCc("dref"))
       sum += body.size() * kMemoryPerDescriptionByte;
@@ -100,20 +99,10 @@ const FitBox* FitClip::Place(unsigned int type) const {
 }
 
 bool FitClip::TakeHeader(std::uint64_t at, FitBox& box) const {
-  const Bytes bytes = Read(at, std::min(kLargeHeader, size_ - at));
-  std::span<const unsigned char> in = bytes;
-  be32 shortSize;
-  be32 type;
-  if (!TakeField(in, shortSize) || !TakeField(in, type)) return false;
-  box = {type, at, kShortHeader, shortSize};
-  if (shortSize == 1) {
-    be64 largeSize;
-    if (!TakeField(in, largeSize)) return false;
-    box.header = kLargeHeader;
-    box.size = largeSize;
-  } else if (shortSize == 0) {
-    box.size = size_ - at;
-  }
+  const auto header =
+      TakeBoxHeader(Read(at, std::min<std::uint64_t>(BoxHeader::kLarge, size_ - at)));
+  if (!header) return false;
+  box = {header->type, at, header->headerSize, header->SizeWithin(size_ - at)};
   return box.size >= box.header;
 }
 
@@ -187,7 +176,7 @@ bool FitClip::TakeMovie(std::size_t index, std::uint64_t memory, FitReport& repo
   // A size of 0, to the end of the file, is written out.
   be32 size;
   size = static_cast<std::uint32_t>(place->size);
-  if (place->header == kShortHeader)
+  if (place->header == BoxHeader::kShort)
     std::copy(std::begin(size.bytes), std::end(size.bytes), bytes.begin());
   std::span<const unsigned char> in = bytes;
   memory_ += MemoryOf(in, 0);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "adapt/box_header.h"
 #include "adapt/fields.h"
 #include "foundation/big_endian.h"
 #include "foundation/fourcc.h"
@@ -15,8 +16,6 @@ using QUIRVA::be64;
 
 // Deeper than any movie box goes; what lies below stays bytes.
 constexpr unsigned int kMostDepth = 16;
-constexpr std::uint64_t kShortHeader = 8;
-constexpr std::uint64_t kLargeHeader = 16;
 constexpr std::uint64_t kMost32Bits = 0xFFFFFFFF;
 
 }  // namespace
@@ -32,29 +31,18 @@ bool IsRawContainer(unsigned int type) {
 bool RawBox::Take(std::span<const unsigned char>& bytes) { return TakeAt(bytes, 0); }
 
 bool RawBox::TakeAt(std::span<const unsigned char>& bytes, unsigned int depth) {
-  std::span<const unsigned char> in = bytes;
-  be32 shortSize;
-  be32 boxType;
-  if (!TakeField(in, shortSize) || !TakeField(in, boxType)) return false;
-  std::uint64_t size = shortSize;
-  std::uint64_t header = kShortHeader;
-  if (size == 1) {
-    be64 largeSize;
-    if (!TakeField(in, largeSize)) return false;
-    size = static_cast<std::uint64_t>(largeSize);
-    header = kLargeHeader;
-  }
-  if (size < header || size > bytes.size()) return false;
+  const auto header = TakeBoxHeader(bytes);
+  if (!header || header->size < header->headerSize || header->size > bytes.size()) return false;
   *this = RawBox();
-  type = boxType;
-  large = header == kLargeHeader;
-  const auto body = bytes.subspan(header, size - header);
+  type = header->type;
+  large = header->headerSize == BoxHeader::kLarge;
+  const auto body = bytes.subspan(header->headerSize, header->size - header->headerSize);
   if (IsRawContainer(type) && depth < kMostDepth) {
     TakeChildren(body, depth);
   } else {
     data.assign(body.begin(), body.end());
   }
-  bytes = bytes.subspan(size);
+  bytes = bytes.subspan(header->size);
   return true;
 }
 
@@ -69,8 +57,8 @@ void RawBox::TakeChildren(std::span<const unsigned char> body, unsigned int dept
 std::uint64_t RawBox::Size() const {
   std::uint64_t body = data.size();
   for (const RawBox& child : children) body += child.Size();
-  const bool isLarge = large || body > kMost32Bits - kShortHeader;
-  return body + (isLarge ? kLargeHeader : kShortHeader);
+  const bool isLarge = large || body > kMost32Bits - BoxHeader::kShort;
+  return body + (isLarge ? BoxHeader::kLarge : BoxHeader::kShort);
 }
 
 void RawBox::Write(Bytes& out) const {

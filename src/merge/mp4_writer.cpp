@@ -4,8 +4,8 @@
 
 #include "box/box_factory.h"
 #include "merge/live_merge.h"
+#include "merge/movie_assembly.h"
 #include "reader/box_reader.h"
-#include "reader/movie_reader.h"
 
 namespace MP4G {
 
@@ -58,10 +58,7 @@ HRESULT CMp4Writer::ProcessNonFirstFile(CMp4File* file, QUIRVA::IQvFileReader* r
 HRESULT CMp4Writer::Finalize(CMp4File* firstFile) {
   RETURN_IF(firstFile == nullptr, E_POINTER);
   CMovieBox* movie = firstFile->GetMovieBox();
-  CMovieReader reader(movie);
-  const HRESULT narrowed = reader.ConvertChunkLargeOffsetToChunkOffset();
-  const HRESULT limited = reader.LimitTrackDurationUnderVideoDuration();
-  RETURN_IF_NEGATIVE(narrowed | limited);
+  RETURN_IF_NOT_OK(CompleteMovie(movie));
   RETURN_IF_NOT_OK(OutputMovieBox(movie));
   return RewriteMediaDataBoxHeader();
 }
@@ -109,14 +106,10 @@ HRESULT CMp4Writer::RewriteMediaDataBoxHeader() {
     RETURN_IF_NOT_OK(freeBox->AllocSize(0));
     RETURN_IF_NOT_OK(OutputBox(freeBox.get()));
   }
-  CMediaDataBox mediaData;
-  mediaData.header->type = FourCc("mdat");
-  mediaData.SetMediaDataSize(static_cast<unsigned long long>(mediaDataSize));
-  unsigned char bytes[16];
-  unsigned char* out = bytes;
-  unsigned int rest = sizeof bytes;
-  RETURN_IF_NOT_OK(mediaData.GetBoxBaseData(out, rest));
-  return WriteData(bytes, mediaData.GetBoxBaseSize());
+  unsigned char room[kMediaHeaderRoom];
+  unsigned int size = 0;
+  RETURN_IF_NOT_OK(PutMediaHeader(static_cast<unsigned long long>(mediaDataSize), room, &size));
+  return WriteData(room + kMediaHeaderRoom - size, size);
 }
 
 HRESULT CMp4Writer::WriteData(const unsigned char* data, unsigned int size) {

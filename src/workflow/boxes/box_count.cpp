@@ -2,18 +2,21 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <vector>
 
+#include "adapt/box_header.h"
+#include "box/box.h"
+#include "box/sample_entries.h"
 #include "foundation/big_endian.h"
-#include "foundation/cursor.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {
 
 namespace {
 
-constexpr std::size_t kHeader = 8;
+constexpr std::size_t kHeader = sizeof(MP4G::_tagBOX_HEADER);
 
 // A descriptor takes two bytes of the file and half as much memory as a box.
 constexpr std::size_t kBytesOfDescriptors = 4;
@@ -23,13 +26,17 @@ struct Container {
   unsigned int type;
   std::size_t fields;
 };
-constexpr std::size_t kVisualFields = 78;  // of "avc1" and "mp4v"
-constexpr std::size_t kAudioFields = 28;   // of "mp4a", and the extension of version 1
-constexpr std::size_t kAudioExtension = 16;
+constexpr std::size_t kEntryFields = sizeof(MP4G::_tagSAMPLE_ENTRY);
+constexpr std::size_t kVisualFields = kEntryFields + sizeof(MP4G::_tagVISUAL_SAMPLE_ENTRY);
+constexpr std::size_t kAudioFields = kEntryFields + sizeof(MP4G::_tagAUDIO_SAMPLE_ENTRY);
+// Of sound of version 1.
+constexpr std::size_t kAudioExtension = sizeof(MP4G::_tagSOUND_SAMPLE_DESCRIPTION_EX);
+// In front of a list of boxes: version, flags and their number.
+constexpr std::size_t kListFields = sizeof(MP4G::_tagFULL_BOX) + sizeof(QUIRVA::be32);
 constexpr Container kContainers[] = {
     {FourCc("avc1"), kVisualFields},
     {FourCc("dinf"), 0},
-    {FourCc("dref"), 8},
+    {FourCc("dref"), kListFields},
     {FourCc("edts"), 0},
     {FourCc("mdia"), 0},
     {FourCc("minf"), 0},
@@ -38,7 +45,7 @@ constexpr Container kContainers[] = {
     {FourCc("mp4v"), kVisualFields},
     {FourCc("mvex"), 0},
     {FourCc("stbl"), 0},
-    {FourCc("stsd"), 8},
+    {FourCc("stsd"), kListFields},
     {FourCc("trak"), 0},
     {FourCc("tref"), 0},
 };
@@ -71,17 +78,13 @@ class Counter {
  private:
   // False where a parser would give up.
   bool TakeHeader() {
-    const std::size_t there = bytes_.size() - at_;
-    size_ = Number<QUIRVA::be32>(at_);
-    type_ = static_cast<unsigned int>(Number<QUIRVA::be32>(at_ + 4));
     ++count_;
-    fields_ = at_ + kHeader;
-    if (size_ == 1) {
-      if (there < kHeader + 8) return false;
-      size_ = Number<QUIRVA::be64>(fields_);
-      fields_ += 8;
-    }
-    return size_ >= fields_ - at_;
+    const auto header = TakeBoxHeader(bytes_.subspan(at_));
+    if (!header) return false;
+    size_ = header->size;
+    type_ = header->type;
+    fields_ = at_ + header->headerSize;
+    return size_ >= header->headerSize;
   }
 
   // Whether the box has children; the walk then stands at the first of them.
@@ -91,20 +94,17 @@ class Counter {
                                         [this](const Container& row) { return row.type == type_; });
     if (container == std::end(kContainers)) return false;
     std::size_t children = fields_ + container->fields;
-    if (type_ == FourCc("mp4a") && fields_ + 10 <= end && Number<QUIRVA::be16>(fields_ + 8) == 1)
+    if (type_ == FourCc("mp4a") && children <= end && HasAudioExtension())
       children += kAudioExtension;
     if (children > end) return false;
     at_ = children;
     return true;
   }
 
-  template <class Field>
-  std::uint64_t Number(std::size_t at) const {
-    const unsigned char* in = bytes_.data() + at;
-    auto rest = static_cast<unsigned int>(std::min<std::size_t>(bytes_.size() - at, sizeof(Field)));
-    Field field{};
-    static_cast<void>(QUIRVA::Take(in, rest, field));
-    return field;
+  bool HasAudioExtension() const {
+    MP4G::_tagAUDIO_SAMPLE_ENTRY audio;
+    std::memcpy(&audio, bytes_.data() + fields_ + kEntryFields, sizeof audio);
+    return audio.entryVersion == 1;
   }
 
   std::span<const unsigned char> bytes_;

@@ -3,10 +3,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <optional>
 
+#include "box/avc_configuration.h"
 #include "box/base_descriptor.h"
+#include "box/descriptors.h"
 #include "box/sample_entries.h"
+#include "box/sample_entry_extras.h"
 
 namespace clipchain {
 
@@ -23,47 +27,83 @@ struct Field {
   Form form = Form::kNumber;
 };
 
-constexpr Field kSampleEntry[] = {{8, 6, "reserved", Form::kBytes},
-                                  {14, 2, "data_reference_index"}};
+// A member of a record that stands behind `start` bytes of its box.
+#define MEMBER(start, Record, member) (start) + offsetof(Record, member), sizeof(Record::member)
 
-// ISO/IEC 14496-12, clause 12.1.3.
-constexpr Field kVisual[] = {{32, 2, "width"},
-                             {34, 2, "height"},
-                             {36, 4, "horizresolution", Form::kFixed16},
-                             {40, 4, "vertresolution", Form::kFixed16},
-                             {48, 2, "frame_count"},
-                             {50, 32, "compressorname", Form::kText},
-                             {82, 2, "depth"}};
+constexpr std::size_t kHeader = sizeof(MP4G::_tagBOX_HEADER);
+constexpr std::size_t kFullHeader = kHeader + sizeof(MP4G::_tagFULL_BOX);
+constexpr std::size_t kEntry = kHeader + sizeof(MP4G::_tagSAMPLE_ENTRY);
+constexpr std::size_t kExtension = kEntry + sizeof(MP4G::_tagAUDIO_SAMPLE_ENTRY);
 
-// Clause 12.2.3 and the extension of version 1.
-constexpr Field kAudio[] = {{16, 2, "version"},
-                            {24, 2, "channelcount"},
-                            {26, 2, "samplesize"},
-                            {32, 4, "samplerate", Form::kFixed16},
-                            {36, 4, "samples per packet"},
-                            {40, 4, "bytes per packet"},
-                            {44, 4, "bytes per frame"},
-                            {48, 4, "bytes per sample"}};
+using Entry = MP4G::_tagSAMPLE_ENTRY;
+constexpr Field kSampleEntry[] = {
+    {MEMBER(kHeader, Entry, reserved), "reserved", Form::kBytes},
+    {MEMBER(kHeader, Entry, dataReferenceIndex), "data_reference_index"}};
 
-constexpr Field kTimecode[] = {{20, 4, "flags"},
-                               {24, 4, "time scale"},
-                               {28, 4, "frame duration"},
-                               {32, 1, "number of frames"}};
+using Visual = MP4G::_tagVISUAL_SAMPLE_ENTRY;
+constexpr Field kVisual[] = {
+    {MEMBER(kEntry, Visual, width), "width"},
+    {MEMBER(kEntry, Visual, height), "height"},
+    {MEMBER(kEntry, Visual, horizResolution), "horizresolution", Form::kFixed16},
+    {MEMBER(kEntry, Visual, vertResolution), "vertresolution", Form::kFixed16},
+    {MEMBER(kEntry, Visual, frameCount), "frame_count"},
+    {MEMBER(kEntry, Visual, compressorName), "compressorname", Form::kText},
+    {MEMBER(kEntry, Visual, depth), "depth"}};
 
-// ISO/IEC 14496-15, clause 5.3.3.
+using Audio = MP4G::_tagAUDIO_SAMPLE_ENTRY;
+using AudioExtension = MP4G::_tagSOUND_SAMPLE_DESCRIPTION_EX;
+constexpr Field kAudio[] = {
+    {MEMBER(kEntry, Audio, entryVersion), "version"},
+    {MEMBER(kEntry, Audio, channelCount), "channelcount"},
+    {MEMBER(kEntry, Audio, sampleSize), "samplesize"},
+    {MEMBER(kEntry, Audio, sampleRate), "samplerate", Form::kFixed16},
+    {MEMBER(kExtension, AudioExtension, samplesPerPacket), "samples per packet"},
+    {MEMBER(kExtension, AudioExtension, bytesPerPacket), "bytes per packet"},
+    {MEMBER(kExtension, AudioExtension, bytesPerFrame), "bytes per frame"},
+    {MEMBER(kExtension, AudioExtension, bytesPerSample), "bytes per sample"}};
+
+using Timecode = MP4G::_tagTIMECODE_DESCRIPTION;
+constexpr Field kTimecode[] = {{MEMBER(kEntry, Timecode, flags), "flags"},
+                               {MEMBER(kEntry, Timecode, timeScale), "time scale"},
+                               {MEMBER(kEntry, Timecode, frameDuration), "frame duration"},
+                               {MEMBER(kEntry, Timecode, numberOfFrames), "number of frames"}};
+
+using Avc = MP4G::_tagAVC_DECODER_CONFIGURATION_RECORD;
 constexpr Field kAvcConfiguration[] = {
-    {8, 1, "configurationVersion"},   {9, 1, "AVCProfileIndication"},
-    {10, 1, "profile_compatibility"}, {11, 1, "AVCLevelIndication"},
-    {12, 1, "lengthSizeMinusOne"},    {13, 1, "numOfSequenceParameterSets"}};
+    {MEMBER(kHeader, Avc, configurationVersion), "configurationVersion"},
+    {MEMBER(kHeader, Avc, profileIndication), "AVCProfileIndication"},
+    {MEMBER(kHeader, Avc, profileCompatibility), "profile_compatibility"},
+    {MEMBER(kHeader, Avc, levelIndication), "AVCLevelIndication"},
+    {MEMBER(kHeader, Avc, lengthSize), "lengthSizeMinusOne"},
+    {MEMBER(kHeader, Avc, spsCount), "numOfSequenceParameterSets"}};
 
-constexpr Field kBitRate[] = {{8, 4, "bufferSizeDB"}, {12, 4, "maxBitrate"}, {16, 4, "avgBitrate"}};
-constexpr Field kAspect[] = {{8, 4, "hSpacing"}, {12, 4, "vSpacing"}};
-constexpr Field kColour[] = {{8, 4, "colour_type", Form::kText},
-                             {12, 2, "colour_primaries"},
-                             {14, 2, "transfer_characteristics"},
-                             {16, 2, "matrix_coefficients"},
-                             {18, 1, "full_range_flag"}};
-constexpr Field kEntryCount[] = {{8, 1, "version"}, {9, 3, "flags"}, {12, 4, "entry_count"}};
+using BitRate = MP4G::_tagMPEG4_BIT_RATE_BOX;
+constexpr Field kBitRate[] = {{MEMBER(kHeader, BitRate, bufferSizeDB), "bufferSizeDB"},
+                              {MEMBER(kHeader, BitRate, maxBitrate), "maxBitrate"},
+                              {MEMBER(kHeader, BitRate, avgBitrate), "avgBitrate"}};
+
+using Aspect = MP4G::_tagASPECT_RATIO;
+constexpr Field kAspect[] = {{MEMBER(kHeader, Aspect, hSpacing), "hSpacing"},
+                             {MEMBER(kHeader, Aspect, vSpacing), "vSpacing"}};
+
+// ISO/IEC 14496-12, clause 12.1.5; the engine has no class for this box.
+struct Colour {
+  QUIRVA::be32 type;
+  QUIRVA::be16 primaries;
+  QUIRVA::be16 transfer;
+  QUIRVA::be16 matrix;
+  unsigned char fullRange;
+};
+static_assert(sizeof(Colour) == 11);
+constexpr Field kColour[] = {{MEMBER(kHeader, Colour, type), "colour_type", Form::kText},
+                             {MEMBER(kHeader, Colour, primaries), "colour_primaries"},
+                             {MEMBER(kHeader, Colour, transfer), "transfer_characteristics"},
+                             {MEMBER(kHeader, Colour, matrix), "matrix_coefficients"},
+                             {MEMBER(kHeader, Colour, fullRange), "full_range_flag"}};
+
+constexpr Field kEntryCount[] = {{MEMBER(kHeader, MP4G::_tagFULL_BOX, version), "version"},
+                                 {MEMBER(kHeader, MP4G::_tagFULL_BOX, flags), "flags"},
+                                 {kFullHeader, sizeof(QUIRVA::be32), "entry_count"}};
 
 // Longer values are cut.
 constexpr std::size_t kShownBytes = 32;
@@ -118,19 +158,23 @@ void TablesOf(unsigned int type, const MP4G::CBox& box, std::span<const Field> (
   if (dynamic_cast<const MP4G::CTimecodeSampleDescription*>(&box) != nullptr) tables[1] = kTimecode;
 }
 
-// ISO/IEC 14496-1, clauses 7.2.6.5 and 7.2.6.6: from the start of the descriptor's body.
-constexpr Field kStream[] = {{0, 2, "ES_ID"}, {2, 1, "flags of the stream"}};
-constexpr Field kDecoder[] = {{0, 1, "objectTypeIndication"},
-                              {1, 1, "streamType"},
-                              {2, 3, "bufferSizeDB"},
-                              {5, 4, "maxBitrate"},
-                              {9, 4, "avgBitrate"}};
+// From the start of the descriptor's body.
+using Stream = MP4G::_tagES_DESCRIPTOR;
+constexpr Field kStream[] = {{MEMBER(0, Stream, esId), "ES_ID"},
+                             {MEMBER(0, Stream, flags), "flags of the stream"}};
+using Decoder = MP4G::_tagDECODER_CONFIG_DESCRIPTOR;
+constexpr Field kDecoder[] = {{MEMBER(0, Decoder, objectTypeIndication), "objectTypeIndication"},
+                              {MEMBER(0, Decoder, streamType), "streamType"},
+                              {MEMBER(0, Decoder, bufferSizeDB), "bufferSizeDB"},
+                              {MEMBER(0, Decoder, maxBitrate), "maxBitrate"},
+                              {MEMBER(0, Decoder, avgBitrate), "avgBitrate"}};
+
+#undef MEMBER
 
 // The descriptors of "esds" one behind the other: those that hold others stand in front of them, so
 // that one pass from left to right meets all. Nothing if the byte lies in none.
 std::optional<Field> DescriptorFieldAt(Span bytes, std::size_t at) {
-  constexpr std::size_t kFirst = 12;
-  for (std::size_t place = kFirst; place + 1 < bytes.size();) {
+  for (std::size_t place = kFullHeader; place + 1 < bytes.size();) {
     const unsigned char tag = bytes[place];
     std::size_t body = place + 1;
     std::size_t length = 0;
@@ -160,7 +204,7 @@ std::optional<Field> DescriptorFieldAt(Span bytes, std::size_t at) {
 
 // Behind the fixed part of "avcC" stand parameter sets, each behind its length.
 std::string ParameterSetAt(Span bytes, std::size_t at) {
-  constexpr std::size_t kSets = 14;
+  constexpr std::size_t kSets = kHeader + sizeof(Avc);
   if (bytes.size() < kSets) return {};
   std::size_t place = kSets;
   const char* kind = "sequence parameter set";

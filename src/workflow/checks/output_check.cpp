@@ -25,8 +25,6 @@ namespace {
 
 constexpr long long kMost = std::numeric_limits<long long>::max();
 
-std::string ErrorText(int error) { return std::generic_category().message(error); }
-
 std::string WhyNoFileFits(const std::string& folder) {
   struct stat status;
   if (::stat(folder.c_str(), &status) != 0)

@@ -7,8 +7,6 @@
 #include <utility>
 
 #include "box/header_boxes.h"
-#include "reader/box_reader.h"
-#include "reader/movie_reader.h"
 #include "reader/typed_views.h"
 #include "workflow/boxes/sample_layout.h"
 #include "workflow/boxes/sample_tables.h"
@@ -19,7 +17,6 @@ namespace clipchain {
 
 namespace {
 
-constexpr long long kPlaceholder = 16;  // between the file type box and the media
 constexpr std::uint64_t kLargest32Bits = 0xFFFFFFFF;
 
 constexpr const char* kFewer = "merge fewer clips at once";
@@ -86,8 +83,7 @@ void Rehearsal::TakeFirst(std::unique_ptr<ClipFile> clip, FileFindings& findings
   }
   complete_ = complete_ && !findings.Refused();
   if (!complete_) return;
-  const long long mediaPos = first_->file.GetFileTypeBox()->GetBoxSize() + kPlaceholder;
-  const HRESULT result = merge_.ProcessFirstFile(&first_->file, mediaPos);
+  const HRESULT result = assembly_.Take(&first_->file);
   if (result == S_OK) return;
   complete_ = false;
   findings.Add(Message::kInputRefused, "can't be merged", "leave it out").result = result;
@@ -95,7 +91,7 @@ void Rehearsal::TakeFirst(std::unique_ptr<ClipFile> clip, FileFindings& findings
 
 void Rehearsal::Merge(ClipFile& next, FileFindings& findings) {
   findings.ForgetPlaces();
-  const HRESULT result = merge_.Merge(&first_->file, &next.file);
+  const HRESULT result = assembly_.Take(&next.file);
   if (result != S_OK) {
     findings.Add(Message::kInputRefused, "can't be merged", "leave it out").result = result;
     return;
@@ -203,15 +199,10 @@ void Rehearsal::CheckDurations(FileFindings& findings) {
 
 void Rehearsal::Finish(const MovieCompletion& completion, FileFindings& findings) {
   if (!complete_ || first_ == nullptr) return;
-  MP4G::CMovieBox* movie = first_->Movie();
-  MP4G::CMovieReader reader(movie);
-  HRESULT result = reader.ConvertChunkLargeOffsetToChunkOffset();
-  result |= reader.LimitTrackDurationUnderVideoDuration();
-  MP4G::CBoxReader writer(movie);
-  const unsigned char* bytes = nullptr;
-  unsigned int size = 0;
-  if (result >= 0) result = writer.GetData(&bytes, &size);
-  if (result < 0 || bytes == nullptr) {
+  std::vector<unsigned char> head;
+  std::vector<unsigned char> movie;
+  const HRESULT result = assembly_.Finish(head, movie);
+  if (result != S_OK) {
     findings
         .Add(Message::kOutputUnfinished,
              result == E_PENDING ? "can't be completed: its movie box would be larger than 4 GiB"
@@ -220,9 +211,9 @@ void Rehearsal::Finish(const MovieCompletion& completion, FileFindings& findings
         .result = result;
     return;
   }
-  movieBytes_ = size;
-  CheckMovie(bytes, size, findings);
-  if (completion) Complete(completion, {bytes, size}, findings);
+  movieBytes_ = static_cast<long long>(movie.size());
+  CheckMovie(movie, findings);
+  if (completion) Complete(completion, movie, findings);
 }
 
 void Rehearsal::Complete(const MovieCompletion& completion, std::span<const unsigned char> movie,
@@ -244,7 +235,8 @@ void Rehearsal::Complete(const MovieCompletion& completion, std::span<const unsi
 }
 
 // Whoever reads the result next has the engine's limits, if it is the engine.
-void Rehearsal::CheckMovie(const unsigned char* bytes, unsigned int size, FileFindings& findings) {
+void Rehearsal::CheckMovie(std::span<const unsigned char> bytes, FileFindings& findings) {
+  const auto size = static_cast<unsigned int>(bytes.size());
   if (size >= MP4G::kLeastUnloadedBoxSize) {
     findings
         .Add(Message::kMovieTooLarge,
@@ -255,7 +247,7 @@ void Rehearsal::CheckMovie(const unsigned char* bytes, unsigned int size, FileFi
     return;
   }
   MP4G::CMp4Tree tree;
-  const HRESULT result = tree.AddBoxData(bytes, size, 0);
+  const HRESULT result = tree.AddBoxData(bytes.data(), size, 0);
   if (result == S_OK) return;
   findings
       .Add(Message::kMovieUnreadable, "would have a movie box that can't be read again",
@@ -266,7 +258,7 @@ void Rehearsal::CheckMovie(const unsigned char* bytes, unsigned int size, FileFi
 long long Rehearsal::OutputSize() const {
   const TopLevelBox* movie = first_ != nullptr ? first_->MoviePlace() : nullptr;
   if (movie == nullptr) return 0;
-  const long long head = first_->file.GetFileTypeBox()->GetBoxSize() + kPlaceholder;
+  const long long head = MP4G::CMovieAssembly::HeadSize(first_->file);
   return LimitedSum(LimitedSum(head, mediaBytes_), movieBytes_);
 }
 

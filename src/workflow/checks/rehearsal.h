@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "merge/mp4_merge.h"
+#include "merge/movie_assembly.h"
 #include "workflow/checks/match_check.h"
 #include "workflow/clips/clip_file.h"
 #include "workflow/findings/file_findings.h"
@@ -57,13 +57,13 @@ class Rehearsal {
                      FileFindings& findings);
   void Complete(const MovieCompletion& completion, std::span<const unsigned char> movie,
                 FileFindings& findings);
-  void CheckMovie(const unsigned char* bytes, unsigned int size, FileFindings& findings);
+  void CheckMovie(std::span<const unsigned char> bytes, FileFindings& findings);
 
   long long memoryLimit_;
   long long memory_ = 0;     // that the boxes taken so far need, about
   long long boxMemory_ = 0;  // what the boxes of the clip at hand take by themselves
   std::unique_ptr<ClipFile> first_;
-  MP4G::CMp4Merge merge_;
+  MP4G::CMovieAssembly assembly_;
   bool complete_ = true;
   std::vector<TrackPair> pairs_;
   std::map<const MP4G::CTrackBox*, std::uint64_t> samples_;  // of each track so far

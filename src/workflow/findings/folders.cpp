@@ -3,7 +3,8 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <system_error>
+
+#include "workflow/system/files.h"
 
 namespace clipchain {
 
@@ -17,8 +18,8 @@ std::optional<Finding> MakeFolder(const std::string& path) {
   const char* remedy = "choose another folder";
   if (error == ENOENT) remedy = "create the folder that it lies in first";
   if (error == ENAMETOOLONG) remedy = "choose a shorter name";
-  return MakeFinding(Message::kFolderUnusable, path,
-                     "can't be created: " + std::generic_category().message(error), remedy);
+  return MakeFinding(Message::kFolderUnusable, path, "can't be created: " + ErrorText(error),
+                     remedy);
 }
 
 }  // namespace clipchain

@@ -29,8 +29,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-std::string ErrorText(int error) { return std::generic_category().message(error); }
-
 // A file to read; without waiting for whoever writes to a pipe of that name.
 struct OpenFile {
   explicit OpenFile(const std::string& path)

@@ -31,8 +31,6 @@ std::string Head(std::size_t bytes) {
       kPlanVersion, bytes, kDigits);
 }
 
-std::string ErrorText(int error) { return std::generic_category().message(error); }
-
 std::string Absolute(const std::string& path) { return std::filesystem::absolute(path).string(); }
 
 Job WithAbsolutePaths(Job job) {

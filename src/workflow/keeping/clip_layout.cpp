@@ -1,9 +1,11 @@
 #include "workflow/keeping/clip_layout.h"
 
 #include <algorithm>
-#include <cstring>
+#include <optional>
+#include <span>
+#include <vector>
 
-#include "foundation/big_endian.h"
+#include "adapt/box_header.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {
@@ -12,8 +14,6 @@ namespace {
 
 using Number = unsigned long long;
 
-constexpr std::size_t kHeader = 8;
-constexpr std::size_t kLargeHeader = 16;
 constexpr std::size_t kWindow = 4096;
 
 // Headers that lie close together are read at once.
@@ -23,15 +23,14 @@ class Headers {
 
   Number End() const { return end_; }
 
-  bool Read(Number at, unsigned char* out, std::size_t size) {
-    if (size > end_ - at) return false;
+  std::optional<BoxHeader> Take(Number at) {
+    const auto size = static_cast<std::size_t>(std::min<Number>(BoxHeader::kLarge, end_ - at));
     if (at < begin_ || at + size > begin_ + window_.size()) {
       window_.resize(static_cast<std::size_t>(std::min<Number>(kWindow, end_ - at)));
       begin_ = at;
-      if (!file_.Read(at, window_.data(), window_.size())) return false;
+      if (!file_.Read(at, window_.data(), window_.size())) return std::nullopt;
     }
-    std::memcpy(out, window_.data() + (at - begin_), size);
-    return true;
+    return TakeBoxHeader(std::span(window_).subspan(static_cast<std::size_t>(at - begin_), size));
   }
 
  private:
@@ -41,38 +40,27 @@ class Headers {
   std::vector<unsigned char> window_;
 };
 
-bool IsPrintable(const unsigned char* type) {
-  return std::all_of(type, type + 4, [](unsigned char c) { return c >= 0x20 && c != 0x7F; });
+bool IsPrintable(unsigned int type) {
+  for (int shift = 0; shift < 32; shift += 8) {
+    const unsigned int c = type >> shift & 0xFF;
+    if (c < 0x20 || c == 0x7F) return false;
+  }
+  return true;
 }
 
 }  // namespace
 
-// Sizes as in ISO/IEC 14496-12, clause 4.2: 1 stands for a larger one behind the type, 0 for all
-// that is left.
 ClipLayout ReadClipLayout(FileBytes& file) {
   Headers headers(file);
   ClipLayout layout;
   bool isMovie = false;
   for (Number at = 0; at < headers.End();) {
-    unsigned char bytes[kLargeHeader];
-    if (!headers.Read(at, bytes, kHeader) || !IsPrintable(bytes + 4)) return {};
-    QUIRVA::be32 field;
-    std::memcpy(&field, bytes, sizeof field);
-    Number size = field;
-    std::size_t header = kHeader;
-    if (size == 1) {
-      if (!headers.Read(at, bytes, kLargeHeader)) return {};
-      QUIRVA::be64 large;
-      std::memcpy(&large, bytes + kHeader, sizeof large);
-      size = large;
-      header = kLargeHeader;
-    }
-    if (size == 0) size = headers.End() - at;
-    if (size < header || size > headers.End() - at) return {};
-    std::memcpy(&field, bytes + 4, sizeof field);
-    const unsigned int type = field;
-    isMovie = isMovie || type == FourCc("moov") || type == FourCc("moof");
-    if (type == FourCc("mdat")) layout.media.push_back({at + header, size - header});
+    const auto header = headers.Take(at);
+    if (!header || !IsPrintable(header->type) || !header->FitsIn(headers.End() - at)) return {};
+    const Number size = header->SizeWithin(headers.End() - at);
+    isMovie = isMovie || header->type == FourCc("moov") || header->type == FourCc("moof");
+    if (header->type == FourCc("mdat"))
+      layout.media.push_back({at + header->headerSize, size - header->headerSize});
     at += size;
   }
   layout.isClip = isMovie;

@@ -15,8 +15,8 @@ namespace {
 using Number = unsigned long long;
 
 std::string Unread(FileBytes& file, const std::string& path, Number at) {
-  const std::string why = file.error() != 0 ? ": " + std::generic_category().message(file.error())
-                                            : std::string(": it ends there");
+  const std::string why =
+      file.error() != 0 ? ": " + ErrorText(file.error()) : std::string(": it ends there");
   return fmt::format("{} can't be read at byte {}{}", Shown(path), at, why);
 }
 

@@ -7,16 +7,14 @@
 #include <cerrno>
 #include <memory>
 #include <set>
-#include <system_error>
 #include <utility>
 
+#include "workflow/system/files.h"
 #include "workflow/system/part_name.h"
 
 namespace clipchain {
 
 namespace {
-
-std::string ErrorText(int error) { return std::generic_category().message(error); }
 
 bool IsSameTime(const timespec& a, const timespec& b) {
   return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;

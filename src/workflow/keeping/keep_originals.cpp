@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 #include "workflow/keeping/checksum_file.h"
@@ -23,8 +22,6 @@
 namespace clipchain {
 
 namespace {
-
-std::string ErrorText(int error) { return std::generic_category().message(error); }
 
 // One file beside the output, from its hidden beginning to its name.
 class BesideFile {

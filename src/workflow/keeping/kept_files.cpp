@@ -61,7 +61,7 @@ std::string KeptFiles::Flushed(const ListedBytes& bytes, const ListedFile& file)
     if (error == 0) flushed_.insert(file.folder);
   }
   if (error == 0) return "";
-  return "can't be flushed to its disk: " + std::generic_category().message(error);
+  return "can't be flushed to its disk: " + ErrorText(error);
 }
 
 std::vector<ListedPath> KeptFiles::Changes(const std::vector<std::string>& folders) const {

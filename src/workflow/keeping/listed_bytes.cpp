@@ -5,7 +5,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <system_error>
+
+#include "workflow/system/files.h"
 
 namespace clipchain {
 
@@ -19,9 +20,9 @@ ListedBytes::ListedBytes(const ListedFile& file)
     : file_(OpenToRead(file.path, O_NOFOLLOW)), bytes_(file_) {
   struct stat status;
   if (file_ < 0) {
-    why_ = "can't be opened: " + std::generic_category().message(errno);
+    why_ = "can't be opened: " + ErrorText(errno);
   } else if (::fstat(file_, &status) != 0) {
-    why_ = "can't be looked at: " + std::generic_category().message(errno);
+    why_ = "can't be looked at: " + ErrorText(errno);
   } else if (!(FileStamp::Of(status) == file.stamp)) {
     why_ = "changed while it was looked at";
   } else {

@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <memory>
 #include <new>
-#include <system_error>
 #include <utility>
 
 #include "workflow/folders.h"
@@ -26,8 +25,6 @@ namespace {
 using Number = unsigned long long;
 
 constexpr std::size_t kBlock = 256 * 1024;
-
-std::string ErrorText(int error) { return std::generic_category().message(error); }
 
 class Splitting {
  public:

@@ -2,8 +2,9 @@
 
 #include <fmt/format.h>
 
-#include <system_error>
 #include <utility>
+
+#include "workflow/system/files.h"
 
 namespace clipchain {
 
@@ -13,7 +14,7 @@ Finding Removed(const Leftover& leftover, std::string text) {
   const int error = RemoveLeftover(leftover);
   if (error == 0)
     return MakeFinding(Message::kLeftoverRemoved, leftover.path, text + ", and is removed now");
-  text += ", and can't be removed: " + std::generic_category().message(error);
+  text += ", and can't be removed: " + ErrorText(error);
   return MakeFinding(Message::kLeftover, leftover.path, std::move(text), "remove it by hand");
 }
 

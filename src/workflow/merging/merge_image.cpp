@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "adapt/fit.h"
+#include "merge/movie_assembly.h"
 #include "workflow/findings/result_words.h"
-#include "workflow/merging/expected_file.h"
 #include "workflow/system/files.h"
 
 namespace clipchain {
@@ -31,15 +31,17 @@ class ImageMaker {
     for (std::size_t clip = 0; clip < clips_.size(); ++clip) {
       if (Findings faults = Take(clip); !faults.empty()) return faults;
     }
-    if (const HRESULT finished = expected_.Finish(); finished != S_OK) return Unfinished(finished);
-    std::vector<unsigned char> movie = expected_.Movie();
+    std::vector<unsigned char> head;
+    std::vector<unsigned char> movie;
+    if (const HRESULT finished = assembly_.Finish(head, movie); finished != S_OK)
+      return Unfinished(finished);
     if (fit_ != nullptr) {
       std::optional<Bytes> complete = fit_->Complete(movie);
       if (!complete) return Unfinished(E_BAD_DATA);
       movie = std::move(*complete);
     }
     image = {};
-    image.Add(expected_.Head());
+    image.Add(head);
     for (std::size_t clip = 0; clip < media_.size(); ++clip) {
       for (const Range& range : media_[clip]) image.Add(clip, range.position, range.size);
     }
@@ -75,12 +77,13 @@ class ImageMaker {
                           "copy it again from the card")};
     media_.emplace_back();
     if (file->mdatSize > 0) NoteMedia(view.get(), file->mdatPos, file->mdatSize);
-    if (const HRESULT taken = expected_.Take(std::move(file)); taken != S_OK) {
+    if (const HRESULT taken = assembly_.Take(file.get()); taken != S_OK) {
       Finding finding = MakeFinding(Message::kInputRefused, path, InputWords(taken, clip == 0),
                                     "leave the clip out, or see what a check says about it");
       finding.result = taken;
       return {finding};
     }
+    if (first_ == nullptr) first_ = std::move(file);
     return {};
   }
 
@@ -105,7 +108,8 @@ class ImageMaker {
 
   const std::vector<std::string>& clips_;
   std::unique_ptr<const Fit> fit_;  // null unless the clips are adapted
-  ExpectedFile expected_;
+  std::unique_ptr<MP4G::CMp4File> first_;
+  MP4G::CMovieAssembly assembly_;
   std::vector<std::vector<Range>> media_;  // of each clip, in its file
 };
 

@@ -1,14 +1,15 @@
 #include "workflow/merging/oracle_findings.h"
 
-#include <system_error>
 #include <utility>
+
+#include "workflow/system/files.h"
 
 namespace clipchain {
 
 namespace {
 
 std::string WithCause(std::string text, const FileBytes& file) {
-  if (file.error() != 0) text += ": " + std::generic_category().message(file.error());
+  if (file.error() != 0) text += ": " + ErrorText(file.error());
   return text;
 }
 

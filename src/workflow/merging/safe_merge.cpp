@@ -6,7 +6,6 @@
 #include <memory>
 #include <new>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 #include "foundation/com_ptr.h"
@@ -27,8 +26,6 @@ namespace clipchain {
 namespace {
 
 using Phase = Step::Phase;
-
-std::string ErrorText(int error) { return std::generic_category().message(error); }
 
 // By which a file is known again, and by which it is seen to have changed.
 struct FileState {

@@ -12,6 +12,7 @@
 #include "box/header_boxes.h"
 #include "box/structural_boxes.h"
 #include "merge/free_tracks.h"
+#include "merge/movie_assembly.h"
 #include "reader/mp4_file.h"
 #include "reader/track_reader.h"
 #include "reader/typed_views.h"
@@ -19,7 +20,6 @@
 #include "workflow/boxes/top_level.h"
 #include "workflow/findings/result_words.h"
 #include "workflow/merging/clip_media.h"
-#include "workflow/merging/expected_file.h"
 #include "workflow/system/file_bytes.h"
 #include "workflow/system/files.h"
 
@@ -114,7 +114,8 @@ class Verifier {
   TopLevel boxes_;
   MP4G::CMp4Tree tree_;
   std::vector<OutputTrack> tracks_;
-  ExpectedFile expected_;
+  std::unique_ptr<MP4G::CMp4File> first_;  // becomes what is expected
+  MP4G::CMovieAssembly expected_;
   std::vector<SamplePair> pairs_;  // of the clip at work
   Number mediaBefore_ = 0;         // bytes of media of the clips that are done
   Number duration_ = 0;            // of the clips so far together
@@ -162,7 +163,7 @@ bool Verifier::Tell(Number done) {
 }
 
 bool Verifier::Damaged(std::string text, Number offset) {
-  if (output_.error() != 0) text += ": " + std::generic_category().message(output_.error());
+  if (output_.error() != 0) text += ": " + ErrorText(output_.error());
   Finding finding =
       MakeFinding(Message::kResultDamaged, task_.output, std::move(text), kDistrustDisk);
   finding.offset = static_cast<long long>(offset);
@@ -172,7 +173,7 @@ bool Verifier::Damaged(std::string text, Number offset) {
 
 bool Verifier::Unreadable(const std::string& path, int error) {
   std::string text = "can't be read again to compare it";
-  if (error != 0) text += ": " + std::generic_category().message(error);
+  if (error != 0) text += ": " + ErrorText(error);
   findings_.push_back(MakeFinding(Message::kInputUnreadable, path, std::move(text),
                                   "copy the clip again from the card"));
   return false;
@@ -231,7 +232,8 @@ bool Verifier::AddClip(std::size_t index) {
 
 // The clip's boxes become part of what is expected; nothing is to be asked of them any more.
 bool Verifier::Expect(Clip& clip) {
-  const HRESULT result = expected_.Take(std::move(clip.file));
+  const HRESULT result = expected_.Take(clip.file.get());
+  if (first_ == nullptr) first_ = std::move(clip.file);
   if (result == S_OK) return true;
   findings_.push_back(MakeFinding(Message::kInputRefused, clip.path,
                                   InputWords(result, mediaBefore_ == clip.mediaSize),
@@ -368,16 +370,19 @@ void Verifier::CompareBoxes() {
 }
 
 bool Verifier::BoxesAreExpected() {
-  if (const HRESULT result = expected_.Finish(); result != S_OK)
+  Bytes head;
+  Bytes movie;
+  if (const HRESULT result = expected_.Finish(head, movie); result != S_OK)
     return Damaged(OutputWords(result), boxes_.movie.position);
-  const auto adapted = task_.fit != nullptr ? task_.fit->Complete(expected_.Movie()) : std::nullopt;
-  const Bytes& movie = adapted ? *adapted : expected_.Movie();
-  const std::size_t expected = expected_.Head().size() + movie.size();
+  if (task_.fit != nullptr) {
+    if (auto adapted = task_.fit->Complete(movie)) movie = std::move(*adapted);
+  }
+  const std::size_t expected = head.size() + movie.size();
   const Number found = boxes_.media.position + boxes_.movie.size;
   if (found != expected || boxes_.movie.size != movie.size())
     return Damaged(fmt::format("has {} bytes around its media; the clips give {}", found, expected),
                    boxes_.movie.position);
-  return IsExpected(0, expected_.Head()) && IsExpected(boxes_.movie.position, movie);
+  return IsExpected(0, head) && IsExpected(boxes_.movie.position, movie);
 }
 
 bool Verifier::IsExpected(Number position, const std::vector<unsigned char>& expected) {

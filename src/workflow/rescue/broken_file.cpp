@@ -4,6 +4,7 @@
 
 #include "foundation/cursor.h"
 #include "foundation/fourcc.h"
+#include "workflow/boxes/read_box_header.h"
 #include "workflow/rescue/media_window.h"
 #include "workflow/rescue/reference.h"
 
@@ -40,11 +41,10 @@ class Walk {
   void Run(std::uint64_t lead) {
     std::uint64_t at = 0;
     for (std::size_t boxes = 0; boxes < kMostBoxes && at < size_; ++boxes) {
-      const auto header = ReadTopHeader(file_, at);
+      const auto header = ReadBoxHeader(file_, at);
       if (!header || !IsKnownBox(header->type)) break;
       media_.fragmented = media_.fragmented || header->type == FourCc("moof");
-      const bool fits =
-          header->stated && header->size >= header->headerSize && header->size <= size_ - at;
+      const bool fits = header->size != 0 && header->FitsIn(size_ - at);
       if (header->type == FourCc("mdat") && !found_ && !IsEmptyPlaceholder(*header, at)) {
         Take(*header, at, fits, lead);
       }
@@ -60,20 +60,20 @@ class Walk {
  private:
   // A box that holds no more than its head, which was written before anything
   // else was known; what follows is no box.
-  bool IsEmptyPlaceholder(const TopHeader& header, std::uint64_t at) {
-    if (!header.stated || header.size > header.headerSize) return false;
-    const auto next = ReadTopHeader(file_, at + header.size);
+  bool IsEmptyPlaceholder(const BoxHeader& header, std::uint64_t at) {
+    if (header.size == 0 || header.size > header.headerSize) return false;
+    const auto next = ReadBoxHeader(file_, at + header.size);
     return next && IsKnownBox(next->type);
   }
 
-  void Take(const TopHeader& header, std::uint64_t at, bool fits, std::uint64_t lead) {
+  void Take(const BoxHeader& header, std::uint64_t at, bool fits, std::uint64_t lead) {
     found_ = true;
     media_.beginIsSure = true;
     const std::uint64_t body = at + header.headerSize;
-    const bool empty = header.stated && header.size <= header.headerSize;
+    const bool empty = header.size != 0 && header.size <= header.headerSize;
     media_.end = fits && !empty ? at + header.size : size_;
     media_.ends = fits && !empty;
-    media_.cutOff = !fits && header.stated;
+    media_.cutOff = !fits && header.size != 0;
     AddBegin(media_, body + lead);
     AddBegin(media_, body);
     AddBegin(media_, body + 8);

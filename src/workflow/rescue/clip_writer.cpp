@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <system_error>
 
 #include "adapt/fields.h"
 #include "foundation/big_endian.h"
@@ -24,8 +23,6 @@ using QUIRVA::be64;
 constexpr std::size_t kBlock = 4 << 20;
 // What is compared on both sides of a place where two parts meet.
 constexpr std::uint64_t kSeam = 4096;
-
-std::string ErrorText(int error) { return std::generic_category().message(error); }
 
 bool IsSameTime(const timespec& a, const timespec& b) {
   return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;

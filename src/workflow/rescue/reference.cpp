@@ -8,6 +8,7 @@
 #include "adapt/track_headers.h"
 #include "foundation/big_endian.h"
 #include "foundation/fourcc.h"
+#include "workflow/boxes/read_box_header.h"
 #include "workflow/system/files.h"
 
 namespace clipchain::rescue {
@@ -15,13 +16,6 @@ namespace clipchain::rescue {
 namespace {
 
 using QUIRVA::be32;
-using QUIRVA::be64;
-
-struct ShortHeader {
-  be32 size;
-  be32 type;
-};
-static_assert(sizeof(ShortHeader) == 8);
 
 // A movie box is read whole; one larger than this is no camera's.
 constexpr std::uint64_t kMostMovie = std::uint64_t{1} << 30;
@@ -36,23 +30,6 @@ bool ReadBox(FileBytes& file, std::uint64_t position, std::uint64_t size, RawBox
 }
 
 }  // namespace
-
-std::optional<TopHeader> ReadTopHeader(FileBytes& file, std::uint64_t position) {
-  ShortHeader header;
-  if (!file.Read(position, &header, sizeof header)) return std::nullopt;
-  TopHeader found;
-  found.type = header.type;
-  found.headerSize = sizeof header;
-  found.size = header.size;
-  if (found.size == 1) {
-    be64 large;
-    if (!file.Read(position + sizeof header, &large, sizeof large)) return std::nullopt;
-    found.headerSize += sizeof large;
-    found.size = large;
-  }
-  found.stated = found.size != 0;
-  return found;
-}
 
 Bytes EntryBox(const Bytes& entry, unsigned int type, std::size_t lead) {
   if (entry.size() < lead) return {};
@@ -85,10 +62,10 @@ std::string Reference::Load(const std::string& path) {
 std::string Reference::ReadTopLevel() {
   const std::uint64_t end = file_->Size();
   bool hasMovie = false;
-  for (std::uint64_t at = 0; at + sizeof(ShortHeader) <= end && top_.size() < kMostBoxes;) {
-    const auto header = ReadTopHeader(*file_, at);
+  for (std::uint64_t at = 0; at + BoxHeader::kShort <= end && top_.size() < kMostBoxes;) {
+    const auto header = ReadBoxHeader(*file_, at);
     if (!header) break;
-    const std::uint64_t size = header->stated ? header->size : end - at;
+    const std::uint64_t size = header->SizeWithin(end - at);
     if (hasMovie && header->type == FourCc("mdat") && size > end - at) {
       // A copy that was cut: what is there of its media teaches, too.
       top_.push_back({header->type, at, at + header->headerSize, end});

@@ -85,16 +85,6 @@ class Reference {
   std::uint64_t headerSize_ = 0;
 };
 
-// One header of the top level; nothing where there is none. A size of 0 is
-// given as it stands.
-struct TopHeader {
-  unsigned int type = 0;
-  std::uint64_t headerSize = 0;
-  std::uint64_t size = 0;
-  bool stated = true;  // false: the size says "to the end of the file", or nothing yet
-};
-std::optional<TopHeader> ReadTopHeader(FileBytes& file, std::uint64_t position);
-
 // The record inside the first box of that type in a sample entry; empty without
 // one. `lead` bytes of fields stand in front of the boxes.
 Bytes EntryBox(const Bytes& entry, unsigned int type, std::size_t lead);

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "foundation/fourcc.h"
+#include "workflow/boxes/read_box_header.h"
 #include "workflow/rescue/attempt.h"
 #include "workflow/rescue/clip_writer.h"
 #include "workflow/rescue/movie_maker.h"
@@ -230,10 +231,9 @@ bool NeedsRescue(const std::string& path) {
   bool media = false;
   std::uint64_t at = 0;
   for (int boxes = 0; boxes < 100; ++boxes) {
-    const auto header = rescue::ReadTopHeader(file, at);
+    const auto header = ReadBoxHeader(file, at);
     if (!header) break;
-    const bool fits =
-        header->stated && header->size >= header->headerSize && header->size <= file.Size() - at;
+    const bool fits = header->size != 0 && header->FitsIn(file.Size() - at);
     media = media || header->type == FourCc("mdat");
     if (header->type == FourCc("moof") || (header->type == FourCc("moov") && fits)) return false;
     if (!fits) break;

@@ -19,8 +19,6 @@ bool Status(const std::string& path, struct stat& status) {
   return ::stat(path.c_str(), &status) == 0;
 }
 
-std::string ErrorText(int error) { return std::generic_category().message(error); }
-
 }  // namespace
 
 std::string Shown(const std::string& path) {
@@ -57,6 +55,8 @@ long long FileSize(const std::string& path) {
   struct stat status;
   return Status(path, status) && S_ISREG(status.st_mode) ? status.st_size : 0;
 }
+
+std::string ErrorText(int error) { return std::generic_category().message(error); }
 
 std::string WhyUnreadable(const std::string& path) {
   struct stat status;

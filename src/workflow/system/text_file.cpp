@@ -14,9 +14,7 @@ namespace clipchain {
 
 namespace {
 
-std::string Unwritable(int error) {
-  return "can't be written: " + std::generic_category().message(error);
-}
+std::string Unwritable(int error) { return "can't be written: " + ErrorText(error); }
 
 constexpr const char* kExists = "exists already; --overwrite replaces it";
 

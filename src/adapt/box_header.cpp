@@ -1,0 +1,21 @@
+#include "adapt/box_header.h"
+
+#include "adapt/fields.h"
+#include "foundation/big_endian.h"
+
+namespace clipchain {
+
+std::optional<BoxHeader> TakeBoxHeader(std::span<const unsigned char> bytes) {
+  QUIRVA::be32 size;
+  QUIRVA::be32 type;
+  if (!TakeField(bytes, size) || !TakeField(bytes, type)) return std::nullopt;
+  BoxHeader header{type, BoxHeader::kShort, size};
+  if (header.size != 1) return header;
+  QUIRVA::be64 large;
+  if (!TakeField(bytes, large)) return std::nullopt;
+  header.headerSize = BoxHeader::kLarge;
+  header.size = large;
+  return header;
+}
+
+}  // namespace clipchain

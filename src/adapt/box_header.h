@@ -1,0 +1,32 @@
+// The header of a box, wherever it stands.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace clipchain {
+
+// ISO/IEC 14496-12, clause 4.2.
+struct BoxHeader {
+  static constexpr unsigned int kShort = 8;
+  static constexpr unsigned int kLarge = 16;  // with a size of 64 bits
+
+  unsigned int type = 0;
+  unsigned int headerSize = kShort;
+  // Of the whole box, as it is stated: 0 for one that goes to the end of the file; perhaps less
+  // than its header, or more than there is.
+  std::uint64_t size = 0;
+
+  // The size, with what is left from the start of the box on for one that goes to the end.
+  std::uint64_t SizeWithin(std::uint64_t left) const { return size != 0 ? size : left; }
+  bool FitsIn(std::uint64_t left) const {
+    return SizeWithin(left) >= headerSize && SizeWithin(left) <= left;
+  }
+};
+
+// Takes the header at the start of `bytes`, which need not hold more of the file than kLarge bytes;
+// nothing where they end within it.
+std::optional<BoxHeader> TakeBoxHeader(std::span<const unsigned char> bytes);
+
+}  // namespace clipchain
