@@ -2,69 +2,29 @@
 
 #include <algorithm>
 #include <limits>
+#include <span>
 
-#include "box/data_boxes.h"
 #include "box/header_boxes.h"
 #include "box/top_level_boxes.h"
-#include "clip/vendor_boxes.h"
-#include "foundation/cursor.h"
 #include "foundation/strings.h"
 #include "reader/mp4_file.h"
 #include "reader/typed_views.h"
+#include "workflow/clips/camera_notes.h"
 #include "workflow/clips/jpeg.h"
 
 namespace clipchain {
 
 namespace {
 
-struct Block {
-  const unsigned char* in;
-  unsigned int rest;
-};
-
-// Takes the header of a camera's box. Its size field is the step to the next box and no more; what
-// a last one claims beyond the block is not there.
-bool TakeHeader(Block& block, unsigned int& type, Block& payload) {
-  MP4G::_tagBOX_HEADER header;
-  Block behind = block;
-  if (QUIRVA::Take(behind.in, behind.rest, header) != S_OK || header.size < sizeof header)
-    return false;
-  type = header.type;
-  const unsigned int step = std::min<unsigned int>(header.size, block.rest);
-  payload = {behind.in, step - static_cast<unsigned int>(sizeof header)};
-  return QUIRVA::Skip(block.in, block.rest, step) == S_OK;
-}
-
-// The stream inside the first child of "VRTH", whatever that child's type.
-Block FindThumbnail(Block block) {
-  unsigned int type = 0;
-  Block payload{};
-  while (TakeHeader(block, type, payload)) {
-    if (type != FourCc("VRTH")) continue;
-    Block stream{};
-    return TakeHeader(payload, type, stream) ? stream : Block{};
-  }
-  return {};
-}
-
 void ReadThumbnail(const MP4G::CMovieBox& movie, ClipCard& card) {
-  for (const MP4G::CBox* child : movie.children) {
-    const auto* block = dynamic_cast<const MP4G::CDataMemBox*>(child);
-    if (block == nullptr || block->header->type != FourCc("uuid") ||
-        block->GetUsertype() != MP4G::VIREO_CLIP_UUID)
-      continue;
-    Block stream = FindThumbnail({block->data, block->dataSize});
-    const auto found = FindJpeg(stream.in, stream.rest);
-    if (!found || found->length > kMostThumbnailBytes ||
-        std::max(found->width, found->height) > kMostThumbnailSide)
-      return;
-    if (QUIRVA::TakeArray<unsigned char>(stream.in, stream.rest, card.thumbnail, found->length) !=
-        S_OK)
-      return;
-    card.width = found->width;
-    card.height = found->height;
+  const std::span<const unsigned char> stream = FindThumbnail(movie);
+  const auto found = FindJpeg(stream.data(), static_cast<unsigned int>(stream.size()));
+  if (!found || found->length > kMostThumbnailBytes ||
+      std::max(found->width, found->height) > kMostThumbnailSide)
     return;
-  }
+  card.thumbnail.assign(stream.begin(), stream.begin() + found->length);
+  card.width = found->width;
+  card.height = found->height;
 }
 
 void ReadDuration(MP4G::CMovieBox& movie, ClipCard& card) {

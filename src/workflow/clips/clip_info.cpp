@@ -9,7 +9,7 @@
 #include "reader/mp4_file.h"
 #include "reader/track_reader.h"
 #include "reader/typed_views.h"
-#include "workflow/clips/clip_date.h"
+#include "workflow/clips/camera_notes.h"
 #include "workflow/clips/clip_file.h"
 #include "workflow/system/machine_memory.h"
 
@@ -88,17 +88,14 @@ class BoxLister {
 };
 
 void Analyse(MP4G::CMovieBox* movie, ClipInfo& info) {
-  MP4G::CVireoMp4 clip(0);
-  info.analysis = clip.ParseMovieBox(movie);
-  // The date of the movie header stands in for the camera's, which may be behind the damage.
-  if (clip.timedate == MP4G::_tagSequenceTimedate{})
-    clip.timedate = MP4G::CVireoMp4::ObtainMovieBoxTimedate(movie);
-  info.date = KnownDate(clip.timedate);
-  info.uniqueID = clip.uniqueID;
-  info.previousID = clip.preID;
-  info.nextID = clip.nextID;
-  info.cameraStream = clip.isVireoStream != 0;
-  info.hasIdentifiers = clip.hasIDBox != 0;
+  const CameraNotes notes = ReadCameraNotes(movie);
+  info.analysis = notes.result;
+  info.date = notes.date;
+  info.uniqueID = notes.id;
+  info.previousID = notes.previous;
+  info.nextID = notes.next;
+  info.cameraStream = notes.cameraStream;
+  info.hasIdentifiers = notes.hasIdentifiers;
 }
 
 // Whether the boxes of the file take no more memory than that, be they large or many.

@@ -6,7 +6,7 @@
 #include "reader/track_reader.h"
 #include "reader/typed_views.h"
 #include "workflow/boxes/sample_layout.h"
-#include "workflow/clips/clip_date.h"
+#include "workflow/clips/camera_notes.h"
 
 namespace clipchain {
 
@@ -47,17 +47,12 @@ OrderFacts OrderFactsOf(const ClipFile& clip) {
   OrderFacts facts;
   facts.file = IdentityOf(clip.Path());
   MP4G::CMovieBox* movie = clip.Movie();
-  constexpr unsigned int kNoVolume = 0;
-  MP4G::CVireoMp4 camera(kNoVolume);
-  // Damage in the camera's boxes leaves what was read before it, as it does in a merge.
-  static_cast<void>(camera.ParseMovieBox(movie));
-  if (camera.timedate == MP4G::_tagSequenceTimedate{})
-    camera.timedate = MP4G::CVireoMp4::ObtainMovieBoxTimedate(movie);
-  facts.date = KnownDate(camera.timedate);
-  if (camera.hasIDBox != 0) {
-    facts.id = camera.uniqueID;
-    facts.previous = camera.preID;
-    facts.next = camera.nextID;
+  const CameraNotes notes = ReadCameraNotes(movie);
+  facts.date = notes.date;
+  if (notes.hasIdentifiers) {
+    facts.id = notes.id;
+    facts.previous = notes.previous;
+    facts.next = notes.next;
   }
   for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(movie).Tracks()) {
     if (MP4G::CTrackReader(track).GetSampleEntryType() != FourCc("tmcd")) continue;
