@@ -37,7 +37,10 @@ struct CardProof {
       0;                   // clips of which a result has the samples, and nothing the rest
   std::size_t others = 0;  // files on the cards that are no clips
   std::vector<PathAndReason> leftAside;  // on the cards: links, pipes, devices
-  std::vector<PathAndReason> notKept;    // in the order of the cards; empty if `kept`
+  // Folders that keep something on the file system of a card: files can be erased there, but not
+  // the whole of it.
+  std::vector<PathAndReason> besideCards;
+  std::vector<PathAndReason> notKept;  // in the order of the cards; empty if `kept`
 };
 
 // Looks at every regular file below the cards, whatever its name. A clip, which is a file of whole

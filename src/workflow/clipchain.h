@@ -1,5 +1,6 @@
-/* The safe door for C and for other languages: clips are checked and merged as the tool does it, so
- * that no call can harm a clip or leave half a result. Plain C.
+/* The safe door for C and for other languages: clips are checked, merged, compared with what is
+ * kept of them and made again as the tool does it, so that no call can harm a clip or leave half a
+ * result. Plain C.
  *
  * Paths are bytes, as the system has them. No function throws, exits, prints or handles a signal.
  * Calls from several threads at once do not disturb each other.
@@ -24,7 +25,8 @@ extern "C" {
 enum {
   CLIPCHAIN_DONE = 0,    /* the check found nothing that holds a merge up; the result is there */
   CLIPCHAIN_REFUSED = 1, /* the report says why */
-  CLIPCHAIN_MISUSE = 2   /* a null or empty argument, or options that are too short; no report */
+  CLIPCHAIN_MISUSE = 2,  /* a null or empty argument, or options that are too short; no report */
+  CLIPCHAIN_PARTLY = 3   /* something is not kept, or some clips alone could be made again */
 };
 
 /* Where the work is. */
@@ -48,7 +50,18 @@ struct clipchain_options {
   int force;            /* go on in spite of problems that risk the result alone */
   int verify_all;       /* compare every byte, read back from the disk, not only around seams */
   int64_t memory_limit; /* bytes that movie boxes may take; 0: half of the machine's memory */
+  int originals;        /* keep what is not in the result in OUTPUT.originals */
+  int checksums;        /* write OUTPUT.xxh */
   clipchain_progress progress; /* may be null */
+  void* context;               /* handed to it */
+};
+
+/* All of it zero is what the tool does without an option. */
+struct clipchain_verify_options {
+  size_t size;                 /* sizeof(struct clipchain_verify_options) */
+  int clips_only;              /* look at clips alone */
+  int whole;                   /* a clip is kept only if every byte of it is */
+  clipchain_progress progress; /* may be null; told CLIPCHAIN_VERIFYING, and bytes of the cards */
   void* context;               /* handed to it */
 };
 
@@ -68,6 +81,20 @@ CLIPCHAIN_C_API int clipchain_check(const char* const* clips, size_t count, cons
  * read. `report` as above, with "done" and "size" (bytes of the result) in place of the verdict. */
 CLIPCHAIN_C_API int clipchain_merge(const char* const* clips, size_t count, const char* output,
                                     const struct clipchain_options* options, char** report);
+
+/* Says whether all that lies below the folders `cards` is kept below the folders `against`, by
+ * comparing it now; nothing is written. CLIPCHAIN_DONE: all of it, or with `clips_only` all clips;
+ * CLIPCHAIN_PARTLY: something is not kept; CLIPCHAIN_REFUSED: there is no answer. `options` may be
+ * null. `report` as `clipchain verify --json` prints it. */
+CLIPCHAIN_C_API int clipchain_verify(const char* const* cards, size_t card_count,
+                                     const char* const* against, size_t against_count,
+                                     const struct clipchain_verify_options* options, char** report);
+
+/* Makes the clips of a merged file again, byte for byte, by OUTPUT.originals beside it, into the
+ * folder; null: one of its name beside it. CLIPCHAIN_PARTLY: the merged file is damaged, and what
+ * could be made was made. `report` as `clipchain split --json` prints it. */
+CLIPCHAIN_C_API int clipchain_split(const char* merged, const char* folder,
+                                    clipchain_progress progress, void* context, char** report);
 
 /* Frees a report; null is fine. */
 CLIPCHAIN_C_API void clipchain_free(char* report);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "adapt/fit_options.h"
@@ -10,6 +11,10 @@
 #include "workflow/progress.h"
 
 namespace clipchain {
+
+// What lies beside OUT under its name and one of these belongs to OUT, and to no other file.
+inline constexpr std::string_view kOriginalsSuffix = ".originals";
+inline constexpr std::string_view kChecksumsSuffix = ".xxh";
 
 // Serves one merge. The calls come in the order in which they stand here; a merge that fails ends
 // them at any place and lets go of the object, which then has left nothing that it has not named.

@@ -232,14 +232,20 @@ class Hunt:
         scene = self.scene("--originals")
         for path in list(scene.kept.glob("whole.mp4*")):
             path.rename(scene.card / path.name)
-        place = scene.kept / "mounted"
-        place.mkdir()
-        script = 'mount --bind "$1" "$2" && shift 2 && exec "$@"'
-        wrapper = ["unshare", "--mount", "sh", "-c", script, "-", str(scene.card), str(place)]
-        if subprocess.run([*wrapper, "true"], capture_output=True).returncode != 0:
-            self.skipped.add("mounts: not allowed here")
-            return
-        self.expect_no("the card mounted a second time", scene.ask(wrapper))
+        place, upper = scene.kept / "mounted", scene.top / "upper"
+        for folder in (place, upper):
+            folder.mkdir()
+        overlay = 'mount -t tmpfs none "$3" && mkdir "$3/u" "$3/w" && mount -t overlay none -o "lowerdir=$1,upperdir=$3/u,workdir=$3/w" "$2"'
+        for what, mount in (("mounted a second time", 'mount --bind "$1" "$2"'), ("beneath an overlay", overlay)):
+            script = mount + ' && shift 3 && exec "$@"'
+            wrapper = ["unshare", "--mount", "sh", "-c", script, "-", str(scene.card), str(place), str(upper)]
+            if subprocess.run([*wrapper, "true"], capture_output=True).returncode != 0:
+                self.skipped.add(f"a card {what}: not allowed here")
+                continue
+            self.expect_no(f"the card {what}", scene.ask(wrapper))
+            if "overlay" in what:
+                scene.cards, scene.kept = [place], scene.card
+                self.expect_no("an overlay of what keeps it", scene.ask(wrapper))
 
     def calls_that_fail(self):
         if shutil.which("strace") is None:

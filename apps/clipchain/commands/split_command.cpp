@@ -12,6 +12,7 @@
 #include "clipchain/terminal/standard_output.h"
 #include "clipchain/terminal/stop_signals.h"
 #include "clipchain/tool.h"
+#include "workflow/keeping/proof_json.h"
 #include "workflow/split.h"
 
 namespace clipchain {
@@ -42,7 +43,7 @@ int Run(const SplitCommand& command) {
     report = Split(command.merged, options);
   }
   if (command.json) {
-    Print(SplitJson(command.merged, report));
+    Print(JsonText(SplitJson(command.merged, report)));
   } else {
     Print(SplitText(report));
     std::fputs(FindingsText(report.findings, Paint(stderr)).c_str(), stderr);

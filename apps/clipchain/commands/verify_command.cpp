@@ -20,6 +20,7 @@
 #include "workflow/card_proof.h"
 #include "workflow/findings/clip_words.h"
 #include "workflow/html_proof.h"
+#include "workflow/keeping/proof_json.h"
 #include "workflow/system/files.h"
 #include "workflow/system/part_name.h"
 #include "workflow/system/text_file.h"
@@ -87,7 +88,7 @@ int Run(const VerifyCommand& command) {
   if (StopSignal() != 0) return kFailed;
   std::fputs(FindingsText(proof.findings, Paint(stderr)).c_str(), stderr);
   if (proof.failed) {
-    if (command.json) Print(ProofJson(command.proof, proof));
+    if (command.json) Print(JsonText(ProofJson(command.proof, proof)));
     return kFailed;
   }
   if (!command.html.empty()) {
@@ -95,7 +96,7 @@ int Run(const VerifyCommand& command) {
         WriteTextFile(command.html, HtmlProof(command.proof, proof, Now()), false);
     if (!why.empty()) return FailPage(command.html, why);
   }
-  Print(command.json ? ProofJson(command.proof, proof)
+  Print(command.json ? JsonText(ProofJson(command.proof, proof))
                      : ProofText(command.proof, proof, Paint(stdout)));
   return proof.kept ? kDone : kIncomplete;
 }

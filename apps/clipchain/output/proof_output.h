@@ -11,11 +11,8 @@ namespace clipchain {
 
 // What was passed over, each file that is not kept with its reason, and the sum.
 std::string ProofText(const CardProofOptions& options, const CardProof& proof, const Paint& paint);
-// The same for programs; docs/json.md has the fields.
-std::string ProofJson(const CardProofOptions& options, const CardProof& proof);
 
 // Each clip that was made, and a line that sums up.
 std::string SplitText(const SplitReport& report);
-std::string SplitJson(const std::string& merged, const SplitReport& report);
 
 }  // namespace clipchain

@@ -1,31 +1,37 @@
 #include "workflow/clipchain.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "workflow/card_proof.h"
 #include "workflow/check.h"
 #include "workflow/clips/finding_json.h"
+#include "workflow/keep_originals.h"
+#include "workflow/keeping/proof_json.h"
 #include "workflow/safe_merge.h"
+#include "workflow/split.h"
 
 namespace clipchain {
 
 namespace {
 
 using Options = clipchain_options;
+using VerifyOptions = clipchain_verify_options;
 
-bool AreClips(const char* const* clips, std::size_t count) {
-  if (clips == nullptr || count == 0) return false;
-  for (std::size_t i = 0; i < count; ++i) {
-    if (clips[i] == nullptr || clips[i][0] == '\0') return false;
-  }
-  return true;
+bool IsText(const char* text) { return text != nullptr && text[0] != '\0'; }
+
+bool ArePaths(const char* const* paths, std::size_t count) {
+  return paths != nullptr && count != 0 && std::all_of(paths, paths + count, IsText);
 }
 
-bool AreOptions(const Options* options) {
-  return options == nullptr || options->size >= sizeof(Options);
+template <class Given>
+bool AreOptions(const Given* options) {
+  return options == nullptr || options->size >= sizeof(Given);
 }
 
 int PhaseOf(Step::Phase phase) {
@@ -41,6 +47,13 @@ int PhaseOf(Step::Phase phase) {
   }
 }
 
+Progress ProgressOf(clipchain_progress progress, void* context) {
+  if (progress == nullptr) return {};
+  return [=](const Step& step) {
+    return progress(context, PhaseOf(step.phase), step.clip, step.current, step.total) == 0;
+  };
+}
+
 SafeMergeOptions OptionsOf(const Options* given, const char* output) {
   SafeMergeOptions options;
   if (output != nullptr) options.check.output = output;
@@ -49,13 +62,16 @@ SafeMergeOptions OptionsOf(const Options* given, const char* output) {
   options.check.memoryLimit = given->memory_limit;
   options.force = given->force != 0;
   if (given->verify_all != 0) options.verification = Verification::kFull;
-  if (given->progress != nullptr) {
-    options.check.progress = [given](const Step& step) {
-      return given->progress(given->context, PhaseOf(step.phase), step.clip, step.current,
-                             step.total) == 0;
-    };
-  }
+  options.check.progress = ProgressOf(given->progress, given->context);
   return options;
+}
+
+KeepOptions KeepOptionsOf(const Options* given) {
+  KeepOptions keep;
+  if (given == nullptr) return keep;
+  keep.originals = given->originals != 0;
+  keep.checksums = given->checksums != 0;
+  return keep;
 }
 
 // Memory of C, which whoever gets it frees by a function of this library.
@@ -89,7 +105,7 @@ const char* clipchain_version(void) { return CLIPCHAIN_VERSION; }
 int clipchain_check(const char* const* clips, size_t count, const char* output,
                     const clipchain_options* options, char** report) {
   using namespace clipchain;
-  if (!AreClips(clips, count) || !AreOptions(options)) return CLIPCHAIN_MISUSE;
+  if (!ArePaths(clips, count) || !AreOptions(options)) return CLIPCHAIN_MISUSE;
   return Guarded(report, [&] {
     const std::vector<std::string> inputs(clips, clips + count);
     const Findings findings = Check(inputs, OptionsOf(options, output).check).findings;
@@ -105,17 +121,56 @@ int clipchain_check(const char* const* clips, size_t count, const char* output,
 int clipchain_merge(const char* const* clips, size_t count, const char* output,
                     const clipchain_options* options, char** report) {
   using namespace clipchain;
-  const bool hasOutput = output != nullptr && output[0] != '\0';
-  if (!AreClips(clips, count) || !hasOutput || !AreOptions(options)) return CLIPCHAIN_MISUSE;
+  if (!ArePaths(clips, count) || !IsText(output) || !AreOptions(options)) return CLIPCHAIN_MISUSE;
   return Guarded(report, [&] {
     const std::vector<std::string> inputs(clips, clips + count);
-    const SafeMergeReport merged = SafeMerge(inputs, OptionsOf(options, output));
+    SafeMergeOptions merge = OptionsOf(options, output);
+    const KeepOptions keep = KeepOptionsOf(options);
+    const std::unique_ptr<Companion> companion = keep.Any() ? MakeCompanion(keep) : nullptr;
+    merge.companion = companion.get();
+    const SafeMergeReport merged = SafeMerge(inputs, merge);
     Json document;
     document["done"] = merged.done;
     document["size"] = merged.size;
     document["findings"] = FindingsJson(merged.findings);
     Hand(document, report);
     return merged.done ? CLIPCHAIN_DONE : CLIPCHAIN_REFUSED;
+  });
+}
+
+int clipchain_verify(const char* const* cards, size_t card_count, const char* const* against,
+                     size_t against_count, const clipchain_verify_options* options, char** report) {
+  using namespace clipchain;
+  if (!ArePaths(cards, card_count) || !ArePaths(against, against_count) || !AreOptions(options))
+    return CLIPCHAIN_MISUSE;
+  return Guarded(report, [&] {
+    CardProofOptions verify;
+    verify.cards.assign(cards, cards + card_count);
+    verify.against.assign(against, against + against_count);
+    if (options != nullptr) {
+      verify.clipsOnly = options->clips_only != 0;
+      verify.whole = options->whole != 0;
+      verify.progress = ProgressOf(options->progress, options->context);
+    }
+    const CardProof proof = ProveCards(verify);
+    Hand(ProofJson(verify, proof), report);
+    if (proof.failed) return CLIPCHAIN_REFUSED;
+    return proof.kept ? CLIPCHAIN_DONE : CLIPCHAIN_PARTLY;
+  });
+}
+
+int clipchain_split(const char* merged, const char* folder, clipchain_progress progress,
+                    void* context, char** report) {
+  using namespace clipchain;
+  if (!IsText(merged) || (folder != nullptr && !IsText(folder))) return CLIPCHAIN_MISUSE;
+  return Guarded(report, [&] {
+    SplitOptions split;
+    if (folder != nullptr) split.folder = folder;
+    split.progress = ProgressOf(progress, context);
+    const SplitReport made = Split(merged, split);
+    Hand(SplitJson(merged, made), report);
+    if (made.done) return CLIPCHAIN_DONE;
+    return made.partly ? CLIPCHAIN_PARTLY : CLIPCHAIN_REFUSED;
   });
 }
 

@@ -1,7 +1,8 @@
 #include "workflow/keeping/card_files.h"
 
+#include <sys/sysmacros.h>
+
 #include <algorithm>
-#include <map>
 
 #include "workflow/clip_info.h"
 #include "workflow/clip_search.h"
@@ -50,6 +51,7 @@ Findings CardFiles::Read(const std::vector<std::string>& cards) {
                           "see whether the card is mounted there")};
     for (const ListedFile& file : list.files) {
       identities_.insert(file.stamp.identity);
+      shades_.emplace(ShadeOf(file.stamp), file.stamp.identity.device);
       if (places.insert(PlaceOf(file)).second) {
         files_.emplace_back();
         files_.back().file = file;
@@ -61,6 +63,33 @@ Findings CardFiles::Read(const std::vector<std::string>& cards) {
   }
   for (CardFile& file : files_) Look(file);
   return {};
+}
+
+CardFiles::Shade CardFiles::ShadeOf(const FileStamp& stamp) {
+  // An overlay puts its own number above that of the file beneath.
+  constexpr long long kNumberBeneath = 0xFFFFFFFF;
+  return {static_cast<long long>(stamp.identity.inode) & kNumberBeneath,
+          stamp.size,
+          stamp.modified.tv_sec,
+          stamp.modified.tv_nsec,
+          stamp.changed.tv_sec,
+          stamp.changed.tv_nsec};
+}
+
+// File systems without a device of their own have the major number 0. No copy can be made to have
+// the time of the last change that another file has.
+bool CardFiles::Has(const FileStamp& stamp) const {
+  if (identities_.contains(stamp.identity)) return true;
+  const auto shade = shades_.find(ShadeOf(stamp));
+  return shade != shades_.end() && shade->second != stamp.identity.device &&
+         (major(shade->second) == 0 || major(stamp.identity.device) == 0);
+}
+
+std::optional<std::size_t> CardFiles::CardOn(dev_t device) const {
+  for (const CardFile& file : files_) {
+    if (file.file.stamp.identity.device == device) return file.card;
+  }
+  return std::nullopt;
 }
 
 void CardFiles::Look(CardFile& file) {
@@ -90,13 +119,18 @@ std::vector<ListedPath> CardFiles::Changes(const std::vector<std::string>& cards
   std::vector<ListedFile> now;
   std::set<FilePlace> places;
   std::vector<ListedPath> changes;
+  std::set<std::string> aside;
   for (const std::string& card : cards) {
     const FileList list = ListFiles(card);
     for (const ListedFile& file : list.files) {
       if (places.insert(PlaceOf(file)).second) now.push_back(file);
     }
     for (const ListedPath& path : list.unreadable) changes.push_back(path);
+    for (const ListedPath& path : list.leftAside) aside.insert(path.path);
   }
+  for (const ListedPath& path : leftAside_) aside.erase(path.path);
+  for (const std::string& path : aside)
+    changes.push_back({path, "appeared while the cards were looked at"});
   const std::vector<ListedPath> differences = Differences(Listed(files_), now);
   changes.insert(changes.end(), differences.begin(), differences.end());
   return changes;

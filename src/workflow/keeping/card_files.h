@@ -1,7 +1,9 @@
 // The files of cards, and what is known by now of where they are kept.
 #pragma once
 
-#include <functional>
+#include <array>
+#include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -42,19 +44,28 @@ class CardFiles {
   std::vector<CardFile>& Files() { return files_; }
   const std::vector<ListedPath>& LeftAside() const { return leftAside_; }
   const std::vector<ListedPath>& Unreadable() const { return unreadable_; }
-  // Whether it is a file of a card, by whatever path.
-  bool Has(const FileIdentity& identity) const { return identities_.contains(identity); }
+  // Whether it is a file of a card, by whatever path, and by whatever file system that shows the
+  // files of another one.
+  bool Has(const FileStamp& stamp) const;
+  // The first card that has a file on that file system.
+  std::optional<std::size_t> CardOn(dev_t device) const;
   SharedBlocks& Blocks() { return blocks_; }
   // Lists the cards once more; what is not as it was.
   std::vector<ListedPath> Changes(const std::vector<std::string>& cards) const;
 
  private:
+  // Size, times and the file's number, as an overlay, a network or a user's file system passes them
+  // on from the file system beneath.
+  using Shade = std::array<long long, 6>;
+  static Shade ShadeOf(const FileStamp& stamp);
+
   void Look(CardFile& file);
 
   std::vector<CardFile> files_;
   std::vector<ListedPath> leftAside_;
   std::vector<ListedPath> unreadable_;
   std::set<FileIdentity> identities_;
+  std::map<Shade, dev_t> shades_;
   SharedBlocks blocks_;
 };
 

@@ -54,6 +54,7 @@ class Proving {
                            (options_.whole && file.keeping != Keeping::kEveryByte));
   }
   bool ClipsNeedMore();
+  std::string WhyNot(const CardFile& file) const;
   void Count(CardOrder& order);
   void Judge();
   void Doubt(const std::vector<ListedPath>& paths) {
@@ -106,7 +107,7 @@ void Proving::ProveClips(CardOrder& order, Meter& meter) {
 void Proving::TryResults(ResultProof& results, const Meter& meter, bool withArchive) {
   for (KeptFile& file : kept_.Files()) {
     if (!ClipsNeedMore() || meter.Stopped()) return;
-    if (!file.usable || file.file.stamp.size == 0) continue;
+    if (!file.usable || !file.mayBeResult || file.file.stamp.size == 0) continue;
     if (withArchive) {
       results.TryArchive(file);
     } else {
@@ -148,6 +149,18 @@ void Proving::Count(CardOrder& order) {
   proof_.recordings = order.Recordings();
   for (const ListedPath& path : cards_.LeftAside())
     proof_.leftAside.push_back({path.path, path.reason});
+  for (const auto& [folder, card] : kept_.BesideCards(cards_)) {
+    proof_.besideCards.push_back({options_.against[folder], "lies on the same file system as " +
+                                                                Shown(options_.cards[card]) +
+                                                                ": to format it erases both"});
+  }
+}
+
+std::string Proving::WhyNot(const CardFile& file) const {
+  if (!file.isClip) return "no file is a copy of it";
+  return options_.whole
+             ? "no result with its archive of originals has it, and no file is a copy of it"
+             : "no result has it, and no file is a copy of it";
 }
 
 void Proving::Judge() {
@@ -155,11 +168,7 @@ void Proving::Judge() {
     const bool counts = file.isClip || file.isUnread || !options_.clipsOnly;
     const bool kept = file.isClip ? !NeedsMore(file) : file.keeping == Keeping::kEveryByte;
     if (!counts || kept) continue;
-    std::string reason = file.reason;
-    if (reason.empty())
-      reason =
-          file.isClip ? "no result has it, and no file is a copy of it" : "no file is a copy of it";
-    proof_.notKept.push_back({file.file.path, reason});
+    proof_.notKept.push_back({file.file.path, file.reason.empty() ? WhyNot(file) : file.reason});
   }
   Doubt(cards_.Unreadable());
   Doubt(cards_.Changes(options_.cards));

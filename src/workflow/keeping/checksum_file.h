@@ -6,11 +6,10 @@
 #include <string_view>
 #include <vector>
 
+#include "workflow/companion.h"
 #include "workflow/system/file_bytes.h"
 
 namespace clipchain {
-
-inline constexpr std::string_view kChecksumsSuffix = ".xxh";
 
 struct Checksum {
   std::string hash;  // XXH128

@@ -13,7 +13,8 @@ namespace clipchain {
 
 Findings KeptFiles::Read(const std::vector<std::string>& folders, const CardFiles& cards) {
   std::set<FilePlace> places;
-  for (const std::string& folder : folders) {
+  for (std::size_t index = 0; index < folders.size(); ++index) {
+    const std::string& folder = folders[index];
     const FileList list = ListFiles(folder);
     if (!list.unreadable.empty() && list.unreadable.front().path == folder)
       return {MakeFinding(Message::kFolderUnusable, folder, list.unreadable.front().reason,
@@ -21,7 +22,8 @@ Findings KeptFiles::Read(const std::vector<std::string>& folders, const CardFile
     for (const ListedFile& file : list.files) {
       if (!places.insert(PlaceOf(file)).second) continue;
       all_.push_back(file);
-      if (cards.Has(file.stamp.identity) || IsAnyPartName(NameOf(file.path))) continue;
+      against_.emplace(file.folder, index);
+      if (cards.Has(file.stamp) || IsAnyPartName(NameOf(file.path))) continue;
       byPath_.emplace(file.path, files_.size());
       bySize_[file.stamp.size].push_back(files_.size());
       files_.push_back({file, std::nullopt});
@@ -62,6 +64,14 @@ std::string KeptFiles::Flushed(const ListedBytes& bytes, const ListedFile& file)
   }
   if (error == 0) return "";
   return "can't be flushed to its disk: " + ErrorText(error);
+}
+
+std::map<std::size_t, std::size_t> KeptFiles::BesideCards(const CardFiles& cards) const {
+  std::map<std::size_t, std::size_t> beside;
+  for (const FileIdentity& folder : counted_) {
+    if (const auto card = cards.CardOn(folder.device)) beside.emplace(against_.at(folder), *card);
+  }
+  return beside;
 }
 
 std::vector<ListedPath> KeptFiles::Changes(const std::vector<std::string>& folders) const {

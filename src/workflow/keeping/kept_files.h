@@ -19,6 +19,7 @@ struct KeptFile {
   ListedFile file;
   std::optional<std::uint64_t> probe;  // of its beginning and end, once asked for
   bool usable = true;
+  bool mayBeResult = true;  // that proves clips by itself
 };
 
 class KeptFiles {
@@ -42,6 +43,9 @@ class KeptFiles {
 
   // From now on the file, and what else lies in its folder, must stay what it is.
   void Count(const KeptFile& file) { counted_.insert(file.file.folder); }
+  // Which of the folders, by index, have something that counted on the file system of a card, and
+  // of which one.
+  std::map<std::size_t, std::size_t> BesideCards(const CardFiles& cards) const;
   // Lists the folders once more; what is not as it was where anything counted.
   std::vector<ListedPath> Changes(const std::vector<std::string>& folders) const;
 
@@ -53,7 +57,8 @@ class KeptFiles {
   std::vector<KeptFile> files_;
   std::map<long long, std::vector<std::size_t>> bySize_;
   std::map<std::string, std::size_t> byPath_;
-  std::set<FileIdentity> counted_;  // folders
+  std::set<FileIdentity> counted_;               // folders
+  std::map<FileIdentity, std::size_t> against_;  // below which of the folders one lies
 };
 
 }  // namespace clipchain

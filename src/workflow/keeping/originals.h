@@ -13,11 +13,11 @@
 #include <vector>
 
 #include "adapt/fit_options.h"
+#include "workflow/companion.h"
 #include "workflow/keeping/content_hash.h"
 
 namespace clipchain {
 
-inline constexpr std::string_view kOriginalsSuffix = ".originals";
 inline constexpr std::string_view kContentsName = "clipchain-originals.json";
 
 // A part of a clip: so many bytes of its entry in the archive, then so many of the merged file.

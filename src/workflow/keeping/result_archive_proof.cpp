@@ -129,7 +129,8 @@ std::string ResultProof::CheckImage(KeptFile& result, ListedBytes& bytes, const 
                                            : "is beside a result that is not a merge of its clips";
 }
 
-std::string ResultProof::CheckArchive(KeptFile& result, ListedBytes& bytes, KeptFile& archive) {
+std::string ResultProof::CheckArchive(KeptFile& result, ListedBytes& bytes, KeptFile& archive,
+                                      bool& elsewhere) {
   std::string why;
   const std::unique_ptr<ListedBytes> file = kept_.Open(archive, cards_, why);
   if (file == nullptr) return why;
@@ -145,6 +146,7 @@ std::string ResultProof::CheckArchive(KeptFile& result, ListedBytes& bytes, Kept
     Candidates candidates = CandidatesFor(contents.clips[clip], bytes);
     why = CompareClip(bytes, reader, clip, candidates, hash);
     if (!why.empty()) {
+      elsewhere = candidates.empty();
       Blame(candidates, Shown(archive.file.path) + ' ' + why);
       return why;
     }
@@ -170,21 +172,29 @@ void ResultProof::TryArchive(KeptFile& result) {
     result.usable = result.usable && !kept_.Hides(result.file.path + std::string(kOriginalsSuffix));
     return;
   }
+  // What it keeps is said by its archive: a clip that is otherwise anywhere is not among them.
+  result.mayBeResult = false;
   std::string why;
   const std::unique_ptr<ListedBytes> bytes = kept_.Open(result, cards_, why);
   if (bytes == nullptr) return;
-  why = CheckArchive(result, *bytes, *archive);
+  bool elsewhere = false;
+  why = CheckArchive(result, *bytes, *archive, elsewhere);
   if (why.empty()) return;
   // With an archive that does not fit the result counts for nothing, and its clips are told why.
-  result.usable = false;
+  // One of clips that lie elsewhere fits: the result may be the copy of a file of the cards.
+  result.usable = elsewhere;
+  BlameAllOf(*bytes, Shown(archive->file.path) + ' ' + why);
+}
+
+// Those whose media stands in the file.
+void ResultProof::BlameAllOf(ListedBytes& bytes, const std::string& reason) {
   TopLevel boxes;
-  if (!boxes.Read(bytes->Bytes()).empty()) return;
-  const std::string reason = Shown(archive->file.path) + ' ' + why;
+  static_cast<void>(boxes.Read(bytes.Bytes()));  // finds the media also where what follows is wrong
   const auto blame = [&](const std::vector<std::size_t>& clips) {
     Blame(clips, reason);
     return true;
   };
-  if (!chains_.Find(bytes->Bytes(), boxes.media, blame)) Blame(chains_.Beginning(), reason);
+  if (!chains_.Find(bytes.Bytes(), boxes.media, blame)) Blame(chains_.Beginning(), reason);
 }
 
 }  // namespace clipchain

@@ -23,6 +23,14 @@ bool IsAboutOrder(Message message) {
          message == Message::kSameInputTwice;
 }
 
+// What is not in the result, or otherwise: samples, tables that speak of them, how a track is
+// shown.
+bool IsLoss(const Finding& finding) {
+  if (IsAboutOrder(finding.message)) return false;
+  return finding.severity >= Severity::kRisk || finding.message == Message::kFirstTableOnly ||
+         finding.message == Message::kShownOtherwise;
+}
+
 // How a result may have been merged that has all samples of its clips.
 std::vector<FitOptions> Variants() {
   FitOptions usual;
@@ -106,8 +114,7 @@ std::string ResultProof::LossOf(const std::vector<std::size_t>& clips,
   CheckOptions check;
   SetFitting(check, options);
   for (const Finding& finding : Check(PathsOf(clips), check).findings) {
-    if (finding.severity >= Severity::kRisk && !IsAboutOrder(finding.message))
-      return fmt::format("{} {}", Shown(finding.path), finding.text);
+    if (IsLoss(finding)) return fmt::format("{} {}", Shown(finding.path), finding.text);
   }
   return "";
 }
@@ -163,7 +170,8 @@ void ResultProof::TryContent(KeptFile& result) {
   const std::unique_ptr<ListedBytes> bytes = kept_.Open(result, cards_, why);
   if (bytes == nullptr) return;
   TopLevel boxes;
-  if (!boxes.Read(bytes->Bytes()).empty()) return;
+  if (why = boxes.Read(bytes->Bytes()); !why.empty())
+    return BlameAllOf(*bytes, Shown(result.file.path) + " has its media, but " + why);
   const auto kept = [this](std::size_t clip) {
     return cards_.Files()[clip].keeping != Keeping::kNot;
   };

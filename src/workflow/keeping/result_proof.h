@@ -30,7 +30,9 @@ class ResultProof {
   // A clip of an archive, and the files of the cards that have been the same so far.
   using Candidates = std::vector<std::size_t>;
 
-  std::string CheckArchive(KeptFile& result, ListedBytes& bytes, KeptFile& archive);
+  // `elsewhere` becomes true where the archive has a clip that is not on the cards.
+  std::string CheckArchive(KeptFile& result, ListedBytes& bytes, KeptFile& archive,
+                           bool& elsewhere);
   std::string CompareClip(ListedBytes& bytes, OriginalsReader& reader, std::size_t clip,
                           Candidates& candidates, PassingHash& hash);
   Candidates CandidatesFor(const OriginalClip& clip, ListedBytes& bytes);
@@ -46,6 +48,7 @@ class ResultProof {
   bool OwnBytesFit(KeptFile& result, ListedBytes& bytes, const MergeImage& image);
 
   void Keep(const std::vector<std::size_t>& clips, Keeping keeping);
+  void BlameAllOf(ListedBytes& bytes, const std::string& reason);
   void Blame(const std::vector<std::size_t>& clips, const std::string& reason);
   std::vector<std::string> PathsOf(const std::vector<std::size_t>& clips) const;
 

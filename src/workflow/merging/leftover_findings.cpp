@@ -2,8 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
+#include "foundation/result.h"
+#include "workflow/companion.h"
 #include "workflow/system/files.h"
 
 namespace clipchain {
@@ -32,6 +35,24 @@ Findings LookForLeftovers(const std::string& output,
                            : MakeFinding(Message::kLeftover, leftover.path, text, remedy));
   }
   return findings;
+}
+
+// An archive or checksums that do not fit would make the new file count for nothing where cards are
+// compared with it, and they may be all that is left of how to make clips again.
+std::optional<Finding> FindStranger(const std::string& output,
+                                    const std::vector<std::string>& written) {
+  for (const std::string_view suffix : {kOriginalsSuffix, kChecksumsSuffix}) {
+    const std::string path = output + std::string(suffix);
+    if (std::find(written.begin(), written.end(), path) != written.end() || !Exists(path)) continue;
+    Finding finding =
+        MakeFinding(Message::kOutputExists, path,
+                    "belongs to a file that has had the name of the output, and not to a new one",
+                    fmt::format("rename or remove it, or let {} replace it",
+                                suffix == kOriginalsSuffix ? "--originals" : "--checksums"));
+    finding.result = MP4G_E_OUTPUT_OPEN;
+    return finding;
+  }
+  return std::nullopt;
 }
 
 }  // namespace clipchain

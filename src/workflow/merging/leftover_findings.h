@@ -1,8 +1,10 @@
-// What is said about, and done with, the hidden files that killed runs have left beside an output.
+// What is said about, and done with, what earlier runs have left beside an output.
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "workflow/finding.h"
 #include "workflow/leftovers.h"
@@ -16,5 +18,10 @@ inline constexpr const char* kLeftoverRemedy = "remove it, or let --remove-lefto
 Findings LookForLeftovers(const std::string& output,
                           const std::function<bool(const Leftover&)>& remove,
                           const std::string& remedy = kLeftoverRemedy);
+
+// What lies beside the output as if it belonged to it, but for the files of those paths: of a file
+// that had the name before.
+std::optional<Finding> FindStranger(const std::string& output,
+                                    const std::vector<std::string>& written);
 
 }  // namespace clipchain

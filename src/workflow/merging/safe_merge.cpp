@@ -343,12 +343,16 @@ bool Run::FailChanged(const std::string& input) {
 }
 
 bool Run::MayReplaceAll() {
-  if (!MayReplace(options_.check.output)) return false;
-  if (options_.companion == nullptr) return true;
-  for (const std::string& path : options_.companion->Paths(options_.check.output)) {
+  const std::string& output = options_.check.output;
+  if (!MayReplace(output)) return false;
+  std::vector<std::string> beside;
+  if (options_.companion != nullptr) beside = options_.companion->Paths(output);
+  for (const std::string& path : beside) {
     if (!MayReplace(path)) return false;
   }
-  return true;
+  std::optional<Finding> stranger = FindStranger(output, beside);
+  if (stranger) report_.findings.push_back(std::move(*stranger));
+  return !stranger;
 }
 
 // Whether a name may be taken from what has it: never from an input, whatever name that

@@ -54,6 +54,7 @@ std::string HtmlProof(const CardProofOptions& options, const CardProof& proof,
   if (options.whole) html += "<p>Every byte of a clip had to be kept.</p>\n";
   html += Reasons("Not kept", "not-kept", proof.notKept);
   html += Reasons("Passed over", "passed-over", proof.leftAside);
+  html += Reasons("On the file system of a card", "beside-card", proof.besideCards);
   return html + "</body>\n</html>\n";
 }
 

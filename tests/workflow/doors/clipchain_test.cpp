@@ -44,6 +44,20 @@ class CDoor : public testing::Test {
     Take(text);
     return code;
   }
+  int Verify(const std::string& card, const std::string& kept) {
+    const char* const cards[] = {card.c_str()};
+    const char* const against[] = {kept.c_str()};
+    char* text = nullptr;
+    const int code = clipchain_verify(cards, 1, against, 1, nullptr, &text);
+    Take(text);
+    return code;
+  }
+  int Split(const char* target) {
+    char* text = nullptr;
+    const int code = clipchain_split(output.c_str(), target, nullptr, nullptr, &text);
+    Take(text);
+    return code;
+  }
   std::vector<std::string> Found() const {
     std::vector<std::string> names;
     for (const auto& finding : report["findings"]) names.push_back(finding["name"]);
@@ -122,6 +136,39 @@ TEST_F(CDoor, TellsHowFarItIsAndStops) {
   EXPECT_FALSE(fs::exists(output));
 }
 
+TEST_F(CDoor, LeadsFromCardToErasedCardAndBack) {
+  options.originals = options.checksums = 1;
+  fs::create_directory(folder / "kept");
+  output = folder / "kept" / "out.mp4";
+  const std::string card = folder / "card";
+  fs::create_directory(card);
+  for (std::string& clip : clips) {
+    fs::rename(clip, fs::path(card) / fs::path(clip).filename());
+    clip = fs::path(card) / fs::path(clip).filename();
+  }
+  ASSERT_EQ(CLIPCHAIN_DONE, Merge());
+  EXPECT_TRUE(fs::exists(output + ".xxh"));
+  const std::string kept = folder / "kept";
+  EXPECT_EQ(CLIPCHAIN_DONE, Verify(card, kept));
+  EXPECT_EQ(true, report["safe"]);
+  EXPECT_EQ(0, report["without_other_data"]);
+  const support::Bytes first = support::ReadFile(clips[0]);
+  const support::Bytes second = support::ReadFile(clips[1]);
+  support::WriteFile(clips[0], support::Text("something else"));
+  EXPECT_EQ(CLIPCHAIN_PARTLY, Verify(card, kept));
+  EXPECT_EQ(CLIPCHAIN_REFUSED, Verify(folder / "none", kept));
+  for (const std::string& clip : clips) fs::remove(clip);
+  EXPECT_EQ(CLIPCHAIN_DONE, Split(nullptr));
+  EXPECT_EQ(first, support::ReadFile(folder.path() / "kept" / "out" / "1.mp4"));
+  EXPECT_EQ(second, support::ReadFile(folder.path() / "kept" / "out" / "2.mp4"));
+  EXPECT_EQ(CLIPCHAIN_REFUSED, Split(nullptr));
+  support::Bytes damaged = support::ReadFile(output);
+  damaged[60] ^= 1;
+  support::WriteFile(output, damaged);
+  EXPECT_EQ(CLIPCHAIN_PARTLY, Split((folder / "again").c_str()));
+  EXPECT_EQ(second, support::ReadFile(folder.path() / "again" / "2.mp4"));
+}
+
 TEST_F(CDoor, RefusesToBeMisused) {
   const std::vector<const char*> names = Names();
   const char* const holes[] = {names[0], nullptr};
@@ -133,6 +180,9 @@ TEST_F(CDoor, RefusesToBeMisused) {
   EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_merge(names.data(), 2, nullptr, nullptr, nullptr));
   EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_merge(names.data(), 2, "", nullptr, nullptr));
   EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_check(holes, 2, nullptr, nullptr, nullptr));
+  EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_verify(holes, 2, names.data(), 2, nullptr, nullptr));
+  EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_verify(names.data(), 2, nullptr, 0, nullptr, nullptr));
+  EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_split("", nullptr, nullptr, nullptr, nullptr));
   options.size = sizeof(std::size_t);
   EXPECT_EQ(CLIPCHAIN_MISUSE, Merge());
   EXPECT_FALSE(fs::exists(output));

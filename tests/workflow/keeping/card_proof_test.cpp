@@ -265,6 +265,53 @@ TEST_F(CardProofTest, DoesNotCountWhatIsChangedWhileItRuns) {
     return true;
   };
   EXPECT_THAT(NotKept(), ElementsAre("new"));
+  options.progress = [&, once = true](const Step&) mutable {
+    if (std::exchange(once, false))
+      fs::create_symlink("clip1.mp4", folder.path() / "card" / "late link");
+    return true;
+  };
+  EXPECT_THAT(NotKept(), Contains("late link"));
+}
+
+TEST_F(CardProofTest, MirrorsAResultWithItsArchive) {
+  const std::string result = Merge(clips, "out.mp4", Originals());
+  const fs::path card = folder.path() / "card";
+  for (const std::string& clip : clips) fs::remove(clip);
+  for (const char* name : {"out.mp4", "out.mp4.originals"})
+    fs::copy_file(folder.path() / "kept" / name, card / name);
+  EXPECT_THAT(NotKept(), IsEmpty());
+  ChangeByte(result + ".originals", 40);
+  EXPECT_THAT(NotKept(), SizeIs(2));
+}
+
+TEST_F(CardProofTest, LetsNoCopyCountBesideAnArchiveThatDoesNotFit) {
+  for (const std::string& clip : clips)
+    fs::copy_file(clip, folder.path() / "kept" / fs::path(clip).filename());
+  EXPECT_THAT(NotKept(), IsEmpty());
+  PutBeside("clip1.mp4.originals", {1, 2, 3});
+  EXPECT_THAT(NotKept(), ElementsAre("clip1.mp4"));
+}
+
+TEST_F(CardProofTest, NotesWhatLiesOnTheFileSystemOfACard) {
+  EXPECT_THAT(Prove().besideCards, IsEmpty());
+  Merge(clips, "out.mp4");
+  const CardProof proof = Prove();
+  EXPECT_TRUE(proof.kept);
+  ASSERT_THAT(proof.besideCards, SizeIs(1));
+  EXPECT_EQ(options.against[0], proof.besideCards[0].path);
+  EXPECT_THAT(proof.besideCards[0].reason, HasSubstr(options.cards[0]));
+}
+
+TEST_F(CardProofTest, SaysWhyAResultDoesNotCount) {
+  const std::string result = Merge(clips, "out.mp4");
+  options.whole = true;
+  EXPECT_THAT(Prove().notKept[0].reason, HasSubstr("no result with its archive"));
+  options.whole = false;
+  Bytes bytes = support::ReadFile(result);
+  const Bytes tag = support::Box("udta", {support::U32(1)});
+  bytes.insert(bytes.end(), tag.begin(), tag.end());
+  support::WriteFile(result, bytes);
+  EXPECT_THAT(Prove().notKept[0].reason, HasSubstr("out.mp4 has its media, but has a box"));
 }
 
 TEST_F(CardProofTest, HasNoAnswerWhereACardIsEmptyOrAFolderMissing) {

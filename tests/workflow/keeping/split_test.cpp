@@ -167,6 +167,29 @@ TEST_F(SplitTest, ReplacesAnOldArchiveWithItsResultAlone) {
   EXPECT_THAT(Made(), ElementsAre("clip1.mp4"));
 }
 
+TEST_F(SplitTest, LetsNoMergeTakeTheResultFromAnArchive) {
+  const std::string merged = Merge(clips, "out.mp4", {true, false, true});
+  const Bytes before = support::ReadFile(merged);
+  SafeMergeOptions merge;
+  merge.check.output = merged;
+  merge.check.overwrite = true;
+  for (const char* suffix : {".originals", ".xxh"}) {
+    const SafeMergeReport report = SafeMerge({clips[0], clips[1]}, merge);
+    EXPECT_FALSE(report.done);
+    EXPECT_EQ(Message::kOutputExists, report.findings.back().message);
+    EXPECT_EQ(merged + suffix, report.findings.back().path);
+    EXPECT_EQ(before, support::ReadFile(merged));
+    fs::remove(merged + suffix);
+  }
+  EXPECT_TRUE(SafeMerge({clips[0], clips[1]}, merge).done);
+  // One that is written anew, too, may go.
+  Merge(clips, "other.mp4", Originals());
+  merge.check.output = folder / "kept" / "other.mp4";
+  const auto companion = MakeCompanion(Originals());
+  merge.companion = companion.get();
+  EXPECT_TRUE(SafeMerge({clips[0], clips[1]}, merge).done);
+}
+
 TEST_F(SplitTest, KeepsOriginalsBesideAResultThatIsThereAlready) {
   const std::string merged = Merge(clips, "out.mp4");
   const FitOptions fitting;
