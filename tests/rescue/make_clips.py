@@ -21,6 +21,8 @@ KINDS = {
     "avc and ac-3": ("mp4", "-c:v libx264 -bf 2", "-c:a ac3", ""),
     "avc, aac and timecode": ("mov", "-c:v libx264", "-c:a aac", "-timecode 01:00:00:00"),
     "avc and pcm, timecode": ("mov", "-c:v libx264", "-c:a pcm_s16le", "-timecode 01:00:00:00"),
+    "jpeg and pcm": ("mov", "-c:v mjpeg -q:v 6", "-c:a pcm_s16le", ""),
+    "jpeg alone": ("mov", "-c:v mjpeg -q:v 9", None, ""),
     "avc and aac, 0.5 s": ("mp4", "-c:v libx264 -bf 2 -g 12", "-c:a aac -ac 2", "-min_frag_duration 0"),
 }
 

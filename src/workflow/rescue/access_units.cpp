@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "workflow/rescue/jpeg_pictures.h"
+
 namespace clipchain::rescue {
 
 namespace {
@@ -30,6 +32,7 @@ std::uint64_t ReadLength(const unsigned char* bytes, unsigned int size) {
 }  // namespace
 
 bool AccessUnits::MayBegin(const unsigned char* bytes) const {
+  if (syntax_.codec() == Codec::kJpeg) return bytes[0] == 0xFF && bytes[1] == 0xD8;
   const std::uint64_t length = ReadLength(bytes, syntax_.lengthSize());
   if (length <= syntax_.headerSize() || length > habits_.largest * kTimesLargest + kRoom)
     return false;
@@ -61,6 +64,7 @@ std::optional<AccessUnits::Unit> AccessUnits::UnitAt(std::uint64_t position) {
 // No start code may stand inside a unit, nor may it end with a zero.
 bool AccessUnits::IsClean(const Unit& unit) {
   if (habits_.startCodes) return true;
+  const bool endsOtherwise = !unit.cut && !habits_.zeroEnds;
   const std::uint64_t end = std::min(unit.body + unit.size, end_);
   for (std::uint64_t at = unit.body; at < end;) {
     const auto step =
@@ -68,7 +72,7 @@ bool AccessUnits::IsClean(const Unit& unit) {
     const unsigned char* bytes = window_.At(at, step);
     work_ += step;
     if (bytes == nullptr || HoldsStartCode(bytes, step)) return false;
-    if (step == end - at) break;
+    if (step == end - at) return !endsOtherwise || bytes[step - 1] != 0;
     at += step - 2;
   }
   return true;
@@ -143,6 +147,7 @@ std::optional<AccessUnit> AccessUnits::At(std::uint64_t position, const PictureO
   if (position > end_ || end_ - position < lead) return std::nullopt;
   const unsigned char* bytes = window_.At(position, lead);
   if (bytes == nullptr || !MayBegin(bytes)) return std::nullopt;
+  if (syntax_.codec() == Codec::kJpeg) return Jpeg(position);
   AccessUnit found;
   found.position = position;
   std::uint64_t at = position;
@@ -169,6 +174,19 @@ std::optional<AccessUnit> AccessUnits::At(std::uint64_t position, const PictureO
   return std::nullopt;
 }
 
+// A picture of another size is none of this clip's.
+std::optional<AccessUnit> AccessUnits::Jpeg(std::uint64_t position) {
+  const auto picture = JpegAt(window_, position, end_, habits_.largest * kTimesLargest + kRoom);
+  work_ += kHead + (picture ? picture->scanned : 0);
+  if (!picture || picture->lines != habits_.lines) return std::nullopt;
+  AccessUnit found;
+  found.position = position;
+  found.size = picture->size;
+  found.cut = picture->cut;
+  found.slice.first = found.slice.intra = found.slice.idr = found.slice.randomAccess = true;
+  return found;
+}
+
 // What stands behind the first slice, as long as it is of the same picture. A
 // unit in front of a second field counts only together with it. False: a unit
 // of the picture is damaged.
@@ -190,7 +208,17 @@ bool AccessUnits::TakeRest(AccessUnit& found, std::uint64_t at) {
   return true;
 }
 
+bool HabitsObserver::TakeJpeg(std::uint64_t position, std::uint64_t size) {
+  const auto picture = JpegAt(window_, position, position + size, size);
+  if (!picture || picture->size != size || picture->lines == 0) return false;
+  if (habits_.lines != 0 && habits_.lines != picture->lines) return false;
+  habits_.lines = picture->lines;
+  habits_.largest = std::max(habits_.largest, size);
+  return true;
+}
+
 bool HabitsObserver::Take(std::uint64_t position, std::uint64_t size) {
+  if (syntax_.codec() == Codec::kJpeg) return TakeJpeg(position, size);
   const unsigned int lengthSize = syntax_.lengthSize();
   std::uint64_t at = position;
   const std::uint64_t end = position + size;
@@ -222,6 +250,9 @@ bool HabitsObserver::TakeUnit(std::uint64_t body, std::uint64_t size, unsigned i
     habits_.startCodes = HoldsStartCode(bytes, step);
     at += step == size - at ? step : step - 2;
   }
+  const unsigned char* last = window_.At(body + size - 1, 1);
+  if (last == nullptr) return false;
+  habits_.zeroEnds = habits_.zeroEnds || *last == 0;
   const auto head = static_cast<std::size_t>(std::min<std::uint64_t>(kHead, size));
   const unsigned char* bytes = window_.At(body, head);
   if (bytes == nullptr) return false;

@@ -1,5 +1,5 @@
 // Finds samples of length-prefixed video (ISO/IEC 14496-15, 5.3.2 and 8.3.2):
-// units, each behind its length, that tile an access unit.
+// units, each behind its length, that tile an access unit; and JPEG pictures.
 #pragma once
 
 #include <bitset>
@@ -32,7 +32,9 @@ struct UnitHabits {
   std::uint64_t largest = 0;   // bytes of a sample
   bool fieldPairs = false;     // two fields, each a picture of its own, in one sample
   bool startCodes = false;     // what looks like a start code stands inside units
+  bool zeroEnds = false;       // units end with a zero
   bool numbered = true;        // AVC: each picture's number follows the one before
+  std::uint32_t lines = 0;     // JPEG: height and width, as JpegPicture has them
 };
 
 class AccessUnits {
@@ -63,6 +65,7 @@ class AccessUnits {
   };
   enum class Place { kInside, kBehind, kBroken };
 
+  std::optional<AccessUnit> Jpeg(std::uint64_t position);
   std::optional<Unit> UnitAt(std::uint64_t position);
   bool IsClean(const Unit& unit);
   bool TakeLeading(const Unit& unit, AccessUnit& found);
@@ -91,6 +94,7 @@ class HabitsObserver {
   const UnitHabits& habits() const { return habits_; }
 
  private:
+  bool TakeJpeg(std::uint64_t position, std::uint64_t size);
   bool TakeUnit(std::uint64_t body, std::uint64_t size, unsigned int& pictures);
 
   MediaWindow& window_;

@@ -92,14 +92,14 @@ class Trier {
 
 }  // namespace
 
-bool Try(const std::string& broken, FileBytes& file, const std::string& reference,
+bool Try(FileBytes& file, std::uint64_t content, const std::string& reference,
          const WalkProgress& progress, Attempt& attempt) {
   attempt.why = attempt.reference.Load(reference);
   if (!attempt.why.empty()) return false;
   attempt.why = LearnModel(attempt.reference, attempt.model);
   if (!attempt.why.empty()) return false;
   const std::uint64_t first = attempt.reference.chunks().front().position;
-  attempt.media = ExamineBroken(broken, file, first, first - attempt.reference.MediaBegin());
+  attempt.media = ExamineBroken(file, content, first, first - attempt.reference.MediaBegin());
   return Trier(file, progress, attempt).Try();
 }
 

@@ -20,8 +20,9 @@ struct Attempt {
   bool stopped = false;
 };
 
-// Fills an attempt, which must stay where it is. Whether samples were found.
-bool Try(const std::string& broken, FileBytes& file, const std::string& reference,
+// Fills an attempt, which must stay where it is; `content` is EndOfContent() of the file. Whether
+// samples were found.
+bool Try(FileBytes& file, std::uint64_t content, const std::string& reference,
          const WalkProgress& progress, Attempt& attempt);
 
 }  // namespace clipchain::rescue

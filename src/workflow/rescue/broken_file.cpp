@@ -21,8 +21,6 @@ bool IsKnownBox(unsigned int type) {
   return std::find(std::begin(kTypes), std::end(kTypes), type) != std::end(kTypes);
 }
 
-// Zeros at the end that a sample may have; more of them were never written.
-constexpr std::uint64_t kFewZeros = 32;
 constexpr std::size_t kMostBoxes = 10000;
 
 void AddBegin(BrokenMedia& media, std::uint64_t position) {
@@ -95,11 +93,11 @@ bool BeginsMovie(const unsigned char* bytes) {
   return is(4, "moov") && is(12, "mvhd");
 }
 
-BrokenMedia ExamineBroken(const std::string& path, FileBytes& file, std::uint64_t firstChunk,
+BrokenMedia ExamineBroken(FileBytes& file, std::uint64_t content, std::uint64_t firstChunk,
                           std::uint64_t lead) {
   BrokenMedia media;
   media.end = file.Size();
-  media.content = EndOfContent(path, file);
+  media.content = content;
   Walk walk(file, media);
   walk.Run(lead);
   if (!walk.found()) {
@@ -109,7 +107,8 @@ BrokenMedia ExamineBroken(const std::string& path, FileBytes& file, std::uint64_
     for (const unsigned head : {8u, 16u, 0u}) AddBegin(media, behind + head);
     AddBegin(media, 0);
   }
-  if (media.end > media.content && media.end - media.content >= kFewZeros) {
+  // Nobody can tell a sample's own zeros from those that were never written.
+  if (media.end > media.content) {
     media.end = media.content;
     media.ends = false;
   }

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "workflow/system/file_bytes.h"
@@ -22,9 +21,9 @@ struct BrokenMedia {
   bool fragmented = false;
 };
 
-// `firstChunk` is where the reference's first sample lies in its file, `lead`
-// how far behind the head of its media box.
-BrokenMedia ExamineBroken(const std::string& path, FileBytes& file, std::uint64_t firstChunk,
+// `content` is EndOfContent() of the file; `firstChunk` where the reference's first sample lies in
+// its file, `lead` how far behind the head of its media box.
+BrokenMedia ExamineBroken(FileBytes& file, std::uint64_t content, std::uint64_t firstChunk,
                           std::uint64_t lead);
 
 // The brand in the file's first box; 0 where it has none.

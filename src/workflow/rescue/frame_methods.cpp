@@ -16,6 +16,8 @@ namespace {
 using Answer = BeginsOther::Answer;
 
 constexpr std::size_t kBlock = 256 << 10;
+// More frames than sound of days has; bytes that were made to look like some could be many more.
+constexpr std::uint64_t kMostFrames = 1 << 25;
 
 std::uint64_t Sum(const std::vector<std::uint32_t>& sizes) {
   return std::accumulate(sizes.begin(), sizes.end(), std::uint64_t{0});
@@ -53,7 +55,7 @@ class DecodedFrames final : public FrameMethod {
       const unsigned char* bytes = window.At(range.begin, kBlock);
       if (bytes == nullptr) return std::nullopt;
       const auto sizes = decoder_.Begin({bytes, kBlock}, MaySayNothing() && span.count == 0);
-      if (sizes.empty()) return std::nullopt;
+      if (sizes.empty() || span.count > kMostFrames) return std::nullopt;
       Append(span, sizes);
       range.begin += Sum(sizes);
     }
@@ -78,7 +80,7 @@ class DecodedFrames final : public FrameMethod {
       if (bytes == nullptr) break;
       const auto sizes = Plausible(
           decoder_.Begin({bytes, count}, MaySayNothing() && span.count == 0), range.begin, other);
-      if (sizes.empty()) break;
+      if (sizes.empty() || span.count > kMostFrames) break;
       Append(span, sizes);
       range.begin += Sum(sizes);
     }
@@ -122,6 +124,7 @@ class HeadedFrames final : public FrameMethod {
     SampleSpan span;
     while (range.begin < range.end) {
       const std::uint32_t size = SizeAt(window, range);
+      if (span.count > kMostFrames) return std::nullopt;
       if (size == 0 || size > range.end - range.begin) return std::nullopt;
       Append(span, {size});
       range.begin += size;
@@ -135,7 +138,7 @@ class HeadedFrames final : public FrameMethod {
       const std::uint32_t size = SizeAt(window, range);
       if (size == 0 || size > range.end - range.begin) return span;
       range.begin += size;
-      if (SizeAt(window, range) == 0) return span;
+      if (SizeAt(window, range) == 0 || span.count > kMostFrames) return span;
       Append(span, {size});
     }
   }
@@ -170,13 +173,16 @@ class UniformFrames final : public FrameMethod {
   // the reference's sound: bytes of other files are not.
   SampleSpan Begin(MediaWindow& window, ByteRange range, BeginsOther& other) override {
     const std::uint64_t whole = (range.end - range.begin) / size_;
-    if (counts_.empty() || whole > Largest()) return {};
+    if (counts_.empty() || whole > Largest() * kTimesLargest) return {};
     const std::uint64_t sure = BeforeOther(range, whole, other);
     if (sure == 0 || !IsSmooth(window, range.begin, sure)) return {};
     return {sure, sure * size_, {}};
   }
 
  private:
+  // The last piece of a recording may be longer than the others: the picture had ended.
+  static constexpr std::uint64_t kTimesLargest = 4;
+
   std::uint64_t Largest() const { return *std::max_element(counts_.begin(), counts_.end()); }
 
   // Pieces end at multiples of what all their lengths have in common.

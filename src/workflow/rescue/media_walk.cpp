@@ -19,6 +19,9 @@ constexpr std::uint64_t kRoom = 64 << 10;
 // Bytes that are looked at, in all: as many as the media has, a few times.
 constexpr std::uint64_t kTimesMedia = 8;
 constexpr std::uint64_t kSpareWork = 256 << 20;
+// More pictures than a recording of days has; bytes that were made to look like some could be many
+// more.
+constexpr std::uint64_t kMostPictures = 1 << 24;
 
 class PictureGuard final : public BeginsOther {
  public:
@@ -69,6 +72,8 @@ class Walk {
 
  private:
   bool TakePicture();
+  bool StartsAnother(const Slice& slice) const;
+  void Count(const Slice& slice);
   void Commit();
   bool AtMovie(std::uint64_t position);
   bool CrossGap();
@@ -100,6 +105,12 @@ class Walk {
   // The last picture: it counts once something is found behind it.
   std::optional<AccessUnit> pending_;
   PictureFacts pendingFacts_;
+  // Pictures since the last one that started anew, how often that was, and whether in the
+  // reference's steps.
+  std::uint64_t sinceStart_ = 0;
+  unsigned int steps_ = 0;
+  bool evenly_ = true;
+  bool over_ = false;  // another recording follows
   // The picture that was found last, at a place that may have to be asked for
   // again.
   std::optional<AccessUnit> next_;
@@ -108,13 +119,37 @@ class Walk {
 bool Walk::TakePicture() {
   if (!next_ || next_->position != position_) next_ = units_.At(position_, order_);
   if (!next_ || TooMuchWork()) return false;
+  if (!Ends(*next_) && StartsAnother(next_->slice)) {
+    Commit();
+    over_ = true;
+    return false;
+  }
   Commit();
   if (Ends(*next_)) return false;
+  Count(next_->slice);
   pending_ = next_;
-  const SequenceSet& sequence = *model_.syntax.SequenceOf(pending_->slice.pictureSet);
-  pendingFacts_ = FactsOf(*pending_, order_.Take(model_.syntax.codec(), pending_->slice, sequence));
+  pendingFacts_ = TakeFacts(model_.syntax, *pending_, order_);
   position_ += pending_->size;
   return true;
+}
+
+// Where the reference starts anew in even steps, and this clip has done so too up to now, a picture
+// that does between two steps is the first one of another recording: its numbers begin with 0 and
+// say nothing about what stands in front of it.
+bool Walk::StartsAnother(const Slice& slice) const {
+  constexpr unsigned int kEnough = 3;
+  if (harvest_.tracks[*model_.video].samples >= kMostPictures) return true;
+  return slice.idr && model_.evenStep != 0 && steps_ >= kEnough && evenly_ &&
+         sinceStart_ < model_.evenStep;
+}
+
+void Walk::Count(const Slice& slice) {
+  if (slice.idr && sinceStart_ != 0) {
+    evenly_ = evenly_ && sinceStart_ == model_.evenStep;
+    ++steps_;
+    sinceStart_ = 0;
+  }
+  ++sinceStart_;
 }
 
 void Walk::Commit() {
@@ -139,7 +174,7 @@ std::uint64_t Walk::SearchLimit() const {
 // Behind a gap that nothing fills the walk ends: nothing would tell what follows from the media of
 // another recording.
 bool Walk::CrossGap() {
-  if (next_ && Ends(*next_) && next_->position == position_) return false;
+  if (over_ || (next_ && Ends(*next_) && next_->position == position_)) return false;
   if (position_ >= range_.end || TooMuchWork()) return false;
   if (AtMovie(position_)) {
     range_.end = position_;
@@ -224,7 +259,7 @@ void Walk::End() {
   const bool whole = position_ == range_.end && range_.ends;
   if (whole) {
     Commit();
-  } else if (!next_ || !Ends(*next_) || next_->position != position_) {
+  } else if (!over_ && (!next_ || !Ends(*next_) || next_->position != position_)) {
     TakeTail();
   }
   harvest_.AddUnknown(pending_ ? pending_->position : position_, range_.end);

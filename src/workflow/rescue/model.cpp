@@ -25,7 +25,8 @@ struct CodecEntry {
 constexpr CodecEntry kCodecs[] = {{FourCc("avc1"), Codec::kAvc, FourCc("avcC")},
                                   {FourCc("avc3"), Codec::kAvc, FourCc("avcC")},
                                   {FourCc("hvc1"), Codec::kHevc, FourCc("hvcC")},
-                                  {FourCc("hev1"), Codec::kHevc, FourCc("hvcC")}};
+                                  {FourCc("hev1"), Codec::kHevc, FourCc("hvcC")},
+                                  {FourCc("jpeg"), Codec::kJpeg, 0}};
 
 // Fields in front of the boxes of a visual sample entry, its own head included.
 constexpr std::size_t kVisualLead = 86;
@@ -35,6 +36,23 @@ const CodecEntry* CodecOf(const ReferenceTrack& track) {
       std::find_if(std::begin(kCodecs), std::end(kCodecs),
                    [&](const CodecEntry& entry) { return entry.type == track.entryType; });
   return found != std::end(kCodecs) ? found : nullptr;
+}
+
+// From one picture that sets everything back to the next, where that is the same often enough.
+std::uint64_t EvenStepOf(const std::vector<PictureFacts>& pictures) {
+  constexpr unsigned int kEnough = 4;
+  std::uint64_t step = 0;
+  std::uint64_t since = 0;
+  unsigned int times = 0;
+  for (const PictureFacts& picture : pictures) {
+    if (picture.idr && since != 0) {
+      if (times++ != 0 && since != step) return 0;
+      step = since;
+      since = 0;
+    }
+    ++since;
+  }
+  return times >= kEnough && since <= step ? step : 0;
 }
 
 class Learner {
@@ -107,6 +125,7 @@ bool Learner::Observe(const ReferenceTrack& track) {
   }
   model_.habits = observer.habits();
   ReadPictures(track);
+  model_.evenStep = EvenStepOf(model_.pictures);
   return true;
 }
 
@@ -230,7 +249,7 @@ std::string Learner::TryWalk() {
 
 std::string Model::MethodOf(std::size_t track) const {
   if (records) return "records";
-  if (video && track == *video) return "units";
+  if (video && track == *video) return syntax.codec() == Codec::kJpeg ? "markers" : "units";
   return methods[track] != nullptr ? std::string(methods[track]->Name()) : "";
 }
 

@@ -22,7 +22,9 @@ struct Model {
   UnitHabits habits;
   FrameMethods methods;
   GapPatterns patterns;
-  std::vector<PictureFacts> pictures;   // the reference's own, the first ones
+  std::vector<PictureFacts> pictures;  // the reference's own, the first ones
+  std::uint64_t evenStep =
+      0;  // pictures from each one that starts anew to the next; 0: they differ
   std::optional<RecordMethod> records;  // where records stand in front of the samples
 
   // By which way a track is found: "records", "units", …; empty where there is

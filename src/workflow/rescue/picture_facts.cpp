@@ -2,8 +2,11 @@
 
 namespace clipchain::rescue {
 
-PictureFacts FactsOf(const AccessUnit& unit, std::int64_t order) {
+PictureFacts TakeFacts(const VideoSyntax& syntax, const AccessUnit& unit, PictureOrder& pictures) {
   const Slice& slice = unit.slice;
+  const SequenceSet* sequence = syntax.SequenceOf(slice.pictureSet);
+  const std::int64_t order =
+      sequence != nullptr ? pictures.Take(syntax.codec(), slice, *sequence) : 0;
   PictureFacts facts;
   facts.setsBack = slice.idr;
   facts.order = static_cast<std::int32_t>(order);
@@ -21,8 +24,7 @@ std::optional<PictureFacts> PictureReader::Take(std::uint64_t position, std::uin
   AccessUnits units(window_, position + size, syntax_, habits_);
   const auto unit = units.At(position, PictureOrder());
   if (!unit || unit->cut || unit->size != size) return std::nullopt;
-  const SequenceSet& sequence = *syntax_.SequenceOf(unit->slice.pictureSet);
-  return FactsOf(*unit, order_.Take(syntax_.codec(), unit->slice, sequence));
+  return TakeFacts(syntax_, *unit, order_);
 }
 
 }  // namespace clipchain::rescue

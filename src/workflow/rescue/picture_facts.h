@@ -9,8 +9,8 @@
 
 namespace clipchain::rescue {
 
-// The facts of a picture that an order has just taken.
-PictureFacts FactsOf(const AccessUnit& unit, std::int64_t order);
+// The facts of the picture that comes next.
+PictureFacts TakeFacts(const VideoSyntax& syntax, const AccessUnit& unit, PictureOrder& order);
 
 class PictureReader {
  public:

@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <memory>
 #include <new>
+#include <optional>
 
 #include "foundation/fourcc.h"
 #include "workflow/boxes/read_box_header.h"
 #include "workflow/rescue/attempt.h"
 #include "workflow/rescue/clip_writer.h"
+#include "workflow/rescue/media_window.h"
 #include "workflow/rescue/movie_maker.h"
 #include "workflow/rescue/reference_search.h"
 #include "workflow/rescue/sound_decoder.h"
@@ -60,6 +62,7 @@ class Work {
   RescueReport report_;
   bool hasMovie_ = false;  // the broken clip has one, and its media is cut off
   std::unique_ptr<FileBytes> file_;
+  std::optional<std::uint64_t> content_;  // where the zeros begin at which it ends
   std::unique_ptr<Attempt> attempt_;
 };
 
@@ -75,7 +78,7 @@ bool Work::Look() {
   file_ = std::make_unique<FileBytes>(broken_);
   if (file_->error() != 0 || !file_->IsFile())
     return Fail(Message::kInputUnreadable, broken_, "can't be read", "name a clip");
-  const rescue::BrokenMedia media = rescue::ExamineBroken(broken_, *file_, 0, 0);
+  const rescue::BrokenMedia media = rescue::ExamineBroken(*file_, file_->Size(), 0, 0);
   hasMovie_ = media.hasMovie;
   if (media.hasMovie && !media.cutOff)
     return Fail(Message::kRescueUnneeded, broken_, "has a whole movie box",
@@ -88,12 +91,14 @@ bool Work::Look() {
 }
 
 bool Work::TryOne(const std::string& reference) {
+  // Of a file of zeros this takes as long as reading it.
+  if (!content_) content_ = rescue::EndOfContent(broken_, *file_);
   attempt_ = std::make_unique<Attempt>();
   const std::uint64_t size = file_->Size();
   const auto progress = [&](std::uint64_t position) {
     return Step(Phase::kSearching, position, size);
   };
-  return rescue::Try(broken_, *file_, reference, progress, *attempt_) || attempt_->stopped;
+  return rescue::Try(*file_, *content_, reference, progress, *attempt_) || attempt_->stopped;
 }
 
 bool Work::Search() {

@@ -140,10 +140,25 @@ std::vector<std::uint32_t> SoundDecoder::Begin(std::span<const unsigned char> by
   return SizesOf(Starts(bytes, false), silentFirst);
 }
 
+namespace {
+
+AVCodecID IdOf(Codec codec) {
+  switch (codec) {
+    case Codec::kAvc:
+      return AV_CODEC_ID_H264;
+    case Codec::kHevc:
+      return AV_CODEC_ID_HEVC;
+    case Codec::kJpeg:
+      break;
+  }
+  return AV_CODEC_ID_MJPEG;
+}
+
+}  // namespace
+
 bool DecodesPicture(Codec codec, std::span<const unsigned char> configuration,
                     std::span<const unsigned char> accessUnit) {
-  const Context context =
-      Open(codec == Codec::kAvc ? AV_CODEC_ID_H264 : AV_CODEC_ID_HEVC, configuration);
+  const Context context = Open(IdOf(codec), configuration);
   const Packet packet(av_packet_alloc());
   const Frame frame(av_frame_alloc());
   if (context == nullptr || packet == nullptr || frame == nullptr) return false;

@@ -74,6 +74,7 @@ bool VideoSyntax::SetConfiguration(Codec codec, std::span<const unsigned char> r
   codec_ = codec;
   sequences_.clear();
   pictures_.clear();
+  if (codec == Codec::kJpeg) return true;
   return codec == Codec::kAvc ? TakeAvcRecord(record) : TakeHevcRecord(record);
 }
 

@@ -12,7 +12,8 @@
 
 namespace clipchain::rescue {
 
-enum class Codec { kAvc, kHevc };
+// With JPEG each picture is a file of its own, and there are no units.
+enum class Codec { kAvc, kHevc, kJpeg };
 
 // What a unit is, by its header.
 enum class UnitKind {
@@ -69,7 +70,7 @@ struct PictureSet {
 
 class VideoSyntax {
  public:
-  // The record of an "avcC" or "hvcC" box. False: it is damaged, or a set in it
+  // The record of an "avcC" or "hvcC" box; JPEG has none. False: it is damaged, or a set in it
   // can't be read.
   [[nodiscard]] bool SetConfiguration(Codec codec, std::span<const unsigned char> record);
 

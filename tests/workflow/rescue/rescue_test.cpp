@@ -8,6 +8,7 @@
 
 #include "support/bytes.h"
 #include "support/temp_dir.h"
+#include "workflow/rescue/reference.h"
 #include "workflow/rescue/sound_decoder.h"
 
 namespace clipchain {
@@ -85,7 +86,28 @@ TEST_F(RescueTest, LeavesOutWhatACutHasLeftOfASample) {
   EXPECT_THAT(MessagesOf(report.findings), testing::Contains(Message::kMediaLeftOut));
 }
 
+TEST_F(RescueTest, TakesNoZerosAtTheEndForASample) {
+  if (!rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
+  rescue::Reference clip;
+  ASSERT_EQ("", clip.Load(kClip3));
+  const rescue::ChunkPlace& chunk = clip.tracks()[0].chunks[20];
+  Bytes broken = ReadFile(kClip3);
+  broken.resize(static_cast<std::size_t>(chunk.position + clip.BytesOf(chunk)));
+  const std::size_t media = PlaceOf(broken, "mdat");
+  broken = support::WithU32(broken, media, static_cast<std::uint32_t>(broken.size() - media));
+  const RescueReport whole = Run(broken);
+  ASSERT_TRUE(whole.done);
+  EXPECT_TRUE(whole.unknown.empty());
+  fs::remove(std::string(folder_ / "out.mp4"));
+  broken.back() = broken[broken.size() - 2] = 0;
+  const RescueReport report = Run(broken);
+  ASSERT_TRUE(report.done);
+  EXPECT_EQ(whole.tracks[0].samples - 1, report.tracks[0].samples);
+  ASSERT_EQ(1U, report.unknown.size());
+}
+
 TEST_F(RescueTest, NamesATrackOfWhichNothingIsLeft) {
+  if (!rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
   const Bytes whole = WithoutMovie(kClip3);
   RescueReport report;
   for (std::size_t size = 1024; !report.done && size < whole.size(); size += 1024)

@@ -1,0 +1,24 @@
+// Finds pictures that are JPEG files (ISO/IEC 10918-1, annex B): from one marker
+// to another, which stand nowhere inside.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "workflow/rescue/media_window.h"
+
+namespace clipchain::rescue {
+
+struct JpegPicture {
+  std::uint64_t size = 0;
+  bool cut = false;           // the bytes end before it does
+  std::uint32_t lines = 0;    // height and width in one; 0 where they are not told
+  std::uint64_t scanned = 0;  // bytes that were looked through
+};
+
+// The picture that begins there and ends in front of `end`; nothing: none does,
+// or one of more than `most` bytes.
+std::optional<JpegPicture> JpegAt(MediaWindow& window, std::uint64_t position, std::uint64_t end,
+                                  std::uint64_t most);
+
+}  // namespace clipchain::rescue
