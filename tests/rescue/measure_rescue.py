@@ -113,7 +113,9 @@ def expected_counts(tracks, position_limit, ends, foreign):
     last = 0
     for track in tracks:
         behind = bisect.bisect_right(track.offsets, position_limit - known)
-        if behind and not (foreign and track.handler != "vide" and any(t.handler == "vide" for t in tracks)):
+        if foreign and len(tracks) > 1:  # the last whole picture, with what is in front of it
+            behind -= 1 if track.handler == "vide" else behind
+        if behind > 0:
             last = max(last, track.offsets[behind - 1])
     for track in tracks:
         kind = "media" if track.handler in MEDIA_KINDS else "other"

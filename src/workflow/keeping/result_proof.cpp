@@ -25,10 +25,10 @@ bool IsAboutOrder(Message message) {
 
 // What is not in the result, or otherwise: samples, tables that speak of them, how a track is
 // shown.
-bool IsLoss(const Finding& finding) {
+bool IsLoss(const Finding& finding, bool tablesAreJoined) {
   if (IsAboutOrder(finding.message)) return false;
-  return finding.severity >= Severity::kRisk || finding.message == Message::kFirstTableOnly ||
-         finding.message == Message::kShownOtherwise;
+  return finding.severity >= Severity::kRisk || finding.message == Message::kShownOtherwise ||
+         (finding.message == Message::kFirstTableOnly && !tablesAreJoined);
 }
 
 // How a result may have been merged that has all samples of its clips.
@@ -113,8 +113,13 @@ std::string ResultProof::LossOf(const std::vector<std::size_t>& clips,
                                 const FitOptions& options) const {
   CheckOptions check;
   SetFitting(check, options);
-  for (const Finding& finding : Check(PathsOf(clips), check).findings) {
-    if (IsLoss(finding)) return fmt::format("{} {}", Shown(finding.path), finding.text);
+  const CheckReport report = Check(PathsOf(clips), check);
+  const bool tablesAreJoined =
+      std::any_of(report.adaptations.begin(), report.adaptations.end(),
+                  [](const Adapted& adapted) { return adapted.name == "tables"; });
+  for (const Finding& finding : report.findings) {
+    if (IsLoss(finding, tablesAreJoined))
+      return fmt::format("{} {}", Shown(finding.path), finding.text);
   }
   return "";
 }

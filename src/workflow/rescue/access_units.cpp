@@ -183,6 +183,7 @@ std::optional<AccessUnit> AccessUnits::Jpeg(std::uint64_t position) {
   found.position = position;
   found.size = picture->size;
   found.cut = picture->cut;
+  found.damaged = !found.cut && !IsWhole(window_, position, picture->size);
   found.slice.first = found.slice.intra = found.slice.idr = found.slice.randomAccess = true;
   return found;
 }
@@ -212,6 +213,7 @@ bool HabitsObserver::TakeJpeg(std::uint64_t position, std::uint64_t size) {
   const auto picture = JpegAt(window_, position, position + size, size);
   if (!picture || picture->size != size || picture->lines == 0) return false;
   if (habits_.lines != 0 && habits_.lines != picture->lines) return false;
+  if (!IsWhole(window_, position, size)) return false;
   habits_.lines = picture->lines;
   habits_.largest = std::max(habits_.largest, size);
   return true;

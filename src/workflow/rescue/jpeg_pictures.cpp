@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <vector>
+
+#include "workflow/rescue/jpeg_count.h"
 
 namespace clipchain::rescue {
 
@@ -121,6 +124,11 @@ class Scanner {
 std::optional<JpegPicture> JpegAt(MediaWindow& window, std::uint64_t position, std::uint64_t end,
                                   std::uint64_t most) {
   return Scanner(window, position, end, most).Run();
+}
+
+bool IsWhole(MediaWindow& window, std::uint64_t position, std::uint64_t size) {
+  std::vector<unsigned char> picture(static_cast<std::size_t>(size));
+  return window.Copy(position, picture.data(), picture.size()) && HoldsAllBlocks(picture);
 }
 
 }  // namespace clipchain::rescue

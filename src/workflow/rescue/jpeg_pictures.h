@@ -18,7 +18,11 @@ struct JpegPicture {
 
 // The picture that begins there and ends in front of `end`; nothing: none does,
 // or one of more than `most` bytes.
+// What was cut may go on in a picture of another recording: IsWhole() tells.
 std::optional<JpegPicture> JpegAt(MediaWindow& window, std::uint64_t position, std::uint64_t end,
                                   std::uint64_t most);
+
+// Whether so many bytes are one picture from its first block to its last.
+bool IsWhole(MediaWindow& window, std::uint64_t position, std::uint64_t size);
 
 }  // namespace clipchain::rescue
