@@ -124,6 +124,13 @@ RawBox StandInHandler() {
   return box;
 }
 
+// These tables have none (8.6, 8.7); the version stays.
+void ClearFlags(RawBox& box) {
+  constexpr std::size_t kVersionAndFlags = 4;
+  if (box.data.size() < kVersionAndFlags) return;
+  std::fill(box.data.begin() + 1, box.data.begin() + kVersionAndFlags, 0);
+}
+
 void FitTrack(RawBox& track, unsigned int id, const RawBox* firstTable, const MediaMap* media) {
   if (RawBox* header = track.Child(FourCc("tkhd"))) {
     if (auto fields = ReadTrackHeader(*header)) {
@@ -138,6 +145,7 @@ void FitTrack(RawBox& track, unsigned int id, const RawBox* firstTable, const Me
   for (RawBox& box : table->children) {
     const bool isOffsets = box.type == FourCc("stco") || box.type == FourCc("co64");
     if (isOffsets && media != nullptr) box = MovedOffsets(box, *media);
+    if (IsAmong(kJoined, box.type)) ClearFlags(box);
     const RawBox* firsts = firstTable != nullptr ? firstTable->Child(FourCc("stsd")) : nullptr;
     if (box.type == FourCc("stsd") && firsts != nullptr) box = StandInDescriptions(*firsts);
   }

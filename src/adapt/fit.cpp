@@ -9,6 +9,8 @@
 #include "adapt/fragments.h"
 #include "adapt/joined_tables.h"
 #include "adapt/kept_boxes.h"
+#include "adapt/long_durations.h"
+#include "adapt/media_places.h"
 #include "adapt/sample_descriptions.h"
 #include "adapt/top_level.h"
 #include "adapt/track_order.h"
@@ -23,11 +25,13 @@ std::vector<std::unique_ptr<Adaptation>> Row(const FitOptions& options, ClipCloc
   std::vector<std::unique_ptr<Adaptation>> row;
   row.push_back(MakeTopLevel());
   row.push_back(MakeFragments());
+  row.push_back(MakeMediaPlaces());
   row.push_back(MakeKeptBoxes());
   row.push_back(MakeTrackOrder(options));
   row.push_back(MakeSampleDescriptions());
   row.push_back(MakeClipTimes(options, clocks));
   row.push_back(MakeJoinedTables());
+  row.push_back(MakeLongDurations());
   return row;
 }
 
@@ -66,11 +70,25 @@ Fit::Fit(const std::vector<std::string>& paths, const FitOptions& options)
 
 void Fit::OpenAll(long long memoryLimit) {
   usable_.assign(clips_.size(), false);
-  auto left = static_cast<std::uint64_t>(std::max(memoryLimit, 0LL));
+  const auto limit = static_cast<std::uint64_t>(std::max(memoryLimit, 0LL));
+  std::uint64_t left = limit;
   for (std::size_t i = 0; i < clips_.size(); ++i) {
     usable_[i] = clips_[i].Open(i, report_, left);
-    left -= std::min(left, clips_[i].Memory());
+    if (clips_[i].Memory() > left) {
+      RefuseMemory(i, limit - left + clips_[i].Memory(), limit);
+      return;
+    }
+    left -= clips_[i].Memory();
   }
+}
+
+// Whether clips need to be adapted is not to depend on how much memory there is.
+void Fit::RefuseMemory(std::size_t clip, std::uint64_t needed, std::uint64_t limit) {
+  report_.Refuse(
+      FitProblemKind::kMemoryLimit, clip, 0,
+      "would take the memory for movie boxes to about " + std::to_string(needed) + " bytes, and " +
+          std::to_string(limit) + " are allowed",
+      clip == 0 ? "raise --memory-limit" : "merge fewer clips at once, or raise --memory-limit");
 }
 
 void Fit::AdaptAll(const FitOptions& options) {

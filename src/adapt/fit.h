@@ -38,7 +38,7 @@ class Fit {
   // are told too.
   const FitReport& Report() const { return report_; }
   // Whether that clip has a view: false for one that can't be taken apart, of which a problem
-  // speaks, and for those for which there is not enough memory. Nothing is adapted then.
+  // speaks, and for those behind one for which there is not enough memory. Nothing is adapted then.
   bool HasView(std::size_t clip) const { return usable_[clip]; }
 
   // When the tracks of the clips are shown; empty for a clip alone, and where that is not known.
@@ -56,6 +56,7 @@ class Fit {
 
  private:
   void OpenAll(long long memoryLimit);
+  void RefuseMemory(std::size_t clip, std::uint64_t needed, std::uint64_t limit);
   void AdaptAll(const FitOptions& options);
 
   FitClips clips_;

@@ -41,6 +41,7 @@ enum class FitProblemKind {
   kInputUnreadable,
   kMediaCutOff,
   kMediaTimeScale,
+  kMemoryLimit,
   kMovieMissing,
   kMovieTimeScale,
   kMovieTooLarge,

@@ -252,7 +252,8 @@ bool MovieClock::Write() {
   for (ClockTrack& track : tracks_) {
     EndWithSamples(track);
     const std::uint64_t end = track.track->tables.End();
-    std::uint64_t duration = RoundedUp(Ticks{end}, scale_, track.scale);
+    // To where the last picture is shown, which may be later than all are decoded.
+    std::uint64_t duration = RoundedUp(Ticks{track.last}, scale_, track.scale);
     if (!track.edits.empty()) {
       duration = 0;
       for (const Edit& edit : track.edits) duration += edit.duration;

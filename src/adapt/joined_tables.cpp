@@ -23,7 +23,8 @@ namespace {
 // Say something of each sample, or of pairs of samples, and are not joined.
 constexpr unsigned int kDropped[] = {FourCc("padb"), FourCc("stdp"), FourCc("stsh"),
                                      FourCc("csgp")};
-// Without them protected samples can't be decrypted (ISO/IEC 23001-7).
+// Without them protected samples can't be decrypted (ISO/IEC 23001-7). Their offsets are those of
+// the file, so that they are wrong in a result of one clip too.
 constexpr unsigned int kProtection[] = {FourCc("saiz"), FourCc("saio"), FourCc("senc")};
 constexpr unsigned int kJoined[] = {FourCc("sgpd"), FourCc("sbgp"), FourCc("subs"), FourCc("stps"),
                                     FourCc("cslg")};
@@ -70,6 +71,7 @@ class JoinedTables final : public Adaptation {
   static void AppendPartialSync(const RawBox& table, std::uint64_t before, JoinedTrack& joined);
   static void TellDropped(const FitClips& clips, std::size_t place, const JoinedTrack& joined,
                           FitReport& report);
+  static void AllowDropped(const JoinedTrack& joined, FitReport& report);
   static bool RefuseProtected(const FitClips& clips, std::size_t place, FitReport& report);
 
   std::vector<JoinedTrack> tracks_;
@@ -88,12 +90,11 @@ const RawBox* TrackAt(const FitClip& clip, std::size_t place) {
 void JoinedTables::Adapt(FitClips& clips, FitReport& report) {
   const std::size_t count = TracksOf(clips.front().movie).size();
   tracks_.resize(count);
-  if (clips.size() < 2) return;
   for (std::size_t place = 0; place < count; ++place) {
     std::vector<RawBox*> tables;
     for (FitClip& clip : clips) tables.push_back(TableAt(clip, place));
     if (std::count(tables.begin(), tables.end(), nullptr) != 0) continue;
-    if (RefuseProtected(clips, place, report)) continue;
+    if (RefuseProtected(clips, place, report) || clips.size() < 2) continue;
     for (const FormChange& change : GiveOneForm(tables)) {
       const RawBox& track = *TrackAt(clips[change.table], place);
       report.Note(AdaptationKind::kTables, change.table, RawTrackId(track),
@@ -106,11 +107,12 @@ void JoinedTables::Adapt(FitClips& clips, FitReport& report) {
 bool JoinedTables::RefuseProtected(const FitClips& clips, std::size_t place, FitReport& report) {
   for (std::size_t i = 0; i < clips.size(); ++i) {
     const RawBox& track = *TrackAt(clips[i], place);
-    const auto types = TypesIn(*SampleTable(track), kProtection);
+    auto types = TypesIn(*SampleTable(track), kProtection);
+    types.merge(TypesIn(track, kProtection));
     if (types.empty()) continue;
     report.Refuse(FitProblemKind::kTablesDisagree, i, RawTrackId(track),
                   "has in its " + RawTrackWords(track) + " samples that are protected by " +
-                      Listed(types) + ", which can't be joined",
+                      Listed(types) + ", which says where it lies in this file",
                   "merge clips without protection");
     return true;
   }
@@ -164,6 +166,7 @@ void JoinedTables::TellDropped(const FitClips& clips, std::size_t place, const J
   }
   if (joined.subsamples.IsLeftOut()) text += (text.empty() ? "" : ", ") + Quoted(FourCc("subs"));
   if (text.empty()) return;
+  AllowDropped(joined, report);
   const RawBox& track = *TrackAt(clips.front(), place);
   report.Note(AdaptationKind::kTables, 0, RawTrackId(track),
               "leaves out of its " + RawTrackWords(track) + ' ' + text);
@@ -171,6 +174,12 @@ void JoinedTables::TellDropped(const FitClips& clips, std::size_t place, const J
                 "says in its " + RawTrackWords(track) + ", or a clip behind it says, " + text +
                     ", which a merge leaves out",
                 kKeepClip);
+}
+
+void JoinedTables::AllowDropped(const JoinedTrack& joined, FitReport& report) {
+  report.dropped.insert(joined.dropped.begin(), joined.dropped.end());
+  if (!joined.groups.LeftOut().empty()) report.dropped.insert({FourCc("sbgp"), FourCc("sgpd")});
+  if (joined.subsamples.IsLeftOut()) report.dropped.insert(FourCc("subs"));
 }
 
 void JoinedTables::Complete(RawBox& movie) const {

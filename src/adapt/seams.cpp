@@ -67,18 +67,30 @@ class Walker {
   std::vector<Place> places_;
 };
 
+// How far behind the farthest of the tracks that lead any track is.
 struct Extent {
-  Moment least = 0;
-  Moment most = 0;
-  bool isEmpty = true;
+  std::optional<Moment> least;
+  std::optional<Moment> most;  // of those that lead
 
-  void Add(Moment moment) {
-    least = isEmpty ? moment : std::min(least, moment);
-    most = isEmpty ? moment : std::max(most, moment);
-    isEmpty = false;
+  void Add(Moment moment, bool leads) {
+    least = std::min(least.value_or(moment), moment);
+    if (leads) most = std::max(most.value_or(moment), moment);
   }
-  Moment Length() const { return most - least; }
+  Moment Length() const { return most ? std::max<Moment>(0, *most - *least) : 0; }
 };
+
+bool IsSeenOrHeard(const TrackTimes& track) {
+  return track.kind == MediaKind::kPicture || track.kind == MediaKind::kSound;
+}
+
+// Nobody is to wait before a picture that stands still because a track of data goes on: picture and
+// sound lead where there are any.
+std::vector<bool> LeadersOf(const ClipTimes& first) {
+  const bool areAlone = std::none_of(first.begin(), first.end(), IsSeenOrHeard);
+  std::vector<bool> leaders;
+  for (const TrackTimes& track : first) leaders.push_back(areAlone || IsSeenOrHeard(track));
+  return leaders;
+}
 
 class Planner {
  public:
@@ -86,6 +98,7 @@ class Planner {
       : clips_(clips),
         walker_(clips),
         tolerance_(SeamTolerance(clips.front())),
+        leads_(LeadersOf(clips.front())),
         holds_(NoHolds(clips)) {}
 
   SampleHolds Run() {
@@ -133,7 +146,8 @@ class Planner {
   Extent At(std::size_t clip) const {
     Extent extent;
     for (std::size_t track = 0; track < walker_.Tracks(); ++track) {
-      if (IsSeam(clip, track)) extent.Add(walker_.Shift(clip, track, walker_.At(track).media));
+      if (IsSeam(clip, track))
+        extent.Add(walker_.Shift(clip, track, walker_.At(track).media), leads_[track]);
     }
     return extent;
   }
@@ -145,8 +159,10 @@ class Planner {
     for (std::size_t track = 0; track < walker_.Tracks(); ++track) {
       const TrackTimes& times = clips_[clip][track];
       if (!IsSeam(clip, track) || clips_[next][track].samples == 0) continue;
-      extent.Add(walker_.Shift(
-          next, track, walker_.At(track).media + walker_.Converted(times, times.ticks, track)));
+      extent.Add(
+          walker_.Shift(next, track,
+                        walker_.At(track).media + walker_.Converted(times, times.ticks, track)),
+          leads_[track]);
     }
     return extent;
   }
@@ -162,7 +178,7 @@ class Planner {
       if (extent.Length() <= tolerance_ || (pass == 0 && CatchesUp(clip, extent))) return;
       for (std::size_t track = 0; track < walker_.Tracks(); ++track) {
         if (!IsSeam(clip, track)) continue;
-        const Moment behind = extent.most - walker_.Shift(clip, track, walker_.At(track).media);
+        const Moment behind = *extent.most - walker_.Shift(clip, track, walker_.At(track).media);
         if (behind > tolerance_) Hold(track, TicksFor(behind, walker_.Scale(track)));
       }
     }
@@ -177,6 +193,7 @@ class Planner {
   const std::vector<ClipTimes>& clips_;
   Walker walker_;
   Moment tolerance_;
+  std::vector<bool> leads_;  // by track
   SampleHolds holds_;
 };
 

@@ -33,9 +33,10 @@ Moment SeamTolerance(const ClipTimes& first);
 
 // What keeps the tracks of each clip together as they are in that clip alone, to within the
 // tolerance. The track that is behind waits for the one that is ahead; nothing is ever shown
-// shorter. Clips that are apart by up to a frame and come back within the tolerance by themselves
-// in the next one are left as they are. All clips have as many tracks as the first, and scales that
-// convert to the first's without a rest.
+// shorter. Picture and sound do not wait for tracks of another kind, which stay ahead. Clips that
+// are apart by up to a frame and come back within the tolerance by themselves in the next one are
+// left as they are. All clips have as many tracks as the first, and scales that convert to the
+// first's without a rest.
 SampleHolds PlanSeams(const std::vector<ClipTimes>& clips);
 // The same without waiting.
 SampleHolds NoHolds(const std::vector<ClipTimes>& clips);

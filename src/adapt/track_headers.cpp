@@ -155,6 +155,27 @@ bool WriteTrackHeader(RawBox& tkhd, const TrackHeader& header) {
                                              [&](auto& fields) { fields.id = header.id; });
 }
 
+bool WidenHeader(RawBox& header) {
+  if (Version(header) != 0u) return false;
+  if (header.type == FourCc("tkhd")) {
+    const auto fields = Taken<ShortTrack>(header);
+    if (!fields) return false;
+    auto large = Widened<LargeTrack>(*fields);
+    large.id = fields->id;
+    large.reserved = fields->reserved;
+    large.duration = Duration(fields->duration);
+    Replace(header, sizeof(ShortTrack), large);
+    return true;
+  }
+  const auto fields = Taken<ShortTime>(header);
+  if (!fields) return false;
+  auto large = Widened<LargeTime>(*fields);
+  large.scale = fields->scale;
+  large.duration = Duration(fields->duration);
+  Replace(header, sizeof(ShortTime), large);
+  return true;
+}
+
 std::optional<std::uint32_t> ReadNextTrackId(const RawBox& mvhd) {
   // Rate, volume, reserved bits, matrix and predefined bits stand before it (8.2.2.2).
   constexpr std::size_t kBetween = 76;

@@ -37,6 +37,9 @@ std::optional<TrackHeader> ReadTrackHeader(const RawBox& tkhd);
 [[nodiscard]] bool WriteTimeHeader(RawBox& mvhdOrMdhd, const TimeHeader& header);
 [[nodiscard]] bool WriteTrackHeader(RawBox& tkhd, const TrackHeader& header);
 
+// Makes one of these headers version 1, with the same times. False: it is already, or none.
+bool WidenHeader(RawBox& header);
+
 // The track identifier that "mvhd" says is free.
 std::optional<std::uint32_t> ReadNextTrackId(const RawBox& mvhd);
 

@@ -83,6 +83,16 @@ TEST(FragmentClock, DurationsAreRoundedUp) {
   EXPECT_FALSE(EditsOf(*movie, 0));
 }
 
+// Pictures that are shown later than they are decoded are shown behind the last one's decoding.
+TEST(FragmentClock, ATrackLastsUntilItsLastPictureIsShown) {
+  const auto movie = MovieWith({AnnouncedTrack{}}, {{1, 0, 3, 40, 80}});
+  ASSERT_TRUE(movie);
+  EXPECT_EQ(TrackDuration(*movie, 0), 200u);
+  EXPECT_EQ(ReadTimeHeader(*movie->Child(FourCc("mvhd"))), (TimeHeader{1000, 200}));
+  EXPECT_EQ(ReadTimeHeader(*TracksOf(*movie)[0]->At({FourCc("mdia"), FourCc("mdhd")})),
+            (TimeHeader{1000, 120}));
+}
+
 TEST(FragmentClock, ATimeThatAllTracksWaitIsDropped) {
   AnnouncedTrack second;
   second.id = 2;

@@ -176,9 +176,23 @@ TEST(Seams, ADataTrackKeepsStepToo) {
   data.times = {{2, 12000}};
   std::vector<ClipTimes> clips(3, {Times(Picture(50)), Times(data)});
   EXPECT_EQ(Planned(clips)[0], (Holds{0, 1600}));
+}
+
+TEST(Seams, NobodyWaitsForADataTrackThatIsAhead) {
+  TrackSource data = Picture(2);
+  data.kind = MediaKind::kOther;
   data.times = {{2, 13000}};
-  clips.assign(3, {Times(Picture(50)), Times(data)});
-  EXPECT_EQ(Planned(clips)[0], (Holds{400, 0}));
+  std::vector<ClipTimes> clips(3, {Times(Picture(50)), Times(data), Times(Primed(96000 - 1024))});
+  EXPECT_EQ(PlanSeams(clips), NoHolds(clips));
+  EXPECT_EQ(Apart(clips, NoHolds(clips)), 2 * MomentOf(400, 12800));
+  // It waits once the others are ahead of it.
+  clips[1][1] = Times(Picture(1));
+  clips[1][1].kind = MediaKind::kOther;
+  EXPECT_EQ(PlanSeams(clips)[1], (Holds{0, 25600 - 512 - 400, 0}));
+  // Among themselves tracks of data wait for each other.
+  clips.assign(2, {Times(data), Times(data)});
+  clips[0][1].ticks -= 1000;
+  EXPECT_EQ(PlanSeams(clips)[0], (Holds{0, 1000}));
 }
 
 TEST(Seams, ATrackThatIsEmptyInAClipWaitsForTheNext) {

@@ -50,6 +50,21 @@ TEST(TrackHeaders, ADurationBeyond32BitsMakesVersion1) {
   EXPECT_EQ(ReadTimeHeader(box), (TimeHeader{600, 1}));
 }
 
+TEST(TrackHeaders, AreWidenedWithAllTheySay) {
+  RawBox media = Taken(FullBox("mdhd", 0, 5, {U32(11), U32(12), U32(600), U32(900), U32(7)}));
+  EXPECT_TRUE(WidenHeader(media));
+  EXPECT_EQ(Written(media), FullBox("mdhd", 1, 5, {U64(11), U64(12), U32(600), U64(900), U32(7)}));
+  EXPECT_FALSE(WidenHeader(media)) << "it is wide";
+  RawBox track = Taken(
+      FullBox("tkhd", 0, 3, {U32(11), U32(12), U32(2), U32(8), U32(0xFFFFFFFF), Fill(60, 7)}));
+  EXPECT_TRUE(WidenHeader(track));
+  EXPECT_EQ(Written(track),
+            FullBox("tkhd", 1, 3,
+                    {U64(11), U64(12), U32(2), U32(8), U64(kUnknownDuration), Fill(60, 7)}));
+  RawBox shortOne = Taken(FullBox("mvhd", 0, 0, {U32(11)}));
+  EXPECT_FALSE(WidenHeader(shortOne));
+}
+
 // All bits set mean that the duration is unknown (8.2.2.3), so that the largest 32-bit number needs
 // 64 bits.
 TEST(TrackHeaders, AnUnknownDurationIsOneInEitherVersion) {

@@ -45,6 +45,26 @@ FAMILIES = {  # name: (extension, arguments of the encoders, more)
     "subtitles": ("mp4", X264 + AAC + ["-c:s", "mov_text", "-map", "0:v", "-map", "1:a", "-map", "2:s"], {"text": True}),
     "chapters": ("mp4", X264 + AAC + ["-map", "0:v", "-map", "1:a", "-map_chapters", "2"], {"chapters": True}),
 }
+REORDERED = ["-c:v", "libx264", "-preset", "veryfast", "-bf", "3", "-g", "12"]
+FAMILIES.update({
+    "h264_24": ("mp4", REORDERED + AAC, {"rate": "24000/1001"}),
+    "h264_60": ("mp4", X264 + AAC, {"rate": "60000/1001"}),
+    "open_groups": ("mp4", REORDERED + ["-x264-params", "open-gop=1:keyint=6:min-keyint=6:scenecut=0"] + AAC, {}),
+    "uneven_pictures": ("mp4", X264 + ["-vf", "select='not(eq(mod(n,7),3))'", "-fps_mode", "vfr"] + AAC, {}),
+    "hevc_reordered": ("mp4", ["-c:v", "libx265", "-preset", "superfast", "-x265-params", "log-level=none:keyint=12:bframes=3:info=0", "-tag:v", "hvc1"] + AAC, {}),
+    "hevc_large": ("mp4", ["-c:v", "libx265", "-preset", "ultrafast", "-x265-params", "log-level=none:keyint=12:info=0", "-tag:v", "hvc1"] + AAC, {"size": "96x64"}),
+    "two_pictures": ("mp4", X264 + AAC + ["-map", "0:v", "-map", "0:v", "-map", "1:a"], {}),
+    "with_cover": ("mp4", X264 + AAC + ["-map", "0:v", "-map", "1:a", "-map", "2:v", "-c:v:1", "mjpeg", "-disposition:v:1", "attached_pic"], {"cover": True}),
+    "with_tags": ("mp4", X264 + AAC + ["-metadata", "title=clip {n}", "-metadata", "date=2024-05-0{n}"], {}),
+    "mp3_in_mov": (MOV, X264 + ["-c:a", "libmp3lame"], {}),
+    "adpcm": (MOV, X264 + ["-c:a", "adpcm_ima_qt"], {}),
+    "ulaw": (MOV, X264 + ["-c:a", "pcm_mulaw", "-ar", "8000", "-ac", "1"], {}),
+})
+for name, flags in {
+    "delayed": "frag_keyframe+empty_moov+delay_moov", "no_index": "frag_keyframe+empty_moov+default_base_moof+skip_sidx",
+    "timed": "empty_moov+default_base_moof", "clocked": "frag_keyframe+empty_moov+default_base_moof+write_colr",
+}.items():
+    FAMILIES["fragments_" + name] = ("mp4", REORDERED + AAC + ["-movflags", flags, "-frag_duration", "300000"], {})
 for name, flags in {
     "key": "frag_keyframe+empty_moov", "base_moof": "frag_keyframe+empty_moov+default_base_moof",
     "no_offset": "frag_keyframe+empty_moov+omit_tfhd_offset", "separate": "frag_keyframe+empty_moov+separate_moof",
@@ -74,6 +94,8 @@ def make(folder, family, number):
         with open(extra, "w", encoding="utf-8") as file:
             file.write("1\n00:00:00,100 --> 00:00:00,500\nline %d\n\n2\n00:00:00,500 --> 00:00:00,900\nmore\n" % number)
         inputs += ["-f", "srt", "-i", extra]
+    if more.get("cover"):
+        inputs += ["-f", "lavfi", "-i", "testsrc=s=32x32:r=1:d=1"]
     if more.get("chapters"):
         with open(extra, "w", encoding="utf-8") as file:
             file.write(";FFMETADATA1\n" + "".join("[CHAPTER]\nTIMEBASE=1/1000\nSTART=%d\nEND=%d\ntitle=c%d\n" % (i * 500, i * 500 + 500, i) for i in range(2)))
@@ -408,6 +430,49 @@ def data_track(file):
     track.drop(b"tref")
     file.tracks[0].children.append(Box(b"tref", Box(b"cdsc", p32(max(ids) + 1)).bytes()))
     file.movie.children.insert(file.movie.children.index(file.tracks[-1]) + 1, track)
+
+
+def without_syncs(file):
+    """Every picture is one that a decoder can begin with: so says a clip without the table."""
+    table_of(file.track(b"vide")).drop(b"stss")
+
+
+def brands(major, *others):
+    def edit(file):
+        file.top(b"ftyp").data = major + p32(1) + b"".join(others)
+    return edit
+
+
+def split_edit(file):
+    """A list whose two parts follow each other is one."""
+    for handler in (b"vide", b"soun"):
+        scale = field(file.track(handler).get(b"mdia", b"mdhd"), time_fields(file.track(handler).get(b"mdia", b"mdhd"))[0])
+        movie = field(file.movie.get(b"mvhd"), time_fields(file.movie.get(b"mvhd"))[0])
+
+        def halves(edits, scale=scale, movie=movie):
+            length, start, rate = edits[-1]
+            half = length // 2
+            return edits[:-1] + [(half, start, rate), (length - half, start + half * scale // movie, rate)]
+        change_edits(halves)(file.track(handler))
+
+
+def extra_rates(handler, offset=0):
+    """Declares bit rates in a box behind the others."""
+    return set_entry(handler, lambda entry: entry + Box(b"btrt", p32(1000 + offset, 200000 + offset, 100000 + offset)).bytes())
+
+
+def rotated(file):
+    header = file.track(b"vide").get(b"tkhd")
+    at = len(header.data) - 44
+    header.data = header.data[:at] + p32(0, 0x10000, 0, 0xFFFF0000, 0, 0, 64 << 16, 0, 0x40000000) + header.data[at + 36:]
+
+
+def table_data(handler, kind, change):
+    """A damaged table."""
+    def edit(file):
+        box = table_of(file.track(handler)).get(kind)
+        box.data = change(box.data)
+    return edit
 
 
 def parse_copy(track):

@@ -20,8 +20,10 @@ def keys(seed):
 # Where the first picture is at 0 and the whole is shown.
 CODECS = ["h264_aac", "h264_reordered", "hevc_hvc1", "hevc_hev1", "av1_opus", "vp9_opus", "mpeg4_aac", "mpeg4_mp3", "mjpeg_sowt",
           "prores_in24", "h264_twos", "h264_lpcm", "h264_fl32", "h264_aac_mov", "h264_ac3", "h264_eac3", "h264_alac", "h264_flac",
-          "h264_opus", "two_sounds", "pictures_only", "sound_only", "timecode", "subtitles", "chapters", "h264_30", "negative_offsets"]
-FRAGMENTS = ["key", "base_moof", "no_offset", "separate", "cmaf", "dash", "sidx", "first_in_movie", "every_frame", "negative", "reordered", "sound"]
+          "h264_opus", "h264_24", "h264_60", "open_groups", "uneven_pictures", "hevc_reordered", "two_pictures", "with_cover",
+          "with_tags", "mp3_in_mov", "adpcm", "ulaw", "two_sounds", "pictures_only", "sound_only", "timecode", "subtitles", "chapters", "h264_30", "negative_offsets"]
+FRAGMENTS = ["key", "base_moof", "no_offset", "separate", "cmaf", "dash", "sidx", "first_in_movie", "every_frame", "negative", "reordered", "sound",
+             "delayed", "no_index", "timed", "clocked"]
 
 MERGES = [Kind(name, name, quick=name in ("h264_aac", "h264_reordered", "timecode", "h264_sowt")) for name in CODECS]
 MERGES += [Kind("fragments_" + name, "fragments_" + name, quick=name in ("key", "reordered", "no_offset")) for name in FRAGMENTS]
@@ -77,6 +79,18 @@ MERGES += [
     Kind("late_sound", "h264_aac", both=[edits_of(b"soun", lambda e: [(100, -1, 0x10000)] + e)], quick=1),
     Kind("late_sound_in_one", "h264_aac", second=[edits_of(b"soun", lambda e: [(100, -1, 0x10000)] + e)]),
     Kind("without_edit_lists", "h264_aac", both=[lambda f: [t.drop(b"edts") for t in f.tracks]]),
+    Kind("fragments_of_two_kinds", "fragments_every_frame", other="fragments_base_moof"),
+    Kind("no_sync_table", "mjpeg_sowt", both=[without_syncs]),
+    Kind("other_brands", "h264_aac", second=[brands(b"mp42", b"mp42", b"isom")]),
+    Kind("edit_lists_of_two_parts", "h264_aac", both=[split_edit]),
+    Kind("edit_list_of_two_parts_in_one", "h264_reordered", second=[split_edit]),
+    Kind("bit_rates_of_sound", "h264_ac3", both=[without_rates], first=[extra_rates(b"soun")], second=[extra_rates(b"soun", 5000)]),
+    Kind("turned_pictures", "h264_aac", both=[rotated]),
+    Kind("random_access_groups", "hevc_reordered", both=[groups(b"vide", b"sync", [b"\x13"], [(1, 1), (5, 0), (1, 1)])], loses=(b"sbgp",)),
+    Kind("a_movie_scale_that_does_not_divide", "h264_aac", second=[movie_scale(7), fast_start]),
+    Kind("media_scales_of_all_tracks", "h264_reordered", second=[media_scale(b"vide", 3), media_scale(b"soun", 2)]),
+    Kind("all_at_once", "h264_reordered", both=[before_media(b"wide", b""), on_top(b"uuid", bytes(40))],
+         second=[reverse_tracks, renumber(5), split_media(3), wide_offsets, movie_scale(2), names(b"other ")]),
     Kind("edit_list_in_one", "h264_aac", first=[lambda f: [t.drop(b"edts") for t in f.tracks if handler_of(t) == b"vide"]]),
 ]
 
@@ -165,6 +179,13 @@ REFUSES = [
     Kind("fewer_times_than_samples", "h264_aac", second=[fewer_times], merges=False),
     Kind("encrypted_and_plain", "h264_aac", second=[set_entry(b"vide", encrypted(b"\1"))], merges=False),
     Kind("encrypted_by_other_keys", "h264_aac", first=[set_entry(b"vide", encrypted(b"\1"))], second=[set_entry(b"vide", encrypted(b"\2"))], merges=False),
+    Kind("other_picture_size_of_hevc", "hevc_hvc1", other="hevc_large", merges=False),
+    Kind("other_sound_before_the_same", "two_sounds", other="h264_aac", merges=False),
+    Kind("fewer_sizes_than_samples", "h264_aac", second=[table_data(b"vide", b"stsz", lambda d: d[:8] + p32(u32(d, 8) - 3) + d[12:])], merges=False),
+    Kind("a_table_shorter_than_its_count", "h264_aac", second=[table_data(b"vide", b"stsz", lambda d: d[:-8])], merges=False),
+    Kind("chunks_without_runs", "h264_aac", second=[table_data(b"vide", b"stsc", lambda d: p32(0, 0))], merges=False),
+    Kind("a_description_that_is_not_there", "h264_aac", second=[table_data(b"vide", b"stsc", lambda d: d[:16] + p32(9) + d[20:])], merges=False),
+    Kind("sizes_beyond_the_media", "h264_aac", second=[table_data(b"vide", b"stsz", lambda d: d[:12] + p32(1 << 30) + d[16:])], merges=False),
     Kind("inexact_media_scale", "h264_aac", second=[media_scale(b"vide", 1, exact=False)], merges=False),
     Kind("no_movie", "h264_aac", second=[lambda f: f.boxes.remove(f.movie)], merges=False),
     Kind("fragments_without_fragments", "fragments_base_moof",

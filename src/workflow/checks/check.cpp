@@ -48,6 +48,7 @@ class CheckRun {
     CheckReport report;
     fit_ = FitOf(inputs_, options_.fitting, memoryLimit_, &unread_);
     report.stopped = !CheckClips();
+    SayMemoryIsShort();
     if (!report.stopped) CheckTogether(report);
     if (IsFitted()) report.adaptations = AdaptationsOf(*fit_, inputs_);
     for (const FileFindings& file : files_) Append(report.findings, file);
@@ -80,6 +81,21 @@ class CheckRun {
       files_[i].ForgetPlaces();
     }
     return true;
+  }
+
+  // To see whether clips need to be adapted takes more memory than to merge them as they are, and
+  // how much there is must not decide which of the two is done.
+  void SayMemoryIsShort() {
+    const bool isTold = std::any_of(files_.begin(), files_.end(), [](const FileFindings& file) {
+      return std::any_of(file.All().begin(), file.All().end(), [](const Finding& finding) {
+        return finding.message == Message::kMemoryLimit;
+      });
+    });
+    if (fit_ == nullptr || fit_->IsAdapted() || isTold) return;
+    for (const FitProblem& problem : fit_->Report().problems) {
+      if (problem.kind == FitProblemKind::kMemoryLimit)
+        AddFitProblems(*fit_, problem.clip, files_[problem.clip]);
+    }
   }
 
   // A clip that could be read only the second time was not fitted, and nobody knows what of it

@@ -13,6 +13,10 @@ namespace clipchain {
 
 namespace {
 
+constexpr const char* kKeepInStep =
+    "merge without --exact and without --seams=as-they-are, which keeps the tracks in step where "
+    "one clip follows the other";
+
 // Of the tracks of a clip: when each is shown, or nothing.
 using Moments = std::vector<std::optional<Moment>>;
 using Tracks = std::vector<std::size_t>;  // by index
@@ -133,7 +137,9 @@ class Drift {
     for (std::size_t clip = 1; clip < clips_.size(); ++clip) {
       const Spread aside = SpreadOf(shifts_[clip], tracks);
       if (aside.milliseconds <= kDisturbingDrift) continue;
-      Tell(clip, aside, BeginWords(clip, aside), Severity::kWarning);
+      Tell(
+          clip, aside, BeginWords(clip, aside), Severity::kWarning,
+          "picture and sound do not wait for it; keep the clips if a program reads it beside them");
       return;
     }
   }
@@ -144,11 +150,9 @@ class Drift {
                        TrackWords(clips_[clip][spread.early]));
   }
 
-  void Tell(std::size_t clip, const Spread& spread, std::string text, Severity severity) {
-    Finding& finding =
-        findings_[clip].Add(Message::kTrackDrift, std::move(text),
-                            "merge without --exact and without --seams=as-they-are, which keeps "
-                            "the tracks in step where one clip follows the other");
+  void Tell(std::size_t clip, const Spread& spread, std::string text, Severity severity,
+            const char* remedy = kKeepInStep) {
+    Finding& finding = findings_[clip].Add(Message::kTrackDrift, std::move(text), remedy);
     finding.severity = severity;
     finding.track = clips_[clip][spread.late].id;
   }

@@ -28,6 +28,8 @@ Message MessageOf(FitProblemKind kind) {
       return Message::kMediaCutOff;
     case FitProblemKind::kMediaTimeScale:
       return Message::kMediaTimeScale;
+    case FitProblemKind::kMemoryLimit:
+      return Message::kMemoryLimit;
     case FitProblemKind::kMovieMissing:
       return Message::kMovieMissing;
     case FitProblemKind::kMovieTimeScale:
@@ -93,8 +95,10 @@ std::vector<Adapted> AdaptationsOf(const Fit& fit, const std::vector<std::string
 void AddFitProblems(const Fit& fit, std::size_t clip, FileFindings& findings) {
   // The view has other positions than the file.
   const bool knowsPlaces = std::any_of(
-      fit.Report().problems.begin(), fit.Report().problems.end(), [=](const FitProblem& problem) {
-        return problem.clip == clip && problem.kind == FitProblemKind::kSamplesOutsideMedia;
+      fit.Report().problems.begin(), fit.Report().problems.end(),
+      [&fit, clip](const FitProblem& problem) {
+        return problem.clip == clip && problem.kind == FitProblemKind::kSamplesOutsideMedia &&
+               (fit.IsNeeded() || problem.box == "moof");
       });
   if (knowsPlaces) findings.Remove(Message::kSamplesOutsideMedia);
   const Findings before = findings.All();
@@ -106,6 +110,7 @@ void AddFitProblems(const Fit& fit, std::size_t clip, FileFindings& findings) {
     if (problem.clip != clip || isTold) continue;
     Finding& finding = findings.Add(message, problem.text, problem.remedy);
     if (!IsWarning(problem.kind)) finding.severity = std::max(finding.severity, Severity::kRisk);
+    if (problem.kind == FitProblemKind::kMemoryLimit) finding.result = E_OUTOFMEMORY;
     finding.track = problem.track;
     finding.box = problem.box;
     finding.offset = problem.offset;

@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <map>
+#include <string>
+#include <utility>
 
 #include "foundation/fourcc.h"
+#include "workflow/merging/next_clip.h"
 #include "workflow/merging/sample_description.h"
 
 namespace clipchain::samples {
@@ -62,36 +65,15 @@ bool IsCompared(std::uint32_t parent, std::uint32_t type) {
   return parent == FourCc("minf") && type == FourCc("stbl");
 }
 
-// Whether a camera's box is the same but for the identifier of the clip that comes next, which is
-// that of the last clip's next one: one value of 16 bytes that another one stands for, wherever it
-// stands.
+// Whether a camera's box is the same but for the identifiers of the clip that comes next.
 bool IsSameButForNextClip(View mine, View theirs) {
-  constexpr std::size_t kSize = 16;
-  static constexpr unsigned char kCamera[kSize] = {0x85, 0xC0, 0xB6, 0x87, 0x82, 0x0F, 0x11, 0xE0,
-                                                   0x81, 0x11, 0xF4, 0xCE, 0x46, 0x2B, 0x6A, 0x48};
-  if (mine.size() != theirs.size() || mine.size() < 2 * kSize ||
-      !std::equal(std::begin(kCamera), std::end(kCamera), mine.begin()))
-    return false;
-  const auto isValueAt = [&](std::size_t at, std::size_t like) {
-    return at + kSize <= mine.size() &&
-           std::ranges::equal(mine.subspan(at, kSize), mine.subspan(like, kSize)) &&
-           std::ranges::equal(theirs.subspan(at, kSize), theirs.subspan(like, kSize));
-  };
-  const auto first = static_cast<std::size_t>(
-      std::mismatch(mine.begin(), mine.end(), theirs.begin()).first - mine.begin());
-  for (std::size_t value = std::max(first, 2 * kSize - 1) - (kSize - 1); value <= first; ++value) {
-    bool isSame = value + kSize <= mine.size();
-    for (std::size_t at = 0; isSame && at < mine.size();) {
-      if (isValueAt(at, value)) {
-        at += kSize;
-      } else {
-        isSame = mine[at] == theirs[at];
-        ++at;
-      }
-    }
-    if (isSame) return true;
-  }
-  return false;
+  if (mine.size() != theirs.size() || !IsCameras(theirs)) return false;
+  std::string ours(mine.begin(), mine.end());
+  for (const std::size_t place : NextClipPlaces(theirs))
+    std::copy_n(theirs.begin() + static_cast<std::ptrdiff_t>(place), kIdentifierSize,
+                ours.begin() + static_cast<std::ptrdiff_t>(place));
+  return std::equal(theirs.begin(), theirs.end(), ours.begin(),
+                    [](unsigned char a, char b) { return a == static_cast<unsigned char>(b); });
 }
 
 class Comparison {
@@ -111,6 +93,7 @@ class Comparison {
 
   const std::set<unsigned int>& dropped_;
   OracleFindings& findings_;
+  bool nextClipChanged_ = false;
 };
 
 Comparison::Children Comparison::ChildrenOf(std::uint32_t parent, View body) {
@@ -132,7 +115,9 @@ bool Comparison::IsSame(std::uint32_t parent, const BoxView& mine, const BoxView
     return Constant(mine.type, mine.body) == Constant(mine.type, theirs.body);
   if (std::equal(mine.body.begin(), mine.body.end(), theirs.body.begin(), theirs.body.end()))
     return true;
-  return mine.type == FourCc("uuid") && IsSameButForNextClip(mine.body, theirs.body);
+  // Of several boxes of the camera's the first one alone is changed.
+  return mine.type == FourCc("uuid") && parent == FourCc("moov") &&
+         IsSameButForNextClip(mine.body, theirs.body) && !std::exchange(nextClipChanged_, true);
 }
 
 void Comparison::Compare(std::uint32_t parent, View clip, View result, const std::string& place,

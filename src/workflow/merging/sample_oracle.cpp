@@ -6,10 +6,14 @@
 #include <cmath>
 #include <deque>
 #include <memory>
+#include <optional>
+#include <string>
+#include <utility>
 
 #include "foundation/fourcc.h"
 #include "workflow/merging/byte_ranges.h"
 #include "workflow/merging/movie_boxes.h"
+#include "workflow/merging/next_clip.h"
 #include "workflow/merging/oracle_findings.h"
 #include "workflow/merging/track_comparison.h"
 #include "workflow/merging/track_pairs.h"
@@ -78,10 +82,12 @@ class Oracle {
                    const std::vector<const TrackView*>& left);
   void CompareFirst(const SampleFile& clip, const std::vector<const TrackView*>& partners);
   bool CompareBytes(FileBytes& clip, const std::string& path);
+  bool Leads(const TrackComparison& track) const;
   void CompareShifts(std::size_t index, const SampleFile& clip);
   void Finish();
   void CompareLength(const TrackComparison& track, std::size_t index, Seconds pictures);
   void CompareDuration();
+  void CompareNext();
   Number Longer(std::size_t clip, unsigned int track) const;
 
   bool Adapted() const { return task_.intended != nullptr; }
@@ -97,7 +103,8 @@ class Oracle {
   TrackRules rules_{Adapted(), intended_.dropped};
   std::deque<TrackComparison> tracks_;
   std::unique_ptr<TrackPairs> pairs_;
-  Seconds longest_ = 0;     // that the header of a track states
+  std::optional<std::string> next_;  // what the last clip that knows it says comes next
+  Seconds longest_ = 0;              // that the header of a track states
   Seconds loose_ = 0;       // by which the headers of tracks may be wrong, as they are in the clips
   Seconds movieLoose_ = 0;  // by which those of the movies are
   Number done_ = 0;
@@ -127,6 +134,7 @@ bool Oracle::AddClip(std::size_t index) {
   ranges_.Clear();
   if (!AddTracks(index, {path, clip, ranges_})) return false;
   if (Adapted()) {
+    if (auto next = NextClipOf(clip.Movie())) next_ = std::move(next);
     CompareShifts(index, clip);
     movieLoose_ += std::abs(StatedBy(clip) - LongestOf(clip));
   }
@@ -190,32 +198,40 @@ bool Oracle::CompareBytes(FileBytes& clip, const std::string& path) {
          (everyByte || comparison_.Compare(clip, path, ranges_.Whole(), true));
 }
 
-// Tracks of a clip that are shown together there are shown together here. None waits where none
-// needs to, nor for longer than until the one that is ahead.
+// Picture and sound; all tracks where there is neither.
+bool Oracle::Leads(const TrackComparison& track) const {
+  const auto isSeenOrHeard = [](const TrackComparison& other) {
+    return other.Track().handler == FourCc("vide") || other.Track().handler == FourCc("soun");
+  };
+  return isSeenOrHeard(track) || std::none_of(tracks_.begin(), tracks_.end(), isSeenOrHeard);
+}
+
+// Tracks of a clip that are shown together there are shown together here; one of data may be later.
+// None waits where none needs to, nor for longer than until the one of those that lead that is
+// ahead.
 void Oracle::CompareShifts(std::size_t index, const SampleFile& clip) {
   if (index > 0 && intended_.apart < 0) return;
   const Seconds tick = InSeconds(1, clip) + InSeconds(1, result_);
   const TrackComparison* least = nullptr;
   const TrackComparison* most = nullptr;
-  const TrackComparison* ahead = nullptr;  // of those that did not wait
-  const TrackComparison* waits = nullptr;  // one that did
+  const TrackComparison* waits = nullptr;  // the one that did and is shown latest
+  Seconds coarse = 0;                      // the longest tick of those
   Seconds first = 0;                       // where the tracks would be without waiting
   Seconds last = 0;
   for (const TrackComparison& track : tracks_) {
     if (!track.IsShown()) continue;
     const Seconds before = track.Shift() - track.Waited();
+    const bool leads = Leads(track);
     first = least == nullptr ? before : std::min(first, before);
-    last = least == nullptr ? before : std::max(last, before);
+    if (leads) last = most == nullptr ? before : std::max(last, before);
     if (least == nullptr || track.Shift() < least->Shift()) least = &track;
-    if (most == nullptr || track.Shift() > most->Shift()) most = &track;
-    if (track.Waited() > 0) {
-      waits = &track;
-    } else if (ahead == nullptr || track.Shift() > ahead->Shift()) {
-      ahead = &track;
-    }
+    if (leads && (most == nullptr || track.Shift() > most->Shift())) most = &track;
+    if (track.Waited() <= 0) continue;
+    if (waits == nullptr || track.Shift() > waits->Shift()) waits = &track;
+    coarse = std::max(coarse, 1 / static_cast<Seconds>(std::max<Number>(track.Track().scale, 1)));
   }
   if (least == nullptr) return;
-  const Seconds apart = most->Shift() - least->Shift();
+  const Seconds apart = most != nullptr ? most->Shift() - least->Shift() : 0;
   const Seconds allowed = index == 0 ? 0 : static_cast<Seconds>(intended_.apart);
   if (apart > allowed + tick)
     findings_.Differs(most->Track().id, "moov",
@@ -224,7 +240,7 @@ void Oracle::CompareShifts(std::size_t index, const SampleFile& clip) {
                                   least->Track().id, Shown(task_.inputs[index])));
   if (waits == nullptr) return;
   // Half a frame apart is far enough to wait, whatever a frame is rounded to.
-  const bool tooLong = ahead == nullptr || most->Shift() > ahead->Shift() + tick;
+  const bool tooLong = waits->Shift() > last + tick + coarse;
   if (tooLong || last - first + tick < allowed * 2 / 5)
     findings_.Differs(
         waits->Track().id, "moov",
@@ -241,6 +257,14 @@ void Oracle::Finish() {
   if (!Adapted()) return;
   for (std::size_t i = 0; i < tracks_.size(); ++i) CompareLength(tracks_[i], i, pictures);
   CompareDuration();
+  CompareNext();
+}
+
+// The result is continued by what continues the last clip.
+void Oracle::CompareNext() {
+  const auto found = NextClipOf(result_.Movie());
+  if (found && found != next_)
+    findings_.Differs(0, "moov/uuid", "says that another clip comes next than the last clip says");
 }
 
 // No track needs to be shown longer than the pictures are. What headers state is as exact as it is

@@ -1,6 +1,7 @@
 #include "workflow/merging/shown_times.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace clipchain::samples {
 
@@ -13,21 +14,47 @@ Seconds InSeconds(Seconds ticks, Number scale) {
   return ticks / static_cast<Seconds>(std::max<Number>(scale, 1));
 }
 
+constexpr long long kNothing = -1;
+
+// Parts that follow each other without a gap, to within what a tick of either clock is rounded to,
+// are one. Its length; nothing where they do not.
+std::optional<Seconds> LengthFrom(const SampleFile& file, const TrackView& track, std::size_t at) {
+  const Seconds tick = InSeconds(1, track.scale) + InSeconds(1, file.Scale());
+  const Seconds begin = InSeconds(static_cast<Seconds>(track.edits[at].start), track.scale);
+  Seconds length = 0;
+  for (std::size_t i = at; i < track.edits.size(); ++i) {
+    const Edit& edit = track.edits[i];
+    if (edit.start == kNothing) {
+      const bool isEnd =
+          std::all_of(track.edits.begin() + static_cast<std::ptrdiff_t>(i), track.edits.end(),
+                      [](const Edit& other) { return other.start == kNothing; });
+      return isEnd ? std::optional(length) : std::nullopt;
+    }
+    const Seconds gap = InSeconds(static_cast<Seconds>(edit.start), track.scale) - begin - length;
+    const bool isOpen = edit.length == 0 && track.edits.size() > at + 1;
+    if (edit.start < 0 || edit.rate != kNormalRate || isOpen || gap > tick || -gap > tick)
+      return std::nullopt;
+    length += InSeconds(static_cast<Seconds>(edit.length), file.Scale());
+  }
+  return length;
+}
+
 }  // namespace
 
 Showing ShowingOf(const SampleFile& file, const TrackView& track) {
   Showing showing;
   std::size_t at = 0;
-  while (at < track.edits.size() && track.edits[at].start == -1)
+  while (at < track.edits.size() && track.edits[at].start == kNothing)
     showing.delay += InSeconds(static_cast<Seconds>(track.edits[at++].length), file.Scale());
   if (at == track.edits.size()) {
     showing.inARow = track.edits.empty();
     return showing;
   }
   const Edit& edit = track.edits[at];
-  showing.inARow = at + 1 == track.edits.size() && edit.start >= 0 && edit.rate == kNormalRate;
+  const auto length = LengthFrom(file, track, at);
+  showing.inARow = length.has_value();
   showing.begin = InSeconds(static_cast<Seconds>(edit.start), track.scale);
-  showing.length = InSeconds(static_cast<Seconds>(edit.length), file.Scale());
+  showing.length = length.value_or(0);
   // In a file of fragments nobody knew how much there would be.
   showing.toEnd = edit.length == 0;
   return showing;

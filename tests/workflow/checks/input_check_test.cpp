@@ -220,12 +220,28 @@ TEST_F(CheckInput, NamesTheFileThatExceedsTheMemory) {
   const std::string a = Put("a", EvenClip(1));
   const std::string b = Put("b", EvenClip(2));
   clipchain::CheckOptions options;
+  options.fitting.exact = true;
   options.memoryLimit = 60'000;
   EXPECT_THAT(NamesOf(clipchain::Check({a, b}, options)), IsEmpty());
   options.memoryLimit = 30'000;
   const Finding finding = Only(clipchain::Check({a, b}, options), Message::kMemoryLimit);
   EXPECT_EQ(b, finding.path);
   EXPECT_THAT(finding.text, HasSubstr("30000 are allowed"));
+  EXPECT_EQ(Severity::kRefusal, finding.severity);
+}
+
+// What is enough to merge clips as they are is too little to see whether that loses something.
+TEST_F(CheckInput, MergesNothingUnadaptedForWantOfMemory) {
+  MovieBuilder clip = EvenClip(1);
+  clip.tracks[0].extraTableBoxes = support::FullBox("subs", 0, 0, {support::U32(0)});
+  const std::vector<std::string> inputs{Put("a", clip), Put("b", clip)};
+  clipchain::CheckOptions options;
+  EXPECT_FALSE(clipchain::Check(inputs, options).adaptations.empty());
+  options.memoryLimit = 60'000;
+  const CheckReport report = clipchain::Check(inputs, options);
+  EXPECT_TRUE(report.adaptations.empty());
+  const Finding finding = Only(report, Message::kMemoryLimit);
+  EXPECT_THAT(finding.text, HasSubstr("60000 are allowed"));
   EXPECT_EQ(Severity::kRefusal, finding.severity);
 }
 
@@ -249,6 +265,7 @@ TEST_F(CheckInput, KeepsToTheMemoryThatIsAllowed) {
   for (const MovieBuilder& clip : {small, tracks, wrong, samples, descriptors}) {
     const std::vector<std::string> inputs = {Put("clip", clip)};
     clipchain::CheckOptions options;
+    options.fitting.exact = true;
     options.memoryLimit = 1;
     Finding refused = Only(clipchain::Check(inputs, options), Message::kMemoryLimit);
     // The bytes alone are said first, where these are too many.

@@ -15,6 +15,7 @@
 #include "support/result_matchers.h"
 #include "support/table_bytes.h"
 #include "support/temp_dir.h"
+#include "support/vendor_box.h"
 #include "workflow/system/files.h"
 
 using namespace clipchain;
@@ -219,6 +220,31 @@ TEST_F(SampleOracle, FindsEveryByteOfTheMovieThatChanged) {
   EXPECT_EQ(expected, missed);
 }
 
+// A camera's box changes in one place alone, which must say what the last clip says.
+TEST_F(SampleOracle, ProvesWhichClipComesNext) {
+  using support::Id;
+  const auto clip = [](std::uint8_t number) {
+    const auto id = [number](int step) { return Id(static_cast<std::uint8_t>(number + step)); };
+    return support::WithVendorBox(support::Clip(7, number).Build(),
+                                  support::VendorBox{id(0), id(1), id(-1), {}});
+  };
+  Bytes merged = Merge({clip(3), clip(4)});
+  EXPECT_EQ("", Words(Look(merged)));
+  const auto isAt = [&merged](std::uint8_t number) {
+    const Bytes id = support::GuidBytes(Id(number));
+    return static_cast<std::size_t>(
+        std::search(merged.begin(), merged.end(), id.begin(), id.end()) - merged.begin());
+  };
+  ASSERT_LT(isAt(5), merged.size());
+  ExpectFinding(Flipped(merged, isAt(5)), Message::kResultDiffers, "moov/uuid",
+                "another clip comes next");
+  ExpectFinding(Flipped(merged, isAt(3)), Message::kResultDiffers, "moov/uuid",
+                "as the first clip has it");
+  // Nobody but the clip before the first one comes before it.
+  ExpectFinding(Flipped(merged, isAt(2) + 15), Message::kResultDiffers, "moov/uuid",
+                "as the first clip has it");
+}
+
 TEST_F(SampleOracle, ReadsSamplesOutOfFragments) {
   const support::Track first = Pictures(7, 1);
   const support::Track second = Pictures(5, 2);
@@ -315,6 +341,27 @@ TEST_F(SampleOracle, LetsATrackWaitAsLongAsItMust) {
   ExpectFinding(waiting(0, 0), Message::kResultDiffers, "moov", "61.3 ms later beside track 2");
   ExpectFinding(waiting(4000, 0), Message::kResultDiffers, "moov", "which it need not");
   ExpectFinding(waiting(2944, 5), Message::kResultDiffers, "stts", "longer than the last clip");
+}
+
+// Nobody waits for a track of data that is ahead.
+TEST_F(SampleOracle, LetsATrackOfDataStayAhead) {
+  const support::Track pictures = Pictures(30, 1);
+  support::Track notes = support::TimecodeTrack({support::U32(1)});
+  notes.stts = {{1, 60000}};
+  notes.mediaDuration = 60000;
+  const auto clip = [&] { return support::MovieBuilder().Add(pictures).Add(notes).Build(); };
+  Clips({clip(), clip()});
+  intended.apart = 1024.0 / 48000;
+  intended.stretches = {{0, 1, 30000}};
+  const auto joined = [&](std::uint32_t longer) {
+    support::Track track = Both(pictures, pictures);
+    track.mediaDuration += longer;
+    track.movieDuration += longer / 50;
+    track.stts = {{29, 1000}, {1, 1000 + longer}, {30, 1000}};
+    return support::MovieBuilder().Add(track).Add(Both(notes, notes)).Build();
+  };
+  EXPECT_EQ("", Words(Look(joined(0))));
+  ExpectFinding(joined(30000), Message::kResultDiffers, "moov", "which it need not");
 }
 
 // What is declared about bit rates may differ between clips; the result declares the most.
