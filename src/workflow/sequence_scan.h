@@ -56,8 +56,8 @@ struct ScanOptions {
 
 struct ScanReport {
   std::vector<SequenceReport> sequences;  // roughly in the order of their dates
-  // Clips that could not be registered, in order; behind them those that were, and could not be
-  // read once more for their card.
+  // Clips that could not be registered, not even as a merge takes them adapted, in order; behind
+  // them those that were, and could not be read once more for their card.
   std::vector<RejectedClip> rejected;
   bool joined = false;      // whether salvage joined two sequences
   HRESULT salvaged = S_OK;  // what kept salvage from reading a timecode

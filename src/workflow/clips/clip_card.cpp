@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <span>
 
 #include "box/header_boxes.h"
@@ -9,6 +10,7 @@
 #include "foundation/strings.h"
 #include "reader/mp4_file.h"
 #include "reader/typed_views.h"
+#include "workflow/clips/adapted_clip.h"
 #include "workflow/clips/camera_notes.h"
 #include "workflow/clips/jpeg.h"
 
@@ -45,9 +47,11 @@ void ReadDuration(MP4G::CMovieBox& movie, ClipCard& card) {
 HRESULT ReadClipCard(const std::string& path, ClipCard& card) {
   card = {};
   MP4G::CMp4File file;
-  RETURN_IF_NOT_OK(file.SetFile(QUIRVA::WidePathFromBytes(path).c_str()));
-  MP4G::CMovieBox* movie = file.GetMovieBox();
-  RETURN_IF(movie == nullptr, E_BAD_DATA);
+  const HRESULT result = file.SetFile(QUIRVA::WidePathFromBytes(path).c_str());
+  std::optional<AdaptedClip> adapted;
+  if (result != S_OK) adapted.emplace(path);
+  MP4G::CMovieBox* movie = adapted ? adapted->Movie() : file.GetMovieBox();
+  RETURN_IF(movie == nullptr, result != S_OK ? result : E_BAD_DATA);
   ReadDuration(*movie, card);
   ReadThumbnail(*movie, card);
   return S_OK;

@@ -1,10 +1,14 @@
 #include "workflow/sequence_scan.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <memory>
 
 #include "clip/sequence.h"
 #include "clip/sequence_creator.h"
 #include "foundation/strings.h"
+#include "workflow/clips/adapted_clip.h"
 #include "workflow/clips/clip_date.h"
 
 namespace clipchain {
@@ -58,6 +62,27 @@ class Looks {
   std::size_t count_ = 0;
 };
 
+using SequencePtr = QUIRVA::ComPtr<MP4G::CMp4Sequence>;
+
+// Registers a clip that a merge takes adapted, with what the engine reads off it then. False: there
+// is no such clip.
+bool RegisterAdapted(const std::string& path, MP4G::CSequenceCreator& creator) {
+  const AdaptedClip adapted(path);
+  struct stat status;
+  if (adapted.Movie() == nullptr || ::stat(path.c_str(), &status) != 0) return false;
+  auto clip = std::make_unique<MP4G::CVireoMp4>(creator.volume);
+  SequencePtr sequence;
+  if (clip->ParseMovieBox(adapted.Movie()) != S_OK) return false;
+  if (creator.PrepareEmptySequence(sequence.Receive()) != S_OK) return false;
+  clip->path = QUIRVA::WidePathFromBytes(path);
+  clip->fileSize = status.st_size;
+  if (!sequence || sequence->TransferMp4(clip.get()) != S_OK) return false;
+  clip.release();
+  MP4G::CMp4Sequence* registered = sequence.Detach();
+  creator.InsertSequenceToListWithTimesort(registered);
+  return creator.ContinueConnecting(registered) == S_OK;
+}
+
 bool Register(const std::vector<Volume>& volumes, MP4G::CSequenceCreator& creator, Looks& looks,
               ScanReport& report) {
   for (const Volume& volume : volumes) {
@@ -65,7 +90,8 @@ bool Register(const std::vector<Volume>& volumes, MP4G::CSequenceCreator& creato
       if (!looks.Next()) return false;
       const std::wstring wide = QUIRVA::WidePathFromBytes(path);
       const HRESULT result = creator.RegisterMp4(wide.c_str(), _GUID{}, _GUID{});
-      if (result != S_OK) report.rejected.push_back({path, result});
+      if (result != S_OK && !RegisterAdapted(path, creator))
+        report.rejected.push_back({path, result});
     }
     ++creator.volume;
   }
