@@ -76,20 +76,26 @@ std::size_t UnreadableClips(const JoinPlan& plan) {
       [](const Finding& finding) { return finding.message == Message::kInputUnreadable; }));
 }
 
-// What the next grade would add: "--accept likely would join 2 recordings of 5 clips". Empty if no
-// proposal is left.
+// What the next grade would add: "--accept likely would join 2 recordings of 5 clips", and which
+// of them are not complete. Empty if no proposal is left.
 std::string MoreWords(const JoinPlan& plan) {
   for (const Grade grade : {Grade::kCertain, Grade::kLikely, Grade::kPossible}) {
     std::size_t recordings = 0;
+    std::size_t incomplete = 0;
     std::size_t clips = 0;
     for (const PlannedProposal& planned : plan.proposed) {
       if (planned.accepted || planned.proposal.grade != grade) continue;
       ++recordings;
+      if (!planned.proposal.complete) ++incomplete;
       clips += planned.proposal.clips.size();
     }
     if (recordings == 0) continue;
-    return fmt::format("--accept {} would join {} recording{} of {} clips\n", GradeName(grade),
-                       recordings, recordings == 1 ? "" : "s", clips);
+    const bool isAll = incomplete == recordings;
+    return fmt::format("--accept {}{} would join {} recording{} of {} clips{}\n", GradeName(grade),
+                       isAll ? " --incomplete" : "", recordings, recordings == 1 ? "" : "s", clips,
+                       isAll || incomplete == 0
+                           ? ""
+                           : fmt::format(", {} of them with --incomplete alone", incomplete));
   }
   return "";
 }

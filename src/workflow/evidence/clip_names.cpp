@@ -170,6 +170,13 @@ NumberOrder OrderOfNumbers(std::string_view before, std::string_view behind) {
   return isNext ? NumberOrder::kNextRecording : NumberOrder::kFalls;
 }
 
+bool MayBeNumbered(std::string_view a, std::string_view b) {
+  Run first;
+  Run second;
+  return DifferInOne(a, b, first, second) && MayRun(first) && MayRun(second) && first.width >= 2 &&
+         second.width >= 2;
+}
+
 unsigned int LeadingChapter(std::string_view name) {
   const std::vector<Run> runs = RunsOf(name);
   if (runs.size() != 1 || !MayRun(runs[0]) || runs[0].width != 6) return 0;

@@ -29,6 +29,10 @@ enum class NumberOrder {
 };
 NumberOrder OrderOfNumbers(std::string_view before, std::string_view behind);
 
+// Whether a camera may have numbered two clips by these names: they are equal but for a number of
+// two digits or more that is no part of a date. "(1)" stands behind what a system copies.
+bool MayBeNumbered(std::string_view a, std::string_view b);
+
 // The number of the chapter, where it stands directly in front of the number of a recording; 0
 // where the name has no such form.
 unsigned int LeadingChapter(std::string_view name);

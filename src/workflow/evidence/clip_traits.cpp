@@ -5,8 +5,12 @@
 #include <algorithm>
 #include <limits>
 #include <span>
+#include <utility>
 
 #include "adapt/fields.h"
+#include "adapt/fit_clip.h"
+#include "adapt/fit_report.h"
+#include "adapt/fragments.h"
 #include "adapt/raw_boxes.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
@@ -26,6 +30,9 @@ using QUIRVA::be64;
 
 // A movie box that is larger is refused by the engine, too.
 constexpr long long kMostMovieBytes = 1LL << 31;
+// A picture of a time-lapse is shown for a while; a sample that lasts longer holds more.
+constexpr Nanoseconds kLongestPicture = 60 * kSecond;
+constexpr Nanoseconds kFewestFrames = kSecond / 24;
 constexpr double kLongestClip = 1e7;  // seconds; what is longer is no duration
 
 // Two sums that share nothing but their form, eight bytes at a time.
@@ -77,6 +84,14 @@ std::uint64_t SamplesOf(const RawBox& track) {
   return field;
 }
 
+// Of one picture, on average, rounded up: a length that is one frame off is off by no more.
+Nanoseconds FrameOf(const Pictures& pictures) {
+  const auto count = static_cast<Nanoseconds>(pictures.count);
+  if (count == 0) return 0;
+  return count == 1 ? std::min(pictures.length, kFewestFrames)
+                    : (pictures.length + count - 1) / count;
+}
+
 std::optional<Nanoseconds> LengthOf(const RawBox* header) {
   if (header == nullptr) return std::nullopt;
   const TimeHeader time = ReadTimeHeader(*header).value_or(TimeHeader{});
@@ -101,9 +116,18 @@ void ReadTimes(const RawBox& movie, ClipTraits& traits, Pictures& pictures) {
   }
   traits.length = LengthOf(media);
   pictures = {SamplesOf(*video), traits.length.value_or(0)};
-  traits.isPicture = pictures.count == 1;
-  if (pictures.count != 0)
-    traits.frame = pictures.length / static_cast<Nanoseconds>(pictures.count);
+  traits.isPicture = pictures.count == 1 && pictures.length < kLongestPicture;
+  traits.frame = FrameOf(pictures);
+}
+
+// The movie with the samples of its fragments in its tables; as it is where that can't be made.
+RawBox WithFragments(const std::string& path, RawBox movie) {
+  FitClips clips;
+  clips.emplace_back(path);
+  FitReport report;
+  if (!clips.front().Open(0, report)) return movie;
+  MakeFragments()->Adapt(clips, report);
+  return report.Refused() ? std::move(movie) : std::move(clips.front().movie);
 }
 
 }  // namespace
@@ -122,6 +146,12 @@ std::optional<ClipTraits> ReadClipTraits(const std::string& path, unsigned int v
   traits.volume = volume;
   traits.size = clip.Size();
   traits.movieDigest = DigestOf(bytes);
+  if (movie.Child(FourCc("mvex")) != nullptr) {
+    movie = WithFragments(path, std::move(movie));
+    Bytes whole;
+    movie.Write(whole);
+    traits.movieDigest = DigestOf(whole);
+  }
   traits.description = DescriptionOf(movie);
   Pictures pictures;
   ReadTimes(movie, traits, pictures);

@@ -41,7 +41,7 @@ struct ClipTraits {
   unsigned int volume = 0;    // the card that it lies on
   long long size = 0;         // of the file, in bytes
   std::string description{};  // equal in clips that fit each other
-  bool isPicture = false;     // its video is a single picture, or it has none
+  bool isPicture = false;     // its video is a single picture
   // Tell a movie box from any other one.
   std::array<std::uint64_t, 2> movieDigest{};
   std::optional<Nanoseconds> length{};  // of the video, if it is known

@@ -8,7 +8,9 @@
 #include <string>
 
 #include "clip/mp4_util.h"
+#include "workflow/evidence/clip_names.h"
 #include "workflow/system/files.h"
+#include "workflow/system/part_name.h"
 
 namespace clipchain {
 
@@ -26,7 +28,8 @@ bool IsNextTo(const std::vector<NextClip>& next, std::size_t clip) {
 
 // The name with its numbers left out: what the clips of one series have in common.
 std::string SeriesOf(const FamilyClip& clip) {
-  std::string series = clip.folder + '/';
+  const bool isNumbered = FolderNumber(NameOf(clip.folder)) != 0;
+  std::string series = (isNumbered ? FolderOf(clip.folder) : clip.folder) + '/';
   for (const char c : clip.name) {
     if (c < '0' || c > '9') series += c;
   }
@@ -122,6 +125,43 @@ Custom CustomFor(const Family& family, std::size_t before, std::size_t behind) {
   return first == Custom::kUnknown ? second : Custom::kTied;
 }
 
+// Those that it may be where it is not known.
+std::vector<Custom> CustomsFor(const Family& family, std::size_t before, std::size_t behind) {
+  std::vector<Custom> customs = family.CardOf(before).customs;
+  const std::vector<Custom>& others = family.CardOf(behind).customs;
+  customs.insert(customs.end(), others.begin(), others.end());
+  return customs;
+}
+
+ClockVerdict JudgeByCustom(const FamilyClip& first, const FamilyClip& second, Custom custom) {
+  ClockVerdict verdict;
+  verdict.custom = custom;
+  verdict.rises = *second.time > *first.time;
+  const std::string names[] = {Shown(first.name), Shown(second.name)};
+  if (custom == Custom::kOne) {
+    verdict.evidence.agrees = first.time == second.time;
+    verdict.evidence.text =
+        *verdict.evidence.agrees
+            ? fmt::format("{} has the time of {}, as chapters have here", names[1], names[0])
+            : fmt::format("{} has another time than {}", names[1], names[0]);
+    return verdict;
+  }
+  const auto end = EndOf(first, custom);
+  const auto begin = BeginOf(second, custom);
+  if (!end || !begin || !first.traits->length)
+    return Silent(verdict, "how long the clips run is not known");
+  // A second is no distance in time to a clip that is no longer.
+  if (*first.traits->length <= kSecond)
+    return Silent(verdict, fmt::format("{} is too short for a clock of seconds", names[0]));
+  const Nanoseconds gap = *begin - *end;
+  verdict.evidence.agrees = std::abs(gap) <= kClockSlack;
+  verdict.gapIsClip =
+      !*verdict.evidence.agrees && std::abs(gap - *first.traits->length) <= kClockSlack;
+  verdict.evidence.text = fmt::format("{} begins {} {} {} ends", names[1], SecondsWords(gap),
+                                      gap < 0 ? "before" : "after", names[0]);
+  return verdict;
+}
+
 }  // namespace
 
 std::optional<std::int64_t> UsableTime(std::uint64_t created) {
@@ -164,70 +204,61 @@ void DropSharedTimes(Family& family) {
         const FamilyClip& clip = family.clips[i];
         (HasNumber(clip) ? series[SeriesOf(clip)] : unnumbered).push_back(i);
       }
-      for (const auto& [name, members] : series) {
-        if (AreApart(family, members))
-          unusable.insert(unusable.end(), members.begin(), members.end());
-      }
-      if (StopApart(family, unnumbered))
-        unusable.insert(unusable.end(), unnumbered.begin(), unnumbered.end());
+      // A clock that stands still for some of them does so for all.
+      const bool isStill = StopApart(family, unnumbered) ||
+                           std::any_of(series.begin(), series.end(), [&](const auto& members) {
+                             return AreApart(family, members.second);
+                           });
+      if (isStill) unusable.insert(unusable.end(), clips.begin(), clips.end());
     }
   }
   for (const std::size_t i : unusable) family.clips[i].time.reset();
 }
 
-ClockCustom CustomOf(const Family& family, const FamilyCard& card) {
+void NoteCustom(const Family& family, FamilyCard& card) {
+  card.custom = Custom::kUnknown;
   for (const bool throughHoles : {false, true}) {
     Explained best;
-    Custom custom = Custom::kUnknown;
     for (const Custom candidate : kCustoms) {
       Explained explained = Explain(family, card, candidate, throughHoles);
       if (explained.count == 0 || explained.count < best.count) continue;
       if (explained.count > best.count) {
-        custom = candidate;
-      } else if (explained.continuations != best.continuations) {
-        custom = Custom::kTied;
+        card.customs = {candidate};
+        best = std::move(explained);
+        card.custom = candidate;
+      } else {
+        card.customs.push_back(candidate);
+        if (explained.continuations != best.continuations) card.custom = Custom::kTied;
       }
-      best = std::move(explained);
     }
-    if (custom != Custom::kUnknown) return custom;
+    if (card.custom != Custom::kUnknown) return;
   }
-  return Custom::kUnknown;
+  card.customs.assign(std::begin(kCustoms), std::end(kCustoms));
 }
 
 ClockVerdict JudgeClock(const Family& family, std::size_t before, std::size_t behind) {
   ClockVerdict verdict;
   const FamilyClip& first = family.clips[before];
   const FamilyClip& second = family.clips[behind];
-  const std::string names[] = {Shown(first.name), Shown(second.name)};
   for (const FamilyClip* clip : {&first, &second}) {
     if (!clip->time)
       return Silent(verdict, fmt::format("the time in {} says nothing", Shown(clip->name)));
   }
-  verdict.rises = *second.time > *first.time;
   verdict.custom = CustomFor(family, before, behind);
-  if (verdict.custom == Custom::kUnknown || verdict.custom == Custom::kTied)
-    return Silent(verdict, "of which moment of a clip the times are is not clear");
-  if (verdict.custom == Custom::kOne) {
-    verdict.evidence.agrees = first.time == second.time;
-    verdict.evidence.text =
-        *verdict.evidence.agrees
-            ? fmt::format("{} has the time of {}, as chapters have here", names[1], names[0])
-            : fmt::format("{} has another time than {}", names[1], names[0]);
-    return verdict;
+  verdict.rises = *second.time > *first.time;
+  if (verdict.custom != Custom::kUnknown && verdict.custom != Custom::kTied)
+    return JudgeByCustom(first, second, verdict.custom);
+  // Whichever it is may not matter: clips that lie far apart do so by all of them.
+  bool areApart = true;
+  for (const Custom custom : CustomsFor(family, before, behind)) {
+    const ClockVerdict judged = JudgeByCustom(first, second, custom);
+    if (judged.evidence.agrees != false || judged.gapIsClip) areApart = false;
   }
-  const auto end = EndOf(first, verdict.custom);
-  const auto begin = BeginOf(second, verdict.custom);
-  if (!end || !begin || !first.traits->length)
-    return Silent(verdict, "how long the clips run is not known");
-  // A second is no distance in time to a clip that is no longer.
-  if (*first.traits->length <= kSecond)
-    return Silent(verdict, fmt::format("{} is too short for a clock of seconds", names[0]));
-  const Nanoseconds gap = *begin - *end;
-  verdict.evidence.agrees = std::abs(gap) <= kClockSlack;
-  verdict.gapIsClip =
-      !*verdict.evidence.agrees && std::abs(gap - *first.traits->length) <= kClockSlack;
-  verdict.evidence.text = fmt::format("{} begins {} {} {} ends", names[1], SecondsWords(gap),
-                                      gap < 0 ? "before" : "after", names[0]);
+  if (!areApart) return Silent(verdict, "of which moment of a clip the times are is not clear");
+  verdict.evidence.agrees = false;
+  verdict.evidence.text = fmt::format(
+      "{} is not of the time at which {} ends, whichever moment of a clip its time is of",
+      Shown(second.name), Shown(first.name));
   return verdict;
 }
 

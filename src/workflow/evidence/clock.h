@@ -26,8 +26,8 @@ std::optional<Nanoseconds> EndOf(const FamilyClip& clip, ClockCustom custom);
 // and numbers must be there.
 void DropSharedTimes(Family& family);
 
-// The custom under which most clips of the card that stop at a limit are continued.
-ClockCustom CustomOf(const Family& family, const FamilyCard& card);
+// Notes the custom under which most clips of the card that stop at a limit are continued.
+void NoteCustom(const Family& family, FamilyCard& card);
 
 struct ClockVerdict {
   Evidence evidence{EvidenceKind::kClock};

@@ -7,9 +7,10 @@
 
 namespace clipchain {
 
-// Equal for movies that have the same tracks in the same order: kinds, time scales and sample
-// descriptions. What a description declares about bit rates and buffers is left out, for each
-// chapter of a recording has its own.
+// Equal for movies that fit each other, adapted or not, by their tracks: the same kinds, time
+// scales and sample descriptions in any order. What a description declares about bit rates and
+// buffers is left out, for each chapter of a recording has its own, and so is the form of all
+// tables.
 std::string DescriptionOf(const RawBox& movie);
 
 }  // namespace clipchain

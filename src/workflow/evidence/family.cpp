@@ -53,7 +53,9 @@ class NameIndex {
     const unsigned int number = FolderNumber(NameOf(folder));
     const auto next =
         folders_.find({std::filesystem::path(folder).parent_path().string(), number + 1});
-    if (number == 0 || next == folders_.end()) return;
+    // A camera makes one of them.
+    constexpr std::size_t kMostFolders = 16;
+    if (number == 0 || next == folders_.end() || next->second.size() > kMostFolders) return;
     for (const std::string& other : next->second) look(other);
   }
 
@@ -194,7 +196,7 @@ Family MakeFamily(std::vector<FamilyClip> clips) {
   for (const FamilyCard& card : family.cards) NoteRenumbering(family, card);
   DropSharedTimes(family);
   IndexTimes(family);
-  for (FamilyCard& card : family.cards) card.custom = CustomOf(family, card);
+  for (FamilyCard& card : family.cards) NoteCustom(family, card);
   for (FamilyCard& card : family.cards) {
     DropChanceLimits(family, card);
     NoteStops(family, card);

@@ -51,6 +51,8 @@ struct FamilyCard {
   std::vector<std::size_t> clips{};
   std::vector<Limit> limits{};
   ClockCustom custom = ClockCustom::kUnknown;
+  // Those that it may be: where it is known, that one.
+  std::vector<ClockCustom> customs{};
   bool timecodesAlike = false;  // all begin with the same one
   bool timecodeCounts = false;  // it runs on over clips that everything else separates
   std::unordered_map<std::string, PlaceFacts> places{};

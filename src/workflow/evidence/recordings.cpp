@@ -4,13 +4,13 @@
 
 #include <algorithm>
 #include <map>
-#include <set>
 #include <tuple>
 #include <unordered_map>
 #include <utility>
 
 #include "workflow/evidence/chains.h"
 #include "workflow/evidence/clip_names.h"
+#include "workflow/evidence/copies.h"
 #include "workflow/evidence/family.h"
 #include "workflow/evidence/identity.h"
 #include "workflow/evidence/link.h"
@@ -22,65 +22,13 @@ namespace clipchain {
 
 namespace {
 
-std::string FolderAbove(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? "" : path.substr(0, slash);
-}
-
-// Which units are copies of one another: for each the first of them, and for that all of them.
-class Copies {
- public:
-  explicit Copies(const std::vector<EvidenceUnit>& units) : units_(units) {
-    using Key = std::tuple<long long, std::uint64_t, std::uint64_t>;
-    std::map<Key, std::size_t> firsts;
-    for (std::size_t i = 0; i < units.size(); ++i) {
-      const ClipTraits& clip = units[i].ends.front();
-      const Key key{clip.size, clip.movieDigest[0], clip.movieDigest[1]};
-      const std::size_t first = units[i].identified ? i : firsts.try_emplace(key, i).first->second;
-      all_[first].push_back(i);
-    }
-  }
-
-  // Empty for one that is a copy of another one.
-  const std::vector<std::size_t>& Of(std::size_t unit) const {
-    static const std::vector<std::size_t> kNone;
-    const auto found = all_.find(unit);
-    return found != all_.end() ? found->second : kNone;
-  }
-
-  // The copies that lie together, as far as they do.
-  std::vector<std::size_t> InOneFolder(std::vector<std::size_t> chain) const {
-    std::map<std::string, std::size_t> folders;
-    for (const std::size_t unit : chain) {
-      std::set<std::string> own;
-      for (const std::size_t copy : Of(unit)) own.insert(FolderOf(copy));
-      for (const std::string& folder : own) ++folders[folder];
-    }
-    for (std::size_t& unit : chain) {
-      const auto& copies = Of(unit);
-      unit = *std::max_element(copies.begin(), copies.end(), [&](std::size_t a, std::size_t b) {
-        return folders[FolderOf(a)] < folders[FolderOf(b)];
-      });
-    }
-    return chain;
-  }
-
- private:
-  std::string FolderOf(std::size_t unit) const {
-    return FolderAbove(units_[unit].ends.front().path);
-  }
-
-  const std::vector<EvidenceUnit>& units_;
-  std::map<std::size_t, std::vector<std::size_t>> all_;
-};
-
 FamilyClip MemberOf(const EvidenceUnit& unit, std::size_t index, bool isHead, bool isTail) {
   FamilyClip clip;
   clip.traits = isHead ? &unit.ends.front() : &unit.ends.back();
   clip.unit = index;
   clip.mayFollow = isHead && unit.openAtHead;
   clip.mayBeFollowed = isTail && unit.openAtTail;
-  clip.folder = FolderAbove(clip.traits->path);
+  clip.folder = FolderOf(clip.traits->path);
   clip.name = NameOf(clip.traits->path);
   return clip;
 }
@@ -97,7 +45,7 @@ std::vector<Family> FamiliesOf(const std::vector<EvidenceUnit>& units, const Cop
         members[unit.ends.front().description].emplace_back(MemberOf(unit, i, true, isOne));
     for (const std::size_t copy : copies.Of(i)) {
       const std::string& path = units[copy].ends.front().path;
-      if (copy != i) head.copies.emplace_back(FolderAbove(path), NameOf(path));
+      if (copy != i) head.copies.emplace_back(FolderOf(path), NameOf(path));
     }
     if (!isOne) members[unit.ends.back().description].push_back(MemberOf(unit, i, false, true));
   }
@@ -183,13 +131,15 @@ class Completeness {
   // Whether one of those may stand in front of the chain: nothing speaks against it but that there
   // is no order.
   bool MayBeLateHalf(const Chain& chain) const {
+    const std::size_t end = chain.units.back();
     const UnitLink& first = chain.links.front();
     const Family& family = families_[first.family];
     const std::size_t head = first.link.before;
     constexpr std::size_t kMost = 16;
     std::size_t count = 0;
     for (const std::size_t clip : LooseOn(first.family, family.clips[head].card, GradeOf(chain))) {
-      if (clip == head) continue;
+      // Of the chain itself only the last clip is followed by none.
+      if (clip == head || family.clips[clip].unit == end) continue;
       if (++count > kMost) return true;
       const LinkEvidence all = JudgeLink(family, clip, head).evidence;
       if (std::none_of(all.begin(), all.end(),

@@ -15,6 +15,8 @@
 namespace fs = std::filesystem;
 using nlohmann::json;
 using support::Finished;
+using support::operator+;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -122,12 +124,35 @@ TEST_F(Proposals, WithAHoleNeedToBeAllowedTo) {
   Put("card/MOVI0012.MP4", 0, 1800);
   Put("card/MOVI0013.MP4", 60, 1800);
   Put("card/MOVI0015.MP4", 180, 200);
-  EXPECT_EQ(Join({}).exitCode, 0);
+  const Finished unasked = Join({});
+  EXPECT_EQ(unasked.exitCode, 0);
+  EXPECT_THAT(unasked.out,
+              EndsWith("\n--accept likely --incomplete would join 1 recording of 3 clips\n"));
   const Finished left = Join({"--accept", "likely"});
   EXPECT_EQ(left.exitCode, 3);
   EXPECT_THAT(left.out, HasSubstr("1 incomplete left out"));
   EXPECT_FALSE(fs::exists(folder / result));
+  Put("card/MOVI0021.MP4", 5000, 1800);
+  Put("card/MOVI0022.MP4", 5060, 200);
+  EXPECT_THAT(Join({}).out,
+              EndsWith("\n--accept likely would join 2 recordings of 5 clips, 1 of them with "
+                       "--incomplete alone\n"));
   EXPECT_EQ(Join({"--accept", "likely", "--incomplete"}).exitCode, 0);
+  EXPECT_TRUE(fs::exists(folder / result));
+}
+
+TEST_F(Proposals, TakeClipsThatAMergeTakesAdapted) {
+  PutCard();
+  for (const char* name : {"MOVI0012", "MOVI0013", "MOVI0014"}) {
+    const fs::path path = folder / "card" / (std::string(name) + ".MP4");
+    support::WriteFile(path, support::ReadFile(path) + support::Box("wide", {}));
+  }
+  EXPECT_EQ(Tool({"sequences", At("card")}).exitCode, 0);
+  EXPECT_EQ(Tool({"sequences", "--html", At("page.html"), At("card")}).exitCode, 0);
+  const json document = JoinJson({"--accept", "likely"});
+  ASSERT_EQ(document["jobs"].size(), 2u);
+  EXPECT_EQ(document["jobs"][0]["outcome"], "merged");
+  EXPECT_EQ(document["jobs"][0]["inputs"].size(), 3u);
   EXPECT_TRUE(fs::exists(folder / result));
 }
 

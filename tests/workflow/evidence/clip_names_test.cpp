@@ -84,6 +84,14 @@ TEST(ClipNames, TheOrderOfNumbersIsKnownWhereOneDiffers) {
   EXPECT_EQ(OrderOfNumbers("GX030034.MP4", "GX010034.MP4"), NumberOrder::kFalls);
 }
 
+TEST(ClipNames, ACameraNumbersWithTwoDigitsOrMore) {
+  EXPECT_TRUE(clipchain::MayBeNumbered("A0001.MP4", "A0003.MP4"));
+  EXPECT_TRUE(clipchain::MayBeNumbered("0034_01.MP4", "0034_02.MP4"));
+  EXPECT_FALSE(clipchain::MayBeNumbered("A0001 (1).MP4", "A0001 (2).MP4"));
+  EXPECT_FALSE(clipchain::MayBeNumbered("A0001.MP4", "B0002.MP4"));
+  EXPECT_FALSE(clipchain::MayBeNumbered("20240601_100000.MP4", "20240601_101000.MP4"));
+}
+
 TEST(ClipNames, CameraFoldersHaveNumbers) {
   EXPECT_EQ(FolderNumber("100MEDIA"), 100u);
   EXPECT_EQ(FolderNumber("999_0501"), 999u);

@@ -61,6 +61,54 @@ TEST_F(Traits, OfOneSampleAreThoseOfAPicture) {
   EXPECT_TRUE(Of(MovieBuilder().Add(VideoTrack(1)))->isPicture);
 }
 
+TEST_F(Traits, OfOneSampleThatLastsLongAreNone) {
+  MovieBuilder movie;
+  movie.Add(VideoTrack(1));
+  const auto last = [&](std::uint32_t ticks) {
+    movie.tracks[0].stts = {{1, ticks}};
+    movie.tracks[0].mediaDuration = ticks;
+  };
+  last(60 * 30'000);
+  const auto traits = Of(movie);
+  EXPECT_FALSE(traits->isPicture);
+  EXPECT_EQ(traits->frame, kSecond / 24);
+  last(60 * 30'000 - 1);
+  EXPECT_TRUE(Of(movie)->isPicture);
+}
+
+TEST_F(Traits, HaveAFrameThatReachesFromOneLengthToTheNext) {
+  MovieBuilder movie;
+  movie.Add(VideoTrack(14'401));
+  movie.tracks[0].timeScale = 24'000;
+  movie.tracks[0].stts = {{14'401, 1000}};
+  movie.tracks[0].mediaDuration = 14'401'000;
+  const auto traits = Of(movie);
+  EXPECT_GE(traits->frame, *traits->length - 600 * kSecond);
+}
+
+TEST_F(Traits, OfFragmentsAreThoseOfAllTheirSamples) {
+  MovieBuilder movie;
+  movie.Add(VideoTrack(0));
+  movie.tracks[0].stts.clear();
+  movie.tracks[0].mediaDuration = 0;
+  movie.extraMovieBoxes =
+      Box("mvex", {FullBox("trex", 0, 0, {U32(1), U32(1), U32(1000), U32(10), U32(0)})});
+  // 45 samples each, in the media box behind.
+  const Bytes fragment =
+      Box("moof", {FullBox("mfhd", 0, 0, {U32(1)}),
+                   Box("traf", {FullBox("tfhd", 0, 0x020000, {U32(1)}),
+                                FullBox("trun", 0, 0x000001, {U32(45), U32(76)})})}) +
+      Box("mdat", {Fill(450, 7)});
+  movie.tail = fragment + fragment;
+  const auto traits = Of(movie);
+  ASSERT_TRUE(traits);
+  EXPECT_EQ(traits->length, 3 * kSecond);
+  EXPECT_EQ(traits->frame, (kSecond + 29) / 30);
+  const auto digest = traits->movieDigest;
+  movie.tail = fragment;
+  EXPECT_NE(Of(movie)->movieDigest, digest);
+}
+
 TEST_F(Traits, AreNoneWithoutAMovie) {
   support::WriteFile(folder / "clip.mp4", Box("ftyp", {Text("mp42"), U32(0)}));
   EXPECT_FALSE(ReadClipTraits((folder / "clip.mp4").string(), 0));
@@ -93,6 +141,9 @@ TEST_F(Traits, DifferInDescriptionByTracksAndTimeScales) {
   MovieBuilder uniform = one;
   uniform.tracks[0].uniformSize = 100;
   uniform.tracks[0].sampleSizes.assign(30, 100);
+  MovieBuilder turned = two;
+  std::swap(turned.tracks[0], turned.tracks[1]);
+  EXPECT_EQ(Of(two)->description, Of(turned)->description);
   EXPECT_NE(Of(one)->description, Of(two)->description);
   EXPECT_NE(Of(one)->description, Of(scaled)->description);
   EXPECT_EQ(Of(one)->description, Of(uniform)->description);

@@ -106,7 +106,7 @@ TEST(Clock, ThatStandsStillIsSilent) {
   EXPECT_EQ(
       ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(31), ClipSays("c/A0002.MP4").At(0).For(60),
                     ClipSays("c/A0003.MP4").At(0).For(60), ClipSays("c/A0007.MP4").At(0).For(17)}),
-      "incomplete possible: A0002.MP4 A0003.MP4");
+      "possible: A0002.MP4 A0003.MP4");
 }
 
 TEST(Clock, OfTwoCustomsThatExplainAsMuchIsSilent) {
@@ -122,4 +122,26 @@ TEST(Clock, FindsTheFirstChapterWhateverItsName) {
           {ClipSays("c/GOPR0034.MP4").At(0).For(60), ClipSays("c/GP010034.MP4").At(60).For(60),
            ClipSays("c/GP020034.MP4").At(120).For(17), ClipSays("c/GOPR0035.MP4").At(400).For(17)}),
       "likely: GOPR0034.MP4 GP010034.MP4 GP020034.MP4");
+}
+
+TEST(Clock, ThatStandsStillIsSilentForAllNames) {
+  // The chapters of one recording say no more than those of another one that has the same time.
+  EXPECT_EQ(ProposedFrom({ClipSays("c/100AAAAA/GOPR0034.MP4").At(0).For(60),
+                          ClipSays("c/100AAAAA/GP010034.MP4").At(0).For(60),
+                          ClipSays("c/100AAAAA/GP020034.MP4").At(0).For(17),
+                          ClipSays("c/101AAAAA/GOPR0035.MP4").At(0).For(60),
+                          ClipSays("c/101AAAAA/GP010035.MP4").At(0).For(12)}),
+            "possible: GOPR0034.MP4 GOPR0035.MP4\n"
+            "incomplete possible: GP010034.MP4 GP020034.MP4");
+}
+
+TEST(Clock, ThatIsFarOffByEveryCustomDisagrees) {
+  // No clip is continued, so that nobody knows which moment the times are of. It does not matter.
+  const auto two = [](std::int64_t gap) {
+    return ProposedFrom(
+        {ClipSays("c/A0001.MP4").At(0).For(60), ClipSays("c/A0002.MP4").At(60 + gap).For(60)});
+  };
+  EXPECT_EQ(two(2), "likely: A0001.MP4 A0002.MP4");
+  EXPECT_EQ(two(3), "");
+  EXPECT_EQ(two(100'000), "");
 }

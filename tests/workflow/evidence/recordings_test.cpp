@@ -4,6 +4,8 @@
 
 #include <chrono>
 
+#include "support/bytes.h"
+#include "support/temp_dir.h"
 #include "workflow/evidence/said_clips.h"
 
 using clipchain::ClipSays;
@@ -179,4 +181,61 @@ TEST(Recordings, TenThousandClipsTakeSeconds) {
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
   EXPECT_GT(found.size(), 1000u);
   EXPECT_LT(taken.count(), 10);
+}
+
+TEST(Recordings, TheCopyOnTheCardOfTheOthersCounts) {
+  // The first card that is given has a copy of one clip alone.
+  ClipSays copy = ClipSays("c/backup/A0002.MP4").At(532).For(532.4);
+  ClipSays original = ClipSays("d/A0002.MP4").At(532).For(532.4).On(1);
+  copy.movieDigest = original.movieDigest;
+  original.size = copy.size;
+  const auto found = ProposalsOf({copy, ClipSays("d/A0001.MP4").At(0).For(532.4).On(1), original,
+                                  ClipSays("d/A0003.MP4").At(1064).For(20).On(1)});
+  ASSERT_EQ(found.size(), 1u);
+  EXPECT_TRUE(found[0].complete);
+  EXPECT_EQ(found[0].units, (std::vector<std::size_t>{1, 2, 3}));
+}
+
+namespace {
+
+// Chapters of one time, length and size, so that their movie boxes are equal.
+std::vector<ClipSays> EqualChapters(const std::vector<const char*>& names) {
+  std::vector<ClipSays> clips;
+  for (const char* name : names) {
+    clips.push_back(ClipSays(name).At(0).For(60).Bytes(90'000'000));
+    clips.back().movieDigest = clips.front().movieDigest;
+  }
+  return clips;
+}
+
+}  // namespace
+
+TEST(Recordings, EqualClipsThatACameraNumberedAreNoCopies) {
+  auto clips = EqualChapters({"c/A0001.MP4", "c/A0002.MP4", "c/A0003.MP4", "b/A0002.MP4"});
+  clips.push_back(ClipSays("c/A0004.MP4").At(0).For(17));
+  EXPECT_EQ(ProposedFrom(clips), "likely: A0001.MP4 A0002.MP4 A0003.MP4 A0004.MP4");
+  // A system counts copies otherwise.
+  clips = EqualChapters({"c/A0001.MP4", "c/A0001 (1).MP4", "c/A0001 (2).MP4"});
+  clips.push_back(ClipSays("c/A0002.MP4").At(0).For(17));
+  EXPECT_EQ(ProposedFrom(clips), "likely: A0001.MP4 A0002.MP4");
+}
+
+TEST(Recordings, WithTheSameMediaEqualClipsAreCopiesWhateverTheirNumbers) {
+  const support::TempDir folder;
+  const auto put = [&](const char* name, unsigned char media) {
+    const std::string path = (folder / name).string();
+    support::WriteFile(path, support::Bytes(90'000, media));
+    return ClipSays(path).At(0).For(60).Bytes(90'000);
+  };
+  std::vector<ClipSays> clips{put("001.MP4", 7), put("002.MP4", 7), put("003.MP4", 8)};
+  for (ClipSays& clip : clips) clip.movieDigest = clips.front().movieDigest;
+  clips.push_back(ClipSays((folder / "004.MP4").string()).At(0).For(17));
+  EXPECT_EQ(ProposedFrom(clips), "likely: 001.MP4 003.MP4 004.MP4");
+}
+
+TEST(Recordings, ThatEndAtALimitAreWhole) {
+  EXPECT_EQ(
+      ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60), ClipSays("c/A0002.MP4").At(0).For(60),
+                    ClipSays("c/A0009.MP4").At(900).For(31)}),
+      "likely: A0001.MP4 A0002.MP4");
 }

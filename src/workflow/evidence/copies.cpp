@@ -1,0 +1,143 @@
+#include "workflow/evidence/copies.h"
+
+#include <algorithm>
+#include <set>
+#include <tuple>
+#include <utility>
+
+#include "workflow/clips/clip_file.h"
+#include "workflow/evidence/clip_names.h"
+#include "workflow/system/part_name.h"
+
+namespace clipchain {
+
+namespace {
+
+using Units = std::vector<std::size_t>;
+
+const ClipTraits& ClipOf(const EvidenceUnit& unit) { return unit.ends.front(); }
+
+// A few bytes of what is between the ends of a file. Empty where there is nothing but zeros, which
+// no media is made of.
+std::string MediaSample(const ClipTraits& clip) {
+  constexpr unsigned int kSample = 4096;
+  constexpr int kParts = 4;
+  const ClipFile file(clip.path);
+  std::string sample;
+  for (int part = 1; part < kParts; ++part) {
+    const auto bytes = file.Read(clip.size / kParts * part, kSample);
+    sample.append(bytes.begin(), bytes.end());
+  }
+  const bool isNothing =
+      std::all_of(sample.begin(), sample.end(), [](char byte) { return byte == 0; });
+  return isNothing ? std::string() : sample;
+}
+
+// Whether two of these lie in one folder under names that a camera gives one after another.
+bool AreNumbered(const std::vector<EvidenceUnit>& units, const Units& equal) {
+  std::map<std::pair<std::string, std::string>, std::string> series;
+  for (const std::size_t i : equal) {
+    const std::string& path = ClipOf(units[i]).path;
+    const std::string name = NameOf(path);
+    std::string letters;
+    for (const char c : name) {
+      if (c < '0' || c > '9') letters += c;
+    }
+    const auto [other, isNew] = series.try_emplace({FolderOf(path), letters}, name);
+    if (!isNew && MayBeNumbered(other->second, name)) return true;
+  }
+  return false;
+}
+
+// Divides units with equal movie boxes and sizes into those that are copies.
+std::vector<Units> Divided(const std::vector<EvidenceUnit>& units, Units equal) {
+  if (equal.size() < 2 || !AreNumbered(units, equal)) return {std::move(equal)};
+  std::map<std::pair<std::string, std::string>, Units> parts;
+  for (const std::size_t i : equal) {
+    std::string sample = MediaSample(ClipOf(units[i]));
+    std::string name = sample.empty() ? NameOf(ClipOf(units[i]).path) : "";
+    parts[{std::move(sample), std::move(name)}].push_back(i);
+  }
+  std::vector<Units> divided;
+  for (auto& [key, copies] : parts) divided.push_back(std::move(copies));
+  return divided;
+}
+
+// How many clips of a description lie on a card, and in a folder.
+class Places {
+ public:
+  explicit Places(const std::vector<EvidenceUnit>& units) : units_(units) {
+    for (const EvidenceUnit& unit : units) {
+      ++cards_[CardOf(unit)];
+      ++folders_[{CardOf(unit), FolderOf(ClipOf(unit).path)}];
+    }
+  }
+
+  std::size_t Best(const Units& copies) const {
+    return *std::max_element(copies.begin(), copies.end(), [&](std::size_t a, std::size_t b) {
+      return Rank(units_[a]) < Rank(units_[b]);
+    });
+  }
+
+ private:
+  using Card = std::pair<std::string, unsigned int>;
+
+  static Card CardOf(const EvidenceUnit& unit) {
+    return {ClipOf(unit).description, ClipOf(unit).volume};
+  }
+  std::pair<std::size_t, std::size_t> Rank(const EvidenceUnit& unit) const {
+    const Card card = CardOf(unit);
+    return {cards_.at(card), folders_.at({card, FolderOf(ClipOf(unit).path)})};
+  }
+
+  const std::vector<EvidenceUnit>& units_;
+  std::map<Card, std::size_t> cards_;
+  std::map<std::pair<Card, std::string>, std::size_t> folders_;
+};
+
+}  // namespace
+
+Copies::Copies(const std::vector<EvidenceUnit>& units) : units_(units) {
+  using Key = std::tuple<long long, std::uint64_t, std::uint64_t>;
+  std::map<Key, Units> equal;
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    const ClipTraits& clip = ClipOf(units[i]);
+    if (units[i].identified) {
+      all_[i] = {i};
+    } else {
+      equal[{clip.size, clip.movieDigest[0], clip.movieDigest[1]}].push_back(i);
+    }
+  }
+  const Places places(units);
+  for (auto& [key, alike] : equal) {
+    for (Units& copies : Divided(units, std::move(alike))) {
+      const std::size_t best = places.Best(copies);
+      all_[best] = std::move(copies);
+    }
+  }
+}
+
+const std::vector<std::size_t>& Copies::Of(std::size_t unit) const {
+  static const Units kNone;
+  const auto found = all_.find(unit);
+  return found != all_.end() ? found->second : kNone;
+}
+
+std::vector<std::size_t> Copies::InOneFolder(std::vector<std::size_t> chain) const {
+  std::map<std::string, std::size_t> folders;
+  const auto folderOf = [&](std::size_t unit) { return FolderOf(ClipOf(units_[unit]).path); };
+  for (const std::size_t unit : chain) {
+    std::set<std::string> own;
+    for (const std::size_t copy : Of(unit)) own.insert(folderOf(copy));
+    for (const std::string& folder : own) ++folders[folder];
+  }
+  for (std::size_t& unit : chain) {
+    const Units& copies = Of(unit);
+    unit = *std::max_element(copies.begin(), copies.end(), [&](std::size_t a, std::size_t b) {
+      return folders[folderOf(a)] < folders[folderOf(b)];
+    });
+  }
+  return chain;
+}
+
+}  // namespace clipchain

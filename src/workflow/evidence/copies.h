@@ -1,0 +1,32 @@
+// Which clips are copies of one another.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "workflow/evidence/recordings.h"
+
+namespace clipchain {
+
+// Units with equal movie boxes and sizes. Clips that a camera numbered one after another in one
+// folder may be equal in both and are no copies, unless their media is the same as well, as far as
+// it is looked at. One unit stands for all of its copies: one that lies where most clips of the
+// same description do.
+class Copies {
+ public:
+  explicit Copies(const std::vector<EvidenceUnit>& units);
+
+  // All that this unit stands for, itself too. Empty where another one stands for it.
+  const std::vector<std::size_t>& Of(std::size_t unit) const;
+
+  // The copies that lie together, as far as they do.
+  std::vector<std::size_t> InOneFolder(std::vector<std::size_t> chain) const;
+
+ private:
+  const std::vector<EvidenceUnit>& units_;
+  std::map<std::size_t, std::vector<std::size_t>> all_;
+};
+
+}  // namespace clipchain
