@@ -1,10 +1,12 @@
 // What the README shows is what the tool prints.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
 #include "apps/tool.h"
+#include "support/movie_builder.h"
 #include "support/temp_dir.h"
 
 namespace fs = std::filesystem;
@@ -52,6 +54,20 @@ unsigned int RunSessions(const fs::path& page, const fs::path& folder) {
   return count;
 }
 
+// Clips without identifiers: a recording that was split at minutes.
+void PutPlainCard(const fs::path& folder) {
+  fs::create_directories(folder);
+  const auto put = [&](const char* name, std::uint32_t begin, std::uint32_t frames) {
+    support::MovieBuilder movie;
+    movie.creationTime = 3'800'000'000 + begin;
+    movie.Add(support::VideoTrack(frames));
+    support::WriteFile(folder / name, movie.Build());
+  };
+  put("MOVI0012.MP4", 0, 1800);
+  put("MOVI0013.MP4", 60, 1800);
+  put("MOVI0014.MP4", 120, 200);
+}
+
 }  // namespace
 
 TEST(Readme, ShowsWhatTheToolPrints) {
@@ -62,7 +78,8 @@ TEST(Readme, ShowsWhatTheToolPrints) {
   fs::copy(clips / "clip2.mp4", folder / "card1");
   fs::copy(clips / "clip1.mp4", folder / "card2");
   fs::copy(clips / "clip3.mp4", folder / "card2");
-  EXPECT_EQ(2u, RunSessions(support::SourcePath("README.md"), folder.path()));
+  PutPlainCard(folder / "card3/DCIM/100MEDIA");
+  EXPECT_EQ(4u, RunSessions(support::SourcePath("README.md"), folder.path()));
 }
 
 TEST(Readme, LeadsFromACardToAnErasedOneAndBack) {
