@@ -175,6 +175,12 @@ bool FragmentedMovie::AddTrackFragment(const RawBox& fragment, DataPlace& place)
   } else if (header->baseIsFragment || place.isFirstTrack) {
     base = place.fragment;
   }
+  // Nobody knows what such a fragment says; a run of samples may be among it that is damaged.
+  const bool isUnknown = fragment.Child(FourCc("trun")) == nullptr && !header->durationIsEmpty &&
+                         !std::all_of(fragment.children.begin(), fragment.children.end(),
+                                      [](const RawBox& box) { return IsTaken(box); });
+  if (isUnknown)
+    return Damaged(header->trackId, "has a fragment of a track with unknown boxes and no samples");
   const std::uint32_t before = track->tables.Count();
   if (!SetTime(fragment, *header, defaults, *track)) return false;
   if (!AddRuns(fragment, defaults, base, place, *track)) return false;

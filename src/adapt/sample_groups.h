@@ -1,6 +1,7 @@
 // Joins the sample groups of parts that follow each other (ISO/IEC 14496-12, 8.9).
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -60,9 +61,18 @@ class SampleGroups {
     bool IsAny() const;
   };
 
+  // An order of entries that costs little.
+  struct Shorter {
+    bool operator()(const Bytes& a, const Bytes& b) const {
+      return a.size() != b.size()
+                 ? a.size() < b.size()
+                 : std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
+    }
+  };
+
   struct Kind {
     GroupDescriptions descriptions;
-    std::map<Bytes, std::uint32_t> places;  // of entries that were looked for
+    std::map<Bytes, std::uint32_t, Shorter> places;  // of entries that were looked for
     // How many of them are those of the movie box, which a fragment may speak of.
     std::size_t ofMovie = 0;
     // The box as it was, while nothing was added to it.

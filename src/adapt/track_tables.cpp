@@ -288,10 +288,8 @@ RawBox SampleNumbersBox(unsigned int type, const std::vector<std::uint32_t>& num
 }
 
 RawBox DependenciesBox(std::span<const unsigned char> dependencies) {
-  RawBox box;
-  box.type = FourCc("sdtp");
-  PutField<be32>(box.data, 0);
-  box.data.insert(box.data.end(), dependencies.begin(), dependencies.end());
+  RawBox box(FourCc("sdtp"), Bytes(sizeof(be32) + dependencies.size()));
+  std::copy(dependencies.begin(), dependencies.end(), box.data.begin() + sizeof(be32));
   return box;
 }
 

@@ -288,6 +288,14 @@ TEST(FragmentedMovie, GroupsAndSubsamplesOfFragmentsBecomeTablesOfAllSamples) {
             RawBoxOf(FullBox("subs", 0, 0, {U32(1), U32(3), U16(0)})).data);
 }
 
+TEST(FragmentedMovie, UnknownBoxesInPlaceOfSamplesAreDamage) {
+  auto reading = Reading({AnnouncedTrack{}});
+  ASSERT_TRUE(reading.Begin());
+  EXPECT_TRUE(reading.Add(Fragment({Header(1)}), 500));
+  EXPECT_FALSE(reading.Add(Fragment({Header(1) + FullBox("tru?", 0, 0, {U32(1)})}), 500));
+  EXPECT_EQ(reading.Problem().kind, FitProblemKind::kBoxDamaged);
+}
+
 TEST(FragmentedMovie, BoxesThatAreLeftOutAreNamed) {
   auto reading = Reading({AnnouncedTrack{}});
   ASSERT_TRUE(reading.Begin());
