@@ -45,6 +45,20 @@ long long ClipView::FilePosition(long long position) const {
   return piece.position < 0 ? -1 : piece.position + (position - piece.start);
 }
 
+std::vector<std::pair<long long, long long>> ClipView::PlacesOf(long long position,
+                                                                long long size) const {
+  std::vector<std::pair<long long, long long>> places;
+  if (position < 0) return places;
+  for (size = std::min(size, fileSize_ - position); size > 0;) {
+    const Piece& piece = PieceAt(position);
+    const long long part = std::min(piece.start + piece.size - position, size);
+    places.emplace_back(FilePosition(position), part);
+    position += part;
+    size -= part;
+  }
+  return places;
+}
+
 void ClipView::CloseReader() { file_.Close(); }
 
 HRESULT ClipView::Fetch(const Piece& piece, long long skip, unsigned int size,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "adapt/raw_boxes.h"
@@ -25,6 +26,10 @@ class ClipView final : public QUIRVA::ReaderWrapperBase {
 
   // Where that byte of the view stands in the file; -1 if it is made in memory or is not there.
   long long FilePosition(long long position) const;
+
+  // The places in the file of a stretch of the view, in its order, each with its size; -1 for what
+  // is made in memory. Ends where the view does.
+  std::vector<std::pair<long long, long long>> PlacesOf(long long position, long long size) const;
 
   void CloseReader() override;
 

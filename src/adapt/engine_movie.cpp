@@ -198,8 +198,13 @@ void TakeIdentifiers(RawBox& movie, const RawBox& engines) {
 
 }  // namespace
 
-MediaMap::MediaMap(const std::vector<MediaRange>& media, std::uint64_t start) {
+MediaMap::MediaMap(const std::vector<MediaRange>& media, std::uint64_t start, unsigned int block) {
   for (const MediaRange& range : media) {
+    // Modulo the block the first range is as far from this one as it is in the file. A gap is no
+    // longer than a quarter of what it is for.
+    const bool hasGap = block != 0 && range.size / 4 >= block;
+    gaps_.push_back(hasGap ? (range.position - media.front().position - size_) % block : 0);
+    size_ += gaps_.back();
     parts_.push_back({range, start + size_});
     size_ += range.size;
   }

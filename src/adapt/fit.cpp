@@ -35,13 +35,14 @@ std::vector<std::unique_ptr<Adaptation>> Row(const FitOptions& options, ClipCloc
   return row;
 }
 
+constexpr std::uint64_t kMediaHeader = 16;
+
 // The header of a media box of that many bytes, with a size of 64 bits.
 Bytes MediaHeader(std::uint64_t size) {
-  constexpr std::uint64_t kHeader = 16;
   Bytes bytes;
   PutField<QUIRVA::be32>(bytes, 1);
   PutField<QUIRVA::be32>(bytes, FourCc("mdat"));
-  PutField<QUIRVA::be64>(bytes, size + kHeader);
+  PutField<QUIRVA::be64>(bytes, size + kMediaHeader);
   return bytes;
 }
 
@@ -100,20 +101,21 @@ void Fit::AdaptAll(const FitOptions& options) {
   }
 }
 
-QUIRVA::ComPtr<ClipView> Fit::View(std::size_t clip, int& result) const {
+QUIRVA::ComPtr<ClipView> Fit::View(std::size_t clip, int& result, unsigned int block) const {
   const FitClip& shown = clips_[clip];
   QUIRVA::ComPtr<ClipView> view;
   view.Attach(new ClipView(shown.Path(), result));
   if (result < 0) return view;
   Bytes head = Written(shown.fileType);
-  std::uint64_t mediaSize = 0;
-  for (const MediaRange& range : shown.media) mediaSize += range.size;
-  const Bytes header = MediaHeader(mediaSize);
+  const MediaMap media(shown.media, head.size() + kMediaHeader, block);
+  const Bytes header = MediaHeader(media.Size());
   head.insert(head.end(), header.begin(), header.end());
-  const MediaMap media(shown.media, head.size());
   view->AddBytes(std::move(head));
-  for (const MediaRange& range : shown.media)
-    view->AddRange(static_cast<long long>(range.position), static_cast<long long>(range.size));
+  for (std::size_t i = 0; i < shown.media.size(); ++i) {
+    view->AddBytes(Bytes(static_cast<std::size_t>(media.Gaps()[i])));
+    view->AddRange(static_cast<long long>(shown.media[i].position),
+                   static_cast<long long>(shown.media[i].size));
+  }
   view->AddBytes(Written(EngineMovie(shown.movie, clips_.front().movie, &media)));
   return view;
 }

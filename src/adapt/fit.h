@@ -45,8 +45,9 @@ class Fit {
   const ClipClocks& Clocks() const { return clocks_; }
 
   // The clip as the engine can take it, with the one media box that its chunk offsets speak of. An
-  // object without use, and the reason in `result`, if its file can't be opened.
-  QUIRVA::ComPtr<ClipView> View(std::size_t clip, int& result) const;
+  // object without use, and the reason in `result`, if its file can't be opened. With a `block`, a
+  // power of two, its longer ranges are moved by one distance modulo the block.
+  QUIRVA::ComPtr<ClipView> View(std::size_t clip, int& result, unsigned int block = 0) const;
 
   // What the movie box that the engine made of all views becomes in the result. Nothing: it is not
   // of these clips.

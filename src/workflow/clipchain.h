@@ -25,7 +25,7 @@ extern "C" {
 enum {
   CLIPCHAIN_DONE = 0,    /* the check found nothing that holds a merge up; the result is there */
   CLIPCHAIN_REFUSED = 1, /* the report says why */
-  CLIPCHAIN_MISUSE = 2,  /* a null or empty argument, or options that are too short; no report */
+  CLIPCHAIN_MISUSE = 2,  /* a null or empty argument, or unknown or too short options; no report */
   CLIPCHAIN_PARTLY = 3   /* something is not kept, or some clips alone could be made again */
 };
 
@@ -35,6 +35,13 @@ enum {
   CLIPCHAIN_COPYING = 2,
   CLIPCHAIN_VERIFYING = 3,
   CLIPCHAIN_FLUSHING = 4
+};
+
+/* Whether the output shares blocks of the disk with the clips, where the file system can. */
+enum {
+  CLIPCHAIN_COPY = 0,
+  CLIPCHAIN_SHARE_OR_COPY = 1,
+  CLIPCHAIN_SHARE = 2 /* an output that can't share them is not made */
 };
 
 /* Told how far the work is: the phase, the index of the clip at work, and bytes of all clips
@@ -52,6 +59,8 @@ struct clipchain_options {
   int64_t memory_limit; /* bytes that movie boxes may take; 0: half of the machine's memory */
   int originals;        /* keep what is not in the result in OUTPUT.originals */
   int checksums;        /* write OUTPUT.xxh */
+  int faststart;        /* put the movie box ahead of the media */
+  int reflink;          /* CLIPCHAIN_COPY, or share blocks of the clips with the output */
   clipchain_progress progress; /* may be null */
   void* context;               /* handed to it */
 };
@@ -95,6 +104,13 @@ CLIPCHAIN_C_API int clipchain_verify(const char* const* cards, size_t card_count
  * could be made was made. `report` as `clipchain split --json` prints it. */
 CLIPCHAIN_C_API int clipchain_split(const char* merged, const char* folder,
                                     clipchain_progress progress, void* context, char** report);
+/* Checks the clips and writes the result, with the movie box in front, to a descriptor such as a
+ * pipe, in one pass. What will be written is compared with the clips before the first byte is. A
+ * reader that goes away is a failure and no signal. Of `options` those about files and `verify_all`
+ * are not for it: with `overwrite`, `verify_all` or `reflink` it is misused. `report` as of a
+ * merge; "size" is what was written, all of it or not. Only CLIPCHAIN_DONE says that it was all. */
+CLIPCHAIN_C_API int clipchain_stream(const char* const* clips, size_t count, int descriptor,
+                                     const struct clipchain_options* options, char** report);
 
 /* Frees a report; null is fine. */
 CLIPCHAIN_C_API void clipchain_free(char* report);

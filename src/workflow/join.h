@@ -33,6 +33,7 @@ struct JobReport {
   Findings findings;  // the plan's and those of the merge, or of the look at the output
   std::vector<Adapted> adaptations;  // of a merge that was made now
   long long size = 0;                // of the output, if it is there
+  long long shared = 0;              // of a merge that was made now, as it reports it
   HRESULT result = S_OK;             // the engine's last code
   double seconds = 0;                // that the job took
 };

@@ -12,6 +12,7 @@
 #include "workflow/finding.h"
 #include "workflow/fitting.h"
 #include "workflow/leftovers.h"
+#include "workflow/reflink.h"
 
 namespace clipchain {
 
@@ -28,6 +29,10 @@ struct SafeMergeOptions {
   // Go on in spite of findings that risk the result alone.
   bool force = false;
   Verification verification = Verification::kSeams;
+  // Put the movie box ahead of the media, so that who gets the result piece by piece can begin.
+  bool faststart = false;
+  // Share blocks of the clips with the output in place of copying their media.
+  Reflink reflink = Reflink::kNever;
   // Writes files beside the output, which get their names before it. Lent; null for none.
   Companion* companion = nullptr;
   // Asked about each hidden file that an earlier run left behind beside this output; true removes
@@ -41,6 +46,7 @@ struct SafeMergeReport {
   // What was done to the clips, so that they fit; empty if they were merged as they are.
   std::vector<Adapted> adaptations;
   long long size = 0;     // of the output, in bytes; 0 unless it has its name
+  long long shared = 0;   // of them, on blocks that are the clips' too
   HRESULT result = S_OK;  // the engine's last code
 };
 

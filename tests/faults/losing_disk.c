@@ -11,6 +11,7 @@
 enum { KEPT = 16 * 1024, LARGE = 3 * KEPT };
 
 typedef ssize_t Write(int, const void*, size_t);
+typedef ssize_t PositionedWrite(int, const void*, size_t, off_t);
 
 static Write* NextWrite(void) {
   Write* next;
@@ -41,6 +42,27 @@ __attribute__((visibility("default"))) ssize_t write(int file, const void* data,
     const off_t at = lseek(file, 0, SEEK_CUR);
     if (at < 0 || ftruncate(file, at) != 0) return -1;
   } else if (next(file, end, kept) < 0) {
+    return -1;
+  }
+  return (ssize_t)size;
+}
+
+/* The same of writes at a place. */
+__attribute__((visibility("default"))) ssize_t pwrite(int file, const void* data, size_t size,
+                                                      off_t at) {
+  PositionedWrite* next;
+  void* found = dlsym(RTLD_NEXT, "pwrite64");
+  memcpy(&next, &found, sizeof next);
+  const int all = getenv("LOSE_ALL") != NULL;
+  if (!IsHidden(file) || (!all && size < LARGE)) return next(file, data, size, at);
+  const size_t kept = all ? 0 : KEPT;
+  const char* const end = (const char*)data + size - kept;
+  if (next(file, data, kept, at) < 0) return -1;
+  if (all) {
+    const off_t there = lseek(file, 0, SEEK_END);
+    const off_t behind = at + (off_t)size;
+    if (there < 0 || (there < behind && ftruncate(file, behind) != 0)) return -1;
+  } else if (next(file, end, kept, at + (off_t)(size - kept)) < 0) {
     return -1;
   }
   return (ssize_t)size;

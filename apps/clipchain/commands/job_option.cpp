@@ -75,6 +75,7 @@ JobResult MergeJob(const Job& job, const SafeMergeOptions& options, const KeepOp
   result.merge.findings = report.findings;
   result.merge.adaptations = report.adaptations;
   result.merge.size = report.size;
+  result.merge.shared = report.shared;
   result.merge.result = report.result;
   return result;
 }

@@ -1,5 +1,6 @@
 // clipchain merge -o OUT IN…: puts clips together into one file.
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -23,6 +24,7 @@
 #include "workflow/clips/clip_json.h"
 #include "workflow/findings/clip_words.h"
 #include "workflow/safe_merge.h"
+#include "workflow/stream_merge.h"
 #include "workflow/system/files.h"
 
 namespace clipchain {
@@ -40,6 +42,13 @@ struct MergeOptions {
   bool json = false;
 };
 
+// Standard output in place of a file.
+constexpr const char* kStream = "-";
+
+constexpr const char* kStandardOutput = "standard output";
+
+bool IsStream(const MergeOptions& options) { return options.merge.check.output == kStream; }
+
 std::string ReportJson(const MergeOptions& options, const JobResult& result, double seconds) {
   const SafeMergeReport& report = result.merge;
   Json document;
@@ -48,6 +57,7 @@ std::string ReportJson(const MergeOptions& options, const JobResult& result, dou
   document["already"] = result.already;
   document["clips"] = options.inputs.size();
   document["size"] = report.size;
+  document["shared"] = report.shared;
   document["seconds"] = seconds;
   document["verified"] = result.already ? "full" : VerificationName(options.merge.verification);
   document["result"] = ResultName(report.result);
@@ -56,37 +66,53 @@ std::string ReportJson(const MergeOptions& options, const JobResult& result, dou
   return JsonText(document);
 }
 
+std::string SharedText(const SafeMergeReport& report) {
+  if (report.shared == 0) return "";
+  return fmt::format("  shared with the clips: {}\n", Amount(report.shared));
+}
+
 // What a merge that failed leaves; nothing where a finding says more.
-std::string FailureText(const SafeMergeReport& report, bool force) {
+std::string FailureText(const MergeOptions& options, const SafeMergeReport& report) {
+  const bool force = options.merge.force;
   const bool isThere = report.size > 0;
-  if (isThere) return "";
+  if (isThere)
+    return IsStream(options) ? "what was written is no complete file, and of no use\n" : "";
   const bool mayGoOn = !force && HoldsUp(report.findings, false) && !HoldsUp(report.findings, true);
   return mayGoOn ? "nothing was written; --force goes on anyway\n" : "nothing was written\n";
 }
 
 void PrintReport(const MergeOptions& options, const JobResult& result, double seconds) {
   const SafeMergeReport& report = result.merge;
+  // Where the result itself goes to standard output nothing else does.
+  const auto print = [&options](const std::string& text) {
+    if (IsStream(options)) {
+      std::fputs(text.c_str(), stderr);
+    } else {
+      Print(text);
+    }
+  };
   if (options.json) {
-    Print(ReportJson(options, result, seconds));
+    print(ReportJson(options, result, seconds));
     return;
   }
   std::fputs(
       FindingsText(options.quiet ? Grave(report.findings) : report.findings, Paint(stderr)).c_str(),
       stderr);
   if (!report.done) {
-    std::fputs(FailureText(report, options.merge.force).c_str(), stderr);
+    std::fputs(FailureText(options, report).c_str(), stderr);
     return;
   }
   if (options.quiet) return;
   if (result.already) {
-    Print(fmt::format("{} is there already, {}\n", Shown(options.merge.check.output),
+    print(fmt::format("{} is there already, {}\n", Shown(options.merge.check.output),
                       Amount(report.size)));
     return;
   }
   const std::size_t clips = options.inputs.size();
-  Print(fmt::format("merged {} {} into {}: {} in {:.2f} s\n", clips, clips == 1 ? "clip" : "clips",
-                    Shown(options.merge.check.output), Amount(report.size), seconds) +
-        AdaptationsText(report.adaptations, "  adapted", clips));
+  const std::string name = IsStream(options) ? kStandardOutput : Shown(options.merge.check.output);
+  print(fmt::format("merged {} {} into {}: {} in {:.2f} s\n", clips, clips == 1 ? "clip" : "clips",
+                    name, Amount(report.size), seconds) +
+        SharedText(report) + AdaptationsText(report.adaptations, "  adapted", clips));
 }
 
 // The clips in the order in which they were recorded; what keeps them from it.
@@ -94,6 +120,21 @@ Findings Sort(std::vector<std::string>& inputs) {
   ClipOrder order = SortClips(inputs);
   inputs = std::move(order.clips);
   return std::move(order.findings);
+}
+
+SafeMergeReport MergeIntoStream(const MergeOptions& options, const SafeMergeOptions& merge) {
+  StreamOptions stream;
+  stream.check = merge.check;
+  stream.check.output = kStandardOutput;
+  stream.force = options.merge.force;
+  stream.descriptor = STDOUT_FILENO;
+  return StreamMerge(options.inputs, stream);
+}
+
+JobResult MergeInto(const MergeOptions& options, const SafeMergeOptions& merge, const Job& job) {
+  if (!options.job.empty()) return MergeJob(job, merge, options.keep);
+  if (IsStream(options)) return {MergeIntoStream(options, merge), false};
+  return {SafeMerge(options.inputs, merge), false};
 }
 
 int Run(MergeOptions options) {
@@ -119,11 +160,28 @@ int Run(MergeOptions options) {
   const auto companion = options.keep.Any() ? MakeCompanion(options.keep) : nullptr;
   merge.companion = companion.get();
   merge.removeLeftover = LeftoverQuestion(options.removeLeftovers, options.json, line);
-  const JobResult result = options.job.empty() ? JobResult{SafeMerge(options.inputs, merge), false}
-                                               : MergeJob(job, merge, options.keep);
+  const JobResult result = MergeInto(options, merge, job);
   line.Clear();
   PrintReport(options, result, line.Seconds());
   return result.merge.done ? kDone : kFailed;
+}
+
+// What a result that nobody can read back, replace or name can't be combined with.
+void CheckStream(const MergeOptions& options) {
+  const auto refuse = [](const char* option, const char* why) {
+    throw CLI::ValidationError(fmt::format("{} {}", option, why));
+  };
+  constexpr const char* kNoFile = "needs a file for a result; -o - makes none";
+  if (options.merge.check.overwrite) refuse("--overwrite", kNoFile);
+  if (options.removeLeftovers) refuse("--remove-leftovers", kNoFile);
+  if (options.keep.originals) refuse("--originals", kNoFile);
+  if (options.keep.checksums) refuse("--checksums", kNoFile);
+  if (options.merge.reflink != Reflink::kNever) refuse("--reflink", kNoFile);
+  if (options.merge.verification == Verification::kFull)
+    refuse("--verify=full", "reads the result again; nobody can read again what -o - writes");
+  if (!HasStandardOutput()) refuse("-o -", "needs a standard output, which is closed");
+  if (::isatty(STDOUT_FILENO) == 1)
+    refuse("-o -", "writes the result to standard output, which is a terminal");
 }
 
 }  // namespace
@@ -133,8 +191,9 @@ void AddMergeCommand(CLI::App& tool, int& exitCode) {
   CLI::App* command = tool.add_subcommand(
       "merge", "Put clips together into one file, in the order given, without re-encoding");
   CLI::Option* output =
-      MustBeGiven(command->add_option("-o,--output", options->merge.check.output,
-                                      "The file to write; required without --job"))
+      MustBeGiven(command->add_option(
+                      "-o,--output", options->merge.check.output,
+                      "The file to write, or - for standard output; required without --job"))
           ->type_name("OUT");
   CLI::Option* clips =
       command
@@ -157,6 +216,7 @@ void AddMergeCommand(CLI::App& tool, int& exitCode) {
     for (const CLI::Option* option : {output, clips}) {
       if (options->job.empty() && option->empty()) throw CLI::RequiredError(option->get_name());
     }
+    if (options->job.empty() && IsStream(*options)) CheckStream(*options);
     exitCode = Run(*options);
   });
 }

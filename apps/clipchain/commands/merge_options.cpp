@@ -37,6 +37,22 @@ void AddMergeSettings(CLI::App& command, SafeMergeOptions& options) {
       })
       ->option_text("seams|full")
       ->default_str("seams");
+  command.add_flag("--faststart", options.faststart,
+                   "Put the movie box ahead of the media, so that a player can begin before it has "
+                   "all of the result");
+  command
+      .add_option_function<std::string>(
+          "--reflink",
+          [&options](const std::string& name) {
+            options.reflink = ReflinkOfName(name).value_or(Reflink::kNever);
+          },
+          "Share the blocks of the clips with the result in place of copying them, where the file "
+          "system can (btrfs, XFS): where it can't, copy them (auto) or make no result (always)")
+      ->check([](const std::string& name) {
+        return ReflinkOfName(name) ? "" : "takes auto, always or never, not \"" + name + '"';
+      })
+      ->option_text("auto|always|never")
+      ->default_str("never");
   AddMemoryLimit(command, options.check.memoryLimit);
   AddFitting(command, options.check.fitting);
 }

@@ -9,6 +9,8 @@ const Example kExamples[] = {
      "Puts three clips together, in that order."},
     {"merge", "clipchain merge --verify=full -o /nas/whole.mp4 clip*.mp4",
      "Compares every byte, read back from the disk."},
+    {"merge", "clipchain merge -o - clip*.mp4 | ssh nas 'cat > whole.mp4'",
+     "Sends the result away while it is put together."},
     {"merge", "clipchain merge --job jobs.json 7",
      "Merges the seventh recording of a plan that join wrote."},
     {"check", "clipchain check clip1.mp4 clip2.mp4 clip3.mp4",

@@ -177,6 +177,7 @@ Json ReportJson(const Job& job, const JobReport* report, std::size_t& number) {
   object["left_out"] = job.leftOut == LeftOut::kNo ? Json() : Json(LeftOutName(job.leftOut));
   object.update(JobJson(job));
   object["outcome"] = report != nullptr ? Json(OutcomeName(report->outcome)) : Json();
+  object["shared"] = report != nullptr ? Json(report->shared) : Json();
   object["output_size"] = report != nullptr && report->size > 0 ? Json(report->size) : Json();
   object["seconds"] = report != nullptr ? Json(report->seconds) : Json();
   object["adaptations"] =

@@ -15,6 +15,7 @@ constexpr int kStopSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 volatile sig_atomic_t noted = 0;
 bool diesOfPipes = false;
+bool hasOutput = true;
 
 void Note(int number) { noted = number; }
 
@@ -45,11 +46,14 @@ void TakeWriteSignalsAsErrors() {
 }
 
 void KeepStandardStreams() {
+  hasOutput = ::fcntl(STDOUT_FILENO, F_GETFD) >= 0;
   for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
     // The lowest number that is free is the one that is missing.
     if (::fcntl(stream, F_GETFD) < 0 && ::open("/dev/null", O_RDWR) < 0) return;
   }
 }
+
+bool HasStandardOutput() { return hasOutput; }
 
 void NoteStopSignals() {
   for (const int number : kStopSignals) {

@@ -10,6 +10,8 @@ void TakeWriteSignalsAsErrors();
 // Opens standard streams that the caller has closed, onto nothing: the next file that is opened
 // would become one, and get what is printed there.
 void KeepStandardStreams();
+// Whether standard output leads somewhere, as the caller left it.
+bool HasStandardOutput();
 
 // From here on SIGINT, SIGTERM and SIGHUP are noted and do nothing else, however often they come.
 // One that is ignored already, as under nohup, stays so.

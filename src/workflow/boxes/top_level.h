@@ -12,13 +12,34 @@ struct Extent {
   unsigned long long size = 0;
 };
 
-struct TopLevel {
-  Extent media;  // what is inside the media box
-  Extent movie;  // the whole movie box
+// How the parts of a merged file lie in it.
+struct Layout {
+  // Bytes between the file type box, or what follows it, and the media: room for either form of the
+  // media's header.
+  static constexpr unsigned int kPlaceholder = 16;
+  // Of the box that tells a reader of `block`, which is its body: a free box of that size directly
+  // ahead of the media box.
+  static constexpr unsigned int kBlockNote = 12;
 
-  // Fills both. What is wrong, as the rest of a sentence that begins with the file's name, if the
+  // The movie box stands ahead of the media, so that who gets the file piece by piece can begin.
+  bool movieInFront = false;
+  // The media of each clip begins at the same place modulo that many bytes as in the clip, so that
+  // a file system can share its blocks; a power of two. 0: the media of one clip begins where that
+  // of the one before ends.
+  unsigned int block = 0;
+
+  bool operator==(const Layout&) const = default;
+};
+
+struct TopLevel {
+  Extent media;   // what is inside the media box
+  Extent movie;   // the whole movie box
+  Layout layout;  // what the file says its layout is, which nobody has proved
+
+  // Fills all. What is wrong, as the rest of a sentence that begins with the file's name, if the
   // boxes do not fill the file or are not those of a merged file: a file type, a media box and a
-  // movie box behind it, with nothing but free space beside them. Empty if all is well.
+  // movie box behind it or ahead of it, with nothing but free space beside them. Empty if all is
+  // well.
   std::string Read(FileBytes& file);
 };
 

@@ -15,6 +15,7 @@
 #include "workflow/keeping/proof_json.h"
 #include "workflow/safe_merge.h"
 #include "workflow/split.h"
+#include "workflow/stream_merge.h"
 
 namespace clipchain {
 
@@ -32,6 +33,12 @@ bool ArePaths(const char* const* paths, std::size_t count) {
 template <class Given>
 bool AreOptions(const Given* options) {
   return options == nullptr || options->size >= sizeof(Given);
+}
+
+bool AreMergeOptions(const Options* options) {
+  const bool isKnown = options == nullptr || options->size < sizeof *options ||
+                       (options->reflink >= CLIPCHAIN_COPY && options->reflink <= CLIPCHAIN_SHARE);
+  return AreOptions(options) && isKnown;
 }
 
 int PhaseOf(Step::Phase phase) {
@@ -58,6 +65,8 @@ SafeMergeOptions OptionsOf(const Options* given, const char* output) {
   SafeMergeOptions options;
   if (output != nullptr) options.check.output = output;
   if (given == nullptr) return options;
+  options.faststart = given->faststart != 0;
+  options.reflink = static_cast<Reflink>(given->reflink);
   options.check.overwrite = given->overwrite != 0;
   options.check.memoryLimit = given->memory_limit;
   options.force = given->force != 0;
@@ -80,6 +89,15 @@ void Hand(const Json& document, char** report) {
   const std::string text = JsonText(document);
   *report = static_cast<char*>(std::malloc(text.size() + 1));
   if (*report != nullptr) std::memcpy(*report, text.c_str(), text.size() + 1);
+}
+
+int Answer(const SafeMergeReport& merged, char** report) {
+  Json document;
+  document["done"] = merged.done;
+  document["size"] = merged.size;
+  document["findings"] = FindingsJson(merged.findings);
+  Hand(document, report);
+  return merged.done ? CLIPCHAIN_DONE : CLIPCHAIN_REFUSED;
 }
 
 // No exception leaves the library. What throws here is a lack of memory: the work itself reports
@@ -105,7 +123,7 @@ const char* clipchain_version(void) { return CLIPCHAIN_VERSION; }
 int clipchain_check(const char* const* clips, size_t count, const char* output,
                     const clipchain_options* options, char** report) {
   using namespace clipchain;
-  if (!ArePaths(clips, count) || !AreOptions(options)) return CLIPCHAIN_MISUSE;
+  if (!ArePaths(clips, count) || !AreMergeOptions(options)) return CLIPCHAIN_MISUSE;
   return Guarded(report, [&] {
     const std::vector<std::string> inputs(clips, clips + count);
     const Findings findings = Check(inputs, OptionsOf(options, output).check).findings;
@@ -121,20 +139,30 @@ int clipchain_check(const char* const* clips, size_t count, const char* output,
 int clipchain_merge(const char* const* clips, size_t count, const char* output,
                     const clipchain_options* options, char** report) {
   using namespace clipchain;
-  if (!ArePaths(clips, count) || !IsText(output) || !AreOptions(options)) return CLIPCHAIN_MISUSE;
+  if (!ArePaths(clips, count) || !IsText(output) || !AreMergeOptions(options))
+    return CLIPCHAIN_MISUSE;
   return Guarded(report, [&] {
     const std::vector<std::string> inputs(clips, clips + count);
     SafeMergeOptions merge = OptionsOf(options, output);
     const KeepOptions keep = KeepOptionsOf(options);
     const std::unique_ptr<Companion> companion = keep.Any() ? MakeCompanion(keep) : nullptr;
     merge.companion = companion.get();
-    const SafeMergeReport merged = SafeMerge(inputs, merge);
-    Json document;
-    document["done"] = merged.done;
-    document["size"] = merged.size;
-    document["findings"] = FindingsJson(merged.findings);
-    Hand(document, report);
-    return merged.done ? CLIPCHAIN_DONE : CLIPCHAIN_REFUSED;
+    return Answer(SafeMerge(inputs, merge), report);
+  });
+}
+
+int clipchain_stream(const char* const* clips, size_t count, int descriptor,
+                     const clipchain_options* options, char** report) {
+  using namespace clipchain;
+  if (!ArePaths(clips, count) || descriptor < 0 || !AreMergeOptions(options))
+    return CLIPCHAIN_MISUSE;
+  const SafeMergeOptions merge = OptionsOf(options, "the result");
+  if (merge.check.overwrite || merge.verification == Verification::kFull ||
+      merge.reflink != Reflink::kNever || KeepOptionsOf(options).Any())
+    return CLIPCHAIN_MISUSE;
+  return Guarded(report, [&] {
+    const std::vector<std::string> inputs(clips, clips + count);
+    return Answer(StreamMerge(inputs, {merge.check, merge.force, descriptor}), report);
   });
 }
 

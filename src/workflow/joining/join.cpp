@@ -193,7 +193,19 @@ class Joining {
           "look at it, then rename or remove it and join again"));
     }
     Add(faults, report);
-    return isResult ? Keep(job, report) : Outcome::kFailed;
+    return isResult && HasLayout(job, report) ? Keep(job, report) : Outcome::kFailed;
+  }
+
+  // Whether a result that is there already is of the kind that is asked for now.
+  bool HasLayout(const Job& job, JobReport& report) const {
+    FileBytes bytes(job.output);
+    TopLevel boxes;
+    if (!options_.faststart || !boxes.Read(bytes).empty() || boxes.layout.movieInFront) return true;
+    report.findings.push_back(MakeFinding(
+        Message::kOutputDiffers, job.output,
+        "is there already, whole, but has its movie box behind its media; it stays as it is",
+        "rename or remove it and join again, or leave --faststart out"));
+    return false;
   }
 
   // What is to lie beside a result that is there already.
@@ -228,6 +240,7 @@ class Joining {
     Add(merged.findings, report);
     report.adaptations = merged.adaptations;
     report.size = merged.size;
+    report.shared = merged.shared;
     report.result = merged.result;
     return merged.done ? Outcome::kMerged : Outcome::kFailed;
   }
@@ -318,8 +331,12 @@ Findings VerifyOutput(const Job& job, const Progress& progress, const Fitting& f
   }
   const auto fit = FitOf(job.inputs, fitting, std::numeric_limits<long long>::max());
   const bool isFitted = fit != nullptr && fit->IsNeeded();
-  return Verify(
-      {job.inputs, job.output, file.descriptor, true, progress, isFitted ? fit.get() : nullptr});
+  FileBytes bytes(file.descriptor);
+  TopLevel boxes;
+  if (const std::string wrong = boxes.Read(bytes); !wrong.empty())
+    return {MakeFinding(Message::kResultDamaged, job.output, wrong, kLook)};
+  return Verify({job.inputs, job.output, bytes, true, progress, isFitted ? fit.get() : nullptr,
+                 boxes.layout});
 }
 
 JoinReport RunJobs(const JoinPlan& plan, const JoinOptions& options, const JobWork& work) {

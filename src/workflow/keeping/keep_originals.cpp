@@ -118,7 +118,7 @@ class Keeper final : public Companion {
 
  private:
   Findings Describe(const std::vector<std::string>& clips, const FitOptions& options,
-                    const std::string& output, unsigned long long size);
+                    const std::string& output, FileBytes& result);
   Findings AddClip(const std::string& path, const MergeImage& image);
   Findings WriteArchive(const std::vector<std::string>& clips, const std::string& output);
   Findings WriteChecksums(const std::string& output, int file, const Progress& progress);
@@ -153,7 +153,7 @@ Findings Keeper::AddClip(const std::string& path, const MergeImage& image) {
 
 // All that the archive will say.
 Findings Keeper::Describe(const std::vector<std::string>& clips, const FitOptions& options,
-                          const std::string& output, unsigned long long size) {
+                          const std::string& output, FileBytes& result) {
   const std::vector<std::string> names = NamesFor(clips);
   for (std::size_t clip = 0; clip < clips.size(); ++clip) {
     if (!IsFileName(names[clip]))
@@ -162,12 +162,17 @@ Findings Keeper::Describe(const std::vector<std::string>& clips, const FitOption
                           "made again",
                           "merge a copy of it of another name, or leave --originals out")};
   }
+  const auto damaged = [&output](std::string text) {
+    return Findings{MakeFinding(Message::kResultDamaged, output, std::move(text),
+                                "write to another disk, or check this one")};
+  };
+  TopLevel boxes;
+  if (const std::string wrong = boxes.Read(result); !wrong.empty()) return damaged(wrong);
   MergeImage image;
-  if (Findings faults = MakeMergeImage(clips, options, image); !faults.empty()) return faults;
-  if (image.size != size)
-    return {MakeFinding(Message::kResultDamaged, output,
-                        fmt::format("has {} bytes; the clips give {}", size, image.size),
-                        "write to another disk, or check this one")};
+  if (Findings faults = MakeMergeImage(clips, options, boxes.layout, image); !faults.empty())
+    return faults;
+  if (image.size != result.Size())
+    return damaged(fmt::format("has {} bytes; the clips give {}", result.Size(), image.size));
   originals_ = {};
   originals_.options = options;
   originals_.resultSize = image.size;
@@ -248,8 +253,7 @@ Findings Keeper::Prepare(const std::vector<std::string>& clips, const FitOptions
                          const std::string& output, int file, const Progress& progress) {
   FileBytes result(file);
   if (options_.originals) {
-    if (Findings faults = Describe(clips, options, output, result.Size()); !faults.empty())
-      return faults;
+    if (Findings faults = Describe(clips, options, output, result); !faults.empty()) return faults;
     if (Findings faults = WriteArchive(clips, output); !faults.empty()) return faults;
   }
   return options_.checksums ? WriteChecksums(output, file, progress) : Findings{};
@@ -286,8 +290,7 @@ Findings Keeper::Agree(const std::vector<std::string>& clips, const FitOptions& 
   FileBytes result(file);
   const std::string path = output + std::string(kOriginalsSuffix);
   if (options_.originals) {
-    if (Findings faults = Describe(clips, options, output, result.Size()); !faults.empty())
-      return faults;
+    if (Findings faults = Describe(clips, options, output, result); !faults.empty()) return faults;
     if (Exists(path)) {
       FileBytes there(path);
       const std::string why =

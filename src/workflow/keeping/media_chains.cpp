@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "adapt/engine_movie.h"
 #include "workflow/keeping/listed_bytes.h"
 
 namespace clipchain {
@@ -16,11 +17,9 @@ constexpr unsigned int kMostOffers = 32;
 }  // namespace
 
 void MediaChains::Add(std::size_t clip, FileBytes& file, const std::vector<Extent>& ranges) {
-  ClipMedia media{clip, {}, 0, 0, 0};
+  ClipMedia media{clip, {}, 0, 0};
   for (const Extent& range : ranges) {
-    if (range.size == 0) continue;
-    media.ranges.push_back(range);
-    media.size += range.size;
+    if (range.size != 0) media.ranges.push_back(range);
   }
   if (media.ranges.empty()) return;
   const Extent& front = media.ranges.front();
@@ -32,60 +31,74 @@ void MediaChains::Add(std::size_t clip, FileBytes& file, const std::vector<Exten
   if (!head || !end) return;
   media.head = *head;
   media.tail = *end;
-  byHead_[length].emplace(media.head, media_.size());
   media_.push_back(std::move(media));
 }
 
-MediaChains::Choice MediaChains::ChoiceAt(FileBytes& merged, unsigned long long at,
-                                          unsigned long long end) const {
+// Where the media ends that begins there: its ranges lie in the file as a merge's view of the clip
+// has them.
+unsigned long long MediaChains::EndOf(const ClipMedia& media, unsigned long long begin) const {
+  std::vector<MediaRange> ranges;
+  for (const Extent& range : media.ranges) ranges.push_back({range.position, range.size});
+  return begin + MediaMap(ranges, 0, block_).Size();
+}
+
+MediaChains::Choice MediaChains::ChoiceAt(FileBytes& merged, unsigned long long at) const {
   Choice choice;
-  for (const auto& [length, clips] : byHead_) {
-    if (length > end - at) break;
-    const std::optional<std::uint64_t> head = Probe(merged, at, length);
+  for (const auto& [beginning, clips] : byHead_) {
+    const auto& [length, place] = beginning;
+    if (length > end_ - at) break;
+    const unsigned long long begin = block_ != 0 ? at + (place - at) % block_ : at;
+    if (begin > end_ || length > end_ - begin) continue;
+    const std::optional<std::uint64_t> head = Probe(merged, begin, length);
     if (!head) continue;
-    const auto [begin, behind] = clips.equal_range(*head);
-    for (auto next = begin; next != behind; ++next) {
+    const auto [first, behind] = clips.equal_range(*head);
+    for (auto next = first; next != behind; ++next) {
       const ClipMedia& media = media_[next->second];
-      if (media.size > end - at || used_.contains(media.clip)) continue;
+      const unsigned long long end = EndOf(media, begin);
+      if (end > end_ || used_.contains(media.clip)) continue;
       const std::size_t tail = ProbeLength(media.ranges.back().size);
-      if (Probe(merged, at + media.size - tail, tail) == media.tail) choice.media.push_back(&media);
+      if (Probe(merged, end - tail, tail) == media.tail) choice.offers.push_back({&media, end});
     }
   }
-  std::sort(choice.media.begin(), choice.media.end(),
-            [](const ClipMedia* a, const ClipMedia* b) { return a->clip < b->clip; });
+  std::sort(choice.offers.begin(), choice.offers.end(),
+            [](const Offer& a, const Offer& b) { return a.media->clip < b.media->clip; });
   return choice;
 }
 
-bool MediaChains::Find(FileBytes& merged, const Extent& range,
+bool MediaChains::Find(FileBytes& merged, const TopLevel& boxes,
                        const std::function<bool(const std::vector<std::size_t>&)>& accept) {
   used_.clear();
   beginning_.clear();
-  if (range.size == 0) return false;
+  if (boxes.media.size == 0) return false;
+  block_ = boxes.layout.block;
+  end_ = boxes.media.position + boxes.media.size;
+  byHead_.clear();
+  for (std::size_t i = 0; i < media_.size(); ++i) {
+    const Extent& front = media_[i].ranges.front();
+    const unsigned long long place = block_ != 0 ? front.position % block_ : 0;
+    byHead_[{ProbeLength(front.size), place}].emplace(media_[i].head, i);
+  }
   unsigned int steps = 0;
   unsigned int offers = 0;
-  const unsigned long long end = range.position + range.size;
-  unsigned long long at = range.position;
   std::vector<std::size_t> row;
-  std::vector<Choice> choices{ChoiceAt(merged, at, end)};
+  std::vector<Choice> choices{ChoiceAt(merged, boxes.media.position)};
   while (!choices.empty()) {
     Choice& choice = choices.back();
     if (choice.tried > 0) {
       used_.erase(row.back());
       row.pop_back();
-      at -= choice.media[choice.tried - 1]->size;
     }
-    if (choice.tried == choice.media.size()) {
+    if (choice.tried == choice.offers.size()) {
       choices.pop_back();
       continue;
     }
     if (++steps > kMostSteps) return false;
-    const ClipMedia& next = *choice.media[choice.tried++];
-    row.push_back(next.clip);
-    used_.insert(next.clip);
-    at += next.size;
+    const Offer next = choice.offers[choice.tried++];
+    row.push_back(next.media->clip);
+    used_.insert(next.media->clip);
     if (row.size() > beginning_.size()) beginning_ = row;
-    if (at != end) {
-      choices.push_back(ChoiceAt(merged, at, end));
+    if (next.end != end_) {
+      choices.push_back(ChoiceAt(merged, next.end));
     } else if (accept(row)) {
       return true;
     } else if (++offers == kMostOffers) {

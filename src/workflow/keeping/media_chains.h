@@ -17,7 +17,6 @@ namespace clipchain {
 struct ClipMedia {
   std::size_t clip;
   std::vector<Extent> ranges;  // of the clip's file, none empty
-  unsigned long long size;     // of all together
   std::uint64_t head;          // hash of the first bytes
   std::uint64_t tail;          // hash of the last bytes
 };
@@ -27,26 +26,37 @@ class MediaChains {
   // Adds one; nothing is done with a clip without media, or one that can't be read.
   void Add(std::size_t clip, FileBytes& file, const std::vector<Extent>& ranges);
 
-  // Tells rows of clips whose media would fill the range, by what stands at the beginnings and ends
-  // of theirs, until one of them is accepted. No more than a bounded number is tried. Whether one
-  // was accepted.
-  bool Find(FileBytes& merged, const Extent& range,
+  // Tells rows of clips whose media would fill the media box as its layout has it, by what stands
+  // at the beginnings and ends of theirs, until one of them is accepted. No more than a bounded
+  // number is tried. Whether one was accepted.
+  bool Find(FileBytes& merged, const TopLevel& boxes,
             const std::function<bool(const std::vector<std::size_t>& clips)>& accept);
-  // The clips that the last search found at the beginning of a range that it could not fill.
+  // The clips that the last search found at the beginning of a box that it could not fill.
   const std::vector<std::size_t>& Beginning() const { return beginning_; }
 
  private:
-  // The media that could stand at a place, and how many of them were tried.
+  // Media that could stand behind a place, and the end of it.
+  struct Offer {
+    const ClipMedia* media;
+    unsigned long long end;
+  };
+  // What could stand behind a place, and how many of them were tried.
   struct Choice {
-    std::vector<const ClipMedia*> media;
+    unsigned long long at;
+    std::vector<Offer> offers;
     std::size_t tried = 0;
   };
+  // How many first bytes there are, and where they lie modulo the block of a layout.
+  using Beginnings = std::map<std::pair<std::size_t, unsigned long long>,
+                              std::multimap<std::uint64_t, std::size_t>>;
 
-  Choice ChoiceAt(FileBytes& merged, unsigned long long at, unsigned long long end) const;
+  Choice ChoiceAt(FileBytes& merged, unsigned long long at) const;
+  unsigned long long EndOf(const ClipMedia& media, unsigned long long begin) const;
 
   std::vector<ClipMedia> media_;
-  // By how many first bytes there are, and their hash.
-  std::map<std::size_t, std::multimap<std::uint64_t, std::size_t>> byHead_;
+  unsigned int block_ = 0;  // of the file that is searched, and where its media ends
+  unsigned long long end_ = 0;
+  Beginnings byHead_;  // by their hash
   std::set<std::size_t> used_;
   std::vector<std::size_t> beginning_;
 };

@@ -115,8 +115,11 @@ std::string ResultProof::CompareClip(ListedBytes& bytes, OriginalsReader& reader
 std::string ResultProof::CheckImage(KeptFile& result, ListedBytes& bytes, const Originals& contents,
                                     const std::vector<std::size_t>& clips) {
   MergeImage image;
+  TopLevel boxes;
   if (!order_.Allows(clips)) return "has clips in another order than their identifiers say";
-  if (const Findings faults = MakeMergeImage(PathsOf(clips), contents.options, image);
+  if (!boxes.Read(bytes.Bytes()).empty())
+    return "is beside a result that is not a merge of its clips";
+  if (const Findings faults = MakeMergeImage(PathsOf(clips), contents.options, boxes.layout, image);
       !faults.empty())
     return "has clips that can't be merged: " + faults.front().text;
   if (image.size != contents.resultSize || !CoversAll(contents, image))
@@ -194,7 +197,7 @@ void ResultProof::BlameAllOf(ListedBytes& bytes, const std::string& reason) {
     Blame(clips, reason);
     return true;
   };
-  if (!chains_.Find(bytes.Bytes(), boxes.media, blame)) Blame(chains_.Beginning(), reason);
+  if (!chains_.Find(bytes.Bytes(), boxes, blame)) Blame(chains_.Beginning(), reason);
 }
 
 }  // namespace clipchain

@@ -124,8 +124,8 @@ std::string ResultProof::LossOf(const std::vector<std::size_t>& clips,
   return "";
 }
 
-bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const std::vector<std::size_t>& clips,
-                       MergeImage& image) {
+bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const Layout& layout,
+                       const std::vector<std::size_t>& clips, MergeImage& image) {
   const std::string name = Shown(result.file.path);
   if (!order_.Allows(clips)) {
     Blame(clips,
@@ -133,7 +133,7 @@ bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const std::vector<s
     return false;
   }
   for (const FitOptions& options : Variants()) {
-    if (!MakeMergeImage(PathsOf(clips), options, image).empty() ||
+    if (!MakeMergeImage(PathsOf(clips), options, layout, image).empty() ||
         !OwnBytesFit(result, bytes, image))
       continue;
     const std::string loss = LossOf(clips, options);
@@ -184,10 +184,10 @@ void ResultProof::TryContent(KeptFile& result) {
   std::vector<std::size_t> row;
   bool needless = false;
   const bool found =
-      chains_.Find(bytes->Bytes(), boxes.media, [&](const std::vector<std::size_t>& clips) {
+      chains_.Find(bytes->Bytes(), boxes, [&](const std::vector<std::size_t>& clips) {
         needless = std::all_of(clips.begin(), clips.end(), kept);
         row = clips;
-        return needless || Fits(result, *bytes, clips, image);
+        return needless || Fits(result, *bytes, boxes.layout, clips, image);
       });
   if (needless) return;
   if (!found) {

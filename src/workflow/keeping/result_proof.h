@@ -39,8 +39,8 @@ class ResultProof {
   std::string CheckImage(KeptFile& result, ListedBytes& bytes, const Originals& contents,
                          const std::vector<std::size_t>& clips);
 
-  bool Fits(KeptFile& result, ListedBytes& bytes, const std::vector<std::size_t>& clips,
-            MergeImage& image);
+  bool Fits(KeptFile& result, ListedBytes& bytes, const Layout& layout,
+            const std::vector<std::size_t>& clips, MergeImage& image);
   std::string LossOf(const std::vector<std::size_t>& clips, const FitOptions& options) const;
   std::string CompareContent(KeptFile& result, ListedBytes& bytes,
                              const std::vector<std::size_t>& clips, const MergeImage& image);

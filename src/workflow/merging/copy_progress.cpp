@@ -19,6 +19,11 @@ void CopyProgress::StartInput() {
   last_ = -1;
 }
 
+void CopyProgress::StartAgain() {
+  started_ = 0;
+  before_ = 0;
+}
+
 HRESULT CopyProgress::NotifyProgress(long long current, long long total) {
   stoodStill_ = current == last_ && current < total;
   if (stoodStill_) return E_ABORT;
@@ -29,7 +34,12 @@ HRESULT CopyProgress::NotifyProgress(long long current, long long total) {
 
 bool CopyProgress::Tell(Step::Phase phase, long long current, long long total) {
   const std::size_t clip = std::max<std::size_t>(started_, 1) - 1;
-  if (listener_ && !listener_({phase, clip, current, total, sizes_.size()})) stopped_ = true;
+  step_ = {phase, clip, current, total, sizes_.size()};
+  return Ask();
+}
+
+bool CopyProgress::Ask() {
+  if (listener_ && !listener_(step_)) stopped_ = true;
   return !stopped_;
 }
 

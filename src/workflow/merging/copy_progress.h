@@ -17,6 +17,8 @@ class CopyProgress final : public MP4G::IMp4LiveMergeDelegate {
 
   // To be called before each input is copied.
   void StartInput();
+  // None of the inputs has been copied.
+  void StartAgain();
 
   // E_ABORT if the listener says so, or if the copy made no step since the last call: the input
   // ends before its media does, and nobody else would end the copy.
@@ -26,6 +28,9 @@ class CopyProgress final : public MP4G::IMp4LiveMergeDelegate {
   // is the part of that phase that is done.
   bool Tell(Step::Phase phase, long long current, long long total);
   bool Tell(Step::Phase phase) { return Tell(phase, 0, total_); }
+
+  // Tells the last step once more, for whoever wants to stop meanwhile; whether to go on.
+  bool Ask();
 
   bool StoodStill() const { return stoodStill_; }
   bool Stopped() const { return stopped_; }
@@ -37,6 +42,7 @@ class CopyProgress final : public MP4G::IMp4LiveMergeDelegate {
   long long total_ = 0;
   long long before_ = 0;  // bytes of the inputs that are done
   long long last_ = -1;   // what the last call of this input said
+  Step step_{};           // as it was told last
   bool stoodStill_ = false;
   bool stopped_ = false;
 };

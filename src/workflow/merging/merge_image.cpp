@@ -1,12 +1,11 @@
 #include "workflow/merging/merge_image.h"
 
 #include <memory>
-#include <optional>
 #include <utility>
 
 #include "adapt/fit.h"
-#include "merge/movie_assembly.h"
 #include "workflow/findings/result_words.h"
+#include "workflow/merging/expected_file.h"
 #include "workflow/system/files.h"
 
 namespace clipchain {
@@ -16,58 +15,59 @@ namespace {
 using Number = unsigned long long;
 
 struct Range {
-  Number position;
-  Number size;
+  // Of bytes that stand in no file.
+  static constexpr long long kNowhere = -1;
+
+  long long position;
+  long long size;
 };
 
 class ImageMaker {
  public:
-  ImageMaker(const std::vector<std::string>& clips, const FitOptions& options) : clips_(clips) {
-    if (!options.exact && !clips.empty()) fit_ = std::make_unique<Fit>(clips, options);
-    if (fit_ != nullptr && !fit_->IsNeeded()) fit_.reset();
-  }
+  ImageMaker(const ImageTask& task) : task_(task), expected_(task.layout) {}
 
   Findings Make(MergeImage& image) {
-    for (std::size_t clip = 0; clip < clips_.size(); ++clip) {
+    for (std::size_t clip = 0; clip < task_.clips.size(); ++clip) {
       if (Findings faults = Take(clip); !faults.empty()) return faults;
     }
-    std::vector<unsigned char> head;
-    std::vector<unsigned char> movie;
-    if (const HRESULT finished = assembly_.Finish(head, movie); finished != S_OK)
+    if (const HRESULT finished = expected_.Finish(task_.fit); finished != S_OK)
       return Unfinished(finished);
-    if (fit_ != nullptr) {
-      std::optional<Bytes> complete = fit_->Complete(movie);
-      if (!complete) return Unfinished(E_BAD_DATA);
-      movie = std::move(*complete);
-    }
     image = {};
-    image.Add(head);
+    image.Add(expected_.Head());
     for (std::size_t clip = 0; clip < media_.size(); ++clip) {
-      for (const Range& range : media_[clip]) image.Add(clip, range.position, range.size);
+      image.AddZeros(expected_.Media()[clip].begin - image.size);
+      for (const Range& range : media_[clip]) {
+        const auto size = static_cast<Number>(range.size);
+        if (range.position == Range::kNowhere) {
+          image.AddZeros(size);
+        } else {
+          image.Add(clip, static_cast<Number>(range.position), size);
+        }
+      }
     }
-    image.Add(movie);
+    if (!task_.layout.movieInFront) image.Add(expected_.Movie());
     return {};
   }
 
  private:
-  Findings Unreadable(const std::string& path) {
+  static Findings Unreadable(const std::string& path) {
     return {MakeFinding(Message::kInputUnreadable, path, "can't be read as a clip",
                         "copy the clip again from the card")};
   }
-  Findings Unfinished(HRESULT result) {
-    return {MakeFinding(Message::kOutputUnfinished, clips_.front(),
+  Findings Unfinished(HRESULT result) const {
+    return {MakeFinding(Message::kOutputUnfinished, task_.clips.front(),
                         "and the clips behind it " + OutputWords(result))};
   }
   Findings Take(std::size_t clip) {
-    const std::string& path = clips_[clip];
+    const std::string& path = task_.clips[clip];
     auto file = std::make_unique<MP4G::CMp4File>();
     QUIRVA::ComPtr<ClipView> view;
     int read = S_OK;
-    if (fit_ == nullptr) {
+    if (task_.fit == nullptr) {
       read = file->SetFile(Wide(path).c_str());
     } else {
-      if (!fit_->HasView(clip)) return Unreadable(path);
-      view = fit_->View(clip, read);
+      if (!task_.fit->HasView(clip)) return Unreadable(path);
+      view = task_.fit->View(clip, read, task_.layout.block);
       if (read >= 0) read = file->SetReader(view.get());
     }
     if (read != S_OK || file->GetMovieBox() == nullptr) return Unreadable(path);
@@ -75,41 +75,36 @@ class ImageMaker {
         file->mdatSize > file->fileSize - file->mdatPos)
       return {MakeFinding(Message::kMediaCutOff, path, "ends before its media does",
                           "copy it again from the card")};
-    media_.emplace_back();
-    if (file->mdatSize > 0) NoteMedia(view.get(), file->mdatPos, file->mdatSize);
-    if (const HRESULT taken = assembly_.Take(file.get()); taken != S_OK) {
+    NoteMedia(view.get(), file->mdatPos, file->mdatSize);
+    if (const HRESULT taken = expected_.Take(std::move(file), view.get()); taken != S_OK) {
       Finding finding = MakeFinding(Message::kInputRefused, path, InputWords(taken, clip == 0),
                                     "leave the clip out, or see what a check says about it");
       finding.result = taken;
       return {finding};
     }
-    if (first_ == nullptr) first_ = std::move(file);
     return {};
   }
 
-  // What comes from several places of the file is taken in halves, until each comes from one.
   void NoteMedia(const ClipView* view, long long position, long long size) {
-    const long long first = view != nullptr ? view->FilePosition(position) : position;
-    const long long last =
-        view != nullptr ? view->FilePosition(position + size - 1) : position + size - 1;
-    if (last - first != size - 1 && size > 1) {
-      NoteMedia(view, position, size / 2);
-      NoteMedia(view, position + size / 2, size - size / 2);
+    std::vector<Range>& media = media_.emplace_back();
+    if (view == nullptr) {
+      media.push_back({position, size});
       return;
     }
-    std::vector<Range>& media = media_.back();
-    const Range range{static_cast<Number>(first), static_cast<Number>(size)};
-    if (!media.empty() && media.back().position + media.back().size == range.position) {
-      media.back().size += range.size;
-    } else {
-      media.push_back(range);
+    for (const auto& [place, part] : view->PlacesOf(position, size)) {
+      const bool continues = !media.empty() && place != Range::kNowhere &&
+                             media.back().position != Range::kNowhere &&
+                             media.back().position + media.back().size == place;
+      if (continues) {
+        media.back().size += part;
+      } else {
+        media.push_back({place, part});
+      }
     }
   }
 
-  const std::vector<std::string>& clips_;
-  std::unique_ptr<const Fit> fit_;  // null unless the clips are adapted
-  std::unique_ptr<MP4G::CMp4File> first_;
-  MP4G::CMovieAssembly assembly_;
+  const ImageTask& task_;
+  ExpectedFile expected_;
   std::vector<std::vector<Range>> media_;  // of each clip, in its file
 };
 
@@ -128,10 +123,21 @@ void MergeImage::Add(std::size_t clip, Number source, Number length) {
   size += length;
 }
 
+void MergeImage::AddZeros(Number length) {
+  Add(std::vector<unsigned char>(static_cast<std::size_t>(length)));
+}
+
+Findings MakeMergeImage(const ImageTask& task, MergeImage& image) {
+  if (task.clips.empty()) return {MakeFinding(Message::kNothingToMerge, "", "there is no clip")};
+  return ImageMaker(task).Make(image);
+}
+
 Findings MakeMergeImage(const std::vector<std::string>& clips, const FitOptions& options,
-                        MergeImage& image) {
-  if (clips.empty()) return {MakeFinding(Message::kNothingToMerge, "", "there is no clip")};
-  return ImageMaker(clips, options).Make(image);
+                        const Layout& layout, MergeImage& image) {
+  std::unique_ptr<const Fit> fit;
+  if (!options.exact && !clips.empty()) fit = std::make_unique<Fit>(clips, options);
+  if (fit != nullptr && !fit->IsNeeded()) fit.reset();
+  return MakeMergeImage({clips, layout, fit.get()}, image);
 }
 
 }  // namespace clipchain

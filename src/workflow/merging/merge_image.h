@@ -6,9 +6,12 @@
 #include <vector>
 
 #include "adapt/fit_options.h"
+#include "workflow/boxes/top_level.h"
 #include "workflow/finding.h"
 
 namespace clipchain {
+
+class Fit;
 
 // A part of the file that a merge gives: bytes of a clip, or bytes that stand in no clip.
 struct ImagePiece {
@@ -27,13 +30,22 @@ struct MergeImage {
 
   void Add(const std::vector<unsigned char>& own);
   void Add(std::size_t clip, unsigned long long source, unsigned long long length);
+  void AddZeros(unsigned long long length);
 };
 
-// Puts the boxes of the clips together as a merge in that order does, in memory, adapted to each
-// other as the options say, and notes which ranges of the clips their media are; reads no media.
-// What speaks against it, if anything does: a clip that can't be read, ends before its media does,
-// or that a merge refuses.
+struct ImageTask {
+  const std::vector<std::string>& clips;  // in the order of the merge
+  Layout layout{};
+  const Fit* fit = nullptr;  // null: nothing is adapted
+};
+
+// Puts the boxes of the clips together as a merge in that order does, in memory, and notes which
+// ranges of the clips their media are; reads no media. What speaks against it, if anything does: a
+// clip that can't be read, ends before its media does, or that a merge refuses.
+[[nodiscard]] Findings MakeMergeImage(const ImageTask& task, MergeImage& image);
+// The same of clips that are adapted to each other first, as the options say.
 [[nodiscard]] Findings MakeMergeImage(const std::vector<std::string>& clips,
-                                      const FitOptions& options, MergeImage& image);
+                                      const FitOptions& options, const Layout& layout,
+                                      MergeImage& image);
 
 }  // namespace clipchain

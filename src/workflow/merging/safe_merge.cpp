@@ -16,6 +16,8 @@
 #include "workflow/findings/result_words.h"
 #include "workflow/merging/copy_progress.h"
 #include "workflow/merging/fitting_of.h"
+#include "workflow/merging/image_copy.h"
+#include "workflow/merging/input_states.h"
 #include "workflow/merging/leftover_findings.h"
 #include "workflow/merging/verify.h"
 #include "workflow/system/files.h"
@@ -27,27 +29,6 @@ namespace {
 
 using Phase = Step::Phase;
 
-// By which a file is known again, and by which it is seen to have changed.
-struct FileState {
-  dev_t device;
-  ino_t inode;
-  off_t size;
-  timespec modified;
-  timespec changed;  // by a new mode, name or link, too
-
-  bool IsSameFile(const struct stat& status) const {
-    return device == status.st_dev && inode == status.st_ino;
-  }
-  bool IsUnchanged(const struct stat& status) const {
-    return IsSameFile(status) && size == status.st_size && IsSameTime(modified, status.st_mtim);
-  }
-  bool IsUntouched(const struct stat& status) const { return IsSameTime(changed, status.st_ctim); }
-
-  static bool IsSameTime(const timespec& a, const timespec& b) {
-    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
-  }
-};
-
 // One run. Each step answers whether to go on; a step that does not has said why.
 class Run {
  public:
@@ -55,7 +36,9 @@ class Run {
       : inputs_(inputs),
         options_(options),
         listener_([this](const Step& step) { return Hear(step); }),
-        progress_(inputs, listener_) {}
+        progress_(inputs, listener_),
+        layout_{options.faststart},
+        states_(inputs) {}
 
   SafeMergeReport Merge() {
     if (Prepare() && Copy() && Complete() && Publish()) report_.done = true;
@@ -72,6 +55,7 @@ class Run {
   bool FailCreate(int error);
 
   bool Copy();
+  bool CopyByEngine();
   [[nodiscard]] HRESULT Input(std::size_t index);
   bool PutBack();
   bool FailCopy(const std::string& input, HRESULT result, bool first);
@@ -82,7 +66,6 @@ class Run {
   bool VerifyPart();
   Findings ComparePart(bool everyByte);
   bool PrepareCompanion();
-  const std::string* ChangedInput(bool touched) const;
   bool InputsAreUnchanged();
   bool FailChanged(const std::string& input);
 
@@ -104,7 +87,8 @@ class Run {
   SafeMergeReport report_;
   const Progress listener_;
   CopyProgress progress_;
-  std::vector<FileState> states_;
+  Layout layout_;
+  InputStates states_;
   std::shared_ptr<const Fit> fit_;  // null unless the clips are adapted
   PartFile part_;
   // Below the file that it writes to, so that it lets go of it first.
@@ -145,6 +129,11 @@ bool Run::Prepare() {
   CheckReport checked = CheckFitted(inputs_, check, fit_);
   report_.findings = std::move(checked.findings);
   report_.adaptations = std::move(checked.adaptations);
+  // What is always shared takes no space.
+  if (options_.reflink == Reflink::kAlways)
+    std::erase_if(report_.findings, [](const Finding& finding) {
+      return finding.message == Message::kTooLittleSpace;
+    });
   Add(LookForLeftovers(options_.check.output, options_.removeLeftover));
   if (options_.companion != nullptr) {
     for (const std::string& path : options_.companion->Paths(options_.check.output))
@@ -155,14 +144,9 @@ bool Run::Prepare() {
 }
 
 bool Run::NoteInputs() {
-  for (const std::string& input : inputs_) {
-    struct stat status;
-    if (::stat(input.c_str(), &status) != 0)
-      return Fail(Message::kInputUnreadable, input, "can't be read: " + ErrorText(errno),
-                  "check the name and the permissions", MP4G_E_INPUT_OPEN);
-    states_.push_back(
-        {status.st_dev, status.st_ino, status.st_size, status.st_mtim, status.st_ctim});
-  }
+  if (const std::string* const input = states_.Note())
+    return Fail(Message::kInputUnreadable, *input, "can't be read: " + ErrorText(errno),
+                "check the name and the permissions", MP4G_E_INPUT_OPEN);
   if (!MayReplaceAll()) return false;
   if (options_.companion != nullptr) options_.companion->Start(inputs_);
   return true;
@@ -196,7 +180,33 @@ bool Run::FailCreate(int error) {
       MP4G_E_OUTPUT_OPEN);
 }
 
+// The engine knows one layout alone; any other is written as its image says.
 bool Run::Copy() {
+  if (layout_ == Layout() && options_.reflink == Reflink::kNever) return CopyByEngine();
+  ImageCopy copy = CopyImage(
+      {inputs_, fit_.get(), options_.reflink, options_.check.output, part_, progress_}, layout_);
+  report_.shared = copy.shared;
+  if (copy.isLeftToTheEngine) return CopyByEngine();
+  if (HoldsUp(copy.findings, true)) {
+    if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
+  }
+  Add(copy.findings);
+  if (!copy.findings.empty()) report_.result = copy.findings.back().result;
+  switch (copy.fault.side) {
+    case WriteFault::Side::kNone:
+      return copy.findings.empty();
+    case WriteFault::Side::kStopped:
+      return FailStopped();
+    case WriteFault::Side::kClip:
+      report_.result = MP4G_E_INPUT_READ;
+      return FailCopy(inputs_[copy.fault.clip], MP4G_E_INPUT_READ, copy.fault.clip == 0);
+    default:
+      report_.result = MP4G_E_OUTPUT_WRITE;
+      return FailWrite(MP4G_E_OUTPUT_WRITE);
+  }
+}
+
+bool Run::CopyByEngine() {
   for (std::size_t i = 0; i < inputs_.size(); ++i) {
     progress_.StartInput();
     report_.result = Input(i);
@@ -242,7 +252,7 @@ bool Run::FailCopy(const std::string& input, HRESULT result, bool first) {
   std::string text = InputWords(result, first);
   if (const std::string why = WhyUnreadable(input); !why.empty()) {
     text += ": " + why;
-  } else if (const std::string* const changed = ChangedInput(true)) {
+  } else if (const std::string* const changed = states_.Changed(true)) {
     return FailChanged(*changed);
   }
   return Fail(Message::kInputRefused, input, std::move(text),
@@ -301,7 +311,7 @@ bool Run::VerifyPart() {
   if (progress_.Stopped()) return FailStopped();
   // Of clips that are others by now the result can't be what they give.
   if (HoldsUp(found, options_.force)) {
-    if (const std::string* const changed = ChangedInput(true)) return FailChanged(*changed);
+    if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
   }
   Add(found);
   return !HoldsUp(found, options_.force);
@@ -311,25 +321,13 @@ Findings Run::ComparePart(bool everyByte) {
   const auto listener = [this](const Step& step) {
     return progress_.Tell(Phase::kVerifying, step.current, step.total);
   };
-  return Verify(
-      {inputs_, options_.check.output, part_.descriptor(), everyByte, listener, fit_.get()});
-}
-
-// The first input that is another file, or has other bytes or another time, than in the beginning;
-// or, where `touched` says so, that somebody may have written to and set its time back.
-const std::string* Run::ChangedInput(bool touched) const {
-  for (std::size_t i = 0; i < inputs_.size(); ++i) {
-    struct stat status;
-    if (::stat(inputs_[i].c_str(), &status) != 0 || !states_[i].IsUnchanged(status) ||
-        (touched && !states_[i].IsUntouched(status)))
-      return &inputs_[i];
-  }
-  return nullptr;
+  FileBytes file(part_.descriptor());
+  return Verify({inputs_, options_.check.output, file, everyByte, listener, fit_.get(), layout_});
 }
 
 bool Run::InputsAreUnchanged() {
-  if (const std::string* const changed = ChangedInput(false)) return FailChanged(*changed);
-  const std::string* const touched = ChangedInput(true);
+  if (const std::string* const changed = states_.Changed(false)) return FailChanged(*changed);
+  const std::string* const touched = states_.Changed(true);
   if (touched == nullptr) return true;
   // Whoever writes to a clip and sets its time back leaves no other trace than one who links it.
   const Findings found = ComparePart(true);
@@ -367,12 +365,11 @@ bool Run::MayReplace(const std::string& path) {
                 "choose another name, or let --overwrite replace it", MP4G_E_OUTPUT_OPEN);
   struct stat target;
   if (::stat(path.c_str(), &target) != 0) target = status;
-  for (std::size_t i = 0; i < inputs_.size(); ++i) {
-    if (states_[i].IsSameFile(status) || states_[i].IsSameFile(target))
-      return Fail(Message::kOutputIsInput, path,
-                  "is the same file as the input " + Shown(inputs_[i]), "choose another name",
-                  MP4G_E_OUTPUT_OPEN);
-  }
+  const std::string* same = states_.SameAs(status);
+  if (same == nullptr) same = states_.SameAs(target);
+  if (same != nullptr)
+    return Fail(Message::kOutputIsInput, path, "is the same file as the input " + Shown(*same),
+                "choose another name", MP4G_E_OUTPUT_OPEN);
   const std::optional<OutputFault> fault = WhyIrreplaceable(path);
   return !fault || Fail(Message::kOutputUnwritable, path, "can't be written: " + fault->text,
                         fault->remedy, MP4G_E_OUTPUT_OPEN);
@@ -387,7 +384,7 @@ bool Run::Publish() {
   }
   // Of the recording's end, as the last clip has it. Where the file system keeps no such time the
   // result is none the worse.
-  const timespec times[] = {{0, UTIME_OMIT}, states_.back().modified};
+  const timespec times[] = {{0, UTIME_OMIT}, states_.LastModified()};
   ::futimens(part_.descriptor(), times);
   if (const int error = part_.Publish(options_.check.overwrite); error != 0) {
     if (options_.companion != nullptr) options_.companion->Withdraw();

@@ -95,7 +95,7 @@ class Oracle {
   const OracleTask& task_;
   const Intended& intended_;
   OracleFindings findings_;
-  FileBytes output_;
+  FileBytes& output_;
   SampleFile result_;
   RangeComparison comparison_;
   ByteRanges ranges_;

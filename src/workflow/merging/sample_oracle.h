@@ -8,6 +8,7 @@
 
 #include "workflow/finding.h"
 #include "workflow/progress.h"
+#include "workflow/system/file_bytes.h"
 
 namespace clipchain {
 
@@ -37,7 +38,7 @@ struct Intended {
 struct OracleTask {
   const std::vector<std::string>& inputs;  // the clips themselves, in the order of the merge
   std::string output;                      // as findings name it
-  int file;                                // a descriptor to read the output through
+  FileBytes& file;                         // reads the output
   bool everyByte = false;  // compare the bytes of all samples, not only around seams and chunks
   // Whatever else differs is found. Null: the engine alone made the result, of which no more is
   // asked than what the samples themselves are.

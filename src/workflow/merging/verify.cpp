@@ -5,21 +5,22 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 #include "adapt/fit.h"
 #include "box/header_boxes.h"
 #include "box/structural_boxes.h"
 #include "merge/free_tracks.h"
-#include "merge/movie_assembly.h"
 #include "reader/mp4_file.h"
 #include "reader/track_reader.h"
 #include "reader/typed_views.h"
 #include "workflow/boxes/sample_layout.h"
 #include "workflow/boxes/top_level.h"
 #include "workflow/findings/result_words.h"
+#include "workflow/merging/around_media.h"
 #include "workflow/merging/clip_media.h"
+#include "workflow/merging/expected_file.h"
+#include "workflow/merging/media_placement.h"
 #include "workflow/system/file_bytes.h"
 #include "workflow/system/files.h"
 
@@ -80,7 +81,8 @@ struct Clip {
 
 class Verifier {
  public:
-  explicit Verifier(const VerifyTask& task) : task_(task), output_(task.file) {}
+  explicit Verifier(const VerifyTask& task)
+      : task_(task), output_(task.file), expected_(task.layout), placement_(0, 0) {}
 
   Findings Run();
 
@@ -91,7 +93,10 @@ class Verifier {
   bool Tell(Number done);  // how much of the media was compared; whether to go on
   bool AddClip(std::size_t index);
   bool Open(std::size_t index, Clip& clip);
+  static Number PlaceInFile(const Clip& clip);
   bool Expect(Clip& clip);
+  // Bytes of media of the clips so far.
+  Number Done() const { return placement_.End() - boxes_.media.position; }
   void AddTracks(Clip& clip);
   void AddTrack(const Clip& clip, OutputTrack& output, MP4G::CTrackBox* track);
   void CompareSizes(const Clip& clip, OutputTrack& output, const SampleLayout& layout);
@@ -99,7 +104,6 @@ class Verifier {
   void CompareTotals();
   void CompareBoxes();
   bool BoxesAreExpected();
-  bool IsExpected(Number position, const std::vector<unsigned char>& expected);
   bool CompareEnds(const Clip& clip);
   bool CompareMedia(const Clip& clip);
   bool CompareBytes(ClipMedia& source, const Clip& clip, Number inClip, Number inOutput,
@@ -110,14 +114,13 @@ class Verifier {
   void Differs(OutputTrack& output, const char* box, std::string text);
 
   const VerifyTask& task_;
-  FileBytes output_;
+  FileBytes& output_;
   TopLevel boxes_;
   MP4G::CMp4Tree tree_;
   std::vector<OutputTrack> tracks_;
-  std::unique_ptr<MP4G::CMp4File> first_;  // becomes what is expected
-  MP4G::CMovieAssembly expected_;
+  ExpectedFile expected_;
+  MediaPlacement placement_;       // of the clips so far
   std::vector<SamplePair> pairs_;  // of the clip at work
-  Number mediaBefore_ = 0;         // bytes of media of the clips that are done
   Number duration_ = 0;            // of the clips so far together
   std::vector<unsigned char> fromClip_ = std::vector<unsigned char>(kBlock);
   std::vector<unsigned char> fromOutput_ = std::vector<unsigned char>(kBlock);
@@ -135,7 +138,7 @@ Findings Verifier::Run() {
   if (!findings_.empty()) return std::move(findings_);
   // What is adapted is compared with the clips by a reader that knows nothing of it.
   if (task_.fit != nullptr) return CompareAdapted();
-  return CompareSamples(false, [this](const Step&) { return Tell(mediaBefore_); });
+  return CompareSamples(false, [this](const Step&) { return Tell(Done()); });
 }
 
 Findings Verifier::CompareSamples(bool everyByte, Progress progress) {
@@ -192,6 +195,9 @@ void Verifier::Differs(OutputTrack& output, const char* box, std::string text) {
 bool Verifier::OpenOutput() {
   const std::string wrong = boxes_.Read(output_);
   if (!wrong.empty()) return Damaged(wrong, 0);
+  if (boxes_.layout != task_.layout)
+    return Damaged("has its boxes in another order than its merge gives them", 0);
+  placement_ = MediaPlacement(task_.layout.block, boxes_.media.position);
   const Extent& movie = boxes_.movie;
   std::vector<unsigned char> bytes(movie.size);
   if (!output_.Read(movie.position, bytes.data(), bytes.size()))
@@ -209,34 +215,39 @@ bool Verifier::OpenOutput() {
 bool Verifier::Open(std::size_t index, Clip& clip) {
   if (task_.fit == nullptr) return clip.file->SetFile(Wide(clip.path).c_str()) == S_OK;
   int opened = S_OK;
-  clip.view = task_.fit->View(index, opened);
+  clip.view = task_.fit->View(index, opened, task_.layout.block);
   return opened >= 0 && clip.file->SetReader(clip.view.get()) == S_OK;
 }
 
 bool Verifier::AddClip(std::size_t index) {
-  if (!Tell(mediaBefore_)) return false;
+  if (!Tell(Done())) return false;
   Clip clip{task_.inputs[index]};
   if (!Open(index, clip) || clip.file->GetMovieBox() == nullptr) return Unreadable(clip.path, 0);
   clip.mediaSize = static_cast<Number>(clip.file->mdatSize);
-  clip.target = boxes_.media.position + mediaBefore_;
-  if (clip.mediaSize > boxes_.media.size - mediaBefore_)
+  const Number left = boxes_.media.size - Done();
+  clip.target = placement_.Place(PlaceInFile(clip), clip.mediaSize);
+  if (clip.mediaSize > left || Done() > boxes_.media.size)
     return Damaged(fmt::format("has {} bytes of media, fewer than the clips", boxes_.media.size),
                    boxes_.media.position);
   duration_ += DurationOf(clip.file->GetMovieBox());
   AddTracks(clip);
   const bool isCompared = task_.everyByte && task_.fit == nullptr;
   if (!(isCompared ? CompareMedia(clip) : CompareEnds(clip))) return false;
-  mediaBefore_ += clip.mediaSize;
   return Expect(clip);
+}
+
+Number Verifier::PlaceInFile(const Clip& clip) {
+  const long long position = clip.file->mdatPos;
+  const bool isViewed = clip.view.get() != nullptr && clip.mediaSize > 0;
+  return static_cast<Number>(isViewed ? clip.view->FilePosition(position) : position);
 }
 
 // The clip's boxes become part of what is expected; nothing is to be asked of them any more.
 bool Verifier::Expect(Clip& clip) {
-  const HRESULT result = expected_.Take(clip.file.get());
-  if (first_ == nullptr) first_ = std::move(clip.file);
+  const bool first = expected_.IsEmpty();
+  const HRESULT result = expected_.Take(std::move(clip.file), clip.view.get());
   if (result == S_OK) return true;
-  findings_.push_back(MakeFinding(Message::kInputRefused, clip.path,
-                                  InputWords(result, mediaBefore_ == clip.mediaSize),
+  findings_.push_back(MakeFinding(Message::kInputRefused, clip.path, InputWords(result, first),
                                   "leave the clip out, or see what a check says about it"));
   findings_.back().result = result;
   return false;
@@ -326,10 +337,9 @@ void Verifier::CompareChunk(const Clip& clip, OutputTrack& output, const Chunk& 
 }
 
 void Verifier::CompareTotals() {
-  if (mediaBefore_ != boxes_.media.size)
-    Damaged(
-        fmt::format("has {} bytes of media; the clips have {}", boxes_.media.size, mediaBefore_),
-        boxes_.media.position);
+  if (Done() != boxes_.media.size)
+    Damaged(fmt::format("has {} bytes of media; the clips have {}", boxes_.media.size, Done()),
+            boxes_.media.position);
   for (OutputTrack& output : tracks_) {
     const TrackSums sums = SumsOf(output.box);
     for (const TrackSum& sum : kTrackSums) {
@@ -370,36 +380,10 @@ void Verifier::CompareBoxes() {
 }
 
 bool Verifier::BoxesAreExpected() {
-  Bytes head;
-  Bytes movie;
-  if (const HRESULT result = expected_.Finish(head, movie); result != S_OK)
+  if (const HRESULT result = expected_.Finish(task_.fit); result != S_OK)
     return Damaged(OutputWords(result), boxes_.movie.position);
-  if (task_.fit != nullptr) {
-    if (auto adapted = task_.fit->Complete(movie)) movie = std::move(*adapted);
-  }
-  const std::size_t expected = head.size() + movie.size();
-  const Number found = boxes_.media.position + boxes_.movie.size;
-  if (found != expected || boxes_.movie.size != movie.size())
-    return Damaged(fmt::format("has {} bytes around its media; the clips give {}", found, expected),
-                   boxes_.movie.position);
-  return IsExpected(0, head) && IsExpected(boxes_.movie.position, movie);
-}
-
-bool Verifier::IsExpected(Number position, const std::vector<unsigned char>& expected) {
-  for (std::size_t done = 0; done < expected.size(); done += kBlock) {
-    const std::size_t size = std::min(expected.size() - done, kBlock);
-    if (!output_.Read(position + done, fromOutput_.data(), size))
-      return Damaged("can't be read back", position + done);
-    const auto begin = expected.begin() + static_cast<std::ptrdiff_t>(done);
-    const auto end = begin + static_cast<std::ptrdiff_t>(size);
-    const auto [theirs, mine] = std::mismatch(begin, end, fromOutput_.begin());
-    if (theirs == end) continue;
-    const Number at = position + static_cast<Number>(theirs - expected.begin());
-    return Damaged(
-        fmt::format("has a byte {:02X} at {}; its clips give {:02X} there", *mine, at, *theirs),
-        at);
-  }
-  return true;
+  const auto fault = CompareAroundMedia(output_, boxes_, expected_);
+  return !fault || Damaged(fault->text, fault->offset);
 }
 
 bool Verifier::CompareEnds(const Clip& clip) {
@@ -419,7 +403,7 @@ bool Verifier::CompareMedia(const Clip& clip) {
   for (Number done = 0; done < clip.mediaSize; done += kBlock) {
     const auto size = static_cast<std::size_t>(std::min<Number>(clip.mediaSize - done, kBlock));
     if (!CompareBytes(source, clip, begin + done, clip.target + done, size)) return false;
-    if (!Tell(mediaBefore_ + done + size)) return false;
+    if (!Tell(clip.target - boxes_.media.position + done + size)) return false;
   }
   return true;
 }

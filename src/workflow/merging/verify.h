@@ -4,9 +4,11 @@
 #include <string>
 #include <vector>
 
+#include "workflow/boxes/top_level.h"
 #include "workflow/finding.h"
 #include "workflow/merging/sample_oracle.h"
 #include "workflow/progress.h"
+#include "workflow/system/file_bytes.h"
 
 namespace clipchain {
 
@@ -15,12 +17,14 @@ class Fit;
 struct VerifyTask {
   const std::vector<std::string>& inputs;  // in the order in which they were merged
   std::string output;                      // as findings name it
-  int file;                                // a descriptor to read the output through
+  FileBytes& file;                         // reads the output
   bool everyByte = false;  // compare all media with the clips', not only where clips meet
   // Told how much of the media was compared; false ends the work without a finding.
   Progress progress;
   // By which the clips were adapted; null: the engine alone made the output.
   const Fit* fit = nullptr;
+  // What the output was to be; one of another layout is damaged.
+  Layout layout{};
 };
 
 // Parses the output and looks whether its boxes fill the file, and whether every sample is that of

@@ -3,9 +3,11 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
@@ -137,6 +139,18 @@ int PartFile::TryToGrow() const {
   const ssize_t went = ::pwrite(file_, block.data(), block.size(), status.st_size);
   if (went < 0) return errno;
   return went < static_cast<ssize_t>(block.size()) ? ENOSPC : 0;
+}
+
+int PartFile::Empty() const { return ::ftruncate(file_, 0) == 0 ? 0 : errno; }
+
+unsigned int PartFile::BlockSize() const {
+  constexpr unsigned long kLeast = 512;
+  constexpr unsigned long kMost = 1 << 16;
+  struct statvfs status;
+  if (::fstatvfs(file_, &status) != 0) return 0;
+  const unsigned long block = status.f_bsize;
+  const bool isOfUse = std::has_single_bit(block) && block >= kLeast && block <= kMost;
+  return isOfUse ? static_cast<unsigned int>(block) : 0;
 }
 
 int PartFile::ReplaceEnd(long long position, const std::vector<unsigned char>& bytes) const {

@@ -28,6 +28,12 @@ class PartFile {
   // use for a file that is given up.
   [[nodiscard]] int TryToGrow() const;
 
+  // Takes all out of it that was written.
+  [[nodiscard]] int Empty() const;
+  // The block that its file system shares between files, if it shares any; a power of two. 0 where
+  // it tells none that is of use.
+  unsigned int BlockSize() const;
+
   // Writes the bytes at that place and ends the file behind them.
   [[nodiscard]] int ReplaceEnd(long long position, const std::vector<unsigned char>& bytes) const;
 

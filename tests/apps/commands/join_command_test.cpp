@@ -312,6 +312,7 @@ TEST_F(JoinCommand, PrintsEveryFieldForPrograms) {
                   {"output", {{"path", At("out/" + first)}}},
                   {"accepted", nullptr},
                   {"outcome", "merged"},
+                  {"shared", 0},
                   {"output_size", fs::file_size(At("out/" + first))},
                   {"findings", json::array()}}),
             job);

@@ -283,11 +283,21 @@ std::vector<std::string> OnLosingDisk(std::vector<std::string> command, bool all
 
 TEST_F(MergeSafety, NoticesADiskThatStoresNothing) {
   for (const char* verify : {"--verify=seams", "--verify=full"}) {
-    const Finished run = support::Run(OnLosingDisk(Merge({verify}), true));
-    EXPECT_EQ(1, run.exitCode);
-    EXPECT_THAT(run.err, HasSubstr("(result-damaged)\n"));
-    EXPECT_TRUE(Names().empty());
+    for (const std::vector<std::string>& more :
+         {std::vector<std::string>{verify}, std::vector<std::string>{verify, "--faststart"}}) {
+      const Finished run = support::Run(OnLosingDisk(Merge(more), true));
+      EXPECT_EQ(1, run.exitCode);
+      EXPECT_THAT(run.err, HasSubstr("(result-damaged)\n"));
+      EXPECT_TRUE(Names().empty());
+    }
   }
+}
+
+TEST_F(MergeSafety, NoticesWhatADiskLosesOfAResultWithTheMovieInFront) {
+  const Finished run = support::Run(OnLosingDisk(Merge({"--faststart", "--verify=full"}), false));
+  EXPECT_EQ(1, run.exitCode);
+  EXPECT_THAT(run.err, HasSubstr("(result-damaged)\n"));
+  EXPECT_TRUE(Names().empty());
 }
 
 TEST_F(MergeSafety, NoticesWhatADiskLosesBetweenTheSeamsWhenEveryByteIsRead) {

@@ -1,8 +1,11 @@
 #include "workflow/clipchain.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstddef>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -64,17 +67,16 @@ class CDoor : public testing::Test {
     return names;
   }
 
+  void Take(char* text) {
+    report = text != nullptr ? nlohmann::json::parse(text) : nlohmann::json();
+    clipchain_free(text);
+  }
+
   support::TempDir folder;
   std::vector<std::string> clips;
   std::string output = folder / "out.mp4";
   clipchain_options options{};
   nlohmann::json report;
-
- private:
-  void Take(char* text) {
-    report = text != nullptr ? nlohmann::json::parse(text) : nlohmann::json();
-    clipchain_free(text);
-  }
 };
 
 TEST_F(CDoor, MergesClips) {
@@ -167,6 +169,30 @@ TEST_F(CDoor, LeadsFromCardToErasedCardAndBack) {
   support::WriteFile(output, damaged);
   EXPECT_EQ(CLIPCHAIN_PARTLY, Split((folder / "again").c_str()));
   EXPECT_EQ(second, support::ReadFile(folder.path() / "again" / "2.mp4"));
+}
+
+TEST_F(CDoor, PutsTheMovieInFrontOfAFileAndOfAStream) {
+  options.faststart = 1;
+  options.reflink = CLIPCHAIN_SHARE_OR_COPY;
+  ASSERT_EQ(CLIPCHAIN_DONE, Merge());
+  const support::Bytes front = support::ReadFile(output);
+  EXPECT_LT(support::FindBox(front, "moov"), support::FindBox(front, "mdat"));
+  const std::string streamed = folder / "streamed";
+  const int file = ::open(streamed.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+  options.reflink = CLIPCHAIN_COPY;
+  char* text = nullptr;
+  EXPECT_EQ(CLIPCHAIN_DONE, clipchain_stream(Names().data(), clips.size(), file, &options, &text));
+  Take(text);
+  EXPECT_EQ(fs::file_size(streamed), report["size"]);
+  EXPECT_EQ(front, support::ReadFile(streamed));
+  EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_stream(Names().data(), 2, -1, &options, nullptr));
+  options.overwrite = 1;
+  EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_stream(Names().data(), 2, file, &options, nullptr));
+  options.overwrite = 0;
+  options.reflink = CLIPCHAIN_SHARE + 1;
+  EXPECT_EQ(CLIPCHAIN_MISUSE, clipchain_stream(Names().data(), 2, file, &options, nullptr));
+  EXPECT_EQ(front, support::ReadFile(streamed));
+  ::close(file);
 }
 
 TEST_F(CDoor, RefusesToBeMisused) {

@@ -10,6 +10,7 @@
 #include "support/sequences.h"
 #include "workflow/keeping/kept_card.h"
 #include "workflow/merging/fitting_of.h"
+#include "workflow/merging/image_bytes.h"
 #include "workflow/proof_words.h"
 
 using namespace clipchain;
@@ -59,6 +60,24 @@ TEST_F(CardProofTest, ComparesEveryByteOfAResult) {
     ChangeByte(result, at);
   }
   EXPECT_THAT(NotKept(), IsEmpty());
+}
+
+// Gaps that lie between the media of clips, and the note of the block, too.
+TEST_F(CardProofTest, ComparesEveryByteOfAResultOfAnyLayout) {
+  for (const Layout layout : {Layout{true, 0}, Layout{false, 512}, Layout{true, 4096}}) {
+    MergeImage image;
+    ASSERT_THAT(MakeMergeImage(clips, {}, layout, image), IsEmpty());
+    ImageBytes bytes(clips, image);
+    Bytes made(image.size);
+    ASSERT_TRUE(bytes.Read(0, made.data(), made.size()));
+    const std::string result = PutBeside("out.mp4", made);
+    EXPECT_THAT(NotKept(), IsEmpty());
+    for (std::size_t at = 0; at < made.size(); at += 1 + made.size() / 61) {
+      ChangeByte(result, at);
+      EXPECT_THAT(NotKept(), SizeIs(3)) << at;
+      ChangeByte(result, at);
+    }
+  }
 }
 
 TEST_F(CardProofTest, ComparesEveryByteOfAnArchiveAndOfClips) {

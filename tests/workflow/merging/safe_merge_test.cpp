@@ -8,8 +8,10 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <tuple>
 
 #include "support/movie_builder.h"
+#include "support/movie_oracle.h"
 #include "support/result_matchers.h"
 #include "workflow/merging/safe_merge_fixture.h"
 
@@ -50,6 +52,78 @@ TEST_F(SafeMergeTest, WritesTheSameBytesWhateverIsVerified) {
   options.verification = Verification::kFull;
   ASSERT_TRUE(SafeMerge(inputs, options).done);
   EXPECT_EQ(expected, ReadFile(options.check.output));
+}
+
+TEST_F(SafeMergeTest, PutsTheMovieInFrontOfTheSameSamples) {
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  const support::OracleMovie plain = support::ReadMovie(ReadFile(options.check.output));
+  options.check.overwrite = true;
+  options.faststart = true;
+  for (const Verification level : {Verification::kSeams, Verification::kFull}) {
+    options.verification = level;
+    const SafeMergeReport report = SafeMerge(inputs, options);
+    ASSERT_TRUE(report.done);
+    EXPECT_EQ(kOutputOnly, Left());
+    const support::OracleMovie front = support::ReadMovie(ReadFile(options.check.output));
+    EXPECT_EQ((std::vector<std::string>{"ftyp", "moov", "free", "mdat"}), front.topLevel);
+    ASSERT_EQ(plain.tracks.size(), front.tracks.size());
+    for (std::size_t i = 0; i < plain.tracks.size(); ++i)
+      EXPECT_TRUE(plain.tracks[i].samples == front.tracks[i].samples);
+  }
+}
+
+TEST_F(SafeMergeTest, TellsTheSameStepsWhereTheMovieIsInFront) {
+  const auto stepsOf = [this] {
+    std::vector<std::tuple<Phase, std::size_t, long long, long long>> steps;
+    options.check.progress = [&steps](const Step& step) {
+      steps.emplace_back(step.phase, step.clip, step.current, step.total);
+      return true;
+    };
+    EXPECT_TRUE(SafeMerge(inputs, options).done);
+    return steps;
+  };
+  options.check.overwrite = true;
+  const auto plain = stepsOf();
+  options.faststart = true;
+  EXPECT_EQ(plain, stepsOf());
+}
+
+TEST_F(SafeMergeTest, StopsInAnyPhaseWhereTheMovieIsInFront) {
+  options.faststart = true;
+  for (const Phase phase :
+       {Phase::kChecking, Phase::kCopying, Phase::kVerifying, Phase::kFlushing}) {
+    options.check.progress = [phase](const Step& step) { return step.phase != phase; };
+    ExpectFailure(Message::kMergeStopped, options.check.output);
+    EXPECT_EQ(kNothing, Left());
+  }
+}
+
+TEST_F(SafeMergeTest, FindsAClipThatEndsWhileItIsCopiedToAnyLayout) {
+  options.faststart = true;
+  At(Phase::kCopying, [this] { fs::resize_file(inputs[1], 700); });
+  const SafeMergeReport report = SafeMerge(inputs, options);
+  EXPECT_FALSE(report.done);
+  EXPECT_EQ(kNothing, Left());
+}
+
+// No test of sharing where the folder's file system can: the one that cannot is told apart by what
+// it answers, and both are right.
+TEST_F(SafeMergeTest, SharesBlocksOrSaysThatItCannot) {
+  options.reflink = Reflink::kAuto;
+  const SafeMergeReport report = SafeMerge(inputs, options);
+  ASSERT_TRUE(report.done);
+  if (report.shared > 0) GTEST_SKIP() << "this file system shares blocks";
+  const Bytes made = ReadFile(options.check.output);
+  options.check.overwrite = true;
+  options.reflink = Reflink::kNever;
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  EXPECT_EQ(ReadFile(options.check.output), made);
+  Put("a.mp4", support::Clip(3000, 1).Build());
+  options.reflink = Reflink::kAlways;
+  const SafeMergeReport refused = ExpectFailure(Message::kOutputUnwritable, options.check.output);
+  EXPECT_THAT(refused.findings.back().text, HasSubstr("share blocks"));
+  EXPECT_EQ(made, ReadFile(options.check.output));
+  EXPECT_EQ(kOutputOnly, Left());
 }
 
 TEST_F(SafeMergeTest, GivesTheOutputTheModeOfAnyNewFile) {

@@ -53,10 +53,9 @@ class SampleOracle : public testing::Test {
 
   Findings Look(const Bytes& merged, bool everyByte = true) {
     const std::string path = Put("looked at", merged);
-    const int file = ::open(path.c_str(), O_RDONLY);
+    FileBytes file(path);
     const Findings found =
         CompareSamples({inputs, "out.mp4", file, everyByte, alone ? nullptr : &intended, progress});
-    ::close(file);
     return found;
   }
 

@@ -48,9 +48,8 @@ class VerifyTest : public testing::Test {
 
   Findings Look(const Bytes& merged, bool everyByte = false) {
     const std::string path = Put("looked at", merged);
-    const int file = ::open(path.c_str(), O_RDONLY);
+    FileBytes file(path);
     const Findings found = Verify({inputs, "out.mp4", file, everyByte, progress});
-    ::close(file);
     return found;
   }
 

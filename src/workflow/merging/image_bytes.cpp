@@ -1,0 +1,41 @@
+#include "workflow/merging/image_bytes.h"
+
+#include <algorithm>
+
+namespace clipchain {
+
+bool ImageBytes::Read(unsigned long long position, void* buffer, std::size_t size) {
+  auto* out = static_cast<unsigned char*>(buffer);
+  if (position > image_.size || size > image_.size - position) return false;
+  auto piece = std::upper_bound(
+      image_.pieces.begin(), image_.pieces.end(), position,
+      [](unsigned long long at, const ImagePiece& next) { return at < next.position; });
+  for (; size > 0; ++piece) {
+    const ImagePiece& source = *(piece - 1);
+    const unsigned long long skip = position - source.position;
+    const auto part =
+        static_cast<std::size_t>(std::min<unsigned long long>(source.size - skip, size));
+    if (!ReadPiece(source, skip, out, part)) return false;
+    out += part;
+    position += part;
+    size -= part;
+  }
+  return true;
+}
+
+bool ImageBytes::ReadPiece(const ImagePiece& piece, unsigned long long skip, unsigned char* out,
+                           std::size_t size) {
+  if (piece.clip == ImagePiece::kNoClip) {
+    std::copy_n(image_.bytes.data() + piece.source + skip, size, out);
+    return true;
+  }
+  if (piece.clip != open_) {
+    source_ = std::make_unique<FileBytes>(clips_[piece.clip]);
+    open_ = piece.clip;
+  }
+  if (source_->Read(piece.source + skip, out, size)) return true;
+  SetError(source_->error());
+  return false;
+}
+
+}  // namespace clipchain

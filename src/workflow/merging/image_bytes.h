@@ -1,0 +1,34 @@
+// Reads a merged file that nobody has written.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "workflow/merging/merge_image.h"
+#include "workflow/system/file_bytes.h"
+
+namespace clipchain {
+
+// Gives what would be read back of a file that is written as the image says.
+class ImageBytes final : public FileBytes {
+ public:
+  // Both must outlive this object.
+  ImageBytes(const std::vector<std::string>& clips, const MergeImage& image)
+      : clips_(clips), image_(image) {}
+
+  unsigned long long Size() override { return image_.size; }
+  bool Read(unsigned long long position, void* buffer, std::size_t size) override;
+
+ private:
+  bool ReadPiece(const ImagePiece& piece, unsigned long long skip, unsigned char* out,
+                 std::size_t size);
+
+  const std::vector<std::string>& clips_;
+  const MergeImage& image_;
+  std::unique_ptr<FileBytes> source_;
+  std::size_t open_ = ImagePiece::kNoClip;
+};
+
+}  // namespace clipchain

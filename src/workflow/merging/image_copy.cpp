@@ -1,0 +1,74 @@
+#include "workflow/merging/image_copy.h"
+
+#include <fmt/format.h>
+
+#include "foundation/result.h"
+#include "workflow/merging/merge_image.h"
+#include "workflow/system/files.h"
+
+namespace clipchain {
+
+namespace {
+
+ImageCopy WriteAll(const ImageCopyTask& task, const Layout& layout) {
+  ImageCopy copy;
+  MergeImage image;
+  copy.findings = MakeMergeImage({task.inputs, layout, task.fit}, image);
+  if (copy.findings.empty())
+    copy.fault = ImageWriter(task.inputs, image, task.progress).WriteTo(task.part.descriptor());
+  return copy;
+}
+
+Finding NotShared(const ImageCopyTask& task, const WriteFault& fault) {
+  const std::string why =
+      fault.error != 0 ? ErrorText(fault.error) : "its file system tells no blocks that fit";
+  Finding finding = MakeFinding(
+      Message::kOutputUnwritable, task.output,
+      fmt::format("can't share blocks with {}: {}", Shown(task.inputs[fault.clip]), why),
+      "put clips and result on one disk whose file system shares blocks, such as btrfs or XFS, or "
+      "let --reflink=auto copy what can't be shared");
+  finding.result = MP4G_E_OUTPUT_WRITE;
+  return finding;
+}
+
+}  // namespace
+
+ImageCopy CopyImage(const ImageCopyTask& task, Layout& layout) {
+  if (task.reflink == Reflink::kNever) return WriteAll(task, layout);
+  const bool strict = task.reflink == Reflink::kAlways;
+  ImageCopy copy;
+  Layout blocks = layout;
+  blocks.block = task.part.BlockSize();
+  copy.fault.side = WriteFault::Side::kNotShared;
+  if (blocks.block != 0) {
+    MergeImage image;
+    copy.findings = MakeMergeImage({task.inputs, blocks, task.fit}, image);
+    if (!copy.findings.empty()) {
+      copy.fault = {};
+      return copy;
+    }
+    ImageWriter writer(task.inputs, image, task.progress);
+    copy.fault = writer.ShareWith(task.part.descriptor(), blocks.block, strict);
+    copy.shared = static_cast<long long>(writer.Shared());
+  }
+  if (copy.fault.side != WriteFault::Side::kNotShared) {
+    layout = blocks;
+    return copy;
+  }
+  if (strict) {
+    copy.findings.push_back(NotShared(task, copy.fault));
+    copy.fault = {};
+    return copy;
+  }
+  task.progress.StartAgain();
+  if (const int error = task.part.Empty(); error != 0) {
+    copy.fault = {WriteFault::Side::kOutput, 0, error};
+    return copy;
+  }
+  if (layout != Layout()) return WriteAll(task, layout);
+  copy = {};
+  copy.isLeftToTheEngine = true;
+  return copy;
+}
+
+}  // namespace clipchain

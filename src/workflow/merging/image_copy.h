@@ -1,0 +1,39 @@
+// Copies, or shares, the media of clips into a result of any layout.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "workflow/boxes/top_level.h"
+#include "workflow/finding.h"
+#include "workflow/merging/copy_progress.h"
+#include "workflow/merging/image_writer.h"
+#include "workflow/reflink.h"
+#include "workflow/system/part_file.h"
+
+namespace clipchain {
+
+class Fit;
+
+struct ImageCopyTask {
+  const std::vector<std::string>& inputs;
+  const Fit* fit;  // null: nothing is adapted
+  Reflink reflink;
+  const std::string& output;  // as findings name it
+  PartFile& part;             // empty
+  CopyProgress& progress;
+};
+
+struct ImageCopy {
+  // Nothing was written: the plain layout is the engine's to write.
+  bool isLeftToTheEngine = false;
+  Findings findings{};   // why there is no image of these clips, or why blocks can't be shared
+  WriteFault fault{};    // why the image was not written to its end
+  long long shared = 0;  // bytes that the result shares with clips
+};
+
+// Writes a result of that layout, which gets its block where media is shared. Nothing is found, and
+// there is no fault, where all is written.
+ImageCopy CopyImage(const ImageCopyTask& task, Layout& layout);
+
+}  // namespace clipchain

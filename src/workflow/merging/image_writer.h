@@ -1,0 +1,81 @@
+// Writes a merged file as its image says.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "workflow/merging/copy_progress.h"
+#include "workflow/merging/merge_image.h"
+#include "workflow/system/file_bytes.h"
+
+namespace clipchain {
+
+// Why an image was not written to its end.
+struct WriteFault {
+  enum class Side {
+    kNone,
+    kStopped,    // the progress said so
+    kClip,       // `clip` can't be read; without an error it ends before its media does
+    kOutput,     // the output can't be written
+    kNotShared,  // the file system can't share the media of `clip`
+  };
+
+  Side side = Side::kNone;
+  std::size_t clip = 0;
+  int error = 0;  // of the system
+};
+
+class ImageWriter {
+ public:
+  // All must outlive this object. The progress hears of each clip as it does when the engine
+  // copies.
+  ImageWriter(const std::vector<std::string>& clips, const MergeImage& image,
+              CopyProgress& progress);
+
+  // Into an empty file, through its descriptor, whatever its position. The file is not flushed.
+  [[nodiscard]] WriteFault WriteTo(int file);
+
+  // The same, and shares whole blocks of that size with the clips where image and clip have them at
+  // places that are the same modulo a block. `strict`: media that can't be shared ends the work.
+  // Else it is copied; but if the first that there is can't be, the work ends, too, and where
+  // nothing was shared it does not count.
+  [[nodiscard]] WriteFault ShareWith(int file, unsigned int block, bool strict);
+  // Bytes that were shared.
+  unsigned long long Shared() const { return shared_; }
+
+  // From the beginning to the end, piece by piece, through `write`, which answers an error of the
+  // system, or 0.
+  using Write = std::function<int(const unsigned char* bytes, std::size_t size)>;
+  [[nodiscard]] WriteFault WriteThrough(const Write& write);
+
+ private:
+  struct Share;
+
+  // Writes bytes that belong at that place.
+  using Put = std::function<int(unsigned long long at, const unsigned char* bytes, std::size_t)>;
+
+  [[nodiscard]] WriteFault Run(const Put& put, Share* share);
+  [[nodiscard]] WriteFault CopyPiece(const ImagePiece& piece, const Put& put);
+  // What of the piece is left ahead of the shared blocks and behind them.
+  [[nodiscard]] WriteFault SharePiece(const ImagePiece& piece, Share& share,
+                                      std::vector<ImagePiece>& left);
+  [[nodiscard]] WriteFault Open(std::size_t clip);
+  [[nodiscard]] WriteFault StartClipsUpTo(std::size_t clip);
+  [[nodiscard]] WriteFault Tell(unsigned long long bytes);
+
+  const std::vector<std::string>& clips_;
+  const MergeImage& image_;
+  CopyProgress& progress_;
+  std::vector<unsigned long long> totals_;  // bytes of media of each clip
+  std::vector<unsigned char> block_;
+  std::unique_ptr<FileBytes> source_;
+  std::size_t open_ = ImagePiece::kNoClip;
+  std::size_t started_ = 0;      // clips
+  unsigned long long done_ = 0;  // of the clip at work
+  unsigned long long shared_ = 0;
+};
+
+}  // namespace clipchain

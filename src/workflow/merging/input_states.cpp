@@ -1,0 +1,46 @@
+#include "workflow/merging/input_states.h"
+
+namespace clipchain {
+
+namespace {
+
+bool IsSameTime(const timespec& a, const timespec& b) {
+  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+}  // namespace
+
+bool FileState::IsSameFile(const struct stat& status) const {
+  return device == status.st_dev && inode == status.st_ino;
+}
+
+const std::string* InputStates::Note() {
+  for (const std::string& input : inputs_) {
+    struct stat status;
+    if (::stat(input.c_str(), &status) != 0) return &input;
+    states_.push_back(
+        {status.st_dev, status.st_ino, status.st_size, status.st_mtim, status.st_ctim});
+  }
+  return nullptr;
+}
+
+const std::string* InputStates::Changed(bool touched) const {
+  for (std::size_t i = 0; i < inputs_.size(); ++i) {
+    const FileState& state = states_[i];
+    struct stat status;
+    if (::stat(inputs_[i].c_str(), &status) != 0 || !state.IsSameFile(status) ||
+        state.size != status.st_size || !IsSameTime(state.modified, status.st_mtim) ||
+        (touched && !IsSameTime(state.changed, status.st_ctim)))
+      return &inputs_[i];
+  }
+  return nullptr;
+}
+
+const std::string* InputStates::SameAs(const struct stat& status) const {
+  for (std::size_t i = 0; i < inputs_.size(); ++i) {
+    if (states_[i].IsSameFile(status)) return &inputs_[i];
+  }
+  return nullptr;
+}
+
+}  // namespace clipchain

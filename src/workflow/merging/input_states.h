@@ -1,0 +1,46 @@
+// Whether the clips of a merge are still what they were when it began.
+#pragma once
+
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <ctime>
+#include <string>
+#include <vector>
+
+namespace clipchain {
+
+// By which a file is known again, and by which it is seen to have changed.
+struct FileState {
+  dev_t device;
+  ino_t inode;
+  off_t size;
+  timespec modified;
+  timespec changed;  // by a new mode, name or link, too
+
+  bool IsSameFile(const struct stat& status) const;
+};
+
+class InputStates {
+ public:
+  // Outlives this object.
+  explicit InputStates(const std::vector<std::string>& inputs) : inputs_(inputs) {}
+
+  // Takes the states of now. The first input that can't be looked at, with errno; else null.
+  const std::string* Note();
+
+  // The first input that is another file, or has other bytes or another time, than in the
+  // beginning; or, where `touched` says so, that somebody may have written to and set its time
+  // back.
+  const std::string* Changed(bool touched) const;
+  // The input that the file is; null without one.
+  const std::string* SameAs(const struct stat& status) const;
+  // Of the last input.
+  timespec LastModified() const { return states_.back().modified; }
+
+ private:
+  const std::vector<std::string>& inputs_;
+  std::vector<FileState> states_;
+};
+
+}  // namespace clipchain

@@ -1,0 +1,196 @@
+#include "workflow/stream_merge.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "workflow/checks/fitted_clips.h"
+#include "workflow/merging/copy_progress.h"
+#include "workflow/merging/image_bytes.h"
+#include "workflow/merging/image_writer.h"
+#include "workflow/merging/input_states.h"
+#include "workflow/merging/merge_image.h"
+#include "workflow/merging/verify.h"
+#include "workflow/system/files.h"
+#include "workflow/system/part_file.h"
+#include "workflow/system/stream_output.h"
+
+namespace clipchain {
+
+namespace {
+
+using Phase = Step::Phase;
+using Side = WriteFault::Side;
+
+constexpr Layout kInOnePass = {true, 0};
+
+// One run. Each step answers whether to go on; a step that does not has said why.
+class Streaming {
+ public:
+  Streaming(const std::vector<std::string>& inputs, const StreamOptions& options)
+      : inputs_(inputs),
+        options_(options),
+        name_(options.check.output),
+        states_(inputs),
+        progress_(inputs, options.check.progress) {}
+
+  SafeMergeReport Run() {
+    report_.done = CheckInputs() && NoteInputs() && MakeImage() && VerifyImage() && Write();
+    return std::move(report_);
+  }
+
+ private:
+  bool CheckInputs();
+  bool NoteInputs();
+  bool MakeImage();
+  bool VerifyImage();
+  bool Write();
+  bool FailWrite(const WriteFault& fault);
+  bool IsComplete();
+
+  bool Fail(Message message, const std::string& path, std::string text, std::string remedy,
+            HRESULT result = S_OK) {
+    report_.findings.push_back(MakeFinding(message, path, std::move(text), std::move(remedy)));
+    report_.findings.back().result = result;
+    return false;
+  }
+  bool FailStopped() {
+    return Fail(Message::kMergeStopped, name_, "was not completed: the merge was stopped",
+                "run it again");
+  }
+  bool FailChanged(const std::string& input) {
+    return Fail(Message::kInputChanged, input,
+                "changed while it was merged, so that what was written is of no use",
+                "wait until it is complete, then merge again");
+  }
+
+  const std::vector<std::string>& inputs_;
+  const StreamOptions& options_;
+  const std::string& name_;
+  SafeMergeReport report_;
+  InputStates states_;
+  CopyProgress progress_;
+  std::shared_ptr<const Fit> fit_;  // null unless the clips are adapted
+  MergeImage image_;
+};
+
+bool Streaming::CheckInputs() {
+  if (inputs_.empty())
+    return Fail(Message::kNothingToMerge, name_, "was not made: there is no clip",
+                "name at least one clip");
+  CheckOptions check = options_.check;
+  check.output.clear();
+  check.progress = [this](const Step&) { return progress_.Tell(Phase::kChecking); };
+  CheckReport checked = CheckFitted(inputs_, check, fit_);
+  report_.findings = std::move(checked.findings);
+  report_.adaptations = std::move(checked.adaptations);
+  for (Finding& finding : report_.findings) {
+    if (finding.path.empty()) finding.path = name_;
+  }
+  return !HoldsUp(report_.findings, options_.force);
+}
+
+bool Streaming::NoteInputs() {
+  if (const std::string* const input = states_.Note())
+    return Fail(Message::kInputUnreadable, *input, "can't be read: " + ErrorText(errno),
+                "check the name and the permissions", MP4G_E_INPUT_OPEN);
+  struct stat status;
+  if (::fstat(options_.descriptor, &status) != 0)
+    return Fail(Message::kOutputUnwritable, name_, "can't be written: " + ErrorText(errno),
+                "see where it leads", MP4G_E_OUTPUT_OPEN);
+  const std::string* const same = states_.SameAs(status);
+  return same == nullptr ||
+         Fail(Message::kOutputIsInput, name_, "leads to the input " + Shown(*same),
+              "let it lead somewhere else", MP4G_E_OUTPUT_OPEN);
+}
+
+bool Streaming::MakeImage() {
+  const Findings faults = MakeMergeImage({inputs_, kInOnePass, fit_.get()}, image_);
+  if (faults.empty()) return true;
+  if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
+  report_.result = faults.back().result;
+  report_.findings.insert(report_.findings.end(), faults.begin(), faults.end());
+  return false;
+}
+
+// Before anything is written, for nothing can be taken back.
+bool Streaming::VerifyImage() {
+  if (!progress_.Tell(Phase::kVerifying)) return FailStopped();
+  ImageBytes bytes(inputs_, image_);
+  const auto listener = [this](const Step& step) {
+    return progress_.Tell(Phase::kVerifying, step.current, step.total);
+  };
+  const Findings found = Verify({inputs_, name_, bytes, false, listener, fit_.get(), kInOnePass});
+  if (progress_.Stopped()) return FailStopped();
+  if (HoldsUp(found, options_.force)) {
+    if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
+  }
+  report_.findings.insert(report_.findings.end(), found.begin(), found.end());
+  return !HoldsUp(found, options_.force);
+}
+
+bool Streaming::Write() {
+  const NoPipeSignal noSignal;
+  ReaderOutput output(options_.descriptor);
+  const auto goOn = [this] { return progress_.Ask(); };
+  const auto write = [&](const unsigned char* bytes, std::size_t size) {
+    report_.size += static_cast<long long>(size);
+    return output.Write(bytes, size, goOn);
+  };
+  // The movie box goes ahead of the first clip, and may wait for its reader.
+  if (!progress_.Tell(Phase::kCopying)) return FailStopped();
+  const WriteFault fault = ImageWriter(inputs_, image_, progress_).WriteThrough(write);
+  return fault.side == Side::kNone ? IsComplete() : FailWrite(fault);
+}
+
+bool Streaming::FailWrite(const WriteFault& fault) {
+  if (progress_.Stopped()) return FailStopped();
+  if (fault.side == Side::kOutput) {
+    report_.result = MP4G_E_OUTPUT_WRITE;
+    if (fault.error == EPIPE)
+      return Fail(Message::kOutputUnwritable, name_, "is not complete: nobody reads it any more",
+                  "see why the program that read it ended", report_.result);
+    return Fail(Message::kOutputUnwritable, name_, "can't be written: " + ErrorText(fault.error),
+                "see where it leads", report_.result);
+  }
+  report_.result = MP4G_E_INPUT_READ;
+  const std::string& input = inputs_[fault.clip];
+  if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
+  if (fault.error == 0)
+    return Fail(Message::kCopyStalled, input, "ends before its media does",
+                "copy it again from the card", report_.result);
+  return Fail(Message::kInputUnreadable, input, "can't be read: " + ErrorText(fault.error),
+              "copy the clip again from the card", report_.result);
+}
+
+// What was written can't be read again; the clips of which it was made are still what they were.
+bool Streaming::IsComplete() {
+  if (!progress_.Tell(Phase::kFlushing)) return FailStopped();
+  if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
+  const int error = Flush(options_.descriptor);
+  return error == 0 || Fail(Message::kOutputUnflushed, name_,
+                            "is lost: the disk did not take all that was written",
+                            "check the disk, or choose another one", MP4G_E_OUTPUT_WRITE);
+}
+
+}  // namespace
+
+SafeMergeReport StreamMerge(const std::vector<std::string>& inputs, const StreamOptions& options) {
+  try {
+    return Streaming(inputs, options).Run();
+  } catch (const std::bad_alloc&) {
+    SafeMergeReport report;
+    report.result = E_OUTOFMEMORY;
+    report.findings.push_back(MakeFinding(Message::kOutOfMemory, options.check.output,
+                                          "is not complete: there is not enough memory",
+                                          "merge fewer clips at once"));
+    report.findings.back().result = E_OUTOFMEMORY;
+    return report;
+  }
+}
+
+}  // namespace clipchain
