@@ -13,6 +13,7 @@ import os
 import platform
 import shlex
 import shutil
+import statistics
 import subprocess
 import tempfile
 import time
@@ -23,6 +24,10 @@ from keeping import keeping_report
 
 WAYS = {
     "merge": "`clipchain merge`",
+    "faststart": "`clipchain merge --faststart`",
+    "stream": "`clipchain merge -o -` into a file, `sync -d`",
+    "loop": "plain loop: 256 KiB, space reserved, early write-back",
+    "range": "plain loop: `copy_file_range`",
     "cat": "`cat`, `sync -d`",
     "rescue": "`clipchain rescue`",
     "read": "`cat` to nowhere",
@@ -57,8 +62,10 @@ def remove(output):
         output.unlink(missing_ok=True)
 
 
-def copy_ways(tool, inputs, work):
+def copy_ways(build, inputs, work):
     """Name, command and output of each way to put the inputs together."""
+    tool = build / "apps" / "clipchain" / "clipchain"
+    plain = build / "bench" / "plain_loop"
     names = shlex.join(map(str, inputs))
     list_file = work / "list.txt"
     list_file.write_text("".join(f"file '{path}'\n" for path in inputs), encoding="utf-8")
@@ -72,6 +79,10 @@ def copy_ways(tool, inputs, work):
 
     ways = {
         "merge": ([tool, "merge", "-o", merged, *inputs], merged),
+        "faststart": ([tool, "merge", "--faststart", "-o", merged, *inputs], merged),
+        "stream": (shell(f"'{tool}' merge -q -o - {names} > '{cat}' && sync -d '{cat}'"), cat),
+        "loop": ([plain, "loop", cat, *inputs], cat),
+        "range": ([plain, "range", cat, *inputs], cat),
         "cat": (shell(f"cat {names} > '{cat}' && sync -d '{cat}'"), cat),
         "cp": (shell(f"mkdir '{folder}' && cp {names} '{folder}' && sync -d '{folder}'/*"), folder),
         "ffmpeg": (shell(f"{ffmpeg} '{concat}' && sync -d '{concat}'"), concat),
@@ -92,20 +103,21 @@ def make_clips(root, work, count, size):
 
 
 def measure_copies(options, work, count, size):
-    """The inputs' bytes and of each way the best seconds and the peak memory."""
+    """The inputs' bytes and of each way the median of its seconds and the peak memory."""
     folder = work / f"{count}-clips"
     folder.mkdir()
-    tool = options.build / "apps" / "clipchain" / "clipchain"
     inputs = make_clips(options.root, folder, count, size)
-    ways = copy_ways(tool, inputs, folder)
-    best = {way: (float("inf"), 0.0) for way in ways}
+    ways = copy_ways(options.build, inputs, folder)
+    taken = {way: [] for way in ways}
     order = list(ways.items())
     for number in range(options.rounds):
         # What a way leaves for the disk to do falls on another one each time.
         turn = number % len(order)
         for way, (command, output) in order[turn:] + order[:turn]:
-            seconds, memory = measured(way, command, output)
-            best[way] = (min(best[way][0], seconds), max(best[way][1], memory))
+            taken[way].append(measured(way, command, output))
+    # The middle of the rounds: the best of one way may have fallen into a quiet moment.
+    best = {way: (statistics.median(seconds for seconds, _ in rounds), max(memory for _, memory in rounds))
+            for way, rounds in taken.items()}
     bytes_of_all = sum(path.stat().st_size for path in inputs)
     shutil.rmtree(folder)
     return bytes_of_all, best
@@ -166,9 +178,11 @@ def table(head, rows):
 
 def copies_report(count, size, best):
     cat = best["cat"][0]
-    rows = [(WAYS[way], f"{seconds:.2f}", f"{size / seconds / 1e6:.0f}", f"{seconds / cat:.2f}",
-             f"{memory:.0f}") for way, (seconds, memory) in best.items()]
-    head = ["", "seconds", "MB/s", "against `cat`", "peak memory, MiB"]
+    plain = min((best[way][0] for way in ("loop", "range") if way in best), default=None)
+    against = [f"{seconds / plain:.2f}" if plain else "" for seconds, _ in best.values()]
+    rows = [(WAYS[way], f"{seconds:.2f}", f"{size / seconds / 1e6:.0f}", f"{seconds / cat:.2f}", ratio,
+             f"{memory:.0f}") for (way, (seconds, memory)), ratio in zip(best.items(), against)]
+    head = ["", "seconds", "MB/s", "against `cat`", "against the best plain loop", "peak memory, MiB"]
     return [f"### {count} clips of {size / count / 1e6:.1f} MB", "", *table(head, rows)]
 
 
@@ -228,7 +242,7 @@ def main():
     lines = ["# What was measured", "", f"{datetime.date.today()} · {machine()}", "",
              "## Putting clips together", "",
              "Inputs in the page cache, output removed before each round and flushed to the disk in",
-             "each; the best of the rounds, taken alternately.", ""]
+             "each; the median of the rounds, taken alternately and rotated.", ""]
     with tempfile.TemporaryDirectory(prefix="clipchain-bench-", dir=options.data) as folder:
         work = Path(folder)
         for count, size in [(4, options.megabytes * 10**6), (200, options.megabytes * 10**6 // 250)]:
