@@ -33,8 +33,8 @@ struct RescuedTrack {
   unsigned int id = 0;
   std::string kind;    // of its handler, "vide"
   std::string format;  // of its samples, "avc1"
-  std::string method;  // how its samples were found: "records", "units", "decoder", "headers",
-                       // "constant size", "place"; empty: there is no way
+  std::string method;  // how its samples were found: "records", "units", "markers", "decoder",
+                       // "headers", "constant size", "place"; empty: there is no way
   long long samples = 0;
   long long bytes = 0;
   double seconds = 0;

@@ -183,7 +183,7 @@ std::optional<AccessUnit> AccessUnits::Jpeg(std::uint64_t position) {
   found.position = position;
   found.size = picture->size;
   found.cut = picture->cut;
-  found.damaged = !found.cut && !IsWhole(window_, position, picture->size);
+  found.damaged = picture->damaged || (!found.cut && !IsWhole(window_, position, picture->size));
   found.slice.first = found.slice.intra = found.slice.idr = found.slice.randomAccess = true;
   return found;
 }

@@ -64,13 +64,19 @@ class Walk {
     return next && IsKnownBox(next->type);
   }
 
+  // What other bytes run over may have been written over what is in front of it, too.
+  bool EndsThere(std::uint64_t end) {
+    const auto next = ReadBoxHeader(file_, end);
+    return end == size_ || (next && IsKnownBox(next->type));
+  }
+
   void Take(const BoxHeader& header, std::uint64_t at, bool fits, std::uint64_t lead) {
     found_ = true;
     media_.beginIsSure = true;
     const std::uint64_t body = at + header.headerSize;
     const bool empty = header.size != 0 && header.size <= header.headerSize;
     media_.end = fits && !empty ? at + header.size : size_;
-    media_.ends = fits && !empty;
+    media_.ends = fits && !empty && EndsThere(at + header.size);
     media_.cutOff = !fits && header.size != 0;
     AddBegin(media_, body + lead);
     AddBegin(media_, body);

@@ -1,6 +1,7 @@
 #include "workflow/rescue/frame_methods.h"
 
 #include <algorithm>
+#include <bitset>
 #include <cstdlib>
 #include <numeric>
 
@@ -44,6 +45,8 @@ class DecodedFrames final : public FrameMethod {
   bool good() const { return decoder_.good(); }
   std::string_view Name() const override { return "decoder"; }
   void Restart() override { atFirst_ = true; }
+  // Tells what a frame of the reference begins with: the kind and number of its first element.
+  void TakeHead(unsigned char first) { heads_.set(first >> 1); }
   // Tells what the reference's first frame is.
   void TakeFirst(std::span<const unsigned char> frame) {
     silentFirst_ = decoder_.Fill(frame, false).empty() && decoder_.Fill(frame, true).size() == 1;
@@ -79,7 +82,8 @@ class DecodedFrames final : public FrameMethod {
       const unsigned char* bytes = window.At(range.begin, count);
       if (bytes == nullptr) break;
       const auto sizes = Plausible(
-          decoder_.Begin({bytes, count}, MaySayNothing() && span.count == 0), range.begin, other);
+          WithKnownHeads(decoder_.Begin({bytes, count}, MaySayNothing() && span.count == 0), bytes),
+          range.begin, other);
       if (sizes.empty() || span.count > kMostFrames) break;
       Append(span, sizes);
       range.begin += Sum(sizes);
@@ -105,10 +109,23 @@ class DecodedFrames final : public FrameMethod {
     return sizes;
   }
 
+  // A decoder takes some foreign bytes for a frame. That another one begins behind it counts only
+  // if both begin as frames of the reference do.
+  std::vector<std::uint32_t> WithKnownHeads(std::vector<std::uint32_t> sizes,
+                                            const unsigned char* bytes) const {
+    std::size_t known = 0;
+    std::size_t at = 0;
+    while (known < sizes.size() && heads_[bytes[at] >> 1] && heads_[bytes[at + sizes[known]] >> 1])
+      at += sizes[known++];
+    sizes.resize(known);
+    return sizes;
+  }
+
   bool MaySayNothing() const { return silentFirst_ && atFirst_; }
 
   SoundDecoder decoder_;
   std::uint32_t largest_;
+  std::bitset<128> heads_;
   bool silentFirst_ = false;
   bool atFirst_ = true;
 };
@@ -280,6 +297,20 @@ std::vector<unsigned char> LastSample(const Reference& reference, const Referenc
                                                                : std::vector<unsigned char>();
 }
 
+void TakeHeads(const Reference& reference, const ReferenceTrack& track, DecodedFrames& method) {
+  constexpr std::size_t kMostSamples = 4000;
+  std::size_t left = kMostSamples;
+  for (const ChunkPlace& chunk : track.chunks) {
+    std::uint64_t at = chunk.position;
+    for (std::uint32_t i = 0; i < chunk.samples && left > 0; ++i, --left) {
+      unsigned char head = 0;
+      const std::uint32_t size = track.sizes.At(chunk.firstSample + i);
+      if (size != 0 && reference.file().Read(at, &head, 1)) method.TakeHead(head);
+      at += size;
+    }
+  }
+}
+
 std::unique_ptr<FrameMethod> MakeDecoded(const Reference& reference, const ReferenceTrack& track,
                                          const Bytes& configuration) {
   if (!HasDecoder() || configuration.empty()) return nullptr;
@@ -289,6 +320,7 @@ std::unique_ptr<FrameMethod> MakeDecoded(const Reference& reference, const Refer
   auto method = std::make_unique<DecodedFrames>(configuration, witness, LargestSample(track));
   if (!method->good()) return nullptr;
   method->TakeFirst(first);
+  TakeHeads(reference, track, *method);
   return method;
 }
 

@@ -38,7 +38,7 @@ class Scanner {
         picture_.size = at_ - begin_;
         return picture_;
       }
-      if (code == kBegin || code < 0xC0 || IsRestart(code)) return std::nullopt;
+      if (code == kBegin || code < 0xC0 || IsRestart(code)) return Ended(scanned);
       if (!SkipSegment(code)) return Ended(scanned);
       if (code != kScan) continue;
       scanned = true;
@@ -47,10 +47,11 @@ class Scanner {
   }
 
  private:
-  // Without a frame header nothing tells what was cut.
+  // Without a scan nothing tells what it was.
   std::optional<JpegPicture> Ended(bool scanned) {
-    if (!cut_ || !scanned) return std::nullopt;
-    picture_.cut = true;
+    if (!scanned) return std::nullopt;
+    picture_.cut = cut_;
+    picture_.damaged = !cut_;
     return picture_;
   }
 

@@ -162,6 +162,11 @@ WalkRange Learner::TriedRange() const {
   const ChunkPlace& last = reference_.chunks().back();
   range.end = last.position + reference_.BytesOf(last);
   range.ends = true;
+  // What lies behind its samples must not be taken for some.
+  if (range.end < reference_.MediaEnd()) {
+    range.end = reference_.MediaEnd();
+    range.ends = false;
+  }
   if (range.end - range.begin > kTried) {
     range.end = range.begin + kTried;
     range.ends = false;

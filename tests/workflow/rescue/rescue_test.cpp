@@ -99,6 +99,11 @@ TEST_F(RescueTest, TakesNoZerosAtTheEndForASample) {
   ASSERT_TRUE(whole.done);
   EXPECT_TRUE(whole.unknown.empty());
   fs::remove(std::string(folder_ / "out.mp4"));
+  // Where other bytes run over its end, the end is none.
+  Bytes overrun = broken;
+  overrun.insert(overrun.end(), 100, 0x5A);
+  EXPECT_EQ(whole.tracks[0].samples - 1, Run(overrun).tracks[0].samples);
+  fs::remove(std::string(folder_ / "out.mp4"));
   broken.back() = broken[broken.size() - 2] = 0;
   const RescueReport report = Run(broken);
   ASSERT_TRUE(report.done);
