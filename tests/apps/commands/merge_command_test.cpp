@@ -8,6 +8,7 @@
 
 #include "apps/tool.h"
 #include "support/bytes.h"
+#include "support/media.h"
 #include "support/temp_dir.h"
 
 namespace fs = std::filesystem;
@@ -289,6 +290,36 @@ TEST_F(MergeCommand, RefusesAClipInFragmentsIfItIsNotToBeAdapted) {
   const Finished run = Merge({"--exact", media / "odd/fragmented.mp4"});
   EXPECT_EQ(1, run.exitCode);
   EXPECT_THAT(run.err, HasSubstr("(fragmented)\n"));
+}
+
+TEST_F(MergeCommand, PutsTheFragmentsOfOneClipIntoTables) {
+  const fs::path media = support::MadeMedia();
+  if (media.empty()) GTEST_SKIP() << "no clips were made: ffmpeg is absent";
+  const fs::path clip = media / "odd/fragmented.mp4";
+  const Finished run = Merge({clip});
+  EXPECT_EQ(0, run.exitCode) << run.err;
+  for (const char* kind : {"v", "a"}) {
+    EXPECT_EQ(support::PacketHashes(clip, kind), support::PacketHashes(output_, kind));
+    EXPECT_EQ(support::PresentationTimes(clip, kind), support::PresentationTimes(output_, kind));
+  }
+}
+
+TEST_F(MergeCommand, GoesOnWithTheTracksThatAllClipsHaveWhereThatIsAskedFor) {
+  const fs::path media = support::MadeMedia();
+  if (media.empty()) GTEST_SKIP() << "no clips were made: ffmpeg is absent";
+  const fs::path both = media / "avc_aac/1.mp4";
+  const fs::path pictures = media / "video_only/1.mp4";
+  const Finished refused = Merge({both, pictures});
+  EXPECT_EQ(1, refused.exitCode);
+  EXPECT_THAT(refused.err, HasSubstr("(track-count)\n"));
+  const Finished run = Merge({"--common-tracks", both, pictures});
+  EXPECT_EQ(0, run.exitCode) << run.err;
+  EXPECT_THAT(run.out + run.err, HasSubstr("tracks that not all clips have are left out"));
+  EXPECT_TRUE(support::PacketHashes(output_, "a").empty());
+  std::vector<std::string> wanted = support::PacketHashes(both, "v");
+  const std::vector<std::string> more = support::PacketHashes(pictures, "v");
+  wanted.insert(wanted.end(), more.begin(), more.end());
+  EXPECT_EQ(wanted, support::PacketHashes(output_, "v"));
 }
 
 TEST_F(MergeCommand, SaysWhatDoesNotFitTheFirstClip) {
