@@ -62,6 +62,7 @@ class Camera:
         self.per_frame = chance.random() < 0.15 and self.codes != "none"
         self.counted = chance.randrange(0, 90000)
         self.codes_see_gaps = chance.random() < 0.2
+        self.in_fields = chance.random() < 0.5
         self.day_code = 0
         self.ids = chance.choices(["none", "recording", "camera", "clip"], [55, 25, 12, 8])[0]
         self.id_size = pick([16, 16, 20, 24, 32])
@@ -189,7 +190,8 @@ class Camera:
             first = {"day": self.day_code, "zero": self.day_code, "counter": self.counted,
                      "alike": 0}[self.codes]
             per_frame = self.per_frame and clip.frames < 40000
-            clip.timecode = tiny_clips.Timecode(first % day, self.nominal, self.drop, per_frame)
+            clip.timecode = tiny_clips.Timecode(first % day, self.nominal, self.drop, per_frame,
+                                                self.in_fields and not self.drop)
             self.day_code += clip.frames
         self.counted += clip.frames
 
@@ -301,7 +303,7 @@ class Card:
         twin = Camera(self.chance, 9, self.roots)
         for name in ("clock", "rounding", "nominal", "scale", "delta", "gap", "data_rate", "vary",
                      "width", "codec", "sound", "declares_rate", "long_times", "movie_first",
-                     "names", "codes", "codes_see_gaps", "drop", "per_frame", "ids", "id_size", "id_lead", "id_where",
+                     "names", "codes", "codes_see_gaps", "drop", "per_frame", "in_fields", "ids", "id_size", "id_lead", "id_where",
                      "size_limit", "frame_limit", "slack", "common", "in_folders"):
             setattr(twin, name, getattr(other, name))
         twin.now = other.now + self.chance.choice([0, self.chance.uniform(-900, 900),
@@ -416,7 +418,11 @@ class Card:
             return False
         if camera.codes in ("day", "zero") and camera.gap and camera.codes_see_gaps:
             return False
-        if camera.clock in ("start", "end"):
+        if camera.clock in ("start", "end") or camera.codes == "day":
             return True
+        if camera.ids == "recording" and camera.names in ("running", "wide", "front", "behind"):
+            # Where all clips of the description have one value, nobody knows what it is of; nor, without
+            # a clock, whether clips of one size are followed by others.
+            return len(same) > 1 and camera.common
         return camera.clock == "one" and camera.names in ("running", "wide", "photos", "front",
                                                           "behind")

@@ -26,6 +26,7 @@ class Timecode:
     nominal: int          # frames of the count in a second
     drop: bool = False
     per_frame: bool = False  # a sample for each picture, as numbers of frames
+    fields: bool = False     # these as hours, minutes, seconds and frames, a byte each
 
 
 @dataclass
@@ -137,7 +138,11 @@ def code_bytes(clip):
         return b""
     day = code.nominal * 86400 - (code.nominal // 30 * 2 * 1296 if code.drop else 0)
     count = clip.frames if code.per_frame else 1
-    return b"".join(u32((code.first + i) % day) for i in range(count))
+    numbers = [(code.first + i) % day for i in range(count)]
+    if not code.per_frame or not code.fields:
+        return b"".join(u32(number) for number in numbers)
+    seconds = [(number // code.nominal, number % code.nominal) for number in numbers]
+    return b"".join(bytes([s // 3600, s // 60 % 60, s % 60, f]) for s, f in seconds)
 
 
 def write(clip):

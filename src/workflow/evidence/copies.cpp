@@ -63,13 +63,19 @@ std::vector<Units> Divided(const std::vector<EvidenceUnit>& units, Units equal) 
   return divided;
 }
 
-// How many clips of a description lie on a card, and in a folder.
+// The folder of a clip; all folders that a camera numbered, beside each other, are one.
+std::string PlaceOf(const ClipTraits& clip) {
+  const std::string folder = FolderOf(clip.path);
+  return FolderNumber(NameOf(folder)) != 0 ? FolderOf(folder) + "/000" : folder;
+}
+
+// How many clips of a description lie on a card, and in a place.
 class Places {
  public:
   explicit Places(const std::vector<EvidenceUnit>& units) : units_(units) {
     for (const EvidenceUnit& unit : units) {
       ++cards_[CardOf(unit)];
-      ++folders_[{CardOf(unit), FolderOf(ClipOf(unit).path)}];
+      ++places_[{CardOf(unit), PlaceOf(ClipOf(unit))}];
     }
   }
 
@@ -87,25 +93,27 @@ class Places {
   }
   std::pair<std::size_t, std::size_t> Rank(const EvidenceUnit& unit) const {
     const Card card = CardOf(unit);
-    return {cards_.at(card), folders_.at({card, FolderOf(ClipOf(unit).path)})};
+    return {cards_.at(card), places_.at({card, PlaceOf(ClipOf(unit))})};
   }
 
   const std::vector<EvidenceUnit>& units_;
   std::map<Card, std::size_t> cards_;
-  std::map<std::pair<Card, std::string>, std::size_t> folders_;
+  std::map<std::pair<Card, std::string>, std::size_t> places_;
 };
 
 }  // namespace
 
 Copies::Copies(const std::vector<EvidenceUnit>& units) : units_(units) {
-  using Key = std::tuple<long long, std::uint64_t, std::uint64_t>;
+  // The first timecode stands in the media.
+  using Key = std::tuple<long long, std::uint64_t, std::uint64_t, std::int64_t>;
   std::map<Key, Units> equal;
   for (std::size_t i = 0; i < units.size(); ++i) {
     const ClipTraits& clip = ClipOf(units[i]);
     if (units[i].identified) {
       all_[i] = {i};
     } else {
-      equal[{clip.size, clip.movieDigest[0], clip.movieDigest[1]}].push_back(i);
+      const std::int64_t code = clip.timecode ? clip.timecode->first : -1;
+      equal[{clip.size, clip.movieDigest[0], clip.movieDigest[1], code}].push_back(i);
     }
   }
   const Places places(units);

@@ -220,6 +220,32 @@ TEST(Recordings, EqualClipsThatACameraNumberedAreNoCopies) {
   EXPECT_EQ(ProposedFrom(clips), "likely: A0001.MP4 A0002.MP4");
 }
 
+TEST(Recordings, CopiesOfOtherNamesDoNotStandForThoseOfCameraFolders) {
+  // More of them lie beside each other than in any one of the camera's folders.
+  std::vector<ClipSays> clips{ClipSays("c/DCIM/100MEDIA/A0001.MP4").At(0).For(60),
+                              ClipSays("c/DCIM/101MEDIA/A0002.MP4").At(0).For(60),
+                              ClipSays("c/DCIM/102MEDIA/A0003.MP4").At(0).For(60),
+                              ClipSays("c/DCIM/102MEDIA/A0004.MP4").At(0).For(17),
+                              ClipSays("c/backup/copy of A0002.MP4").At(0).For(60),
+                              ClipSays("c/backup/copy of A0003.MP4").At(0).For(60)};
+  for (const std::size_t copy : {std::size_t{4}, std::size_t{5}}) {
+    clips[copy].size = clips[copy - 3].size;
+    clips[copy].movieDigest = clips[copy - 3].movieDigest;
+  }
+  const auto found = ProposalsOf(clips);
+  ASSERT_EQ(found.size(), 1u);
+  EXPECT_EQ(found[0].grade, Grade::kLikely);
+  EXPECT_EQ(found[0].units.size(), 4u);
+}
+
+TEST(Recordings, EqualClipsOfOtherTimecodesAreNoCopies) {
+  auto clips = EqualChapters({"c/xa.MP4", "c/xb.MP4"});
+  clips[0].Timecode(500, 1800);
+  clips[1].Timecode(2300, 1800);
+  clips.push_back(ClipSays("c/xc.MP4").At(0).For(17).Timecode(4100, 510));
+  EXPECT_EQ(ProposedFrom(clips), "certain: xa.MP4 xb.MP4 xc.MP4");
+}
+
 TEST(Recordings, WithTheSameMediaEqualClipsAreCopiesWhateverTheirNumbers) {
   const support::TempDir folder;
   const auto put = [&](const char* name, unsigned char media) {
