@@ -46,6 +46,30 @@ class Chunks {
   std::vector<std::uint64_t> offsets_;
 };
 
+// When the last sample that is shown has been, in the track's time scale.
+std::uint64_t EndShown(const TimeRuns& times, const OffsetRuns& offsets) {
+  std::int64_t decoded = 0;
+  std::int64_t end = 0;
+  std::size_t run = 0;
+  std::uint64_t used = 0;
+  for (const TimeRun& time : times) {
+    for (std::uint64_t left = time.count; left != 0;) {
+      while (run < offsets.size() && used == offsets[run].count) {
+        ++run;
+        used = 0;
+      }
+      const std::uint64_t samples =
+          run < offsets.size() ? std::min<std::uint64_t>(left, offsets[run].count - used) : left;
+      decoded += static_cast<std::int64_t>(samples) * time.delta;
+      const std::int64_t offset = run < offsets.size() ? offsets[run].offset : 0;
+      end = std::max(end, decoded + offset);
+      left -= samples;
+      used += samples;
+    }
+  }
+  return static_cast<std::uint64_t>(end);
+}
+
 std::uint32_t LargestChunk(const ReferenceTrack& track) {
   std::uint32_t most = 1;
   for (const ChunkPlace& chunk : track.chunks) most = std::max(most, chunk.samples);
@@ -95,7 +119,7 @@ class Maker {
   std::vector<RawBox> NewTables(const RawBox& old, std::size_t index);
   bool HoldsWhole(const ReferenceTrack& track) const;
   void SetDurations(RawBox& trak, std::size_t index);
-  std::uint64_t SetEdits(RawBox& trak, const ReferenceTrack& track, std::uint64_t duration);
+  std::uint64_t SetEdits(RawBox& trak, const ReferenceTrack& track, const TrackTimes& times);
   void Finish();
   void Mark();  // as rescued, among its tags
 
@@ -223,7 +247,7 @@ void Maker::SetDurations(RawBox& trak, std::size_t index) {
   made_.tracks[index].seconds = static_cast<double>(ticks) / track.timeScale;
   RawBox& media = *trak.At({FourCc("mdia"), FourCc("mdhd")});
   static_cast<void>(WriteTimeHeader(media, {track.timeScale, ticks}));
-  const std::uint64_t shown = SetEdits(trak, track, ticks);
+  const std::uint64_t shown = SetEdits(trak, track, times);
   RawBox& head = *trak.Child(FourCc("tkhd"));
   static_cast<void>(WriteTrackHeader(head, {track.id, shown}));
   longest_ = std::max(longest_, shown);
@@ -231,8 +255,9 @@ void Maker::SetDurations(RawBox& trak, std::size_t index) {
 
 // The last edit shows the rest of the track, as the reference's does. The
 // duration of the track, in the movie's time scale.
-std::uint64_t Maker::SetEdits(RawBox& trak, const ReferenceTrack& track, std::uint64_t duration) {
+std::uint64_t Maker::SetEdits(RawBox& trak, const ReferenceTrack& track, const TrackTimes& times) {
   const std::uint32_t scale = model_.reference->timeScale();
+  const std::uint64_t duration = MediaDuration(times.times).value_or(0);
   const std::uint64_t all = Scaled(duration, track.timeScale, scale);
   RawBox* box = trak.At({FourCc("edts"), FourCc("elst")});
   auto edits = box != nullptr ? ReadEdits(*box) : std::nullopt;
@@ -249,7 +274,10 @@ std::uint64_t Maker::SetEdits(RawBox& trak, const ReferenceTrack& track, std::ui
   const std::uint64_t before = MediaDuration(track.times).value_or(0);
   const std::uint64_t whole = Scaled(before, track.timeScale, scale);
   const bool shifted = last > rest(before) && last - rest(before) > (whole - rest(before)) / 2;
-  edits->back().duration = shifted ? all : rest(duration);
+  // Where pictures between the last ones are missing, the last one is shown later than the sum
+  // says.
+  edits->back().duration =
+      shifted ? std::max(all, rest(EndShown(times.times, times.offsets))) : rest(duration);
   std::uint64_t sum = 0;
   for (const Edit& edit : *edits) sum += edit.duration;
   *box = EditsBox(*edits);

@@ -8,6 +8,7 @@
 
 #include "support/bytes.h"
 #include "support/temp_dir.h"
+#include "workflow/check.h"
 #include "workflow/rescue/reference.h"
 #include "workflow/rescue/sound_decoder.h"
 
@@ -109,6 +110,17 @@ TEST_F(RescueTest, TakesNoZerosAtTheEndForASample) {
   ASSERT_TRUE(report.done);
   EXPECT_EQ(whole.tracks[0].samples - 1, report.tracks[0].samples);
   ASSERT_EQ(1U, report.unknown.size());
+}
+
+TEST_F(RescueTest, JoinsTheClipBeforeItWhereverItWasCut) {
+  if (!rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
+  const Bytes whole = WithoutMovie(kClip3);
+  for (std::size_t size = 60'000; size < whole.size(); size += 3'000) {
+    fs::remove(std::string(folder_ / "out.mp4"));
+    ASSERT_TRUE(Run(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size))).done);
+    for (const Finding& finding : Check({kClip2, folder_ / "out.mp4"}, {}).findings)
+      EXPECT_LT(finding.severity, Severity::kRisk) << size << ": " << finding.text;
+  }
 }
 
 TEST_F(RescueTest, NamesATrackOfWhichNothingIsLeft) {
