@@ -56,7 +56,7 @@ bool WritePage(const std::string& path, const clipchain::FoundClips& found) {
   clipchain::ScanOptions options;
   options.cards = true;  // durations and thumbnails
   std::ofstream page(path, std::ios::binary);
-  page << clipchain::HtmlReport(found, clipchain::Scan(found.volumes, options), options);
+  page << clipchain::HtmlReport(found, clipchain::Scan(found.volumes, options), {options, {}, {}});
   return static_cast<bool>(page.flush());
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "adapt/chapters.h"
 #include "adapt/clip_times.h"
 #include "adapt/engine_movie.h"
 #include "adapt/fields.h"
@@ -32,6 +33,7 @@ std::vector<std::unique_ptr<Adaptation>> Row(const FitOptions& options, ClipCloc
   row.push_back(MakeClipTimes(options, clocks));
   row.push_back(MakeJoinedTables());
   row.push_back(MakeLongDurations());
+  row.push_back(MakeChapters(options));
   return row;
 }
 

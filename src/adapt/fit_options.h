@@ -2,6 +2,8 @@
 #pragma once
 
 #include <limits>
+#include <string>
+#include <vector>
 
 namespace clipchain {
 
@@ -13,6 +15,10 @@ struct FitOptions {
   // Join the clips as they are, without keeping sound and picture in step where one clip follows
   // the other.
   bool seamsAsTheyAre = false;
+  // Let each clip begin a chapter.
+  bool chapters = false;
+  // Titles of the chapters, one for each clip; empty for the names of the clips.
+  std::vector<std::string> titles{};
   // Bytes that movie boxes and what is made of them may take in memory.
   long long memoryLimit = std::numeric_limits<long long>::max();
 };

@@ -34,6 +34,8 @@ struct FitNote {
 enum class FitProblemKind {
   kBoxDamaged,
   kBoxLost,  // a warning
+  kChaptersImpossible,
+  kChaptersThere,
   kEditsCut,
   kFileCutOff,
   kFragmented,

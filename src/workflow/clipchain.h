@@ -52,7 +52,7 @@ typedef int (*clipchain_progress)(void* context, int phase, size_t clip, int64_t
 
 /* All of it zero is what the tool does without an option. */
 struct clipchain_options {
-  size_t size;          /* sizeof(struct clipchain_options) */
+  size_t size;          /* sizeof(struct clipchain_options); what lies behind is not read */
   int overwrite;        /* replace an output that exists, by the final rename only */
   int force;            /* go on in spite of problems that risk the result alone */
   int verify_all;       /* compare every byte, read back from the disk, not only around seams */
@@ -63,6 +63,7 @@ struct clipchain_options {
   int reflink;          /* CLIPCHAIN_COPY, or share blocks of the clips with the output */
   clipchain_progress progress; /* may be null */
   void* context;               /* handed to it */
+  int chapters; /* let each clip begin a chapter of the result, titled with its name */
 };
 
 /* All of it zero is what the tool does without an option. */

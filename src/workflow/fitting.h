@@ -13,6 +13,11 @@ struct Fitting {
   bool commonTracks = false;
   // Do not keep sound and picture in step where clips meet.
   bool seamsAsTheyAre = false;
+  // Let each clip begin a chapter of the result, at the moment at which its first picture is shown.
+  // Needs an adaptation, and can't be had with `exact`.
+  bool chapters = false;
+  // What the chapters are called, one for each clip, in UTF-8; empty for the names of the clips.
+  std::vector<std::string> titles{};
 };
 
 // One thing that is adapted in one clip.

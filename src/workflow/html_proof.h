@@ -1,4 +1,4 @@
-// A proof that cards are kept, as a page to keep itself.
+// Shows a proof that cards are kept, as a page to keep itself.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@
 
 namespace clipchain {
 
-// One HTML document in UTF-8 that needs nothing else: what was asked, when, and what came out, with
-// each file that is not kept and why. `when` is shown as it is.
+// Writes one HTML document in UTF-8 that needs nothing else: what was asked, when, and what came
+// out, with each file that is not kept and why. `when` is shown as it is.
 CLIPCHAIN_API std::string HtmlProof(const CardProofOptions& options, const CardProof& proof,
                                     const std::string& when);
 

@@ -46,6 +46,7 @@ struct Job {
   std::optional<MP4G::_tagSequenceTimedate> date;  // of the first clip
   bool closedAtHead = true;                        // nothing is missing in front
   bool closedAtTail = true;                        // nothing is missing behind
+  bool identified = true;                          // identifiers tell what its clips belong to
   long long size = 0;                              // of the inputs together, in bytes
   LeftOut leftOut = LeftOut::kNo;
   std::vector<EarlierJoin> earlier;  // in the folder of the results

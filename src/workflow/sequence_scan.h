@@ -23,6 +23,9 @@ struct SequenceClip {
   std::optional<MP4G::_tagSequenceTimedate> date;  // none if it is not known
   long long size = 0;                              // of the file, in bytes
   ClipCard card;  // duration and thumbnail, if they were asked for and could be read
+  // Of the clips in front and behind; zero if there is none.
+  _GUID previousID{};
+  _GUID nextID{};
 };
 
 struct SequenceReport {
@@ -34,7 +37,14 @@ struct SequenceReport {
   _GUID tailID;
   std::vector<unsigned int> volumes;  // that the clips lie on, ascending
   std::vector<SequenceClip> clips;    // from head to tail
+  // Index of the recording that has all of its clips a second time, by identifier and size: this
+  // one is a copy of that one or of a part of it.
+  std::optional<std::size_t> copyOf{};
 };
+
+// Whether identifiers tell what it belongs to. A clip that has none stands alone, and nobody knows
+// whether it is whole.
+CLIPCHAIN_API bool IsIdentified(const SequenceReport& sequence);
 
 // How long a clip runs, and all clips of a sequence one behind the other. Nothing if it is not
 // known, be it of one clip alone.
@@ -49,7 +59,8 @@ struct RejectedClip {
 struct ScanOptions {
   bool salvage = false;  // join two last sequences if the timecode of one runs on from the other's
   bool divide = false;   // cut sequences where their volume changes, sparing the first such one
-  bool cards = false;    // read each clip's duration and thumbnail, which takes another look at it
+  bool lengths = false;  // read each clip's duration, which takes another look at it
+  bool cards = false;    // read its duration and its picture
   // Told before each look at a clip; false ends the scan.
   Progress progress{};
 };
@@ -59,7 +70,9 @@ struct ScanReport {
   // Clips that could not be registered, not even as a merge takes them adapted, in order; behind
   // them those that were, and could not be read once more for their card.
   std::vector<RejectedClip> rejected;
-  bool joined = false;      // whether salvage joined two sequences
+  bool joined = false;  // whether salvage joined two sequences
+  // Why it did not, where it was asked for: a sentence without its full stop.
+  std::string whyNotJoined{};
   HRESULT salvaged = S_OK;  // what kept salvage from reading a timecode
   HRESULT divided = S_OK;
   bool stopped = false;  // by `progress`: nothing else is told

@@ -1,16 +1,20 @@
 #!/usr/bin/env python3
 """Checks the page of `clipchain sequences --html` in headless Chromium: what the browser makes of it
-says what `--json` says, and nobody needs good eyes, a mouse or a script to read it.
+says what `--json` says, and nobody needs good eyes, a mouse, colours or a script to read it.
 
     report_test.py CLIPCHAIN
 """
+import base64
+import hashlib
 import json
 import os
 import re
 import shutil
+import struct
 import subprocess
 import sys
 import tempfile
+import zlib
 from html.parser import HTMLParser
 from pathlib import Path
 
@@ -18,7 +22,7 @@ import cards
 
 SKIPPED = 77
 TOOL = sys.argv[1]
-VOID = {"meta", "img", "link", "br"}
+VOID = {"meta", "img", "link", "br", "input"}
 NAMES = [
     b"<script>document.title='owned'</script>.mp4",
     b"\"><img src=x onerror=document.title='owned'>.mp4",
@@ -153,6 +157,7 @@ def check_sequence(element, clips, entry):
         "head_id": value(attrs["data-head-id"]),
         "tail_id": value(attrs["data-tail-id"]),
         "volumes": [int(word) for word in attrs["data-volumes"].split()],
+        "copy_of": number(attrs["data-copy-of"]),
     }
     wanted = {key: entry[key] for key in entry if key != "files"}
     require(told == wanted, f"the page says {told}, not {wanted}")
@@ -164,7 +169,7 @@ def check_sequence(element, clips, entry):
         told = (int(attrs["data-volume"]), value(attrs["data-date"]), number(attrs["data-seconds"]),
                 int(attrs["data-size"]))
         require(told == (file["volume"], file["date"], file["seconds"], file["size"]), f"{told} is not {file}")
-        require(f"Volume {file['volume']}" in clip["text"], "a person is not told the volume")
+        require(f"Card {file['volume']}" in clip["text"], "a person is not told the card")
 
 
 def check_says_what_json_says(page, document):
@@ -199,12 +204,15 @@ def check_says_what_json_says(page, document):
 def check_nothing_ran(page):
     titles = [e["text"] for e in page.tagged("title")]
     require(titles and "owned" not in titles[0], "a name became a script")
-    require(not page.tagged("script", "iframe", "object", "link"), "the page has what no report has")
+    require(not page.tagged("iframe", "object", "link"), "the page has what no report has")
+    require(len(page.tagged("script")) == 1, "there is not one script")
     for element in page.elements:
         for name, content in element["attrs"].items():
             require(not name.startswith("on"), f"a name became the attribute {name}")
             if name in ("src", "href"):
-                require(content.startswith(("#", "data:image/jpeg;base64,")), f"{content} is elsewhere")
+                inside = content.startswith(("#", "data:image/jpeg;base64,"))
+                file = element["tag"] == "a" and re.fullmatch(r"[A-Za-z0-9._~/%-]+", content)
+                require(inside or file, f"{content} is elsewhere")
 
 
 def check_access(page):
@@ -216,17 +224,24 @@ def check_access(page):
         require(len(page.tagged(tag)) == 1, f"there is not one {tag}")
     html = page.tagged("html")[0]["attrs"]
     require(html.get("lang") == "en", "the page has no language")
-    pictures = page.tagged("img")
-    require(len(pictures) > 5, "there are hardly any thumbnails")
+    shared = [e for e in page.tagged("svg") if e["attrs"].get("role") == "img"]
+    pictures = page.tagged("img") + shared
+    require(len(pictures) > 5 and shared, "there are hardly any pictures")
     for picture in pictures:
-        require(len(picture["attrs"].get("alt", "")) > 12, "a picture has no words")
+        words = picture["attrs"].get("alt") or picture["attrs"].get("aria-label") or ""
+        require(len(words) > 10, "a picture has no words")
+    for picture in page.tagged("img"):
         require(int(picture["attrs"]["width"]) > 0, "a picture has no size")
+        require(picture["attrs"]["loading"] == "lazy", "a picture is not loaded late")
     for drawing in page.tagged("svg"):
-        require(drawing["attrs"].get("aria-hidden") == "true", "a drawing has neither name nor leave")
+        named = drawing in shared or drawing["attrs"].get("aria-hidden") == "true"
+        require(named, "a drawing has neither name nor leave")
     ids = [e["attrs"]["id"] for e in page.elements if "id" in e["attrs"]]
     require(len(ids) == len(set(ids)), "an id stands twice")
     links = [e for e in page.elements if e["tag"] in ("a", "use")]
     for link in links:
+        if not link["attrs"]["href"].startswith("#"):
+            continue
         require(link["attrs"]["href"][1:] in ids, f"{link['attrs']['href']} leads nowhere")
         require(link["tag"] == "use" or link["text"].strip(), "a link has no words")
     for element in page.elements:
@@ -264,22 +279,118 @@ def check_colours(page):
 
 
 def check_fits_a_phone(folder, page):
-    """Nothing sticks out at 390 pixels: a frame of that width gets no scroll bar. The frame's page
-    measures it, since the report has no script."""
-    probe = folder / "probe.html"
+    """Nothing sticks out at 390 and at 320 pixels: a frame of that width gets no scroll bar. Names of
+    bars stand apart from each other, and so do those of hours."""
+    for width in (390, 320):
+        probe = folder / "probe.html"
+        probe.write_text(
+            f"<iframe id=f width={width} height=800></iframe><p id=p></p><script>f.onload=()=>{{const r="
+            "f.contentDocument.documentElement;let over=0;const boxes=q=>[...f.contentDocument."
+            "querySelectorAll(q)].map(e=>e.getBoundingClientRect()).filter(b=>b.width);"
+            "for(const q of ['.lanes .name','.tick span']){const b=boxes(q);b.forEach((x,i)=>b.forEach((y,k)=>{"
+            "if(i<k&&x.left<y.right-1&&y.left<x.right-1&&x.top<y.bottom-1&&y.top<x.bottom-1)over++;}));}"
+            "p.textContent='wide '+r.scrollWidth+' of '+r.clientWidth+', over '+over}"
+            f";f.src={json.dumps(page.name)}</script>", encoding="utf-8")
+        dom = chromium(folder, probe, "--allow-file-access-from-files", "--dump-dom")
+        told = re.search(r"wide (\d+) of (\d+), over (\d+)", dom)
+        require(told and int(told[1]) <= int(told[2]), f"the page sticks out: {told and told[0]}")
+        require(int(told[3]) == 0, f"names stand on each other at {width}: {told[0]}")
+
+
+def check_script(folder, page):
+    """The one script is let run by its hash, and the field that it makes finds words."""
+    text = page.read_text(encoding="utf-8")
+    script = re.search(r"<script>(.*?)</script>", text, re.S)[1]
+    digest = base64.b64encode(hashlib.sha256(script.encode()).digest()).decode()
+    require(f"script-src 'sha256-{digest}'" in text, "the script may not run")
+    probe = folder / "find.html"
     probe.write_text(
-        "<iframe id=f width=390 height=800></iframe><p id=p></p><script>f.onload=()=>{const r="
-        "f.contentDocument.documentElement;p.textContent='wide '+r.scrollWidth+' of '+r.clientWidth};"
-        f"f.src={json.dumps(page.name)}</script>", encoding="utf-8")
+        "<iframe id=f width=900 height=800></iframe><p id=p></p><script>f.onload=()=>{const d=f.contentDocument;"
+        "const i=d.querySelector('.find input');i.value='C2.MP4 complete';i.dispatchEvent(new Event('input'));"
+        "setTimeout(()=>{p.textContent='shown '+[...d.querySelectorAll('.sequence')].filter(e=>!e.hidden).length+"
+        "' told '+d.querySelector('.find output').textContent},50)}"
+        f";f.src={json.dumps(page.name)}</script>", encoding="utf-8")
     dom = chromium(folder, probe, "--allow-file-access-from-files", "--dump-dom")
-    told = re.search(r"wide (\d+) of (\d+)", dom)
-    require(told and int(told[1]) <= int(told[2]), f"the page sticks out: {told and told[0]}")
+    require(re.search(r"shown 1 told 1 of \d+", dom), "the field finds nothing")
+
+
+def pixels(path):
+    """The rows of an RGB or RGBA picture in PNG, without a library."""
+    data = path.read_bytes()
+    width, height, _, kind = struct.unpack(">IIBB", data[16:26])
+    depth = {2: 3, 6: 4}[kind]
+    at, packed = 8, b""
+    while at < len(data):
+        size, name = struct.unpack(">I4s", data[at:at + 8])
+        if name == b"IDAT":
+            packed += data[at + 8:at + 8 + size]
+        at += size + 12
+    raw = zlib.decompress(packed)
+    rows, before = [], bytearray(width * depth)
+    for y in range(height):
+        start = y * (width * depth + 1)
+        way, row = raw[start], bytearray(raw[start + 1:start + 1 + width * depth])
+        for x in range(len(row)):
+            left = row[x - depth] if x >= depth else 0
+            up, corner = before[x], before[x - depth] if x >= depth else 0
+            if way == 1:
+                row[x] = (row[x] + left) & 255
+            elif way == 2:
+                row[x] = (row[x] + up) & 255
+            elif way == 3:
+                row[x] = (row[x] + (left + up) // 2) & 255
+            elif way == 4:
+                guess = left + up - corner
+                nearest = min((left, up, corner), key=lambda v: abs(guess - v))
+                row[x] = (row[x] + nearest) & 255
+        rows.append(row)
+        before = row
+    return rows, depth
+
+
+def check_forced_colours(folder):
+    """Bars are still there where the system takes all colours away: a strip of a page of its own,
+    whose style is the page's, has dark edges on white."""
+    style = re.search(r"<style>(.*?)</style>", (folder / "report.html").read_text(encoding="utf-8"), re.S)[1]
+    page = folder / "forced.html"
+    page.write_text(f"<style>{style}</style><div style='margin:20px'><div class='strip'><i class='torn head'></i>"
+                    "<b class='piece c0 s0'></b><b class='piece c1 s1 end'></b></div></div>", encoding="utf-8")
+    shot = folder / "forced.png"
+    chromium(folder, page, f"--screenshot={shot}", "--window-size=300,60", "--force-high-contrast",
+             "--hide-scrollbars")
+    rows, depth = pixels(shot)
+    dark = [x for x in range(len(rows[0]) // depth)
+            if all(sum(rows[y][x * depth:x * depth + 3]) < 200 for y in range(24, 34))]
+    require(len(dark) >= 4, f"bars have no edges in forced colours: {dark}")
+
+
+def check_join_page(folder, operands):
+    """The page of a join says what its JSON says."""
+    page = folder / "join.html"
+    command = [TOOL, "join", "--json", "--all", "--html", page, "-o", folder / "joined", *operands]
+    done = subprocess.run(command, capture_output=True, check=False)
+    require(done.returncode == 3, f"{command} ended with {done.returncode}: {done.stderr.decode()}")
+    jobs = json.loads(done.stdout)["jobs"]
+    dom = Page(chromium(folder, page, "--dump-dom"))
+    shown = dom.of_class("job")
+    require(len(jobs) == len(shown) > 5, "the page has other jobs")
+    for job, element in zip(jobs, shown):
+        attrs = element["attrs"]
+        told = (value(attrs["data-left-out"]), value(attrs["data-outcome"]), number(attrs["data-size"]))
+        outcome = job["outcome"] if job["left_out"] is None else None
+        require(told == (job["left_out"], outcome, job["output_size"]), f"{told} is not {job}")
+    require("owned" not in dom.tagged("title")[0]["text"], "a name became a script")
+    check_fits_a_phone(folder, page)
+    again = subprocess.run([*command[:2], "--html", page, *command[6:]], capture_output=True, check=False)
+    require(again.returncode == 1, "the page was replaced")
 
 
 def check_prints(folder, page):
     sheet = folder / "page.pdf"
     chromium(folder, page, f"--print-to-pdf={sheet}", "--no-pdf-header-footer")
-    require(sheet.read_bytes().startswith(b"%PDF"), "the page was not printed")
+    data = sheet.read_bytes()
+    require(data.startswith(b"%PDF"), "the page was not printed")
+    return len(re.findall(rb"/Type\s*/Page\b", data))
 
 
 if shutil.which("chromium") is None:
@@ -297,5 +408,9 @@ with tempfile.TemporaryDirectory(prefix="clipchain-report-") as name:
     check_access(dom)
     check_colours(dom)
     check_fits_a_phone(work, report)
-    check_prints(work, report)
+    sheets = check_prints(work, report)
+    require(1 <= sheets <= 12, f"the page takes {sheets} sheets")
+    check_script(work, report)
+    check_forced_colours(work)
+    check_join_page(work, [path for path in work.iterdir() if "card" in path.name])
 print("1 passed, 0 failed")

@@ -10,6 +10,7 @@
 #include "clipchain/commands/missing_names.h"
 #include "clipchain/manual/usage.h"
 #include "clipchain/output/check_output.h"
+#include "clipchain/output/finding_output.h"
 #include "clipchain/terminal/clip_progress.h"
 #include "clipchain/terminal/standard_output.h"
 #include "clipchain/terminal/stop_signals.h"
@@ -23,10 +24,11 @@ struct CheckCommand {
   std::vector<std::string> inputs;
   CheckOptions check;
   bool json = false;
+  bool quiet = false;
 };
 
 CheckReport CheckWithProgress(const CheckCommand& options) {
-  ProgressLine line(stderr);
+  ProgressLine line(stderr, options.quiet);
   CheckOptions check = options.check;
   check.progress = ClipProgress("checking", line);
   return Check(options.inputs, check);
@@ -42,6 +44,7 @@ std::string TextOf(const CheckCommand& options, const CheckReport& report) {
            std::any_of(missing.begin(), missing.end(),
                        [&finding](const Finding& name) { return name.path == finding.path; });
   });
+  if (options.quiet) return FindingsText(Grave(listed), Paint(stdout));
   return CheckText(options.inputs, report, listed, Paint(stdout));
 }
 
@@ -70,6 +73,7 @@ void AddCheckCommand(CLI::App& tool, int& exitCode) {
   command->add_flag("--overwrite", options->check.overwrite, "OUT may exist");
   AddMemoryLimit(*command, options->check.memoryLimit);
   AddFitting(*command, options->check.fitting);
+  AddQuiet(*command, options->quiet);
   command->add_flag("--json", options->json, "Print for programs");
   command->callback([options, &exitCode] { exitCode = Run(*options); });
 }

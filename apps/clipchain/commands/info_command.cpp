@@ -22,6 +22,7 @@ struct InfoCommand {
   long long memoryLimit = 0;
   bool tree = false;
   bool json = false;
+  bool quiet = false;
 };
 
 // Whether the file is a readable clip.
@@ -78,6 +79,7 @@ void AddInfoCommand(CLI::App& tool, int& exitCode) {
   command->add_flag("--tree", options->tree, "List the boxes with their positions and sizes");
   AddMemoryLimit(*command, options->memoryLimit);
   command->add_flag("--json", options->json, "Print for programs");
+  AddQuietAnswer(*command, options->quiet);
   command->callback([options, &exitCode] { exitCode = Run(*options); });
 }
 

@@ -1,4 +1,4 @@
-// --job FILE N of clipchain merge: one job of a plan, in place of clips and an output.
+// Reads --job FILE N of clipchain merge: one job of a plan, in place of clips and an output.
 #pragma once
 
 #include <string>

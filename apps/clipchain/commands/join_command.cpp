@@ -14,6 +14,7 @@
 #include "clipchain/commands.h"
 #include "clipchain/commands/merge_options.h"
 #include "clipchain/commands/missing_names.h"
+#include "clipchain/commands/page_option.h"
 #include "clipchain/manual/usage.h"
 #include "clipchain/output/finding_output.h"
 #include "clipchain/output/join_output.h"
@@ -25,12 +26,14 @@
 #include "clipchain/terminal/standard_output.h"
 #include "clipchain/terminal/stop_signals.h"
 #include "clipchain/tool.h"
+#include "workflow/html_join.h"
 #include "workflow/join.h"
 #include "workflow/joining/rescued_clips.h"
 #include "workflow/merging/leftover_findings.h"
 #include "workflow/plan.h"
 #include "workflow/plan_file.h"
 #include "workflow/system/files.h"
+#include "workflow/system/part_name.h"
 
 namespace clipchain {
 
@@ -48,6 +51,7 @@ struct JoinCommand {
   bool json = false;
   std::string accept;
   bool ask = false;
+  std::string html;
 };
 
 int Fail(const Finding& finding) {
@@ -67,6 +71,14 @@ std::vector<std::string> OutputsOf(const JoinPlan& plan) {
     if (job.leftOut == LeftOut::kNo) outputs.push_back(job.output);
   }
   return outputs;
+}
+
+// Writes the page of what was planned or done; the exit code, which is no better than `code`.
+int WithPage(const JoinCommand& command, const JoinPlan& plan, const JoinReport* report, int code) {
+  if (command.html.empty()) return code;
+  const HtmlJoinOptions page{command.plan.folder, FolderOf(command.html), MadeWords()};
+  if (WritePage(command.html, HtmlJoin(plan, report, page), false) == kDone) return code;
+  return code == kDone ? kIncomplete : code;
 }
 
 int PlanCode(const JoinPlan& plan) {
@@ -90,12 +102,13 @@ void PrintGrave(const JoinPlan& plan, const Jobs& jobs) {
 }
 
 int WriteJobs(const JoinCommand& command, JoinPlan plan) {
-  const int code = PlanCode(plan);
+  const int planned = PlanCode(plan);
   ProgressLine line(stderr, command.quiet);
   const auto remove = LeftoverQuestion(command.removeLeftovers, command.json, line);
   for (const Finding& finding : LookForLeftovers(command.planFile, remove))
     plan.findings.push_back(finding);
   if (const std::optional<Finding> fault = WritePlan(plan, command.planFile)) return Fail(*fault);
+  const int code = WithPage(command, plan, nullptr, planned);
   if (command.quiet && !command.json) {
     PrintGrave(plan, plan.jobs);
     return code;
@@ -129,7 +142,7 @@ int RunJobs(const JoinCommand& command, const JoinPlan& plan) {
   const bool whole = std::all_of(report.jobs.begin(), report.jobs.end(), [](const JobReport& job) {
     return job.outcome != Outcome::kFailed && job.outcome != Outcome::kNotRun;
   });
-  return whole ? PlanCode(plan) : kIncomplete;
+  return WithPage(command, plan, &report, whole ? PlanCode(plan) : kIncomplete);
 }
 
 JoinPlan MakePlan(const JoinCommand& command) {
@@ -160,9 +173,13 @@ int Run(const JoinCommand& command) {
     return FailNames(command, missing);
   JoinPlan plan = MakePlan(command);
   if (StopSignal() != 0) return kFailed;
+  if (!command.html.empty()) {
+    if (const std::string why = WhyNoPage(command.html, plan); !why.empty())
+      return FailPage(command.html, why);
+  }
   if (command.dryRun) {
     PrintPlan(command, plan);
-    return PlanCode(plan);
+    return WithPage(command, plan, nullptr, PlanCode(plan));
   }
   if (!command.planFile.empty()) return WriteJobs(command, std::move(plan));
   if (CountJobs(plan) != 0) {
@@ -223,6 +240,10 @@ void AddJoinCommand(CLI::App& tool, int& exitCode) {
   AddKeepSettings(*command, options->join.keep);
   command->add_flag("--remove-leftovers", options->removeLeftovers,
                     "Remove what merges to the same files that were killed have left behind");
+  MustBeGiven(command->add_option(
+                  "--html", options->html,
+                  "Write a page that shows the plan and what came of it, which must not exist yet"))
+      ->type_name("FILE");
   AddQuiet(*command, options->quiet);
   command->add_flag("--json", options->json, "Print for programs")->excludes(ask);
   command->callback([options, &exitCode] {

@@ -77,7 +77,10 @@ void AddFitting(CLI::App& command, Fitting& fitting) {
           })
           ->option_text("in-step|as-they-are")
           ->default_str("in-step");
-  for (CLI::Option* option : {common, seams}) option->excludes(exact);
+  CLI::Option* chapters = command.add_flag(
+      "--chapters", fitting.chapters,
+      "Let a chapter begin at each clip's first picture, titled with the clip's name");
+  for (CLI::Option* option : {common, seams, chapters}) option->excludes(exact);
 }
 
 void AddKeepSettings(CLI::App& command, KeepOptions& options) {
@@ -107,6 +110,10 @@ const char* VerificationName(Verification verification) {
 
 void AddQuiet(CLI::App& command, bool& quiet) {
   command.add_flag("-q,--quiet", quiet, "Print nothing but warnings and what goes wrong");
+}
+
+void AddQuietAnswer(CLI::App& command, bool& quiet) {
+  command.add_flag("-q,--quiet", quiet, "Print the answer alone, and no progress");
 }
 
 void AddMemoryLimit(CLI::App& command, long long& limit) {

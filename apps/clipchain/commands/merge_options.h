@@ -1,4 +1,4 @@
-// Options that all commands that merge have.
+// Adds the options that several commands have.
 #pragma once
 
 #include "workflow/keep_originals.h"
@@ -10,23 +10,26 @@ class App;
 
 namespace clipchain {
 
-// --force, --verify, --memory-limit and how clips are adapted. The options must live as long as the
-// command.
+// Adds --force, --verify, --memory-limit and how clips are adapted. The options must live as long
+// as the command.
 void AddMergeSettings(CLI::App& command, SafeMergeOptions& options);
 
-// --originals, --hash and --checksums. The options must live as long as the command.
+// Adds --originals, --hash and --checksums. The options must live as long as the command.
 void AddKeepSettings(CLI::App& command, KeepOptions& options);
 
-// "seams" or "full", as --verify takes it.
+// Spells "seams" or "full", as --verify takes it.
 const char* VerificationName(Verification verification);
 
-// --exact, --common-tracks and --seams. The settings must live as long as the command.
+// Adds --exact, --common-tracks, --seams and --chapters. The settings must live as long as the
+// command.
 void AddFitting(CLI::App& command, Fitting& fitting);
 
-// -q alone.
+// Adds -q alone.
 void AddQuiet(CLI::App& command, bool& quiet);
+// Adds -q to commands whose answer is what is printed.
+void AddQuietAnswer(CLI::App& command, bool& quiet);
 
-// --memory-limit alone.
+// Adds --memory-limit alone.
 void AddMemoryLimit(CLI::App& command, long long& limit);
 
 }  // namespace clipchain

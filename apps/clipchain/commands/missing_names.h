@@ -1,4 +1,4 @@
-// Names on the command line that lead to nothing: mistyped, as a rule.
+// Finds names on the command line that lead to nothing: mistyped, as a rule.
 #pragma once
 
 #include <string>

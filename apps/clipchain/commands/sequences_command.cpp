@@ -8,18 +8,18 @@
 #include <vector>
 
 #include "clipchain/commands.h"
+#include "clipchain/commands/merge_options.h"
 #include "clipchain/commands/missing_names.h"
+#include "clipchain/commands/page_option.h"
 #include "clipchain/manual/usage.h"
-#include "clipchain/output/finding_output.h"
 #include "clipchain/output/sequences_output.h"
 #include "clipchain/terminal/clip_progress.h"
 #include "clipchain/terminal/standard_output.h"
 #include "clipchain/terminal/stop_signals.h"
 #include "clipchain/tool.h"
 #include "workflow/html_report.h"
-#include "workflow/merging/leftover_findings.h"
 #include "workflow/system/files.h"
-#include "workflow/system/text_file.h"
+#include "workflow/system/part_name.h"
 
 namespace clipchain {
 
@@ -31,34 +31,18 @@ struct SequencesOptions {
   bool json = false;
   std::string html;
   bool overwrite = false;
+  bool quiet = false;
 };
 
-int FailPage(const std::string& path, const std::string& why) {
-  std::fputs(fmt::format("clipchain: {} {}\n", Shown(path), why).c_str(), stderr);
-  return kFailed;
-}
-
-// Why the page can't be written, known before any clip is read.
-std::string WhyNoPage(const SequencesOptions& options, const FoundClips& found) {
-  for (const Volume& volume : found.volumes) {
-    for (const std::string& clip : volume.clips) {
-      if (IsSameFile(options.html, clip)) return "is the same file as the clip " + Shown(clip);
-    }
-  }
-  if (options.overwrite && Exists(options.html) && !IsHtmlReport(options.html))
-    return "is no page of clips, and is not replaced";
-  return WhyNoTextFile(options.html, options.overwrite);
-}
-
-ScanReport ScanWithProgress(const FoundClips& found, ScanOptions options) {
-  ProgressLine line(stderr);
+ScanReport ScanWithProgress(const FoundClips& found, ScanOptions options, bool quiet) {
+  ProgressLine line(stderr, quiet);
   options.progress = ClipProgress("looking at", line);
   return Scan(found.volumes, options);
 }
 
-FoundClips FindWithProgress(const std::vector<std::string>& paths) {
-  ProgressLine line(stderr);
-  return FindClips(paths, "", ClipProgress("", line));
+FoundClips FindWithProgress(const SequencesOptions& options) {
+  ProgressLine line(stderr, options.quiet);
+  return FindClips(options.paths, "", ClipProgress("", line));
 }
 
 int FailNames(const SequencesOptions& options, const Findings& missing) {
@@ -72,8 +56,8 @@ int FailNames(const SequencesOptions& options, const Findings& missing) {
   return kFailed;
 }
 
-std::vector<Proposal> ProposeWithProgress(const ScanReport& report) {
-  ProgressLine line(stderr);
+std::vector<Proposal> ProposeWithProgress(const ScanReport& report, bool quiet) {
+  ProgressLine line(stderr, quiet);
   ProposeOptions options;
   options.progress = ClipProgress("comparing", line);
   return Propose(report, options);
@@ -83,27 +67,27 @@ int Run(const SequencesOptions& options) {
   NoteStopSignals();
   if (const Findings missing = MissingNames(options.paths); !missing.empty())
     return FailNames(options, missing);
-  const FoundClips found = FindWithProgress(options.paths);
+  const FoundClips found = FindWithProgress(options);
   if (StopSignal() != 0) return kFailed;
   if (!options.html.empty()) {
-    const std::string why = WhyNoPage(options, found);
+    const std::string why = WhyNoPage(options.html, options.overwrite, found);
     if (!why.empty()) return FailPage(options.html, why);
   }
-  const ScanReport report = ScanWithProgress(found, options.scan);
+  const ScanReport report = ScanWithProgress(found, options.scan, options.quiet);
   if (StopSignal() != 0) return kFailed;
-  const std::vector<Proposal> proposals = ProposeWithProgress(report);
+  const std::vector<Proposal> proposals = ProposeWithProgress(report, options.quiet);
   if (StopSignal() != 0) return kFailed;
   const std::string text =
       options.json ? SequencesJson(found, report, proposals, options.scan)
                    : SequencesTable(found, report, proposals, options.scan, Paint(stdout));
   Print(text);
   if (!options.html.empty()) {
-    const Findings leftovers = LookForLeftovers(options.html, nullptr, "remove it");
-    std::fputs(FindingsText(leftovers, Paint(stderr)).c_str(), stderr);
-    const std::string why = WriteTextFile(
-        options.html, HtmlReport(found, report, options.scan, proposals), options.overwrite);
-    if (!why.empty()) return FailPage(options.html, why);
-    if (!options.json) Print(fmt::format("report: {}\n", Shown(options.html)));
+    const HtmlOptions page{options.scan, FolderOf(options.html), MadeWords()};
+    if (const int failed =
+            WritePage(options.html, HtmlReport(found, report, page, proposals), options.overwrite);
+        failed != kDone)
+      return failed;
+    if (!options.json && !options.quiet) Print(fmt::format("report: {}\n", Shown(options.html)));
   }
   const bool whole = found.unreadable.empty() && report.rejected.empty() &&
                      report.salvaged == S_OK && report.divided == S_OK;
@@ -119,21 +103,26 @@ void AddSequencesCommand(CLI::App& tool, int& exitCode) {
   command
       ->add_option("PATH", options->paths,
                    "Clips, and folders to search for *.mp4, *.m4v and *.mov; each folder counts as "
-                   "a volume of its own")
+                   "a card of its own")
       ->required()
       ->type_name("PATH");
-  command->add_flag("--salvage", options->scan.salvage,
-                    "Join two remaining sequences if the timecode of one runs on from the other's");
-  command->add_flag("--divide", options->scan.divide,
-                    "Cut sequences where the volume changes, sparing the first one that has two");
+  command->add_flag(
+      "--salvage", options->scan.salvage,
+      "Join the recordings that are left, if there are two, one of them says that a clip "
+      "follows it, and the timecode of the other runs on from there");
+  command->add_flag(
+      "--divide", options->scan.divide,
+      "Cut recordings where the card changes, sparing the first one that lies on two");
   command->add_flag("--json", options->json, "Print for programs");
   MustBeGiven(command->add_option(
                   "--html", options->html,
                   "Write a page to look at, to keep and to print, which must not exist yet"))
       ->type_name("FILE");
   command->add_flag("--overwrite", options->overwrite, "Replace that FILE if it is such a page");
+  AddQuietAnswer(*command, options->quiet);
   command->callback([options, &exitCode] {
-    options->scan.cards = options->json || !options->html.empty();
+    options->scan.lengths = true;
+    options->scan.cards = !options->html.empty();
     exitCode = Run(*options);
   });
 }

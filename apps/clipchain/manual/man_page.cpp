@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include "clipchain/manual/command_words.h"
+#include "clipchain/manual/exit_status.h"
 #include "clipchain/manual/help_text.h"
 
 namespace clipchain {
@@ -91,6 +92,15 @@ std::string Examples(const CommandWords& words) {
   return text;
 }
 
+std::string Statuses(const CLI::App& command) {
+  std::string text;
+  for (const ExitStatus& status : ExitStatuses()) {
+    if (status.command == (IsTool(command) ? "" : command.get_name()))
+      text += fmt::format(".TP\n.B {}\n{}\n", status.code, Escaped(std::string(status.text)));
+  }
+  return text;
+}
+
 // The other pages.
 std::string SeeAlso(const CLI::App& command) {
   const CLI::App* tool = IsTool(command) ? &command : command.get_parent();
@@ -115,11 +125,10 @@ std::string ManPage(const CLI::App& command, const std::string& written) {
   std::string page =
       fmt::format(".TH {} 1 \"\" \"clipchain {}\" \"clipchain\"\n.SH NAME\n{} \\- {}\n",
                   Escaped(name), CLIPCHAIN_VERSION, Escaped(name), Escaped(words.text));
-  const std::pair<const char*, std::string> parts[] = {{"@SYNOPSIS@\n", Synopsis(command, words)},
-                                                       {"@OPTIONS@\n", Options(words)},
-                                                       {"@COMMANDS@\n", Commands(command)},
-                                                       {"@EXAMPLES@\n", Examples(words)},
-                                                       {"@SEE_ALSO@\n", SeeAlso(command)}};
+  const std::pair<const char*, std::string> parts[] = {
+      {"@SYNOPSIS@\n", Synopsis(command, words)}, {"@OPTIONS@\n", Options(words)},
+      {"@COMMANDS@\n", Commands(command)},        {"@EXIT_STATUS@\n", Statuses(command)},
+      {"@EXAMPLES@\n", Examples(words)},          {"@SEE_ALSO@\n", SeeAlso(command)}};
   std::string text = written;
   for (const auto& [mark, part] : parts) {
     const std::string line = mark;

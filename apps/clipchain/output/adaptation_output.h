@@ -1,4 +1,4 @@
-// What was adapted, or would be, for people and for programs.
+// Prints what was adapted, or would be, for people and for programs.
 #pragma once
 
 #include <string>
@@ -9,12 +9,12 @@
 
 namespace clipchain {
 
-// A line for each kind of adaptation, behind `lead`: "adapted: boxes at …  (2 of 3 clips)". Empty
-// if nothing is adapted.
+// Lists each kind of adaptation in a line, behind `lead`: "adapted: boxes at …  (2 of 3 clips)".
+// Empty if nothing is adapted.
 std::string AdaptationsText(const std::vector<Adapted>& adaptations, const std::string& lead,
                             std::size_t clips);
 
-// Each adaptation of each clip: an array of objects with "name", "path", "track" and "text".
+// Lists each adaptation of each clip: an array of objects with "name", "path", "track" and "text".
 Json AdaptationsJson(const std::vector<Adapted>& adaptations);
 
 }  // namespace clipchain

@@ -1,4 +1,4 @@
-// What a check found, as the tool prints it.
+// Prints what a check found.
 #pragma once
 
 #include <string>
@@ -9,11 +9,11 @@
 
 namespace clipchain {
 
-// The findings that are `listed`, the drift behind each clip, and a line that sums up all of them.
+// Lists the findings that are `listed`, the drift behind each clip, and sums all of them up.
 std::string CheckText(const std::vector<std::string>& inputs, const CheckReport& report,
                       const Findings& listed, const Paint& paint);
 
-// The same for programs; docs/json.md has the fields.
+// Says the same for programs; docs/json.md has the fields.
 std::string CheckJson(const std::vector<std::string>& inputs, const CheckOptions& options,
                       const CheckReport& report);
 

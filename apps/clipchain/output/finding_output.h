@@ -1,4 +1,4 @@
-// Findings as the tool prints them.
+// Prints findings.
 #pragma once
 
 #include <string>
@@ -9,14 +9,15 @@
 
 namespace clipchain {
 
-// "error: a.mp4 is too short: moov/trak[0]/mdia at byte 40 (media-cut-off)", and the
-// remedy on a line of its own, further in. Each line ends with a line feed.
+// Spells a finding: "error: a.mp4 is too short: moov/trak[0]/mdia at byte 40 (media-cut-off)", and
+// the remedy on a line of its own, further in. Each line ends with a line feed.
 std::string FindingText(const Finding& finding, const Paint& paint = {});
 
-// The same of all of them.
+// Spells all of them.
 std::string FindingsText(const Findings& findings, const Paint& paint = {});
 
-// Those that somebody should hear of who wants to hear nothing else: warnings and what is worse.
+// Keeps those that somebody should hear of who wants to hear nothing else: warnings and what is
+// worse.
 Findings Grave(const Findings& findings);
 
 }  // namespace clipchain

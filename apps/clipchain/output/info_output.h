@@ -1,4 +1,4 @@
-// What clips say about themselves, printed as it is told: a clip may have millions of boxes.
+// Prints what clips say about themselves as it is told: a clip may have millions of boxes.
 #pragma once
 
 #include <cstddef>
@@ -17,10 +17,10 @@ class InfoOutput {
   InfoOutput& operator=(const InfoOutput&) = delete;
 
   virtual void Begin(const std::string& path, const ClipInfo& info) = 0;
-  // The boxes of the clip that was begun, in the order in which they are told.
+  // Takes the boxes of the clip that was begun, in the order in which they are told.
   virtual void Box(const BoxInfo& box) = 0;
   virtual void EndClip() = 0;
-  // In place of a clip.
+  // Says why a file is no clip, in its place.
   virtual void Unreadable(const std::string& path, const Findings& why) = 0;
   virtual void End() = 0;
 
@@ -31,7 +31,7 @@ class InfoOutput {
   const bool tree_;
 };
 
-// For people; why a file is no readable clip goes to the error stream.
+// Prints for people; why a file is no readable clip goes to the error stream.
 class InfoText : public InfoOutput {
  public:
   using InfoOutput::InfoOutput;
@@ -45,7 +45,7 @@ class InfoText : public InfoOutput {
   bool first_ = true;
 };
 
-// For programs; docs/json.md has the fields. An array where several files were named.
+// Prints for programs; docs/json.md has the fields. An array where several files were named.
 class InfoJson : public InfoOutput {
  public:
   InfoJson(bool tree, std::size_t files) : InfoOutput(tree), isArray_(files > 1) {}

@@ -19,7 +19,7 @@ namespace clipchain {
 
 namespace {
 
-// What the plan does with a sequence.
+// Says what the plan does with a recording.
 std::string Intent(const Job& job) {
   switch (job.leftOut) {
     case LeftOut::kNo:
@@ -62,12 +62,6 @@ Colour ColourOf(Outcome outcome) {
 // Jobs that are left out have no number, as in the plan's file.
 std::string NumberOf(const Job& job, std::size_t& number) {
   return job.leftOut == LeftOut::kNo ? std::to_string(++number) : "-";
-}
-
-bool IsUnidentified(const Job& job) {
-  return std::any_of(job.findings.begin(), job.findings.end(), [](const Finding& finding) {
-    return finding.message == Message::kClipUnidentified;
-  });
 }
 
 std::size_t UnreadableClips(const JoinPlan& plan) {
@@ -131,7 +125,7 @@ std::string_view WhyNotKept(const Job& job, const JobReport& report) {
   if (report.outcome == Outcome::kNotRun) return "of recordings that were not reached";
   switch (job.leftOut) {
     case LeftOut::kSingle:
-      return IsUnidentified(job) ? "without identifiers" : "single (--all takes it along)";
+      return !job.identified ? "without identifiers" : "single (--all takes it along)";
     case LeftOut::kIncomplete:
       return "of incomplete recordings (--incomplete joins what there is)";
     case LeftOut::kCopy:
@@ -193,13 +187,14 @@ std::string PlanTable(const JoinPlan& plan, const Paint& paint) {
   if (plan.jobs.empty()) {
     text += "no clips\n";
   } else {
-    text +=
-        fmt::format("{:>4}  {:19}  {:>5}  {:17}  {}\n", "no.", "date", "clips", "state", "plan");
+    text += fmt::format("{:>4}  {:19}  {:>5}  {:>9}  {:17}  {}\n", "no.", "date", "clips", "size",
+                        "state", "plan");
   }
   std::size_t number = 0;
   for (const Job& job : plan.jobs) {
-    text += fmt::format("{:>4}  {:19}  {:>5}  {}  {}\n", NumberOf(job, number), DateWords(job.date),
-                        job.inputs.size(), StateCell(job.closedAtHead, job.closedAtTail, paint),
+    text += fmt::format("{:>4}  {:19}  {:>5}  {:>9}  {}  {}\n", NumberOf(job, number),
+                        DateWords(job.date), job.inputs.size(), Amount(job.size),
+                        StateCell(job.identified, job.closedAtHead, job.closedAtTail, paint),
                         Intent(job));
     for (const std::string& input : job.inputs) text += fmt::format("      {}\n", Shown(input));
     text += Indented(job.findings, paint);

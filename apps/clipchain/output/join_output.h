@@ -1,4 +1,4 @@
-// A plan, and what became of it, as the tool prints them.
+// Prints a plan, and what became of it.
 #pragma once
 
 #include <string>
@@ -9,15 +9,15 @@
 
 namespace clipchain {
 
-// A table with a row for each sequence, its clips below it, and what is special about it.
+// Makes a table with a row for each recording, its clips below it, and what is special about it.
 std::string PlanTable(const JoinPlan& plan, const Paint& paint);
 
-// A table with a row for each job that was not left out, what there is to say about it below it,
-// and a line that counts.
+// Makes a table with a row for each job that was not left out, what there is to say about it below
+// it, and a line that counts.
 std::string JoinTable(const JoinPlan& plan, const JoinReport& report, const std::string& folder,
                       const Paint& paint);
 
-// Both for programs; `report` is null where nothing was run. docs/json.md has the fields.
+// Says both for programs; `report` is null where nothing was run. docs/json.md has the fields.
 std::string JoinJson(const JoinPlan& plan, const JoinReport* report);
 
 }  // namespace clipchain

@@ -1,4 +1,4 @@
-// Whether cards can be erased, and which clips were made again, as the tool prints it.
+// Prints whether cards can be erased, and which clips were made again.
 #pragma once
 
 #include <string>
@@ -9,10 +9,10 @@
 
 namespace clipchain {
 
-// What was passed over, each file that is not kept with its reason, and the sum.
+// Lists what was passed over, each file that is not kept with its reason, and the sum.
 std::string ProofText(const CardProofOptions& options, const CardProof& proof, const Paint& paint);
 
-// Each clip that was made, and a line that sums up.
+// Lists each clip that was made, and a line that sums up.
 std::string SplitText(const SplitReport& report);
 
 }  // namespace clipchain

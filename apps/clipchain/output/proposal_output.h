@@ -1,4 +1,4 @@
-// Proposed recordings, as the tool prints them.
+// Prints proposed recordings.
 #pragma once
 
 #include <string>
@@ -9,10 +9,10 @@
 
 namespace clipchain {
 
-// A row for a proposal, its clips below it, and what speaks for it.
+// Makes a row for a proposal, its clips below it, and what speaks for it.
 std::string ProposalText(const Proposal& proposal, const Paint& paint);
 
-// All of them below a heading; empty without any.
+// Puts all of them below a heading; empty without any.
 std::string ProposalsText(const std::vector<Proposal>& proposals, const Paint& paint);
 
 }  // namespace clipchain

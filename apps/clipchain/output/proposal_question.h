@@ -1,4 +1,4 @@
-// Asking somebody at a terminal about proposed recordings.
+// Asks somebody at a terminal about proposed recordings.
 #pragma once
 
 #include <functional>

@@ -1,4 +1,4 @@
-// A rescue as the tool prints it.
+// Prints what a rescue found.
 #pragma once
 
 #include <string>
@@ -8,11 +8,11 @@
 
 namespace clipchain {
 
-// The tracks with what was found of each, and what is left over.
+// Lists the tracks with what was found of each, and what is left over.
 std::string RescueText(const std::string& broken, const std::string& output,
                        const RescueReport& report);
 
-// The same for programs, and the findings; docs/json.md has the fields.
+// Says the same for programs, and the findings; docs/json.md has the fields.
 std::string RescueJson(const std::string& broken, const std::string& output,
                        const RescueReport& report, double seconds);
 

@@ -6,6 +6,7 @@
 #include "clipchain/output/table_cells.h"
 #include "workflow/checks/unreadable_clip.h"
 #include "workflow/clips/clip_json.h"
+#include "workflow/evidence/missing_end.h"
 #include "workflow/evidence/proposal_json.h"
 #include "workflow/findings/clip_words.h"
 #include "workflow/system/files.h"
@@ -14,7 +15,7 @@ namespace clipchain {
 
 namespace {
 
-std::string NumberList(const std::vector<unsigned int>& volumes) {
+std::string CardNumbers(const std::vector<unsigned int>& volumes) {
   std::string text;
   for (const unsigned int volume : volumes) {
     text += fmt::format("{}{}", text.empty() ? "" : ", ", volume + 1);
@@ -22,11 +23,11 @@ std::string NumberList(const std::vector<unsigned int>& volumes) {
   return text;
 }
 
-void AddVolumes(const FoundClips& found, std::string& text) {
+void AddCards(const FoundClips& found, std::string& text) {
   if (found.volumes.size() < 2) return;
   for (std::size_t i = 0; i < found.volumes.size(); ++i) {
     const std::string& folder = found.volumes[i].folder;
-    text += fmt::format("volume {}: {}\n", i + 1,
+    text += fmt::format("card {}: {}\n", i + 1,
                         folder.empty() ? "files named one by one" : Shown(folder));
   }
   text += '\n';
@@ -39,9 +40,12 @@ void AddRejected(const FoundClips& found, const ScanReport& report, const Paint&
   for (const UnreadablePath& path : found.unreadable) {
     text += fmt::format("  {} {}\n", Shown(path.path), path.reason);
   }
+  const MissingEnds ends(report);
   for (const RejectedClip& clip : report.rejected) {
     const Finding why = WhyNoClip(clip.path, clip.result).front();
     text += fmt::format("  {} {} ({})\n", Shown(clip.path), why.text, MessageName(why.message));
+    if (const auto end = ends.Of(clip.path))
+      text += fmt::format("    perhaps the missing end of recording {}\n", *end + 1);
     if (!why.remedy.empty()) text += fmt::format("    {}\n", why.remedy);
   }
 }
@@ -49,14 +53,30 @@ void AddRejected(const FoundClips& found, const ScanReport& report, const Paint&
 // What became of the steps that were asked for.
 void AddSteps(const ScanReport& report, const ScanOptions& options, std::string& text) {
   if (options.salvage && report.salvaged < 0) {
-    text += "salvage: the timecode can't be read\n";
+    text += fmt::format("salvage: failed, {}\n", report.whyNotJoined);
   } else if (options.salvage) {
-    text += report.joined ? "salvage: two sequences were joined by their timecode\n"
-                          : "salvage: nothing to join\n";
+    text += report.joined ? "salvage: two recordings were joined by their timecode\n"
+                          : fmt::format("salvage: nothing was joined, {}\n", report.whyNotJoined);
   }
-  if (options.divide && report.divided != S_OK) {
-    text += "division: failed\n";
-  }
+  if (options.divide && report.divided != S_OK) text += "division: failed\n";
+}
+
+long long SizeOf(const SequenceReport& sequence) {
+  long long size = 0;
+  for (const SequenceClip& clip : sequence.clips) size += clip.size;
+  return size;
+}
+
+std::string Row(const SequenceReport& sequence, std::size_t number, const Paint& paint) {
+  const auto seconds = Seconds(sequence);
+  std::string row = fmt::format(
+      "{:>4}  {:19}  {:>5}  {:>11}  {:>9}  {}  {}", number, DateWords(sequence.date),
+      sequence.clips.size(), seconds ? SpanWords(seconds) : "unknown", Amount(SizeOf(sequence)),
+      StateCell(IsIdentified(sequence), sequence.closedAtHead, sequence.closedAtTail, paint),
+      CardNumbers(sequence.volumes));
+  if (sequence.copyOf)
+    row += paint(Colour::kNote, fmt::format("  a copy of {}", *sequence.copyOf + 1));
+  return row + '\n';
 }
 
 Json FileJson(const SequenceClip& clip) {
@@ -81,7 +101,9 @@ Json SequenceJson(const SequenceReport& sequence, std::size_t number) {
   object["date"] = DateJson(sequence.date);
   object["clips"] = sequence.clips.size();
   object["seconds"] = SumJson(sequence);
-  object["state"] = StateWords(sequence.closedAtHead, sequence.closedAtTail);
+  object["state"] =
+      StateWords(IsIdentified(sequence), sequence.closedAtHead, sequence.closedAtTail);
+  object["copy_of"] = sequence.copyOf ? Json(*sequence.copyOf + 1) : Json();
   object["closed_at_head"] = sequence.closedAtHead;
   object["closed_at_tail"] = sequence.closedAtTail;
   object["camera_stream"] = sequence.cameraStream;
@@ -135,19 +157,16 @@ std::string SequencesTable(const FoundClips& found, const ScanReport& report,
                            const std::vector<Proposal>& proposals, const ScanOptions& options,
                            const Paint& paint) {
   std::string text;
-  AddVolumes(found, text);
+  AddCards(found, text);
   if (report.sequences.empty()) {
     text += "no clips\n";
   } else {
-    text +=
-        fmt::format("{:>4}  {:19}  {:>5}  {:17}  {}\n", "no.", "date", "clips", "state", "volumes");
+    text += fmt::format("{:>4}  {:19}  {:>5}  {:>11}  {:>9}  {:17}  {}\n", "no.", "date", "clips",
+                        "length", "size", "state", "cards");
   }
   std::size_t number = 0;
   for (const SequenceReport& sequence : report.sequences) {
-    text += fmt::format("{:>4}  {:19}  {:>5}  {}  {}\n", ++number, DateWords(sequence.date),
-                        sequence.clips.size(),
-                        StateCell(sequence.closedAtHead, sequence.closedAtTail, paint),
-                        NumberList(sequence.volumes));
+    text += Row(sequence, ++number, paint);
     for (const SequenceClip& clip : sequence.clips) {
       text += fmt::format("      {}\n", Shown(clip.path));
     }

@@ -1,4 +1,4 @@
-// The sequences of a number of clips, as the tool prints them.
+// Prints which recordings a number of clips form.
 #pragma once
 
 #include <string>
@@ -11,13 +11,13 @@
 
 namespace clipchain {
 
-// A table with a row for each sequence and its files below it, then the proposals and what could
-// not be registered.
+// Makes a table with a row for each recording and its clips below it, then the proposals and what
+// could not be registered.
 std::string SequencesTable(const FoundClips& found, const ScanReport& report,
                            const std::vector<Proposal>& proposals, const ScanOptions& options,
                            const Paint& paint);
 
-// The same for programs; docs/json.md has the fields.
+// Says the same for programs; docs/json.md has the fields.
 std::string SequencesJson(const FoundClips& found, const ScanReport& report,
                           const std::vector<Proposal>& proposals, const ScanOptions& options);
 

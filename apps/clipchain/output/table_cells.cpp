@@ -6,9 +6,13 @@
 
 namespace clipchain {
 
-std::string StateCell(bool closedAtHead, bool closedAtTail, const Paint& paint) {
-  const Colour colour = closedAtHead && closedAtTail ? Colour::kGood : Colour::kWarning;
-  return paint(colour, fmt::format("{:17}", StateWords(closedAtHead, closedAtTail)));
+std::string StateCell(bool identified, bool closedAtHead, bool closedAtTail, const Paint& paint) {
+  const bool complete = identified && closedAtHead && closedAtTail;
+  const bool open = !closedAtHead || !closedAtTail;
+  return paint(complete ? Colour::kGood
+               : open   ? Colour::kWarning
+                        : Colour::kNote,
+               fmt::format("{:17}", StateWords(identified, closedAtHead, closedAtTail)));
 }
 
 }  // namespace clipchain

@@ -1,4 +1,4 @@
-// Cells that several tables have.
+// Makes cells that several tables have.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace clipchain {
 
-// How a sequence stands, as wide as its column.
-std::string StateCell(bool closedAtHead, bool closedAtTail, const Paint& paint);
+// Tells how a recording stands, as wide as its column.
+std::string StateCell(bool identified, bool closedAtHead, bool closedAtTail, const Paint& paint);
 
 }  // namespace clipchain

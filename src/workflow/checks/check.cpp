@@ -45,6 +45,10 @@ class CheckRun {
   CheckReport Run() {
     if (inputs_.empty())
       result_.Add(Message::kNothingToMerge, "no clip was given", "name at least one clip");
+    if (options_.fitting.exact && options_.fitting.chapters)
+      result_.Add(Message::kChaptersImpossible,
+                  "can't have chapters where nothing is adapted: their box is one more",
+                  "merge without --exact, or without --chapters");
     CheckReport report;
     fit_ = FitOf(inputs_, options_.fitting, memoryLimit_, &unread_);
     report.stopped = !CheckClips();

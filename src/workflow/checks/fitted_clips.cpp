@@ -1,6 +1,7 @@
 #include "workflow/checks/fitted_clips.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "workflow/system/files.h"
 
@@ -8,54 +9,42 @@ namespace clipchain {
 
 namespace {
 
+struct Row {
+  FitProblemKind kind;
+  Message message;
+};
+
+constexpr Row kRows[] = {
+    {FitProblemKind::kBoxDamaged, Message::kBoxDamaged},
+    {FitProblemKind::kBoxLost, Message::kFirstBoxOnly},
+    {FitProblemKind::kChaptersThere, Message::kChaptersThere},
+    {FitProblemKind::kChaptersImpossible, Message::kChaptersImpossible},
+    {FitProblemKind::kEditsCut, Message::kEditsCut},
+    {FitProblemKind::kFileCutOff, Message::kFileCutOff},
+    {FitProblemKind::kFragmented, Message::kFragmented},
+    {FitProblemKind::kHeaderMissing, Message::kHeaderMissing},
+    {FitProblemKind::kInputUnreadable, Message::kInputUnreadable},
+    {FitProblemKind::kMediaCutOff, Message::kMediaCutOff},
+    {FitProblemKind::kMediaTimeScale, Message::kMediaTimeScale},
+    {FitProblemKind::kMemoryLimit, Message::kMemoryLimit},
+    {FitProblemKind::kMovieMissing, Message::kMovieMissing},
+    {FitProblemKind::kMovieTimeScale, Message::kMovieTimeScale},
+    {FitProblemKind::kMovieTooLarge, Message::kMovieTooLarge},
+    {FitProblemKind::kSampleDescription, Message::kSampleDescription},
+    {FitProblemKind::kSamplesOutsideMedia, Message::kSamplesOutsideMedia},
+    {FitProblemKind::kShownOtherwise, Message::kShownOtherwise},
+    {FitProblemKind::kTableLost, Message::kFirstTableOnly},
+    {FitProblemKind::kTablesDisagree, Message::kTablesDisagree},
+    {FitProblemKind::kTopLevelBoxLost, Message::kTopLevelBoxLost},
+    {FitProblemKind::kTrackCount, Message::kTrackCount},
+    {FitProblemKind::kTrackDrift, Message::kTrackDrift},
+    {FitProblemKind::kTrackWithoutPartner, Message::kTrackWithoutPartner},
+};
+
 Message MessageOf(FitProblemKind kind) {
-  switch (kind) {
-    case FitProblemKind::kBoxDamaged:
-      return Message::kBoxDamaged;
-    case FitProblemKind::kBoxLost:
-      return Message::kFirstBoxOnly;
-    case FitProblemKind::kEditsCut:
-      return Message::kEditsCut;
-    case FitProblemKind::kFileCutOff:
-      return Message::kFileCutOff;
-    case FitProblemKind::kFragmented:
-      return Message::kFragmented;
-    case FitProblemKind::kHeaderMissing:
-      return Message::kHeaderMissing;
-    case FitProblemKind::kInputUnreadable:
-      return Message::kInputUnreadable;
-    case FitProblemKind::kMediaCutOff:
-      return Message::kMediaCutOff;
-    case FitProblemKind::kMediaTimeScale:
-      return Message::kMediaTimeScale;
-    case FitProblemKind::kMemoryLimit:
-      return Message::kMemoryLimit;
-    case FitProblemKind::kMovieMissing:
-      return Message::kMovieMissing;
-    case FitProblemKind::kMovieTimeScale:
-      return Message::kMovieTimeScale;
-    case FitProblemKind::kMovieTooLarge:
-      return Message::kMovieTooLarge;
-    case FitProblemKind::kSampleDescription:
-      return Message::kSampleDescription;
-    case FitProblemKind::kSamplesOutsideMedia:
-      return Message::kSamplesOutsideMedia;
-    case FitProblemKind::kShownOtherwise:
-      return Message::kShownOtherwise;
-    case FitProblemKind::kTableLost:
-      return Message::kFirstTableOnly;
-    case FitProblemKind::kTablesDisagree:
-      return Message::kTablesDisagree;
-    case FitProblemKind::kTopLevelBoxLost:
-      return Message::kTopLevelBoxLost;
-    case FitProblemKind::kTrackCount:
-      return Message::kTrackCount;
-    case FitProblemKind::kTrackDrift:
-      return Message::kTrackDrift;
-    case FitProblemKind::kTrackWithoutPartner:
-      return Message::kTrackWithoutPartner;
-  }
-  return Message::kInputRefused;
+  const auto* row = std::find_if(std::begin(kRows), std::end(kRows),
+                                 [kind](const Row& candidate) { return candidate.kind == kind; });
+  return row != std::end(kRows) ? row->message : Message::kInputRefused;
 }
 
 }  // namespace
@@ -74,6 +63,8 @@ std::shared_ptr<const Fit> FitOf(const std::vector<std::string>& inputs, const F
   FitOptions options;
   options.commonTracks = fitting.commonTracks;
   options.seamsAsTheyAre = fitting.seamsAsTheyAre;
+  options.chapters = fitting.chapters;
+  options.titles = fitting.titles;
   options.memoryLimit = memoryLimit;
   auto fit = std::make_shared<const Fit>(inputs, options);
   for (const FitProblem& problem : fit->Report().problems) {

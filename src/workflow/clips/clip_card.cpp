@@ -1,9 +1,11 @@
 #include "workflow/clip_card.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <limits>
 #include <optional>
 #include <span>
+#include <utility>
 
 #include "box/header_boxes.h"
 #include "box/top_level_boxes.h"
@@ -13,6 +15,7 @@
 #include "workflow/clips/adapted_clip.h"
 #include "workflow/clips/camera_notes.h"
 #include "workflow/clips/jpeg.h"
+#include "workflow/system/file_bytes.h"
 
 namespace clipchain {
 
@@ -27,6 +30,24 @@ void ReadThumbnail(const MP4G::CMovieBox& movie, ClipCard& card) {
   card.thumbnail.assign(stream.begin(), stream.begin() + found->length);
   card.width = found->width;
   card.height = found->height;
+}
+
+// Some cameras put the picture of a clip into a file of its own beside it.
+void ReadPictureBeside(const std::string& path, ClipCard& card) {
+  for (const char* const suffix : {".THM", ".thm"}) {
+    FileBytes file(std::filesystem::path(path).replace_extension(suffix).string());
+    const unsigned long long size = file.error() == 0 && file.IsFile() ? file.Size() : 0;
+    if (size == 0 || size > kMostThumbnailBytes) continue;
+    std::vector<unsigned char> bytes(static_cast<std::size_t>(size));
+    if (!file.Read(0, bytes.data(), bytes.size())) continue;
+    const auto found = FindJpeg(bytes.data(), static_cast<unsigned int>(bytes.size()));
+    if (!found || std::max(found->width, found->height) > kMostThumbnailSide) continue;
+    bytes.resize(found->length);
+    card.thumbnail = std::move(bytes);
+    card.width = found->width;
+    card.height = found->height;
+    return;
+  }
 }
 
 void ReadDuration(MP4G::CMovieBox& movie, ClipCard& card) {
@@ -54,6 +75,7 @@ HRESULT ReadClipCard(const std::string& path, ClipCard& card) {
   RETURN_IF(movie == nullptr, result != S_OK ? result : E_BAD_DATA);
   ReadDuration(*movie, card);
   ReadThumbnail(*movie, card);
+  if (card.thumbnail.empty()) ReadPictureBeside(path, card);
   return S_OK;
 }
 

@@ -1,4 +1,4 @@
-// Knowing a picture when there is one.
+// Finds out whether bytes are a picture, and how large it is.
 #pragma once
 
 #include <optional>

@@ -1,9 +1,13 @@
 #include "workflow/sequence_scan.h"
 
+#include <fmt/format.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <map>
 #include <memory>
+#include <numeric>
+#include <utility>
 
 #include "clip/sequence.h"
 #include "clip/sequence_creator.h"
@@ -20,6 +24,8 @@ SequenceClip Clip(const MP4G::CVireoMp4& clip) {
   report.path = QUIRVA::PathBytesFromWide(clip.path).value_or("");
   report.volume = clip.volume;
   report.id = clip.uniqueID;
+  report.previousID = clip.preID;
+  report.nextID = clip.nextID;
   report.date = KnownDate(clip.timedate);
   report.size = clip.fileSize;
   return report;
@@ -50,7 +56,7 @@ class Looks {
   Looks(const std::vector<Volume>& volumes, const ScanOptions& options)
       : progress_(options.progress) {
     for (const Volume& volume : volumes) count_ += volume.clips.size();
-    if (options.cards) count_ *= 2;
+    if (options.cards || options.lengths) count_ *= 2;
   }
 
   // Whether to take the next one.
@@ -100,15 +106,59 @@ bool Register(const std::vector<Volume>& volumes, MP4G::CSequenceCreator& creato
 
 // A clip that was registered can still be gone or changed by now; its card then stays empty, and it
 // is told of, for what is said of it is out of date.
-bool ReadCards(ScanReport& report, Looks& looks) {
+bool ReadCards(ScanReport& report, bool pictures, Looks& looks) {
   for (SequenceReport& sequence : report.sequences) {
     for (SequenceClip& clip : sequence.clips) {
       if (!looks.Next()) return false;
       const HRESULT result = ReadClipCard(clip.path, clip.card);
       if (result != S_OK) report.rejected.push_back({clip.path, result});
+      // Those of a few thousand clips would fill the memory.
+      if (!pictures) clip.card.thumbnail = {};
     }
   }
   return true;
+}
+
+// What keeps salvage from joining, known beforehand where it is not the timecode.
+std::string WhyNotSalvaged(const MP4G::CSequenceCreator& creator) {
+  if (creator.sequences.size() != 2)
+    return fmt::format("it joins two recordings that are left, and there are {}",
+                       creator.sequences.size());
+  const bool anyFollowed =
+      std::any_of(creator.sequences.begin(), creator.sequences.end(),
+                  [](MP4G::CMp4Sequence* sequence) { return sequence->NextIDExist() != 0; });
+  return anyFollowed ? "the timecode of neither recording runs on from the other's"
+                     : "neither recording says that a clip follows it";
+}
+
+using ClipKey = std::pair<std::string, long long>;  // identifier and size
+
+// Copies of recordings that are complete, or have more clips, or stand in front.
+void FindCopies(std::vector<SequenceReport>& sequences) {
+  std::vector<std::size_t> order(sequences.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+    const auto worth = [&](const SequenceReport& sequence) {
+      return std::pair(sequence.closedAtHead && sequence.closedAtTail, sequence.clips.size());
+    };
+    return worth(sequences[a]) > worth(sequences[b]);
+  });
+  std::map<ClipKey, std::size_t> owners;
+  for (const std::size_t i : order) {
+    SequenceReport& sequence = sequences[i];
+    if (!IsIdentified(sequence)) continue;
+    std::optional<std::size_t> owner;
+    bool isCopy = true;
+    for (const SequenceClip& clip : sequence.clips) {
+      const auto found = owners.find({QUIRVA::GuidText(clip.id), clip.size});
+      isCopy = isCopy && found != owners.end() && (!owner || *owner == found->second);
+      if (isCopy) owner = found->second;
+    }
+    if (isCopy) sequence.copyOf = owner;
+    if (isCopy) continue;
+    for (const SequenceClip& clip : sequence.clips)
+      owners.try_emplace({QUIRVA::GuidText(clip.id), clip.size}, i);
+  }
 }
 
 ScanReport Stopped() {
@@ -118,6 +168,11 @@ ScanReport Stopped() {
 }
 
 }  // namespace
+
+bool IsIdentified(const SequenceReport& sequence) {
+  return std::any_of(sequence.clips.begin(), sequence.clips.end(),
+                     [](const SequenceClip& clip) { return clip.id != _GUID{}; });
+}
 
 std::optional<double> Seconds(const SequenceClip& clip) {
   if (clip.card.timeScale == 0) return std::nullopt;
@@ -141,14 +196,19 @@ ScanReport Scan(const std::vector<Volume>& volumes, const ScanOptions& options) 
   if (!Register(volumes, creator, looks, report)) return Stopped();
   if (options.salvage) {
     const std::size_t before = creator.sequences.size();
+    report.whyNotJoined = WhyNotSalvaged(creator);
     report.salvaged = creator.SalvationProcess();
     report.joined = creator.sequences.size() < before;
+    if (report.salvaged < 0) report.whyNotJoined = "the timecode can't be read";
+    if (report.joined) report.whyNotJoined.clear();
   }
   if (options.divide) report.divided = creator.DivideRelaySequenceExceptFirstOne();
   for (MP4G::CMp4Sequence* sequence : creator.sequences) {
     report.sequences.push_back(Report(*sequence));
   }
-  if (options.cards && !ReadCards(report, looks)) return Stopped();
+  FindCopies(report.sequences);
+  if ((options.cards || options.lengths) && !ReadCards(report, options.cards, looks))
+    return Stopped();
   return report;
 }
 

@@ -1,6 +1,7 @@
 #include "workflow/clipchain.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -30,9 +31,17 @@ bool ArePaths(const char* const* paths, std::size_t count) {
   return paths != nullptr && count != 0 && std::all_of(paths, paths + count, IsText);
 }
 
+// Programs that were made before there were chapters have shorter ones.
+constexpr std::size_t LeastSize(const Options*) { return offsetof(Options, chapters); }
+constexpr std::size_t LeastSize(const VerifyOptions*) { return sizeof(VerifyOptions); }
+
 template <class Given>
 bool AreOptions(const Given* options) {
-  return options == nullptr || options->size >= sizeof(Given);
+  return options == nullptr || options->size >= LeastSize(options);
+}
+
+bool WantsChapters(const Options& options) {
+  return options.size >= sizeof(Options) && options.chapters != 0;
 }
 
 bool AreMergeOptions(const Options* options) {
@@ -69,6 +78,7 @@ SafeMergeOptions OptionsOf(const Options* given, const char* output) {
   options.reflink = static_cast<Reflink>(given->reflink);
   options.check.overwrite = given->overwrite != 0;
   options.check.memoryLimit = given->memory_limit;
+  options.check.fitting.chapters = WantsChapters(*given);
   options.force = given->force != 0;
   if (given->verify_all != 0) options.verification = Verification::kFull;
   options.check.progress = ProgressOf(given->progress, given->context);

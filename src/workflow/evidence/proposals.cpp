@@ -17,11 +17,6 @@ constexpr std::string_view kGrades[] = {"possible", "likely", "certain"};
 constexpr std::string_view kKinds[] = {"description", "timecode", "clock",       "split",
                                        "numbers",     "identity", "media_clock", "file_times"};
 
-bool IsIdentified(const SequenceReport& sequence) {
-  return std::any_of(sequence.clips.begin(), sequence.clips.end(),
-                     [](const SequenceClip& clip) { return clip.id != _GUID{}; });
-}
-
 // How often an identifier comes: one that comes twice is of copies, or of clips that contradict
 // each other.
 std::map<std::string, std::size_t> IdentifiersOf(const ScanReport& scan) {

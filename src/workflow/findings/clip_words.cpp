@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
 #include <iterator>
 
 #include "foundation/strings.h"
@@ -43,7 +44,21 @@ std::string Amount(long long bytes) {
   return fmt::format("{:.1f} {}", value, kUnits[unit]);
 }
 
-const char* StateWords(bool closedAtHead, bool closedAtTail) {
+std::string SpanWords(const std::optional<double>& seconds) {
+  if (!seconds) return "unknown length";
+  if (*seconds < 59.95) return fmt::format("{:.1f} s", *seconds);
+  const double whole = std::floor(*seconds + 0.5);
+  if (whole < 3600)
+    return fmt::format("{:.0f} min {:.0f} s", std::floor(whole / 60), std::fmod(whole, 60));
+  if (whole < 86400)
+    return fmt::format("{:.0f} h {:.0f} min", std::floor(whole / 3600),
+                       std::floor(std::fmod(whole, 3600) / 60));
+  return fmt::format("{:.0f} d {:.0f} h", std::floor(whole / 86400),
+                     std::floor(std::fmod(whole, 86400) / 3600));
+}
+
+const char* StateWords(bool identified, bool closedAtHead, bool closedAtTail) {
+  if (!identified && closedAtHead && closedAtTail) return "unidentified";
   if (closedAtHead) return closedAtTail ? "complete" : "open at tail";
   return closedAtTail ? "open at head" : "open at both ends";
 }

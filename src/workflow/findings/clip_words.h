@@ -19,7 +19,10 @@ std::string GuidWords(const _GUID& id);
 std::string DurationWords(long long ticks, unsigned int timeScale);
 // A number of bytes: "999 B", "1.5 kB", "12.0 GB".
 std::string Amount(long long bytes);
-// "complete", "open at head", "open at tail", "open at both ends".
-const char* StateWords(bool closedAtHead, bool closedAtTail);
+// "2.6 s", "12 min 4 s", "3 h 5 min", "2 d 4 h"; "unknown length" for nothing.
+std::string SpanWords(const std::optional<double>& seconds);
+// "complete", "open at head", "open at tail", "open at both ends"; "unidentified" for what has no
+// identifiers and therefore no ends that anybody knows.
+const char* StateWords(bool identified, bool closedAtHead, bool closedAtTail);
 
 }  // namespace clipchain

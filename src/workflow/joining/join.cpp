@@ -18,6 +18,7 @@
 #include "workflow/joining/join_run.h"
 #include "workflow/merging/fitting_of.h"
 #include "workflow/merging/leftover_findings.h"
+#include "workflow/merging/result_chapters.h"
 #include "workflow/merging/verify.h"
 #include "workflow/system/files.h"
 #include "workflow/system/part_file.h"
@@ -210,8 +211,10 @@ class Joining {
 
   // What is to lie beside a result that is there already.
   Outcome Keep(const Job& job, JobReport& report) {
+    CheckOptions made = options_.check;
+    made.fitting = FittingOfResult(job.output, job.inputs, made.fitting);
     const Findings faults =
-        KeepBeside(job.inputs, FittingOf(options_.check), job.output, keep_,
+        KeepBeside(job.inputs, FittingOf(made, job.inputs), job.output, keep_,
                    [&](const Step&) { return Tell(Step::Phase::kVerifying, 0, job.size); });
     if (report_.stopped) return Outcome::kNotRun;
     Add(faults, report);
@@ -329,14 +332,16 @@ Findings VerifyOutput(const Job& job, const Progress& progress, const Fitting& f
                           "can't be flushed to the disk: " + ErrorText(error),
                           "check the disk before you delete the clips")};
   }
-  const auto fit = FitOf(job.inputs, fitting, std::numeric_limits<long long>::max());
+  CheckOptions made;
+  made.fitting = FittingOfResult(job.output, job.inputs, fitting);
+  const auto fit = FitOf(job.inputs, made.fitting, std::numeric_limits<long long>::max());
   const bool isFitted = fit != nullptr && fit->IsNeeded();
   FileBytes bytes(file.descriptor);
   TopLevel boxes;
   if (const std::string wrong = boxes.Read(bytes); !wrong.empty())
     return {MakeFinding(Message::kResultDamaged, job.output, wrong, kLook)};
   return Verify({job.inputs, job.output, bytes, true, progress, isFitted ? fit.get() : nullptr,
-                 boxes.layout});
+                 boxes.layout, ChapterTitlesOf(made, job.inputs)});
 }
 
 JoinReport RunJobs(const JoinPlan& plan, const JoinOptions& options, const JobWork& work) {

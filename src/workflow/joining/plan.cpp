@@ -128,6 +128,7 @@ Job JobOf(const SequenceReport& sequence) {
   job.date = sequence.date;
   job.closedAtHead = sequence.closedAtHead;
   job.closedAtTail = sequence.closedAtTail;
+  job.identified = IsIdentified(sequence);
   for (const SequenceClip& clip : sequence.clips) {
     job.inputs.push_back(clip.path);
     job.size += clip.size;
@@ -144,12 +145,6 @@ void Decide(const SequenceReport& sequence, const PlanOptions& options, Job& job
   }
   if (sequence.clips.size() > 1) return;
   if (!options.all) job.leftOut = LeftOut::kSingle;
-  if (!IsIdentified(sequence.clips.front())) {
-    job.findings.push_back(MakeFinding(
-        Message::kClipUnidentified, job.inputs.front(),
-        "has no identifiers, so that nothing tells which recording it belongs to",
-        "if it belongs to others, name them all in their order to \"clipchain merge\""));
-  }
 }
 
 }  // namespace

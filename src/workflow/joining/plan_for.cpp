@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "workflow/checks/unreadable_clip.h"
+#include "workflow/evidence/missing_end.h"
 #include "workflow/findings/clip_words.h"
 #include "workflow/joining/output_name.h"
 #include "workflow/plan.h"
@@ -93,6 +94,24 @@ ScanReport ScanClips(FoundClips& found, const PlanOptions& options, Findings& fi
   return Scan(found.volumes, asking);
 }
 
+// Once for all of them: a card of a camera that writes no identifiers has nothing else.
+void SayWhatIsUnidentified(const std::vector<Job>& jobs, Findings& findings) {
+  std::size_t count = 0;
+  std::string first;
+  for (const Job& job : jobs) {
+    if (job.identified || job.accepted || job.leftOut == LeftOut::kIncomplete) continue;
+    if (count++ == 0) first = job.inputs.front();
+  }
+  if (count == 0) return;
+  findings.push_back(MakeFinding(
+      Message::kClipUnidentified, first,
+      count == 1 ? "has no identifiers, so that nothing tells which recording it belongs to"
+                 : fmt::format("and {} more clip{} have no identifiers, so that nothing tells "
+                               "which recordings they belong to",
+                               count - 1, count == 2 ? "" : "s"),
+      "if some belong together, name them all in their order to \"clipchain merge\""));
+}
+
 }  // namespace
 
 JoinPlan PlanFor(const std::vector<std::string>& operands, const PlanOptions& options) {
@@ -112,6 +131,7 @@ JoinPlan PlanFor(const std::vector<std::string>& operands, const PlanOptions& op
     proposing.progress = options.progress;
     PlanProposals(Propose(scan, proposing), options, plan);
   }
+  SayWhatIsUnidentified(plan.jobs, findings);
   plan.findings = std::move(findings);
   if (plan.jobs.empty() && !plan.stopped && scan.rejected.empty())
     plan.findings.push_back(MakeFinding(Message::kNoClips, operands.size() == 1 ? operands[0] : "",
@@ -120,9 +140,14 @@ JoinPlan PlanFor(const std::vector<std::string>& operands, const PlanOptions& op
   for (const UnreadablePath& path : found.unreadable)
     plan.findings.push_back(
         MakeFinding(Message::kInputUnreadable, path.path, path.reason, kCheckName));
+  const MissingEnds ends(scan);
   for (const RejectedClip& clip : scan.rejected) {
     Finding finding = WhyNoClip(clip.path, clip.result).front();
     if (NeedsRescue(clip.path)) finding.remedy = kRescueIt;
+    if (const auto end = ends.Of(clip.path))
+      finding.text +=
+          fmt::format("; it is perhaps the missing end of the recording that begins with {}",
+                      Shown(scan.sequences[*end].clips.front().path));
     finding.result = clip.result;
     plan.findings.push_back(std::move(finding));
   }

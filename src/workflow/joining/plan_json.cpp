@@ -8,7 +8,7 @@ namespace clipchain {
 Json JobJson(const Job& job) {
   Json object;
   object["date"] = DateJson(job.date);
-  object["state"] = StateWords(job.closedAtHead, job.closedAtTail);
+  object["state"] = StateWords(job.identified, job.closedAtHead, job.closedAtTail);
   object["size"] = job.size;
   object["inputs"] = Json::array();
   for (const std::string& input : job.inputs) SetPath(object["inputs"].emplace_back(), input);

@@ -157,6 +157,16 @@ OriginalClip ClipIn(const Json& object, Number resultSize) {
   return clip;
 }
 
+// An archive without the field is of a result without chapters.
+void TakeTitles(const Json& options, FitOptions& fitting) {
+  if (!options.contains("chapters") || options["chapters"].is_null()) return;
+  fitting.chapters = true;
+  for (const Json& title : ListOf(options, "chapters")) {
+    if (!title.is_string()) throw Fault{"has a chapter in its table of contents without a title"};
+    fitting.titles.push_back(title.get<std::string>());
+  }
+}
+
 Originals OriginalsIn(const Json& document) {
   if (Field(document, "format") != kFormat) throw Fault{"is of another program"};
   if (Field(document, "version") != kVersion)
@@ -175,6 +185,7 @@ Originals OriginalsIn(const Json& document) {
     if (!value.is_boolean()) throw Fault{"has an option in its table of contents that is none"};
     originals.options.*option.field = value.get<bool>();
   }
+  TakeTitles(options, originals.options);
   std::set<std::string> names{std::string(kContentsName)};
   Number left = kLargestNumber;
   for (const Json& clip : ListOf(document, "clips")) {
@@ -204,6 +215,8 @@ std::string OriginalsText(const Originals& originals) {
   }
   for (const FitOption& option : kFitting)
     document["options"][option.name] = originals.options.*option.field;
+  document["options"]["chapters"] =
+      originals.options.chapters ? Json(originals.options.titles) : Json();
   document["clips"] = Json::array();
   for (const OriginalClip& clip : originals.clips) document["clips"].push_back(ClipJson(clip));
   return document.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';

@@ -4,11 +4,13 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 #include "workflow/check.h"
 #include "workflow/keeping/checksum_file.h"
 #include "workflow/keeping/kept_bytes.h"
 #include "workflow/merging/fitting_of.h"
+#include "workflow/merging/result_chapters.h"
 #include "workflow/system/files.h"
 #include "workflow/system/part_name.h"
 
@@ -31,14 +33,22 @@ bool IsLoss(const Finding& finding, bool tablesAreJoined) {
          (finding.message == Message::kFirstTableOnly && !tablesAreJoined);
 }
 
-// How a result may have been merged that has all samples of its clips.
-std::vector<FitOptions> Variants() {
+// How a result may have been merged that has all samples of its clips. What its chapters are called
+// nobody knows but the result; they are no part of a clip.
+std::vector<FitOptions> Variants(const std::vector<std::string>& titles) {
   FitOptions usual;
   FitOptions seams;
   seams.seamsAsTheyAre = true;
   FitOptions exact;
   exact.exact = true;
-  return {usual, seams, exact};
+  std::vector<FitOptions> variants{usual, seams, exact};
+  if (titles.empty()) return variants;
+  for (FitOptions options : {usual, seams}) {
+    options.chapters = true;
+    options.titles = titles;
+    variants.push_back(std::move(options));
+  }
+  return variants;
 }
 
 }  // namespace
@@ -132,7 +142,7 @@ bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const Layout& layou
           name + " has its media, but the clips in another order than their identifiers say");
     return false;
   }
-  for (const FitOptions& options : Variants()) {
+  for (const FitOptions& options : Variants(ChapterTitlesIn(bytes.Bytes(), clips.size()))) {
     if (!MakeMergeImage(PathsOf(clips), options, layout, image).empty() ||
         !OwnBytesFit(result, bytes, image))
       continue;

@@ -2,23 +2,21 @@
 // takes.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "adapt/fit_options.h"
 #include "workflow/check.h"
 
 namespace clipchain {
 
-inline FitOptions FittingOf(const CheckOptions& options) {
-  FitOptions fitting;
-  fitting.exact = options.fitting.exact;
-  fitting.commonTracks = options.fitting.commonTracks;
-  fitting.seamsAsTheyAre = options.fitting.seamsAsTheyAre;
-  return fitting;
-}
+// The titles of chapters are spelled out, so that they hold wherever the clips lie later.
+FitOptions FittingOf(const CheckOptions& options, const std::vector<std::string>& clips);
 
-inline void SetFitting(CheckOptions& options, const FitOptions& fitting) {
-  options.fitting.exact = fitting.exact;
-  options.fitting.commonTracks = fitting.commonTracks;
-  options.fitting.seamsAsTheyAre = fitting.seamsAsTheyAre;
-}
+void SetFitting(CheckOptions& options, const FitOptions& fitting);
+
+// The titles that the result has chapters of, in the order of the clips; empty if it has none.
+std::vector<std::string> ChapterTitlesOf(const CheckOptions& options,
+                                         const std::vector<std::string>& clips);
 
 }  // namespace clipchain

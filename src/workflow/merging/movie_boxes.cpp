@@ -76,10 +76,21 @@ bool IsSameButForNextClip(View mine, View theirs) {
                     [](unsigned char a, char b) { return a == static_cast<unsigned char>(b); });
 }
 
+// The boxes in "udta" but those of chapters, and what stands behind them.
+std::string WithoutChapters(View body) {
+  std::string bytes;
+  BoxView box;
+  View rest = body;
+  while (TakeBox(rest, box)) {
+    if (box.type != FourCc("chpl")) bytes.append(box.whole.begin(), box.whole.end());
+  }
+  return bytes.append(rest.begin(), rest.end());
+}
+
 class Comparison {
  public:
-  Comparison(const std::set<unsigned int>& dropped, OracleFindings& findings)
-      : dropped_(dropped), findings_(findings) {}
+  Comparison(const Intended& intended, OracleFindings& findings)
+      : dropped_(intended.dropped), chapters_(!intended.chapters.empty()), findings_(findings) {}
 
   // The children of one box on both sides; `place` names it.
   void Compare(std::uint32_t parent, View clip, View result, const std::string& place,
@@ -87,22 +98,32 @@ class Comparison {
 
  private:
   using Children = std::map<std::uint32_t, std::vector<BoxView>>;
-  static Children ChildrenOf(std::uint32_t parent, View body);
+  Children ChildrenOf(std::uint32_t parent, View body) const;
+  bool IsOfChapters(const BoxView& box) const;
   bool IsSame(std::uint32_t parent, const BoxView& mine, const BoxView& theirs,
               const std::string& place, unsigned int track);
 
   const std::set<unsigned int>& dropped_;
+  const bool chapters_;
   OracleFindings& findings_;
   bool nextClipChanged_ = false;
 };
 
-Comparison::Children Comparison::ChildrenOf(std::uint32_t parent, View body) {
+Comparison::Children Comparison::ChildrenOf(std::uint32_t parent, View body) const {
   Children children;
   BoxView box;
   while (TakeBox(body, box)) {
-    if (!IsSpace(box.type) && !IsOfMerge(parent, box.type)) children[box.type].push_back(box);
+    const bool isLeftAlone = IsSpace(box.type) || IsOfMerge(parent, box.type) ||
+                             (parent == FourCc("moov") && IsOfChapters(box));
+    if (!isLeftAlone) children[box.type].push_back(box);
   }
   return children;
+}
+
+// Whether the box was made for chapters, which are compared with the times of the samples.
+bool Comparison::IsOfChapters(const BoxView& box) const {
+  return chapters_ && box.type == FourCc("udta") && FindBox(box.body, FourCc("chpl")).type != 0 &&
+         WithoutChapters(box.body).empty();
 }
 
 bool Comparison::IsSame(std::uint32_t parent, const BoxView& mine, const BoxView& theirs,
@@ -115,6 +136,8 @@ bool Comparison::IsSame(std::uint32_t parent, const BoxView& mine, const BoxView
     return Constant(mine.type, mine.body) == Constant(mine.type, theirs.body);
   if (std::equal(mine.body.begin(), mine.body.end(), theirs.body.begin(), theirs.body.end()))
     return true;
+  if (chapters_ && parent == FourCc("moov") && mine.type == FourCc("udta"))
+    return WithoutChapters(mine.body) == WithoutChapters(theirs.body);
   // Of several boxes of the camera's the first one alone is changed.
   return mine.type == FourCc("uuid") && parent == FourCc("moov") &&
          IsSameButForNextClip(mine.body, theirs.body) && !std::exchange(nextClipChanged_, true);
@@ -161,9 +184,9 @@ bool SameDescriptions(const TrackView& mine, const TrackView& theirs) {
 }  // namespace
 
 void CompareMovieBoxes(const SampleFile& clip, const SampleFile& result,
-                       const std::vector<TrackPair>& tracks, const std::set<unsigned int>& dropped,
+                       const std::vector<TrackPair>& tracks, const Intended& intended,
                        OracleFindings& findings) {
-  Comparison comparison(dropped, findings);
+  Comparison comparison(intended, findings);
   comparison.Compare(FourCc("moov"), clip.Movie(), result.Movie(), "moov", 0);
   for (std::size_t i = 0; i < tracks.size(); ++i) {
     const auto& [mine, theirs] = tracks[i];

@@ -1,11 +1,11 @@
 // The boxes of a movie beside those that a merge makes anew.
 #pragma once
 
-#include <set>
 #include <utility>
 #include <vector>
 
 #include "workflow/merging/oracle_findings.h"
+#include "workflow/merging/sample_oracle.h"
 #include "workflow/merging/sample_reader.h"
 
 namespace clipchain::samples {
@@ -14,10 +14,11 @@ using TrackPair = std::pair<const TrackView*, const TrackView*>;  // of the clip
 
 // Compares the movie of the first clip with that of the result, whose tracks are those of the clip
 // in their order: headers but for times and identifiers that follow from the merge, and every other
-// box byte for byte. Boxes of types that are `dropped` may be missing. Sample tables, descriptions
-// and edit lists are another matter, and left alone.
+// box byte for byte. Boxes of types that are dropped on purpose may be missing, and where chapters
+// are intended, those of "udta" are another matter. Sample tables, descriptions and edit lists are
+// another matter, and left alone.
 void CompareMovieBoxes(const SampleFile& clip, const SampleFile& result,
-                       const std::vector<TrackPair>& tracks, const std::set<unsigned int>& dropped,
+                       const std::vector<TrackPair>& tracks, const Intended& intended,
                        OracleFindings& findings);
 
 }  // namespace clipchain::samples

@@ -284,7 +284,7 @@ bool Run::Complete() {
 bool Run::PrepareCompanion() {
   if (options_.companion == nullptr) return true;
   const Findings found = options_.companion->Prepare(
-      inputs_, FittingOf(options_.check), options_.check.output, part_.descriptor(),
+      inputs_, FittingOf(options_.check, inputs_), options_.check.output, part_.descriptor(),
       [this](const Step& step) {
         return progress_.Tell(Phase::kVerifying, step.current, step.total);
       });
@@ -322,7 +322,8 @@ Findings Run::ComparePart(bool everyByte) {
     return progress_.Tell(Phase::kVerifying, step.current, step.total);
   };
   FileBytes file(part_.descriptor());
-  return Verify({inputs_, options_.check.output, file, everyByte, listener, fit_.get(), layout_});
+  return Verify({inputs_, options_.check.output, file, everyByte, listener, fit_.get(), layout_,
+                 ChapterTitlesOf(options_.check, inputs_)});
 }
 
 bool Run::InputsAreUnchanged() {

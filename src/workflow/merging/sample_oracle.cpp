@@ -12,6 +12,7 @@
 
 #include "foundation/fourcc.h"
 #include "workflow/merging/byte_ranges.h"
+#include "workflow/merging/chapter_comparison.h"
 #include "workflow/merging/movie_boxes.h"
 #include "workflow/merging/next_clip.h"
 #include "workflow/merging/oracle_findings.h"
@@ -84,6 +85,7 @@ class Oracle {
   bool CompareBytes(FileBytes& clip, const std::string& path);
   bool Leads(const TrackComparison& track) const;
   void CompareShifts(std::size_t index, const SampleFile& clip);
+  void NoteChapter(std::size_t index);
   void Finish();
   void CompareLength(const TrackComparison& track, std::size_t index, Seconds pictures);
   void CompareDuration();
@@ -104,7 +106,8 @@ class Oracle {
   std::deque<TrackComparison> tracks_;
   std::unique_ptr<TrackPairs> pairs_;
   std::optional<std::string> next_;  // what the last clip that knows it says comes next
-  Seconds longest_ = 0;              // that the header of a track states
+  std::vector<ExpectedChapter> chapters_;
+  Seconds longest_ = 0;     // that the header of a track states
   Seconds loose_ = 0;       // by which the headers of tracks may be wrong, as they are in the clips
   Seconds movieLoose_ = 0;  // by which those of the movies are
   Number done_ = 0;
@@ -136,6 +139,7 @@ bool Oracle::AddClip(std::size_t index) {
   if (Adapted()) {
     if (auto next = NextClipOf(clip.Movie())) next_ = std::move(next);
     CompareShifts(index, clip);
+    NoteChapter(index);
     movieLoose_ += std::abs(StatedBy(clip) - LongestOf(clip));
   }
   return CompareBytes(bytes, path);
@@ -188,7 +192,7 @@ void Oracle::CompareFirst(const SampleFile& clip, const std::vector<const TrackV
     }
     pairs.emplace_back(partners[i], &result_.Tracks()[i]);
   }
-  CompareMovieBoxes(clip, result_, pairs, intended_.dropped, findings_);
+  CompareMovieBoxes(clip, result_, pairs, intended_, findings_);
 }
 
 bool Oracle::CompareBytes(FileBytes& clip, const std::string& path) {
@@ -248,6 +252,16 @@ void Oracle::CompareShifts(std::size_t index, const SampleFile& clip) {
                     static_cast<double>(waits->Waited() * 1000), Shown(task_.inputs[index])));
 }
 
+// Pictures are what people see of a clip; one without any begins with its first track.
+void Oracle::NoteChapter(std::size_t index) {
+  if (intended_.chapters.empty() || tracks_.empty()) return;
+  const auto pictures = std::find_if(tracks_.begin(), tracks_.end(), [](const auto& track) {
+    return track.Track().handler == FourCc("vide");
+  });
+  const TrackComparison& track = pictures == tracks_.end() ? tracks_.front() : *pictures;
+  chapters_.push_back({intended_.chapters[index], track.Begins()});
+}
+
 void Oracle::Finish() {
   Seconds pictures = -1;
   for (TrackComparison& track : tracks_) {
@@ -258,6 +272,11 @@ void Oracle::Finish() {
   for (std::size_t i = 0; i < tracks_.size(); ++i) CompareLength(tracks_[i], i, pictures);
   CompareDuration();
   CompareNext();
+  // What a list of several parts makes of a moment nobody knows.
+  const bool timed = std::all_of(tracks_.begin(), tracks_.end(), [this](const auto& track) {
+    return ShowingOf(result_, track.Track()).inARow;
+  });
+  if (!intended_.chapters.empty()) CompareChapters(result_, chapters_, timed, findings_);
 }
 
 // The result is continued by what continues the last clip.

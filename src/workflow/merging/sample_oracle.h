@@ -33,6 +33,9 @@ struct Intended {
   std::set<unsigned int> leftOut{};
   // Types of boxes below "moov" that the result lacks and a note said so: 'sbgp', 'subs', 'sdtp'.
   std::set<unsigned int> dropped{};
+  // Titles of chapters, of which each clip begins one where its first picture is shown; empty: the
+  // result has the first clip's chapters, if that has any.
+  std::vector<std::string> chapters{};
 };
 
 struct OracleTask {

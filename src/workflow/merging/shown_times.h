@@ -31,6 +31,7 @@ class TrackClock {
   // `count` samples with that step and composition offset.
   void Add(Number count, long long step, long long offset);
 
+  bool HasSamples() const { return any_; }
   // Over all samples so far; without any, 0.
   long long FirstShown() const { return first_; }
   long long LastEnd() const { return end_; }

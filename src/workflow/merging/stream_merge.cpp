@@ -10,6 +10,7 @@
 
 #include "workflow/checks/fitted_clips.h"
 #include "workflow/merging/copy_progress.h"
+#include "workflow/merging/fitting_of.h"
 #include "workflow/merging/image_bytes.h"
 #include "workflow/merging/image_writer.h"
 #include "workflow/merging/input_states.h"
@@ -124,7 +125,8 @@ bool Streaming::VerifyImage() {
   const auto listener = [this](const Step& step) {
     return progress_.Tell(Phase::kVerifying, step.current, step.total);
   };
-  const Findings found = Verify({inputs_, name_, bytes, false, listener, fit_.get(), kInOnePass});
+  const Findings found = Verify({inputs_, name_, bytes, false, listener, fit_.get(), kInOnePass,
+                                 ChapterTitlesOf(options_.check, inputs_)});
   if (progress_.Stopped()) return FailStopped();
   if (HoldsUp(found, options_.force)) {
     if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);

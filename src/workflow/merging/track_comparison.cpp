@@ -79,6 +79,7 @@ bool TrackComparison::Add(const ClipAtWork& clip, const TrackView& track, Number
   if (stream.Count() > 0) waited_ = std::exchange(wait_, 0);
   TrackClock alone(static_cast<long long>(stream.Start()));
   const long long begin = clock_.Decode();
+  here_ = TrackClock(begin);
   const Number first = stream_.Done();
   SampleRun mine;
   SampleRun theirs;
@@ -138,6 +139,7 @@ bool TrackComparison::AddRun(const ClipAtWork& clip, const TrackView& track, Sam
   if (theirs.placed && (left == 1 || stream.Done() == 0))
     clip.ranges.AddWhole({theirs.position, mine.position, theirs.size});
   clock_.Add(count, mine.step, mine.offset);
+  here_.Add(count, mine.step, mine.offset);
   return true;
 }
 
@@ -262,6 +264,12 @@ bool TrackComparison::CompareShown(const ClipAtWork& clip, const TrackView& trac
     return Differs(kEdits, fmt::format("shows {:.0f} ms that are cut off at the end of {}",
                                        static_cast<double>(behind * 1000), Shown(clip.path)));
   return true;
+}
+
+Seconds TrackComparison::Begins() const {
+  const long long first = here_.HasSamples() ? here_.FirstShown() : here_.Decode();
+  const Seconds time = static_cast<Seconds>(first) / static_cast<Seconds>(track_.scale);
+  return showing_.inARow ? showing_.At(time) : time;
 }
 
 Seconds TrackComparison::MediaEnd() const {

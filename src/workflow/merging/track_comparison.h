@@ -48,6 +48,9 @@ class TrackComparison {
   Seconds Shift() const { return shift_; }
   // For how long the sample before the clip's first one is shown longer than its clip says.
   Seconds Waited() const { return waited_; }
+  // When the clip's first sample, of those in the order in which they are shown, is shown in the
+  // result; where it has none, when it would be.
+  Seconds Begins() const;
   // Where the media of the result's track ends as it is shown.
   Seconds MediaEnd() const;
   // By how much the durations that the clips' headers state are no sums of their samples, together.
@@ -99,6 +102,7 @@ class TrackComparison {
   OracleFindings& findings_;
   SampleStream stream_;
   TrackClock clock_;
+  TrackClock here_;  // the same of the clip at work alone
   Showing showing_;
   std::vector<Description> descriptions_;
   std::map<std::uint32_t, std::vector<Declared>> declared_;  // by index of the description

@@ -155,6 +155,7 @@ Findings Verifier::CompareAdapted() {
   intended.commonTracks = task_.fit->TakesCommonTracks();
   intended.leftOut = report.leftOut;
   intended.dropped = report.dropped;
+  intended.chapters = task_.chapters;
   return clipchain::CompareSamples(
       {task_.inputs, task_.output, task_.file, task_.everyByte, &intended, task_.progress});
 }

@@ -25,6 +25,8 @@ struct VerifyTask {
   const Fit* fit = nullptr;
   // What the output was to be; one of another layout is damaged.
   Layout layout{};
+  // Titles of the chapters that its clips begin; empty: it was not to get any.
+  std::vector<std::string> chapters{};
 };
 
 // Parses the output and looks whether its boxes fill the file, and whether every sample is that of

@@ -4,6 +4,7 @@
 
 #include <iterator>
 
+#include "workflow/findings/clip_words.h"
 #include "workflow/pages/html_text.h"
 
 namespace clipchain {
@@ -35,7 +36,7 @@ std::string ShapeRules(const char* fill) {
   return rules;
 }
 
-unsigned int ShapeOf(unsigned int volume) { return (volume + volume / kShapeCount) % kShapeCount; }
+unsigned int ShapeOf(unsigned int card) { return (card + card / kShapeCount) % kShapeCount; }
 
 }  // namespace
 
@@ -55,15 +56,15 @@ std::string HtmlShapes() {
   return shapes + "</svg>\n";
 }
 
-std::string VolumeClasses(unsigned int volume) {
-  return fmt::format("c{} s{}", volume % kShapeCount, ShapeOf(volume));
+std::string CardClasses(unsigned int card) {
+  return fmt::format("c{} s{}", card % kShapeCount, ShapeOf(card));
 }
 
-std::string VolumeChip(unsigned int volume) {
+std::string CardChip(unsigned int card) {
   return fmt::format(
       "<span class=\"chip {}\"><svg class=\"glyph\" aria-hidden=\"true\" focusable=\"false\">"
-      "<use href=\"#shape-{}\"/></svg>Volume {}</span>",
-      VolumeClasses(volume), ShapeOf(volume), volume + 1);
+      "<use href=\"#shape-{}\"/></svg>Card {}</span>",
+      CardClasses(card), ShapeOf(card), card + 1);
 }
 
 double KnownSeconds(const SequenceReport& sequence) {
@@ -87,6 +88,10 @@ std::string LengthWords(const std::vector<const SequenceReport*>& sequences) {
 
 std::string Counted(std::size_t number, const char* what) {
   return fmt::format("{} {}{}", number, what, number == 1 ? "" : "s");
+}
+
+std::string RecordingLink(std::size_t index, const char* word) {
+  return fmt::format("<a href=\"#sequence-{0}\">{1} {0}</a>", index + 1, word);
 }
 
 }  // namespace clipchain

@@ -1,41 +1,61 @@
-// What the parts of the page share.
+// Draws the parts of pages, and what they share.
 #pragma once
 
+#include <cstddef>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "workflow/clip_search.h"
+#include "workflow/pages/html_links.h"
+#include "workflow/pages/html_pictures.h"
 #include "workflow/proposals.h"
 #include "workflow/sequence_scan.h"
 
 namespace clipchain {
 
-// The page's style sheet, but for the shapes of volumes.
+// Styles pages, but for the shapes of cards.
 extern const char kHtmlStyle[];
-// The rules that make bars of each shape, and the shapes for use in the page.
+// Make the rules for bars of each shape, and the shapes for use in the page.
 std::string HtmlShapeStyle();
 std::string HtmlShapes();
 
-// The class that gives a volume its colour and the one that gives it its shape, with a space
-// between: 64 volumes all differ.
-std::string VolumeClasses(unsigned int volume);
-// The volume's shape in its colour, and its number.
-std::string VolumeChip(unsigned int volume);
+// Names the class that gives a card its colour and the one that gives it its shape, with a space
+// between: 64 cards all differ.
+std::string CardClasses(unsigned int card);
+// Draws the card's shape in its colour, and its number.
+std::string CardChip(unsigned int card);
 
-// How long its clips run, as far as that is known.
+// Sums how long its clips run, as far as that is known.
 double KnownSeconds(const SequenceReport& sequence);
-// How much time all their clips take, in words: "7.7 s", or "at least 5.1 s" if not all are known.
+// Tells how much time all their clips take: "7.7 s", or "at least 5.1 s" if not all are known.
 std::string LengthWords(const std::vector<const SequenceReport*>& sequences);
-// "1 clip", "2 clips".
+// Counts things: "1 clip", "2 clips".
 std::string Counted(std::size_t number, const char* what);
+// Links to a recording by its index: "recording 3".
+std::string RecordingLink(std::size_t index, const char* word = "recording");
 
-// The clips as pieces of a bar, an open end as a torn one. For the eye alone. `tag`: its element.
+// Holds what the parts of one page have in common.
+struct PageContext {
+  const ScanReport& report;
+  const Links& links;
+  const Pictures& pictures;
+  std::map<std::size_t, std::size_t> halves{};    // FindHalves
+  std::map<std::size_t, std::size_t> previous{};  // the same from behind
+};
+
+// Draws the clips as pieces of a bar, an open end as a torn one. For the eye alone. `tag`: its
+// element.
 std::string HtmlStrip(const SequenceReport& sequence, const char* tag);
-// The section with the time line; empty if there is no sequence.
-std::string HtmlTimeline(const ScanReport& report);
-// One sequence with its clips; numbers count from 1.
-std::string HtmlSequence(const SequenceReport& sequence, std::size_t number);
-// The section with the proposals; empty without any.
-std::string HtmlProposals(const std::vector<Proposal>& proposals);
+// Makes the section with the time line; empty if there is no recording. All days have one scale.
+// What is proposed to belong together, and halves of a recording, hang together by dashes.
+std::string HtmlTimeline(const ScanReport& report, const std::vector<Proposal>& proposals = {});
+// Shows one recording with its clips.
+std::string HtmlSequence(const PageContext& page, std::size_t index);
+// Makes the section with the proposals; empty without any.
+std::string HtmlProposals(const std::vector<Proposal>& proposals, const Links& links);
+// Lists what somebody should look at, worst first; empty without anything.
+std::string HtmlAttentions(const PageContext& page, const FoundClips& found,
+                           const std::vector<Proposal>& proposals);
 
 }  // namespace clipchain

@@ -1,12 +1,14 @@
 #include "workflow/html_report.h"
-#include "workflow/checks/unreadable_clip.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <string_view>
 
+#include "workflow/checks/unreadable_clip.h"
 #include "workflow/findings/clip_words.h"
+#include "workflow/pages/html_halves.h"
+#include "workflow/pages/html_page.h"
 #include "workflow/pages/html_parts.h"
 #include "workflow/pages/html_text.h"
 #include "workflow/system/file_bytes.h"
@@ -15,40 +17,33 @@ namespace clipchain {
 
 namespace {
 
-// Nothing is ever fetched or run, whatever a name or a picture may hold.
-constexpr const char* kHead =
-    "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-    "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; img-src data:; "
-    "style-src 'unsafe-inline'\">\n"
-    "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
-    "<meta name=\"color-scheme\" content=\"light dark\">\n";
 constexpr std::string_view kBegin = "<!DOCTYPE html>";
-// By which a page is known for one of these.
-constexpr const char* kMark = "<meta name=\"generator\" content=\"clipchain\">\n";
 constexpr std::size_t kMarkedWithin = 1024;
-
-std::string Sum(const char* what, const std::string& value) {
-  return fmt::format("<div><dt>{}</dt><dd>{}</dd></div>\n", what, value);
-}
+// More cards than that are folded away.
+constexpr std::size_t kMostCards = 20;
 
 std::string Sums(const ScanReport& report) {
   std::vector<const SequenceReport*> sequences;
   std::size_t clips = 0;
   std::size_t complete = 0;
+  std::size_t open = 0;
+  std::size_t unidentified = 0;
   long long size = 0;
   for (const SequenceReport& sequence : report.sequences) {
     sequences.push_back(&sequence);
     clips += sequence.clips.size();
-    complete += sequence.closedAtHead && sequence.closedAtTail;
+    const bool isOpen = !sequence.closedAtHead || !sequence.closedAtTail;
+    open += isOpen ? 1 : 0;
+    if (!isOpen) ++(IsIdentified(sequence) ? complete : unidentified);
     for (const SequenceClip& clip : sequence.clips) size += clip.size;
   }
   std::string html = "<dl class=\"sums\">\n";
-  html += Sum("sequences", fmt::format("{}", sequences.size()));
-  html += Sum("complete", fmt::format("{}", complete));
-  html += Sum("with a part missing", fmt::format("{}", sequences.size() - complete));
-  html += Sum("clips", fmt::format("{}", clips));
-  html += Sum("in all", LengthWords(sequences));
-  html += Sum("on disk", Amount(size));
+  html += HtmlSum("complete", fmt::format("{}", complete));
+  html += HtmlSum("a clip is missing", fmt::format("{}", open));
+  html += HtmlSum("unidentified", fmt::format("{}", unidentified));
+  html += HtmlSum("clips", fmt::format("{}", clips));
+  html += HtmlSum("in all", LengthWords(sequences));
+  html += HtmlSum("on disk", Amount(size));
   return html + "</dl>\n";
 }
 
@@ -56,43 +51,26 @@ bool HasRejected(const FoundClips& found, const ScanReport& report) {
   return !found.unreadable.empty() || !report.rejected.empty();
 }
 
-std::string Header(const FoundClips& found, const ScanReport& report, const std::string& title) {
-  std::string html =
-      "<a class=\"skip\" href=\"#main\">Skip to the sequences</a>\n"
-      "<header class=\"top wide\">\n<p class=\"mark\"><svg viewBox=\"0 0 24 24\" "
-      "aria-hidden=\"true\" focusable=\"false\"><rect x=\"1.500\" y=\"7\" width=\"12\" "
-      "height=\"10\" rx=\"3\"/><path d=\"M10.500 12h3\"/><rect x=\"10.500\" y=\"7\" width=\"12\" "
-      "height=\"10\" rx=\"3\"/></svg>clipchain</p>\n";
-  html += fmt::format("<h1>{}</h1>\n", title) + Sums(report);
-  html += "<nav aria-label=\"Parts of this page\"><ul>\n";
-  const auto link = [&html](const char* target, const char* name) {
-    html += fmt::format("<li><a href=\"#{}\">{}</a></li>\n", target, name);
-  };
-  if (!found.volumes.empty()) link("volumes", "Volumes");
-  if (!report.sequences.empty()) link("time-line", "Time line");
-  link("sequences", "Sequences");
-  if (HasRejected(found, report)) link("rejected", "Not registered");
-  return html + "</ul></nav>\n</header>\n";
-}
-
-std::string VolumeItem(const Volume& volume, unsigned int index) {
+std::string CardItem(const Volume& volume, unsigned int index) {
   const bool files = volume.folder.empty();
   return fmt::format(
       "<li class=\"volume\" data-number=\"{}\" {} data-clips=\"{}\">{} "
       "<span class=\"path\">{}</span> <span class=\"count\">{}</span></li>\n",
-      index + 1, PathAttributes("data-", volume.folder), volume.clips.size(), VolumeChip(index),
+      index + 1, PathAttributes("data-", volume.folder), volume.clips.size(), CardChip(index),
       files ? "files named one by one" : "<bdi>" + HtmlPath(volume.folder) + "</bdi>",
       Counted(volume.clips.size(), "file"));
 }
 
-std::string Volumes(const FoundClips& found) {
+std::string Cards(const FoundClips& found) {
   if (found.volumes.empty()) return "";
-  std::string html =
-      "<section aria-labelledby=\"volumes\">\n<h2 id=\"volumes\">Volumes</h2>\n"
-      "<ul class=\"volumes panel\">\n";
+  std::string html = "<ul class=\"volumes panel\">\n";
   unsigned int index = 0;
-  for (const Volume& volume : found.volumes) html += VolumeItem(volume, index++);
-  return html + "</ul>\n</section>\n";
+  for (const Volume& volume : found.volumes) html += CardItem(volume, index++);
+  html += "</ul>\n";
+  if (found.volumes.size() > kMostCards)
+    html = fmt::format("<details class=\"fold\"><summary>{}</summary>\n{}</details>\n",
+                       Counted(found.volumes.size(), "card"), html);
+  return HtmlSection("volumes", "Cards", html);
 }
 
 std::string Step(const char* name, bool failed, const std::string& words, HRESULT result,
@@ -105,77 +83,85 @@ std::string Step(const char* name, bool failed, const std::string& words, HRESUL
 std::string Steps(const ScanReport& report, const ScanOptions& options) {
   std::string html;
   if (options.salvage) {
-    const std::string words =
-        report.salvaged < 0
-            ? fmt::format("Salvage: the timecode can't be read ({})", ResultName(report.salvaged))
-        : report.joined ? "Salvage: two sequences were joined by their timecode"
-                        : "Salvage: nothing to join";
+    const std::string why = HtmlText(report.whyNotJoined);
+    const std::string words = report.salvaged < 0 ? "Salvage failed: " + why
+                              : report.joined
+                                  ? "Salvage: two recordings were joined by their timecode"
+                                  : "Salvage: nothing was joined: " + why;
     html += Step("salvage", report.salvaged < 0, words, report.salvaged,
                  report.joined ? " data-joined=\"true\"" : " data-joined=\"false\"");
   }
   if (options.divide) {
     const bool failed = report.divided != S_OK;
     html += Step("division", failed,
-                 failed ? fmt::format("Division: failed ({})", ResultName(report.divided))
-                        : "Division: sequences are cut where their volume changes, but for the "
-                          "first one that has several",
+                 failed ? "Division failed"
+                        : "Division: recordings are cut where their card changes, but for the "
+                          "first one that lies on several",
                  report.divided, "");
   }
   return html;
 }
 
-std::string Sequences(const ScanReport& report, const ScanOptions& options) {
-  std::string html =
-      "<section aria-labelledby=\"sequences\">\n<h2 id=\"sequences\">Sequences</h2>\n";
-  if (report.sequences.empty()) html += "<p class=\"note panel\">No clips</p>\n";
-  html += "<div class=\"list\">\n";
-  std::size_t number = 0;
-  for (const SequenceReport& sequence : report.sequences) {
-    html += HtmlSequence(sequence, ++number);
-  }
-  return html + "</div>\n" + Steps(report, options) + "</section>\n";
+std::string Recordings(const PageContext& page, const ScanOptions& options) {
+  std::string html;
+  if (page.report.sequences.empty()) html += "<p class=\"note panel\">No clips</p>\n";
+  html += "<div class=\"list\" id=\"list\">\n";
+  for (std::size_t i = 0; i < page.report.sequences.size(); ++i) html += HtmlSequence(page, i);
+  return HtmlSection("sequences", "Recordings", html + "</div>\n" + Steps(page.report, options));
 }
 
-std::string RejectedItem(const std::string& path, const std::string& reason,
+std::string RejectedItem(const Links& links, const std::string& path, const std::string& reason,
                          const std::string& code) {
   return fmt::format(
-      "<li class=\"rejected-path\" {} data-reason=\"{}\" data-result=\"{}\"><bdi "
-      "class=\"path\">{}</bdi> {}{}</li>\n",
-      PathAttributes("data-", path), HtmlText(reason), code, HtmlPath(path), HtmlPath(reason),
-      code.empty() ? "" : fmt::format(" <code>({})</code>", code));
+      "<li class=\"rejected-path\" {} data-reason=\"{}\" data-result=\"{}\">{} {}</li>\n",
+      PathAttributes("data-", path), HtmlText(reason), code,
+      links.Around(path, "<bdi class=\"path\">" + HtmlPath(path) + "</bdi>"), HtmlPath(reason));
 }
 
-std::string Rejected(const FoundClips& found, const ScanReport& report) {
+std::string Rejected(const FoundClips& found, const ScanReport& report, const Links& links) {
   if (!HasRejected(found, report)) return "";
-  std::string html =
-      "<section aria-labelledby=\"rejected\">\n<h2 id=\"rejected\">Not registered</h2>\n"
-      "<ul class=\"rejected panel\">\n";
-  for (const UnreadablePath& path : found.unreadable) {
-    html += RejectedItem(path.path, path.reason, "");
-  }
+  std::string html = "<ul class=\"rejected panel\">\n";
+  for (const UnreadablePath& path : found.unreadable)
+    html += RejectedItem(links, path.path, path.reason, "");
   for (const RejectedClip& clip : report.rejected) {
-    html += RejectedItem(clip.path, WhyNoClip(clip.path, clip.result).front().text,
+    html += RejectedItem(links, clip.path, WhyNoClip(clip.path, clip.result).front().text,
                          std::string(ResultName(clip.result)));
   }
-  return html + "</ul>\n</section>\n";
+  return HtmlSection("rejected", "Not registered", html + "</ul>\n");
+}
+
+std::vector<std::pair<std::string, std::string>> PartsOf(const FoundClips& found,
+                                                         const ScanReport& report,
+                                                         const std::vector<Proposal>& proposals) {
+  std::vector<std::pair<std::string, std::string>> parts{{"attention", "Needs attention"}};
+  if (!report.sequences.empty()) parts.emplace_back("time-line", "Time line");
+  if (!proposals.empty()) parts.emplace_back("proposals", "Proposed recordings");
+  parts.emplace_back("sequences", "Recordings");
+  if (!found.volumes.empty()) parts.emplace_back("volumes", "Cards");
+  if (HasRejected(found, report)) parts.emplace_back("rejected", "Not registered");
+  return parts;
 }
 
 }  // namespace
 
 std::string HtmlReport(const FoundClips& found, const ScanReport& report,
-                       const ScanOptions& options, const std::vector<Proposal>& proposals) {
-  const std::string title = fmt::format("{} on {}", Counted(report.sequences.size(), "sequence"),
-                                        Counted(found.volumes.size(), "volume"));
-  std::string html = std::string(kHead) + kMark;
-  html += fmt::format("<title>{} – clipchain</title>\n<style>{}{}</style>\n</head>\n<body>\n",
-                      title, kHtmlStyle, HtmlShapeStyle());
-  html += HtmlShapes() + Header(found, report, title) + "<main class=\"wide\" id=\"main\">\n";
-  html += Volumes(found) + HtmlTimeline(report) + Sequences(report, options);
-  html += HtmlProposals(proposals) + Rejected(found, report) + "</main>\n";
-  return html +
-         "<footer class=\"wide\"><p>Dates are as the camera or the movie header has them, in "
-         "whatever "
-         "time zone that was. Made by clipchain.</p></footer>\n</body>\n</html>\n";
+                       const HtmlOptions& options, const std::vector<Proposal>& proposals) {
+  const Links links(options.folder);
+  const Pictures pictures(report);
+  PageContext page{report, links, pictures, FindHalves(report)};
+  for (const auto& [front, behind] : page.halves) page.previous[behind] = front;
+  HtmlFrame frame;
+  frame.title = fmt::format("{} on {}", Counted(report.sequences.size(), "recording"),
+                            Counted(found.volumes.size(), "card"));
+  frame.sums = Sums(report);
+  frame.made = options.made;
+  frame.parts = PartsOf(found, report, proposals);
+  frame.pictures = pictures.Definitions();
+  frame.hasFilter = report.sequences.size() > 1;
+  frame.body = HtmlAttentionSection(HtmlAttentions(page, found, proposals)) +
+               HtmlTimeline(report, proposals) + HtmlProposals(proposals, links) +
+               Recordings(page, options.scan) + Cards(found) + Rejected(found, report, links);
+  return HtmlPage(frame);
 }
 
 bool IsHtmlReport(const std::string& path) {
@@ -183,7 +169,7 @@ bool IsHtmlReport(const std::string& path) {
   if (file.error() != 0) return false;
   std::string head(std::min<std::size_t>(file.Size(), kMarkedWithin), '\0');
   if (!file.Read(0, head.data(), head.size())) return false;
-  return head.empty() || (head.starts_with(kBegin) && head.find(kMark) != std::string::npos);
+  return head.empty() || (head.starts_with(kBegin) && head.find(kHtmlMark) != std::string::npos);
 }
 
 }  // namespace clipchain

@@ -11,15 +11,6 @@ namespace clipchain {
 
 namespace {
 
-// A sequence of more clips may run over several sheets of paper.
-constexpr std::size_t kMostOnASheet = 16;
-
-constexpr const char* kNoPicture =
-    "<span class=\"none\"><svg viewBox=\"0 0 24 24\" aria-hidden=\"true\" focusable=\"false\">"
-    "<rect x=\"2.500\" y=\"4.500\" width=\"19\" height=\"15\" rx=\"2\"/>"
-    "<path d=\"M7 4.500v15M17 4.500v15M2.500 9.500H7m-4.500 5H7m10-5h4.500m-4.500 5h4.500\"/></svg>"
-    "<span class=\"said\">no thumbnail</span></span>";
-
 std::string TimeElement(const std::optional<MP4G::_tagSequenceTimedate>& date) {
   if (!date) return "date unknown";
   return fmt::format("<time datetime=\"{}\">{}</time>", IsoDate(*date), DateWords(date));
@@ -33,23 +24,17 @@ std::string NumberText(const std::optional<double>& seconds) {
 
 const char* Truth(bool value) { return value ? "true" : "false"; }
 
-std::string View(const SequenceClip& clip, const std::string& name, std::size_t place) {
-  std::string html = "<div class=\"view\">";
-  if (clip.card.thumbnail.empty()) {
-    html += kNoPicture;
-  } else {
-    html += fmt::format(
-        "<img alt=\"Thumbnail of {}\" width=\"{}\" height=\"{}\" "
-        "src=\"data:image/jpeg;base64,{}\">",
-        name, clip.card.width, clip.card.height, Base64(clip.card.thumbnail));
-  }
-  return html + fmt::format(
-                    "<span class=\"tag place\"><span class=\"hidden\">Clip </span>{}</span>"
-                    "<span class=\"tag length\">{}</span></div>\n",
-                    place, SpanWords(Seconds(clip)));
+std::string View(const PageContext& page, const SequenceClip& clip, const std::string& name,
+                 std::size_t place) {
+  const std::string picture = page.pictures.Show(clip.card, name);
+  return "<div class=\"view\">" + picture +
+         fmt::format(
+             "<span class=\"tag place\"><span class=\"hidden\">Clip </span>{}</span>"
+             "<span class=\"tag length\">{}</span></div>\n",
+             place, SpanWords(Seconds(clip)));
 }
 
-std::string ClipItem(const SequenceClip& clip, std::size_t place) {
+std::string ClipItem(const PageContext& page, const SequenceClip& clip, std::size_t place) {
   const std::filesystem::path path(clip.path);
   const std::string name = HtmlPath(path.filename().string());
   const std::string folder = HtmlPath(path.parent_path().string());
@@ -58,33 +43,51 @@ std::string ClipItem(const SequenceClip& clip, std::size_t place) {
       "data-size=\"{}\">\n",
       PathAttributes("data-", clip.path), clip.volume + 1, clip.date ? IsoDate(*clip.date) : "",
       NumberText(Seconds(clip)), clip.size);
-  html += View(clip, name, place);
+  html += View(page, clip, name, place);
   html += fmt::format(
-      "<div class=\"words\"><p class=\"file\"><bdi>{}</bdi></p>\n"
+      "<div class=\"words\"><p class=\"file\">{}</p>\n"
       "<p class=\"more\">{} <span>{}</span></p>\n<p class=\"where\">{}</p>\n",
-      name, VolumeChip(clip.volume), Amount(clip.size), TimeElement(clip.date));
+      page.links.Around(clip.path, "<bdi>" + name + "</bdi>"), CardChip(clip.volume),
+      Amount(clip.size), TimeElement(clip.date));
   if (!folder.empty()) html += fmt::format("<p class=\"where\">in <bdi>{}</bdi></p>\n", folder);
   return html + "</div></li>\n";
 }
 
-std::string MissingItem(bool head) {
+// `other`: the recording on the other side of the one clip that is missing, if it is here.
+std::string MissingItem(bool head, const std::optional<std::size_t>& other) {
+  const char* const lost =
+      head ? "The recording began before this clip; what came first is not here."
+           : "The recording went on after this clip; what came next is not here.";
+  const std::string words =
+      other
+          ? fmt::format("One clip lies between this and {}; it is not here.", RecordingLink(*other))
+          : lost;
   return fmt::format(
       "<li class=\"missing {}\">\n<div class=\"view\" aria-hidden=\"true\"><b>?</b></div>\n"
       "<div class=\"words\"><p class=\"file\">Missing {}</p>\n<p>{}</p></div></li>\n",
-      head ? "head" : "tail", head ? "in front" : "behind",
-      head ? "The recording began before this clip; what came first is not here."
-           : "The recording went on after this clip; what came next is not here.");
+      head ? "head" : "tail", head ? "in front" : "behind", words);
+}
+
+std::optional<std::size_t> Find(const std::map<std::size_t, std::size_t>& map, std::size_t key) {
+  const auto found = map.find(key);
+  return found == map.end() ? std::nullopt : std::optional(found->second);
 }
 
 std::string StateBadge(const SequenceReport& sequence) {
-  const bool complete = sequence.closedAtHead && sequence.closedAtTail;
-  return fmt::format(
+  const bool open = !sequence.closedAtHead || !sequence.closedAtTail;
+  const bool identified = IsIdentified(sequence);
+  const char* const look = open ? " open" : identified ? "" : " unknown";
+  const char* const sign = open ? "M8 .8l7.700 14H.3zM7 6v4.500h2V6zm0 5.500v1.800h2v-1.800z"
+                           : identified ? "M6.300 13.300.9 7.900l2-2 3.400 3.400L13.100 2.500l2 2z"
+                                        : "M2 7h12v2H2z";
+  std::string html = fmt::format(
       "<p class=\"state{}\"><svg class=\"glyph\" viewBox=\"0 0 16 16\" aria-hidden=\"true\" "
       "focusable=\"false\"><path d=\"{}\"/></svg>{}</p>",
-      complete ? "" : " open",
-      complete ? "M6.300 13.300.9 7.900l2-2 3.400 3.400L13.100 2.500l2 2z"
-               : "M8 .8l7.700 14H.3zM7 6v4.500h2V6zm0 5.500v1.800h2v-1.800z",
-      StateWords(sequence.closedAtHead, sequence.closedAtTail));
+      look, sign, StateWords(identified, sequence.closedAtHead, sequence.closedAtTail));
+  if (sequence.copyOf)
+    html +=
+        fmt::format("<p class=\"state unknown\">a copy of {}</p>", RecordingLink(*sequence.copyOf));
+  return html;
 }
 
 std::string VolumeNumbers(const SequenceReport& sequence) {
@@ -100,8 +103,7 @@ const char* WidthClass(const SequenceReport& sequence) {
   const std::size_t open = (sequence.closedAtHead ? 0u : 1u) + (sequence.closedAtTail ? 0u : 1u);
   const std::size_t items = sequence.clips.size() + open;
   if (items == 1) return " one";
-  if (items == 2) return " two";
-  return items > kMostOnASheet ? " long" : "";
+  return items == 2 ? " two" : "";
 }
 
 std::string OpeningTag(const SequenceReport& sequence, std::size_t number) {
@@ -110,12 +112,14 @@ std::string OpeningTag(const SequenceReport& sequence, std::size_t number) {
       "aria-labelledby=\"sequence-{}-name\"\n"
       "data-number=\"{}\" data-date=\"{}\" data-clips=\"{}\" data-seconds=\"{}\" "
       "data-state=\"{}\"\ndata-closed-at-head=\"{}\" data-closed-at-tail=\"{}\" "
-      "data-camera-stream=\"{}\"\ndata-head-id=\"{}\" data-tail-id=\"{}\" data-volumes=\"{}\">\n",
+      "data-camera-stream=\"{}\"\ndata-head-id=\"{}\" data-tail-id=\"{}\" data-volumes=\"{}\" "
+      "data-copy-of=\"{}\">\n",
       WidthClass(sequence), number, number, number, sequence.date ? IsoDate(*sequence.date) : "",
       sequence.clips.size(), NumberText(Seconds(sequence)),
-      StateWords(sequence.closedAtHead, sequence.closedAtTail), Truth(sequence.closedAtHead),
-      Truth(sequence.closedAtTail), Truth(sequence.cameraStream), IdText(sequence.headID),
-      IdText(sequence.tailID), VolumeNumbers(sequence));
+      StateWords(IsIdentified(sequence), sequence.closedAtHead, sequence.closedAtTail),
+      Truth(sequence.closedAtHead), Truth(sequence.closedAtTail), Truth(sequence.cameraStream),
+      IdText(sequence.headID), IdText(sequence.tailID), VolumeNumbers(sequence),
+      sequence.copyOf ? std::to_string(*sequence.copyOf + 1) : "");
 }
 
 std::string Facts(const SequenceReport& sequence) {
@@ -126,22 +130,23 @@ std::string Facts(const SequenceReport& sequence) {
       "<span>{}</span>",
       TimeElement(sequence.date), LengthWords({&sequence}), Counted(sequence.clips.size(), "clip"),
       Amount(size));
-  for (const unsigned int volume : sequence.volumes) html += " " + VolumeChip(volume);
+  for (const unsigned int volume : sequence.volumes) html += " " + CardChip(volume);
   return html + "</p>\n";
 }
 
 }  // namespace
 
-std::string HtmlSequence(const SequenceReport& sequence, std::size_t number) {
-  std::string html = OpeningTag(sequence, number);
-  html += fmt::format("<div class=\"head-line\"><h3 id=\"sequence-{0}-name\">Sequence {0}</h3>",
-                      number);
+std::string HtmlSequence(const PageContext& page, std::size_t index) {
+  const SequenceReport& sequence = page.report.sequences[index];
+  std::string html = OpeningTag(sequence, index + 1);
+  html += fmt::format("<div class=\"head-line\"><h3 id=\"sequence-{0}-name\">Recording {0}</h3>",
+                      index + 1);
   html += StateBadge(sequence) + "</div>\n" + Facts(sequence);
   html += HtmlStrip(sequence, "div") + "\n<ol class=\"clips\">\n";
-  if (!sequence.closedAtHead) html += MissingItem(true);
+  if (!sequence.closedAtHead) html += MissingItem(true, Find(page.previous, index));
   std::size_t place = 0;
-  for (const SequenceClip& clip : sequence.clips) html += ClipItem(clip, ++place);
-  if (!sequence.closedAtTail) html += MissingItem(false);
+  for (const SequenceClip& clip : sequence.clips) html += ClipItem(page, clip, ++place);
+  if (!sequence.closedAtTail) html += MissingItem(false, Find(page.halves, index));
   return html + "</ol>\n</article>\n";
 }
 

@@ -59,6 +59,8 @@ h1 { font-size: clamp(1.6rem, 4.5vw, 2.4rem); line-height: 1.15; letter-spacing:
   margin-top: .35rem; }
 h2 { font-size: 1.25rem; letter-spacing: -.01em; margin: 2.2rem 0 .8rem; }
 h3 { font-size: 1.05rem; line-height: 1.3; }
+.made { color: var(--soft); margin-top: .25rem; }
+.lead { color: var(--soft); margin-bottom: .8rem; max-width: 46rem; }
 .sums { display: grid; grid-template-columns: repeat(auto-fit, minmax(8.2rem, 1fr)); gap: .7rem;
   margin-top: 1.3rem; }
 .sums > div { display: flex; flex-direction: column-reverse; justify-content: flex-end; background: var(--card);
@@ -75,6 +77,20 @@ nav a { display: inline-block; padding: .15rem 0; }
 .c4 { --v: var(--v4); } .c5 { --v: var(--v5); } .c6 { --v: var(--v6); } .c7 { --v: var(--v7); }
 .chip { display: inline-flex; align-items: center; gap: .35em; white-space: nowrap; }
 .chip .glyph { color: var(--v); }
+
+.attentions li { display: grid; grid-template-columns: auto 1fr; gap: .2rem .7rem; padding: .6rem 1rem;
+  align-items: start; }
+.attentions li + li { border-top: 1px solid var(--line); }
+.attention .glyph { color: var(--open); margin-top: .3rem; }
+.attention.grave .glyph { color: var(--bad); }
+.note.calm { color: var(--good); background: var(--good-back); border-color: transparent; }
+.find { display: flex; flex-wrap: wrap; align-items: center; gap: .4rem .8rem; margin-bottom: .9rem; }
+.find label { display: flex; align-items: center; gap: .5rem; flex: 0 1 26rem; min-width: 0; font-weight: 600; }
+.find input { font: inherit; font-weight: 400; flex: 1; width: 100%; min-width: 0; padding: .4rem .7rem; color: var(--ink);
+  background: var(--card); border: 1px solid var(--soft); border-radius: 8px; }
+.find output { color: var(--soft); }
+[hidden] { display: none !important; }
+.fold > summary { cursor: pointer; padding: .4rem 0; font-weight: 600; }
 
 .volumes li { display: grid; grid-template-columns: auto 1fr auto; gap: .2rem .8rem;
   align-items: baseline; padding: .65rem 1rem; }
@@ -93,6 +109,19 @@ nav a { display: inline-block; padding: .15rem 0; }
 .bar { display: block; text-decoration: none; color: var(--ink); border-radius: 5px; }
 .bar .name { display: block; font-size: .8rem; font-weight: 600; line-height: 1.25rem;
   white-space: nowrap; }
+.lanes .late .name { float: right; }
+.lanes .late .strip { clear: both; }
+.bar.dim { opacity: .25; }
+.lanes .tie { height: 2.9rem; min-width: 0; pointer-events: none; font-size: .75rem;
+  line-height: 1.25rem; text-align: center; white-space: nowrap; }
+.lanes .tie::before { content: ""; position: absolute; left: 0; right: 0; top: 1.82rem;
+  border-top: 3px dashed var(--soft); z-index: -1; }
+.lanes .tie a { pointer-events: auto; color: var(--soft); background: var(--card); padding: 0 .25rem; }
+.lanes .tie.crowded { text-align: left; }
+.lanes .tie.crowded.late { text-align: right; direction: rtl; }
+.lanes .tie.crowded a { color: var(--ink); font-weight: 600; font-size: .8rem; padding: 0; }
+.lanes .in-tie { min-width: 3px; padding-top: 1.25rem; }
+.undated { display: flex; flex-wrap: wrap; gap: .2rem 1.2rem; margin-top: .4rem; }
 .bar:hover .name { text-decoration: underline; }
 .strip { display: flex; height: 1.2rem; }
 .piece { flex: 1 1 0; min-width: 3px; background: var(--v) var(--s) 0 50% / 1.4rem .84rem round no-repeat;
@@ -116,12 +145,21 @@ nav a { display: inline-block; padding: .15rem 0; }
 
 .list { display: grid; grid-template-columns: repeat(auto-fill, minmax(min(100%, 14.5rem), 1fr));
   gap: 1rem; }
-.sequence { padding: 1rem; grid-column: 1 / -1; min-width: 0; }
+.sequence, .job, .proposal { padding: 1rem; grid-column: 1 / -1; min-width: 0; }
+.inputs { margin-top: .6rem; display: grid; gap: .1rem; }
+.inputs li { padding-left: .9rem; border-left: 3px solid var(--line); overflow-wrap: anywhere; }
+.result { margin-top: .5rem; font-weight: 600; overflow-wrap: anywhere; }
+.findings { margin-top: .6rem; display: grid; gap: .3rem; color: var(--soft); font-size: .93rem;
+  overflow-wrap: anywhere; }
+.findings b { color: var(--ink); }
 .sequence.one { grid-column: auto; }
 .sequence:target { border-color: var(--link); box-shadow: 0 0 0 2px var(--link); }
 .head-line { display: flex; flex-wrap: wrap; align-items: center; gap: .3rem .8rem; }
 .state { display: inline-flex; align-items: center; gap: .35em; font-size: .85rem; font-weight: 600;
   padding: .1rem .6rem; border-radius: 99px; color: var(--good); background: var(--good-back); }
+.state.unknown { color: var(--soft); background: var(--well); }
+.state.failed { color: var(--bad); background: var(--bad-back); }
+.state a { color: inherit; }
 .state.open { color: var(--open); background: var(--open-back); }
 .facts { display: flex; flex-wrap: wrap; gap: .1rem 1.1rem; color: var(--soft); font-size: .93rem;
   margin-top: .25rem; }
@@ -133,7 +171,7 @@ nav a { display: inline-block; padding: .15rem 0; }
 .view { position: relative; aspect-ratio: 16 / 9; border-radius: 8px; overflow: hidden;
   background: var(--well); display: grid; place-items: center; color: var(--soft);
   font-size: .85rem; }
-.view img { width: 100%; height: 100%; object-fit: contain; display: block; }
+.view > svg[role="img"], .view img { width: 100%; height: 100%; object-fit: contain; display: block; }
 .view .none { display: grid; justify-items: center; gap: .2rem; }
 .view .none svg { width: 1.9rem; height: 1.9rem; fill: none; stroke: currentColor;
   stroke-width: 1.6; }
@@ -160,17 +198,22 @@ nav a { display: inline-block; padding: .15rem 0; }
 .missing p.file { color: var(--open); font-weight: 600; font-size: 1rem; line-height: 1.3;
   margin-top: .45rem; }
 
-.proposal { border: 2px dashed var(--line); padding: 1rem; margin-bottom: 1rem; }
-.proposal .chain { display: flex; flex-wrap: wrap; gap: .5rem 0; list-style: none; padding: 0; }
-.proposal .chain li { border: 2px dashed var(--soft); border-radius: .4rem; padding: .2rem .5rem; }
-.proposal .chain li + li { margin-left: 1.5rem; position: relative; }
-.proposal .chain li + li::before { content: ""; position: absolute; right: 100%; top: 50%; width: 1.5rem; border-top: 2px dashed var(--soft); }
-.proposal .evidence { color: var(--soft); margin: .6rem 0 0; }
-.proposal .evidence [data-agrees="true"] { color: inherit; font-weight: 600; }
+.proposal { border-style: dashed; border-color: var(--soft); margin-bottom: 1rem; }
+.chain { display: flex; flex-wrap: wrap; gap: .6rem 0; margin-top: .8rem; }
+.chain li { border: 2px dashed var(--soft); border-radius: 8px; padding: .25rem .6rem; min-width: 0;
+  overflow-wrap: anywhere; font-size: .93rem; }
+.chain li + li { margin-left: 1.4rem; position: relative; }
+.chain li + li::before { content: ""; position: absolute; right: calc(100% + 2px); top: 1rem;
+  width: 1.4rem; border-top: 2px dashed var(--soft); }
+.evidence { color: var(--soft); margin-top: .8rem; display: grid; gap: .2rem; font-size: .93rem; }
+.evidence li { display: grid; grid-template-columns: 8.5rem 1fr; gap: .6rem; }
+.evidence .kind { font-weight: 600; white-space: nowrap; }
+.evidence [data-agrees="true"] { color: var(--ink); }
+.evidence [data-agrees="true"] .kind::after { content: " ✓"; color: var(--good); }
+.evidence [data-agrees="false"] .kind::after { content: " ✗"; color: var(--bad); }
 .rejected li { padding: .65rem 1rem; }
 .rejected li + li { border-top: 1px solid var(--line); }
 .rejected .path { font-weight: 600; }
-.rejected code { color: var(--soft); font-size: .9em; }
 .note { padding: .7rem 1rem; margin-top: .8rem; }
 .note.bad { color: var(--bad); background: var(--bad-back); border-color: var(--bad); }
 footer { color: var(--soft); font-size: .85rem; }
@@ -181,6 +224,10 @@ footer p { padding: 1.6rem 0 2.4rem; }
 }
 @media (max-width: 34rem) {
   .tick.minor span { display: none; }
+  .evidence li { grid-template-columns: 1fr; gap: 0; }
+  .sums { grid-template-columns: repeat(auto-fit, minmax(6.4rem, 1fr)); gap: .5rem; }
+  .sums > div { padding: .5rem .7rem; }
+  .sums dd { font-size: 1.1rem; }
   .view .said { position: absolute; width: 1px; height: 1px; overflow: hidden;
     clip-path: inset(50%); }
   .tag.place { bottom: auto; top: .3rem; left: .3rem; }
@@ -196,19 +243,47 @@ footer p { padding: 1.6rem 0 2.4rem; }
   .volumes .count { text-align: right; }
   .missing .view b { width: 2rem; line-height: 2rem; font-size: 1.2rem; }
 }
+@media (max-width: 23rem) {
+  .tick:not(.first):not(.last) span { display: none; }
+  .clip, .missing { grid-template-columns: 6.4rem 1fr; }
+  .day, .sequence, .job, .proposal { padding-left: .7rem; padding-right: .7rem; }
+}
+@media screen {
+  .sequence { content-visibility: auto; contain-intrinsic-size: auto 24rem; }
+  .day { content-visibility: auto; contain-intrinsic-size: auto 8rem; }
+}
 @media print {
-  @page { margin: 14mm; }
+  @page { margin: 12mm; }
   :root { --paper: #ffffff; --shadow: none; }
-  body { font-size: 9.5pt; }
+  body { font-size: 9pt; }
   * { print-color-adjust: exact; -webkit-print-color-adjust: exact; }
-  nav, .skip { display: none; }
+  nav, .skip, .find { display: none; }
   a { color: inherit; text-decoration: none; }
+  h2 { margin: 1.2rem 0 .5rem; break-after: avoid; }
+  h3, .head-line, .facts, .sequence .strip { break-after: avoid; }
+  .fold > :not(summary) { display: grid; }
   .list { display: block; }
-  .sequence { margin-bottom: 1rem; }
-  .sequence, .day, .sums > div { break-inside: avoid; }
-  .sequence.long { break-inside: auto; }
-  h2, h3 { break-after: avoid; }
-  .clips { grid-template-columns: repeat(4, 1fr); }
+  .sequence, .job, .proposal { margin-bottom: .7rem; padding: .6rem; }
+  .sequence.one { break-inside: avoid; }
+  .day, .sums > div, .clip, .missing, .attention, .volumes li { break-inside: avoid; }
+  .clips { display: block; font-size: 0; margin-top: .5rem; }
+  .clip, .missing { display: inline-block; vertical-align: top; width: 23.500%; margin: 0 1.500% .5rem 0;
+    font-size: 9pt; }
+  .lanes li { min-width: .5rem; }
+}
+@media (forced-colors: active) {
+  .panel, .sums > div, .view, .state, .find input { border: 1px solid CanvasText; }
+  .piece, .piece:last-of-type { border: 2px solid CanvasText; background: Canvas; }
+  .piece + .piece { border-left: 0; }
+  .torn, .missing .view { border: 2px dashed CanvasText; background: Canvas; clip-path: none; }
+  .torn.head { border-right: 0; } .torn.tail { border-left: 0; }
+  .lanes .tie::before { border-top-color: CanvasText; }
+  .tick { border-left-color: GrayText; }
+  .glyph, .chip .glyph { color: CanvasText; fill: currentColor; forced-color-adjust: preserve-parent-color; }
+  .tag { border: 1px solid CanvasText; }
+  .sequence:target { outline: 3px solid Highlight; }
+  .bar.dim { opacity: 1; }
+  .bar.dim .strip { visibility: hidden; }
 }
 @media (prefers-contrast: more) {
   :root { --soft: var(--ink); --line: var(--soft); }

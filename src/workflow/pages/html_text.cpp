@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 
 #include "foundation/strings.h"
 #include "workflow/system/path_characters.h"
@@ -90,19 +89,6 @@ std::string Base64(const std::vector<unsigned char>& bytes) {
     }
   }
   return text;
-}
-
-std::string SpanWords(const std::optional<double>& seconds) {
-  if (!seconds) return "unknown length";
-  if (*seconds < 59.95) return fmt::format("{:.1f} s", *seconds);
-  const double whole = std::floor(*seconds + 0.5);
-  if (whole < 3600)
-    return fmt::format("{:.0f} min {:.0f} s", std::floor(whole / 60), std::fmod(whole, 60));
-  if (whole < 86400)
-    return fmt::format("{:.0f} h {:.0f} min", std::floor(whole / 3600),
-                       std::floor(std::fmod(whole, 3600) / 60));
-  return fmt::format("{:.0f} d {:.0f} h", std::floor(whole / 86400),
-                     std::floor(std::fmod(whole, 86400) / 3600));
 }
 
 }  // namespace clipchain

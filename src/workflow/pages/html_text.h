@@ -1,30 +1,27 @@
-// Putting text that others wrote into a page, where it must stay text.
+// Puts text that others wrote into a page, where it must stay text.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace clipchain {
 
-// Text between tags or in a quoted attribute. Takes UTF-8; bytes that are none become U+FFFD.
+// Escapes text between tags or in a quoted attribute. Takes UTF-8; bytes that are none become
+// U+FFFD.
 std::string HtmlText(std::string_view text);
 
-// A path as a person can read it, as HTML: bytes that are no UTF-8 and control characters appear as
-// \xNN, characters that would turn the direction of what stands around them or show nothing as
-// \u{NNNN}.
+// Spells a path as a person can read it, as HTML: bytes that are no UTF-8 and control characters
+// appear as \xNN, characters that would turn the direction of what stands around them or show
+// nothing as \u{NNNN}.
 std::string HtmlPath(std::string_view path);
 
-// Attributes that hold a path for programs: path="…", as in JSON with U+FFFD for bytes that are no
-// UTF-8, and then path-bytes="…" with all bytes in hexadecimal. `prefix` stands in front of both
-// names.
+// Makes attributes that hold a path for programs: path="…", as in JSON with U+FFFD for bytes that
+// are no UTF-8, and then path-bytes="…" with all bytes in hexadecimal. `prefix` stands in front of
+// both names.
 std::string PathAttributes(std::string_view prefix, const std::string& path);
 
-// As RFC 4648, clause 4, has it.
+// Encodes bytes as RFC 4648, clause 4, has it.
 std::string Base64(const std::vector<unsigned char>& bytes);
-
-// "2.6 s", "12 min 4 s", "3 h 5 min", "2 d 4 h"; "unknown length" for nothing.
-std::string SpanWords(const std::optional<double>& seconds);
 
 }  // namespace clipchain

@@ -118,10 +118,11 @@ TEST_F(JoinCommand, MergesEachWholeRecording) {
   const Finished run = JoinBoth();
   EXPECT_EQ(0, run.exitCode) << run.out;
   EXPECT_EQ("", run.err);
-  EXPECT_THAT(run.out, StartsWith(" no.  date                 clips  state              plan\n"
-                                  "   1  1904-01-01 00:00:01      2  complete           -> " +
-                                  At("out/" + first) + "\n      " + At("a/1.mp4") + "\n      " +
-                                  At("b/2.mp4") + "\n   2  "));
+  EXPECT_THAT(run.out,
+              StartsWith(" no.  date                 clips       size  state              plan\n"
+                         "   1  1904-01-01 00:00:01      2     4.0 kB  complete           -> " +
+                         At("out/" + first) + "\n      " + At("a/1.mp4") + "\n      " +
+                         At("b/2.mp4") + "\n   2  "));
   EXPECT_THAT(run.out, HasSubstr("\n   1  merged "));
   EXPECT_THAT(run.out, HasSubstr("\n   2  merged "));
   EXPECT_EQ("2 merged\n", CountLine(run.out));
@@ -198,7 +199,9 @@ TEST_F(JoinCommand, TellsAboutIncompleteRecordingsAndMergesThemOnRequest) {
   PutLink("a/2.mp4", 2, 3);
   const Finished run = Join({At("a")});
   EXPECT_EQ(3, run.exitCode);
-  EXPECT_THAT(run.out, HasSubstr("   -  1904-01-01 00:00:01      2  open at tail       left out"));
+  EXPECT_THAT(
+      run.out,
+      HasSubstr("   -  1904-01-01 00:00:01      2     4.0 kB  open at tail       left out"));
   EXPECT_THAT(run.out, HasSubstr("warning: " + At("a/2.mp4") +
                                  " is continued by a clip that is missing (sequence-incomplete)"));
   EXPECT_EQ("1 incomplete left out\n", CountLine(run.out));
@@ -221,7 +224,8 @@ TEST_F(JoinCommand, LeavesSingleClipsAloneUnlessAllAreAskedFor) {
   EXPECT_THAT(LastLine(run.out), StartsWith("0 of 3 clips are in "));
   EXPECT_THAT(LastLine(run.out),
               HasSubstr("; 3 are not: 1 single (--all takes it along), 2 without identifiers\n"));
-  EXPECT_THAT(run.out, HasSubstr("note: " + At("a/3.mp4") + " has no identifiers"));
+  EXPECT_THAT(run.out,
+              HasSubstr("note: " + At("a/2.mp4") + " and 1 more clip have no identifiers"));
   EXPECT_FALSE(fs::exists(At("out")));
   EXPECT_EQ(0, Join({At("a"), "--all"}).exitCode);
   EXPECT_EQ(3u, Results().size());
@@ -513,4 +517,31 @@ TEST_F(JoinCommand, AJobOfAHostilePlanHarmsNothing) {
   EXPECT_EQ(before, support::ReadFile(clip));
   EXPECT_EQ(0, run(At("a/../a/2.mp4")));
   EXPECT_TRUE(fs::exists(At("a/2.mp4")));
+}
+
+TEST_F(JoinCommand, TellsOnceOfAllClipsWithoutIdentifiers) {
+  fs::create_directory(folder / "a");
+  for (const char* name : {"a/1.mp4", "a/2.mp4", "a/3.mp4"})
+    support::WriteFile(folder / name, support::PlainClip());
+  const Finished run = Join({At("a"), "--dry-run"});
+  EXPECT_THAT(run.out, HasSubstr("  unidentified       single clip, left alone"));
+  EXPECT_THAT(run.out, Not(HasSubstr("complete ")));
+  EXPECT_THAT(run.out, HasSubstr("1.mp4 and 2 more clips have no identifiers"));
+  const std::size_t place = run.out.find("clip-unidentified");
+  EXPECT_NE(std::string::npos, place);
+  EXPECT_EQ(place, run.out.rfind("clip-unidentified"));
+}
+
+TEST_F(JoinCommand, WritesAPageThatReplacesNothing) {
+  PutTwoRecordings();
+  EXPECT_EQ(0, JoinBoth({"--html", At("page.html")}).exitCode);
+  EXPECT_TRUE(fs::exists(At("page.html")));
+  const Finished again = JoinBoth({"--html", At("page.html")});
+  EXPECT_EQ(1, again.exitCode);
+  EXPECT_THAT(again.err, HasSubstr("exists already"));
+  EXPECT_EQ(1, JoinBoth({"--html", At("a/1.mp4")}).exitCode);
+  EXPECT_EQ(1, JoinBoth({"--html", At("out/" + first)}).exitCode);
+  EXPECT_EQ(1, JoinBoth({"--html", At("absent/page.html")}).exitCode);
+  EXPECT_EQ(0, JoinBoth({"--dry-run", "--html", At("plan.html")}).exitCode);
+  EXPECT_TRUE(fs::exists(At("plan.html")));
 }

@@ -80,8 +80,8 @@ TEST_F(Proposals, StandOnThePageAsDashedChains) {
   ASSERT_EQ(Tool({"sequences", "--html", At("page.html"), At("card")}).exitCode, 0);
   const auto bytes = support::ReadFile(folder / "page.html");
   const std::string page(bytes.begin(), bytes.end());
-  EXPECT_THAT(page,
-              HasSubstr("class=\"proposal panel\" data-grade=\"likely\" data-complete=\"true\""));
+  EXPECT_THAT(page, HasSubstr("class=\"proposal panel\" id=\"proposal-1\""));
+  EXPECT_THAT(page, HasSubstr("data-grade=\"likely\" data-complete=\"true\""));
   EXPECT_THAT(page, HasSubstr("data-kind=\"clock\" data-agrees=\"true\""));
 }
 

@@ -72,3 +72,14 @@ TEST_F(Check, KnowsTheSizeOfTheResult) {
   ASSERT_EQ(S_OK, Merge(inputs));
   EXPECT_EQ(static_cast<long long>(support::ReadFile(output).size()), report.outputSize);
 }
+
+TEST_F(Check, PromisesNoChaptersWhereNothingIsAdapted) {
+  const std::vector<std::string> inputs = {Put("a", EvenClip(1)), Put("b", EvenClip(2))};
+  clipchain::CheckOptions options = Exactly();
+  options.fitting.chapters = true;
+  const CheckReport report = clipchain::Check(inputs, options);
+  EXPECT_THAT(NamesOf(report), ElementsAre("chapters-impossible"));
+  EXPECT_TRUE(clipchain::HoldsUp(report.findings, true));
+  options.fitting.exact = false;
+  EXPECT_THAT(NamesOf(clipchain::Check(inputs, options)), ElementsAre());
+}

@@ -216,6 +216,17 @@ TEST_F(CDoor, RefusesToBeMisused) {
   clipchain_free(nullptr);
 }
 
+TEST_F(CDoor, PutsChaptersInOnlyWhereTheOptionsReachThatFar) {
+  options.chapters = 1;
+  options.overwrite = 1;
+  options.size = offsetof(clipchain_options, chapters);
+  EXPECT_EQ(CLIPCHAIN_DONE, Merge());
+  const auto without = fs::file_size(output);
+  options.size = sizeof options;
+  EXPECT_EQ(CLIPCHAIN_DONE, Merge());
+  EXPECT_GT(fs::file_size(output), without);
+}
+
 TEST_F(CDoor, SaysItsVersion) {
   EXPECT_THAT(clipchain_version(), testing::MatchesRegex("[0-9]+[.][0-9]+[.][0-9]+"));
 }

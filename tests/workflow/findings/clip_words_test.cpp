@@ -28,10 +28,10 @@ TEST(ClipWords, SpellDurations) {
 }
 
 TEST(ClipWords, NameEachStateOfASequence) {
-  EXPECT_STREQ("complete", StateWords(true, true));
-  EXPECT_STREQ("open at head", StateWords(false, true));
-  EXPECT_STREQ("open at tail", StateWords(true, false));
-  EXPECT_STREQ("open at both ends", StateWords(false, false));
+  EXPECT_STREQ("complete", StateWords(true, true, true));
+  EXPECT_STREQ("open at head", StateWords(true, false, true));
+  EXPECT_STREQ("open at tail", StateWords(true, true, false));
+  EXPECT_STREQ("open at both ends", StateWords(true, false, false));
 }
 
 TEST(Amount, TakesTheUnitThatReadsWell) {
@@ -42,4 +42,18 @@ TEST(Amount, TakesTheUnitThatReadsWell) {
   EXPECT_EQ("1.0 MB", Amount(999'950));
   EXPECT_EQ("12.3 GB", Amount(12'345'678'900));
   EXPECT_EQ("9223.4 PB", Amount(9'223'372'036'854'775'807));
+}
+
+TEST(SpanWords, TakeTheUnitsThatReadWell) {
+  EXPECT_EQ("unknown length", SpanWords({}));
+  EXPECT_EQ("0.0 s", SpanWords(0));
+  EXPECT_EQ("2.6 s", SpanWords(2.56));
+  EXPECT_EQ("59.9 s", SpanWords(59.94));
+  EXPECT_EQ("1 min 0 s", SpanWords(59.95));
+  EXPECT_EQ("12 min 4 s", SpanWords(724.4));
+  EXPECT_EQ("59 min 59 s", SpanWords(3599.4));
+  EXPECT_EQ("1 h 0 min", SpanWords(3599.5));
+  EXPECT_EQ("3 h 5 min", SpanWords(3 * 3600 + 5 * 60 + 59));
+  EXPECT_EQ("2 d 4 h", SpanWords(2 * 86400 + 4.5 * 3600));
+  EXPECT_EQ("106751991167300 d 15 h", SpanWords(9223372036854775807.0));
 }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <map>
 
+#include "adapt/chapter_box.h"
 #include "foundation/com_ptr.h"
 #include "merge/live_merge.h"
 #include "support/clip_shapes.h"
@@ -409,4 +410,33 @@ TEST_F(SampleOracle, TakesNoCountAtItsWord) {
       inputs[0] = good;
     }
   }
+}
+
+TEST_F(SampleOracle, LooksWhereChaptersBegin) {
+  const Bytes plain = MergeTwo();
+  const auto with = [&](const std::vector<Chapter>& chapters) {
+    Bytes bytes = plain;
+    const std::size_t at = FindBox(bytes, "moov");
+    std::span<const unsigned char> in(bytes.data() + at, bytes.size() - at);
+    RawBox movie;
+    EXPECT_TRUE(movie.Take(in));
+    WriteChapters(movie, chapters);
+    bytes.resize(at);
+    movie.Write(bytes);
+    return bytes;
+  };
+  const std::vector<Chapter> right = {{0, "a"}, {10'000'000, "b"}};
+  intended.chapters = {"a", "b"};
+  EXPECT_EQ("", Words(Look(with(right))));
+  ExpectFinding(plain, Message::kResultDiffers, "chpl", "does not have 2 chapters");
+  ExpectFinding(with({right[0]}), Message::kResultDiffers, "chpl", "does not have 2 chapters");
+  ExpectFinding(with({right[0], {10'000'000, "c"}}), Message::kResultDiffers, "chpl",
+                "has no chapter \"b\"");
+  EXPECT_EQ("", Words(Look(with({right[0], {10'000'001, "b"}}))));
+  for (const std::uint64_t start : {9'999'999u, 10'000'002u, 0u})
+    ExpectFinding(with({right[0], {start, "b"}}), Message::kResultDiffers, "chpl",
+                  "lets the chapter \"b\" begin");
+  // Chapters that nobody asked for are a box that the first clip does not have.
+  intended.chapters.clear();
+  EXPECT_NE("", Words(Look(with(right))));
 }

@@ -55,17 +55,3 @@ TEST(Base64, FollowsItsStandard) {
   }
   EXPECT_EQ("+/8A", Base64({0xFB, 0xFF, 0x00}));
 }
-
-TEST(SpanWords, TakeTheUnitsThatReadWell) {
-  EXPECT_EQ("unknown length", SpanWords({}));
-  EXPECT_EQ("0.0 s", SpanWords(0));
-  EXPECT_EQ("2.6 s", SpanWords(2.56));
-  EXPECT_EQ("59.9 s", SpanWords(59.94));
-  EXPECT_EQ("1 min 0 s", SpanWords(59.95));
-  EXPECT_EQ("12 min 4 s", SpanWords(724.4));
-  EXPECT_EQ("59 min 59 s", SpanWords(3599.4));
-  EXPECT_EQ("1 h 0 min", SpanWords(3599.5));
-  EXPECT_EQ("3 h 5 min", SpanWords(3 * 3600 + 5 * 60 + 59));
-  EXPECT_EQ("2 d 4 h", SpanWords(2 * 86400 + 4.5 * 3600));
-  EXPECT_EQ("106751991167300 d 15 h", SpanWords(9223372036854775807.0));
-}

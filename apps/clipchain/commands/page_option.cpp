@@ -1,0 +1,63 @@
+#include "clipchain/commands/page_option.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+
+#include "clipchain/output/finding_output.h"
+#include "clipchain/tool.h"
+#include "workflow/html_report.h"
+#include "workflow/merging/leftover_findings.h"
+#include "workflow/system/files.h"
+#include "workflow/system/text_file.h"
+
+namespace clipchain {
+
+std::string WhyNoPage(const std::string& path, bool overwrite, const FoundClips& found) {
+  for (const Volume& volume : found.volumes) {
+    for (const std::string& clip : volume.clips) {
+      if (IsSameFile(path, clip)) return "is the same file as the clip " + Shown(clip);
+    }
+  }
+  if (overwrite && Exists(path) && !IsHtmlReport(path))
+    return "is no page of clips, and is not replaced";
+  return WhyNoTextFile(path, overwrite);
+}
+
+std::string WhyNoPage(const std::string& path, const JoinPlan& plan) {
+  for (const Job& job : plan.jobs) {
+    const auto isPage = [&path](const std::string& other) { return IsSameFile(path, other); };
+    if (std::any_of(job.inputs.begin(), job.inputs.end(), isPage)) return "is one of the clips";
+    const auto place = [](const std::string& file) {
+      return std::filesystem::absolute(file).lexically_normal();
+    };
+    if (job.leftOut == LeftOut::kNo && (isPage(job.output) || place(path) == place(job.output)))
+      return "is the name of a result";
+  }
+  return WhyNoTextFile(path, false);
+}
+
+int FailPage(const std::string& path, const std::string& why) {
+  std::fputs(fmt::format("clipchain: {} {}\n", Shown(path), why).c_str(), stderr);
+  return kFailed;
+}
+
+int WritePage(const std::string& path, const std::string& text, bool overwrite) {
+  const Findings leftovers = LookForLeftovers(path, nullptr, "remove it");
+  std::fputs(FindingsText(leftovers, Paint(stderr)).c_str(), stderr);
+  const std::string why = WriteTextFile(path, text, overwrite);
+  return why.empty() ? kDone : FailPage(path, why);
+}
+
+std::string MadeWords() {
+  const std::time_t now = std::time(nullptr);
+  std::tm time{};
+  if (::localtime_r(&now, &time) == nullptr) return "";
+  return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}", time.tm_year + 1900, time.tm_mon + 1,
+                     time.tm_mday, time.tm_hour, time.tm_min);
+}
+
+}  // namespace clipchain

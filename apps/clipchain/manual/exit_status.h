@@ -1,0 +1,19 @@
+// Tells what each command ends with. The manual pages have it from here, and tests let the commands
+// end with every code that stands here.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+namespace clipchain {
+
+struct ExitStatus {
+  std::string_view command;  // "merge"; empty for the tool itself
+  int code;
+  std::string_view text;  // sentences
+};
+
+// Command by command, each with its codes in ascending order.
+std::span<const ExitStatus> ExitStatuses();
+
+}  // namespace clipchain

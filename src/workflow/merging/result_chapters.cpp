@@ -1,0 +1,49 @@
+#include "workflow/merging/result_chapters.h"
+
+#include <optional>
+#include <utility>
+
+#include "adapt/chapter_box.h"
+#include "foundation/fourcc.h"
+#include "workflow/boxes/top_level.h"
+
+namespace clipchain {
+
+namespace {
+
+// Nothing where the file has no movie box with chapters.
+std::optional<std::vector<Chapter>> ChaptersIn(FileBytes& file) {
+  TopLevel boxes;
+  if (!boxes.Read(file).empty()) return std::nullopt;
+  Bytes bytes(static_cast<std::size_t>(boxes.movie.size));
+  if (!file.Read(boxes.movie.position, bytes.data(), bytes.size())) return std::nullopt;
+  std::span<const unsigned char> in = bytes;
+  RawBox movie;
+  if (!movie.Take(in) || movie.type != FourCc("moov")) return std::nullopt;
+  return ReadChapters(movie);
+}
+
+}  // namespace
+
+std::vector<std::string> ChapterTitlesIn(FileBytes& file, std::size_t clips) {
+  std::vector<std::string> titles;
+  const auto chapters = ChaptersIn(file);
+  if (!chapters || chapters->size() != clips) return titles;
+  for (const Chapter& chapter : *chapters) titles.push_back(chapter.title);
+  return titles;
+}
+
+Fitting FittingOfResult(const std::string& result, const std::vector<std::string>& clips,
+                        const Fitting& asked) {
+  if (asked.chapters || asked.exact || clips.empty()) return asked;
+  FileBytes file(result);
+  std::vector<std::string> titles = ChapterTitlesIn(file, clips.size());
+  FileBytes first(clips.front());
+  if (titles.empty() || ChaptersIn(first)) return asked;
+  Fitting fitting = asked;
+  fitting.chapters = true;
+  fitting.titles = std::move(titles);
+  return fitting;
+}
+
+}  // namespace clipchain
