@@ -83,7 +83,7 @@ class CBox : public _tagBOX_HEADER {
   // The length of the header alone: 8, 16, 24 or 32.
   unsigned int GetBoxBaseSize() const;
   // Writes the header alone.
-  HRESULT GetBoxBaseData(unsigned char*& out, unsigned int& rest) const;
+  [[nodiscard]] HRESULT GetBoxBaseData(unsigned char*& out, unsigned int& rest) const;
   _GUID GetUsertype() const;
 
   // Appends a child, which this box then owns; null is ignored.

@@ -43,7 +43,7 @@ class CEsDescriptor : public CBaseDescriptor,
 
  private:
   template <class Data, class Number, class Url>
-  HRESULT VisitOptionalFields(Data& fields, Number visitNumber, Url visitUrl) const;
+  [[nodiscard]] HRESULT VisitOptionalFields(Data& fields, Number visitNumber, Url visitUrl) const;
 };
 
 // Object types (clause 7.2.6.6.2) whose specific info has a class of its own.

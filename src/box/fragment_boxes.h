@@ -98,7 +98,7 @@ class CTrackFragmentHeaderBox : public CFullBox, public _tagTRACK_FRAGMENT_HEADE
 
  private:
   template <class Box, class Visit>
-  static HRESULT VisitFields(Box& box, Visit visit);
+  [[nodiscard]] static HRESULT VisitFields(Box& box, Visit visit);
 };
 
 // In the file a field behind `sampleCount` is there only if its flag is set.
@@ -141,7 +141,7 @@ class CTrackRunBox : public CFullBox, public _tagTRACK_RUN_BOX {
 
  private:
   template <class Box, class Visit>
-  static HRESULT VisitFields(Box& box, Visit visit);
+  [[nodiscard]] static HRESULT VisitFields(Box& box, Visit visit);
 };
 
 // "mfra" (clause 8.8.9), the header alone.

@@ -9,10 +9,11 @@ HRESULT CQvExif::InitLibrary() {
   return S_OK;
 }
 
-void CQvExif::UnInitLibrary() { DestroyHandle(); }
+// Nobody waits for the answer, and the handle is gone in any case.
+void CQvExif::UnInitLibrary() { static_cast<void>(DestroyHandle()); }
 
 _tagEXIFL_ERR CQvExif::CreateHandle() {
-  DestroyHandle();
+  static_cast<void>(DestroyHandle());
   return EXIFL_CreateHandle(&handle);
 }
 

@@ -25,8 +25,8 @@ class CQvExif {
   // S_OK. The first of each pair is raw, the other a result code.
   [[nodiscard]] _tagEXIFL_ERR CreateHandle();
   [[nodiscard]] HRESULT CreateObject();
-  _tagEXIFL_ERR DestroyHandle();
-  HRESULT DestroyObject();
+  [[nodiscard]] _tagEXIFL_ERR DestroyHandle();
+  [[nodiscard]] HRESULT DestroyObject();
 
   bool IsDllLoaded() const;  // never: the library is linked
   static const wchar_t* GetDllName();
@@ -44,7 +44,7 @@ class CQvExif {
   [[nodiscard]] _tagEXIFL_ERR GetExifData(unsigned char* buffer, unsigned int size);
 
   // The result code for an answer of the library; E_FAIL for one that it does not define.
-  static HRESULT TransformtoHRESULT(_tagEXIFL_ERR error);
+  [[nodiscard]] static HRESULT TransformtoHRESULT(_tagEXIFL_ERR error);
 
   std::uintptr_t library = 0;     // a loaded module; none ever is
   EXIFL_HANDLE handle = nullptr;  // owned; null when none is open

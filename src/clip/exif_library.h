@@ -32,7 +32,7 @@ using EXIFL_HANDLE = EXIFL_Handle*;
 
 // The new handle belongs to the caller. EXIFL_ERR_ARGUMENT for null.
 [[nodiscard]] _tagEXIFL_ERR EXIFL_CreateHandle(EXIFL_HANDLE* handle);
-_tagEXIFL_ERR EXIFL_DestroyHandle(EXIFL_HANDLE handle);
+[[nodiscard]] _tagEXIFL_ERR EXIFL_DestroyHandle(EXIFL_HANDLE handle);
 // Forgets the data.
 [[nodiscard]] _tagEXIFL_ERR EXIFL_ResetHandle(EXIFL_HANDLE handle);
 

@@ -11,6 +11,7 @@ import layers
 import lengths
 import limits
 import messages
+import result_codes
 
 CXX, C = "c++", "cc"
 
@@ -98,6 +99,22 @@ class LayerCheck(HouseCheck):
 
     def test_refuses_to_find_nothing(self):
         self.assertNotEqual([], layers.check(self.root))
+
+
+class ResultCodeCheck(HouseCheck):
+    def faults_of(self, line):
+        self.write("src/box/a.h", line + "\n")
+        return result_codes.check(self.root)
+
+    def test_passes_codes_that_must_be_used(self):
+        self.assertEqual([], self.faults_of("  [[nodiscard]] static HRESULT Take(int a);"))
+
+    def test_passes_functions_without_a_code(self):
+        self.assertEqual([], self.faults_of("  void Take(HRESULT result);"))
+
+    def test_refuses_a_code_that_may_be_passed_over(self):
+        for line in ("HRESULT Take(int a);", "  static HRESULT Take(", "std::error_code Take();"):
+            self.assertEqual(["src/box/a.h:1: Take is not [[nodiscard]]"], self.faults_of(line))
 
 
 class LengthCheck(HouseCheck):
