@@ -28,3 +28,12 @@ if(CLIPCHAIN_SANITIZE)
                                                      -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(clipchain_options INTERFACE -fsanitize=${CLIPCHAIN_SANITIZE})
 endif()
+
+# Headers that most files of a target include are compiled once for all of them. A compiler cache
+# can't see through that and is better off without.
+function(precompile_headers target)
+  if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    list(TRANSFORM ARGN REPLACE "(.+)" "<\\1>")
+    target_precompile_headers(${target} PRIVATE ${ARGN})
+  endif()
+endfunction()

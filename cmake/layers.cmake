@@ -17,6 +17,10 @@ foreach(layer IN LISTS CLIPCHAIN_LAYERS)
   list(APPEND below clipchain_${layer})
 endforeach()
 
+if(TARGET clipchain_adapt)
+  precompile_headers(clipchain_adapt algorithm memory optional string utility vector)
+endif()
+
 # The one library that the engine rests on, behind the functions of clip/exif_library.h.
 if(TARGET clipchain_clip)
   list(APPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR})
@@ -36,6 +40,8 @@ if(TARGET clipchain_workflow)
   find_package(Nettle REQUIRED)
   find_package(Xxhash REQUIRED)
   find_package(Threads REQUIRED)
+  precompile_headers(clipchain_workflow algorithm fmt/format.h functional map memory optional string
+                     vector)
   target_link_libraries(clipchain_workflow PRIVATE fmt::fmt LibArchive::LibArchive Nettle::Nettle
                                                    Xxhash::Xxhash Threads::Threads
                                                    $<BUILD_INTERFACE:nlohmann_json::nlohmann_json>)
