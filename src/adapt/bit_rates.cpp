@@ -64,7 +64,8 @@ class FieldSearch {
   explicit FieldSearch(const Bytes& bytes) : bytes_(bytes) {}
 
   std::vector<RateField> Run() {
-    constexpr std::size_t kBeforeEntries = 8;  // version, flags and the number of entries
+    // Version, flags and the number of entries.
+    constexpr std::size_t kBeforeEntries = 8;
     if (bytes_.size() < kBeforeEntries) return {};
     const auto entries = BoxesIn(bytes_, kBeforeEntries, bytes_.size());
     if (!entries) return {};
@@ -101,14 +102,16 @@ class FieldSearch {
     constexpr unsigned int kDependsOnStream = 0x80;
     constexpr unsigned int kHasUrl = 0x40;
     constexpr unsigned int kHasClock = 0x20;
-    std::size_t at = box.body + 4;  // version and flags
+    // Version and flags.
+    std::size_t at = box.body + 4;
     if (!EnterDescriptor(bytes_, kEsTag, at, box.end) || box.end - at < 3) return;
     const unsigned int flags = bytes_[at + 2];
     at += 3;
     if ((flags & kDependsOnStream) != 0) at += 2;
     if ((flags & kHasUrl) != 0 && at < box.end) at += 1 + std::size_t{bytes_[at]};
     if ((flags & kHasClock) != 0) at += 2;
-    constexpr std::size_t kKind = 2;  // kind of object and of stream
+    // Kind of object and of stream.
+    constexpr std::size_t kKind = 2;
     if (EnterDescriptor(bytes_, kConfigTag, at, box.end)) TakeRates(at + kKind, 3, box.end);
   }
 

@@ -2,6 +2,7 @@
 
 #include "adapt/fields.h"
 #include "foundation/big_endian.h"
+#include "foundation/fourcc.h"
 
 namespace clipchain {
 
@@ -17,5 +18,7 @@ std::optional<BoxHeader> TakeBoxHeader(std::span<const unsigned char> bytes) {
   header.size = large;
   return header;
 }
+
+std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
 
 }  // namespace clipchain

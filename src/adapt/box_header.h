@@ -4,13 +4,15 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 
 namespace clipchain {
 
 // ISO/IEC 14496-12, clause 4.2.
 struct BoxHeader {
   static constexpr unsigned int kShort = 8;
-  static constexpr unsigned int kLarge = 16;  // with a size of 64 bits
+  // With a size of 64 bits.
+  static constexpr unsigned int kLarge = 16;
 
   unsigned int type = 0;
   unsigned int headerSize = kShort;
@@ -28,5 +30,8 @@ struct BoxHeader {
 // Takes the header at the start of `bytes`, which need not hold more of the file than kLarge bytes;
 // nothing where they end within it.
 std::optional<BoxHeader> TakeBoxHeader(std::span<const unsigned char> bytes);
+
+// The four characters of a type in quotation marks, for people.
+std::string Quoted(unsigned int type);
 
 }  // namespace clipchain

@@ -233,7 +233,8 @@ std::uint64_t MediaMap::Behind(std::uint64_t position) const {
 }
 
 std::optional<std::vector<RawBox>> SampleEntriesOf(const RawBox& stsd) {
-  constexpr std::size_t kFields = 8;  // version, flags and the number of entries
+  // Version, flags and the number of entries.
+  constexpr std::size_t kFields = 8;
   if (stsd.data.size() < kFields) return std::nullopt;
   std::span<const unsigned char> in = std::span(stsd.data).subspan(kFields);
   std::vector<RawBox> entries;

@@ -21,8 +21,6 @@ using QUIRVA::be64;
 constexpr const char* kCopyAgain = "copy the clip again from the card";
 constexpr std::uint64_t kBlock = 1 << 20;
 
-std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
-
 FitProblem& Refuse(FitReport& report, FitProblemKind kind, std::size_t index, std::string text,
                    std::string remedy, long long offset = -1) {
   FitProblem& problem = report.Refuse(kind, index, 0, std::move(text), std::move(remedy));

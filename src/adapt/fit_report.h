@@ -1,4 +1,4 @@
-// What fitting clips to each other does, and what it can't do.
+// Says what fitting clips to each other does, and what it can't do.
 #pragma once
 
 #include <cstddef>
@@ -61,11 +61,16 @@ enum class FitProblemKind {
 struct FitProblem {
   FitProblemKind kind;
   std::size_t clip;
-  unsigned int track = 0;  // identifier in that clip; 0 if about no one track
-  std::string text;        // the rest of a sentence that begins with the path
-  std::string remedy;      // what to do
-  std::string box{};       // where in the file: "moov/trak[1]"; may be empty
-  long long offset = -1;   // of that box or byte in the file; -1 if it has none
+  // Identifier in that clip; 0 if about no one track.
+  unsigned int track = 0;
+  // The rest of a sentence that begins with the path.
+  std::string text;
+  // What to do.
+  std::string remedy;
+  // Where in the file: "moov/trak[1]"; may be empty.
+  std::string box{};
+  // Of that box or byte in the file; -1 if it has none.
+  long long offset = -1;
 };
 
 // Whether the clips can be merged nevertheless.

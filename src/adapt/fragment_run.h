@@ -59,7 +59,8 @@ class FragmentRun {
   std::uint32_t Field(std::uint32_t index, std::size_t place) const;
 
   std::span<const unsigned char> entries_;
-  std::size_t width_ = 0;  // bytes of an entry
+  // Bytes of an entry.
+  std::size_t width_ = 0;
   std::uint32_t flags_ = 0;
   bool offsetsAreSigned_ = false;
   std::uint32_t count_ = 0;

@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "adapt/box_header.h"
 #include "adapt/fragment_clock.h"
 #include "adapt/track_headers.h"
 #include "foundation/fourcc.h"
@@ -14,8 +15,6 @@ namespace {
 
 constexpr const char* kCopyAgain = "copy the clip again from the card";
 constexpr const char* kRewrap = "rewrap the clip without fragments";
-
-std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
 
 // The one child of that type; null where there is none or more than one.
 const RawBox* OnlyChild(const RawBox& parent, unsigned int type) {

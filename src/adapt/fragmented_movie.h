@@ -21,7 +21,8 @@ namespace clipchain {
 // One track while its fragments are read.
 struct FragmentedTrack {
   std::uint32_t id = 0;
-  std::uint32_t descriptions = 0;  // entries of "stsd"
+  // Entries of "stsd".
+  std::uint32_t descriptions = 0;
   std::optional<SampleDefaults> defaults;
   TableBuilder tables;
   SampleGroups groups;
@@ -77,7 +78,8 @@ class FragmentedMovie {
   RawBox movie_;
   std::vector<MediaRange> media_;
   std::uint64_t mediaSize_ = 0;
-  std::uint64_t used_ = 0;  // bytes of media that samples of fragments have
+  // Bytes of media that samples of fragments have.
+  std::uint64_t used_ = 0;
   std::vector<FragmentedTrack> tracks_;
   std::set<unsigned int> leftOut_;
   FitProblem problem_{};

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "adapt/box_header.h"
 #include "adapt/composition_bounds.h"
 #include "adapt/sample_groups.h"
 #include "adapt/subsamples.h"
@@ -30,8 +31,6 @@ constexpr unsigned int kJoined[] = {FourCc("sgpd"), FourCc("sbgp"), FourCc("subs
                                     FourCc("cslg")};
 
 constexpr const char* kKeepClip = "keep the clip if you need what it says";
-
-std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
 
 // What of one track of all clips goes into the result.
 struct JoinedTrack {

@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "adapt/box_header.h"
 #include "adapt/engine_movie.h"
 #include "adapt/track_headers.h"
 #include "foundation/fourcc.h"
@@ -14,8 +15,6 @@
 namespace clipchain {
 
 namespace {
-
-std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
 
 Bytes Written(const RawBox& box) {
   Bytes bytes;

@@ -1,4 +1,4 @@
-// What the engine would not write as it was read: found by letting it read and write a movie box.
+// Finds what the engine would not write as it was read, by letting it read and write a movie box.
 #pragma once
 
 #include <memory>

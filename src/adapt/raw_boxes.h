@@ -37,9 +37,11 @@ class RawBox {
   void Remove(unsigned int childType);  // all children of that type
 
   unsigned int type = 0;
-  bool large = false;  // written with a size of 64 bits, whether it is needed or not
+  // Written with a size of 64 bits, whether it is needed or not.
+  bool large = false;
   std::vector<RawBox> children;
-  Bytes data;  // the body of a box without children, or what stands behind the children
+  // The body of a box without children, or what stands behind the children.
+  Bytes data;
 
  private:
   void TakeChildren(std::span<const unsigned char> body, unsigned int depth);

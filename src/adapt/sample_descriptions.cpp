@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "adapt/bit_rates.h"
+#include "adapt/box_header.h"
 #include "adapt/engine_movie.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
@@ -21,8 +22,6 @@ const RawBox* DescriptionsOf(const RawBox& track) {
   const RawBox* table = SampleTable(track);
   return table != nullptr ? table->Child(FourCc("stsd")) : nullptr;
 }
-
-std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
 
 // The first byte that differs, by its place in the entry.
 std::string DifferenceWords(const RawBox& first, const RawBox& second, const std::string& name) {

@@ -99,7 +99,8 @@ class SampleGroups {
 
   std::map<unsigned int, Kind> kinds_;
   std::set<unsigned int> leftOut_;
-  std::uint64_t samples_ = 0;  // of all parts so far
+  // Of all parts so far.
+  std::uint64_t samples_ = 0;
 };
 
 }  // namespace clipchain

@@ -20,10 +20,14 @@ constexpr int kMostPasses = 4;
 
 // Where a track of the result has come to, in ticks of the first clip's track.
 struct Place {
-  Moment media = 0;       // where the next sample is decoded
-  Moment before = 0;      // where the first sample of the clip before was
-  std::size_t clip = 0;   // the last one that has samples of the track
-  bool hasBegun = false;  // whether there is such a clip
+  // Where the next sample is decoded.
+  Moment media = 0;
+  // Where the first sample of the clip before was.
+  Moment before = 0;
+  // The last one that has samples of the track.
+  std::size_t clip = 0;
+  // Whether there is such a clip.
+  bool hasBegun = false;
 };
 
 class Walker {

@@ -23,9 +23,11 @@ class Subsamples {
  private:
   // One for each value of the flags, which say what the codec's parameters mean.
   struct Table {
-    bool isWide = false;  // version 1, in which sizes have 32 bits
+    // Version 1, in which sizes have 32 bits.
+    bool isWide = false;
     std::uint32_t entries = 0;
-    std::uint64_t last = 0;  // sample, counted from 1
+    // Sample, counted from 1.
+    std::uint64_t last = 0;
     Bytes data;
   };
 

@@ -53,7 +53,8 @@ std::int64_t Signed(std::int64_t offset) {
 template <typename See>
 bool Walk(const TrackSource& source, See see) {
   std::size_t run = 0;
-  std::uint64_t used = 0;  // samples of that run of offsets
+  // Samples of that run of offsets.
+  std::uint64_t used = 0;
   Moment decoded = 0;
   for (const TimeRun& times : source.times) {
     std::uint64_t left = times.count;

@@ -1,5 +1,5 @@
-// When the samples of a track are decoded and shown, in exact numbers (ISO/IEC 14496-12, 8.6.1 and
-// 8.6.6).
+// Tells when the samples of a track are decoded and shown, in exact numbers (ISO/IEC
+// 14496-12, 8.6.1 and 8.6.6).
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,8 @@ namespace clipchain {
 // A moment or a length of time, in units of which every usual time scale counts a whole number.
 // Nothing that 64 bits count in a scale of 32 bits leaves it.
 __extension__ using Moment = __int128;
-inline constexpr std::int64_t kUnitsASecond = 1'354'752'000'000;  // 2^16 · 3^3 · 5^6 · 7^2
+// 2^16 · 3^3 · 5^6 · 7^2.
+inline constexpr std::int64_t kUnitsASecond = 1'354'752'000'000;
 
 // Both round down. `scale`, ticks a second, must not be 0.
 Moment MomentOf(Moment ticks, std::uint32_t scale);
@@ -38,9 +39,12 @@ struct ShownStretch {
   };
 
   Kind kind = Kind::kNoList;
-  std::uint64_t delay = 0;   // ticks of the movie, before anything is shown
-  std::int64_t start = 0;    // ticks of the media; where the first part begins, whatever the kind
-  std::uint64_t length = 0;  // ticks of the movie; 0: to the end of the media
+  // Ticks of the movie, before anything is shown.
+  std::uint64_t delay = 0;
+  // Ticks of the media; where the first part begins, whatever the kind.
+  std::int64_t start = 0;
+  // Ticks of the movie; 0: to the end of the media.
+  std::uint64_t length = 0;
 
   bool IsPlain() const { return kind == Kind::kNoList || kind == Kind::kPlain; }
   bool operator==(const ShownStretch&) const = default;
@@ -63,10 +67,13 @@ struct HiddenSamples {
 // What a track says about its times.
 struct TrackSource {
   unsigned int id = 0;
-  unsigned int entryType = 0;  // of the first sample entry; 0 without one
+  // Of the first sample entry; 0 without one.
+  unsigned int entryType = 0;
   MediaKind kind = MediaKind::kOther;
-  std::uint32_t scale = 0;       // ticks a second of the media
-  std::uint32_t movieScale = 0;  // ticks a second of the movie
+  // Ticks a second of the media.
+  std::uint32_t scale = 0;
+  // Ticks a second of the movie.
+  std::uint32_t movieScale = 0;
   TimeRuns times;
   OffsetRuns offsets;
   Edits edits;
@@ -83,14 +90,21 @@ struct TrackTimes {
   std::uint32_t movieScale = 0;
   std::uint64_t samples = 0;
   // In ticks of the media, from the moment at which the first sample is decoded.
-  std::int64_t ticks = 0;       // how long all samples last
-  std::int64_t firstShown = 0;  // the earliest sample, by its composition offset
-  std::int64_t lastShown = 0;   // the latest one
-  std::int64_t endShown = 0;    // where that which ends last ends
-  std::uint32_t frame = 0;      // how long most samples last
-  std::uint32_t last = 0;       // how long the last one to be decoded lasts
+  // How long all samples last.
+  std::int64_t ticks = 0;
+  // The earliest sample, by its composition offset.
+  std::int64_t firstShown = 0;
+  // The latest one.
+  std::int64_t lastShown = 0;
+  // Where that which ends last ends.
+  std::int64_t endShown = 0;
+  // How long most samples last.
+  std::uint32_t frame = 0;
+  // How long the last one to be decoded lasts.
+  std::uint32_t last = 0;
   ShownStretch shown;
-  HiddenSamples hidden;  // of a plain stretch
+  // Of a plain stretch.
+  HiddenSamples hidden;
 
   // When the media's zero is shown in the clip alone.
   Moment Zero() const;

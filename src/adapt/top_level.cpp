@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "adapt/box_header.h"
 #include "box/box.h"
 #include "foundation/fourcc.h"
 
@@ -17,8 +18,6 @@ namespace {
 constexpr unsigned int kWithoutContent[] = {
     FourCc("free"), FourCc("skip"), FourCc("wide"), FourCc("mfra"), FourCc("moof"),
     FourCc("pdin"), FourCc("prft"), FourCc("sidx"), FourCc("ssix"), FourCc("styp")};
-
-std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
 
 std::string Listed(const std::set<unsigned int>& types) {
   std::string text;

@@ -45,7 +45,8 @@ Bytes LanguageOf(const RawBox* mdhd) {
 }
 
 TrackLook LookOf(const RawBox& track) {
-  constexpr std::size_t kBeforeName = 24;  // version, flags, kind and reserved fields of "hdlr"
+  // Version, flags, kind and reserved fields of "hdlr".
+  constexpr std::size_t kBeforeName = 24;
   TrackLook look;
   look.kind = TrackKind(track);
   look.entryType = TrackSampleEntryType(track);

@@ -1,4 +1,4 @@
-// Tracks of later clips beside those of the first one that they continue.
+// Finds the tracks of the first clip that those of later clips continue.
 #pragma once
 
 #include <memory>

@@ -1,4 +1,4 @@
-// Whether all that is on cards stands elsewhere, so that they can be erased.
+// Checks whether all that is on cards stands elsewhere, so that they can be erased.
 #pragma once
 
 #include <cstddef>
@@ -12,10 +12,14 @@
 namespace clipchain {
 
 struct CardProofOptions {
-  std::vector<std::string> cards;    // folders; all that lies below them is to be kept
-  std::vector<std::string> against;  // folders; what lies below them keeps it
-  bool clipsOnly = false;            // other files than clips are counted, and nothing else
-  bool whole = false;  // a clip is kept only if every byte of it is, not its samples alone
+  // Folders; all that lies below them is to be kept.
+  std::vector<std::string> cards;
+  // Folders; what lies below them keeps it.
+  std::vector<std::string> against;
+  // Other files than clips are counted, and nothing else.
+  bool clipsOnly = false;
+  // A clip is kept only if every byte of it is, not its samples alone.
+  bool whole = false;
   // Told how many bytes of the cards were compared; false ends the work. May be empty.
   Progress progress;
 };
@@ -29,18 +33,25 @@ struct CardProof {
   // Each file on the cards, or with `clipsOnly` each clip, stands below the folders: every byte of
   // both sides was compared, and nothing changed meanwhile.
   bool kept = false;
-  bool failed = false;  // there is no answer: the findings say why
+  // There is no answer: the findings say why.
+  bool failed = false;
   Findings findings;
-  std::size_t clips = 0;       // on the cards
-  std::size_t recordings = 0;  // that they make
+  // On the cards.
+  std::size_t clips = 0;
+  // That they make.
+  std::size_t recordings = 0;
   std::size_t withoutOtherData =
-      0;                   // clips of which a result has the samples, and nothing the rest
-  std::size_t others = 0;  // files on the cards that are no clips
-  std::vector<PathAndReason> leftAside;  // on the cards: links, pipes, devices
+      // Clips of which a result has the samples, and nothing the rest.
+      0;
+  // Files on the cards that are no clips.
+  std::size_t others = 0;
+  // On the cards: links, pipes, devices.
+  std::vector<PathAndReason> leftAside;
   // Folders that keep something on the file system of a card: files can be erased there, but not
   // the whole of it.
   std::vector<PathAndReason> besideCards;
-  std::vector<PathAndReason> notKept;  // in the order of the cards; empty if `kept`
+  // In the order of the cards; empty if `kept`.
+  std::vector<PathAndReason> notKept;
 };
 
 // Looks at every regular file below the cards, whatever its name. A clip, which is a file of whole

@@ -1,4 +1,4 @@
-// Whether clips can be merged in an order, and what a person would regret about the result.
+// Checks whether clips can be merged in an order, and what a person would regret about the result.
 #pragma once
 
 #include <cstddef>
@@ -27,12 +27,16 @@ struct CheckOptions {
 };
 
 struct CheckReport {
-  Findings findings;         // by file in the order given, what is about none of them at the end
-  std::vector<Seam> seams;   // one for each clip, the last is the end; empty if tracks do not match
-  long long outputSize = 0;  // bytes that the merged file takes, about
+  // By file in the order given, what is about none of them at the end.
+  Findings findings;
+  // One for each clip, the last is the end; empty if tracks do not match.
+  std::vector<Seam> seams;
+  // Bytes that the merged file takes, about.
+  long long outputSize = 0;
   // What a merge would do to the clips, so that they fit; empty if it takes them as they are.
   std::vector<Adapted> adaptations;
-  bool stopped = false;  // by `progress`: the findings, of which one says so, are not all
+  // By `progress`: the findings, of which one says so, are not all.
+  bool stopped = false;
 };
 
 // Reads the inputs, of their media the first timecode at most, and writes nothing. Finds all there

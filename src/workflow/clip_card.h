@@ -14,10 +14,14 @@ inline constexpr unsigned int kMostThumbnailBytes = 4u << 20;
 inline constexpr unsigned int kMostThumbnailSide = 4096;
 
 struct ClipCard {
-  unsigned int timeScale = 0;            // ticks a second; 0 if the duration is not known
-  long long duration = 0;                // of the movie, in those ticks
-  std::vector<unsigned char> thumbnail;  // a whole JPEG stream; empty without one
-  unsigned int width = 0;                // of the thumbnail, in pixels
+  // Ticks a second; 0 if the duration is not known.
+  unsigned int timeScale = 0;
+  // Of the movie, in those ticks.
+  long long duration = 0;
+  // A whole JPEG stream; empty without one.
+  std::vector<unsigned char> thumbnail;
+  // Of the thumbnail, in pixels.
+  unsigned int width = 0;
   unsigned int height = 0;
 };
 

@@ -31,18 +31,25 @@ struct BoxInfo {
 };
 
 struct ClipInfo {
-  long long size = 0;          // of the file, in bytes
-  unsigned int timeScale = 0;  // of the movie, ticks a second
-  long long duration = 0;      // of the movie, in its ticks
+  // Of the file, in bytes.
+  long long size = 0;
+  // Of the movie, ticks a second.
+  unsigned int timeScale = 0;
+  // Of the movie, in its ticks.
+  long long duration = 0;
   std::optional<MP4G::_tagSequenceTimedate> date;
   _GUID uniqueID{};
   _GUID previousID{};
   _GUID nextID{};
-  bool cameraStream = false;    // the camera's marker was seen
-  bool hasIdentifiers = false;  // the camera's identifiers were read
+  // The camera's marker was seen.
+  bool cameraStream = false;
+  // The camera's identifiers were read.
+  bool hasIdentifiers = false;
   std::vector<TrackInfo> tracks;
-  HRESULT boxesResult = S_OK;  // S_FALSE: a box is cut short, and the tree ends there
-  HRESULT analysis = S_OK;     // what kept the camera's boxes from being read whole
+  // S_FALSE: a box is cut short, and the tree ends there.
+  HRESULT boxesResult = S_OK;
+  // What kept the camera's boxes from being read whole.
+  HRESULT analysis = S_OK;
 };
 
 struct ClipInfoOptions {

@@ -1,4 +1,4 @@
-// Putting the clips of one recording in order.
+// Puts the clips of one recording in order.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// Finding the clips that a person means by a list of files and folders.
+// Finds the clips that a person means by a list of files and folders.
 #pragma once
 
 #include <string>
@@ -22,9 +22,11 @@ struct UnreadablePath {
 };
 
 struct FoundClips {
-  std::vector<Volume> volumes;  // in the order of the operands
+  // In the order of the operands.
+  std::vector<Volume> volumes;
   std::vector<UnreadablePath> unreadable;
-  bool stopped = false;  // by the progress: not all that there is was found
+  // By the progress: not all that there is was found.
+  bool stopped = false;
 };
 
 // A folder is a volume with all *.mp4, *.m4v and *.mov, in any case, that lie in it or in folders

@@ -1,4 +1,4 @@
-// What the workflow has to say about clips: one thing that is wrong, or that a person would regret.
+// Says one thing about clips: what is wrong, or what a person would regret.
 #pragma once
 
 #include <string>
@@ -33,15 +33,22 @@ CLIPCHAIN_API Severity MessageSeverity(Message message);
 
 struct Finding {
   Message message;
-  Severity severity;       // the message's own, unless the circumstances change it
-  std::string path;        // the file that it is about, bytes as named; empty if about no one file
-  unsigned int track = 0;  // identifier of the track; 0 if about no one track
-  std::string box;         // where in the file: "moov/trak[1]/mdia/minf/stbl/stsz"; may be empty
-  long long offset = -1;   // of that box or byte in the file; -1 if it has none
-  std::string text;        // what is wrong with the values on both sides, the rest of a sentence
-                           // that begins with the path
-  std::string remedy;      // what to do; may be empty
-  HRESULT result = S_OK;   // the engine's code, where there is one
+  // The message's own, unless the circumstances change it.
+  Severity severity;
+  // The file that it is about, bytes as named; empty if about no one file.
+  std::string path;
+  // Identifier of the track; 0 if about no one track.
+  unsigned int track = 0;
+  // Where in the file: "moov/trak[1]/mdia/minf/stbl/stsz"; may be empty.
+  std::string box;
+  // Of that box or byte in the file; -1 if it has none.
+  long long offset = -1;
+  // What is wrong with the values on both sides, the rest of a sentence that begins with the path.
+  std::string text;
+  // What to do; may be empty.
+  std::string remedy;
+  // The engine's code, where there is one.
+  HRESULT result = S_OK;
 };
 
 using Findings = std::vector<Finding>;

@@ -22,11 +22,16 @@ struct Fitting {
 
 // One thing that is adapted in one clip.
 struct Adapted {
-  std::string name;        // of the kind, for programs: "top-level"
-  std::string words;       // what the kind is, for people
-  std::string path;        // of the clip
-  unsigned int track = 0;  // identifier of its track; 0 if it is about no one track
-  std::string text;        // the rest of a sentence that begins with the path
+  // Of the kind, for programs: "top-level".
+  std::string name;
+  // What the kind is, for people.
+  std::string words;
+  // Of the clip.
+  std::string path;
+  // Identifier of its track; 0 if it is about no one track.
+  unsigned int track = 0;
+  // The rest of a sentence that begins with the path.
+  std::string text;
 };
 
 }  // namespace clipchain

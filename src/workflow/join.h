@@ -1,4 +1,4 @@
-// Doing what a plan says, one sequence after the other.
+// Does what a plan says, one sequence after the other.
 #pragma once
 
 #include <cstddef>
@@ -30,12 +30,18 @@ CLIPCHAIN_API std::string_view OutcomeName(Outcome outcome);
 
 struct JobReport {
   Outcome outcome = Outcome::kNotRun;
-  Findings findings;  // the plan's and those of the merge, or of the look at the output
-  std::vector<Adapted> adaptations;  // of a merge that was made now
-  long long size = 0;                // of the output, if it is there
-  long long shared = 0;              // of a merge that was made now, as it reports it
-  HRESULT result = S_OK;             // the engine's last code
-  double seconds = 0;                // that the job took
+  // The plan's and those of the merge, or of the look at the output.
+  Findings findings;
+  // Of a merge that was made now.
+  std::vector<Adapted> adaptations;
+  // Of the output, if it is there.
+  long long size = 0;
+  // Of a merge that was made now, as it reports it.
+  long long shared = 0;
+  // The engine's last code.
+  HRESULT result = S_OK;
+  // That the job took.
+  double seconds = 0;
 };
 
 // Flushes the output of a job to the disk and compares it with what its inputs give, every byte.
@@ -57,8 +63,10 @@ struct JoinOptions {
 };
 
 struct JoinReport {
-  std::vector<JobReport> jobs;  // one for each job of the plan
-  bool stopped = false;         // the progress said so
+  // One for each job of the plan.
+  std::vector<JobReport> jobs;
+  // The progress said so.
+  bool stopped = false;
 };
 
 // Runs the jobs that are not left out. One that fails does not keep the others from being run. An

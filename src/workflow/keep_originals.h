@@ -1,4 +1,4 @@
-// What is kept beside merged clips: the way back to them, and checksums.
+// Keeps beside merged clips the way back to them, and checksums.
 #pragma once
 
 #include <memory>
@@ -14,9 +14,12 @@
 namespace clipchain {
 
 struct KeepOptions {
-  bool originals = false;  // OUT.originals: all of the clips that is not in OUT
-  bool sha256 = false;     // notes the SHA-256 of each clip there, beside its XXH128
-  bool checksums = false;  // OUT.xxh: for "xxhsum -c", of OUT and of OUT.originals
+  // OUT.originals: all of the clips that is not in OUT.
+  bool originals = false;
+  // Notes the SHA-256 of each clip there, beside its XXH128.
+  bool sha256 = false;
+  // OUT.xxh: for "xxhsum -c", of OUT and of OUT.originals.
+  bool checksums = false;
 
   bool Any() const { return originals || checksums; }
 };

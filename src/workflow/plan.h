@@ -41,25 +41,38 @@ struct EarlierJoin {
 
 // One sequence.
 struct Job {
-  std::vector<std::string> inputs;                 // in the order of recording
-  std::string output;                              // what its merge writes, or would write
-  std::optional<MP4G::_tagSequenceTimedate> date;  // of the first clip
-  bool closedAtHead = true;                        // nothing is missing in front
-  bool closedAtTail = true;                        // nothing is missing behind
-  bool identified = true;                          // identifiers tell what its clips belong to
-  long long size = 0;                              // of the inputs together, in bytes
+  // In the order of recording.
+  std::vector<std::string> inputs;
+  // What its merge writes, or would write.
+  std::string output;
+  // Of the first clip.
+  std::optional<MP4G::_tagSequenceTimedate> date;
+  // Nothing is missing in front.
+  bool closedAtHead = true;
+  // Nothing is missing behind.
+  bool closedAtTail = true;
+  // Identifiers tell what its clips belong to.
+  bool identified = true;
+  // Of the inputs together, in bytes.
+  long long size = 0;
   LeftOut leftOut = LeftOut::kNo;
-  std::vector<EarlierJoin> earlier;  // in the folder of the results
-  Findings findings;                 // what is special about it, above all why it is left out
+  // In the folder of the results.
+  std::vector<EarlierJoin> earlier;
+  // What is special about it, above all why it is left out.
+  Findings findings;
   // Of clips that evidence puts together and somebody accepted: how sure that is.
   std::optional<Grade> accepted{};
-  std::string evidence{};  // of those: the sentences of what agrees
+  // Of those: the sentences of what agrees.
+  std::string evidence{};
 };
 
 struct PlanOptions {
-  std::string folder;       // where the results go
-  bool all = false;         // whole recordings of one clip, too
-  bool incomplete = false;  // incomplete recordings, too, of one clip or more
+  // Where the results go.
+  std::string folder;
+  // Whole recordings of one clip, too.
+  bool all = false;
+  // Incomplete recordings, too, of one clip or more.
+  bool incomplete = false;
   // Proposals of at least that grade become jobs; none of itself.
   std::optional<Grade> accept{};
   // Asked about each other proposal, whether it is accepted. May be empty.
@@ -72,14 +85,18 @@ struct PlanOptions {
 struct PlannedProposal {
   Proposal proposal;
   bool accepted = false;
-  std::size_t job = 0;  // index of its job, where it is accepted
+  // Index of its job, where it is accepted.
+  std::size_t job = 0;
 };
 
 struct JoinPlan {
-  std::vector<Job> jobs;  // one for each sequence or accepted proposal, in the order of the scan
+  // One for each sequence or accepted proposal, in the order of the scan.
+  std::vector<Job> jobs;
   std::vector<PlannedProposal> proposed;
-  Findings findings;     // what is about no sequence: files that could not be read or do not count
-  bool stopped = false;  // by PlanOptions::progress: there are no jobs
+  // What is about no sequence: files that could not be read or do not count.
+  Findings findings;
+  // By PlanOptions::progress: there are no jobs.
+  bool stopped = false;
 };
 
 // Makes a job of each sequence. A sequence whose clips another one has too, by identifier and size,

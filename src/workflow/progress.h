@@ -1,5 +1,5 @@
-// How far a work on clips is. One form for all of it, so that whoever draws it need not know what
-// is at work.
+// Tells how far a work on clips is. One form for all of it, so that whoever draws it need not know
+// what is at work.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// Proposing recordings whose clips carry no identifiers, from what else the clips say.
+// Proposes recordings whose clips carry no identifiers, from what else the clips say.
 #pragma once
 
 #include <cstddef>
@@ -36,18 +36,25 @@ CLIPCHAIN_API std::string_view EvidenceName(EvidenceKind kind);
 
 struct Evidence {
   EvidenceKind kind = EvidenceKind::kDescription;
-  std::optional<bool> agrees{};  // nothing: it says nothing
-  std::string text{};            // a sentence without its full stop
+  // Nothing: it says nothing.
+  std::optional<bool> agrees{};
+  // A sentence without its full stop.
+  std::string text{};
 };
 
 // Clips that were recorded in one go, as far as their evidence goes.
 struct Proposal {
   Grade grade = Grade::kPossible;
-  bool complete = true;            // nothing shows that a clip is missing
-  std::vector<std::string> clips;  // at least two, in the order of recording
-  std::vector<Evidence> evidence;  // one of each kind: of the weakest of the chain's links
-  std::optional<MP4G::_tagSequenceTimedate> date;  // of the first clip
-  std::vector<std::size_t> sequences;  // those of the scan that it consists of, in its order
+  // Nothing shows that a clip is missing.
+  bool complete = true;
+  // At least two, in the order of recording.
+  std::vector<std::string> clips;
+  // One of each kind: of the weakest of the chain's links.
+  std::vector<Evidence> evidence;
+  // Of the first clip.
+  std::optional<MP4G::_tagSequenceTimedate> date;
+  // Those of the scan that it consists of, in its order.
+  std::vector<std::size_t> sequences;
 };
 
 struct ProposeOptions {

@@ -1,4 +1,4 @@
-// A clip whose movie box was lost, made whole again by what its neighbours teach.
+// Makes a clip whole again whose movie box was lost, by what its neighbours teach.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +23,8 @@ struct RescueOptions {
   // tried, the one before it first.
   std::vector<std::string> references;
   std::string output;
-  bool overwrite = false;  // an output that exists is replaced, by the final rename only
+  // An output that exists is replaced, by the final rename only.
+  bool overwrite = false;
   Verification verification = Verification::kSeams;
   // Told about each step; false ends the work, which leaves nothing behind. May be empty.
   std::function<bool(const RescueStep&)> progress;
@@ -51,12 +52,17 @@ struct UnknownRange {
 };
 
 struct RescueReport {
-  bool done = false;                  // the output is complete, verified and on the disk
-  std::string reference;              // the clip that was learned from; empty if none fits
-  std::vector<RescuedTrack> tracks;   // those of the reference, in its order
-  std::vector<UnknownRange> unknown;  // parts of the media that hold no sample that is sure
+  // The output is complete, verified and on the disk.
+  bool done = false;
+  // The clip that was learned from; empty if none fits.
+  std::string reference;
+  // Those of the reference, in its order.
+  std::vector<RescuedTrack> tracks;
+  // Parts of the media that hold no sample that is sure.
+  std::vector<UnknownRange> unknown;
   Findings findings;
-  long long size = 0;  // of the output, in bytes; 0 unless it has its name
+  // Of the output, in bytes; 0 unless it has its name.
+  long long size = 0;
 };
 
 // Finds the samples of a clip whose movie box is missing or cut off, and writes them with new

@@ -41,13 +41,18 @@ struct SafeMergeOptions {
 };
 
 struct SafeMergeReport {
-  bool done = false;  // the output is complete, verified and on the disk
-  Findings findings;  // of the check before and of everything after
+  // The output is complete, verified and on the disk.
+  bool done = false;
+  // Of the check before and of everything after.
+  Findings findings;
   // What was done to the clips, so that they fit; empty if they were merged as they are.
   std::vector<Adapted> adaptations;
-  long long size = 0;     // of the output, in bytes; 0 unless it has its name
-  long long shared = 0;   // of them, on blocks that are the clips' too
-  HRESULT result = S_OK;  // the engine's last code
+  // Of the output, in bytes; 0 unless it has its name.
+  long long size = 0;
+  // Of them, on blocks that are the clips' too.
+  long long shared = 0;
+  // The engine's last code.
+  HRESULT result = S_OK;
 };
 
 // Checks the inputs, adapts those that do not fit as they are, merges them into a hidden file

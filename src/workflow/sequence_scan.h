@@ -1,4 +1,4 @@
-// Registering a number of clips and telling what sequences they form.
+// Registers a number of clips and tells what sequences they form.
 #pragma once
 
 #include <cstddef>
@@ -18,11 +18,16 @@ namespace clipchain {
 
 struct SequenceClip {
   std::string path;
-  unsigned int volume;  // index into the volumes that were scanned
-  _GUID id{};           // by which the clip's neighbours know it; zero if it has none
-  std::optional<MP4G::_tagSequenceTimedate> date;  // none if it is not known
-  long long size = 0;                              // of the file, in bytes
-  ClipCard card;  // duration and thumbnail, if they were asked for and could be read
+  // Index into the volumes that were scanned.
+  unsigned int volume;
+  // By which the clip's neighbours know it; zero if it has none.
+  _GUID id{};
+  // None if it is not known.
+  std::optional<MP4G::_tagSequenceTimedate> date;
+  // Of the file, in bytes.
+  long long size = 0;
+  // Duration and thumbnail, if they were asked for and could be read.
+  ClipCard card;
   // Of the clips in front and behind; zero if there is none.
   _GUID previousID{};
   _GUID nextID{};
@@ -57,25 +62,33 @@ struct RejectedClip {
 };
 
 struct ScanOptions {
-  bool salvage = false;  // join two last sequences if the timecode of one runs on from the other's
-  bool divide = false;   // cut sequences where their volume changes, sparing the first such one
-  bool lengths = false;  // read each clip's duration, which takes another look at it
-  bool cards = false;    // read its duration and its picture
+  // Join two last sequences if the timecode of one runs on from the other's.
+  bool salvage = false;
+  // Cut sequences where their volume changes, sparing the first such one.
+  bool divide = false;
+  // Read each clip's duration, which takes another look at it.
+  bool lengths = false;
+  // Read its duration and its picture.
+  bool cards = false;
   // Told before each look at a clip; false ends the scan.
   Progress progress{};
 };
 
 struct ScanReport {
-  std::vector<SequenceReport> sequences;  // roughly in the order of their dates
+  // Roughly in the order of their dates.
+  std::vector<SequenceReport> sequences;
   // Clips that could not be registered, not even as a merge takes them adapted, in order; behind
   // them those that were, and could not be read once more for their card.
   std::vector<RejectedClip> rejected;
-  bool joined = false;  // whether salvage joined two sequences
+  // Whether salvage joined two sequences.
+  bool joined = false;
   // Why it did not, where it was asked for: a sentence without its full stop.
   std::string whyNotJoined{};
-  HRESULT salvaged = S_OK;  // what kept salvage from reading a timecode
+  // What kept salvage from reading a timecode.
+  HRESULT salvaged = S_OK;
   HRESULT divided = S_OK;
-  bool stopped = false;  // by `progress`: nothing else is told
+  // By `progress`: nothing else is told.
+  bool stopped = false;
 };
 
 // Registers the clips volume by volume. Salvage runs before the division.

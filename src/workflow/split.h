@@ -1,4 +1,4 @@
-// The clips of a merged file, made again byte for byte.
+// Makes the clips of a merged file again, byte for byte.
 #pragma once
 
 #include <string>
@@ -19,15 +19,20 @@ struct SplitOptions {
 };
 
 struct SplitClip {
-  std::string path;   // of the clip that was made, or would have been
-  bool made = false;  // it is there, complete, verified and on the disk
+  // Of the clip that was made, or would have been.
+  std::string path;
+  // It is there, complete, verified and on the disk.
+  bool made = false;
   long long size = 0;
 };
 
 struct SplitReport {
-  bool done = false;             // all clips were made
-  bool partly = false;           // the merged file is damaged, and all that could be made was made
-  std::vector<SplitClip> clips;  // empty where the archive could not be used
+  // All clips were made.
+  bool done = false;
+  // The merged file is damaged, and all that could be made was made.
+  bool partly = false;
+  // Empty where the archive could not be used.
+  std::vector<SplitClip> clips;
   Findings findings;
 };
 

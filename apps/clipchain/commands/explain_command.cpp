@@ -26,7 +26,7 @@ int Run(const std::vector<std::string>& names) {
     if (!text) {
       std::fputs(fmt::format("clipchain: there is no message {}; its name stands in parentheses "
                              "behind it\n",
-                             Shown(name))
+                             PrintablePath(name))
                      .c_str(),
                  stderr);
       exitCode = kFailed;

@@ -23,8 +23,10 @@ CLI::Option* AddJobOption(CLI::App& command, std::vector<std::string>& values);
 bool FindJob(const std::vector<std::string>& values, Job& job);
 
 struct JobResult {
-  SafeMergeReport merge;  // done if the output is complete, verified and on the disk
-  bool already = false;   // it was there before
+  // Done if the output is complete, verified and on the disk.
+  SafeMergeReport merge;
+  // It was there before.
+  bool already = false;
 };
 
 // Merges, unless the output is there already and is what the job would give. The output that

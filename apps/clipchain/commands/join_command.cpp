@@ -26,6 +26,7 @@
 #include "clipchain/terminal/standard_output.h"
 #include "clipchain/terminal/stop_signals.h"
 #include "clipchain/tool.h"
+#include "workflow/findings/clip_words.h"
 #include "workflow/html_join.h"
 #include "workflow/join.h"
 #include "workflow/joining/rescued_clips.h"
@@ -116,8 +117,7 @@ int WriteJobs(const JoinCommand& command, JoinPlan plan) {
   PrintPlan(command, plan);
   if (!command.json) {
     const std::size_t jobs = CountJobs(plan);
-    Print(
-        fmt::format("\n{} {} in {}\n", jobs, jobs == 1 ? "job" : "jobs", Shown(command.planFile)));
+    Print(fmt::format("\n{} in {}\n", Counted(jobs, "job"), PrintablePath(command.planFile)));
   }
   return code;
 }

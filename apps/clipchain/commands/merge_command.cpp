@@ -68,7 +68,7 @@ std::string ReportJson(const MergeOptions& options, const JobResult& result, dou
 
 std::string SharedText(const SafeMergeReport& report) {
   if (report.shared == 0) return "";
-  return fmt::format("  shared with the clips: {}\n", Amount(report.shared));
+  return fmt::format("  shared with the clips: {}\n", FormatBytes(report.shared));
 }
 
 // What a merge that failed leaves; nothing where a finding says more.
@@ -104,14 +104,15 @@ void PrintReport(const MergeOptions& options, const JobResult& result, double se
   }
   if (options.quiet) return;
   if (result.already) {
-    print(fmt::format("{} is there already, {}\n", Shown(options.merge.check.output),
-                      Amount(report.size)));
+    print(fmt::format("{} is there already, {}\n", PrintablePath(options.merge.check.output),
+                      FormatBytes(report.size)));
     return;
   }
   const std::size_t clips = options.inputs.size();
-  const std::string name = IsStream(options) ? kStandardOutput : Shown(options.merge.check.output);
-  print(fmt::format("merged {} {} into {}: {} in {:.2f} s\n", clips, clips == 1 ? "clip" : "clips",
-                    name, Amount(report.size), seconds) +
+  const std::string name =
+      IsStream(options) ? kStandardOutput : PrintablePath(options.merge.check.output);
+  print(fmt::format("merged {} into {}: {} in {:.2f} s\n", Counted(clips, "clip"), name,
+                    FormatBytes(report.size), seconds) +
         SharedText(report) + AdaptationsText(report.adaptations, "  adapted", clips));
 }
 

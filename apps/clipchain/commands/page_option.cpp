@@ -19,7 +19,7 @@ namespace clipchain {
 std::string WhyNoPage(const std::string& path, bool overwrite, const FoundClips& found) {
   for (const Volume& volume : found.volumes) {
     for (const std::string& clip : volume.clips) {
-      if (IsSameFile(path, clip)) return "is the same file as the clip " + Shown(clip);
+      if (IsSameFile(path, clip)) return "is the same file as the clip " + PrintablePath(clip);
     }
   }
   if (overwrite && Exists(path) && !IsHtmlReport(path))
@@ -41,7 +41,7 @@ std::string WhyNoPage(const std::string& path, const JoinPlan& plan) {
 }
 
 int FailPage(const std::string& path, const std::string& why) {
-  std::fputs(fmt::format("clipchain: {} {}\n", Shown(path), why).c_str(), stderr);
+  std::fputs(fmt::format("clipchain: {} {}\n", PrintablePath(path), why).c_str(), stderr);
   return kFailed;
 }
 

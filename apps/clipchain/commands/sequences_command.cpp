@@ -87,7 +87,8 @@ int Run(const SequencesOptions& options) {
             WritePage(options.html, HtmlReport(found, report, page, proposals), options.overwrite);
         failed != kDone)
       return failed;
-    if (!options.json && !options.quiet) Print(fmt::format("report: {}\n", Shown(options.html)));
+    if (!options.json && !options.quiet)
+      Print(fmt::format("report: {}\n", PrintablePath(options.html)));
   }
   const bool whole = found.unreadable.empty() && report.rejected.empty() &&
                      report.salvaged == S_OK && report.divided == S_OK;

@@ -36,7 +36,7 @@ struct VerifyCommand {
 };
 
 int FailPage(const std::string& path, const std::string& why) {
-  std::fputs(fmt::format("clipchain: {} {}\n", Shown(path), why).c_str(), stderr);
+  std::fputs(fmt::format("clipchain: {} {}\n", PrintablePath(path), why).c_str(), stderr);
   return kFailed;
 }
 
@@ -46,7 +46,7 @@ std::string WhyNoPage(const VerifyCommand& command) {
   std::filesystem::path folder = std::filesystem::canonical(FolderOf(command.html), error);
   while (!error) {
     for (const std::string& card : command.proof.cards) {
-      if (IsSameFile(folder, card)) return "would lie on the card " + Shown(card);
+      if (IsSameFile(folder, card)) return "would lie on the card " + PrintablePath(card);
     }
     if (folder == folder.parent_path()) break;
     folder = folder.parent_path();
@@ -61,8 +61,8 @@ CardProof ProveWithProgress(const CardProofOptions& options) {
   proof.progress = [&line](const Step& step) {
     if (line.IsDue()) {
       const long long percent = step.current / (step.total / 100 + 1);
-      line.ShowText(fmt::format("comparing {} of {}  {} %", Amount(step.current),
-                                Amount(step.total), percent));
+      line.ShowText(fmt::format("comparing {} of {}  {} %", FormatBytes(step.current),
+                                FormatBytes(step.total), percent));
     }
     return StopSignal() == 0;
   };

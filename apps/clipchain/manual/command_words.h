@@ -13,12 +13,17 @@ class Option;
 namespace clipchain {
 
 struct OptionWords {
-  std::vector<std::string> names;  // "-o", "--output"; none for an operand
-  std::string value;               // "OUT", "seams|full"; empty for a flag
-  std::string text;                // a phrase without a full stop
-  std::string standard;            // the value that counts where the option is not given, if told
+  // "-o", "--output"; none for an operand.
+  std::vector<std::string> names;
+  // "OUT", "seams|full"; empty for a flag.
+  std::string value;
+  // A phrase without a full stop.
+  std::string text;
+  // The value that counts where the option is not given, if told.
+  std::string standard;
   bool required = false;
-  bool repeated = false;  // takes any number of values
+  // Takes any number of values.
+  bool repeated = false;
 };
 
 struct CommandWords {

@@ -1,4 +1,4 @@
-// How --help looks: what each command takes, in lines that fit a terminal, and examples.
+// Sets the text of --help: what each command takes, in lines that fit a terminal, and examples.
 #pragma once
 
 namespace CLI {

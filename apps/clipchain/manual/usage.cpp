@@ -43,7 +43,7 @@ std::string UsageText(const CLI::App& tool, const CLI::ParseError& error, int co
       text = fmt::format("there is no command {}; there are {}", first, CommandList(tool, "and"));
     }
   }
-  return fmt::format("clipchain: {}\nRun with --help for more information.\n", Shown(text));
+  return fmt::format("clipchain: {}\nRun with --help for more information.\n", PrintablePath(text));
 }
 
 }  // namespace clipchain

@@ -1,4 +1,4 @@
-// What is wrong with a command line, in words.
+// Says what is wrong with a command line.
 #pragma once
 
 #include <string>

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <set>
 
+#include "workflow/findings/clip_words.h"
+
 namespace clipchain {
 
 namespace {
@@ -25,9 +27,8 @@ std::string AdaptationsText(const std::vector<Adapted>& adaptations, const std::
   std::set<std::string> told;
   for (const Adapted& adapted : adaptations) {
     if (!told.insert(adapted.name).second) continue;
-    text +=
-        fmt::format("{}: {} ({}, {} of {} {})\n", lead, adapted.words, adapted.name,
-                    CountClips(adaptations, adapted.name), clips, clips == 1 ? "clip" : "clips");
+    text += fmt::format("{}: {} ({}, {} of {})\n", lead, adapted.words, adapted.name,
+                        CountClips(adaptations, adapted.name), Counted(clips, "clip"));
   }
   return text;
 }

@@ -14,13 +14,10 @@ namespace clipchain {
 
 namespace {
 
-std::ptrdiff_t CountOf(const Findings& findings, Severity severity) {
-  return std::count_if(findings.begin(), findings.end(),
-                       [severity](const Finding& f) { return f.severity == severity; });
-}
-
-std::string Counted(std::ptrdiff_t count, std::string_view what) {
-  return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+std::size_t CountOf(const Findings& findings, Severity severity) {
+  return static_cast<std::size_t>(
+      std::count_if(findings.begin(), findings.end(),
+                    [severity](const Finding& f) { return f.severity == severity; }));
 }
 
 // The heaviest thing that was found.
@@ -39,7 +36,7 @@ std::string SummaryText(const std::vector<std::string>& inputs, const CheckRepor
   }
   text += found.empty() ? "nothing speaks against a merge" : found;
   if (CountOf(report.findings, Severity::kRefusal) == 0)
-    text += fmt::format("; the merged file takes {}", Amount(report.outputSize));
+    text += fmt::format("; the merged file takes {}", FormatBytes(report.outputSize));
   return text + '\n';
 }
 
@@ -51,7 +48,7 @@ std::string CheckText(const std::vector<std::string>& inputs, const CheckReport&
   if (inputs.size() > 1 && !report.seams.empty()) {
     text += fmt::format("{:>12}  {}\n", "drift", "behind");
     for (const Seam& seam : report.seams) {
-      text += fmt::format("{:>9.1f} ms  {}\n", seam.milliseconds, Shown(inputs[seam.clip]));
+      text += fmt::format("{:>9.1f} ms  {}\n", seam.milliseconds, PrintablePath(inputs[seam.clip]));
     }
   }
   const bool fits = !HoldsUp(report.findings, false);

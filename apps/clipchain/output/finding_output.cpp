@@ -21,7 +21,7 @@ bool NamesTrack(const Finding& finding) {
 std::string PlaceText(const Finding& finding) {
   std::string text;
   if (finding.track != 0 && !NamesTrack(finding)) text = fmt::format("track {}", finding.track);
-  if (!finding.box.empty()) text += (text.empty() ? "" : ", ") + Shown(finding.box);
+  if (!finding.box.empty()) text += (text.empty() ? "" : ", ") + PrintablePath(finding.box);
   if (finding.offset >= 0)
     text += fmt::format("{}at byte {}", text.empty() ? "" : " ", finding.offset);
   return text.empty() ? "" : ": " + text;
@@ -37,7 +37,7 @@ std::string SeverityWord(Severity severity, const Paint& paint) {
 }  // namespace
 
 std::string FindingText(const Finding& finding, const Paint& paint) {
-  const std::string path = finding.path.empty() ? "" : Shown(finding.path) + ' ';
+  const std::string path = finding.path.empty() ? "" : PrintablePath(finding.path) + ' ';
   std::string text = fmt::format("{} {}{}{} ({})\n", SeverityWord(finding.severity, paint), path,
                                  finding.text, PlaceText(finding), MessageName(finding.message));
   if (!finding.remedy.empty()) text += fmt::format("  {}\n", finding.remedy);

@@ -104,7 +104,7 @@ std::string Indent(unsigned int depth) {
 void InfoText::Begin(const std::string& path, const ClipInfo& info) {
   const char* const yes = "yes";
   const char* const no = "no";
-  Print(fmt::format("{}{}\n", first_ ? "" : "\n", Shown(path)));
+  Print(fmt::format("{}{}\n", first_ ? "" : "\n", PrintablePath(path)));
   first_ = false;
   const auto add = [](const char* what, const std::string& value) {
     Print(fmt::format("  {:<16}  {}\n", what, value));

@@ -61,7 +61,8 @@ class InfoJson : public InfoOutput {
 
   const bool isArray_;
   bool first_ = true;
-  unsigned int depth_ = 0;  // of the box before, plus 1; 0 without one
+  // Of the box before, plus 1; 0 without one.
+  unsigned int depth_ = 0;
 };
 
 }  // namespace clipchain

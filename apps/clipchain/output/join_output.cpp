@@ -23,7 +23,7 @@ namespace {
 std::string Intent(const Job& job) {
   switch (job.leftOut) {
     case LeftOut::kNo:
-      return "-> " + Shown(job.output);
+      return "-> " + PrintablePath(job.output);
     case LeftOut::kSingle:
       return "single clip, left alone";
     case LeftOut::kIncomplete:
@@ -154,7 +154,7 @@ std::string KeptText(const JoinPlan& plan, const JoinReport& report, const std::
   clips += unreadable;
   if (unreadable != 0) others["that can't be read"] += unreadable;
   std::string text = fmt::format("{} of {} {} in {}", kept, clips,
-                                 clips == 1 ? "clip is" : "clips are", Shown(folder));
+                                 clips == 1 ? "clip is" : "clips are", PrintablePath(folder));
   if (others.empty()) return text;
   text += fmt::format("; {} {} not: ", clips - kept, clips - kept == 1 ? "is" : "are");
   std::string_view separator;
@@ -193,10 +193,11 @@ std::string PlanTable(const JoinPlan& plan, const Paint& paint) {
   std::size_t number = 0;
   for (const Job& job : plan.jobs) {
     text += fmt::format("{:>4}  {:19}  {:>5}  {:>9}  {}  {}\n", NumberOf(job, number),
-                        DateWords(job.date), job.inputs.size(), Amount(job.size),
+                        DateWords(job.date), job.inputs.size(), FormatBytes(job.size),
                         StateCell(job.identified, job.closedAtHead, job.closedAtTail, paint),
                         Intent(job));
-    for (const std::string& input : job.inputs) text += fmt::format("      {}\n", Shown(input));
+    for (const std::string& input : job.inputs)
+      text += fmt::format("      {}\n", PrintablePath(input));
     text += Indented(job.findings, paint);
   }
   std::vector<Proposal> open;
@@ -216,8 +217,9 @@ std::string JoinTable(const JoinPlan& plan, const JoinReport& report, const std:
     if (number == 0)
       text += fmt::format("\n{:>4}  {:13}  {:>9}  {}\n", "no.", "result", "size", "file");
     const std::string outcome = fmt::format("{:13}", OutcomeName(job.outcome));
-    text += fmt::format("{:>4}  {}  {:>9}  {}\n", ++number, paint(ColourOf(job.outcome), outcome),
-                        job.size > 0 ? Amount(job.size) : "-", Shown(plan.jobs[i].output));
+    text +=
+        fmt::format("{:>4}  {}  {:>9}  {}\n", ++number, paint(ColourOf(job.outcome), outcome),
+                    job.size > 0 ? FormatBytes(job.size) : "-", PrintablePath(plan.jobs[i].output));
     text += AdaptationsText(job.adaptations, "      adapted", plan.jobs[i].inputs.size());
     // What the plan had to say stands in its own table.
     const auto planned = static_cast<std::ptrdiff_t>(plan.jobs[i].findings.size());

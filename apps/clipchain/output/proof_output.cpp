@@ -11,15 +11,16 @@ namespace clipchain {
 std::string ProofText(const CardProofOptions& options, const CardProof& proof, const Paint& paint) {
   std::string text;
   for (const PathAndReason& path : proof.leftAside)
-    text += fmt::format("passed over: {} {}\n", Shown(path.path), path.reason);
+    text += fmt::format("passed over: {} {}\n", PrintablePath(path.path), path.reason);
   if (!proof.leftAside.empty())
-    text += fmt::format("{} passed over\n", CountWords(proof.leftAside.size(), "path"));
+    text += fmt::format("{} passed over\n", Counted(proof.leftAside.size(), "path"));
   for (const PathAndReason& path : proof.notKept) {
-    text +=
-        fmt::format("{}: {}: {}\n", paint(Colour::kBad, "not kept"), Shown(path.path), path.reason);
+    text += fmt::format("{}: {}: {}\n", paint(Colour::kBad, "not kept"), PrintablePath(path.path),
+                        path.reason);
   }
   for (const PathAndReason& path : proof.besideCards)
-    text += fmt::format("{}: {} {}\n", paint(Colour::kNote, "note"), Shown(path.path), path.reason);
+    text += fmt::format("{}: {} {}\n", paint(Colour::kNote, "note"), PrintablePath(path.path),
+                        path.reason);
   const Colour colour = proof.kept ? Colour::kGood : Colour::kBad;
   return text + paint(colour, ProofSumWords(options, proof)) + '\n';
 }
@@ -30,10 +31,10 @@ std::string SplitText(const SplitReport& report) {
   for (const SplitClip& clip : report.clips) {
     if (!clip.made) continue;
     ++made;
-    text += fmt::format("{:>10}  {}\n", Amount(clip.size), Shown(clip.path));
+    text += fmt::format("{:>10}  {}\n", FormatBytes(clip.size), PrintablePath(clip.path));
   }
   if (made == 0) return "";
-  return text + fmt::format("made {} of {}\n", made, CountWords(report.clips.size(), "clip"));
+  return text + fmt::format("made {} of {}\n", made, Counted(report.clips.size(), "clip"));
 }
 
 }  // namespace clipchain

@@ -19,7 +19,8 @@ std::string ProposalText(const Proposal& proposal, const Paint& paint) {
                   paint(ColourOf(proposal.grade), fmt::format("{:>9}", GradeName(proposal.grade))),
                   DateWords(proposal.date), proposal.clips.size(),
                   proposal.complete ? "complete" : paint(Colour::kWarning, "a clip is missing"));
-  for (const std::string& clip : proposal.clips) text += fmt::format("      {}\n", Shown(clip));
+  for (const std::string& clip : proposal.clips)
+    text += fmt::format("      {}\n", PrintablePath(clip));
   for (const Evidence& evidence : proposal.evidence) {
     if (evidence.agrees) text += fmt::format("        {}\n", evidence.text);
   }

@@ -31,15 +31,15 @@ Json TrackJson(const RescuedTrack& track) {
 std::string RescueText(const std::string& broken, const std::string& output,
                        const RescueReport& report) {
   if (!report.done) return "";
-  std::string text =
-      fmt::format("rescued {} by what {} teaches\n", Shown(broken), Shown(report.reference));
+  std::string text = fmt::format("rescued {} by what {} teaches\n", PrintablePath(broken),
+                                 PrintablePath(report.reference));
   for (const RescuedTrack& track : report.tracks) {
     if (track.samples == 0) continue;
-    text +=
-        fmt::format("  track {} ({}): {} samples, {:.2f} s, {}, found by {}\n", track.id,
-                    track.format, track.samples, track.seconds, Amount(track.bytes), track.method);
+    text += fmt::format("  track {} ({}): {} samples, {:.2f} s, {}, found by {}\n", track.id,
+                        track.format, track.samples, track.seconds, FormatBytes(track.bytes),
+                        track.method);
   }
-  text += fmt::format("wrote {}: {}\n", Shown(output), Amount(report.size));
+  text += fmt::format("wrote {}: {}\n", PrintablePath(output), FormatBytes(report.size));
   return text;
 }
 

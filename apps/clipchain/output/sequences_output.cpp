@@ -28,7 +28,7 @@ void AddCards(const FoundClips& found, std::string& text) {
   for (std::size_t i = 0; i < found.volumes.size(); ++i) {
     const std::string& folder = found.volumes[i].folder;
     text += fmt::format("card {}: {}\n", i + 1,
-                        folder.empty() ? "files named one by one" : Shown(folder));
+                        folder.empty() ? "files named one by one" : PrintablePath(folder));
   }
   text += '\n';
 }
@@ -38,12 +38,13 @@ void AddRejected(const FoundClips& found, const ScanReport& report, const Paint&
   if (found.unreadable.empty() && report.rejected.empty()) return;
   text += paint(Colour::kBad, "not registered:") + '\n';
   for (const UnreadablePath& path : found.unreadable) {
-    text += fmt::format("  {} {}\n", Shown(path.path), path.reason);
+    text += fmt::format("  {} {}\n", PrintablePath(path.path), path.reason);
   }
   const MissingEnds ends(report);
   for (const RejectedClip& clip : report.rejected) {
     const Finding why = WhyNoClip(clip.path, clip.result).front();
-    text += fmt::format("  {} {} ({})\n", Shown(clip.path), why.text, MessageName(why.message));
+    text +=
+        fmt::format("  {} {} ({})\n", PrintablePath(clip.path), why.text, MessageName(why.message));
     if (const auto end = ends.Of(clip.path))
       text += fmt::format("    perhaps the missing end of recording {}\n", *end + 1);
     if (!why.remedy.empty()) text += fmt::format("    {}\n", why.remedy);
@@ -71,7 +72,8 @@ std::string Row(const SequenceReport& sequence, std::size_t number, const Paint&
   const auto seconds = Seconds(sequence);
   std::string row = fmt::format(
       "{:>4}  {:19}  {:>5}  {:>11}  {:>9}  {}  {}", number, DateWords(sequence.date),
-      sequence.clips.size(), seconds ? SpanWords(seconds) : "unknown", Amount(SizeOf(sequence)),
+      sequence.clips.size(), seconds ? SpanWords(seconds) : "unknown",
+      FormatBytes(SizeOf(sequence)),
       StateCell(IsIdentified(sequence), sequence.closedAtHead, sequence.closedAtTail, paint),
       CardNumbers(sequence.volumes));
   if (sequence.copyOf)
@@ -168,7 +170,7 @@ std::string SequencesTable(const FoundClips& found, const ScanReport& report,
   for (const SequenceReport& sequence : report.sequences) {
     text += Row(sequence, ++number, paint);
     for (const SequenceClip& clip : sequence.clips) {
-      text += fmt::format("      {}\n", Shown(clip.path));
+      text += fmt::format("      {}\n", PrintablePath(clip.path));
     }
   }
   text += ProposalsText(proposals, paint);

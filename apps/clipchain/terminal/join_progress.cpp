@@ -31,7 +31,7 @@ bool JoinProgress::Show(const Step& step) {
   state.clips = static_cast<unsigned int>(step.jobs);
   state.phase = PhaseWords(step.phase);
   if (step.job > 0 && step.job <= files_.size())
-    state.name = Shown(std::filesystem::path(files_[step.job - 1]).filename().string());
+    state.name = PrintablePath(std::filesystem::path(files_[step.job - 1]).filename().string());
   state.done = step.current;
   state.total = step.total;
   line_.Show(state);

@@ -29,7 +29,7 @@ std::function<bool(const Leftover&)> LeftoverQuestion(bool always, bool forProgr
     line.Clear();
     return AskYesNo(
         fmt::format("{} was left behind by a run that was killed, with {} in it. Remove it? [y/N] ",
-                    Shown(leftover.path), Amount(leftover.size)));
+                    PrintablePath(leftover.path), FormatBytes(leftover.size)));
   };
 }
 

@@ -75,13 +75,14 @@ std::string CopyText(const CopyState& state, std::size_t columns) {
   const std::string what = state.verifying
                                ? "verifying"
                                : fmt::format("{} {} of {}", state.unit, state.clip, state.clips);
-  const std::vector<Part> parts = {{what, 1},
-                                   {state.phase, 2},
-                                   {CutText(state.name, kWidestName), 4},
-                                   {fmt::format("{} of {}", Amount(done), Amount(state.total)), 5},
-                                   {fmt::format("{} %", percent), 0},
-                                   {fmt::format("{}/s", Amount(static_cast<long long>(rate))), 6},
-                                   {fmt::format("{} left", TimeLeft(state)), 3}};
+  const std::vector<Part> parts = {
+      {what, 1},
+      {state.phase, 2},
+      {CutText(state.name, kWidestName), 4},
+      {fmt::format("{} of {}", FormatBytes(done), FormatBytes(state.total)), 5},
+      {fmt::format("{} %", percent), 0},
+      {fmt::format("{}/s", FormatBytes(static_cast<long long>(rate))), 6},
+      {fmt::format("{} left", TimeLeft(state)), 3}};
   int highest = 6;
   while (highest > 0 && WidthOf(Joined(parts, highest)) > columns) --highest;
   return Joined(parts, highest);

@@ -8,15 +8,21 @@
 namespace clipchain {
 
 struct CopyState {
-  unsigned int clip = 0;  // the one at work, from 1
+  // The one at work, from 1.
+  unsigned int clip = 0;
   unsigned int clips = 0;
-  long long done = 0;  // bytes, of all clips
+  // Bytes, of all clips.
+  long long done = 0;
   long long total = 0;
-  double seconds = 0;  // since the start of the phase
+  // Since the start of the phase.
+  double seconds = 0;
   bool verifying = false;
-  const char* unit = "clip";  // what is counted
-  const char* phase = "";     // what is done with a recording
-  std::string name{};         // of its file
+  // What is counted.
+  const char* unit = "clip";
+  // What is done with a recording.
+  const char* phase = "";
+  // Of its file.
+  std::string name{};
 };
 
 // "clip 2 of 3  154.3 MB of 355.0 MB  43 %  210.4 MB/s  0:01 left", with "verifying" for the clip

@@ -110,9 +110,12 @@ class Counter {
   std::span<const unsigned char> bytes_;
   std::size_t at_ = 0;
   std::size_t count_ = 0;
-  std::size_t size_ = 0;    // of the box whose header was taken
-  unsigned int type_ = 0;   // of it
-  std::size_t fields_ = 0;  // where it goes on behind its header
+  // Of the box whose header was taken.
+  std::size_t size_ = 0;
+  // Of it.
+  unsigned int type_ = 0;
+  // Where it goes on behind its header.
+  std::size_t fields_ = 0;
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-// How many boxes a tree will have, before anything is parsed.
+// Counts the boxes that a tree will have, before anything is parsed.
 #pragma once
 
 #include <cstddef>

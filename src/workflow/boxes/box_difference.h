@@ -1,4 +1,4 @@
-// Where two boxes differ first, in words.
+// Says where two boxes differ first.
 #pragma once
 
 #include <optional>
@@ -9,10 +9,12 @@
 namespace clipchain {
 
 struct BoxDifference {
-  const MP4G::CBox* box = nullptr;  // of the second tree: the first box that differs, or its parent
-                                    // where it is missing
-  std::string field;                // "width"; "byte 41" where the field has no name here
-  std::string first;                // the values on both sides; "nothing" where there is none
+  // Of the second tree: the first box that differs, or its parent where it is missing.
+  const MP4G::CBox* box = nullptr;
+  // "width"; "byte 41" where the field has no name here.
+  std::string field;
+  // The values on both sides; "nothing" where there is none.
+  std::string first;
   std::string second;
 };
 

@@ -1,4 +1,4 @@
-// Names for the fields of the boxes that describe samples.
+// Names the fields of the boxes that describe samples.
 #pragma once
 
 #include <cstddef>

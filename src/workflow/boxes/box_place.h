@@ -1,4 +1,4 @@
-// Where a box stands: its path through the tree and its position in the file.
+// Finds where a box stands: its path through the tree and its position in the file.
 #pragma once
 
 #include <map>

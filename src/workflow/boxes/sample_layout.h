@@ -1,4 +1,4 @@
-// Where the samples of a track lie, and what its tables add up to: read off the tables one entry
+// Finds where the samples of a track lie, and what its tables add up to, off the tables one entry
 // after the other, as any player would. Made for checking what the engine made of them, and
 // therefore without its readers.
 #pragma once
@@ -49,14 +49,22 @@ class SampleLayout {
 
 // What the clips' tracks must sum up to. Tables that are missing count as empty.
 struct TrackSums {
-  unsigned long long samples = 0;       // of "stsz" or "stz2"
-  unsigned long long chunks = 0;        // of "stco" or "co64"
-  unsigned long long timedSamples = 0;  // of "stts"
-  unsigned long long ticks = 0;         // of "stts"
-  unsigned long long duration = 0;      // of "mdhd"
-  unsigned long long offsets = 0;       // samples of "ctts"
-  unsigned long long syncSamples = 0;   // of "stss"
-  unsigned long long dependencies = 0;  // of "sdtp"
+  // Of "stsz" or "stz2".
+  unsigned long long samples = 0;
+  // Of "stco" or "co64".
+  unsigned long long chunks = 0;
+  // Of "stts".
+  unsigned long long timedSamples = 0;
+  // Of "stts".
+  unsigned long long ticks = 0;
+  // Of "mdhd".
+  unsigned long long duration = 0;
+  // Samples of "ctts".
+  unsigned long long offsets = 0;
+  // Of "stss".
+  unsigned long long syncSamples = 0;
+  // Of "sdtp".
+  unsigned long long dependencies = 0;
 };
 
 TrackSums SumsOf(MP4G::CTrackBox* track);

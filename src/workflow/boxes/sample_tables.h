@@ -1,4 +1,4 @@
-// The tables of one track, looked up once.
+// Looks up the tables of one track, once.
 #pragma once
 
 #include <cstdint>

@@ -31,7 +31,8 @@ std::string TopLevel::Read(FileBytes& file) {
   constexpr Number kLargestMovie = 0xFFFFFFFF;
   const Number end = file.Size();
   unsigned int before = 0;
-  unsigned int block = 0;  // that the box before tells
+  // That the box before tells.
+  unsigned int block = 0;
   for (Number at = 0; at < end;) {
     const auto found = ReadBoxHeader(file, at);
     if (!found) return fmt::format("can't be read back at byte {}", at);

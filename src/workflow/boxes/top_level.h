@@ -1,4 +1,4 @@
-// The top level of a merged file, read box by box.
+// Reads the top level of a merged file, box by box.
 #pragma once
 
 #include <string>

@@ -213,7 +213,7 @@ class CheckRun {
     if (isNew) return;
     findings.Add(Message::kSameInputTwice,
                  fmt::format("is the same file as {}, clip {} of the list",
-                             Shown(inputs_[place->second]), place->second + 1),
+                             PrintablePath(inputs_[place->second]), place->second + 1),
                  "name each clip once");
   }
 

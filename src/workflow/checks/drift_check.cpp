@@ -19,11 +19,13 @@ constexpr const char* kKeepInStep =
 
 // Of the tracks of a clip: when each is shown, or nothing.
 using Moments = std::vector<std::optional<Moment>>;
-using Tracks = std::vector<std::size_t>;  // by index
+// By index.
+using Tracks = std::vector<std::size_t>;
 
 struct Spread {
   double milliseconds = 0;
-  std::size_t early = 0;  // the track that is farthest ahead
+  // The track that is farthest ahead.
+  std::size_t early = 0;
   std::size_t late = 0;
 };
 

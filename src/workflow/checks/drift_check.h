@@ -1,4 +1,4 @@
-// How far picture and sound are apart where clips are appended.
+// Measures how far picture and sound are apart where clips are appended.
 #pragma once
 
 #include <vector>
@@ -10,7 +10,8 @@
 namespace clipchain {
 
 // Above the first a person may notice, above the second everybody does.
-inline constexpr double kNoticeableDrift = 40;  // milliseconds
+// Milliseconds.
+inline constexpr double kNoticeableDrift = 40;
 inline constexpr double kDisturbingDrift = 80;
 
 // How far sound and picture of the result are apart where each clip ends; nothing if the clips do

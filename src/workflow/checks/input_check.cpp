@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "adapt/box_header.h"
 #include "workflow/boxes/box_place.h"
 #include "workflow/findings/rewrap.h"
 
@@ -15,8 +16,6 @@ constexpr const char* kCopyAgain =
     "copy the clip again from the card; \"clipchain rescue\" finds what is left of one that is cut "
     "off";
 constexpr const char* kRewrapIt = "rewrap it with a tool that writes plain MP4 files";
-
-std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
 
 Finding& AddRefusal(FileFindings& findings, Message message, std::string text, std::string remedy,
                     HRESULT result) {

@@ -1,4 +1,4 @@
-// Whether the engine can read one input at all, and what of its media is there.
+// Checks whether the engine can read one input at all, and what of its media is there.
 #pragma once
 
 #include "workflow/clips/clip_file.h"

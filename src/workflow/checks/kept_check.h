@@ -1,4 +1,4 @@
-// What of a movie box the engine does not keep.
+// Finds what of a movie box the engine does not keep.
 #pragma once
 
 #include "workflow/clips/clip_file.h"

@@ -1,4 +1,4 @@
-// What a merge drops of later clips because it keeps the boxes of the first one.
+// Finds what a merge drops of later clips because it keeps the boxes of the first one.
 #pragma once
 
 #include <string>

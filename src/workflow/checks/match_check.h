@@ -1,4 +1,4 @@
-// Whether an input fits the first one, by the engine's rules.
+// Checks whether an input fits the first one, by the engine's rules.
 #pragma once
 
 #include <string>

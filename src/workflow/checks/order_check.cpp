@@ -182,7 +182,7 @@ class OrderCheck {
     return names;
   }
 
-  std::string Name(std::size_t index) const { return Shown(findings_[index].Path()); }
+  std::string Name(std::size_t index) const { return PrintablePath(findings_[index].Path()); }
 
   // Where a timecode lies in the day, in frames, be they counted or told in hours, minutes, seconds
   // and frames.

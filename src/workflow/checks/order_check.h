@@ -1,4 +1,4 @@
-// Whether the clips are given in the order in which they were recorded.
+// Checks whether the clips are given in the order in which they were recorded.
 #pragma once
 
 #include <cstddef>

@@ -28,14 +28,16 @@ constexpr long long kMost = std::numeric_limits<long long>::max();
 std::string WhyNoFileFits(const std::string& folder) {
   struct stat status;
   if (::stat(folder.c_str(), &status) != 0)
-    return errno == ENOENT ? fmt::format("there is no folder {}", Shown(folder)) : ErrorText(errno);
-  if (!S_ISDIR(status.st_mode)) return fmt::format("{} is no folder", Shown(folder));
+    return errno == ENOENT ? fmt::format("there is no folder {}", PrintablePath(folder))
+                           : ErrorText(errno);
+  if (!S_ISDIR(status.st_mode)) return fmt::format("{} is no folder", PrintablePath(folder));
   if (::access(folder.c_str(), W_OK | X_OK) != 0)
-    return fmt::format("the folder {} can't be written: {}", Shown(folder), ErrorText(errno));
+    return fmt::format("the folder {} can't be written: {}", PrintablePath(folder),
+                       ErrorText(errno));
   // It is opened to flush what was put into it.
   if (::access(folder.c_str(), R_OK) == 0) return "";
   return fmt::format("the folder {} can't be read, and so not flushed to the disk: {}",
-                     Shown(folder), ErrorText(errno));
+                     PrintablePath(folder), ErrorText(errno));
 }
 
 OutputFault FaultOfLink(const std::string& output) {
@@ -45,9 +47,9 @@ OutputFault FaultOfLink(const std::string& output) {
   const std::filesystem::path end = std::filesystem::weakly_canonical(folder / target, error);
   struct stat status;
   const bool leadsToFile = ::stat(output.c_str(), &status) != 0 || S_ISREG(status.st_mode);
-  return {fmt::format("it is a link to {}", Shown(target.string())),
+  return {fmt::format("it is a link to {}", PrintablePath(target.string())),
           leadsToFile && !error
-              ? fmt::format("name {} itself, or remove the link", Shown(end.string()))
+              ? fmt::format("name {} itself, or remove the link", PrintablePath(end.string()))
               : "name a file"};
 }
 
@@ -108,8 +110,8 @@ std::optional<OutputFault> WhyIrreplaceable(const std::string& output) {
   if (::lstat(output.c_str(), &status) != 0) return std::nullopt;
   if (S_ISLNK(status.st_mode)) return FaultOfLink(output);
   if (S_ISDIR(status.st_mode))
-    return OutputFault{"it is a folder",
-                       fmt::format("name a file in it, such as {}/merged.mp4", Shown(output))};
+    return OutputFault{"it is a folder", fmt::format("name a file in it, such as {}/merged.mp4",
+                                                     PrintablePath(output))};
   if (!S_ISREG(status.st_mode))
     return OutputFault{S_ISFIFO(status.st_mode)   ? "it is a pipe"
                        : S_ISSOCK(status.st_mode) ? "it is a socket"
@@ -129,7 +131,7 @@ void CheckOutput(const std::string& output, bool overwrite, const std::vector<st
   const std::optional<OutputFault> fault = WhyIrreplaceable(output);
   if (same != inputs.end()) {
     findings
-        .Add(Message::kOutputIsInput, "is the same file as the input " + Shown(*same),
+        .Add(Message::kOutputIsInput, "is the same file as the input " + PrintablePath(*same),
              "choose another name for the output")
         .result = MP4G_E_OUTPUT_OPEN;
   } else if (fault) {
@@ -153,7 +155,7 @@ void CheckSpace(long long bytes, const OutputPlace& place, FileFindings& finding
     findings
         .Add(Message::kTooLittleSpace,
              fmt::format("would take {} bytes, and {} are free in {}", bytes, place.freeBytes,
-                         Shown(place.folder)),
+                         PrintablePath(place.folder)),
              fmt::format("make room for {} bytes more, or choose another disk",
                          bytes - place.freeBytes))
         .result = MP4G_E_OUTPUT_WRITE;
@@ -162,7 +164,7 @@ void CheckSpace(long long bytes, const OutputPlace& place, FileFindings& finding
     findings
         .Add(Message::kTooLargeForFolder,
              fmt::format("would take {} bytes, and a file in {} may have {}", bytes,
-                         Shown(place.folder), place.largestFile),
+                         PrintablePath(place.folder), place.largestFile),
              "choose a disk with another file system, or a higher limit for files")
         .result = MP4G_E_OUTPUT_WRITE;
   }

@@ -1,4 +1,4 @@
-// Whether the output of a merge can be written where it is to be written.
+// Checks whether the output of a merge can be written where it is to be written.
 #pragma once
 
 #include <optional>
@@ -12,9 +12,12 @@ namespace clipchain {
 // What the system says about the folder of the output.
 struct OutputPlace {
   std::string folder;
-  std::string whyUnwritable;   // empty if nothing speaks against it
-  long long freeBytes = -1;    // that this user may fill; -1 if that is not known
-  long long largestFile = -1;  // bytes that a file there may have; -1 if that is not known
+  // Empty if nothing speaks against it.
+  std::string whyUnwritable;
+  // That this user may fill; -1 if that is not known.
+  long long freeBytes = -1;
+  // Bytes that a file there may have; -1 if that is not known.
+  long long largestFile = -1;
 };
 
 OutputPlace PlaceOf(const std::string& output);

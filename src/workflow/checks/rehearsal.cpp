@@ -70,7 +70,7 @@ void Rehearsal::Take(std::unique_ptr<ClipFile>& clip, FileFindings& findings) {
     TakeFirst(std::move(clip), findings);
     return;
   }
-  pairs_ = CheckMatch(first_->Movie(), Shown(first_->Path()), clip->Movie(), findings);
+  pairs_ = CheckMatch(first_->Movie(), PrintablePath(first_->Path()), clip->Movie(), findings);
   if (complete_ && !findings.Refused() && CanSpellOutSizes(findings)) Merge(*clip, findings);
   complete_ = complete_ && !findings.Refused();
 }
@@ -174,7 +174,7 @@ void Rehearsal::CheckDuration(const MP4G::CFullBox* box, std::uint64_t duration,
       Message::kDurationTooLong,
       fmt::format("takes the duration in \"{}\" to {}, and that box of {}, version {}, holds {} at "
                   "most",
-                  FourCcText(box->header->type), duration, Shown(first_->Path()),
+                  FourCcText(box->header->type), duration, PrintablePath(first_->Path()),
                   unsigned{box->fullHeader->version}, kLargest32Bits),
       kFewer);
   finding.box = places.PathOf(*box);

@@ -60,14 +60,18 @@ class Rehearsal {
   void CheckMovie(std::span<const unsigned char> bytes, FileFindings& findings);
 
   long long memoryLimit_;
-  long long memory_ = 0;     // that the boxes taken so far need, about
-  long long boxMemory_ = 0;  // what the boxes of the clip at hand take by themselves
+  // That the boxes taken so far need, about.
+  long long memory_ = 0;
+  // What the boxes of the clip at hand take by themselves.
+  long long boxMemory_ = 0;
   std::unique_ptr<ClipFile> first_;
   MP4G::CMovieAssembly assembly_;
   bool complete_ = true;
   std::vector<TrackPair> pairs_;
-  std::map<const MP4G::CTrackBox*, std::uint64_t> samples_;  // of each track so far
-  std::set<const MP4G::CBox*> reported_;                     // that were spoken of once
+  // Of each track so far.
+  std::map<const MP4G::CTrackBox*, std::uint64_t> samples_;
+  // That were spoken of once.
+  std::set<const MP4G::CBox*> reported_;
   long long mediaBytes_ = 0;
   long long movieBytes_ = 0;
 };

@@ -1,4 +1,4 @@
-// Whether one track's tables agree with each other and with the media.
+// Checks whether one track's tables agree with each other and with the media.
 #pragma once
 
 #include "box/structural_boxes.h"

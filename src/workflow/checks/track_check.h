@@ -1,4 +1,4 @@
-// Whether a track fits the track that it is to continue.
+// Checks whether a track fits the track that it is to continue.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// Why a file is no clip that can be read.
+// Tells why a file is no clip that can be read.
 #pragma once
 
 #include <string>

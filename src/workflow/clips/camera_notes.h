@@ -16,7 +16,8 @@ struct CameraNotes {
   HRESULT result = S_OK;
   bool cameraStream = false;
   bool hasIdentifiers = false;
-  _GUID id{};  // zero without identifiers
+  // Zero without identifiers.
+  _GUID id{};
   _GUID previous{};
   _GUID next{};
   // The movie header's date stands in for the camera's, which may be behind the damage. Nothing for

@@ -68,7 +68,8 @@ class FolderSearch {
   Volume& volume_;
   const fs::path except_;
   const Progress& progress_;
-  std::size_t before_ = 0;  // clips of other volumes
+  // Clips of other volumes.
+  std::size_t before_ = 0;
 };
 
 }  // namespace

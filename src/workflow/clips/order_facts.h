@@ -19,8 +19,10 @@ struct ClipTimecode {
 
 struct OrderFacts {
   std::optional<FileIdentity> file;
-  _GUID id{};        // zero without identifiers
-  _GUID previous{};  // zero: nothing stands in front
+  // Zero without identifiers.
+  _GUID id{};
+  // Zero: nothing stands in front.
+  _GUID previous{};
   _GUID next{};
   std::optional<MP4G::_tagSequenceTimedate> date;
   std::optional<ClipTimecode> timecode;

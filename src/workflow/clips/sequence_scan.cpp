@@ -131,7 +131,8 @@ std::string WhyNotSalvaged(const MP4G::CSequenceCreator& creator) {
                      : "neither recording says that a clip follows it";
 }
 
-using ClipKey = std::pair<std::string, long long>;  // identifier and size
+// Identifier and size.
+using ClipKey = std::pair<std::string, long long>;
 
 // Copies of recordings that are complete, or have more clips, or stand in front.
 void FindCopies(std::vector<SequenceReport>& sequences) {

@@ -14,9 +14,11 @@ namespace clipchain {
 
 struct TrackFacts {
   unsigned int id = 0;
-  unsigned int entryType = 0;  // of the first sample entry; 0 without one
+  // Of the first sample entry; 0 without one.
+  unsigned int entryType = 0;
   MediaKind kind = MediaKind::kOther;
-  unsigned int timeScale = 0;  // ticks a second; 0 without a media header
+  // Ticks a second; 0 without a media header.
+  unsigned int timeScale = 0;
   std::uint64_t samples = 0;
 };
 

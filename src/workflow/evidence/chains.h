@@ -1,4 +1,5 @@
-// Which links hold where clips could be linked in several ways, and the chains that they make.
+// Chooses the links that hold where clips could be linked in several ways, and makes chains of
+// them.
 #pragma once
 
 #include <cstddef>
@@ -18,8 +19,10 @@ struct UnitLink {
 
 struct Chain {
   std::vector<std::size_t> units;
-  std::vector<UnitLink> links;  // one less than units
-  bool isUnclear = false;       // at an end it could go on in several ways
+  // One less than units.
+  std::vector<UnitLink> links;
+  // At an end it could go on in several ways.
+  bool isUnclear = false;
 };
 
 // Takes the strongest links first. Where two of the same strength lead from one unit, or to one,

@@ -19,7 +19,8 @@ constexpr std::uint64_t kLastNumber = 9999;
 struct Run {
   std::size_t at = 0;
   std::size_t width = 0;
-  std::uint64_t value = 0;  // of a run of up to 9 digits
+  // Of a run of up to 9 digits.
+  std::uint64_t value = 0;
   bool isDate = false;
 };
 
@@ -131,7 +132,8 @@ bool DifferInOne(std::string_view a, std::string_view b, Run& first, Run& second
 
 std::vector<NextName> NamesBehind(std::string_view name, unsigned int step) {
   std::vector<NextName> names;
-  bool hasNumber = false;  // of a recording, in front of the run
+  // Of a recording, in front of the run.
+  bool hasNumber = false;
   for (const Run& run : RunsOf(name)) {
     if (!MayRun(run)) continue;
     if (const std::size_t digits = ChapterDigits(run); digits != 0) {

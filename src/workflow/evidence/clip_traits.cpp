@@ -33,7 +33,8 @@ constexpr long long kMostMovieBytes = 1LL << 31;
 // A picture of a time-lapse is shown for a while; a sample that lasts longer holds more.
 constexpr Nanoseconds kLongestPicture = 60 * kSecond;
 constexpr Nanoseconds kFewestFrames = kSecond / 24;
-constexpr double kLongestClip = 1e7;  // seconds; what is longer is no duration
+// Seconds; what is longer is no duration.
+constexpr double kLongestClip = 1e7;
 
 // Two sums that share nothing but their form, eight bytes at a time.
 std::array<std::uint64_t, 2> DigestOf(std::span<const unsigned char> bytes) {

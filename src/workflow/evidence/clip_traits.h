@@ -16,12 +16,15 @@ inline constexpr Nanoseconds kSecond = 1'000'000'000;
 
 // Timecodes as numbers of frames since midnight.
 struct TimecodeTraits {
-  std::int64_t first = 0;  // of the first picture
+  // Of the first picture.
+  std::int64_t first = 0;
   // Of the picture behind the last one; two numbers where the clip ends within a frame of the code.
   std::int64_t earliestEnd = 0;
   std::int64_t latestEnd = 0;
-  std::int64_t day = 0;          // frames of a day, at which the count begins anew
-  unsigned framesPerSecond = 0;  // as the code counts them
+  // Frames of a day, at which the count begins anew.
+  std::int64_t day = 0;
+  // As the code counts them.
+  unsigned framesPerSecond = 0;
 };
 
 // The body of a leaf box that may be an identifier, without up to 4 leading bytes.
@@ -38,19 +41,27 @@ struct MediaClockTraits {
 
 struct ClipTraits {
   std::string path{};
-  unsigned int volume = 0;    // the card that it lies on
-  long long size = 0;         // of the file, in bytes
-  std::string description{};  // equal in clips that fit each other
-  bool isPicture = false;     // its video is a single picture
+  // The card that it lies on.
+  unsigned int volume = 0;
+  // Of the file, in bytes.
+  long long size = 0;
+  // Equal in clips that fit each other.
+  std::string description{};
+  // Its video is a single picture.
+  bool isPicture = false;
   // Tell a movie box from any other one.
   std::array<std::uint64_t, 2> movieDigest{};
-  std::optional<Nanoseconds> length{};  // of the video, if it is known
-  Nanoseconds frame = 0;                // of one picture, on average
-  std::uint64_t created = 0;            // seconds since the start of 1904; 0 if nothing is noted
+  // Of the video, if it is known.
+  std::optional<Nanoseconds> length{};
+  // Of one picture, on average.
+  Nanoseconds frame = 0;
+  // Seconds since the start of 1904; 0 if nothing is noted.
+  std::uint64_t created = 0;
   std::optional<TimecodeTraits> timecode{};
   std::vector<PlacedValue> values{};
   std::optional<MediaClockTraits> mediaClock{};
-  std::optional<Nanoseconds> written{};  // the system's time of the last change of the file
+  // The system's time of the last change of the file.
+  std::optional<Nanoseconds> written{};
 };
 
 // Nothing where there is no movie box that can be read.

@@ -137,7 +137,7 @@ ClockVerdict JudgeByCustom(const FamilyClip& first, const FamilyClip& second, Cu
   ClockVerdict verdict;
   verdict.custom = custom;
   verdict.rises = *second.time > *first.time;
-  const std::string names[] = {Shown(first.name), Shown(second.name)};
+  const std::string names[] = {PrintablePath(first.name), PrintablePath(second.name)};
   if (custom == Custom::kOne) {
     verdict.evidence.agrees = first.time == second.time;
     verdict.evidence.text =
@@ -242,7 +242,7 @@ ClockVerdict JudgeClock(const Family& family, std::size_t before, std::size_t be
   const FamilyClip& second = family.clips[behind];
   for (const FamilyClip* clip : {&first, &second}) {
     if (!clip->time)
-      return Silent(verdict, fmt::format("the time in {} says nothing", Shown(clip->name)));
+      return Silent(verdict, fmt::format("the time in {} says nothing", PrintablePath(clip->name)));
   }
   verdict.custom = CustomFor(family, before, behind);
   verdict.rises = *second.time > *first.time;
@@ -258,7 +258,7 @@ ClockVerdict JudgeClock(const Family& family, std::size_t before, std::size_t be
   verdict.evidence.agrees = false;
   verdict.evidence.text = fmt::format(
       "{} is not of the time at which {} ends, whichever moment of a clip its time is of",
-      Shown(second.name), Shown(first.name));
+      PrintablePath(second.name), PrintablePath(first.name));
   return verdict;
 }
 

@@ -34,7 +34,8 @@ struct ClockVerdict {
   ClockCustom custom = ClockCustom::kUnknown;
   // What is missing between both clips is as long as the first one.
   bool gapIsClip = false;
-  bool rises = false;  // the second clip's time is the later one
+  // The second clip's time is the later one.
+  bool rises = false;
 };
 
 ClockVerdict JudgeClock(const Family& family, std::size_t before, std::size_t behind);

@@ -28,21 +28,27 @@ enum class ClockCustom {
 struct Limit {
   enum class Kind { kCommonSize, kMinutes, kSharedLength, kSharedSize, kWideSize };
   Kind kind = Kind::kCommonSize;
-  std::int64_t least = 0;  // in bytes, or in billionths of a second
+  // In bytes, or in billionths of a second.
+  std::int64_t least = 0;
   std::int64_t most = 0;
-  std::string words{};               // "4 GiB"
-  std::vector<std::size_t> clips{};  // of the card that stop there
+  // "4 GiB".
+  std::string words{};
+  // Of the card that stop there.
+  std::vector<std::size_t> clips{};
 };
 
 // A value at one place, in the clips of one card.
 struct ValueFacts {
   std::vector<std::size_t> clips{};
-  std::size_t ends = 0;      // of the clips: those that stop at no limit
-  std::size_t followed = 0;  // of the clips: those whose number is followed by that of another one
+  // Of the clips: those that stop at no limit.
+  std::size_t ends = 0;
+  // Of the clips: those whose number is followed by that of another one.
+  std::size_t followed = 0;
 };
 struct PlaceFacts {
   std::unordered_map<std::string, ValueFacts> values{};
-  bool formsRecordings = false;  // clips that belong together by other evidence share a value
+  // Clips that belong together by other evidence share a value.
+  bool formsRecordings = false;
 };
 
 // Clips of one description on one card.
@@ -53,8 +59,10 @@ struct FamilyCard {
   ClockCustom custom = ClockCustom::kUnknown;
   // Those that it may be: where it is known, that one.
   std::vector<ClockCustom> customs{};
-  bool timecodesAlike = false;  // all begin with the same one
-  bool timecodeCounts = false;  // it runs on over clips that everything else separates
+  // All begin with the same one.
+  bool timecodesAlike = false;
+  // It runs on over clips that everything else separates.
+  bool timecodeCounts = false;
   std::unordered_map<std::string, PlaceFacts> places{};
 };
 
@@ -66,18 +74,25 @@ struct NextClip {
 
 struct FamilyClip {
   const ClipTraits* traits = nullptr;
-  std::size_t unit = 0;  // what it is an end of: a clip alone, or a sequence that is open
+  // What it is an end of: a clip alone, or a sequence that is open.
+  std::size_t unit = 0;
   bool mayFollow = true;
   bool mayBeFollowed = true;
   std::size_t card = 0;
   std::string folder{};
   std::string name{};
-  std::vector<std::pair<std::string, std::string>> copies{};  // folders and names of others of it
-  std::optional<std::int64_t> time{};  // in seconds; nothing where the creation time says nothing
-  bool stops = false;                  // at a limit of its card
-  bool isRenumbered = false;           // the numbers in its folder follow no camera's order
-  std::vector<NextClip> next{};        // by number
-  std::vector<NextClip> nextButOne{};  // with a number between
+  // Folders and names of others of it.
+  std::vector<std::pair<std::string, std::string>> copies{};
+  // In seconds; nothing where the creation time says nothing.
+  std::optional<std::int64_t> time{};
+  // At a limit of its card.
+  bool stops = false;
+  // The numbers in its folder follow no camera's order.
+  bool isRenumbered = false;
+  // By number.
+  std::vector<NextClip> next{};
+  // With a number between.
+  std::vector<NextClip> nextButOne{};
 };
 
 // Clips by the moment at which they would have to begin for one to continue the other.

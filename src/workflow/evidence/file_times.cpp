@@ -13,7 +13,8 @@ Evidence JudgeFileTimes(const Family& family, std::size_t before, std::size_t be
   Evidence evidence{EvidenceKind::kFileTimes};
   const ClipTraits& first = family.Traits(before);
   const ClipTraits& second = family.Traits(behind);
-  const std::string names[] = {Shown(family.clips[before].name), Shown(family.clips[behind].name)};
+  const std::string names[] = {PrintablePath(family.clips[before].name),
+                               PrintablePath(family.clips[behind].name)};
   evidence.text = fmt::format("the times of the files {} and {} say nothing", names[0], names[1]);
   if (!first.written || !second.written || !second.length) return evidence;
   // A file was written last when its recording ended.

@@ -87,7 +87,8 @@ IdentityVerdict JudgeIdentity(const Family& family, std::size_t before, std::siz
   Evidence& evidence = verdict.evidence;
   const FamilyCard& firstCard = family.CardOf(before);
   const FamilyCard& secondCard = family.CardOf(behind);
-  const std::string names[] = {Shown(family.clips[before].name), Shown(family.clips[behind].name)};
+  const std::string names[] = {PrintablePath(family.clips[before].name),
+                               PrintablePath(family.clips[behind].name)};
   std::string equal;
   std::string different;
   ForEachPlace(family.Traits(before), family.Traits(behind),
@@ -105,11 +106,11 @@ IdentityVerdict JudgeIdentity(const Family& family, std::size_t before, std::siz
   if (!different.empty()) {
     evidence.agrees = false;
     evidence.text = fmt::format("{} and {} differ in {}, which is equal in other recordings",
-                                names[0], names[1], Shown(different));
+                                names[0], names[1], PrintablePath(different));
   } else if (!equal.empty()) {
     evidence.agrees = true;
     evidence.text = fmt::format("{} and {} have the same value in {}, other clips another one",
-                                names[0], names[1], Shown(equal));
+                                names[0], names[1], PrintablePath(equal));
   } else {
     evidence.text = "no value tells one recording from another";
   }

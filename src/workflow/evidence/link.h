@@ -1,4 +1,4 @@
-// Whether one clip continues another, by all kinds of evidence together.
+// Tells whether one clip continues another, by all kinds of evidence together.
 #pragma once
 
 #include <array>
@@ -19,8 +19,10 @@ using LinkEvidence = std::array<Evidence, kEvidenceKinds>;
 // How much speaks for a link: links are compared by it, the first field first.
 struct LinkStrength {
   Grade grade = Grade::kPossible;
-  bool isDirect = true;       // no clip is missing in between
-  unsigned int agreeing = 0;  // kinds of evidence, those that only support left out
+  // No clip is missing in between.
+  bool isDirect = true;
+  // Kinds of evidence, those that only support left out.
+  unsigned int agreeing = 0;
   bool isChapter = false;
   auto operator<=>(const LinkStrength&) const = default;
 };

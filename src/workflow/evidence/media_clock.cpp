@@ -23,10 +23,10 @@ Evidence JudgeMediaClock(const Family& family, std::size_t before, std::size_t b
   const Nanoseconds gap = second->first - first->last;
   const Nanoseconds slack = kClockSlack + std::abs(rest);
   evidence.agrees = gap >= -kClockSlack && gap <= slack;
-  evidence.text =
-      fmt::format("the first time stamp in {} is {:.1f} s {} the last one in {}",
-                  Shown(family.clips[behind].name), static_cast<double>(std::abs(gap)) / kSecond,
-                  gap < 0 ? "before" : "after", Shown(family.clips[before].name));
+  evidence.text = fmt::format(
+      "the first time stamp in {} is {:.1f} s {} the last one in {}",
+      PrintablePath(family.clips[behind].name), static_cast<double>(std::abs(gap)) / kSecond,
+      gap < 0 ? "before" : "after", PrintablePath(family.clips[before].name));
   return evidence;
 }
 

@@ -24,9 +24,12 @@ class MissingEnds {
 
  private:
   struct Folder {
-    std::size_t open = 0;    // recordings that end there, and are continued
-    std::size_t last = 0;    // index of one of them
-    std::size_t broken = 0;  // clips that can't be read
+    // Recordings that end there, and are continued.
+    std::size_t open = 0;
+    // Index of one of them.
+    std::size_t last = 0;
+    // Clips that can't be read.
+    std::size_t broken = 0;
   };
 
   std::map<std::string, Folder> folders_;

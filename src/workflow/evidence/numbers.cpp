@@ -23,7 +23,7 @@ NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_
   NumbersVerdict verdict;
   const FamilyClip& first = family.clips[before];
   const FamilyClip& second = family.clips[behind];
-  const std::string names[] = {Shown(first.name), Shown(second.name)};
+  const std::string names[] = {PrintablePath(first.name), PrintablePath(second.name)};
   const auto find = [behind](const std::vector<NextClip>& next) {
     const auto found = std::find_if(
         next.begin(), next.end(), [behind](const NextClip& other) { return other.clip == behind; });

@@ -8,8 +8,10 @@ namespace clipchain {
 
 struct NumbersVerdict {
   Evidence evidence{EvidenceKind::kNumbers};
-  bool skipsOne = false;   // the number between both is left out
-  bool isChapter = false;  // what runs on counts the chapters of a recording
+  // The number between both is left out.
+  bool skipsOne = false;
+  // What runs on counts the chapters of a recording.
+  bool isChapter = false;
 };
 
 // `clockRises`: the second clip is the later one, so that its number should not be lower.

@@ -27,10 +27,14 @@ constexpr std::int64_t kMinutes[] = {1, 2, 3, 5, 10, 15, 20, 30};
 
 // What the clips of a card measure.
 struct Measures {
-  std::int64_t largest = 0;    // in bytes
-  Nanoseconds longest = 0;     // 0: no length is known
-  Nanoseconds frame = 0;       // of the longest clip
-  std::int64_t perSecond = 0;  // bytes of the largest clip
+  // In bytes.
+  std::int64_t largest = 0;
+  // 0: no length is known.
+  Nanoseconds longest = 0;
+  // Of the longest clip.
+  Nanoseconds frame = 0;
+  // Bytes of the largest clip.
+  std::int64_t perSecond = 0;
 };
 
 Measures MeasuresOf(const std::vector<FamilyClip>& clips, const std::vector<std::size_t>& card) {
@@ -148,7 +152,7 @@ Evidence JudgeSplit(const Family& family, std::size_t before, std::size_t behind
   Evidence evidence{EvidenceKind::kSplit};
   const ClipTraits& first = family.Traits(before);
   const ClipTraits& second = family.Traits(behind);
-  const std::string name = Shown(family.clips[before].name);
+  const std::string name = PrintablePath(family.clips[before].name);
   const Limit* exceeded = nullptr;
   for (const Limit& limit : family.CardOf(before).limits) {
     if (!StopsAt(limit, first)) continue;
@@ -163,7 +167,7 @@ Evidence JudgeSplit(const Family& family, std::size_t before, std::size_t behind
   if (exceeded != nullptr) {
     evidence.agrees = false;
     evidence.text = fmt::format("{} exceeds the limit of {} that {} stops at",
-                                Shown(family.clips[behind].name), exceeded->words, name);
+                                PrintablePath(family.clips[behind].name), exceeded->words, name);
     return evidence;
   }
   if (!first.length) {

@@ -13,10 +13,14 @@ std::vector<Limit> LimitsOf(const std::vector<FamilyClip>& clips,
 
 // How clips that stop somewhere are continued by the clock.
 struct FollowUps {
-  std::size_t followed = 0;   // of the clips that stop at the limit
-  std::size_t elsewhere = 0;  // of those that stop at no limit at all
-  bool isTimed = false;       // clocks show what follows, and not names alone
-  bool isPair = false;        // the only clips at the limit follow one another by the clock
+  // Of the clips that stop at the limit.
+  std::size_t followed = 0;
+  // Of those that stop at no limit at all.
+  std::size_t elsewhere = 0;
+  // Clocks show what follows, and not names alone.
+  bool isTimed = false;
+  // The only clips at the limit follow one another by the clock.
+  bool isPair = false;
 };
 
 // Whether a limit is one of the camera's, and no chance: few clips of one length prove little where

@@ -76,7 +76,8 @@ TimecodeVerdict JudgeTimecode(const Family& family, std::size_t before, std::siz
   Evidence& evidence = verdict.evidence;
   const auto& first = family.Traits(before).timecode;
   const auto& second = family.Traits(behind).timecode;
-  const std::string names[] = {Shown(family.clips[before].name), Shown(family.clips[behind].name)};
+  const std::string names[] = {PrintablePath(family.clips[before].name),
+                               PrintablePath(family.clips[behind].name)};
   if (!first || !second || !CanCompare(*first, *second)) {
     evidence.text = "the clips have no timecodes that can be compared";
     return verdict;

@@ -16,7 +16,8 @@ void NoteCounters(Family& family);
 
 struct TimecodeVerdict {
   Evidence evidence{EvidenceKind::kTimecode};
-  bool gapIsClip = false;  // as many frames are missing as the first clip has, within 2 s
+  // As many frames are missing as the first clip has, within 2 s.
+  bool gapIsClip = false;
 };
 
 TimecodeVerdict JudgeTimecode(const Family& family, std::size_t before, std::size_t behind,

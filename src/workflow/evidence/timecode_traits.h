@@ -12,9 +12,12 @@ namespace clipchain {
 
 // How timecodes count, as a sample description says it.
 struct TimecodeCount {
-  bool dropFrame = false;        // two numbers of each minute but every tenth are left out
-  unsigned framesPerSecond = 0;  // of the count; with 30 frames, 29.97 pictures a second may pass
-  double rate = 0;               // frames that pass in a second
+  // Two numbers of each minute but every tenth are left out.
+  bool dropFrame = false;
+  // Of the count; with 30 frames, 29.97 pictures a second may pass.
+  unsigned framesPerSecond = 0;
+  // Frames that pass in a second.
+  double rate = 0;
 
   // 2,589,408 at 30 with dropped numbers.
   std::int64_t Day() const;
@@ -23,7 +26,8 @@ struct TimecodeCount {
 // The pictures that the timecodes are of.
 struct Pictures {
   std::uint64_t count = 0;
-  Nanoseconds length = 0;  // of all of them
+  // Of all of them.
+  Nanoseconds length = 0;
 };
 
 // With the count that stands in a single sample: the end is that far behind it as the pictures go.

@@ -30,7 +30,8 @@ std::optional<TrackSamples> TrackSamples::Of(const RawBox& track) {
 std::vector<unsigned char> TrackSamples::Read(const ClipFile& clip, std::uint32_t index,
                                               std::uint32_t most) const {
   if (index >= sizes_.count) return {};
-  std::uint64_t first = 0;  // of the run
+  // Of the run.
+  std::uint64_t first = 0;
   for (std::size_t i = 0; i < runs_.size(); ++i) {
     const std::uint64_t from = runs_[i].firstChunk - 1u;
     const std::uint64_t to = i + 1 < runs_.size() ? runs_[i + 1].firstChunk - 1u : chunks_.size();

@@ -31,7 +31,7 @@ std::string DurationWords(long long ticks, unsigned int timeScale) {
                         : "unknown";
 }
 
-std::string Amount(long long bytes) {
+std::string FormatBytes(long long bytes) {
   static constexpr const char* kUnits[] = {"kB", "MB", "GB", "TB", "PB"};
   if (bytes < 1000) return fmt::format("{} B", bytes);
   double value = static_cast<double>(bytes) / 1000;
@@ -55,6 +55,10 @@ std::string SpanWords(const std::optional<double>& seconds) {
                        std::floor(std::fmod(whole, 3600) / 60));
   return fmt::format("{:.0f} d {:.0f} h", std::floor(whole / 86400),
                      std::floor(std::fmod(whole, 86400) / 3600));
+}
+
+std::string Counted(std::size_t number, std::string_view what) {
+  return fmt::format("{} {}{}", number, what, number == 1 ? "" : "s");
 }
 
 const char* StateWords(bool identified, bool closedAtHead, bool closedAtTail) {

@@ -1,8 +1,10 @@
 // What clips say, in words.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "clip/vireo_mp4.h"
 #include "foundation/guid.h"
@@ -18,9 +20,11 @@ std::string GuidWords(const _GUID& id);
 // "2.560 s"; "unknown" without a scale.
 std::string DurationWords(long long ticks, unsigned int timeScale);
 // A number of bytes: "999 B", "1.5 kB", "12.0 GB".
-std::string Amount(long long bytes);
+std::string FormatBytes(long long bytes);
 // "2.6 s", "12 min 4 s", "3 h 5 min", "2 d 4 h"; "unknown length" for nothing.
 std::string SpanWords(const std::optional<double>& seconds);
+// "1 clip", "2 clips".
+std::string Counted(std::size_t number, std::string_view what);
 // "complete", "open at head", "open at tail", "open at both ends"; "unidentified" for what has no
 // identifiers and therefore no ends that anybody knows.
 const char* StateWords(bool identified, bool closedAtHead, bool closedAtTail);

@@ -1,4 +1,4 @@
-// How a person makes a clip new that a merge can't take as it is, in words.
+// Says how a person makes a clip new that a merge can't take as it is.
 #pragma once
 
 #include <string>

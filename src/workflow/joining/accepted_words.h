@@ -1,4 +1,4 @@
-// How a result says by what evidence it was put together.
+// Says by what evidence a result was put together.
 #pragma once
 
 #include "workflow/plan.h"

@@ -176,7 +176,7 @@ class Joining {
     for (const std::string& input : job.inputs) {
       if (!IsSameFile(job.output, input)) continue;
       report.findings.push_back(MakeFinding(Message::kOutputIsInput, job.output,
-                                            "is the same file as the clip " + Shown(input),
+                                            "is the same file as the clip " + PrintablePath(input),
                                             "give the result another name"));
       return Outcome::kFailed;
     }
@@ -300,10 +300,14 @@ class Joining {
   const bool update_;
   const KeepOptions& keep_;
   const JobWork& calls_;
-  const int perByte_;            // how often a merge handles each byte
-  std::vector<long long> work_;  // of each job, in bytes
-  long long told_ = 0;           // of the job at work
-  Step step_{};                  // with what the jobs before have done
+  // How often a merge handles each byte.
+  const int perByte_;
+  // Of each job, in bytes.
+  std::vector<long long> work_;
+  // Of the job at work.
+  long long told_ = 0;
+  // With what the jobs before have done.
+  Step step_{};
   JoinReport report_;
 };
 

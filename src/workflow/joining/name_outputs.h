@@ -1,4 +1,4 @@
-// Which name the result of each recording gets.
+// Names the result of each recording.
 #pragma once
 
 #include <string>

@@ -11,7 +11,8 @@ namespace clipchain {
 
 namespace {
 
-constexpr std::size_t kLongestName = 255;  // bytes, on nearly every file system
+// Bytes, on nearly every file system.
+constexpr std::size_t kLongestName = 255;
 constexpr std::string_view kExtension = ".mp4";
 constexpr std::string_view kPartMark = "_incomplete";
 constexpr std::string_view kRescued = "-rescued";

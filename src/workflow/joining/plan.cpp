@@ -15,7 +15,8 @@ namespace clipchain {
 
 namespace {
 
-using Identifier = std::string;  // as text
+// As text.
+using Identifier = std::string;
 
 bool IsIdentified(const SequenceClip& clip) { return clip.id != _GUID{}; }
 
@@ -82,14 +83,14 @@ class ClipCensus {
     return MakeFinding(
         Message::kClipsContradict, second.path,
         fmt::format("says that it is the same clip as {}, but has {} bytes where that has {}",
-                    Shown(first.path), second.size, first.size),
+                    PrintablePath(first.path), second.size, first.size),
         "move the file that is not the clip to a folder of its own, and join again without that");
   }
 
   std::string CopyWords(const SequenceReport& sequence) {
     const std::string& first = firstOf_[QUIRVA::GuidText(sequence.clips.front().id)]->path;
-    if (sequence.clips.size() == 1) return fmt::format("is a copy of {}", Shown(first));
-    return fmt::format("begins a chain of copies: {} and what follows there", Shown(first));
+    if (sequence.clips.size() == 1) return fmt::format("is a copy of {}", PrintablePath(first));
+    return fmt::format("begins a chain of copies: {} and what follows there", PrintablePath(first));
   }
 
   std::map<Identifier, const SequenceClip*> firstOf_;

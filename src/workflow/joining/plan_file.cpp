@@ -22,7 +22,8 @@ namespace {
 
 // How a plan's text is laid out as long as nobody has edited it: each job has a line of its own, so
 // that one can be found without reading the others.
-constexpr std::size_t kDigits = 12;  // for the bytes of the whole text, with blanks in front
+// For the bytes of the whole text, with blanks in front.
+constexpr std::size_t kDigits = 12;
 constexpr const char* kJobLine = "    {\"number\":";
 
 std::string Head(std::size_t bytes) {
@@ -117,7 +118,8 @@ class PlanFileText {
 
   // Halves what is left until the line stands there.
   std::optional<std::string> Line(std::size_t number) {
-    unsigned long long low = Head(0).size() + 1;  // where a line begins, none behind the wanted one
+    // Where a line begins, none behind the wanted one.
+    unsigned long long low = Head(0).size() + 1;
     unsigned long long high = size_;
     while (low < high) {
       const unsigned long long half = low + (high - low) / 2;

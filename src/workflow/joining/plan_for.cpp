@@ -33,8 +33,9 @@ void DropRepeats(FoundClips& found, Findings& findings) {
       if (::stat(path.c_str(), &status) != 0) return false;
       const auto [first, isNew] = seen.try_emplace({status.st_dev, status.st_ino}, path);
       if (isNew) return false;
-      findings.push_back(MakeFinding(Message::kClipNamedTwice, path,
-                                     fmt::format("is the same file as {}", Shown(first->second))));
+      findings.push_back(
+          MakeFinding(Message::kClipNamedTwice, path,
+                      fmt::format("is the same file as {}", PrintablePath(first->second))));
       return true;
     };
     volume.clips.erase(std::remove_if(volume.clips.begin(), volume.clips.end(), repeats),
@@ -85,7 +86,7 @@ ScanReport ScanClips(FoundClips& found, const PlanOptions& options, Findings& fi
       findings.push_back(
           MakeFinding(Message::kResultAmongClips, path,
                       fmt::format("is the result of a join that began with {}, and no clip",
-                                  Shown(result->second->path))));
+                                  PrintablePath(result->second->path))));
       return true;
     };
     volume.clips.erase(std::remove_if(volume.clips.begin(), volume.clips.end(), isResult),
@@ -147,7 +148,7 @@ JoinPlan PlanFor(const std::vector<std::string>& operands, const PlanOptions& op
     if (const auto end = ends.Of(clip.path))
       finding.text +=
           fmt::format("; it is perhaps the missing end of the recording that begins with {}",
-                      Shown(scan.sequences[*end].clips.front().path));
+                      PrintablePath(scan.sequences[*end].clips.front().path));
     finding.result = clip.result;
     plan.findings.push_back(std::move(finding));
   }

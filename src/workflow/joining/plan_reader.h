@@ -69,11 +69,15 @@ class PlanReader : public nlohmann::json_sax<Json> {
   const std::function<void(Job&&)> take_;
   const std::function<bool()> goOn_;
   std::vector<Level> levels_ = {Level::kText};
-  std::size_t depth_ = 0;  // of what is passed over
+  // Of what is passed over.
+  std::size_t depth_ = 0;
   std::string key_;
-  std::set<std::string> fields_;     // those of a plan that the document has
-  std::set<std::string> jobFields_;  // and that the job at hand has
-  Json path_;                        // the object of a path at hand
+  // Those of a plan that the document has.
+  std::set<std::string> fields_;
+  // And that the job at hand has.
+  std::set<std::string> jobFields_;
+  // The object of a path at hand.
+  Json path_;
   Job job_;
   std::size_t jobs_ = 0;
   std::size_t events_ = 0;

@@ -80,7 +80,7 @@ void MarkJob(Job& job, const Rescued& rescued) {
     marked = true;
     job.findings.push_back(MakeFinding(
         Message::kClipRescued, input,
-        fmt::format("is what was rescued of {}; it may lack the end", Shown(found->second)),
+        fmt::format("is what was rescued of {}; it may lack the end", PrintablePath(found->second)),
         "keep the broken clip until you have seen the result"));
   }
   if (!marked || job.output.empty()) return;

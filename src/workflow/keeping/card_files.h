@@ -24,15 +24,20 @@ enum class Keeping {
 
 struct CardFile {
   ListedFile file;
-  std::size_t card = 0;  // index
+  // Index.
+  std::size_t card = 0;
   bool isClip = false;
-  bool isUnread = false;      // what it is could not be found out
-  std::vector<Extent> media;  // of a clip
-  _GUID id{};                 // by which other clips know it; zero without one
+  // What it is could not be found out.
+  bool isUnread = false;
+  // Of a clip.
+  std::vector<Extent> media;
+  // By which other clips know it; zero without one.
+  _GUID id{};
   _GUID previous{};
   _GUID next{};
   Keeping keeping = Keeping::kNot;
-  std::string reason;  // why it is not kept, as far as that is known
+  // Why it is not kept, as far as that is known.
+  std::string reason;
 };
 
 class CardFiles {

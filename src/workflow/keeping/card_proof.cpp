@@ -150,9 +150,10 @@ void Proving::Count(CardOrder& order) {
   for (const ListedPath& path : cards_.LeftAside())
     proof_.leftAside.push_back({path.path, path.reason});
   for (const auto& [folder, card] : kept_.BesideCards(cards_)) {
-    proof_.besideCards.push_back({options_.against[folder], "lies on the same file system as " +
-                                                                Shown(options_.cards[card]) +
-                                                                ": to format it erases both"});
+    proof_.besideCards.push_back(
+        {options_.against[folder], "lies on the same file system as " +
+                                       PrintablePath(options_.cards[card]) +
+                                       ": to format it erases both"});
   }
 }
 

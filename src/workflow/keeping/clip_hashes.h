@@ -1,4 +1,4 @@
-// The hashes of clips, worked out while they are merged.
+// Works out the hashes of clips while they are merged.
 #pragma once
 
 #include <condition_variable>
@@ -34,13 +34,17 @@ class ClipHashes {
 
   const std::vector<std::string> clips_;
   const bool withSha256_;
-  std::vector<ContentHashes> hashes_;  // of a clip that can't be read, empty
-  long long done_ = 0;                 // bytes
+  // Of a clip that can't be read, empty.
+  std::vector<ContentHashes> hashes_;
+  // Bytes.
+  long long done_ = 0;
   std::mutex mutex_;
   std::condition_variable changed_;
-  long long limit_;  // bytes that may be read
+  // Bytes that may be read.
+  long long limit_;
   bool ends_ = false;
-  std::thread thread_;  // none where the system gives no more: all is worked out at the end
+  // None where the system gives no more: all is worked out at the end.
+  std::thread thread_;
 };
 
 }  // namespace clipchain

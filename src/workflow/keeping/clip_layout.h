@@ -1,4 +1,4 @@
-// What a file is by its top level, whatever its name.
+// Tells what a file is by its top level, whatever its name.
 #pragma once
 
 #include <vector>
@@ -9,8 +9,10 @@
 namespace clipchain {
 
 struct ClipLayout {
-  bool isClip = false;        // boxes fill the file, and a movie or fragments are among them
-  std::vector<Extent> media;  // what is inside of the media boxes, in the order of the file
+  // Boxes fill the file, and a movie or fragments are among them.
+  bool isClip = false;
+  // What is inside of the media boxes, in the order of the file.
+  std::vector<Extent> media;
 };
 
 // Reads the headers at the top level. A file that can't be read is no clip; `file` has the error.

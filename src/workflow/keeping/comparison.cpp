@@ -17,7 +17,7 @@ using Number = unsigned long long;
 std::string Unread(FileBytes& file, const std::string& path, Number at) {
   const std::string why =
       file.error() != 0 ? ": " + ErrorText(file.error()) : std::string(": it ends there");
-  return fmt::format("{} can't be read at byte {}{}", Shown(path), at, why);
+  return fmt::format("{} can't be read at byte {}{}", PrintablePath(path), at, why);
 }
 
 std::size_t FirstDifference(const unsigned char* a, const unsigned char* b, std::size_t size) {
@@ -60,9 +60,9 @@ std::string RangeComparison::Compare(const NamedRange& mine, const NamedRange& t
       return Unread(theirs.file, theirs.path, there);
     if (std::memcmp(mine_.data(), theirs_.data(), part) != 0) {
       const std::size_t first = FirstDifference(mine_.data(), theirs_.data(), part);
-      return fmt::format("{} has a byte {:02X} at {}; it is {:02X} at {} in {}", Shown(mine.path),
-                         mine_[first], at + first, theirs_[first], there + first,
-                         Shown(theirs.path));
+      return fmt::format("{} has a byte {:02X} at {}; it is {:02X} at {} in {}",
+                         PrintablePath(mine.path), mine_[first], at + first, theirs_[first],
+                         there + first, PrintablePath(theirs.path));
     }
     if (hash != nullptr) hash->See(at, mine_.data(), part);
     done += part;
@@ -80,7 +80,7 @@ std::string RangeComparison::CompareWith(const NamedRange& mine, const unsigned 
     if (std::memcmp(mine_.data(), theirs + done, part) != 0) {
       const std::size_t first = FirstDifference(mine_.data(), theirs + done, part);
       return fmt::format("{} has a byte {:02X} at {}; a merge of the clips gives {:02X} there",
-                         Shown(mine.path), mine_[first], at + first, theirs[done + first]);
+                         PrintablePath(mine.path), mine_[first], at + first, theirs[done + first]);
     }
     if (hash != nullptr) hash->See(at, mine_.data(), part);
     done += part;

@@ -1,4 +1,4 @@
-// Comparing bytes of files, and telling how far that is.
+// Compares bytes of files, and tells how far that is.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// Whether an identical file keeps a file of a card.
+// Checks whether an identical file keeps a file of a card.
 #pragma once
 
 #include <cstdint>

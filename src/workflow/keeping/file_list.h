@@ -1,4 +1,4 @@
-// All that lies below folders, as it was when it was listed.
+// Lists all that lies below folders, as it is at that time.
 #pragma once
 
 #include <sys/stat.h>
@@ -16,20 +16,24 @@ struct FileStamp {
   FileIdentity identity{};
   long long size = 0;
   timespec modified{};
-  timespec changed{};  // by a new name, mode or link, too
+  // By a new name, mode or link, too.
+  timespec changed{};
 
   static FileStamp Of(const struct stat& status);
   bool operator==(const FileStamp& other) const;
 };
 
 struct ListedFile {
-  std::string path;       // below the folder as it was named
-  FileIdentity folder{};  // that it lies in
+  // Below the folder as it was named.
+  std::string path;
+  // That it lies in.
+  FileIdentity folder{};
   FileStamp stamp;
 };
 
 // By which a file is known again that was reached in two ways.
-using FilePlace = std::pair<FileIdentity, std::string>;  // its folder, and its name there
+// Its folder, and its name there.
+using FilePlace = std::pair<FileIdentity, std::string>;
 FilePlace PlaceOf(const ListedFile& file);
 
 struct ListedPath {

@@ -77,7 +77,8 @@ class BesideFile {
   std::string path_;
   PartFile part_;
   bool named_ = false;
-  bool swapped_ = false;  // what had the name is hidden now
+  // What had the name is hidden now.
+  bool swapped_ = false;
 };
 
 class Keeper final : public Companion {

@@ -21,10 +21,10 @@ std::string CompareClip(OriginalsReader& reader, const OriginalClip& original,
   std::vector<unsigned char> theirs(kBlock);
   for (unsigned long long left = original.KeptBytes(); left != 0;) {
     const std::size_t got = bytes.Read(theirs.data(), std::min<unsigned long long>(left, kBlock));
-    if (got == 0) return "can't be compared: " + Shown(path) + " can't be read";
+    if (got == 0) return "can't be compared: " + PrintablePath(path) + " can't be read";
     if (std::string why = reader.Read(mine.data(), got); !why.empty()) return why;
     if (std::memcmp(mine.data(), theirs.data(), got) != 0)
-      return "does not have the bytes of " + Shown(path);
+      return "does not have the bytes of " + PrintablePath(path);
     left -= got;
   }
   return "";

@@ -28,8 +28,10 @@ class KeptBytes {
   FileBytes file_;
   const std::vector<RecipeStep>& recipe_;
   std::size_t step_ = 0;
-  unsigned long long in_ = 0;  // the step's kept bytes, so far
-  unsigned long long at_ = 0;  // byte of the file
+  // The step's kept bytes, so far.
+  unsigned long long in_ = 0;
+  // Byte of the file.
+  unsigned long long at_ = 0;
 };
 
 // Whether an archive says that, and has exactly those bytes of the clips. What is wrong, as the

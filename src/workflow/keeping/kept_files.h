@@ -17,9 +17,11 @@ namespace clipchain {
 
 struct KeptFile {
   ListedFile file;
-  std::optional<std::uint64_t> probe;  // of its beginning and end, once asked for
+  // Of its beginning and end, once asked for.
+  std::optional<std::uint64_t> probe;
   bool usable = true;
-  bool mayBeResult = true;  // that proves clips by itself
+  // That proves clips by itself.
+  bool mayBeResult = true;
 };
 
 class KeptFiles {

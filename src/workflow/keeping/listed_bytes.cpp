@@ -12,7 +12,8 @@ namespace clipchain {
 
 namespace {
 
-constexpr unsigned long long kMostProbed = 4096;  // bytes
+// Bytes.
+constexpr unsigned long long kMostProbed = 4096;
 
 }  // namespace
 

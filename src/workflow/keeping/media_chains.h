@@ -1,4 +1,4 @@
-// Which clips, one behind the other, could make the media of a merged file.
+// Finds the clips that, one behind the other, could make the media of a merged file.
 #pragma once
 
 #include <cstdint>
@@ -54,9 +54,11 @@ class MediaChains {
   unsigned long long EndOf(const ClipMedia& media, unsigned long long begin) const;
 
   std::vector<ClipMedia> media_;
-  unsigned int block_ = 0;  // of the file that is searched, and where its media ends
+  // Of the file that is searched, and where its media ends.
+  unsigned int block_ = 0;
   unsigned long long end_ = 0;
-  Beginnings byHead_;  // by their hash
+  // By their hash.
+  Beginnings byHead_;
   std::set<std::size_t> used_;
   std::vector<std::size_t> beginning_;
 };

@@ -23,8 +23,10 @@ inline constexpr std::string_view kContentsName = "clipchain-originals.json";
 // A part of a clip: so many bytes of its entry in the archive, then so many of the merged file.
 struct RecipeStep {
   unsigned long long kept = 0;
-  unsigned long long position = 0;  // in the merged file
-  unsigned long long size = 0;      // there; 0 only at the end of a clip
+  // In the merged file.
+  unsigned long long position = 0;
+  // There; 0 only at the end of a clip.
+  unsigned long long size = 0;
   bool operator==(const RecipeStep&) const = default;
 };
 

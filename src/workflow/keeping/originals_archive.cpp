@@ -25,7 +25,8 @@ constexpr int kHashDigits = 32;
 // A frame that decompressors of zstd pass over (RFC 8878, clause 3.1.2): its number and the size of
 // what follows, both little-endian.
 constexpr unsigned char kSealHead[] = {0x5C, 0x2A, 0x4D, 0x18, 48, 0, 0, 0};
-constexpr std::string_view kSealMark = "clipchain xxh128";  // ahead of the digits
+// Ahead of the digits.
+constexpr std::string_view kSealMark = "clipchain xxh128";
 constexpr std::size_t kSealSize = sizeof kSealHead + kSealMark.size() + kHashDigits;
 
 std::string SealOf(const std::string& hash) {

@@ -57,7 +57,8 @@ class OriginalsReader {
   std::unique_ptr<archive, Free> archive_;
   Originals contents_;
   std::string fileHash_;
-  std::size_t next_ = 0;  // clip
+  // Clip.
+  std::size_t next_ = 0;
 };
 
 }  // namespace clipchain

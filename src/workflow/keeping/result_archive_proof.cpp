@@ -35,7 +35,8 @@ bool CoversAll(const Originals& contents, const MergeImage& image) {
 ResultProof::Candidates ResultProof::CandidatesFor(const OriginalClip& clip, ListedBytes& bytes) {
   Number at = 0;
   const RecipeStep* largest = nullptr;
-  Number place = 0;  // of the largest step's media in the clip
+  // Of the largest step's media in the clip.
+  Number place = 0;
   for (const RecipeStep& step : clip.recipe) {
     at += step.kept;
     if (largest == nullptr || step.size > largest->size) {
@@ -72,7 +73,7 @@ std::string ResultProof::CompareClip(ListedBytes& bytes, OriginalsReader& reader
     if (card->Why().empty()) suspects.push_back({candidate, std::move(card)});
   }
   const std::string missing =
-      fmt::format("has a clip {} that is not on the cards", Shown(original.name));
+      fmt::format("has a clip {} that is not on the cards", PrintablePath(original.name));
   ContentHash content(!original.hashes.sha256.empty());
   std::vector<unsigned char> made(kCompareBlock);
   std::vector<unsigned char> theirs(kCompareBlock);
@@ -150,7 +151,7 @@ std::string ResultProof::CheckArchive(KeptFile& result, ListedBytes& bytes, Kept
     why = CompareClip(bytes, reader, clip, candidates, hash);
     if (!why.empty()) {
       elsewhere = candidates.empty();
-      Blame(candidates, Shown(archive.file.path) + ' ' + why);
+      Blame(candidates, PrintablePath(archive.file.path) + ' ' + why);
       return why;
     }
     clips.push_back(candidates.front());
@@ -164,7 +165,7 @@ std::string ResultProof::CheckArchive(KeptFile& result, ListedBytes& bytes, Kept
     kept_.Count(archive);
     Keep(all, Keeping::kEveryByte);
   } else {
-    Blame(all, Shown(archive.file.path) + ' ' + why);
+    Blame(all, PrintablePath(archive.file.path) + ' ' + why);
   }
   return why;
 }
@@ -186,7 +187,7 @@ void ResultProof::TryArchive(KeptFile& result) {
   // With an archive that does not fit the result counts for nothing, and its clips are told why.
   // One of clips that lie elsewhere fits: the result may be the copy of a file of the cards.
   result.usable = elsewhere;
-  BlameAllOf(*bytes, Shown(archive->file.path) + ' ' + why);
+  BlameAllOf(*bytes, PrintablePath(archive->file.path) + ' ' + why);
 }
 
 // Those whose media stands in the file.

@@ -90,9 +90,10 @@ std::string ResultProof::CheckChecksums(KeptFile& result, PassingHash& hash,
                                         const std::string& archiveHash) {
   const std::string sumsPath = result.file.path + std::string(kChecksumsSuffix);
   KeptFile* const sums = kept_.At(sumsPath);
-  if (sums == nullptr) return kept_.Hides(sumsPath) ? Shown(sumsPath) + " can't be used" : "";
+  if (sums == nullptr)
+    return kept_.Hides(sumsPath) ? PrintablePath(sumsPath) + " can't be used" : "";
   constexpr long long kLargest = 1 << 20;
-  const std::string misfit = Shown(sums->file.path) + " does not fit it";
+  const std::string misfit = PrintablePath(sums->file.path) + " does not fit it";
   ListedBytes bytes(sums->file);
   if (!bytes.Why().empty() || sums->file.stamp.size > kLargest) return misfit;
   std::string text(static_cast<std::size_t>(sums->file.stamp.size), '\0');
@@ -129,14 +130,14 @@ std::string ResultProof::LossOf(const std::vector<std::size_t>& clips,
                   [](const Adapted& adapted) { return adapted.name == "tables"; });
   for (const Finding& finding : report.findings) {
     if (IsLoss(finding, tablesAreJoined))
-      return fmt::format("{} {}", Shown(finding.path), finding.text);
+      return fmt::format("{} {}", PrintablePath(finding.path), finding.text);
   }
   return "";
 }
 
 bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const Layout& layout,
                        const std::vector<std::size_t>& clips, MergeImage& image) {
-  const std::string name = Shown(result.file.path);
+  const std::string name = PrintablePath(result.file.path);
   if (!order_.Allows(clips)) {
     Blame(clips,
           name + " has its media, but the clips in another order than their identifiers say");
@@ -172,7 +173,7 @@ std::string ResultProof::CompareContent(KeptFile& result, ListedBytes& bytes,
       const ListedFile& clip = cards_.Files()[clips[piece.clip]].file;
       if (piece.clip != open) source = std::make_unique<ListedBytes>(clip);
       open = piece.clip;
-      if (!source->Why().empty()) return Shown(clip.path) + ' ' + source->Why();
+      if (!source->Why().empty()) return PrintablePath(clip.path) + ' ' + source->Why();
       why = compare_.Compare(mine, {source->Bytes(), clip.path, piece.source}, piece.size, passing);
     }
     if (!why.empty()) return why;
@@ -186,7 +187,7 @@ void ResultProof::TryContent(KeptFile& result) {
   if (bytes == nullptr) return;
   TopLevel boxes;
   if (why = boxes.Read(bytes->Bytes()); !why.empty())
-    return BlameAllOf(*bytes, Shown(result.file.path) + " has its media, but " + why);
+    return BlameAllOf(*bytes, PrintablePath(result.file.path) + " has its media, but " + why);
   const auto kept = [this](std::size_t clip) {
     return cards_.Files()[clip].keeping != Keeping::kNot;
   };
@@ -203,7 +204,7 @@ void ResultProof::TryContent(KeptFile& result) {
   if (!found) {
     if (row.empty())
       Blame(chains_.Beginning(),
-            Shown(result.file.path) +
+            PrintablePath(result.file.path) +
                 " begins with media like that of this clip, but is no merge of clips of the cards");
     return;
   }

@@ -1,4 +1,4 @@
-// Whether a file is what a merge of clips gives, so that they are kept in it.
+// Checks whether a file is what a merge of clips gives, so that they are kept in it.
 #pragma once
 
 #include <string>

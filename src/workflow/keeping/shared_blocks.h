@@ -1,5 +1,5 @@
-// Where on its device a file lies: files that share blocks are one file for whoever erases the
-// device, or loses a block of it.
+// Finds where on its device a file lies: files that share blocks are one file for whoever erases
+// the device, or loses a block of it.
 #pragma once
 
 #include <sys/types.h>

@@ -153,7 +153,8 @@ bool Splitting::MakeClip(std::size_t clip) {
   auto part = std::make_unique<PartFile>();
   if (const int error = part->Create(report_.clips[clip].path); error != 0)
     return FailWrite(clip, error);
-  bool wrong = false;  // the merged file lacks bytes
+  // The merged file lacks bytes.
+  bool wrong = false;
   bool right = false;
   if (!Fill(clip, *part, wrong) || (!wrong && !Seal(clip, *part, right))) return false;
   if (right) {
@@ -162,7 +163,7 @@ bool Splitting::MakeClip(std::size_t clip) {
   }
   parts_.push_back(nullptr);
   Fail(Message::kResultDamaged, report_.clips[clip].path,
-       "was not made: " + Shown(merged_) + " does not have its bytes any more",
+       "was not made: " + PrintablePath(merged_) + " does not have its bytes any more",
        "look for another copy of the merged file");
   return true;
 }
@@ -240,7 +241,7 @@ bool Splitting::KnowsResult() {
     return true;
   report_.findings.clear();
   report_.clips.clear();
-  return FailArchive("belongs to another file than " + Shown(merged_));
+  return FailArchive("belongs to another file than " + PrintablePath(merged_));
 }
 
 bool Splitting::Has(const OwnRange& range) {

@@ -105,7 +105,7 @@ bool RangeComparison::CompareBlock(FileBytes& clip, const std::string& path,
   const auto at = static_cast<Number>(mine - fromResult_.begin());
   return findings_.Damaged(
       fmt::format("has a byte {:02X} at {}; it is {:02X} at {} in {}", *mine, block.inResult + at,
-                  *theirs, block.inClip + at, Shown(path)),
+                  *theirs, block.inClip + at, PrintablePath(path)),
       block.inResult + at, result_);
 }
 

@@ -40,9 +40,9 @@ void CompareChapters(const SampleFile& result, const std::vector<ExpectedChapter
     const View title = body.subspan(kTitleAt, length);
     if (!std::equal(title.begin(), title.end(), chapter.title.begin(), chapter.title.end(),
                     [](unsigned char a, char b) { return a == static_cast<unsigned char>(b); })) {
-      findings.Differs(
-          0, kPlace,
-          fmt::format("has no chapter \"{}\" where one should stand", Shown(chapter.title)));
+      findings.Differs(0, kPlace,
+                       fmt::format("has no chapter \"{}\" where one should stand",
+                                   PrintablePath(chapter.title)));
       return;
     }
     const Seconds late =
@@ -50,7 +50,7 @@ void CompareChapters(const SampleFile& result, const std::vector<ExpectedChapter
     if (timed && (late < -kRounding || late > kUnit + kRounding)) {
       findings.Differs(0, kPlace,
                        fmt::format("lets the chapter \"{}\" begin {:.4f} ms away from its picture",
-                                   Shown(chapter.title), static_cast<double>(late * 1000)));
+                                   PrintablePath(chapter.title), static_cast<double>(late * 1000)));
       return;
     }
     body = body.subspan(kTitleAt + length);

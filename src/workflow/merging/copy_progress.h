@@ -38,11 +38,15 @@ class CopyProgress final : public MP4G::IMp4LiveMergeDelegate {
  private:
   const Progress& listener_;
   std::vector<long long> sizes_;
-  std::size_t started_ = 0;  // inputs
+  // Inputs.
+  std::size_t started_ = 0;
   long long total_ = 0;
-  long long before_ = 0;  // bytes of the inputs that are done
-  long long last_ = -1;   // what the last call of this input said
-  Step step_{};           // as it was told last
+  // Bytes of the inputs that are done.
+  long long before_ = 0;
+  // What the last call of this input said.
+  long long last_ = -1;
+  // As it was told last.
+  Step step_{};
   bool stoodStill_ = false;
   bool stopped_ = false;
 };

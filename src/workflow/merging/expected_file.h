@@ -51,9 +51,12 @@ class ExpectedFile {
   std::unique_ptr<MP4G::CMp4File> first_;
   MP4G::CMp4Merge merge_;
   MediaPlacement placement_;
-  unsigned long long firstInFile_ = 0;  // where the first input's media begins there
-  unsigned long long headSize_ = 0;     // without a movie box
-  unsigned long long moved_ = 0;        // by which the movie box in front moved the media
+  // Where the first input's media begins there.
+  unsigned long long firstInFile_ = 0;
+  // Without a movie box.
+  unsigned long long headSize_ = 0;
+  // By which the movie box in front moved the media.
+  unsigned long long moved_ = 0;
   std::vector<MediaStretch> media_;
   std::vector<unsigned char> head_;
   std::vector<unsigned char> movie_;

@@ -24,7 +24,7 @@ Finding NotShared(const ImageCopyTask& task, const WriteFault& fault) {
       fault.error != 0 ? ErrorText(fault.error) : "its file system tells no blocks that fit";
   Finding finding = MakeFinding(
       Message::kOutputUnwritable, task.output,
-      fmt::format("can't share blocks with {}: {}", Shown(task.inputs[fault.clip]), why),
+      fmt::format("can't share blocks with {}: {}", PrintablePath(task.inputs[fault.clip]), why),
       "put clips and result on one disk whose file system shares blocks, such as btrfs or XFS, or "
       "let --reflink=auto copy what can't be shared");
   finding.result = MP4G_E_OUTPUT_WRITE;

@@ -27,9 +27,12 @@ struct ImageCopyTask {
 struct ImageCopy {
   // Nothing was written: the plain layout is the engine's to write.
   bool isLeftToTheEngine = false;
-  Findings findings{};   // why there is no image of these clips, or why blocks can't be shared
-  WriteFault fault{};    // why the image was not written to its end
-  long long shared = 0;  // bytes that the result shares with clips
+  // Why there is no image of these clips, or why blocks can't be shared.
+  Findings findings{};
+  // Why the image was not written to its end.
+  WriteFault fault{};
+  // Bytes that the result shares with clips.
+  long long shared = 0;
 };
 
 // Writes a result of that layout, which gets its block where media is shared. Nothing is found, and

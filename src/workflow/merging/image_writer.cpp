@@ -30,7 +30,8 @@ struct ImageWriter::Share {
   FileOutput& output;
   unsigned int block;
   bool strict;
-  bool any = false;  // something was shared
+  // Something was shared.
+  bool any = false;
 };
 
 ImageWriter::ImageWriter(const std::vector<std::string>& clips, const MergeImage& image,

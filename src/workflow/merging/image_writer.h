@@ -25,7 +25,8 @@ struct WriteFault {
 
   Side side = Side::kNone;
   std::size_t clip = 0;
-  int error = 0;  // of the system
+  // Of the system.
+  int error = 0;
 };
 
 class ImageWriter {
@@ -69,12 +70,15 @@ class ImageWriter {
   const std::vector<std::string>& clips_;
   const MergeImage& image_;
   CopyProgress& progress_;
-  std::vector<unsigned long long> totals_;  // bytes of media of each clip
+  // Bytes of media of each clip.
+  std::vector<unsigned long long> totals_;
   std::vector<unsigned char> block_;
   std::unique_ptr<FileBytes> source_;
   std::size_t open_ = ImagePiece::kNoClip;
-  std::size_t started_ = 0;      // clips
-  unsigned long long done_ = 0;  // of the clip at work
+  // Clips.
+  std::size_t started_ = 0;
+  // Of the clip at work.
+  unsigned long long done_ = 0;
   unsigned long long shared_ = 0;
 };
 

@@ -1,4 +1,4 @@
-// What a merge of clips gives, without making it.
+// Tells what a merge of clips gives, without making it.
 #pragma once
 
 #include <cstddef>
@@ -17,16 +17,22 @@ class Fit;
 struct ImagePiece {
   static constexpr std::size_t kNoClip = static_cast<std::size_t>(-1);
 
-  unsigned long long position = 0;  // in the merged file
+  // In the merged file.
+  unsigned long long position = 0;
   unsigned long long size = 0;
-  std::size_t clip = kNoClip;     // index of the clip
-  unsigned long long source = 0;  // where they begin, in the clip's file or in MergeImage::bytes
+  // Index of the clip.
+  std::size_t clip = kNoClip;
+  // Where they begin, in the clip's file or in MergeImage::bytes.
+  unsigned long long source = 0;
 };
 
 struct MergeImage {
-  std::vector<ImagePiece> pieces;    // one behind the other, without gaps, none empty
-  std::vector<unsigned char> bytes;  // of what stands in no clip
-  unsigned long long size = 0;       // of the merged file
+  // One behind the other, without gaps, none empty.
+  std::vector<ImagePiece> pieces;
+  // Of what stands in no clip.
+  std::vector<unsigned char> bytes;
+  // Of the merged file.
+  unsigned long long size = 0;
 
   void Add(const std::vector<unsigned char>& own);
   void Add(std::size_t clip, unsigned long long source, unsigned long long length);
@@ -34,9 +40,11 @@ struct MergeImage {
 };
 
 struct ImageTask {
-  const std::vector<std::string>& clips;  // in the order of the merge
+  // In the order of the merge.
+  const std::vector<std::string>& clips;
   Layout layout{};
-  const Fit* fit = nullptr;  // null: nothing is adapted
+  // Null: nothing is adapted.
+  const Fit* fit = nullptr;
 };
 
 // Puts the boxes of the clips together as a merge in that order does, in memory, and notes which

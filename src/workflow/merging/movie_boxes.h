@@ -1,4 +1,4 @@
-// The boxes of a movie beside those that a merge makes anew.
+// Compares the boxes of a movie beside those that a merge makes anew.
 #pragma once
 
 #include <utility>
@@ -10,7 +10,8 @@
 
 namespace clipchain::samples {
 
-using TrackPair = std::pair<const TrackView*, const TrackView*>;  // of the clip, of the result
+// Of the clip, of the result.
+using TrackPair = std::pair<const TrackView*, const TrackView*>;
 
 // Compares the movie of the first clip with that of the result, whose tracks are those of the clip
 // in their order: headers but for times and identifiers that follow from the merge, and every other

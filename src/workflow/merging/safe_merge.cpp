@@ -369,8 +369,9 @@ bool Run::MayReplace(const std::string& path) {
   const std::string* same = states_.SameAs(status);
   if (same == nullptr) same = states_.SameAs(target);
   if (same != nullptr)
-    return Fail(Message::kOutputIsInput, path, "is the same file as the input " + Shown(*same),
-                "choose another name", MP4G_E_OUTPUT_OPEN);
+    return Fail(Message::kOutputIsInput, path,
+                "is the same file as the input " + PrintablePath(*same), "choose another name",
+                MP4G_E_OUTPUT_OPEN);
   const std::optional<OutputFault> fault = WhyIrreplaceable(path);
   return !fault || Fail(Message::kOutputUnwritable, path, "can't be written: " + fault->text,
                         fault->remedy, MP4G_E_OUTPUT_OPEN);

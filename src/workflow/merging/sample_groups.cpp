@@ -43,7 +43,8 @@ std::vector<unsigned int> NamesIn(View body, GroupNames& names) {
   return found;
 }
 
-using Descriptions = std::map<std::uint32_t, std::vector<unsigned int>>;  // by type
+// By type.
+using Descriptions = std::map<std::uint32_t, std::vector<unsigned int>>;
 
 Descriptions DescriptionsIn(View boxes, GroupNames& names) {
   Descriptions all;
@@ -114,7 +115,8 @@ void ExtrasReader::TakeSubSamples(View body, Number first) {
   const std::size_t width = wide ? 10 : 8;
   const std::uint32_t flags = U32(body, 0) & 0xFFFFFF;
   View rest = From(body, 8);
-  Number sample = first;  // counts from 1 from here on
+  // Counts from 1 from here on.
+  Number sample = first;
   for (std::uint32_t left = U32(body, 4); left > 0 && rest.size() >= 6; --left) {
     sample += U32(rest, 0);
     const std::uint32_t count = U16(rest, 4);

@@ -30,7 +30,8 @@ struct GroupRun {
   unsigned int group;
 };
 
-using GroupKey = std::pair<std::uint32_t, std::uint32_t>;  // type and its parameter
+// Type and its parameter.
+using GroupKey = std::pair<std::uint32_t, std::uint32_t>;
 
 struct SubSamples {
   Number sample;        // counts from 0

@@ -105,11 +105,15 @@ class Oracle {
   TrackRules rules_{Adapted(), intended_.dropped};
   std::deque<TrackComparison> tracks_;
   std::unique_ptr<TrackPairs> pairs_;
-  std::optional<std::string> next_;  // what the last clip that knows it says comes next
+  // What the last clip that knows it says comes next.
+  std::optional<std::string> next_;
   std::vector<ExpectedChapter> chapters_;
-  Seconds longest_ = 0;     // that the header of a track states
-  Seconds loose_ = 0;       // by which the headers of tracks may be wrong, as they are in the clips
-  Seconds movieLoose_ = 0;  // by which those of the movies are
+  // That the header of a track states.
+  Seconds longest_ = 0;
+  // By which the headers of tracks may be wrong, as they are in the clips.
+  Seconds loose_ = 0;
+  // By which those of the movies are.
+  Seconds movieLoose_ = 0;
   Number done_ = 0;
   Number told_ = 0;
   Number total_ = 0;
@@ -153,7 +157,7 @@ bool Oracle::AddTracks(std::size_t index, const ClipAtWork& clip) {
     const unsigned int id = track.Track().id;
     if (partners[i] == nullptr) {
       findings_.Differs(id, fmt::format("moov/trak[{}]", i),
-                        fmt::format("has a track that is not in {}", Shown(clip.path)));
+                        fmt::format("has a track that is not in {}", PrintablePath(clip.path)));
     } else if (!track.Add(clip, *partners[i], Longer(index, id), names_)) {
       return false;
     }
@@ -176,8 +180,8 @@ void Oracle::NameLeftOut(std::size_t index, const std::string& path,
                          const std::vector<const TrackView*>& left) {
   for (const TrackView* track : left) {
     if (intended_.commonTracks && (index > 0 || intended_.leftOut.count(track->id) != 0)) continue;
-    findings_.Differs(0, "moov",
-                      fmt::format("has no track for track {} of {}", track->id, Shown(path)));
+    findings_.Differs(
+        0, "moov", fmt::format("has no track for track {} of {}", track->id, PrintablePath(path)));
   }
 }
 
@@ -218,9 +222,12 @@ void Oracle::CompareShifts(std::size_t index, const SampleFile& clip) {
   const Seconds tick = InSeconds(1, clip) + InSeconds(1, result_);
   const TrackComparison* least = nullptr;
   const TrackComparison* most = nullptr;
-  const TrackComparison* waits = nullptr;  // the one that did and is shown latest
-  Seconds coarse = 0;                      // the longest tick of those
-  Seconds first = 0;                       // where the tracks would be without waiting
+  // The one that did and is shown latest.
+  const TrackComparison* waits = nullptr;
+  // The longest tick of those.
+  Seconds coarse = 0;
+  // Where the tracks would be without waiting.
+  Seconds first = 0;
   Seconds last = 0;
   for (const TrackComparison& track : tracks_) {
     if (!track.IsShown()) continue;
@@ -241,15 +248,15 @@ void Oracle::CompareShifts(std::size_t index, const SampleFile& clip) {
     findings_.Differs(most->Track().id, "moov",
                       fmt::format("shows track {} {:.1f} ms later beside track {} than {}",
                                   most->Track().id, static_cast<double>(apart * 1000),
-                                  least->Track().id, Shown(task_.inputs[index])));
+                                  least->Track().id, PrintablePath(task_.inputs[index])));
   if (waits == nullptr) return;
   // Half a frame apart is far enough to wait, whatever a frame is rounded to.
   const bool tooLong = waits->Shift() > last + tick + coarse;
   if (tooLong || last - first + tick < allowed * 2 / 5)
-    findings_.Differs(
-        waits->Track().id, "moov",
-        fmt::format("lets track {} wait {:.1f} ms for {}, which it need not", waits->Track().id,
-                    static_cast<double>(waits->Waited() * 1000), Shown(task_.inputs[index])));
+    findings_.Differs(waits->Track().id, "moov",
+                      fmt::format("lets track {} wait {:.1f} ms for {}, which it need not",
+                                  waits->Track().id, static_cast<double>(waits->Waited() * 1000),
+                                  PrintablePath(task_.inputs[index])));
 }
 
 // Pictures are what people see of a clip; one without any begins with its first track.

@@ -1,4 +1,4 @@
-// Whether a merged file holds what its clips hold, found out by reading all of them.
+// Checks whether a merged file holds what its clips hold, found out by reading all of them.
 #pragma once
 
 #include <cstddef>
@@ -39,10 +39,14 @@ struct Intended {
 };
 
 struct OracleTask {
-  const std::vector<std::string>& inputs;  // the clips themselves, in the order of the merge
-  std::string output;                      // as findings name it
-  FileBytes& file;                         // reads the output
-  bool everyByte = false;  // compare the bytes of all samples, not only around seams and chunks
+  // The clips themselves, in the order of the merge.
+  const std::vector<std::string>& inputs;
+  // As findings name it.
+  std::string output;
+  // Reads the output.
+  FileBytes& file;
+  // Compare the bytes of all samples, not only around seams and chunks.
+  bool everyByte = false;
   // Whatever else differs is found. Null: the engine alone made the result, of which no more is
   // asked than what the samples themselves are.
   const Intended* intended = nullptr;

@@ -226,7 +226,8 @@ std::string SampleFile::ReadFragments() {
 }
 
 bool SampleFile::ReadFragment(const Place& place, View whole) {
-  Number after = place.position;  // where the data of the track fragment before ends
+  // Where the data of the track fragment before ends.
+  Number after = place.position;
   View rest = whole;
   BoxView box;
   if (!TakeBox(rest, box)) return false;

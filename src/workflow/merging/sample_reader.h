@@ -47,27 +47,38 @@ struct Defaults {
 
 // The samples that one movie fragment has of a track ("traf").
 struct Fragment {
-  Number position = 0;  // of the body in the file
+  // Of the body in the file.
+  Number position = 0;
   std::size_t size = 0;
   Defaults defaults;
-  Number base = 0;   // where data offsets count from
-  Number start = 0;  // decode time of its first sample
+  // Where data offsets count from.
+  Number base = 0;
+  // Decode time of its first sample.
+  Number start = 0;
   Number samples = 0;
-  Number duration = 0;  // of all its samples
+  // Of all its samples.
+  Number duration = 0;
 };
 
 struct TrackView {
-  View body;  // of "trak"
+  // Of "trak".
+  View body;
   std::uint32_t id = 0;
   std::uint32_t handler = 0;
-  View name;  // of the handler
+  // Of the handler.
+  View name;
   std::uint32_t language = 0;
-  Number scale = 0;           // of the media
-  Number duration = 0;        // of the media, as "mdhd" says
-  Number shown = 0;           // as "tkhd" says
-  std::vector<View> entries;  // whole boxes of "stsd"
+  // Of the media.
+  Number scale = 0;
+  // Of the media, as "mdhd" says.
+  Number duration = 0;
+  // As "tkhd" says.
+  Number shown = 0;
+  // Whole boxes of "stsd".
+  std::vector<View> entries;
   std::vector<Edit> edits;
-  View table;  // body of "stbl"
+  // Body of "stbl".
+  View table;
   Defaults defaults;
   std::vector<Fragment> fragments;
 };
@@ -86,7 +97,8 @@ struct TrackRun {
   std::uint32_t firstFlags = 0;
   bool hasFirstFlags = false;
   View entries;
-  std::size_t stride = 0;  // bytes of an entry
+  // Bytes of an entry.
+  std::size_t stride = 0;
 
   // Fills all; false where the box is too short for its count.
   bool Read(View body);

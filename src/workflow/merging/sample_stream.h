@@ -11,15 +11,20 @@ namespace clipchain::samples {
 // Samples that are alike and lie one behind the other.
 struct SampleRun {
   Number count = 0;
-  Number position = 0;  // of the first one in the file
-  bool placed = true;   // false: no chunk has them
+  // Of the first one in the file.
+  Number position = 0;
+  // False: no chunk has them.
+  bool placed = true;
   std::uint32_t size = 0;
   std::uint32_t description = 0;
-  long long step = 0;  // from its decode time to that of the next sample
+  // From its decode time to that of the next sample.
+  long long step = 0;
   std::int32_t offset = 0;
   bool sync = true;
-  bool partialSync = false;  // "stps"
-  int depends = -1;          // the byte of "sdtp"; -1 where nothing says
+  // "stps".
+  bool partialSync = false;
+  // The byte of "sdtp"; -1 where nothing says.
+  int depends = -1;
 };
 
 // Pairs of a count and a value, as in "stts" and "ctts".
@@ -64,7 +69,8 @@ class ChunkCursor {
   View offsets_;
   View runs_;
   bool wide_;
-  std::size_t chunk_ = 0;  // the next one
+  // The next one.
+  std::size_t chunk_ = 0;
   std::size_t run_ = 0;
   Number left_ = 0;
   Number position_ = 0;
@@ -121,14 +127,18 @@ class SampleStream {
   Number count_ = 0;
   Number done_ = 0;
   Number start_ = 0;
-  std::uint32_t lastSize_ = 0;  // of the run that was told
+  // Of the run that was told.
+  std::uint32_t lastSize_ = 0;
 
-  std::size_t fragment_ = 0;  // the next one
+  // The next one.
+  std::size_t fragment_ = 0;
   std::vector<unsigned char> bytes_;
-  View boxes_;  // of the fragment, behind the run at work
+  // Of the fragment, behind the run at work.
+  View boxes_;
   Number leftInFragment_ = 0;
   TrackRun run_;
-  std::size_t inRun_ = 0;  // samples of it that were skipped
+  // Samples of it that were skipped.
+  std::size_t inRun_ = 0;
   Number position_ = 0;
 };
 

@@ -1,4 +1,4 @@
-// When the samples of a track are shown (ISO/IEC 14496-12, clause 8.6.5 and 8.6.6).
+// Tells when the samples of a track are shown (ISO/IEC 14496-12, clause 8.6.5 and 8.6.6).
 #pragma once
 
 #include "workflow/merging/sample_reader.h"
@@ -9,11 +9,14 @@ using Seconds = long double;
 
 // An edit list that delays a track and then shows its media in a row, or none at all.
 struct Showing {
-  bool inARow = true;  // false: it is a list of another kind, and the rest means nothing
+  // False: it is a list of another kind, and the rest means nothing.
+  bool inARow = true;
   Seconds delay = 0;
-  Seconds begin = 0;  // of what is shown, in media time
+  // Of what is shown, in media time.
+  Seconds begin = 0;
   Seconds length = 0;
-  bool toEnd = true;  // it has no length of its own
+  // It has no length of its own.
+  bool toEnd = true;
 
   // When a composition time is shown.
   Seconds At(Seconds composition) const { return delay + composition - begin; }

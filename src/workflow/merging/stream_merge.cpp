@@ -105,7 +105,7 @@ bool Streaming::NoteInputs() {
                 "see where it leads", MP4G_E_OUTPUT_OPEN);
   const std::string* const same = states_.SameAs(status);
   return same == nullptr ||
-         Fail(Message::kOutputIsInput, name_, "leads to the input " + Shown(*same),
+         Fail(Message::kOutputIsInput, name_, "leads to the input " + PrintablePath(*same),
               "let it lead somewhere else", MP4G_E_OUTPUT_OPEN);
 }
 

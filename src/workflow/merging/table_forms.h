@@ -1,4 +1,4 @@
-// Whether the sample tables of a result are what the format asks for.
+// Checks whether the sample tables of a result are what the format asks for.
 #pragma once
 
 #include <string>

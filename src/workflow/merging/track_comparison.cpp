@@ -86,7 +86,7 @@ bool TrackComparison::Add(const ClipAtWork& clip, const TrackView& track, Number
   while (stream.Next(theirs)) {
     if (!stream_.Next(mine))
       return Differs(kSizes, fmt::format("has {} samples, fewer than the clips up to {}",
-                                         stream_.Count(), Shown(clip.path))) ||
+                                         stream_.Count(), PrintablePath(clip.path))) ||
              true;
     if (!AddRun(clip, track, mine, theirs, stream, longer)) return true;
     alone.Add(mine.count, theirs.step, theirs.offset);
@@ -148,15 +148,15 @@ bool TrackComparison::IsAlike(const ClipAtWork& clip, const TrackView& track, co
   const Number sample = stream_.Done() + 1;
   if (mine.size != theirs.size)
     return Differs(kSizes, fmt::format("gives sample {} a size of {}; it has {} in {}", sample,
-                                       mine.size, theirs.size, Shown(clip.path)));
+                                       mine.size, theirs.size, PrintablePath(clip.path)));
   if (mine.sync != theirs.sync)
     return Differs(kSyncs, fmt::format("has sample {} {} the sync samples; it is {} in {}", sample,
                                        mine.sync ? "among" : "not among",
-                                       theirs.sync ? "one" : "none", Shown(clip.path)));
+                                       theirs.sync ? "one" : "none", PrintablePath(clip.path)));
   if (Wide{mine.offset} * Wide{track.scale} != Wide{theirs.offset} * Wide{track_.scale})
     return Differs(
         kOffsets, fmt::format("gives sample {} a composition offset of {}; it has {} in {}", sample,
-                              mine.offset, theirs.offset, Shown(clip.path)));
+                              mine.offset, theirs.offset, PrintablePath(clip.path)));
   return IsDescription(clip, track, mine.description, theirs.description);
 }
 
@@ -170,8 +170,9 @@ bool TrackComparison::IsStep(const ClipAtWork& clip, const TrackView& track, con
             static_cast<Seconds>(track_.scale);
     return true;
   }
-  return Differs(kSteps, fmt::format("shows sample {} for {} ticks; it has {} in {}",
-                                     stream_.Done() + 1, mine.step, theirs.step, Shown(clip.path)));
+  return Differs(kSteps,
+                 fmt::format("shows sample {} for {} ticks; it has {} in {}", stream_.Done() + 1,
+                             mine.step, theirs.step, PrintablePath(clip.path)));
 }
 
 // Where nothing is said about a sample, it is said that nothing is known: 0. What the flags of
@@ -186,12 +187,13 @@ bool TrackComparison::IsSaid(const ClipAtWork& clip, const SampleRun& mine, cons
     return Differs(
         "mdia/minf/stbl/sdtp",
         fmt::format("says {} of what sample {} depends on; {} says {}", std::max(mine.depends, 0),
-                    sample, Shown(clip.path), std::max(theirs.depends, 0)));
+                    sample, PrintablePath(clip.path), std::max(theirs.depends, 0)));
   if (mine.partialSync == theirs.partialSync) return true;
   if (theirs.partialSync && rules_.dropped.count(FourCc("stps")) != 0) return true;
-  return Differs("mdia/minf/stbl/stps",
-                 fmt::format("has sample {} {} the partial sync samples; it is otherwise in {}",
-                             sample, mine.partialSync ? "among" : "not among", Shown(clip.path)));
+  return Differs(
+      "mdia/minf/stbl/stps",
+      fmt::format("has sample {} {} the partial sync samples; it is otherwise in {}", sample,
+                  mine.partialSync ? "among" : "not among", PrintablePath(clip.path)));
 }
 
 bool TrackComparison::IsDescription(const ClipAtWork& clip, const TrackView& track,
@@ -217,8 +219,8 @@ bool TrackComparison::IsDescription(const ClipAtWork& clip, const TrackView& tra
       return true;
     }
   }
-  return Differs(kDescriptions,
-                 fmt::format("describes sample {} otherwise than {}", sample, Shown(clip.path)));
+  return Differs(kDescriptions, fmt::format("describes sample {} otherwise than {}", sample,
+                                            PrintablePath(clip.path)));
 }
 
 bool TrackComparison::AddPlace(const ClipAtWork& clip, const SampleRun& mine,
@@ -227,14 +229,14 @@ bool TrackComparison::AddPlace(const ClipAtWork& clip, const SampleRun& mine,
   const Number sample = stream_.Done() + 1;
   if (!theirs.placed || size == 0) return true;
   if (!mine.placed)
-    return Differs(
-        kChunks, fmt::format("has no chunk for sample {}, which {} has", sample, Shown(clip.path)));
+    return Differs(kChunks, fmt::format("has no chunk for sample {}, which {} has", sample,
+                                        PrintablePath(clip.path)));
   if (!IsInMedia(result_, mine.position, size))
     return Differs(
         kChunks, fmt::format("has sample {} at byte {}, outside the media", sample, mine.position));
   if (!IsIn(theirs.position, size, 0, clip.file.Size()))
     return Differs(kChunks, fmt::format("has a sample {} that {} does not hold: it ends before",
-                                        sample, Shown(clip.path)));
+                                        sample, PrintablePath(clip.path)));
   clip.ranges.Add({theirs.position, mine.position, size});
   return true;
 }
@@ -244,7 +246,8 @@ bool TrackComparison::CompareShown(const ClipAtWork& clip, const TrackView& trac
                                    const TrackClock& alone) {
   const Showing showing = ShowingOf(clip.file, track);
   if (!showing.inARow)
-    return Differs(kEdits, fmt::format("shows in a row what {} shows in parts", Shown(clip.path)));
+    return Differs(kEdits,
+                   fmt::format("shows in a row what {} shows in parts", PrintablePath(clip.path)));
   const bool picture = track.handler == FourCc("vide");
   const auto scale = static_cast<Seconds>(track.scale);
   const Seconds tick = Seconds{1} / static_cast<Seconds>(std::max<Number>(clip.file.Scale(), 1));
@@ -256,13 +259,15 @@ bool TrackComparison::CompareShown(const ClipAtWork& clip, const TrackView& trac
   const Seconds firstStep = static_cast<Seconds>(alone.FirstStep()) / scale;
   const bool sound = track.handler == FourCc("soun");
   if (sound ? before > kPriming : before > 0 && before >= std::max(firstStep, tick + 1 / scale))
-    return Differs(kEdits, fmt::format("shows {:.0f} ms that are cut off at the begin of {}",
-                                       static_cast<double>(before * 1000), Shown(clip.path)));
+    return Differs(kEdits,
+                   fmt::format("shows {:.0f} ms that are cut off at the begin of {}",
+                               static_cast<double>(before * 1000), PrintablePath(clip.path)));
   const Seconds end = static_cast<Seconds>(alone.LastEnd()) / scale;
   const Seconds behind = showing.toEnd ? 0 : end - showing.begin - showing.length;
   if (behind > (picture ? 2 * tick + step * 3 / 2 : kPriming + step))
-    return Differs(kEdits, fmt::format("shows {:.0f} ms that are cut off at the end of {}",
-                                       static_cast<double>(behind * 1000), Shown(clip.path)));
+    return Differs(kEdits,
+                   fmt::format("shows {:.0f} ms that are cut off at the end of {}",
+                               static_cast<double>(behind * 1000), PrintablePath(clip.path)));
   return true;
 }
 
@@ -378,9 +383,10 @@ bool TrackComparison::CompareGroups(const ClipAtWork& clip, const SampleExtras& 
       const unsigned int found = GroupAt(mine, place, left);
       const unsigned int expected = GroupAt(theirs, inClip, left);
       if (found != expected)
-        return Differs("mdia/minf/stbl/sbgp",
-                       fmt::format("has sample {} in another group of type \"{}\" than {}",
-                                   first + done + 1, FourCcText(key.first), Shown(clip.path)));
+        return Differs(
+            "mdia/minf/stbl/sbgp",
+            fmt::format("has sample {} in another group of type \"{}\" than {}", first + done + 1,
+                        FourCcText(key.first), PrintablePath(clip.path)));
       Skip(place, mine, left);
       Skip(inClip, theirs, left);
       done += left;
@@ -399,13 +405,14 @@ bool TrackComparison::CompareSubSamples(const ClipAtWork& clip, const SampleExtr
       ++subSamples_;
       continue;
     }
-    return Differs("mdia/minf/stbl/subs", fmt::format("has other parts of sample {} than {}",
-                                                      expected.sample + 1, Shown(clip.path)));
+    return Differs("mdia/minf/stbl/subs",
+                   fmt::format("has other parts of sample {} than {}", expected.sample + 1,
+                               PrintablePath(clip.path)));
   }
   if (subSamples_ == mine.size() || mine[subSamples_].sample >= first + count) return true;
   return Differs("mdia/minf/stbl/subs",
                  fmt::format("has parts of sample {} that {} does not have",
-                             mine[subSamples_].sample + 1, Shown(clip.path)));
+                             mine[subSamples_].sample + 1, PrintablePath(clip.path)));
 }
 
 }  // namespace clipchain::samples

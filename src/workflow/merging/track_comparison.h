@@ -1,4 +1,4 @@
-// One track of a result beside the tracks of the clips that it is made of.
+// Compares one track of a result with the tracks of the clips that it is made of.
 #pragma once
 
 #include <map>
@@ -85,7 +85,8 @@ class TrackComparison {
   // What the clips declare about one place of one description.
   struct Declared {
     BitRates most;
-    bool same = true;  // all of them the same
+    // All of them the same.
+    bool same = true;
   };
   // A cursor over what is said of groups or sub-samples.
   struct GroupPlace {
@@ -102,20 +103,25 @@ class TrackComparison {
   OracleFindings& findings_;
   SampleStream stream_;
   TrackClock clock_;
-  TrackClock here_;  // the same of the clip at work alone
+  // The same of the clip at work alone.
+  TrackClock here_;
   Showing showing_;
   std::vector<Description> descriptions_;
-  std::map<std::uint32_t, std::vector<Declared>> declared_;  // by index of the description
+  // By index of the description.
+  std::map<std::uint32_t, std::vector<Declared>> declared_;
   std::vector<Description> ofClip_;
-  std::set<std::pair<std::uint32_t, std::uint32_t>> compared_;  // of the clip at work
+  // Of the clip at work.
+  std::set<std::pair<std::uint32_t, std::uint32_t>> compared_;
   SampleExtras extras_;
   std::map<GroupKey, GroupPlace> places_;
-  std::size_t subSamples_ = 0;  // those that were compared
+  // Those that were compared.
+  std::size_t subSamples_ = 0;
   bool differs_ = false;
   bool shown_ = false;
   Seconds shift_ = 0;
   Seconds waited_ = 0;
-  Seconds wait_ = 0;  // the same of the last sample so far
+  // The same of the last sample so far.
+  Seconds wait_ = 0;
   Seconds loose_ = 0;
 };
 

@@ -1,4 +1,4 @@
-// Which track of a clip continues in which track of the result.
+// Finds the track of the result in which a clip's track continues.
 #pragma once
 
 #include <string>

@@ -50,9 +50,12 @@ struct OutputTrack {
 
   MP4G::CTrackBox* box;
   unsigned int entryType;
-  SampleLayout layout;      // stands behind the chunks of the clips so far
-  TrackSums expected = {};  // of the clips so far
-  bool differs = false;     // from the first difference on nothing more is said about it
+  // Stands behind the chunks of the clips so far.
+  SampleLayout layout;
+  // Of the clips so far.
+  TrackSums expected = {};
+  // From the first difference on nothing more is said about it.
+  bool differs = false;
 };
 
 unsigned int IdOf(MP4G::CTrackBox* track) {
@@ -73,7 +76,8 @@ bool LiesIn(const Chunk& chunk, Number begin, Number size) {
 // A clip that was merged, and where its media should lie in the output.
 struct Clip {
   const std::string& path;
-  QUIRVA::ComPtr<ClipView> view{};  // null where it is read as it is
+  // Null where it is read as it is.
+  QUIRVA::ComPtr<ClipView> view{};
   std::unique_ptr<MP4G::CMp4File> file = std::make_unique<MP4G::CMp4File>();
   Number mediaSize = 0;
   Number target = 0;
@@ -119,9 +123,12 @@ class Verifier {
   MP4G::CMp4Tree tree_;
   std::vector<OutputTrack> tracks_;
   ExpectedFile expected_;
-  MediaPlacement placement_;       // of the clips so far
-  std::vector<SamplePair> pairs_;  // of the clip at work
-  Number duration_ = 0;            // of the clips so far together
+  // Of the clips so far.
+  MediaPlacement placement_;
+  // Of the clip at work.
+  std::vector<SamplePair> pairs_;
+  // Of the clips so far together.
+  Number duration_ = 0;
   std::vector<unsigned char> fromClip_ = std::vector<unsigned char>(kBlock);
   std::vector<unsigned char> fromOutput_ = std::vector<unsigned char>(kBlock);
   Findings findings_;
@@ -262,7 +269,7 @@ void Verifier::AddTracks(Clip& clip) {
     const auto partner = tracks.First(output.entryType);
     if (partner.track == nullptr) {
       Differs(output, "mdia/minf/stbl/stsd",
-              fmt::format("has a track that is not in {}", Shown(clip.path)));
+              fmt::format("has a track that is not in {}", PrintablePath(clip.path)));
       continue;
     }
     tracks.Use(partner.id);
@@ -295,7 +302,7 @@ void Verifier::CompareSizes(const Clip& clip, OutputTrack& output, const SampleL
   if (output.layout.SampleCount() < before + count) {
     Differs(output, kBox,
             fmt::format("has {} samples, fewer than the clips up to {}",
-                        output.layout.SampleCount(), Shown(clip.path)));
+                        output.layout.SampleCount(), PrintablePath(clip.path)));
     return;
   }
   // Where each side has one size for all, the first sample speaks for the others.
@@ -306,7 +313,7 @@ void Verifier::CompareSizes(const Clip& clip, OutputTrack& output, const SampleL
     if (found == expected) continue;
     Differs(output, kBox,
             fmt::format("gives sample {} a size of {}; it has {} in {}", before + sample + 1, found,
-                        expected, Shown(clip.path)));
+                        expected, PrintablePath(clip.path)));
     return;
   }
 }
@@ -315,13 +322,13 @@ void Verifier::CompareChunk(const Clip& clip, OutputTrack& output, const Chunk& 
                             Chunk& copy) {
   if (!output.layout.Next(copy)) {
     Differs(output, "mdia/minf/stbl/stco",
-            fmt::format("has fewer chunks than the clips up to {}", Shown(clip.path)));
+            fmt::format("has fewer chunks than the clips up to {}", PrintablePath(clip.path)));
     return;
   }
   if (copy.samples != chunk.samples || copy.bytes != chunk.bytes) {
     Differs(output, "mdia/minf/stbl/stsc",
             fmt::format("has {} samples in a chunk that has {} in {}", copy.samples, chunk.samples,
-                        Shown(clip.path)));
+                        PrintablePath(clip.path)));
     return;
   }
   // Modulo 2^64, as positions before the media box would have it.
@@ -420,7 +427,7 @@ bool Verifier::CompareBytes(ClipMedia& source, const Clip& clip, Number inClip, 
   if (theirs == fromClip_.begin() + static_cast<std::ptrdiff_t>(size)) return true;
   const auto at = static_cast<Number>(mine - fromOutput_.begin());
   return Damaged(fmt::format("has a byte {:02X} at {}; it is {:02X} at {} in {}", *mine,
-                             inOutput + at, *theirs, inClip + at, Shown(clip.path)),
+                             inOutput + at, *theirs, inClip + at, PrintablePath(clip.path)),
                  inOutput + at);
 }
 

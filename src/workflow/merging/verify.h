@@ -1,4 +1,4 @@
-// Whether a merged file is what its clips add up to, found out by reading it again.
+// Checks whether a merged file is what its clips add up to, by reading it again.
 #pragma once
 
 #include <string>
@@ -15,10 +15,14 @@ namespace clipchain {
 class Fit;
 
 struct VerifyTask {
-  const std::vector<std::string>& inputs;  // in the order in which they were merged
-  std::string output;                      // as findings name it
-  FileBytes& file;                         // reads the output
-  bool everyByte = false;  // compare all media with the clips', not only where clips meet
+  // In the order in which they were merged.
+  const std::vector<std::string>& inputs;
+  // As findings name it.
+  std::string output;
+  // Reads the output.
+  FileBytes& file;
+  // Compare all media with the clips', not only where clips meet.
+  bool everyByte = false;
   // Told how much of the media was compared; false ends the work without a finding.
   Progress progress;
   // By which the clips were adapted; null: the engine alone made the output.

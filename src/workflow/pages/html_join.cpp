@@ -67,7 +67,7 @@ class JoinPage {
         report_ != nullptr ? "clips are kept in results" : "clips to be joined";
     return "<dl class=\"sums\">\n" + HtmlSum("results", std::to_string(results)) +
            HtmlSum(what, fmt::format("{} of {}", kept, clips)) +
-           HtmlSum("size of the results", Amount(size)) + "</dl>\n";
+           HtmlSum("size of the results", FormatBytes(size)) + "</dl>\n";
   }
 
   std::string FileWords(const std::string& path) const {
@@ -151,7 +151,7 @@ class JoinPage {
         report_ != nullptr && IsRun(job) ? OutcomeName(report_->jobs[i].outcome) : "",
         IsRun(job) ? HtmlText(job.output) : "", size > 0 ? std::to_string(size) : "", look,
         HtmlText(StatusOf(i)), DateWords(job.date), Counted(job.inputs.size(), "clip"),
-        Amount(job.size), StateWords(job.identified, job.closedAtHead, job.closedAtTail),
+        FormatBytes(job.size), StateWords(job.identified, job.closedAtHead, job.closedAtTail),
         IsRun(job) ? std::to_string(numbers_[i]) : "", TitleOf(i));
     html += "<ol class=\"inputs\">\n";
     for (const std::string& input : job.inputs) html += "<li>" + FileWords(input) + "</li>\n";
@@ -160,7 +160,7 @@ class JoinPage {
       html += fmt::format("<p class=\"result\">{} {}{}</p>\n", IsDone(i) ? "in" : "into",
                           IsDone(i) ? FileWords(job.output)
                                     : "<bdi class=\"path\">" + HtmlPath(job.output) + "</bdi>",
-                          size > 0 ? ", " + Amount(size) : "");
+                          size > 0 ? ", " + FormatBytes(size) : "");
     return html + FindingList(FindingsOf(i)) + "</article>\n";
   }
 

@@ -11,14 +11,20 @@ namespace clipchain {
 extern const std::string_view kHtmlMark;
 
 struct HtmlFrame {
-  std::string title{};  // HTML
-  std::string sums{};   // the list of sums
-  std::string made{};   // when; may be empty
+  // HTML.
+  std::string title{};
+  // The list of sums.
+  std::string sums{};
+  // When; may be empty.
+  std::string made{};
   // Parts that the page has: the identifier of each heading, and its name.
   std::vector<std::pair<std::string, std::string>> parts{};
-  std::string pictures{};  // definitions
-  std::string body{};      // of "main"
-  bool hasFilter = false;  // whether there is anything in which to find words
+  // Definitions.
+  std::string pictures{};
+  // Of "main".
+  std::string body{};
+  // Whether there is anything in which to find words.
+  bool hasFilter = false;
 };
 
 std::string HtmlPage(const HtmlFrame& frame);

@@ -86,10 +86,6 @@ std::string LengthWords(const std::vector<const SequenceReport*>& sequences) {
   return known == 0 ? SpanWords({}) : "at least " + SpanWords(seconds);
 }
 
-std::string Counted(std::size_t number, const char* what) {
-  return fmt::format("{} {}{}", number, what, number == 1 ? "" : "s");
-}
-
 std::string RecordingLink(std::size_t index, const char* word) {
   return fmt::format("<a href=\"#sequence-{0}\">{1} {0}</a>", index + 1, word);
 }

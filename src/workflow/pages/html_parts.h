@@ -30,8 +30,6 @@ std::string CardChip(unsigned int card);
 double KnownSeconds(const SequenceReport& sequence);
 // Tells how much time all their clips take: "7.7 s", or "at least 5.1 s" if not all are known.
 std::string LengthWords(const std::vector<const SequenceReport*>& sequences);
-// Counts things: "1 clip", "2 clips".
-std::string Counted(std::size_t number, const char* what);
 // Links to a recording by its index: "recording 3".
 std::string RecordingLink(std::size_t index, const char* word = "recording");
 
@@ -40,8 +38,10 @@ struct PageContext {
   const ScanReport& report;
   const Links& links;
   const Pictures& pictures;
-  std::map<std::size_t, std::size_t> halves{};    // FindHalves
-  std::map<std::size_t, std::size_t> previous{};  // the same from behind
+  // FindHalves.
+  std::map<std::size_t, std::size_t> halves{};
+  // The same from behind.
+  std::map<std::size_t, std::size_t> previous{};
 };
 
 // Draws the clips as pieces of a bar, an open end as a torn one. For the eye alone. `tag`: its

@@ -43,7 +43,7 @@ std::string Sums(const ScanReport& report) {
   html += HtmlSum("unidentified", fmt::format("{}", unidentified));
   html += HtmlSum("clips", fmt::format("{}", clips));
   html += HtmlSum("in all", LengthWords(sequences));
-  html += HtmlSum("on disk", Amount(size));
+  html += HtmlSum("on disk", FormatBytes(size));
   return html + "</dl>\n";
 }
 

@@ -48,7 +48,7 @@ std::string ClipItem(const PageContext& page, const SequenceClip& clip, std::siz
       "<div class=\"words\"><p class=\"file\">{}</p>\n"
       "<p class=\"more\">{} <span>{}</span></p>\n<p class=\"where\">{}</p>\n",
       page.links.Around(clip.path, "<bdi>" + name + "</bdi>"), CardChip(clip.volume),
-      Amount(clip.size), TimeElement(clip.date));
+      FormatBytes(clip.size), TimeElement(clip.date));
   if (!folder.empty()) html += fmt::format("<p class=\"where\">in <bdi>{}</bdi></p>\n", folder);
   return html + "</div></li>\n";
 }
@@ -129,7 +129,7 @@ std::string Facts(const SequenceReport& sequence) {
       "<p class=\"facts\"><span>{}</span> <span><strong>{}</strong></span> <span>{}</span> "
       "<span>{}</span>",
       TimeElement(sequence.date), LengthWords({&sequence}), Counted(sequence.clips.size(), "clip"),
-      Amount(size));
+      FormatBytes(size));
   for (const unsigned int volume : sequence.volumes) html += " " + CardChip(volume);
   return html + "</p>\n";
 }

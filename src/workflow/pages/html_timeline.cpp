@@ -21,7 +21,8 @@ namespace {
 
 constexpr double kDay = 86400;
 constexpr int kMostSteps = 8;
-constexpr std::size_t kMostParted = 40;  // clips of a bar between which there is a gap to see
+// Clips of a bar between which there is a gap to see.
+constexpr std::size_t kMostParted = 40;
 // What the number of a bar takes at least, in shares of the line on a narrow screen: for itself,
 // and for each of its digits.
 constexpr double kNumberShare = 0.04;
@@ -35,7 +36,8 @@ struct Bar {
   std::size_t number;
   double start;
   double end;
-  std::size_t group = 0;  // what hangs together by dashes; 0: nothing
+  // What hangs together by dashes; 0: nothing.
+  std::size_t group = 0;
 };
 
 // Bars that share a lane: those of a group, or one alone.
@@ -43,15 +45,18 @@ struct Row {
   std::vector<Bar> bars;
   double start = 0;
   double end = 0;
-  bool crowded = false;  // the bars have one number together: there is no room for each
+  // The bars have one number together: there is no room for each.
+  bool crowded = false;
   std::size_t lane = 0;
 };
 
 // What hangs together, by index of the recording.
 struct Groups {
   std::map<std::size_t, std::size_t> of;
-  std::vector<std::string> names{""};  // of each group, for the eye: its grade; empty for halves
-  std::vector<std::string> links{""};  // where it leads; empty for halves
+  // Of each group, for the eye: its grade; empty for halves.
+  std::vector<std::string> names{""};
+  // Where it leads; empty for halves.
+  std::vector<std::string> links{""};
 };
 
 struct Scale {
@@ -133,7 +138,8 @@ std::vector<Row> RowsOf(const std::vector<Bar>& bars, const Scale& scale, const 
 std::size_t GiveLanes(std::vector<Row>& rows) {
   std::stable_sort(rows.begin(), rows.end(),
                    [](const Row& a, const Row& b) { return a.start < b.start; });
-  using Taken = std::pair<double, std::size_t>;  // until when, and the lane
+  // Until when, and the lane.
+  using Taken = std::pair<double, std::size_t>;
   std::priority_queue<Taken, std::vector<Taken>, std::greater<>> taken;
   std::set<std::size_t> free;
   std::size_t lanes = 0;

@@ -193,7 +193,8 @@ std::optional<AccessUnit> AccessUnits::Jpeg(std::uint64_t position) {
 // of the picture is damaged.
 bool AccessUnits::TakeRest(AccessUnit& found, std::uint64_t at) {
   bool paired = false;
-  std::uint64_t held = at;  // the end of what is sure
+  // The end of what is sure.
+  std::uint64_t held = at;
   for (unsigned int units = 0; units < kMostUnits; ++units) {
     const auto unit = UnitAt(at);
     if (!unit || PlaceOf(*unit, found, paired) != Place::kInside) break;

@@ -15,26 +15,42 @@ namespace clipchain::rescue {
 struct AccessUnit {
   std::uint64_t position = 0;
   std::uint64_t size = 0;
-  bool cut = false;        // begins here, but the bytes end before it does
-  bool damaged = false;    // begins here, but is none of its kind further on
-  Slice slice;             // its first one
-  bool recovery = false;   // holds a recovery point
-  bool holdsSets = false;  // holds parameter sets
+  // Begins here, but the bytes end before it does.
+  bool cut = false;
+  // Begins here, but is none of its kind further on.
+  bool damaged = false;
+  // Its first one.
+  Slice slice;
+  // Holds a recovery point.
+  bool recovery = false;
+  // Holds parameter sets.
+  bool holdsSets = false;
 };
 
 // What was seen in the reference's own samples.
 struct UnitHabits {
-  std::bitset<64> types;       // of all units
-  std::bitset<64> firstTypes;  // of the first units of samples
-  std::int64_t farthest = 0;   // how far the order count of a picture is from the one before
-  std::size_t pictures = 0;    // that were looked at
-  bool layers = false;         // HEVC: units of more than one layer
-  std::uint64_t largest = 0;   // bytes of a sample
-  bool fieldPairs = false;     // two fields, each a picture of its own, in one sample
-  bool startCodes = false;     // what looks like a start code stands inside units
-  bool zeroEnds = false;       // units end with a zero
-  bool numbered = true;        // AVC: each picture's number follows the one before
-  std::uint32_t lines = 0;     // JPEG: height and width, as JpegPicture has them
+  // Of all units.
+  std::bitset<64> types;
+  // Of the first units of samples.
+  std::bitset<64> firstTypes;
+  // How far the order count of a picture is from the one before.
+  std::int64_t farthest = 0;
+  // That were looked at.
+  std::size_t pictures = 0;
+  // HEVC: units of more than one layer.
+  bool layers = false;
+  // Bytes of a sample.
+  std::uint64_t largest = 0;
+  // Two fields, each a picture of its own, in one sample.
+  bool fieldPairs = false;
+  // What looks like a start code stands inside units.
+  bool startCodes = false;
+  // Units end with a zero.
+  bool zeroEnds = false;
+  // AVC: each picture's number follows the one before.
+  bool numbered = true;
+  // JPEG: height and width, as JpegPicture has them.
+  std::uint32_t lines = 0;
 };
 
 class AccessUnits {
@@ -59,7 +75,8 @@ class AccessUnits {
  private:
   struct Unit {
     UnitHeader header;
-    std::uint64_t body = 0;  // position behind the length
+    // Position behind the length.
+    std::uint64_t body = 0;
     std::uint64_t size = 0;
     bool cut = false;
   };

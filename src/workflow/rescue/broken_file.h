@@ -12,12 +12,18 @@ namespace clipchain::rescue {
 struct BrokenMedia {
   // Where the first sample may lie, the likeliest place first.
   std::vector<std::uint64_t> begins;
-  bool beginIsSure = false;   // the first of them is behind a head, as far as in the reference
-  std::uint64_t end = 0;      // behind the last byte that may belong to a sample
-  bool ends = false;          // the media box says so: a sample that ends there ends truly
-  std::uint64_t content = 0;  // from there to its end the file is zeros
-  bool cutOff = false;        // the media runs past the end of the file
-  bool hasMovie = false;      // a movie box is there, whole
+  // The first of them is behind a head, as far as in the reference.
+  bool beginIsSure = false;
+  // Behind the last byte that may belong to a sample.
+  std::uint64_t end = 0;
+  // The media box says so: a sample that ends there ends truly.
+  bool ends = false;
+  // From there to its end the file is zeros.
+  std::uint64_t content = 0;
+  // The media runs past the end of the file.
+  bool cutOff = false;
+  // A movie box is there, whole.
+  bool hasMovie = false;
   bool fragmented = false;
 };
 

@@ -87,7 +87,7 @@ bool ClipWriter::MayWrite() {
   for (const std::string& input : inputs) {
     if (!IsSameFile(input, options_.output)) continue;
     return Fail(Message::kOutputIsInput, options_.output,
-                "is the same file as the input " + Shown(input), "choose another name");
+                "is the same file as the input " + PrintablePath(input), "choose another name");
   }
   struct stat status;
   if (::lstat(options_.output.c_str(), &status) != 0) return errno == ENOENT || FailWrite(errno);

@@ -20,9 +20,12 @@ namespace clipchain::rescue {
 // The layout of the file that is written: a file type, the head of the media,
 // the media, the movie.
 struct ClipLayout {
-  Bytes head;                     // all in front of the media
-  std::vector<ByteRange> ranges;  // of the broken clip, which make the media
-  std::uint64_t media = 0;        // bytes of all of them
+  // All in front of the media.
+  Bytes head;
+  // Of the broken clip, which make the media.
+  std::vector<ByteRange> ranges;
+  // Bytes of all of them.
+  std::uint64_t media = 0;
 };
 ClipLayout LayOut(const RawBox& fileType, const Harvest& harvest);
 

@@ -22,8 +22,10 @@ constexpr std::uint32_t kAc3Rates[] = {32,  40,  48,  56,  64,  80,  96,  112, 1
 
 std::uint32_t Mp3FrameSize(const unsigned char* bytes) {
   if (bytes[0] != 0xFF || (bytes[1] & 0xE0U) != 0xE0) return 0;
-  const unsigned int version = bytes[1] >> 3 & 3U;  // 3: MPEG-1, 2: MPEG-2, 0: MPEG-2.5
-  const unsigned int layer = bytes[1] >> 1 & 3U;    // 1: layer III
+  // 3: MPEG-1, 2: MPEG-2, 0: MPEG-2.5.
+  const unsigned int version = bytes[1] >> 3 & 3U;
+  // 1: layer III.
+  const unsigned int layer = bytes[1] >> 1 & 3U;
   if (version == 1 || layer != 1) return 0;
   const bool low = version != 3;
   const std::uint32_t rate = kMp3Rates[low ? 1 : 0][bytes[2] >> 4];

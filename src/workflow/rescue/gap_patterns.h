@@ -15,9 +15,11 @@ namespace clipchain::rescue {
 
 struct GapPattern {
   std::vector<std::size_t> tracks;
-  std::vector<std::vector<std::uint64_t>> counts;  // samples of each, as they occur, each once
+  // Samples of each, as they occur, each once.
+  std::vector<std::vector<std::uint64_t>> counts;
   std::uint64_t times = 0;
-  bool atBegin = false;  // in front of the first picture
+  // In front of the first picture.
+  bool atBegin = false;
 };
 
 class GapPatterns {
@@ -49,7 +51,8 @@ class GapPatterns {
   std::uint64_t largest_ = 0;
 };
 
-using FrameMethods = std::vector<std::unique_ptr<FrameMethod>>;  // by track; null without one
+// By track; null without one.
+using FrameMethods = std::vector<std::unique_ptr<FrameMethod>>;
 
 struct GapPiece {
   std::size_t track = 0;

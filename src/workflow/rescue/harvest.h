@@ -8,7 +8,8 @@ namespace clipchain::rescue {
 
 // Samples of one track without a gap between them.
 struct SampleRun {
-  std::size_t track = 0;  // index among the reference's
+  // Index among the reference's.
+  std::size_t track = 0;
   std::uint64_t position = 0;
   std::uint64_t bytes = 0;
   std::uint64_t samples = 0;
@@ -24,15 +25,19 @@ struct SampleSpan {
 
 // What tells times and sync flags of a picture.
 struct PictureFacts {
-  std::int32_t order = 0;     // picture order count
-  bool setsBack : 1 = false;  // the counts behind it start from it
+  // Picture order count.
+  std::int32_t order = 0;
+  // The counts behind it start from it.
+  bool setsBack : 1 = false;
   bool idr : 1 = false;
   bool randomAccess : 1 = false;
   bool recovery : 1 = false;
   bool intra : 1 = false;
   bool holdsSets : 1 = false;
-  unsigned char reference = 0;  // AVC: whether others refer to it
-  unsigned char type = 0;       // of the first slice
+  // AVC: whether others refer to it.
+  unsigned char reference = 0;
+  // Of the first slice.
+  unsigned char type = 0;
 };
 static_assert(sizeof(PictureFacts) == 8);  // there is one for each picture
 

@@ -93,7 +93,8 @@ struct CodeTable {
 
 struct Component {
   unsigned char id = 0;
-  unsigned int blocks = 0;  // of one unit of the scan
+  // Of one unit of the scan.
+  unsigned int blocks = 0;
   std::size_t dc = 0;
   std::size_t ac = 0;
 };

@@ -11,10 +11,14 @@ namespace clipchain::rescue {
 
 struct JpegPicture {
   std::uint64_t size = 0;
-  bool cut = false;           // the bytes end before it does
-  bool damaged = false;       // it begins here, and is none further on
-  std::uint32_t lines = 0;    // height and width in one; 0 where they are not told
-  std::uint64_t scanned = 0;  // bytes that were looked through
+  // The bytes end before it does.
+  bool cut = false;
+  // It begins here, and is none further on.
+  bool damaged = false;
+  // Height and width in one; 0 where they are not told.
+  std::uint32_t lines = 0;
+  // Bytes that were looked through.
+  std::uint64_t scanned = 0;
 };
 
 // The picture that begins there and ends in front of `end`; nothing: none does,

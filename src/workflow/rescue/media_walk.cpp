@@ -100,7 +100,8 @@ class Walk {
   AccessUnits units_;
   Harvest harvest_;
   PictureOrder order_;
-  std::uint64_t before_;  // work that the window had done
+  // Work that the window had done.
+  std::uint64_t before_;
   std::uint64_t position_ = 0;
   // The last picture: it counts once something is found behind it.
   std::optional<AccessUnit> pending_;
@@ -110,7 +111,8 @@ class Walk {
   std::uint64_t sinceStart_ = 0;
   unsigned int steps_ = 0;
   bool evenly_ = true;
-  bool over_ = false;  // another recording follows
+  // Another recording follows.
+  bool over_ = false;
   // The picture that was found last, at a place that may have to be asked for
   // again.
   std::optional<AccessUnit> next_;

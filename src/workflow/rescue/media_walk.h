@@ -14,8 +14,10 @@ namespace clipchain::rescue {
 struct WalkRange {
   std::uint64_t begin = 0;
   std::uint64_t end = 0;
-  bool ends = false;        // a sample that ends there ends truly
-  bool beginIsSure = true;  // a sample begins at its begin, and is no guess
+  // A sample that ends there ends truly.
+  bool ends = false;
+  // A sample begins at its begin, and is no guess.
+  bool beginIsSure = true;
 };
 
 // Told how far it is, now and then; false ends the walk.

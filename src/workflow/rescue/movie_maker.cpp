@@ -128,7 +128,8 @@ class Maker {
   std::uint64_t media_;
   MadeMovie made_;
   std::vector<Chunks> chunks_;
-  std::uint64_t longest_ = 0;  // of the tracks, in the movie's time scale
+  // Of the tracks, in the movie's time scale.
+  std::uint64_t longest_ = 0;
 };
 
 void Maker::PlaceChunks() {

@@ -26,9 +26,12 @@ class PictureOrder {
   std::int64_t OrderByNumber(const Slice& slice, const SequenceSet& sequence);
 
   bool any_ = false;
-  std::int64_t order_ = 0;            // of the last picture
-  unsigned int referenceNumber_ = 0;  // frame number of the last picture that others refer to
-  unsigned int number_ = 0;           // of the last picture
+  // Of the last picture.
+  std::int64_t order_ = 0;
+  // Frame number of the last picture that others refer to.
+  unsigned int referenceNumber_ = 0;
+  // Of the last picture.
+  unsigned int number_ = 0;
   unsigned int numberOffset_ = 0;
   unsigned int idrId_ = 0;
   bool idr_ = false;

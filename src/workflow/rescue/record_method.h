@@ -56,9 +56,12 @@ class RecordMethod {
 
   std::size_t track_ = 0;
   std::map<std::uint32_t, Kind> kinds_;
-  std::size_t sizeAt_ = 0;             // place of the sample's size in the record
-  std::size_t durationAt_ = 0;         // and of its duration,
-  std::set<std::size_t> timedTracks_;  // which holds for these tracks
+  // Place of the sample's size in the record.
+  std::size_t sizeAt_ = 0;
+  // And of its duration,.
+  std::size_t durationAt_ = 0;
+  // Which holds for these tracks.
+  std::set<std::size_t> timedTracks_;
 };
 
 }  // namespace clipchain::rescue

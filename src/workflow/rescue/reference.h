@@ -18,16 +18,21 @@ struct ChunkPlace {
   std::uint64_t position = 0;
   std::uint32_t firstSample = 0;
   std::uint32_t samples = 0;
-  std::size_t track = 0;  // index
+  // Index.
+  std::size_t track = 0;
 };
 
 struct ReferenceTrack {
-  std::size_t trak = 0;  // index among the children of the movie box
+  // Index among the children of the movie box.
+  std::size_t trak = 0;
   std::uint32_t id = 0;
-  unsigned int kind = 0;       // of its handler: "vide", "soun", …
-  unsigned int entryType = 0;  // of its sample description
+  // Of its handler: "vide", "soun", ….
+  unsigned int kind = 0;
+  // Of its sample description.
+  unsigned int entryType = 0;
   std::uint32_t timeScale = 0;
-  Bytes entry;  // the first sample entry, whole
+  // The first sample entry, whole.
+  Bytes entry;
   SampleSizes sizes;
   TimeRuns times;
   OffsetRuns offsets;

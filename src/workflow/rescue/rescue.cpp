@@ -60,9 +60,11 @@ class Work {
   const RescueOptions& options_;
   rescue::ClipWriter writer_;
   RescueReport report_;
-  bool hasMovie_ = false;  // the broken clip has one, and its media is cut off
+  // The broken clip has one, and its media is cut off.
+  bool hasMovie_ = false;
   std::unique_ptr<FileBytes> file_;
-  std::optional<std::uint64_t> content_;  // where the zeros begin at which it ends
+  // Where the zeros begin at which it ends.
+  std::optional<std::uint64_t> content_;
   std::unique_ptr<Attempt> attempt_;
 };
 

@@ -5,9 +5,12 @@ namespace clipchain::rescue {
 
 namespace {
 
-constexpr unsigned int kStreamTag = 3;           // ES_Descriptor
-constexpr unsigned int kDecoderTag = 4;          // DecoderConfigDescriptor
-constexpr unsigned int kDecoderSpecificTag = 5;  // DecoderSpecificInfo
+// ES_Descriptor.
+constexpr unsigned int kStreamTag = 3;
+// DecoderConfigDescriptor.
+constexpr unsigned int kDecoderTag = 4;
+// DecoderSpecificInfo.
+constexpr unsigned int kDecoderSpecificTag = 5;
 constexpr std::size_t kVersionAt = 16;
 
 // Fields in front of the boxes of a sound entry, by its version: 1 and 2 are

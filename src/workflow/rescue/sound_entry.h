@@ -6,8 +6,10 @@
 namespace clipchain::rescue {
 
 struct StreamDescription {
-  unsigned int objectType = 0;  // objectTypeIndication; 0 where none is told
-  Bytes specific;               // DecoderSpecificInfo
+  // objectTypeIndication; 0 where none is told.
+  unsigned int objectType = 0;
+  // DecoderSpecificInfo.
+  Bytes specific;
 };
 
 // Out of the "esds" box of a sound entry (ISO/IEC 14496-14, 5.6), be it inside

@@ -27,7 +27,8 @@ constexpr unsigned int kHevcPicture = 34;
 constexpr unsigned int kHevcInformation = 39;
 constexpr unsigned int kHevcInformationBehind = 40;
 
-constexpr unsigned int kRecoveryPoint = 6;  // type of supplemental information
+// Type of supplemental information.
+constexpr unsigned int kRecoveryPoint = 6;
 
 unsigned int Take16(std::span<const unsigned char> bytes) {
   return static_cast<unsigned int>(bytes[0] << 8 | bytes[1]);

@@ -27,29 +27,38 @@ enum class UnitKind {
 struct UnitHeader {
   UnitKind kind = UnitKind::kInvalid;
   unsigned int type = 0;
-  unsigned int referenceIdc = 0;  // AVC: 0 for a picture that no other one refers to
-  unsigned int layer = 0;         // HEVC
-  unsigned int temporalId = 0;    // HEVC
+  // AVC: 0 for a picture that no other one refers to.
+  unsigned int referenceIdc = 0;
+  // HEVC.
+  unsigned int layer = 0;
+  // HEVC.
+  unsigned int temporalId = 0;
 };
 
 // The head of a slice.
 struct Slice {
-  bool first = false;  // of its picture
+  // Of its picture.
+  bool first = false;
   unsigned int unitType = 0;
   unsigned int referenceIdc = 0;
   unsigned int temporalId = 0;
-  unsigned int sliceType = 0;  // AVC: 0 to 4; HEVC: 0 to 2
+  // AVC: 0 to 4; HEVC: 0 to 2.
+  unsigned int sliceType = 0;
   unsigned int pictureSet = 0;
   unsigned int frameNumber = 0;
   bool field = false;
   bool bottomField = false;
   unsigned int idrId = 0;
-  unsigned int orderLow = 0;  // the low bits of the picture order count
+  // The low bits of the picture order count.
+  unsigned int orderLow = 0;
   int orderBottom = 0;
 
-  bool intra = false;         // I slices alone can be told from the first one only
-  bool idr = false;           // nothing behind it refers to anything before it
-  bool randomAccess = false;  // HEVC: IRAP; AVC: as `idr`
+  // I slices alone can be told from the first one only.
+  bool intra = false;
+  // Nothing behind it refers to anything before it.
+  bool idr = false;
+  // HEVC: IRAP; AVC: as `idr`.
+  bool randomAccess = false;
 };
 
 struct SequenceSet {
@@ -62,10 +71,14 @@ struct SequenceSet {
 
 struct PictureSet {
   unsigned int sequenceSet = 0;
-  bool bottomOrder = false;      // AVC
-  bool dependentSlices = false;  // HEVC
-  bool outputFlag = false;       // HEVC
-  unsigned int extraBits = 0;    // HEVC
+  // AVC.
+  bool bottomOrder = false;
+  // HEVC.
+  bool dependentSlices = false;
+  // HEVC.
+  bool outputFlag = false;
+  // HEVC.
+  unsigned int extraBits = 0;
 };
 
 class VideoSyntax {

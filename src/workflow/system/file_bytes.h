@@ -1,4 +1,4 @@
-// Reading parts of a file, with the reason where that fails.
+// Reads parts of a file, and says why where that fails.
 #pragma once
 
 #include <cstddef>

@@ -24,8 +24,10 @@ class FileOutput {
   void StartFlush();
 
   int file_;
-  unsigned long long flushed_ = 0;  // up to there the disk was told to begin
-  unsigned long long written_ = 0;  // in a row from there on
+  // Up to there the disk was told to begin.
+  unsigned long long flushed_ = 0;
+  // In a row from there on.
+  unsigned long long written_ = 0;
 };
 
 }  // namespace clipchain

@@ -21,7 +21,7 @@ bool Status(const std::string& path, struct stat& status) {
 
 }  // namespace
 
-std::string Shown(const std::string& path) {
+std::string PrintablePath(const std::string& path) {
   std::string text;
   for (const wchar_t c : Wide(path)) {
     const std::string bytes = QUIRVA::PathBytesFromWide({&c, 1}).value_or(std::string(1, 0));
@@ -76,8 +76,8 @@ std::string WhyUnwritable(const std::string& path) {
   }
   const std::filesystem::path parent = std::filesystem::path(path).parent_path();
   const std::string folder = parent.empty() ? std::string(".") : parent.string();
-  if (!Status(folder, status)) return fmt::format("there is no folder {}", Shown(folder));
-  if (!S_ISDIR(status.st_mode)) return fmt::format("{} is no folder", Shown(folder));
+  if (!Status(folder, status)) return fmt::format("there is no folder {}", PrintablePath(folder));
+  if (!S_ISDIR(status.st_mode)) return fmt::format("{} is no folder", PrintablePath(folder));
   return ::access(folder.c_str(), W_OK) == 0 ? "" : ErrorText(errno);
 }
 

@@ -9,7 +9,7 @@ namespace clipchain {
 // Spells a path so that it can be printed: the bytes of control characters appear as \xNN, be they
 // written as UTF-8 or not, characters that would turn the direction of what stands around them or
 // show nothing as \u{NNNN}, and others as they are.
-std::string Shown(const std::string& path);
+std::string PrintablePath(const std::string& path);
 
 // The path as the engine takes it.
 std::wstring Wide(const std::string& path);

@@ -1,4 +1,4 @@
-// How much memory the machine has.
+// Tells how much memory the machine has.
 #pragma once
 
 namespace clipchain {

@@ -1,4 +1,4 @@
-// Opening files to read them.
+// Opens files to read them.
 #pragma once
 
 #include <fcntl.h>

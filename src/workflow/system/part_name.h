@@ -1,4 +1,4 @@
-// How the hidden file in which an output comes into being is named:
+// Names the hidden file in which an output comes into being:
 // ".OUT.clipchain-PID-RANDOM.part", the output's name cut where the file system's limit demands it.
 #pragma once
 

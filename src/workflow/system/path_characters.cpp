@@ -7,7 +7,8 @@ namespace clipchain {
 
 namespace {
 
-constexpr wchar_t kStrayBytes = 0xDC00;  // plus the byte, 0x80 to 0xFF
+// Plus the byte, 0x80 to 0xFF.
+constexpr wchar_t kStrayBytes = 0xDC00;
 
 }  // namespace
 

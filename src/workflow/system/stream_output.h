@@ -38,8 +38,10 @@ class ReaderOutput {
   ssize_t TryToWrite(const unsigned char* bytes, std::size_t size);
 
   int descriptor_;
-  bool canWait_;           // a write would wait for the reader
-  bool canRefuse_ = true;  // unless it is told not to
+  // A write would wait for the reader.
+  bool canWait_;
+  // Unless it is told not to.
+  bool canRefuse_ = true;
 };
 
 }  // namespace clipchain

@@ -35,13 +35,13 @@ TEST(ClipWords, NameEachStateOfASequence) {
 }
 
 TEST(Amount, TakesTheUnitThatReadsWell) {
-  EXPECT_EQ("0 B", Amount(0));
-  EXPECT_EQ("999 B", Amount(999));
-  EXPECT_EQ("1.0 kB", Amount(1000));
-  EXPECT_EQ("999.9 kB", Amount(999'949));
-  EXPECT_EQ("1.0 MB", Amount(999'950));
-  EXPECT_EQ("12.3 GB", Amount(12'345'678'900));
-  EXPECT_EQ("9223.4 PB", Amount(9'223'372'036'854'775'807));
+  EXPECT_EQ("0 B", FormatBytes(0));
+  EXPECT_EQ("999 B", FormatBytes(999));
+  EXPECT_EQ("1.0 kB", FormatBytes(1000));
+  EXPECT_EQ("999.9 kB", FormatBytes(999'949));
+  EXPECT_EQ("1.0 MB", FormatBytes(999'950));
+  EXPECT_EQ("12.3 GB", FormatBytes(12'345'678'900));
+  EXPECT_EQ("9223.4 PB", FormatBytes(9'223'372'036'854'775'807));
 }
 
 TEST(SpanWords, TakeTheUnitsThatReadWell) {

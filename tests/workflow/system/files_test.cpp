@@ -15,37 +15,37 @@ using support::Text;
 using support::WriteFile;
 
 TEST(ShownPath, ShowsControlsOfTwoBytes) {
-  EXPECT_EQ("\\xC2\\x9B31m", Shown("\xC2\x9B"
-                                   "31m"));
-  EXPECT_EQ("\\xC2\\x80\xC2\xA0\xC3\x80", Shown("\xC2\x80\xC2\xA0\xC3\x80"));
-  EXPECT_EQ("\xC2", Shown("\xC2"));
-  EXPECT_EQ("\xC2\\xC2\\x9F", Shown("\xC2\xC2\x9F"));
+  EXPECT_EQ("\\xC2\\x9B31m", PrintablePath("\xC2\x9B"
+                                           "31m"));
+  EXPECT_EQ("\\xC2\\x80\xC2\xA0\xC3\x80", PrintablePath("\xC2\x80\xC2\xA0\xC3\x80"));
+  EXPECT_EQ("\xC2", PrintablePath("\xC2"));
+  EXPECT_EQ("\xC2\\xC2\\x9F", PrintablePath("\xC2\xC2\x9F"));
 }
 
 // A terminal that speaks no UTF-8 takes 0x9B for the beginning of a command.
 TEST(ShownPath, SpellsOutBytesThatAreControlsWithoutUtf8) {
   for (int byte = 0x80; byte < 0xA0; ++byte)
     EXPECT_EQ(fmt::format("a\\x{:02X}m", byte),
-              Shown(std::string("a") + static_cast<char>(byte) + 'm'));
-  EXPECT_EQ("\xC3\x9B \xE2\x9B\xB5", Shown("\xC3\x9B \xE2\x9B\xB5"));
+              PrintablePath(std::string("a") + static_cast<char>(byte) + 'm'));
+  EXPECT_EQ("\xC3\x9B \xE2\x9B\xB5", PrintablePath("\xC3\x9B \xE2\x9B\xB5"));
 }
 
 TEST(ShownPath, SpellsOutWhatTurnsTheDirectionOrShowsNothing) {
-  EXPECT_EQ("a\\u{202E}4pm.exe", Shown("a\xE2\x80\xAE"
-                                       "4pm.exe"));
+  EXPECT_EQ("a\\u{202E}4pm.exe", PrintablePath("a\xE2\x80\xAE"
+                                               "4pm.exe"));
   for (const unsigned int code : {0x202Au, 0x202Eu, 0x2066u, 0x2069u, 0x200Bu, 0x2028u}) {
     const wchar_t c = static_cast<wchar_t>(code);
-    EXPECT_EQ(fmt::format("\\u{{{:X}}}", code), Shown(*QUIRVA::PathBytesFromWide({&c, 1})));
+    EXPECT_EQ(fmt::format("\\u{{{:X}}}", code), PrintablePath(*QUIRVA::PathBytesFromWide({&c, 1})));
   }
-  EXPECT_EQ("\xE2\x80\xA6 \xE2\x80\x94", Shown("\xE2\x80\xA6 \xE2\x80\x94"));
+  EXPECT_EQ("\xE2\x80\xA6 \xE2\x80\x94", PrintablePath("\xE2\x80\xA6 \xE2\x80\x94"));
 }
 
 TEST(ShownPath, KeepsBytesThatPrint) {
-  EXPECT_EQ("a b/\xC3\xA4\xFF.mp4", Shown("a b/\xC3\xA4\xFF.mp4"));
+  EXPECT_EQ("a b/\xC3\xA4\xFF.mp4", PrintablePath("a b/\xC3\xA4\xFF.mp4"));
 }
 
 TEST(ShownPath, SpellsOutControlCharacters) {
-  EXPECT_EQ("a\\x1B[2J\\x0Ab\\x7F", Shown("a\x1B[2J\nb\x7F"));
+  EXPECT_EQ("a\\x1B[2J\\x0Ab\\x7F", PrintablePath("a\x1B[2J\nb\x7F"));
 }
 
 TEST(Exists, SeesFilesFoldersAndLinksThatLeadNowhere) {
