@@ -89,8 +89,8 @@ struct TrackTimes {
   std::uint32_t scale = 0;
   std::uint32_t movieScale = 0;
   std::uint64_t samples = 0;
-  // In ticks of the media, from the moment at which the first sample is decoded.
-  // How long all samples last.
+  // How long all samples last. This and what follows is in ticks of the media, counted from the
+  // moment at which the first sample is decoded.
   std::int64_t ticks = 0;
   // The earliest sample, by its composition offset.
   std::int64_t firstShown = 0;

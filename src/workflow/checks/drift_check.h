@@ -9,8 +9,7 @@
 
 namespace clipchain {
 
-// Above the first a person may notice, above the second everybody does.
-// Milliseconds.
+// In milliseconds: above the first a person may notice, above the second everybody does.
 inline constexpr double kNoticeableDrift = 40;
 inline constexpr double kDisturbingDrift = 80;
 

@@ -21,8 +21,8 @@ namespace clipchain {
 namespace {
 
 // How a plan's text is laid out as long as nobody has edited it: each job has a line of its own, so
-// that one can be found without reading the others.
-// For the bytes of the whole text, with blanks in front.
+// that one can be found without reading the others. The bytes of the whole text take so many
+// digits, with blanks in front.
 constexpr std::size_t kDigits = 12;
 constexpr const char* kJobLine = "    {\"number\":";
 

@@ -31,8 +31,7 @@ struct ListedFile {
   FileStamp stamp;
 };
 
-// By which a file is known again that was reached in two ways.
-// Its folder, and its name there.
+// A folder and a name in it, by which a file is known again that was reached in two ways.
 using FilePlace = std::pair<FileIdentity, std::string>;
 FilePlace PlaceOf(const ListedFile& file);
 

@@ -286,7 +286,7 @@ TEST_F(MergeCommand, GoesOnInSpiteOfAProblemWhenForced) {
 
 TEST_F(MergeCommand, RefusesAClipInFragmentsIfItIsNotToBeAdapted) {
   const fs::path media = support::MadeMedia();
-  if (media.empty()) GTEST_SKIP() << "no clips were made: ffmpeg is absent";
+  ASSERT_FALSE(media.empty()) << "no clips were made: scripts/test installs ffmpeg";
   const Finished run = Merge({"--exact", media / "odd/fragmented.mp4"});
   EXPECT_EQ(1, run.exitCode);
   EXPECT_THAT(run.err, HasSubstr("(fragmented)\n"));
@@ -294,7 +294,7 @@ TEST_F(MergeCommand, RefusesAClipInFragmentsIfItIsNotToBeAdapted) {
 
 TEST_F(MergeCommand, PutsTheFragmentsOfOneClipIntoTables) {
   const fs::path media = support::MadeMedia();
-  if (media.empty()) GTEST_SKIP() << "no clips were made: ffmpeg is absent";
+  ASSERT_FALSE(media.empty()) << "no clips were made: scripts/test installs ffmpeg";
   const fs::path clip = media / "odd/fragmented.mp4";
   const Finished run = Merge({clip});
   EXPECT_EQ(0, run.exitCode) << run.err;
@@ -306,7 +306,7 @@ TEST_F(MergeCommand, PutsTheFragmentsOfOneClipIntoTables) {
 
 TEST_F(MergeCommand, GoesOnWithTheTracksThatAllClipsHaveWhereThatIsAskedFor) {
   const fs::path media = support::MadeMedia();
-  if (media.empty()) GTEST_SKIP() << "no clips were made: ffmpeg is absent";
+  ASSERT_FALSE(media.empty()) << "no clips were made: scripts/test installs ffmpeg";
   const fs::path both = media / "avc_aac/1.mp4";
   const fs::path pictures = media / "video_only/1.mp4";
   const Finished refused = Merge({both, pictures});
@@ -324,7 +324,7 @@ TEST_F(MergeCommand, GoesOnWithTheTracksThatAllClipsHaveWhereThatIsAskedFor) {
 
 TEST_F(MergeCommand, SaysWhatDoesNotFitTheFirstClip) {
   const fs::path media = support::MadeMedia();
-  if (media.empty()) GTEST_SKIP() << "no clips were made: ffmpeg is absent";
+  ASSERT_FALSE(media.empty()) << "no clips were made: scripts/test installs ffmpeg";
   const std::string first = media / "avc_aac/1.mp4";
   const auto expect = [&](const fs::path& input, const std::string& words) {
     const Finished run = Merge({"--exact", first, input});

@@ -343,7 +343,7 @@ TEST_F(SequencesCommand, ReplacesAPageOnlyOnRequest) {
 }
 
 TEST_F(SequencesCommand, EndsByASignalThatComesWhileItReads) {
-  if (!support::HasProgram("strace")) GTEST_SKIP() << "no strace";
+  ASSERT_TRUE(support::HasProgram("strace")) << "scripts/test installs it";
   PutChain("card/1.mp4", 1, 1);
   const Finished run = support::Run({"strace", "-o", At("trace"), "-e", "inject=openat:signal=INT",
                                      "-P", At("card/1.mp4"), CLIPCHAIN_TOOL_PATH, "sequences",

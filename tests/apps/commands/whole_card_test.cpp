@@ -106,7 +106,7 @@ TEST_F(WholeCards, EndInOneFileForEachRecording) {
 }
 
 TEST_F(WholeCards, AreJoinedByManyAtOnce) {
-  if (!support::HasProgram("parallel")) GTEST_SKIP() << "no GNU parallel";
+  ASSERT_TRUE(support::HasProgram("parallel")) << "scripts/test installs it";
   const std::string plan = At("plan.json");
   const Finished planned =
       Tool({"join", "-o", At("out"), "--plan", plan, Card(0), Card(1), Card(2)});
