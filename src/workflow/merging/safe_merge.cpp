@@ -19,6 +19,7 @@
 #include "workflow/merging/image_copy.h"
 #include "workflow/merging/input_states.h"
 #include "workflow/merging/leftover_findings.h"
+#include "workflow/merging/out_of_memory.h"
 #include "workflow/merging/verify.h"
 #include "workflow/system/files.h"
 #include "workflow/system/part_file.h"
@@ -421,13 +422,7 @@ SafeMergeReport SafeMerge(const std::vector<std::string>& inputs, const SafeMerg
   try {
     return Run(inputs, options).Merge();
   } catch (const std::bad_alloc&) {
-    SafeMergeReport report;
-    report.result = E_OUTOFMEMORY;
-    report.findings.push_back(MakeFinding(Message::kOutOfMemory, options.check.output,
-                                          "was not made: there is not enough memory",
-                                          "merge fewer clips at once"));
-    report.findings.back().result = E_OUTOFMEMORY;
-    return report;
+    return OutOfMemoryReport(options.check.output, "was not made");
   }
 }
 

@@ -15,6 +15,7 @@
 #include "workflow/merging/image_writer.h"
 #include "workflow/merging/input_states.h"
 #include "workflow/merging/merge_image.h"
+#include "workflow/merging/out_of_memory.h"
 #include "workflow/merging/verify.h"
 #include "workflow/system/files.h"
 #include "workflow/system/part_file.h"
@@ -185,13 +186,7 @@ SafeMergeReport StreamMerge(const std::vector<std::string>& inputs, const Stream
   try {
     return Streaming(inputs, options).Run();
   } catch (const std::bad_alloc&) {
-    SafeMergeReport report;
-    report.result = E_OUTOFMEMORY;
-    report.findings.push_back(MakeFinding(Message::kOutOfMemory, options.check.output,
-                                          "is not complete: there is not enough memory",
-                                          "merge fewer clips at once"));
-    report.findings.back().result = E_OUTOFMEMORY;
-    return report;
+    return OutOfMemoryReport(options.check.output, "is not complete");
   }
 }
 
