@@ -9,6 +9,7 @@
 
 #include "adapt/edit_lists.h"
 #include "adapt/seams.h"
+#include "adapt/table_builder.h"
 #include "adapt/time_scales.h"
 #include "adapt/timeline.h"
 #include "adapt/track_headers.h"
@@ -58,7 +59,7 @@ class ClipTimesAdaptation final : public Adaptation {
     for (std::size_t i = 1; i < clips.size(); ++i) ConvertScales(i, clips, report);
     holds_ = NoHolds(times_);
     if (!scalesMeet_) return;
-    holds_ = HoldsOf(clips, report);
+    Plan(clips, report);
     NoteEdits(clips, report);
     NoteEnds(clips, report);
   }
@@ -135,9 +136,11 @@ class ClipTimesAdaptation final : public Adaptation {
                   text + ", in which its durations are no whole numbers", kOtherKind);
   }
 
-  SampleHolds HoldsOf(FitClips& clips, FitReport& report) const {
-    if (options_.seamsAsTheyAre) return NoHolds(times_);
-    SampleHolds holds = PlanSeams(times_);
+  void Plan(FitClips& clips, FitReport& report) {
+    ClipClocks planned = PlannedClocks(times_, !options_.seamsAsTheyAre);
+    times_ = std::move(planned.clips);
+    holds_ = std::move(planned.holds);
+    if (options_.seamsAsTheyAre) return;
     // Tracks that come back by themselves are left apart by up to a frame, twice the tolerance; the
     // units of the movie's clock come on top.
     constexpr double kMillisecond = 0.001;
@@ -145,7 +148,7 @@ class ClipTimesAdaptation final : public Adaptation {
     for (std::size_t i = 0; i < clips.size(); ++i) {
       const std::vector<RawBox*> tracks = TracksOf(clips[i].movie);
       for (std::size_t track = 0; track < tracks.size(); ++track) {
-        const std::uint32_t ticks = holds[i][track];
+        const std::uint32_t ticks = holds_[i][track];
         if (ticks == 0 || !HoldLastSample(*tracks[track], ticks)) continue;
         const Moment longer = MomentOf(ticks, times_.front()[track].scale);
         report.holds.push_back({i, times_.front()[track].id, ticks});
@@ -154,13 +157,13 @@ class ClipTimesAdaptation final : public Adaptation {
                         MillisecondWords(longer) + " longer");
       }
     }
-    return holds;
   }
 
   // The engine appends tracks that both have a list or both have none, and adds up the delays of
   // lists that have one. No view has a list; what the result shows is written behind the engine.
   void NoteEdits(const FitClips& clips, FitReport& report) const {
     const std::vector<const RawBox*> first = TracksOf(clips.front().movie);
+    for (std::size_t track = 0; track < first.size(); ++track) NoteLate(track, report);
     for (std::size_t i = 0; i < clips.size(); ++i) {
       const std::vector<const RawBox*> tracks = TracksOf(clips[i].movie);
       for (std::size_t track = 0; track < tracks.size(); ++track) {
@@ -172,6 +175,19 @@ class ClipTimesAdaptation final : public Adaptation {
                     EditWords(times_[i][track], edits, isUsed));
       }
     }
+  }
+
+  // The list of the first clip, which has no samples of the track, says nothing of those behind it.
+  void NoteLate(std::size_t track, FitReport& report) const {
+    if (times_.front()[track].samples != 0) return;
+    const auto later = std::find_if(times_.begin(), times_.end(), [track](const ClipTimes& clip) {
+      return clip[track].samples != 0;
+    });
+    if (later == times_.end()) return;
+    report.Note(AdaptationKind::kEditLists, static_cast<std::size_t>(later - times_.begin()),
+                (*later)[track].id,
+                "begins its " + TrackWords((*later)[track]) +
+                    " beside its others, and no clip before it has samples of that track");
   }
 
   static std::string EditWords(const TrackTimes& track, std::size_t edits, bool isUsed) {
@@ -234,6 +250,18 @@ class ClipTimesAdaptation final : public Adaptation {
     return 0;
   }
 
+  static void PutEdits(RawBox& track, const Edits& edits) {
+    if (edits.empty()) return;
+    RawBox* container = track.Child(FourCc("edts"));
+    if (container == nullptr) {
+      // In front of the media (8.6.5).
+      const auto media = std::find_if(track.children.begin(), track.children.end(),
+                                      [](const RawBox& box) { return box.type == FourCc("mdia"); });
+      container = &*track.children.insert(media, RawBox(FourCc("edts"), {}));
+    }
+    ReplaceChild(*container, EditsBox(edits));
+  }
+
   // Answers how long the track is in the movie's ticks.
   std::uint64_t CompleteTrack(RawBox& track, std::size_t index) const {
     const TrackTimes& first = times_.front()[index];
@@ -248,8 +276,6 @@ class ClipTimesAdaptation final : public Adaptation {
     media->duration = static_cast<std::uint64_t>(merged->ticks);
     const std::int64_t end = merged->endShown - LeftOut(index);
     const Edits edits = MergedEdits(first, end);
-    RawBox* list = track.At({FourCc("edts"), FourCc("elst")});
-    if (list != nullptr && !edits.empty()) *list = EditsBox(edits);
     header->duration = 0;
     for (const Edit& edit : edits) header->duration += edit.duration;
     if (edits.empty())
@@ -257,6 +283,8 @@ class ClipTimesAdaptation final : public Adaptation {
           std::max<Moment>(0, TicksToHold(MomentOf(end, first.scale), first.movieScale)));
     static_cast<void>(WriteTimeHeader(*mediaBox, *media));
     static_cast<void>(WriteTrackHeader(*trackBox, *header));
+    // Moves the boxes of the track.
+    PutEdits(track, edits);
     return header->duration;
   }
 

@@ -73,6 +73,7 @@ std::string PlainCutWords(const TrackTimes& track) {
 }  // namespace
 
 bool IsCut(const TrackTimes& track) {
+  if (track.samples == 0) return false;
   if (!track.shown.IsPlain()) return true;
   return Before(track).ticks != 0 || Behind(track).ticks != 0;
 }

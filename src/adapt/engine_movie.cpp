@@ -31,6 +31,10 @@ constexpr unsigned int kJoined[] = {FourCc("stts"), FourCc("ctts"), FourCc("stsz
                                     FourCc("stz2"), FourCc("stsc"), FourCc("stco"),
                                     FourCc("co64"), FourCc("stss"), FourCc("sdtp")};
 
+// What no engine needs to know: how they are joined is not its business.
+constexpr unsigned int kOfSamples[] = {FourCc("cslg"), FourCc("sbgp"), FourCc("sgpd"),
+                                       FourCc("stps"), FourCc("subs")};
+
 template <std::size_t count>
 bool IsAmong(const unsigned int (&types)[count], unsigned int type) {
   return std::find(std::begin(types), std::end(types), type) != std::end(types);
@@ -98,7 +102,8 @@ RawBox Stripped(const RawBox& box) {
   result.type = box.type;
   result.data = IsRawContainer(box.type) ? Bytes() : box.data;
   for (const RawBox& child : box.children) {
-    if (IsKnown(child.type) && !IsAmong(kRead, child.type)) continue;
+    const bool isUnread = IsKnown(child.type) && !IsAmong(kRead, child.type);
+    if (isUnread || (box.type == FourCc("stbl") && IsAmong(kOfSamples, child.type))) continue;
     result.children.push_back(IsKnown(child.type) ? Stripped(child) : child);
   }
   return result;

@@ -7,6 +7,7 @@
 
 #include "adapt/box_header.h"
 #include "adapt/engine_movie.h"
+#include "adapt/item_places.h"
 #include "adapt/track_headers.h"
 #include "foundation/fourcc.h"
 #include "reader/box_reader.h"
@@ -60,6 +61,7 @@ bool SameDescriptions(const RawBox& original, const RawBox& copy) {
 class KeptBoxes final : public Adaptation {
  public:
   void Adapt(FitClips& clips, FitReport& report) override {
+    LeaveOutPlaces(clips.front().movie, 0, report);
     for (std::size_t i = 0; i < clips.size(); ++i) Look(clips[i].movie, i, report);
   }
 
@@ -87,6 +89,30 @@ class KeptBoxes final : public Adaptation {
       Compare(*tracks[i], *copies[i], 0, ofTrack);
       Tell(ofTrack, tracks[i], index, report);
     }
+  }
+
+  // Boxes of the first clip alone go into the result, where what they speak of lies elsewhere.
+  static void LeaveOutPlaces(RawBox& parent, unsigned int track, FitReport& report) {
+    for (RawBox& box : parent.children) {
+      const bool isTrack = box.type == FourCc("trak");
+      if (isTrack || box.type == FourCc("udta"))
+        LeaveOutPlaces(box, isTrack ? RawTrackId(box) : track, report);
+    }
+    const auto gone = std::erase_if(parent.children, [](const RawBox& box) {
+      return box.type == FourCc("meta") && NamesPlacesInFile(box);
+    });
+    if (gone == 0) return;
+    report.dropped.insert(FourCc("meta"));
+    const std::string where = track != 0 ? "in its track " + std::to_string(track) + ' ' : "";
+    report.Note(AdaptationKind::kBoxes, 0, track,
+                "leaves out " + where + "a box \"meta\" that names places of this file");
+    report
+        .Refuse(FitProblemKind::kBoxLost, 0, track,
+                "has " + where +
+                    "a box \"meta\" whose items lie at places of this file, which a merge leaves "
+                    "out",
+                "keep the clip if you need what it says")
+        .box = track != 0 ? "moov/trak/meta" : "moov/meta";
   }
 
   // The children, but those of one type.

@@ -1,9 +1,11 @@
 #include "adapt/long_durations.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 
 #include "adapt/track_headers.h"
+#include "adapt/track_tables.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {
@@ -33,10 +35,71 @@ std::uint64_t DurationOf(const RawBox* header) {
   return duration == kUnknownDuration ? 0 : duration;
 }
 
+// All bits set say that a duration is not known (8.2.2.3), and sums of it would be none.
+bool IsUnknown(const RawBox* header) {
+  if (header == nullptr) return false;
+  if (header->type == FourCc("tkhd")) {
+    const auto fields = ReadTrackHeader(*header);
+    return fields && fields->duration == kUnknownDuration;
+  }
+  const auto fields = ReadTimeHeader(*header);
+  return fields && fields->duration == kUnknownDuration;
+}
+
+// In ticks of the movie, rounded up; nothing where that can't be said.
+std::optional<std::uint64_t> ToMovie(std::uint64_t ticks, std::uint32_t scale,
+                                     std::uint32_t movieScale) {
+  std::uint64_t product = 0;
+  if (scale == 0 || __builtin_mul_overflow(ticks, std::uint64_t{movieScale}, &product) ||
+      product > kUnknownDuration - scale)
+    return std::nullopt;
+  return (product + scale - 1) / scale;
+}
+
+// Puts a duration in place of one that is not known, in a header that may have to become wider.
+void Tell(RawBox& header, std::uint64_t duration) {
+  if (duration >= kMost32Bits) static_cast<void>(WidenHeader(header));
+  if (header.type == FourCc("tkhd")) {
+    static_cast<void>(WriteTrackHeader(header, {ReadTrackHeader(header)->id, duration}));
+  } else {
+    static_cast<void>(WriteTimeHeader(header, {ReadTimeHeader(header)->scale, duration}));
+  }
+}
+
+// Whether any header did not say how long the movie, a track or its media is.
+bool TellDurations(RawBox& movie) {
+  const std::vector<RawBox*> headers = HeadersOf(movie);
+  if (std::none_of(headers.begin(), headers.end(), IsUnknown)) return false;
+  const auto movieHeader = ReadTimeHeader(*headers.front());
+  std::uint64_t longest = 0;
+  for (RawBox* track : TracksOf(movie)) {
+    RawBox* header = track->Child(FourCc("tkhd"));
+    RawBox* mediaHeader = track->At({FourCc("mdia"), FourCc("mdhd")});
+    const RawBox* table = SampleTable(*track);
+    const RawBox* box = table != nullptr ? table->Child(FourCc("stts")) : nullptr;
+    const auto times = box != nullptr ? ReadTimes(*box) : std::nullopt;
+    const auto ticks = times ? MediaDuration(*times) : std::nullopt;
+    const auto media = mediaHeader != nullptr ? ReadTimeHeader(*mediaHeader) : std::nullopt;
+    if (!ticks || !media || !movieHeader) continue;
+    if (IsUnknown(mediaHeader)) Tell(*mediaHeader, *ticks);
+    const auto shown = ToMovie(*ticks, media->scale, movieHeader->scale);
+    if (shown && IsUnknown(header)) Tell(*header, *shown);
+    longest = std::max(longest, DurationOf(header));
+  }
+  if (IsUnknown(headers.front())) Tell(*headers.front(), longest);
+  return true;
+}
+
 class LongDurations final : public Adaptation {
  public:
   void Adapt(FitClips& clips, FitReport& report) override {
-    if (clips.size() < 2 || !IsNeeded(clips)) return;
+    if (clips.size() < 2) return;
+    for (std::size_t i = 0; i < clips.size(); ++i) {
+      if (TellDurations(clips[i].movie))
+        report.Note(AdaptationKind::kDurations, i, 0,
+                    "has headers that do not say how long its tracks are, as its samples do");
+    }
+    if (!IsNeeded(clips)) return;
     for (std::size_t i = 0; i < clips.size(); ++i) {
       bool isWidened = false;
       for (RawBox* header : HeadersOf(clips[i].movie)) {

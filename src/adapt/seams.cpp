@@ -71,24 +71,42 @@ class Walker {
   std::vector<Place> places_;
 };
 
-// How far behind the farthest of the tracks that lead any track is.
-struct Extent {
-  std::optional<Moment> least;
-  std::optional<Moment> most;  // of those that lead
-
+// How far behind the farthest of the tracks that others wait for any track is.
+class Extent {
+ public:
   void Add(Moment moment, bool leads) {
-    least = std::min(least.value_or(moment), moment);
-    if (leads) most = std::max(most.value_or(moment), moment);
+    least_ = std::min(least_.value_or(moment), moment);
+    if (leads) {
+      most_ = std::max(most_.value_or(moment), moment);
+    } else {
+      others_.push_back(moment);
+    }
   }
-  Moment Length() const { return most ? std::max<Moment>(0, *most - *least) : 0; }
+  // Nothing where no track leads.
+  std::optional<Moment> Most() const {
+    auto most = most_;
+    for (const Moment other : others_) {
+      if (most_ && other - *most_ <= kMostPatience) most = std::max(*most, other);
+    }
+    return most;
+  }
+  Moment Length() const {
+    const auto most = Most();
+    return most ? std::max<Moment>(0, *most - *least_) : 0;
+  }
+
+ private:
+  std::optional<Moment> least_;
+  std::optional<Moment> most_;  // of those that lead
+  std::vector<Moment> others_;
 };
 
 bool IsSeenOrHeard(const TrackTimes& track) {
   return track.kind == MediaKind::kPicture || track.kind == MediaKind::kSound;
 }
 
-// Nobody is to wait before a picture that stands still because a track of data goes on: picture and
-// sound lead where there are any.
+// Nobody is to wait for long before a picture that stands still because a track of data goes on:
+// picture and sound lead where there are any.
 std::vector<bool> LeadersOf(const ClipTimes& first) {
   const bool areAlone = std::none_of(first.begin(), first.end(), IsSeenOrHeard);
   std::vector<bool> leaders;
@@ -98,21 +116,27 @@ std::vector<bool> LeadersOf(const ClipTimes& first) {
 
 class Planner {
  public:
-  explicit Planner(const std::vector<ClipTimes>& clips)
-      : clips_(clips),
-        walker_(clips),
-        tolerance_(SeamTolerance(clips.front())),
-        leads_(LeadersOf(clips.front())),
-        holds_(NoHolds(clips)) {}
+  Planner(std::vector<ClipTimes> clips, bool waits)
+      : clips_(std::move(clips)),
+        waits_(waits),
+        walker_(clips_),
+        tolerance_(SeamTolerance(clips_.front())),
+        leads_(LeadersOf(clips_.front())),
+        holds_(NoHolds(clips_)) {}
 
-  SampleHolds Run() {
+  ClipClocks Run() {
     const std::vector<std::uint32_t> none(walker_.Tracks(), 0);
     for (std::size_t clip = 1; clip < clips_.size(); ++clip) {
       walker_.Pass(clip - 1, none);
-      KeepOrder(clip);
-      KeepInStep(clip);
+      if (waits_) {
+        KeepOrder(clip);
+        KeepInStep(clip);
+      }
+      for (std::size_t track = 0; track < walker_.Tracks(); ++track) {
+        if (!walker_.At(track).hasBegun && clips_[clip][track].samples != 0) BeginLate(clip, track);
+      }
     }
-    return std::move(holds_);
+    return {std::move(clips_), std::move(holds_)};
   }
 
  private:
@@ -182,7 +206,7 @@ class Planner {
       if (extent.Length() <= tolerance_ || (pass == 0 && CatchesUp(clip, extent))) return;
       for (std::size_t track = 0; track < walker_.Tracks(); ++track) {
         if (!IsSeam(clip, track)) continue;
-        const Moment behind = *extent.most - walker_.Shift(clip, track, walker_.At(track).media);
+        const Moment behind = *extent.Most() - walker_.Shift(clip, track, walker_.At(track).media);
         if (behind > tolerance_) Hold(track, TicksFor(behind, walker_.Scale(track)));
       }
     }
@@ -194,7 +218,24 @@ class Planner {
     return behind - MomentOf(ticks, scale) > tolerance_ ? ticks + 1 : ticks;
   }
 
-  const std::vector<ClipTimes>& clips_;
+  // What the result needs so that the track is as much later there as those that have begun.
+  void BeginLate(std::size_t clip, std::size_t track) {
+    TrackTimes& first = clips_.front()[track];
+    const TrackTimes& times = clips_[clip][track];
+    const Moment shift = At(clip).Most().value_or(0);
+    first.shown = {};
+    first.shown.start = static_cast<std::int64_t>(TicksOf(
+        MomentOf(times.shown.start, times.scale) + MomentOf(1, first.scale) / 2, first.scale));
+    const Moment delay = times.Zero() + shift + MomentOf(first.shown.start, first.scale);
+    if (delay > 0)
+      first.shown.delay = static_cast<std::uint64_t>(
+          TicksOf(delay + MomentOf(1, first.movieScale) / 2, first.movieScale));
+    if (first.shown.delay != 0 || first.shown.start != 0)
+      first.shown.kind = ShownStretch::Kind::kPlain;
+  }
+
+  std::vector<ClipTimes> clips_;
+  bool waits_;
   Walker walker_;
   Moment tolerance_;
   std::vector<bool> leads_;  // by track
@@ -212,8 +253,12 @@ Moment SeamTolerance(const ClipTimes& first) {
   return kUsualFrame / 2;
 }
 
+ClipClocks PlannedClocks(std::vector<ClipTimes> clips, bool waits) {
+  return clips.empty() ? ClipClocks() : Planner(std::move(clips), waits).Run();
+}
+
 SampleHolds PlanSeams(const std::vector<ClipTimes>& clips) {
-  return clips.empty() ? SampleHolds() : Planner(clips).Run();
+  return PlannedClocks(clips, true).holds;
 }
 
 SampleHolds NoHolds(const std::vector<ClipTimes>& clips) {

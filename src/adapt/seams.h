@@ -31,12 +31,19 @@ struct ClipClocks {
 // samples at 48 kHz, where the sound has no frames or is none.
 Moment SeamTolerance(const ClipTimes& first);
 
+// Picture and sound wait for a track of another kind that is up to that far ahead of them; beyond
+// it, what they would show is worse than what is read late.
+inline constexpr Moment kMostPatience = Moment{kUnitsASecond} * 80 / 1000;
+
 // What keeps the tracks of each clip together as they are in that clip alone, to within the
 // tolerance. The track that is behind waits for the one that is ahead; nothing is ever shown
-// shorter. Picture and sound do not wait for tracks of another kind, which stay ahead. Clips that
-// are apart by up to a frame and come back within the tolerance by themselves in the next one are
-// left as they are. All clips have as many tracks as the first, and scales that convert to the
-// first's without a rest.
+// shorter. Clips that are apart by up to a frame and come back within the tolerance by themselves
+// in the next one are left as they are. Without `waits` nobody waits. A track of which the first
+// clip has no samples begins beside the others in the clip that has some: what the first clip's
+// `shown` says of it becomes the list that the result needs. All clips have as many tracks as the
+// first, and scales that convert to the first's without a rest.
+ClipClocks PlannedClocks(std::vector<ClipTimes> clips, bool waits);
+// How long samples are held there with waiting.
 SampleHolds PlanSeams(const std::vector<ClipTimes>& clips);
 // The same without waiting.
 SampleHolds NoHolds(const std::vector<ClipTimes>& clips);

@@ -116,27 +116,27 @@ void SpellSyncSamples(const Tables& tables, Changes& changes) {
   }
 }
 
-// Without the table nothing is known, which zeros say too (8.6.4.3).
+// Of samples that no table speaks of nothing is known, which zeros say too (8.6.4.3). Bytes behind
+// the last sample say nothing.
 void SpellDependencies(const Tables& tables, Changes& changes) {
   if (!SomeHave(tables, FourCc("sdtp"))) return;
-  bool areWhole = true;
   for (const RawBox* table : tables) {
     const auto count = CountSamples(*table);
-    if (!count) return;
+    if (!count || *count > kMostSpelled) return;
     const RawBox* box = table->Child(FourCc("sdtp"));
-    const auto bytes = box != nullptr ? ReadDependencies(*box) : std::nullopt;
-    if (box != nullptr ? !bytes || bytes->size() != *count : *count > kMostSpelled)
-      areWhole = false;
+    if (box != nullptr && !ReadDependencies(*box)) return;
   }
   for (std::size_t i = 0; i < tables.size(); ++i) {
-    const bool isThere = tables[i]->Child(FourCc("sdtp")) != nullptr;
-    if (!areWhole && isThere) {
-      tables[i]->Remove(FourCc("sdtp"));
-      changes.push_back({i, "dependencies of samples, left out because one clip's do not fit"});
-    } else if (areWhole && !isThere) {
-      ReplaceChild(*tables[i], DependenciesBox(Bytes(*CountSamples(*tables[i]))));
-      changes.push_back({i, "no dependencies of samples, said to be unknown"});
-    }
+    const RawBox* box = tables[i]->Child(FourCc("sdtp"));
+    const std::uint32_t count = *CountSamples(*tables[i]);
+    const auto told = box != nullptr ? *ReadDependencies(*box) : std::span<const unsigned char>();
+    if (box != nullptr && told.size() == count) continue;
+    Bytes all(told.begin(), told.begin() + std::min<std::ptrdiff_t>(told.size(), count));
+    all.resize(count);
+    changes.push_back({i, box == nullptr ? "no dependencies of samples, said to be unknown"
+                                         : "dependencies of another number of samples, cut or "
+                                           "continued as unknown"});
+    ReplaceChild(*tables[i], DependenciesBox(all));
   }
 }
 

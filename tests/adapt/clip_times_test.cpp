@@ -118,6 +118,33 @@ TEST_F(ClipTimesTest, TheDelayOfTheFirstClipIsCarriedOnce) {
   EXPECT_EQ(TrackDuration(fitted.movie, 1), 4007u);
 }
 
+TEST_F(ClipTimesTest, ATrackThatTheFirstClipHasNoSamplesOfBeginsWithTheSecond) {
+  MovieBuilder silent = TwoSeconds();
+  support::Track& sound = silent.tracks[1];
+  sound.sampleSizes.clear();
+  sound.stts.clear();
+  sound.mediaDuration = sound.movieDuration = 0;
+  const Fitted fitted = FitThem({silent, TwoSeconds(), TwoSeconds()});
+  EXPECT_EQ(fitted.problems, Texts());
+  EXPECT_EQ(fitted.notes, (Texts{"2: begins its track 2 (mp4a) beside its others, and no clip "
+                                 "before it has samples of that track"}));
+  EXPECT_EQ(EditsAt(fitted.movie, 1), (Edits{{2000, -1}, {4011, 0}}));
+  EXPECT_EQ(TrackDuration(fitted.movie, 1), 6011u);
+  EXPECT_EQ(TimesAt(fitted.movie, 1), (TimeRuns{{94, 1024}, {94, 1024}}));
+}
+
+TEST_F(ClipTimesTest, DurationsThatAreNotKnownAreThoseOfTheSamples) {
+  MovieBuilder clip = TwoSeconds();
+  clip.tracks[0].mediaDuration = clip.tracks[0].movieDuration = 0xFFFFFFFF;
+  const Fitted fitted = FitThem({clip, clip});
+  EXPECT_EQ(fitted.problems, Texts());
+  ASSERT_EQ(fitted.notes.size(), 2u);
+  EXPECT_EQ(fitted.notes[0],
+            "1: has headers that do not say how long its tracks are, as its samples do");
+  EXPECT_EQ(MediaDurationAt(fitted.movie, 0), 120000u);
+  EXPECT_EQ(TrackDuration(fitted.movie, 0), 4000u);
+}
+
 TEST_F(ClipTimesTest, OneClipAloneMayHaveAnEditList) {
   MovieBuilder listed = TwoSeconds();
   listed.tracks[1].edits = {{1984, 1024}};

@@ -178,21 +178,30 @@ TEST(Seams, ADataTrackKeepsStepToo) {
   EXPECT_EQ(Planned(clips)[0], (Holds{0, 1600}));
 }
 
-TEST(Seams, NobodyWaitsForADataTrackThatIsAhead) {
+TEST(Seams, NobodyWaitsForADataTrackThatIsFarAhead) {
   TrackSource data = Picture(2);
   data.kind = MediaKind::kOther;
-  data.times = {{2, 13000}};
+  data.times = {{2, 13350}};
   std::vector<ClipTimes> clips(3, {Times(Picture(50)), Times(data), Times(Primed(96000 - 1024))});
   EXPECT_EQ(PlanSeams(clips), NoHolds(clips));
-  EXPECT_EQ(Apart(clips, NoHolds(clips)), 2 * MomentOf(400, 12800));
+  EXPECT_EQ(Apart(clips, NoHolds(clips)), 2 * MomentOf(1100, 12800));
   // It waits once the others are ahead of it.
   clips[1][1] = Times(Picture(1));
   clips[1][1].kind = MediaKind::kOther;
-  EXPECT_EQ(PlanSeams(clips)[1], (Holds{0, 25600 - 512 - 400, 0}));
+  EXPECT_EQ(PlanSeams(clips)[1], (Holds{0, 25600 - 512 - 1100, 0}));
   // Among themselves tracks of data wait for each other.
   clips.assign(2, {Times(data), Times(data)});
   clips[0][1].ticks -= 1000;
   EXPECT_EQ(PlanSeams(clips)[0], (Holds{0, 1000}));
+}
+
+// What a track of data has too much of in every clip would add up.
+TEST(Seams, ADataTrackThatIsALittleAheadIsWaitedFor) {
+  TrackSource data = Picture(2);
+  data.kind = MediaKind::kOther;
+  data.times = {{2, 13312}};
+  const std::vector<ClipTimes> clips(100, {Times(Picture(50)), Times(data), Times(Sound(94))});
+  EXPECT_EQ(Planned(clips)[0], (Holds{1024, 0, 3584}));
 }
 
 TEST(Seams, ATrackThatIsEmptyInAClipWaitsForTheNext) {
@@ -203,10 +212,22 @@ TEST(Seams, ATrackThatIsEmptyInAClipWaitsForTheNext) {
   EXPECT_EQ(ShiftsOf({clips, holds})[1][1], std::nullopt);
 }
 
-TEST(Seams, ATrackThatBeginsInALaterClipHasNothingToWaitWith) {
-  const std::vector<ClipTimes> clips{Clip(Picture(48), Sound(0)), Clip(Picture(48), Sound(90))};
-  EXPECT_EQ(PlanSeams(clips), NoHolds(clips));
-  EXPECT_EQ(Apart(clips, NoHolds(clips)), MomentOf(48, 25));
+TEST(Seams, ATrackThatBeginsInALaterClipBeginsBesideTheOthers) {
+  std::vector<ClipTimes> clips{Clip(Picture(48), Sound(0)), Clip(Picture(48), Primed(96000 - 1024)),
+                               Clip(Picture(48), Sound(90))};
+  EXPECT_EQ(PlanSeams(clips)[0], (Holds{0, 0}));
+  for (const bool waits : {false, true}) {
+    const ClipClocks planned = PlannedClocks(clips, waits);
+    const ShownStretch& shown = planned.clips[0][1].shown;
+    EXPECT_EQ(shown.kind, ShownStretch::Kind::kPlain);
+    EXPECT_EQ(shown.delay, 1920u);
+    EXPECT_EQ(shown.start, 1024);
+    EXPECT_EQ(*ShiftsOf(planned)[1][1], MomentOf(48, 25));
+    EXPECT_EQ(planned.clips[0][0].shown, clips[0][0].shown);
+  }
+  // Pictures too, beside sound that is alone up to then.
+  clips = {Clip(Picture(0), Sound(90)), Clip(Picture(48), Sound(90))};
+  EXPECT_EQ(PlannedClocks(clips, true).clips[0][0].shown.delay, 1920u);
 }
 
 TEST(Seams, CoarseTicksGoTooFarAndTheOthersFollow) {

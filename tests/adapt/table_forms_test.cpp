@@ -101,12 +101,12 @@ TEST(TableForms, DependenciesThatOneLacksAreUnknown) {
   EXPECT_EQ(Written(first), Written(TableOf(kUniform + FullBox("sdtp", 0, 0, {Hex("00 00")}))));
 }
 
-TEST(TableForms, DependenciesThatDoNotFitAreLeftOutOfAll) {
-  RawBox first = TableOf(kUniform + FullBox("sdtp", 0, 0, {Hex("20 10")}));
+TEST(TableForms, DependenciesOfAnotherNumberOfSamplesAreUnknownBehindThem) {
+  RawBox first = TableOf(kUniform + FullBox("sdtp", 0, 0, {Hex("20 10 18")}));
   RawBox second = TableOf(kUniform + FullBox("sdtp", 0, 0, {Hex("20")}));
   EXPECT_EQ(GiveOneForm({&first, &second}).size(), 2u);
-  EXPECT_EQ(first.Child(FourCc("sdtp")), nullptr);
-  EXPECT_EQ(second.Child(FourCc("sdtp")), nullptr);
+  EXPECT_EQ(Written(first), Written(TableOf(kUniform + FullBox("sdtp", 0, 0, {Hex("20 10")}))));
+  EXPECT_EQ(Written(second), Written(TableOf(kUniform + FullBox("sdtp", 0, 0, {Hex("20 00")}))));
 }
 
 TEST(TableForms, ATableThatCannotBeReadStaysAsItIs) {

@@ -76,13 +76,25 @@ bool IsSameButForNextClip(View mine, View theirs) {
                     [](unsigned char a, char b) { return a == static_cast<unsigned char>(b); });
 }
 
-// The boxes in "udta" but those of chapters, and what stands behind them.
-std::string WithoutChapters(View body) {
+// Whether the box has a table of items' places, which are those of the file (clause 8.11.3). It may
+// begin with a version and flags.
+bool HasPlaces(const BoxView& box) {
+  constexpr std::size_t kVersionAndFlags = 4;
+  return box.type == FourCc("meta") && box.body.size() >= kVersionAndFlags &&
+         (FindBox(box.body, FourCc("iloc")).type != 0 ||
+          FindBox(box.body.subspan(kVersionAndFlags), FourCc("iloc")).type != 0);
+}
+
+// The boxes in "udta" but those of chapters and those that may be left out, and what stands behind
+// them.
+std::string UserData(View body, bool withChapters, bool withPlaces) {
   std::string bytes;
   BoxView box;
   View rest = body;
   while (TakeBox(rest, box)) {
-    if (box.type != FourCc("chpl")) bytes.append(box.whole.begin(), box.whole.end());
+    const bool isPassedOver =
+        (!withChapters && box.type == FourCc("chpl")) || (!withPlaces && HasPlaces(box));
+    if (!isPassedOver) bytes.append(box.whole.begin(), box.whole.end());
   }
   return bytes.append(rest.begin(), rest.end());
 }
@@ -90,7 +102,10 @@ std::string WithoutChapters(View body) {
 class Comparison {
  public:
   Comparison(const Intended& intended, OracleFindings& findings)
-      : dropped_(intended.dropped), chapters_(!intended.chapters.empty()), findings_(findings) {}
+      : dropped_(intended.dropped),
+        chapters_(!intended.chapters.empty()),
+        places_(dropped_.count(FourCc("meta")) == 0),
+        findings_(findings) {}
 
   // The children of one box on both sides; `place` names it.
   void Compare(std::uint32_t parent, View clip, View result, const std::string& place,
@@ -105,6 +120,8 @@ class Comparison {
 
   const std::set<unsigned int>& dropped_;
   const bool chapters_;
+  // Boxes with places in the file are in the result.
+  const bool places_;
   OracleFindings& findings_;
   bool nextClipChanged_ = false;
 };
@@ -123,7 +140,7 @@ Comparison::Children Comparison::ChildrenOf(std::uint32_t parent, View body) con
 // Whether the box was made for chapters, which are compared with the times of the samples.
 bool Comparison::IsOfChapters(const BoxView& box) const {
   return chapters_ && box.type == FourCc("udta") && FindBox(box.body, FourCc("chpl")).type != 0 &&
-         WithoutChapters(box.body).empty();
+         UserData(box.body, false, true).empty();
 }
 
 bool Comparison::IsSame(std::uint32_t parent, const BoxView& mine, const BoxView& theirs,
@@ -136,8 +153,10 @@ bool Comparison::IsSame(std::uint32_t parent, const BoxView& mine, const BoxView
     return Constant(mine.type, mine.body) == Constant(mine.type, theirs.body);
   if (std::equal(mine.body.begin(), mine.body.end(), theirs.body.begin(), theirs.body.end()))
     return true;
-  if (chapters_ && parent == FourCc("moov") && mine.type == FourCc("udta"))
-    return WithoutChapters(mine.body) == WithoutChapters(theirs.body);
+  if (mine.type == FourCc("udta")) {
+    const bool withChapters = !chapters_ || parent != FourCc("moov");
+    return UserData(mine.body, withChapters, true) == UserData(theirs.body, withChapters, places_);
+  }
   // Of several boxes of the camera's the first one alone is changed.
   return mine.type == FourCc("uuid") && parent == FourCc("moov") &&
          IsSameButForNextClip(mine.body, theirs.body) && !std::exchange(nextClipChanged_, true);
@@ -146,6 +165,7 @@ bool Comparison::IsSame(std::uint32_t parent, const BoxView& mine, const BoxView
 void Comparison::Compare(std::uint32_t parent, View clip, View result, const std::string& place,
                          unsigned int track) {
   Children expected = ChildrenOf(parent, clip);
+  if (!places_) std::erase_if(expected[FourCc("meta")], HasPlaces);
   Children found = ChildrenOf(parent, result);
   for (const auto& [type, boxes] : expected) found.try_emplace(type);
   for (const auto& [type, boxes] : found) {

@@ -17,20 +17,27 @@ std::string Text(View bytes) { return std::string(bytes.begin(), bytes.end()); }
 
 View From(View bytes, std::size_t at) { return bytes.subspan(std::min(at, bytes.size())); }
 
-// The numbers of the descriptions in an "sgpd", in order. Only version 1 says how long each of them
-// is; for the others the whole box speaks, so that they are known again where all of it is the
-// same.
-std::vector<unsigned int> NamesIn(View body, GroupNames& names) {
-  std::vector<unsigned int> found;
+// What an "sgpd" says. Version 2 says too which description samples have of which nothing is said.
+struct Named {
+  std::vector<unsigned int> numbers;  // of the descriptions, in order
+  std::uint32_t usual = 0;            // counts from 1; 0 for none
+};
+
+// From version 1 on it says how long each description is; before, the whole box speaks, so that
+// they are known again where all of it is the same.
+Named NamesIn(View body, GroupNames& names) {
+  Named named;
+  std::vector<unsigned int>& found = named.numbers;
   const std::string type = Text(body.subspan(4, 4));
-  const bool sized = body[0] == 1;
-  const std::size_t at = body[0] == 0 ? 8 : 12;
+  const bool sized = body[0] != 0;
+  const std::size_t at = 8 + 4 * std::min<std::size_t>(body[0], 2);
+  if (body[0] == 2) named.usual = U32(body, 12);
   View rest = From(body, at + 4);
   if (!sized) {
     const std::string whole = type + std::to_string(names.Of(type + Text(body))) + "/";
     const std::size_t count = std::min<std::size_t>(U32(body, at), rest.size());
     for (std::size_t i = 0; i < count; ++i) found.push_back(names.Of(whole + std::to_string(i)));
-    return found;
+    return named;
   }
   const std::uint32_t common = U32(body, 8);
   for (std::uint32_t left = U32(body, at); left > 0 && !rest.empty(); --left) {
@@ -40,11 +47,11 @@ std::vector<unsigned int> NamesIn(View body, GroupNames& names) {
     found.push_back(names.Of(type + Text(rest.subspan(header, size))));
     rest = rest.subspan(header + size);
   }
-  return found;
+  return named;
 }
 
 // By type.
-using Descriptions = std::map<std::uint32_t, std::vector<unsigned int>>;
+using Descriptions = std::map<std::uint32_t, Named>;
 
 Descriptions DescriptionsIn(View boxes, GroupNames& names) {
   Descriptions all;
@@ -58,16 +65,16 @@ Descriptions DescriptionsIn(View boxes, GroupNames& names) {
 
 unsigned int NumberIn(const Descriptions& all, std::uint32_t type, std::uint32_t index) {
   const auto found = all.find(type);
-  if (index == 0 || found == all.end() || index > found->second.size()) return 0;
-  return found->second[index - 1];
+  if (index == 0 || found == all.end() || index > found->second.numbers.size()) return 0;
+  return found->second.numbers[index - 1];
 }
 
 class ExtrasReader {
  public:
   ExtrasReader(GroupNames& names, SampleExtras& extras) : names_(names), extras_(extras) {}
 
-  // The boxes beside a sample table or in a fragment that begins with that sample.
-  void Take(View boxes, Number first, bool fragment) {
+  // The boxes beside a sample table or in a fragment that begins with that sample and has so many.
+  void Take(View boxes, Number first, Number count, bool fragment) {
     const Descriptions own = DescriptionsIn(boxes, names_);
     if (!fragment) ofTrack_ = own;
     View rest = boxes;
@@ -76,10 +83,14 @@ class ExtrasReader {
       if (box.type == FourCc("sbgp")) TakeGroups(box.body, first, own);
       if (box.type == FourCc("subs")) TakeSubSamples(box.body, first);
     }
+    TakeUsual(own, {}, first, first + count);
+    if (fragment) TakeUsual(ofTrack_, own, first, first + count);
   }
 
  private:
   void TakeGroups(View body, Number first, const Descriptions& own);
+  void TakeUsual(const Descriptions& all, const Descriptions& inTheirPlace, Number first,
+                 Number end);
   void TakeSubSamples(View body, Number first);
 
   GroupNames& names_;
@@ -106,6 +117,26 @@ void ExtrasReader::TakeGroups(View body, Number first, const Descriptions& own) 
     runs.push_back({U32(entries, 0), group});
     covered += U32(entries, 0);
     entries = entries.subspan(8);
+  }
+}
+
+// Samples of which no table speaks are of the group that goes without saying.
+void ExtrasReader::TakeUsual(const Descriptions& all, const Descriptions& inTheirPlace,
+                             Number first, Number end) {
+  for (const auto& [type, named] : all) {
+    const unsigned int group = NumberIn(all, type, named.usual);
+    if (group == 0 || inTheirPlace.count(type) != 0) continue;
+    auto spoken = covered_.lower_bound({type, 0});
+    if (spoken == covered_.end() || spoken->first.first != type)
+      spoken = covered_.emplace(GroupKey{type, 0}, 0).first;
+    for (; spoken != covered_.end() && spoken->first.first == type; ++spoken) {
+      Number& covered = spoken->second;
+      std::vector<GroupRun>& runs = extras_.groups[spoken->first];
+      if (covered < first) runs.push_back({first - covered, 0});
+      covered = std::max(covered, first);
+      if (covered < end) runs.push_back({end - covered, group});
+      covered = std::max(covered, end);
+    }
   }
 }
 
@@ -139,13 +170,13 @@ void ExtrasReader::TakeSubSamples(View body, Number first) {
 bool ReadExtras(const SampleFile& file, const TrackView& track, GroupNames& names,
                 SampleExtras& extras) {
   ExtrasReader reader(names, extras);
-  reader.Take(track.table, 0, false);
   Number first = SizeTable(track.table).Count();
+  reader.Take(track.table, 0, first, false);
   std::vector<unsigned char> bytes;
   for (const Fragment& fragment : track.fragments) {
     bytes.resize(fragment.size);
     if (!file.File().Read(fragment.position, bytes.data(), bytes.size())) return false;
-    reader.Take(bytes, first, true);
+    reader.Take(bytes, first, fragment.samples, true);
     first += fragment.samples;
   }
   std::sort(extras.subSamples.begin(), extras.subSamples.end(),

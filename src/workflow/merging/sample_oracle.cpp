@@ -83,7 +83,14 @@ class Oracle {
                    const std::vector<const TrackView*>& left);
   void CompareFirst(const SampleFile& clip, const std::vector<const TrackView*>& partners);
   bool CompareBytes(FileBytes& clip, const std::string& path);
+  struct Farthest {
+    const TrackComparison* least = nullptr;
+    const TrackComparison* most = nullptr;
+  };
   bool Leads(const TrackComparison& track) const;
+  template <typename Time>
+  Farthest FarthestBy(Time time) const;
+  void CompareWaits(std::size_t index, Seconds tick, Seconds allowed);
   void CompareShifts(std::size_t index, const SampleFile& clip);
   void NoteChapter(std::size_t index);
   void Finish();
@@ -214,45 +221,66 @@ bool Oracle::Leads(const TrackComparison& track) const {
   return isSeenOrHeard(track) || std::none_of(tracks_.begin(), tracks_.end(), isSeenOrHeard);
 }
 
-// Tracks of a clip that are shown together there are shown together here; one of data may be later.
-// None waits where none needs to, nor for longer than until the one of those that lead that is
-// ahead.
+// Tracks of a clip that are shown together there are shown together here; one of data may be later
+// by more than others have patience. None waits where none needs to, nor for longer than until the
+// one that others wait for.
 void Oracle::CompareShifts(std::size_t index, const SampleFile& clip) {
   if (index > 0 && intended_.apart < 0) return;
   const Seconds tick = InSeconds(1, clip) + InSeconds(1, result_);
-  const TrackComparison* least = nullptr;
-  const TrackComparison* most = nullptr;
-  // The one that did and is shown latest.
-  const TrackComparison* waits = nullptr;
-  // The longest tick of those.
-  Seconds coarse = 0;
-  // Where the tracks would be without waiting.
-  Seconds first = 0;
-  Seconds last = 0;
-  for (const TrackComparison& track : tracks_) {
-    if (!track.IsShown()) continue;
-    const Seconds before = track.Shift() - track.Waited();
-    const bool leads = Leads(track);
-    first = least == nullptr ? before : std::min(first, before);
-    if (leads) last = most == nullptr ? before : std::max(last, before);
-    if (least == nullptr || track.Shift() < least->Shift()) least = &track;
-    if (leads && (most == nullptr || track.Shift() > most->Shift())) most = &track;
-    if (track.Waited() <= 0) continue;
-    if (waits == nullptr || track.Shift() > waits->Shift()) waits = &track;
-    coarse = std::max(coarse, 1 / static_cast<Seconds>(std::max<Number>(track.Track().scale, 1)));
-  }
+  const Seconds allowed = index == 0 ? 0 : static_cast<Seconds>(intended_.apart);
+  const auto shift = [](const TrackComparison& track) { return track.Shift(); };
+  const auto [least, most] = FarthestBy(shift);
   if (least == nullptr) return;
   const Seconds apart = most != nullptr ? most->Shift() - least->Shift() : 0;
-  const Seconds allowed = index == 0 ? 0 : static_cast<Seconds>(intended_.apart);
   if (apart > allowed + tick)
     findings_.Differs(most->Track().id, "moov",
                       fmt::format("shows track {} {:.1f} ms later beside track {} than {}",
                                   most->Track().id, static_cast<double>(apart * 1000),
                                   least->Track().id, PrintablePath(task_.inputs[index])));
+  CompareWaits(index, tick, allowed);
+}
+
+// The track that is shown earliest, and of those that others wait for the one that is latest; null
+// without one.
+template <typename Time>
+Oracle::Farthest Oracle::FarthestBy(Time time) const {
+  constexpr Seconds kPatience = 0.08L;
+  Farthest far;
+  for (const TrackComparison& track : tracks_) {
+    if (!track.IsShown()) continue;
+    if (far.least == nullptr || time(track) < time(*far.least)) far.least = &track;
+    if (Leads(track) && (far.most == nullptr || time(track) > time(*far.most))) far.most = &track;
+  }
+  if (far.most == nullptr) return far;
+  const Seconds leading = time(*far.most);
+  for (const TrackComparison& track : tracks_) {
+    if (track.IsShown() && time(track) - leading <= kPatience && time(track) > time(*far.most))
+      far.most = &track;
+  }
+  return far;
+}
+
+void Oracle::CompareWaits(std::size_t index, Seconds tick, Seconds allowed) {
+  // Of those that wait for others, and not for their own pictures' order, the one shown latest.
+  const TrackComparison* waits = nullptr;
+  // The longest tick of those.
+  Seconds coarse = 0;
+  for (const TrackComparison& track : tracks_) {
+    const Seconds step = 1 / static_cast<Seconds>(std::max<Number>(track.Track().scale, 1));
+    if (!track.IsShown() || track.Waited() < track.Ordered() + step / 2) continue;
+    if (waits == nullptr || track.Shift() > waits->Shift()) waits = &track;
+    coarse = std::max(coarse, step);
+  }
   if (waits == nullptr) return;
+  // Where the tracks would be without waiting.
+  const auto before = [](const TrackComparison& track) {
+    return track.Shift() - track.Waited() + track.Ordered();
+  };
+  const auto [first, last] = FarthestBy(before);
+  const Seconds end = last != nullptr ? before(*last) : 0;
   // Half a frame apart is far enough to wait, whatever a frame is rounded to.
-  const bool tooLong = waits->Shift() > last + tick + coarse;
-  if (tooLong || last - first + tick < allowed * 2 / 5)
+  const bool tooLong = waits->Shift() > end + tick + coarse;
+  if (tooLong || end - before(*first) + tick < allowed * 2 / 5)
     findings_.Differs(waits->Track().id, "moov",
                       fmt::format("lets track {} wait {:.1f} ms for {}, which it need not",
                                   waits->Track().id, static_cast<double>(waits->Waited() * 1000),

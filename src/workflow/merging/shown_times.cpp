@@ -71,7 +71,9 @@ void TrackClock::Add(Number count, long long step, long long offset) {
       static_cast<long long>(static_cast<Number>(lastShown) + static_cast<Number>(step));
   if (!any_ || shown < first_) firstStep_ = step;
   first_ = any_ ? std::min(first_, shown) : shown;
+  last_ = any_ ? std::max(last_, lastShown) : lastShown;
   end_ = any_ ? std::max(end_, lastEnd) : lastEnd;
+  longest_ = std::max(longest_, step);
   leastOffset_ = any_ ? std::min(leastOffset_, offset) : offset;
   greatestOffset_ = any_ ? std::max(greatestOffset_, offset) : offset;
   step_ = step;

@@ -37,7 +37,9 @@ class TrackClock {
   bool HasSamples() const { return any_; }
   // Over all samples so far; without any, 0.
   long long FirstShown() const { return first_; }
+  long long LastShown() const { return last_; }  // where that which begins last begins
   long long LastEnd() const { return end_; }
+  long long LongestStep() const { return longest_; }
   long long FirstStep() const { return firstStep_; }  // of the one shown first
   long long LastStep() const { return step_; }
   long long LeastOffset() const { return leastOffset_; }
@@ -47,7 +49,9 @@ class TrackClock {
   long long decode_;
   bool any_ = false;
   long long first_ = 0;
+  long long last_ = 0;
   long long end_ = 0;
+  long long longest_ = 0;
   long long step_ = 0;
   long long firstStep_ = 0;
   long long leastOffset_ = 0;

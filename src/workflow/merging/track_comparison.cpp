@@ -75,6 +75,10 @@ bool TrackComparison::Add(const ClipAtWork& clip, const TrackView& track, Number
   ofClip_.clear();
   compared_.clear();
   for (const View entry : track.entries) ofClip_.push_back(DescriptionOf(entry, track.handler));
+  // What no sample is of is declared too.
+  for (std::uint32_t i = 0; i < std::min(ofClip_.size(), descriptions_.size()); ++i) {
+    if (rules_.adapted && ofClip_[i].bare == descriptions_[i].bare) Declare(i + 1, ofClip_[i]);
+  }
   SampleStream stream(clip.file, track);
   if (stream.Count() > 0) waited_ = std::exchange(wait_, 0);
   TrackClock alone(static_cast<long long>(stream.Start()));
@@ -107,9 +111,22 @@ bool TrackComparison::Add(const ClipAtWork& clip, const TrackView& track, Number
   shown_ = showing.inARow && showing_.inARow;
   shift_ = showing_.At(static_cast<Seconds>(begin) / static_cast<Seconds>(track_.scale)) -
            showing.At(static_cast<Seconds>(stream.Start()) / static_cast<Seconds>(track.scale));
+  FindOrder(track, alone);
   CompareShown(clip, track, alone);
   AddLoose(clip.file, track, showing, alone);
   return true;
+}
+
+// By the clock of the result; how long samples last is what the clip says.
+void TrackComparison::FindOrder(const TrackView& track, const TrackClock& alone) {
+  const auto scale = static_cast<Seconds>(std::max<Number>(track_.scale, 1));
+  const Seconds unheld = static_cast<Seconds>(here_.FirstShown()) / scale - waited_;
+  ordered_ = 0;
+  if (lastShown_ && unheld <= *lastShown_)
+    ordered_ = std::min(waited_, *lastShown_ + longest_ - unheld);
+  lastShown_ = static_cast<Seconds>(here_.LastShown()) / scale;
+  longest_ = static_cast<Seconds>(alone.LongestStep()) /
+             static_cast<Seconds>(std::max<Number>(track.scale, 1));
 }
 
 // The headers of a fragmented file know nothing of its fragments.
@@ -208,19 +225,23 @@ bool TrackComparison::IsDescription(const ClipAtWork& clip, const TrackView& tra
       return true;
     const Description& expected = ofClip_[theirs - 1];
     if (descriptions_[mine - 1].bare == expected.bare) {
-      std::vector<Declared>& places = declared_[mine];
-      for (std::size_t i = 0; i < expected.rates.size(); ++i) {
-        if (i == places.size()) places.push_back({expected.rates[i]});
-        Declared& place = places[i];
-        place.same = place.same && place.most == expected.rates[i];
-        place.most.buffer = std::max(place.most.buffer, expected.rates[i].buffer);
-        place.most.most = std::max(place.most.most, expected.rates[i].most);
-      }
+      Declare(mine, expected);
       return true;
     }
   }
   return Differs(kDescriptions, fmt::format("describes sample {} otherwise than {}", sample,
                                             PrintablePath(clip.path)));
+}
+
+void TrackComparison::Declare(std::uint32_t index, const Description& clips) {
+  std::vector<Declared>& places = declared_[index];
+  for (std::size_t i = 0; i < clips.rates.size(); ++i) {
+    if (i == places.size()) places.push_back({clips.rates[i]});
+    Declared& place = places[i];
+    place.same = place.same && place.most == clips.rates[i];
+    place.most.buffer = std::max(place.most.buffer, clips.rates[i].buffer);
+    place.most.most = std::max(place.most.most, clips.rates[i].most);
+  }
 }
 
 bool TrackComparison::AddPlace(const ClipAtWork& clip, const SampleRun& mine,

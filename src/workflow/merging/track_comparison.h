@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -48,6 +49,9 @@ class TrackComparison {
   Seconds Shift() const { return shift_; }
   // For how long the sample before the clip's first one is shown longer than its clip says.
   Seconds Waited() const { return waited_; }
+  // How much of that its pictures need to be shown behind those of the clips before, and not among
+  // them: up to the longest one of the clip before behind the last.
+  Seconds Ordered() const { return ordered_; }
   // When the clip's first sample, of those in the order in which they are shown, is shown in the
   // result; where it has none, when it would be.
   Seconds Begins() const;
@@ -77,6 +81,8 @@ class TrackComparison {
   bool CompareShown(const ClipAtWork& clip, const TrackView& track, const TrackClock& alone);
   void AddLoose(const SampleFile& clip, const TrackView& track, const Showing& showing,
                 const TrackClock& alone);
+  void Declare(std::uint32_t index, const Description& clips);
+  void FindOrder(const TrackView& track, const TrackClock& alone);
   void CompareRates();
   void CompareShifts();
   void CompareDuration();
@@ -120,6 +126,10 @@ class TrackComparison {
   bool shown_ = false;
   Seconds shift_ = 0;
   Seconds waited_ = 0;
+  Seconds ordered_ = 0;
+  // When the last sample of the clips so far is shown, and how long their longest is.
+  std::optional<Seconds> lastShown_;
+  Seconds longest_ = 0;
   // The same of the last sample so far.
   Seconds wait_ = 0;
   Seconds loose_ = 0;

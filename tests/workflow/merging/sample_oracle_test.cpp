@@ -343,7 +343,30 @@ TEST_F(SampleOracle, LetsATrackWaitAsLongAsItMust) {
   ExpectFinding(waiting(2944, 5), Message::kResultDiffers, "stts", "longer than the last clip");
 }
 
-// Nobody waits for a track of data that is ahead.
+// Pictures of two clips are not shown among each other, whether anybody else has to wait or not.
+TEST_F(SampleOracle, LetsPicturesWaitForThoseBeforeThem) {
+  support::Track late = Pictures(7, 1);
+  late.ctts = {{7, 2000}};
+  support::Track next = Pictures(7, 2);
+  next.ctts = {{7, 0}};
+  Clips({support::MovieBuilder().Add(late).Build(), support::MovieBuilder().Add(next).Build()});
+  intended.apart = 1024.0 / 48000;
+  intended.stretches = {{0, 1, 9000}};
+  const auto waiting = [&](std::uint32_t ticks) {
+    support::Track track = Both(late, next);
+    track.mediaDuration += ticks;
+    track.movieDuration += ticks / 50;
+    track.stts = {{6, 1000}, {1, 1000 + ticks}, {7, 1000}};
+    return support::MovieBuilder().Add(track).Build();
+  };
+  EXPECT_EQ("", Words(Look(waiting(2000))));
+  ExpectFinding(waiting(3000), Message::kResultDiffers, "moov", "which it need not");
+  next.ctts = {{7, 1500}};
+  Clips({support::MovieBuilder().Add(late).Build(), support::MovieBuilder().Add(next).Build()});
+  ExpectFinding(waiting(2000), Message::kResultDiffers, "moov", "which it need not");
+}
+
+// Nobody waits for a track of data that is far ahead.
 TEST_F(SampleOracle, LetsATrackOfDataStayAhead) {
   const support::Track pictures = Pictures(30, 1);
   support::Track notes = support::TimecodeTrack({support::U32(1)});
@@ -384,6 +407,55 @@ TEST_F(SampleOracle, HoldsBitRatesToTheLargestOfTheClips) {
   for (const auto& [buffer, most] : {std::pair{10u, 2000u}, {30u, 1000u}, {31u, 2000u}})
     ExpectFinding(joined(buffer, most), Message::kResultDiffers, "stsd",
                   "the clips declare 2000 and 30");
+}
+
+// A clip without samples of a track declares what it declares.
+TEST_F(SampleOracle, HoldsBitRatesToThoseOfEmptyTracksToo) {
+  const auto declaring = [](support::Track track, std::uint32_t most) {
+    using namespace support;
+    const Bytes entry = track.sampleEntry;
+    track.sampleEntry =
+        Box("mp4a", {Slice(entry, 8, entry.size()), Box("btrt", {U32(0), U32(most), U32(7)})});
+    return track;
+  };
+  const support::Track pictures = Pictures(7, 1);
+  const support::Track sound = Told(support::AudioTrack(9), 1);
+  support::Track silent = support::AudioTrack(0);
+  silent.stts.clear();
+  const auto clip = [&](const support::Track& track, std::uint32_t most) {
+    return support::MovieBuilder().Add(pictures).Add(declaring(track, most)).Build();
+  };
+  Clips({clip(sound, 1000), clip(silent, 2000)});
+  const auto joined = [&](std::uint32_t most) {
+    return support::MovieBuilder()
+        .Add(Both(pictures, pictures))
+        .Add(declaring(sound, most))
+        .Build();
+  };
+  EXPECT_EQ("", Words(Look(joined(2000))));
+  ExpectFinding(joined(1000), Message::kResultDiffers, "stsd", "the clips declare 2000 and 0");
+}
+
+// A group that goes without saying is spelled out where clips follow each other.
+TEST_F(SampleOracle, KnowsTheGroupOfSamplesOfWhichNothingIsSaid) {
+  using namespace support;
+  const auto grouped = [](Track track, const Bytes& tables) {
+    track.extraTableBoxes = tables;
+    return MovieBuilder().Add(track).Build();
+  };
+  const Bytes usual = FullBox("sgpd", 2, 0, {Text("roll"), U32(2), U32(1), U32(1), Hex("ff fe")});
+  const auto table = [](std::uint32_t first, std::uint32_t second) {
+    return FullBox("sbgp", 0, 0, {Text("roll"), U32(2), U32(first), U32(1), U32(second), U32(0)});
+  };
+  const Track first = Pictures(7, 1);
+  const Track second = Pictures(5, 2);
+  Clips({grouped(first, usual), grouped(second, usual + table(2, 3))});
+  const Track both = Both(first, second);
+  EXPECT_EQ("", Words(Look(grouped(both, usual + table(9, 3)))));
+  ExpectFinding(grouped(both, usual), Message::kResultDiffers, "sbgp",
+                "sample 10 in another group");
+  ExpectFinding(grouped(both, usual + table(3, 9)), Message::kResultDiffers, "sbgp",
+                "sample 4 in another group");
 }
 
 TEST_F(SampleOracle, StopsWhenTold) {
