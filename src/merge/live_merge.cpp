@@ -70,29 +70,6 @@ HRESULT CMp4LiveMerge::InputMp4Data(const unsigned char* data, unsigned int size
 
 HRESULT CMp4LiveMerge::Finalize() { return core != nullptr ? core->Finalize() : E_POINTER; }
 
-void CMp4LiveMerge::UseOutput(std::unique_ptr<QUIRVA::QvFile> file) {
-  core->writer = std::make_unique<CMp4Writer>(this);
-  core->writer->outputFile = std::move(file);
-}
-
-HRESULT CMp4LiveMerge::InputReader(QUIRVA::IQvFileReader* reader) {
-  return core != nullptr ? core->ProcessReader(reader) : E_POINTER;
-}
-
-HRESULT CMp4LiveMerge::Complete() { return core != nullptr ? core->FinalizeImpl() : E_POINTER; }
-
-void CMp4LiveMerge::ForgetMovie() {
-  if (core != nullptr) core->firstFile.reset();
-}
-
-HRESULT CMp4LiveMerge::CloseOutput() {
-  const bool isOpen =
-      core != nullptr && core->writer != nullptr && core->writer->outputFile != nullptr;
-  const HRESULT closed = isOpen ? core->writer->outputFile->CloseFlushed() : -1;
-  if (core != nullptr) core->ResetAtFinalize();
-  return closed;
-}
-
 HRESULT CMp4LiveMerge::NotifyProgress(long long current, long long total) {
   return delegate != nullptr ? delegate->NotifyProgress(current, total) : S_OK;
 }

@@ -73,20 +73,6 @@ class CMp4LiveMerge final : public QUIRVA::CComBase, public IMp4LiveMerge {
   [[nodiscard]] HRESULT Init();
   void Reset();
 
-  // For a caller that makes the file itself, and looks at the result before it is closed. Init
-  // comes before them.
-  //
-  // Writes to a file that is open already, in place of making one.
-  void UseOutput(std::unique_ptr<QUIRVA::QvFile> file);
-  // As InputMp4File, of a source that is not owned.
-  [[nodiscard]] HRESULT InputReader(QUIRVA::IQvFileReader* reader);
-  // As Finalize, and leaves the output open.
-  [[nodiscard]] HRESULT Complete();
-  // Forgets the movie, which takes memory as long as the object lives.
-  void ForgetMovie();
-  // Flushes the output to the disk and closes it: -1 if the disk did not take everything.
-  [[nodiscard]] HRESULT CloseOutput();
-
   // What the delegate answers; 0 without one.
   [[nodiscard]] HRESULT NotifyProgress(long long current, long long total);
 

@@ -1,5 +1,8 @@
 #include "merge/movie_assembly.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "box/top_level_boxes.h"
 #include "foundation/fourcc.h"
 #include "reader/box_reader.h"
@@ -30,42 +33,36 @@ HRESULT CompleteMovie(CMovieBox* movie) {
   return S_OK;
 }
 
-HRESULT PutMediaHeader(unsigned long long mediaSize, unsigned char (&room)[kMediaHeaderRoom],
-                       unsigned int* size) {
+HRESULT FillMediaRoom(unsigned long long mediaSize, unsigned char (&room)[kMediaHeaderRoom],
+                      unsigned int* headerSize) {
+  constexpr unsigned char kEmptyBox[] = {0, 0, 0, 8, 'f', 'r', 'e', 'e'};
+  std::copy(std::begin(kEmptyBox), std::end(kEmptyBox), room);
   CMediaDataBox media;
   media.header->type = FourCc("mdat");
   media.SetMediaDataSize(mediaSize);
-  *size = media.GetBoxBaseSize();
-  unsigned char* out = room + kMediaHeaderRoom - *size;
-  unsigned int rest = *size;
+  *headerSize = media.GetBoxBaseSize();
+  unsigned char* out = room + kMediaHeaderRoom - *headerSize;
+  unsigned int rest = *headerSize;
   return media.GetBoxBaseData(out, rest);
 }
 
-HRESULT CMovieAssembly::Take(CMp4File* input) {
+HRESULT CMovieAssembly::Take(CMp4File* input, long long mediaPosition) {
   RETURN_IF(input == nullptr, E_POINTER);
-  mediaSize_ += static_cast<unsigned long long>(input->mdatSize);
-  if (first_ != nullptr) return merge_.Merge(first_, input);
+  if (first_ != nullptr) {
+    merge_.nextMediaPos = mediaPosition;
+    return merge_.Merge(first_, input);
+  }
   first_ = input;
   RETURN_IF(first_->GetFileTypeBox() == nullptr, E_BAD_DATA);
-  return merge_.ProcessFirstFile(first_, HeadSize(*first_));
+  return merge_.ProcessFirstFile(first_, mediaPosition);
 }
 
-HRESULT CMovieAssembly::Finish(std::vector<unsigned char>& head,
+HRESULT CMovieAssembly::Finish(std::vector<unsigned char>& fileType,
                                std::vector<unsigned char>& movie) {
   RETURN_IF(first_ == nullptr, E_POINTER);
   RETURN_IF_NOT_OK(CompleteMovie(first_->GetMovieBox()));
-  RETURN_IF_NOT_OK(GetHead(head));
+  RETURN_IF_NOT_OK(GetBytes(first_->GetFileTypeBox(), fileType));
   return GetBytes(first_->GetMovieBox(), movie);
-}
-
-// A short header of the media has an empty box in front, so that the media begins at one place.
-HRESULT CMovieAssembly::GetHead(std::vector<unsigned char>& bytes) const {
-  RETURN_IF_NOT_OK(GetBytes(first_->GetFileTypeBox(), bytes));
-  unsigned char room[kMediaHeaderRoom] = {0, 0, 0, 8, 'f', 'r', 'e', 'e'};
-  unsigned int size = 0;
-  RETURN_IF_NOT_OK(PutMediaHeader(mediaSize_, room, &size));
-  bytes.insert(bytes.end(), room, room + sizeof room);
-  return S_OK;
 }
 
 long long CMovieAssembly::HeadSize(const CMp4File& first) {

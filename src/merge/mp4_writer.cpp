@@ -108,7 +108,7 @@ HRESULT CMp4Writer::RewriteMediaDataBoxHeader() {
   }
   unsigned char room[kMediaHeaderRoom];
   unsigned int size = 0;
-  RETURN_IF_NOT_OK(PutMediaHeader(static_cast<unsigned long long>(mediaDataSize), room, &size));
+  RETURN_IF_NOT_OK(FillMediaRoom(static_cast<unsigned long long>(mediaDataSize), room, &size));
   return WriteData(room + kMediaHeaderRoom - size, size);
 }
 

@@ -110,24 +110,6 @@ TEST_F(PartFileFaults, IsNotMadeWhereItCannotBeLookedAtOrCreated) {
   EXPECT_EQ(0u, Entries());
 }
 
-TEST_F(PartFileFaults, TellsWhySomethingCannotBeWritten) {
-  PartFile part;
-  Create(part);
-  {
-    const Disturbance disturbance(Call::kFstat, EIO);
-    EXPECT_EQ(EIO, part.TryToGrow());
-  }
-  struct rlimit old;
-  ASSERT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &old));
-  const auto ignored = ::signal(SIGXFSZ, SIG_IGN);
-  const struct rlimit limit = {1000, old.rlim_max};
-  ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
-  EXPECT_EQ(ENOSPC, part.TryToGrow()) << "a part of it went";
-  EXPECT_EQ(EFBIG, part.TryToGrow());
-  ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &old));
-  ::signal(SIGXFSZ, ignored);
-}
-
 TEST_F(PartFileFaults, IsLinkedWhereTheSystemCannotRenameWithoutReplacing) {
   for (const int error : {ENOSYS, EINVAL, EOPNOTSUPP}) {
     const Disturbance disturbance(Call::kRenameat2, error);

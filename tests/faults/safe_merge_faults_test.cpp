@@ -106,7 +106,7 @@ TEST_F(SafeMergeFaults, KeepsACompleteOutputWhoseFolderCannotBeFlushed) {
 TEST_F(SafeMergeFaults, NamesAWriteThatFailedOnce) {
   const Disturbance disturbance(Call::kWrite, EIO, 0, 1);
   const SafeMergeReport report = ExpectFailure(Message::kOutputUnwritable, options.check.output);
-  EXPECT_EQ("can't be written; the disk may be full", report.findings.back().text);
+  EXPECT_EQ("can't be written: Input/output error", report.findings.back().text);
   EXPECT_EQ(kNothing, Left());
 }
 

@@ -21,7 +21,7 @@ LAYERS["workflow"] = [*ENGINE, "adapt"]
 LAYERS["apps"] = [*ENGINE, "adapt", "workflow"]
 
 # The rooms of the workflow and of the tool likewise.
-IN_A_ROW = ["system", "boxes", "findings", "clips", "checks", "evidence", "merging"]
+IN_A_ROW = ["system", "boxes", "findings", "clips", "assembling", "checks", "evidence", "merging"]
 ROOMS = {room: IN_A_ROW[:index] for index, room in enumerate(IN_A_ROW)}
 ROOMS["rescue"] = IN_A_ROW
 ROOMS["keeping"] = IN_A_ROW

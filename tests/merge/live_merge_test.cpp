@@ -48,36 +48,6 @@ TEST_F(LiveMerge, FilesAndMemoryGiveTheSameBytes) {
   EXPECT_EQ(fromMemory, ReadFile(output));
 }
 
-// A file that somebody else opened, sources that somebody else reads, and an end that comes later.
-TEST_F(LiveMerge, GivesTheSameBytesToAFileThatIsOpenAlready) {
-  const Bytes a = Clip(30, 1).Build();
-  const Bytes b = Clip(25, 2).Build();
-  const Bytes wanted = Merge({a, b});
-  QUIRVA::ComPtr<CMp4LiveMerge> own;
-  ASSERT_OK(CMp4LiveMerge::CreateInstance(own.Receive()));
-  const fs::path path = folder / "open.mp4";
-  auto file = std::make_unique<QUIRVA::QvFile>();
-  WriteFile(path, {});
-  ASSERT_OK(file->Open(path.wstring().c_str(), QUIRVA::QvFile::kWrite));
-  ASSERT_OK(own->SetOutputPath(path.wstring().c_str()));
-  own->UseOutput(std::move(file));
-  for (const Bytes& clip : {a, b}) {
-    const fs::path input = folder / "source.mp4";
-    WriteFile(input, clip);
-    int opened = 0;
-    QUIRVA::ComPtr<QUIRVA::FileReaderWrapper> reader;
-    reader.Attach(new QUIRVA::FileReaderWrapper(input.wstring().c_str(), 4096, opened));
-    ASSERT_OK(opened);
-    ASSERT_OK(own->InputReader(reader.get()));
-  }
-  ASSERT_OK(own->Complete());
-  own->ForgetMovie();
-  EXPECT_EQ(wanted, ReadFile(path)) << "before it is closed";
-  EXPECT_OK(own->CloseOutput());
-  EXPECT_RESULT(-1, own->CloseOutput());
-  EXPECT_EQ(wanted, ReadFile(path));
-}
-
 TEST_F(LiveMerge, OneInputGivesAValidOutput) {
   const Bytes a = Clip(30, 1).Build();
   ExpectSamplesInOrder(Merge({a}), {a});

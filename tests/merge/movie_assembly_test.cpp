@@ -39,11 +39,20 @@ class MovieAssembly : public support::LiveMerge {
     Assembled made;
     MP4G::CMovieAssembly assembly;
     std::vector<std::unique_ptr<MP4G::CMp4File>> files;
+    long long position = 0;
+    unsigned long long media = 0;
     for (const auto& input : clips) {
       files.push_back(Open(input));
-      EXPECT_OK(assembly.Take(files.back().get()));
+      if (files.size() == 1) position = MP4G::CMovieAssembly::HeadSize(*files.front());
+      EXPECT_OK(assembly.Take(files.back().get(), position));
+      position += files.back()->mdatSize;
+      media += static_cast<unsigned long long>(files.back()->mdatSize);
     }
     EXPECT_OK(assembly.Finish(made.head, made.movie));
+    unsigned char room[MP4G::kMediaHeaderRoom];
+    unsigned int header = 0;
+    EXPECT_OK(MP4G::FillMediaRoom(media, room, &header));
+    made.head.insert(made.head.end(), std::begin(room), std::end(room));
     EXPECT_EQ(made.head.size(), MP4G::CMovieAssembly::HeadSize(*files.front()));
     return made;
   }
@@ -78,18 +87,13 @@ TEST_F(MovieAssembly, IsWhatAMergeWritesOfACamerasClips) {
   }
 }
 
-// The end of a merge with media that is not there.
-TEST_F(MovieAssembly, HoldsTheLongFormOfTheMediaHeaderWhereItIsNeeded) {
-  const auto clip = Put("clip", support::Clip(6).Build());
-  const auto room = [&](long long mediaSize) {
-    const auto file = Open(clip);
-    file->mdatSize = mediaSize;
-    MP4G::CMovieAssembly assembly;
-    Bytes head;
-    Bytes movie;
-    EXPECT_OK(assembly.Take(file.get()));
-    EXPECT_OK(assembly.Finish(head, movie));
-    return support::Slice(head, head.size() - MP4G::kMediaHeaderRoom, head.size());
+TEST(MediaRoom, HoldsTheLongFormOfTheMediaHeaderWhereItIsNeeded) {
+  const auto room = [](unsigned long long mediaSize) {
+    unsigned char bytes[MP4G::kMediaHeaderRoom];
+    unsigned int header = 0;
+    EXPECT_OK(MP4G::FillMediaRoom(mediaSize, bytes, &header));
+    EXPECT_EQ(mediaSize > 0xFFFFFFF6 ? 16u : 8u, header);
+    return Bytes(std::begin(bytes), std::end(bytes));
   };
   EXPECT_EQ(support::Join({support::U32(8), support::Text("free"), support::U32(0xFFFFFFFE),
                            support::Text("mdat")}),
@@ -103,13 +107,13 @@ TEST_F(MovieAssembly, AnswersAsAMergeDoes) {
   Bytes head;
   Bytes movie;
   MP4G::CMovieAssembly none;
-  EXPECT_RESULT(E_POINTER, none.Take(nullptr));
+  EXPECT_RESULT(E_POINTER, none.Take(nullptr, 0));
   EXPECT_RESULT(E_POINTER, none.Finish(head, movie));
   support::MovieBuilder other = support::Clip(6);
   other.timeScale = 601;
   MP4G::CMovieAssembly two;
   const auto first = Open(Put("a", support::Clip(6).Build()));
   const auto second = Open(Put("b", other.Build()));
-  ASSERT_OK(two.Take(first.get()));
-  EXPECT_RESULT(MP4G_E_TIME_SCALE, two.Take(second.get()));
+  ASSERT_OK(two.Take(first.get(), 0));
+  EXPECT_RESULT(MP4G_E_TIME_SCALE, two.Take(second.get(), 0));
 }

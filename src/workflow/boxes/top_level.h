@@ -14,9 +14,6 @@ struct Extent {
 
 // How the parts of a merged file lie in it.
 struct Layout {
-  // Bytes between the file type box, or what follows it, and the media: room for either form of the
-  // media's header.
-  static constexpr unsigned int kPlaceholder = 16;
   // Of the box that tells a reader of `block`, which is its body: a free box of that size directly
   // ahead of the media box.
   static constexpr unsigned int kBlockNote = 12;

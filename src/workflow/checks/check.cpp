@@ -33,11 +33,14 @@ namespace {
 
 class CheckRun {
  public:
-  CheckRun(const std::vector<std::string>& inputs, const CheckOptions& options)
+  // `merge`: gets what a merge needs, unless it is null.
+  CheckRun(const std::vector<std::string>& inputs, const CheckOptions& options,
+           const Layout& layout = {}, CheckedMerge* merge = nullptr)
       : inputs_(inputs),
         options_(options),
+        merge_(merge),
         memoryLimit_(options.memoryLimit > 0 ? options.memoryLimit : HalfOfTheMachine()),
-        rehearsal_(memoryLimit_),
+        rehearsal_(memoryLimit_, layout),
         result_(options.output) {
     for (const std::string& input : inputs) files_.emplace_back(input);
   }
@@ -54,14 +57,14 @@ class CheckRun {
     report.stopped = !CheckClips();
     SayMemoryIsShort();
     if (!report.stopped) CheckTogether(report);
-    if (IsFitted()) report.adaptations = AdaptationsOf(*fit_, inputs_);
+    if (IsFitted()) {
+      report.adaptations = AdaptationsOf(*fit_, inputs_);
+      if (merge_ != nullptr) merge_->fit = fit_;
+    }
     for (const FileFindings& file : files_) Append(report.findings, file);
     Append(report.findings, result_);
     return report;
   }
-
-  // Null unless clips are adapted.
-  std::shared_ptr<const Fit> TheFit() const { return IsFitted() ? fit_ : nullptr; }
 
  private:
   bool IsFitted() const { return fit_ != nullptr && fit_->IsNeeded(); }
@@ -118,7 +121,7 @@ class CheckRun {
     const bool isFitted = IsFitted();
     rehearsal_.Finish(
         isFitted ? [this](auto movie) { return fit_->Complete(movie); } : MovieCompletion(),
-        result_);
+        result_, merge_ != nullptr ? &merge_->image : nullptr);
     drift_.holds = NoHolds(drift_.clips);
     // Views say when samples are decoded, and the clips when they are shown.
     report.seams = CheckDrift(isFitted && inputs_.size() > 1 ? fit_->Clocks() : drift_, files_);
@@ -155,7 +158,7 @@ class CheckRun {
     order_.push_back({});
     drift_.clips.emplace_back();
     if (!IsFitted()) {
-      Look(std::make_unique<ClipFile>(inputs_[index]), findings);
+      Look(std::make_unique<ClipFile>(inputs_[index]), nullptr, findings);
       return;
     }
     int opened = S_OK;
@@ -169,11 +172,11 @@ class CheckRun {
     QUIRVA::ComPtr<QUIRVA::IQvFileReader> source;
     view->AddRef();
     source.Attach(view.get());
-    Look(std::make_unique<ClipFile>(inputs_[index], source), findings);
+    Look(std::make_unique<ClipFile>(inputs_[index], source), view.get(), findings);
     findings.MoveOffsets([&view](long long offset) { return view->FilePosition(offset); });
   }
 
-  void Look(std::unique_ptr<ClipFile> clip, FileFindings& findings) {
+  void Look(std::unique_ptr<ClipFile> clip, const ClipView* view, FileFindings& findings) {
     const bool alone = inputs_.size() == 1;
     if (clip->WhyUnreadable().empty() && !rehearsal_.HasRoomFor(*clip, findings)) {
       rehearsal_.GiveUp();
@@ -188,7 +191,7 @@ class CheckRun {
     for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(clip->Movie()).Tracks())
       CheckTables(*clip, track, findings);
     order_.back() = OrderFactsOf(*clip);
-    rehearsal_.Take(clip, findings);
+    rehearsal_.Take(clip, view, findings);
     NoteTimes();
   }
 
@@ -219,6 +222,7 @@ class CheckRun {
 
   const std::vector<std::string>& inputs_;
   const CheckOptions& options_;
+  CheckedMerge* const merge_;
   const long long memoryLimit_;
   std::shared_ptr<const Fit> fit_;
   std::set<std::size_t> unread_;  // by the fit
@@ -237,11 +241,8 @@ CheckReport Check(const std::vector<std::string>& inputs, const CheckOptions& op
 }
 
 CheckReport CheckFitted(const std::vector<std::string>& inputs, const CheckOptions& options,
-                        std::shared_ptr<const Fit>& fit) {
-  CheckRun run(inputs, options);
-  CheckReport report = run.Run();
-  fit = run.TheFit();
-  return report;
+                        const Layout& layout, CheckedMerge& merge) {
+  return CheckRun(inputs, options, layout, &merge).Run();
 }
 
 }  // namespace clipchain

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "adapt/fit.h"
+#include "workflow/assembling/merge_image.h"
 #include "workflow/check.h"
 #include "workflow/findings/file_findings.h"
 #include "workflow/fitting.h"
@@ -24,8 +25,16 @@ std::vector<Adapted> AdaptationsOf(const Fit& fit, const std::vector<std::string
 // What speaks against a clip; a problem that is found already is not told again.
 void AddFitProblems(const Fit& fit, std::size_t clip, FileFindings& findings);
 
-// A check that tells too what the clips were adapted with: null if a merge takes them as they are.
+// What a check finds out for a merge of the same clips.
+struct CheckedMerge {
+  // Null if a merge takes them as they are.
+  std::shared_ptr<const Fit> fit;
+  // Of the result; without pieces where there will be none.
+  MergeImage image;
+};
+
+// A check that tells these too, of a result of that layout, which shares no blocks.
 CheckReport CheckFitted(const std::vector<std::string>& inputs, const CheckOptions& options,
-                        std::shared_ptr<const Fit>& fit);
+                        const Layout& layout, CheckedMerge& merge);
 
 }  // namespace clipchain

@@ -11,6 +11,7 @@
 #include "workflow/boxes/sample_layout.h"
 #include "workflow/boxes/sample_tables.h"
 #include "workflow/clips/track_facts.h"
+#include "workflow/findings/result_words.h"
 #include "workflow/system/files.h"
 
 namespace clipchain {
@@ -59,7 +60,8 @@ bool Rehearsal::HasRoomFor(const ClipFile& clip, FileFindings& findings) {
   return false;
 }
 
-void Rehearsal::Take(std::unique_ptr<ClipFile>& clip, FileFindings& findings) {
+void Rehearsal::Take(std::unique_ptr<ClipFile>& clip, const ClipView* view,
+                     FileFindings& findings) {
   memory_ = LimitedSum(memory_, clip->MemoryOfBytes());
   mediaBytes_ = LimitedSum(mediaBytes_, clip->file.mdatSize);
   movieBytes_ = LimitedSum(movieBytes_, clip->MoviePlace()->size);
@@ -67,15 +69,16 @@ void Rehearsal::Take(std::unique_ptr<ClipFile>& clip, FileFindings& findings) {
   if (first_ == nullptr) {
     // Of later clips the tables alone remain.
     memory_ = LimitedSum(memory_, boxMemory_);
-    TakeFirst(std::move(clip), findings);
+    TakeFirst(std::move(clip), view, findings);
     return;
   }
   pairs_ = CheckMatch(first_->Movie(), PrintablePath(first_->Path()), clip->Movie(), findings);
-  if (complete_ && !findings.Refused() && CanSpellOutSizes(findings)) Merge(*clip, findings);
+  if (complete_ && !findings.Refused() && CanSpellOutSizes(findings)) Merge(*clip, view, findings);
   complete_ = complete_ && !findings.Refused();
 }
 
-void Rehearsal::TakeFirst(std::unique_ptr<ClipFile> clip, FileFindings& findings) {
+void Rehearsal::TakeFirst(std::unique_ptr<ClipFile> clip, const ClipView* view,
+                          FileFindings& findings) {
   first_ = std::move(clip);
   for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(first_->Movie()).Tracks()) {
     samples_[track] = LayoutOf(track).SampleCount();
@@ -83,15 +86,15 @@ void Rehearsal::TakeFirst(std::unique_ptr<ClipFile> clip, FileFindings& findings
   }
   complete_ = complete_ && !findings.Refused();
   if (!complete_) return;
-  const HRESULT result = assembly_.Take(&first_->file);
+  const HRESULT result = assembly_.Take(first_->file, view);
   if (result == S_OK) return;
   complete_ = false;
   findings.Add(Message::kInputRefused, "can't be merged", "leave it out").result = result;
 }
 
-void Rehearsal::Merge(ClipFile& next, FileFindings& findings) {
+void Rehearsal::Merge(ClipFile& next, const ClipView* view, FileFindings& findings) {
   findings.ForgetPlaces();
-  const HRESULT result = assembly_.Take(&next.file);
+  const HRESULT result = assembly_.Take(next.file, view);
   if (result != S_OK) {
     findings.Add(Message::kInputRefused, "can't be merged", "leave it out").result = result;
     return;
@@ -197,41 +200,38 @@ void Rehearsal::CheckDurations(FileFindings& findings) {
   }
 }
 
-void Rehearsal::Finish(const MovieCompletion& completion, FileFindings& findings) {
+void Rehearsal::Finish(const MovieCompletion& completion, FileFindings& findings,
+                       MergeImage* image) {
   if (!complete_ || first_ == nullptr) return;
-  std::vector<unsigned char> head;
-  std::vector<unsigned char> movie;
-  const HRESULT result = assembly_.Finish(head, movie);
+  Bytes movie;
+  const HRESULT result = assembly_.CompleteMovie(movie);
   if (result != S_OK) {
-    findings
-        .Add(Message::kOutputUnfinished,
-             result == E_PENDING ? "can't be completed: its movie box would be larger than 4 GiB"
-                                 : "can't be completed: its movie box contradicts itself",
-             kFewer)
-        .result = result;
+    findings.Add(Message::kOutputUnfinished, OutputWords(result), kFewer).result = result;
     return;
   }
   movieBytes_ = static_cast<long long>(movie.size());
   CheckMovie(movie, findings);
-  if (completion) Complete(completion, movie, findings);
+  if (completion && !Complete(completion, movie, findings)) return;
+  if (image == nullptr || assembly_.Finish(std::move(movie), *image) == S_OK) return;
+  *image = {};
 }
 
-void Rehearsal::Complete(const MovieCompletion& completion, std::span<const unsigned char> movie,
-                         FileFindings& findings) {
-  const auto complete = completion(movie);
+bool Rehearsal::Complete(const MovieCompletion& completion, Bytes& movie, FileFindings& findings) {
+  auto complete = completion(movie);
   if (!complete) {
-    findings.Add(Message::kOutputUnfinished, "can't be completed: its movie box contradicts itself",
-                 kFewer);
-    return;
+    findings.Add(Message::kOutputUnfinished, OutputWords(E_BAD_DATA), kFewer);
+    return false;
   }
-  movieBytes_ = static_cast<long long>(complete->size());
-  if (movieBytes_ < MP4G::kLeastUnloadedBoxSize) return;
+  movie = std::move(*complete);
+  movieBytes_ = static_cast<long long>(movie.size());
+  if (movieBytes_ < MP4G::kLeastUnloadedBoxSize) return true;
   findings
       .Add(Message::kMovieTooLarge,
            fmt::format("would have a movie box of {} bytes, and a reader takes {} at most",
                        movieBytes_, MP4G::kLeastUnloadedBoxSize - 1),
            kFewer)
       .severity = Severity::kRisk;
+  return true;
 }
 
 // Whoever reads the result next has the engine's limits, if it is the engine.

@@ -1,5 +1,5 @@
-// A merge without media: the boxes are put together as the engine does it, in memory, and what
-// comes out is looked at.
+// Rehearses a merge without media: the boxes are put together as the engine does it, in memory, and
+// what comes out is looked at.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "merge/movie_assembly.h"
+#include "adapt/clip_view.h"
+#include "workflow/assembling/image_assembly.h"
 #include "workflow/checks/match_check.h"
 #include "workflow/clips/clip_file.h"
 #include "workflow/findings/file_findings.h"
@@ -25,21 +26,25 @@ using MovieCompletion =
 
 class Rehearsal {
  public:
-  // The movie boxes may take `memoryLimit` bytes.
-  explicit Rehearsal(long long memoryLimit) : memoryLimit_(memoryLimit) {}
+  // The movie boxes may take `memoryLimit` bytes. `layout`: of the result, whose clips share no
+  // blocks with it.
+  explicit Rehearsal(long long memoryLimit, const Layout& layout = {})
+      : memoryLimit_(memoryLimit), assembly_(layout) {}
 
   // Whether the boxes of the clip fit in the memory beside what is there; says so where they don't.
   bool HasRoomFor(const ClipFile& clip, FileFindings& findings);
 
   // Takes the first input over, which leaves `clip` null, or compares a later one with it and
-  // merges it unless something was found that the engine refuses.
-  void Take(std::unique_ptr<ClipFile>& clip, FileFindings& findings);
+  // merges it unless something was found that the engine refuses. `view`: through which it was
+  // read, if it is not read as it is.
+  void Take(std::unique_ptr<ClipFile>& clip, const ClipView* view, FileFindings& findings);
   // An input could not be parsed: there will be no result.
   void GiveUp() { complete_ = false; }
 
   // Completes the movie box; `completion` says what becomes of it in the result, if anything does.
-  // Findings are about the result.
-  void Finish(const MovieCompletion& completion, FileFindings& findings);
+  // Findings are about the result. `image`, unless it is null, becomes that of the result; it stays
+  // empty where there will be none.
+  void Finish(const MovieCompletion& completion, FileFindings& findings, MergeImage* image);
 
   // Bytes of the result; an estimate if something was refused.
   long long OutputSize() const;
@@ -48,15 +53,14 @@ class Rehearsal {
   const std::vector<TrackPair>& Pairs() const { return pairs_; }
 
  private:
-  void TakeFirst(std::unique_ptr<ClipFile> clip, FileFindings& findings);
-  void Merge(ClipFile& next, FileFindings& findings);
+  void TakeFirst(std::unique_ptr<ClipFile> clip, const ClipView* view, FileFindings& findings);
+  void Merge(ClipFile& next, const ClipView* view, FileFindings& findings);
   bool CanSpellOutSizes(FileFindings& findings);
   void CheckSizes(const TrackPair& pair, std::uint64_t before, FileFindings& findings);
   void CheckDurations(FileFindings& findings);
   void CheckDuration(const MP4G::CFullBox* box, std::uint64_t duration, BoxPlaces& places,
                      FileFindings& findings);
-  void Complete(const MovieCompletion& completion, std::span<const unsigned char> movie,
-                FileFindings& findings);
+  bool Complete(const MovieCompletion& completion, Bytes& movie, FileFindings& findings);
   void CheckMovie(std::span<const unsigned char> bytes, FileFindings& findings);
 
   long long memoryLimit_;
@@ -65,7 +69,7 @@ class Rehearsal {
   // What the boxes of the clip at hand take by themselves.
   long long boxMemory_ = 0;
   std::unique_ptr<ClipFile> first_;
-  MP4G::CMovieAssembly assembly_;
+  ImageAssembly assembly_;
   bool complete_ = true;
   std::vector<TrackPair> pairs_;
   // Of each track so far.

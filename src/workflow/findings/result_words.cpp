@@ -4,18 +4,6 @@
 
 namespace clipchain {
 
-namespace {
-
-// An output that can't be opened fails twice, for the file type box and for the room behind it, and
-// the first input answers both codes in one.
-constexpr HRESULT kOpenAndWrite = MP4G_E_OUTPUT_OPEN | MP4G_E_OUTPUT_WRITE;
-
-}  // namespace
-
-bool IsOutputResult(HRESULT result) {
-  return result == MP4G_E_OUTPUT_OPEN || result == MP4G_E_OUTPUT_WRITE || result == kOpenAndWrite;
-}
-
 std::string InputWords(HRESULT result, bool first) {
   switch (result) {
     case S_FALSE:
@@ -67,17 +55,8 @@ std::string ClipWords(HRESULT result) {
 }
 
 std::string OutputWords(HRESULT result) {
-  switch (result) {
-    case MP4G_E_OUTPUT_OPEN:
-    case kOpenAndWrite:
-      return "can't be opened for writing";
-    case MP4G_E_OUTPUT_WRITE:
-      return "can't be written; the disk may be full";
-    case E_PENDING:
-      return "can't be completed: its movie box would be larger than 4 GiB";
-    default:
-      return "can't be completed";
-  }
+  return result == E_PENDING ? "can't be completed: its movie box would be larger than 4 GiB"
+                             : "can't be completed: its movie box contradicts itself";
 }
 
 }  // namespace clipchain

@@ -14,6 +14,8 @@
 #include <system_error>
 #include <utility>
 
+#include "workflow/assembling/merge_image.h"
+#include "workflow/boxes/top_level.h"
 #include "workflow/checks/fitted_clips.h"
 #include "workflow/joining/join_run.h"
 #include "workflow/merging/fitting_of.h"
@@ -344,8 +346,12 @@ Findings VerifyOutput(const Job& job, const Progress& progress, const Fitting& f
   TopLevel boxes;
   if (const std::string wrong = boxes.Read(bytes); !wrong.empty())
     return {MakeFinding(Message::kResultDamaged, job.output, wrong, kLook)};
-  return Verify({job.inputs, job.output, bytes, true, progress, isFitted ? fit.get() : nullptr,
-                 boxes.layout, ChapterTitlesOf(made, job.inputs)});
+  const Fit* const needed = isFitted ? fit.get() : nullptr;
+  MergeImage image;
+  if (Findings faults = MakeMergeImage({job.inputs, boxes.layout, needed}, image); !faults.empty())
+    return faults;
+  return Verify({job.inputs, image, job.output, bytes, true, progress, needed,
+                 ChapterTitlesOf(made, job.inputs)});
 }
 
 JoinReport RunJobs(const JoinPlan& plan, const JoinOptions& options, const JobWork& work) {

@@ -9,10 +9,10 @@
 #include <optional>
 #include <utility>
 
+#include "workflow/assembling/merge_image.h"
 #include "workflow/keeping/checksum_file.h"
 #include "workflow/keeping/clip_hashes.h"
 #include "workflow/keeping/kept_bytes.h"
-#include "workflow/merging/merge_image.h"
 #include "workflow/system/files.h"
 #include "workflow/system/open_file.h"
 #include "workflow/system/part_file.h"

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "workflow/assembling/merge_image.h"
 #include "workflow/keeping/originals.h"
 #include "workflow/keeping/originals_archive.h"
-#include "workflow/merging/merge_image.h"
 #include "workflow/system/file_bytes.h"
 
 namespace clipchain {

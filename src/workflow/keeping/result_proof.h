@@ -4,13 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "workflow/assembling/merge_image.h"
 #include "workflow/keeping/card_files.h"
 #include "workflow/keeping/card_order.h"
 #include "workflow/keeping/comparison.h"
 #include "workflow/keeping/kept_files.h"
 #include "workflow/keeping/media_chains.h"
 #include "workflow/keeping/originals_archive.h"
-#include "workflow/merging/merge_image.h"
 
 namespace clipchain {
 

@@ -16,7 +16,6 @@ CopyProgress::CopyProgress(const std::vector<std::string>& inputs, const Progres
 void CopyProgress::StartInput() {
   if (started_ > 0) before_ += sizes_[started_ - 1];
   ++started_;
-  last_ = -1;
 }
 
 void CopyProgress::StartAgain() {
@@ -24,12 +23,8 @@ void CopyProgress::StartAgain() {
   before_ = 0;
 }
 
-HRESULT CopyProgress::NotifyProgress(long long current, long long total) {
-  stoodStill_ = current == last_ && current < total;
-  if (stoodStill_) return E_ABORT;
-  last_ = current;
-  const long long done = before_ + std::min(current, total);
-  return Tell(Step::Phase::kCopying, done, total_) ? S_OK : E_ABORT;
+bool CopyProgress::Copied(long long bytes) {
+  return Tell(Step::Phase::kCopying, before_ + bytes, total_);
 }
 
 bool CopyProgress::Tell(Step::Phase phase, long long current, long long total) {

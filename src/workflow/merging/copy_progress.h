@@ -1,16 +1,15 @@
-// Hands the progress of the engine on to who listens to a merge.
+// Tells whoever listens to a merge how far it is.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "merge/live_merge.h"
 #include "workflow/progress.h"
 
 namespace clipchain {
 
-// Adds up the progress of the inputs, hands it on, and ends a copy that stands still.
-class CopyProgress final : public MP4G::IMp4LiveMergeDelegate {
+// Adds up the progress of the inputs and hands it on.
+class CopyProgress {
  public:
   // Both must outlive this object; the listener may be empty.
   CopyProgress(const std::vector<std::string>& inputs, const Progress& listener);
@@ -19,10 +18,8 @@ class CopyProgress final : public MP4G::IMp4LiveMergeDelegate {
   void StartInput();
   // None of the inputs has been copied.
   void StartAgain();
-
-  // E_ABORT if the listener says so, or if the copy made no step since the last call: the input
-  // ends before its media does, and nobody else would end the copy.
-  [[nodiscard]] HRESULT NotifyProgress(long long current, long long total) override;
+  // So many bytes of the input at work are copied; whether to go on.
+  bool Copied(long long bytes);
 
   // Reports a phase, with all copied that has been so far; whether to go on. `current` of `total`
   // is the part of that phase that is done.
@@ -32,7 +29,6 @@ class CopyProgress final : public MP4G::IMp4LiveMergeDelegate {
   // Tells the last step once more, for whoever wants to stop meanwhile; whether to go on.
   bool Ask();
 
-  bool StoodStill() const { return stoodStill_; }
   bool Stopped() const { return stopped_; }
 
  private:
@@ -43,11 +39,8 @@ class CopyProgress final : public MP4G::IMp4LiveMergeDelegate {
   long long total_ = 0;
   // Bytes of the inputs that are done.
   long long before_ = 0;
-  // What the last call of this input said.
-  long long last_ = -1;
   // As it was told last.
   Step step_{};
-  bool stoodStill_ = false;
   bool stopped_ = false;
 };
 

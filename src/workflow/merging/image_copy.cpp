@@ -2,18 +2,19 @@
 
 #include <fmt/format.h>
 
+#include <utility>
+
 #include "foundation/result.h"
-#include "workflow/merging/merge_image.h"
+#include "workflow/assembling/merge_image.h"
 #include "workflow/system/files.h"
 
 namespace clipchain {
 
 namespace {
 
-ImageCopy WriteAll(const ImageCopyTask& task, const Layout& layout) {
+ImageCopy WriteAll(const ImageCopyTask& task, const Layout& layout, MergeImage& image) {
   ImageCopy copy;
-  MergeImage image;
-  copy.findings = MakeMergeImage({task.inputs, layout, task.fit}, image);
+  if (image.pieces.empty()) copy.findings = MakeMergeImage({task.inputs, layout, task.fit}, image);
   if (copy.findings.empty())
     copy.fault = ImageWriter(task.inputs, image, task.progress).WriteTo(task.part.descriptor());
   return copy;
@@ -33,27 +34,27 @@ Finding NotShared(const ImageCopyTask& task, const WriteFault& fault) {
 
 }  // namespace
 
-ImageCopy CopyImage(const ImageCopyTask& task, Layout& layout) {
-  if (task.reflink == Reflink::kNever) return WriteAll(task, layout);
+ImageCopy CopyImage(const ImageCopyTask& task, Layout layout, MergeImage& image) {
+  if (task.reflink == Reflink::kNever) return WriteAll(task, layout, image);
   const bool strict = task.reflink == Reflink::kAlways;
   ImageCopy copy;
   Layout blocks = layout;
   blocks.block = task.part.BlockSize();
   copy.fault.side = WriteFault::Side::kNotShared;
   if (blocks.block != 0) {
-    MergeImage image;
-    copy.findings = MakeMergeImage({task.inputs, blocks, task.fit}, image);
+    MergeImage shared;
+    copy.findings = MakeMergeImage({task.inputs, blocks, task.fit}, shared);
     if (!copy.findings.empty()) {
       copy.fault = {};
       return copy;
     }
-    ImageWriter writer(task.inputs, image, task.progress);
+    ImageWriter writer(task.inputs, shared, task.progress);
     copy.fault = writer.ShareWith(task.part.descriptor(), blocks.block, strict);
     copy.shared = static_cast<long long>(writer.Shared());
-  }
-  if (copy.fault.side != WriteFault::Side::kNotShared) {
-    layout = blocks;
-    return copy;
+    if (copy.fault.side != WriteFault::Side::kNotShared) {
+      image = std::move(shared);
+      return copy;
+    }
   }
   if (strict) {
     copy.findings.push_back(NotShared(task, copy.fault));
@@ -65,10 +66,7 @@ ImageCopy CopyImage(const ImageCopyTask& task, Layout& layout) {
     copy.fault = {WriteFault::Side::kOutput, 0, error};
     return copy;
   }
-  if (layout != Layout()) return WriteAll(task, layout);
-  copy = {};
-  copy.isLeftToTheEngine = true;
-  return copy;
+  return WriteAll(task, layout, image);
 }
 
 }  // namespace clipchain

@@ -25,8 +25,6 @@ struct ImageCopyTask {
 };
 
 struct ImageCopy {
-  // Nothing was written: the plain layout is the engine's to write.
-  bool isLeftToTheEngine = false;
   // Why there is no image of these clips, or why blocks can't be shared.
   Findings findings{};
   // Why the image was not written to its end.
@@ -35,8 +33,8 @@ struct ImageCopy {
   long long shared = 0;
 };
 
-// Writes a result of that layout, which gets its block where media is shared. Nothing is found, and
-// there is no fault, where all is written.
-ImageCopy CopyImage(const ImageCopyTask& task, Layout& layout);
+// Writes the image of a result of that layout, which becomes another one where media is shared. An
+// image without pieces is made anew. Nothing is found, and there is no fault, where all is written.
+ImageCopy CopyImage(const ImageCopyTask& task, Layout layout, MergeImage& image);
 
 }  // namespace clipchain

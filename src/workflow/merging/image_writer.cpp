@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "workflow/system/file_output.h"
+#include "workflow/system/files.h"
 
 namespace clipchain {
 
@@ -33,6 +34,10 @@ struct ImageWriter::Share {
   // Something was shared.
   bool any = false;
 };
+
+std::string WhyUncopied(int error) {
+  return error == 0 ? "ends before its media does" : "can't be read: " + ErrorText(error);
+}
 
 ImageWriter::ImageWriter(const std::vector<std::string>& clips, const MergeImage& image,
                          CopyProgress& progress)
@@ -101,9 +106,8 @@ WriteFault ImageWriter::Tell(Number bytes) {
   done_ += bytes;
   const bool isDue = bytes == 0 || done_ == totals_[clip] || done_ / kBetween != before / kBetween;
   if (!isDue) return {};
-  const HRESULT result = progress_.NotifyProgress(static_cast<long long>(done_),
-                                                  static_cast<long long>(totals_[clip]));
-  return {result == S_OK ? Side::kNone : Side::kStopped};
+  const bool goesOn = progress_.Copied(static_cast<long long>(done_));
+  return {goesOn ? Side::kNone : Side::kStopped};
 }
 
 WriteFault ImageWriter::Open(std::size_t clip) {

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "workflow/assembling/merge_image.h"
 #include "workflow/merging/copy_progress.h"
-#include "workflow/merging/merge_image.h"
 #include "workflow/system/file_bytes.h"
 
 namespace clipchain {
@@ -28,6 +28,9 @@ struct WriteFault {
   // Of the system.
   int error = 0;
 };
+
+// Of a clip that could not be read with that error, as the rest of a sentence.
+std::string WhyUncopied(int error);
 
 class ImageWriter {
  public:

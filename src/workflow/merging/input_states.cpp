@@ -1,5 +1,7 @@
 #include "workflow/merging/input_states.h"
 
+#include <cerrno>
+
 namespace clipchain {
 
 namespace {
@@ -14,14 +16,14 @@ bool FileState::IsSameFile(const struct stat& status) const {
   return device == status.st_dev && inode == status.st_ino;
 }
 
-const std::string* InputStates::Note() {
+std::optional<InputStates::Fault> InputStates::Note() {
   for (const std::string& input : inputs_) {
     struct stat status;
-    if (::stat(input.c_str(), &status) != 0) return &input;
+    if (::stat(input.c_str(), &status) != 0) return Fault{input, errno};
     states_.push_back(
         {status.st_dev, status.st_ino, status.st_size, status.st_mtim, status.st_ctim});
   }
-  return nullptr;
+  return std::nullopt;
 }
 
 const std::string* InputStates::Changed(bool touched) const {

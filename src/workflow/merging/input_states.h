@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <ctime>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,8 +27,15 @@ class InputStates {
   // Outlives this object.
   explicit InputStates(const std::vector<std::string>& inputs) : inputs_(inputs) {}
 
-  // Takes the states of now. The first input that can't be looked at, with errno; else null.
-  const std::string* Note();
+  // An input that can't be looked at, and what the system says.
+  struct Fault {
+    const std::string& input;
+    int error;
+  };
+
+  // Takes the states of now, up to the first input that can't be looked at. Without that all else
+  // may be called.
+  std::optional<Fault> Note();
 
   // The first input that is another file, or has other bytes or another time, than in the
   // beginning; or, where `touched` says so, that somebody may have written to and set its time

@@ -8,12 +8,8 @@
 #include <optional>
 #include <utility>
 
-#include "foundation/com_ptr.h"
-#include "merge/live_merge.h"
-#include "workflow/boxes/top_level.h"
 #include "workflow/checks/fitted_clips.h"
 #include "workflow/checks/output_check.h"
-#include "workflow/findings/result_words.h"
 #include "workflow/merging/copy_progress.h"
 #include "workflow/merging/fitting_of.h"
 #include "workflow/merging/image_copy.h"
@@ -50,17 +46,12 @@ class Run {
  private:
   bool Hear(const Step& step);
   bool Prepare();
-  bool NoteInputs();
   bool CreatePart();
-  [[nodiscard]] HRESULT StartEngine(const std::wstring& path);
   bool FailCreate(int error);
 
   bool Copy();
-  bool CopyByEngine();
-  [[nodiscard]] HRESULT Input(std::size_t index);
-  bool PutBack();
-  bool FailCopy(const std::string& input, HRESULT result, bool first);
-  bool FailWrite(HRESULT result);
+  bool FailCopy(const std::string& input, int error);
+  bool FailWrite(int error);
 
   bool Complete();
   bool FlushPart();
@@ -90,10 +81,8 @@ class Run {
   CopyProgress progress_;
   Layout layout_;
   InputStates states_;
-  std::shared_ptr<const Fit> fit_;  // null unless the clips are adapted
+  CheckedMerge merge_;
   PartFile part_;
-  // Below the file that it writes to, so that it lets go of it first.
-  QUIRVA::ComPtr<MP4G::CMp4LiveMerge> engine_;
 };
 
 bool Run::Hear(const Step& step) {
@@ -125,9 +114,11 @@ bool Run::Prepare() {
     return Fail(Message::kNothingToMerge, options_.check.output, "was not made: there is no clip",
                 "name at least one clip");
   if (!Enter(Phase::kChecking)) return false;
+  // Ahead of the first look at them: what the check reads of the clips is what is written.
+  const std::optional<InputStates::Fault> unknown = states_.Note();
   CheckOptions check = options_.check;
   check.progress = [this](const Step&) { return progress_.Tell(Phase::kChecking); };
-  CheckReport checked = CheckFitted(inputs_, check, fit_);
+  CheckReport checked = CheckFitted(inputs_, check, layout_, merge_);
   report_.findings = std::move(checked.findings);
   report_.adaptations = std::move(checked.adaptations);
   // What is always shared takes no space.
@@ -141,37 +132,18 @@ bool Run::Prepare() {
       Add(LookForLeftovers(path, options_.removeLeftover));
   }
   if (HoldsUp(report_.findings, options_.force)) return false;
-  return Enter(Phase::kChecking) && NoteInputs() && CreatePart();
-}
-
-bool Run::NoteInputs() {
-  if (const std::string* const input = states_.Note())
-    return Fail(Message::kInputUnreadable, *input, "can't be read: " + ErrorText(errno),
-                "check the name and the permissions", MP4G_E_INPUT_OPEN);
-  if (!MayReplaceAll()) return false;
+  if (unknown)
+    return Fail(Message::kInputUnreadable, unknown->input,
+                "can't be read: " + ErrorText(unknown->error), "check the name and the permissions",
+                MP4G_E_INPUT_OPEN);
+  if (!Enter(Phase::kChecking) || !MayReplaceAll()) return false;
   if (options_.companion != nullptr) options_.companion->Start(inputs_);
-  return true;
+  return CreatePart();
 }
 
 bool Run::CreatePart() {
-  if (const int error = part_.Create(options_.check.output); error != 0) return FailCreate(error);
-  report_.result = StartEngine(Wide(part_.path()));
-  return report_.result == S_OK ||
-         Fail(Message::kOutputUnwritable, options_.check.output, "can't be opened for writing",
-              "choose a folder that can be written", MP4G_E_OUTPUT_OPEN);
-}
-
-// The engine is handed a file that is open already, so that it need not make one: it would replace
-// whatever has the name.
-HRESULT Run::StartEngine(const std::wstring& path) {
-  auto file = std::make_unique<QUIRVA::QvFile>();
-  RETURN_IF_NOT_OK(file->Open(path.c_str(), QUIRVA::QvFile::kWrite));
-  RETURN_IF_NOT_OK(MP4G::CMp4LiveMerge::CreateInstance(engine_.Receive()));
-  MP4G::IMp4LiveMergeDelegate* delegate = &progress_;
-  RETURN_IF_NOT_OK(engine_->SetDelegate(MP4G::IID_IMp4LiveMergeDelegate, delegate));
-  RETURN_IF_NOT_OK(engine_->SetOutputPath(path.c_str()));
-  engine_->UseOutput(std::move(file));
-  return S_OK;
+  const int error = part_.Create(options_.check.output);
+  return error == 0 || FailCreate(error);
 }
 
 bool Run::FailCreate(int error) {
@@ -181,99 +153,49 @@ bool Run::FailCreate(int error) {
       MP4G_E_OUTPUT_OPEN);
 }
 
-// The engine knows one layout alone; any other is written as its image says.
 bool Run::Copy() {
-  if (layout_ == Layout() && options_.reflink == Reflink::kNever) return CopyByEngine();
-  ImageCopy copy = CopyImage(
-      {inputs_, fit_.get(), options_.reflink, options_.check.output, part_, progress_}, layout_);
+  const ImageCopy copy = CopyImage(
+      {inputs_, merge_.fit.get(), options_.reflink, options_.check.output, part_, progress_},
+      layout_, merge_.image);
   report_.shared = copy.shared;
-  if (copy.isLeftToTheEngine) return CopyByEngine();
-  if (HoldsUp(copy.findings, true)) {
+  if (!copy.findings.empty()) {
     if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
+    report_.result = copy.findings.back().result;
+    Add(copy.findings);
+    return false;
   }
-  Add(copy.findings);
-  if (!copy.findings.empty()) report_.result = copy.findings.back().result;
   switch (copy.fault.side) {
     case WriteFault::Side::kNone:
-      return copy.findings.empty();
+      return true;
     case WriteFault::Side::kStopped:
       return FailStopped();
     case WriteFault::Side::kClip:
-      report_.result = MP4G_E_INPUT_READ;
-      return FailCopy(inputs_[copy.fault.clip], MP4G_E_INPUT_READ, copy.fault.clip == 0);
+      return FailCopy(inputs_[copy.fault.clip], copy.fault.error);
     default:
-      report_.result = MP4G_E_OUTPUT_WRITE;
-      return FailWrite(MP4G_E_OUTPUT_WRITE);
+      return FailWrite(copy.fault.error);
   }
 }
 
-bool Run::CopyByEngine() {
-  for (std::size_t i = 0; i < inputs_.size(); ++i) {
-    progress_.StartInput();
-    report_.result = Input(i);
-    if (report_.result != S_OK) return FailCopy(inputs_[i], report_.result, i == 0);
-  }
-  report_.result = engine_->Complete();
-  if (report_.result != S_OK) return FailWrite(report_.result);
-  return fit_ == nullptr || PutBack();
+bool Run::FailCopy(const std::string& input, int error) {
+  report_.result = MP4G_E_INPUT_READ;
+  if (const std::string why = WhyUnreadable(input); !why.empty())
+    return Fail(Message::kInputUnreadable, input, "can't be opened any more: " + why,
+                "copy it again from the card", report_.result);
+  if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
+  return Fail(Message::kInputUnreadable, input, WhyUncopied(error), "copy it again from the card",
+              report_.result);
 }
 
-HRESULT Run::Input(std::size_t index) {
-  if (fit_ == nullptr) return engine_->InputMp4File(Wide(inputs_[index]).c_str());
-  int opened = S_OK;
-  const QUIRVA::ComPtr<ClipView> view = fit_->View(index, opened);
-  return opened < 0 ? MP4G_E_INPUT_OPEN : engine_->InputReader(view.get());
-}
-
-// The movie box stands behind all media, so that no offset changes with its size.
-bool Run::PutBack() {
-  FileBytes file(part_.descriptor());
-  TopLevel boxes;
-  std::string wrong = boxes.Read(file);
-  Bytes movie(boxes.movie.size);
-  if (wrong.empty() && !file.Read(boxes.movie.position, movie.data(), movie.size()))
-    wrong = "can't be read back";
-  const auto complete = wrong.empty() ? fit_->Complete(movie) : std::nullopt;
-  if (wrong.empty() && !complete) wrong = "has a movie box that contradicts itself";
-  if (!wrong.empty())
-    return Fail(Message::kOutputUnfinished, options_.check.output, std::move(wrong),
-                "merge fewer clips at once", E_BAD_DATA);
-  const int error = part_.ReplaceEnd(static_cast<long long>(boxes.movie.position), *complete);
-  return error == 0 || Fail(Message::kOutputUnwritable, options_.check.output,
-                            "can't be written: " + ErrorText(error),
-                            "make room, or choose another folder", MP4G_E_OUTPUT_WRITE);
-}
-
-bool Run::FailCopy(const std::string& input, HRESULT result, bool first) {
-  if (progress_.Stopped()) return FailStopped();
-  if (IsOutputResult(result)) return FailWrite(result);
-  if (progress_.StoodStill())
-    return Fail(Message::kCopyStalled, input, "ends before its media does",
-                "copy it again from the card", MP4G_E_INPUT_READ);
-  std::string text = InputWords(result, first);
-  if (const std::string why = WhyUnreadable(input); !why.empty()) {
-    text += ": " + why;
-  } else if (const std::string* const changed = states_.Changed(true)) {
-    return FailChanged(*changed);
-  }
-  return Fail(Message::kInputRefused, input, std::move(text),
-              "leave the clip out, or see what a check says about it", result);
-}
-
-bool Run::FailWrite(HRESULT result) {
-  if (!IsOutputResult(result))
-    return Fail(Message::kOutputUnfinished, options_.check.output, OutputWords(result),
-                "merge fewer clips at once", result);
-  // The engine does not keep the cause of a failed write; the next one would have it too.
-  const int error = part_.TryToGrow();
+bool Run::FailWrite(int error) {
+  report_.result = MP4G_E_OUTPUT_WRITE;
   if (error == EFBIG)
     return Fail(Message::kTooLargeForFolder, options_.check.output,
                 "is larger than a file there may be: " + ErrorText(error),
                 "choose a disk with another file system, or a higher limit for files",
-                MP4G_E_OUTPUT_WRITE);
+                report_.result);
   return Fail(Message::kOutputUnwritable, options_.check.output,
-              error != 0 ? "can't be written: " + ErrorText(error) : OutputWords(result),
-              "make room, or choose another folder", MP4G_E_OUTPUT_WRITE);
+              "can't be written: " + ErrorText(error), "make room, or choose another folder",
+              report_.result);
 }
 
 bool Run::Complete() {
@@ -298,8 +220,7 @@ bool Run::PrepareCompanion() {
 // flush would know nothing of it.
 bool Run::FlushPart() {
   if (!Enter(Phase::kFlushing)) return false;
-  const HRESULT closed = engine_->CloseOutput();
-  if (closed == S_OK) return true;
+  if (Flush(part_.descriptor()) == 0) return true;
   return Fail(Message::kOutputUnflushed, options_.check.output,
               "is lost: the disk did not take all that was written",
               "check the disk, or choose another one", MP4G_E_OUTPUT_WRITE);
@@ -307,7 +228,6 @@ bool Run::FlushPart() {
 
 bool Run::VerifyPart() {
   if (!Enter(Phase::kVerifying)) return false;
-  engine_->ForgetMovie();
   const Findings found = ComparePart(options_.verification == Verification::kFull);
   if (progress_.Stopped()) return FailStopped();
   // Of clips that are others by now the result can't be what they give.
@@ -323,8 +243,8 @@ Findings Run::ComparePart(bool everyByte) {
     return progress_.Tell(Phase::kVerifying, step.current, step.total);
   };
   FileBytes file(part_.descriptor());
-  return Verify({inputs_, options_.check.output, file, everyByte, listener, fit_.get(), layout_,
-                 ChapterTitlesOf(options_.check, inputs_)});
+  return Verify({inputs_, merge_.image, options_.check.output, file, everyByte, listener,
+                 merge_.fit.get(), ChapterTitlesOf(options_.check, inputs_)});
 }
 
 bool Run::InputsAreUnchanged() {
@@ -410,7 +330,6 @@ bool Run::Publish() {
 
 // What stands in the hidden file is of no use any more.
 void Run::GiveUp() {
-  engine_.Reset();
   const std::string path = part_.path();
   if (const int error = part_.Discard(); error != 0)
     Fail(Message::kLeftover, path, "can't be removed: " + ErrorText(error), "remove it by hand");

@@ -99,6 +99,8 @@ class Oracle {
   void CompareNext();
   Number Longer(std::size_t clip, unsigned int track) const;
 
+  void CompareStatedSums();
+
   bool Adapted() const { return task_.intended != nullptr; }
 
   const OracleTask& task_;
@@ -115,6 +117,9 @@ class Oracle {
   // What the last clip that knows it says comes next.
   std::optional<std::string> next_;
   std::vector<ExpectedChapter> chapters_;
+  // What the clips' headers state together: of the movies, and of the media of each track.
+  Number stated_ = 0;
+  std::vector<Number> statedOf_;
   // That the header of a track states.
   Seconds longest_ = 0;
   // By which the headers of tracks may be wrong, as they are in the clips.
@@ -134,6 +139,7 @@ bool Oracle::Open() {
     tracks_.emplace_back(result_, track, tracks_.size(), rules_, findings_);
     if (!tracks_.back().Open(names_)) return false;
   }
+  statedOf_.resize(tracks_.size());
   pairs_ = std::make_unique<TrackPairs>(
       result_, Adapted() ? TrackPairs::By::kDescription : TrackPairs::By::kCodec);
   return true;
@@ -159,6 +165,7 @@ bool Oracle::AddClip(std::size_t index) {
 bool Oracle::AddTracks(std::size_t index, const ClipAtWork& clip) {
   std::vector<const TrackView*> left;
   const std::vector<const TrackView*> partners = pairs_->Find(clip.file, left);
+  stated_ += clip.file.Duration();
   for (std::size_t i = 0; i < tracks_.size(); ++i) {
     TrackComparison& track = tracks_[i];
     const unsigned int id = track.Track().id;
@@ -167,6 +174,8 @@ bool Oracle::AddTracks(std::size_t index, const ClipAtWork& clip) {
                         fmt::format("has a track that is not in {}", PrintablePath(clip.path)));
     } else if (!track.Add(clip, *partners[i], Longer(index, id), names_)) {
       return false;
+    } else {
+      statedOf_[i] += partners[i]->duration;
     }
   }
   if (!Adapted()) return true;
@@ -303,7 +312,7 @@ void Oracle::Finish() {
     track.Finish();
     if (track.Track().handler == FourCc("vide")) pictures = std::max(pictures, track.MediaEnd());
   }
-  if (!Adapted()) return;
+  if (!Adapted()) return CompareStatedSums();
   for (std::size_t i = 0; i < tracks_.size(); ++i) CompareLength(tracks_[i], i, pictures);
   CompareDuration();
   CompareNext();
@@ -312,6 +321,20 @@ void Oracle::Finish() {
     return ShowingOf(result_, track.Track()).inARow;
   });
   if (!intended_.chapters.empty()) CompareChapters(result_, chapters_, timed, findings_);
+}
+
+// What is not adapted has sums in its headers, whatever the samples take.
+void Oracle::CompareStatedSums() {
+  const auto compare = [this](unsigned int track, const std::string& box, Number found,
+                              Number wanted) {
+    if (found != wanted)
+      findings_.Differs(track, box,
+                        fmt::format("has a duration of {}; the clips have {}", found, wanted));
+  };
+  compare(0, "moov/mvhd", result_.Duration(), stated_);
+  for (std::size_t i = 0; i < tracks_.size(); ++i)
+    compare(tracks_[i].Track().id, fmt::format("moov/trak[{}]/mdia/mdhd", i),
+            tracks_[i].Track().duration, statedOf_[i]);
 }
 
 // The result is continued by what continues the last clip.

@@ -6,15 +6,16 @@
 #include <cerrno>
 #include <memory>
 #include <new>
+#include <optional>
 #include <utility>
 
+#include "workflow/assembling/image_bytes.h"
+#include "workflow/assembling/merge_image.h"
 #include "workflow/checks/fitted_clips.h"
 #include "workflow/merging/copy_progress.h"
 #include "workflow/merging/fitting_of.h"
-#include "workflow/merging/image_bytes.h"
 #include "workflow/merging/image_writer.h"
 #include "workflow/merging/input_states.h"
-#include "workflow/merging/merge_image.h"
 #include "workflow/merging/out_of_memory.h"
 #include "workflow/merging/verify.h"
 #include "workflow/system/files.h"
@@ -41,13 +42,13 @@ class Streaming {
         progress_(inputs, options.check.progress) {}
 
   SafeMergeReport Run() {
-    report_.done = CheckInputs() && NoteInputs() && MakeImage() && VerifyImage() && Write();
+    report_.done = CheckInputs() && CheckReader() && MakeImage() && VerifyImage() && Write();
     return std::move(report_);
   }
 
  private:
   bool CheckInputs();
-  bool NoteInputs();
+  bool CheckReader();
   bool MakeImage();
   bool VerifyImage();
   bool Write();
@@ -76,30 +77,32 @@ class Streaming {
   SafeMergeReport report_;
   InputStates states_;
   CopyProgress progress_;
-  std::shared_ptr<const Fit> fit_;  // null unless the clips are adapted
-  MergeImage image_;
+  CheckedMerge merge_;
 };
 
 bool Streaming::CheckInputs() {
   if (inputs_.empty())
     return Fail(Message::kNothingToMerge, name_, "was not made: there is no clip",
                 "name at least one clip");
+  // Ahead of the first look at them: what the check reads of the clips is what is written.
+  const std::optional<InputStates::Fault> unknown = states_.Note();
   CheckOptions check = options_.check;
   check.output.clear();
   check.progress = [this](const Step&) { return progress_.Tell(Phase::kChecking); };
-  CheckReport checked = CheckFitted(inputs_, check, fit_);
+  CheckReport checked = CheckFitted(inputs_, check, kInOnePass, merge_);
   report_.findings = std::move(checked.findings);
   report_.adaptations = std::move(checked.adaptations);
   for (Finding& finding : report_.findings) {
     if (finding.path.empty()) finding.path = name_;
   }
-  return !HoldsUp(report_.findings, options_.force);
+  if (HoldsUp(report_.findings, options_.force)) return false;
+  return !unknown || Fail(Message::kInputUnreadable, unknown->input,
+                          "can't be read: " + ErrorText(unknown->error),
+                          "check the name and the permissions", MP4G_E_INPUT_OPEN);
 }
 
-bool Streaming::NoteInputs() {
-  if (const std::string* const input = states_.Note())
-    return Fail(Message::kInputUnreadable, *input, "can't be read: " + ErrorText(errno),
-                "check the name and the permissions", MP4G_E_INPUT_OPEN);
+// Nothing may be written to a clip.
+bool Streaming::CheckReader() {
   struct stat status;
   if (::fstat(options_.descriptor, &status) != 0)
     return Fail(Message::kOutputUnwritable, name_, "can't be written: " + ErrorText(errno),
@@ -111,7 +114,8 @@ bool Streaming::NoteInputs() {
 }
 
 bool Streaming::MakeImage() {
-  const Findings faults = MakeMergeImage({inputs_, kInOnePass, fit_.get()}, image_);
+  if (!merge_.image.pieces.empty()) return true;
+  const Findings faults = MakeMergeImage({inputs_, kInOnePass, merge_.fit.get()}, merge_.image);
   if (faults.empty()) return true;
   if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
   report_.result = faults.back().result;
@@ -122,12 +126,12 @@ bool Streaming::MakeImage() {
 // Before anything is written, for nothing can be taken back.
 bool Streaming::VerifyImage() {
   if (!progress_.Tell(Phase::kVerifying)) return FailStopped();
-  ImageBytes bytes(inputs_, image_);
+  ImageBytes bytes(inputs_, merge_.image);
   const auto listener = [this](const Step& step) {
     return progress_.Tell(Phase::kVerifying, step.current, step.total);
   };
-  const Findings found = Verify({inputs_, name_, bytes, false, listener, fit_.get(), kInOnePass,
-                                 ChapterTitlesOf(options_.check, inputs_)});
+  const Findings found = Verify({inputs_, merge_.image, name_, bytes, false, listener,
+                                 merge_.fit.get(), ChapterTitlesOf(options_.check, inputs_)});
   if (progress_.Stopped()) return FailStopped();
   if (HoldsUp(found, options_.force)) {
     if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
@@ -146,7 +150,7 @@ bool Streaming::Write() {
   };
   // The movie box goes ahead of the first clip, and may wait for its reader.
   if (!progress_.Tell(Phase::kCopying)) return FailStopped();
-  const WriteFault fault = ImageWriter(inputs_, image_, progress_).WriteThrough(write);
+  const WriteFault fault = ImageWriter(inputs_, merge_.image, progress_).WriteThrough(write);
   return fault.side == Side::kNone ? IsComplete() : FailWrite(fault);
 }
 
@@ -163,10 +167,7 @@ bool Streaming::FailWrite(const WriteFault& fault) {
   report_.result = MP4G_E_INPUT_READ;
   const std::string& input = inputs_[fault.clip];
   if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
-  if (fault.error == 0)
-    return Fail(Message::kCopyStalled, input, "ends before its media does",
-                "copy it again from the card", report_.result);
-  return Fail(Message::kInputUnreadable, input, "can't be read: " + ErrorText(fault.error),
+  return Fail(Message::kInputUnreadable, input, WhyUncopied(fault.error),
               "copy the clip again from the card", report_.result);
 }
 

@@ -132,15 +132,6 @@ int PartFile::Lock() const {
   return status.st_nlink == 0 ? EEXIST : 0;
 }
 
-int PartFile::TryToGrow() const {
-  struct stat status;
-  if (::fstat(file_, &status) != 0) return errno;
-  const std::string block(1024 * 1024, '\0');
-  const ssize_t went = ::pwrite(file_, block.data(), block.size(), status.st_size);
-  if (went < 0) return errno;
-  return went < static_cast<ssize_t>(block.size()) ? ENOSPC : 0;
-}
-
 int PartFile::Empty() const { return ::ftruncate(file_, 0) == 0 ? 0 : errno; }
 
 unsigned int PartFile::BlockSize() const {
@@ -151,19 +142,6 @@ unsigned int PartFile::BlockSize() const {
   const unsigned long block = status.f_bsize;
   const bool isOfUse = std::has_single_bit(block) && block >= kLeast && block <= kMost;
   return isOfUse ? static_cast<unsigned int>(block) : 0;
-}
-
-int PartFile::ReplaceEnd(long long position, const std::vector<unsigned char>& bytes) const {
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const ssize_t went = ::pwrite(file_, bytes.data() + done, bytes.size() - done,
-                                  position + static_cast<long long>(done));
-    if (went < 0 && errno == EINTR) continue;
-    if (went < 0) return errno;
-    if (went == 0) return ENOSPC;
-    done += static_cast<std::size_t>(went);
-  }
-  return ::ftruncate(file_, position + static_cast<long long>(done)) == 0 ? 0 : errno;
 }
 
 int PartFile::Publish(bool overwrite) {

@@ -24,18 +24,11 @@ class PartFile {
   const std::string& path() const { return path_; }
   int descriptor() const { return file_; }  // to read, and held for the lock
 
-  // What the system says when more is written to the file; 0 if nothing speaks against it. Only of
-  // use for a file that is given up.
-  [[nodiscard]] int TryToGrow() const;
-
   // Takes all out of it that was written.
   [[nodiscard]] int Empty() const;
   // The block that its file system shares between files, if it shares any; a power of two. 0 where
   // it tells none that is of use.
   unsigned int BlockSize() const;
-
-  // Writes the bytes at that place and ends the file behind them.
-  [[nodiscard]] int ReplaceEnd(long long position, const std::vector<unsigned char>& bytes) const;
 
   // Gives the file the output's name. Without `overwrite` EEXIST if something has that name by now.
   // Where the file system can neither rename without replacing nor link, that is looked up first,

@@ -8,9 +8,9 @@
 #include <filesystem>
 
 #include "support/sequences.h"
+#include "workflow/assembling/image_bytes.h"
 #include "workflow/keeping/kept_card.h"
 #include "workflow/merging/fitting_of.h"
-#include "workflow/merging/image_bytes.h"
 #include "workflow/proof_words.h"
 
 using namespace clipchain;

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "support/result_matchers.h"
 #include "support/temp_dir.h"
 
 using clipchain::CopyProgress;
@@ -34,11 +33,11 @@ class CopyProgressTest : public testing::Test {
 TEST_F(CopyProgressTest, AddsUpTheInputs) {
   CopyProgress progress(inputs, listener);
   progress.StartInput();
-  EXPECT_OK(progress.NotifyProgress(0, 190));
-  EXPECT_OK(progress.NotifyProgress(250, 190));
+  EXPECT_TRUE(progress.Copied(0));
+  EXPECT_TRUE(progress.Copied(190));
   progress.StartInput();
-  EXPECT_OK(progress.NotifyProgress(0, 290));
-  EXPECT_OK(progress.NotifyProgress(100, 290));
+  EXPECT_TRUE(progress.Copied(0));
+  EXPECT_TRUE(progress.Copied(100));
   ASSERT_EQ(4u, steps.size());
   const long long expected[] = {0, 190, 200, 300};
   for (std::size_t i = 0; i < 4; ++i) {
@@ -47,50 +46,25 @@ TEST_F(CopyProgressTest, AddsUpTheInputs) {
     EXPECT_EQ(1000, steps[i].total);
     EXPECT_EQ(i / 2, steps[i].clip);
   }
-  EXPECT_FALSE(progress.StoodStill());
 }
 
-TEST_F(CopyProgressTest, EndsACopyThatStandsStill) {
+TEST_F(CopyProgressTest, BeginsAgainWithTheFirstInput) {
   CopyProgress progress(inputs, listener);
   progress.StartInput();
-  EXPECT_OK(progress.NotifyProgress(0, 100));
-  EXPECT_OK(progress.NotifyProgress(60, 100));
-  EXPECT_FALSE(progress.StoodStill());
-  EXPECT_RESULT(E_ABORT, progress.NotifyProgress(60, 100));
-  EXPECT_TRUE(progress.StoodStill());
-  EXPECT_FALSE(progress.Stopped());
-}
-
-TEST_F(CopyProgressTest, EndsACopyThatNeverStarts) {
-  CopyProgress progress(inputs, listener);
   progress.StartInput();
-  EXPECT_OK(progress.NotifyProgress(0, 100));
-  EXPECT_RESULT(E_ABORT, progress.NotifyProgress(0, 100));
-}
-
-TEST_F(CopyProgressTest, TakesClipsWithoutMediaOneAfterTheOther) {
-  CopyProgress progress(inputs, listener);
+  progress.StartAgain();
   progress.StartInput();
-  EXPECT_OK(progress.NotifyProgress(0, 0));
-  progress.StartInput();
-  EXPECT_OK(progress.NotifyProgress(0, 0));
-}
-
-TEST_F(CopyProgressTest, TakesEqualReportsOfDifferentInputs) {
-  CopyProgress progress(inputs, listener);
-  progress.StartInput();
-  EXPECT_OK(progress.NotifyProgress(0, 100));
-  progress.StartInput();
-  EXPECT_OK(progress.NotifyProgress(0, 100));
+  EXPECT_TRUE(progress.Copied(7));
+  EXPECT_EQ(7, steps.back().current);
+  EXPECT_EQ(0u, steps.back().clip);
 }
 
 TEST_F(CopyProgressTest, EndsTheCopyWhenTheListenerSaysSo) {
   CopyProgress progress(inputs, listener);
   progress.StartInput();
   goOn = false;
-  EXPECT_RESULT(E_ABORT, progress.NotifyProgress(0, 100));
+  EXPECT_FALSE(progress.Copied(0));
   EXPECT_TRUE(progress.Stopped());
-  EXPECT_FALSE(progress.StoodStill());
   goOn = true;
   EXPECT_FALSE(progress.Tell(Step::Phase::kVerifying)) << "it stays stopped";
 }
@@ -99,6 +73,6 @@ TEST_F(CopyProgressTest, NeedsNoListener) {
   listener = nullptr;
   CopyProgress progress(inputs, listener);
   progress.StartInput();
-  EXPECT_OK(progress.NotifyProgress(0, 100));
+  EXPECT_TRUE(progress.Copied(0));
   EXPECT_TRUE(progress.Tell(Step::Phase::kFlushing));
 }

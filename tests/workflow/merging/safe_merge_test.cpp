@@ -353,19 +353,19 @@ TEST_F(SafeMergeTest, NamesAnInputThatGoesBeforeItIsCopied) {
   ExpectFailure(Message::kInputUnreadable, inputs[1]);
   Put("b.mp4", support::Clip(25, 7).Build());
   At(Phase::kCopying, [&] { fs::remove(inputs[1]); });
-  const SafeMergeReport report = ExpectFailure(Message::kInputRefused, inputs[1]);
-  EXPECT_EQ("can't be opened: there is no such file", report.findings.back().text);
+  const SafeMergeReport report = ExpectFailure(Message::kInputUnreadable, inputs[1]);
+  EXPECT_EQ("can't be opened any more: there is no such file", report.findings.back().text);
   EXPECT_EQ(kNothing, Left());
 }
 
 // The check would have said that its media is cut off.
-TEST_F(SafeMergeTest, EndsACopyThatStandsStill) {
+TEST_F(SafeMergeTest, EndsACopyWhoseClipIsReplacedByAShorterOne) {
   support::MovieBuilder movie = support::Clip(25, 7);
   movie.movieFirst = true;
   options.check.fitting.exact = true;
   const Bytes clip = movie.Build();
   At(Phase::kCopying, [&] { Put("b.mp4", support::Slice(clip, 0, clip.size() - 9)); });
-  ExpectFailure(Message::kCopyStalled, inputs[1]);
+  ExpectFailure(Message::kInputChanged, inputs[1]);
   EXPECT_EQ(kNothing, Left());
 }
 

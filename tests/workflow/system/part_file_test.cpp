@@ -54,21 +54,6 @@ TEST(PathParts, AreFolderAndName) {
   EXPECT_EQ("", clipchain::NameOf("a/"));
 }
 
-TEST_F(PartFileTest, ItsEndIsReplacedByMoreOrLess) {
-  PartFile part;
-  ASSERT_EQ(0, part.Create(output));
-  EXPECT_EQ(0, part.ReplaceEnd(0, Text("media and an end")));
-  EXPECT_EQ(0, part.ReplaceEnd(6, Text("more than there was")));
-  EXPECT_EQ(Text("media more than there was"), support::ReadFile(part.path()));
-  EXPECT_EQ(0, part.ReplaceEnd(5, Text("!")));
-  EXPECT_EQ(Text("media!"), support::ReadFile(part.path()));
-  EXPECT_EQ(0, part.ReplaceEnd(3, {}));
-  EXPECT_EQ(Text("med"), support::ReadFile(part.path()));
-  EXPECT_EQ(EINVAL, part.ReplaceEnd(-1, Text("x")));
-  EXPECT_EQ(Text("med"), support::ReadFile(part.path()));
-  EXPECT_EQ(0, part.Discard());
-}
-
 TEST_F(PartFileTest, IsHiddenBesideTheOutputWithAnOrdinaryMode) {
   const mode_t mask = ::umask(027);
   PartFile part;
@@ -163,12 +148,6 @@ TEST_F(PartFileTest, TakesNamesOfAnyBytes) {
   EXPECT_NE(std::string::npos, part.path().find("/.\xFF\xC3\n.mp4.clipchain-"));
   EXPECT_EQ(0, part.Publish(false));
   EXPECT_TRUE(fs::exists(odd));
-}
-
-TEST_F(PartFileTest, KnowsAFullDisk) {
-  PartFile part;
-  ASSERT_EQ(0, part.Create(output));
-  EXPECT_EQ(0, part.TryToGrow());
 }
 
 TEST_F(PartFileTest, FindsWhatWasLeftBehind) {

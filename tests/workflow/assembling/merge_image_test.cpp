@@ -1,4 +1,4 @@
-#include "workflow/merging/merge_image.h"
+#include "workflow/assembling/merge_image.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,8 +7,8 @@
 #include "support/movie_builder.h"
 #include "support/movie_oracle.h"
 #include "support/temp_dir.h"
+#include "workflow/assembling/image_bytes.h"
 #include "workflow/merging/fitting_of.h"
-#include "workflow/merging/image_bytes.h"
 #include "workflow/merging/verify.h"
 #include "workflow/safe_merge.h"
 
@@ -67,12 +67,14 @@ class MergeImageTest : public testing::Test {
     const Fit* const needed = fit.IsNeeded() ? &fit : nullptr;
     for (FileBytes* bytes : {&file, static_cast<FileBytes*>(&unwritten)}) {
       for (const bool everyByte : {false, true}) {
-        EXPECT_THAT(Verify({clips, "out", *bytes, everyByte, {}, needed, layout}), IsEmpty());
+        EXPECT_THAT(Verify({clips, image, "out", *bytes, everyByte, {}, needed}), IsEmpty());
       }
     }
     Layout other = layout;
     other.movieInFront = !other.movieInFront;
-    EXPECT_THAT(Verify({clips, "out", file, false, {}, needed, other}), SizeIs(1));
+    MergeImage otherwise;
+    EXPECT_THAT(MakeMergeImage(clips, {}, other, otherwise), IsEmpty());
+    EXPECT_THAT(Verify({clips, otherwise, "out", file, false, {}, needed}), SizeIs(1));
     MergeImage plain;
     EXPECT_THAT(MakeMergeImage(clips, {}, {}, plain), IsEmpty());
     const support::OracleMovie expected = support::ReadMovie(Made(clips, plain));
@@ -146,7 +148,7 @@ TEST_F(MergeImageTest, ShowsDamageInAnyLayout) {
         damaged[at] ^= 0x10;
         support::WriteFile(folder / "made", damaged);
         FileBytes file(folder / "made");
-        EXPECT_FALSE(Verify({clips, "out", file, false, {}, nullptr, layout}).empty()) << at;
+        EXPECT_FALSE(Verify({clips, image, "out", file}).empty()) << at;
       }
     }
   }

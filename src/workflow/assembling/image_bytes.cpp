@@ -1,4 +1,4 @@
-#include "workflow/merging/image_bytes.h"
+#include "workflow/assembling/image_bytes.h"
 
 #include <algorithm>
 

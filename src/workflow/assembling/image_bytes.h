@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "workflow/merging/merge_image.h"
+#include "workflow/assembling/merge_image.h"
 #include "workflow/system/file_bytes.h"
 
 namespace clipchain {

@@ -1,11 +1,12 @@
-#include "workflow/merging/merge_image.h"
+#include "workflow/assembling/merge_image.h"
 
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "adapt/fit.h"
+#include "workflow/assembling/image_assembly.h"
 #include "workflow/findings/result_words.h"
-#include "workflow/merging/expected_file.h"
 #include "workflow/system/files.h"
 
 namespace clipchain {
@@ -14,39 +15,16 @@ namespace {
 
 using Number = unsigned long long;
 
-struct Range {
-  // Of bytes that stand in no file.
-  static constexpr long long kNowhere = -1;
-
-  long long position;
-  long long size;
-};
-
 class ImageMaker {
  public:
-  ImageMaker(const ImageTask& task) : task_(task), expected_(task.layout) {}
+  explicit ImageMaker(const ImageTask& task) : task_(task), assembly_(task.layout) {}
 
   Findings Make(MergeImage& image) {
     for (std::size_t clip = 0; clip < task_.clips.size(); ++clip) {
       if (Findings faults = Take(clip); !faults.empty()) return faults;
     }
-    if (const HRESULT finished = expected_.Finish(task_.fit); finished != S_OK)
-      return Unfinished(finished);
-    image = {};
-    image.Add(expected_.Head());
-    for (std::size_t clip = 0; clip < media_.size(); ++clip) {
-      image.AddZeros(expected_.Media()[clip].begin - image.size);
-      for (const Range& range : media_[clip]) {
-        const auto size = static_cast<Number>(range.size);
-        if (range.position == Range::kNowhere) {
-          image.AddZeros(size);
-        } else {
-          image.Add(clip, static_cast<Number>(range.position), size);
-        }
-      }
-    }
-    if (!task_.layout.movieInFront) image.Add(expected_.Movie());
-    return {};
+    const HRESULT finished = Finish(image);
+    return finished == S_OK ? Findings() : Unfinished(finished);
   }
 
  private:
@@ -71,41 +49,33 @@ class ImageMaker {
       if (read >= 0) read = file->SetReader(view.get());
     }
     if (read != S_OK || file->GetMovieBox() == nullptr) return Unreadable(path);
-    if (file->mdatSize < 0 || file->mdatPos > file->fileSize ||
-        file->mdatSize > file->fileSize - file->mdatPos)
+    if (ImageAssembly::IsCutOff(*file))
       return {MakeFinding(Message::kMediaCutOff, path, "ends before its media does",
                           "copy it again from the card")};
-    NoteMedia(view.get(), file->mdatPos, file->mdatSize);
-    if (const HRESULT taken = expected_.Take(std::move(file), view.get()); taken != S_OK) {
-      Finding finding = MakeFinding(Message::kInputRefused, path, InputWords(taken, clip == 0),
-                                    "leave the clip out, or see what a check says about it");
-      finding.result = taken;
-      return {finding};
-    }
-    return {};
+    const HRESULT taken = assembly_.Take(*file, view.get());
+    if (clip == 0) first_ = std::move(file);
+    if (taken == S_OK) return {};
+    Finding finding = MakeFinding(Message::kInputRefused, path, InputWords(taken, clip == 0),
+                                  "leave the clip out, or see what a check says about it");
+    finding.result = taken;
+    return {finding};
   }
 
-  void NoteMedia(const ClipView* view, long long position, long long size) {
-    std::vector<Range>& media = media_.emplace_back();
-    if (view == nullptr) {
-      media.push_back({position, size});
-      return;
+  HRESULT Finish(MergeImage& image) {
+    Bytes movie;
+    RETURN_IF_NOT_OK(assembly_.CompleteMovie(movie));
+    first_.reset();
+    if (task_.fit != nullptr) {
+      std::optional<Bytes> complete = task_.fit->Complete(movie);
+      RETURN_IF(!complete, E_BAD_DATA);
+      movie = std::move(*complete);
     }
-    for (const auto& [place, part] : view->PlacesOf(position, size)) {
-      const bool continues = !media.empty() && place != Range::kNowhere &&
-                             media.back().position != Range::kNowhere &&
-                             media.back().position + media.back().size == place;
-      if (continues) {
-        media.back().size += part;
-      } else {
-        media.push_back({place, part});
-      }
-    }
+    return assembly_.Finish(std::move(movie), image);
   }
 
   const ImageTask& task_;
-  ExpectedFile expected_;
-  std::vector<std::vector<Range>> media_;  // of each clip, in its file
+  ImageAssembly assembly_;
+  std::unique_ptr<MP4G::CMp4File> first_;
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "workflow/merging/moved_offsets.h"
+#include "workflow/assembling/moved_offsets.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,126 @@
+#include "workflow/assembling/image_assembly.h"
+
+#include <iterator>
+#include <limits>
+#include <optional>
+
+#include "foundation/big_endian.h"
+#include "foundation/fourcc.h"
+#include "workflow/assembling/moved_offsets.h"
+
+namespace clipchain {
+
+namespace {
+
+using Number = unsigned long long;
+
+void AppendField(Bytes& bytes, Number value, unsigned int size) {
+  while (size-- > 0) bytes.push_back(static_cast<unsigned char>(value >> (8 * size)));
+}
+
+}  // namespace
+
+bool ImageAssembly::IsCutOff(const MP4G::CMp4File& input) {
+  return input.mdatSize < 0 || input.mdatPos > input.fileSize ||
+         input.mdatSize > input.fileSize - input.mdatPos;
+}
+
+HRESULT ImageAssembly::Take(MP4G::CMp4File& input, const ClipView* view) {
+  cutOff_ = cutOff_ || IsCutOff(input);
+  const bool isInView = view != nullptr && input.mdatSize > 0;
+  const auto inFile =
+      static_cast<Number>(isInView ? view->FilePosition(input.mdatPos) : input.mdatPos);
+  if (media_.empty()) {
+    const auto head = static_cast<Number>(MP4G::CMovieAssembly::HeadSize(input));
+    placement_ = MediaPlacement(layout_.block, head + NoteSize());
+    firstInFile_ = inFile;
+  }
+  const Number begin = placement_.Place(inFile, static_cast<Number>(input.mdatSize));
+  media_.push_back({begin, RangesOf(input, view)});
+  return assembly_.Take(&input, static_cast<long long>(begin));
+}
+
+std::vector<ImageAssembly::Range> ImageAssembly::RangesOf(const MP4G::CMp4File& input,
+                                                          const ClipView* view) {
+  if (view == nullptr) return {{input.mdatPos, input.mdatSize}};
+  std::vector<Range> ranges;
+  for (const auto& [place, size] : view->PlacesOf(input.mdatPos, input.mdatSize)) {
+    const bool continues = !ranges.empty() && place != Range::kNowhere &&
+                           ranges.back().position != Range::kNowhere &&
+                           ranges.back().position + ranges.back().size == place;
+    if (continues) {
+      ranges.back().size += size;
+    } else {
+      ranges.push_back({place, size});
+    }
+  }
+  return ranges;
+}
+
+HRESULT ImageAssembly::CompleteMovie(Bytes& movie) { return assembly_.Finish(head_, movie); }
+
+HRESULT ImageAssembly::Finish(Bytes movie, MergeImage& image) {
+  RETURN_IF(cutOff_, MP4G_E_INPUT_READ);
+  if (layout_.movieInFront) RETURN_IF_NOT_OK(PutMovieInFront(movie));
+  RETURN_IF_NOT_OK(AppendMediaHeader());
+  image = {};
+  image.Add(head_);
+  AddMedia(image);
+  if (!layout_.movieInFront) image.Add(movie);
+  return S_OK;
+}
+
+// The farther the media moves, the larger the tables may become, which moves it farther: each table
+// grows once at most.
+HRESULT ImageAssembly::PutMovieInFront(Bytes& movie) {
+  const Bytes unmoved = std::move(movie);
+  const Number ahead = head_.size() + MP4G::kMediaHeaderRoom + NoteSize();
+  for (Number size = unmoved.size();; size = movie.size()) {
+    RETURN_IF(size > std::numeric_limits<std::uint32_t>::max(), E_BAD_DATA);
+    MediaPlacement placement(layout_.block, ahead + size);
+    moved_ = placement.Place(firstInFile_, 0) - media_.front().begin;
+    std::optional<Bytes> moved = WithMovedOffsets(unmoved, moved_);
+    RETURN_IF(!moved, E_BAD_DATA);
+    movie = std::move(*moved);
+    if (movie.size() == size) break;
+  }
+  head_.insert(head_.end(), movie.begin(), movie.end());
+  return S_OK;
+}
+
+// What the first clip's media was moved by, to lie as it does in its file, is media of the box.
+HRESULT ImageAssembly::AppendMediaHeader() {
+  const Number begin = head_.size() + MP4G::kMediaHeaderRoom + NoteSize();
+  const Number size = placement_.End() + moved_ - begin;
+  if (layout_.block != 0) {
+    AppendField(head_, Layout::kBlockNote, 4);
+    AppendField(head_, FourCc("free"), 4);
+    AppendField(head_, layout_.block, 4);
+    AppendField(head_, 1, 4);
+    AppendField(head_, FourCc("mdat"), 4);
+    AppendField(head_, size + MP4G::kMediaHeaderRoom, 8);
+    return S_OK;
+  }
+  unsigned char room[MP4G::kMediaHeaderRoom];
+  unsigned int used = 0;
+  RETURN_IF_NOT_OK(MP4G::FillMediaRoom(size, room, &used));
+  head_.insert(head_.end(), std::begin(room), std::end(room));
+  return S_OK;
+}
+
+void ImageAssembly::AddMedia(MergeImage& image) const {
+  for (std::size_t clip = 0; clip < media_.size(); ++clip) {
+    // To lie at its place in a block, media may begin behind a gap.
+    image.AddZeros(media_[clip].begin + moved_ - image.size);
+    for (const Range& range : media_[clip].ranges) {
+      const auto size = static_cast<Number>(range.size);
+      if (range.position == Range::kNowhere) {
+        image.AddZeros(size);
+      } else {
+        image.Add(clip, static_cast<Number>(range.position), size);
+      }
+    }
+  }
+}
+
+}  // namespace clipchain
