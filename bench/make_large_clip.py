@@ -75,11 +75,31 @@ def repeat_tables(track, samples, times, offsets):
             box.payload = full_box(len(offsets), *offsets)
 
 
-def repeat_durations(moov, times):
-    for kind, at in ((b"mvhd", 16), (b"tkhd", 20), (b"mdhd", 16), (b"elst", 8)):
-        for box in moov.all(kind):
-            duration = struct.unpack_from(">I", box.payload, at)[0] * times
-            box.payload = box.payload[:at] + struct.pack(">I", duration) + box.payload[at + 4 :]
+def put(box, at, number):
+    box.payload = box.payload[:at] + struct.pack(">I", number) + box.payload[at + 4 :]
+
+
+def set_durations(moov, tracks):
+    """The headers and edit lists of a movie say how long its samples are."""
+    header = moov.only(b"mvhd")
+    movie_scale = struct.unpack_from(">I", header.payload, 12)[0]
+    longest = 0
+    for track in tracks:
+        media_header = track.only(b"mdhd")
+        scale = struct.unpack_from(">I", media_header.payload, 12)[0]
+        count, delta = struct.unpack_from(">II", track.only(b"stts").payload, 8)
+        put(media_header, 16, count * delta)
+        shown = count * delta
+        edits = list(track.all(b"elst"))
+        # With composition offsets the list begins with the first picture, else behind priming.
+        if not list(track.all(b"ctts")):
+            shown -= sum(struct.unpack_from(">I", edit.payload, 12)[0] for edit in edits)
+        shown = shown * movie_scale // scale
+        for edit in edits:
+            put(edit, 8, shown)
+        put(track.only(b"tkhd"), 20, shown)
+        longest = max(longest, shown)
+    put(header, 16, longest)
 
 
 def is_wanted(box):
@@ -101,13 +121,13 @@ def main(root, short, wanted, target):
     media[0] = [padded(sample, picture - i % 2) for i, sample in enumerate(media[0])]
     one_round = b"".join(b"".join(samples) for samples in media)
     times = max(1, wanted // len(one_round))
-    repeat_durations(movie.moov, times)
     ftyp = movie.top(b"ftyp").write()
     start = len(ftyp) + 8
     for track, samples in zip(tracks, media):
         offsets = [start + round_ * len(one_round) for round_ in range(times)]
         repeat_tables(track, samples, times, offsets)
         start += sum(len(sample) for sample in samples)
+    set_durations(movie.moov, tracks)
     with open(target, "wb") as file:
         file.write(ftyp + struct.pack(">I4s", 8 + len(one_round) * times, b"mdat"))
         for _ in range(times):

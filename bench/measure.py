@@ -11,6 +11,7 @@ import argparse
 import datetime
 import os
 import platform
+import random
 import shlex
 import shutil
 import statistics
@@ -112,8 +113,8 @@ def measure_copies(options, work, count, size):
     order = list(ways.items())
     for number in range(options.rounds):
         # What a way leaves for the disk to do falls on another one each time.
-        turn = number % len(order)
-        for way, (command, output) in order[turn:] + order[:turn]:
+        random.Random(number).shuffle(order)
+        for way, (command, output) in order:
             taken[way].append(measured(way, command, output))
     # The middle of the rounds: the best of one way may have fallen into a quiet moment.
     best = {way: (statistics.median(seconds for seconds, _ in rounds), max(memory for _, memory in rounds))
@@ -242,7 +243,7 @@ def main():
     lines = ["# What was measured", "", f"{datetime.date.today()} · {machine()}", "",
              "## Putting clips together", "",
              "Inputs in the page cache, output removed before each round and flushed to the disk in",
-             "each; the median of the rounds, taken alternately and rotated.", ""]
+             "each; the median of the rounds, each in another order.", ""]
     with tempfile.TemporaryDirectory(prefix="clipchain-bench-", dir=options.data) as folder:
         work = Path(folder)
         for count, size in [(4, options.megabytes * 10**6), (200, options.megabytes * 10**6 // 250)]:
