@@ -58,6 +58,7 @@ struct ClipTraits {
   // Seconds since the start of 1904; 0 if nothing is noted.
   std::uint64_t created = 0;
   std::optional<TimecodeTraits> timecode{};
+  // Sorted by place.
   std::vector<PlacedValue> values{};
   std::optional<MediaClockTraits> mediaClock{};
   // The system's time of the last change of the file.

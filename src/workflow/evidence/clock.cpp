@@ -8,7 +8,7 @@
 #include <string>
 
 #include "clip/mp4_util.h"
-#include "workflow/evidence/clip_names.h"
+#include "workflow/evidence/numbers.h"
 #include "workflow/system/files.h"
 #include "workflow/system/part_name.h"
 
@@ -24,16 +24,6 @@ constexpr std::size_t kMostNear = 8;
 bool IsNextTo(const std::vector<NextClip>& next, std::size_t clip) {
   return std::any_of(next.begin(), next.end(),
                      [clip](const NextClip& other) { return other.clip == clip; });
-}
-
-// The name with its numbers left out: what the clips of one series have in common.
-std::string SeriesOf(const FamilyClip& clip) {
-  const bool isNumbered = FolderNumber(NameOf(clip.folder)) != 0;
-  std::string series = (isNumbered ? FolderOf(clip.folder) : clip.folder) + '/';
-  for (const char c : clip.name) {
-    if (c < '0' || c > '9') series += c;
-  }
-  return series;
 }
 
 bool HasNumber(const FamilyClip& clip) {

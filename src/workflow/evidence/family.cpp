@@ -6,6 +6,8 @@
 
 #include "workflow/evidence/clip_names.h"
 #include "workflow/evidence/clock.h"
+#include "workflow/evidence/file_times.h"
+#include "workflow/evidence/numbers.h"
 #include "workflow/evidence/split.h"
 #include "workflow/evidence/timecode.h"
 #include "workflow/system/files.h"
@@ -81,13 +83,40 @@ void NoteStops(Family& family, const FamilyCard& card) {
   }
 }
 
-// Finds folders in which numbers fall again and again while the clock rises: somebody gave the
-// clips other names, and numbers there tell nothing.
+using TimedClips = std::vector<std::pair<std::int64_t, std::size_t>>;
+
+// The clips of a folder by the times of their files, if these are the times at which they were
+// recorded, one behind the other: none is closer to the one before than it runs.
+TimedClips ByFileTimes(const Family& family, const std::vector<std::size_t>& members) {
+  TimedClips clips;
+  for (const std::size_t i : members) {
+    if (!family.Traits(i).written || !family.Traits(i).length) return {};
+    clips.emplace_back(*family.Traits(i).written, i);
+  }
+  std::sort(clips.begin(), clips.end());
+  for (std::size_t i = 1; i < clips.size(); ++i) {
+    const Nanoseconds between = clips[i].first - clips[i - 1].first;
+    if (between < *family.Traits(clips[i].second).length - kClockSlack) return {};
+  }
+  return clips;
+}
+
+// Finds folders in which numbers fall again and again while the clock rises or, where it says
+// nothing, the times of the files do: somebody gave the clips other names, and numbers there tell
+// nothing.
 void NoteRenumbering(Family& family, const FamilyCard& card) {
-  std::map<std::string, std::vector<std::pair<std::int64_t, std::size_t>>> folders;
+  std::map<std::string, TimedClips> folders;
+  std::map<std::string, std::vector<std::size_t>> untimed;
   for (const std::size_t i : card.clips) {
     const FamilyClip& clip = family.clips[i];
-    if (clip.time) folders[clip.folder].emplace_back(*clip.time, i);
+    if (clip.time) {
+      folders[clip.folder].emplace_back(*clip.time, i);
+    } else {
+      untimed[clip.folder].push_back(i);
+    }
+  }
+  for (const auto& [folder, members] : untimed) {
+    if (!folders.contains(folder)) folders[folder] = ByFileTimes(family, members);
   }
   for (auto& [folder, clips] : folders) {
     std::sort(clips.begin(), clips.end());
@@ -96,7 +125,7 @@ void NoteRenumbering(Family& family, const FamilyCard& card) {
     for (std::size_t i = 1; i < clips.size(); ++i) {
       const FamilyClip& before = family.clips[clips[i - 1].second];
       const FamilyClip& behind = family.clips[clips[i].second];
-      if (before.time == behind.time) continue;
+      if (clips[i - 1].first == clips[i].first) continue;
       const NumberOrder order = OrderOfNumbers(before.name, behind.name);
       if (order == NumberOrder::kFalls) ++falls;
       if (order != NumberOrder::kNone) ++all;
@@ -112,6 +141,23 @@ void IndexTimes(Family& family) {
     family.clock[custom] = ClockIndex(family.clips, custom);
 }
 
+// How many moments clips are of, those of one series left apart: they may have no times.
+std::size_t CountMoments(const Family& family, const std::vector<std::size_t>& clips) {
+  std::map<Moment, std::map<std::string, std::size_t>> moments;
+  for (const std::size_t i : clips) ++moments[MomentOf(family.clips[i])][SeriesOf(family.clips[i])];
+  std::size_t count = 0;
+  for (const auto& [moment, series] : moments) {
+    std::size_t most = 0;
+    for (const auto& [name, members] : series) most = std::max(most, members);
+    count += most;
+  }
+  return count;
+}
+
+bool IsTimed(const FamilyCard& card) {
+  return card.custom != ClockCustom::kUnknown && card.custom != ClockCustom::kTied;
+}
+
 // The clips that continue a clip by its clock or, where that says nothing, by any sign.
 std::vector<std::size_t> Followers(const Family& family, std::size_t i) {
   const FamilyClip& clip = family.clips[i];
@@ -125,35 +171,47 @@ std::vector<std::size_t> Followers(const Family& family, std::size_t i) {
       return found;
     }
   }
+  const auto& timecode = clip.traits->timecode;
+  const bool hasCode = timecode && !family.CardOf(i).timecodesAlike;
+  if (hasCode && !IsTimed(family.CardOf(i))) {
+    found = ClipsFromTimecode(family, timecode->earliestEnd, timecode->latestEnd, kMost);
+    std::erase(found, i);
+    return found;
+  }
   for (const NextClip& next : clip.next) {
     if (custom != ClockCustom::kOne || !clip.time || family.clips[next.clip].time == clip.time)
       found.push_back(next.clip);
   }
-  if (found.empty() && clip.traits->timecode)
-    found = ClipsFromTimecode(family, clip.traits->timecode->earliestEnd,
-                              clip.traits->timecode->latestEnd, kMost);
+  if (found.empty() && timecode)
+    found = ClipsFromTimecode(family, timecode->earliestEnd, timecode->latestEnd, kMost);
   return found;
 }
 
 void DropChanceLimits(Family& family, FamilyCard& card) {
   FollowUps all;
-  all.isTimed = card.custom != ClockCustom::kUnknown && card.custom != ClockCustom::kTied;
   for (const std::size_t i : card.clips) {
     if (!family.clips[i].stops && !Followers(family, i).empty()) ++all.elsewhere;
   }
+  // A timecode runs on over recordings, too, where it counts what was recorded.
+  const auto hasCode = [&](std::size_t i) { return family.Traits(i).timecode.has_value(); };
+  all.isTimed = IsTimed(card) || (all.elsewhere == 0 && !card.timecodesAlike &&
+                                  std::all_of(card.clips.begin(), card.clips.end(), hasCode));
   std::erase_if(card.limits, [&](const Limit& limit) {
     FollowUps ups = all;
     const auto isThere = [&](std::size_t clip) {
       return std::find(limit.clips.begin(), limit.clips.end(), clip) != limit.clips.end();
     };
+    ups.moments = CountMoments(family, limit.clips);
+    std::vector<std::size_t> followed;
     for (const std::size_t i : limit.clips) {
       const std::vector<std::size_t> followers = Followers(family, i);
-      if (!followers.empty()) ++ups.followed;
+      if (!followers.empty()) followed.push_back(i);
       const bool isTimed = family.clips[i].time.has_value();
       if (limit.clips.size() == 2 && isTimed &&
           std::any_of(followers.begin(), followers.end(), isThere))
         ups.isPair = true;
     }
+    ups.followed = CountMoments(family, followed);
     return !IsTrusted(limit, ups);
   });
 }
@@ -189,6 +247,7 @@ Family MakeFamily(std::vector<FamilyClip> clips) {
     clip.time = UsableTime(clip.traits->created);
   }
   IndexTimecodes(family);
+  NoteTwofold(family);
   for (FamilyCard& card : family.cards) {
     card.limits = LimitsOf(family.clips, card.clips);
     NoteStops(family, card);

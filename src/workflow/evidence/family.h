@@ -61,8 +61,12 @@ struct FamilyCard {
   std::vector<ClockCustom> customs{};
   // All begin with the same one.
   bool timecodesAlike = false;
+  // Clips of several moments begin with the same one.
+  bool timecodesRestart = false;
   // It runs on over clips that everything else separates.
   bool timecodeCounts = false;
+  // What looks to two sides makes two clips at a time, of names that other letters tell apart.
+  bool isTwofold = false;
   std::unordered_map<std::string, PlaceFacts> places{};
 };
 

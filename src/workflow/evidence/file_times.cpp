@@ -9,17 +9,21 @@
 
 namespace clipchain {
 
-Evidence JudgeFileTimes(const Family& family, std::size_t before, std::size_t behind) {
-  Evidence evidence{EvidenceKind::kFileTimes};
+bool FileTimesRunOn(const Family& family, std::size_t before, std::size_t behind) {
   const ClipTraits& first = family.Traits(before);
   const ClipTraits& second = family.Traits(behind);
+  if (!first.written || !second.written || !second.length) return false;
+  // A file was written last when its recording ended.
+  const Nanoseconds between = *second.written - *first.written;
+  return std::abs(between - *second.length) <= kClockSlack;
+}
+
+Evidence JudgeFileTimes(const Family& family, std::size_t before, std::size_t behind) {
+  Evidence evidence{EvidenceKind::kFileTimes};
   const std::string names[] = {PrintablePath(family.clips[before].name),
                                PrintablePath(family.clips[behind].name)};
   evidence.text = fmt::format("the times of the files {} and {} say nothing", names[0], names[1]);
-  if (!first.written || !second.written || !second.length) return evidence;
-  // A file was written last when its recording ended.
-  const Nanoseconds between = *second.written - *first.written;
-  if (std::abs(between - *second.length) > kClockSlack) return evidence;
+  if (!FileTimesRunOn(family, before, behind)) return evidence;
   evidence.agrees = true;
   evidence.text =
       fmt::format("the file {} was written as long after {} as it runs", names[1], names[0]);

@@ -7,6 +7,9 @@
 
 namespace clipchain {
 
+// Whether the second file was written as long after the first one as it runs.
+bool FileTimesRunOn(const Family& family, std::size_t before, std::size_t behind);
+
 Evidence JudgeFileTimes(const Family& family, std::size_t before, std::size_t behind);
 
 }  // namespace clipchain

@@ -60,9 +60,9 @@ void IndexValues(Family& family) {
           return Has(family.Traits(next.clip), value);
         };
         const FamilyClip& clip = family.clips[i];
-        if (std::any_of(clip.next.begin(), clip.next.end(), shares) ||
-            std::any_of(clip.nextButOne.begin(), clip.nextButOne.end(), shares))
-          ++facts.followed;
+        // A number that another recording's clip has is not left out.
+        const std::vector<NextClip>& next = clip.next.empty() ? clip.nextButOne : clip.next;
+        if (std::any_of(next.begin(), next.end(), shares)) ++facts.followed;
       }
     }
   }

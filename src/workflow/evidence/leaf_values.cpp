@@ -138,6 +138,8 @@ class Search {
 std::vector<PlacedValue> LeafValues(Span movieBody) {
   Search search;
   search.Media(movieBody, "", 0);
+  std::stable_sort(search.values.begin(), search.values.end(),
+                   [](const PlacedValue& a, const PlacedValue& b) { return a.place < b.place; });
   return std::move(search.values);
 }
 

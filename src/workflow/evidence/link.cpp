@@ -89,8 +89,9 @@ LinkVerdict JudgeLink(const Family& family, std::size_t before, std::size_t behi
   LinkVerdict verdict;
   LinkEvidence& all = verdict.evidence;
   const ClockVerdict clock = JudgeClock(family, before, behind);
-  const NumbersVerdict numbers = JudgeNumbers(family, before, behind, clock.rises);
-  const TimecodeVerdict timecode = JudgeTimecode(family, before, behind, clock);
+  const NumbersVerdict numbers = JudgeNumbers(family, before, behind, clock);
+  const bool isNext = clock.evidence.agrees == true || numbers.evidence.agrees == true;
+  const TimecodeVerdict timecode = JudgeTimecode(family, before, behind, clock, isNext);
   Of(all, EvidenceKind::kDescription) = {EvidenceKind::kDescription, true,
                                          "the clips have the same tracks and descriptions"};
   Of(all, EvidenceKind::kTimecode) = timecode.evidence;

@@ -3,13 +3,19 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
+#include <map>
 
 #include "workflow/evidence/clip_names.h"
+#include "workflow/evidence/file_times.h"
 #include "workflow/system/files.h"
+#include "workflow/system/part_name.h"
 
 namespace clipchain {
 
 namespace {
+
+bool IsNoDigit(char c) { return c < '0' || c > '9'; }
 
 bool Falls(const std::string& before, const std::string& behind) {
   const NumberOrder order = OrderOfNumbers(before, behind);
@@ -19,7 +25,7 @@ bool Falls(const std::string& before, const std::string& behind) {
 }  // namespace
 
 NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_t behind,
-                            bool clockRises) {
+                            const ClockVerdict& clock) {
   NumbersVerdict verdict;
   const FamilyClip& first = family.clips[before];
   const FamilyClip& second = family.clips[behind];
@@ -29,12 +35,22 @@ NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_
         next.begin(), next.end(), [behind](const NextClip& other) { return other.clip == behind; });
     return found != next.end() ? &*found : nullptr;
   };
-  if (const NextClip* next = find(first.next)) {
+  const bool isOneFolder = first.folder == second.folder;
+  const bool isOneCard = first.card == second.card;
+  if (isOneCard && family.CardOf(before).isTwofold && SeriesOf(first) != SeriesOf(second)) {
+    verdict.evidence.agrees = false;
+    verdict.evidence.text = fmt::format(
+        "{} is not of the series of {}, beside which another one was recorded", names[1], names[0]);
+  } else if (isOneFolder && first.isRenumbered) {
+    verdict.evidence.text =
+        fmt::format("the numbers in the folder of {} follow no clock", names[0]);
+  } else if (!clock.evidence.agrees && FileTimesRunOn(family, behind, before)) {
+    verdict.evidence.text = fmt::format("the file {} was written before {}", names[1], names[0]);
+  } else if (const NextClip* next = find(first.next)) {
     verdict.isChapter = next->isChapter;
     verdict.evidence.agrees = true;
     verdict.evidence.text = fmt::format("{} has the number behind {}", names[1], names[0]);
-  } else if (clockRises && first.folder == second.folder && !first.isRenumbered &&
-             Falls(first.name, second.name)) {
+  } else if (clock.rises && isOneFolder && Falls(first.name, second.name)) {
     verdict.evidence.agrees = false;
     verdict.evidence.text =
         fmt::format("{} is later than {} and has a lower number", names[1], names[0]);
@@ -46,6 +62,35 @@ NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_
             : fmt::format("the numbers of {} and {} say nothing", names[0], names[1]);
   }
   return verdict;
+}
+
+std::string SeriesOf(const FamilyClip& clip) {
+  const bool isNumbered = FolderNumber(NameOf(clip.folder)) != 0;
+  std::string series = (isNumbered ? FolderOf(clip.folder) : clip.folder) + '/';
+  std::copy_if(clip.name.begin(), clip.name.end(), std::back_inserter(series), IsNoDigit);
+  return series;
+}
+
+Moment MomentOf(const FamilyClip& clip) {
+  const ClipTraits& traits = *clip.traits;
+  std::string digits = clip.name.substr(0, clip.name.rfind('.'));
+  std::erase_if(digits, IsNoDigit);
+  return {traits.created, traits.timecode ? traits.timecode->first : -1, traits.length.value_or(-1),
+          digits};
+}
+
+void NoteTwofold(Family& family) {
+  for (FamilyCard& card : family.cards) {
+    std::map<Moment, std::string> series;
+    for (const std::size_t i : card.clips) {
+      const FamilyClip& clip = family.clips[i];
+      const Moment moment = MomentOf(clip);
+      const auto& [created, timecode, length, digits] = moment;
+      if ((created == 0 && timecode < 0) || length < 0 || digits.empty()) continue;
+      const auto [place, isNew] = series.try_emplace(moment, SeriesOf(clip));
+      if (!isNew && place->second != SeriesOf(clip)) card.isTwofold = true;
+    }
+  }
 }
 
 }  // namespace clipchain

@@ -1,6 +1,11 @@
 // The evidence of names: a number in them runs on.
 #pragma once
 
+#include <cstdint>
+#include <string>
+#include <tuple>
+
+#include "workflow/evidence/clock.h"
 #include "workflow/evidence/family.h"
 #include "workflow/proposals.h"
 
@@ -14,8 +19,19 @@ struct NumbersVerdict {
   bool isChapter = false;
 };
 
-// `clockRises`: the second clip is the later one, so that its number should not be lower.
+// `clock` is what it says of the two: the number of a later clip should not be lower.
 NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_t behind,
-                            bool clockRises);
+                            const ClockVerdict& clock);
+
+// The name with its numbers left out: what the clips of one series have in common.
+std::string SeriesOf(const FamilyClip& clip);
+
+// Created, first timecode, length and the digits of the name: equal in clips that were recorded at
+// once by what looks to two sides. -1 where one is not known.
+using Moment = std::tuple<std::uint64_t, std::int64_t, Nanoseconds, std::string>;
+Moment MomentOf(const FamilyClip& clip);
+
+// Notes the cards with clips of one moment in two series.
+void NoteTwofold(Family& family);
 
 }  // namespace clipchain

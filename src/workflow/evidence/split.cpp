@@ -131,7 +131,7 @@ std::vector<Limit> LimitsOf(const std::vector<FamilyClip>& clips,
 }
 
 bool IsTrusted(const Limit& limit, const FollowUps& ups) {
-  const std::size_t count = limit.clips.size();
+  const std::size_t count = ups.moments;
   const bool explains = ups.followed > ups.elsewhere;
   switch (limit.kind) {
     case Limit::Kind::kCommonSize:
@@ -139,9 +139,10 @@ bool IsTrusted(const Limit& limit, const FollowUps& ups) {
     case Limit::Kind::kMinutes:
       return count >= 2 || explains;
     case Limit::Kind::kSharedLength:
-      return count == 2 ? explains && (ups.followed == 2 || ups.isPair) : ups.followed >= 2;
+      return count == 2 ? explains && (ups.followed == 2 || ups.isPair)
+                        : count > 2 && ups.followed >= 2;
     case Limit::Kind::kSharedSize:
-      return ups.isTimed && ups.followed >= 2 && (count > 2 || explains);
+      return count >= 2 && ups.isTimed && ups.followed >= 2 && (count > 2 || explains);
     case Limit::Kind::kWideSize:
       return ups.isTimed && ups.followed + 1 >= count && ups.elsewhere == 0;
   }

@@ -13,11 +13,13 @@ std::vector<Limit> LimitsOf(const std::vector<FamilyClip>& clips,
 
 // How clips that stop somewhere are continued by the clock.
 struct FollowUps {
-  // Of the clips that stop at the limit.
+  // At which clips stop at the limit: what looks to two sides makes two clips at each.
+  std::size_t moments = 0;
+  // Of those: how many are followed by another clip.
   std::size_t followed = 0;
   // Of those that stop at no limit at all.
   std::size_t elsewhere = 0;
-  // Clocks show what follows, and not names alone.
+  // Clocks or timecodes show what follows, and not names alone.
   bool isTimed = false;
   // The only clips at the limit follow one another by the clock.
   bool isPair = false;

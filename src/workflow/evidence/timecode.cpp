@@ -3,7 +3,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <map>
 
+#include "workflow/evidence/numbers.h"
 #include "workflow/evidence/split.h"
 #include "workflow/system/files.h"
 
@@ -30,6 +32,14 @@ bool CanCompare(const TimecodeTraits& a, const TimecodeTraits& b) {
   return a.day == b.day && a.framesPerSecond == b.framesPerSecond;
 }
 
+// Of clips that begin with the same timecode.
+bool AreOfOneMoment(const Family& family, std::size_t a, std::size_t b) {
+  const Moment moment = MomentOf(family.clips[a]);
+  const auto& [created, timecode, length, digits] = moment;
+  return (created != 0 || !digits.empty()) && moment == MomentOf(family.clips[b]) &&
+         SeriesOf(family.clips[a]) != SeriesOf(family.clips[b]);
+}
+
 // Whether nothing but the timecode lets the second clip follow.
 bool AreSeparated(const Family& family, std::size_t before, std::size_t behind) {
   const ClockVerdict clock = JudgeClock(family, before, behind);
@@ -42,6 +52,7 @@ bool AreSeparated(const Family& family, std::size_t before, std::size_t behind) 
 void IndexTimecodes(Family& family) {
   for (FamilyCard& card : family.cards) {
     const TimecodeTraits* first = nullptr;
+    std::map<std::int64_t, std::size_t> begins;
     std::size_t count = 0;
     card.timecodesAlike = true;
     for (const std::size_t i : card.clips) {
@@ -51,6 +62,8 @@ void IndexTimecodes(Family& family) {
       if (first == nullptr) first = &*timecode;
       if (timecode->first != first->first) card.timecodesAlike = false;
       family.timecodes.emplace_back(timecode->first, i);
+      const auto [same, isNew] = begins.try_emplace(timecode->first, i);
+      if (!isNew && !AreOfOneMoment(family, same->second, i)) card.timecodesRestart = true;
     }
     card.timecodesAlike = card.timecodesAlike && count > 1;
   }
@@ -71,7 +84,7 @@ void NoteCounters(Family& family) {
 }
 
 TimecodeVerdict JudgeTimecode(const Family& family, std::size_t before, std::size_t behind,
-                              const ClockVerdict& clock) {
+                              const ClockVerdict& clock, bool isNext) {
   TimecodeVerdict verdict;
   Evidence& evidence = verdict.evidence;
   const auto& first = family.Traits(before).timecode;
@@ -89,6 +102,11 @@ TimecodeVerdict JudgeTimecode(const Family& family, std::size_t before, std::siz
   const std::int64_t frames = FramesBetween(*first, *second);
   if (frames == 0 && family.CardOf(before).timecodeCounts && clock.evidence.agrees != true) {
     evidence.text = "the timecode runs on over recordings, too";
+    return verdict;
+  }
+  // Clips of one length then have the same timecodes in every recording.
+  if (frames == 0 && family.CardOf(before).timecodesRestart && !isNext) {
+    evidence.text = "recordings begin with the same timecode";
     return verdict;
   }
   evidence.agrees = frames == 0;

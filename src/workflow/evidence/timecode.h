@@ -7,7 +7,7 @@
 
 namespace clipchain {
 
-// Fills in the order by timecode, and the cards on which all timecodes begin alike.
+// Fills in the order by timecode, and the cards on which timecodes begin alike.
 void IndexTimecodes(Family& family);
 
 // Notes the cards on which timecodes run on over clips that clock and split keep apart: they count
@@ -20,8 +20,9 @@ struct TimecodeVerdict {
   bool gapIsClip = false;
 };
 
+// `isNext`: the clock or the numbers say so.
 TimecodeVerdict JudgeTimecode(const Family& family, std::size_t before, std::size_t behind,
-                              const ClockVerdict& clock);
+                              const ClockVerdict& clock, bool isNext);
 
 // Whether a clip should follow: frames are counted that no clip has.
 bool TimecodeGoesOn(const Family& family, std::size_t last);

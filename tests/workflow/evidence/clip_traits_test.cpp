@@ -185,9 +185,12 @@ TEST(LeafValues, AreFoundInUserDataAndExtensionsAndMetadata) {
   ASSERT_EQ(values.size(), 5u);
   const std::string value(kValue.begin(), kValue.end());
   for (const auto& found : values) EXPECT_EQ(found.value, value) << found.place;
-  EXPECT_EQ(values[0].place, "udta/ABCD");
-  EXPECT_EQ(values[1].place, "udta/EFGH");
-  EXPECT_EQ(values[4].place, "trak/udta/MNOP");
+  std::string uuid;
+  for (int i = 0; i < 16; ++i) uuid += "07";
+  std::vector<std::string> places;
+  for (const auto& found : values) places.push_back(found.place);
+  EXPECT_EQ(places, (std::vector<std::string>{"meta/IJKL", "trak/udta/MNOP", "udta/ABCD",
+                                              "udta/EFGH", "uuid" + uuid}));
 }
 
 TEST(LeafValues, AreOf16To32BytesAndNoText) {

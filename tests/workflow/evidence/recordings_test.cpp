@@ -58,6 +58,46 @@ TEST(Recordings, AnIdentityThatFormsOthersSeparates) {
             "certain: xa.MP4 xb.MP4\ncertain: ya.MP4 yb.MP4");
 }
 
+TEST(Recordings, NumbersThatSomebodyGaveMakeNoIdentityCertain) {
+  // Clips of both recordings lie between each other.
+  EXPECT_EQ(ProposedFrom({ClipSays("c/001.MP4").For(60).Value("udta/ABCD", Value('a')),
+                          ClipSays("c/002.MP4").For(60).Value("udta/ABCD", Value('b')),
+                          ClipSays("c/003.MP4").For(60).Value("udta/ABCD", Value('a')),
+                          ClipSays("c/004.MP4").For(20).Value("udta/ABCD", Value('b')),
+                          ClipSays("c/005.MP4").For(60).Value("udta/ABCD", Value('a')),
+                          ClipSays("c/006.MP4").For(60).Value("udta/ABCD", Value('a')),
+                          ClipSays("c/007.MP4").For(20).Value("udta/ABCD", Value('a'))}),
+            "possible: 001.MP4 002.MP4 003.MP4 004.MP4\npossible: 005.MP4 006.MP4 007.MP4");
+}
+
+TEST(Recordings, FilesThatWereWrittenInAnotherOrderHaveNoNumbers) {
+  const auto three = [](double a, double b, double c) {
+    return ProposedFrom(
+        {ClipSays("c/001.MP4").For(60).Value("udta/ABCD", Value('a')).Written(a),
+         ClipSays("c/002.MP4").For(60).Value("udta/ABCD", Value('a')).Written(b),
+         ClipSays("c/003.MP4").For(20).Value("udta/ABCD", Value('a')).Written(c),
+         ClipSays("c/099.MP4").For(20).Value("udta/ABCD", Value('b')).Written(9e5)});
+  };
+  EXPECT_EQ(three(60, 120, 140), "certain: 001.MP4 002.MP4 003.MP4");
+  // Copied, in whatever order.
+  EXPECT_EQ(three(500, 499, 498), "certain: 001.MP4 002.MP4 003.MP4");
+  EXPECT_EQ(three(120, 60, 140), "incomplete certain: 002.MP4 003.MP4");
+}
+
+TEST(Recordings, OfASeriesStayInItWhereAnotherOneWasRecordedBesideIt) {
+  // Of each side the clip is lost that the other side has.
+  EXPECT_EQ(
+      ProposedFrom(
+          {ClipSays("c/1_0001F.MP4").At(0).For(60), ClipSays("c/1_0002R.MP4").At(60).For(60),
+           ClipSays("c/7_0007F.MP4").At(900).For(33), ClipSays("c/7_0007R.MP4").At(900).For(33)}),
+      "");
+  EXPECT_EQ(
+      ProposedFrom(
+          {ClipSays("c/1_0001F.MP4").At(0).For(60), ClipSays("c/1_0002F.MP4").At(60).For(60),
+           ClipSays("c/7_0007F.MP4").At(900).For(33), ClipSays("c/7_0007R.MP4").At(900).For(33)}),
+      "likely: 1_0001F.MP4 1_0002F.MP4");
+}
+
 TEST(Recordings, AClipThatShouldFollowByItsIdentityIsMissed) {
   EXPECT_EQ(ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60).Value("udta/ABCD", Value('a')),
                           ClipSays("c/A0002.MP4").At(60).For(60).Value("udta/ABCD", Value('a')),

@@ -53,6 +53,11 @@ class ClipSays : public ClipTraits {
     timecode = TimecodeTraits{first, (first + frames) % kDay, (first + frames) % kDay, kDay, 30};
     return *this;
   }
+  // After kSomeDay, by the system's time of the file.
+  ClipSays& Written(double seconds) {
+    written = static_cast<Nanoseconds>(seconds * kSecond);
+    return *this;
+  }
   ClipSays& Value(const std::string& place, const std::string& value) {
     values.push_back({place, value});
     return *this;

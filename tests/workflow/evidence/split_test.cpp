@@ -82,6 +82,20 @@ TEST(Split, TwoRecordingsOfOneLengthByChanceAreNoLimit) {
             "");
 }
 
+TEST(Split, WhatLooksToTwoSidesHasNoLimitAtOneMoment) {
+  // Both sides of one recording are of one length; another one was begun at once.
+  EXPECT_EQ(ProposedFrom({ClipSays("c/A0001F.MP4").At(0).For(281),
+                          ClipSays("c/A0001R.MP4").At(0).For(281),
+                          ClipSays("c/A0002F.MP4").At(282).For(120.5),
+                          ClipSays("c/A0002R.MP4").At(282).For(120.5)}),
+            "");
+  EXPECT_EQ(ProposedFrom({ClipSays("c/A0001F.MP4").For(281).Timecode(500, 8430),
+                          ClipSays("c/A0001R.MP4").For(281).Timecode(500, 8430),
+                          ClipSays("c/A0002F.MP4").For(120.5).Timecode(8930, 3615),
+                          ClipSays("c/A0002R.MP4").For(120.5).Timecode(8930, 3615)}),
+            "");
+}
+
 TEST(Split, ARecordingBegunAgainAtOnceIsAnotherOne) {
   EXPECT_EQ(ProposedFrom(
                 {ClipSays("c/A0001.MP4").At(0).For(60), ClipSays("c/A0002.MP4").At(60).For(31),

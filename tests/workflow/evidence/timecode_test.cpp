@@ -55,6 +55,36 @@ TEST(Timecode, ThatBeginsAlikeInAllClipsIsSilent) {
             "likely: A0001.MP4 A0002.MP4");
 }
 
+TEST(Timecode, ThatBeginsAlikeInRecordingsOfOneLengthProvesNothingAlone) {
+  // The second clip of the first recording is the last one; of the second recording it was lost.
+  const std::vector<ClipSays> clips{ClipSays("c/xa.MP4").For(60).Timecode(0, 1800),
+                                    ClipSays("c/xb.MP4").For(60).Timecode(1800, 1800),
+                                    ClipSays("c/ya.MP4").For(60).Timecode(0, 1800),
+                                    ClipSays("c/yc.MP4").For(20).Timecode(3600, 600)};
+  EXPECT_EQ(ProposedFrom(clips), "");
+  // Numbers tell which one it is.
+  EXPECT_EQ(ProposedFrom({ClipSays("c/A0001.MP4").For(60).Timecode(0, 1800),
+                          ClipSays("c/A0002.MP4").For(20).Timecode(1800, 600),
+                          ClipSays("c/A0003.MP4").For(60).Timecode(0, 1800),
+                          ClipSays("c/A0004.MP4").For(20).Timecode(1800, 600)}),
+            "certain: A0001.MP4 A0002.MP4\ncertain: A0003.MP4 A0004.MP4");
+}
+
+TEST(Timecode, ShowsThatClipsOfOneSizeAreFollowed) {
+  const auto clip = [](const char* name, long long bytes, std::int64_t first, std::int64_t frames) {
+    return ClipSays(name)
+        .For(static_cast<double>(frames) / 30)
+        .Timecode(first, frames)
+        .Bytes(bytes);
+  };
+  EXPECT_EQ(ProposedFrom({clip("c/xa.MP4", 5'999'900'000, 1000, 20000),
+                          clip("c/xb.MP4", 5'999'950'000, 21000, 20100),
+                          clip("c/xc.MP4", 700'000'000, 41100, 2400),
+                          clip("c/ya.MP4", 5'999'990'000, 500'000, 20050),
+                          clip("c/yb.MP4", 100'000'000, 520'050, 400)}),
+            "certain: xa.MP4 xb.MP4 xc.MP4\ncertain: ya.MP4 yb.MP4");
+}
+
 TEST(Timecode, ThatCountsWhatWasRecordedProvesNothingAlone) {
   // It runs on over a night, too.
   EXPECT_EQ(ProposedFrom({ClipSays("c/xa.MP4").At(0).For(60).Timecode(0, 1800),
