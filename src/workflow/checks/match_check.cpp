@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <cstring>
 #include <set>
 
 #include "adapt/edit_lists.h"
@@ -91,6 +92,26 @@ void CheckEdits(MP4G::CTrackBox* track, FileFindings& findings) {
       .track = facts.id;
 }
 
+void CheckMovieHeaders(const MP4G::CMovieHeaderBox* a, const std::string& firstName,
+                       const MP4G::CMovieHeaderBox* b, FileFindings& findings) {
+  if (a == nullptr || b == nullptr) return;
+  if (a->recordA->timeScale != b->recordA->timeScale) {
+    findings
+        .AddAt(Message::kMovieTimeScale,
+               fmt::format("counts {} units a second in its movie header, and {} counts {}",
+                           std::uint32_t{b->recordA->timeScale}, firstName,
+                           std::uint32_t{a->recordA->timeScale}),
+               kOtherRecording, b)
+        .result = MP4G_E_TIME_SCALE;
+  }
+  if (std::memcmp(a->recordB->matrix, b->recordB->matrix, sizeof a->recordB->matrix) != 0)
+    findings.AddAt(Message::kShownOtherwise,
+                   fmt::format("has another matrix in its movie header than {}: all of it is "
+                               "turned or moved otherwise",
+                               firstName),
+                   "turn the clip first, or leave it out", b);
+}
+
 }  // namespace
 
 void CheckMergeable(MP4G::CMovieBox* movie, bool alone, FileFindings& findings) {
@@ -125,17 +146,7 @@ std::vector<TrackPair> CheckMatch(MP4G::CMovieBox* first, const std::string& fir
                                   MP4G::CMovieBox* second, FileFindings& findings) {
   const MP4G::CMovieBox_wr firstView(first);
   const MP4G::CMovieBox_wr secondView(second);
-  const MP4G::CMovieHeaderBox* a = firstView.MovieHeaderBox();
-  const MP4G::CMovieHeaderBox* b = secondView.MovieHeaderBox();
-  if (a != nullptr && b != nullptr && a->recordA->timeScale != b->recordA->timeScale) {
-    findings
-        .AddAt(Message::kMovieTimeScale,
-               fmt::format("counts {} units a second in its movie header, and {} counts {}",
-                           std::uint32_t{b->recordA->timeScale}, firstName,
-                           std::uint32_t{a->recordA->timeScale}),
-               kOtherRecording, b)
-        .result = MP4G_E_TIME_SCALE;
-  }
+  CheckMovieHeaders(firstView.MovieHeaderBox(), firstName, secondView.MovieHeaderBox(), findings);
   if (firstView.GetTrackNum() != secondView.GetTrackNum()) {
     findings
         .AddAt(Message::kTrackCount,

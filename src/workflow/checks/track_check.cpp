@@ -86,6 +86,11 @@ class PairCheck {
             fmt::format("is turned or moved otherwise (matrix {}) than that of {} (matrix {})",
                         MatrixWords(*b), firstName_, MatrixWords(*a)),
             "turn the clip first, or leave it out", S_OK, b);
+    if (a != nullptr && b != nullptr && SizeWords(*a) != SizeWords(*b))
+      AddAt(Message::kShownOtherwise,
+            fmt::format("is shown with {}, and continues one with {} of {}", SizeWords(*b),
+                        SizeWords(*a), firstName_),
+            "leave it out, or merge it with clips of its own size", S_OK, b);
     const MP4G::CMediaHeaderBox* mediaA = first_.MediaHeaderBox();
     const MP4G::CMediaHeaderBox* mediaB = second_.MediaHeaderBox();
     if (mediaA == nullptr || mediaB == nullptr) return;
@@ -105,6 +110,11 @@ class PairCheck {
       text += fmt::format("{}{}", text.empty() ? "" : " ", value / 65536.0);
     }
     return text;
+  }
+
+  static std::string SizeWords(const MP4G::CTrackHeaderBox& header) {
+    return fmt::format("{} x {} pixels", header.recordB->width / 65536.0,
+                       header.recordB->height / 65536.0);
   }
 
   // Three letters of 5 bits (ISO/IEC 14496-12, clause 8.4.2.3).

@@ -421,6 +421,22 @@ TEST_F(CheckMatch, FindsAPictureThatIsTurned) {
               AllOf(HasSubstr("matrix 0 1 0 1 0 0"), HasSubstr("matrix 1 0 0 1 0 0")));
 }
 
+TEST_F(CheckMatch, FindsAMovieThatIsTurned) {
+  Bytes bytes = EvenClip().Build();
+  const std::size_t matrix = support::FindBox(bytes, "mvhd") + 44;
+  bytes = support::WithU32(bytes, matrix, 0);
+  const CheckReport report = CheckAll({Put("a", EvenClip()), Put("b", bytes)});
+  EXPECT_THAT(Only(report, Message::kShownOtherwise).text, HasSubstr("movie header"));
+}
+
+TEST_F(CheckMatch, FindsAPictureOfAnotherSize) {
+  Bytes bytes = EvenClip().Build();
+  const std::size_t width = support::FindBox(bytes, "tkhd") + 84;
+  bytes = support::WithU32(bytes, width, 0x00108000);
+  const CheckReport report = CheckAll({Put("a", EvenClip()), Put("b", bytes)});
+  EXPECT_THAT(Only(report, Message::kShownOtherwise).text, HasSubstr("16.5 x "));
+}
+
 TEST_F(CheckMatch, FindsAnotherLanguage) {
   Bytes bytes = EvenClip().Build();
   const std::size_t language = support::FindBox(bytes, "mdhd", 1) + 28;
