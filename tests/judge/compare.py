@@ -20,8 +20,10 @@ def rate_places(entry):
     """(place, width of the buffer's size) of each set of bit rates that an entry declares."""
     places = []
     at = entry.find(b"btrt")
-    if at >= 0 and int.from_bytes(entry[at - 4:at], "big") == 20:
-        places.append((at + 4, 4))
+    while at >= 0:
+        if int.from_bytes(entry[at - 4:at], "big") == 20:
+            places.append((at + 4, 4))
+        at = entry.find(b"btrt", at + 1)
     at = entry.find(b"esds")
     if at >= 0:
         body = at + 8

@@ -80,16 +80,20 @@ class Hunt:
         self.faults = []
         self.skipped = set()
 
+    def fault(self, what):
+        self.faults.append(what)
+        print(what, flush=True)
+
     def expect_no(self, what, done):
         self.runs += 1
         said = done.stdout + done.stderr
         if done.returncode not in (1, 3) or "safe to erase: yes" in said:
-            self.faults.append(f"{what}: exit {done.returncode}: {said.strip()}")
+            self.fault(f"{what}: exit {done.returncode}: {said.strip()}")
 
     def expect_yes(self, what, done):
         self.runs += 1
         if done.returncode != 0 or "safe to erase: yes" not in done.stdout.splitlines()[-1]:
-            self.faults.append(f"{what}: no yes: {done.stdout}{done.stderr}")
+            self.fault(f"{what}: no yes: {done.stdout}{done.stderr}")
 
     def scene(self, *keep):
         return Scene(self, Path(tempfile.mkdtemp(dir=self.folder)), keep)
@@ -107,6 +111,7 @@ class Hunt:
                 self.stale_receipts,
                 self.results_on_the_card,
                 self.mounts,
+                self.devices,
                 self.calls_that_fail,
                 self.changes_meanwhile,
             ):
@@ -236,16 +241,42 @@ class Hunt:
         for folder in (place, upper):
             folder.mkdir()
         overlay = 'mount -t tmpfs none "$3" && mkdir "$3/u" "$3/w" && mount -t overlay none -o "lowerdir=$1,upperdir=$3/u,workdir=$3/w" "$2"'
-        for what, mount in (("mounted a second time", 'mount --bind "$1" "$2"'), ("beneath an overlay", overlay)):
+        modes = overlay.replace("workdir=", "metacopy=on,workdir=") + ' && find "$2" -type f -exec chmod 600 {} +'
+        ways = [("mounted a second time", 'mount --bind "$1" "$2"')]
+        ways += [("beneath an overlay that has other modes", modes), ("beneath an overlay", overlay)]
+        for what, mount in ways:
             script = mount + ' && shift 3 && exec "$@"'
             wrapper = ["unshare", "--mount", "sh", "-c", script, "-", str(scene.card), str(place), str(upper)]
             if subprocess.run([*wrapper, "true"], capture_output=True).returncode != 0:
                 self.skipped.add(f"a card {what}: not allowed here")
                 continue
             self.expect_no(f"the card {what}", scene.ask(wrapper))
-            if "overlay" in what:
+            if mount == overlay:
                 scene.cards, scene.kept = [place], scene.card
                 self.expect_no("an overlay of what keeps it", scene.ask(wrapper))
+
+    def devices(self):
+        """Two devices that show one image of a card."""
+        scene = self.scene("--originals")
+        for path in list(scene.kept.glob("whole.mp4*")):
+            path.rename(scene.card / path.name)
+        image, places = scene.top / "image", [scene.top / "a", scene.top / "b"]
+        for place in places:
+            place.mkdir()
+        made = ["mke2fs", "-q", "-t", "ext4", "-d", str(scene.card), str(image), "20M"]
+        script = """a=$(losetup -r -f --show "$1") && b=$(losetup -r -f --show "$1") &&
+            mount -o ro,noload "$a" "$2" && mount -o ro,noload "$b" "$3" && shift 3 && "$@"
+            code=$?; losetup -d $a $b; exit $code"""
+        wrapper = ["unshare", "--mount", "sh", "-c", script, "-", str(image), *map(str, places)]
+        try:
+            able = all(subprocess.run(run, capture_output=True).returncode == 0 for run in (made, [*wrapper, "true"]))
+        except FileNotFoundError:
+            able = False
+        if not able:
+            self.skipped.add("a card that two devices show: not allowed here")
+            return
+        scene.cards, scene.kept = [places[0]], places[1]
+        self.expect_no("the card that another device shows", scene.ask(wrapper))
 
     def calls_that_fail(self):
         if shutil.which("strace") is None:
@@ -322,8 +353,6 @@ def main():
     faults = hunt.run()
     for line in sorted(hunt.skipped):
         print(f"skipped {line}")
-    for fault in faults:
-        print(fault)
     print(f"{hunt.runs} runs, {len(faults)} faults")
     sys.exit(1 if faults or hunt.runs == 0 else 0)
 

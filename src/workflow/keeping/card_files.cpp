@@ -51,6 +51,8 @@ Findings CardFiles::Read(const std::vector<std::string>& cards) {
                           "see whether the card is mounted there")};
     for (const ListedFile& file : list.files) {
       identities_.insert(file.stamp.identity);
+      if (devices_.insert(file.stamp.identity.device).second)
+        storages_.insert(StorageOf(file.stamp.identity.device));
       shades_.emplace(ShadeOf(file.stamp), file.stamp.identity.device);
       if (places.insert(PlaceOf(file)).second) {
         files_.emplace_back();
@@ -66,9 +68,7 @@ Findings CardFiles::Read(const std::vector<std::string>& cards) {
 }
 
 CardFiles::Shade CardFiles::ShadeOf(const FileStamp& stamp) {
-  // An overlay puts its own number above that of the file beneath.
-  constexpr long long kNumberBeneath = 0xFFFFFFFF;
-  return {static_cast<long long>(stamp.identity.inode) & kNumberBeneath,
+  return {static_cast<long long>(NumberBeneath(stamp)),
           stamp.size,
           stamp.modified.tv_sec,
           stamp.modified.tv_nsec,
@@ -76,10 +76,15 @@ CardFiles::Shade CardFiles::ShadeOf(const FileStamp& stamp) {
           stamp.changed.tv_nsec};
 }
 
+// A card may be mounted a second time by another device that shows its own.
+bool CardFiles::ShowsACard(dev_t device) const {
+  return !devices_.contains(device) && storages_.contains(StorageOf(device));
+}
+
 // File systems without a device of their own have the major number 0. No copy can be made to have
 // the time of the last change that another file has.
 bool CardFiles::Has(const FileStamp& stamp) const {
-  if (identities_.contains(stamp.identity)) return true;
+  if (identities_.contains(stamp.identity) || ShowsACard(stamp.identity.device)) return true;
   const auto shade = shades_.find(ShadeOf(stamp));
   return shade != shades_.end() && shade->second != stamp.identity.device &&
          (major(shade->second) == 0 || major(stamp.identity.device) == 0);

@@ -13,6 +13,7 @@
 #include "workflow/keeping/clip_layout.h"
 #include "workflow/keeping/file_list.h"
 #include "workflow/keeping/shared_blocks.h"
+#include "workflow/keeping/storage.h"
 
 namespace clipchain {
 
@@ -49,8 +50,8 @@ class CardFiles {
   std::vector<CardFile>& Files() { return files_; }
   const std::vector<ListedPath>& LeftAside() const { return leftAside_; }
   const std::vector<ListedPath>& Unreadable() const { return unreadable_; }
-  // Whether it is a file of a card, by whatever path, and by whatever file system that shows the
-  // files of another one.
+  // Whether it is a file of a card, by whatever path, and by whatever device or file system that
+  // shows the files of another one.
   bool Has(const FileStamp& stamp) const;
   // The first card that has a file on that file system.
   std::optional<std::size_t> CardOn(dev_t device) const;
@@ -65,11 +66,15 @@ class CardFiles {
   static Shade ShadeOf(const FileStamp& stamp);
 
   void Look(CardFile& file);
+  bool ShowsACard(dev_t device) const;
 
   std::vector<CardFile> files_;
   std::vector<ListedPath> leftAside_;
   std::vector<ListedPath> unreadable_;
   std::set<FileIdentity> identities_;
+  std::set<dev_t> devices_;
+  // Of the devices.
+  std::set<Storage> storages_;
   std::map<Shade, dev_t> shades_;
   SharedBlocks blocks_;
 };

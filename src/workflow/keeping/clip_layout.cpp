@@ -40,10 +40,16 @@ class Headers {
   std::vector<unsigned char> window_;
 };
 
-bool IsPrintable(unsigned int type) {
-  for (int shift = 0; shift < 32; shift += 8) {
-    const unsigned int c = type >> shift & 0xFF;
-    if (c < 0x20 || c == 0x7F) return false;
+// Some programs leave zeros behind the last box; a merge passes over them.
+bool IsZeroFrom(FileBytes& file, Number at, Number end) {
+  std::vector<unsigned char> block(kWindow);
+  while (at < end) {
+    const auto size = static_cast<std::size_t>(std::min<Number>(kWindow, end - at));
+    if (!file.Read(at, block.data(), size) ||
+        std::any_of(block.begin(), block.begin() + static_cast<std::ptrdiff_t>(size),
+                    [](unsigned char byte) { return byte != 0; }))
+      return false;
+    at += size;
   }
   return true;
 }
@@ -56,7 +62,11 @@ ClipLayout ReadClipLayout(FileBytes& file) {
   bool isMovie = false;
   for (Number at = 0; at < headers.End();) {
     const auto header = headers.Take(at);
-    if (!header || !IsPrintable(header->type) || !header->FitsIn(headers.End() - at)) return {};
+    if (at != 0 && (!header || header->type == 0)) {
+      if (!IsZeroFrom(file, at, headers.End())) return {};
+      break;
+    }
+    if (!header || header->type == 0 || !header->FitsIn(headers.End() - at)) return {};
     const Number size = header->SizeWithin(headers.End() - at);
     isMovie = isMovie || header->type == FourCc("moov") || header->type == FourCc("moof");
     if (header->type == FourCc("mdat"))

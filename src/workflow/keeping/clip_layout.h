@@ -9,7 +9,7 @@
 namespace clipchain {
 
 struct ClipLayout {
-  // Boxes fill the file, and a movie or fragments are among them.
+  // Boxes fill the file, but for zeros behind them, and a movie or fragments are among them.
   bool isClip = false;
   // What is inside of the media boxes, in the order of the file.
   std::vector<Extent> media;

@@ -6,6 +6,7 @@
 #include <set>
 #include <utility>
 
+#include "adapt/fit.h"
 #include "workflow/check.h"
 #include "workflow/keeping/checksum_file.h"
 #include "workflow/keeping/kept_bytes.h"
@@ -128,6 +129,12 @@ std::string ResultProof::LossOf(const std::vector<std::size_t>& clips,
   const bool tablesAreJoined =
       std::any_of(report.adaptations.begin(), report.adaptations.end(),
                   [](const Adapted& adapted) { return adapted.name == "tables"; });
+  // What can't be joined is told by whoever joins them.
+  const Fit fit(options.exact ? std::vector<std::string>() : PathsOf(clips), options);
+  for (const FitProblem& problem : fit.Report().problems) {
+    if (problem.kind == FitProblemKind::kTableLost)
+      return fmt::format("{} {}", PrintablePath(PathsOf(clips)[problem.clip]), problem.text);
+  }
   for (const Finding& finding : report.findings) {
     if (IsLoss(finding, tablesAreJoined))
       return fmt::format("{} {}", PrintablePath(finding.path), finding.text);

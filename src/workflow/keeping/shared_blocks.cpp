@@ -3,6 +3,7 @@
 #include <linux/fiemap.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
+#include <sys/sysmacros.h>
 
 #include <algorithm>
 #include <cstring>
@@ -47,7 +48,19 @@ std::vector<BlockRange> BlocksOf(int file) {
 
 void SharedBlocks::Add(const FileStamp& stamp, const std::vector<BlockRange>& blocks) {
   for (const BlockRange& range : blocks) ranges_.push_back({range, stamp.identity.device});
+  if (!blocks.empty())
+    files_.emplace(FileKey{NumberBeneath(stamp), stamp.size},
+                   CardBlocks{stamp.identity.device, blocks});
   sorted_ = false;
+}
+
+bool SharedBlocks::Show(const FileStamp& stamp, const std::vector<BlockRange>& blocks) const {
+  const auto [first, behind] = files_.equal_range(FileKey{NumberBeneath(stamp), stamp.size});
+  const dev_t device = stamp.identity.device;
+  return std::any_of(first, behind, [&](const auto& file) {
+    return file.second.device != device && (major(file.second.device) == 0 || major(device) == 0) &&
+           file.second.blocks == blocks;
+  });
 }
 
 void SharedBlocks::Sort() {
@@ -60,6 +73,7 @@ void SharedBlocks::Sort() {
 }
 
 bool SharedBlocks::Touch(const FileStamp& stamp, const std::vector<BlockRange>& blocks) {
+  if (Show(stamp, blocks)) return true;
   if (!sorted_) Sort();
   for (const BlockRange& mine : blocks) {
     const auto behind = std::lower_bound(

@@ -5,16 +5,26 @@
 #include <sys/types.h>
 
 #include <map>
+#include <utility>
 #include <vector>
 
 #include "workflow/keeping/file_list.h"
 
 namespace clipchain {
 
+// The number that a file has where it lies: an overlay puts its own above it.
+inline unsigned long long NumberBeneath(const FileStamp& stamp) {
+  return stamp.identity.inode & 0xFFFFFFFF;
+}
+
 struct BlockRange {
   unsigned long long begin;  // on the device, in bytes
   unsigned long long end;
   bool shared;  // the file system says that another file has the blocks, too
+
+  bool operator==(const BlockRange& other) const {
+    return begin == other.begin && end == other.end;
+  }
 };
 
 // The blocks of an open file, as far as its file system tells them (FIEMAP); none of one that does
@@ -27,6 +37,8 @@ class SharedBlocks {
   void Add(const FileStamp& stamp, const std::vector<BlockRange>& blocks);
   // Whether a file has any block of those in common: blocks of the same file system, or, where both
   // sides are told to be shared, of file systems that go by different numbers, as parts of one do.
+  // A file of an overlay has all blocks of the file beneath until it is written to, though its
+  // times may be other ones.
   bool Touch(const FileStamp& stamp, const std::vector<BlockRange>& blocks);
 
  private:
@@ -35,8 +47,17 @@ class SharedBlocks {
     dev_t device;
   };
 
-  void Sort();
+  // A file's number and size.
+  using FileKey = std::pair<unsigned long long, long long>;
+  struct CardBlocks {
+    dev_t device;
+    std::vector<BlockRange> blocks;
+  };
 
+  void Sort();
+  bool Show(const FileStamp& stamp, const std::vector<BlockRange>& blocks) const;
+
+  std::multimap<FileKey, CardBlocks> files_;
   std::vector<CardRange> ranges_;
   std::vector<unsigned long long> farthest_;  // the end of any range up to that one
   bool sorted_ = false;

@@ -15,6 +15,7 @@
 
 using namespace clipchain;
 using support::Bytes;
+using support::operator+;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -267,6 +268,45 @@ TEST_F(CardProofTest, LetsNoResultCountThatWasForcedToLoseSamples) {
   SetFitting(merge.check, exact);
   ASSERT_TRUE(SafeMerge({clip}, merge).done);
   EXPECT_THAT(NotKept(), SizeIs(1));
+}
+
+TEST_F(CardProofTest, LetsNoResultCountThatLeavesTablesOut) {
+  for (const std::string& clip : clips) fs::remove(clip);
+  clips.clear();
+  // Priorities of samples, which a merge leaves out; two rows of groups of one kind, of which it
+  // takes none.
+  const Bytes groups =
+      support::FullBox(
+          "sgpd", 1, 0,
+          {support::Text("roll"), support::U32(2), support::U32(1), support::Hex("FFFF")}) +
+      support::FullBox("sbgp", 0, 0,
+                       {support::Text("roll"), support::U32(1), support::U32(25), support::U32(1)});
+  for (const Bytes& tables :
+       {support::FullBox("stdp", 0, 0, {support::Zeros(50)}), groups + groups}) {
+    std::vector<std::string> inputs;
+    for (unsigned char i = 1; i <= 2; ++i) {
+      support::MovieBuilder movie = support::Clip(25, i);
+      movie.tracks[0].extraTableBoxes = tables;
+      inputs.push_back(PutOnCard("tables" + std::to_string(i) + ".mp4", movie.Build()));
+    }
+    const std::string result = Merge(inputs, "out.mp4");
+    EXPECT_THAT(NotKept(), SizeIs(2));
+    fs::remove(result);
+    Merge(inputs, "out.mp4", Originals());
+    EXPECT_THAT(NotKept(), IsEmpty());
+    fs::remove(result);
+    fs::remove(result + ".originals");
+  }
+}
+
+TEST_F(CardProofTest, CountsAClipWithZerosBehindItsLastBox) {
+  const std::string clip =
+      PutOnCard("padded.mp4", support::Clip(25, 9).Build() + support::Zeros(1000));
+  clips.push_back(clip);
+  options.clipsOnly = true;
+  EXPECT_THAT(NotKept(), SizeIs(4));
+  Merge(clips, "out.mp4");
+  EXPECT_THAT(NotKept(), IsEmpty());
 }
 
 TEST_F(CardProofTest, DoesNotCountWhatIsChangedWhileItRuns) {

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 #include <filesystem>
 
@@ -12,6 +13,7 @@
 #include "workflow/keeping/file_list.h"
 #include "workflow/keeping/media_chains.h"
 #include "workflow/keeping/shared_blocks.h"
+#include "workflow/keeping/storage.h"
 
 using namespace clipchain;
 using support::Bytes;
@@ -80,7 +82,13 @@ TEST(ClipLayout, KnowsAClipByItsBoxes) {
   Bytes cut = clip;
   cut.pop_back();
   EXPECT_FALSE(LayoutOf(cut).isClip);
-  EXPECT_FALSE(LayoutOf(clip + Bytes{0}).isClip);
+  // As a merge has it, which passes over zeros behind the last box, and over boxes of any type.
+  EXPECT_TRUE(LayoutOf(clip + Bytes{0}).isClip);
+  EXPECT_TRUE(LayoutOf(clip + Bytes(70'000, 0)).isClip);
+  EXPECT_FALSE(LayoutOf(clip + Bytes(70'000, 0) + Bytes{1}).isClip);
+  EXPECT_FALSE(LayoutOf(clip + Bytes{0, 1}).isClip);
+  EXPECT_TRUE(LayoutOf(clip + support::U32(8) + support::U32(1)).isClip);
+  EXPECT_FALSE(LayoutOf(Bytes(70'000, 0)).isClip);
   EXPECT_FALSE(LayoutOf(support::Box("ftyp", {support::Text("heic")})).isClip);
   EXPECT_TRUE(LayoutOf(support::Box("moof")).isClip);
   EXPECT_FALSE(LayoutOf({}).isClip);
@@ -115,6 +123,53 @@ TEST(SharedBlocks, AreThoseOfOneFileSystem) {
   EXPECT_TRUE(blocks.Touch(On(2), {{350, 360, true}}));
   blocks.Add(On(1), {{0, 1000, false}});
   EXPECT_TRUE(blocks.Touch(On(1), {{900, 901, false}}));
+}
+
+TEST(SharedBlocks, AreThoseOfTheFileBeneathAnOverlay) {
+  constexpr unsigned long long kAbove = 1ULL << 40;
+  const auto file = [](dev_t device, unsigned long long inode, long long size) {
+    FileStamp stamp;
+    stamp.identity = {device, inode};
+    stamp.size = size;
+    return stamp;
+  };
+  const dev_t disk = makedev(8, 1);
+  const dev_t other = makedev(8, 2);
+  const dev_t overlay = makedev(0, 45);
+  SharedBlocks blocks;
+  blocks.Add(file(disk, 7, 150), {{100, 200, false}, {300, 350, false}});
+  EXPECT_TRUE(blocks.Touch(file(overlay, 7 + kAbove, 150), {{100, 200, false}, {300, 350, false}}));
+  EXPECT_FALSE(blocks.Touch(file(overlay, 7, 150), {{100, 200, false}, {300, 351, false}}));
+  EXPECT_FALSE(blocks.Touch(file(overlay, 8, 150), {{100, 200, false}, {300, 350, false}}));
+  EXPECT_FALSE(blocks.Touch(file(overlay, 7, 151), {{100, 200, false}, {300, 350, false}}));
+  // The same place on another disk.
+  EXPECT_FALSE(blocks.Touch(file(other, 7, 150), {{100, 200, false}, {300, 350, false}}));
+  EXPECT_FALSE(blocks.Touch(file(overlay, 7, 150), {}));
+}
+
+TEST(Storage, IsWhatALoopDeviceShows) {
+  const support::TempDir folder;
+  const auto describe = [&](const std::string& number, const std::string& shown,
+                            const std::string& offset) {
+    const fs::path loop = folder / number / "loop";
+    fs::create_directories(loop);
+    support::WriteFile(loop / "backing_file", support::Text(shown + '\n'));
+    support::WriteFile(loop / "offset", support::Text(offset + '\n'));
+  };
+  support::WriteFile(folder / "image", {1});
+  describe("7:1", folder / "image", "0");
+  describe("7:2", folder / "image", "0");
+  describe("7:3", folder / "image", "4096");
+  describe("7:4", folder / "none", "0");
+  const auto storage = [&](unsigned int major, unsigned int minor) {
+    return clipchain::StorageOf(makedev(major, minor), folder.path());
+  };
+  EXPECT_EQ(storage(7, 1), storage(7, 2));
+  EXPECT_NE(storage(7, 1), storage(7, 3));
+  const clipchain::Storage itself{makedev(7, 4), 0, 0};
+  EXPECT_EQ(itself, storage(7, 4));
+  const clipchain::Storage disk{makedev(8, 1), 0, 0};
+  EXPECT_EQ(disk, storage(8, 1));
 }
 
 TopLevel Media(const Extent& range, unsigned int block = 0) {
