@@ -31,7 +31,8 @@ class OrderCheck {
   void Run() {
     FindChains();
     CheckChains();
-    if (DecidedByIdentifiers()) return;
+    // When recordings were made says nothing about which one is to stand first.
+    if (DecidedByIdentifiers() || (mixed_ && marked_.size() == clips_.size())) return;
     CheckTimecodes();
     CheckDates();
   }
@@ -39,6 +40,14 @@ class OrderCheck {
   // By the strongest evidence that all clips have.
   std::optional<Indices> Order() {
     FindChains();
+    return Sorted();
+  }
+
+ private:
+  // Clips of one recording that follow each other, by identifiers that point at each other.
+  using Chain = Indices;
+
+  std::optional<Indices> Sorted() const {
     if (DecidedByIdentifiers()) return chains_.front();
     if (!marked_.empty()) return std::nullopt;
     const Indices timed = Timed();
@@ -48,10 +57,6 @@ class OrderCheck {
     const Indices dated = Dated();
     return dated.size() == clips_.size() ? std::optional(ByDate(dated)) : std::nullopt;
   }
-
- private:
-  // Clips of one recording that follow each other, by identifiers that point at each other.
-  using Chain = Indices;
 
   void FindChains() {
     std::map<std::string, std::size_t> byId;
@@ -109,7 +114,8 @@ class OrderCheck {
     for (std::size_t i = 1; i < chains_.size(); ++i) {
       if (!IsGap(chains_[i - 1], chains_[i])) heads.push_back(chains_[i].front());
     }
-    if (!heads.empty()) SayWhatIsMixed(heads);
+    mixed_ = !heads.empty();
+    if (mixed_) SayWhatIsMixed(heads);
   }
 
   // By their dates where all have one, else as they begin in the order given. Equal dates leave the
@@ -167,10 +173,16 @@ class OrderCheck {
         message,
         fmt::format("stands where {} should stand, as {} say",
                     Name(better[static_cast<std::size_t>(place - given.begin())]), evidence),
-        better.size() <= kMostNames
-            ? fmt::format("let --sort put them in order: {}", Names(better))
-            : "let --sort put them in order, or merge whole cards with \"clipchain join FOLDER -o "
-              "DIR\"");
+        HowToSort(better));
+  }
+
+  // --sort takes nothing but what makes a single recording.
+  std::string HowToSort(const Indices& better) const {
+    const std::string sort = better == Sorted() ? "let --sort put them in order" : "";
+    if (better.size() > kMostNames)
+      return (sort.empty() ? "" : sort + ", or ") +
+             "merge whole cards with \"clipchain join FOLDER -o DIR\"";
+    return (sort.empty() ? "name them in this order: " : sort + ": ") + Names(better);
   }
 
   // As many as a person reads.
@@ -306,9 +318,12 @@ class OrderCheck {
 
   const std::vector<OrderFacts>& clips_;
   std::vector<FileFindings>& findings_;
-  Indices marked_;  // clips with identifiers, each once, in the order given
+  // Clips with identifiers, each once, in the order given.
+  Indices marked_;
   std::vector<Chain> chains_;
-  Indices told_;  // the order named last
+  // The order named last.
+  Indices told_;
+  bool mixed_ = false;
 };
 
 }  // namespace

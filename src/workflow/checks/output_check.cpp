@@ -40,9 +40,21 @@ std::string WhyNoFileFits(const std::string& folder) {
                      PrintablePath(folder), ErrorText(errno));
 }
 
+// Whether it is one by which a process reaches what it has open, such as /dev/stdout: the system's,
+// and nobody's to remove.
+bool LeadsToDescriptors(const std::filesystem::path& link, const std::filesystem::path& target) {
+  std::error_code error;
+  const std::filesystem::path folder = std::filesystem::weakly_canonical(
+      std::filesystem::absolute(link, error).parent_path(), error);
+  return target.string().starts_with("/proc/") || folder.string().starts_with("/proc/");
+}
+
 OutputFault FaultOfLink(const std::string& output) {
   std::error_code error;
   const std::filesystem::path target = std::filesystem::read_symlink(output, error);
+  if (LeadsToDescriptors(output, target))
+    return {"it is a link to what a process has open",
+            "name a file; \"clipchain merge -o -\" writes to standard output"};
   const std::filesystem::path folder = std::filesystem::path(output).parent_path();
   const std::filesystem::path end = std::filesystem::weakly_canonical(folder / target, error);
   struct stat status;

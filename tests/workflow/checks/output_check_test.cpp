@@ -128,6 +128,9 @@ TEST_F(CheckOutput, IsAFile) {
   expectRefused("/dev/null", "it is a device", "name a file");
   fs::create_symlink("/dev/null", folder / "device");
   expectRefused(folder / "device", "it is a link to /dev/null", "name a file");
+  for (const char* open : {"/dev/stdout", "/proc/self/fd/1", "/dev/fd/1"})
+    expectRefused(open, "it is a link to what a process has open",
+                  "name a file; \"clipchain merge -o -\" writes to standard output");
   fs::create_symlink("nowhere", folder / "dangling");
   expectRefused(folder / "dangling", "it is a link to nowhere",
                 "name " + here + "/nowhere itself, or remove the link");
