@@ -45,8 +45,9 @@ struct PageContext {
 };
 
 // Draws the clips as pieces of a bar, an open end as a torn one. For the eye alone. `tag`: its
-// element.
-std::string HtmlStrip(const SequenceReport& sequence, const char* tag);
+// element. `percent`: how much of a line the bar takes; where clips would get too little of it to
+// be told apart, those in a row on one card are one piece.
+std::string HtmlStrip(const SequenceReport& sequence, const char* tag, double percent = 100);
 // Makes the section with the time line; empty if there is no recording. All days have one scale.
 // What is proposed to belong together, and halves of a recording, hang together by dashes.
 std::string HtmlTimeline(const ScanReport& report, const std::vector<Proposal>& proposals = {});

@@ -270,6 +270,10 @@ footer p { padding: 1.6rem 0 2.4rem; }
   .clip, .missing { display: inline-block; vertical-align: top; width: 23.500%; margin: 0 1.500% .5rem 0;
     font-size: 9pt; }
   .lanes li { min-width: .5rem; }
+  .tick.minor span, .view .said { display: none; }
+  .sums { grid-template-columns: repeat(auto-fit, minmax(2.4cm, 1fr)); gap: .4rem; }
+  .sums > div { padding: .4rem .6rem; }
+  .sums dd { font-size: 1.1rem; }
 }
 @media (forced-colors: active) {
   .panel, .sums > div, .view, .state, .find input { border: 1px solid CanvasText; }
@@ -279,7 +283,7 @@ footer p { padding: 1.6rem 0 2.4rem; }
   .torn.head { border-right: 0; } .torn.tail { border-left: 0; }
   .lanes .tie::before { border-top-color: CanvasText; }
   .tick { border-left-color: GrayText; }
-  .glyph, .chip .glyph { color: CanvasText; fill: currentColor; forced-color-adjust: preserve-parent-color; }
+  .glyph, .chip .glyph, .attention .glyph, .attention.grave .glyph { color: CanvasText; fill: currentColor; forced-color-adjust: preserve-parent-color; }
   .tag { border: 1px solid CanvasText; }
   .sequence:target { outline: 3px solid Highlight; }
   .bar.dim { opacity: 1; }

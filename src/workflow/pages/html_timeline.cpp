@@ -21,8 +21,10 @@ namespace {
 
 constexpr double kDay = 86400;
 constexpr int kMostSteps = 8;
-// Clips of a bar between which there is a gap to see.
+// Clips of a bar between which there is a gap to see, and what each takes then at least, in percent
+// of the line: gaps between narrower ones would be all that is left of the bar.
 constexpr std::size_t kMostParted = 40;
+constexpr double kLeastParted = 0.8;
 // What the number of a bar takes at least, in shares of the line on a narrow screen: for itself,
 // and for each of its digits.
 constexpr double kNumberShare = 0.04;
@@ -193,7 +195,8 @@ std::string BarItem(const Bar& bar, const Row& row, const Scale& scale) {
       "class=\"hidden\">Recording </span>{}</span>{}<span class=\"hidden\">, {}, {}, {}, "
       "{}</span></a></li>\n",
       row.crowded ? " class=\"in-tie\"" : late, PlaceOn(scale, bar.start, bar.end, row.lane),
-      bar.number, row.crowded ? "hidden" : "name", bar.number, HtmlStrip(sequence, "span"),
+      bar.number, row.crowded ? "hidden" : "name", bar.number,
+      HtmlStrip(sequence, "span", scale.Percent(bar.end) - scale.Percent(bar.start)),
       DateWords(sequence.date), LengthWords({&sequence}), Counted(sequence.clips.size(), "clip"),
       StateWords(IsIdentified(sequence), sequence.closedAtHead, sequence.closedAtTail));
 }
@@ -280,20 +283,40 @@ std::string UndatedPart(const std::vector<Bar>& bars) {
   return html + "</ul>\n</div>\n";
 }
 
-}  // namespace
+// A part of a bar: a clip, or those in a row that lie on one card.
+struct Piece {
+  unsigned int volume;
+  double share;
+};
 
-std::string HtmlStrip(const SequenceReport& sequence, const char* tag) {
+std::vector<Piece> PiecesOf(const SequenceReport& sequence, bool parted) {
   const double known = KnownSeconds(sequence);
-  std::string html = fmt::format("<{} class=\"strip{}\" aria-hidden=\"true\">", tag,
-                                 sequence.clips.size() > kMostParted ? " many" : "");
-  if (!sequence.closedAtHead) html += "<i class=\"torn head\"></i>";
+  std::vector<Piece> pieces;
   for (const SequenceClip& clip : sequence.clips) {
     const double share = known > 0 ? Seconds(clip).value_or(0) / known : 1;
-    const bool start = &clip == &sequence.clips.front() && sequence.closedAtHead;
-    const bool end = &clip == &sequence.clips.back() && sequence.closedAtTail;
+    if (!parted && !pieces.empty() && pieces.back().volume == clip.volume)
+      pieces.back().share += share;
+    else
+      pieces.push_back({clip.volume, share});
+  }
+  return pieces;
+}
+
+}  // namespace
+
+std::string HtmlStrip(const SequenceReport& sequence, const char* tag, double percent) {
+  const std::size_t clips = sequence.clips.size();
+  const bool parted = clips <= kMostParted && static_cast<double>(clips) * kLeastParted <= percent;
+  std::string html =
+      fmt::format("<{} class=\"strip{}\" aria-hidden=\"true\">", tag, parted ? "" : " many");
+  if (!sequence.closedAtHead) html += "<i class=\"torn head\"></i>";
+  const std::vector<Piece> pieces = PiecesOf(sequence, parted);
+  for (const Piece& piece : pieces) {
+    const bool start = &piece == &pieces.front() && sequence.closedAtHead;
+    const bool end = &piece == &pieces.back() && sequence.closedAtTail;
     html += fmt::format("<b class=\"piece {}{}{}\" style=\"flex-grow:{:.3f}\"></b>",
-                        CardClasses(clip.volume), start ? " start" : "", end ? " end" : "",
-                        std::max(share * 1000, 0.1));
+                        CardClasses(piece.volume), start ? " start" : "", end ? " end" : "",
+                        std::max(piece.share * 1000, 0.1));
   }
   if (!sequence.closedAtTail) html += "<i class=\"torn tail\"></i>";
   return html + fmt::format("</{}>", tag);

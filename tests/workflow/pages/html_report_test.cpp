@@ -310,6 +310,24 @@ TEST(HtmlReport, TellsWhatBecameOfStepsThatWereAskedFor) {
   EXPECT_THAT(page, HasSubstr("data-step=\"division\" data-result=\"E_POINTER\""));
 }
 
+// Gaps between pieces of two pixels would be all that the eye sees of a bar.
+TEST(HtmlReport, PartsClipsOfABarWhereThereIsRoomForGaps) {
+  ScanReport report;
+  report.sequences = {SequenceOf(std::vector<SequenceClip>(5, ClipAt("a", 0, 60'000)))};
+  report.sequences[0].clips.back().volume = 1;
+  report.sequences[0].closedAtTail = false;
+  EXPECT_EQ(5u, Occurrences(HtmlTimeline(report), "<b class=\"piece "));
+  report.sequences.push_back(SequenceOf({ClipAt("b")}));
+  report.sequences[1].date->hour = 23;
+  const std::string page = HtmlTimeline(report);
+  EXPECT_EQ(2u + 1, Occurrences(page, "<b class=\"piece "));
+  EXPECT_THAT(page,
+              HasSubstr("<span class=\"strip many\" aria-hidden=\"true\"><b class=\"piece c0 s0 "
+                        "start\" style=\"flex-grow:800.000\"></b><b class=\"piece c1 s1\" "
+                        "style=\"flex-grow:200.000\"></b><i class=\"torn tail\"></i></span>"));
+  EXPECT_EQ(5u, Occurrences(clipchain::HtmlStrip(report.sequences[0], "div"), "<b class=\"piece "));
+}
+
 TEST(HtmlReport, SixtyFourCardsAllLookDifferent) {
   std::set<std::string> looks;
   for (unsigned int volume = 0; volume < 64; ++volume) looks.insert(CardClasses(volume));
