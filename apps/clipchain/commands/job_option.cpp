@@ -5,11 +5,9 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <system_error>
 #include <utility>
 
-#include "clipchain/output/finding_output.h"
 #include "clipchain/terminal/stop_signals.h"
 #include "workflow/join.h"
 #include "workflow/plan_file.h"
@@ -42,16 +40,13 @@ CLI::Option* AddJobOption(CLI::App& command, std::vector<std::string>& values) {
   return option;
 }
 
-bool FindJob(const std::vector<std::string>& values, Job& job) {
+std::optional<Finding> FindJob(const std::vector<std::string>& values, Job& job) {
   const std::size_t number = NumberIn(values[1]);
   JobReading reading = ReadJob(values[0], number, [] { return StopSignal() == 0; });
-  if (reading.fault) {
-    std::fputs(FindingText(*reading.fault, Paint(stderr)).c_str(), stderr);
-    return false;
-  }
+  if (reading.fault) return std::move(reading.fault);
   job = std::move(reading.job);
   for (const std::string& input : job.inputs) job.size += FileSize(input);
-  return true;
+  return std::nullopt;
 }
 
 JobResult MergeJob(const Job& job, const SafeMergeOptions& options, const KeepOptions& keep) {

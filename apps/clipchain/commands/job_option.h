@@ -1,6 +1,7 @@
 // Reads --job FILE N of clipchain merge: one job of a plan, in place of clips and an output.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,9 +19,8 @@ namespace clipchain {
 // Adds the option; `values` gets the file and the number, which is a positive number by then.
 CLI::Option* AddJobOption(CLI::App& command, std::vector<std::string>& values);
 
-// Finds the job in its file, and how large its clips are. False, with a line on the error stream,
-// if there is no such job.
-bool FindJob(const std::vector<std::string>& values, Job& job);
+// Finds the job in its file, and how large its clips are; what is wrong if there is no such job.
+std::optional<Finding> FindJob(const std::vector<std::string>& values, Job& job);
 
 struct JobResult {
   // Done if the output is complete, verified and on the disk.

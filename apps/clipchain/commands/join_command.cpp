@@ -195,7 +195,9 @@ CLI::Option* AddEvidenceOptions(CLI::App& command, JoinCommand& options) {
                   "Join clips without identifiers, too, whose evidence is as sure as that, or "
                   "surer; without it nothing is joined by evidence"))
       ->type_name("GRADE")
-      ->check(CLI::IsMember({"certain", "likely", "possible"}));
+      ->check([](const std::string& grade) {
+        return GradeOfName(grade) ? "" : "takes certain, likely or possible, not \"" + grade + '"';
+      });
   return command.add_flag(
       "--ask", options.ask,
       "Show each recording that the evidence of clips proposes, on a terminal, and ask about it");

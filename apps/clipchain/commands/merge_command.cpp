@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -142,7 +143,12 @@ int Run(MergeOptions options) {
   NoteStopSignals();
   Job job;
   if (!options.job.empty()) {
-    if (!FindJob(options.job, job)) return kFailed;
+    if (const std::optional<Finding> fault = FindJob(options.job, job)) {
+      JobResult none;
+      none.merge.findings = {*fault};
+      PrintReport(options, none, 0);
+      return kFailed;
+    }
     options.inputs = job.inputs;
     options.merge.check.output = job.output;
   }

@@ -3,8 +3,11 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "clipchain/commands.h"
+#include "clipchain/commands/merge_options.h"
+#include "clipchain/commands/missing_names.h"
 #include "clipchain/manual/usage.h"
 #include "clipchain/output/finding_output.h"
 #include "clipchain/output/rescue_output.h"
@@ -23,25 +26,36 @@ struct RescueCommand {
   std::string broken;
   RescueOptions rescue;
   std::string verify = "seams";
+  bool quiet = false;
   bool json = false;
 };
 
+// The exit code.
+int Tell(const RescueCommand& command, const RescueReport& report, double seconds) {
+  if (command.json) {
+    Print(RescueJson(command.broken, command.rescue.output, report, seconds));
+  } else {
+    std::fputs(FindingsText(report.findings, Paint(stderr)).c_str(), stderr);
+    Print(RescueText(command.broken, command.rescue.output, report));
+  }
+  return report.done ? kDone : kFailed;
+}
+
 int Run(const RescueCommand& command) {
   NoteStopSignals();
-  ProgressLine line(stderr);
+  ProgressLine line(stderr, command.quiet);
+  std::vector<std::string> named = {command.broken};
+  named.insert(named.end(), command.rescue.references.begin(), command.rescue.references.end());
+  RescueReport missing;
+  missing.findings = MissingNames(named);
+  if (!missing.findings.empty()) return Tell(command, missing, line.Seconds());
   RescueProgress progress(line);
   RescueOptions options = command.rescue;
   options.verification = command.verify == "full" ? Verification::kFull : Verification::kSeams;
   options.progress = [&](const RescueStep& step) { return progress.Show(step); };
   const RescueReport report = Rescue(command.broken, options);
   line.Clear();
-  if (command.json) {
-    Print(RescueJson(command.broken, options.output, report, line.Seconds()));
-  } else {
-    std::fputs(FindingsText(report.findings, Paint(stderr)).c_str(), stderr);
-    Print(RescueText(command.broken, options.output, report));
-  }
-  return report.done ? kDone : kFailed;
+  return Tell(command, report, line.Seconds());
 }
 
 }  // namespace
@@ -74,6 +88,7 @@ void AddRescueCommand(CLI::App& tool, int& exitCode) {
       })
       ->option_text("seams|full")
       ->default_str("seams");
+  AddQuietAnswer(*command, options->quiet);
   command->add_flag("--json", options->json, "Print for programs");
   command->callback([options, &exitCode] { exitCode = Run(*options); });
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "clipchain/commands.h"
+#include "clipchain/commands/merge_options.h"
 #include "clipchain/manual/usage.h"
 #include "clipchain/output/finding_output.h"
 #include "clipchain/output/proof_output.h"
@@ -22,6 +23,7 @@ namespace {
 struct SplitCommand {
   std::string merged;
   SplitOptions split;
+  bool quiet = false;
   bool json = false;
 };
 
@@ -29,7 +31,7 @@ int Run(const SplitCommand& command) {
   NoteStopSignals();
   SplitReport report;
   {
-    ProgressLine line(stderr);
+    ProgressLine line(stderr, command.quiet);
     SplitOptions options = command.split;
     options.progress = [&line](const Step& step) {
       CopyState state;
@@ -68,6 +70,7 @@ void AddSplitCommand(CLI::App& tool, int& exitCode) {
                                   "The folder for the clips, which is created if it is missing; "
                                   "without it, one of the name of OUT beside it"))
       ->type_name("DIR");
+  AddQuietAnswer(*command, options->quiet);
   command->add_flag("--json", options->json, "Print for programs");
   command->callback([options, &exitCode] { exitCode = Run(*options); });
 }

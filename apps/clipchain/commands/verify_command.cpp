@@ -7,9 +7,12 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "clipchain/commands.h"
+#include "clipchain/commands/merge_options.h"
+#include "clipchain/commands/missing_names.h"
 #include "clipchain/manual/usage.h"
 #include "clipchain/output/finding_output.h"
 #include "clipchain/output/proof_output.h"
@@ -32,6 +35,7 @@ namespace {
 struct VerifyCommand {
   CardProofOptions proof;
   std::string html;
+  bool quiet = false;
   bool json = false;
 };
 
@@ -54,8 +58,8 @@ std::string WhyNoPage(const VerifyCommand& command) {
   return WhyNoTextFile(command.html, false);
 }
 
-CardProof ProveWithProgress(const CardProofOptions& options) {
-  ProgressLine line(stderr);
+CardProof ProveWithProgress(const CardProofOptions& options, bool quiet) {
+  ProgressLine line(stderr, quiet);
   CardProofOptions proof = options;
   line.StartPhase();
   proof.progress = [&line](const Step& step) {
@@ -78,19 +82,31 @@ std::string Now() {
   return text;
 }
 
+// An answer to programs holds the findings itself.
+int Fail(const VerifyCommand& command, const CardProof& proof) {
+  if (command.json)
+    Print(JsonText(ProofJson(command.proof, proof)));
+  else
+    std::fputs(FindingsText(proof.findings, Paint(stderr)).c_str(), stderr);
+  return kFailed;
+}
+
 int Run(const VerifyCommand& command) {
   NoteStopSignals();
+  CardProof missing;
+  for (const auto* paths : {&command.proof.cards, &command.proof.against}) {
+    for (Finding& finding : MissingNames(*paths)) missing.findings.push_back(std::move(finding));
+  }
+  missing.failed = !missing.findings.empty();
+  if (missing.failed) return Fail(command, missing);
   if (!command.html.empty()) {
     const std::string why = WhyNoPage(command);
     if (!why.empty()) return FailPage(command.html, why);
   }
-  const CardProof proof = ProveWithProgress(command.proof);
+  const CardProof proof = ProveWithProgress(command.proof, command.quiet);
   if (StopSignal() != 0) return kFailed;
-  std::fputs(FindingsText(proof.findings, Paint(stderr)).c_str(), stderr);
-  if (proof.failed) {
-    if (command.json) Print(JsonText(ProofJson(command.proof, proof)));
-    return kFailed;
-  }
+  if (proof.failed) return Fail(command, proof);
+  if (!command.json) std::fputs(FindingsText(proof.findings, Paint(stderr)).c_str(), stderr);
   if (!command.html.empty()) {
     const std::string why =
         WriteTextFile(command.html, HtmlProof(command.proof, proof, Now()), false);
@@ -127,6 +143,7 @@ void AddVerifyCommand(CLI::App& tool, int& exitCode) {
   MustBeGiven(command->add_option("--html", options->html,
                                   "Write a page to keep, which must not exist yet"))
       ->type_name("FILE");
+  AddQuietAnswer(*command, options->quiet);
   command->callback([options, &exitCode] { exitCode = Run(*options); });
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 #include <string_view>
 
 #include "clipchain/output/adaptation_output.h"
@@ -64,10 +65,14 @@ std::string NumberOf(const Job& job, std::size_t& number) {
   return job.leftOut == LeftOut::kNo ? std::to_string(++number) : "-";
 }
 
+// Why a clip is none says more than one message; that there are none is about no clip.
 std::size_t UnreadableClips(const JoinPlan& plan) {
-  return static_cast<std::size_t>(std::count_if(
-      plan.findings.begin(), plan.findings.end(),
-      [](const Finding& finding) { return finding.message == Message::kInputUnreadable; }));
+  std::set<std::string_view> paths;
+  for (const Finding& finding : plan.findings) {
+    if (finding.severity == Severity::kRefusal && finding.message != Message::kNoClips)
+      paths.insert(finding.path);
+  }
+  return paths.size();
 }
 
 // What the next grade would add: "--accept likely would join 2 recordings of 5 clips", and which

@@ -54,10 +54,10 @@ void AddRejected(const FoundClips& found, const ScanReport& report, const Paint&
 // What became of the steps that were asked for.
 void AddSteps(const ScanReport& report, const ScanOptions& options, std::string& text) {
   if (options.salvage && report.salvaged < 0) {
-    text += fmt::format("salvage: failed, {}\n", report.whyNotJoined);
+    text += fmt::format("salvage: failed: {}\n", report.whyNotJoined);
   } else if (options.salvage) {
     text += report.joined ? "salvage: two recordings were joined by their timecode\n"
-                          : fmt::format("salvage: nothing was joined, {}\n", report.whyNotJoined);
+                          : fmt::format("salvage: nothing was joined: {}\n", report.whyNotJoined);
   }
   if (options.divide && report.divided != S_OK) text += "division: failed\n";
 }

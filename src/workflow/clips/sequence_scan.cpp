@@ -122,8 +122,8 @@ bool ReadCards(ScanReport& report, bool pictures, Looks& looks) {
 // What keeps salvage from joining, known beforehand where it is not the timecode.
 std::string WhyNotSalvaged(const MP4G::CSequenceCreator& creator) {
   if (creator.sequences.size() != 2)
-    return fmt::format("it joins two recordings that are left, and there are {}",
-                       creator.sequences.size());
+    return fmt::format("it takes exactly two recordings, and there {} {}",
+                       creator.sequences.size() == 1 ? "is" : "are", creator.sequences.size());
   const bool anyFollowed =
       std::any_of(creator.sequences.begin(), creator.sequences.end(),
                   [](MP4G::CMp4Sequence* sequence) { return sequence->NextIDExist() != 0; });

@@ -224,14 +224,13 @@ TEST_F(SequencesCommand, SalvagesOnRequest) {
   EXPECT_EQ((json{{"joined", false}, {"result", "S_OK"}}), alone["salvage"]);
   EXPECT_THAT(
       Sequences({"--salvage", front}).out,
-      HasSubstr("salvage: nothing was joined, it joins two recordings that are left, and there "
-                "are 1\n"));
+      HasSubstr("salvage: nothing was joined: it takes exactly two recordings, and there is 1\n"));
   const std::string other = PutTimed("3.mp4", 20, ChainLink(5, 5, 20));
   EXPECT_THAT(Sequences({"--salvage", front, other}).out,
-              HasSubstr("nothing was joined, the timecode of neither recording runs on"));
+              HasSubstr("nothing was joined: the timecode of neither recording runs on"));
   const std::string whole = PutTimed("4.mp4", 11, ChainLink(1, 1, 40));
   EXPECT_THAT(Sequences({"--salvage", whole, other}).out,
-              HasSubstr("nothing was joined, neither recording says that a clip follows it"));
+              HasSubstr("nothing was joined: neither recording says that a clip follows it"));
 }
 
 TEST_F(SequencesCommand, SaysThatSalvageCouldNotReadATimecode) {
@@ -241,7 +240,7 @@ TEST_F(SequencesCommand, SaysThatSalvageCouldNotReadATimecode) {
   const std::string back = PutTimed("2.mp4", 11, ChainLink(5, 5));
   const Finished run = Sequences({"--salvage", damaged, back});
   EXPECT_EQ(3, run.exitCode);
-  EXPECT_THAT(run.out, HasSubstr("salvage: failed, the timecode can't be read\n"));
+  EXPECT_THAT(run.out, HasSubstr("salvage: failed: the timecode can't be read\n"));
   EXPECT_EQ("E_BAD_DATA", Json(3, {"--salvage", damaged, back})["salvage"]["result"]);
   EXPECT_EQ(0, Sequences({damaged, back}).exitCode);
 }

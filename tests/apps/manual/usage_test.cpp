@@ -35,12 +35,17 @@ TEST(UsageText, TellsOfAMistypedNameAlikeInEveryCommand) {
   const std::string there = support::SourcePath("examples/clips/clip1.mp4");
   const std::string words =
       "error: " + name + " can't be read: there is no such file (input-unreadable)\n";
-  for (const std::vector<std::string>& arguments :
-       std::vector<std::vector<std::string>>{{"info", name},
-                                             {"check", there, name},
-                                             {"sequences", there, name},
-                                             {"join", "-o", folder / "out", there, name},
-                                             {"merge", "-o", folder / "out.mp4", there, name}}) {
+  for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+           {"info", name},
+           {"check", there, name},
+           {"sequences", there, name},
+           {"join", "-o", folder / "out", there, name},
+           {"merge", "-o", folder / "out.mp4", there, name},
+           {"rescue", "-o", folder / "out.mp4", name},
+           {"rescue", "-o", folder / "out.mp4", "--like", name, there},
+           {"split", name},
+           {"verify", name, "--against", folder.path()},
+           {"verify", folder.path(), "--against", name}}) {
     const support::Finished run = Tool(arguments);
     EXPECT_EQ(1, run.exitCode) << arguments[0];
     EXPECT_THAT(run.err, HasSubstr(words)) << arguments[0];
@@ -52,17 +57,40 @@ TEST(UsageText, TellsOfAMistypedNameAlikeInEveryCommand) {
 TEST(UsageText, TellsProgramsOfAMistypedNameInTheDocument) {
   const support::TempDir folder;
   const std::string name = folder / "mistyped";
-  for (const std::vector<std::string>& arguments :
-       std::vector<std::vector<std::string>>{{"info", "--json", name},
-                                             {"check", "--json", name},
-                                             {"sequences", "--json", name},
-                                             {"join", "--json", "-o", folder / "out", name},
-                                             {"merge", "--json", "-o", folder / "out.mp4", name}}) {
+  for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+           {"info", "--json", name},
+           {"check", "--json", name},
+           {"sequences", "--json", name},
+           {"join", "--json", "-o", folder / "out", name},
+           {"merge", "--json", "-o", folder / "out.mp4", name},
+           {"merge", "--json", "--job", name, "1"},
+           {"rescue", "--json", "-o", folder / "out.mp4", name},
+           {"split", "--json", name},
+           {"verify", "--json", name, "--against", folder.path()}}) {
     const support::Finished run = Tool(arguments);
     EXPECT_EQ(1, run.exitCode) << arguments[0];
     EXPECT_EQ("", run.err) << arguments[0];
     EXPECT_THAT(run.out, HasSubstr("mistyped")) << arguments[0];
   }
+}
+
+TEST(UsageText, SaysWhatIsWrongWithArguments) {
+  const auto said = [](const std::vector<std::string>& arguments) {
+    const support::Finished run = Tool(arguments);
+    EXPECT_EQ(2, run.exitCode);
+    return run.err.substr(0, run.err.find('\n'));
+  };
+  EXPECT_EQ("clipchain: rescue does not take b.mp4",
+            said({"rescue", "a.mp4", "b.mp4", "-o", "c.mp4"}));
+  EXPECT_EQ("clipchain: check has no option --sort", said({"check", "--sort", "a.mp4"}));
+  EXPECT_EQ("clipchain: --output needs OUT", said({"merge", "-o"}));
+  EXPECT_EQ("clipchain: --job needs FILE N", said({"merge", "--job", "plan.json"}));
+  EXPECT_EQ("clipchain: --output does not go with --job",
+            said({"merge", "-o", "a", "--job", "plan.json", "1"}));
+  EXPECT_EQ("clipchain: --hash needs --originals",
+            said({"merge", "-o", "a", "--hash", "sha256", "b"}));
+  EXPECT_EQ("clipchain: --accept: takes certain, likely or possible, not \"sure\"",
+            said({"join", "--accept", "sure", "-o", "a", "b"}));
 }
 
 TEST(UsageText, LeavesATerminalAlone) {
