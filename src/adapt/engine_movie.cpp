@@ -32,8 +32,8 @@ constexpr unsigned int kJoined[] = {FourCc("stts"), FourCc("ctts"), FourCc("stsz
                                     FourCc("co64"), FourCc("stss"), FourCc("sdtp")};
 
 // What no engine needs to know: how they are joined is not its business.
-constexpr unsigned int kOfSamples[] = {FourCc("cslg"), FourCc("sbgp"), FourCc("sgpd"),
-                                       FourCc("stps"), FourCc("subs")};
+constexpr unsigned int kOfSamples[] = {FourCc("cslg"), FourCc("csgp"), FourCc("sbgp"),
+                                       FourCc("sgpd"), FourCc("stps"), FourCc("subs")};
 
 template <std::size_t count>
 bool IsAmong(const unsigned int (&types)[count], unsigned int type) {

@@ -57,9 +57,9 @@ bool IsProtection(const RawBox& box) {
 
 // Boxes of a track fragment that go into tables, or say nothing besides them.
 bool IsTaken(const RawBox& box) {
-  static constexpr unsigned int kTypes[] = {FourCc("tfhd"), FourCc("tfdt"), FourCc("trun"),
-                                            FourCc("sdtp"), FourCc("sgpd"), FourCc("sbgp"),
-                                            FourCc("subs"), FourCc("free"), FourCc("skip")};
+  static constexpr unsigned int kTypes[] = {
+      FourCc("tfhd"), FourCc("tfdt"), FourCc("trun"), FourCc("sdtp"), FourCc("sgpd"),
+      FourCc("sbgp"), FourCc("csgp"), FourCc("subs"), FourCc("free"), FourCc("skip")};
   return std::find(std::begin(kTypes), std::end(kTypes), box.type) != std::end(kTypes) ||
          IsOfUser(box, kTimes) || IsOfUser(box, kLaterTimes);
 }

@@ -22,13 +22,12 @@ namespace clipchain {
 namespace {
 
 // Say something of each sample, or of pairs of samples, and are not joined.
-constexpr unsigned int kDropped[] = {FourCc("padb"), FourCc("stdp"), FourCc("stsh"),
-                                     FourCc("csgp")};
+constexpr unsigned int kDropped[] = {FourCc("padb"), FourCc("stdp"), FourCc("stsh")};
 // Without them protected samples can't be decrypted (ISO/IEC 23001-7). Their offsets are those of
 // the file, so that they are wrong in a result of one clip too.
 constexpr unsigned int kProtection[] = {FourCc("saiz"), FourCc("saio"), FourCc("senc")};
-constexpr unsigned int kJoined[] = {FourCc("sgpd"), FourCc("sbgp"), FourCc("subs"), FourCc("stps"),
-                                    FourCc("cslg")};
+constexpr unsigned int kJoined[] = {FourCc("sgpd"), FourCc("sbgp"), FourCc("csgp"),
+                                    FourCc("subs"), FourCc("stps"), FourCc("cslg")};
 
 constexpr const char* kKeepClip = "keep the clip if you need what it says";
 
@@ -82,6 +81,20 @@ RawBox* TableAt(FitClip& clip, std::size_t place) {
   return place < tracks.size() ? SampleTable(*tracks[place]) : nullptr;
 }
 
+// A size for all of them could say that there is any number of samples. Samples may share bytes.
+bool AreInMedia(const FitClips& clips, const std::vector<RawBox*>& tables) {
+  constexpr std::uint64_t kTimesShared = 4;
+  constexpr std::uint64_t kSpare = 1 << 20;
+  for (std::size_t i = 0; i < clips.size(); ++i) {
+    const RawBox* box = tables[i]->Child(FourCc("stsz"));
+    const auto sizes = box != nullptr ? ReadSizes(*box) : std::nullopt;
+    std::uint64_t media = kSpare;
+    for (const MediaRange& range : clips[i].media) media += range.size * kTimesShared;
+    if (sizes && sizes->Sum() > media) return false;
+  }
+  return true;
+}
+
 const RawBox* TrackAt(const FitClip& clip, std::size_t place) {
   return TracksOf(clip.movie)[place];
 }
@@ -94,6 +107,7 @@ void JoinedTables::Adapt(FitClips& clips, FitReport& report) {
     for (FitClip& clip : clips) tables.push_back(TableAt(clip, place));
     if (std::count(tables.begin(), tables.end(), nullptr) != 0) continue;
     if (RefuseProtected(clips, place, report) || clips.size() < 2) continue;
+    if (!AreInMedia(clips, tables)) continue;
     for (const FormChange& change : GiveOneForm(tables)) {
       const RawBox& track = *TrackAt(clips[change.table], place);
       report.Note(AdaptationKind::kTables, change.table, RawTrackId(track),
@@ -177,7 +191,8 @@ void JoinedTables::TellDropped(const FitClips& clips, std::size_t place, const J
 
 void JoinedTables::AllowDropped(const JoinedTrack& joined, FitReport& report) {
   report.dropped.insert(joined.dropped.begin(), joined.dropped.end());
-  if (!joined.groups.LeftOut().empty()) report.dropped.insert({FourCc("sbgp"), FourCc("sgpd")});
+  if (!joined.groups.LeftOut().empty())
+    report.dropped.insert({FourCc("csgp"), FourCc("sbgp"), FourCc("sgpd")});
   if (joined.subsamples.IsLeftOut()) report.dropped.insert(FourCc("subs"));
 }
 

@@ -92,6 +92,92 @@ std::optional<GroupTable> ReadGroupTable(const RawBox& sbgp) {
   return table;
 }
 
+// Numbers of 4, 8, 16 or 32 bits, one behind the other.
+class NumberReader {
+ public:
+  explicit NumberReader(std::span<const unsigned char> bytes) : bytes_(bytes) {}
+
+  std::size_t Left() const { return bytes_.size() * 2 - half_; }  // in halves of a byte
+  // `code` 0 to 3 is how wide it is. False: there are too few bytes.
+  bool Take(unsigned int code, std::uint32_t& number) {
+    const std::size_t halves = std::size_t{1} << code;
+    if (halves > Left()) return false;
+    number = 0;
+    for (std::size_t i = 0; i < halves; ++i, ++half_)
+      number = number << 4 | (half_ % 2 == 0 ? bytes_[half_ / 2] >> 4 : bytes_[half_ / 2] & 15);
+    return true;
+  }
+
+ private:
+  std::span<const unsigned char> bytes_;
+  std::size_t half_ = 0;
+};
+
+// So many runs may a compact table become, which says with a few bytes what goes on for long.
+constexpr std::size_t kMostCompactRuns = 1U << 22;
+
+struct Pattern {
+  std::uint32_t length = 0;
+  std::uint32_t samples = 0;
+};
+
+// Spells patterns out, each of which goes round until it has spoken of its samples.
+bool SpellPatterns(const std::vector<Pattern>& patterns, NumberReader& in, unsigned int flags,
+                   std::vector<GroupRun>& runs) {
+  constexpr unsigned int kLocalIsMarked = 0x80;
+  const unsigned int code = flags & 3;
+  const std::uint32_t mark =
+      (flags & kLocalIsMarked) != 0 ? 1U << ((std::size_t{4} << code) - 1) : 0;
+  std::vector<std::uint32_t> indexes;
+  for (const Pattern& pattern : patterns) {
+    if (pattern.length == 0 || pattern.length > in.Left()) return false;
+    indexes.resize(pattern.length);
+    for (std::uint32_t& index : indexes) {
+      if (!in.Take(code, index)) return false;
+      if ((index & mark) != 0) index = (index & ~mark) + kFragmentIndex;
+    }
+    const bool isOne = std::all_of(indexes.begin(), indexes.end(),
+                                   [&](std::uint32_t index) { return index == indexes.front(); });
+    if (isOne) {
+      runs.push_back({pattern.samples, indexes.front()});
+      continue;
+    }
+    if (pattern.samples > kMostCompactRuns - std::min(runs.size(), kMostCompactRuns)) return false;
+    for (std::uint32_t i = 0; i < pattern.samples; ++i)
+      runs.push_back({1, indexes[i % pattern.length]});
+  }
+  return true;
+}
+
+// "csgp" (8.9.5).
+std::optional<GroupTable> ReadCompactTable(const RawBox& csgp) {
+  constexpr unsigned int kHasParameter = 0x40;
+  std::span<const unsigned char> in = csgp.data;
+  GroupTable table;
+  be32 flags;
+  be32 type;
+  be32 parameter;
+  be32 count;
+  if (!TakeField(in, flags) || flags >> 24 != 0 || !TakeField(in, type)) return std::nullopt;
+  table.type = type;
+  if ((flags & kHasParameter) != 0) {
+    if (!TakeField(in, parameter)) return std::nullopt;
+    table.parameter = parameter;
+  }
+  if (!TakeField(in, count) || count > in.size()) return std::nullopt;
+  NumberReader numbers(in);
+  std::vector<Pattern> patterns(count);
+  for (Pattern& pattern : patterns) {
+    if (!numbers.Take(flags >> 4 & 3, pattern.length) ||
+        !numbers.Take(flags >> 2 & 3, pattern.samples))
+      return std::nullopt;
+  }
+  if (!SpellPatterns(patterns, numbers, flags, table.runs)) return std::nullopt;
+  return table;
+}
+
+bool IsTable(const RawBox& box) { return box.type == FourCc("sbgp") || box.type == FourCc("csgp"); }
+
 RawBox DescriptionsBox(unsigned int type, const GroupDescriptions& groups) {
   const std::vector<Bytes>& entries = *groups.entries;
   const bool areAlike =
@@ -193,7 +279,7 @@ void SampleGroups::Append(const RawBox& table, std::uint32_t samples) {
     if (box.type == FourCc("sgpd")) TakeDescriptions(box, false, part);
   }
   for (const RawBox& box : table.children) {
-    if (box.type == FourCc("sbgp")) TakeRuns(box, part, false, samples);
+    if (IsTable(box)) TakeRuns(box, part, false, samples);
   }
   FillUp(part, samples);
 }
@@ -204,7 +290,7 @@ void SampleGroups::AppendFragment(const RawBox& fragment, std::uint32_t samples)
     if (box.type == FourCc("sgpd")) TakeDescriptions(box, true, part);
   }
   for (const RawBox& box : fragment.children) {
-    if (box.type == FourCc("sbgp")) TakeRuns(box, part, true, samples);
+    if (IsTable(box)) TakeRuns(box, part, true, samples);
   }
   // A part without descriptions of its own goes on with the default of those before.
   for (const auto& [type, kind] : kinds_) {
@@ -279,7 +365,7 @@ bool SampleGroups::IndexOf(const Indexes* own, const Kind& kind, bool isFragment
 
 void SampleGroups::TakeRuns(const RawBox& box, const Part& own, bool isFragment,
                             std::uint32_t samples) {
-  const auto table = ReadGroupTable(box);
+  const auto table = box.type == FourCc("csgp") ? ReadCompactTable(box) : ReadGroupTable(box);
   const auto named = GroupingType(box);
   if (!table) {
     if (named) LeaveOut(*named);
@@ -323,6 +409,7 @@ void SampleGroups::FillUp(const Part& part, std::uint32_t samples) {
 void SampleGroups::Write(RawBox& table) const {
   table.Remove(FourCc("sgpd"));
   table.Remove(FourCc("sbgp"));
+  table.Remove(FourCc("csgp"));
   for (const auto& [type, kind] : kinds_) {
     const bool isAsRead = kind.asRead.type != 0;
     table.children.push_back(isAsRead ? kind.asRead : DescriptionsBox(type, kind.descriptions));

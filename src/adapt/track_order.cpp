@@ -1,6 +1,7 @@
 #include "adapt/track_order.h"
 
 #include <algorithm>
+#include <map>
 #include <numeric>
 #include <set>
 #include <string>
@@ -119,6 +120,30 @@ void DropReferences(RawBox& movie, const std::set<unsigned int>& gone) {
   }
 }
 
+// By track: of which type each reference is, and the place of the track that it leads to.
+using References = std::set<std::pair<unsigned int, std::size_t>>;
+
+std::vector<References> ReferencesOf(const RawBox& movie) {
+  const std::vector<const RawBox*> tracks = TracksOf(movie);
+  std::map<unsigned int, std::size_t> places;
+  for (std::size_t i = 0; i < tracks.size(); ++i) places.emplace(RawTrackId(*tracks[i]), i);
+  std::vector<References> all;
+  for (const RawBox* track : tracks) {
+    References& found = all.emplace_back();
+    const RawBox* box = track->Child(FourCc("tref"));
+    if (box == nullptr) continue;
+    for (const RawBox& reference : box->children) {
+      std::span<const unsigned char> in = reference.data;
+      QUIRVA::be32 id;
+      while (TakeField(in, id)) {
+        const auto target = places.find(id);
+        if (target != places.end()) found.emplace(reference.type, target->second);
+      }
+    }
+  }
+  return all;
+}
+
 class TrackOrder final : public Adaptation {
  public:
   explicit TrackOrder(bool commonTracks) : commonTracks_(commonTracks) {}
@@ -190,6 +215,23 @@ class TrackOrder final : public Adaptation {
       std::vector<std::size_t> places;
       for (const std::size_t place : common) places.push_back(partners[i][place]);
       ArrangeClip(clips[i], i, places, report);
+      if (i != 0) TellReferences(clips, i, report);
+    }
+  }
+
+  // The result has those of the first clip.
+  void TellReferences(const FitClips& clips, std::size_t index, FitReport& report) const {
+    const auto kept = ReferencesOf(clips.front().movie);
+    const auto later = ReferencesOf(clips[index].movie);
+    const std::vector<const RawBox*> tracks = TracksOf(clips[index].movie);
+    for (std::size_t i = 0; i < later.size() && i < kept.size(); ++i) {
+      if (std::includes(kept[i].begin(), kept[i].end(), later[i].begin(), later[i].end())) continue;
+      report
+          .Refuse(FitProblemKind::kBoxLost, index, RawTrackId(*tracks[i]),
+                  "has in its " + RawTrackWords(*tracks[i]) +
+                      " references to other tracks, and those of " + firstPath_ + " alone stay",
+                  "keep the clip if you need what is lost")
+          .box = "moov/trak/tref";
     }
   }
 

@@ -96,6 +96,31 @@ TEST(TrackOrder, TakesReferencesToTracksThatAreLeftOutAway) {
   EXPECT_EQ(reference->data, support::U32(2));
 }
 
+TEST(TrackOrder, NamesReferencesThatAreLost) {
+  const auto referring = [](std::uint32_t to) {
+    MovieBuilder clip = MovieBuilder().Add(support::VideoTrack(4)).Add(support::AudioTrack(3));
+    if (to != 0)
+      clip.tracks[0].extraTrackBoxes =
+          support::Box("tref", {support::Box("sync", {support::U32(to)})});
+    return clip;
+  };
+  for (const auto& [first, second, lost] : {std::tuple{0u, 2u, true},
+                                            {2u, 2u, false},
+                                            {2u, 0u, false},
+                                            {1u, 2u, true},
+                                            {0u, 9u, false}}) {
+    FitClips clips = ClipsOf({referring(first), referring(second)});
+    FitReport report;
+    MakeTrackOrder({})->Adapt(clips, report);
+    ASSERT_EQ(report.problems.size(), lost ? 1u : 0u) << first << second;
+    if (lost) {
+      EXPECT_EQ(report.problems[0].kind, FitProblemKind::kBoxLost);
+      EXPECT_EQ(report.problems[0].clip, 1u);
+      EXPECT_EQ(report.problems[0].track, 1u);
+    }
+  }
+}
+
 TEST(KeptBoxes, NamesWhatTheEngineWouldWriteOtherwise) {
   MovieBuilder clip = MovieBuilder().Add(support::VideoTrack(4));
   FitClips clips = ClipsOf({clip});

@@ -52,6 +52,47 @@ Bytes Joined(const SampleGroups& groups) {
   return bytes;
 }
 
+// Widths of 4, 8, 16 and 32 bits have the codes 0 to 3; patterns, their lengths, what they hold.
+TEST(SampleGroups, CompactTablesAreSpelledOut) {
+  const Bytes plain = FullBox("csgp", 0, 0x15, {Text("roll"), U32(2), Hex("02 05 01 03 01 00 02")});
+  const Bytes wide =
+      FullBox("csgp", 0, 0x3F, {Text("roll"), U32(1), U32(2), U32(5), U32(1), U32(0)});
+  const Bytes halves = FullBox("csgp", 0, 0, {Text("roll"), U32(2), Hex("25 13 10 20")});
+  const Bytes same = Rolls({7, 8}) + Groups({{1, 1}, {1, 0}, {1, 1}, {1, 0}, {1, 1}, {3, 2}});
+  for (const Bytes& compact : {plain, halves}) {
+    SampleGroups groups;
+    groups.Append(TableOf({Rolls({7, 8}), compact}), 8);
+    EXPECT_TRUE(groups.LeftOut().empty());
+    EXPECT_EQ(Joined(groups), same);
+  }
+  SampleGroups groups;
+  groups.Append(TableOf({Rolls({7, 8}), wide}), 8);
+  EXPECT_EQ(Joined(groups),
+            Rolls({7, 8}) + Groups({{1, 1}, {1, 0}, {1, 1}, {1, 0}, {1, 1}, {3, 0}}));
+}
+
+TEST(SampleGroups, CompactTablesOfFragmentsMarkTheirOwnDescriptions) {
+  SampleGroups groups;
+  groups.Append(TableOf({Rolls({7})}), 0);
+  groups.AppendFragment(
+      FragmentOf(
+          {Rolls({9}), FullBox("csgp", 0, 0x95, {Text("roll"), U32(2), Hex("01 02 01 03 81 01")})}),
+      5);
+  EXPECT_EQ(Joined(groups), Rolls({7, 9}) + Groups({{2, 2}, {3, 1}}));
+}
+
+TEST(SampleGroups, CompactTablesThatGoOnForeverAreLeftOut) {
+  for (const Bytes& table :
+       {FullBox("csgp", 0, 0x3F, {Text("roll"), U32(1), U32(2), U32(0xFFFFFFFF), U32(1), U32(0)}),
+        FullBox("csgp", 0, 0x3F, {Text("roll"), U32(1), U32(0xFFFFFFFF), U32(5), U32(1)}),
+        FullBox("csgp", 0, 0x3F, {Text("roll"), U32(9), U32(1), U32(5), U32(1)}),
+        FullBox("csgp", 1, 0x15, {Text("roll"), U32(0)})}) {
+    SampleGroups groups;
+    groups.Append(TableOf({Rolls({7}), table}), 0xFFFFFFFF);
+    EXPECT_EQ(groups.LeftOut().size(), 1u);
+  }
+}
+
 TEST(SampleGroups, EqualDescriptionsAreKeptAndRunsAppended) {
   SampleGroups groups;
   EXPECT_TRUE(groups.IsEmpty());

@@ -95,8 +95,12 @@ void AddFitProblems(const Fit& fit, std::size_t clip, FileFindings& findings) {
   const Findings before = findings.All();
   for (const FitProblem& problem : fit.Report().problems) {
     const Message message = MessageOf(problem.kind);
-    const bool isTold = std::any_of(before.begin(), before.end(), [=](const Finding& finding) {
-      return finding.message == message;
+    // What boxes are lost is told box by box.
+    const std::string type = problem.kind == FitProblemKind::kBoxLost
+                                 ? problem.box.substr(problem.box.find_last_of('/') + 1)
+                                 : std::string();
+    const bool isTold = std::any_of(before.begin(), before.end(), [&](const Finding& finding) {
+      return finding.message == message && finding.box.find(type) != std::string::npos;
     });
     if (problem.clip != clip || isTold) continue;
     Finding& finding = findings.Add(message, problem.text, problem.remedy);

@@ -81,6 +81,7 @@ class ExtrasReader {
     BoxView box;
     while (TakeBox(rest, box)) {
       if (box.type == FourCc("sbgp")) TakeGroups(box.body, first, own);
+      if (box.type == FourCc("csgp")) TakePatterns(box.body, first, first + count, own);
       if (box.type == FourCc("subs")) TakeSubSamples(box.body, first);
     }
     TakeUsual(own, {}, first, first + count);
@@ -89,6 +90,7 @@ class ExtrasReader {
 
  private:
   void TakeGroups(View body, Number first, const Descriptions& own);
+  void TakePatterns(View body, Number first, Number end, const Descriptions& own);
   void TakeUsual(const Descriptions& all, const Descriptions& inTheirPlace, Number first,
                  Number end);
   void TakeSubSamples(View body, Number first);
@@ -117,6 +119,47 @@ void ExtrasReader::TakeGroups(View body, Number first, const Descriptions& own) 
     runs.push_back({U32(entries, 0), group});
     covered += U32(entries, 0);
     entries = entries.subspan(8);
+  }
+}
+
+// The compact form (clause 8.9.5): widths in bits, then how long each pattern is and for how many
+// samples it goes round, then what the patterns are made of.
+void ExtrasReader::TakePatterns(View body, Number first, Number end, const Descriptions& own) {
+  const std::uint32_t flags = U32(body, 0) & 0xFFFFFF;
+  const bool parameter = (flags & 0x40) != 0;
+  const std::size_t at = parameter ? 12 : 8;
+  const std::uint32_t type = U32(body, 4);
+  const GroupKey key = {type, parameter ? U32(body, 8) : 0};
+  const View bits = From(body, at + 4);
+  const auto width = [flags](unsigned int shift) { return std::size_t{4} << (flags >> shift & 3); };
+  const std::size_t step = width(4) + width(2);
+  const std::size_t patterns = std::min<std::size_t>(U32(body, at), bits.size() * 8 / step);
+  const auto number = [bits](std::size_t from, std::size_t count) {
+    std::uint32_t value = 0;
+    for (std::size_t i = from; i < from + count; ++i)
+      value = value << 1 | (i / 8 < bits.size() ? bits[i / 8] >> (7 - i % 8) & 1 : 0);
+    return value;
+  };
+  std::vector<GroupRun>& runs = extras_.groups[key];
+  Number& covered = covered_[key];
+  if (first > covered) runs.push_back({first - covered, 0});
+  covered = std::max(covered, first);
+  const std::uint32_t top = (flags & 0x80) != 0 ? 1U << (width(0) - 1) : 0;
+  std::size_t begin = patterns * step;
+  for (std::size_t i = 0; i < patterns; ++i) {
+    const std::size_t length = number(i * step, width(4));
+    const Number samples = number(i * step + width(4), width(2));
+    if (length == 0 || begin / 8 >= bits.size()) return;
+    const Number stop = std::min(end, covered + samples);
+    for (std::size_t k = 0; covered < stop; ++k, ++covered) {
+      const std::uint32_t index = number(begin + k % length * width(0), width(0));
+      const bool local = (index & top) != 0;
+      const unsigned int group =
+          local ? NumberIn(own, type, index & ~top) : NumberIn(ofTrack_, type, index);
+      if (runs.empty() || runs.back().group != group) runs.push_back({0, group});
+      ++runs.back().count;
+    }
+    begin += length * width(0);
   }
 }
 

@@ -25,7 +25,12 @@ void GapPatterns::Learn(const Reference& reference, std::optional<std::size_t> a
   std::uint64_t last = 0;
   for (const ChunkPlace& chunk : reference.chunks()) {
     if (anchor && chunk.track == *anchor) {
-      if (!gap.tracks.empty()) TakeGap(gap);
+      GapPattern* pattern = gap.tracks.empty() ? nullptr : TakeGap(gap);
+      if (pattern != nullptr) {
+        const std::uint64_t count = gap.counts.front();
+        pattern->least = pattern->most == 0 ? count : std::min(pattern->least, count);
+        pattern->most = std::max(pattern->most, count);
+      }
       gap = {};
       continue;
     }
@@ -50,7 +55,7 @@ void GapPatterns::Learn(const Reference& reference, std::optional<std::size_t> a
   }
 }
 
-void GapPatterns::TakeGap(const Gap& gap) {
+GapPattern* GapPatterns::TakeGap(const Gap& gap) {
   largest_ = std::max(largest_, gap.bytes);
   for (std::size_t i = 0; i < gap.tracks.size(); ++i)
     AddOnce(counts_[gap.tracks[i]], gap.counts[i]);
@@ -58,12 +63,15 @@ void GapPatterns::TakeGap(const Gap& gap) {
     return pattern.tracks == gap.tracks && pattern.atBegin == gap.atBegin;
   });
   if (found == patterns_.end()) {
-    if (patterns_.size() == kMostPatterns) return;
-    patterns_.push_back({gap.tracks, {}, 0, gap.atBegin});
+    if (patterns_.size() == kMostPatterns) return nullptr;
+    patterns_.emplace_back();
     found = patterns_.end() - 1;
+    found->tracks = gap.tracks;
+    found->atBegin = gap.atBegin;
   }
   ++found->times;
   AddOnce(found->counts, gap.counts);
+  return &*found;
 }
 
 std::vector<std::uint64_t> GapPatterns::CountsOf(std::size_t track) const { return counts_[track]; }
@@ -140,15 +148,16 @@ class Solver {
   ByteRange gap_;
 };
 
-// Where the reference's gaps are of very many lengths, one between them will do.
+// Where the reference's gaps are of very many lengths, one between them will do, as long as no two
+// of them fit into one: then nothing inside of a gap can be taken for a picture between two.
 bool HasCountsOf(const GapPattern& pattern, const Pieces& pieces) {
   constexpr std::size_t kMany = 64;
   std::vector<std::uint64_t> counts;
   for (const GapPiece& piece : pieces) counts.push_back(piece.span.count);
   const auto& known = pattern.counts;
   if (known.size() >= kMany && counts.size() == 1) {
-    const auto [least, most] = std::minmax_element(known.begin(), known.end());
-    return *least <= counts && counts <= *most;
+    const std::uint64_t count = counts.front();
+    return pattern.least <= count && count <= pattern.most && 2 * pattern.least > pattern.most;
   }
   return std::find(known.begin(), known.end(), counts) != known.end();
 }

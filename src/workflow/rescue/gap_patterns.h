@@ -18,6 +18,10 @@ struct GapPattern {
   // Samples of each, as they occur, each once.
   std::vector<std::vector<std::uint64_t>> counts;
   std::uint64_t times = 0;
+  // Of the first track, the fewest and the most samples, without those of the last gap, which may
+  // have ended early; 0 where there is no other.
+  std::uint64_t least = 0;
+  std::uint64_t most = 0;
   // In front of the first picture.
   bool atBegin = false;
 };
@@ -44,7 +48,7 @@ class GapPatterns {
     std::uint64_t bytes = 0;
     bool atBegin = false;
   };
-  void TakeGap(const Gap& gap);
+  GapPattern* TakeGap(const Gap& gap);
 
   std::vector<GapPattern> patterns_;
   std::vector<std::vector<std::uint64_t>> counts_;  // by track
