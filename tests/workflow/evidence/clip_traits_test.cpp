@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "support/movie_builder.h"
 #include "support/temp_dir.h"
 #include "workflow/evidence/leaf_values.h"
@@ -174,6 +176,34 @@ TEST_F(Traits, AreEqualForCopiesAlone) {
   EXPECT_EQ(Of(movie)->movieDigest, first);
   movie.creationTime = 1;
   EXPECT_NE(Of(movie)->movieDigest, first);
+}
+
+TEST_F(Traits, OfAnyDamageAreReadWithoutHarm) {
+  MovieBuilder movie;
+  movie.Add(VideoTrack(4)).Add(TimecodeTrack({{0, 1, 0xA5, 0xE0}}));
+  movie.Add(TimecodeTrack({Text("$GPRMC,101112.25,A"), Text("$GPRMC,101113.25,A")}, 4));
+  movie.tracks.back().handler = "meta";
+  movie.tracks.back().sampleEntry = Box("mett", {U32(0), Hex("0000 0001"), Text("a"), Fill(9, 0)});
+  movie.extraMovieBoxes = Box("udta", {Box("ABCD", {kValue}), U32(0)}) +
+                          Box("uuid", {Fill(16, 7), kValue}) +
+                          FullBox("meta", 0, 0, {Box("IJKL", {kValue})});
+  const Bytes good = movie.Build();
+  const std::string path = folder / "clip.mp4";
+  const auto read = [&](const Bytes& bytes) {
+    // A file that is cut and written again is flushed.
+    std::filesystem::remove(path);
+    support::WriteFile(path, bytes);
+    const auto traits = ReadClipTraits(path, 0);
+    // What is not there is not made up.
+    return !traits || traits->values.size() <= 16;
+  };
+  ASSERT_EQ(ReadClipTraits((support::WriteFile(path, good), path), 0)->values.size(), 3u);
+  const std::size_t begin = support::FindBox(good, "moov");
+  for (std::size_t at = begin; at + 4 <= good.size(); ++at) {
+    for (const std::uint32_t value : {0u, 1u, 0x7FFFFFFFu, 0xFFFFFFFFu})
+      EXPECT_TRUE(read(support::WithU32(good, at, value))) << at << ' ' << value;
+    EXPECT_TRUE(read({good.begin(), good.begin() + static_cast<std::ptrdiff_t>(at)})) << at;
+  }
 }
 
 TEST(LeafValues, AreFoundInUserDataAndExtensionsAndMetadata) {
