@@ -123,6 +123,36 @@ def check_kept(tool, clips, folder):
     require("clips kept: yes" in run(tool, "verify", card, "--against", kept, "--clips-only"), "nothing proven")
 
 
+def check_layouts(tool, clips, plain, folder):
+    """Wherever the parts of the result lie, its chapters and samples are the same, and the clips are kept."""
+    card, kept = folder / "laid_out", folder / "kept_laid_out"
+    card.mkdir()
+    kept.mkdir()
+    for clip in clips:
+        shutil.copy(clip, card)
+    result = kept / "film.mp4"
+    for ways in (["--faststart"], ["--reflink=auto"], ["-"]):
+        if ways == ["-"]:
+            with open(result, "wb") as output:
+                require(subprocess.run([tool, "merge", "-q", "--chapters", "-o", "-", *clips], stdout=output,
+                                       check=False).returncode == 0, "no result on a pipe")
+        else:
+            run(tool, "merge", "--chapters", "--originals", *ways, "-o", result, *clips)
+            run(tool, "verify", card, "--against", kept, "--whole")
+            back = folder / f"back{ways[0]}"
+            run(tool, "split", result, "-o", back)
+            require(all((back / clip.name).read_bytes() == clip.read_bytes() for clip in clips), f"{ways}: other clips")
+            (kept / "film.mp4.originals").unlink()
+        check_places(clips, result)
+        require(hashes(result) == hashes(plain), f"{ways}: other samples")
+        run(tool, "verify", card, "--against", kept)
+        whole = bytearray(result.read_bytes())
+        whole[whole.rindex(b"chpl") + 4 + 9 + 7] ^= 1
+        result.write_bytes(whole)
+        run(tool, "verify", card, "--against", kept, code=3)
+        result.unlink()
+
+
 def check_join(tool, source, folder):
     """Joined with chapters it is there already, asked for or not; what was joined without is not."""
     card = folder / "identified"
@@ -169,6 +199,7 @@ def main(tool):
         run(tool, "merge", "--chapters", "--exact", "-o", folder / "no.mp4", *clips, code=2)
         refused("chapters-impossible", tool, "check", "--chapters", *[clips[2]] * 256)
         check_kept(tool, clips, folder)
+        check_layouts(tool, clips, plain, folder)
         examples = sorted((Path(__file__).resolve().parents[2] / "examples" / "clips").glob("*.mp4"))
         check_join(tool, examples, folder)
     print(f"chapters are found by ffprobe and {readers} others")
