@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 #include "apps/tool.h"
 #include "support/bytes.h"
 #include "support/media.h"
+#include "support/small_disk.h"
 #include "support/temp_dir.h"
 
 namespace fs = std::filesystem;
@@ -16,6 +16,7 @@ using support::Bytes;
 using support::Finished;
 using support::Join;
 using support::ReadFile;
+using support::SmallDisk;
 using support::TempDir;
 using support::Text;
 using support::WriteFile;
@@ -41,28 +42,6 @@ struct TopLevel {
     }
   }
   Bytes ftyp, free, mdat, moov;
-};
-
-// A disk in memory, gone at the end.
-class SmallDisk {
- public:
-  SmallDisk(fs::path path, const char* size) : path_(std::move(path)) {
-    fs::create_directory(path_);
-    mounted_ = ::mount("tmpfs", path_.c_str(), "tmpfs", 0, size) == 0;
-  }
-  ~SmallDisk() {
-    if (mounted_ && ::umount(path_.c_str()) != 0) ADD_FAILURE() << "the disk stays";
-  }
-  SmallDisk(const SmallDisk&) = delete;
-  SmallDisk& operator=(const SmallDisk&) = delete;
-
-  bool mounted() const { return mounted_; }
-  const fs::path& path() const { return path_; }
-  std::string operator/(const std::string& name) const { return path_ / name; }
-
- private:
-  fs::path path_;
-  bool mounted_ = false;
 };
 
 class MergeCommand : public testing::Test {
@@ -362,14 +341,14 @@ TEST_F(MergeCommand, NeverReplacesADevice) {
 
 TEST_F(MergeCommand, SaysBeforehandWhatDoesNotFitTheDisk) {
   const SmallDisk disk(folder_ / "disk", "size=160k");
-  if (!disk.mounted()) GTEST_SKIP() << "a small disk can be mounted by root only";
+  if (!disk.mounted()) GTEST_SKIP() << support::kNoSmallDisk;
   ExpectOutputRefused(disk / "out.mp4", "too-little-space", "are free in");
   EXPECT_TRUE(fs::is_empty(disk.path()));
 }
 
 TEST_F(MergeCommand, LeavesNothingOnADiskThatFillsUp) {
   const SmallDisk disk(folder_ / "disk", "size=300k");
-  if (!disk.mounted()) GTEST_SKIP() << "a small disk can be mounted by root only";
+  if (!disk.mounted()) GTEST_SKIP() << support::kNoSmallDisk;
   // Somebody else takes the room while the merge is under way: it waits for the answer about what
   // was left behind.
   const std::string leftover = disk / ".out.mp4.clipchain-4711-0123456789abcdef.part";

@@ -13,6 +13,7 @@
 #include "support/movie_builder.h"
 #include "support/movie_oracle.h"
 #include "support/result_matchers.h"
+#include "support/small_disk.h"
 #include "workflow/merging/safe_merge_fixture.h"
 
 using namespace clipchain;
@@ -289,8 +290,8 @@ TEST_F(SafeMergeTest, CallsAClipThatWasReplacedBeforeItsCopyThat) {
 
 // A file there may have the number that an input has here.
 TEST_F(SafeMergeTest, ReplacesAnOutputOnAnotherDisk) {
-  if (!fs::is_directory("/dev/shm")) GTEST_SKIP() << "no other disk";
-  const support::TempDir other("/dev/shm");
+  const support::SmallDisk other(folder / "disk", "size=1m");
+  if (!other.mounted()) GTEST_SKIP() << support::kNoSmallDisk;
   options.check.overwrite = true;
   options.check.output = other / "out.mp4";
   support::WriteFile(options.check.output, Text("old"));
