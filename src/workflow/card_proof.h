@@ -20,7 +20,7 @@ struct CardProofOptions {
   bool clipsOnly = false;
   // A clip is kept only if every byte of it is, not its samples alone.
   bool whole = false;
-  // Told how many bytes of the cards were compared; false ends the work. May be empty.
+  // Told how many bytes of the cards are compared so far; false ends the work. May be empty.
   Progress progress;
 };
 
@@ -38,11 +38,10 @@ struct CardProof {
   Findings findings;
   // On the cards.
   std::size_t clips = 0;
-  // That they make.
+  // That these clips make.
   std::size_t recordings = 0;
-  std::size_t withoutOtherData =
-      // Clips of which a result has the samples, and nothing the rest.
-      0;
+  // Clips whose samples a result has, while nothing keeps what else stands in them.
+  std::size_t withoutOtherData = 0;
   // Files on the cards that are no clips.
   std::size_t others = 0;
   // On the cards: links, pipes, devices.

@@ -27,7 +27,7 @@ struct CheckOptions {
 };
 
 struct CheckReport {
-  // By file in the order given, what is about none of them at the end.
+  // File by file in the order given; what is about no file stands at the end.
   Findings findings;
   // One for each clip, the last is the end; empty if tracks do not match.
   std::vector<Seam> seams;
@@ -35,15 +35,15 @@ struct CheckReport {
   long long outputSize = 0;
   // What a merge would do to the clips, so that they fit; empty if it takes them as they are.
   std::vector<Adapted> adaptations;
-  // By `progress`: the findings, of which one says so, are not all.
+  // The progress ended the check: there may be more to find, and a finding says so.
   bool stopped = false;
 };
 
 // Reads the inputs, of their media the first timecode at most, and writes nothing. Finds all there
 // is to find: no finding hides another one. Clips that do not fit as they are are looked at as a
-// merge adapts them. What the engine would refuse of them is an error here, and nothing else about
-// the inputs is but a lack of memory: with enough of it, a merge of inputs without an error is one
-// that the engine completes.
+// merge adapts them. About the inputs only two things are errors: what the engine would refuse, and
+// more tables than the memory may take. Inputs without an error are therefore inputs whose merge
+// the engine completes.
 [[nodiscard]] CLIPCHAIN_API CheckReport Check(const std::vector<std::string>& inputs,
                                               const CheckOptions& options);
 

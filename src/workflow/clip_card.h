@@ -1,4 +1,4 @@
-// What a report shows of a clip beside its name: how long it runs, and the camera's picture of it.
+// Reads what a page shows of a clip beside its name: how long it runs, and the camera's picture.
 #pragma once
 
 #include <string>
@@ -25,8 +25,8 @@ struct ClipCard {
   unsigned int height = 0;
 };
 
-// Reads the movie box alone. A clip whose movie cannot be read gives the code, and an empty card; a
-// thumbnail that is no picture is none.
+// Reads the movie box alone. If that can't be read the card stays empty, and the code says why. A
+// thumbnail that is no picture is left out.
 [[nodiscard]] CLIPCHAIN_API HRESULT ReadClipCard(const std::string& path, ClipCard& card);
 
 }  // namespace clipchain

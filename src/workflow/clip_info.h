@@ -1,4 +1,4 @@
-// What one file says about itself: its movie, its tracks, what the camera noted, its boxes.
+// Reads what one file says about itself: its movie, its tracks, what the camera noted, its boxes.
 #pragma once
 
 #include <functional>

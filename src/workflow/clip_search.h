@@ -25,7 +25,7 @@ struct FoundClips {
   // In the order of the operands.
   std::vector<Volume> volumes;
   std::vector<UnreadablePath> unreadable;
-  // By the progress: not all that there is was found.
+  // The progress ended the search: there may be more clips.
   bool stopped = false;
 };
 

@@ -16,8 +16,9 @@ namespace clipchain {
 inline constexpr std::string_view kOriginalsSuffix = ".originals";
 inline constexpr std::string_view kChecksumsSuffix = ".xxh";
 
-// Serves one merge. The calls come in the order in which they stand here; a merge that fails ends
-// them at any place and lets go of the object, which then has left nothing that it has not named.
+// Serves one merge. The calls come in the order in which they stand here. A merge that fails may
+// end behind any of them: it lets go of the object, which then leaves no file that it has not
+// named.
 class CLIPCHAIN_API Companion {
  public:
   Companion() = default;

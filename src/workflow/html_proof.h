@@ -1,4 +1,4 @@
-// Shows a proof that cards are kept, as a page to keep itself.
+// Shows a proof that cards are kept, as a page to put away with the results.
 #pragma once
 
 #include <string>

@@ -11,13 +11,13 @@
 
 namespace clipchain {
 
-// Writes one HTML document in UTF-8 that needs nothing else, no script and no other file: what
-// needs attention, a time line, and each recording with its clips, their pictures, dates and
-// durations. For those, `report` must have been made with ScanOptions::cards. Proposals follow as
-// chains of dashes, of the class "proposal". A few lines of script, without which everything can be
-// read, find words in it. `folder` is the one of the page, from which its links lead to the clips;
-// `made`, if it is not empty, is shown as the time at which it was made. The same of all of it
-// gives the same page.
+// Writes one HTML document in UTF-8 that needs no other file: what needs attention, a time line,
+// and each recording with its clips, their pictures, dates and durations, for which `report` must
+// have been made with ScanOptions::cards. Proposals are drawn as chains of dashes, of the class
+// "proposal". The page holds a few lines of script that search it; without them everything can be
+// read all the same. `folder` is the one in which the page will lie, from where its links lead to
+// the clips; `made` is shown as the time at which it was made, unless it is empty. The same
+// arguments give the same page.
 //
 // Programs find in it what the JSON has: elements of the classes "volume", "sequence", "clip" and
 // "rejected-path" with the fields as attributes of the same names behind "data-", "-" for "_", and

@@ -1,4 +1,4 @@
-// Does what a plan says, one sequence after the other.
+// Runs a plan, one recording after the other.
 #pragma once
 
 #include <cstddef>
@@ -44,9 +44,9 @@ struct JobReport {
   double seconds = 0;
 };
 
-// Flushes the output of a job to the disk and compares it with what its inputs give, every byte.
-// Nothing is found if it is that, and the inputs are needed no more. What is an error there is as
-// for a merge that verifies its own result.
+// Flushes the output of a job to the disk and compares every byte of it with what its inputs give.
+// No finding means that they are the same, and that the inputs are needed no more. The findings are
+// those of a merge that verifies its own result.
 [[nodiscard]] CLIPCHAIN_API Findings VerifyOutput(const Job& job, const Progress& progress,
                                                   const Fitting& fitting = {});
 

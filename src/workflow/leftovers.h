@@ -1,4 +1,4 @@
-// Hidden files that runs which were killed have left beside an output.
+// Finds and removes the hidden files that killed runs have left beside an output.
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
-// What is to be done with the sequences of a card: which ones become a file, of which name, and why
-// the others do not.
+// Plans what is done with the recordings of a card: which ones become a file, under which name, and
+// why the others do not.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// A plan in a file, one job after the other: for batch systems, which run each one by its number.
+// Writes and reads a plan as a file, for batch systems, which run each job by its number.
 #pragma once
 
 #include <cstddef>
@@ -31,7 +31,7 @@ struct PlanReading {
   std::optional<Finding> fault;  // why there are none, where there are none
 };
 
-// Reads such a document, and of other files nothing. One that contradicts itself anywhere is
+// Reads such a document and no other file. One that contradicts itself anywhere is
 // refused as a whole. A plan may name any path; what keeps existing files safe is the merge. `goOn`
 // is asked now and then, and false ends the reading; it may be empty.
 [[nodiscard]] CLIPCHAIN_API PlanReading ReadPlan(const std::string& path,

@@ -1,4 +1,4 @@
-// Sharing blocks of clips with a result, where a file system can, in place of copying them.
+// Names when a result shares the blocks of its clips in place of copying them.
 #pragma once
 
 #include <optional>

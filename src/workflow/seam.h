@@ -1,4 +1,4 @@
-// Where one clip ends and the next begins in the result of a merge.
+// Tells how picture and sound stand where one clip ends and the next begins.
 #pragma once
 
 #include <cstddef>

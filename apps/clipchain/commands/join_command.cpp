@@ -125,6 +125,7 @@ int WriteJobs(const JoinCommand& command, JoinPlan plan) {
 int RunJobs(const JoinCommand& command, const JoinPlan& plan) {
   if (!command.json && !command.quiet) {
     PrintPlan(command, plan);
+    // What stands in the buffer would come behind the progress of hours.
     FlushOutput();
   }
   ProgressLine line(stderr, command.quiet);
@@ -182,6 +183,7 @@ int Run(const JoinCommand& command) {
     return WithPage(command, plan, nullptr, PlanCode(plan));
   }
   if (!command.planFile.empty()) return WriteJobs(command, std::move(plan));
+  // Where nothing is to be joined no empty folder is left.
   if (CountJobs(plan) != 0) {
     if (const std::optional<Finding> fault = MakeFolder(command.plan.folder)) return Fail(*fault);
   }

@@ -9,6 +9,7 @@ namespace {
 
 // Makes a number of bytes of "500M". What is wrong with it, as an option's check says that.
 std::string TakeSize(std::string& size) {
+  // The parser's own words name its types, and it throws where the number is too large.
   const std::string fault = "takes a size such as 500M or 2G, not \"" + size + '"';
   try {
     const CLI::AsSizeValue decimal(true);

@@ -80,6 +80,7 @@ int Run(const SequencesOptions& options) {
   const std::string text =
       options.json ? SequencesJson(found, report, proposals, options.scan)
                    : SequencesTable(found, report, proposals, options.scan, Paint(stdout));
+  // Ahead of the page: whoever waits has the answer even where that can't be written.
   Print(text);
   if (!options.html.empty()) {
     const HtmlOptions page{options.scan, FolderOf(options.html), MadeWords()};

@@ -1,4 +1,4 @@
-// What shells need to complete command lines: the commands, their options, and what those take.
+// Writes what shells need to complete command lines: the commands, their options, what those take.
 #pragma once
 
 #include <string>
@@ -9,7 +9,7 @@ class App;
 
 namespace clipchain {
 
-// Each a whole file for the shell's folder of completions.
+// Each gives a whole file for the shell's folder of completions.
 std::string BashCompletion(const CLI::App& tool);
 std::string ZshCompletion(const CLI::App& tool);
 std::string FishCompletion(const CLI::App& tool);

@@ -1,4 +1,4 @@
-// Pages of the documentation as manual pages.
+// Makes manual pages of pages of the documentation.
 #pragma once
 
 #include <string>

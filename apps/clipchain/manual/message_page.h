@@ -1,4 +1,4 @@
-// What docs/messages.md says about a message, for a person who has met its name.
+// Finds what docs/messages.md says about a message, for a person who has met its name.
 #pragma once
 
 #include <optional>

@@ -23,6 +23,7 @@ std::string CardNumbers(const std::vector<unsigned int>& volumes) {
   return text;
 }
 
+// The numbers in the last column; of a single card there is nothing to tell apart.
 void AddCards(const FoundClips& found, std::string& text) {
   if (found.volumes.size() < 2) return;
   for (std::size_t i = 0; i < found.volumes.size(); ++i) {

@@ -1,4 +1,4 @@
-// A look at many clips as the progress line shows it.
+// Shows a look at many clips on the progress line.
 #pragma once
 
 #include "clipchain/terminal/progress_line.h"

@@ -1,4 +1,4 @@
-// The work on all sequences together as the progress line shows it.
+// Shows the work on all recordings together on the progress line.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// What becomes of files that runs that were killed have left behind.
+// Asks what becomes of files that killed runs have left behind.
 #pragma once
 
 #include <functional>

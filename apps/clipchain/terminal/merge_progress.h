@@ -1,4 +1,4 @@
-// A merge as the progress line shows it.
+// Shows a merge on the progress line.
 #pragma once
 
 #include <cstddef>

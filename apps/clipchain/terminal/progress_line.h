@@ -1,4 +1,4 @@
-// The line that tells how far a long copy is, redrawn in place.
+// Draws the line that tells how far long work is, again and again in its place.
 #pragma once
 
 #include <chrono>

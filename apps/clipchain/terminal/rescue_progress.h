@@ -1,4 +1,4 @@
-// A rescue as the progress line shows it.
+// Shows a rescue on the progress line.
 #pragma once
 
 #include "clipchain/terminal/progress_line.h"

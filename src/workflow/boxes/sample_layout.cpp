@@ -31,6 +31,7 @@ SampleLayout::SampleLayout(MP4G::CSampleTableBox* table) {
   offsets_ = boxes.ChunkOffsetBox();
   largeOffsets_ = boxes.ChunkLargeOffsetBox();
   if (sizes_ != nullptr) {
+    // A list is believed for what is there; for a common size there is nothing but the number.
     count_ = UniformSize() != 0 ? static_cast<Number>(sizes_->record->sampleCount)
                                 : sizes_->entries.size();
   } else {

@@ -92,6 +92,7 @@ void AddFitProblems(const Fit& fit, std::size_t clip, FileFindings& findings) {
                (fit.IsNeeded() || problem.box == "moof");
       });
   if (knowsPlaces) findings.Remove(Message::kSamplesOutsideMedia);
+  // A check has told of the same thing, with its box; two problems of one kind are told both.
   const Findings before = findings.All();
   for (const FitProblem& problem : fit.Report().problems) {
     const Message message = MessageOf(problem.kind);

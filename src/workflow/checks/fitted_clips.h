@@ -1,4 +1,4 @@
-// Clips that are adapted to each other, in the words of the workflow.
+// Adapts clips to each other, and tells of it in the words of the workflow.
 #pragma once
 
 #include <memory>
@@ -14,8 +14,8 @@
 
 namespace clipchain {
 
-// Null if nothing is to be adapted, a clip can't be read, or nothing needs it and nothing speaks
-// against it. `memoryLimit` as for a check.
+// Finds out what a merge adapts. Null if nothing may be adapted, if a clip can't be read, or if the
+// clips fit as they are and nothing speaks against them. `memoryLimit` as for a check.
 // `unread`, unless it is null, gets the indices of clips that could not be read.
 std::shared_ptr<const Fit> FitOf(const std::vector<std::string>& inputs, const Fitting& fitting,
                                  long long memoryLimit, std::set<std::size_t>* unread = nullptr);
@@ -33,7 +33,7 @@ struct CheckedMerge {
   MergeImage image;
 };
 
-// A check that tells these too, of a result of that layout, which shares no blocks.
+// Checks clips and tells those, too, of a result of that layout, which shares no blocks.
 CheckReport CheckFitted(const std::vector<std::string>& inputs, const CheckOptions& options,
                         const Layout& layout, CheckedMerge& merge);
 

@@ -33,8 +33,8 @@ struct OutputFault {
   std::string remedy;
 };
 
-// Finds it out, for a link, a folder, a device, a pipe, a socket, and for a file that its owner
-// alone may replace. Nothing for other files, and where nothing has the name.
+// Tells why a link, a folder, a device, a pipe, a socket, or a file that its owner alone may
+// replace, can't be replaced. Nothing for other files, and where nothing has the name.
 std::optional<OutputFault> WhyIrreplaceable(const std::string& output);
 
 // Says what stands against the output: that it is an input, that it exists and may not be replaced,

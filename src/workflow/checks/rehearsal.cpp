@@ -22,6 +22,7 @@ constexpr std::uint64_t kLargest32Bits = 0xFFFFFFFF;
 
 constexpr const char* kFewer = "merge fewer clips at once";
 
+// Sizes are what files say of themselves: their sum may leave 64 bits.
 long long LimitedSum(long long a, long long b) {
   constexpr long long kMost = std::numeric_limits<long long>::max();
   return a > kMost - b ? kMost : a + b;
@@ -65,6 +66,7 @@ void Rehearsal::Take(std::unique_ptr<ClipFile>& clip, const ClipView* view,
   memory_ = LimitedSum(memory_, clip->MemoryOfBytes());
   mediaBytes_ = LimitedSum(mediaBytes_, clip->file.mdatSize);
   movieBytes_ = LimitedSum(movieBytes_, clip->MoviePlace()->size);
+  // Those of the clip before would be told of this one where it has none.
   pairs_.clear();
   if (first_ == nullptr) {
     // Of later clips the tables alone remain.
@@ -93,6 +95,7 @@ void Rehearsal::TakeFirst(std::unique_ptr<ClipFile> clip, const ClipView* view,
 }
 
 void Rehearsal::Merge(ClipFile& next, const ClipView* view, FileFindings& findings) {
+  // The merge changes the tree, in which places were counted.
   findings.ForgetPlaces();
   const HRESULT result = assembly_.Take(next.file, view);
   if (result != S_OK) {
@@ -150,6 +153,7 @@ void Rehearsal::CheckSizes(const TrackPair& pair, std::uint64_t before, FileFind
     wrong = fmt::format("would count {} samples up to here in place of {}", merged.SampleCount(),
                         samples_[pair.first]);
   } else if (merged.UniformSize() == 0 || merged.UniformSize() != second.UniformSize()) {
+    // With one size on both sides there may be billions of samples, and nothing to compare.
     for (std::uint64_t i = 0; i < second.SampleCount(); ++i) {
       if (merged.SizeOf(before + i) == second.SizeOf(i)) continue;
       wrong = fmt::format("would give its sample {} {} bytes in place of {}", i + 1,

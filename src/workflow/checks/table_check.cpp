@@ -36,6 +36,7 @@ class TableCheck {
     CheckSyncSamples();
     CheckChunkRuns();
     CheckCompactSizes();
+    // Positions in another file say nothing about the media of this one.
     if (IsElsewhere()) return;
     CheckChunks();
   }
@@ -66,6 +67,8 @@ class TableCheck {
                                                  sums_.dependencies, samples));
   }
 
+  // Their numbers ascend (ISO/IEC 14496-12, clause 8.6.2), by which players search them. The first
+  // fault is told: one that was made on purpose may have millions.
   void CheckSyncSamples() {
     if (tables_.syncSamples == nullptr) return;
     std::uint64_t before = 0;
@@ -84,6 +87,8 @@ class TableCheck {
     }
   }
 
+  // Each run goes on to where the next one begins (ISO/IEC 14496-12, clause 8.7.4): numbers that do
+  // not ascend from 1 leave chunks of which nobody knows how many samples they hold.
   void CheckChunkRuns() {
     if (tables_.chunkRuns == nullptr) return;
     const auto& entries = tables_.chunkRuns->entries;
@@ -185,6 +190,7 @@ class TableCheck {
 
   std::string ChunkWords(const Misplaced& misplaced) const {
     const Chunk& first = misplaced.first;
+    // A position of 64 bits may be anything; the sum stays at the largest number.
     const std::uint64_t end =
         first.position +
         std::min<std::uint64_t>(first.bytes,
@@ -196,6 +202,7 @@ class TableCheck {
   }
 
   void Look(const Chunk& chunk) {
+    // Where nothing lies can't be wrong.
     if (chunk.bytes == 0) return;
     const TopLevelBox* media = clip_.MediaAt(chunk.position);
     const bool isInside = media != nullptr &&

@@ -59,6 +59,7 @@ class PairCheck {
           kOtherKind, MP4G_E_TIME_SCALE, b);
   }
 
+  // A merge adds the first entry of the second list to that of the first: both must be there.
   void CompareEdits() {
     const MP4G::CEditListBox* a = first_.EditListBox();
     const MP4G::CEditListBox* b = second_.EditListBox();
@@ -105,6 +106,7 @@ class PairCheck {
 
   static std::string MatrixWords(const MP4G::CTrackHeaderBox& header) {
     std::string text;
+    // The others are the same in every file, and not in 16.16 (ISO/IEC 14496-12, clause 8.3.2).
     for (const int i : {0, 1, 3, 4, 6, 7}) {
       const auto value = static_cast<std::int32_t>(std::uint32_t{header.recordB->matrix[i]});
       text += fmt::format("{}{}", text.empty() ? "" : " ", value / 65536.0);

@@ -1,4 +1,4 @@
-// A track of the first clip and the one of a later clip that continues it.
+// Pairs a track of the first clip with the one of a later clip that continues it.
 #pragma once
 
 #include "box/structural_boxes.h"

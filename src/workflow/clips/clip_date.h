@@ -1,4 +1,4 @@
-// When a clip was recorded, if it says so.
+// Tells when a clip was recorded, if it says so.
 #pragma once
 
 #include <optional>

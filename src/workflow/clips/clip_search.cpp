@@ -42,6 +42,7 @@ class FolderSearch {
     }
     if (error)
       found_.unreadable.push_back({folder.string(), "can't be searched: " + error.message()});
+    // File systems list in any order, and the same card must give the same answer.
     std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) {
       return a.path().filename().native() < b.path().filename().native();
     });

@@ -1,4 +1,4 @@
-// What a clip says about its place in a recording.
+// Reads what a clip says about its place in a recording.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// What clips say, in words.
+// Puts what clips say into words.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// Findings as they are made, one file after the other.
+// Collects findings as they are made, one file after the other.
 #pragma once
 
 #include <string>

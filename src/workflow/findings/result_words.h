@@ -1,4 +1,4 @@
-// Result codes in words.
+// Puts result codes into words.
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
-// What earlier joins have left in the folder of a join: which of its files are results, and of
-// which recording.
+// Finds what earlier joins have left in a folder: which of its files are results, and of which
+// recording.
 #pragma once
 
 #include <map>

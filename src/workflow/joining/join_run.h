@@ -1,4 +1,4 @@
-// A join, with the work on each job to be chosen.
+// Runs a join, with the work on each job to be chosen.
 #pragma once
 
 #include <functional>

@@ -1,4 +1,4 @@
-// Names for the results of a join.
+// Names the results of a join.
 #pragma once
 
 #include <functional>

@@ -117,6 +117,7 @@ void SayWhatIsUnidentified(const std::vector<Job>& jobs, Findings& findings) {
 
 JoinPlan PlanFor(const std::vector<std::string>& operands, const PlanOptions& options) {
   Findings findings;
+  // Results in a folder of the card are no clips of it.
   FoundClips found = FindClips(operands, options.folder, options.progress);
   if (found.stopped) {
     JoinPlan plan;
@@ -143,6 +144,7 @@ JoinPlan PlanFor(const std::vector<std::string>& operands, const PlanOptions& op
         MakeFinding(Message::kInputUnreadable, path.path, path.reason, kCheckName));
   const MissingEnds ends(scan);
   for (const RejectedClip& clip : scan.rejected) {
+    // The first finding says most; the others follow from it.
     Finding finding = WhyNoClip(clip.path, clip.result).front();
     if (NeedsRescue(clip.path)) finding.remedy = kRescueIt;
     if (const auto end = ends.Of(clip.path))

@@ -113,6 +113,7 @@ bool PlanReader::Begin(const Json& empty) {
   if (!AsksToGoOn()) return false;
   const Level within = LevelWithin(empty);
   if (within == Level::kOther) {
+    // What is passed over is not held, but the parser holds a bit for each level.
     constexpr std::size_t kDeepest = 32;
     if (levels_.back() != Level::kOther && !Take(empty)) return false;
     if (++depth_ > kDeepest) return Fault("", "is nested too deeply");

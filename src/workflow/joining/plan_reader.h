@@ -1,4 +1,4 @@
-// The text of a plan, read as it comes: what is not a plan's is passed over, and nothing of it is
+// Reads the text of a plan as it comes: what is not a plan's is passed over, and nothing of it is
 // held.
 #pragma once
 

@@ -1,4 +1,4 @@
-// A plan for clips of which some are broken: those are rescued first.
+// Plans a join of clips of which some are broken: those are rescued first.
 #pragma once
 
 #include <functional>

@@ -54,6 +54,7 @@ std::string HtmlPage(const HtmlFrame& frame) {
       "time zone that was. Made by clipchain";
   if (!frame.made.empty()) html += ", " + HtmlText(frame.made);
   html += ".</p></footer>\n";
+  // Behind all that it looks at.
   if (frame.hasFilter) html += fmt::format("<script>{}</script>\n", kHtmlScript);
   return html + "</body>\n</html>\n";
 }

@@ -3,7 +3,10 @@
 namespace clipchain {
 
 // The colours of text keep a contrast of 4.5 and more to what they stand on, those of shapes 3 and
-// more; tests/report/report_test.py reads them here and measures.
+// more; tests/report/report_test.py reads them here and measures. `content-visibility` keeps a page
+// of thousands of clips from being laid out where nobody looks; its sizes are guesses that the
+// browser corrects. On paper grids are blocks: browsers break those between lines, and leave half a
+// page empty before a grid.
 const char kHtmlStyle[] = R"css(
 :root {
   color-scheme: light dark;

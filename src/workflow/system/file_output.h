@@ -1,11 +1,12 @@
-// Writing a large file in order, at the speed of its disk.
+// Writes a large file in order, at the speed of its disk.
 #pragma once
 
 #include <cstddef>
 
 namespace clipchain {
 
-// Writes through a descriptor that stays the caller's. All answer an error of the system, or 0.
+// Writes through a descriptor that stays the caller's. Its functions answer an error number of the
+// system, 0 for success.
 class FileOutput {
  public:
   explicit FileOutput(int file) : file_(file) {}

@@ -39,6 +39,7 @@ std::string PrintablePath(const std::string& path) {
 
 std::wstring Wide(const std::string& path) { return QUIRVA::WidePathFromBytes(path); }
 
+// A link that leads nowhere is there, too: to write to its name would make a file elsewhere.
 bool Exists(const std::string& path) {
   struct stat status;
   return ::lstat(path.c_str(), &status) == 0;
@@ -62,6 +63,7 @@ std::string WhyUnreadable(const std::string& path) {
   struct stat status;
   if (!Status(path, status)) return errno == ENOENT ? "there is no such file" : ErrorText(errno);
   if (S_ISDIR(status.st_mode)) return "it is a folder";
+  // It is not opened to find out: a pipe would keep whoever opens it waiting.
   if (::access(path.c_str(), R_OK) != 0) return ErrorText(errno);
   if (!S_ISREG(status.st_mode)) return "it is no regular file";
   return status.st_size == 0 ? "it is empty" : "";

@@ -1,5 +1,5 @@
-// What the tool asks the file system, and how it shows a path. Paths are bytes, as they came on the
-// command line.
+// Asks the file system about paths, and spells them for people. Paths are bytes, as they came on
+// the command line.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// Writing to a pipe, a socket or whatever else somebody reads from.
+// Writes to a pipe, a socket or whatever else somebody reads from.
 #pragma once
 
 #include <signal.h>

@@ -1,4 +1,4 @@
-// Files that the tool writes beside merged clips: reports, plans.
+// Writes the files that lie beside merged clips: reports, plans.
 #pragma once
 
 #include <string>

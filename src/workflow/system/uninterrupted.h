@@ -1,4 +1,4 @@
-// Calls of the system that a signal may interrupt.
+// Repeats calls of the system that a signal has interrupted.
 #pragma once
 
 #include <cerrno>
