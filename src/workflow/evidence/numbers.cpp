@@ -35,6 +35,8 @@ NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_
         next.begin(), next.end(), [behind](const NextClip& other) { return other.clip == behind; });
     return found != next.end() ? &*found : nullptr;
   };
+  // Of the clock alone.
+  const bool hasNoOrder = !clock.evidence.agrees || clock.custom == ClockCustom::kOne;
   const bool isOneFolder = first.folder == second.folder;
   const bool isOneCard = first.card == second.card;
   if (isOneCard && family.CardOf(before).isTwofold && SeriesOf(first) != SeriesOf(second)) {
@@ -44,7 +46,7 @@ NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_
   } else if (isOneFolder && first.isRenumbered) {
     verdict.evidence.text =
         fmt::format("the numbers in the folder of {} follow no clock", names[0]);
-  } else if (!clock.evidence.agrees && FileTimesRunOn(family, behind, before)) {
+  } else if (hasNoOrder && FileTimesRunOn(family, behind, before)) {
     verdict.evidence.text = fmt::format("the file {} was written before {}", names[1], names[0]);
   } else if (const NextClip* next = find(first.next)) {
     verdict.isChapter = next->isChapter;

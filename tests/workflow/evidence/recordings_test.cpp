@@ -84,6 +84,16 @@ TEST(Recordings, FilesThatWereWrittenInAnotherOrderHaveNoNumbers) {
   EXPECT_EQ(three(120, 60, 140), "incomplete certain: 002.MP4 003.MP4");
 }
 
+TEST(Recordings, OfOneTimeHaveNoOrderThatTheTimesOfFilesContradict) {
+  const auto three = [](double a, double b, double c) {
+    return ProposedFrom({ClipSays("c/001.MP4").At(0).For(60).Written(a),
+                         ClipSays("c/002.MP4").At(0).For(60).Written(b),
+                         ClipSays("c/003.MP4").At(0).For(20).Written(c)});
+  };
+  EXPECT_EQ(three(60, 120, 140), "likely: 001.MP4 002.MP4 003.MP4");
+  EXPECT_EQ(three(120, 60, 140), "incomplete likely: 002.MP4 003.MP4");
+}
+
 TEST(Recordings, OfASeriesStayInItWhereAnotherOneWasRecordedBesideIt) {
   // Of each side the clip is lost that the other side has.
   EXPECT_EQ(
