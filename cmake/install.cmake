@@ -70,7 +70,7 @@ write_basic_package_version_file(clipchainConfigVersion.cmake COMPATIBILITY Same
 install(
   FILES ${PROJECT_BINARY_DIR}/clipchainConfig.cmake ${PROJECT_BINARY_DIR}/clipchainConfigVersion.cmake
         ${CMAKE_CURRENT_LIST_DIR}/FindLibExif.cmake ${CMAKE_CURRENT_LIST_DIR}/FindNettle.cmake
-        ${CMAKE_CURRENT_LIST_DIR}/FindXxhash.cmake ${CMAKE_CURRENT_LIST_DIR}/FindLibAvcodec.cmake
+        ${CMAKE_CURRENT_LIST_DIR}/FindXxhash.cmake
   DESTINATION ${config_folder}
   COMPONENT development)
 
@@ -78,9 +78,6 @@ install(
 # moved.
 set(pkgconfig_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH prefix_from_pkgconfig /${pkgconfig_folder} /)
-if(CLIPCHAIN_DECODER)
-  set(decoder_packages " libavcodec libavutil")
-endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/clipchain.pc.in clipchain.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/clipchain.pc DESTINATION ${pkgconfig_folder} COMPONENT development)
 

@@ -47,10 +47,11 @@ if(TARGET clipchain_workflow)
                                                    $<BUILD_INTERFACE:nlohmann_json::nlohmann_json>)
 endif()
 
-# What tells a rescue where frames of sound end and whether a picture is whole. A build without it
-# keeps the ways to find samples that need no decoder.
+# What tells a rescue where frames of sound end and whether a picture is whole; loaded when it is
+# needed. A build without it keeps the ways to find samples that need no decoder.
 if(TARGET clipchain_workflow AND CLIPCHAIN_DECODER)
   find_package(LibAvcodec REQUIRED)
   target_compile_definitions(clipchain_workflow PRIVATE CLIPCHAIN_WITH_DECODER)
-  target_link_libraries(clipchain_workflow PRIVATE LibAvcodec::LibAvcodec)
+  target_link_libraries(clipchain_workflow PRIVATE $<BUILD_INTERFACE:LibAvcodec::LibAvcodec>
+                                                   ${CMAKE_DL_LIBS})
 endif()

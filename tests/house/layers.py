@@ -40,8 +40,8 @@ INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 # Headers of other libraries, by their first folder or name, and the files that may use them.
 LIBRARIES = {
     "libexif": ["clip/exif_library"],
-    "libavcodec": ["workflow/rescue/sound_decoder"],
-    "libavutil": ["workflow/rescue/sound_decoder"],
+    "libavcodec": ["workflow/rescue/codec_library"],
+    "libavutil": ["workflow/rescue/codec_library"],
     "CLI": ["apps/"],
     "fmt": ["apps/", "workflow/"],
     "nlohmann": ["apps/", "workflow/"],

@@ -45,14 +45,13 @@ OffsetRuns OffsetsOf(const MP4G::CCompositionOffsetBox* box) {
 
 TrackFacts FactsOf(MP4G::CTrackBox* track) {
   const MP4G::CTrackReader reader(track);
-  const TrackSums sums = SumsOf(track);
   TrackFacts facts;
   facts.id = reader.GetTrackID();
   facts.entryType = reader.GetSampleEntryType();
   if (reader.IsVideoTrack()) facts.kind = MediaKind::kPicture;
   if (reader.IsAudioTrack()) facts.kind = MediaKind::kSound;
   facts.timeScale = reader.GetTimeScale();
-  facts.samples = sums.samples;
+  facts.samples = SampleLayout(MP4G::CTrackBox_wr(track).SampleTableBox()).SampleCount();
   return facts;
 }
 

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstring>
 #include <tuple>
 #include <utility>
 
@@ -14,6 +15,19 @@ namespace {
 
 constexpr Number kBlock = 1024 * 1024;
 constexpr Number kEnd = 512;
+// Tracks whose ranges are each in order already.
+constexpr int kMostTracks = 8;
+
+template <typename Earlier>
+void SortInRows(std::vector<ByteRange>& ranges, Earlier earlier) {
+  auto middle = std::is_sorted_until(ranges.begin(), ranges.end(), earlier);
+  for (int row = 1; row < kMostTracks && middle != ranges.end(); ++row) {
+    const auto end = std::is_sorted_until(middle, ranges.end(), earlier);
+    std::inplace_merge(ranges.begin(), middle, end, earlier);
+    middle = end;
+  }
+  if (middle != ranges.end()) std::sort(ranges.begin(), ranges.end(), earlier);
+}
 
 }  // namespace
 
@@ -32,7 +46,7 @@ void ByteRanges::Add(const ByteRange& samples) {
 
 bool ByteRanges::Gather() {
   const auto moved = [](const ByteRange& range) { return range.inResult - range.inClip; };
-  std::sort(ranges_.begin(), ranges_.end(), [&](const ByteRange& a, const ByteRange& b) {
+  SortInRows(ranges_, [&](const ByteRange& a, const ByteRange& b) {
     return std::tuple(moved(a), a.inClip) < std::tuple(moved(b), b.inClip);
   });
   std::size_t kept = 0;
@@ -47,7 +61,7 @@ bool ByteRanges::Gather() {
   }
   ranges_.resize(kept);
   const auto earlier = [](const ByteRange& a, const ByteRange& b) { return a.inClip < b.inClip; };
-  std::sort(ranges_.begin(), ranges_.end(), earlier);
+  SortInRows(ranges_, earlier);
   const auto crossed = [](const ByteRange& a, const ByteRange& b) {
     return a.inClip + a.size > b.inClip || a.inResult + a.size > b.inResult;
   };
@@ -99,9 +113,10 @@ bool RangeComparison::CompareBlock(FileBytes& clip, const std::string& path,
     return findings_.Unreadable(path, "can't be read again to compare it", clip);
   if (!result_.Read(block.inResult, fromResult_.data(), size))
     return findings_.Damaged("can't be read back", block.inResult, result_);
+  if (std::memcmp(fromResult_.data(), fromClip_.data(), size) == 0)
+    return !progress_ || progress_(block.size);
   const auto end = fromResult_.begin() + static_cast<std::ptrdiff_t>(size);
   const auto [mine, theirs] = std::mismatch(fromResult_.begin(), end, fromClip_.begin());
-  if (mine == end) return !progress_ || progress_(block.size);
   const auto at = static_cast<Number>(mine - fromResult_.begin());
   return findings_.Damaged(
       fmt::format("has a byte {:02X} at {}; it is {:02X} at {} in {}", *mine, block.inResult + at,

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <utility>
 
@@ -69,8 +70,8 @@ class Comparison {
       const auto size = static_cast<std::size_t>(std::min<Number>(piece.size - done, kBlock));
       const unsigned char* const found = ReadOutput(piece.position + done, size);
       if (found == nullptr) return false;
+      if (std::memcmp(found, bytes + done, size) == 0) continue;
       const auto [mine, theirs] = std::mismatch(found, found + size, bytes + done);
-      if (mine == found + size) continue;
       const Number at = piece.position + done + static_cast<Number>(mine - found);
       return Damaged(
           fmt::format("has a byte {:02X} at {}; its clips give {:02X} there", *mine, at, *theirs),
@@ -91,8 +92,8 @@ class Comparison {
       if (!clip_->Read(piece.source + done, given_.data(), size)) return Unreadable(path);
       const unsigned char* const found = ReadOutput(piece.position + done, size);
       if (found == nullptr) return false;
-      const auto [mine, theirs] = std::mismatch(found, found + size, given_.data());
-      if (mine != found + size) {
+      if (std::memcmp(found, given_.data(), size) != 0) {
+        const auto [mine, theirs] = std::mismatch(found, found + size, given_.data());
         const Number at = done + static_cast<Number>(mine - found);
         return Damaged(
             fmt::format("has a byte {:02X} at {}; it is {:02X} at {} in {}", *mine,

@@ -11,13 +11,6 @@ namespace clipchain::samples {
 
 namespace {
 
-Number Big(View bytes, std::size_t at, std::size_t count) {
-  if (at > bytes.size() || bytes.size() - at < count) return 0;
-  Number value = 0;
-  for (const unsigned char byte : bytes.subspan(at, count)) value = value << 8 | byte;
-  return value;
-}
-
 bool IsWide(View body) { return !body.empty() && body[0] == 1; }
 
 // The end of `bytes` from `at` on; empty where there is none.
@@ -91,14 +84,6 @@ BoxView FindBox(View body, std::uint32_t type) {
   }
   return {};
 }
-
-std::uint32_t U16(View bytes, std::size_t at) {
-  return static_cast<std::uint32_t>(Big(bytes, at, 2));
-}
-std::uint32_t U32(View bytes, std::size_t at) {
-  return static_cast<std::uint32_t>(Big(bytes, at, 4));
-}
-Number U64(View bytes, std::size_t at) { return Big(bytes, at, 8); }
 
 bool TrackRun::Read(View body) {
   flags = U32(body, 0) & 0xFFFFFF;

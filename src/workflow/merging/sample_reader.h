@@ -26,9 +26,20 @@ bool TakeBox(View& rest, BoxView& box);
 // The first box of that type among those in `body`; a type of 0 without one.
 BoxView FindBox(View body, std::uint32_t type);
 // Big-endian numbers; 0 where the bytes are not there.
-std::uint32_t U16(View bytes, std::size_t at);
-std::uint32_t U32(View bytes, std::size_t at);
-Number U64(View bytes, std::size_t at);
+template <std::size_t kCount>
+Number BigEndianAt(View bytes, std::size_t at) {
+  if (at > bytes.size() || bytes.size() - at < kCount) return 0;
+  Number value = 0;
+  for (std::size_t i = 0; i < kCount; ++i) value = value << 8 | bytes[at + i];
+  return value;
+}
+inline std::uint32_t U16(View bytes, std::size_t at) {
+  return static_cast<std::uint32_t>(BigEndianAt<2>(bytes, at));
+}
+inline std::uint32_t U32(View bytes, std::size_t at) {
+  return static_cast<std::uint32_t>(BigEndianAt<4>(bytes, at));
+}
+inline Number U64(View bytes, std::size_t at) { return BigEndianAt<8>(bytes, at); }
 
 // One part of an edit list (ISO/IEC 14496-12, clause 8.6.6).
 struct Edit {

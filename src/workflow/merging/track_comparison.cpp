@@ -74,6 +74,7 @@ bool TrackComparison::Add(const ClipAtWork& clip, const TrackView& track, Number
   if (differs_) return true;
   ofClip_.clear();
   compared_.clear();
+  comparedLast_.reset();
   for (const View entry : track.entries) ofClip_.push_back(DescriptionOf(entry, track.handler));
   // What no sample is of is declared too.
   for (std::uint32_t i = 0; i < std::min(ofClip_.size(), descriptions_.size()); ++i) {
@@ -215,6 +216,8 @@ bool TrackComparison::IsSaid(const ClipAtWork& clip, const SampleRun& mine, cons
 
 bool TrackComparison::IsDescription(const ClipAtWork& clip, const TrackView& track,
                                     std::uint32_t mine, std::uint32_t theirs) {
+  if (std::pair(mine, theirs) == comparedLast_) return true;
+  comparedLast_ = {mine, theirs};
   if (!compared_.emplace(mine, theirs).second) return true;
   const std::size_t sample = stream_.Done() + 1;
   const bool known = mine >= 1 && mine <= descriptions_.size();

@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "workflow/merging/byte_ranges.h"
@@ -118,6 +119,8 @@ class TrackComparison {
   std::vector<Description> ofClip_;
   // Of the clip at work.
   std::set<std::pair<std::uint32_t, std::uint32_t>> compared_;
+  // What most samples are like.
+  std::optional<std::pair<std::uint32_t, std::uint32_t>> comparedLast_;
   SampleExtras extras_;
   std::map<GroupKey, GroupPlace> places_;
   // Those that were compared.

@@ -4,10 +4,7 @@
 #include <cstring>
 
 #ifdef CLIPCHAIN_WITH_DECODER
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavutil/log.h>
-}
+#include "workflow/rescue/codec_library.h"
 #endif
 
 namespace clipchain::rescue {
@@ -17,13 +14,15 @@ namespace clipchain::rescue {
 namespace {
 
 struct FreeContext {
-  void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+  void operator()(AVCodecContext* context) const {
+    TheCodecLibrary()->avcodec_free_context(&context);
+  }
 };
 struct FreePacket {
-  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+  void operator()(AVPacket* packet) const { TheCodecLibrary()->av_packet_free(&packet); }
 };
 struct FreeFrame {
-  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+  void operator()(AVFrame* frame) const { TheCodecLibrary()->av_frame_free(&frame); }
 };
 using Context = std::unique_ptr<AVCodecContext, FreeContext>;
 using Packet = std::unique_ptr<AVPacket, FreePacket>;
@@ -33,13 +32,15 @@ using Frame = std::unique_ptr<AVFrame, FreeFrame>;
 constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;
 
 Context Open(AVCodecID id, std::span<const unsigned char> configuration) {
-  av_log_set_level(AV_LOG_QUIET);
-  const AVCodec* codec = avcodec_find_decoder(id);
+  const CodecLibrary* const library = TheCodecLibrary();
+  if (library == nullptr) return nullptr;
+  library->av_log_set_level(AV_LOG_QUIET);
+  const AVCodec* codec = library->avcodec_find_decoder(id);
   if (codec == nullptr) return nullptr;
-  Context context(avcodec_alloc_context3(codec));
+  Context context(library->avcodec_alloc_context3(codec));
   if (context == nullptr) return nullptr;
-  auto* extra =
-      static_cast<unsigned char*>(av_mallocz(configuration.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+  auto* extra = static_cast<unsigned char*>(
+      library->av_mallocz(configuration.size() + AV_INPUT_BUFFER_PADDING_SIZE));
   if (extra == nullptr) return nullptr;
   std::copy(configuration.begin(), configuration.end(), extra);
   context->extradata = extra;
@@ -47,7 +48,7 @@ Context Open(AVCodecID id, std::span<const unsigned char> configuration) {
   context->thread_count = 1;
   context->max_pixels = kMostPixels;
   context->err_recognition = AV_EF_EXPLODE | AV_EF_BITSTREAM | AV_EF_BUFFER;
-  if (avcodec_open2(context.get(), codec, nullptr) < 0) return nullptr;
+  if (library->avcodec_open2(context.get(), codec, nullptr) < 0) return nullptr;
   return context;
 }
 
@@ -55,19 +56,28 @@ Context Open(AVCodecID id, std::span<const unsigned char> configuration) {
 
 struct SoundDecoder::Decoder {
   Context context;
-  Packet packet{av_packet_alloc()};
-  Frame frame{av_frame_alloc()};
+  Packet packet;
+  Frame frame;
 
-  bool Whole() const { return context != nullptr && packet != nullptr && frame != nullptr; }
+  // False where there is no library, or no memory.
+  bool Start(std::span<const unsigned char> configuration) {
+    context = Open(AV_CODEC_ID_AAC, configuration);
+    if (context == nullptr) return false;
+    packet.reset(TheCodecLibrary()->av_packet_alloc());
+    frame.reset(TheCodecLibrary()->av_frame_alloc());
+    return packet != nullptr && frame != nullptr;
+  }
 };
 
-bool HasDecoder() { return avcodec_find_decoder(AV_CODEC_ID_AAC) != nullptr; }
+bool HasDecoder() {
+  const CodecLibrary* const library = TheCodecLibrary();
+  return library != nullptr && library->avcodec_find_decoder(AV_CODEC_ID_AAC) != nullptr;
+}
 
 SoundDecoder::SoundDecoder(std::span<const unsigned char> configuration,
                            std::span<const unsigned char> witness)
     : witness_(witness.begin(), witness.end()), decoder_(std::make_unique<Decoder>()) {
-  decoder_->context = Open(AV_CODEC_ID_AAC, configuration);
-  if (!decoder_->Whole() || witness_.empty()) {
+  if (!decoder_->Start(configuration) || witness_.empty()) {
     decoder_ = nullptr;
     return;
   }
@@ -94,9 +104,10 @@ std::vector<std::size_t> SoundDecoder::Starts(std::span<const unsigned char> byt
   packet->size = static_cast<int>(size);
   std::vector<std::size_t> starts;
   AVCodecContext* context = decoder_->context.get();
-  if (avcodec_send_packet(context, packet) < 0) return starts;
+  const CodecLibrary& library = *TheCodecLibrary();
+  if (library.avcodec_send_packet(context, packet) < 0) return starts;
   AVFrame* frame = decoder_->frame.get();
-  while (avcodec_receive_frame(context, frame) >= 0) {
+  while (library.avcodec_receive_frame(context, frame) >= 0) {
     const auto left = static_cast<std::size_t>(std::max(frame->pkt_size, 0));
     if (left > size) break;
     starts.push_back(size - left);
@@ -159,18 +170,20 @@ AVCodecID IdOf(Codec codec) {
 bool DecodesPicture(Codec codec, std::span<const unsigned char> configuration,
                     std::span<const unsigned char> accessUnit) {
   const Context context = Open(IdOf(codec), configuration);
-  const Packet packet(av_packet_alloc());
-  const Frame frame(av_frame_alloc());
-  if (context == nullptr || packet == nullptr || frame == nullptr) return false;
+  if (context == nullptr) return false;
+  const CodecLibrary& library = *TheCodecLibrary();
+  const Packet packet(library.av_packet_alloc());
+  const Frame frame(library.av_frame_alloc());
+  if (packet == nullptr || frame == nullptr) return false;
   std::vector<unsigned char> bytes(accessUnit.begin(), accessUnit.end());
   bytes.resize(accessUnit.size() + AV_INPUT_BUFFER_PADDING_SIZE);
   packet->data = bytes.data();
   packet->size = static_cast<int>(accessUnit.size());
   packet->flags = AV_PKT_FLAG_KEY;
-  if (avcodec_send_packet(context.get(), packet.get()) < 0) return false;
-  if (avcodec_send_packet(context.get(), nullptr) < 0) return false;
-  return avcodec_receive_frame(context.get(), frame.get()) >= 0 && frame->decode_error_flags == 0 &&
-         (frame->flags & AV_FRAME_FLAG_CORRUPT) == 0;
+  if (library.avcodec_send_packet(context.get(), packet.get()) < 0) return false;
+  if (library.avcodec_send_packet(context.get(), nullptr) < 0) return false;
+  return library.avcodec_receive_frame(context.get(), frame.get()) >= 0 &&
+         frame->decode_error_flags == 0 && (frame->flags & AV_FRAME_FLAG_CORRUPT) == 0;
 }
 
 #else
