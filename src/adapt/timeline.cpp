@@ -90,7 +90,8 @@ std::uint32_t CommonDelta(const TimeRuns& runs) {
   return common;
 }
 
-void TakeTimes(const TrackSource& source, TrackTimes& times) {
+// False where the times make no sense.
+bool TakeTimes(const TrackSource& source, TrackTimes& times) {
   const auto see = [&times](const Stretch& stretch) {
     const bool isFirst = times.samples == 0;
     times.firstShown = isFirst ? stretch.first : std::min(times.firstShown, stretch.first);
@@ -101,7 +102,7 @@ void TakeTimes(const TrackSource& source, TrackTimes& times) {
     times.samples += stretch.samples;
     times.ticks += static_cast<std::int64_t>(stretch.samples) * stretch.delta;
   };
-  static_cast<void>(Walk(source, see));
+  return Walk(source, see);
 }
 
 // A moment in the movie's ticks is rounded, so what lies within one of them of the end counts as
@@ -125,6 +126,8 @@ void CountHidden(const TrackSource& source, TrackTimes& times) {
   // The first tick that counts as behind the end, and the last that counts as shown.
   const Moment from = TicksToHold(bounds.end - bounds.tolerance, times.scale);
   const Moment to = TicksOf(bounds.end + bounds.tolerance, times.scale);
+  // Most lists hide nothing.
+  if (times.firstShown >= bounds.start && (isOpen || times.endShown <= to)) return;
   const auto see = [&](const Stretch& stretch) {
     const Moment shownFrom =
         stretch.delta != 0 ? Moment{bounds.start} - stretch.delta + 1 : Moment{bounds.start};
@@ -236,14 +239,13 @@ std::int64_t TrackTimes::ShownTo() const {
 
 std::optional<TrackTimes> TimesOf(const TrackSource& source) {
   if (source.scale == 0 || source.movieScale == 0) return std::nullopt;
-  if (!Walk(source, [](const Stretch&) {})) return std::nullopt;
   TrackTimes times;
   times.id = source.id;
   times.entryType = source.entryType;
   times.kind = source.kind;
   times.scale = source.scale;
   times.movieScale = source.movieScale;
-  TakeTimes(source, times);
+  if (!TakeTimes(source, times)) return std::nullopt;
   times.frame = CommonDelta(source.times);
   times.shown = StretchOf(source.edits, source.scale, source.movieScale);
   CountHidden(source, times);

@@ -15,7 +15,11 @@ bool ImageBytes::Read(unsigned long long position, void* buffer, std::size_t siz
     const unsigned long long skip = position - source.position;
     const auto part =
         static_cast<std::size_t>(std::min<unsigned long long>(source.size - skip, size));
-    if (!ReadPiece(source, skip, out, part)) return false;
+    if (source.clip == ImagePiece::kNoClip) {
+      std::copy_n(image_.bytes.data() + source.source + skip, part, out);
+    } else if (!ReadMedia(source, skip, out, part)) {
+      return false;
+    }
     out += part;
     position += part;
     size -= part;
@@ -23,12 +27,8 @@ bool ImageBytes::Read(unsigned long long position, void* buffer, std::size_t siz
   return true;
 }
 
-bool ImageBytes::ReadPiece(const ImagePiece& piece, unsigned long long skip, unsigned char* out,
+bool ImageBytes::ReadMedia(const ImagePiece& piece, unsigned long long skip, unsigned char* out,
                            std::size_t size) {
-  if (piece.clip == ImagePiece::kNoClip) {
-    std::copy_n(image_.bytes.data() + piece.source + skip, size, out);
-    return true;
-  }
   if (piece.clip != open_) {
     source_ = std::make_unique<FileBytes>(clips_[piece.clip]);
     open_ = piece.clip;

@@ -12,7 +12,7 @@
 namespace clipchain {
 
 // Gives what would be read back of a file that is written as the image says.
-class ImageBytes final : public FileBytes {
+class ImageBytes : public FileBytes {
  public:
   // Both must outlive this object.
   ImageBytes(const std::vector<std::string>& clips, const MergeImage& image)
@@ -21,10 +21,12 @@ class ImageBytes final : public FileBytes {
   unsigned long long Size() override { return image_.size; }
   bool Read(unsigned long long position, void* buffer, std::size_t size) override;
 
- private:
-  bool ReadPiece(const ImagePiece& piece, unsigned long long skip, unsigned char* out,
-                 std::size_t size);
+ protected:
+  // Bytes of a clip's piece behind its first `skip` ones.
+  virtual bool ReadMedia(const ImagePiece& piece, unsigned long long skip, unsigned char* out,
+                         std::size_t size);
 
+ private:
   const std::vector<std::string>& clips_;
   const MergeImage& image_;
   std::unique_ptr<FileBytes> source_;

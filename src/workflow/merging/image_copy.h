@@ -8,6 +8,7 @@
 #include "workflow/finding.h"
 #include "workflow/merging/copy_progress.h"
 #include "workflow/merging/image_writer.h"
+#include "workflow/merging/watermark.h"
 #include "workflow/reflink.h"
 #include "workflow/system/part_file.h"
 
@@ -22,6 +23,8 @@ struct ImageCopyTask {
   const std::string& output;  // as findings name it
   PartFile& part;             // empty
   CopyProgress& progress;
+  // Raised while the image is written that was there before; null: nobody follows.
+  Watermark* mark = nullptr;
 };
 
 struct ImageCopy {

@@ -47,12 +47,16 @@ ImageWriter::ImageWriter(const std::vector<std::string>& clips, const MergeImage
   }
 }
 
-WriteFault ImageWriter::WriteTo(int file) {
+WriteFault ImageWriter::WriteTo(int file, Watermark* mark) {
   FileOutput output(file);
   output.Reserve(image_.size);
-  return Run([&](Number at, const unsigned char* bytes,
-                 std::size_t size) { return output.Write(at, bytes, size); },
-             nullptr);
+  return Run(
+      [&](Number at, const unsigned char* bytes, std::size_t size) {
+        const int error = output.Write(at, bytes, size);
+        if (error == 0 && mark != nullptr) mark->RaiseTo(at + size);
+        return error;
+      },
+      nullptr);
 }
 
 WriteFault ImageWriter::ShareWith(int file, unsigned int block, bool strict) {

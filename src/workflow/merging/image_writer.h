@@ -9,6 +9,7 @@
 
 #include "workflow/assembling/merge_image.h"
 #include "workflow/merging/copy_progress.h"
+#include "workflow/merging/watermark.h"
 #include "workflow/system/file_bytes.h"
 
 namespace clipchain {
@@ -39,8 +40,10 @@ class ImageWriter {
   ImageWriter(const std::vector<std::string>& clips, const MergeImage& image,
               CopyProgress& progress);
 
-  // Into an empty file, through its descriptor, whatever its position. The file is not flushed.
-  [[nodiscard]] WriteFault WriteTo(int file);
+  // Into an empty file, through its descriptor, whatever its position: first what stands in no
+  // clip, then clip by clip, with the mark, unless it is null, raised behind what is written. The
+  // file is not flushed.
+  [[nodiscard]] WriteFault WriteTo(int file, Watermark* mark = nullptr);
 
   // The same, and shares whole blocks of that size with the clips where image and clip have them at
   // places that are the same modulo a block. `strict`: media that can't be shared ends the work.

@@ -6,12 +6,14 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 #include "workflow/checks/fitted_clips.h"
 #include "workflow/checks/output_check.h"
 #include "workflow/merging/copy_progress.h"
 #include "workflow/merging/fitting_of.h"
+#include "workflow/merging/following_verification.h"
 #include "workflow/merging/image_copy.h"
 #include "workflow/merging/input_states.h"
 #include "workflow/merging/leftover_findings.h"
@@ -50,6 +52,7 @@ class Run {
   bool FailCreate(int error);
 
   bool Copy();
+  void Follow();
   bool FailCopy(const std::string& input, int error);
   bool FailWrite(int error);
 
@@ -57,6 +60,7 @@ class Run {
   bool FlushPart();
   bool VerifyPart();
   Findings ComparePart(bool everyByte);
+  VerifyTask TaskFor(FileBytes& file, bool everyByte, const Progress& listener) const;
   bool PrepareCompanion();
   bool InputsAreUnchanged();
   bool FailChanged(const std::string& input);
@@ -83,6 +87,8 @@ class Run {
   InputStates states_;
   CheckedMerge merge_;
   PartFile part_;
+  // Null where nothing is compared while it is written. Goes ahead of what it reads.
+  std::unique_ptr<FollowingVerification> following_;
 };
 
 bool Run::Hear(const Step& step) {
@@ -154,8 +160,10 @@ bool Run::FailCreate(int error) {
 }
 
 bool Run::Copy() {
+  Follow();
+  Watermark* const mark = following_ != nullptr ? &following_->Mark() : nullptr;
   const ImageCopy copy = CopyImage(
-      {inputs_, merge_.fit.get(), options_.reflink, options_.check.output, part_, progress_},
+      {inputs_, merge_.fit.get(), options_.reflink, options_.check.output, part_, progress_, mark},
       layout_, merge_.image);
   report_.shared = copy.shared;
   if (!copy.findings.empty()) {
@@ -173,6 +181,21 @@ bool Run::Copy() {
       return FailCopy(inputs_[copy.fault.clip], copy.fault.error);
     default:
       return FailWrite(copy.fault.error);
+  }
+}
+
+// Copying leaves a processor free that can compare meanwhile. What is to be read off the disk is
+// not there yet.
+void Run::Follow() {
+  if (options_.verification == Verification::kFull || options_.reflink != Reflink::kNever ||
+      merge_.image.pieces.empty())
+    return;
+  FileBytes unread(part_.descriptor());
+  try {
+    following_ =
+        std::make_unique<FollowingVerification>(TaskFor(unread, false, {}), part_.descriptor());
+  } catch (const std::system_error&) {
+    // Without a thread it is compared afterwards.
   }
 }
 
@@ -239,12 +262,17 @@ bool Run::VerifyPart() {
 }
 
 Findings Run::ComparePart(bool everyByte) {
-  const auto listener = [this](const Step& step) {
+  const Progress listener = [this](const Step& step) {
     return progress_.Tell(Phase::kVerifying, step.current, step.total);
   };
   FileBytes file(part_.descriptor());
-  return Verify({inputs_, merge_.image, options_.check.output, file, everyByte, listener,
-                 merge_.fit.get(), ChapterTitlesOf(options_.check, inputs_)});
+  const VerifyTask task = TaskFor(file, everyByte, listener);
+  return following_ != nullptr && !everyByte ? following_->Finish(task) : Verify(task);
+}
+
+VerifyTask Run::TaskFor(FileBytes& file, bool everyByte, const Progress& listener) const {
+  return {inputs_,   merge_.image, options_.check.output, file,
+          everyByte, listener,     merge_.fit.get(),      ChapterTitlesOf(options_.check, inputs_)};
 }
 
 bool Run::InputsAreUnchanged() {
@@ -330,6 +358,7 @@ bool Run::Publish() {
 
 // What stands in the hidden file is of no use any more.
 void Run::GiveUp() {
+  following_.reset();
   const std::string path = part_.path();
   if (const int error = part_.Discard(); error != 0)
     Fail(Message::kLeftover, path, "can't be removed: " + ErrorText(error), "remove it by hand");

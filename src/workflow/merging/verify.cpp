@@ -23,12 +23,18 @@ Intended IntendedBy(const VerifyTask& task) {
 
 }  // namespace
 
+Findings VerifySamples(const VerifyTask& task) {
+  const bool isAdapted = task.fit != nullptr;
+  const Intended intended = isAdapted ? IntendedBy(task) : Intended();
+  return CompareSamples({task.inputs, task.output, task.file, task.everyByte,
+                         isAdapted ? &intended : nullptr, task.progress});
+}
+
 // The media of what was adapted is compared sample by sample, by a reader that does not take it
 // from where the image does.
 Findings Verify(const VerifyTask& task) {
   if (task.everyByte) task.file.ForgetCached();
-  const bool isAdapted = task.fit != nullptr;
-  const bool comparesMedia = task.everyByte && !isAdapted;
+  const bool comparesMedia = task.everyByte && task.fit == nullptr;
   bool goesOn = true;
   Step last;
   const Progress tell = [&](const Step& step) {
@@ -39,11 +45,14 @@ Findings Verify(const VerifyTask& task) {
   Findings found =
       CompareWithImage({task.inputs, task.image, task.output, task.file, comparesMedia, tell});
   if (!found.empty() || !goesOn) return found;
-  const Intended intended = isAdapted ? IntendedBy(task) : Intended();
-  // Media that was compared already is not told again.
-  const Progress tellAgain = [&](const Step&) { return tell(last); };
-  return CompareSamples({task.inputs, task.output, task.file, task.everyByte && isAdapted,
-                         isAdapted ? &intended : nullptr, comparesMedia ? tellAgain : tell});
+  VerifyTask samples = task;
+  samples.progress = tell;
+  if (comparesMedia) {
+    // What was compared already is not told again.
+    samples.everyByte = false;
+    samples.progress = [&](const Step&) { return tell(last); };
+  }
+  return VerifySamples(samples);
 }
 
 }  // namespace clipchain

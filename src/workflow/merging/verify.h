@@ -38,4 +38,7 @@ struct VerifyTask {
 // because of a clip; one that is not is damaged. Nothing is found in a file that passes.
 Findings Verify(const VerifyTask& task);
 
+// The second half of it alone.
+Findings VerifySamples(const VerifyTask& task);
+
 }  // namespace clipchain

@@ -1,0 +1,36 @@
+#include "workflow/merging/watermark.h"
+
+namespace clipchain {
+
+void Watermark::RaiseTo(Number end) {
+  {
+    const std::lock_guard guard(lock_);
+    end_ = end;
+  }
+  changed_.notify_one();
+}
+
+void Watermark::GiveUp() {
+  {
+    const std::lock_guard guard(lock_);
+    givenUp_ = true;
+  }
+  changed_.notify_one();
+}
+
+bool Watermark::WaitFor(Number end) {
+  std::unique_lock guard(lock_);
+  changed_.wait(guard, [&] { return end_ >= end || givenUp_; });
+  return end_ >= end;
+}
+
+bool FollowingBytes::ReadMedia(const ImagePiece& piece, unsigned long long skip, unsigned char* out,
+                               std::size_t size) {
+  const unsigned long long position = piece.position + skip;
+  if (!mark_.WaitFor(position + size)) return false;
+  if (written_.Read(position, out, size)) return true;
+  SetError(written_.error());
+  return false;
+}
+
+}  // namespace clipchain
