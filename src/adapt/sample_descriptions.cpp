@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -17,6 +18,9 @@ namespace clipchain {
 namespace {
 
 constexpr const char* kOtherKind = "leave it out, or merge it with clips of its own kind";
+
+// A buffer size and two bit rates stand in one box.
+constexpr std::size_t kFieldsTogether = 3;
 
 const RawBox* DescriptionsOf(const RawBox& track) {
   const RawBox* table = SampleTable(track);
@@ -74,7 +78,7 @@ class SampleDescriptions final : public Adaptation {
       const RawBox* descriptions = DescriptionsOf(*track);
       largest_.push_back(descriptions != nullptr ? descriptions->data : Bytes());
     }
-    differs_.assign(first.size(), false);
+    differing_.resize(first.size());
     for (std::size_t i = 1; i < clips.size(); ++i) {
       const std::vector<const RawBox*> later = TracksOf(std::as_const(clips[i].movie));
       for (std::size_t k = 0; k < later.size() && k < first.size(); ++k)
@@ -84,8 +88,8 @@ class SampleDescriptions final : public Adaptation {
 
   void Complete(RawBox& movie) const override {
     const std::vector<RawBox*> tracks = TracksOf(movie);
-    for (std::size_t k = 0; k < tracks.size() && k < differs_.size(); ++k) {
-      if (differs_[k]) SetRates(*tracks[k], largest_[k]);
+    for (std::size_t k = 0; k < tracks.size() && k < differing_.size(); ++k) {
+      if (!differing_[k].empty()) SetRates(*tracks[k], largest_[k], differing_[k]);
     }
   }
 
@@ -106,21 +110,27 @@ class SampleDescriptions final : public Adaptation {
           .box = "moov/trak/mdia/minf/stbl/stsd";
       return;
     }
-    differs_[place] = true;
-    for (const RateField& field : fields)
-      SetRate(largest_[place], field,
-              std::max(RateAt(largest_[place], field), RateAt(b->data, field)));
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+      const unsigned int rate = RateAt(b->data, fields[i]);
+      if (rate != RateAt(a->data, fields[i])) differing_[place].insert(i / kFieldsTogether);
+      SetRate(largest_[place], fields[i], std::max(RateAt(largest_[place], fields[i]), rate));
+    }
     report.Note(AdaptationKind::kBitRates, clip, id,
                 "declares in its " + RawTrackWords(second) +
                     " other bit rates or buffer sizes than the first clip");
   }
 
-  static void SetRates(RawBox& track, const Bytes& largest) {
+  // What all clips declare alike stays.
+  static void SetRates(RawBox& track, const Bytes& largest,
+                       const std::set<std::size_t>& differing) {
     RawBox* table = SampleTable(track);
     RawBox* descriptions = table != nullptr ? table->Child(FourCc("stsd")) : nullptr;
     if (descriptions == nullptr) return;
     const unsigned int average = AverageRate(track);
-    for (const RateField& field : RateFieldsOf(descriptions->data)) {
+    const std::vector<RateField> fields = RateFieldsOf(descriptions->data);
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+      if (differing.count(i / kFieldsTogether) == 0) continue;
+      const RateField& field = fields[i];
       unsigned int value = RateAt(largest, field);
       // One that no clip knows stays unknown.
       const bool isAverage = field.kind == RateField::Kind::kAverage;
@@ -130,7 +140,8 @@ class SampleDescriptions final : public Adaptation {
   }
 
   std::vector<Bytes> largest_;  // descriptions of each track with the largest rates so far
-  std::vector<bool> differs_;   // by track
+  // By track, of which boxes the fields are that differ, counted in their order.
+  std::vector<std::set<std::size_t>> differing_;
 };
 
 }  // namespace

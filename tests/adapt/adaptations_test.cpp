@@ -210,6 +210,32 @@ TEST(SampleDescriptions, TheLargestRatesAreDeclared) {
   EXPECT_NE(std::search(found.begin(), found.end(), wanted.begin(), wanted.end()), found.end());
 }
 
+// One box of two says the same in both clips.
+TEST(SampleDescriptions, RatesThatAllClipsDeclareStay) {
+  using namespace support;
+  const auto rates = [](std::uint32_t most) {
+    return support::Box("btrt", {U32(1), U32(most), U32(7)});
+  };
+  const auto with = [&](std::uint32_t most) {
+    MovieBuilder clip = MovieBuilder().Add(VideoTrack(4));
+    const Bytes entry = clip.tracks[0].sampleEntry;
+    clip.tracks[0].sampleEntry =
+        support::Box("avc1", {Slice(entry, 8, entry.size()), rates(most), rates(300)});
+    return clip;
+  };
+  FitClips clips = ClipsOf({with(900), with(500)});
+  FitReport report;
+  const auto adaptation = MakeSampleDescriptions();
+  adaptation->Adapt(clips, report);
+  RawBox movie = clips[0].movie;
+  adaptation->Complete(movie);
+  const Bytes& found = SampleTable(*TracksOf(movie)[0])->Child(FourCc("stsd"))->data;
+  const Bytes same = rates(300);
+  EXPECT_TRUE(std::equal(same.rbegin(), same.rend(), found.rbegin()));
+  const Bytes first = rates(900);
+  EXPECT_EQ(std::search(found.begin(), found.end(), first.begin(), first.end()), found.end());
+}
+
 TEST(MediaMap, FindsWhatLiesInSeveralPlaces) {
   const MediaMap media({{500, 10}, {100, 20}}, 40);
   EXPECT_EQ(media.Size(), 30u);
