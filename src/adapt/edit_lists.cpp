@@ -44,8 +44,10 @@ Side Before(const TrackTimes& track) {
   return Cut(track, {track.hidden.before, track.hidden.beforeTicks});
 }
 
+// Of a picture that is held for long, its end.
 Side Behind(const TrackTimes& track) {
-  return Cut(track, {track.hidden.behind, track.hidden.behindTicks});
+  const Side side{track.hidden.behind, track.hidden.behindTicks};
+  return track.kind == MediaKind::kPicture && side.ticks != 0 ? side : Cut(track, side);
 }
 
 std::string Seconds(std::int64_t ticks, std::uint32_t scale) {
@@ -55,8 +57,10 @@ std::string Seconds(std::int64_t ticks, std::uint32_t scale) {
 }
 
 std::string SideWords(const Side& side, std::uint32_t scale, const char* where) {
-  return std::to_string(side.samples) + (side.samples == 1 ? " sample (" : " samples (") +
-         Seconds(side.ticks, scale) + ") " + where;
+  const std::string samples = side.samples == 0 ? "a part of a sample"
+                                                : std::to_string(side.samples) +
+                                                      (side.samples == 1 ? " sample" : " samples");
+  return samples + " (" + Seconds(side.ticks, scale) + ") " + where;
 }
 
 std::string PlainCutWords(const TrackTimes& track) {

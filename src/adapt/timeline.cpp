@@ -15,6 +15,9 @@ constexpr std::int64_t kMostTicks = std::int64_t{1} << 62;
 constexpr std::uint32_t kNormalRate = 0x10000;
 constexpr std::int64_t kEmpty = -1;
 
+// What may be hidden of the last picture that is shown, if it is longer than others.
+constexpr Moment kShortTail = Moment{kUnitsASecond} * 100 / 1000;
+
 // Rounds down, also below 0.
 Moment Quotient(Moment value, Moment divisor) {
   const Moment quotient = value / divisor;
@@ -136,7 +139,11 @@ void CountHidden(const TrackSource& source, TrackTimes& times) {
   };
   static_cast<void>(Walk(source, see));
   times.hidden.beforeTicks = std::max<std::int64_t>(0, bounds.start - times.firstShown);
-  if (times.hidden.behind != 0) times.hidden.behindTicks = times.endShown - times.ShownTo();
+  const Moment tail = MomentOf(times.endShown, times.scale) - bounds.end - bounds.tolerance;
+  const bool isHeld = times.kind == MediaKind::kPicture && !isOpen &&
+                      tail > std::max(MomentOf(times.frame, times.scale), kShortTail);
+  if (times.hidden.behind != 0 || isHeld)
+    times.hidden.behindTicks = times.endShown - times.ShownTo();
 }
 
 }  // namespace

@@ -53,8 +53,8 @@ struct ShownStretch {
 ShownStretch StretchOf(const Edits& edits, std::uint32_t mediaScale, std::uint32_t movieScale);
 
 // What a plain stretch does not show of the media, in samples that it hides as a whole and in ticks
-// of the media. At the end, whole samples alone count: what it hides of the last one that it shows
-// is the movie's coarser clock.
+// of the media. At the end, whole samples count, and more of the last picture that is shown than
+// others last: less is the movie's coarser clock.
 struct HiddenSamples {
   std::uint64_t before = 0;
   std::uint64_t behind = 0;

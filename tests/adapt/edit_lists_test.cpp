@@ -30,6 +30,22 @@ TEST(EditLists, ThatHideAPictureAreCut) {
   EXPECT_FALSE(IsCut(Edited(Picture(50), {{1970, 300}})));
 }
 
+// It would stand still inside the result, and the sound wait for it.
+TEST(EditLists, ThatHideHowLongTheLastPictureIsHeldAreCut) {
+  TrackSource source = Picture(49);
+  source.entryType = FourCc("avc1");
+  source.times.push_back({1, 51200});
+  const TrackTimes held = Edited(source, {{2000, 0}});
+  EXPECT_TRUE(IsCut(held));
+  EXPECT_EQ(CutWords(held),
+            "hides a part of a sample (3.960 s) at the end of its track 1 (avc1) by an edit list, "
+            "and a merge would show it again");
+  EXPECT_FALSE(IsCut(Edited(source, {{5960, 0}})));
+  EXPECT_FALSE(IsCut(Edited(source, {{5870, 0}})));
+  source.kind = MediaKind::kOther;
+  EXPECT_FALSE(IsCut(Edited(source, {{2000, 0}})));
+}
+
 TEST(EditLists, ThatAreNotPlainAreCut) {
   EXPECT_TRUE(IsCut(Edited(Picture(50), {{500, -1}})));
   EXPECT_TRUE(IsCut(Edited(Picture(50), {{1000, 0}, {500, 19200}})));
