@@ -6,7 +6,6 @@
 #include <set>
 #include <utility>
 
-#include "adapt/fit.h"
 #include "workflow/check.h"
 #include "workflow/keeping/checksum_file.h"
 #include "workflow/keeping/kept_bytes.h"
@@ -28,10 +27,10 @@ bool IsAboutOrder(Message message) {
 
 // What is not in the result, or otherwise: samples, tables that speak of them, how a track is
 // shown.
-bool IsLoss(const Finding& finding, bool tablesAreJoined) {
+bool IsLoss(const Finding& finding) {
   if (IsAboutOrder(finding.message)) return false;
   return finding.severity >= Severity::kRisk || finding.message == Message::kShownOtherwise ||
-         (finding.message == Message::kFirstTableOnly && !tablesAreJoined);
+         finding.message == Message::kFirstTableOnly;
 }
 
 // How a result may have been merged that has all samples of its clips. What its chapters are called
@@ -126,18 +125,8 @@ std::string ResultProof::LossOf(const std::vector<std::size_t>& clips,
   CheckOptions check;
   SetFitting(check, options);
   const CheckReport report = Check(PathsOf(clips), check);
-  const bool tablesAreJoined =
-      std::any_of(report.adaptations.begin(), report.adaptations.end(),
-                  [](const Adapted& adapted) { return adapted.name == "tables"; });
-  // What can't be joined is told by whoever joins them.
-  const Fit fit(options.exact ? std::vector<std::string>() : PathsOf(clips), options);
-  for (const FitProblem& problem : fit.Report().problems) {
-    if (problem.kind == FitProblemKind::kTableLost)
-      return fmt::format("{} {}", PrintablePath(PathsOf(clips)[problem.clip]), problem.text);
-  }
   for (const Finding& finding : report.findings) {
-    if (IsLoss(finding, tablesAreJoined))
-      return fmt::format("{} {}", PrintablePath(finding.path), finding.text);
+    if (IsLoss(finding)) return fmt::format("{} {}", PrintablePath(finding.path), finding.text);
   }
   return "";
 }
