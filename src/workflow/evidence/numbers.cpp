@@ -22,6 +22,16 @@ bool Falls(const std::string& before, const std::string& behind) {
   return order == NumberOrder::kFalls || order == NumberOrder::kNextRecording;
 }
 
+// Whether the camera made another clip in between: the one with the next number begins between
+// both.
+bool IsNextBetween(const Family& family, const FamilyClip& first, const FamilyClip& second) {
+  if (!first.time || !second.time || SeriesOf(first) != SeriesOf(second)) return false;
+  return std::any_of(first.next.begin(), first.next.end(), [&](const NextClip& next) {
+    const auto& time = family.clips[next.clip].time;
+    return !next.isChapter && time && *first.time < *time && *time < *second.time;
+  });
+}
+
 }  // namespace
 
 NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_t behind,
@@ -56,6 +66,10 @@ NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_
     verdict.evidence.agrees = false;
     verdict.evidence.text =
         fmt::format("{} is later than {} and has a lower number", names[1], names[0]);
+  } else if (IsNextBetween(family, first, second)) {
+    verdict.evidence.agrees = false;
+    verdict.evidence.text = fmt::format("the clip with the number behind {} was recorded before {}",
+                                        names[0], names[1]);
   } else {
     verdict.skipsOne = find(first.nextButOne) != nullptr;
     verdict.evidence.text =

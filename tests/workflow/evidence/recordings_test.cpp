@@ -139,6 +139,15 @@ TEST(Recordings, NumbersThatFallDisagree) {
       "likely: A9999.MP4 A0001.MP4");
 }
 
+TEST(Recordings, AClipInBetweenDisagrees) {
+  // Clips that run on for longer than they were recorded may end where another one begins.
+  EXPECT_EQ(ProposedFrom(
+                {ClipSays("c/A0001.MP4").At(0).For(120), ClipSays("c/A0002.MP4").At(40).For(30),
+                 ClipSays("c/A0004.MP4").At(120).For(20), ClipSays("c/B0001.MP4").At(9000).For(120),
+                 ClipSays("c/B0002.MP4").At(9120).For(20)}),
+            "likely: B0001.MP4 B0002.MP4");
+}
+
 TEST(Recordings, RunOnFromOneFolderToTheNext) {
   EXPECT_EQ(ProposedFrom({ClipSays("c/DCIM/100MEDIA/A0999.MP4").For(60),
                           ClipSays("c/DCIM/101MEDIA/A1000.MP4").For(20)}),
