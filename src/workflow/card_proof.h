@@ -20,7 +20,8 @@ struct CardProofOptions {
   bool clipsOnly = false;
   // A clip is kept only if every byte of it is, not its samples alone.
   bool whole = false;
-  // Told how many bytes of the cards are compared so far; false ends the work. May be empty.
+  // Told how many files are found so far, then how many bytes of the cards are compared; false ends
+  // the work. May be empty.
   Progress progress;
 };
 

@@ -68,11 +68,13 @@ struct clipchain_options {
 
 /* All of it zero is what the tool does without an option. */
 struct clipchain_verify_options {
-  size_t size;                 /* sizeof(struct clipchain_verify_options) */
-  int clips_only;              /* look at clips alone */
-  int whole;                   /* a clip is kept only if every byte of it is */
-  clipchain_progress progress; /* may be null; told CLIPCHAIN_VERIFYING, and bytes of the cards */
-  void* context;               /* handed to it */
+  size_t size;    /* sizeof(struct clipchain_verify_options) */
+  int clips_only; /* look at clips alone */
+  int whole;      /* a clip is kept only if every byte of it is */
+  /* May be null; told CLIPCHAIN_CHECKING while folders are searched, then CLIPCHAIN_VERIFYING, and
+   * bytes of the cards. */
+  clipchain_progress progress;
+  void* context; /* handed to it */
 };
 
 /* "0.1.0"; lasts as long as the library. */

@@ -9,7 +9,7 @@ namespace clipchain {
 
 struct Step {
   enum class Phase {
-    // Searching folders for clips; `clip` counts those that were found.
+    // Searching folders for clips, or files; `clip` counts those that were found.
     kSearching,
     // Looking at clips to find out what belongs together.
     kLooking,

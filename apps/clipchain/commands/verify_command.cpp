@@ -32,6 +32,9 @@ namespace clipchain {
 
 namespace {
 
+// A search that takes no longer needs no line.
+constexpr double kSecondsToWait = 0.5;
+
 struct VerifyCommand {
   CardProofOptions proof;
   std::string html;
@@ -63,7 +66,10 @@ CardProof ProveWithProgress(const CardProofOptions& options, bool quiet) {
   CardProofOptions proof = options;
   line.StartPhase();
   proof.progress = [&line](const Step& step) {
-    if (line.IsDue()) {
+    if (step.phase == Step::Phase::kSearching) {
+      if (line.Seconds() > kSecondsToWait && line.IsDue())
+        line.ShowText(fmt::format("searching folders: {} files so far", step.clip));
+    } else if (line.IsDue()) {
       const long long percent = step.current / (step.total / 100 + 1);
       line.ShowText(fmt::format("comparing {} of {}  {} %", FormatBytes(step.current),
                                 FormatBytes(step.total), percent));

@@ -39,10 +39,10 @@ std::vector<ListedPath> Differences(const std::vector<ListedFile>& before,
   return differences;
 }
 
-Findings CardFiles::Read(const std::vector<std::string>& cards) {
+Findings CardFiles::Read(const std::vector<std::string>& cards, const SearchProgress& goOn) {
   std::set<FilePlace> places;
   for (std::size_t card = 0; card < cards.size(); ++card) {
-    const FileList list = ListFiles(cards[card]);
+    const FileList list = ListFiles(cards[card], goOn);
     if (!list.unreadable.empty() && list.unreadable.front().path == cards[card])
       return {MakeFinding(Message::kFolderUnusable, cards[card], list.unreadable.front().reason,
                           "name the folder of the card as it is mounted")};
@@ -63,7 +63,10 @@ Findings CardFiles::Read(const std::vector<std::string>& cards) {
     leftAside_.insert(leftAside_.end(), list.leftAside.begin(), list.leftAside.end());
     unreadable_.insert(unreadable_.end(), list.unreadable.begin(), list.unreadable.end());
   }
-  for (CardFile& file : files_) Look(file);
+  for (CardFile& file : files_) {
+    if (goOn && !goOn(files_.size())) break;
+    Look(file);
+  }
   return {};
 }
 
@@ -120,13 +123,14 @@ void CardFiles::Look(CardFile& file) {
   file.next = info.nextID;
 }
 
-std::vector<ListedPath> CardFiles::Changes(const std::vector<std::string>& cards) const {
+std::vector<ListedPath> CardFiles::Changes(const std::vector<std::string>& cards,
+                                           const SearchProgress& goOn) const {
   std::vector<ListedFile> now;
   std::set<FilePlace> places;
   std::vector<ListedPath> changes;
   std::set<std::string> aside;
   for (const std::string& card : cards) {
-    const FileList list = ListFiles(card);
+    const FileList list = ListFiles(card, goOn);
     for (const ListedFile& file : list.files) {
       if (places.insert(PlaceOf(file)).second) now.push_back(file);
     }

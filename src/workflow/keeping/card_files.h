@@ -45,7 +45,7 @@ class CardFiles {
  public:
   // Lists the cards and looks at each file. What speaks against it, if anything does: a card that
   // is no folder, can't be read or has no file.
-  Findings Read(const std::vector<std::string>& cards);
+  Findings Read(const std::vector<std::string>& cards, const SearchProgress& goOn = {});
 
   std::vector<CardFile>& Files() { return files_; }
   const std::vector<ListedPath>& LeftAside() const { return leftAside_; }
@@ -57,7 +57,8 @@ class CardFiles {
   std::optional<std::size_t> CardOn(dev_t device) const;
   SharedBlocks& Blocks() { return blocks_; }
   // Lists the cards once more; what is not as it was.
-  std::vector<ListedPath> Changes(const std::vector<std::string>& cards) const;
+  std::vector<ListedPath> Changes(const std::vector<std::string>& cards,
+                                  const SearchProgress& goOn = {}) const;
 
  private:
   // Size, times and the file's number, as an overlay, a network or a user's file system passes them

@@ -20,7 +20,9 @@ class Proving {
   explicit Proving(const CardProofOptions& options) : options_(options) {}
 
   CardProof Run() {
-    if (!Read()) return Failed();
+    const bool read = Read();
+    if (stopped_) return Stopped();
+    if (!read) return Failed();
     Meter meter(options_.progress, BytesToCompare());
     CardOrder order(cards_.Files());
     ProveClips(order, meter);
@@ -28,7 +30,7 @@ class Proving {
     if (meter.Stopped()) return Stopped();
     Count(order);
     Judge();
-    return std::move(proof_);
+    return stopped_ ? Stopped() : std::move(proof_);
   }
 
  private:
@@ -37,11 +39,21 @@ class Proving {
     proof_.failed = true;
     return std::move(proof_);
   }
+  // What was found by then is no answer.
   CardProof Stopped() {
+    proof_ = {};
     proof_.findings.push_back(MakeFinding(Message::kMergeStopped, options_.cards.front(),
                                           "was not compared to its end: the work was stopped",
                                           "run it again"));
     return Failed();
+  }
+  // Folders on a slow share take long.
+  bool GoesOn(std::size_t files) {
+    Step step;
+    step.phase = Step::Phase::kSearching;
+    step.clip = files;
+    stopped_ = stopped_ || (options_.progress && !options_.progress(step));
+    return !stopped_;
   }
   void ProveClips(CardOrder& order, Meter& meter);
   void ProveOthers(Meter& meter);
@@ -62,14 +74,16 @@ class Proving {
   }
 
   const CardProofOptions& options_;
+  bool stopped_ = false;
+  const SearchProgress goOn_ = [this](std::size_t files) { return GoesOn(files); };
   CardFiles cards_;
   KeptFiles kept_;
   CardProof proof_;
 };
 
 bool Proving::Read() {
-  if (proof_.findings = cards_.Read(options_.cards); !proof_.findings.empty()) return false;
-  if (proof_.findings = kept_.Read(options_.against, cards_); !proof_.findings.empty())
+  if (proof_.findings = cards_.Read(options_.cards, goOn_); !proof_.findings.empty()) return false;
+  if (proof_.findings = kept_.Read(options_.against, cards_, goOn_); !proof_.findings.empty())
     return false;
   bool anyClip = false;
   for (const CardFile& file : cards_.Files()) anyClip = anyClip || file.isClip;
@@ -172,8 +186,8 @@ void Proving::Judge() {
     proof_.notKept.push_back({file.file.path, file.reason.empty() ? WhyNot(file) : file.reason});
   }
   Doubt(cards_.Unreadable());
-  Doubt(cards_.Changes(options_.cards));
-  Doubt(kept_.Changes(options_.against));
+  Doubt(cards_.Changes(options_.cards, goOn_));
+  Doubt(kept_.Changes(options_.against, goOn_));
   proof_.kept = proof_.notKept.empty();
 }
 

@@ -33,13 +33,17 @@ struct CloseFolder {
 
 class Walk {
  public:
+  explicit Walk(const SearchProgress& goOn) : goOn_(goOn) {}
+
   FileList Run(const std::string& folder) {
     waiting_.push_back(folder);
-    while (!waiting_.empty()) {
+    while (!waiting_.empty() && !stopped_) {
       const std::string next = std::move(waiting_.back());
       waiting_.pop_back();
       List(next, next == folder);
     }
+    // Nobody may take what was found for all that there is.
+    if (stopped_) list_.unreadable.push_back({folder, "was not searched to its end"});
     const auto byPath = [](const auto& a, const auto& b) { return a.path < b.path; };
     std::sort(list_.files.begin(), list_.files.end(), byPath);
     std::sort(list_.leftAside.begin(), list_.leftAside.end(), byPath);
@@ -80,6 +84,8 @@ class Walk {
          errno = 0, entry = ::readdir(&folder)) {
       const std::string name = entry->d_name;
       if (name == "." || name == "..") continue;
+      stopped_ = goOn_ && !goOn_(list_.files.size());
+      if (stopped_) return;
       struct stat status;
       if (::fstatat(::dirfd(&folder), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
         Fail(prefix + name, "can't be looked at", errno);
@@ -98,6 +104,8 @@ class Walk {
     list_.unreadable.push_back({path, std::string(what) + ": " + ErrorText(error)});
   }
 
+  const SearchProgress& goOn_;
+  bool stopped_ = false;
   FileList list_;
   std::vector<std::string> waiting_;
   std::set<FileIdentity> visited_;
@@ -116,6 +124,8 @@ bool FileStamp::operator==(const FileStamp& other) const {
 
 FilePlace PlaceOf(const ListedFile& file) { return {file.folder, NameOf(file.path)}; }
 
-FileList ListFiles(const std::string& folder) { return Walk().Run(folder); }
+FileList ListFiles(const std::string& folder, const SearchProgress& goOn) {
+  return Walk(goOn).Run(folder);
+}
 
 }  // namespace clipchain

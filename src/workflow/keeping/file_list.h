@@ -3,6 +3,8 @@
 
 #include <sys/stat.h>
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -40,6 +42,9 @@ struct ListedPath {
   std::string reason;  // the rest of a sentence that begins with the path
 };
 
+// How many files were found; false ends the search. May be empty.
+using SearchProgress = std::function<bool(std::size_t files)>;
+
 struct FileList {
   std::vector<ListedFile> files;       // regular ones, whatever their names; by path
   std::vector<ListedPath> leftAside;   // links, pipes, devices: what is no file of its own
@@ -48,6 +53,8 @@ struct FileList {
 
 // Walks through the folder and all below it, hidden ones and other file systems mounted there too;
 // links are not followed, but for the folder itself. A folder that is reached twice is listed once.
-FileList ListFiles(const std::string& folder);
+// `goOn` is told before each entry how many files there are so far; false ends the walk, and the
+// folder is then among what is unreadable.
+FileList ListFiles(const std::string& folder, const SearchProgress& goOn = {});
 
 }  // namespace clipchain

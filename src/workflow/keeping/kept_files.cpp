@@ -11,11 +11,12 @@
 
 namespace clipchain {
 
-Findings KeptFiles::Read(const std::vector<std::string>& folders, const CardFiles& cards) {
+Findings KeptFiles::Read(const std::vector<std::string>& folders, const CardFiles& cards,
+                         const SearchProgress& goOn) {
   std::set<FilePlace> places;
   for (std::size_t index = 0; index < folders.size(); ++index) {
     const std::string& folder = folders[index];
-    const FileList list = ListFiles(folder);
+    const FileList list = ListFiles(folder, goOn);
     if (!list.unreadable.empty() && list.unreadable.front().path == folder)
       return {MakeFinding(Message::kFolderUnusable, folder, list.unreadable.front().reason,
                           "name a folder with results or copies")};
@@ -74,7 +75,8 @@ std::map<std::size_t, std::size_t> KeptFiles::BesideCards(const CardFiles& cards
   return beside;
 }
 
-std::vector<ListedPath> KeptFiles::Changes(const std::vector<std::string>& folders) const {
+std::vector<ListedPath> KeptFiles::Changes(const std::vector<std::string>& folders,
+                                           const SearchProgress& goOn) const {
   const auto thatCount = [this](const std::vector<ListedFile>& files) {
     std::vector<ListedFile> some;
     for (const ListedFile& file : files) {
@@ -85,7 +87,7 @@ std::vector<ListedPath> KeptFiles::Changes(const std::vector<std::string>& folde
   std::vector<ListedFile> now;
   std::set<FilePlace> places;
   for (const std::string& folder : folders) {
-    const FileList list = ListFiles(folder);
+    const FileList list = ListFiles(folder, goOn);
     for (const ListedFile& file : list.files) {
       if (places.insert(PlaceOf(file)).second) now.push_back(file);
     }

@@ -28,7 +28,8 @@ class KeptFiles {
  public:
   // Lists the folders. Files of the cards are left out, and so are hidden ones that a merge has not
   // completed. What speaks against it, if anything does: a folder that is missing or unreadable.
-  Findings Read(const std::vector<std::string>& folders, const CardFiles& cards);
+  Findings Read(const std::vector<std::string>& folders, const CardFiles& cards,
+                const SearchProgress& goOn = {});
 
   std::vector<KeptFile>& Files() { return files_; }
   // Those of so many bytes.
@@ -49,7 +50,8 @@ class KeptFiles {
   // of which one.
   std::map<std::size_t, std::size_t> BesideCards(const CardFiles& cards) const;
   // Lists the folders once more; what is not as it was where anything counted.
-  std::vector<ListedPath> Changes(const std::vector<std::string>& folders) const;
+  std::vector<ListedPath> Changes(const std::vector<std::string>& folders,
+                                  const SearchProgress& goOn = {}) const;
 
  private:
   std::string Flushed(const ListedBytes& bytes, const ListedFile& file);

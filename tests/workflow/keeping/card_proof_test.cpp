@@ -25,6 +25,8 @@ using testing::UnorderedElementsAre;
 
 namespace fs = std::filesystem;
 
+using Phase = clipchain::Step::Phase;
+
 namespace {
 
 class CardProofTest : public support::KeptCard {
@@ -312,20 +314,20 @@ TEST_F(CardProofTest, CountsAClipWithZerosBehindItsLastBox) {
 TEST_F(CardProofTest, DoesNotCountWhatIsChangedWhileItRuns) {
   const std::string result = Merge(clips, "out.mp4");
   for (const std::string& path : {result, clips[0]}) {
-    options.progress = [&, once = true](const Step&) mutable {
-      if (std::exchange(once, false)) ChangeByte(path, 40);
+    options.progress = [&, once = true](const Step& step) mutable {
+      if (step.phase == Phase::kVerifying && std::exchange(once, false)) ChangeByte(path, 40);
       return true;
     };
     EXPECT_FALSE(Prove().kept) << path;
     ChangeByte(path, 40);
   }
-  options.progress = [&, once = true](const Step&) mutable {
-    if (std::exchange(once, false)) PutOnCard("new", {1});
+  options.progress = [&, once = true](const Step& step) mutable {
+    if (step.phase == Phase::kVerifying && std::exchange(once, false)) PutOnCard("new", {1});
     return true;
   };
   EXPECT_THAT(NotKept(), ElementsAre("new"));
-  options.progress = [&, once = true](const Step&) mutable {
-    if (std::exchange(once, false))
+  options.progress = [&, once = true](const Step& step) mutable {
+    if (step.phase == Phase::kVerifying && std::exchange(once, false))
       fs::create_symlink("clip1.mp4", folder.path() / "card" / "late link");
     return true;
   };
@@ -401,6 +403,29 @@ TEST_F(CardProofTest, LeavesOtherFilesAloneWhereItIsToldTo) {
   const CardProof proof = ProveCards(options);
   EXPECT_TRUE(proof.failed);
   EXPECT_EQ(Message::kFolderUnusable, proof.findings.back().message);
+}
+
+// A slow share is searched for minutes; what was found by then must never pass for all there is.
+TEST_F(CardProofTest, StopsWhileFoldersAreSearched) {
+  Merge(clips, "out.mp4");
+  int asked = 0;
+  options.progress = [&](const Step& step) {
+    asked += step.phase == Phase::kSearching ? 1 : 0;
+    return true;
+  };
+  static_cast<void>(ProveCards(options));
+  ASSERT_GT(asked, 8);
+  for (int last = 0; last < asked; ++last) {
+    options.progress = [left = last](const Step& step) mutable {
+      return step.phase != Phase::kSearching || left-- != 0;
+    };
+    const CardProof proof = ProveCards(options);
+    EXPECT_TRUE(proof.failed) << last;
+    EXPECT_FALSE(proof.kept) << last;
+    ASSERT_THAT(proof.findings, SizeIs(1)) << last;
+    EXPECT_EQ(Message::kMergeStopped, proof.findings[0].message);
+    EXPECT_THAT(proof.notKept, IsEmpty()) << last;
+  }
 }
 
 TEST_F(CardProofTest, StopsWhereItIsToldTo) {

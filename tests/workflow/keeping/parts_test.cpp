@@ -110,6 +110,9 @@ TEST(FileList, NamesAllThatLiesBelow) {
   EXPECT_THAT(list.unreadable, IsEmpty());
   EXPECT_THAT(ListFiles(folder / "none").unreadable, SizeIs(1));
   EXPECT_THAT(ListFiles(folder / "b").unreadable, SizeIs(1));
+  const FileList some = ListFiles(folder.path(), [](std::size_t) { return false; });
+  ASSERT_THAT(some.unreadable, SizeIs(1));
+  EXPECT_EQ(folder.path().string(), some.unreadable[0].path);
 }
 
 TEST(SharedBlocks, AreThoseOfOneFileSystem) {
