@@ -13,6 +13,7 @@
 #include "clipchain/commands.h"
 #include "clipchain/commands/merge_options.h"
 #include "clipchain/commands/missing_names.h"
+#include "clipchain/commands/page_option.h"
 #include "clipchain/manual/usage.h"
 #include "clipchain/output/finding_output.h"
 #include "clipchain/output/proof_output.h"
@@ -41,11 +42,6 @@ struct VerifyCommand {
   bool quiet = false;
   bool json = false;
 };
-
-int FailPage(const std::string& path, const std::string& why) {
-  std::fputs(fmt::format("clipchain: {} {}\n", PrintablePath(path), why).c_str(), stderr);
-  return kFailed;
-}
 
 // Why the page can't be written, known before anything is read. A card is never written to.
 std::string WhyNoPage(const VerifyCommand& command) {
@@ -114,9 +110,9 @@ int Run(const VerifyCommand& command) {
   if (proof.failed) return Fail(command, proof);
   if (!command.json) std::fputs(FindingsText(proof.findings, Paint(stderr)).c_str(), stderr);
   if (!command.html.empty()) {
-    const std::string why =
-        WriteTextFile(command.html, HtmlProof(command.proof, proof, Now()), false);
-    if (!why.empty()) return FailPage(command.html, why);
+    if (const int failed = WritePage(command.html, HtmlProof(command.proof, proof, Now()), false);
+        failed != kDone)
+      return failed;
   }
   Print(command.json ? JsonText(ProofJson(command.proof, proof))
                      : ProofText(command.proof, proof, Paint(stdout)));

@@ -94,6 +94,11 @@ TEST_F(VerifyCommand, SpeaksToProgramsAndWritesAPage) {
   EXPECT_EQ(1, Verify({"--html", In("card/page.html")}).exitCode);
   EXPECT_FALSE(fs::exists(folder / "card" / "page.html"));
   EXPECT_EQ(1, Verify({"--html", In("page.html")}).exitCode);
+  // As of every page, what a run that was killed has left beside it is named.
+  support::WriteFile(folder / ".again.html.clipchain-4711-0123456789abcdef.part", {});
+  const Finished again = Verify({"--html", In("again.html")});
+  EXPECT_EQ(3, again.exitCode);
+  EXPECT_THAT(again.err, HasSubstr("(leftover)"));
 }
 
 TEST_F(VerifyCommand, LeadsBackToTheClips) {
