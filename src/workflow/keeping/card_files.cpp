@@ -7,6 +7,7 @@
 #include "workflow/clip_info.h"
 #include "workflow/clip_search.h"
 #include "workflow/keeping/listed_bytes.h"
+#include "workflow/system/part_name.h"
 
 namespace clipchain {
 
@@ -51,7 +52,7 @@ Findings CardFiles::Read(const std::vector<std::string>& cards, const SearchProg
                           "see whether the card is mounted there")};
     for (const ListedFile& file : list.files) {
       identities_.insert(file.stamp.identity);
-      if (devices_.insert(file.stamp.identity.device).second)
+      if (devices_.emplace(file.stamp.identity.device, FolderOf(file.path)).second)
         storages_.insert(StorageOf(file.stamp.identity.device));
       shades_.emplace(ShadeOf(file.stamp), file.stamp.identity.device);
       if (places.insert(PlaceOf(file)).second) {
@@ -93,9 +94,13 @@ bool CardFiles::Has(const FileStamp& stamp) const {
          (major(shade->second) == 0 || major(stamp.identity.device) == 0);
 }
 
-std::optional<std::size_t> CardFiles::CardOn(dev_t device) const {
+std::optional<std::size_t> CardFiles::CardBeside(const std::string& folder) const {
+  std::set<dev_t> beside;
+  for (const auto& [device, place] : devices_) {
+    if (IsOneFileSystem(place, folder)) beside.insert(device);
+  }
   for (const CardFile& file : files_) {
-    if (file.file.stamp.identity.device == device) return file.card;
+    if (beside.contains(file.file.stamp.identity.device)) return file.card;
   }
   return std::nullopt;
 }

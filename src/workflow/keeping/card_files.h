@@ -53,8 +53,8 @@ class CardFiles {
   // Whether it is a file of a card, by whatever path, and by whatever device or file system that
   // shows the files of another one.
   bool Has(const FileStamp& stamp) const;
-  // The first card that has a file on that file system.
-  std::optional<std::size_t> CardOn(dev_t device) const;
+  // The first card that has a file on the file system of that folder.
+  std::optional<std::size_t> CardBeside(const std::string& folder) const;
   SharedBlocks& Blocks() { return blocks_; }
   // Lists the cards once more; what is not as it was.
   std::vector<ListedPath> Changes(const std::vector<std::string>& cards,
@@ -73,7 +73,8 @@ class CardFiles {
   std::vector<ListedPath> leftAside_;
   std::vector<ListedPath> unreadable_;
   std::set<FileIdentity> identities_;
-  std::set<dev_t> devices_;
+  // With a folder on each.
+  std::map<dev_t, std::string> devices_;
   // Of the devices.
   std::set<Storage> storages_;
   std::map<Shade, dev_t> shades_;

@@ -67,10 +67,14 @@ std::string KeptFiles::Flushed(const ListedBytes& bytes, const ListedFile& file)
   return "can't be flushed to its disk: " + ErrorText(error);
 }
 
+void KeptFiles::Count(const KeptFile& file) {
+  counted_.emplace(file.file.folder, FolderOf(file.file.path));
+}
+
 std::map<std::size_t, std::size_t> KeptFiles::BesideCards(const CardFiles& cards) const {
   std::map<std::size_t, std::size_t> beside;
-  for (const FileIdentity& folder : counted_) {
-    if (const auto card = cards.CardOn(folder.device)) beside.emplace(against_.at(folder), *card);
+  for (const auto& [folder, path] : counted_) {
+    if (const auto card = cards.CardBeside(path)) beside.emplace(against_.at(folder), *card);
   }
   return beside;
 }

@@ -45,7 +45,7 @@ class KeptFiles {
   std::unique_ptr<ListedBytes> Open(KeptFile& file, CardFiles& cards, std::string& why);
 
   // From now on the file, and what else lies in its folder, must stay what it is.
-  void Count(const KeptFile& file) { counted_.insert(file.file.folder); }
+  void Count(const KeptFile& file);
   // Which of the folders, by index, have something that counted on the file system of a card, and
   // of which one.
   std::map<std::size_t, std::size_t> BesideCards(const CardFiles& cards) const;
@@ -61,7 +61,7 @@ class KeptFiles {
   std::vector<KeptFile> files_;
   std::map<long long, std::vector<std::size_t>> bySize_;
   std::map<std::string, std::size_t> byPath_;
-  std::set<FileIdentity> counted_;               // folders
+  std::map<FileIdentity, std::string> counted_;  // folders, and paths of them
   std::map<FileIdentity, std::size_t> against_;  // below which of the folders one lies
 };
 

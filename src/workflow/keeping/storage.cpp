@@ -1,9 +1,11 @@
 #include "workflow/keeping/storage.h"
 
 #include <fmt/format.h>
+#include <linux/magic.h>
 #include <linux/major.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+#include <sys/vfs.h>
 
 #include <charconv>
 #include <fstream>
@@ -29,6 +31,17 @@ bool ReadNumber(const std::string& text, unsigned long long& number) {
 }
 
 }  // namespace
+
+bool IsOneFileSystem(const std::string& a, const std::string& b) {
+  struct stat first, second;
+  if (::stat(a.c_str(), &first) != 0 || ::stat(b.c_str(), &second) != 0) return false;
+  if (first.st_dev == second.st_dev) return true;
+  struct statfs one, other;
+  if (::statfs(a.c_str(), &one) != 0 || ::statfs(b.c_str(), &other) != 0) return false;
+  // The second half of its number tells subvolumes apart.
+  return one.f_type == BTRFS_SUPER_MAGIC && other.f_type == BTRFS_SUPER_MAGIC &&
+         one.f_fsid.__val[0] == other.f_fsid.__val[0];
+}
 
 Storage StorageOf(dev_t device, const std::string& devices) {
   for (int step = 0; step < kMostSteps && major(device) == LOOP_MAJOR; ++step) {

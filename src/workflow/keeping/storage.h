@@ -23,4 +23,7 @@ struct Storage {
 // `devices` is where the system describes devices by their numbers.
 Storage StorageOf(dev_t device, const std::string& devices = "/sys/dev/block");
 
+// Whether two folders lie on one file system: parts of one may go by different devices.
+bool IsOneFileSystem(const std::string& a, const std::string& b);
+
 }  // namespace clipchain
