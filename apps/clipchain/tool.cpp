@@ -39,11 +39,11 @@ void AddCommands(CLI::App& tool, int& exitCode) {
 
 namespace {
 
-// "help" in front of a command is its --help, and alone that of the tool. What is no command stays
-// one that there is not.
+// "help" in front of a command is its --help, whatever follows, and alone that of the tool. What is
+// no command stays one that there is not.
 std::vector<const char*> Arguments(const CLI::App& tool, int argc, const char* const* argv) {
   std::vector<const char*> arguments(argv, argv + argc);
-  if (argc < 2 || argc > 3 || std::string_view(argv[1]) != "help") return arguments;
+  if (argc < 2 || std::string_view(argv[1]) != "help") return arguments;
   arguments.erase(arguments.begin() + 1);
   const std::vector<CommandWords> commands = DescribeCommands(tool);
   if (argc == 2 || std::any_of(commands.begin(), commands.end(),

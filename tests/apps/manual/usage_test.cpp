@@ -13,6 +13,7 @@ TEST(UsageText, HelpInFrontOfACommandIsItsHelp) {
   EXPECT_EQ(Tool({"--help"}).out, Tool({"help"}).out);
   EXPECT_EQ(Tool({"merge", "--help"}).out, Tool({"help", "merge"}).out);
   EXPECT_EQ(0, Tool({"help", "merge"}).exitCode);
+  EXPECT_EQ(Tool({"help", "merge"}).out, Tool({"help", "merge", "clip.mp4"}).out);
   EXPECT_EQ(2, Tool({"help", "cut"}).exitCode);
   EXPECT_THAT(Tool({"help", "cut"}).err, HasSubstr("there is no command cut;"));
 }
