@@ -101,38 +101,34 @@ TimedClips ByFileTimes(const Family& family, const std::vector<std::size_t>& mem
   return clips;
 }
 
-// Finds folders in which numbers fall again and again while the clock rises or, where it says
-// nothing, the times of the files do: somebody gave the clips other names, and numbers there tell
-// nothing.
+// Whether numbers fall again and again while times rise.
+bool FallsOften(const Family& family, const TimedClips& clips) {
+  std::size_t falls = 0;
+  std::size_t all = 0;
+  for (std::size_t i = 1; i < clips.size(); ++i) {
+    if (clips[i - 1].first == clips[i].first) continue;
+    const NumberOrder order =
+        OrderOfNumbers(family.clips[clips[i - 1].second].name, family.clips[clips[i].second].name);
+    if (order == NumberOrder::kFalls) ++falls;
+    if (order != NumberOrder::kNone) ++all;
+  }
+  constexpr std::size_t kLeast = 3;
+  return falls >= kLeast && falls * 4 >= all;
+}
+
+// Finds folders in which numbers fall again and again while the clock or the times of the files
+// rise: somebody gave the clips other names, and numbers there tell nothing.
 void NoteRenumbering(Family& family, const FamilyCard& card) {
-  std::map<std::string, TimedClips> folders;
-  std::map<std::string, std::vector<std::size_t>> untimed;
-  for (const std::size_t i : card.clips) {
-    const FamilyClip& clip = family.clips[i];
-    if (clip.time) {
-      folders[clip.folder].emplace_back(*clip.time, i);
-    } else {
-      untimed[clip.folder].push_back(i);
+  std::map<std::string, std::vector<std::size_t>> folders;
+  for (const std::size_t i : card.clips) folders[family.clips[i].folder].push_back(i);
+  for (const auto& [folder, members] : folders) {
+    TimedClips clips;
+    for (const std::size_t i : members) {
+      if (family.clips[i].time) clips.emplace_back(*family.clips[i].time, i);
     }
-  }
-  for (const auto& [folder, members] : untimed) {
-    if (!folders.contains(folder)) folders[folder] = ByFileTimes(family, members);
-  }
-  for (auto& [folder, clips] : folders) {
     std::sort(clips.begin(), clips.end());
-    std::size_t falls = 0;
-    std::size_t all = 0;
-    for (std::size_t i = 1; i < clips.size(); ++i) {
-      const FamilyClip& before = family.clips[clips[i - 1].second];
-      const FamilyClip& behind = family.clips[clips[i].second];
-      if (clips[i - 1].first == clips[i].first) continue;
-      const NumberOrder order = OrderOfNumbers(before.name, behind.name);
-      if (order == NumberOrder::kFalls) ++falls;
-      if (order != NumberOrder::kNone) ++all;
-    }
-    constexpr std::size_t kLeast = 3;
-    if (falls < kLeast || falls * 4 < all) continue;
-    for (const auto& [time, i] : clips) family.clips[i].isRenumbered = true;
+    if (!FallsOften(family, clips) && !FallsOften(family, ByFileTimes(family, members))) continue;
+    for (const std::size_t i : members) family.clips[i].isRenumbered = true;
   }
 }
 

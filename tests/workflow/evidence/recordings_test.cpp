@@ -84,6 +84,20 @@ TEST(Recordings, FilesThatWereWrittenInAnotherOrderHaveNoNumbers) {
   EXPECT_EQ(three(120, 60, 140), "incomplete certain: 002.MP4 003.MP4");
 }
 
+TEST(Recordings, ThatSomebodyNumberedAreFoundByTheTimesOfFiles) {
+  const auto clip = [](const char* name, std::int64_t at, double length, std::int64_t code) {
+    return ClipSays(name).At(at).For(length).Timecode(code, static_cast<std::int64_t>(length * 30));
+  };
+  // One time and one timecode to begin with for all clips of a recording.
+  const auto four = [&](double a, double b, double c, double d, double e) {
+    return ProposedFrom(
+        {clip("c/001.MP4", 1020, 300, 0).Written(a), clip("c/002.MP4", 0, 300, 9000).Written(b),
+         clip("c/003.MP4", 0, 300, 0).Written(c), clip("c/004.MP4", 1500, 262, 0).Written(d),
+         clip("c/005.MP4", 9000, 17, 0).Written(e)});
+  };
+  EXPECT_EQ(four(2000, 1000, 600, 5000, 4000), "certain: 003.MP4 002.MP4");
+}
+
 TEST(Recordings, OfOneTimeHaveNoOrderThatTheTimesOfFilesContradict) {
   const auto three = [](double a, double b, double c) {
     return ProposedFrom({ClipSays("c/001.MP4").At(0).For(60).Written(a),
