@@ -155,11 +155,9 @@ bool HasCountsOf(const GapPattern& pattern, const Pieces& pieces) {
   std::vector<std::uint64_t> counts;
   for (const GapPiece& piece : pieces) counts.push_back(piece.span.count);
   const auto& known = pattern.counts;
-  if (known.size() >= kMany && counts.size() == 1) {
-    const std::uint64_t count = counts.front();
-    return pattern.least <= count && count <= pattern.most && 2 * pattern.least > pattern.most;
-  }
-  return std::find(known.begin(), known.end(), counts) != known.end();
+  if (std::find(known.begin(), known.end(), counts) != known.end()) return true;
+  return known.size() >= kMany && counts.size() == 1 && pattern.least <= counts.front() &&
+         counts.front() <= pattern.most && 2 * pattern.least > pattern.most;
 }
 
 bool SaysNothing(const GapPattern& pattern, const FrameMethods& methods) {

@@ -5,10 +5,17 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <numeric>
 
+#include "adapt/fit_clip.h"
+#include "adapt/table_builder.h"
+#include "adapt/track_headers.h"
+#include "foundation/fourcc.h"
 #include "support/bytes.h"
+#include "support/movie_builder.h"
 #include "support/temp_dir.h"
 #include "workflow/check.h"
+#include "workflow/rescue/gap_patterns.h"
 #include "workflow/rescue/reference.h"
 #include "workflow/rescue/sound_decoder.h"
 
@@ -221,6 +228,82 @@ TEST_F(RescueTest, KnowsAClipThatNeedsIt) {
   WriteFile(folder_ / "broken.mp4", WithoutMovie(kClip3));
   EXPECT_TRUE(NeedsRescue(folder_ / "broken.mp4"));
   EXPECT_FALSE(NeedsRescue(kClip3));
+}
+
+// A clip with a picture before each piece of sound; these have so many samples of 4 bytes.
+Bytes WithPieces(const std::vector<std::uint32_t>& pieces) {
+  const auto count = static_cast<std::uint32_t>(pieces.size());
+  support::Track sound = support::AudioTrack(0);
+  sound.sampleSizes.assign(std::accumulate(pieces.begin(), pieces.end(), std::size_t{0}), 4);
+  sound.stts = {{static_cast<std::uint32_t>(sound.sampleSizes.size()), 1}};
+  support::Track pictures = support::VideoTrack(count);
+  pictures.sampleSizes.assign(count, 10);
+  Bytes clip = support::MovieBuilder().Add(pictures).Add(sound).Build();
+  const std::size_t at = PlaceOf(clip, "moov");
+  std::span<const unsigned char> in(clip.data() + at, clip.size() - at);
+  RawBox movie;
+  EXPECT_TRUE(movie.Take(in));
+  std::uint64_t place = PlaceOf(clip, "mdat") + 8;
+  std::vector<std::uint64_t> ofPictures;
+  std::vector<std::uint64_t> ofSound;
+  ChunkRuns runs;
+  for (const std::uint32_t piece : pieces) {
+    ofPictures.push_back(place);
+    ofSound.push_back(place + 10);
+    AppendChunk(runs, static_cast<std::uint32_t>(ofSound.size()), piece, 1);
+    place += 10 + piece * 4;
+  }
+  RawBox& pictureTable = *SampleTable(*TracksOf(movie)[0]);
+  RawBox& soundTable = *SampleTable(*TracksOf(movie)[1]);
+  ReplaceChild(pictureTable, ChunkRunsBox({{1, 1, 1}}));
+  ReplaceChild(pictureTable, ChunkOffsetsBox(ofPictures));
+  ReplaceChild(soundTable, ChunkRunsBox(runs));
+  ReplaceChild(soundTable, ChunkOffsetsBox(ofSound));
+  clip.resize(at);
+  movie.Write(clip);
+  return clip;
+}
+
+class FourBytes final : public rescue::FrameMethod {
+ public:
+  std::string_view Name() const override { return "four bytes"; }
+  std::uint32_t UniformSize() const override { return 4; }
+  std::optional<rescue::SampleSpan> Fill(rescue::MediaWindow&, rescue::ByteRange range) override {
+    const std::uint64_t bytes = range.end - range.begin;
+    if (bytes % 4 != 0) return std::nullopt;
+    return rescue::SampleSpan{bytes / 4, bytes, {}};
+  }
+  rescue::SampleSpan Begin(rescue::MediaWindow&, rescue::ByteRange, rescue::BeginsOther&) override {
+    return {};
+  }
+};
+
+// Where two pieces fit into one, what looks like a picture in the sound could part it.
+TEST(GapPatterns, OfManyLengthsFillOthersOnlyWhereNoTwoFitIntoOne) {
+  const TempDir folder;
+  for (const auto& [least, isFilled] : {std::pair{200u, true}, {100u, false}}) {
+    std::vector<std::uint32_t> pieces;
+    for (std::uint32_t i = 0; i < 70; ++i) pieces.push_back(least + 2 * i);
+    pieces.push_back(6);  // where the recording ended
+    const std::string path = folder / std::to_string(least);
+    WriteFile(path, WithPieces(pieces));
+    rescue::Reference reference;
+    ASSERT_EQ("", reference.Load(path));
+    rescue::GapPatterns patterns;
+    patterns.Learn(reference, 0);
+    rescue::FrameMethods methods(2);
+    methods[1] = std::make_unique<FourBytes>();
+    rescue::MediaWindow window(reference.file());
+    const auto fills = [&](std::uint64_t samples) {
+      return rescue::SolveGap(patterns, methods, window, {100, 100 + samples * 4},
+                              rescue::GapPlace::kInside)
+          .has_value();
+    };
+    EXPECT_TRUE(fills(least + 8));
+    EXPECT_EQ(fills(least + 9), isFilled);
+    EXPECT_FALSE(fills(least - 1));
+    EXPECT_FALSE(fills(least + 2 * 70));
+  }
 }
 
 }  // namespace
