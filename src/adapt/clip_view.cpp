@@ -11,12 +11,47 @@ namespace clipchain {
 namespace {
 
 constexpr unsigned int kFirstBuffer = 100000;
+constexpr unsigned int kPage = 4096;
 
 }  // namespace
 
 ClipView::ClipView(const std::string& path, int& result) : ReaderWrapperBase(kFirstBuffer, result) {
   if (result >= 0)
     result = file_.Open(QUIRVA::WidePathFromBytes(path).c_str(), QUIRVA::QvFile::kRead);
+}
+
+QUIRVA::ComPtr<ClipView> ClipView::OfWhole(const std::string& path, int& result) {
+  QUIRVA::ComPtr<ClipView> view;
+  view.Attach(new ClipView(path, result));
+  long long size = 0;
+  if (result >= 0) result = view->file_.GetFileSize(&size);
+  if (result >= 0) view->AddRange(0, size);
+  return view;
+}
+
+HRESULT ClipView::GetData(long long position, unsigned int size, const unsigned char*& data,
+                          unsigned int& got) const {
+  const long long skipped = position - bufferPos_;
+  const long long cached = buffer_.GetUsedSize();
+  const bool isCached =
+      position >= 0 && skipped >= 0 && skipped <= cached && size <= cached - skipped;
+  if (isCached || position < 0 || position >= fileSize_)
+    return ReaderWrapperBase::GetData(position, size, data, got);
+  const auto atMost = [&](unsigned int wanted) {
+    const unsigned int room = std::min(wanted, buffer_.GetCapacity());
+    return static_cast<unsigned int>(std::min<long long>(fileSize_ - position, room));
+  };
+  unsigned int count = atMost(std::max(size, kPage));
+  // What stands behind may be the part of a card that can't be read.
+  if (StoreDataToBuffer(position, count) != S_OK) {
+    count = atMost(size);
+    RETURN_IF_NOT_OK(StoreDataToBuffer(position, count));
+  }
+  buffer_.SetUsedSize(count);
+  bufferPos_ = position;
+  data = buffer_.GetData();
+  got = std::min(count, size);
+  return count < size ? S_FALSE : S_OK;
 }
 
 void ClipView::AddBytes(Bytes bytes) {

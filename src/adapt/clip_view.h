@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "adapt/raw_boxes.h"
+#include "foundation/com_ptr.h"
 #include "foundation/qv_file.h"
 #include "foundation/reader_wrapper.h"
 
@@ -20,12 +21,20 @@ class ClipView final : public QUIRVA::ReaderWrapperBase {
   // one reference.
   ClipView(const std::string& path, int& result);
 
+  // The file as it is. `result` is negative if it can't be opened.
+  static QUIRVA::ComPtr<ClipView> OfWhole(const std::string& path, int& result);
+
   // Both append to what is there. Empty pieces count nothing.
   void AddBytes(Bytes bytes);
   void AddRange(long long position, long long size);
 
   // Where that byte of the view stands in the file; -1 if it is made in memory or is not there.
   long long FilePosition(long long position) const;
+
+  // As any reader lends its bytes, but reads no more of the file than is asked for, or a page:
+  // boxes stand far apart, and what is around them is media.
+  [[nodiscard]] HRESULT GetData(long long position, unsigned int size, const unsigned char*& data,
+                                unsigned int& got) const override;
 
   // The places in the file of a stretch of the view, in its order, each with its size; -1 for what
   // is made in memory. Ends where the view does.

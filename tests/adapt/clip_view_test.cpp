@@ -57,6 +57,15 @@ TEST_F(ClipViewTest, GivesWhatIsThereAtItsEnd) {
   EXPECT_EQ(result_, S_FALSE);
 }
 
+// What lies behind the bytes that are asked for may be damaged.
+TEST_F(ClipViewTest, ReadsNoMoreThanIsAskedForOrAPage) {
+  view_->AddRange(0, 100);
+  view_->AddRange(1000000, 100000);
+  EXPECT_EQ(Read(0, 100), Numbers(0, 100));
+  EXPECT_EQ(Read(100, 1), Bytes());
+  EXPECT_LT(result_, 0);
+}
+
 TEST_F(ClipViewTest, FailsWhereTheFileEndsTooEarly) {
   view_->AddRange(90, 20);
   Read(0, 20);

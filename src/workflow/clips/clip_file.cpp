@@ -6,8 +6,7 @@
 #include <limits>
 #include <utility>
 
-#include "foundation/reader_wrapper.h"
-#include "foundation/strings.h"
+#include "adapt/clip_view.h"
 #include "workflow/boxes/box_count.h"
 #include "workflow/system/files.h"
 
@@ -15,7 +14,6 @@ namespace clipchain {
 
 namespace {
 
-constexpr unsigned int kReaderBuffer = 100000;
 constexpr unsigned int kLongestPlainHeader = 16;
 // What the tree takes for a box at the top level, however small that is.
 constexpr long long kLeastTreeBytes = 256;
@@ -38,14 +36,14 @@ std::optional<FileIdentity> IdentityOf(const std::string& path) {
 ClipFile::ClipFile(std::string path)
     : path_(std::move(path)), whyUnreadable_(clipchain::WhyUnreadable(path_)) {
   if (!whyUnreadable_.empty()) return;
-  HRESULT opened = S_OK;
-  reader_.Attach(new QUIRVA::FileReaderWrapper(QUIRVA::WidePathFromBytes(path_).c_str(),
-                                               kReaderBuffer, opened));
+  int opened = S_OK;
+  const QUIRVA::ComPtr<ClipView> whole = ClipView::OfWhole(path_, opened);
   if (opened < 0) {
-    reader_.Reset();
     whyUnreadable_ = "it can't be opened";
     return;
   }
+  whole->AddRef();
+  reader_.Attach(whole.get());
   WalkTopLevel();
 }
 
