@@ -56,7 +56,14 @@ class Fit {
   std::optional<Bytes> EngineForm(std::span<const unsigned char> completeMovie) const;
 
  private:
+  // A clip that was opened beside others.
+  struct Opened {
+    bool isUsable = false;
+    FitReport report{};
+  };
+
   void OpenAll(long long memoryLimit);
+  bool TakeOpened(std::size_t clip, Opened& opened, std::uint64_t share, std::uint64_t& left);
   void RefuseMemory(std::size_t clip, std::uint64_t needed, std::uint64_t limit);
   void AdaptAll(const FitOptions& options);
 
