@@ -103,11 +103,20 @@ def make_clips(root, work, count, size):
     return inputs
 
 
-def measure_copies(options, work, count, size):
+def make_minutes(work, count):
+    """Clips of a minute as another program writes them: many samples in few bytes."""
+    inputs = [work / f"minute{number:04}.mp4" for number in range(1, count + 1)]
+    picture = ["-f", "lavfi", "-i", "testsrc2=s=320x180:r=30:d=60"]
+    sound = ["-f", "lavfi", "-i", "sine=d=60:r=44100"]
+    codecs = ["-c:v", "libx264", "-preset", "veryfast", "-b:v", "80k", "-c:a", "aac", "-b:a", "64k"]
+    subprocess.run(["ffmpeg", "-v", "error", *picture, *sound, *codecs, inputs[0]], check=True)
+    for path in inputs[1:]:
+        shutil.copyfile(inputs[0], path)
+    return inputs
+
+
+def measure_copies(options, folder, inputs):
     """The inputs' bytes and of each way the median of its seconds and the peak memory."""
-    folder = work / f"{count}-clips"
-    folder.mkdir()
-    inputs = make_clips(options.root, folder, count, size)
     ways = copy_ways(options.build, inputs, folder)
     taken = {way: [] for way in ways}
     order = list(ways.items())
@@ -246,8 +255,14 @@ def main():
              "each; the median of the rounds, each in another order.", ""]
     with tempfile.TemporaryDirectory(prefix="clipchain-bench-", dir=options.data) as folder:
         work = Path(folder)
-        for count, size in [(4, options.megabytes * 10**6), (200, options.megabytes * 10**6 // 250)]:
-            lines += copies_report(count, *measure_copies(options, work, count, size))
+        large = options.megabytes * 10**6
+        for make in (lambda to: make_clips(options.root, to, 4, large),
+                     lambda to: make_clips(options.root, to, 200, large // 250),
+                     lambda to: make_minutes(to, 200)):
+            copies = work / "copies-of-clips"
+            copies.mkdir()
+            inputs = make(copies)
+            lines += copies_report(len(inputs), *measure_copies(options, copies, inputs))
         lines += keeping_report(options, work, table)
         lines += rescue_report(*measure_rescue(options, work, 2 * options.megabytes * 10**6))
         one_core = ["taskset", "-c", "0"]
