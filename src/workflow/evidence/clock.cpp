@@ -123,6 +123,24 @@ std::vector<Custom> CustomsFor(const Family& family, std::size_t before, std::si
   return customs;
 }
 
+// Two clips of one time and one length, which no other clip of the card has, may be chapters of
+// which the last one is full, too, or what looks to two sides.
+bool MayBeTwoSides(const Family& family, std::size_t before, std::size_t behind) {
+  if (family.clips[before].card != family.clips[behind].card) return false;
+  bool isAlone = false;
+  for (const Limit& limit : family.CardOf(before).limits) {
+    const auto has = [&limit](std::size_t clip) {
+      return std::find(limit.clips.begin(), limit.clips.end(), clip) != limit.clips.end();
+    };
+    if (!has(before)) continue;
+    const bool isCommon =
+        limit.kind == Limit::Kind::kCommonSize || limit.kind == Limit::Kind::kMinutes;
+    if (isCommon || limit.clips.size() > 2) return false;
+    isAlone = isAlone || (limit.kind == Limit::Kind::kSharedLength && has(behind));
+  }
+  return isAlone;
+}
+
 ClockVerdict JudgeByCustom(const FamilyClip& first, const FamilyClip& second, Custom custom) {
   ClockVerdict verdict;
   verdict.custom = custom;
@@ -236,8 +254,14 @@ ClockVerdict JudgeClock(const Family& family, std::size_t before, std::size_t be
   }
   verdict.custom = CustomFor(family, before, behind);
   verdict.rises = *second.time > *first.time;
-  if (verdict.custom != Custom::kUnknown && verdict.custom != Custom::kTied)
-    return JudgeByCustom(first, second, verdict.custom);
+  if (verdict.custom != Custom::kUnknown && verdict.custom != Custom::kTied) {
+    verdict = JudgeByCustom(first, second, verdict.custom);
+    const bool isOneMoment = verdict.custom == Custom::kOne && verdict.evidence.agrees == true;
+    if (!isOneMoment || !MayBeTwoSides(family, before, behind)) return verdict;
+    return Silent(verdict, fmt::format("{} has the time and the length of {}, as what looks to two "
+                                       "sides gives them",
+                                       PrintablePath(second.name), PrintablePath(first.name)));
+  }
   // Whichever it is may not matter: clips that lie far apart do so by all of them.
   bool areApart = true;
   for (const Custom custom : CustomsFor(family, before, behind)) {

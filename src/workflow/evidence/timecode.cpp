@@ -40,6 +40,25 @@ bool AreOfOneMoment(const Family& family, std::size_t a, std::size_t b) {
          SeriesOf(family.clips[a]) != SeriesOf(family.clips[b]);
 }
 
+// Whether a clip beside it, by its number, begins with the same timecode and runs as long: what
+// looks to two sides, or two cameras in step, whose clips were named anew. Which of them goes on
+// with which their timecodes can't tell.
+bool HasTwin(const Family& family, std::size_t clip) {
+  const auto& timecode = family.Traits(clip).timecode;
+  const auto isNext = [&](std::size_t first, std::size_t second) {
+    const auto& next = family.clips[first].next;
+    return std::any_of(next.begin(), next.end(),
+                       [=](const NextClip& other) { return other.clip == second; });
+  };
+  const std::vector<std::size_t> alike =
+      ClipsFromTimecode(family, timecode->first, timecode->first, kMostNear);
+  return std::any_of(alike.begin(), alike.end(), [&](std::size_t other) {
+    return other != clip && family.clips[other].time == family.clips[clip].time &&
+           family.Traits(other).length == family.Traits(clip).length &&
+           (isNext(other, clip) || isNext(clip, other));
+  });
+}
+
 // Whether nothing but the timecode lets the second clip follow.
 bool AreSeparated(const Family& family, std::size_t before, std::size_t behind) {
   const ClockVerdict clock = JudgeClock(family, before, behind);
@@ -107,6 +126,10 @@ TimecodeVerdict JudgeTimecode(const Family& family, std::size_t before, std::siz
   // Clips of one length then have the same timecodes in every recording.
   if (frames == 0 && family.CardOf(before).timecodesRestart && !isNext) {
     evidence.text = "recordings begin with the same timecode";
+    return verdict;
+  }
+  if (frames == 0 && (HasTwin(family, before) || HasTwin(family, behind))) {
+    evidence.text = "two clips at a time begin with the same timecode";
     return verdict;
   }
   evidence.agrees = frames == 0;

@@ -87,6 +87,15 @@ TEST(Clock, MayBeThatOfTheRecording) {
             "likely: A0001.MP4 A0002.MP4 A0003.MP4");
 }
 
+TEST(Clock, OfTwoClipsOfOneTimeAndLengthMayBeThatOfTwoSides) {
+  const auto pair = [](double second) {
+    return ProposedFrom(
+        {ClipSays("c/001.MP4").At(0).For(47), ClipSays("c/002.MP4").At(0).For(second)});
+  };
+  EXPECT_EQ(pair(47), "possible: 001.MP4 002.MP4");
+  EXPECT_EQ(pair(17), "");
+}
+
 TEST(Clock, OfTheRecordingGivesNoOrderWithoutNumbers) {
   EXPECT_EQ(ProposedFrom({ClipSays("c/xa.MP4").At(0).For(60), ClipSays("c/xb.MP4").At(0).For(60),
                           ClipSays("c/xc.MP4").At(0).For(17)}),

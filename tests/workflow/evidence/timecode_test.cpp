@@ -55,6 +55,19 @@ TEST(Timecode, ThatBeginsAlikeInAllClipsIsSilent) {
             "likely: A0001.MP4 A0002.MP4");
 }
 
+// What looks to two sides, once its clips are named anew one after the other.
+TEST(Timecode, ThatRunsOnIntoTwoClipsSideBySideProvesNothing) {
+  const auto sides = [](std::int64_t length) {
+    return ProposedFrom(
+        {ClipSays("c/0013.MP4").For(60).Timecode(1000, 1800),
+         ClipSays("c/0014.MP4").For(60).Timecode(1000, 1800),
+         ClipSays("c/0015.MP4").For(20).Timecode(2800, 600),
+         ClipSays("c/0016.MP4").For(static_cast<double>(length)).Timecode(2800, length * 30)});
+  };
+  EXPECT_EQ(sides(20), "possible: 0014.MP4 0015.MP4");
+  EXPECT_EQ(sides(7), "possible: 0014.MP4 0015.MP4");
+}
+
 TEST(Timecode, ThatBeginsAlikeInRecordingsOfOneLengthProvesNothingAlone) {
   // The second clip of the first recording is the last one; of the second recording it was lost.
   const std::vector<ClipSays> clips{ClipSays("c/xa.MP4").For(60).Timecode(0, 1800),
