@@ -131,7 +131,7 @@ void SpellDependencies(const Tables& tables, Changes& changes) {
     const std::uint32_t count = *CountSamples(*tables[i]);
     const auto told = box != nullptr ? *ReadDependencies(*box) : std::span<const unsigned char>();
     if (box != nullptr && told.size() == count) continue;
-    Bytes all(told.begin(), told.begin() + std::min<std::ptrdiff_t>(told.size(), count));
+    Bytes all(told.begin(), told.end());
     all.resize(count);
     changes.push_back({i, box == nullptr ? "no dependencies of samples, said to be unknown"
                                          : "dependencies of another number of samples, cut or "

@@ -22,9 +22,9 @@ namespace {
 class FollowingVerificationTest : public testing::Test {
  protected:
   FollowingVerificationTest() {
-    for (const char* name : {"a", "b"}) {
-      support::WriteFile(folder / name, support::Clip(*name == 'a' ? 30 : 25, *name).Build());
-      clips.push_back(folder / name);
+    for (const unsigned char name : {'a', 'b'}) {
+      clips.push_back(folder / std::string(1, static_cast<char>(name)));
+      support::WriteFile(clips.back(), support::Clip(name == 'a' ? 30 : 25, name).Build());
     }
     EXPECT_THAT(MakeMergeImage({clips}, image), IsEmpty());
     ImageBytes bytes(clips, image);
