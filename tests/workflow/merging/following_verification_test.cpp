@@ -22,7 +22,7 @@ namespace {
 class FollowingVerificationTest : public testing::Test {
  protected:
   FollowingVerificationTest() {
-    for (const unsigned char name : {'a', 'b'}) {
+    for (const unsigned char name : support::Text("ab")) {
       clips.push_back(folder / std::string(1, static_cast<char>(name)));
       support::WriteFile(clips.back(), support::Clip(name == 'a' ? 30 : 25, name).Build());
     }
