@@ -28,10 +28,10 @@ const char* Verdict(const Findings& findings) {
 }
 
 std::string SummaryText(const std::vector<std::string>& inputs, const CheckReport& report) {
-  std::string text = Counted(static_cast<std::ptrdiff_t>(inputs.size()), "clip") + ": ";
+  std::string text = Counted(inputs.size(), "clip") + ": ";
   std::string found;
   for (const Severity severity : {Severity::kRefusal, Severity::kRisk, Severity::kWarning}) {
-    const std::ptrdiff_t count = CountOf(report.findings, severity);
+    const std::size_t count = CountOf(report.findings, severity);
     if (count != 0) found += (found.empty() ? "" : ", ") + Counted(count, SeverityName(severity));
   }
   text += found.empty() ? "nothing speaks against a merge" : found;
