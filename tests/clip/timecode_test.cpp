@@ -390,8 +390,10 @@ TEST_F(TimecodeFile, WithASampleThatClaimsFourGigabytesTakesNoMoreThanItHas) {
   CTimecodeTrackPsr track;
   EXPECT_OK(track.ParseTimecodeTrack(path.c_str()));
   EXPECT_EQ(Sample(1, 2, 3, 4), BytesOf(track.firstSample));
-  if (kAddressSanitizer) GTEST_SKIP() << "the sanitizer's own memory exceeds any limit";
-  EXPECT_EXIT(ReadInLittleMemory(path), testing::ExitedWithCode(0), "");
+  // The sanitizer's own memory exceeds any limit.
+  if (!kAddressSanitizer) {
+    EXPECT_EXIT(ReadInLittleMemory(path), testing::ExitedWithCode(0), "");
+  }
 }
 
 TEST(TimecodeTrack, ZeroesAllButItsPath) {

@@ -11,7 +11,7 @@ std::string InputWords(HRESULT result, bool first) {
     case MP4G_E_INPUT_OPEN:
       return "can't be opened";
     case MP4G_E_INPUT_READ:
-    case E_FAIL:  // of a read, once the media is copied
+    case E_FAIL:
       return "can't be read to its end";
     case E_BAD_DATA:
       return first ? "is no MP4 clip, or is damaged, cut short or without a movie box"

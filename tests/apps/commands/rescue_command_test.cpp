@@ -6,8 +6,8 @@
 
 #include "apps/tool.h"
 #include "support/bytes.h"
+#include "support/decoder.h"
 #include "support/temp_dir.h"
-#include "workflow/rescue/sound_decoder.h"
 
 namespace fs = std::filesystem;
 using support::Bytes;
@@ -31,7 +31,7 @@ Bytes WithoutMovie(const std::string& path) {
 class RescueCommand : public testing::Test {
  protected:
   void SetUp() override {
-    if (!clipchain::rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
+    NEED_DECODER();
     fs::create_directory(folder_ / "card");
     for (const int number : {1, 2}) fs::copy(Clip(number), folder_ / "card");
     WriteFile(folder_ / "card/clip3.mp4", WithoutMovie(Clip(3)));

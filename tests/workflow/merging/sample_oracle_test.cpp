@@ -130,6 +130,15 @@ support::Track Both(support::Track a, const support::Track& b) {
   return a;
 }
 
+// Pictures whose clip of so many ends with one that is shown longer, by ticks of the track.
+support::Track Held(support::Track track, std::uint32_t pictures, std::uint32_t ticks) {
+  const auto behind = static_cast<std::uint32_t>(track.sampleSizes.size()) - pictures;
+  track.stts = {{pictures - 1, 1000}, {1, 1000 + ticks}, {behind, 1000}};
+  track.mediaDuration += ticks;
+  track.movieDuration += ticks / 50;
+  return track;
+}
+
 // The track with samples that say who they are, wherever they lie.
 support::Track Told(support::Track track, unsigned char seed) {
   for (std::size_t i = 0; i < track.sampleSizes.size(); ++i) {
@@ -353,11 +362,7 @@ TEST_F(SampleOracle, LetsPicturesWaitForThoseBeforeThem) {
   intended.apart = 1024.0 / 48000;
   intended.stretches = {{0, 1, 9000}};
   const auto waiting = [&](std::uint32_t ticks) {
-    support::Track track = Both(late, next);
-    track.mediaDuration += ticks;
-    track.movieDuration += ticks / 50;
-    track.stts = {{6, 1000}, {1, 1000 + ticks}, {7, 1000}};
-    return support::MovieBuilder().Add(track).Build();
+    return support::MovieBuilder().Add(Held(Both(late, next), 7, ticks)).Build();
   };
   EXPECT_EQ("", Words(Look(waiting(2000))));
   ExpectFinding(waiting(3000), Message::kResultDiffers, "moov", "which it need not");
@@ -377,10 +382,7 @@ TEST_F(SampleOracle, LetsATrackOfDataStayAhead) {
   intended.apart = 1024.0 / 48000;
   intended.stretches = {{0, 1, 30000}};
   const auto joined = [&](std::uint32_t longer) {
-    support::Track track = Both(pictures, pictures);
-    track.mediaDuration += longer;
-    track.movieDuration += longer / 50;
-    track.stts = {{29, 1000}, {1, 1000 + longer}, {30, 1000}};
+    const support::Track track = Held(Both(pictures, pictures), 30, longer);
     return support::MovieBuilder().Add(track).Add(Both(notes, notes)).Build();
   };
   EXPECT_EQ("", Words(Look(joined(0))));

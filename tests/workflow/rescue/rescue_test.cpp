@@ -12,12 +12,12 @@
 #include "adapt/track_headers.h"
 #include "foundation/fourcc.h"
 #include "support/bytes.h"
+#include "support/decoder.h"
 #include "support/movie_builder.h"
 #include "support/temp_dir.h"
 #include "workflow/check.h"
 #include "workflow/rescue/gap_patterns.h"
 #include "workflow/rescue/reference.h"
-#include "workflow/rescue/sound_decoder.h"
 
 namespace clipchain {
 
@@ -69,7 +69,7 @@ class RescueTest : public testing::Test {
 };
 
 TEST_F(RescueTest, FindsEverySampleOfAClipWithoutItsMovie) {
-  if (!rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
+  NEED_DECODER();
   const Bytes broken = WithoutMovie(kClip3);
   const RescueReport report = Run(broken);
   ASSERT_TRUE(report.done);
@@ -84,7 +84,7 @@ TEST_F(RescueTest, FindsEverySampleOfAClipWithoutItsMovie) {
 }
 
 TEST_F(RescueTest, LeavesOutWhatACutHasLeftOfASample) {
-  if (!rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
+  NEED_DECODER();
   Bytes broken = WithoutMovie(kClip3);
   broken.resize(broken.size() * 2 / 3);
   const RescueReport report = Run(broken);
@@ -95,7 +95,7 @@ TEST_F(RescueTest, LeavesOutWhatACutHasLeftOfASample) {
 }
 
 TEST_F(RescueTest, TakesNoZerosAtTheEndForASample) {
-  if (!rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
+  NEED_DECODER();
   rescue::Reference clip;
   ASSERT_EQ("", clip.Load(kClip3));
   const rescue::ChunkPlace& chunk = clip.tracks()[0].chunks[20];
@@ -120,7 +120,7 @@ TEST_F(RescueTest, TakesNoZerosAtTheEndForASample) {
 }
 
 TEST_F(RescueTest, JoinsTheClipBeforeItWhereverItWasCut) {
-  if (!rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
+  NEED_DECODER();
   const Bytes whole = WithoutMovie(kClip3);
   for (std::size_t size = 60'000; size < whole.size(); size += 3'000) {
     fs::remove(std::string(folder_ / "out.mp4"));
@@ -131,7 +131,7 @@ TEST_F(RescueTest, JoinsTheClipBeforeItWhereverItWasCut) {
 }
 
 TEST_F(RescueTest, NamesATrackOfWhichNothingIsLeft) {
-  if (!rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
+  NEED_DECODER();
   const Bytes whole = WithoutMovie(kClip3);
   RescueReport report;
   for (std::size_t size = 1024; !report.done && size < whole.size(); size += 1024)
@@ -141,7 +141,7 @@ TEST_F(RescueTest, NamesATrackOfWhichNothingIsLeft) {
 }
 
 TEST_F(RescueTest, SaysWhereItOnlyGuessesTimes) {
-  if (!rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
+  NEED_DECODER();
   // The first track of the reference with samples of two lengths.
   Bytes uneven = ReadFile(kClip2);
   const std::size_t table = support::FindBox(uneven, "stts");
@@ -197,7 +197,7 @@ TEST_F(RescueTest, NeedsAClipToLearnFrom) {
 }
 
 TEST_F(RescueTest, LearnsFromTheClipBesideIt) {
-  if (!rescue::HasDecoder()) GTEST_SKIP() << "this build has no decoder";
+  NEED_DECODER();
   WriteFile(folder_ / "a.mp4", ReadFile(kClip2));
   const RescueReport report = Run(WithoutMovie(kClip3), {});
   EXPECT_TRUE(report.done);
