@@ -155,7 +155,8 @@ void CheckOutput(const std::string& output, bool overwrite, const std::vector<st
              "choose another name, or replace it with --overwrite")
         .result = MP4G_E_OUTPUT_OPEN;
   }
-  if (place.whyUnwritable.empty()) return;
+  // What has the name can't make way for a file, whatever the folder is like.
+  if (place.whyUnwritable.empty() || fault) return;
   findings
       .Add(Message::kOutputUnwritable, "can't be written: " + place.whyUnwritable,
            "choose a folder that you may write to")
