@@ -169,7 +169,7 @@ unsigned int RoleOf(unsigned int type) {
 }
 
 // Each joined table takes the place of the first clip's; one that the first has no more is gone.
-void TakeTables(RawBox& target, const RawBox& engines) {
+void TakeTables(RawBox& target, RawBox& engines) {
   std::set<unsigned int> taken;
   for (RawBox& box : target.children) {
     if (!IsAmong(kJoined, box.type)) continue;
@@ -179,7 +179,7 @@ void TakeTables(RawBox& target, const RawBox& engines) {
           return IsAmong(kJoined, other.type) && RoleOf(other.type) == role;
         });
     const bool isFirst = taken.insert(role).second;
-    box = isFirst && joined != engines.children.end() ? *joined : RawBox();
+    box = isFirst && joined != engines.children.end() ? std::move(*joined) : RawBox();
   }
   std::erase_if(target.children, [](const RawBox& box) { return box.type == 0; });
 }
@@ -191,13 +191,13 @@ bool IsCameras(const RawBox& box) {
          QUIRVA::BigEndianToGuid(box.data.data(), sizeof type) == MP4G::VIREO_CLIP_UUID;
 }
 
-void TakeIdentifiers(RawBox& movie, const RawBox& engines) {
+void TakeIdentifiers(RawBox& movie, RawBox& engines) {
   auto from = engines.children.begin();
   for (RawBox& box : movie.children) {
     if (!IsCameras(box)) continue;
     from = std::find_if(from, engines.children.end(), IsCameras);
     if (from == engines.children.end()) return;
-    box = *from++;
+    box = std::move(*from++);
   }
 }
 
@@ -259,15 +259,15 @@ RawBox EngineMovie(const RawBox& movie, const RawBox& first, const MediaMap* med
   return result;
 }
 
-std::optional<RawBox> MergedMovie(const RawBox& first, const RawBox& engines) {
+std::optional<RawBox> MergedMovie(const RawBox& first, RawBox engines) {
   RawBox movie = first;
   const std::vector<RawBox*> tracks = TracksOf(movie);
-  const std::vector<const RawBox*> merged = TracksOf(engines);
+  const std::vector<RawBox*> merged = TracksOf(engines);
   if (tracks.size() != merged.size()) return std::nullopt;
   TakeFields(movie.Child(FourCc("mvhd")), engines.Child(FourCc("mvhd")));
   for (std::size_t i = 0; i < tracks.size(); ++i) {
     RawBox* table = SampleTable(*tracks[i]);
-    const RawBox* mergedTable = SampleTable(*merged[i]);
+    RawBox* mergedTable = SampleTable(*merged[i]);
     if (table == nullptr || mergedTable == nullptr) return std::nullopt;
     TakeTables(*table, *mergedTable);
     TakeFields(tracks[i]->At({FourCc("mdia"), FourCc("mdhd")}),

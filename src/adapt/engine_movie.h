@@ -48,7 +48,7 @@ RawBox EngineMovie(const RawBox& movie, const RawBox& first, const MediaMap* med
 
 // The tables, durations and camera's identifiers of the engine's result put into the first clip's
 // movie box. Nothing: they do not belong together.
-std::optional<RawBox> MergedMovie(const RawBox& first, const RawBox& engines);
+std::optional<RawBox> MergedMovie(const RawBox& first, RawBox engines);
 
 // The entries of "stsd"; nothing if they are not as many as it says, or are no boxes.
 std::optional<std::vector<RawBox>> SampleEntriesOf(const RawBox& stsd);

@@ -1,7 +1,6 @@
 #include "adapt/fit.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 #include "adapt/at_once.h"
@@ -107,8 +106,7 @@ bool Fit::TakeOpened(std::size_t clip, Opened& opened, std::uint64_t share, std:
     opened.isUsable = clips_[clip].Open(clip, opened.report, left);
   }
   usable_[clip] = opened.isUsable;
-  std::move(opened.report.problems.begin(), opened.report.problems.end(),
-            std::back_inserter(report_.problems));
+  report_.Append(std::move(opened.report));
   if (clips_[clip].Memory() > left) return false;
   left -= clips_[clip].Memory();
   return true;
@@ -151,9 +149,11 @@ QUIRVA::ComPtr<ClipView> Fit::View(std::size_t clip, int& result, unsigned int b
   return view;
 }
 
-std::optional<Bytes> Fit::Complete(std::span<const unsigned char> engineMovie) const {
-  const auto engines = MovieOf(engineMovie);
-  auto movie = engines ? MergedMovie(clips_.front().movie, *engines) : std::nullopt;
+// Tables of many clips are large: none is there twice for longer than it takes to write it.
+std::optional<Bytes> Fit::Complete(Bytes engineMovie) const {
+  auto engines = MovieOf(engineMovie);
+  engineMovie = {};
+  auto movie = engines ? MergedMovie(clips_.front().movie, std::move(*engines)) : std::nullopt;
   if (!movie) return std::nullopt;
   for (const auto& adaptation : row_) adaptation->Complete(*movie);
   return Written(*movie);

@@ -1,6 +1,7 @@
 #include "adapt/fit_report.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace clipchain {
@@ -33,6 +34,12 @@ bool IsWarning(FitProblemKind kind) {
 
 void FitReport::Note(AdaptationKind kind, std::size_t clip, unsigned int track, std::string text) {
   notes.push_back({kind, clip, track, std::move(text)});
+}
+
+void FitReport::Append(FitReport&& ofClip) {
+  std::move(ofClip.notes.begin(), ofClip.notes.end(), std::back_inserter(notes));
+  std::move(ofClip.problems.begin(), ofClip.problems.end(), std::back_inserter(problems));
+  dropped.merge(ofClip.dropped);
 }
 
 FitProblem& FitReport::Refuse(FitProblemKind kind, std::size_t clip, unsigned int track,

@@ -99,6 +99,8 @@ struct FitReport {
   std::set<unsigned int> dropped;
 
   void Note(AdaptationKind kind, std::size_t clip, unsigned int track, std::string text);
+  // Takes over what was noted, refused and dropped of one clip.
+  void Append(FitReport&& ofClip);
   // The problem may be completed until the next one is added.
   FitProblem& Refuse(FitProblemKind kind, std::size_t clip, unsigned int track, std::string text,
                      std::string remedy);

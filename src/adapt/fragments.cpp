@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "adapt/each_clip.h"
 #include "adapt/fragmented_movie.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
@@ -28,9 +29,7 @@ bool HasSamples(const RawBox& movie) {
 
 class Fragments final : public Adaptation {
  public:
-  void Adapt(FitClips& clips, FitReport& report) override {
-    for (std::size_t i = 0; i < clips.size(); ++i) AdaptClip(clips[i], i, report);
-  }
+  void Adapt(FitClips& clips, FitReport& report) override { ForEachClip(clips, report, AdaptClip); }
 
  private:
   static void AdaptClip(FitClip& clip, std::size_t index, FitReport& report);

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "adapt/box_header.h"
+#include "adapt/each_clip.h"
 #include "adapt/engine_movie.h"
 #include "adapt/item_places.h"
 #include "adapt/track_headers.h"
@@ -62,7 +63,9 @@ class KeptBoxes final : public Adaptation {
  public:
   void Adapt(FitClips& clips, FitReport& report) override {
     LeaveOutPlaces(clips.front().movie, 0, report);
-    for (std::size_t i = 0; i < clips.size(); ++i) Look(clips[i].movie, i, report);
+    ForEachClip(clips, report, [](const FitClip& clip, std::size_t index, FitReport& ofClip) {
+      Look(clip.movie, index, ofClip);
+    });
   }
 
  private:

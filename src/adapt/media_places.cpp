@@ -4,6 +4,7 @@
 #include <limits>
 #include <string>
 
+#include "adapt/each_clip.h"
 #include "adapt/engine_movie.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
@@ -73,12 +74,12 @@ void WalkChunks(const Tables& tables, See see) {
 class MediaPlaces final : public Adaptation {
  public:
   void Adapt(FitClips& clips, FitReport& report) override {
-    for (std::size_t i = 0; i < clips.size(); ++i) {
-      const MediaMap media(clips[i].media, 0);
+    ForEachClip(clips, report, [](const FitClip& clip, std::size_t index, FitReport& ofClip) {
+      const MediaMap media(clip.media, 0);
       std::size_t place = 0;
-      for (const RawBox* track : TracksOf(std::as_const(clips[i].movie)))
-        Look(*track, media, {i, place++}, report);
-    }
+      for (const RawBox* track : TracksOf(clip.movie))
+        Look(*track, media, {index, place++}, ofClip);
+    });
   }
 
  private:

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "adapt/box_header.h"
+#include "adapt/each_clip.h"
 #include "box/box.h"
 #include "foundation/fourcc.h"
 
@@ -36,9 +37,7 @@ bool IsLost(const FitClip& clip, const FitBox& box) {
 
 class TopLevel final : public Adaptation {
  public:
-  void Adapt(FitClips& clips, FitReport& report) override {
-    for (std::size_t i = 0; i < clips.size(); ++i) Look(clips[i], i, report);
-  }
+  void Adapt(FitClips& clips, FitReport& report) override { ForEachClip(clips, report, Look); }
 
  private:
   static void Look(const FitClip& clip, std::size_t index, FitReport& report) {

@@ -33,7 +33,7 @@ inline RawBox FittedMovie(const Fit& fit, std::size_t clips) {
   const unsigned char* bytes = nullptr;
   unsigned int size = 0;
   EXPECT_EQ(writer.GetData(&bytes, &size), S_OK);
-  const auto complete = fit.Complete({bytes, size});
+  const auto complete = fit.Complete(Bytes(bytes, bytes + size));
   EXPECT_TRUE(complete.has_value());
   RawBox movie;
   if (complete) {

@@ -66,7 +66,7 @@ class ImageMaker {
     RETURN_IF_NOT_OK(assembly_.CompleteMovie(movie));
     first_.reset();
     if (task_.fit != nullptr) {
-      std::optional<Bytes> complete = task_.fit->Complete(movie);
+      std::optional<Bytes> complete = task_.fit->Complete(std::move(movie));
       RETURN_IF(!complete, E_BAD_DATA);
       movie = std::move(*complete);
     }

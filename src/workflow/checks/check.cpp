@@ -119,9 +119,9 @@ class CheckRun {
   // What they give together.
   void CheckTogether(CheckReport& report) {
     const bool isFitted = IsFitted();
-    rehearsal_.Finish(
-        isFitted ? [this](auto movie) { return fit_->Complete(movie); } : MovieCompletion(),
-        result_, merge_ != nullptr ? &merge_->image : nullptr);
+    rehearsal_.Finish(isFitted ? [this](Bytes movie) { return fit_->Complete(std::move(movie)); }
+                               : MovieCompletion(),
+                      result_, merge_ != nullptr ? &merge_->image : nullptr);
     drift_.holds = NoHolds(drift_.clips);
     // Views say when samples are decoded, and the clips when they are shown.
     report.seams = CheckDrift(isFitted && inputs_.size() > 1 ? fit_->Clocks() : drift_, files_);

@@ -221,7 +221,7 @@ void Rehearsal::Finish(const MovieCompletion& completion, FileFindings& findings
 }
 
 bool Rehearsal::Complete(const MovieCompletion& completion, Bytes& movie, FileFindings& findings) {
-  auto complete = completion(movie);
+  auto complete = completion(std::move(movie));
   if (!complete) {
     findings.Add(Message::kOutputUnfinished, OutputWords(E_BAD_DATA), kFewer);
     return false;

@@ -22,7 +22,7 @@ namespace clipchain {
 
 // What the bytes of the engine's movie box become; nothing if they can't.
 using MovieCompletion =
-    std::function<std::optional<std::vector<unsigned char>>(std::span<const unsigned char>)>;
+    std::function<std::optional<std::vector<unsigned char>>(std::vector<unsigned char>)>;
 
 class Rehearsal {
  public:
