@@ -10,16 +10,13 @@
 #include <utility>
 
 #include "clip/sequence.h"
-#include "reader/typed_views.h"
+#include "workflow/checks/ahead.h"
+#include "workflow/checks/clip_look.h"
 #include "workflow/checks/drift_check.h"
 #include "workflow/checks/fitted_clips.h"
-#include "workflow/checks/input_check.h"
-#include "workflow/checks/kept_check.h"
-#include "workflow/checks/match_check.h"
 #include "workflow/checks/order_check.h"
 #include "workflow/checks/output_check.h"
 #include "workflow/checks/rehearsal.h"
-#include "workflow/checks/table_check.h"
 #include "workflow/clips/clip_file.h"
 #include "workflow/clips/track_facts.h"
 #include "workflow/findings/clip_words.h"
@@ -30,6 +27,11 @@
 namespace clipchain {
 
 namespace {
+
+// What the boxes of a clip may take that is looked at while the one before it is merged: larger
+// ones take long by themselves, and their memory counts. Several are looked at.
+constexpr long long kMostAhead = 4 << 20;
+constexpr long long kShareAhead = 64;
 
 class CheckRun {
  public:
@@ -71,6 +73,11 @@ class CheckRun {
 
   // Each by itself and beside the first one. False if the caller does not want to go on.
   bool CheckClips() {
+    const Fit* const fit = IsFitted() ? fit_.get() : nullptr;
+    const long long memory = std::min(kMostAhead, memoryLimit_ / kShareAhead);
+    Ahead<ClipLook> looks(inputs_.size(), [&](std::size_t i) {
+      return ClipLook({inputs_[i], fit, i, inputs_.size() == 1}, memory);
+    });
     for (std::size_t i = 0; i < inputs_.size(); ++i) {
       if (options_.progress &&
           !options_.progress({Step::Phase::kChecking, i, 0, 0, inputs_.size()})) {
@@ -82,7 +89,7 @@ class CheckRun {
             "run it again");
         return false;
       }
-      CheckClip(i);
+      CheckClip(i, looks.Take());
       if (fit_ != nullptr && fit_->IsAdapted()) AddFitProblems(*fit_, i, files_[i]);
       if (unread_.count(i) != 0) SayItIsUnreadable(files_[i]);
       files_[i].ForgetPlaces();
@@ -152,47 +159,29 @@ class CheckRun {
     findings.insert(findings.end(), file.All().begin(), file.All().end());
   }
 
-  void CheckClip(std::size_t index) {
+  void CheckClip(std::size_t index, ClipLook look) {
     FileFindings& findings = files_[index];
     CheckNamedOnce(index, findings);
-    order_.push_back({});
     drift_.clips.emplace_back();
-    if (!IsFitted()) {
-      Look(std::make_unique<ClipFile>(inputs_[index]), nullptr, findings);
-      return;
-    }
-    int opened = S_OK;
-    const QUIRVA::ComPtr<ClipView> view = fit_->View(index, opened);
-    if (opened < 0) {
-      findings.Add(Message::kInputUnreadable, "can't be read", "check the name and the permissions")
-          .result = MP4G_E_INPUT_OPEN;
+    const bool isParsed = Take(look, findings);
+    order_.push_back(look.order);
+    if (isParsed) {
+      rehearsal_.Take(look.clip, look.view.get(), findings);
+      NoteTimes();
+    } else {
       rehearsal_.GiveUp();
-      return;
     }
-    QUIRVA::ComPtr<QUIRVA::IQvFileReader> source;
-    view->AddRef();
-    source.Attach(view.get());
-    Look(std::make_unique<ClipFile>(inputs_[index], source), view.get(), findings);
-    findings.MoveOffsets([&view](long long offset) { return view->FilePosition(offset); });
+    if (look.view.get() != nullptr)
+      findings.MoveOffsets([&look](long long at) { return look.view->FilePosition(at); });
   }
 
-  void Look(std::unique_ptr<ClipFile> clip, const ClipView* view, FileFindings& findings) {
-    const bool alone = inputs_.size() == 1;
-    if (clip->WhyUnreadable().empty() && !rehearsal_.HasRoomFor(*clip, findings)) {
-      rehearsal_.GiveUp();
-      return;
-    }
-    if (!CheckInput(*clip, findings)) {
-      rehearsal_.GiveUp();
-      return;
-    }
-    CheckKept(*clip, findings);
-    CheckMergeable(clip->Movie(), alone, findings);
-    for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(clip->Movie()).Tracks())
-      CheckTables(*clip, track, findings);
-    order_.back() = OrderFactsOf(*clip);
-    rehearsal_.Take(clip, view, findings);
-    NoteTimes();
+  // False: the clip can't be parsed, or there is not enough memory for it.
+  bool Take(ClipLook& look, FileFindings& findings) {
+    const bool isOpen = look.clip != nullptr && look.clip->WhyUnreadable().empty();
+    if (isOpen && !rehearsal_.HasRoomFor(*look.clip, findings)) return false;
+    look.Look();
+    findings.Append(std::move(look.findings));
+    return look.isParsed;
   }
 
   // Clips of another scale are refused where nothing is adapted.

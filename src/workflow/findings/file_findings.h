@@ -36,6 +36,13 @@ class FileFindings {
     return finding;
   }
 
+  // Takes over what was found of the same file.
+  void Append(FileFindings&& found) {
+    for (Finding& finding : found.findings_) {
+      if (TakesMore()) findings_.push_back(std::move(finding));
+    }
+  }
+
   // To be called before boxes of the file change or go.
   void ForgetPlaces() { places_ = {}; }
   // Gives every place of what was found so far another offset.

@@ -1,0 +1,48 @@
+// Looks at one clip by itself, as a merge reads it.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+#include "adapt/clip_view.h"
+#include "adapt/fit.h"
+#include "workflow/clips/clip_file.h"
+#include "workflow/clips/order_facts.h"
+#include "workflow/findings/file_findings.h"
+
+namespace clipchain {
+
+struct ClipLookTask {
+  const std::string& path;
+  // Of whose clips it is number `index`; null: the file is read as it is.
+  const Fit* fit;
+  std::size_t index;
+  // There is no other clip.
+  bool alone;
+};
+
+class ClipLook {
+ public:
+  // Opens the clip. One whose boxes take no more than `memory` bytes is looked at too.
+  ClipLook(const ClipLookTask& task, long long memory);
+
+  // Parses the clip and finds what speaks against it, unless that is done. Nothing else is known of
+  // it before, but what its headers at the top level say.
+  void Look();
+
+  // Null if there is no view of it.
+  std::unique_ptr<ClipFile> clip;
+  // Null where the file is read as it is.
+  QUIRVA::ComPtr<ClipView> view;
+  FileFindings findings;
+  OrderFacts order;
+  // Whether the engine can parse it.
+  bool isParsed = false;
+
+ private:
+  bool alone_;
+  bool isDone_ = false;
+};
+
+}  // namespace clipchain
