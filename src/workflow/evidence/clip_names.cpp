@@ -172,6 +172,22 @@ NumberOrder OrderOfNumbers(std::string_view before, std::string_view behind) {
   return isNext ? NumberOrder::kNextRecording : NumberOrder::kFalls;
 }
 
+bool IsOfNextRecording(std::string_view before, std::string_view behind) {
+  Run first;
+  Run second;
+  if (!DifferInOne(before, behind, first, second) || !MayRun(first) || !MayRun(second))
+    return false;
+  if (second.value != first.value + 1) return false;
+  if (ChapterDigits(first) != 0) return true;
+  constexpr std::size_t kLeastOfRecording = 4;
+  constexpr std::size_t kMostOfChapter = 3;
+  const std::vector<Run> runs = RunsOf(before);
+  const auto chapter = std::find_if(runs.begin(), runs.end(),
+                                    [&first](const Run& run) { return run.at > first.at; });
+  return first.width >= kLeastOfRecording && chapter != runs.end() && MayRun(*chapter) &&
+         chapter->width <= kMostOfChapter;
+}
+
 bool MayBeNumbered(std::string_view a, std::string_view b) {
   Run first;
   Run second;

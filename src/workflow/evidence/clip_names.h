@@ -29,6 +29,10 @@ enum class NumberOrder {
 };
 NumberOrder OrderOfNumbers(std::string_view before, std::string_view behind);
 
+// Whether two names are equal but for the number of a recording, which rises by 1, beside the
+// number of a chapter.
+bool IsOfNextRecording(std::string_view before, std::string_view behind);
+
 // Whether a camera may have numbered two clips by these names: they are equal but for a number of
 // two digits or more that is no part of a date. "(1)" stands behind what a system copies.
 bool MayBeNumbered(std::string_view a, std::string_view b);

@@ -54,6 +54,18 @@ bool StopApart(const Family& family, const std::vector<std::size_t>& clips) {
                        [&](std::size_t i) { return !family.clips[i].stops; }) > 1;
 }
 
+// Whether all clips of a card have one time and stop at a limit: that is the clock of a camera
+// which stands still as well as one recording that was stopped at a limit. Two that share a limit
+// of their own may be two sides of one recording, which is asked elsewhere.
+bool MayStandStill(const FamilyCard& card, const std::vector<std::size_t>& clips) {
+  const auto isFull = [&](std::size_t clip) {
+    return std::any_of(card.limits.begin(), card.limits.end(), [&](const Limit& limit) {
+      return (clips.size() > 2 || limit.IsCommon()) && limit.Has(clip);
+    });
+  };
+  return clips.size() == card.clips.size() && std::all_of(clips.begin(), clips.end(), isFull);
+}
+
 // The clips that continue a clip under a custom.
 std::vector<std::size_t> Continuations(const Family& family, std::size_t clip, Custom custom) {
   const FamilyClip& before = family.clips[clip];
@@ -129,14 +141,9 @@ bool MayBeTwoSides(const Family& family, std::size_t before, std::size_t behind)
   if (family.clips[before].card != family.clips[behind].card) return false;
   bool isAlone = false;
   for (const Limit& limit : family.CardOf(before).limits) {
-    const auto has = [&limit](std::size_t clip) {
-      return std::find(limit.clips.begin(), limit.clips.end(), clip) != limit.clips.end();
-    };
-    if (!has(before)) continue;
-    const bool isCommon =
-        limit.kind == Limit::Kind::kCommonSize || limit.kind == Limit::Kind::kMinutes;
-    if (isCommon || limit.clips.size() > 2) return false;
-    isAlone = isAlone || (limit.kind == Limit::Kind::kSharedLength && has(behind));
+    if (!limit.Has(before)) continue;
+    if (limit.IsCommon() || limit.clips.size() > 2) return false;
+    isAlone = isAlone || (limit.kind == Limit::Kind::kSharedLength && limit.Has(behind));
   }
   return isAlone;
 }
@@ -213,7 +220,7 @@ void DropSharedTimes(Family& family) {
         (HasNumber(clip) ? series[SeriesOf(clip)] : unnumbered).push_back(i);
       }
       // A clock that stands still for some of them does so for all.
-      const bool isStill = StopApart(family, unnumbered) ||
+      const bool isStill = MayStandStill(card, clips) || StopApart(family, unnumbered) ||
                            std::any_of(series.begin(), series.end(), [&](const auto& members) {
                              return AreApart(family, members.second);
                            });

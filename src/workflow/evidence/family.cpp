@@ -183,33 +183,96 @@ std::vector<std::size_t> Followers(const Family& family, std::size_t i) {
   return found;
 }
 
-void DropChanceLimits(Family& family, FamilyCard& card) {
+// Places of values by which some clips of a card belong together and others do not.
+class ValuePlaces {
+ public:
+  ValuePlaces(const Family& family, const FamilyCard& card) {
+    std::map<std::string, std::map<std::string, std::size_t>> places;
+    for (const std::size_t i : card.clips) {
+      for (const PlacedValue& value : family.Traits(i).values) ++places[value.place][value.value];
+    }
+    for (const auto& [place, values] : places) {
+      if (values.size() > 1 && std::any_of(values.begin(), values.end(),
+                                           [](const auto& value) { return value.second > 1; }))
+        places_.insert(place);
+    }
+  }
+
+  // Whether both have a value at one of them: the same one, if `equal`, or different ones.
+  bool Compare(const ClipTraits& a, const ClipTraits& b, bool equal) const {
+    return std::any_of(a.values.begin(), a.values.end(), [&](const PlacedValue& own) {
+      const auto isThere = [&](const PlacedValue& other) {
+        return other.place == own.place && (other.value == own.value) == equal;
+      };
+      return places_.contains(own.place) && std::any_of(b.values.begin(), b.values.end(), isThere);
+    });
+  }
+
+ private:
+  std::set<std::string> places_;
+};
+
+// Whether a size that clips share is no limit, for some of them stop after a length that is one:
+// that is why they do, and the others are as large by chance.
+bool IsOfOtherLimit(const FamilyCard& card, const Limit& limit) {
+  if (limit.IsCommon() || limit.IsLength()) return false;
+  const auto count = std::count_if(limit.clips.begin(), limit.clips.end(), [&](std::size_t clip) {
+    return std::any_of(card.limits.begin(), card.limits.end(),
+                       [clip](const Limit& other) { return other.IsLength() && other.Has(clip); });
+  });
+  return count != 0 && static_cast<std::size_t>(count) < limit.clips.size();
+}
+
+// How clips that stop at no limit are continued, and whether anything but names shows that.
+FollowUps ElsewhereOn(const Family& family, const FamilyCard& card, const ValuePlaces& places) {
   FollowUps all;
   for (const std::size_t i : card.clips) {
-    if (!family.clips[i].stops && !Followers(family, i).empty()) ++all.elsewhere;
+    if (family.clips[i].stops) continue;
+    std::vector<std::size_t> followers = Followers(family, i);
+    if (!IsTimed(card)) {
+      std::erase_if(followers, [&](std::size_t other) {
+        return places.Compare(family.Traits(i), family.Traits(other), false);
+      });
+    }
+    if (!followers.empty()) ++all.elsewhere;
   }
   // A timecode runs on over recordings, too, where it counts what was recorded.
   const auto hasCode = [&](std::size_t i) { return family.Traits(i).timecode.has_value(); };
   all.isTimed = IsTimed(card) || (all.elsewhere == 0 && !card.timecodesAlike &&
                                   std::all_of(card.clips.begin(), card.clips.end(), hasCode));
+  return all;
+}
+
+void DropChanceLimits(Family& family, FamilyCard& card) {
+  const ValuePlaces places(family, card);
+  const FollowUps all = ElsewhereOn(family, card, places);
   std::erase_if(card.limits, [&](const Limit& limit) {
     FollowUps ups = all;
-    const auto isThere = [&](std::size_t clip) {
-      return std::find(limit.clips.begin(), limit.clips.end(), clip) != limit.clips.end();
-    };
+    const auto isThere = [&limit](std::size_t clip) { return limit.Has(clip); };
     ups.moments = CountMoments(family, limit.clips);
     std::vector<std::size_t> followed;
+    std::size_t told = 0;
     for (const std::size_t i : limit.clips) {
       const std::vector<std::size_t> followers = Followers(family, i);
       if (!followers.empty()) followed.push_back(i);
+      if (std::any_of(followers.begin(), followers.end(), [&](std::size_t other) {
+            return places.Compare(family.Traits(i), family.Traits(other), true);
+          }))
+        ++told;
       const bool isTimed = family.clips[i].time.has_value();
       if (limit.clips.size() == 2 && isTimed &&
           std::any_of(followers.begin(), followers.end(), isThere))
         ups.isPair = true;
     }
     ups.followed = CountMoments(family, followed);
+    ups.isTimed = ups.isTimed || (told >= 2 && told == followed.size());
     return !IsTrusted(limit, ups);
   });
+  std::vector<Limit> trusted;
+  for (const Limit& limit : card.limits) {
+    if (!IsOfOtherLimit(card, limit)) trusted.push_back(limit);
+  }
+  card.limits = std::move(trusted);
 }
 
 }  // namespace
@@ -244,6 +307,7 @@ Family MakeFamily(std::vector<FamilyClip> clips) {
   }
   IndexTimecodes(family);
   NoteTwofold(family);
+  NoteChapters(family);
   for (FamilyCard& card : family.cards) {
     card.limits = LimitsOf(family.clips, card.clips);
     NoteStops(family, card);

@@ -2,10 +2,12 @@
 // judged by.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -35,6 +37,13 @@ struct Limit {
   std::string words{};
   // Of the card that stop there.
   std::vector<std::size_t> clips{};
+
+  // Many cameras have it.
+  bool IsCommon() const { return kind == Kind::kCommonSize || kind == Kind::kMinutes; }
+  bool IsLength() const { return kind == Kind::kMinutes || kind == Kind::kSharedLength; }
+  bool Has(std::size_t clip) const {
+    return std::find(clips.begin(), clips.end(), clip) != clips.end();
+  }
 };
 
 // A value at one place, in the clips of one card.
@@ -67,6 +76,8 @@ struct FamilyCard {
   bool timecodeCounts = false;
   // What looks to two sides makes two clips at a time, of names that other letters tell apart.
   bool isTwofold = false;
+  // Series of names in which chapters are counted beside recordings.
+  std::set<std::string> chaptered{};
   std::unordered_map<std::string, PlaceFacts> places{};
 };
 

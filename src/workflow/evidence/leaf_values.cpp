@@ -54,10 +54,20 @@ bool AreBoxes(Span bytes) {
   return count != 0 && (bytes.empty() || closes);
 }
 
-bool IsText(Span value) {
+bool IsPrintable(Span value) {
   while (!value.empty() && value.back() == 0) value = value.first(value.size() - 1);
   return std::all_of(value.begin(), value.end(),
                      [](unsigned char byte) { return byte >= 0x20 && byte < 0x7F; });
+}
+
+// With or without up to 4 bytes in front; a box "data" has its kind and its country there, too.
+bool IsText(Span body, unsigned int type) {
+  constexpr std::size_t kDataHead = 8;
+  if (type == FourCc("data") && IsPrintable(body.subspan(kDataHead))) return true;
+  for (std::size_t leading = 0; leading <= kMostLeading; ++leading) {
+    if (IsPrintable(body.subspan(leading))) return true;
+  }
+  return false;
 }
 
 bool IsAlike(Span value) {
@@ -122,13 +132,13 @@ class Search {
       }
       return;
     }
-    Leaf(body, std::move(place));
+    Leaf(body, box.type, std::move(place));
   }
 
-  void Leaf(Span body, std::string place) {
+  void Leaf(Span body, unsigned int type, std::string place) {
     if (body.size() < kLeastValue || body.size() > kMostValue + kMostLeading) return;
     const Span value = body.subspan(std::min(kMostLeading, body.size() - kLeastValue));
-    if (IsText(body) || IsText(value) || IsAlike(value)) return;
+    if (IsText(body, type) || IsAlike(value)) return;
     values.push_back({std::move(place), {value.begin(), value.end()}});
   }
 };

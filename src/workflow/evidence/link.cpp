@@ -107,7 +107,7 @@ LinkVerdict JudgeLink(const Family& family, std::size_t before, std::size_t behi
   const auto contradictions = std::count_if(
       all.begin(), all.end(), [](const Evidence& evidence) { return evidence.agrees == false; });
   verdict.isContested = contradictions == 1 && numbers.evidence.agrees == false &&
-                        clock.evidence.agrees == true &&
+                        !numbers.areApart && clock.evidence.agrees == true &&
                         Of(all, EvidenceKind::kSplit).agrees == true;
   if (contradictions != 0 || !HasOrder(all, clock, isHole)) return verdict;
   const std::optional<Grade> grade = GradeOf(all, identity.isNumbered);

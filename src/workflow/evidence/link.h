@@ -38,7 +38,8 @@ struct Link {
 struct LinkVerdict {
   LinkEvidence evidence;
   std::optional<LinkStrength> strength;
-  // Clock and split make it a link, and nothing but the numbers speaks against it.
+  // Clock and split make it a link, and nothing but the numbers speaks against it, which somebody
+  // may have given.
   bool isContested = false;
 };
 LinkVerdict JudgeLink(const Family& family, std::size_t before, std::size_t behind);

@@ -22,6 +22,12 @@ bool Falls(const std::string& before, const std::string& behind) {
   return order == NumberOrder::kFalls || order == NumberOrder::kNextRecording;
 }
 
+const NextClip* Find(const std::vector<NextClip>& next, std::size_t clip) {
+  const auto found = std::find_if(next.begin(), next.end(),
+                                  [clip](const NextClip& other) { return other.clip == clip; });
+  return found != next.end() ? &*found : nullptr;
+}
+
 // Whether the camera made another clip in between: the one with the next number begins between
 // both.
 bool IsNextBetween(const Family& family, const FamilyClip& first, const FamilyClip& second) {
@@ -32,6 +38,13 @@ bool IsNextBetween(const Family& family, const FamilyClip& first, const FamilyCl
   });
 }
 
+// Whether the names are those of two recordings: where chapters are counted beside recordings,
+// these have numbers of their own.
+bool AreOfTwoRecordings(const Family& family, const FamilyClip& first, const FamilyClip& second) {
+  return family.cards[first.card].chaptered.contains(SeriesOf(first)) &&
+         IsOfNextRecording(first.name, second.name);
+}
+
 }  // namespace
 
 NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_t behind,
@@ -40,16 +53,12 @@ NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_
   const FamilyClip& first = family.clips[before];
   const FamilyClip& second = family.clips[behind];
   const std::string names[] = {PrintablePath(first.name), PrintablePath(second.name)};
-  const auto find = [behind](const std::vector<NextClip>& next) {
-    const auto found = std::find_if(
-        next.begin(), next.end(), [behind](const NextClip& other) { return other.clip == behind; });
-    return found != next.end() ? &*found : nullptr;
-  };
+  const NextClip* const next = Find(first.next, behind);
   // Of the clock alone.
   const bool hasNoOrder = !clock.evidence.agrees || clock.custom == ClockCustom::kOne;
   const bool isOneFolder = first.folder == second.folder;
-  const bool isOneCard = first.card == second.card;
-  if (isOneCard && family.CardOf(before).isTwofold && SeriesOf(first) != SeriesOf(second)) {
+  if (first.card == second.card && family.CardOf(before).isTwofold &&
+      SeriesOf(first) != SeriesOf(second)) {
     verdict.evidence.agrees = false;
     verdict.evidence.text = fmt::format(
         "{} is not of the series of {}, beside which another one was recorded", names[1], names[0]);
@@ -58,7 +67,12 @@ NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_
         fmt::format("the numbers in the folder of {} follow no clock", names[0]);
   } else if (hasNoOrder && FileTimesRunOn(family, behind, before)) {
     verdict.evidence.text = fmt::format("the file {} was written before {}", names[1], names[0]);
-  } else if (const NextClip* next = find(first.next)) {
+  } else if (next != nullptr && !next->isChapter && AreOfTwoRecordings(family, first, second)) {
+    verdict.areApart = true;
+    verdict.evidence.agrees = false;
+    verdict.evidence.text =
+        fmt::format("{} is of the recording behind that of {}, by its name", names[1], names[0]);
+  } else if (next != nullptr) {
     verdict.isChapter = next->isChapter;
     verdict.evidence.agrees = true;
     verdict.evidence.text = fmt::format("{} has the number behind {}", names[1], names[0]);
@@ -71,7 +85,7 @@ NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_
     verdict.evidence.text = fmt::format("the clip with the number behind {} was recorded before {}",
                                         names[0], names[1]);
   } else {
-    verdict.skipsOne = find(first.nextButOne) != nullptr;
+    verdict.skipsOne = Find(first.nextButOne, behind) != nullptr;
     verdict.evidence.text =
         verdict.skipsOne
             ? fmt::format("the number between {} and {} is left out", names[0], names[1])
@@ -85,6 +99,14 @@ std::string SeriesOf(const FamilyClip& clip) {
   std::string series = (isNumbered ? FolderOf(clip.folder) : clip.folder) + '/';
   std::copy_if(clip.name.begin(), clip.name.end(), std::back_inserter(series), IsNoDigit);
   return series;
+}
+
+void NoteChapters(Family& family) {
+  for (const FamilyClip& clip : family.clips) {
+    if (std::any_of(clip.next.begin(), clip.next.end(),
+                    [](const NextClip& next) { return next.isChapter; }))
+      family.cards[clip.card].chaptered.insert(SeriesOf(clip));
+  }
 }
 
 Moment MomentOf(const FamilyClip& clip) {

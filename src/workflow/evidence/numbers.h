@@ -17,6 +17,8 @@ struct NumbersVerdict {
   bool skipsOne = false;
   // What runs on counts the chapters of a recording.
   bool isChapter = false;
+  // The names are those of two recordings.
+  bool areApart = false;
 };
 
 // `clock` is what it says of the two: the number of a later clip should not be lower.
@@ -30,6 +32,9 @@ std::string SeriesOf(const FamilyClip& clip);
 // once by what looks to two sides. -1 where one is not known.
 using Moment = std::tuple<std::uint64_t, std::int64_t, Nanoseconds, std::string>;
 Moment MomentOf(const FamilyClip& clip);
+
+// Notes the series of names that count chapters. The numbers must be there.
+void NoteChapters(Family& family);
 
 // Notes the cards with clips of one moment in two series.
 void NoteTwofold(Family& family);

@@ -54,12 +54,8 @@ Measures MeasuresOf(const std::vector<FamilyClip>& clips, const std::vector<std:
   return all;
 }
 
-bool IsSize(Limit::Kind kind) {
-  return kind != Limit::Kind::kMinutes && kind != Limit::Kind::kSharedLength;
-}
-
 bool StopsAt(const Limit& limit, const ClipTraits& clip) {
-  if (IsSize(limit.kind)) return clip.size >= limit.least && clip.size <= limit.most;
+  if (!limit.IsLength()) return clip.size >= limit.least && clip.size <= limit.most;
   if (!clip.length) return false;
   // Within one picture, as long as it takes in this clip.
   const Nanoseconds slack = limit.kind == Limit::Kind::kMinutes ? clip.frame : 0;
@@ -67,7 +63,7 @@ bool StopsAt(const Limit& limit, const ClipTraits& clip) {
 }
 
 bool Exceeds(const Limit& limit, const ClipTraits& clip) {
-  if (IsSize(limit.kind)) return clip.size > limit.most;
+  if (!limit.IsLength()) return clip.size > limit.most;
   return clip.length && *clip.length > limit.most + clip.frame;
 }
 
@@ -121,8 +117,7 @@ std::vector<Limit> LimitsOf(const std::vector<FamilyClip>& clips,
     for (const std::size_t i : card) {
       if (StopsAt(limit, *clips[i].traits)) limit.clips.push_back(i);
     }
-    const bool isCommon = limit.kind == Kind::kCommonSize || limit.kind == Kind::kMinutes;
-    const std::size_t least = isCommon ? 1 : limit.kind == Kind::kWideSize ? 3 : 2;
+    const std::size_t least = limit.IsCommon() ? 1 : limit.kind == Kind::kWideSize ? 3 : 2;
     const bool isShared = limit.kind == Kind::kSharedSize || limit.kind == Kind::kWideSize;
     if (isShared && !IsSizeOfClips(limit, clips)) continue;
     if (limit.clips.size() >= least) found.push_back(std::move(limit));

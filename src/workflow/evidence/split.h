@@ -19,7 +19,7 @@ struct FollowUps {
   std::size_t followed = 0;
   // Of those that stop at no limit at all.
   std::size_t elsewhere = 0;
-  // Clocks or timecodes show what follows, and not names alone.
+  // Clocks, timecodes or identities show what follows, and not names alone.
   bool isTimed = false;
   // The only clips at the limit follow one another by the clock.
   bool isPair = false;

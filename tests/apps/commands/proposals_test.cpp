@@ -10,6 +10,7 @@
 
 #include "apps/tool.h"
 #include "support/movie_builder.h"
+#include "support/process.h"
 #include "support/temp_dir.h"
 
 namespace fs = std::filesystem;
@@ -190,4 +191,20 @@ TEST_F(Proposals, AreAskedAboutOnATerminalAlone) {
   EXPECT_EQ(refused.exitCode, 2);
   EXPECT_THAT(refused.err, HasSubstr("--ask needs a terminal"));
   EXPECT_EQ(Join({"--accept", "sure"}).exitCode, 2);
+}
+
+TEST_F(Proposals, AreJoinedWhereSomebodyOnATerminalSaysSo) {
+  PutCard();
+  const std::vector<std::string> join{"join", At("card"), "-o", At("out"), "--ask"};
+  support::Talk no(ToolCommand(join));
+  no.Expect("MOVI0013.MP4 begins 0.0 s after MOVI0012.MP4 ends");
+  no.Expect("[y/N]");
+  no.Say("n\n");
+  EXPECT_EQ(no.End().exitCode, 0);
+  EXPECT_FALSE(fs::exists(folder / result));
+  support::Talk yes(ToolCommand(join));
+  yes.Expect("[y/N]");
+  yes.Say("y\n");
+  EXPECT_EQ(yes.End().exitCode, 0);
+  EXPECT_TRUE(fs::exists(folder / result));
 }

@@ -234,6 +234,17 @@ TEST(LeafValues, AreOf16To32BytesAndNoText) {
   EXPECT_EQ(count(kValue + kValue + Hex("0102030405")), 0u);
   EXPECT_EQ(count(Text("HD9.01.01.60.00 X")), 0u);
   EXPECT_EQ(count(Fill(16, 0)), 0u);
+  for (int leading = 0; leading <= 4; ++leading) {
+    EXPECT_EQ(count(Fill(leading, 1) + Text("+48.1234+011.567/")), 0u) << leading;
+    EXPECT_EQ(count(Fill(leading, 1) + kValue), 1u) << leading;
+  }
+  // The kind and the country of metadata stand in front of its text.
+  const auto metadata = [](const Bytes& value) {
+    const Bytes data = Box("data", {U32(1), U32(0), value});
+    return LeafValues(Box("udta", {Box("ilst", {Box("ABCD", {data})})})).size();
+  };
+  EXPECT_EQ(metadata(Text("2024-05-31T11:33:20")), 0u);
+  EXPECT_EQ(metadata(kValue), 1u);
 }
 
 TEST(LeafValues, OfAnythingAreFoundWithoutHarm) {

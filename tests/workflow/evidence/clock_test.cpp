@@ -154,3 +154,29 @@ TEST(Clock, ThatIsFarOffByEveryCustomDisagrees) {
   EXPECT_EQ(two(3), "");
   EXPECT_EQ(two(100'000), "");
 }
+
+TEST(Clock, ThatMayStandStillLeavesTheNumbers) {
+  // Nothing shows where a recording ends: all clips of the card have one time, and all are full.
+  EXPECT_EQ(
+      ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60), ClipSays("c/A0002.MP4").At(0).For(60),
+                    ClipSays("c/A0003.MP4").At(0).For(60)}),
+      "possible: A0001.MP4 A0002.MP4 A0003.MP4");
+  // A clock that was seen to move is that of the recording.
+  EXPECT_EQ(
+      ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60), ClipSays("c/A0002.MP4").At(0).For(60),
+                    ClipSays("c/A0003.MP4").At(0).For(60), ClipSays("c/A0004.MP4").At(900).For(7)}),
+      "likely: A0001.MP4 A0002.MP4 A0003.MP4");
+}
+
+TEST(MediaClock, RunsOnWithinASampleAndTwoSeconds) {
+  // A sample a second: the last one is of the second behind its stamp.
+  const auto two = [](double first) {
+    return ProposedFrom({ClipSays("c/A0001.MP4").For(60).Stamped(1000, 1059),
+                         ClipSays("c/A0002.MP4").For(20).Stamped(first, first + 19)});
+  };
+  EXPECT_EQ(two(1060), "possible: A0001.MP4 A0002.MP4");
+  EXPECT_EQ(two(1062), "possible: A0001.MP4 A0002.MP4");
+  EXPECT_EQ(two(1062.1), "");
+  EXPECT_EQ(two(1057), "possible: A0001.MP4 A0002.MP4");
+  EXPECT_EQ(two(1056.9), "");
+}

@@ -162,6 +162,18 @@ TEST(Recordings, AClipInBetweenDisagrees) {
             "likely: B0001.MP4 B0002.MP4");
 }
 
+TEST(Recordings, OfTheirOwnNumbersAreNotOneWhereChaptersAreCounted) {
+  // The first one was stopped at the limit, and the next one begun at once.
+  EXPECT_EQ(ProposedFrom({ClipSays("c/V0001_01.MP4").At(0).For(60),
+                          ClipSays("c/V0002_01.MP4").At(61).For(60),
+                          ClipSays("c/V0002_02.MP4").At(121).For(20)}),
+            "likely: V0002_01.MP4 V0002_02.MP4");
+  EXPECT_EQ(ProposedFrom({ClipSays("c/GX010034.MP4").At(0).For(60),
+                          ClipSays("c/GX010035.MP4").At(61).For(60),
+                          ClipSays("c/GX020035.MP4").At(121).For(20)}),
+            "likely: GX010035.MP4 GX020035.MP4");
+}
+
 TEST(Recordings, RunOnFromOneFolderToTheNext) {
   EXPECT_EQ(ProposedFrom({ClipSays("c/DCIM/100MEDIA/A0999.MP4").For(60),
                           ClipSays("c/DCIM/101MEDIA/A1000.MP4").For(20)}),

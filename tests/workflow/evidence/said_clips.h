@@ -58,6 +58,12 @@ class ClipSays : public ClipTraits {
     written = static_cast<Nanoseconds>(seconds * kSecond);
     return *this;
   }
+  // Of its first and its last sample of metadata, in seconds.
+  ClipSays& Stamped(double first, double last) {
+    mediaClock = MediaClockTraits{static_cast<Nanoseconds>(first * kSecond),
+                                  static_cast<Nanoseconds>(last * kSecond)};
+    return *this;
+  }
   ClipSays& Value(const std::string& place, const std::string& value) {
     values.push_back({place, value});
     return *this;

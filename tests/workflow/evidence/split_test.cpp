@@ -111,3 +111,31 @@ TEST(Split, AClipBehindThatIsLongerDisagrees) {
                           ClipSays("d/xb.MP4").At(60).For(45).On(1)}),
             kFound);
 }
+
+TEST(Split, ASizeThatAFullClipHasIsNoLimitOfOthers) {
+  // Clips stop at a minute; one that was ended by hand is as large as one of them.
+  EXPECT_EQ(ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(51).Bytes(90'100'000),
+                          ClipSays("c/A0002.MP4").At(52).For(60).Bytes(90'000'000),
+                          ClipSays("c/A0003.MP4").At(112).For(33)}),
+            "likely: A0002.MP4 A0003.MP4");
+}
+
+TEST(Split, AnIdentityShowsThatClipsOfOneLengthAreFollowed) {
+  // Single recordings behind them have the next numbers, but other values.
+  const auto clip = [](const char* name, double seconds, char value) {
+    return ClipSays(name).For(seconds).Value("udta/ABCD", std::string(15, value) + '\xff');
+  };
+  EXPECT_EQ(ProposedFrom({clip("c/A0001.MP4", 532.4, 'a'), clip("c/A0002.MP4", 532.4, 'a'),
+                          clip("c/A0003.MP4", 20, 'a'), clip("c/A0004.MP4", 45, 'b'),
+                          clip("c/A0005.MP4", 71, 'c'), clip("c/A0006.MP4", 12, 'd')}),
+            "certain: A0001.MP4 A0002.MP4 A0003.MP4");
+  // Clips of one size, too.
+  const auto sized = [&](const char* name, double seconds, char value, long long bytes) {
+    return clip(name, seconds, value).Bytes(bytes);
+  };
+  EXPECT_EQ(ProposedFrom({sized("c/A0001.MP4", 1201, 'a', 5'999'900'000),
+                          sized("c/A0002.MP4", 1188, 'a', 5'999'950'000),
+                          sized("c/A0003.MP4", 20, 'a', 99'000'000),
+                          sized("c/A0004.MP4", 45, 'b', 205'000'000)}),
+            "certain: A0001.MP4 A0002.MP4 A0003.MP4");
+}
