@@ -3,6 +3,7 @@
 #include <sys/sysmacros.h>
 
 #include <algorithm>
+#include <cerrno>
 
 #include "workflow/clip_info.h"
 #include "workflow/clip_search.h"
@@ -122,7 +123,12 @@ void CardFiles::Look(CardFile& file) {
   if (!layout.isClip) return;
   file.media = layout.media;
   ClipInfo info;
-  static_cast<void>(ReadClipInfo(file.file.path, info));
+  // A clip without a movie that can be read has no identifiers. That it can't be read now would
+  // tell the same, and let its clips stand in any order.
+  if (const HRESULT result = ReadClipInfo(file.file.path, info); result != S_OK) {
+    info = {};
+    if (ReadClipInfo(file.file.path, info) != result) *file.file.failure = EIO;
+  }
   file.id = info.uniqueID;
   file.previous = info.previousID;
   file.next = info.nextID;

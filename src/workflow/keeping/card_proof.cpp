@@ -182,9 +182,16 @@ void Proving::Judge() {
   for (const CardFile& file : cards_.Files()) {
     const bool counts = file.isClip || file.isUnread || !options_.clipsOnly;
     const bool kept = file.isClip ? !NeedsMore(file) : file.keeping == Keeping::kEveryByte;
-    if (!counts || kept) continue;
-    proof_.notKept.push_back({file.file.path, file.reason.empty() ? WhyNot(file) : file.reason});
+    if (!counts) continue;
+    if (!kept) {
+      proof_.notKept.push_back({file.file.path, file.reason.empty() ? WhyNot(file) : file.reason});
+    } else if (*file.file.failure != 0) {
+      // What was read of it otherwise may be right, or not.
+      proof_.notKept.push_back(
+          {file.file.path, "could not always be read: " + ErrorText(*file.file.failure)});
+    }
   }
+  Doubt(kept_.Failures());
   Doubt(cards_.Unreadable());
   Doubt(cards_.Changes(options_.cards, goOn_));
   Doubt(kept_.Changes(options_.against, goOn_));

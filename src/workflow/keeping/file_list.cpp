@@ -92,7 +92,8 @@ class Walk {
       } else if (S_ISDIR(status.st_mode)) {
         waiting_.push_back(prefix + name);
       } else if (S_ISREG(status.st_mode)) {
-        list_.files.push_back({prefix + name, identity, FileStamp::Of(status)});
+        list_.files.push_back(
+            {.path = prefix + name, .folder = identity, .stamp = FileStamp::Of(status)});
       } else {
         list_.leftAside.push_back({prefix + name, KindOf(status.st_mode)});
       }

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -30,7 +31,9 @@ struct ListedFile {
   std::string path;
   // That it lies in.
   FileIdentity folder{};
-  FileStamp stamp;
+  FileStamp stamp{};
+  // The system's number of a failure to open or read it, 0 if there was none; one for all copies.
+  std::shared_ptr<int> failure = std::make_shared<int>(0);
 };
 
 // A folder and a name in it, by which a file is known again that was reached in two ways.

@@ -27,7 +27,7 @@ Findings KeptFiles::Read(const std::vector<std::string>& folders, const CardFile
       if (cards.Has(file.stamp) || IsAnyPartName(NameOf(file.path))) continue;
       byPath_.emplace(file.path, files_.size());
       bySize_[file.stamp.size].push_back(files_.size());
-      files_.push_back({file, std::nullopt});
+      files_.push_back({.file = file, .probe = std::nullopt});
     }
   }
   return {};
@@ -67,7 +67,8 @@ std::string KeptFiles::Flushed(const ListedBytes& bytes, const ListedFile& file)
   return "can't be flushed to its disk: " + ErrorText(error);
 }
 
-void KeptFiles::Count(const KeptFile& file) {
+void KeptFiles::Count(KeptFile& file) {
+  file.counts = true;
   counted_.emplace(file.file.folder, FolderOf(file.file.path));
 }
 
@@ -77,6 +78,16 @@ std::map<std::size_t, std::size_t> KeptFiles::BesideCards(const CardFiles& cards
     if (const auto card = cards.CardBeside(path)) beside.emplace(against_.at(folder), *card);
   }
   return beside;
+}
+
+std::vector<ListedPath> KeptFiles::Failures() const {
+  std::vector<ListedPath> failures;
+  for (const KeptFile& file : files_) {
+    if (file.counts && *file.file.failure != 0)
+      failures.push_back(
+          {file.file.path, "could not always be read: " + ErrorText(*file.file.failure)});
+  }
+  return failures;
 }
 
 std::vector<ListedPath> KeptFiles::Changes(const std::vector<std::string>& folders,

@@ -18,10 +18,12 @@ namespace clipchain {
 struct KeptFile {
   ListedFile file;
   // Of its beginning and end, once asked for.
-  std::optional<std::uint64_t> probe;
+  std::optional<std::uint64_t> probe{};
   bool usable = true;
   // That proves clips by itself.
   bool mayBeResult = true;
+  // Something on a card is kept by it.
+  bool counts = false;
 };
 
 class KeptFiles {
@@ -45,7 +47,9 @@ class KeptFiles {
   std::unique_ptr<ListedBytes> Open(KeptFile& file, CardFiles& cards, std::string& why);
 
   // From now on the file, and what else lies in its folder, must stay what it is.
-  void Count(const KeptFile& file);
+  void Count(KeptFile& file);
+  // Of those that count: what could not be opened or read at some time.
+  std::vector<ListedPath> Failures() const;
   // Which of the folders, by index, have something that counted on the file system of a card, and
   // of which one.
   std::map<std::size_t, std::size_t> BesideCards(const CardFiles& cards) const;

@@ -18,17 +18,23 @@ constexpr unsigned long long kMostProbed = 4096;
 }  // namespace
 
 ListedBytes::ListedBytes(const ListedFile& file)
-    : file_(OpenToRead(file.path, O_NOFOLLOW)), bytes_(file_) {
+    : file_(OpenToRead(file.path, O_NOFOLLOW)), bytes_(file_), failure_(file.failure) {
   struct stat status;
   if (file_ < 0) {
-    why_ = "can't be opened: " + ErrorText(errno);
+    *failure_ = errno;
+    why_ = "can't be opened: " + ErrorText(*failure_);
   } else if (::fstat(file_, &status) != 0) {
-    why_ = "can't be looked at: " + ErrorText(errno);
+    *failure_ = errno;
+    why_ = "can't be looked at: " + ErrorText(*failure_);
   } else if (!(FileStamp::Of(status) == file.stamp)) {
     why_ = "changed while it was looked at";
   } else {
     ::posix_fadvise(file_, 0, 0, POSIX_FADV_SEQUENTIAL);
   }
+}
+
+ListedBytes::~ListedBytes() {
+  if (bytes_.error() != 0) *failure_ = bytes_.error();
 }
 
 std::size_t ProbeLength(unsigned long long size) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -14,6 +15,10 @@ namespace clipchain {
 class ListedBytes {
  public:
   explicit ListedBytes(const ListedFile& file);
+  // Notes a failure, if there was one, in the listed file.
+  ~ListedBytes();
+  ListedBytes(const ListedBytes&) = delete;
+  ListedBytes& operator=(const ListedBytes&) = delete;
 
   // Why it can't be used; empty if it can.
   const std::string& Why() const { return why_; }
@@ -24,6 +29,7 @@ class ListedBytes {
   Descriptor file_;
   FileBytes bytes_;
   std::string why_;
+  std::shared_ptr<int> failure_;
 };
 
 // How many bytes at an end of so many are probed.
