@@ -18,8 +18,11 @@ namespace {
 using Number = unsigned long long;
 
 constexpr std::size_t kBlock = 256 * 1024;
-// Of a recording of a hundred thousand fragments.
-constexpr Number kLargestContents = Number{64} << 20;
+// Of a recording of some hundred thousand fragments.
+constexpr Number kLargestContents = Number{32} << 20;
+// How many times as large a table of contents may be as what it was compressed to, from a size on.
+constexpr Number kMostTimes = 64;
+constexpr Number kSmallContents = Number{1} << 20;
 constexpr int kHashDigits = 32;
 
 // A frame that decompressors of zstd pass over (RFC 8878, clause 3.1.2): its number and the size of
@@ -212,7 +215,8 @@ std::string OriginalsReader::Open(FileBytes& file) {
   if (name == nullptr || name != kContentsName || archive_entry_filetype(entry) != AE_IFREG ||
       archive_entry_size_is_set(entry) == 0)
     return kNoArchive;
-  if (size < 0 || static_cast<Number>(size) > kLargestContents)
+  const Number most = std::min(kLargestContents, kSmallContents + kMostTimes * file.Size());
+  if (size < 0 || static_cast<Number>(size) > most)
     return "has a table of contents that is too large";
   std::string text;
   for (std::vector<char> block(kBlock); text.size() < static_cast<std::size_t>(size);) {

@@ -30,9 +30,14 @@ bool CoversAll(const Originals& contents, const MergeImage& image) {
   return sum + image.bytes.size() == image.size;
 }
 
+std::string NotThere(const OriginalClip& clip) {
+  return fmt::format("has a clip {} that is not on the cards", PrintablePath(clip.name));
+}
+
 }  // namespace
 
-ResultProof::Candidates ResultProof::CandidatesFor(const OriginalClip& clip, ListedBytes& bytes) {
+ResultProof::Candidates ResultProof::CandidatesFor(const OriginalClip& clip, ListedBytes& bytes,
+                                                   Candidates& ofItsSize) {
   Number at = 0;
   const RecipeStep* largest = nullptr;
   // Of the largest step's media in the clip.
@@ -49,6 +54,7 @@ ResultProof::Candidates ResultProof::CandidatesFor(const OriginalClip& clip, Lis
   const std::vector<CardFile>& files = cards_.Files();
   for (std::size_t i = 0; i < files.size() && candidates.size() < kMostCandidates; ++i) {
     if (!files[i].isClip || static_cast<Number>(files[i].file.stamp.size) != clip.size) continue;
+    if (ofItsSize.size() < kMostCandidates) ofItsSize.push_back(i);
     if (largest != nullptr && largest->size != 0) {
       ListedBytes card(files[i].file);
       const std::size_t length = ProbeLength(largest->size);
@@ -72,8 +78,7 @@ std::string ResultProof::CompareClip(ListedBytes& bytes, OriginalsReader& reader
     auto card = std::make_unique<ListedBytes>(cards_.Files()[candidate].file);
     if (card->Why().empty()) suspects.push_back({candidate, std::move(card)});
   }
-  const std::string missing =
-      fmt::format("has a clip {} that is not on the cards", PrintablePath(original.name));
+  const std::string missing = NotThere(original);
   ContentHash content(!original.hashes.sha256.empty());
   std::vector<unsigned char> made(kCompareBlock);
   std::vector<unsigned char> theirs(kCompareBlock);
@@ -86,9 +91,8 @@ std::string ResultProof::CompareClip(ListedBytes& bytes, OriginalsReader& reader
                          theirs.begin());
     });
     at += size;
-    return meter_.Add(size) && !suspects.empty();
+    return meter_.Add(size);
   };
-  if (suspects.empty()) return missing;
   for (const RecipeStep& step : original.recipe) {
     for (Number done = 0; done < step.kept;) {
       const auto part = static_cast<std::size_t>(std::min<Number>(step.kept - done, kCompareBlock));
@@ -105,7 +109,9 @@ std::string ResultProof::CompareClip(ListedBytes& bytes, OriginalsReader& reader
       done += part;
     }
   }
-  if (content.Value() != original.hashes) return "has a hash that is not that of its clip";
+  if (content.Value() != original.hashes)
+    return fmt::format("does not give {} any more: the result was changed, or is another one",
+                       PrintablePath(original.name));
   candidates.clear();
   for (const Suspect& suspect : suspects) candidates.push_back(suspect.clip);
   return candidates.empty() ? missing : "";
@@ -147,11 +153,15 @@ std::string ResultProof::CheckArchive(KeptFile& result, ListedBytes& bytes, Kept
   std::vector<std::size_t> clips;
   std::vector<std::size_t> all;
   for (std::size_t clip = 0; clip < contents.clips.size(); ++clip) {
-    Candidates candidates = CandidatesFor(contents.clips[clip], bytes);
-    why = CompareClip(bytes, reader, clip, candidates, hash);
+    Candidates ofItsSize;
+    Candidates candidates = CandidatesFor(contents.clips[clip], bytes, ofItsSize);
+    // A clip of another size is another clip, and there is no need to read the result.
+    why = ofItsSize.empty() ? NotThere(contents.clips[clip])
+                            : CompareClip(bytes, reader, clip, candidates, hash);
     if (!why.empty()) {
       elsewhere = candidates.empty();
-      Blame(candidates, PrintablePath(archive.file.path) + ' ' + why);
+      Blame(candidates.empty() ? ofItsSize : candidates,
+            PrintablePath(archive.file.path) + ' ' + why);
       return why;
     }
     clips.push_back(candidates.front());

@@ -35,7 +35,8 @@ class ResultProof {
                            bool& elsewhere);
   std::string CompareClip(ListedBytes& bytes, OriginalsReader& reader, std::size_t clip,
                           Candidates& candidates, PassingHash& hash);
-  Candidates CandidatesFor(const OriginalClip& clip, ListedBytes& bytes);
+  // `ofItsSize` gets those that may be it by their size, too.
+  Candidates CandidatesFor(const OriginalClip& clip, ListedBytes& bytes, Candidates& ofItsSize);
   std::string CheckImage(KeptFile& result, ListedBytes& bytes, const Originals& contents,
                          const std::vector<std::size_t>& clips);
 

@@ -375,6 +375,24 @@ TEST_F(CardProofTest, SaysWhyAResultDoesNotCount) {
   EXPECT_THAT(Prove().notKept[0].reason, HasSubstr("out.mp4 has its media, but has a box"));
 }
 
+TEST_F(CardProofTest, SaysThatAResultBesideItsArchiveWasChanged) {
+  const std::string result = Merge(clips, "out.mp4", Originals());
+  const Bytes bytes = support::ReadFile(result);
+  for (std::size_t at = 60; at < bytes.size(); at += bytes.size() / 9) {
+    ChangeByte(result, at);
+    for (const clipchain::PathAndReason& path : Prove().notKept)
+      EXPECT_THAT(path.reason, testing::Not(HasSubstr("not on the cards"))) << at;
+    ChangeByte(result, at);
+  }
+  ChangeByte(result, bytes.size() / 4);
+  EXPECT_THAT(Prove().notKept[0].reason, HasSubstr("any more: the result was changed"));
+  // Of another recording with clips of that size nothing was.
+  support::WriteFile(result, bytes);
+  PutOnCard("clip1.mp4", support::Clip(25, 77).Build());
+  EXPECT_THAT(Prove().notKept[0].reason,
+              HasSubstr("has a clip clip1.mp4 that is not on the cards"));
+}
+
 TEST_F(CardProofTest, HasNoAnswerWhereACardIsEmptyOrAFolderMissing) {
   Merge(clips, "out.mp4");
   fs::create_directory(folder / "empty");

@@ -87,6 +87,28 @@ TEST(Originals, RefuseWhatContradictsItself) {
   EXPECT_NE("", ReadOriginals(std::string(100'000, '['), read));
 }
 
+TEST(Originals, OfFewBytesAndManyPartsAreRefusedBeforeTheyAreBuilt) {
+  const auto many = [](const std::string& part) {
+    std::string text = R"({"format":"clipchain originals","clips":[)";
+    for (int i = 0; i < 50'000; ++i) text += part;
+    Originals read;
+    return ReadOriginals(text + "0]}", read);
+  };
+  for (const char* part : {"[],", "{},", "0,", R"({"":0},)"})
+    EXPECT_THAT(many(part), testing::HasSubstr("more parts than its size allows")) << part;
+  // Brackets in a name are none.
+  Originals originals = Sample();
+  originals.clips[0].place = std::string(100'000, '[') + "\\\"" + std::string(100'000, '{');
+  Originals read;
+  EXPECT_EQ("", ReadOriginals(OriginalsText(originals), read));
+  // A recording of many fragments is read in no time.
+  originals.clips[1].size = 50'000;
+  originals.resultSize = 50'100;
+  originals.clips[1].recipe.assign(50'000, {0, 1, 1});
+  EXPECT_EQ("", ReadOriginals(OriginalsText(originals), read));
+  EXPECT_EQ(50'000u, read.clips[1].recipe.size());
+}
+
 TEST(Originals, RefuseNamesThatNoSingleFileCanHave) {
   for (const char* name : {"a/b", "/a", "..", ".", "", "NUL", "con.mp4", "Com1", "lpt9.x", "aux "})
     EXPECT_FALSE(IsFileName(name)) << name;
