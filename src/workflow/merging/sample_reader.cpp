@@ -33,6 +33,15 @@ std::vector<Edit> ReadEdits(View list) {
   return edits;
 }
 
+Number SumOfTimes(View table) {
+  const View times = FindBox(table, FourCc("stts")).body;
+  Number sum = 0;
+  std::size_t at = 8;
+  for (std::uint32_t left = U32(times, 4); left > 0 && times.size() >= at + 8; --left, at += 8)
+    sum += Number{U32(times, at)} * U32(times, at + 4);
+  return sum;
+}
+
 TrackView ReadTrack(View body) {
   TrackView track;
   track.body = body;
@@ -48,6 +57,7 @@ TrackView ReadTrack(View body) {
   track.handler = U32(handler, 8);
   track.name = From(handler, 24);
   track.table = FindBox(FindBox(media, FourCc("minf")).body, FourCc("stbl")).body;
+  track.tableDuration = SumOfTimes(track.table);
   const View descriptions = FindBox(track.table, FourCc("stsd")).body;
   View entries = From(descriptions, 8);
   BoxView entry;
@@ -243,6 +253,8 @@ bool SampleFile::ReadTrackFragment(const Place& place, View whole, View body, Nu
     fragment.start = IsWide(times) ? U64(times, 4) : U32(times, 4);
   } else if (!track.fragments.empty()) {
     fragment.start = track.fragments.back().start + track.fragments.back().duration;
+  } else {
+    fragment.start = track.tableDuration;
   }
   if (!ReadRuns(body, fragment, after)) return false;
   track.fragments.push_back(fragment);

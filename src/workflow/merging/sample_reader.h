@@ -90,6 +90,8 @@ struct TrackView {
   std::vector<Edit> edits;
   // Body of "stbl".
   View table;
+  // How long the samples of its tables take together.
+  Number tableDuration = 0;
   Defaults defaults;
   std::vector<Fragment> fragments;
 };

@@ -135,6 +135,8 @@ SampleStream::SampleStream(const SampleFile& file, const TrackView& track)
       count_(sizes_.Count()) {
   dependencies_ = DependenciesIn(track.table);
   if (count_ == 0 && !track.fragments.empty()) start_ = track.fragments.front().start;
+  if (count_ > 0 && !track.fragments.empty())
+    gap_ = static_cast<long long>(track.fragments.front().start - track.tableDuration);
   for (const Fragment& fragment : track.fragments) count_ += fragment.samples;
 }
 
@@ -162,8 +164,11 @@ void SampleStream::NextOfTables(SampleRun& run) {
   run.partialSync = partialSyncs_.Has(done_ + 1);
   const bool said = done_ < dependencies_.size();
   if (said) run.depends = dependencies_[static_cast<std::size_t>(done_)];
-  run.count = said || !sizes_.Uniform() ? 1 : sizes_.Count() - done_;
+  const Number left = sizes_.Count() - done_;
+  if (left == 1) run.step += gap_;
+  run.count = said || !sizes_.Uniform() ? 1 : left;
   if (run.count == 1) return;
+  if (gap_ != 0) run.count = left - 1;
   if (run.placed) run.count = std::min(run.count, inChunk);
   run.count = std::min({run.count, steps_.Left(), offsets_.Left(), partialSyncs_.Left(done_ + 1)});
   if (hasSyncTable_) run.count = std::min(run.count, syncs_.Left(done_ + 1));

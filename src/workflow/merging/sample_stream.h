@@ -127,6 +127,9 @@ class SampleStream {
   Number count_ = 0;
   Number done_ = 0;
   Number start_ = 0;
+  // Between the samples of the tables and those of the first fragment; the last one of the tables
+  // stays until then.
+  long long gap_ = 0;
   // Of the run that was told.
   std::uint32_t lastSize_ = 0;
 

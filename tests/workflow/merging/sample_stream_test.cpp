@@ -58,5 +58,39 @@ TEST(SampleStream, ATableInAFragmentGoesBeforeItsFlags) {
       (std::vector<int>{0x18, 0x28, 0x10, 0x20}));
 }
 
+// The last sample of the tables stays until the first fragment begins.
+TEST(SampleStream, TablesLastUntilTheFirstFragment) {
+  const auto stepsOf = [](const Bytes& times) {
+    AnnouncedTrack track;
+    track.tables = FullBox("stts", 0, 0, {U32(1), U32(3), U32(40)}) +
+                   FullBox("stsc", 0, 0, {U32(1), U32(1), U32(3), U32(1)}) +
+                   FullBox("stsz", 0, 0, {U32(1), U32(3)}) +
+                   FullBox("stco", 0, 0, {U32(1), U32(0)});
+    const Bytes header = FullBox("tfhd", 0, 0x20018, {U32(1), U32(40), U32(4)});
+    const Bytes run = FullBox("trun", 0, 0x1, {U32(2), U32(92)});
+    const support::TempDir folder;
+    const std::string path = folder / "clip";
+    support::WriteFile(path, AnnouncingMovie({track}) +
+                                 Box("moof", {Box("traf", {header, times, run})}) +
+                                 Box("mdat", {U32(1), U32(2)}));
+    FileBytes bytes(path);
+    SampleFile file(bytes);
+    EXPECT_EQ(file.Read(), "");
+    SampleStream stream(file, file.Tracks().front());
+    std::vector<long long> steps;
+    SampleRun found;
+    while (stream.Next(found)) {
+      steps.insert(steps.end(), static_cast<std::size_t>(found.count), found.step);
+      stream.Skip(found.count);
+    }
+    return steps;
+  };
+  using Steps = std::vector<long long>;
+  EXPECT_EQ(stepsOf({}), (Steps{40, 40, 40, 40, 40}));
+  EXPECT_EQ(stepsOf(FullBox("tfdt", 0, 0, {U32(120)})), (Steps{40, 40, 40, 40, 40}));
+  EXPECT_EQ(stepsOf(FullBox("tfdt", 0, 0, {U32(150)})), (Steps{40, 40, 70, 40, 40}));
+  EXPECT_EQ(stepsOf(FullBox("tfdt", 0, 0, {U32(110)})), (Steps{40, 40, 30, 40, 40}));
+}
+
 }  // namespace
 }  // namespace clipchain::samples
