@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 #include "adapt/fields.h"
 #include "foundation/fourcc.h"
@@ -19,10 +20,18 @@ constexpr unsigned int kMostDepth = 8;
 // Where boxes begin inside the body of an entry, by the kinds of entries there are: behind the
 // fields of pictures, of sound of versions 0, 1 and 2, and of all others.
 constexpr std::size_t kFieldSizes[] = {78, 28, 44, 64, 8};
+// Behind those of timed text (3GPP TS 26.245, 5.16), which some programs write as "text" too.
+constexpr std::size_t kTextFieldSizes[] = {38, 8};
+
+std::span<const std::size_t> FieldSizesOf(unsigned int type) {
+  const bool isText = type == FourCc("tx3g") || type == FourCc("text");
+  return isText ? std::span<const std::size_t>(kTextFieldSizes) : kFieldSizes;
+}
 
 // A box in the descriptions, by its place.
 struct Place {
   unsigned int type;
+  std::size_t begin;
   std::size_t body;
   std::size_t end;
 };
@@ -37,7 +46,7 @@ std::optional<std::vector<Place>> BoxesIn(const Bytes& bytes, std::size_t at, st
     QUIRVA::be32 type;
     if (!TakeField(in, size) || !TakeField(in, type)) return std::nullopt;
     if (size < kHeader || size > end - at) break;
-    boxes.push_back({type, at + kHeader, at + size});
+    boxes.push_back({type, at, at + kHeader, at + size});
     at += size;
   }
   const bool isRestZero =
@@ -73,20 +82,26 @@ class FieldSearch {
     return std::move(fields_);
   }
 
+  // Behind a search: boxes of entries that hold nothing but such fields, and the entry of each.
+  const std::vector<std::pair<Place, Place>>& BoxesOfRates() const { return boxes_; }
+
  private:
   void SearchEntry(const Place& entry) {
-    for (const std::size_t fields : kFieldSizes) {
+    for (const std::size_t fields : FieldSizesOf(entry.type)) {
       if (entry.end - entry.body < fields) continue;
       const auto boxes = BoxesIn(bytes_, entry.body + fields, entry.end);
       if (!boxes || boxes->empty()) continue;
-      for (const Place& box : *boxes) SearchBox(box, 0);
+      for (const Place& box : *boxes) {
+        if (box.type == FourCc("btrt")) boxes_.emplace_back(box, entry);
+        SearchBox(box, 0);
+      }
       return;
     }
   }
 
   void SearchBox(const Place& box, unsigned int depth) {
     if (box.type == FourCc("btrt")) {
-      TakeRates(box.body, 4, box.end);
+      TakeRates(box.type, box.body, 4, box.end);
     } else if (box.type == FourCc("esds")) {
       SearchDescriptor(box);
     } else if (box.type == FourCc("wave") && depth < kMostDepth) {
@@ -112,20 +127,22 @@ class FieldSearch {
     if ((flags & kHasClock) != 0) at += 2;
     // Kind of object and of stream.
     constexpr std::size_t kKind = 2;
-    if (EnterDescriptor(bytes_, kConfigTag, at, box.end)) TakeRates(at + kKind, 3, box.end);
+    if (EnterDescriptor(bytes_, kConfigTag, at, box.end))
+      TakeRates(box.type, at + kKind, 3, box.end);
   }
 
   // A buffer size, the largest bit rate and the average one.
-  void TakeRates(std::size_t at, std::size_t bufferWidth, std::size_t end) {
+  void TakeRates(unsigned int box, std::size_t at, std::size_t bufferWidth, std::size_t end) {
     constexpr std::size_t kRate = 4;
     if (at > end || end - at < bufferWidth + 2 * kRate) return;
-    fields_.push_back({RateField::Kind::kBuffer, at, bufferWidth});
-    fields_.push_back({RateField::Kind::kMost, at + bufferWidth, kRate});
-    fields_.push_back({RateField::Kind::kAverage, at + bufferWidth + kRate, kRate});
+    fields_.push_back({RateField::Kind::kBuffer, at, bufferWidth, box});
+    fields_.push_back({RateField::Kind::kMost, at + bufferWidth, kRate, box});
+    fields_.push_back({RateField::Kind::kAverage, at + bufferWidth + kRate, kRate, box});
   }
 
   const Bytes& bytes_;
   std::vector<RateField> fields_;
+  std::vector<std::pair<Place, Place>> boxes_;
 };
 
 }  // namespace
@@ -146,6 +163,21 @@ void SetRate(Bytes& stsd, const RateField& field, unsigned int value) {
 Bytes WithoutBitRates(const Bytes& stsd) {
   Bytes bytes = stsd;
   for (const RateField& field : RateFieldsOf(stsd)) SetRate(bytes, field, 0);
+  return bytes;
+}
+
+Bytes WithoutRateBoxes(const Bytes& stsd) {
+  Bytes bytes = WithoutBitRates(stsd);
+  FieldSearch search(stsd);
+  static_cast<void>(search.Run());
+  const auto& boxes = search.BoxesOfRates();
+  for (auto found = boxes.rbegin(); found != boxes.rend(); ++found) {
+    const auto& [box, entry] = *found;
+    const RateField size{RateField::Kind::kBuffer, entry.begin, sizeof(QUIRVA::be32)};
+    SetRate(bytes, size, RateAt(bytes, size) - static_cast<unsigned int>(box.end - box.begin));
+    const auto from = bytes.begin() + static_cast<std::ptrdiff_t>(box.begin);
+    bytes.erase(from, bytes.begin() + static_cast<std::ptrdiff_t>(box.end));
+  }
   return bytes;
 }
 

@@ -13,6 +13,8 @@ struct RateField {
   enum class Kind { kBuffer, kMost, kAverage } kind;
   std::size_t at;     // in the bytes of the descriptions
   std::size_t width;  // bytes
+  // The type of the box that it stands in.
+  unsigned int box = 0;
 
   bool operator==(const RateField&) const = default;
 };
@@ -25,5 +27,7 @@ void SetRate(Bytes& stsd, const RateField& field, unsigned int value);
 
 // The same bytes with zeros in these fields.
 Bytes WithoutBitRates(const Bytes& stsd);
+// The same, and without the boxes of its entries that hold nothing else.
+Bytes WithoutRateBoxes(const Bytes& stsd);
 
 }  // namespace clipchain

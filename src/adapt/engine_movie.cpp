@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "adapt/data_references.h"
 #include "adapt/fields.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
@@ -145,6 +146,7 @@ void FitTrack(RawBox& track, unsigned int id, const RawBox* firstTable, const Me
   }
   if (RawBox* parent = track.Child(FourCc("mdia")))
     parent->children.insert(parent->children.begin(), StandInHandler());
+  NameOwnFileAlone(track);
   RawBox* table = SampleTable(track);
   if (table == nullptr) return;
   for (RawBox& box : table->children) {

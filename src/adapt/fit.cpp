@@ -6,6 +6,7 @@
 #include "adapt/at_once.h"
 #include "adapt/chapters.h"
 #include "adapt/clip_times.h"
+#include "adapt/data_references.h"
 #include "adapt/engine_movie.h"
 #include "adapt/fields.h"
 #include "adapt/fragments.h"
@@ -14,6 +15,7 @@
 #include "adapt/long_durations.h"
 #include "adapt/media_places.h"
 #include "adapt/sample_descriptions.h"
+#include "adapt/spare_entries.h"
 #include "adapt/top_level.h"
 #include "adapt/track_order.h"
 #include "foundation/fourcc.h"
@@ -30,12 +32,15 @@ std::vector<std::unique_ptr<Adaptation>> Row(const FitOptions& options, ClipCloc
   std::vector<std::unique_ptr<Adaptation>> row;
   row.push_back(MakeTopLevel());
   row.push_back(MakeFragments());
+  row.push_back(MakeSpareEntries());
   row.push_back(MakeMediaPlaces());
   row.push_back(MakeKeptBoxes());
   row.push_back(MakeTrackOrder(options));
-  row.push_back(MakeSampleDescriptions());
   row.push_back(MakeClipTimes(options, clocks));
   row.push_back(MakeJoinedTables());
+  // Average bit rates are reckoned from all sizes.
+  row.push_back(MakeSampleDescriptions());
+  row.push_back(MakeDataReferences());
   row.push_back(MakeLongDurations());
   row.push_back(MakeChapters(options));
   return row;
@@ -157,12 +162,6 @@ std::optional<Bytes> Fit::Complete(Bytes engineMovie) const {
   if (!movie) return std::nullopt;
   for (const auto& adaptation : row_) adaptation->Complete(*movie);
   return Written(*movie);
-}
-
-std::optional<Bytes> Fit::EngineForm(std::span<const unsigned char> completeMovie) const {
-  const auto movie = MovieOf(completeMovie);
-  if (!movie) return std::nullopt;
-  return Written(EngineMovie(*movie, clips_.front().movie, nullptr));
 }
 
 }  // namespace clipchain

@@ -52,8 +52,6 @@ class Fit {
   // What the movie box that the engine made of all views becomes in the result. Nothing: it is not
   // of these clips.
   std::optional<Bytes> Complete(Bytes engineMovie) const;
-  // What a movie box made by Complete looks like to the engine's reader.
-  std::optional<Bytes> EngineForm(std::span<const unsigned char> completeMovie) const;
 
  private:
   // A clip that was opened beside others.

@@ -277,8 +277,11 @@ bool FragmentedMovie::TakeTables(const RawBox& fragment, std::uint32_t samples,
                                  FragmentedTrack& track) {
   for (const RawBox& child : fragment.children) {
     if (IsProtection(child)) {
-      return Refuse(FitProblemKind::kFragmented, track.id,
-                    "has fragments whose samples are protected (" + Quoted(child.type) + ')');
+      Refuse(FitProblemKind::kFragmented, track.id,
+             "has fragments whose samples are protected (" + Quoted(child.type) +
+                 "), which they say outside of the media");
+      problem_.remedy = "merge clips without protection";
+      return false;
     }
     if (!IsTaken(child)) leftOut_.insert(child.type);
   }

@@ -34,6 +34,8 @@ constexpr const char* kKeepClip = "keep the clip if you need what it says";
 // What of one track of all clips goes into the result.
 struct JoinedTrack {
   bool isJoined = false;
+  // Where the engine only counts the samples.
+  std::optional<SampleSizes> sizes;
   SampleGroups groups;
   Subsamples subsamples;
   bool hasPartialSync = false;
@@ -65,6 +67,8 @@ class JoinedTables final : public Adaptation {
   void Complete(RawBox& movie) const override;
 
  private:
+  void TakeSizesOf(const FitClips& clips, const std::vector<RawBox*>& tables, std::size_t place,
+                   FitReport& report);
   void JoinTrack(FitClips& clips, std::size_t place, FitReport& report);
   static void AppendPartialSync(const RawBox& table, std::uint64_t before, JoinedTrack& joined);
   static void TellDropped(const FitClips& clips, std::size_t place, const JoinedTrack& joined,
@@ -113,8 +117,19 @@ void JoinedTables::Adapt(FitClips& clips, FitReport& report) {
       report.Note(AdaptationKind::kTables, change.table, RawTrackId(track),
                   "has in its " + RawTrackWords(track) + ' ' + change.words);
     }
+    TakeSizesOf(clips, tables, place, report);
     JoinTrack(clips, place, report);
   }
+}
+
+void JoinedTables::TakeSizesOf(const FitClips& clips, const std::vector<RawBox*>& tables,
+                               std::size_t place, FitReport& report) {
+  tracks_[place].sizes = TakeSizes(tables);
+  if (!tracks_[place].sizes) return;
+  const RawBox& track = *TrackAt(clips.front(), place);
+  report.Note(AdaptationKind::kTables, 0, RawTrackId(track),
+              "has in its " + RawTrackWords(track) +
+                  " samples of one size, which others of another size follow");
 }
 
 bool JoinedTables::RefuseProtected(const FitClips& clips, std::size_t place, FitReport& report) {
@@ -201,6 +216,7 @@ void JoinedTables::Complete(RawBox& movie) const {
   for (std::size_t place = 0; place < tracks.size() && place < tracks_.size(); ++place) {
     const JoinedTrack& joined = tracks_[place];
     RawBox* table = SampleTable(*tracks[place]);
+    if (table != nullptr && joined.sizes) ReplaceChild(*table, SizesBox(*joined.sizes));
     if (!joined.isJoined || table == nullptr) continue;
     joined.groups.Write(*table);
     joined.subsamples.Write(*table);

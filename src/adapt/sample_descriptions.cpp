@@ -8,6 +8,7 @@
 
 #include "adapt/bit_rates.h"
 #include "adapt/box_header.h"
+#include "adapt/description_match.h"
 #include "adapt/engine_movie.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
@@ -51,6 +52,34 @@ std::string DifferenceWords(const RawBox& first, const RawBox& second, const std
   return "they differ in form";
 }
 
+// Those that have samples.
+std::set<std::uint32_t> UsedDescriptions(const RawBox& track) {
+  const RawBox* box = SampleTable(track)->Child(FourCc("stsc"));
+  const auto runs = box != nullptr ? ReadChunkRuns(*box) : std::nullopt;
+  std::set<std::uint32_t> used;
+  for (const ChunkRun& run : runs.value_or(ChunkRuns())) used.insert(run.description);
+  return used;
+}
+
+bool AreInPlace(const std::vector<std::uint32_t>& numbers) {
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    if (numbers[i] != i + 1) return false;
+  }
+  return true;
+}
+
+void TakeMatched(RawBox& track, const MatchedDescriptions& matched) {
+  const std::vector<std::uint32_t>& numbers = matched.numbers;
+  SampleTable(track)->Child(FourCc("stsd"))->data = matched.stsd;
+  RawBox* box = SampleTable(track)->Child(FourCc("stsc"));
+  auto runs = box != nullptr ? ReadChunkRuns(*box) : std::nullopt;
+  if (!runs) return;
+  for (ChunkRun& run : *runs) {
+    if (run.description <= numbers.size()) run.description = numbers[run.description - 1];
+  }
+  *box = ChunkRunsBox(*runs);
+}
+
 // Bits a second over all samples of a merged track; 0 where that can't be said.
 unsigned int AverageRate(const RawBox& track) {
   const RawBox* table = SampleTable(track);
@@ -80,7 +109,7 @@ class SampleDescriptions final : public Adaptation {
     }
     differing_.resize(first.size());
     for (std::size_t i = 1; i < clips.size(); ++i) {
-      const std::vector<const RawBox*> later = TracksOf(std::as_const(clips[i].movie));
+      const std::vector<RawBox*> later = TracksOf(clips[i].movie);
       for (std::size_t k = 0; k < later.size() && k < first.size(); ++k)
         Compare(clips.front().Path(), *first[k], *later[k], i, k, report);
     }
@@ -94,14 +123,14 @@ class SampleDescriptions final : public Adaptation {
   }
 
  private:
-  void Compare(const std::string& firstPath, const RawBox& first, const RawBox& second,
-               std::size_t clip, std::size_t place, FitReport& report) {
+  void Compare(const std::string& firstPath, const RawBox& first, RawBox& second, std::size_t clip,
+               std::size_t place, FitReport& report) {
     const RawBox* a = DescriptionsOf(first);
     const RawBox* b = DescriptionsOf(second);
     if (a == nullptr || b == nullptr || a->data == b->data) return;
     const unsigned int id = RawTrackId(second);
-    const std::vector<RateField> fields = RateFieldsOf(a->data);
-    if (WithoutBitRates(a->data) != WithoutBitRates(b->data) || fields != RateFieldsOf(b->data)) {
+    const auto matched = MatchDescriptions(*a, *b, UsedDescriptions(second));
+    if (!matched) {
       report
           .Refuse(FitProblemKind::kSampleDescription, clip, id,
                   "in its " + RawTrackWords(second) + " is encoded in another way than that of " +
@@ -110,14 +139,26 @@ class SampleDescriptions final : public Adaptation {
           .box = "moov/trak/mdia/minf/stbl/stsd";
       return;
     }
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-      const unsigned int rate = RateAt(b->data, fields[i]);
-      if (rate != RateAt(a->data, fields[i])) differing_[place].insert(i / kFieldsTogether);
-      SetRate(largest_[place], fields[i], std::max(RateAt(largest_[place], fields[i]), rate));
-    }
+    const bool isInPlace = AreInPlace(matched->numbers);
+    if (!isInPlace) TakeMatched(second, *matched);
+    if (!isInPlace || matched->stsd == a->data)
+      report.Note(AdaptationKind::kDescriptions, clip, id,
+                  "has in its " + RawTrackWords(second) +
+                      " sample descriptions in another order or number than the first clip");
+    if (matched->stsd == a->data) return;
+    TakeRates(a->data, matched->stsd, place);
     report.Note(AdaptationKind::kBitRates, clip, id,
                 "declares in its " + RawTrackWords(second) +
                     " other bit rates or buffer sizes than the first clip");
+  }
+
+  void TakeRates(const Bytes& first, const Bytes& later, std::size_t place) {
+    const std::vector<RateField> fields = RateFieldsOf(first);
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+      const unsigned int rate = RateAt(later, fields[i]);
+      if (rate != RateAt(first, fields[i])) differing_[place].insert(i / kFieldsTogether);
+      SetRate(largest_[place], fields[i], std::max(RateAt(largest_[place], fields[i]), rate));
+    }
   }
 
   // What all clips declare alike stays.

@@ -140,6 +140,24 @@ void SpellDependencies(const Tables& tables, Changes& changes) {
   }
 }
 
+// Whether sizes that are all alike up to the end of the second table or a later one are followed
+// by another.
+bool IsAlikeAtFirst(const std::vector<SampleSizes>& all) {
+  std::optional<std::uint32_t> common;
+  std::size_t tables = 0;
+  for (const SampleSizes& sizes : all) {
+    if (sizes.count == 0) continue;
+    const std::uint32_t first = sizes.At(0);
+    const bool isAlike = first == common.value_or(first) &&
+                         std::all_of(sizes.sizes.begin(), sizes.sizes.end(),
+                                     [=](std::uint32_t size) { return size == first; });
+    if (!isAlike) return tables > 1;
+    common = first;
+    ++tables;
+  }
+  return false;
+}
+
 }  // namespace
 
 std::optional<std::uint32_t> CountSamples(const RawBox& table) {
@@ -156,6 +174,27 @@ std::vector<FormChange> GiveOneForm(const std::vector<RawBox*>& tables) {
   SpellSyncSamples(tables, changes);
   SpellDependencies(tables, changes);
   return changes;
+}
+
+std::optional<SampleSizes> TakeSizes(const std::vector<RawBox*>& tables) {
+  std::vector<SampleSizes> all;
+  std::uint64_t count = 0;
+  for (const RawBox* table : tables) {
+    auto sizes = ReadSizesOf(*table);
+    if (!sizes) return std::nullopt;
+    count += sizes->count;
+    all.push_back(std::move(*sizes));
+  }
+  if (count > kMostSpelled || !IsAlikeAtFirst(all)) return std::nullopt;
+  SampleSizes joined;
+  joined.count = static_cast<std::uint32_t>(count);
+  for (std::size_t i = 0; i < tables.size(); ++i) {
+    const SampleSizes& sizes = all[i];
+    if (sizes.uniform != 0) joined.sizes.insert(joined.sizes.end(), sizes.count, sizes.uniform);
+    joined.sizes.insert(joined.sizes.end(), sizes.sizes.begin(), sizes.sizes.end());
+    ReplaceChild(*tables[i], SizesBox({1, sizes.count, {}}));
+  }
+  return joined;
 }
 
 }  // namespace clipchain

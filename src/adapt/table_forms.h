@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "adapt/raw_boxes.h"
+#include "adapt/track_tables.h"
 
 namespace clipchain {
 
@@ -26,5 +27,10 @@ std::optional<std::uint32_t> CountSamples(const RawBox& table);
 // or is not as long as its samples, stays as it is; dependencies of a wrong length are taken out of
 // all.
 std::vector<FormChange> GiveOneForm(const std::vector<RawBox*>& tables);
+
+// The sizes of all samples of these tables, one table behind the other, where the engine can't
+// append them: it takes a joined table of equal sizes for one size of all samples, which no other
+// size may follow. Each table then has one size of all its samples, which only counts them.
+std::optional<SampleSizes> TakeSizes(const std::vector<RawBox*>& tables);
 
 }  // namespace clipchain

@@ -1,6 +1,7 @@
 #include "adapt/top_level.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 #include <string>
 #include <utility>
@@ -26,6 +27,12 @@ std::string Listed(const std::set<unsigned int>& types) {
   return (types.size() == 1 ? "a box " : "boxes ") + text;
 }
 
+struct Lost {
+  std::uint64_t position;  // of the first one
+  std::size_t boxes;
+  std::uint64_t bytes;
+};
+
 bool IsLost(const FitClip& clip, const FitBox& box) {
   if (std::find(std::begin(kWithoutContent), std::end(kWithoutContent), box.type) !=
           std::end(kWithoutContent) ||
@@ -46,15 +53,8 @@ class TopLevel final : public Adaptation {
     for (const FitBox& box : clip.Layout()) {
       if (!MP4G::CBox::IsTopLevelBox(box.type)) unknown.insert(box.type);
       if (box.type == FourCc("mdat")) ++media;
-      if (!IsLost(clip, box)) continue;
-      FitProblem& problem =
-          report.Refuse(FitProblemKind::kTopLevelBoxLost, index, 0,
-                        "has a box " + Quoted(box.type) + " of " + std::to_string(box.size) +
-                            " bytes at its top level, which a merge leaves out",
-                        "keep the clip if you need what it says");
-      problem.box = FourCcText(box.type);
-      problem.offset = static_cast<long long>(box.position);
     }
+    TellLost(clip, index, report);
     const bool lacksType = clip.Place(FourCc("ftyp")) == nullptr;
     if (!unknown.empty())
       report.Note(AdaptationKind::kTopLevel, index, 0,
@@ -68,6 +68,27 @@ class TopLevel final : public Adaptation {
     if (media > 1)
       report.Note(AdaptationKind::kMediaBoxes, index, 0,
                   "has " + std::to_string(media) + " media boxes, put in a row");
+  }
+
+  // A clip may have one for each moment: all of a type are one loss.
+  static void TellLost(const FitClip& clip, std::size_t index, FitReport& report) {
+    std::map<unsigned int, Lost> types;
+    for (const FitBox& box : clip.Layout()) {
+      if (!IsLost(clip, box)) continue;
+      Lost& lost = types.try_emplace(box.type, Lost{box.position, 0, 0}).first->second;
+      ++lost.boxes;
+      lost.bytes += box.size;
+    }
+    for (const auto& [type, lost] : types) {
+      const std::string which = lost.boxes == 1 ? "a box " : std::to_string(lost.boxes) + " boxes ";
+      FitProblem& problem =
+          report.Refuse(FitProblemKind::kTopLevelBoxLost, index, 0,
+                        "has " + which + Quoted(type) + " of " + std::to_string(lost.bytes) +
+                            " bytes at its top level, which a merge leaves out",
+                        "keep the clip if you need what it says");
+      problem.box = FourCcText(type);
+      problem.offset = static_cast<long long>(lost.position);
+    }
   }
 };
 

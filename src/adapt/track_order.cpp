@@ -19,6 +19,8 @@ namespace {
 constexpr const char* kOtherRecording = "leave it out, or merge it with clips of its own kind";
 constexpr const char* kCommonTracks =
     "leave it out, or go on with the tracks that all clips have (--common-tracks)";
+constexpr const char* kWithoutHints =
+    "go on without them, which players do not need (--common-tracks)";
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
 // By what a track is known again in another clip.
@@ -53,7 +55,7 @@ TrackLook LookOf(const RawBox& track) {
   look.entryType = TrackSampleEntryType(track);
   const RawBox* table = SampleTable(track);
   const RawBox* stsd = table != nullptr ? table->Child(FourCc("stsd")) : nullptr;
-  if (stsd != nullptr) look.descriptions = WithoutBitRates(stsd->data);
+  if (stsd != nullptr) look.descriptions = WithoutRateBoxes(stsd->data);
   look.name = DataOf(track.At({FourCc("mdia"), FourCc("hdlr")}), kBeforeName);
   look.language = LanguageOf(track.At({FourCc("mdia"), FourCc("mdhd")}));
   return look;
@@ -67,13 +69,19 @@ bool IsOfOneKind(const TrackLook& a, const TrackLook& b) {
   return a.kind == b.kind && a.entryType == b.entryType;
 }
 
+// Whose samples name those of other tracks by their number (ISO/IEC 14496-12, 9.1.3): behind
+// another clip's samples these have other numbers.
+bool IsOfHints(const TrackLook& look) { return look.kind == FourCc("hint"); }
+
 Partners FindPartners(const Looks& first, const Looks& later) {
   Partners partners(first.size(), kNone);
   std::vector<bool> used(later.size());
   const auto pair = [&](auto fits) {
     for (std::size_t i = 0; i < first.size(); ++i) {
       for (std::size_t k = 0; k < later.size() && partners[i] == kNone; ++k) {
-        if (used[k] || !IsOfOneKind(first[i], later[k]) || !fits(first[i], later[k])) continue;
+        if (used[k] || !IsOfOneKind(first[i], later[k]) || IsOfHints(first[i]) ||
+            !fits(first[i], later[k]))
+          continue;
         partners[i] = k;
         used[k] = true;
       }
@@ -184,6 +192,15 @@ class TrackOrder final : public Adaptation {
           .box = "moov";
     for (std::size_t i = 0; i < partners.size(); ++i) {
       if (partners[i] != kNone) continue;
+      if (IsOfHints(LookOf(*first[i]))) {
+        report
+            .Refuse(FitProblemKind::kTrackWithoutPartner, index, 0,
+                    "can't continue " + RawTrackWords(*first[i]) + " of " + firstPath_ +
+                        ", whose hints name samples of other tracks by their number",
+                    kWithoutHints)
+            .box = "moov";
+        continue;
+      }
       report
           .Refuse(
               FitProblemKind::kTrackWithoutPartner, index, 0,

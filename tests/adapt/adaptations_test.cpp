@@ -1,16 +1,20 @@
 // What stands between the clips and the engine, one step of the row at a time.
 #include <gtest/gtest.h>
 
+#include "adapt/data_references.h"
 #include "adapt/engine_movie.h"
 #include "adapt/fields.h"
 #include "adapt/kept_boxes.h"
 #include "adapt/sample_descriptions.h"
+#include "adapt/spare_entries.h"
+#include "adapt/top_level.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_order.h"
 #include "adapt/track_tables.h"
 #include "foundation/fourcc.h"
 #include "fragment_boxes.h"
 #include "support/movie_builder.h"
+#include "support/temp_dir.h"
 #include "support/vendor_box.h"
 
 namespace clipchain {
@@ -18,6 +22,7 @@ namespace {
 
 using support::Bytes;
 using support::MovieBuilder;
+using support::operator+;
 
 // The movie box of a file.
 RawBox MovieOf(const MovieBuilder& builder) {
@@ -234,6 +239,182 @@ TEST(SampleDescriptions, RatesThatAllClipsDeclareStay) {
   EXPECT_TRUE(std::equal(same.rbegin(), same.rend(), found.rbegin()));
   const Bytes first = rates(900);
   EXPECT_EQ(std::search(found.begin(), found.end(), first.begin(), first.end()), found.end());
+}
+
+// A clip with pictures of these descriptions, of which its chunks have that one.
+MovieBuilder Described(const std::vector<Bytes>& entries, std::uint32_t used) {
+  using namespace support;
+  MovieBuilder clip = MovieBuilder().Add(VideoTrack(4));
+  clip.tracks[0].withSampleDescription = false;
+  Bytes all = U32(static_cast<std::uint32_t>(entries.size()));
+  for (const Bytes& entry : entries) all = all + entry;
+  clip.tracks[0].extraTableBoxes =
+      FullBox("stsd", 0, 0, {all}) + FullBox("stsc", 0, 0, {U32(1), U32(1), U32(4), U32(used)});
+  return clip;
+}
+
+Bytes OfRate(Bytes entry, std::uint32_t most) {
+  using namespace support;
+  return Box("avc1", {Slice(entry, 8, entry.size()), Box("btrt", {U32(1), U32(most), U32(7)})});
+}
+
+// The built movie has a "stsc" of its own in front, which these take the place of.
+FitClip DescribedClip(const std::vector<Bytes>& entries, std::uint32_t used) {
+  FitClip clip = ClipOf(Described(entries, used));
+  auto& tables = SampleTable(*TracksOf(clip.movie)[0])->children;
+  tables.erase(std::find_if(tables.begin(), tables.end(),
+                            [](const RawBox& box) { return box.type == FourCc("stsc"); }));
+  return clip;
+}
+
+TEST(SampleDescriptions, AreFoundAmongThoseOfTheFirstClip) {
+  const Bytes a = support::AvcEntry();
+  const Bytes b = support::AvcEntry(support::Hex("01640029FFE1000467640029 01000468EE3CB0"));
+  const Bytes c = support::AudioEntry();
+  struct Case {
+    std::vector<Bytes> first;
+    std::vector<Bytes> second;
+    std::uint32_t used;
+    std::uint32_t becomes;  // 0: refused
+  };
+  for (const Case& known : {Case{{a, b}, {b, a}, 1, 2},
+                            {{a, b}, {b}, 1, 2},
+                            {{a}, {c, a}, 2, 1},
+                            {{a}, {c, a}, 1, 0},
+                            {{a, b}, {c}, 1, 0}}) {
+    FitClips clips;
+    clips.push_back(DescribedClip(known.first, 1));
+    clips.push_back(DescribedClip(known.second, known.used));
+    FitReport report;
+    MakeSampleDescriptions()->Adapt(clips, report);
+    ASSERT_EQ(report.problems.empty(), known.becomes != 0);
+    if (known.becomes == 0) continue;
+    ASSERT_EQ(report.notes.size(), 1u);
+    EXPECT_EQ(report.notes[0].kind, AdaptationKind::kDescriptions);
+    const RawBox* table = SampleTable(*TracksOf(std::as_const(clips[1].movie))[0]);
+    EXPECT_EQ(ReadChunkRuns(*table->Child(FourCc("stsc")))->front().description, known.becomes);
+  }
+}
+
+TEST(SampleDescriptions, ThatDeclareNoRatesAreNoOthers) {
+  const Bytes bare = support::AvcEntry();
+  for (const bool isFirst : {true, false}) {
+    FitClips clips;
+    clips.push_back(DescribedClip({isFirst ? OfRate(bare, 900) : bare}, 1));
+    clips.push_back(DescribedClip({isFirst ? bare : OfRate(bare, 900)}, 1));
+    const Bytes before = SampleTable(*TracksOf(clips[0].movie)[0])->Child(FourCc("stsd"))->data;
+    FitReport report;
+    const auto adaptation = MakeSampleDescriptions();
+    adaptation->Adapt(clips, report);
+    EXPECT_TRUE(report.problems.empty());
+    ASSERT_EQ(report.notes.size(), 1u);
+    adaptation->Complete(clips[0].movie);
+    Bytes after = SampleTable(*TracksOf(clips[0].movie)[0])->Child(FourCc("stsd"))->data;
+    // But for the average, which is that of all media.
+    if (isFirst) std::copy(before.end() - 4, before.end(), after.end() - 4);
+    EXPECT_EQ(before, after);
+  }
+}
+
+TEST(SpareEntries, OfChunksAndOffsetsArePassedOver) {
+  using namespace support;
+  AnnouncedTrack track;
+  const auto tables = [](std::uint32_t samples, const Bytes& chunks, const Bytes& offsets) {
+    return FullBox("stsz", 0, 0, {U32(1), U32(samples)}) + chunks + offsets;
+  };
+  // Two chunks of three and two of two.
+  const Bytes runs =
+      FullBox("stsc", 0, 0, {U32(2), U32(1), U32(3), U32(1), U32(3), U32(2), U32(2)});
+  const Bytes offsets = FullBox("stco", 0, 0, {U32(4), U32(10), U32(20), U32(30), U32(40)});
+  const auto cut = [&](std::uint32_t samples, const Bytes& more, FitReport& report) {
+    track.tables = tables(samples, runs + offsets, more);
+    FitClips clips;
+    clips.emplace_back("clip.mp4");
+    clips[0].movie = RawBoxOf(AnnouncingMovie({track}));
+    MakeSpareEntries()->Adapt(clips, report);
+    return *SampleTable(*TracksOf(clips[0].movie)[0]);
+  };
+  FitReport whole;
+  cut(10, FullBox("ctts", 1, 0, {U32(1), U32(10), U32(5)}), whole);
+  cut(11, FullBox("ctts", 1, 0, {U32(1), U32(10), U32(5)}), whole);
+  EXPECT_TRUE(whole.notes.empty());
+  for (const auto& [samples, chunks, run] : {std::tuple{8u, 3u, ChunkRun{3, 2, 2}},
+                                             {7u, 3u, {3, 1, 2}},
+                                             {6u, 2u, {1, 3, 1}},
+                                             {4u, 2u, {2, 1, 1}},
+                                             {9u, 4u, {4, 1, 2}}}) {
+    FitReport report;
+    const RawBox table = cut(samples, FullBox("ctts", 1, 0, {U32(1), U32(10), U32(5)}), report);
+    EXPECT_EQ(report.notes.size(), 2u);
+    const auto kept = ReadChunkRuns(*table.Child(FourCc("stsc")));
+    ASSERT_TRUE(kept);
+    EXPECT_EQ(kept->back(), run) << samples;
+    EXPECT_EQ(ReadChunkOffsets(*table.Child(FourCc("stco")))->size(), chunks);
+    EXPECT_EQ(SampleCount(*kept, chunks), samples);
+    EXPECT_EQ(ReadOffsets(*table.Child(FourCc("ctts"))), (OffsetRuns{{samples, 5}}));
+    EXPECT_EQ(table.Child(FourCc("ctts"))->data.front(), 1);
+  }
+}
+
+TEST(DataReferences, ToFilesThatNoSampleLiesInAreKept) {
+  using namespace support;
+  const Bytes own = FullBox("url ", 0, 1, {});
+  const Bytes other = FullBox("url ", 0, 0, {Text("file:///x")});
+  const auto clipOf = [](const std::vector<Bytes>& references, std::uint8_t used) {
+    FitClip clip = ClipOf(MovieBuilder().Add(VideoTrack(4)));
+    RawBox& track = *TracksOf(clip.movie)[0];
+    Bytes body = U32(0) + U32(static_cast<std::uint32_t>(references.size()));
+    for (const Bytes& reference : references) body = body + reference;
+    track.At({FourCc("mdia"), FourCc("minf"), FourCc("dinf"), FourCc("dref")})->data = body;
+    SampleTable(track)->Child(FourCc("stsd"))->data[8 + 15] = used;
+    return clip;
+  };
+  struct Case {
+    std::vector<Bytes> first;
+    std::vector<Bytes> second;
+    std::uint8_t used;
+    std::size_t notes;
+    std::size_t problems;
+  };
+  for (const Case& known : {Case{{own}, {own}, 1, 0, 0},
+                            {{own, other}, {own, other}, 1, 2, 0},
+                            {{other, own}, {other, own}, 2, 2, 0},
+                            {{own}, {own, other}, 1, 1, 0},
+                            {{own, other}, {own, other}, 2, 0, 0},
+                            {{other}, {own}, 1, 0, 1}}) {
+    FitClips clips;
+    clips.push_back(clipOf(known.first, known.used));
+    clips.push_back(clipOf(known.second, known.used));
+    FitReport report;
+    MakeDataReferences()->Adapt(clips, report);
+    EXPECT_EQ(report.notes.size(), known.notes);
+    EXPECT_EQ(report.problems.size(), known.problems);
+    RawBox track = *TracksOf(clips[1].movie)[0];
+    NameOwnFileAlone(track);
+    const Bytes& shown =
+        track.At({FourCc("mdia"), FourCc("minf"), FourCc("dinf"), FourCc("dref")})->data;
+    const bool namesOther =
+        std::search(shown.begin(), shown.end(), other.begin(), other.end()) != shown.end();
+    EXPECT_EQ(namesOther, known.used == 2 && known.notes == 0);
+  }
+}
+
+TEST(TopLevel, TellsOnceOfAllBoxesOfATypeThatAreLost) {
+  const support::TempDir folder;
+  const std::string path = folder / "clip.mp4";
+  MovieBuilder builder = MovieBuilder().Add(support::VideoTrack(4));
+  const Bytes event = support::Box("emsg", {support::U32(7)});
+  builder.tail = event + support::Box("uuid", {support::Zeros(20)}) + event;
+  support::WriteFile(path, builder.Build());
+  FitClips clips;
+  clips.emplace_back(path);
+  FitReport report;
+  ASSERT_TRUE(clips[0].Open(0, report));
+  MakeTopLevel()->Adapt(clips, report);
+  ASSERT_EQ(report.problems.size(), 2u);
+  EXPECT_EQ(report.problems[0].text,
+            "has 2 boxes \"emsg\" of 24 bytes at its top level, which a merge leaves out");
+  EXPECT_EQ(report.problems[1].box, "uuid");
 }
 
 TEST(MediaMap, FindsWhatLiesInSeveralPlaces) {

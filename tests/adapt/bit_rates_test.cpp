@@ -47,14 +47,31 @@ TEST(BitRates, AreFoundInASoundsDescriptor) {
   EXPECT_EQ(clipchain::RateAt(stsd, fields[2]), 0x300u);
 }
 
+TEST(BitRates, AreFoundBehindTheFontsOfTimedText) {
+  Bytes boxes = {0, 0, 0, 10, 'f', 't', 'a', 'b', 0, 0};
+  boxes.insert(boxes.end(), kRates.begin(), kRates.end());
+  const Bytes stsd = Descriptions(Entry("tx3g", 38, boxes));
+  ASSERT_EQ(clipchain::RateFieldsOf(stsd).size(), 3u);
+  EXPECT_EQ(clipchain::RateAt(stsd, clipchain::RateFieldsOf(stsd)[1]), 0x200u);
+}
+
 TEST(BitRates, AreAllThatIsLeftOut) {
   const Bytes a = Descriptions(Entry("hvc1", 78, kRates));
   Bytes b = a;
   for (const RateField& field : clipchain::RateFieldsOf(a)) clipchain::SetRate(b, field, 77);
   EXPECT_NE(a, b);
   EXPECT_EQ(clipchain::WithoutBitRates(a), clipchain::WithoutBitRates(b));
-  b[b.size() - 13] ^= 1;  // in the type of the box
+  b[b.size() - 13] ^= 1;  // in the type of the box, which is another one then
   EXPECT_NE(clipchain::WithoutBitRates(a), clipchain::WithoutBitRates(b));
+}
+
+TEST(BitRates, OfABoxOfTheirOwnMayBeMissing) {
+  Bytes twice = kRates;
+  twice.insert(twice.end(), kRates.begin(), kRates.end());
+  const Bytes bare = clipchain::WithoutRateBoxes(Descriptions(Entry("hvc1", 78, {})));
+  EXPECT_EQ(clipchain::WithoutRateBoxes(Descriptions(Entry("hvc1", 78, kRates))), bare);
+  EXPECT_EQ(clipchain::WithoutRateBoxes(Descriptions(Entry("hvc1", 78, twice))), bare);
+  EXPECT_NE(clipchain::WithoutRateBoxes(Descriptions(Entry("hvc1", 79, kRates))), bare);
 }
 
 TEST(BitRates, OfDamagedDescriptionsAreNone) {
@@ -62,6 +79,7 @@ TEST(BitRates, OfDamagedDescriptionsAreNone) {
   for (std::size_t size = 0; size < whole.size(); ++size) {
     const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
     EXPECT_EQ(clipchain::WithoutBitRates(cut), cut);
+    EXPECT_EQ(clipchain::WithoutRateBoxes(cut), cut);
   }
 }
 

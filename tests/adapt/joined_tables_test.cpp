@@ -15,6 +15,7 @@ using support::FullBox;
 using support::Text;
 using support::U16;
 using support::U32;
+using support::operator+;
 
 // Three samples of one byte, and other tables.
 Bytes ThreeSamples(const Bytes& others, std::uint32_t offset = 0) {
@@ -65,6 +66,28 @@ TEST_F(JoinedTablesTest, GroupsCoverAllClips) {
   EXPECT_EQ(report_.notes.size(), 2u);
   EXPECT_EQ(report_.notes[0].kind, AdaptationKind::kTables);
   EXPECT_TRUE(report_.problems.empty());
+}
+
+TEST_F(JoinedTablesTest, SizesOfManyClipsAreThoseOfTheClips) {
+  const auto sized = [](const Bytes& fields) {
+    return FullBox("stts", 0, 0, {U32(1), U32(2), U32(40)}) +
+           FullBox("stsc", 0, 0, {U32(1), U32(1), U32(2), U32(1)}) +
+           FullBox("stsz", 0, 0, {fields}) + FullBox("stco", 0, 0, {U32(1), U32(100)});
+  };
+  FitClips clips;
+  for (const Bytes& fields :
+       {U32(6) + U32(2), U32(6) + U32(2), U32(0) + U32(2) + U32(6) + U32(9)}) {
+    clips.push_back(ClipWith(sized(fields)));
+    clips.back().media = {{100, 30}};
+  }
+  const auto adaptation = MakeJoinedTables();
+  adaptation->Adapt(clips, report_);
+  for (const FitClip& clip : clips)
+    EXPECT_EQ(ReadSizes(*SampleTable(*TracksOf(clip.movie)[0])->Child(FourCc("stsz"))),
+              (SampleSizes{1, 2, {}}));
+  adaptation->Complete(clips[0].movie);
+  EXPECT_EQ(ReadSizes(*SampleTable(*TracksOf(clips[0].movie)[0])->Child(FourCc("stsz"))),
+            (SampleSizes{0, 6, {6, 6, 6, 6, 6, 9}}));
 }
 
 TEST_F(JoinedTablesTest, PartialSyncSamplesCountOn) {

@@ -65,6 +65,28 @@ TEST(TableForms, SpellsOutOnlyWhatMemoryCanTake) {
   EXPECT_EQ(Written(first), before);
 }
 
+// The engine would take two tables of one size for that size alone, and lose what follows.
+TEST(TableForms, SizesThatAreAlikeAtFirstAreTakenApart) {
+  const Bytes alike = FullBox("stsz", 0, 0, {U32(0), U32(1), U32(4)});
+  const auto take = [](const std::vector<Bytes>& boxes) {
+    std::vector<RawBox> tables;
+    for (const Bytes& box : boxes) tables.push_back(TableOf(box));
+    std::vector<RawBox*> places;
+    for (RawBox& table : tables) places.push_back(&table);
+    const auto joined = TakeSizes(places);
+    for (std::size_t i = 0; joined && i < tables.size(); ++i)
+      EXPECT_EQ(ReadSizes(*tables[i].Child(FourCc("stsz")))->uniform, 1u);
+    for (std::size_t i = 0; !joined && i < tables.size(); ++i)
+      EXPECT_EQ(Written(tables[i]), Written(TableOf(boxes[i])));
+    return joined;
+  };
+  EXPECT_EQ(take({kUniform, alike, kTable}), (SampleSizes{0, 5, {4, 4, 4, 5, 6}}));
+  EXPECT_EQ(take({alike, alike, kTable, kUniform}), (SampleSizes{0, 6, {4, 4, 5, 6, 4, 4}}));
+  EXPECT_EQ(take({alike, kTable, alike}), std::nullopt);
+  EXPECT_EQ(take({kTable, alike, alike}), std::nullopt);
+  EXPECT_EQ(take({kUniform, kUniform}), std::nullopt);
+}
+
 TEST(TableForms, OffsetsThatOneLacksAreZeros) {
   RawBox first = TableOf(kTable);
   RawBox second = TableOf(kTable + FullBox("ctts", 0, 0, {U32(1), U32(2), U32(9)}));

@@ -475,6 +475,30 @@ def table_data(handler, kind, change):
     return edit
 
 
+def two_descriptions(place):
+    """Another one stands before or behind that of the pictures."""
+    def edit(file):
+        table = table_of(file.track(b"vide"))
+        stsd, stsc = table.get(b"stsd"), table.get(b"stsc")
+        entry = stsd.data[8:]
+        other = entry[:43] + bytes([entry[43] ^ 1]) + entry[44:]
+        stsd.data = stsd.data[:4] + p32(2) + (other + entry if place else entry + other)
+        runs = [stsc.data[8 + 12 * i:16 + 12 * i] + p32(1 + place) for i in range(u32(stsc.data, 4))]
+        stsc.data = stsc.data[:8] + b"".join(runs)
+    return edit
+
+
+def spare_chunks(file):
+    """Two chunks more than hold samples."""
+    stco = table_of(file.track(b"vide")).get(b"stco")
+    stco.data = stco.data[:4] + p32(u32(stco.data, 4) + 2) + stco.data[8:] + 2 * stco.data[-4:]
+
+
+def another_file(file):
+    dinf = file.track(b"vide").get(b"mdia", b"minf", b"dinf")
+    dinf.data = Box(b"dref", p32(0, 2) + Box(b"url ", p32(1)).bytes() + Box(b"url ", p32(0) + b"file:///else.mp4\0").bytes()).bytes()
+
+
 def parse_copy(track):
     from mp4 import parse
     copy = parse(track.bytes())[0]

@@ -36,12 +36,12 @@ def rate_places(entry):
 
 
 def bare(entry):
-    """The entry without bit rates, and (buffer, most) where they were."""
+    """The entry without its size and bit rates, and (width, buffer, most) where they were."""
     rates = []
-    for at, width in rate_places(entry):
-        rates.append((int.from_bytes(entry[at:at + width], "big"), int.from_bytes(entry[at + width:at + width + 4], "big")))
-        entry = entry[:at] + bytes(width + 8) + entry[at + width + 8:]
-    return entry, rates
+    for at, width in reversed(rate_places(entry)):
+        rates.insert(0, (width, int.from_bytes(entry[at:at + width], "big"), int.from_bytes(entry[at + width:at + width + 4], "big")))
+        entry = entry[:at - 8] + entry[at + 12:] if width == 4 else entry[:at] + bytes(width + 8) + entry[at + width + 8:]
+    return entry[4:], rates
 
 
 def likeness(track):
@@ -51,7 +51,7 @@ def likeness(track):
 def partners(result, clip):
     left, found = list(clip.tracks), []
     for track in result.tracks:
-        alike = [t for t in left if likeness(t) == likeness(track)]
+        alike = [t for t in left if likeness(t) == likeness(track)] or [t for t in left if t.handler == track.handler]
         same = [t for t in alike if t.name == track.name]
         if not alike:
             return None
@@ -132,13 +132,18 @@ def compare_boxes(mine, theirs, place, errors):
 
 
 def compare_rates(merged, parts, errors):
-    for i, entry in enumerate(merged.entries):
-        found = bare(entry)[1]
-        wanted = [bare(t.entries[i])[1] for t in parts]
-        for place, rates in enumerate(found):
-            most = tuple(max(w[place][field] for w in wanted) for field in (0, 1))
-            if rates != most:
-                errors.append("track %d declares %s, the largest are %s" % (merged.id, rates, most))
+    for entry in merged.entries:
+        alone, found = bare(entry)
+        wanted = [bare(e)[1] for t in parts for e in t.entries if bare(e)[0] == alone]
+        if len(found) != len(wanted[0]):
+            errors.append("track %d declares bit rates in %d places, not %d" % (merged.id, len(found), len(wanted[0])))
+        for width in (3, 4):
+            mine = [r[1:] for r in found if r[0] == width]
+            theirs = [[r[1:] for r in w if r[0] == width] for w in wanted]
+            for place, rates in enumerate(mine):
+                most = tuple(max((w[place][field] for w in theirs if place < len(w)), default=0) for field in (0, 1))
+                if rates != most:
+                    errors.append("track %d declares %s, the largest are %s" % (merged.id, rates, most))
 
 
 def compare(result_bytes, clips_bytes, loses=()):

@@ -29,8 +29,14 @@ MERGES = [Kind(name, name, quick=name in ("h264_aac", "h264_reordered", "timecod
 MERGES += [Kind("fragments_" + name, "fragments_" + name, quick=name in ("key", "reordered", "no_offset")) for name in FRAGMENTS]
 MERGES += [
     Kind("fragments_of_a_longer_recording", "fragments_base_moof", second=[move_fragments(7)]),
-    Kind("fragments_and_tables", "h264_aac", both=[without_rates], other="fragments_key"),
-    Kind("tables_after_fragments", "fragments_key", both=[without_rates], other="h264_aac"),
+    Kind("fragments_and_tables", "h264_aac", other="fragments_key"),
+    Kind("tables_after_fragments", "fragments_key", other="h264_aac"),
+    Kind("rates_in_one", "h264_aac", second=[without_rates], quick=1),
+    Kind("descriptions_in_another_order", "h264_aac", first=[two_descriptions(0)], second=[two_descriptions(1)], quick=1),
+    Kind("a_description_more", "h264_reordered", second=[two_descriptions(1)]),
+    Kind("spare_chunks", "h264_aac", both=[spare_chunks], quick=1),
+    Kind("offsets_of_more_samples", "h264_reordered", second=[table_data(b"vide", b"ctts", lambda d: d[:4] + p32(u32(d, 4) + 1) + d[8:] + p32(3, 512))]),
+    Kind("another_file_in_which_nothing_lies", "h264_aac", both=[another_file], quick=1),
     Kind("movie_first", "h264_aac", both=[fast_start]),
     Kind("movie_first_in_one", "h264_aac", second=[fast_start], quick=1),
     Kind("wide_before_media", "h264_aac_mov", both=[before_media(b"wide", b"")], quick=1),

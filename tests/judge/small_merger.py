@@ -57,7 +57,7 @@ def declared(entries, all_entries):
     made = []
     for i, entry in enumerate(entries):
         for n, (at, width) in enumerate(rate_places(entry)):
-            rates = [bare(e[i])[1][n] for e in all_entries]
+            rates = [bare(e[i])[1][n][1:] for e in all_entries]
             buffer, most = max(r[0] for r in rates), max(r[1] for r in rates)
             entry = entry[:at] + buffer.to_bytes(width, "big") + p32(most) + entry[at + width + 4:]
         made.append(entry)

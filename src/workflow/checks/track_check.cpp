@@ -33,6 +33,7 @@ class PairCheck {
     CompareTimeScales();
     CompareEdits();
     CompareHeaders();
+    CheckHints();
     CompareDescriptions();
     ComparePresence();
     CompareOffsetVersions();
@@ -92,6 +93,16 @@ class PairCheck {
             fmt::format("is shown with {}, and continues one with {} of {}", SizeWords(*b),
                         SizeWords(*a), firstName_),
             "leave it out, or merge it with clips of its own size", S_OK, b);
+    if (a != nullptr && b != nullptr && IsEnabled(*a) != IsEnabled(*b))
+      AddAt(Message::kShownOtherwise,
+            fmt::format("is switched {}, and continues one that is switched {} in {}",
+                        IsEnabled(*b) ? "on" : "off", IsEnabled(*a) ? "on" : "off", firstName_),
+            "leave it out, or merge it with clips whose tracks are switched as its own", S_OK, b);
+    if (a != nullptr && b != nullptr && a->recordB->volume != b->recordB->volume)
+      AddAt(Message::kShownOtherwise,
+            fmt::format("is played with a volume of {}, and continues one of {} in {}",
+                        b->recordB->volume / 256.0, a->recordB->volume / 256.0, firstName_),
+            "leave it out, or merge it with clips of its own volume", S_OK, b);
     const MP4G::CMediaHeaderBox* mediaA = first_.MediaHeaderBox();
     const MP4G::CMediaHeaderBox* mediaB = second_.MediaHeaderBox();
     if (mediaA == nullptr || mediaB == nullptr) return;
@@ -102,6 +113,24 @@ class PairCheck {
             fmt::format("is in the language {} and continues one in {} of {}",
                         LanguageWords(languageB), LanguageWords(languageA), firstName_),
             "see that the tracks of both clips stand in the same order", S_OK, mediaB);
+  }
+
+  // The lowest of the flags (ISO/IEC 14496-12, clause 8.3.2).
+  static bool IsEnabled(const MP4G::CTrackHeaderBox& header) {
+    return (header.fullHeader->flags & 1) != 0;
+  }
+
+  // Samples of hints name those of other tracks by their number, which is another one behind the
+  // samples of the first clip.
+  void CheckHints() {
+    const MP4G::CHandlerBox* handler = second_.HandlerBox();
+    if (handler == nullptr || handler->record->handlerType != FourCc("hint")) return;
+    AddAt(Message::kTrackWithoutPartner,
+          fmt::format("has hints, which name samples of other tracks by their number, and can't "
+                      "continue those of {}",
+                      firstName_),
+          "leave the track out", S_OK, second_.box)
+        .severity = Severity::kRisk;
   }
 
   static std::string MatrixWords(const MP4G::CTrackHeaderBox& header) {

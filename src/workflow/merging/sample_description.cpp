@@ -1,5 +1,7 @@
 #include "workflow/merging/sample_description.h"
 
+#include <algorithm>
+
 #include "foundation/fourcc.h"
 
 namespace clipchain::samples {
@@ -18,6 +20,8 @@ bool AreBoxes(View bytes) {
 // which QuickTime makes longer for sound of version 1 and 2. Empty if they are found nowhere.
 View BoxesOf(View entry, std::uint32_t handler) {
   std::vector<std::size_t> places = {16};
+  const std::uint32_t type = U32(entry, 4);
+  if (type == FourCc("tx3g") || type == FourCc("text")) places = {46, 16};
   if (handler == FourCc("vide")) places = {86};
   if (handler == FourCc("soun")) {
     const std::uint32_t version = U16(entry, 16);
@@ -68,30 +72,66 @@ class RateFinder {
     BoxView box;
     while (TakeBox(boxes, box)) {
       if (box.type == FourCc("wave") && !inside) Look(box.body, true);
-      if (box.type == FourCc("btrt") && box.body.size() >= 12)
-        Take(box.body.first(12), U32(box.body, 0), 4);
+      if (box.type == FourCc("btrt")) {
+        if (box.body.size() >= 12)
+          Take({true, U32(box.body, 0), U32(box.body, 4), U32(box.body, 8)});
+        Blank(inside ? box.body : box.whole, !inside);
+      }
       if (box.type != FourCc("esds")) continue;
-      if (const View rates = RatesIn(box.body); !rates.empty()) Take(rates, U32(rates, 0) >> 8, 3);
+      const View rates = RatesIn(box.body);
+      if (rates.empty()) continue;
+      Take({false, U32(rates, 0) >> 8, U32(rates, 3), U32(rates, 7)});
+      Blank(rates, false);
     }
   }
 
+  // Leaves out what was found, the last of it first, and the size of what is left.
+  void Bare() {
+    std::string& bare = description_.bare;
+    for (auto part = blank_.rbegin(); part != blank_.rend(); ++part)
+      bare.replace(part->begin, part->size, part->isGone ? 0 : part->size, '\0');
+    constexpr std::size_t kSize = 4;
+    bare.erase(0, kSize);
+  }
+
  private:
-  void Take(View fields, std::uint32_t buffer, std::size_t at) {
-    description_.rates.push_back({buffer, U32(fields, at), U32(fields, at + 4)});
-    const auto begin = static_cast<std::size_t>(fields.data() - entry_.data());
-    description_.bare.replace(begin, fields.size(), fields.size(), '\0');
+  struct Part {
+    std::size_t begin;
+    std::size_t size;
+    bool isGone;
+  };
+
+  void Take(const BitRates& rates) { description_.rates.push_back(rates); }
+
+  void Blank(View bytes, bool isGone) {
+    const auto begin = static_cast<std::size_t>(bytes.data() - entry_.data());
+    blank_.push_back({begin, bytes.size(), isGone});
   }
 
   View entry_;
   Description& description_;
+  std::vector<Part> blank_;
 };
 
 }  // namespace
 
 Description DescriptionOf(View entry, std::uint32_t handler) {
   Description description{std::string(entry.begin(), entry.end()), {}};
-  RateFinder(entry, description).Look(BoxesOf(entry, handler));
+  RateFinder finder(entry, description);
+  finder.Look(BoxesOf(entry, handler));
+  finder.Bare();
   return description;
+}
+
+BitRates Description::Like(const Description& other, std::size_t index) const {
+  const bool alone = other.rates[index].alone;
+  const auto isSuch = [alone](const BitRates& found) { return found.alone == alone; };
+  auto before = std::count_if(other.rates.begin(),
+                              other.rates.begin() + static_cast<std::ptrdiff_t>(index), isSuch);
+  for (const BitRates& found : rates) {
+    if (isSuch(found) && before-- == 0) return found;
+  }
+  return {alone, 0, 0, 0};
 }
 
 }  // namespace clipchain::samples

@@ -76,10 +76,7 @@ bool TrackComparison::Add(const ClipAtWork& clip, const TrackView& track, Number
   compared_.clear();
   comparedLast_.reset();
   for (const View entry : track.entries) ofClip_.push_back(DescriptionOf(entry, track.handler));
-  // What no sample is of is declared too.
-  for (std::uint32_t i = 0; i < std::min(ofClip_.size(), descriptions_.size()); ++i) {
-    if (rules_.adapted && ofClip_[i].bare == descriptions_[i].bare) Declare(i + 1, ofClip_[i]);
-  }
+  DeclareAll();
   SampleStream stream(clip.file, track);
   if (stream.Count() > 0) waited_ = std::exchange(wait_, 0);
   TrackClock alone(static_cast<long long>(stream.Start()));
@@ -236,14 +233,25 @@ bool TrackComparison::IsDescription(const ClipAtWork& clip, const TrackView& tra
                                             PrintablePath(clip.path)));
 }
 
+// What no sample is of is declared too.
+void TrackComparison::DeclareAll() {
+  if (!rules_.adapted) return;
+  for (const Description& described : ofClip_) {
+    for (std::uint32_t i = 0; i < descriptions_.size(); ++i)
+      if (descriptions_[i].bare == described.bare) Declare(i + 1, described);
+  }
+}
+
 void TrackComparison::Declare(std::uint32_t index, const Description& clips) {
+  const Description& ours = descriptions_[index - 1];
   std::vector<Declared>& places = declared_[index];
-  for (std::size_t i = 0; i < clips.rates.size(); ++i) {
-    if (i == places.size()) places.push_back({clips.rates[i]});
+  for (std::size_t i = 0; i < ours.rates.size(); ++i) {
+    const BitRates rates = clips.Like(ours, i);
+    if (i == places.size()) places.push_back({rates});
     Declared& place = places[i];
-    place.same = place.same && place.most == clips.rates[i];
-    place.most.buffer = std::max(place.most.buffer, clips.rates[i].buffer);
-    place.most.most = std::max(place.most.most, clips.rates[i].most);
+    place.same = place.same && place.most == rates;
+    place.most.buffer = std::max(place.most.buffer, rates.buffer);
+    place.most.most = std::max(place.most.most, rates.most);
   }
 }
 

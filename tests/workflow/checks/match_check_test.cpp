@@ -437,6 +437,33 @@ TEST_F(CheckMatch, FindsAPictureOfAnotherSize) {
   EXPECT_THAT(Only(report, Message::kShownOtherwise).text, HasSubstr("16.5 x "));
 }
 
+TEST_F(CheckMatch, FindsATrackThatIsSwitchedOffOrSilent) {
+  const std::string first = Put("a", EvenClip());
+  Bytes bytes = EvenClip().Build();
+  const std::size_t header = support::FindBox(bytes, "tkhd", 1);
+  const std::string off = Put("b", support::WithU32(bytes, header + 8, 0));
+  EXPECT_THAT(Only(CheckAll({first, off}), Message::kShownOtherwise).text,
+              HasSubstr("switched off, and continues one that is switched on"));
+  bytes[header + 44] ^= 1;
+  EXPECT_THAT(Only(CheckAll({first, Put("c", bytes)}), Message::kShownOtherwise).text,
+              HasSubstr("volume"));
+}
+
+// As they are, hints would name the first clip's samples.
+TEST_F(CheckMatch, FindsHintsThatNameSamplesByTheirNumber) {
+  MovieBuilder clip = EvenClip();
+  clip.tracks[1].handler = "hint";
+  const std::vector<std::string> inputs = {Put("a", clip), Put("b", clip)};
+  clipchain::CheckOptions options;
+  for (const CheckReport& report : {CheckAll(inputs), clipchain::Check(inputs, options)}) {
+    const Finding found = Only(report, Message::kTrackWithoutPartner);
+    EXPECT_EQ(found.severity, Severity::kRisk);
+    EXPECT_THAT(found.text, HasSubstr("hints"));
+  }
+  options.fitting.commonTracks = true;
+  EXPECT_THAT(clipchain::Check(inputs, options).findings, IsEmpty());
+}
+
 TEST_F(CheckMatch, FindsAnotherLanguage) {
   Bytes bytes = EvenClip().Build();
   const std::size_t language = support::FindBox(bytes, "mdhd", 1) + 28;

@@ -411,6 +411,34 @@ TEST_F(SampleOracle, HoldsBitRatesToTheLargestOfTheClips) {
                   "the clips declare 2000 and 30");
 }
 
+// Programs that write fragments do not know the rates.
+TEST_F(SampleOracle, TakesADescriptionThatDeclaresNoRatesForTheSame) {
+  const auto declaring = [](support::Track track, std::uint32_t most) {
+    using namespace support;
+    const Bytes entry = track.sampleEntry;
+    track.sampleEntry =
+        Box("avc1", {Slice(entry, 8, entry.size()), Box("btrt", {U32(3), U32(most), U32(7)})});
+    return track;
+  };
+  const support::Track first = Pictures(7, 1);
+  const support::Track second = Pictures(5, 2);
+  const auto clip = [](const support::Track& track) {
+    return support::MovieBuilder().Add(track).Build();
+  };
+  Clips({clip(declaring(first, 2000)), clip(second)});
+  EXPECT_EQ("", Words(Look(clip(declaring(Both(first, second), 2000)))));
+  ExpectFinding(clip(declaring(Both(first, second), 100)), Message::kResultDiffers, "stsd",
+                "the clips declare 2000 and 3");
+  ExpectFinding(clip(Both(first, second)), Message::kResultDiffers, "stsd",
+                "as the first clip has them");
+  Clips({clip(first), clip(declaring(second, 2000))});
+  EXPECT_EQ("", Words(Look(clip(Both(first, second)))));
+  support::Track other = second;
+  other.sampleEntry.back() ^= 1;
+  Clips({clip(first), clip(declaring(other, 2000))});
+  ExpectFinding(clip(Both(first, second)), Message::kResultDiffers, "stsd", "otherwise");
+}
+
 // A clip without samples of a track declares what it declares.
 TEST_F(SampleOracle, HoldsBitRatesToThoseOfEmptyTracksToo) {
   const auto declaring = [](support::Track track, std::uint32_t most) {

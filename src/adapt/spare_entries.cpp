@@ -1,0 +1,109 @@
+#include "adapt/spare_entries.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "adapt/table_builder.h"
+#include "adapt/table_forms.h"
+#include "adapt/track_headers.h"
+#include "adapt/track_tables.h"
+#include "foundation/fourcc.h"
+
+namespace clipchain {
+
+namespace {
+
+// Chunks that hold that many samples: the last one may have room for more.
+struct Used {
+  ChunkRuns runs;
+  std::uint32_t chunks = 0;
+};
+
+Used UsedOf(const ChunkRuns& runs, std::uint32_t chunks, std::uint32_t samples) {
+  Used used;
+  for (std::size_t i = 0; i < runs.size() && samples > 0; ++i) {
+    const ChunkRun& run = runs[i];
+    const std::uint32_t end = i + 1 < runs.size() ? runs[i + 1].firstChunk - 1 : chunks;
+    if (run.samplesPerChunk == 0) {
+      used.runs.push_back(run);
+      used.chunks = end;
+      continue;
+    }
+    const std::uint32_t whole = std::min(end - run.firstChunk + 1, samples / run.samplesPerChunk);
+    if (whole > 0) used.runs.push_back(run);
+    used.chunks = run.firstChunk - 1 + whole;
+    samples -= whole * run.samplesPerChunk;
+    if (used.chunks == end || samples == 0) continue;
+    used.runs.push_back({++used.chunks, samples, run.description});
+    samples = 0;
+  }
+  return used;
+}
+
+// False where no chunk has room to spare, or the tables can't be read.
+bool CutChunks(RawBox& table, std::uint32_t samples) {
+  RawBox* runBox = table.Child(FourCc("stsc"));
+  RawBox* offsetBox = table.Child(FourCc("stco"));
+  if (offsetBox == nullptr) offsetBox = table.Child(FourCc("co64"));
+  if (runBox == nullptr || offsetBox == nullptr) return false;
+  const auto runs = ReadChunkRuns(*runBox);
+  auto offsets = ReadChunkOffsets(*offsetBox);
+  if (!runs || !offsets) return false;
+  const auto chunks = static_cast<std::uint32_t>(offsets->size());
+  const auto room = SampleCount(*runs, chunks);
+  if (!room || *room <= samples) return false;
+  const Used used = UsedOf(*runs, chunks, samples);
+  offsets->resize(used.chunks);
+  *runBox = ChunkRunsBox(used.runs);
+  *offsetBox = ChunkOffsetsBox(*offsets);
+  return true;
+}
+
+bool CutOffsets(RawBox& table, std::uint32_t samples) {
+  RawBox* box = table.Child(FourCc("ctts"));
+  auto runs = box != nullptr ? ReadOffsets(*box) : std::nullopt;
+  if (!runs || SampleCount(*runs) <= samples) return false;
+  OffsetRuns kept;
+  for (const OffsetRun& run : *runs) {
+    const std::uint32_t count = std::min(run.count, samples);
+    if (count != 0) kept.push_back({count, run.offset});
+    samples -= count;
+  }
+  auto cut = OffsetsBox(kept);
+  if (!cut) return false;
+  cut->data.front() = box->data.front();
+  *box = std::move(*cut);
+  return true;
+}
+
+class SpareEntries final : public Adaptation {
+ public:
+  void Adapt(FitClips& clips, FitReport& report) override {
+    for (std::size_t i = 0; i < clips.size(); ++i) {
+      for (RawBox* track : TracksOf(clips[i].movie)) Look(*track, i, report);
+    }
+  }
+
+ private:
+  static void Look(RawBox& track, std::size_t clip, FitReport& report) {
+    RawBox* table = SampleTable(track);
+    const auto samples = table != nullptr ? CountSamples(*table) : std::nullopt;
+    if (!samples) return;
+    const auto note = [&](const char* words) {
+      report.Note(AdaptationKind::kTables, clip, RawTrackId(track),
+                  "has in its " + RawTrackWords(track) + ' ' + words);
+    };
+    if (CutChunks(*table, *samples))
+      note("room in chunks for more samples than there are, passed over");
+    if (CutOffsets(*table, *samples))
+      note("composition offsets of more samples than there are, passed over");
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<Adaptation> MakeSpareEntries() { return std::make_unique<SpareEntries>(); }
+
+}  // namespace clipchain

@@ -1,0 +1,14 @@
+// Takes entries of tables away that speak of more samples than there are.
+#pragma once
+
+#include <memory>
+
+#include "adapt/adaptation.h"
+
+namespace clipchain {
+
+// Cuts "stsc", "stco" and "co64" where chunks have room for more samples than have sizes, and
+// "ctts" where it goes on behind the last sample. What says too little stays as it is.
+std::unique_ptr<Adaptation> MakeSpareEntries();
+
+}  // namespace clipchain
