@@ -212,15 +212,17 @@ class ValuePlaces {
   std::set<std::string> places_;
 };
 
-// Whether a size that clips share is no limit, for some of them stop after a length that is one:
-// that is why they do, and the others are as large by chance.
+// Whether a size that clips share is no limit, for half of them stop at whole minutes: that is why
+// they do, and the others are as large by chance.
 bool IsOfOtherLimit(const FamilyCard& card, const Limit& limit) {
   if (limit.IsCommon() || limit.IsLength()) return false;
   const auto count = std::count_if(limit.clips.begin(), limit.clips.end(), [&](std::size_t clip) {
-    return std::any_of(card.limits.begin(), card.limits.end(),
-                       [clip](const Limit& other) { return other.IsLength() && other.Has(clip); });
+    return std::any_of(card.limits.begin(), card.limits.end(), [clip](const Limit& other) {
+      return other.kind == Limit::Kind::kMinutes && other.Has(clip);
+    });
   });
-  return count != 0 && static_cast<std::size_t>(count) < limit.clips.size();
+  const auto all = static_cast<std::ptrdiff_t>(limit.clips.size());
+  return count < all && 2 * count >= all;
 }
 
 // How clips that stop at no limit are continued, and whether anything but names shows that.
