@@ -1,7 +1,5 @@
 #include "workflow/rescue/clip_writer.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -11,7 +9,6 @@
 #include "foundation/fourcc.h"
 #include "workflow/system/file_bytes.h"
 #include "workflow/system/files.h"
-#include "workflow/system/uninterrupted.h"
 
 namespace clipchain::rescue {
 
@@ -20,7 +17,8 @@ namespace {
 using QUIRVA::be32;
 using QUIRVA::be64;
 
-constexpr std::size_t kBlock = 4 << 20;
+// Larger ones leave the cache before they are written.
+constexpr std::size_t kBlock = 256 << 10;
 // What is compared on both sides of a place where two parts meet.
 constexpr std::uint64_t kSeam = 4096;
 
@@ -104,6 +102,8 @@ bool ClipWriter::Write(const ClipLayout& layout, const RawBox& movie) {
   movie.Write(bytes);
   block_.resize(kBlock);
   if (const int error = part_.Create(options_.output); error != 0) return FailWrite(error);
+  output_.emplace(part_.descriptor());
+  output_->Reserve(layout.head.size() + layout.media + bytes.size());
   const bool full = options_.verification == Verification::kFull;
   if (!Fill(layout, bytes)) return false;
   if (!full && !Verify(layout, bytes)) return false;
@@ -122,14 +122,8 @@ bool ClipWriter::Fill(const ClipLayout& layout, const Bytes& movie) {
 }
 
 bool ClipWriter::Put(const unsigned char* bytes, std::size_t count) {
-  while (count > 0) {
-    const ssize_t written =
-        Uninterrupted([&] { return ::write(part_.descriptor(), bytes, count); });
-    if (written < 0) return FailWrite(errno);
-    if (written == 0) return FailWrite(EIO);
-    bytes += written;
-    count -= static_cast<std::size_t>(written);
-  }
+  if (const int error = output_->Write(written_, bytes, count); error != 0) return FailWrite(error);
+  written_ += count;
   return true;
 }
 

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "workflow/rescue.h"
 #include "workflow/rescue/harvest.h"
 #include "workflow/system/file_bytes.h"
+#include "workflow/system/file_output.h"
 #include "workflow/system/part_file.h"
 
 namespace clipchain::rescue {
@@ -61,6 +63,9 @@ class ClipWriter {
   const RescueOptions& options_;
   Findings findings_;
   PartFile part_;
+  std::optional<FileOutput> output_;
+  // Bytes of it.
+  std::uint64_t written_ = 0;
   FileBytes input_;
   struct stat state_ = {};
   std::vector<unsigned char> block_;

@@ -77,6 +77,7 @@ class Learner {
   void ReadPictures(const ReferenceTrack& track);
   void MakeMethods();
   bool TryRecords();
+  std::string WhyVideoIsNotFound() const;
   std::string TryWalk();
   WalkRange TriedRange() const;
   // The tracks with a sample that is none of the reference's.
@@ -226,13 +227,26 @@ bool Learner::TryRecords() {
   return true;
 }
 
+// Pieces of a track that nothing tells apart hide the pictures behind them.
+std::string Learner::WhyVideoIsNotFound() const {
+  const auto& tracks = reference_.tracks();
+  for (std::size_t i = 0; i < tracks.size(); ++i) {
+    const bool isFound = model_.methods[i] != nullptr || i == *model_.video;
+    if (isFound || tracks[i].sizes.count == 0) continue;
+    return fmt::format("has {} of the format {}, for which there is no way to find samples",
+                       tracks[i].kind == FourCc("soun") ? "sound" : "data",
+                       FourCcText(tracks[i].entryType));
+  }
+  return "has video of which its own samples can't be told apart";
+}
+
 std::string Learner::TryWalk() {
   for (std::size_t rounds = 0; rounds <= reference_.tracks().size(); ++rounds) {
     const WalkRange range = TriedRange();
     const Harvest harvest = WalkMedia(model_, window_, range, [](std::uint64_t) { return true; });
     const std::vector<bool> wrong = WrongTracks(harvest);
     if (model_.video && (wrong[*model_.video] || FindsLittle(harvest, *model_.video, range.end)))
-      return "has video of which its own samples can't be told apart";
+      return WhyVideoIsNotFound();
     if (!FirstPictureDecodes(model_, window_, harvest))
       return "has a first picture that can't be decoded";
     bool dropped = false;

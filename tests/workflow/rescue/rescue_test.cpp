@@ -196,6 +196,22 @@ TEST_F(RescueTest, NeedsAClipToLearnFrom) {
   EXPECT_THAT(MessagesOf(report.findings), testing::ElementsAre(Message::kReferenceMissing));
 }
 
+// Pieces of it stand between the pictures, which can't be found without it either.
+TEST_F(RescueTest, NamesTheFormatThatItHasNoWayFor) {
+  NEED_DECODER();
+  Bytes like = ReadFile(kClip2);
+  const std::string type = "mp4a";
+  const auto entry = std::search(like.begin() + static_cast<std::ptrdiff_t>(PlaceOf(like, "moov")),
+                                 like.end(), type.begin(), type.end());
+  ASSERT_NE(entry, like.end());
+  std::fill_n(entry, 4, static_cast<unsigned char>('z'));
+  WriteFile(folder_ / "like.mp4", like);
+  const RescueReport report = Run(WithoutMovie(kClip3), {folder_ / "like.mp4"});
+  EXPECT_FALSE(report.done);
+  ASSERT_EQ(MessagesOf(report.findings).front(), Message::kReferenceUnusable);
+  EXPECT_THAT(report.findings.front().text, testing::HasSubstr("sound of the format zzzz"));
+}
+
 TEST_F(RescueTest, LearnsFromTheClipBesideIt) {
   NEED_DECODER();
   WriteFile(folder_ / "a.mp4", ReadFile(kClip2));
