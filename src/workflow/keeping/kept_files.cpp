@@ -49,6 +49,8 @@ std::unique_ptr<ListedBytes> KeptFiles::Open(KeptFile& file, CardFiles& cards, s
   why = bytes->Why();
   if (why.empty() && cards.Blocks().Touch(file.file.stamp, BlocksOf(bytes->descriptor())))
     why = "shares its blocks on the disk with a file of a card";
+  if (why.empty() && MayLieBeneath(bytes->descriptor()))
+    why = "lies on an overlay that does not tell its blocks, and may be a file of a card";
   if (why.empty()) why = Flushed(*bytes, file.file);
   file.usable = why.empty();
   if (!file.usable) bytes.reset();

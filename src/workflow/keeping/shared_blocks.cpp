@@ -2,8 +2,10 @@
 
 #include <linux/fiemap.h>
 #include <linux/fs.h>
+#include <linux/magic.h>
 #include <sys/ioctl.h>
 #include <sys/sysmacros.h>
+#include <sys/vfs.h>
 
 #include <algorithm>
 #include <cstring>
@@ -44,6 +46,14 @@ std::vector<BlockRange> BlocksOf(int file) {
     }
   }
   return blocks;
+}
+
+bool MayLieBeneath(int file) {
+  struct statfs system;
+  if (::fstatfs(file, &system) != 0 || system.f_type != OVERLAYFS_SUPER_MAGIC) return false;
+  fiemap map{};
+  map.fm_length = FIEMAP_MAX_OFFSET;
+  return ::ioctl(file, FS_IOC_FIEMAP, &map) != 0;
 }
 
 void SharedBlocks::Add(const FileStamp& stamp, const std::vector<BlockRange>& blocks) {

@@ -31,6 +31,10 @@ struct BlockRange {
 // not. Blocks that have no place yet, or that lie in the tables of the file system, are left out.
 std::vector<BlockRange> BlocksOf(int file);
 
+// Whether an open file lies on an overlay that does not tell its blocks: it may be one that lies
+// beneath, whatever its times and its mode are.
+bool MayLieBeneath(int file);
+
 // The blocks of the files of cards.
 class SharedBlocks {
  public:
