@@ -44,11 +44,13 @@ struct JobReport {
   double seconds = 0;
 };
 
-// Flushes the output of a job to the disk and compares every byte of it with what its inputs give.
-// No finding means that they are the same, and that the inputs are needed no more. The findings are
-// those of a merge that verifies its own result.
+// Flushes the output of a job to the disk and compares every byte of it with what its inputs give;
+// with full verification these are read back from the disk. No finding means that they are the
+// same, and that the inputs are needed no more. The findings are those of a merge that verifies its
+// own result.
 [[nodiscard]] CLIPCHAIN_API Findings VerifyOutput(const Job& job, const Progress& progress,
-                                                  const Fitting& fitting = {});
+                                                  const Fitting& fitting = {},
+                                                  Verification verification = Verification::kSeams);
 
 struct JoinOptions {
   // Of each merge. The output is each job's own and never replaced. The progress is told about the

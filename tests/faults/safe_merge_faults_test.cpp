@@ -132,8 +132,11 @@ TEST_F(SafeMergeFaults, AResultThatIsThereCountsOnlyOnceItIsFlushed) {
   Job job;
   job.inputs = inputs;
   job.output = options.check.output;
-  const auto look = [&job] { return VerifyOutput(job, nullptr); };
+  const auto look = [&job](Verification verification = Verification::kSeams) {
+    return VerifyOutput(job, nullptr, {}, verification);
+  };
   EXPECT_TRUE(look().empty());
+  EXPECT_TRUE(look(Verification::kFull).empty());
   for (const std::size_t index : {0u, 1u}) {
     const Disturbance disturbance(Call::kFsync, EIO, index, 1);
     const Findings found = look();

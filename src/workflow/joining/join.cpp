@@ -102,8 +102,9 @@ class Joining {
 
   // What is wrong with the output of a job.
   Findings Verified(const Job& job, const Progress& progress) const {
-    return calls_.verify ? calls_.verify(job, progress)
-                         : VerifyOutput(job, progress, options_.check.fitting);
+    return calls_.verify
+               ? calls_.verify(job, progress)
+               : VerifyOutput(job, progress, options_.check.fitting, options_.verification);
   }
 
   // What to do about an output that is there already.
@@ -321,7 +322,8 @@ std::string_view OutcomeName(Outcome outcome) {
   return kNames[static_cast<std::size_t>(outcome)];
 }
 
-Findings VerifyOutput(const Job& job, const Progress& progress, const Fitting& fitting) {
+Findings VerifyOutput(const Job& job, const Progress& progress, const Fitting& fitting,
+                      Verification verification) {
   constexpr const char* kLook = "look at it, then rename or remove it";
   const OpenFile file(job.output);
   if (file.descriptor < 0)
@@ -343,6 +345,7 @@ Findings VerifyOutput(const Job& job, const Progress& progress, const Fitting& f
   const auto fit = FitOf(job.inputs, made.fitting, std::numeric_limits<long long>::max());
   const bool isFitted = fit != nullptr && fit->IsNeeded();
   FileBytes bytes(file.descriptor);
+  if (verification == Verification::kFull) bytes.ForgetCached();
   TopLevel boxes;
   if (const std::string wrong = boxes.Read(bytes); !wrong.empty())
     return {MakeFinding(Message::kResultDamaged, job.output, wrong, kLook)};

@@ -266,6 +266,7 @@ Findings Run::ComparePart(bool everyByte) {
     return progress_.Tell(Phase::kVerifying, step.current, step.total);
   };
   FileBytes file(part_.descriptor());
+  if (everyByte) file.ForgetCached();
   const VerifyTask task = TaskFor(file, everyByte, listener);
   return following_ != nullptr && !everyByte ? following_->Finish(task) : Verify(task);
 }

@@ -57,7 +57,6 @@ class Oracle {
         comparison_(output_, findings_, [this](Number bytes) { return Tell(bytes); }) {}
 
   Findings Run() {
-    if (task_.everyByte) output_.ForgetCached();
     if (!Open()) return findings_.Take();
     for (std::size_t clip = 0; clip < task_.inputs.size(); ++clip) {
       if (!Tell(0) || !AddClip(clip)) return findings_.Take();

@@ -33,7 +33,6 @@ Findings VerifySamples(const VerifyTask& task) {
 // The media of what was adapted is compared sample by sample, by a reader that does not take it
 // from where the image does.
 Findings Verify(const VerifyTask& task) {
-  if (task.everyByte) task.file.ForgetCached();
   const bool comparesMedia = task.everyByte && task.fit == nullptr;
   bool goesOn = true;
   Step last;
