@@ -21,6 +21,7 @@ import time
 from pathlib import Path
 
 import plot
+from joining import joining_report
 from keeping import keeping_report
 
 WAYS = {
@@ -263,6 +264,7 @@ def main():
             copies.mkdir()
             inputs = make(copies)
             lines += copies_report(len(inputs), *measure_copies(options, copies, inputs))
+        lines += joining_report(options, work, table)
         lines += keeping_report(options, work, table)
         lines += rescue_report(*measure_rescue(options, work, 2 * options.megabytes * 10**6))
         one_core = ["taskset", "-c", "0"]
