@@ -31,38 +31,17 @@ View DependenciesIn(View boxes) {
 }  // namespace
 
 void RunCursor::Settle() {
-  while (at_ < entries_.size() && used_ >= U32(entries_, at_)) {
-    at_ += 8;
-    used_ = 0;
+  for (left_ = 0; left_ == 0 && !entries_.empty(); entries_ = entries_.subspan(8)) {
+    left_ = U32(entries_, 0);
+    value_ = U32(entries_, 4);
   }
+  if (left_ != 0) return;
+  left_ = kWithoutEnd;
+  value_ = 0;
 }
 
-Number RunCursor::Left() {
-  Settle();
-  return at_ < entries_.size() ? U32(entries_, at_) - used_ : kWithoutEnd;
-}
-
-std::uint32_t RunCursor::Value() {
-  Settle();
-  return U32(entries_, at_ + 4);
-}
-
-void RunCursor::Skip(Number count) {
-  for (Number left = Left(); count > 0 && left != kWithoutEnd; left = Left()) {
-    used_ += std::min(count, left);
-    count -= std::min(count, left);
-  }
-}
-
-bool NumberCursor::Has(Number sample) {
-  while (at_ < numbers_.size() && U32(numbers_, at_) < sample) at_ += 4;
-  return at_ < numbers_.size() && U32(numbers_, at_) == sample;
-}
-
-Number NumberCursor::Left(Number sample) const {
-  if (at_ >= numbers_.size()) return kWithoutEnd;
-  const Number next = U32(numbers_, at_);
-  return next > sample ? next - sample : 1;
+void NumberCursor::GoTo(Number sample) {
+  for (; next_ < sample; at_ += 4) next_ = at_ < numbers_.size() ? U32(numbers_, at_) : kWithoutEnd;
 }
 
 ChunkCursor::ChunkCursor(View table)
@@ -72,7 +51,7 @@ ChunkCursor::ChunkCursor(View table)
   if (wide_) offsets_ = TableOf(table, FourCc("co64"), 8);
 }
 
-Number ChunkCursor::Left() {
+void ChunkCursor::Open() {
   const std::size_t width = wide_ ? 8 : 4;
   while (left_ == 0 && (chunk_ + 1) * width <= offsets_.size() && !runs_.empty()) {
     while (run_ + 24 <= runs_.size() && U32(runs_, run_ + 12) <= chunk_ + 1) run_ += 12;
@@ -81,12 +60,6 @@ Number ChunkCursor::Left() {
     position_ = wide_ ? U64(offsets_, chunk_ * width) : U32(offsets_, chunk_ * width);
     ++chunk_;
   }
-  return left_;
-}
-
-void ChunkCursor::Skip(Number count, std::uint32_t size) {
-  left_ -= count;
-  position_ += count * size;
 }
 
 SizeTable::SizeTable(View table) {

@@ -30,17 +30,21 @@ struct SampleRun {
 // Pairs of a count and a value, as in "stts" and "ctts".
 class RunCursor {
  public:
-  explicit RunCursor(View entries) : entries_(entries) {}
-  Number Left();  // how many samples the value holds for; without end behind the entries
-  std::uint32_t Value();
-  void Skip(Number count);
+  explicit RunCursor(View entries) : entries_(entries) { Settle(); }
+  Number Left() const { return left_; }  // how many samples the value holds for
+  std::uint32_t Value() const { return value_; }
+  void Skip(Number count) {
+    for (; count >= left_; Settle()) count -= left_;
+    left_ -= count;
+  }
 
  private:
+  // To the next entry that counts samples; behind the last one the value is 0 without end.
   void Settle();
 
   View entries_;
-  std::size_t at_ = 0;
-  Number used_ = 0;
+  Number left_ = 0;
+  std::uint32_t value_ = 0;
 };
 
 // Ascending sample numbers, as in "stss".
@@ -48,24 +52,41 @@ class NumberCursor {
  public:
   explicit NumberCursor(View numbers) : numbers_(numbers) {}
   // Whether `sample`, which never decreases and counts from 1, is among them.
-  bool Has(Number sample);
-  Number Left(Number sample) const;  // samples from there on for which the answer is the same
+  bool Has(Number sample) {
+    if (next_ < sample) GoTo(sample);
+    return next_ == sample;
+  }
+  // Samples from there on for which the answer is the same.
+  Number Left(Number sample) const { return next_ > sample ? next_ - sample : 1; }
 
  private:
+  void GoTo(Number sample);
+
   View numbers_;
   std::size_t at_ = 0;
+  Number next_ = 0;
 };
 
 // Chunks by "stsc" and "stco" or "co64".
 class ChunkCursor {
  public:
   explicit ChunkCursor(View table);
-  Number Left();  // samples that the chunk has left; 0: there are no more chunks
+  // Samples that the chunk has left; 0: there are no more chunks.
+  Number Left() {
+    if (left_ == 0) Open();
+    return left_;
+  }
   Number Position() const { return position_; }
   std::uint32_t Description() const { return description_; }
-  void Skip(Number count, std::uint32_t size);
+  void Skip(Number count, std::uint32_t size) {
+    left_ -= count;
+    position_ += count * size;
+  }
 
  private:
+  // The next chunk that has samples.
+  void Open();
+
   View offsets_;
   View runs_;
   bool wide_;
