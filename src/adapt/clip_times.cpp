@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "adapt/at_once.h"
 #include "adapt/edit_lists.h"
 #include "adapt/seams.h"
 #include "adapt/table_builder.h"
@@ -79,23 +80,30 @@ class ClipTimesAdaptation final : public Adaptation {
 
  private:
   bool TakeTimes(const FitClips& clips, FitReport& report) {
+    times_.resize(clips.size());
+    ForEachAtOnce(0, clips.size(), [&](std::size_t i) { times_[i] = TimesIn(clips[i].movie); });
     for (std::size_t i = 0; i < clips.size(); ++i) {
-      ClipTimes times;
-      for (const RawBox* track : TracksOf(clips[i].movie)) {
-        const auto source = SourceOf(*track, MovieScaleOf(clips[i].movie));
-        auto known = source ? TimesOf(*source) : std::nullopt;
-        if (!known) {
-          report.Refuse(FitProblemKind::kTablesDisagree, i, RawTrackId(*track),
-                        "has times in its " + RawTrackWords(*track) + " that can't be read",
-                        kRepair);
-          times_.clear();
-          return false;
-        }
-        times.push_back(*known);
-      }
-      times_.push_back(std::move(times));
+      const std::vector<const RawBox*> tracks = TracksOf(clips[i].movie);
+      if (times_[i].size() == tracks.size()) continue;
+      const RawBox& track = *tracks[times_[i].size()];
+      report.Refuse(FitProblemKind::kTablesDisagree, i, RawTrackId(track),
+                    "has times in its " + RawTrackWords(track) + " that can't be read", kRepair);
+      times_.clear();
+      return false;
     }
     return true;
+  }
+
+  // Of its tracks, up to the first one whose times can't be read.
+  static ClipTimes TimesIn(const RawBox& movie) {
+    ClipTimes times;
+    for (const RawBox* track : TracksOf(movie)) {
+      const auto source = SourceOf(*track, MovieScaleOf(movie));
+      auto known = source ? TimesOf(*source) : std::nullopt;
+      if (!known) break;
+      times.push_back(*known);
+    }
+    return times;
   }
 
   void RefuseCuts(std::size_t clip, FitReport& report) const {

@@ -38,19 +38,30 @@ bool AllHave(const Tables& tables, unsigned int type) {
                      [=](const RawBox* table) { return table->Child(type) != nullptr; });
 }
 
-// Sizes of one form can be appended: tables, or one size for all.
-void SpellSizes(const Tables& tables, Changes& changes) {
-  std::vector<SampleSizes> all;
+// Sizes of one form can be appended: tables, or one size for all. Nearly all clips have the same,
+// which the heads of their boxes say.
+bool HaveOneFormOfSizes(const Tables& tables) {
   bool isUniform = false;
   bool isTable = false;
   for (const RawBox* table : tables) {
+    const RawBox* box = SizesOf(*table);
+    if (box != nullptr && box->type == FourCc("stz2")) return false;
+    const auto head = box != nullptr ? ReadSizesHead(*box) : std::nullopt;
+    // Damaged tables are brought into no other form.
+    if (!head) return true;
+    if (head->count != 0) (head->uniform != 0 ? isUniform : isTable) = true;
+  }
+  return !isUniform || !isTable;
+}
+
+void SpellSizes(const Tables& tables, Changes& changes) {
+  if (HaveOneFormOfSizes(tables)) return;
+  std::vector<SampleSizes> all;
+  for (const RawBox* table : tables) {
     auto sizes = ReadSizesOf(*table);
     if (!sizes || (sizes->uniform != 0 && sizes->count > kMostSpelled)) return;
-    if (sizes->count != 0) (sizes->uniform != 0 ? isUniform : isTable) = true;
     all.push_back(std::move(*sizes));
   }
-  const bool isCompact = SomeHave(tables, FourCc("stz2"));
-  if (!isCompact && !(isUniform && isTable)) return;
   for (std::size_t i = 0; i < tables.size(); ++i) {
     SampleSizes& sizes = all[i];
     const bool wasCompact = tables[i]->Child(FourCc("stz2")) != nullptr;
@@ -66,7 +77,13 @@ void SpellSizes(const Tables& tables, Changes& changes) {
 
 // Without the table all offsets are 0. The sign of a whole table is that of its version.
 void AlignOffsets(const Tables& tables, Changes& changes) {
-  if (!SomeHave(tables, FourCc("ctts"))) return;
+  const auto version = [](const RawBox* table) {
+    const RawBox* box = table->Child(FourCc("ctts"));
+    return box != nullptr && !box->data.empty() ? box->data.front() : -1;
+  };
+  if (std::all_of(tables.begin(), tables.end(),
+                  [&](const RawBox* table) { return version(table) == version(tables.front()); }))
+    return;
   std::vector<OffsetRuns> all;
   bool isSigned = false;
   bool isMixed = false;
@@ -162,7 +179,8 @@ bool IsAlikeAtFirst(const std::vector<SampleSizes>& all) {
 
 std::optional<std::uint32_t> CountSamples(const RawBox& table) {
   const RawBox* box = SizesOf(table);
-  const auto sizes = box != nullptr ? ReadSizes(*box) : std::nullopt;
+  if (box == nullptr) return std::nullopt;
+  const auto sizes = box->type == FourCc("stsz") ? ReadSizesHead(*box) : ReadSizes(*box);
   if (!sizes) return std::nullopt;
   return sizes->count;
 }

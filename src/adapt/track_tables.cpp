@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <numeric>
+#include <utility>
 
 #include "adapt/fields.h"
 #include "foundation/fourcc.h"
@@ -95,6 +96,18 @@ void TakeHalfBytes(std::span<const unsigned char> in, SampleSizes& sizes) {
   }
 }
 
+// What stands ahead of the sizes: one for all of them or, in "stz2", how many bits each has.
+bool TakeSizesHead(std::span<const unsigned char>& in, std::uint32_t& form, std::uint32_t& count) {
+  unsigned int version = 0;
+  be32 formField;
+  be32 countField;
+  if (!TakeVersion(in, 0, version) || !TakeField(in, formField) || !TakeField(in, countField))
+    return false;
+  form = formField;
+  count = countField;
+  return true;
+}
+
 bool TakeCompactSizes(std::span<const unsigned char> in, unsigned int bits, SampleSizes& sizes) {
   switch (bits) {
     case 4:
@@ -167,23 +180,26 @@ std::optional<OffsetRuns> ReadOffsets(const RawBox& ctts) {
   });
 }
 
+std::optional<SampleSizes> ReadSizesHead(const RawBox& stsz) {
+  std::span<const unsigned char> in = stsz.data;
+  SampleSizes head;
+  if (!TakeSizesHead(in, head.uniform, head.count)) return std::nullopt;
+  if (head.uniform == 0 && head.count > in.size() / sizeof(be32)) return std::nullopt;
+  return head;
+}
+
 std::optional<SampleSizes> ReadSizes(const RawBox& stszOrStz2) {
   std::span<const unsigned char> in = stszOrStz2.data;
-  unsigned int version = 0;
-  be32 form;
-  be32 count;
-  if (!TakeVersion(in, 0, version) || !TakeField(in, form) || !TakeField(in, count)) {
-    return std::nullopt;
-  }
   SampleSizes sizes;
-  sizes.count = count;
+  if (!TakeSizesHead(in, sizes.uniform, sizes.count)) return std::nullopt;
   if (stszOrStz2.type == FourCc("stz2")) {
     // The low byte is the number of bits; those above are reserved.
-    if (!TakeCompactSizes(in, form & 0xFF, sizes)) return std::nullopt;
+    const unsigned int bits = std::exchange(sizes.uniform, 0) & 0xFF;
+    if (!TakeCompactSizes(in, bits, sizes)) return std::nullopt;
     return sizes;
   }
-  sizes.uniform = form;
-  if (form == 0 && !TakeTable<be32>(in, count, sizes.sizes, kValue<be32>)) return std::nullopt;
+  if (sizes.uniform == 0 && !TakeTable<be32>(in, sizes.count, sizes.sizes, kValue<be32>))
+    return std::nullopt;
   return sizes;
 }
 

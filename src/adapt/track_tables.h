@@ -70,6 +70,8 @@ std::optional<TimeRuns> ReadTimes(const RawBox& stts);
 std::optional<OffsetRuns> ReadOffsets(const RawBox& ctts);
 // Either form, by the type of the box.
 std::optional<SampleSizes> ReadSizes(const RawBox& stszOrStz2);
+// The same of "stsz", without the sizes of a table.
+std::optional<SampleSizes> ReadSizesHead(const RawBox& stsz);
 // Chunks that do not rise from 1 are no such table, nor is a description 0.
 std::optional<ChunkRuns> ReadChunkRuns(const RawBox& stsc);
 // Either form, by the type of the box.

@@ -79,6 +79,14 @@ bool SampleLayout::Next(Chunk& chunk) {
   return true;
 }
 
+std::optional<Number> DifferentSize(const SampleLayout& whole, Number first,
+                                    const SampleLayout& part) {
+  for (Number i = 0; i < part.SampleCount(); ++i) {
+    if (whole.SizeOf(first + i) != part.SizeOf(i)) return i;
+  }
+  return std::nullopt;
+}
+
 TrackSums SumsOf(MP4G::CTrackBox* track) {
   const MP4G::CTrackBox_wr boxes(track);
   const MP4G::CSampleTableBox_wr tables(boxes.SampleTableBox());

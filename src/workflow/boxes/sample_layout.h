@@ -3,6 +3,8 @@
 // therefore without its readers.
 #pragma once
 
+#include <optional>
+
 #include "reader/typed_views.h"
 
 namespace clipchain {
@@ -46,6 +48,11 @@ class SampleLayout {
   std::size_t run_ = 0;
   unsigned long long nextSample_ = 0;
 };
+
+// The first sample of `part` whose size is not that of the sample `first` samples further on in
+// `whole`, which has as many; nothing where all sizes are the same.
+std::optional<unsigned long long> DifferentSize(const SampleLayout& whole, unsigned long long first,
+                                                const SampleLayout& part);
 
 // What the clips' tracks must sum up to. Tables that are missing count as empty.
 struct TrackSums {

@@ -18,7 +18,6 @@
 #include "workflow/checks/output_check.h"
 #include "workflow/checks/rehearsal.h"
 #include "workflow/clips/clip_file.h"
-#include "workflow/clips/track_facts.h"
 #include "workflow/findings/clip_words.h"
 #include "workflow/findings/file_findings.h"
 #include "workflow/system/files.h"
@@ -167,7 +166,7 @@ class CheckRun {
     order_.push_back(look.order);
     if (isParsed) {
       rehearsal_.Take(look.clip, look.view.get(), findings);
-      NoteTimes();
+      NoteTimes(look);
     } else {
       rehearsal_.GiveUp();
     }
@@ -185,16 +184,17 @@ class CheckRun {
   }
 
   // Clips of another scale are refused where nothing is adapted.
-  void NoteTimes() {
+  void NoteTimes(const ClipLook& look) {
     ClipTimes& clip = drift_.clips.back();
     const ClipTimes& first = drift_.clips.front();
     for (const TrackPair& pair : rehearsal_.Pairs()) {
-      const auto times = TimesOf(pair.second);
+      const auto times = look.times.find(pair.second);
       const bool isFirst = drift_.clips.size() == 1;
-      if (!times ||
-          (!isFirst && (clip.size() == first.size() || times->scale != first[clip.size()].scale)))
+      if (times == look.times.end() ||
+          (!isFirst &&
+           (clip.size() == first.size() || times->second.scale != first[clip.size()].scale)))
         return;
-      clip.push_back(*times);
+      clip.push_back(times->second);
     }
   }
 

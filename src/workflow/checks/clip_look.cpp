@@ -37,8 +37,10 @@ void ClipLook::Look() {
   if (!isParsed) return;
   CheckKept(*clip, findings);
   CheckMergeable(clip->Movie(), alone_, findings);
-  for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(clip->Movie()).Tracks())
+  for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(clip->Movie()).Tracks()) {
     CheckTables(*clip, track, findings);
+    if (const auto known = TimesOf(track)) times.emplace(track, *known);
+  }
   order = OrderFactsOf(*clip);
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -9,6 +10,7 @@
 #include "adapt/fit.h"
 #include "workflow/clips/clip_file.h"
 #include "workflow/clips/order_facts.h"
+#include "workflow/clips/track_facts.h"
 #include "workflow/findings/file_findings.h"
 
 namespace clipchain {
@@ -37,6 +39,8 @@ class ClipLook {
   QUIRVA::ComPtr<ClipView> view;
   FileFindings findings;
   OrderFacts order;
+  // When its tracks are shown, where that is known.
+  std::map<const MP4G::CTrackBox*, TrackTimes> times;
   // Whether the engine can parse it.
   bool isParsed = false;
 

@@ -154,12 +154,9 @@ void Rehearsal::CheckSizes(const TrackPair& pair, std::uint64_t before, FileFind
                         samples_[pair.first]);
   } else if (merged.UniformSize() == 0 || merged.UniformSize() != second.UniformSize()) {
     // With one size on both sides there may be billions of samples, and nothing to compare.
-    for (std::uint64_t i = 0; i < second.SampleCount(); ++i) {
-      if (merged.SizeOf(before + i) == second.SizeOf(i)) continue;
-      wrong = fmt::format("would give its sample {} {} bytes in place of {}", i + 1,
-                          merged.SizeOf(before + i), second.SizeOf(i));
-      break;
-    }
+    if (const auto i = DifferentSize(merged, before, second))
+      wrong = fmt::format("would give its sample {} {} bytes in place of {}", *i + 1,
+                          merged.SizeOf(before + *i), second.SizeOf(*i));
   }
   if (wrong.empty() || !reported_.insert(pair.first).second) return;
   const TrackFacts facts = FactsOf(pair.second);
