@@ -4,6 +4,7 @@
 
 #include "foundation/fourcc.h"
 #include "support/bytes.h"
+#include "support/parent_boxes.h"
 
 namespace clipchain {
 namespace {
@@ -63,6 +64,17 @@ TEST(RawBox, StaysBytesBelowAnUnreasonableDepth) {
   Bytes bytes = Box("moov");
   for (int depth = 0; depth < 1000; ++depth) bytes = Box("moov", {bytes});
   EXPECT_EQ(Written(Taken(bytes)), bytes);
+}
+
+// What the engine reads into must be open here too.
+TEST(RawBox, OpensEveryBoxThatHoldsBoxesAlone) {
+  std::size_t parents = 0;
+  for (const support::ParentBox& parent : support::AllParentBoxes(3)) {
+    if (parent.fields != 0) continue;
+    ++parents;
+    EXPECT_EQ(3u, Taken(parent.bytes).children.size()) << parent.type;
+  }
+  EXPECT_GT(parents, 5u);
 }
 
 TEST(RawBox, FindsAndRemovesChildren) {

@@ -5,6 +5,7 @@
 #include "foundation/file_buffer.h"
 #include "reader/mp4_file.h"
 #include "support/movie_builder.h"
+#include "support/parent_boxes.h"
 
 using support::Box;
 using support::Bytes;
@@ -70,5 +71,20 @@ TEST_F(BoxPlaces, LieWhereTheBytesAre) {
     EXPECT_EQ(forward.PathOf(**box), backward.PathOf(**box));
     EXPECT_EQ(forward.PathOf(**box), clipchain::PathOf(**box));
     EXPECT_EQ(forward.OffsetOf(**box), clipchain::OffsetOf(**box));
+  }
+}
+
+TEST(BoxPlacesOf, KnowEveryBoxThatTakesChildren) {
+  const auto parents = support::AllParentBoxes(3);
+  EXPECT_GT(parents.size(), 10u);
+  for (const support::ParentBox& parent : parents) {
+    clipchain::BoxPlaces places;
+    long long expected = 8 + parent.fields;
+    for (const MP4G::CBox* child : parent.box->children) {
+      EXPECT_EQ(expected, places.OffsetOf(*child) - places.OffsetOf(*parent.box))
+          << parent.type << " behind " << parent.fields;
+      expected += 8;
+    }
+    EXPECT_EQ(parent.type + "/free[2]", places.PathOf(*parent.box->children.back()));
   }
 }
