@@ -15,54 +15,6 @@ namespace clipchain {
 
 namespace {
 
-// Goes through the samples of a track, clip by clip.
-class SampleTimes {
- public:
-  explicit SampleTimes(const TrackSource& source) : source_(source) {}
-
-  // Of the next samples: when the first of them to be shown is shown, in ticks of the media.
-  // Without any, when the one behind them is decoded.
-  Moment FirstShown(std::uint64_t samples) {
-    std::optional<Moment> first;
-    while (samples > 0 && NextRuns()) {
-      const std::uint64_t count = std::min({samples, timesLeft_, offsetsLeft_});
-      // All of a run last alike and are moved alike, so that its first one is shown first.
-      const Moment shown = decode_ + offset_;
-      first = first ? std::min(*first, shown) : shown;
-      decode_ += static_cast<Moment>(count) * delta_;
-      timesLeft_ -= count;
-      offsetsLeft_ -= count;
-      samples -= count;
-    }
-    return first.value_or(decode_);
-  }
-
- private:
-  bool NextRuns() {
-    for (; timesLeft_ == 0; ++time_) {
-      if (time_ == source_.times.size()) return false;
-      timesLeft_ = source_.times[time_].count;
-      delta_ = source_.times[time_].delta;
-    }
-    for (; offsetsLeft_ == 0; ++run_) {
-      const bool isThere = run_ < source_.offsets.size();
-      offsetsLeft_ = isThere ? source_.offsets[run_].count : timesLeft_;
-      offset_ = isThere ? source_.offsets[run_].offset : 0;
-      if (!isThere) break;
-    }
-    return true;
-  }
-
-  const TrackSource& source_;
-  std::size_t time_ = 0;
-  std::size_t run_ = 0;
-  std::uint64_t timesLeft_ = 0;
-  std::uint64_t offsetsLeft_ = 0;
-  std::int64_t delta_ = 0;
-  std::int64_t offset_ = 0;
-  Moment decode_ = 0;
-};
-
 std::uint64_t ChapterUnits(Moment moment) {
   if (moment <= 0) return 0;
   constexpr Moment kUnits = kUnitsASecond;
@@ -101,10 +53,11 @@ class ChaptersAdaptation final : public Adaptation {
     const auto source = SourceOf(*tracks[track_], movieScale);
     if (!source || source->scale == 0) return;
     const ShownStretch stretch = StretchOf(source->edits, source->scale, movieScale);
-    SampleTimes times(*source);
+    // On the result's own tables: adapting may have moved what the clips said.
+    const std::vector<Moment> firsts = FirstShown(*source, samples_);
     std::vector<Chapter> chapters;
     for (std::size_t i = 0; i < samples_.size(); ++i) {
-      Moment start = MomentOf(times.FirstShown(samples_[i]), source->scale);
+      Moment start = MomentOf(firsts[i], source->scale);
       // Of a list of another kind nobody can say what it makes of a moment.
       if (stretch.IsPlain())
         start += MomentOf(static_cast<Moment>(stretch.delay), movieScale) -
@@ -169,7 +122,8 @@ class ChaptersAdaptation final : public Adaptation {
 
   const FitOptions options_;
   std::vector<std::string> titles_;
-  std::vector<std::uint64_t> samples_;  // of each clip, in the track whose pictures count
+  // Of each clip, in the track whose pictures count.
+  std::vector<std::uint64_t> samples_;
   std::size_t track_ = 0;
 };
 

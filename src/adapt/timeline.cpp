@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <unordered_map>
 
 #include "adapt/track_headers.h"
@@ -30,7 +31,8 @@ Moment RoundedUp(Moment value, Moment divisor) { return -Quotient(-value, diviso
 struct Stretch {
   std::uint64_t samples;
   std::int64_t delta;
-  std::int64_t first;  // when its first sample is shown
+  // When its first sample is shown.
+  std::int64_t first;
 
   std::int64_t Last() const { return first + static_cast<std::int64_t>(samples - 1) * delta; }
 };
@@ -112,7 +114,8 @@ bool TakeTimes(const TrackSource& source, TrackTimes& times) {
 // shown to the end.
 struct Bounds {
   std::int64_t start;
-  Moment end;  // in units
+  // In units.
+  Moment end;
   Moment tolerance;
 };
 
@@ -257,6 +260,35 @@ std::optional<TrackTimes> TimesOf(const TrackSource& source) {
   times.shown = StretchOf(source.edits, source.scale, source.movieScale);
   CountHidden(source, times);
   return times;
+}
+
+std::vector<Moment> FirstShown(const TrackSource& source, const std::vector<std::uint64_t>& parts) {
+  std::vector<Moment> firsts;
+  std::uint64_t taken = 0;
+  std::optional<Moment> first;
+  Moment decoded = 0;
+  const auto end = [&] {
+    firsts.push_back(first.value_or(decoded));
+    first.reset();
+    taken = 0;
+  };
+  const auto see = [&](Stretch stretch) {
+    while (stretch.samples != 0) {
+      while (firsts.size() < parts.size() && taken == parts[firsts.size()]) end();
+      if (firsts.size() == parts.size()) return;
+      const std::uint64_t count = std::min(stretch.samples, parts[firsts.size()] - taken);
+      // All of a stretch last alike and are moved alike, so that its first one is shown first.
+      first = std::min<Moment>(first.value_or(stretch.first), stretch.first);
+      const std::int64_t ticks = static_cast<std::int64_t>(count) * stretch.delta;
+      decoded += ticks;
+      stretch.first += ticks;
+      stretch.samples -= count;
+      taken += count;
+    }
+  };
+  static_cast<void>(Walk(source, see));
+  while (firsts.size() < parts.size()) end();
+  return firsts;
 }
 
 }  // namespace clipchain

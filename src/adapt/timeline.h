@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "adapt/raw_boxes.h"
 #include "adapt/track_tables.h"
@@ -30,12 +31,18 @@ enum class MediaKind { kPicture, kSound, kOther };
 // shows nothing at the end counts nothing.
 struct ShownStretch {
   enum class Kind {
-    kNoList,    // all of the media is shown
-    kPlain,     // what the fields below say
-    kNothing,   // no part of the media is shown
-    kParts,     // several parts that do not follow each other
-    kDwell,     // stands still at one moment
-    kOtherRate  // slower, faster or backwards
+    // All of the media is shown.
+    kNoList,
+    // What the fields below say.
+    kPlain,
+    // No part of the media is shown.
+    kNothing,
+    // Several parts that do not follow each other.
+    kParts,
+    // Stands still at one moment.
+    kDwell,
+    // Slower, faster or backwards.
+    kOtherRate
   };
 
   Kind kind = Kind::kNoList;
@@ -114,5 +121,9 @@ struct TrackTimes {
 
 // Nothing: a scale of 0, or times beyond 62 bits.
 std::optional<TrackTimes> TimesOf(const TrackSource& source);
+
+// Of each part of so many samples, one behind the other: when the first of them to be shown is
+// shown, in ticks of the media. Of a part without any, when the sample behind it is decoded.
+std::vector<Moment> FirstShown(const TrackSource& source, const std::vector<std::uint64_t>& parts);
 
 }  // namespace clipchain

@@ -165,6 +165,16 @@ TEST(HiddenSamples, OfNoLengthAtTheEndAreNotHidden) {
   EXPECT_EQ(Edited(source, {{1960, 0}}).hidden.behind, 2u);
 }
 
+TEST(FirstShown, IsToldOfEachPart) {
+  TrackSource source = Picture(0);
+  source.times = {{4, 100}, {2, 50}};
+  // The second one lies below 0 in a table that has no such numbers.
+  source.offsets = {{1, 200}, {1, 0xFFFFFFFF - 49}};
+  const std::vector<Moment> firsts = FirstShown(source, {2, 0, 3, 1, 0});
+  const std::vector<Moment> expected = {50, 200, 200, 450, 500};
+  EXPECT_TRUE(firsts == expected);
+}
+
 TEST(TrackSource, ComesFromTheBoxesOfATrack) {
   using support::Box;
   using support::FullBox;
