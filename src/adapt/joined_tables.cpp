@@ -70,7 +70,8 @@ class JoinedTables final : public Adaptation {
   void TakeSizesOf(const FitClips& clips, const std::vector<RawBox*>& tables, std::size_t place,
                    FitReport& report);
   void JoinTrack(FitClips& clips, std::size_t place, FitReport& report);
-  static void AppendPartialSync(const RawBox& table, std::uint64_t before, JoinedTrack& joined);
+  static void AppendPartialSync(const RawBox& table, std::uint64_t before, std::uint32_t samples,
+                                JoinedTrack& joined);
   static void TellDropped(const FitClips& clips, std::size_t place, const JoinedTrack& joined,
                           FitReport& report);
   static void AllowDropped(const JoinedTrack& joined, FitReport& report);
@@ -155,7 +156,7 @@ void JoinedTables::JoinTrack(FitClips& clips, std::size_t place, FitReport& repo
     const std::uint32_t samples = CountSamples(table).value_or(0);
     joined.groups.Append(table, samples);
     joined.subsamples.Append(table, samples);
-    AppendPartialSync(table, before, joined);
+    AppendPartialSync(table, before, samples, joined);
     joined.bounds.Append(table);
     joined.dropped.merge(TypesIn(table, kDropped));
     before += samples;
@@ -171,12 +172,14 @@ void JoinedTables::JoinTrack(FitClips& clips, std::size_t place, FitReport& repo
   TellDropped(clips, place, joined, report);
 }
 
+// A number beyond the clip's own samples would name one of the clip behind it.
 void JoinedTables::AppendPartialSync(const RawBox& table, std::uint64_t before,
-                                     JoinedTrack& joined) {
+                                     std::uint32_t samples, JoinedTrack& joined) {
   const RawBox* box = table.Child(FourCc("stps"));
   if (box == nullptr) return;
   const auto numbers = ReadSampleNumbers(*box);
-  if (!numbers || (!numbers->empty() && before + numbers->back() > 0xFFFFFFFF)) {
+  if (!numbers ||
+      (!numbers->empty() && (numbers->back() > samples || before + numbers->back() > 0xFFFFFFFF))) {
     joined.dropped.insert(box->type);
     return;
   }

@@ -96,6 +96,16 @@ TEST_F(JoinedTablesTest, PartialSyncSamplesCountOn) {
   EXPECT_EQ(ReadSampleNumbers(*table.Child(FourCc("stps"))), (std::vector<std::uint32_t>{2, 5}));
 }
 
+TEST_F(JoinedTablesTest, PartialSyncSamplesThatAreNotThereAreLeftOutAndTold) {
+  const Bytes last = ThreeSamples(FullBox("stps", 0, 0, {U32(1), U32(3)}));
+  EXPECT_NE(Join(last, last, last).Child(FourCc("stps")), nullptr);
+  EXPECT_TRUE(report_.problems.empty());
+  const Bytes behind = ThreeSamples(FullBox("stps", 0, 0, {U32(1), U32(4)}));
+  EXPECT_EQ(Join(behind, last, last).Child(FourCc("stps")), nullptr);
+  ASSERT_EQ(report_.problems.size(), 1u);
+  EXPECT_EQ(report_.problems[0].kind, FitProblemKind::kTableLost);
+}
+
 TEST_F(JoinedTablesTest, BoundsAreThoseOfAllSamples) {
   const Bytes bounds = FullBox("cslg", 0, 0, {U32(50), U32(10), U32(10), U32(10), U32(130)});
   const Bytes merged = FullBox("stts", 0, 0, {U32(1), U32(6), U32(40)}) +
