@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <map>
 #include <numeric>
-#include <set>
 
 #include "foundation/guid.h"
 #include "workflow/joining/name_outputs.h"
@@ -32,7 +31,7 @@ class ClipCensus {
   // To be asked for the sequences in the order in which they are worth keeping. Why the sequence is
   // left out is added to `findings`.
   LeftOut Judge(const SequenceReport& sequence, Findings& findings) {
-    std::set<Identifier> own;
+    std::map<Identifier, const SequenceClip*> own;
     std::size_t copies = 0;
     for (const SequenceClip& clip : sequence.clips) {
       if (!IsIdentified(clip)) {
@@ -41,10 +40,12 @@ class ClipCensus {
         return LeftOut::kContradiction;
       }
       const Identifier id = QUIRVA::GuidText(clip.id);
-      if (!own.insert(id).second) {
+      if (!own.try_emplace(id, &clip).second) {
         findings.push_back(Contradiction(clip, "has an identifier that comes twice in its chain"));
         return LeftOut::kContradiction;
       }
+      // Two files that claim to be one clip and differ: nobody can say which is right, so neither
+      // is used.
       if (const auto rival = rivals_.find(id); rival != rivals_.end()) {
         findings.push_back(Rivalry(*firstOf_[id], *rival->second));
         return LeftOut::kContradiction;
@@ -56,6 +57,8 @@ class ClipCensus {
       return LeftOut::kNo;
     }
     const SequenceClip& clip = sequence.clips.front();
+    // Part of it is joined elsewhere already: to join the rest would make a recording that never
+    // was.
     if (copies < sequence.clips.size()) {
       findings.push_back(Contradiction(clip, "belongs to a chain that shares clips with another"));
       return LeftOut::kContradiction;
@@ -88,14 +91,16 @@ class ClipCensus {
   }
 
   std::string CopyWords(const SequenceReport& sequence) {
-    const std::string& first = firstOf_[QUIRVA::GuidText(sequence.clips.front().id)]->path;
+    const std::string& first = kept_.at(QUIRVA::GuidText(sequence.clips.front().id))->path;
     if (sequence.clips.size() == 1) return fmt::format("is a copy of {}", PrintablePath(first));
     return fmt::format("begins a chain of copies: {} and what follows there", PrintablePath(first));
   }
 
   std::map<Identifier, const SequenceClip*> firstOf_;
-  std::map<Identifier, const SequenceClip*> rivals_;  // the first one that differs
-  std::set<Identifier> kept_;                         // what has its place in a sequence
+  // The first one that differs.
+  std::map<Identifier, const SequenceClip*> rivals_;
+  // Those that have their place in a sequence that is not left out.
+  std::map<Identifier, const SequenceClip*> kept_;
 };
 
 // The sequences in the order in which they are worth keeping: complete ones, then long ones.

@@ -168,6 +168,9 @@ TEST(Plan, KeepsTheCompleteSequenceAndThenTheLongerOneOfTwo) {
   EXPECT_EQ(
       (States{LeftOut::kCopy, LeftOut::kNo, LeftOut::kCopy, LeftOut::kCopy, LeftOut::kIncomplete}),
       LeftOutOf(plan));
+  // Named by what is kept, wherever it stands.
+  EXPECT_EQ("is a copy of b/1.mp4", plan.jobs[0].findings.at(0).text);
+  EXPECT_EQ("is a copy of b/2.mp4", plan.jobs[2].findings.at(0).text);
 }
 
 TEST(Plan, LeavesEverySequenceOutThatHoldsOneOfTwoFilesThatClaimToBeAClip) {
