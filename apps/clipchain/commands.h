@@ -1,5 +1,6 @@
-// The commands. One function per command: it adds the command with its options to the command line.
-// When the command line names the command, it runs and leaves its exit code.
+// Adds the commands to the command line. One function per command: it adds the command with its
+// options to the command line. When the command line names the command, it runs and leaves its exit
+// code.
 #pragma once
 
 namespace CLI {

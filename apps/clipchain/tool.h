@@ -1,4 +1,4 @@
-// The command-line tool as a whole.
+// Runs the command-line tool as a whole.
 #pragma once
 
 namespace clipchain {

@@ -1,4 +1,4 @@
-// One way in which clips are made to fit each other: what every such file offers to `Fit`.
+// Makes clips fit each other in one way: what every such file offers to `Fit`.
 #pragma once
 
 #include <vector>

@@ -1,5 +1,5 @@
-// Declared bit rates and buffer sizes inside of sample descriptions: "btrt" (ISO/IEC 14496-12,
-// 8.5.2.2) and the decoder configuration of "esds" (ISO/IEC 14496-1, 7.2.6.6).
+// Reads and changes declared bit rates and buffer sizes inside of sample descriptions: "btrt"
+// (ISO/IEC 14496-12, 8.5.2.2) and the decoder configuration of "esds" (ISO/IEC 14496-1, 7.2.6.6).
 #pragma once
 
 #include <cstddef>
@@ -11,8 +11,10 @@ namespace clipchain {
 
 struct RateField {
   enum class Kind { kBuffer, kMost, kAverage } kind;
-  std::size_t at;     // in the bytes of the descriptions
-  std::size_t width;  // bytes
+  // In the bytes of the descriptions.
+  std::size_t at;
+  // Bytes.
+  std::size_t width;
   // The type of the box that it stands in.
   unsigned int box = 0;
 

@@ -11,6 +11,7 @@ std::optional<BoxHeader> TakeBoxHeader(std::span<const unsigned char> bytes) {
   QUIRVA::be32 type;
   if (!TakeField(bytes, size) || !TakeField(bytes, type)) return std::nullopt;
   BoxHeader header{type, BoxHeader::kShort, size};
+  // A size of 1 says that the one of 64 bits follows the type (ISO/IEC 14496-12, clause 4.2).
   if (header.size != 1) return header;
   QUIRVA::be64 large;
   if (!TakeField(bytes, large)) return std::nullopt;

@@ -1,4 +1,4 @@
-// The header of a box, wherever it stands.
+// Reads the header of a box, wherever it stands.
 #pragma once
 
 #include <cstdint>

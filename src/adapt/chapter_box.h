@@ -21,7 +21,8 @@ inline constexpr std::uint64_t kChapterUnitsASecond = 10'000'000;
 struct Chapter {
   // In units of 100 ns, from the moment at which the movie begins to be shown.
   std::uint64_t start = 0;
-  std::string title;  // UTF-8
+  // UTF-8.
+  std::string title;
   bool operator==(const Chapter&) const = default;
 };
 

@@ -297,7 +297,8 @@ class ClipTimesAdaptation final : public Adaptation {
   }
 
   const FitOptions options_;
-  std::vector<ClipTimes>& times_;  // as the clips say; empty where there is nothing to fit
+  // As the clips say; empty where there is nothing to fit.
+  std::vector<ClipTimes>& times_;
   SampleHolds& holds_;
   const ClipClocks& clocks_;
   bool scalesMeet_ = true;

@@ -41,6 +41,7 @@ HRESULT ClipView::GetData(long long position, unsigned int size, const unsigned 
     const unsigned int room = std::min(wanted, buffer_.GetCapacity());
     return static_cast<unsigned int>(std::min<long long>(fileSize_ - position, room));
   };
+  // Headers of boxes are read one by one and lie close together.
   unsigned int count = atMost(std::max(size, kPage));
   // What stands behind may be the part of a card that can't be read.
   if (StoreDataToBuffer(position, count) != S_OK) {
@@ -75,6 +76,7 @@ const ClipView::Piece& ClipView::PieceAt(long long position) const {
 }
 
 long long ClipView::FilePosition(long long position) const {
+  // Where nothing of the view stands no file does either.
   if (position < 0 || position >= fileSize_) return -1;
   const Piece& piece = PieceAt(position);
   return piece.position < 0 ? -1 : piece.position + (position - piece.start);

@@ -47,9 +47,11 @@ class ClipView final : public QUIRVA::ReaderWrapperBase {
 
  private:
   struct Piece {
-    long long start;  // in the view
+    // In the view.
+    long long start;
     long long size;
-    long long position;  // in the file; -1 for one in memory
+    // In the file; -1 for one in memory.
+    long long position;
     Bytes bytes;
   };
 

@@ -1,4 +1,4 @@
-// Where a track says that its media lies: "dref" (ISO/IEC 14496-12, 8.7.2).
+// Reads where a track says that its media lies: "dref" (ISO/IEC 14496-12, 8.7.2).
 #pragma once
 
 #include <memory>

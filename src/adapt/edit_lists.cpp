@@ -29,8 +29,10 @@ Moment Filling(const TrackTimes& track) {
 }
 
 struct Side {
-  std::uint64_t samples;  // as a whole
-  std::int64_t ticks;     // 0: nothing is cut here
+  // As a whole.
+  std::uint64_t samples;
+  // 0: nothing is cut here.
+  std::int64_t ticks;
 };
 
 Side Cut(const TrackTimes& track, const Side& side) {

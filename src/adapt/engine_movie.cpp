@@ -126,7 +126,8 @@ RawBox StandInHandler() {
   constexpr std::size_t kReserved = 12;
   RawBox box(FourCc("hdlr"), Bytes(8));
   PutField<QUIRVA::be32>(box.data, FourCc("none"));
-  box.data.resize(box.data.size() + kReserved + 1);  // and an empty name
+  // And an empty name.
+  box.data.resize(box.data.size() + kReserved + 1);
   return box;
 }
 

@@ -24,7 +24,8 @@ class MediaMap {
   std::optional<std::uint64_t> At(std::uint64_t position) const;
   // How much media follows that place without a gap; 0 outside.
   std::uint64_t Behind(std::uint64_t position) const;
-  std::uint64_t Size() const { return size_; }  // of all media, with the gaps
+  // Of all media, with the gaps.
+  std::uint64_t Size() const { return size_; }
 
  private:
   struct Part {
@@ -34,7 +35,8 @@ class MediaMap {
 
   const Part* PartAt(std::uint64_t position) const;
 
-  std::vector<Part> parts_;  // by position in the file
+  // By position in the file.
+  std::vector<Part> parts_;
   std::vector<std::uint64_t> gaps_;
   std::uint64_t size_ = 0;
 };

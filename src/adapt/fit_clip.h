@@ -1,4 +1,4 @@
-// A clip as it is made to fit others.
+// Holds a clip as it is made to fit others.
 #pragma once
 
 #include <cstdint>
@@ -16,8 +16,10 @@ namespace clipchain {
 struct FitBox {
   unsigned int type;
   std::uint64_t position;
-  std::uint64_t header;  // bytes
-  std::uint64_t size;    // of the whole box
+  // Bytes.
+  std::uint64_t header;
+  // Of the whole box.
+  std::uint64_t size;
 
   std::uint64_t Body() const { return position + header; }
   std::uint64_t End() const { return position + size; }
@@ -68,7 +70,8 @@ class FitClip {
   std::string path_;
   std::uint64_t size_ = 0;
   std::uint64_t memory_ = 0;
-  std::unique_ptr<QUIRVA::QvFile> file_;  // while the clip is opened
+  // While the clip is opened.
+  std::unique_ptr<QUIRVA::QvFile> file_;
   std::vector<FitBox> layout_;
 };
 

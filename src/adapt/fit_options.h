@@ -1,4 +1,4 @@
-// What may be done to clips so that they fit each other.
+// Says what may be done to clips so that they fit each other.
 #pragma once
 
 #include <limits>

@@ -28,6 +28,7 @@ std::string_view AdaptationName(AdaptationKind kind) { return RowOf(kind).name; 
 std::string_view AdaptationWords(AdaptationKind kind) { return RowOf(kind).words; }
 
 bool IsWarning(FitProblemKind kind) {
+  // What is left out or shown otherwise is told; the samples are all there.
   return kind == FitProblemKind::kBoxLost || kind == FitProblemKind::kShownOtherwise ||
          kind == FitProblemKind::kTableLost || kind == FitProblemKind::kTopLevelBoxLost;
 }

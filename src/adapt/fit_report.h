@@ -25,15 +25,19 @@ std::string_view AdaptationWords(AdaptationKind kind);
 // One thing that is done to a clip.
 struct FitNote {
   AdaptationKind kind;
-  std::size_t clip;    // index in the list
-  unsigned int track;  // identifier in that clip; 0 if about no one track
-  std::string text;    // the rest of a sentence that begins with the path
+  // Index in the list.
+  std::size_t clip;
+  // Identifier in that clip; 0 if about no one track.
+  unsigned int track;
+  // The rest of a sentence that begins with the path.
+  std::string text;
 };
 
 // What speaks against a merge or would be lost in it, in the words of the workflow's messages.
 enum class FitProblemKind {
   kBoxDamaged,
-  kBoxLost,  // a warning
+  // A warning.
+  kBoxLost,
   kChaptersImpossible,
   kChaptersThere,
   kEditsCut,
@@ -49,10 +53,13 @@ enum class FitProblemKind {
   kMovieTooLarge,
   kSampleDescription,
   kSamplesOutsideMedia,
-  kShownOtherwise,  // a warning
-  kTableLost,       // a warning
+  // A warning.
+  kShownOtherwise,
+  // A warning.
+  kTableLost,
   kTablesDisagree,
-  kTopLevelBoxLost,  // a warning
+  // A warning.
+  kTopLevelBoxLost,
   kTrackCount,
   kTrackDrift,
   kTrackWithoutPartner
@@ -79,8 +86,10 @@ bool IsWarning(FitProblemKind kind);
 // The last sample of one track of a clip is shown longer than in the clip.
 struct FitHold {
   std::size_t clip;
-  unsigned int track;   // identifier in the first clip
-  std::uint32_t ticks;  // of the first clip's track
+  // Identifier in the first clip.
+  unsigned int track;
+  // Of the first clip's track.
+  std::uint32_t ticks;
 };
 
 // Grows while the adaptations look at the clips, one after the other.

@@ -40,6 +40,8 @@ class Fragments final : public Adaptation {
 void Fragments::AdaptClip(FitClip& clip, std::size_t index, FitReport& report) {
   const FitBox* place = clip.Place(FourCc("moof"));
   if (place == nullptr && clip.movie.Child(FourCc("mvex")) == nullptr) return;
+  // A movie that only announces fragments has none of its samples in this file, and a merge of it
+  // would hold nothing.
   if (place == nullptr && !HasSamples(clip.movie)) {
     report.Refuse(FitProblemKind::kFragmented, index, 0,
                   "announces samples in fragments and has none: it is the beginning of a stream "
@@ -55,6 +57,7 @@ void Fragments::AdaptClip(FitClip& clip, std::size_t index, FitReport& report) {
   if (!movie) {
     FitProblem& told = report.problems.emplace_back(problem.text.empty() ? fragmented.Problem()
                                                                          : std::move(problem));
+    // Who reads the movie knows of no list of clips.
     told.clip = index;
     return;
   }

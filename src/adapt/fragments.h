@@ -1,4 +1,4 @@
-// Samples in fragments, put into the tables of one movie.
+// Puts samples in fragments into the tables of one movie.
 #pragma once
 
 #include <memory>

@@ -1,4 +1,4 @@
-// Sample tables of clips in one form, and those that the engine does not join.
+// Brings sample tables of clips into one form, and joins those that the engine does not.
 #pragma once
 
 #include <memory>

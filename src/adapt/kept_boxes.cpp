@@ -73,7 +73,8 @@ class KeptBoxes final : public Adaptation {
   struct Differences {
     bool descriptions = false;
     bool references = false;
-    std::set<unsigned int> others;  // types of boxes
+    // Types of boxes.
+    std::set<unsigned int> others;
   };
 
   static void Look(const RawBox& movie, std::size_t index, FitReport& report) {

@@ -56,6 +56,7 @@ void WalkChunks(const Tables& tables, See see) {
   std::size_t run = 0;
   for (std::size_t i = 0; i < tables.offsets.size() && sample < tables.sizes.count; ++i) {
     while (run + 1 < tables.runs.size() && tables.runs[run + 1].firstChunk <= i + 1) ++run;
+    // Nobody says how many samples the chunks hold; other checks tell that.
     if (tables.runs.empty()) return;
     Chunk chunk{
         tables.offsets[i], 0, sample,
@@ -96,6 +97,8 @@ class MediaPlaces final : public Adaptation {
     std::uint64_t outside = 0;
     Chunk first;
     WalkChunks(*tables, [&](const Chunk& chunk) {
+      // Samples outside of "mdat" would not be copied, and the result would show what stands at
+      // their place there.
       if (chunk.bytes <= media.Behind(chunk.position)) return;
       if (outside++ == 0) first = chunk;
     });

@@ -1,4 +1,4 @@
-// A box as a tree that keeps every byte: edited in place, written back.
+// Keeps a box as a tree with every byte: edited in place, written back.
 #pragma once
 
 #include <cstddef>
@@ -26,7 +26,8 @@ class RawBox {
   [[nodiscard]] bool Take(std::span<const unsigned char>& bytes);
 
   std::uint64_t Size() const;
-  void Write(Bytes& out) const;  // appends
+  // Appends.
+  void Write(Bytes& out) const;
 
   // The first child of that type; null without one.
   RawBox* Child(unsigned int childType);
@@ -34,7 +35,8 @@ class RawBox {
   // The first box down a path of types below this one; null where a step is missing.
   RawBox* At(std::initializer_list<unsigned int> path);
   const RawBox* At(std::initializer_list<unsigned int> path) const;
-  void Remove(unsigned int childType);  // all children of that type
+  // All children of that type.
+  void Remove(unsigned int childType);
 
   unsigned int type = 0;
   // Written with a size of 64 bits, whether it is needed or not.

@@ -180,7 +180,8 @@ class SampleDescriptions final : public Adaptation {
     }
   }
 
-  std::vector<Bytes> largest_;  // descriptions of each track with the largest rates so far
+  // Descriptions of each track with the largest rates so far.
+  std::vector<Bytes> largest_;
   // By track, of which boxes the fields are that differ, counted in their order.
   std::vector<std::set<std::size_t>> differing_;
 };

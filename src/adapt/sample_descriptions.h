@@ -1,4 +1,4 @@
-// Sample descriptions of tracks that continue each other, compared as bytes.
+// Compares sample descriptions of tracks that continue each other as bytes.
 #pragma once
 
 #include <memory>

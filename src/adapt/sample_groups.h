@@ -72,7 +72,8 @@ class SampleGroups {
 
   struct Kind {
     GroupDescriptions descriptions;
-    std::map<Bytes, std::uint32_t, Shorter> places;  // of entries that were looked for
+    // Of entries that were looked for.
+    std::map<Bytes, std::uint32_t, Shorter> places;
     // How many of them are those of the movie box, which a fragment may speak of.
     std::size_t ofMovie = 0;
     // The box as it was, while nothing was added to it.

@@ -97,7 +97,8 @@ class Extent {
 
  private:
   std::optional<Moment> least_;
-  std::optional<Moment> most_;  // of those that lead
+  // Of those that lead.
+  std::optional<Moment> most_;
   std::vector<Moment> others_;
 };
 
@@ -238,7 +239,8 @@ class Planner {
   bool waits_;
   Walker walker_;
   Moment tolerance_;
-  std::vector<bool> leads_;  // by track
+  // By track.
+  std::vector<bool> leads_;
   SampleHolds holds_;
 };
 

@@ -1,5 +1,5 @@
-// The top level of a file: boxes that the engine refuses, a missing file type box, several media
-// boxes.
+// Makes the top level of a file one that the engine takes: boxes that the engine refuses, a missing
+// file type box, several media boxes.
 #pragma once
 
 #include <memory>

@@ -27,7 +27,8 @@ constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 struct TrackLook {
   unsigned int kind = 0;
   unsigned int entryType = 0;
-  Bytes descriptions;  // without declared bit rates
+  // Without declared bit rates.
+  Bytes descriptions;
   Bytes name;
   Bytes language;
 };

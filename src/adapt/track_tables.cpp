@@ -134,6 +134,7 @@ bool Rise(const std::vector<std::uint32_t>& numbers) {
 template <typename Run, typename Value>
 void AppendRun(std::vector<Run>& runs, std::uint64_t count, Value Run::*member, Value value) {
   if (!runs.empty() && runs.back().*member == value) {
+    // A run counts with 32 bits, and clips together may have more samples of one length.
     const std::uint64_t more = std::min(count, kMost32Bits - runs.back().count);
     runs.back().count += static_cast<std::uint32_t>(more);
     count -= more;
@@ -210,6 +211,7 @@ std::optional<ChunkRuns> ReadChunkRuns(const RawBox& stsc) {
   if (!runs) return std::nullopt;
   std::uint64_t next = 1;
   for (const ChunkRun& run : *runs) {
+    // The first run begins with chunk 1, or nobody knows what the chunks ahead of it hold (8.7.4).
     const bool isInPlace = next == 1 ? run.firstChunk == 1 : run.firstChunk >= next;
     if (!isInPlace || run.description == 0) return std::nullopt;
     next = std::uint64_t{run.firstChunk} + 1;
@@ -266,6 +268,7 @@ std::optional<RawBox> OffsetsBox(const OffsetRuns& runs) {
     most = std::max(most, run.offset);
   }
   const bool isSigned = least < 0;
+  // Version 1 has a sign and so reaches half as far (8.6.1.3).
   const std::int64_t top = isSigned ? std::numeric_limits<std::int32_t>::max()
                                     : std::int64_t{std::numeric_limits<std::uint32_t>::max()};
   if (least < std::numeric_limits<std::int32_t>::min() || most > top) return std::nullopt;
@@ -293,6 +296,7 @@ RawBox ChunkRunsBox(const ChunkRuns& runs) {
 
 RawBox ChunkOffsetsBox(const std::vector<std::uint64_t>& offsets) {
   const auto most = std::max_element(offsets.begin(), offsets.end());
+  // Players read either; the narrow form takes half the room.
   if (most == offsets.end() || *most <= kMost32Bits) {
     return TableBox(FourCc("stco"), 0, offsets, kField<be32>);
   }

@@ -86,13 +86,15 @@ std::optional<Edits> ReadEdits(const RawBox& elst);
 RawBox TimesBox(const TimeRuns& runs);
 // Version 1 where an offset is negative. Nothing: an offset that the version cannot say.
 std::optional<RawBox> OffsetsBox(const OffsetRuns& runs);
-RawBox SizesBox(const SampleSizes& sizes);  // always "stsz"
+// Always "stsz".
+RawBox SizesBox(const SampleSizes& sizes);
 RawBox ChunkRunsBox(const ChunkRuns& runs);
 // "stco" where all offsets fit, else "co64".
 RawBox ChunkOffsetsBox(const std::vector<std::uint64_t>& offsets);
 RawBox SampleNumbersBox(unsigned int type, const std::vector<std::uint32_t>& numbers);
 RawBox DependenciesBox(std::span<const unsigned char> dependencies);
-RawBox EditsBox(const Edits& edits);  // version 1 where a number needs it
+// Version 1 where a number needs it.
+RawBox EditsBox(const Edits& edits);
 
 // Append to the last run where that says the same, else as a run of its own. A count beyond 32 bits
 // takes several.

@@ -27,7 +27,8 @@ struct CardProofOptions {
 
 struct PathAndReason {
   std::string path;
-  std::string reason;  // the rest of a sentence that begins with the path
+  // The rest of a sentence that begins with the path.
+  std::string reason;
 };
 
 struct CardProof {

@@ -15,19 +15,28 @@ namespace clipchain {
 
 struct TrackInfo {
   unsigned int id;
-  unsigned int handler;                     // four-character code; 0 without a handler
-  std::vector<unsigned int> sampleEntries;  // four-character codes
+  // Four-character code; 0 without a handler.
+  unsigned int handler;
+  // Four-character codes.
+  std::vector<unsigned int> sampleEntries;
   unsigned int samples;
-  unsigned int timeScale;  // ticks a second
-  long long duration;      // of the media, in ticks of the track
+  // Ticks a second.
+  unsigned int timeScale;
+  // Of the media, in ticks of the track.
+  long long duration;
 };
 
 struct BoxInfo {
-  unsigned int type;   // four-character code
-  long long position;  // of the first byte in the file
-  long long size;      // of the whole box
-  _GUID usertype;      // of a "uuid" box
-  unsigned int depth;  // 0 at the top level
+  // Four-character code.
+  unsigned int type;
+  // Of the first byte in the file.
+  long long position;
+  // Of the whole box.
+  long long size;
+  // Of a "uuid" box.
+  _GUID usertype;
+  // 0 at the top level.
+  unsigned int depth;
 };
 
 struct ClipInfo {

@@ -12,13 +12,16 @@ namespace clipchain {
 // Clips that lie together: in a folder that was named, or as files that were named one after
 // another. Paths are bytes, as the system has them.
 struct Volume {
-  std::string folder;              // as it was named; empty for files
-  std::vector<std::string> clips;  // sorted by name in a folder, else as they were named
+  // As it was named; empty for files.
+  std::string folder;
+  // Sorted by name in a folder, else as they were named.
+  std::vector<std::string> clips;
 };
 
 struct UnreadablePath {
   std::string path;
-  std::string reason;  // the rest of a sentence that begins with the path
+  // The rest of a sentence that begins with the path.
+  std::string reason;
 };
 
 struct FoundClips {

@@ -1,4 +1,4 @@
-/* The safe door for C and for other languages: clips are checked, merged, compared with what is
+/* Opens the safe door to C and to other languages: clips are checked, merged, compared with what is
  * kept of them and made again as the tool does it, so that no call can harm a clip or leave half a
  * result. Plain C.
  *

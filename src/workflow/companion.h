@@ -1,4 +1,4 @@
-// What a merge writes beside its output.
+// Writes what a merge leaves beside its output.
 #pragma once
 
 #include <string>

@@ -11,10 +11,14 @@
 namespace clipchain {
 
 enum class Severity {
-  kNote,     // worth knowing; nothing is wrong
-  kWarning,  // the result may not be what was meant; nothing is held up
-  kRisk,     // the result would be damaged: held up, unless the user insists
-  kRefusal   // cannot be done, or would put an input at risk: held up always
+  // Worth knowing; nothing is wrong.
+  kNote,
+  // The result may not be what was meant; nothing is held up.
+  kWarning,
+  // The result would be damaged: held up, unless the user insists.
+  kRisk,
+  // Cannot be done, or would put an input at risk: held up always.
+  kRefusal
 };
 
 // "note", "warning", "problem" for a risk, "error" for a refusal.

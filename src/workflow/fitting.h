@@ -1,4 +1,4 @@
-// How clips that do not fit each other as they are come to fit.
+// Says how clips that do not fit each other as they are may come to fit.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// Folders for results.
+// Makes folders for results.
 #pragma once
 
 #include <optional>

@@ -18,11 +18,16 @@
 namespace clipchain {
 
 enum class Outcome {
-  kMerged,   // the output is there now
-  kAlready,  // the output was there, and is what the inputs give
-  kFailed,   // the findings say why; an output that was there is as it was
-  kLeftOut,  // as planned
-  kNotRun    // the work was stopped before
+  // The output is there now.
+  kMerged,
+  // The output was there, and is what the inputs give.
+  kAlready,
+  // The findings say why; an output that was there is as it was.
+  kFailed,
+  // As planned.
+  kLeftOut,
+  // The work was stopped before.
+  kNotRun
 };
 
 // "merged", "already there", "failed", "left out", "not run".

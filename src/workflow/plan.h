@@ -20,11 +20,16 @@
 namespace clipchain {
 
 enum class LeftOut {
-  kNo,            // it is merged
-  kSingle,        // a whole recording of one clip, which needs no merge
-  kIncomplete,    // a clip is missing at an end
-  kCopy,          // all of its clips are there a second time, in another sequence
-  kContradiction  // its clips contradict each other, or other clips, about what they are
+  // It is merged.
+  kNo,
+  // A whole recording of one clip, which needs no merge.
+  kSingle,
+  // A clip is missing at an end.
+  kIncomplete,
+  // All of its clips are there a second time, in another sequence.
+  kCopy,
+  // Its clips contradict each other, or other clips, about what they are.
+  kContradiction
 };
 
 // The name by which programs know it: "single", "incomplete", "copy", "contradiction"; empty for

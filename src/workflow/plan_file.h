@@ -27,8 +27,10 @@ inline constexpr std::size_t kLargestPlan = std::size_t{64} << 20;
                                                              const std::string& path);
 
 struct PlanReading {
-  std::vector<Job> jobs;         // those that are to be run; inputs and output alone are filled in
-  std::optional<Finding> fault;  // why there are none, where there are none
+  // Those that are to be run; inputs and output alone are filled in.
+  std::vector<Job> jobs;
+  // Why there are none, where there are none.
+  std::optional<Finding> fault;
 };
 
 // Reads such a document and no other file. One that contradicts itself anywhere is
@@ -38,8 +40,10 @@ struct PlanReading {
                                                  const std::function<bool()>& goOn = {});
 
 struct JobReading {
-  Job job;                       // inputs and output alone are filled in
-  std::optional<Finding> fault;  // why there is none, where there is none
+  // Inputs and output alone are filled in.
+  Job job;
+  // Why there is none, where there is none.
+  std::optional<Finding> fault;
 };
 
 // Reads the job of that number, from 1 on, so that each job of a long plan can be run by itself: in

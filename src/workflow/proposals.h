@@ -21,14 +21,22 @@ CLIPCHAIN_API std::string_view GradeName(Grade grade);
 CLIPCHAIN_API std::optional<Grade> GradeOfName(std::string_view name);
 
 enum class EvidenceKind {
-  kDescription,  // the clips fit each other
-  kTimecode,     // the next clip's first timecode follows the last one's end
-  kClock,        // creation times and durations run on
-  kSplit,        // every clip but the last stops at a limit
-  kNumbers,      // a number in the names runs on
-  kIdentity,     // the clips hold the same value where others hold another one
-  kMediaClock,   // time stamps inside the media run on
-  kFileTimes     // the system's times of the files run on
+  // The clips fit each other.
+  kDescription,
+  // The next clip's first timecode follows the last one's end.
+  kTimecode,
+  // Creation times and durations run on.
+  kClock,
+  // Every clip but the last stops at a limit.
+  kSplit,
+  // A number in the names runs on.
+  kNumbers,
+  // The clips hold the same value where others hold another one.
+  kIdentity,
+  // Time stamps inside the media run on.
+  kMediaClock,
+  // The system's times of the files run on.
+  kFileTimes
 };
 
 // "description", "timecode", "clock", "split", "numbers", "identity", "media_clock", "file_times".

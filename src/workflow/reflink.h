@@ -10,9 +10,12 @@
 namespace clipchain {
 
 enum class Reflink {
-  kNever,   // the result has bytes of its own
-  kAuto,    // what can be shared is; all else is copied
-  kAlways,  // a result whose media can't be shared is not made
+  // The result has bytes of its own.
+  kNever,
+  // What can be shared is; all else is copied.
+  kAuto,
+  // A result whose media can't be shared is not made.
+  kAlways,
 };
 
 // "never", "auto", "always".

@@ -14,7 +14,8 @@ namespace clipchain {
 
 struct RescueStep {
   enum class Phase { kLooking, kSearching, kCopying, kVerifying, kFlushing } phase;
-  long long current;  // bytes
+  // Bytes.
+  long long current;
   long long total;
 };
 
@@ -32,10 +33,13 @@ struct RescueOptions {
 
 struct RescuedTrack {
   unsigned int id = 0;
-  std::string kind;    // of its handler, "vide"
-  std::string format;  // of its samples, "avc1"
-  std::string method;  // how its samples were found: "records", "units", "markers", "decoder",
-                       // "headers", "constant size", "place"; empty: there is no way
+  // Of its handler, "vide".
+  std::string kind;
+  // Of its samples, "avc1".
+  std::string format;
+  // How its samples were found: "records", "units", "markers", "decoder", "headers", "constant
+  // size", "place"; empty: there is no way.
+  std::string method;
   long long samples = 0;
   long long bytes = 0;
   double seconds = 0;

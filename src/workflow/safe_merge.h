@@ -1,4 +1,4 @@
-// A merge that leaves either the complete, verified result or nothing.
+// Merges clips and leaves either the complete, verified result or nothing.
 #pragma once
 
 #include <functional>
@@ -17,8 +17,10 @@
 namespace clipchain {
 
 enum class Verification {
-  kSeams,  // structure, sums, and the bytes of the samples on both sides of each seam
-  kFull    // structure, sums, and the bytes of every sample, read back from the disk
+  // Structure, sums, and the bytes of the samples on both sides of each seam.
+  kSeams,
+  // Structure, sums, and the bytes of every sample, read back from the disk.
+  kFull
 };
 
 struct SafeMergeOptions {

@@ -8,8 +8,10 @@ namespace clipchain {
 // How far picture and sound of the result have run apart where a clip ends. The engine appends each
 // track by itself, so what one clip has too much or too little of a track moves all that follows.
 struct Seam {
-  std::size_t clip;     // index of the clip that ends here
-  double milliseconds;  // between the track that is farthest ahead and the one farthest behind
+  // Index of the clip that ends here.
+  std::size_t clip;
+  // Between the track that is farthest ahead and the one farthest behind.
+  double milliseconds;
 };
 
 }  // namespace clipchain

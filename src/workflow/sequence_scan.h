@@ -34,14 +34,21 @@ struct SequenceClip {
 };
 
 struct SequenceReport {
-  std::optional<MP4G::_tagSequenceTimedate> date;  // of the first clip; none if it is not known
-  bool closedAtHead;                               // nothing is missing in front
-  bool closedAtTail;                               // nothing is missing behind
-  bool cameraStream;                               // the first clip carries the camera's marker
-  _GUID headID;                                    // by which the ends are known
+  // Of the first clip; none if it is not known.
+  std::optional<MP4G::_tagSequenceTimedate> date;
+  // Nothing is missing in front.
+  bool closedAtHead;
+  // Nothing is missing behind.
+  bool closedAtTail;
+  // The first clip carries the camera's marker.
+  bool cameraStream;
+  // By which the ends are known.
+  _GUID headID;
   _GUID tailID;
-  std::vector<unsigned int> volumes;  // that the clips lie on, ascending
-  std::vector<SequenceClip> clips;    // from head to tail
+  // That the clips lie on, ascending.
+  std::vector<unsigned int> volumes;
+  // From head to tail.
+  std::vector<SequenceClip> clips;
   // Index of the recording that has all of its clips a second time, by identifier and size: this
   // one is a copy of that one or of a part of it.
   std::optional<std::size_t> copyOf{};

@@ -1,4 +1,4 @@
-// A merge whose result goes to a reader, such as a pipe, in one pass.
+// Merges clips into a reader, such as a pipe, in one pass.
 #pragma once
 
 #include <string>

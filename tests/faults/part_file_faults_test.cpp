@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <system_error>
 
 #include "support/failing_calls.h"
 #include "support/temp_dir.h"
@@ -40,7 +41,7 @@ class PartFileFaults : public testing::Test {
     return folder / ".out.mp4.clipchain-4711-0123456789abcdef.part";
   }
   // A file that is ready to get its name.
-  void Create(PartFile& part) const { ASSERT_EQ(0, part.Create(output)); }
+  void Create(PartFile& part) const { ASSERT_EQ(std::error_code(), part.Create(output)); }
 
   support::TempDir folder;
   std::string output = folder / "out.mp4";
@@ -52,7 +53,7 @@ TEST_F(PartFileFaults, DoesWithoutLocksWhereThereAreNone) {
   for (const int error : {ENOLCK, EOPNOTSUPP, ENOSYS, EPERM, EACCES, EINVAL}) {
     const Disturbance disturbance(Call::kFlock, error);
     PartFile part;
-    EXPECT_EQ(0, part.Create(output)) << error;
+    EXPECT_EQ(std::error_code(), part.Create(output)) << error;
     EXPECT_EQ(1u, disturbance.Count());
   }
   EXPECT_EQ(0u, Entries());
@@ -60,14 +61,14 @@ TEST_F(PartFileFaults, DoesWithoutLocksWhereThereAreNone) {
 
 TEST_F(PartFileFaults, IsNotMadeWhereALockFails) {
   const Disturbance disturbance(Call::kFlock, EIO);
-  EXPECT_EQ(EIO, PartFile().Create(output));
+  EXPECT_EQ(std::errc::io_error, PartFile().Create(output));
   EXPECT_EQ(0u, Entries());
 }
 
 TEST_F(PartFileFaults, WaitsOutASignal) {
   const Disturbance disturbance(Call::kFlock, EINTR, 0, 2);
   PartFile part;
-  EXPECT_EQ(0, part.Create(output));
+  EXPECT_EQ(std::error_code(), part.Create(output));
   EXPECT_EQ(3u, disturbance.Count());
 }
 
@@ -76,20 +77,20 @@ TEST_F(PartFileFaults, TriesAgainWhereSomebodyTakesItForALeftover) {
   {
     const Disturbance disturbance(Call::kFlock, EWOULDBLOCK, 0, 2);
     PartFile part;
-    EXPECT_EQ(0, part.Create(output));
+    EXPECT_EQ(std::error_code(), part.Create(output));
     EXPECT_EQ(1u, Entries());
   }
   const Disturbance disturbance(
       Call::kFlock, [this] { fs::remove(fs::directory_iterator(folder.path())->path()); });
   PartFile part;
-  EXPECT_EQ(0, part.Create(output));
+  EXPECT_EQ(std::error_code(), part.Create(output));
   EXPECT_TRUE(fs::exists(part.path()));
   EXPECT_EQ(2u, disturbance.Count());
 }
 
 TEST_F(PartFileFaults, GivesUpWhereSomebodyAlwaysDoes) {
   const Disturbance disturbance(Call::kFlock, EWOULDBLOCK);
-  EXPECT_EQ(EEXIST, PartFile().Create(output));
+  EXPECT_EQ(std::errc::file_exists, PartFile().Create(output));
   EXPECT_EQ(16u, disturbance.Count());
   EXPECT_EQ(0u, Entries());
 }
@@ -97,16 +98,16 @@ TEST_F(PartFileFaults, GivesUpWhereSomebodyAlwaysDoes) {
 TEST_F(PartFileFaults, SaysThatWhatItCannotUseCannotBeRemoved) {
   const Disturbance lock(Call::kFlock, EWOULDBLOCK, 0, 1);
   const Disturbance removal(Call::kUnlink, EROFS, 0, 1);
-  EXPECT_EQ(EROFS, PartFile().Create(output));
+  EXPECT_EQ(std::errc::read_only_file_system, PartFile().Create(output));
 }
 
 TEST_F(PartFileFaults, IsNotMadeWhereItCannotBeLookedAtOrCreated) {
   {
     const Disturbance disturbance(Call::kFstat, EIO);
-    EXPECT_EQ(EIO, PartFile().Create(output));
+    EXPECT_EQ(std::errc::io_error, PartFile().Create(output));
   }
   const Disturbance disturbance(Call::kOpen, EMFILE, 1);
-  EXPECT_EQ(EMFILE, PartFile().Create(output));
+  EXPECT_EQ(std::errc::too_many_files_open, PartFile().Create(output));
   EXPECT_EQ(0u, Entries());
 }
 
@@ -115,9 +116,9 @@ TEST_F(PartFileFaults, IsLinkedWhereTheSystemCannotRenameWithoutReplacing) {
     const Disturbance disturbance(Call::kRenameat2, error);
     PartFile part;
     Create(part);
-    EXPECT_EQ(0, part.Publish(false)) << error;
+    EXPECT_EQ(std::error_code(), part.Publish(false)) << error;
     EXPECT_EQ(2u, Entries());
-    EXPECT_EQ(0, part.FlushFolder());
+    EXPECT_EQ(std::error_code(), part.FlushFolder());
     EXPECT_EQ(1u, Entries());
     EXPECT_TRUE(fs::remove(output));
   }
@@ -125,7 +126,7 @@ TEST_F(PartFileFaults, IsLinkedWhereTheSystemCannotRenameWithoutReplacing) {
   support::WriteFile(output, Text("old"));
   PartFile part;
   Create(part);
-  EXPECT_EQ(EEXIST, part.Publish(false));
+  EXPECT_EQ(std::errc::file_exists, part.Publish(false));
   EXPECT_EQ(Text("old"), support::ReadFile(output));
 }
 
@@ -136,9 +137,9 @@ TEST_F(PartFileFaults, LooksAndRenamesWhereTheSystemCanDoNeither) {
     const Disturbance linking(Call::kLink, error);
     PartFile part;
     Create(part);
-    EXPECT_EQ(0, part.Publish(false)) << error;
+    EXPECT_EQ(std::error_code(), part.Publish(false)) << error;
     EXPECT_EQ(1u, Entries());
-    EXPECT_EQ(0, part.FlushFolder());
+    EXPECT_EQ(std::error_code(), part.FlushFolder());
     EXPECT_TRUE(fs::remove(output));
   }
   const Disturbance renaming(Call::kRenameat2, EINVAL);
@@ -146,11 +147,11 @@ TEST_F(PartFileFaults, LooksAndRenamesWhereTheSystemCanDoNeither) {
   PartFile part;
   Create(part);
   support::WriteFile(output, Text("old"));
-  EXPECT_EQ(EEXIST, part.Publish(false));
+  EXPECT_EQ(std::errc::file_exists, part.Publish(false));
   EXPECT_EQ(Text("old"), support::ReadFile(output));
   fs::remove(output);
   fs::create_symlink("nowhere", output);
-  EXPECT_EQ(EEXIST, part.Publish(false));
+  EXPECT_EQ(std::errc::file_exists, part.Publish(false));
 }
 
 TEST_F(PartFileFaults, LooksOnlyWhereNoOtherRunDoesSo) {
@@ -171,7 +172,7 @@ TEST_F(PartFileFaults, LooksOnlyWhereNoOtherRunDoesSo) {
           ::flock(folderOfOther, LOCK_UN);
         },
         2);
-    EXPECT_EQ(EEXIST, part.Publish(false));
+    EXPECT_EQ(std::errc::file_exists, part.Publish(false));
     EXPECT_EQ(1, looks);
     EXPECT_LE(3u, lock.Count());
   }
@@ -179,12 +180,12 @@ TEST_F(PartFileFaults, LooksOnlyWhereNoOtherRunDoesSo) {
   EXPECT_EQ(Text("of the other"), support::ReadFile(output));
   fs::remove(output);
   const Disturbance noLocks(Call::kFlock, ENOLCK);
-  EXPECT_EQ(0, part.Publish(false));
+  EXPECT_EQ(std::error_code(), part.Publish(false));
 }
 
 TEST_F(PartFileFaults, IsNotMadeWhereItCouldNotBeRenamed) {
   const Disturbance disturbance(Call::kRenameat2, EIO);
-  EXPECT_EQ(EIO, PartFile().Create(output));
+  EXPECT_EQ(std::errc::io_error, PartFile().Create(output));
   EXPECT_EQ(0u, Entries());
 }
 
@@ -193,14 +194,14 @@ TEST_F(PartFileFaults, KeepsItsHiddenNameWhereItGetsNoOther) {
     const Disturbance disturbance(Call::kRenameat2, EIO, 1);
     PartFile part;
     Create(part);
-    EXPECT_EQ(EIO, part.Publish(false));
+    EXPECT_EQ(std::errc::io_error, part.Publish(false));
     EXPECT_TRUE(fs::exists(part.path()));
   }
   {
     const Disturbance disturbance(Call::kRename, EIO);
     PartFile part;
     Create(part);
-    EXPECT_EQ(EIO, part.Publish(true));
+    EXPECT_EQ(std::errc::io_error, part.Publish(true));
     EXPECT_TRUE(fs::exists(part.path()));
   }
   EXPECT_EQ(0u, Entries()) << "it goes in the end";
@@ -211,8 +212,8 @@ TEST_F(PartFileFaults, TakesAFolderThatKnowsNoFlushingAsFlushed) {
     const Disturbance disturbance(Call::kFsync, error);
     PartFile part;
     Create(part);
-    EXPECT_EQ(0, part.Publish(true));
-    EXPECT_EQ(error == EIO ? EIO : 0, part.FlushFolder());
+    EXPECT_EQ(std::error_code(), part.Publish(true));
+    EXPECT_EQ(error == EIO ? EIO : 0, part.FlushFolder().value());
     EXPECT_EQ(1u, disturbance.Count());
   }
 }

@@ -5,6 +5,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
+import comments
 import exports
 import headers
 import layers
@@ -115,6 +116,29 @@ class ResultCodeCheck(HouseCheck):
     def test_refuses_a_code_that_may_be_passed_over(self):
         for line in ("HRESULT Take(int a);", "  static HRESULT Take(", "std::error_code Take();"):
             self.assertEqual(["src/box/a.h:1: Take is not [[nodiscard]]"], self.faults_of(line))
+
+
+class CommentCheck(HouseCheck):
+    def faults_of(self, *lines):
+        self.write("src/workflow/a/a.h", "\n".join(lines) + "\n")
+        return comments.check(self.root)
+
+    def test_passes_a_verb_in_front_and_comments_above(self):
+        self.assertEqual([], self.faults_of("// Finds a clip.", "// In bytes.", "int size;"))
+        self.assertEqual([], self.faults_of("/* Opens a door. */", 'auto a = "http://b";', "}  // c"))
+
+    def test_refuses_a_header_that_begins_with_a_noun(self):
+        for line in ("// Folders for results.", "// The folders.", "int a;", ""):
+            self.assertEqual(
+                ["src/workflow/a/a.h:1: does not begin with a verb"], self.faults_of(line)
+            )
+
+    def test_refuses_a_comment_behind_a_field(self):
+        faults = self.faults_of("// Finds a clip.", "int size;  // bytes", 'auto a = "//";  // b')
+        self.assertEqual(2, len(faults))
+
+    def test_refuses_to_find_nothing(self):
+        self.assertEqual(1, len(comments.check(self.root)))
 
 
 class LengthCheck(HouseCheck):

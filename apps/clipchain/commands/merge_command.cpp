@@ -36,7 +36,8 @@ struct MergeOptions {
   std::vector<std::string> inputs;
   SafeMergeOptions merge;
   KeepOptions keep;
-  std::vector<std::string> job;  // in place of inputs and output
+  // In place of inputs and output.
+  std::vector<std::string> job;
   bool sort = false;
   bool removeLeftovers = false;
   bool quiet = false;

@@ -1,5 +1,6 @@
-// What the command line says about itself, read from its own table of options: for its help, the
-// manual pages and the completions of shells, which so can't say anything else than what it takes.
+// Tells what the command line says about itself, read from its own table of options: for its help,
+// the manual pages and the completions of shells, which so can't say anything else than what it
+// takes.
 #pragma once
 
 #include <string>
@@ -27,9 +28,12 @@ struct OptionWords {
 };
 
 struct CommandWords {
-  std::string name;                  // "merge"; "clipchain" for the tool itself
-  std::string text;                  // what it does, a phrase without a full stop
-  std::vector<OptionWords> options;  // in the order of the table, help first
+  // "merge"; "clipchain" for the tool itself.
+  std::string name;
+  // What it does, a phrase without a full stop.
+  std::string text;
+  // In the order of the table, help first.
+  std::vector<OptionWords> options;
   std::vector<OptionWords> operands;
 };
 

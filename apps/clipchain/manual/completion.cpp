@@ -44,7 +44,7 @@ std::vector<std::string> OptionNames(const CommandWords& command) {
 }
 
 // Text in single quotes, for all three shells: fish knows \' in them, the others do not.
-std::string Quoted(const std::string& text, const char* quote) {
+std::string InQuotes(const std::string& text, const char* quote) {
   std::string quoted = "'";
   for (const char c : text) quoted += c == '\'' ? std::string(quote) : std::string(1, c);
   return quoted + '\'';
@@ -87,12 +87,12 @@ std::string ZshOption(const OptionWords& option) {
   for (const std::string& name : option.names) {
     const bool isLong = name.starts_with("--");
     lines += fmt::format("    {} \\\n",
-                         Quoted(fmt::format("({}){}{}[{}]{}", Join(option.names, " "), name,
-                                            option.value.empty() ? ""
-                                            : isLong             ? "="
-                                                                 : "",
-                                            text, value),
-                                "'\\''"));
+                         InQuotes(fmt::format("({}){}{}[{}]{}", Join(option.names, " "), name,
+                                              option.value.empty() ? ""
+                                              : isLong             ? "="
+                                                                   : "",
+                                              text, value),
+                                  "'\\''"));
   }
   return lines;
 }
@@ -104,12 +104,12 @@ std::string ZshOptions(const CommandWords& command) {
 }
 
 std::string FishOption(const std::string& condition, const OptionWords& option) {
-  std::string line = fmt::format("complete -c clipchain -n {}", Quoted(condition, "\\'"));
+  std::string line = fmt::format("complete -c clipchain -n {}", InQuotes(condition, "\\'"));
   for (const std::string& name : option.names) {
     line += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
   }
   if (KindOf(option) == Kind::kChoice) {
-    line += fmt::format(" -x -a {}", Quoted(Join(Choices(option), " "), "\\'"));
+    line += fmt::format(" -x -a {}", InQuotes(Join(Choices(option), " "), "\\'"));
   } else if (KindOf(option) == Kind::kFolder) {
     line += " -x -a '(__fish_complete_directories)'";
   } else if (KindOf(option) == Kind::kFile) {
@@ -117,7 +117,7 @@ std::string FishOption(const std::string& condition, const OptionWords& option) 
   } else if (!option.value.empty()) {
     line += " -x";
   }
-  return line + fmt::format(" -d {}\n", Quoted(option.text, "\\'"));
+  return line + fmt::format(" -d {}\n", InQuotes(option.text, "\\'"));
 }
 
 }  // namespace
@@ -177,7 +177,7 @@ std::string ZshCompletion(const CLI::App& tool) {
       operands +=
           fmt::format("    '{}:{}:_files' \\\n", operand.repeated ? "*" : "", operand.value);
     }
-    list += "    " + Quoted(command.name + ':' + command.text, "'\\''") + '\n';
+    list += "    " + InQuotes(command.name + ':' + command.text, "'\\''") + '\n';
     cases += fmt::format("  {})\n    _arguments -s \\\n{}{}      && return ;;\n", command.name,
                          ZshOptions(command), operands);
   }
@@ -205,10 +205,10 @@ std::string FishCompletion(const CLI::App& tool) {
   const std::vector<CommandWords> commands = DescribeCommands(tool);
   const std::string none = "not __fish_seen_subcommand_from " + Join(NamesOf(commands), " ");
   std::string text = "# Completion of clipchain for fish.\n";
-  text += fmt::format("complete -c clipchain -n {} -f\n", Quoted(none, "\\'"));
+  text += fmt::format("complete -c clipchain -n {} -f\n", InQuotes(none, "\\'"));
   for (const CommandWords& command : commands) {
-    text += fmt::format("complete -c clipchain -n {} -a {} -d {}\n", Quoted(none, "\\'"),
-                        command.name, Quoted(command.text, "\\'"));
+    text += fmt::format("complete -c clipchain -n {} -a {} -d {}\n", InQuotes(none, "\\'"),
+                        command.name, InQuotes(command.text, "\\'"));
   }
   for (const OptionWords& option : DescribeCommand(tool).options) text += FishOption(none, option);
   for (const CommandWords& command : commands) {

@@ -8,9 +8,11 @@
 namespace clipchain {
 
 struct ExitStatus {
-  std::string_view command;  // "merge"; empty for the tool itself
+  // "merge"; empty for the tool itself.
+  std::string_view command;
   int code;
-  std::string_view text;  // sentences
+  // Sentences.
+  std::string_view text;
 };
 
 // Command by command, each with its codes in ascending order.

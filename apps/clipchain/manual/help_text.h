@@ -8,9 +8,12 @@ class App;
 namespace clipchain {
 
 struct Example {
-  const char* command;  // that it shows
-  const char* line;     // as it is typed
-  const char* words;    // what that does
+  // That it shows.
+  const char* command;
+  // As it is typed.
+  const char* line;
+  // What that does.
+  const char* words;
 };
 
 // All examples, each command's one behind the other.

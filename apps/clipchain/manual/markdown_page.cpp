@@ -184,8 +184,10 @@ class Writer {
   }
 
   std::string out_;
-  std::vector<std::string> heads_;  // of the table at hand
-  std::string blanks_;              // lines within code that may be its end
+  // Of the table at hand.
+  std::vector<std::string> heads_;
+  // Lines within code that may be its end.
+  std::string blanks_;
   bool wantsParagraph_ = false;
   bool inItem_ = false;
   bool inCode_ = false;

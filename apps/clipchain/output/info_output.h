@@ -11,7 +11,8 @@ namespace clipchain {
 
 class InfoOutput {
  public:
-  explicit InfoOutput(bool tree) : tree_(tree) {}  // with the boxes, their positions and sizes
+  // With the boxes, their positions and sizes.
+  explicit InfoOutput(bool tree) : tree_(tree) {}
   virtual ~InfoOutput() = default;
   InfoOutput(const InfoOutput&) = delete;
   InfoOutput& operator=(const InfoOutput&) = delete;

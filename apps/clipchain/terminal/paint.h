@@ -1,4 +1,4 @@
-// Colours, where somebody sees them.
+// Paints text, where somebody sees colours.
 #pragma once
 
 #include <cstdio>

@@ -43,7 +43,8 @@ struct Part {
 
 std::size_t WidthOf(const std::string& text) {
   return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
-    return (static_cast<unsigned char>(c) & 0xC0) != 0x80;  // no continuation in UTF-8
+    // No continuation in UTF-8.
+    return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
   }));
 }
 

@@ -38,7 +38,8 @@ std::string CutText(const std::string& text, std::size_t columns);
 class ProgressLine {
  public:
   explicit ProgressLine(std::FILE* stream, bool quiet = false);
-  ~ProgressLine();  // clears the line
+  // Clears the line.
+  ~ProgressLine();
   ProgressLine(const ProgressLine&) = delete;
   ProgressLine& operator=(const ProgressLine&) = delete;
 
@@ -51,14 +52,16 @@ class ProgressLine {
   // Rate and time left count from here on.
   void StartPhase();
   void Clear();
-  double Seconds() const;  // since construction
+  // Since construction.
+  double Seconds() const;
 
  private:
   std::size_t Columns() const;
 
   using Clock = std::chrono::steady_clock;
 
-  std::FILE* stream_;  // null if it is no terminal
+  // Null if it is no terminal.
+  std::FILE* stream_;
   Clock::time_point start_ = Clock::now();
   Clock::time_point phase_ = start_;
   Clock::time_point shown_{};

@@ -1,4 +1,4 @@
-// The standard output. What it does not take is never lost without a word.
+// Writes to the standard output. What it does not take is never lost without a word.
 #pragma once
 
 #include <string_view>

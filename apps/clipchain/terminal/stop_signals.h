@@ -1,4 +1,4 @@
-// Signals, as a tool has to take them that must not leave half a file behind.
+// Takes signals as a tool has to that must not leave half a file behind.
 #pragma once
 
 namespace clipchain {

@@ -29,6 +29,7 @@ bool ImageBytes::Read(unsigned long long position, void* buffer, std::size_t siz
 
 bool ImageBytes::ReadMedia(const ImagePiece& piece, unsigned long long skip, unsigned char* out,
                            std::size_t size) {
+  // Pieces of a clip stand together: one open file at a time is enough for any number of clips.
   if (piece.clip != open_) {
     source_ = std::make_unique<FileBytes>(clips_[piece.clip]);
     open_ = piece.clip;

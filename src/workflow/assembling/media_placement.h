@@ -1,4 +1,4 @@
-// Where the media of clips lies in a result.
+// Tells where the media of clips lies in a result.
 #pragma once
 
 namespace clipchain {

@@ -49,10 +49,12 @@ class ImageMaker {
       if (read >= 0) read = file->SetReader(view.get());
     }
     if (read != S_OK || file->GetMovieBox() == nullptr) return Unreadable(path);
+    // The engine copies what there is of the media; a result that lacks samples is no result.
     if (ImageAssembly::IsCutOff(*file))
       return {MakeFinding(Message::kMediaCutOff, path, "ends before its media does",
                           "copy it again from the card")};
     const HRESULT taken = assembly_.Take(*file, view.get());
+    // Its boxes become those of the movie; the others are of no use once they are appended.
     if (clip == 0) first_ = std::move(file);
     if (taken == S_OK) return {};
     Finding finding = MakeFinding(Message::kInputRefused, path, InputWords(taken, clip == 0),
@@ -64,6 +66,7 @@ class ImageMaker {
   HRESULT Finish(MergeImage& image) {
     Bytes movie;
     RETURN_IF_NOT_OK(assembly_.CompleteMovie(movie));
+    // Completing takes as much memory again.
     first_.reset();
     if (task_.fit != nullptr) {
       std::optional<Bytes> complete = task_.fit->Complete(std::move(movie));

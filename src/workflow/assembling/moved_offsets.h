@@ -1,4 +1,4 @@
-// Chunk offsets of a complete movie box.
+// Moves the chunk offsets of a complete movie box.
 #pragma once
 
 #include <cstdint>

@@ -21,7 +21,8 @@ using Span = std::span<const unsigned char>;
 enum class Form { kNumber, kFixed16, kText, kBytes };
 
 struct Field {
-  std::size_t offset;  // in the box
+  // In the box.
+  std::size_t offset;
   std::size_t size;
   const char* name;
   Form form = Form::kNumber;

@@ -11,7 +11,8 @@ namespace clipchain {
 
 struct BoxField {
   std::string name;
-  std::string first;  // its value on either side; "nothing" where a box is too short for it
+  // Its value on either side; "nothing" where a box is too short for it.
+  std::string first;
   std::string second;
 };
 

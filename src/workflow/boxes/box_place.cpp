@@ -16,6 +16,8 @@ const BoxPlaces::Child& BoxPlaces::ChildOf(const MP4G::CBox& parent, const MP4G:
   };
   if (isNew) {
     std::unordered_map<unsigned int, unsigned int> counts;
+    // Whoever asks for one child asks for the others: to count anew for each takes time by the
+    // square.
     long long behind = FirstEntryDistance(parent);
     for (const MP4G::CBox* child : parent.children) {
       if (child == nullptr) continue;
@@ -59,6 +61,7 @@ std::string PathOf(const MP4G::CBox& box) { return BoxPlaces().PathOf(box); }
 long long OffsetOf(const MP4G::CBox& box) { return BoxPlaces().OffsetOf(box); }
 
 long long ChildDistance(const MP4G::CBox& parent, const MP4G::CBox& child, long long behind) {
+  // A box that was read alone knows no place, and neither does an entry.
   return child.position > parent.position ? child.position - parent.position : behind;
 }
 

@@ -23,13 +23,17 @@ class BoxPlaces {
  private:
   struct Child {
     const MP4G::CBox* box;
-    long long distance;  // from the first byte of the parent
-    unsigned int index;  // among those of its type
-    bool hasTwin;        // there are others of its type
+    // From the first byte of the parent.
+    long long distance;
+    // Among those of its type.
+    unsigned int index;
+    // There are others of its type.
+    bool hasTwin;
   };
   const Child& ChildOf(const MP4G::CBox& parent, const MP4G::CBox& box);
 
-  std::map<const MP4G::CBox*, std::vector<Child>> children_;  // by parent, ordered by address
+  // By parent, ordered by address.
+  std::map<const MP4G::CBox*, std::vector<Child>> children_;
 };
 
 // The same for one box alone.

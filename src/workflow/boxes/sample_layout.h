@@ -11,10 +11,12 @@ namespace clipchain {
 
 // A run of samples without a gap.
 struct Chunk {
-  unsigned long long position;  // in the file
+  // In the file.
+  unsigned long long position;
   unsigned long long firstSample;
   unsigned long long samples;
-  unsigned long long bytes;  // the largest number there is where it would be even larger
+  // The largest number there is where it would be even larger.
+  unsigned long long bytes;
 };
 
 class SampleLayout {
@@ -79,7 +81,8 @@ TrackSums SumsOf(MP4G::CTrackBox* track);
 // A field of the sums, with the box that it is read from and what it counts.
 struct TrackSum {
   unsigned long long TrackSums::*value;
-  const char* box;  // below "trak"
+  // Below "trak".
+  const char* box;
   const char* what;
 };
 inline constexpr TrackSum kTrackSums[] = {

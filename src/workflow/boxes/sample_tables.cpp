@@ -33,8 +33,10 @@ std::uint64_t SampleTables::RoomInChunks() const {
     const std::uint64_t first = runs[i].firstChunk;
     const std::uint64_t next = i + 1 < runs.size() ? std::uint64_t{runs[i + 1].firstChunk} : end;
     const std::uint64_t behind = std::min(next, end);
+    // Runs that do not ascend hold nothing; the check of runs names them.
     if (first >= behind) continue;
     const std::uint64_t held = (behind - first) * runs[i].samplesPerChunk;
+    // It never wraps to a small number, which would be told as too little room.
     room += std::min(held, std::numeric_limits<std::uint64_t>::max() - room);
   }
   return room;

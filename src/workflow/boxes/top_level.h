@@ -29,9 +29,12 @@ struct Layout {
 };
 
 struct TopLevel {
-  Extent media;   // what is inside the media box
-  Extent movie;   // the whole movie box
-  Layout layout;  // what the file says its layout is, which nobody has proved
+  // What is inside the media box.
+  Extent media;
+  // The whole movie box.
+  Extent movie;
+  // What the file says its layout is, which nobody has proved.
+  Layout layout;
 
   // Fills all. What is wrong, as the rest of a sentence that begins with the file's name, if the
   // boxes do not fill the file or are not those of a merged file: a file type, a media box and a

@@ -214,7 +214,8 @@ class CheckRun {
   CheckedMerge* const merge_;
   const long long memoryLimit_;
   std::shared_ptr<const Fit> fit_;
-  std::set<std::size_t> unread_;  // by the fit
+  // By the fit.
+  std::set<std::size_t> unread_;
   Rehearsal rehearsal_;
   std::vector<FileFindings> files_;
   FileFindings result_;

@@ -163,8 +163,10 @@ class Drift {
   std::vector<FileFindings>& findings_;
   const Shifts shifts_;
   const Moments ends_;
-  Tracks shown_;   // of picture and sound
-  Tracks others_;  // all others
+  // Of picture and sound.
+  Tracks shown_;
+  // All others.
+  Tracks others_;
 };
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <span>
 #include <utility>
 
+#include "adapt/box_header.h"
 #include "box/sample_table_boxes.h"
 #include "clip/vendor_boxes.h"
 #include "reader/typed_views.h"
@@ -54,8 +55,8 @@ Kind KindOf(const MP4G::CBox& box) {
   return {type, type == FourCc("uuid") ? GuidWords(box.GetUsertype()) : std::string()};
 }
 
-std::string Quoted(const Kind& kind) {
-  const std::string type = fmt::format("\"{}\"", FourCcText(kind.first));
+std::string KindWords(const Kind& kind) {
+  const std::string type = Quoted(kind.first);
   return kind.second.empty() ? type : type + ' ' + kind.second;
 }
 
@@ -118,7 +119,7 @@ class LostBoxCheck {
           fmt::format("{} a box {} of {} bytes, {}",
                       track != nullptr ? fmt::format("in its {} has", TrackWords(*track))
                                        : std::string("has in its movie box"),
-                      Quoted(kind), box->GetBoxSize(), Fate(same != kept.end())),
+                      KindWords(kind), box->GetBoxSize(), Fate(same != kept.end())),
           kKeep, box);
       if (track != nullptr) finding.track = track->id;
     }
@@ -131,13 +132,13 @@ class LostBoxCheck {
       const auto same = kept.find(kind);
       const bool isThere = same != kept.end();
       if (isThere && !IsAmong(kCountingSamples, kind.first) && Keeps(same->second, boxes)) continue;
-      AddTable(fmt::format("has a table {}, {}", Quoted(kind), Fate(isThere)), boxes.front(),
+      AddTable(fmt::format("has a table {}, {}", KindWords(kind), Fate(isThere)), boxes.front(),
                track);
     }
     for (const auto& [kind, boxes] : kept) {
       if (later.count(kind) != 0 || !IsAmong(kCountingSamples, kind.first)) continue;
       AddTable(fmt::format("has no table {}, and that of {} does not speak of its samples",
-                           Quoted(kind), firstName_),
+                           KindWords(kind), firstName_),
                second, track);
     }
   }
@@ -156,7 +157,8 @@ class LostBoxCheck {
 
   const std::string& firstName_;
   FileFindings& findings_;
-  std::set<std::pair<unsigned int, Kind>> told_;  // with the type of the parent
+  // With the type of the parent.
+  std::set<std::pair<unsigned int, Kind>> told_;
 };
 
 }  // namespace

@@ -198,8 +198,8 @@ class OrderCheck {
 
   // Where a timecode lies in the day, in frames, be they counted or told in hours, minutes, seconds
   // and frames.
-  static std::uint64_t Counted(std::uint64_t code, std::uint64_t day) { return code % day; }
-  static std::uint64_t Told(std::uint32_t code, unsigned int framesPerSecond) {
+  static std::uint64_t AsCount(std::uint64_t code, std::uint64_t day) { return code % day; }
+  static std::uint64_t AsTime(std::uint32_t code, unsigned int framesPerSecond) {
     const std::uint64_t seconds =
         (code >> 24) * std::uint64_t{3600} + (code >> 16 & 127) * 60 + (code >> 8 & 255);
     return seconds * framesPerSecond + (code & 255);
@@ -216,8 +216,8 @@ class OrderCheck {
       const std::uint64_t day = DayOf(framesPerSecond);
       for (const std::size_t i : timed) {
         const std::uint32_t code = order.clips_[i].timecode->first;
-        Note(counted_[Counted(code, day)], i);
-        Note(told_[Told(code, framesPerSecond) % day], i);
+        Note(counted_[AsCount(code, day)], i);
+        Note(told_[AsTime(code, framesPerSecond) % day], i);
       }
     }
 
@@ -260,7 +260,7 @@ class OrderCheck {
       const Starts& starts = startsAtRate.try_emplace(rate, *this, timed, rate).first->second;
       const std::uint64_t day = DayOf(rate);
       next[a] = starts.FirstAt((code.first + code.frames) % day,
-                               (Told(code.first, rate) + code.frames) % day, a, none);
+                               (AsTime(code.first, rate) + code.frames) % day, a, none);
       if (next[a] != none) ++befores[next[a]];
     }
     const auto head =

@@ -18,6 +18,7 @@
 #include "workflow/clips/clip_file.h"
 #include "workflow/system/files.h"
 #include "workflow/system/part_name.h"
+#include "workflow/system/system_error.h"
 
 namespace clipchain {
 
@@ -29,15 +30,15 @@ std::string WhyNoFileFits(const std::string& folder) {
   struct stat status;
   if (::stat(folder.c_str(), &status) != 0)
     return errno == ENOENT ? fmt::format("there is no folder {}", PrintablePath(folder))
-                           : ErrorText(errno);
+                           : ErrorText(LastError());
   if (!S_ISDIR(status.st_mode)) return fmt::format("{} is no folder", PrintablePath(folder));
   if (::access(folder.c_str(), W_OK | X_OK) != 0)
     return fmt::format("the folder {} can't be written: {}", PrintablePath(folder),
-                       ErrorText(errno));
+                       ErrorText(LastError()));
   // It is opened to flush what was put into it.
   if (::access(folder.c_str(), R_OK) == 0) return "";
   return fmt::format("the folder {} can't be read, and so not flushed to the disk: {}",
-                     PrintablePath(folder), ErrorText(errno));
+                     PrintablePath(folder), ErrorText(LastError()));
 }
 
 // Whether it is one by which a process reaches what it has open, such as /dev/stdout: the system's,
@@ -55,7 +56,7 @@ OutputFault FaultOfLink(const std::string& output) {
   if (LeadsToDescriptors(output, target))
     return {"it is a link to what a process has open",
             "name a file; \"clipchain merge -o -\" writes to standard output"};
-  const std::filesystem::path folder = std::filesystem::path(output).parent_path();
+  const std::filesystem::path folder = FolderOf(output);
   const std::filesystem::path end = std::filesystem::weakly_canonical(folder / target, error);
   struct stat status;
   const bool leadsToFile = ::stat(output.c_str(), &status) != 0 || S_ISREG(status.st_mode);
@@ -108,8 +109,7 @@ long long LargestFileOn(long fileSystem) {
 
 OutputPlace PlaceOf(const std::string& output) {
   OutputPlace place;
-  const std::filesystem::path parent = std::filesystem::path(output).parent_path();
-  place.folder = parent.empty() ? std::string(".") : parent.string();
+  place.folder = FolderOf(output);
   place.whyUnwritable = WhyNoFileFits(place.folder);
   if (!place.whyUnwritable.empty()) return place;
   place.freeBytes = FreeBytes(place.folder);

@@ -75,6 +75,7 @@ void Rehearsal::Take(std::unique_ptr<ClipFile>& clip, const ClipView* view,
     return;
   }
   pairs_ = CheckMatch(first_->Movie(), PrintablePath(first_->Path()), clip->Movie(), findings);
+  // A merge that would fail is not gone through: it changes the first clip's tree on the way.
   if (complete_ && !findings.Refused() && CanSpellOutSizes(findings)) Merge(*clip, view, findings);
   complete_ = complete_ && !findings.Refused();
 }

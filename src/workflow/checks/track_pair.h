@@ -6,8 +6,10 @@
 namespace clipchain {
 
 struct TrackPair {
-  MP4G::CTrackBox* first;   // of the first input
-  MP4G::CTrackBox* second;  // its continuation
+  // Of the first input.
+  MP4G::CTrackBox* first;
+  // Its continuation.
+  MP4G::CTrackBox* second;
 };
 
 }  // namespace clipchain

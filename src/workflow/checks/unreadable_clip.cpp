@@ -14,6 +14,7 @@ namespace clipchain {
 Findings WhyNoClip(const std::string& path, HRESULT result, long long memoryLimit) {
   ClipFile clip(path);
   FileFindings found(path);
+  // Looking for the reason must not take the memory whose lack may be the reason.
   Rehearsal rehearsal(memoryLimit > 0 ? memoryLimit : HalfOfTheMachine());
   if (!clip.WhyUnreadable().empty() || rehearsal.HasRoomFor(clip, found))
     static_cast<void>(CheckInput(clip, found));
@@ -21,6 +22,8 @@ Findings WhyNoClip(const std::string& path, HRESULT result, long long memoryLimi
   for (const Finding& finding : found.All()) {
     if (finding.severity == Severity::kRefusal) refusals.push_back(finding);
   }
+  // A merge may well take the clip: it reads no more of the camera's boxes than it must, and a scan
+  // reads them all.
   if (refusals.empty()) {
     Finding finding = MakeFinding(Message::kInputUnreadable, path, ClipWords(result),
                                   "copy it again from the card, or leave it out");

@@ -7,6 +7,7 @@ namespace clipchain {
 
 AdaptedClip::AdaptedClip(const std::string& path)
     : fit_(std::vector<std::string>{path}, FitOptions{}) {
+  // There is nothing to show of a clip that is taken as it is, or by nobody.
   if (!fit_.IsAdapted() || !fit_.HasView(0) || fit_.Report().Refused()) return;
   int result = 0;
   QUIRVA::ComPtr<ClipView> view = fit_.View(0, result);

@@ -1,4 +1,4 @@
-// A clip that the engine refuses as it is, and takes as it is shown.
+// Shows the engine a clip that it refuses as it is, so that it takes it.
 #pragma once
 
 #include <memory>

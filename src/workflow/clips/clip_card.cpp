@@ -36,7 +36,7 @@ void ReadThumbnail(const MP4G::CMovieBox& movie, ClipCard& card) {
 void ReadPictureBeside(const std::string& path, ClipCard& card) {
   for (const char* const suffix : {".THM", ".thm"}) {
     FileBytes file(std::filesystem::path(path).replace_extension(suffix).string());
-    const unsigned long long size = file.error() == 0 && file.IsFile() ? file.Size() : 0;
+    const unsigned long long size = !file.error() && file.IsFile() ? file.Size() : 0;
     if (size == 0 || size > kMostThumbnailBytes) continue;
     std::vector<unsigned char> bytes(static_cast<std::size_t>(size));
     if (!file.Read(0, bytes.data(), bytes.size())) continue;

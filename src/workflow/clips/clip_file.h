@@ -1,4 +1,4 @@
-// One input of a merge, open for reading.
+// Opens one input of a merge to read it.
 #pragma once
 
 #include <sys/types.h>
@@ -32,7 +32,8 @@ struct TopLevelBox {
   unsigned int type;
   long long position;
   unsigned int headerSize;
-  long long size;  // of the whole box; one that goes to the end of the file ends there
+  // Of the whole box; one that goes to the end of the file ends there.
+  long long size;
 
   long long Body() const { return position + headerSize; }
   long long End() const { return position + size; }
@@ -89,7 +90,8 @@ class ClipFile {
   std::string whyUnreadable_;
   QUIRVA::ComPtr<QUIRVA::IQvFileReader> reader_;
   std::vector<TopLevelBox> layout_;
-  std::vector<TopLevelBox> media_;  // those of the layout that hold media, in its order
+  // Those of the layout that hold media, in its order.
+  std::vector<TopLevelBox> media_;
   long long brokenHeader_ = -1;
   bool parsed_ = false;
 };

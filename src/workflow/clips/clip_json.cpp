@@ -54,21 +54,24 @@ void SetPath(Json& object, const std::string& path) {
   object["path"] = path;
   if (IsText(path)) return;
   std::string digits;
+  // Text in JSON is UTF-8: of other bytes the readable form has lost some.
   for (const char c : path) digits += fmt::format("{:02x}", static_cast<unsigned char>(c));
   object["path_bytes"] = digits;
 }
 
-std::optional<std::string> PathOf(const Json& object) {
+std::optional<std::string> PathFrom(const Json& object) {
   std::optional<std::string> path = TextOf(object, "path");
   if (object.contains("path_bytes")) {
     const std::optional<std::string> digits = TextOf(object, "path_bytes");
     path = digits ? BytesOf(*digits) : std::nullopt;
   }
+  // A path ends at its first zero, and would name another file.
   const bool possible = path && !path->empty() && path->find('\0') == std::string::npos;
   return possible ? path : std::nullopt;
 }
 
 std::string JsonText(const Json& document) {
+  // Titles and names may hold bytes that are no text; a document that can't be parsed helps nobody.
   return document.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 

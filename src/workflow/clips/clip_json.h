@@ -1,4 +1,4 @@
-// What clips say, in the forms that programs read. Not installed: programs that link the library
+// Tells programs what clips say. Not installed: programs that link the library
 // need no JSON library for it.
 #pragma once
 
@@ -25,7 +25,7 @@ Json SecondsJson(long long ticks, unsigned int timeScale);
 void SetPath(Json& object, const std::string& path);
 // The path that SetPath() set, all bytes of it. Nothing if `object` has none, or one that no file
 // can have: it is empty, or has a zero byte.
-std::optional<std::string> PathOf(const Json& object);
+std::optional<std::string> PathFrom(const Json& object);
 
 // The text of a whole document, with a line feed at its end.
 std::string JsonText(const Json& document);

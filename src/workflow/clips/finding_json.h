@@ -1,4 +1,4 @@
-// Findings in the form that programs read. Not installed, like all that needs a JSON library.
+// Tells programs what was found. Not installed, like all that needs a JSON library.
 #pragma once
 
 #include "workflow/clips/clip_json.h"

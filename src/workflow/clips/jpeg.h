@@ -7,8 +7,10 @@ namespace clipchain {
 
 // A baseline or progressive JPEG stream (ISO/IEC 10918-1, annex B).
 struct JpegExtent {
-  unsigned int length;  // bytes from the start of image to the end of image, both included
-  unsigned int width;   // pixels
+  // Bytes from the start of image to the end of image, both included.
+  unsigned int length;
+  // Pixels.
+  unsigned int width;
   unsigned int height;
 };
 

@@ -12,6 +12,7 @@ namespace clipchain {
 
 namespace {
 
+// The top bit of the minutes says that the time lies below 0, where no recording begins.
 constexpr std::uint32_t kSignBit = 0x00800000;
 
 std::uint64_t FramesOf(std::uint64_t ticks, unsigned int trackScale,
@@ -19,6 +20,7 @@ std::uint64_t FramesOf(std::uint64_t ticks, unsigned int trackScale,
   const long double seconds = trackScale != 0 ? static_cast<long double>(ticks) / trackScale : 0;
   const std::uint32_t frame = description.frameDuration;
   if (frame == 0) return 0;
+  // To the nearest frame: a duration is a number of the track's ticks, which need not divide one.
   return static_cast<std::uint64_t>(seconds * std::uint32_t{description.timeScale} / frame + 0.5L);
 }
 
@@ -29,6 +31,7 @@ std::optional<ClipTimecode> TimecodeOf(const ClipFile& clip, MP4G::CTrackBox* tr
   SampleLayout layout(table);
   Chunk chunk{};
   QUIRVA::be32 sample{};
+  // The first sample holds for the clip until another one follows: none is needed for its order.
   const bool hasSample = layout.Next(chunk) && chunk.samples != 0;
   if (description == nullptr || !hasSample || layout.SizeOf(0) < sizeof sample) return std::nullopt;
   const std::vector<unsigned char> bytes =

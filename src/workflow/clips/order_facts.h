@@ -12,8 +12,10 @@ namespace clipchain {
 
 // The first timecode of a clip and how long it runs.
 struct ClipTimecode {
-  std::uint32_t first;   // the four bytes of the sample; the sign left out
-  std::uint64_t frames;  // of the whole track
+  // The four bytes of the sample; the sign left out.
+  std::uint32_t first;
+  // Of the whole track.
+  std::uint64_t frames;
   unsigned int framesPerSecond;
 };
 

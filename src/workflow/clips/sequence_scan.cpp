@@ -50,7 +50,7 @@ SequenceReport Report(MP4G::CMp4Sequence& sequence) {
   return report;
 }
 
-// The looks at clips.
+// Counts the looks at clips, and asks before each whether to go on.
 class Looks {
  public:
   Looks(const std::vector<Volume>& volumes, const ScanOptions& options)

@@ -32,6 +32,8 @@ Edits EditsOf(const MP4G::CEditListBox* box) {
 OffsetRuns OffsetsOf(const MP4G::CCompositionOffsetBox* box) {
   OffsetRuns offsets;
   if (box == nullptr) return offsets;
+  // Version 0 has no sign (ISO/IEC 14496-12, clause 8.6.1.3). What programs wrote below 0 all the
+  // same is found out where times are reckoned.
   const bool isSigned = box->fullHeader->version == 1;
   for (const auto& entry : box->entries) {
     const std::uint32_t offset = entry.sampleOffset;

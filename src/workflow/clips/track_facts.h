@@ -1,4 +1,4 @@
-// What is known of one track after its file was checked: all that remains when the boxes are gone.
+// Keeps what is known of one track after its file was checked, when its boxes are gone.
 #pragma once
 
 #include <cstdint>

@@ -41,11 +41,13 @@ bool AreOptions(const Given* options) {
 }
 
 bool WantsChapters(const Options& options) {
+  // A field that the caller's structure ends before holds whatever stands behind it.
   return options.size >= sizeof(Options) && options.chapters != 0;
 }
 
 bool AreMergeOptions(const Options* options) {
   const bool isKnown = options == nullptr || options->size < sizeof *options ||
+                       // Any number fits into the field of a C program.
                        (options->reflink >= CLIPCHAIN_COPY && options->reflink <= CLIPCHAIN_SHARE);
   return AreOptions(options) && isKnown;
 }
@@ -80,6 +82,7 @@ SafeMergeOptions OptionsOf(const Options* given, const char* output) {
   options.check.memoryLimit = given->memory_limit;
   options.check.fitting.chapters = WantsChapters(*given);
   options.force = given->force != 0;
+  // 0 leaves the usual one, so that options of zeros are what is done without any.
   if (given->verify_all != 0) options.verification = Verification::kFull;
   options.check.progress = ProgressOf(given->progress, given->context);
   return options;
@@ -167,6 +170,8 @@ int clipchain_stream(const char* const* clips, size_t count, int descriptor,
   if (!ArePaths(clips, count) || descriptor < 0 || !AreMergeOptions(options))
     return CLIPCHAIN_MISUSE;
   const SafeMergeOptions merge = OptionsOf(options, "the result");
+  // A pipe replaces nothing, is not read again and has no blocks: to pass over such a wish would
+  // promise what is not done.
   if (merge.check.overwrite || merge.verification == Verification::kFull ||
       merge.reflink != Reflink::kNever || KeepOptionsOf(options).Any())
     return CLIPCHAIN_MISUSE;

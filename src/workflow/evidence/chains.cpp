@@ -39,6 +39,7 @@ class Linking {
     }
     std::vector<const UnitLink*> clear;
     for (const UnitLink* link : open) {
+      // Two that fit equally well leave it open, and so do two that each would follow the other.
       const bool isClear = from[link->before] == 1 && to[link->behind] == 1 &&
                            pairs.count({link->behind, link->before}) == 0;
       if (isClear) {
@@ -81,6 +82,7 @@ class Linking {
   void Join(const UnitLink& link) {
     const std::size_t a = RootOf(link.before);
     const std::size_t b = RootOf(link.behind);
+    // A ring has no beginning; and two recordings that identifiers tell apart are never made one.
     if (a == b || identified_[a] + identified_[b] > 1) {
       isUnclearBehind_[link.before] = isUnclearBefore_[link.behind] = true;
       return;
@@ -92,10 +94,12 @@ class Linking {
   }
 
   std::vector<std::optional<UnitLink>> next_;
-  std::vector<bool> isTaken_;  // by the one in front
+  // By the one in front.
+  std::vector<bool> isTaken_;
   std::vector<bool> isUnclearBehind_;
   std::vector<bool> isUnclearBefore_;
-  std::vector<std::size_t> root_;  // of the chain, by halving paths
+  // Of the chain, by halving paths.
+  std::vector<std::size_t> root_;
   std::vector<std::size_t> identified_;
 };
 

@@ -22,10 +22,13 @@ std::vector<NextName> NamesBehind(std::string_view name, unsigned int step);
 
 // How the numbers of two names go that are equal but for one.
 enum class NumberOrder {
-  kNone,   // they are not
-  kRises,  // it is higher in the second one, or began anew
+  // They are not.
+  kNone,
+  // It is higher in the second one, or began anew.
+  kRises,
   kFalls,
-  kNextRecording,  // it falls, for chapters are counted in front of the number of the recording
+  // It falls, for chapters are counted in front of the number of the recording.
+  kNextRecording,
 };
 NumberOrder OrderOfNumbers(std::string_view before, std::string_view behind);
 

@@ -1,5 +1,5 @@
-// What a clip says that may tell which recording it belongs to, gathered in one look at its movie
-// box.
+// Gathers, in one look at its movie box, what a clip says that may tell which recording it belongs
+// to.
 #pragma once
 
 #include <array>
@@ -29,8 +29,10 @@ struct TimecodeTraits {
 
 // The body of a leaf box that may be an identifier, without up to 4 leading bytes.
 struct PlacedValue {
-  std::string place;  // the path of the box, "udta/ABCD"
-  std::string value;  // bytes
+  // The path of the box, "udta/ABCD".
+  std::string place;
+  // Bytes.
+  std::string value;
 };
 
 // Moments that a metadata track notes: of its first and of its last sample.

@@ -1,4 +1,4 @@
-// The evidence of creation times: they and the lengths of clips run on.
+// Judges by creation times: they and the lengths of clips run on.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Which clips are copies of one another.
+// Finds which clips are copies of one another.
 #pragma once
 
 #include <cstddef>

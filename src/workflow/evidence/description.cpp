@@ -23,6 +23,7 @@ std::string TrackText(const RawBox& track) {
   AppendNumber(text, header != nullptr ? ReadTimeHeader(*header).value_or(TimeHeader{}).scale : 0);
   const RawBox* table = SampleTable(track);
   const RawBox* entries = table != nullptr ? table->Child(FourCc("stsd")) : nullptr;
+  // A camera declares the bit rates of each clip anew.
   const Bytes told = entries != nullptr ? WithoutBitRates(entries->data) : Bytes();
   AppendNumber(text, static_cast<std::uint32_t>(told.size()));
   text.append(told.begin(), told.end());
@@ -39,6 +40,7 @@ std::string DescriptionOf(const RawBox& movie) {
   for (const RawBox& box : movie.children) {
     if (box.type == FourCc("trak")) tracks.push_back(TrackText(box));
   }
+  // Their order tells nothing: some programs change it from clip to clip.
   std::sort(tracks.begin(), tracks.end());
   for (const std::string& track : tracks) text += track;
   return text;

@@ -1,5 +1,5 @@
-// The clips of one description, and what is known of them together: what the kinds of evidence are
-// judged by.
+// Holds the clips of one description, and what is known of them together: what the kinds of
+// evidence are judged by.
 #pragma once
 
 #include <algorithm>
@@ -19,11 +19,16 @@ namespace clipchain {
 
 // What the creation time of a clip is the time of.
 enum class ClockCustom {
-  kUnknown,  // no clip is continued under any custom
-  kStart,    // its first picture
-  kEnd,      // its last one
-  kOne,      // the first picture of the recording, in all of its clips
-  kTied      // several customs explain the clips equally well, and not alike
+  // No clip is continued under any custom.
+  kUnknown,
+  // Its first picture.
+  kStart,
+  // Its last one.
+  kEnd,
+  // The first picture of the recording, in all of its clips.
+  kOne,
+  // Several customs explain the clips equally well, and not alike.
+  kTied
 };
 
 // Where a camera begins a new clip. Clips between both bounds stop there.

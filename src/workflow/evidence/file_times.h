@@ -1,5 +1,5 @@
-// The evidence of the system's times of the files, which copying may have changed: it supports, and
-// never decides.
+// Judges by the system's times of the files, which copying may have changed: they support, and
+// never decide.
 #pragma once
 
 #include "workflow/evidence/family.h"

@@ -1,5 +1,5 @@
-// The evidence of values that are equal in the clips of a recording and differ between recordings,
-// found by comparison.
+// Judges by values that are equal in the clips of a recording and differ between recordings, found
+// by comparison.
 #pragma once
 
 #include <utility>

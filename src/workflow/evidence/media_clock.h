@@ -1,4 +1,4 @@
-// The evidence of time stamps inside the media.
+// Judges by time stamps inside the media.
 #pragma once
 
 #include "workflow/evidence/family.h"

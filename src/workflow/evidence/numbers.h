@@ -1,4 +1,4 @@
-// The evidence of names: a number in them runs on.
+// Judges by names: a number in them runs on.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Proposals in the form that programs read. Not installed, like all that needs a JSON library.
+// Tells programs what is proposed. Not installed, like all that needs a JSON library.
 #pragma once
 
 #include "workflow/clips/clip_json.h"

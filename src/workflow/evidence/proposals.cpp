@@ -99,7 +99,8 @@ std::string_view EvidenceName(EvidenceKind kind) { return kKinds[static_cast<std
 std::vector<Proposal> Propose(const ScanReport& scan, const ProposeOptions& options) {
   const std::vector<std::size_t> undecided = UndecidedOf(scan);
   std::vector<EvidenceUnit> units;
-  std::vector<std::size_t> sequences;  // of the units
+  // Of the units.
+  std::vector<std::size_t> sequences;
   for (std::size_t i = 0; i < undecided.size(); ++i) {
     if (options.progress && !options.progress({Step::Phase::kLooking, i, 0, 0, undecided.size()}))
       return {};

@@ -166,7 +166,8 @@ class Completeness {
   const std::vector<EvidenceUnit>& units_;
   const std::vector<Family>& families_;
   std::unordered_map<std::size_t, Grade> followed_;
-  std::vector<bool> mayGoOnBefore_;  // but for the numbers
+  // But for the numbers.
+  std::vector<bool> mayGoOnBefore_;
   std::vector<bool> mayGoOnBehind_;
   // By family, card and grade.
   mutable std::map<std::tuple<std::size_t, std::size_t, Grade>, std::vector<std::size_t>> loose_;

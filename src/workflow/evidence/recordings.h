@@ -1,4 +1,4 @@
-// From what clips say to the recordings that are proposed.
+// Leads from what clips say to the recordings that are proposed.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,8 @@ namespace clipchain {
 
 // What may be a part of a proposal: a clip, or a sequence that identifiers leave open.
 struct EvidenceUnit {
-  std::vector<ClipTraits> ends;  // one clip, or the first and the last one
+  // One clip, or the first and the last one.
+  std::vector<ClipTraits> ends;
   bool identified = false;
   bool openAtHead = true;
   bool openAtTail = true;
@@ -20,7 +21,8 @@ struct EvidenceUnit {
 struct ProposedChain {
   Grade grade = Grade::kPossible;
   bool complete = true;
-  std::vector<std::size_t> units;  // indexes of what was given, in the order of recording
+  // Indexes of what was given, in the order of recording.
+  std::vector<std::size_t> units;
   std::vector<Evidence> evidence;
 };
 

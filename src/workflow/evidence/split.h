@@ -1,4 +1,4 @@
-// The evidence of where clips stop: a camera that goes on in a new file does so at a limit.
+// Judges by where clips stop: a camera that goes on in a new file does so at a limit.
 #pragma once
 
 #include "workflow/evidence/family.h"

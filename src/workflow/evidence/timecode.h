@@ -1,4 +1,4 @@
-// The evidence of timecodes: the next clip's first one follows the last one's end.
+// Judges by timecodes: the next clip's first one follows the last one's end.
 #pragma once
 
 #include "workflow/evidence/clock.h"

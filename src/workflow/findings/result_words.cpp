@@ -4,6 +4,8 @@
 
 namespace clipchain {
 
+// The engine has one code for several reasons: the words name all of them, and nothing that only
+// some are.
 std::string InputWords(HRESULT result, bool first) {
   switch (result) {
     case S_FALSE:
@@ -14,6 +16,7 @@ std::string InputWords(HRESULT result, bool first) {
     case E_FAIL:
       return "can't be read to its end";
     case E_BAD_DATA:
+      // The first clip is held against no other.
       return first ? "is no MP4 clip, or is damaged, cut short or without a movie box"
                    : "is no MP4 clip, is damaged or cut short, or lacks a kind of track that the "
                      "first clip has";

@@ -66,11 +66,11 @@ std::vector<std::string> ExistingResults::NamedLike(const std::string& name) con
 
 ExistingResults::Owner ExistingResults::OwnerOf(const std::string& name,
                                                 const SequenceClip& clip) const {
-  const std::optional<OrderFacts> facts = FactsOf(PathOf(name));
+  const std::optional<OrderFacts> facts = FactsOf(PathFor(name));
   if (!facts) return Owner::kNobody;
   if (facts->id != _GUID{} || clip.id != _GUID{})
     return facts->id == clip.id ? Owner::kThisClip : Owner::kAnotherClip;
-  const Bytes result = BeginningOf(PathOf(name));
+  const Bytes result = BeginningOf(PathFor(name));
   const Bytes own = BeginningOf(clip.path);
   if (result.empty() || own.empty()) return Owner::kNobody;
   return std::equal(own.begin(),
@@ -81,11 +81,11 @@ ExistingResults::Owner ExistingResults::OwnerOf(const std::string& name,
 }
 
 _GUID ExistingResults::NextOf(const std::string& name) const {
-  const std::optional<OrderFacts> facts = FactsOf(PathOf(name));
+  const std::optional<OrderFacts> facts = FactsOf(PathFor(name));
   return facts ? facts->next : _GUID{};
 }
 
-std::string ExistingResults::PathOf(const std::string& name) const {
+std::string ExistingResults::PathFor(const std::string& name) const {
   return (std::filesystem::path(folder_) / name).string();
 }
 

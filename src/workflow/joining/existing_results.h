@@ -31,7 +31,7 @@ class ExistingResults {
   // The identifier of the clip behind the last one that is in that result; zero for none.
   _GUID NextOf(const std::string& name) const;
 
-  std::string PathOf(const std::string& name) const;
+  std::string PathFor(const std::string& name) const;
 
  private:
   std::string folder_;

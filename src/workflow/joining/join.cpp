@@ -1,12 +1,9 @@
 #include "workflow/join.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <limits>
@@ -23,8 +20,10 @@
 #include "workflow/merging/result_chapters.h"
 #include "workflow/merging/verify.h"
 #include "workflow/system/files.h"
+#include "workflow/system/open_file.h"
 #include "workflow/system/part_file.h"
 #include "workflow/system/part_name.h"
+#include "workflow/system/system_error.h"
 
 namespace clipchain {
 
@@ -33,18 +32,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // A file to read; without waiting for whoever writes to a pipe of that name.
-struct OpenFile {
-  explicit OpenFile(const std::string& path)
-      : descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
-  ~OpenFile() {
-    if (descriptor >= 0) ::close(descriptor);
-  }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-
-  const int descriptor;  // negative if the file can't be opened
-};
-
 // One run over all jobs.
 class Joining {
  public:
@@ -225,8 +212,7 @@ class Joining {
   }
 
   Outcome Merge(const Job& job, JobReport& report, bool overwrite) {
-    const std::string folder = std::filesystem::path(job.output).parent_path().string();
-    if (const auto fault = folder.empty() ? std::nullopt : MakeFolder(folder)) {
+    if (const auto fault = MakeFolder(FolderOf(job.output))) {
       report.findings.push_back(*fault);
       return Outcome::kFailed;
     }
@@ -325,17 +311,17 @@ std::string_view OutcomeName(Outcome outcome) {
 Findings VerifyOutput(const Job& job, const Progress& progress, const Fitting& fitting,
                       Verification verification) {
   constexpr const char* kLook = "look at it, then rename or remove it";
-  const OpenFile file(job.output);
-  if (file.descriptor < 0)
-    return {MakeFinding(Message::kResultDamaged, job.output, "can't be read: " + ErrorText(errno),
-                        kLook)};
+  const Descriptor file = OpenToRead(job.output);
+  if (file < 0)
+    return {MakeFinding(Message::kResultDamaged, job.output,
+                        "can't be read: " + ErrorText(LastError()), kLook)};
   struct stat status;
-  if (::fstat(file.descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+  if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode))
     return {MakeFinding(Message::kResultDamaged, job.output, "is no regular file", kLook)};
   // Somebody may have copied it there a moment ago.
-  const OpenFile folder(FolderOf(job.output));
-  for (const int descriptor : {file.descriptor, folder.descriptor}) {
-    if (const int error = descriptor < 0 ? 0 : Flush(descriptor); error != 0)
+  const Descriptor folder = OpenToRead(FolderOf(job.output));
+  for (const int descriptor : {int{file}, int{folder}}) {
+    if (const std::error_code error = descriptor < 0 ? std::error_code() : Flush(descriptor))
       return {MakeFinding(Message::kOutputUnflushed, job.output,
                           "can't be flushed to the disk: " + ErrorText(error),
                           "check the disk before you delete the clips")};
@@ -344,7 +330,7 @@ Findings VerifyOutput(const Job& job, const Progress& progress, const Fitting& f
   made.fitting = FittingOfResult(job.output, job.inputs, fitting);
   const auto fit = FitOf(job.inputs, made.fitting, std::numeric_limits<long long>::max());
   const bool isFitted = fit != nullptr && fit->IsNeeded();
-  FileBytes bytes(file.descriptor);
+  FileBytes bytes(file);
   if (verification == Verification::kFull) bytes.ForgetCached();
   TopLevel boxes;
   if (const std::string wrong = boxes.Read(bytes); !wrong.empty())

@@ -42,7 +42,7 @@ class Naming {
     for (const std::string& there : results_.NamedLike(name)) {
       if (results_.OwnerOf(there, FirstOf(i)) != Owner::kThisClip || !names_.Reserve(there))
         continue;
-      jobs_[i].output = results_.PathOf(there);
+      jobs_[i].output = results_.PathFor(there);
       return;
     }
   }
@@ -53,7 +53,7 @@ class Naming {
     const auto isTaken = [&](const std::string& name) {
       return results_.OwnerOf(name, FirstOf(i)) == Owner::kAnotherClip;
     };
-    jobs_[i].output = results_.PathOf(
+    jobs_[i].output = results_.PathFor(
         names_.Take(jobs_[i].date, jobs_[i].inputs.front(), ExtentOf(jobs_[i]), isTaken));
   }
 
@@ -80,7 +80,7 @@ class Naming {
     std::size_t end = first + 1;
     while (end < clips.size() && clips[end].id != next) ++end;
     const bool isPart = first > 0 || end < clips.size();
-    if (isPart) job.earlier.push_back({results_.PathOf(name), first, end - first});
+    if (isPart) job.earlier.push_back({results_.PathFor(name), first, end - first});
   }
 
   const std::vector<SequenceReport>& sequences_;

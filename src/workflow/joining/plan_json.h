@@ -1,4 +1,4 @@
-// Jobs in the form that programs read. Not installed, like all that needs a JSON library.
+// Tells programs of jobs. Not installed, like all that needs a JSON library.
 #pragma once
 
 #include <cstddef>

@@ -48,8 +48,10 @@ Job JobOf(const Proposal& proposal, const PlanOptions& options, const std::vecto
 }  // namespace
 
 void PlanProposals(std::vector<Proposal> proposals, const PlanOptions& options, JoinPlan& plan) {
-  std::vector<bool> isTaken(plan.jobs.size());                // into the job of an earlier sequence
-  std::vector<std::pair<std::size_t, std::size_t>> accepted;  // proposal, sequence
+  // Into the job of an earlier sequence.
+  std::vector<bool> isTaken(plan.jobs.size());
+  // Proposal, sequence.
+  std::vector<std::pair<std::size_t, std::size_t>> accepted;
   for (Proposal& proposal : proposals) {
     PlannedProposal& planned = plan.proposed.emplace_back();
     planned.proposal = std::move(proposal);

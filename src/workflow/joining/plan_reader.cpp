@@ -206,7 +206,7 @@ bool PlanReader::EndJob() {
 }
 
 bool PlanReader::EndPath() {
-  const std::optional<std::string> path = PathOf(path_);
+  const std::optional<std::string> path = PathFrom(path_);
   if (!path) return Fault(Place(), "has no path that a file can have");
   if (levels_.back() == Level::kInput) {
     job_.inputs.push_back(*path);

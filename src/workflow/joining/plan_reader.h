@@ -33,7 +33,8 @@ class PlanReader : public nlohmann::json_sax<Json> {
   bool number_unsigned(std::uint64_t value) override { return Value(value); }
   bool number_float(double value, const std::string&) override { return Value(value); }
   bool string(std::string& value) override { return Value(value); }
-  bool binary(Json::binary_t&) override { return false; }  // JSON has none
+  // JSON has none.
+  bool binary(Json::binary_t&) override { return false; }
   bool key(std::string& name) override;
   bool start_object(std::size_t) override { return Begin(Json::object()); }
   bool start_array(std::size_t) override { return Begin(Json::array()); }

@@ -9,6 +9,7 @@
 #include "workflow/clip_search.h"
 #include "workflow/keeping/listed_bytes.h"
 #include "workflow/system/part_name.h"
+#include "workflow/system/system_error.h"
 
 namespace clipchain {
 
@@ -31,6 +32,7 @@ std::vector<ListedPath> Differences(const std::vector<ListedFile>& before,
     const auto same = left.find(PlaceOf(file));
     if (same == left.end()) {
       differences.push_back({file.path, "appeared while the cards were looked at"});
+      // By times and size: to read all of it again would take as long as the proof.
     } else if (!(same->second->stamp == file.stamp)) {
       differences.push_back({file.path, "changed while the cards were looked at"});
     }
@@ -48,6 +50,7 @@ Findings CardFiles::Read(const std::vector<std::string>& cards, const SearchProg
     if (!list.unreadable.empty() && list.unreadable.front().path == cards[card])
       return {MakeFinding(Message::kFolderUnusable, cards[card], list.unreadable.front().reason,
                           "name the folder of the card as it is mounted")};
+    // An empty mount point would be kept whole by anything.
     if (list.files.empty() && list.unreadable.empty())
       return {MakeFinding(Message::kFolderUnusable, cards[card], "has no file below it",
                           "see whether the card is mounted there")};
@@ -107,6 +110,7 @@ std::optional<std::size_t> CardFiles::CardBeside(const std::string& folder) cons
 }
 
 void CardFiles::Look(CardFile& file) {
+  // Nothing in it says what it is; by its name it may be a clip that was never written.
   if (file.file.stamp.size == 0) {
     file.isClip = HasClipName(file.file.path);
     return;
@@ -115,10 +119,11 @@ void CardFiles::Look(CardFile& file) {
   file.reason = bytes.Why();
   file.isUnread = !bytes.Why().empty();
   if (file.isUnread) return;
+  // Ahead of its bytes: what shares them with it is no second copy, whatever they say.
   blocks_.Add(file.file.stamp, BlocksOf(bytes.descriptor()));
   const ClipLayout layout = ReadClipLayout(bytes.Bytes());
   file.isClip = layout.isClip;
-  file.isUnread = bytes.Bytes().error() != 0;
+  file.isUnread = static_cast<bool>(bytes.Bytes().error());
   if (file.isUnread) file.reason = "can't be read";
   if (!layout.isClip) return;
   file.media = layout.media;
@@ -127,7 +132,7 @@ void CardFiles::Look(CardFile& file) {
   // tell the same, and let its clips stand in any order.
   if (const HRESULT result = ReadClipInfo(file.file.path, info); result != S_OK) {
     info = {};
-    if (ReadClipInfo(file.file.path, info) != result) *file.file.failure = EIO;
+    if (ReadClipInfo(file.file.path, info) != result) *file.file.failure = SystemError(EIO);
   }
   file.id = info.uniqueID;
   file.previous = info.previousID;

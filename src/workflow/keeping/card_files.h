@@ -1,4 +1,4 @@
-// The files of cards, and what is known by now of where they are kept.
+// Knows the files of cards, and by now of where they are kept.
 #pragma once
 
 #include <array>
@@ -19,8 +19,10 @@ namespace clipchain {
 
 enum class Keeping {
   kNot,
-  kSamples,   // a result has the samples, and not the rest
-  kEveryByte  // an identical file, or a result with its archive of originals
+  // A result has the samples, and not the rest.
+  kSamples,
+  // An identical file, or a result with its archive of originals.
+  kEveryByte
 };
 
 struct CardFile {

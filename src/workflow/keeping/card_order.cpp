@@ -19,6 +19,7 @@ CardOrder::CardOrder(const std::vector<CardFile>& files) : files_(files), parent
   };
   for (std::size_t i = 0; i < files.size(); ++i) {
     const CardFile& file = files[i];
+    // A clip without identifiers says nothing of its neighbours, whatever the other fields hold.
     if (file.id == none) continue;
     if (!(file.next == none)) follow(file.id, file.next);
     if (!(file.previous == none)) follow(file.previous, file.id);
@@ -38,6 +39,8 @@ void CardOrder::RankRows() {
     bool simple = true;
     for (auto next = next_.find(head); next != next_.end(); next = next_.find(row.back())) {
       simple = simple && next->second.size() == 1;
+      // Where two clips claim one place the row says nothing; searching the graph answers for them,
+      // at its price.
       if (!simple) break;
       row.push_back(*next->second.begin());
       simple = previous_.at(row.back()).size() == 1;
@@ -69,10 +72,13 @@ bool CardOrder::LeadsToAny(const _GUID& from, const Ids& targets) const {
 }
 
 bool CardOrder::Allows(const std::vector<std::size_t>& clips) const {
-  std::map<std::size_t, std::size_t> farthest;  // place in each row so far
-  Ids before;                                   // of those that stand in no simple row
+  // Place in each row so far.
+  std::map<std::size_t, std::size_t> farthest;
+  // Of those that stand in no simple row.
+  Ids before;
   for (const std::size_t clip : clips) {
     const _GUID& id = files_[clip].id;
+    // Nothing speaks against any place of it.
     if (id == _GUID{}) continue;
     if (const std::optional<Rank> rank = RankOf(id)) {
       std::size_t& place = farthest.try_emplace(rank->row, rank->place).first->second;

@@ -1,4 +1,4 @@
-// What clips say about their order, and which of them make a recording.
+// Reads what clips say about their order, and which of them make a recording.
 #pragma once
 
 #include <map>
@@ -41,7 +41,8 @@ class CardOrder {
   std::size_t Root(std::size_t clip);
 
   const std::vector<CardFile>& files_;
-  std::map<_GUID, Ids, Less> next_;  // what comes behind a clip, as clips say
+  // What comes behind a clip, as clips say.
+  std::map<_GUID, Ids, Less> next_;
   std::map<_GUID, Ids, Less> previous_;
   std::map<_GUID, Rank, Less> ranks_;
   std::vector<std::size_t> parent_;

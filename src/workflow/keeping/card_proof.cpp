@@ -87,6 +87,7 @@ bool Proving::Read() {
     return false;
   bool anyClip = false;
   for (const CardFile& file : cards_.Files()) anyClip = anyClip || file.isClip;
+  // Nothing at an empty mount point must not read as "all is kept".
   if (!options_.clipsOnly || anyClip) return true;
   proof_.findings.push_back(MakeFinding(Message::kFolderUnusable, options_.cards.front(),
                                         "has no clip, and neither has any other card",
@@ -185,7 +186,7 @@ void Proving::Judge() {
     if (!counts) continue;
     if (!kept) {
       proof_.notKept.push_back({file.file.path, file.reason.empty() ? WhyNot(file) : file.reason});
-    } else if (*file.file.failure != 0) {
+    } else if (*file.file.failure) {
       // What was read of it otherwise may be right, or not.
       proof_.notKept.push_back(
           {file.file.path, "could not always be read: " + ErrorText(*file.file.failure)});
@@ -193,6 +194,7 @@ void Proving::Judge() {
   }
   Doubt(kept_.Failures());
   Doubt(cards_.Unreadable());
+  // What came or changed while all was compared was not compared.
   Doubt(cards_.Changes(options_.cards, goOn_));
   Doubt(kept_.Changes(options_.against, goOn_));
   proof_.kept = proof_.notKept.empty();

@@ -23,6 +23,7 @@ std::string ChecksumText(const std::vector<Checksum>& sums) {
 bool ReadChecksums(std::string_view text, std::vector<Checksum>& sums) {
   while (!text.empty()) {
     const std::size_t end = text.find('\n');
+    // Cut off, or by another program: what is not wholly understood proves nothing.
     if (end == std::string_view::npos || end <= kDigits + kBetween.size()) return false;
     const std::string_view digits = text.substr(0, kDigits);
     if (digits.find_first_not_of("0123456789abcdef") != std::string_view::npos ||
@@ -39,7 +40,7 @@ std::string HashFile(FileBytes& file, const std::function<bool(unsigned long lon
   ContentHash hash;
   std::vector<unsigned char> block(kBlock);
   const unsigned long long size = file.Size();
-  if (file.error() != 0) return "";
+  if (file.error()) return "";
   for (unsigned long long at = 0; at < size;) {
     const auto part = static_cast<std::size_t>(std::min<unsigned long long>(kBlock, size - at));
     if (!file.Read(at, block.data(), part)) return "";

@@ -1,4 +1,5 @@
-// OUT.xxh, which "xxhsum -c" reads: lines of 32 digits, two spaces and a name beside it.
+// Reads and writes OUT.xxh, which "xxhsum -c" reads: lines of 32 digits, two spaces and a name
+// beside it.
 #pragma once
 
 #include <functional>
@@ -12,7 +13,8 @@
 namespace clipchain {
 
 struct Checksum {
-  std::string hash;  // XXH128
+  // XXH128.
+  std::string hash;
   std::string name;
   bool operator==(const Checksum&) const = default;
 };

@@ -73,7 +73,7 @@ bool ClipHashes::MayRead(long long upTo) {
 bool ClipHashes::HashClip(std::size_t clip) {
   FileBytes file(clips_[clip]);
   const unsigned long long size = file.Size();
-  if (file.error() != 0) return true;
+  if (file.error()) return true;
   ContentHash hash(withSha256_);
   std::vector<unsigned char> block(kBlock);
   for (unsigned long long at = 0; at < size;) {

@@ -16,7 +16,7 @@ using Number = unsigned long long;
 
 std::string Unread(FileBytes& file, const std::string& path, Number at) {
   const std::string why =
-      file.error() != 0 ? ": " + ErrorText(file.error()) : std::string(": it ends there");
+      file.error() ? ": " + ErrorText(file.error()) : std::string(": it ends there");
   return fmt::format("{} can't be read at byte {}{}", PrintablePath(path), at, why);
 }
 
@@ -39,6 +39,8 @@ bool PassingHash::CatchUp(Number position) {
 }
 
 void PassingHash::See(Number position, const unsigned char* bytes, std::size_t size) {
+  // Ranges come in the order of the file they are compared with, which need not be that of this
+  // one.
   if (position < next_ || !CatchUp(position)) return;
   hash_.Update(bytes, size);
   next_ += size;
@@ -58,6 +60,8 @@ std::string RangeComparison::Compare(const NamedRange& mine, const NamedRange& t
     if (!mine.file.Read(at, mine_.data(), part)) return Unread(mine.file, mine.path, at);
     if (!theirs.file.Read(there, theirs_.data(), part))
       return Unread(theirs.file, theirs.path, there);
+    // Equal blocks are the rule, and comparing them at once is many times as fast as looking for a
+    // difference.
     if (std::memcmp(mine_.data(), theirs_.data(), part) != 0) {
       const std::size_t first = FirstDifference(mine_.data(), theirs_.data(), part);
       return fmt::format("{} has a byte {:02X} at {}; it is {:02X} at {} in {}",

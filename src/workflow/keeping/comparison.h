@@ -19,7 +19,8 @@ class Meter {
   // Whether to go on.
   bool Add(std::size_t bytes) {
     current_ += static_cast<long long>(bytes);
-    if (current_ > total_) total_ = current_;  // something was compared a second time
+    // Something was compared a second time.
+    if (current_ > total_) total_ = current_;
     Step step{Step::Phase::kVerifying};
     step.current = current_;
     step.total = total_;

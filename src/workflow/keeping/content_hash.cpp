@@ -53,9 +53,11 @@ void ContentHash::Update(const void* bytes, std::size_t size) {
 ContentHashes ContentHash::Value() const {
   ContentHashes hashes;
   XXH128_canonical_t canonical;
+  // The order of bytes that the tools for it print, whatever the machine has.
   XXH128_canonicalFromHash(&canonical, XXH3_128bits_digest(state_->fast.get()));
   hashes.xxh128 = Digits(canonical.digest);
   if (!state_->withSha256) return hashes;
+  // To ask for the digest ends the state, and more may follow.
   sha256_ctx copy = state_->slow;
   std::uint8_t digest[SHA256_DIGEST_SIZE];
   sha256_digest(&copy, sizeof digest, digest);

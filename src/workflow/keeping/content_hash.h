@@ -1,4 +1,4 @@
-// The hashes by which a clip that was made again is known to be the one it was.
+// Computes the hashes by which a clip that was made again is known to be the one it was.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,8 @@ namespace clipchain {
 // In hexadecimal digits, lower case.
 struct ContentHashes {
   std::string xxh128;
-  std::string sha256;  // empty where it was not asked for
+  // Empty where it was not asked for.
+  std::string sha256;
   bool operator==(const ContentHashes&) const = default;
 };
 

@@ -34,7 +34,8 @@ class CopyProof {
   KeptFiles& kept_;
   Meter& meter_;
   RangeComparison compare_;
-  std::map<std::size_t, std::string> hashes_;  // of files that were compared in vain, and the like
+  // Of files that were compared in vain, and the like.
+  std::map<std::size_t, std::string> hashes_;
 };
 
 }  // namespace clipchain

@@ -5,20 +5,20 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <memory>
 #include <set>
 #include <utility>
 
+#include "workflow/system/descriptor.h"
 #include "workflow/system/files.h"
+#include "workflow/system/open_folder.h"
 #include "workflow/system/part_name.h"
+#include "workflow/system/same_time.h"
+#include "workflow/system/system_error.h"
+#include "workflow/system/uninterrupted.h"
 
 namespace clipchain {
 
 namespace {
-
-bool IsSameTime(const timespec& a, const timespec& b) {
-  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
-}
 
 const char* KindOf(mode_t mode) {
   if (S_ISLNK(mode)) return "is a link";
@@ -26,10 +26,6 @@ const char* KindOf(mode_t mode) {
   if (S_ISSOCK(mode)) return "is a socket";
   return "is a device";
 }
-
-struct CloseFolder {
-  void operator()(DIR* folder) const { ::closedir(folder); }
-};
 
 class Walk {
  public:
@@ -54,25 +50,17 @@ class Walk {
  private:
   void List(const std::string& path, bool first) {
     const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | (first ? 0 : O_NOFOLLOW);
-    const int descriptor = ::open(path.c_str(), flags);
-    if (descriptor < 0) return Fail(path, "can't be searched", errno);
+    Descriptor descriptor(Uninterrupted([&] { return ::open(path.c_str(), flags); }));
+    if (descriptor < 0) return Fail(path, "can't be searched", LastError());
     struct stat status;
-    if (::fstat(descriptor, &status) != 0) {
-      Fail(path, "can't be searched", errno);
-      ::close(descriptor);
-      return;
-    }
+    if (::fstat(descriptor, &status) != 0) return Fail(path, "can't be searched", LastError());
     const FileIdentity identity{status.st_dev, status.st_ino};
-    if (!visited_.insert(identity).second) {
-      ::close(descriptor);
-      return;
-    }
-    const std::unique_ptr<DIR, CloseFolder> folder(::fdopendir(descriptor));
-    if (folder == nullptr) {
-      Fail(path, "can't be searched", errno);
-      ::close(descriptor);
-      return;
-    }
+    // A folder may be mounted inside of itself.
+    if (!visited_.insert(identity).second) return;
+    const OpenFolder folder(::fdopendir(descriptor));
+    if (folder == nullptr) return Fail(path, "can't be searched", LastError());
+    // The folder closes it.
+    static_cast<void>(descriptor.Release());
     ReadEntries(*folder, path, identity);
   }
 
@@ -88,7 +76,7 @@ class Walk {
       if (stopped_) return;
       struct stat status;
       if (::fstatat(::dirfd(&folder), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        Fail(prefix + name, "can't be looked at", errno);
+        Fail(prefix + name, "can't be looked at", LastError());
       } else if (S_ISDIR(status.st_mode)) {
         waiting_.push_back(prefix + name);
       } else if (S_ISREG(status.st_mode)) {
@@ -98,10 +86,10 @@ class Walk {
         list_.leftAside.push_back({prefix + name, KindOf(status.st_mode)});
       }
     }
-    if (errno != 0) Fail(path, "can't be searched to its end", errno);
+    if (errno != 0) Fail(path, "can't be searched to its end", LastError());
   }
 
-  void Fail(const std::string& path, const char* what, int error) {
+  void Fail(const std::string& path, const char* what, const std::error_code& error) {
     list_.unreadable.push_back({path, std::string(what) + ": " + ErrorText(error)});
   }
 

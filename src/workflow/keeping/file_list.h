@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -32,8 +33,8 @@ struct ListedFile {
   // That it lies in.
   FileIdentity folder{};
   FileStamp stamp{};
-  // The system's number of a failure to open or read it, 0 if there was none; one for all copies.
-  std::shared_ptr<int> failure = std::make_shared<int>(0);
+  // Of a failure to open or read it; one for all copies.
+  std::shared_ptr<std::error_code> failure = std::make_shared<std::error_code>();
 };
 
 // A folder and a name in it, by which a file is known again that was reached in two ways.
@@ -42,16 +43,20 @@ FilePlace PlaceOf(const ListedFile& file);
 
 struct ListedPath {
   std::string path;
-  std::string reason;  // the rest of a sentence that begins with the path
+  // The rest of a sentence that begins with the path.
+  std::string reason;
 };
 
 // How many files were found; false ends the search. May be empty.
 using SearchProgress = std::function<bool(std::size_t files)>;
 
 struct FileList {
-  std::vector<ListedFile> files;       // regular ones, whatever their names; by path
-  std::vector<ListedPath> leftAside;   // links, pipes, devices: what is no file of its own
-  std::vector<ListedPath> unreadable;  // what could not be looked at, folders above all
+  // Regular ones, whatever their names; by path.
+  std::vector<ListedFile> files;
+  // Links, pipes, devices: what is no file of its own.
+  std::vector<ListedPath> leftAside;
+  // What could not be looked at, folders above all.
+  std::vector<ListedPath> unreadable;
 };
 
 // Walks through the folder and all below it, hidden ones and other file systems mounted there too;

@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <optional>
 #include <utility>
@@ -17,6 +16,7 @@
 #include "workflow/system/open_file.h"
 #include "workflow/system/part_file.h"
 #include "workflow/system/part_name.h"
+#include "workflow/system/system_error.h"
 #include "workflow/system/text_file.h"
 
 namespace clipchain {
@@ -36,25 +36,25 @@ class BesideFile {
   int descriptor() const { return part_.descriptor(); }
 
   Findings Create() { return Unwritable(part_.Create(path_)); }
-  Findings Unwritable(int error) const {
-    if (error == 0) return {};
+  Findings Unwritable(const std::error_code& error) const {
+    if (!error) return {};
     return {MakeFinding(Message::kOutputUnwritable, path_, "can't be written: " + ErrorText(error),
                         "make room, or choose another folder")};
   }
   Findings FlushNow() const {
-    const int error = Flush(part_.descriptor());
-    if (error == 0) return {};
+    const std::error_code error = Flush(part_.descriptor());
+    if (!error) return {};
     return {MakeFinding(Message::kOutputUnflushed, path_,
                         "is lost: the disk did not take all that was written",
                         "check the disk, or choose another one")};
   }
 
   Findings Publish(bool overwrite) {
-    swapped_ = overwrite && Exists(path_) && part_.Exchange() == 0;
-    const int error = swapped_ ? 0 : part_.Publish(overwrite);
-    named_ = error == 0;
+    swapped_ = overwrite && Exists(path_) && !part_.Exchange();
+    const std::error_code error = swapped_ ? std::error_code() : part_.Publish(overwrite);
+    named_ = !error;
     if (named_) return {};
-    if (error == EEXIST)
+    if (error == std::errc::file_exists)
       return {MakeFinding(Message::kOutputExists, path_, "exists already",
                           "choose another name, or let --overwrite replace it")};
     return {MakeFinding(Message::kOutputUnnamed, path_, "can't get its name: " + ErrorText(error),
@@ -62,7 +62,7 @@ class BesideFile {
   }
   void Withdraw() {
     if (swapped_) {
-      [[maybe_unused]] const int unreported = part_.Exchange();
+      [[maybe_unused]] const std::error_code unreported = part_.Exchange();
     } else if (named_) {
       ::unlink(path_.c_str());
     }
@@ -70,7 +70,7 @@ class BesideFile {
   }
   void Complete() {
     named_ = swapped_ = false;
-    [[maybe_unused]] const int unreported = part_.Discard();
+    [[maybe_unused]] const std::error_code unreported = part_.Discard();
   }
 
  private:
@@ -143,6 +143,7 @@ Findings Keeper::AddClip(const std::string& path, const MergeImage& image) {
   struct stat status;
   if (::stat(path.c_str(), &status) != 0) return unreadable;
   OriginalClip clip;
+  // For people who look for the card; nothing is found by it.
   clip.place = std::filesystem::absolute(path).string();
   clip.size = static_cast<unsigned long long>(status.st_size);
   clip.modified = status.st_mtim;
@@ -172,6 +173,7 @@ Findings Keeper::Describe(const std::vector<std::string>& clips, const FitOption
   MergeImage image;
   if (Findings faults = MakeMergeImage(clips, options, boxes.layout, image); !faults.empty())
     return faults;
+  // A recipe names places in the result: it must be the file that the image says.
   if (image.size != result.Size())
     return damaged(fmt::format("has {} bytes; the clips give {}", result.Size(), image.size));
   originals_ = {};
@@ -201,12 +203,12 @@ Findings Keeper::WriteArchive(const std::vector<std::string>& clips, const std::
     at = clip;
     return bytes->Read(buffer, size);
   };
-  const int error = WriteOriginals(originals_, source, archive_->descriptor());
-  if (error != 0 && bytes != nullptr && bytes->error() != 0)
+  const std::error_code error = WriteOriginals(originals_, source, archive_->descriptor());
+  if (error && bytes != nullptr && bytes->error())
     return {MakeFinding(Message::kInputUnreadable, clips[at],
                         "can't be read again: " + ErrorText(bytes->error()),
                         "copy the clip again from the card")};
-  if (error != 0) return archive_->Unwritable(error);
+  if (error) return archive_->Unwritable(error);
   if (Findings faults = archive_->FlushNow(); !faults.empty()) return faults;
   FileBytes written(archive_->descriptor());
   written.ForgetCached();
@@ -246,7 +248,7 @@ Findings Keeper::WriteChecksums(const std::string& output, int file, const Progr
   if (Findings faults = SumsOf(output, file, progress, sums); !faults.empty()) return faults;
   checksums_.emplace(output + std::string(kChecksumsSuffix));
   if (Findings faults = checksums_->Create(); !faults.empty()) return faults;
-  const int error = WriteText(checksums_->descriptor(), ChecksumText(sums));
+  const std::error_code error = WriteText(checksums_->descriptor(), ChecksumText(sums));
   return checksums_->Unwritable(error);
 }
 
@@ -321,15 +323,15 @@ Findings KeepBeside(const std::vector<std::string>& clips, const FitOptions& opt
   Keeper keeper(keep);
   const Descriptor file = OpenToRead(output);
   if (file < 0)
-    return {MakeFinding(Message::kResultDamaged, output, "can't be read: " + ErrorText(errno),
+    return {MakeFinding(Message::kResultDamaged, output, "can't be read: " + ErrorText(LastError()),
                         "look at it, then rename or remove it")};
   if (Findings faults = keeper.Agree(clips, options, output, file, progress); !faults.empty())
     return faults;
   if (Findings faults = keeper.Publish(false); !faults.empty()) return faults;
   const Descriptor folder = OpenToRead(FolderOf(output));
-  const int error = folder < 0 ? errno : Flush(folder);
+  const std::error_code error = folder < 0 ? LastError() : Flush(folder);
   keeper.Complete();
-  if (error == 0) return {};
+  if (!error) return {};
   return {MakeFinding(Message::kOutputNotDurable, output,
                       "is complete, but its folder can't be flushed: " + ErrorText(error),
                       "check the disk before you delete the clips")};

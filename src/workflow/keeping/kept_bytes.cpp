@@ -32,6 +32,7 @@ std::string CompareClip(OriginalsReader& reader, const OriginalClip& original,
 
 std::string CompareAll(OriginalsReader& reader, const Originals& originals,
                        const std::vector<std::string>& clips) {
+  // As text, so that no field that is added is forgotten here.
   if (OriginalsText(reader.Contents()) != OriginalsText(originals))
     return "says something else than these clips and their merge";
   for (std::size_t clip = 0; clip < clips.size(); ++clip) {
@@ -94,6 +95,8 @@ std::string CompareOlderArchive(FileBytes& archive, Originals originals,
   if (std::string why = reader.Open(archive); !why.empty()) return why;
   const std::vector<OriginalClip>& older = reader.Contents().clips;
   for (std::size_t clip = 0; clip < std::min(older.size(), originals.clips.size()); ++clip) {
+    // Clips may have been copied since: their place and time prove nothing, and their bytes are
+    // compared.
     originals.clips[clip].place = older[clip].place;
     originals.clips[clip].modified = older[clip].modified;
     if (originals.clips[clip].hashes.sha256.empty())

@@ -1,4 +1,4 @@
-// The bytes of clips that an archive of originals has.
+// Reads the bytes of clips that an archive of originals has.
 #pragma once
 
 #include <string>
@@ -22,7 +22,7 @@ class KeptBytes {
 
   // The next ones, at most `size`; 0 at their end, or where they can't be read.
   std::size_t Read(void* buffer, std::size_t size);
-  int error() const { return file_.error(); }
+  const std::error_code& error() const { return file_.error(); }
 
  private:
   FileBytes file_;

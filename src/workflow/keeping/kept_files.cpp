@@ -1,6 +1,5 @@
 #include "workflow/keeping/kept_files.h"
 
-#include <cerrno>
 #include <system_error>
 #include <utility>
 
@@ -8,6 +7,7 @@
 #include "workflow/system/open_file.h"
 #include "workflow/system/part_file.h"
 #include "workflow/system/part_name.h"
+#include "workflow/system/system_error.h"
 
 namespace clipchain {
 
@@ -21,9 +21,11 @@ Findings KeptFiles::Read(const std::vector<std::string>& folders, const CardFile
       return {MakeFinding(Message::kFolderUnusable, folder, list.unreadable.front().reason,
                           "name a folder with results or copies")};
     for (const ListedFile& file : list.files) {
+      // Folders may be named twice, or one inside of the other.
       if (!places.insert(PlaceOf(file)).second) continue;
       all_.push_back(file);
       against_.emplace(file.folder, index);
+      // A file of a card is no second copy of itself, and a hidden file may go at any moment.
       if (cards.Has(file.stamp) || IsAnyPartName(NameOf(file.path))) continue;
       byPath_.emplace(file.path, files_.size());
       bySize_[file.stamp.size].push_back(files_.size());
@@ -59,13 +61,13 @@ std::unique_ptr<ListedBytes> KeptFiles::Open(KeptFile& file, CardFiles& cards, s
 
 // Somebody may have copied it there a moment ago.
 std::string KeptFiles::Flushed(const ListedBytes& bytes, const ListedFile& file) {
-  int error = Flush(bytes.descriptor());
-  if (error == 0 && !flushed_.contains(file.folder)) {
+  std::error_code error = Flush(bytes.descriptor());
+  if (!error && !flushed_.contains(file.folder)) {
     const Descriptor folder = OpenToRead(FolderOf(file.path));
-    error = folder < 0 ? errno : Flush(folder);
-    if (error == 0) flushed_.insert(file.folder);
+    error = folder < 0 ? LastError() : Flush(folder);
+    if (!error) flushed_.insert(file.folder);
   }
-  if (error == 0) return "";
+  if (!error) return "";
   return "can't be flushed to its disk: " + ErrorText(error);
 }
 
@@ -85,7 +87,7 @@ std::map<std::size_t, std::size_t> KeptFiles::BesideCards(const CardFiles& cards
 std::vector<ListedPath> KeptFiles::Failures() const {
   std::vector<ListedPath> failures;
   for (const KeptFile& file : files_) {
-    if (file.counts && *file.file.failure != 0)
+    if (file.counts && *file.file.failure)
       failures.push_back(
           {file.file.path, "could not always be read: " + ErrorText(*file.file.failure)});
   }

@@ -1,4 +1,4 @@
-// The files below folders that may keep what is on cards.
+// Knows the files below folders that may keep what is on cards.
 #pragma once
 
 #include <cstdint>
@@ -60,13 +60,17 @@ class KeptFiles {
  private:
   std::string Flushed(const ListedBytes& bytes, const ListedFile& file);
 
-  std::vector<ListedFile> all_;     // with those left out
-  std::set<FileIdentity> flushed_;  // folders
+  // With those left out.
+  std::vector<ListedFile> all_;
+  // Folders.
+  std::set<FileIdentity> flushed_;
   std::vector<KeptFile> files_;
   std::map<long long, std::vector<std::size_t>> bySize_;
   std::map<std::string, std::size_t> byPath_;
-  std::map<FileIdentity, std::string> counted_;  // folders, and paths of them
-  std::map<FileIdentity, std::size_t> against_;  // below which of the folders one lies
+  // Folders, and paths of them.
+  std::map<FileIdentity, std::string> counted_;
+  // Below which of the folders one lies.
+  std::map<FileIdentity, std::size_t> against_;
 };
 
 }  // namespace clipchain

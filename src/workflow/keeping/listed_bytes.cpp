@@ -4,9 +4,9 @@
 #include <xxhash.h>
 
 #include <algorithm>
-#include <cerrno>
 
 #include "workflow/system/files.h"
+#include "workflow/system/system_error.h"
 
 namespace clipchain {
 
@@ -21,10 +21,10 @@ ListedBytes::ListedBytes(const ListedFile& file)
     : file_(OpenToRead(file.path, O_NOFOLLOW)), bytes_(file_), failure_(file.failure) {
   struct stat status;
   if (file_ < 0) {
-    *failure_ = errno;
+    *failure_ = LastError();
     why_ = "can't be opened: " + ErrorText(*failure_);
   } else if (::fstat(file_, &status) != 0) {
-    *failure_ = errno;
+    *failure_ = LastError();
     why_ = "can't be looked at: " + ErrorText(*failure_);
   } else if (!(FileStamp::Of(status) == file.stamp)) {
     why_ = "changed while it was looked at";
@@ -34,7 +34,7 @@ ListedBytes::ListedBytes(const ListedFile& file)
 }
 
 ListedBytes::~ListedBytes() {
-  if (bytes_.error() != 0) *failure_ = bytes_.error();
+  if (bytes_.error()) *failure_ = bytes_.error();
 }
 
 std::size_t ProbeLength(unsigned long long size) {

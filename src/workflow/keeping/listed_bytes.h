@@ -1,4 +1,4 @@
-// A listed file, open, and known to be the one that was listed.
+// Opens a listed file and makes sure that it is the one that was listed.
 #pragma once
 
 #include <cstdint>
@@ -29,7 +29,7 @@ class ListedBytes {
   Descriptor file_;
   FileBytes bytes_;
   std::string why_;
-  std::shared_ptr<int> failure_;
+  std::shared_ptr<std::error_code> failure_;
 };
 
 // How many bytes at an end of so many are probed.

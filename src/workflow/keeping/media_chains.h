@@ -16,9 +16,12 @@ namespace clipchain {
 // The media of a clip as it would stand in a merged file.
 struct ClipMedia {
   std::size_t clip;
-  std::vector<Extent> ranges;  // of the clip's file, none empty
-  std::uint64_t head;          // hash of the first bytes
-  std::uint64_t tail;          // hash of the last bytes
+  // Of the clip's file, none empty.
+  std::vector<Extent> ranges;
+  // Hash of the first bytes.
+  std::uint64_t head;
+  // Hash of the last bytes.
+  std::uint64_t tail;
 };
 
 class MediaChains {

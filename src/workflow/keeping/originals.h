@@ -1,5 +1,5 @@
-// What an archive of originals says: everything of clips that their merged file does not hold, and
-// where in that file the rest of them stands.
+// Holds what an archive of originals says: everything of clips that their merged file does not
+// hold, and where in that file the rest of them stands.
 //
 // The archive of OUT is OUT.originals, a tar archive compressed with zstd: first its table of
 // contents, a JSON document, then for each clip, in the order of the merge, an entry with the bytes
@@ -31,12 +31,15 @@ struct RecipeStep {
 };
 
 struct OriginalClip {
-  std::string name;   // of its entry, and of the clip that is made again: a single file name
-  std::string place;  // the path that it had
+  // Of its entry, and of the clip that is made again: a single file name.
+  std::string name;
+  // The path that it had.
+  std::string place;
   unsigned long long size = 0;
   timespec modified{};
   ContentHashes hashes;
-  std::vector<RecipeStep> recipe;  // all of the clip, from its beginning to its end
+  // All of the clip, from its beginning to its end.
+  std::vector<RecipeStep> recipe;
 
   unsigned long long KeptBytes() const;
 };
@@ -51,8 +54,10 @@ struct OwnRange {
 struct Originals {
   unsigned long long resultSize = 0;
   std::vector<OwnRange> own;
-  FitOptions options;               // of the merge
-  std::vector<OriginalClip> clips;  // in the order of the merge
+  // Of the merge.
+  FitOptions options;
+  // In the order of the merge.
+  std::vector<OriginalClip> clips;
 };
 
 // Whether a file can bear the name wherever clips are made again: it has no folder in it, and means

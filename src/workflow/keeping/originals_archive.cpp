@@ -2,14 +2,14 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <vector>
 
-#include "workflow/system/uninterrupted.h"
+#include "workflow/system/system_error.h"
+#include "workflow/system/text_file.h"
 
 namespace clipchain {
 
@@ -41,24 +41,14 @@ std::string SealOf(const std::string& hash) {
 struct Sink {
   int file;
   ContentHash hash;
-  int error = 0;
+  std::error_code error{};
 };
-
-int WriteAll(int file, const char* bytes, std::size_t size) {
-  while (size != 0) {
-    const ssize_t went = Uninterrupted([&] { return ::write(file, bytes, size); });
-    if (went < 0) return errno;
-    bytes += went;
-    size -= static_cast<std::size_t>(went);
-  }
-  return 0;
-}
 
 la_ssize_t WriteTo(archive* writer, void* data, const void* bytes, std::size_t size) {
   Sink& sink = *static_cast<Sink*>(data);
-  sink.error = WriteAll(sink.file, static_cast<const char*>(bytes), size);
-  if (sink.error != 0) {
-    archive_set_error(writer, sink.error, "write");
+  sink.error = WriteText(sink.file, {static_cast<const char*>(bytes), size});
+  if (sink.error) {
+    archive_set_error(writer, sink.error.value(), "write");
     return -1;
   }
   sink.hash.Update(bytes, size);
@@ -74,10 +64,10 @@ struct FreeEntry {
 
 class Writer {
  public:
-  explicit Writer(int file) : sink_{file, ContentHash(), 0}, archive_(archive_write_new()) {}
+  explicit Writer(int file) : sink_{file, ContentHash()}, archive_(archive_write_new()) {}
 
-  int Write(const Originals& originals, const KeptSource& source) {
-    if (archive_ == nullptr) return ENOMEM;
+  std::error_code Write(const Originals& originals, const KeptSource& source) {
+    if (archive_ == nullptr) return SystemError(ENOMEM);
     const std::string text = OriginalsText(originals);
     if (!Open() || !Put(kContentsName, text.size(), {}) || !Data(text.data(), text.size()))
       return Error();
@@ -87,14 +77,13 @@ class Writer {
       if (!Put(original.name, original.KeptBytes(), original.modified)) return Error();
       for (Number left = original.KeptBytes(); left != 0;) {
         const std::size_t got = source(clip, block.data(), std::min<Number>(left, kBlock));
-        if (got == 0) return EIO;
+        if (got == 0) return SystemError(EIO);
         if (!Data(block.data(), got)) return Error();
         left -= got;
       }
     }
     if (archive_write_close(archive_.get()) != ARCHIVE_OK) return Error();
-    const std::string seal = SealOf(sink_.hash.Value().xxh128);
-    return WriteAll(sink_.file, seal.data(), seal.size());
+    return WriteText(sink_.file, SealOf(sink_.hash.Value().xxh128));
   }
 
  private:
@@ -128,10 +117,10 @@ class Writer {
     return true;
   }
 
-  int Error() const {
-    if (sink_.error != 0) return sink_.error;
+  std::error_code Error() const {
+    if (sink_.error) return sink_.error;
     const int error = archive_errno(archive_.get());
-    return error > 0 ? error : EIO;
+    return SystemError(error > 0 ? error : EIO);
   }
 
   Sink sink_;
@@ -140,14 +129,15 @@ class Writer {
 
 }  // namespace
 
-int WriteOriginals(const Originals& originals, const KeptSource& source, int file) {
+std::error_code WriteOriginals(const Originals& originals, const KeptSource& source, int file) {
   return Writer(file).Write(originals, source);
 }
 
 // Where libarchive reads from.
 struct OriginalsReader::Stream {
   FileBytes& file;
-  Number end;  // of the compressed data
+  // Of the compressed data.
+  Number end;
   Number at = 0;
   std::vector<char> block = std::vector<char>(kBlock);
 
@@ -173,7 +163,7 @@ OriginalsReader::~OriginalsReader() = default;
 std::string OriginalsReader::CheckSeal(FileBytes& file) {
   constexpr const char* kUnread = "can't be read";
   const Number size = file.Size();
-  if (file.error() != 0) return kUnread;
+  if (file.error()) return kUnread;
   if (size <= kSealSize) return "is no archive of originals";
   const Number end = size - kSealSize;
   ContentHash hash;

@@ -1,10 +1,11 @@
-// The archive of originals as a file.
+// Reads and writes the archive of originals as a file.
 #pragma once
 
 #include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
+#include <system_error>
 
 #include "workflow/keeping/content_hash.h"
 #include "workflow/keeping/originals.h"
@@ -17,9 +18,10 @@ namespace clipchain {
 // Gives bytes of the clip's entry, from the beginning on: at most `size`, 0 at a failure.
 using KeptSource = std::function<std::size_t(std::size_t clip, void* buffer, std::size_t size)>;
 
-// Writes the archive to an empty file that is open for writing. An error number of the system, 0
-// for success; EIO where the source failed.
-[[nodiscard]] int WriteOriginals(const Originals& originals, const KeptSource& source, int file);
+// Writes the archive to an empty file that is open for writing. Answers the error
+// of the system; std::errc::io_error where the source failed.
+[[nodiscard]] std::error_code WriteOriginals(const Originals& originals, const KeptSource& source,
+                                             int file);
 
 // Reads an archive clip by clip. What is wrong is told as the rest of a sentence that begins with
 // its path, empty where nothing is.

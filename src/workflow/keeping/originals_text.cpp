@@ -103,7 +103,7 @@ const Json& ListOf(const Json& object, const char* name) {
 }
 
 std::string PathIn(const Json& object, const char* name) {
-  const std::optional<std::string> path = PathOf(Field(object, name));
+  const std::optional<std::string> path = PathFrom(Field(object, name));
   if (!path)
     throw Fault{fmt::format("has a \"{}\" in its table of contents that is no path", name)};
   return *path;

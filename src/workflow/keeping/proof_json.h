@@ -1,5 +1,5 @@
-// What is kept, and which clips were made again, in the form that programs read; docs/json.md has
-// the fields. Not installed, like all that needs a JSON library.
+// Tells programs what is kept, and which clips were made again; docs/json.md has the fields. Not
+// installed, like all that needs a JSON library.
 #pragma once
 
 #include <string>

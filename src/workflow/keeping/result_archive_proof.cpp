@@ -203,7 +203,8 @@ void ResultProof::TryArchive(KeptFile& result) {
 // Those whose media stands in the file.
 void ResultProof::BlameAllOf(ListedBytes& bytes, const std::string& reason) {
   TopLevel boxes;
-  static_cast<void>(boxes.Read(bytes.Bytes()));  // finds the media also where what follows is wrong
+  // Finds the media also where what follows is wrong.
+  static_cast<void>(boxes.Read(bytes.Bytes()));
   const auto blame = [&](const std::vector<std::size_t>& clips) {
     Blame(clips, reason);
     return true;

@@ -16,6 +16,7 @@ namespace clipchain {
 namespace {
 
 constexpr unsigned int kExtentsAtOnce = 256;
+// Not on the disk yet, or inside of the file's own record: their numbers mean nothing.
 constexpr unsigned int kWithoutPlace =
     FIEMAP_EXTENT_UNKNOWN | FIEMAP_EXTENT_DELALLOC | FIEMAP_EXTENT_DATA_INLINE;
 
@@ -30,6 +31,7 @@ std::vector<BlockRange> BlocksOf(int file) {
     auto* const map = new (room.data()) fiemap{};
     map->fm_start = at;
     map->fm_length = FIEMAP_MAX_OFFSET - at;
+    // What was written a moment ago has no place until it is flushed.
     map->fm_flags = FIEMAP_FLAG_SYNC;
     map->fm_extent_count = kExtentsAtOnce;
     if (::ioctl(file, FS_IOC_FIEMAP, map) != 0 || map->fm_mapped_extents == 0) return blocks;
@@ -38,6 +40,7 @@ std::vector<BlockRange> BlocksOf(int file) {
       std::memcpy(&extent, reinterpret_cast<const char*>(map) + sizeof(fiemap) + i * sizeof extent,
                   sizeof extent);
       const unsigned long long next = extent.fe_logical + extent.fe_length;
+      // A file system that goes back would keep the loop going.
       last = (extent.fe_flags & FIEMAP_EXTENT_LAST) != 0 || next <= at;
       at = std::max(at, next);
       if ((extent.fe_flags & kWithoutPlace) != 0) continue;
@@ -68,6 +71,8 @@ bool SharedBlocks::Show(const FileStamp& stamp, const std::vector<BlockRange>& b
   const auto [first, behind] = files_.equal_range(FileKey{NumberBeneath(stamp), stamp.size});
   const dev_t device = stamp.identity.device;
   return std::any_of(first, behind, [&](const auto& file) {
+    // An overlay shows the file beneath it under its own device, which is none of the machine's
+    // (major number 0): same number, same size, same blocks are one file.
     return file.second.device != device && (major(file.second.device) == 0 || major(device) == 0) &&
            file.second.blocks == blocks;
   });
@@ -78,6 +83,7 @@ void SharedBlocks::Sort() {
             [](const CardRange& a, const CardRange& b) { return a.range.begin < b.range.begin; });
   farthest_.clear();
   unsigned long long end = 0;
+  // How far any range up to here reaches, so that a search backwards knows when none before it can.
   for (const CardRange& range : ranges_) farthest_.push_back(end = std::max(end, range.range.end));
   sorted_ = true;
 }
@@ -93,6 +99,8 @@ bool SharedBlocks::Touch(const FileStamp& stamp, const std::vector<BlockRange>& 
       --range;
       if (farthest_[static_cast<std::size_t>(range - ranges_.begin())] <= mine.begin) break;
       const bool together =
+          // Places on two disks have the same numbers; blocks that a file system marks as shared
+          // may be of one disk under two devices.
           range->device == stamp.identity.device || (range->range.shared && mine.shared);
       if (together && range->range.end > mine.begin) return true;
     }

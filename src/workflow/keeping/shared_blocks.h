@@ -18,9 +18,11 @@ inline unsigned long long NumberBeneath(const FileStamp& stamp) {
 }
 
 struct BlockRange {
-  unsigned long long begin;  // on the device, in bytes
+  // On the device, in bytes.
+  unsigned long long begin;
   unsigned long long end;
-  bool shared;  // the file system says that another file has the blocks, too
+  // The file system says that another file has the blocks, too.
+  bool shared;
 
   bool operator==(const BlockRange& other) const {
     return begin == other.begin && end == other.end;
@@ -63,7 +65,8 @@ class SharedBlocks {
 
   std::multimap<FileKey, CardBlocks> files_;
   std::vector<CardRange> ranges_;
-  std::vector<unsigned long long> farthest_;  // the end of any range up to that one
+  // The end of any range up to that one.
+  std::vector<unsigned long long> farthest_;
   bool sorted_ = false;
 };
 

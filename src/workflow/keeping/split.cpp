@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <memory>
 #include <new>
 #include <utility>
@@ -16,6 +15,7 @@
 #include "workflow/system/files.h"
 #include "workflow/system/part_file.h"
 #include "workflow/system/part_name.h"
+#include "workflow/system/system_error.h"
 #include "workflow/system/text_file.h"
 
 namespace clipchain {
@@ -58,17 +58,16 @@ class Splitting {
   void Publish();
   void LeaveNothing();
 
-  bool Fail(Message message, const std::string& path, std::string text, std::string remedy) {
+  void Fail(Message message, const std::string& path, std::string text, std::string remedy) {
     report_.findings.push_back(MakeFinding(message, path, std::move(text), std::move(remedy)));
-    return false;
   }
-  bool FailWrite(std::size_t clip, int error) {
-    return Fail(Message::kOutputUnwritable, report_.clips[clip].path,
-                "can't be written: " + ErrorText(error), "make room, or choose another folder");
+  void FailWrite(std::size_t clip, const std::error_code& error) {
+    Fail(Message::kOutputUnwritable, report_.clips[clip].path,
+         "can't be written: " + ErrorText(error), "make room, or choose another folder");
   }
-  bool FailArchive(const std::string& why) {
-    return Fail(Message::kInputRefused, archivePath_, why,
-                "look for the archive that was made with this file");
+  void FailArchive(const std::string& why) {
+    Fail(Message::kInputRefused, archivePath_, why,
+         "look for the archive that was made with this file");
   }
   bool Tell();
 
@@ -79,7 +78,8 @@ class Splitting {
   FileBytes result_;
   FileBytes archive_;
   OriginalsReader reader_;
-  std::vector<std::unique_ptr<PartFile>> parts_;  // of the clips; null where one is not what it was
+  // Of the clips; null where one is not what it was.
+  std::vector<std::unique_ptr<PartFile>> parts_;
   bool madeFolder_ = false;
   std::size_t clip_ = 0;
   Number written_ = 0;
@@ -95,19 +95,25 @@ bool Splitting::Tell() {
   step.current = static_cast<long long>(written_);
   step.total = static_cast<long long>(total_);
   if (!options_.progress || options_.progress(step)) return true;
-  return Fail(Message::kMergeStopped, folder_, "got no clips: the work was stopped",
-              "run it again");
+  Fail(Message::kMergeStopped, folder_, "got no clips: the work was stopped", "run it again");
+  return false;
 }
 
 bool Splitting::Prepare() {
-  if (!result_.IsFile())
-    return Fail(Message::kInputUnreadable, merged_, "can't be read: " + WhyUnreadable(merged_),
-                "check the name and the permissions");
-  if (!archive_.IsFile())
-    return Fail(Message::kInputUnreadable, archivePath_,
-                "can't be read: " + WhyUnreadable(archivePath_),
-                "put the archive that \"clipchain merge --originals\" made beside the file");
-  if (const std::string why = reader_.Open(archive_); !why.empty()) return FailArchive(why);
+  if (!result_.IsFile()) {
+    Fail(Message::kInputUnreadable, merged_, "can't be read: " + WhyUnreadable(merged_),
+         "check the name and the permissions");
+    return false;
+  }
+  if (!archive_.IsFile()) {
+    Fail(Message::kInputUnreadable, archivePath_, "can't be read: " + WhyUnreadable(archivePath_),
+         "put the archive that \"clipchain merge --originals\" made beside the file");
+    return false;
+  }
+  if (const std::string why = reader_.Open(archive_); !why.empty()) {
+    FailArchive(why);
+    return false;
+  }
   for (const OriginalClip& clip : reader_.Contents().clips) {
     report_.clips.push_back({folder_ + '/' + clip.name, false, static_cast<long long>(clip.size)});
     total_ += clip.size;
@@ -118,9 +124,11 @@ bool Splitting::Prepare() {
 bool Splitting::NamesAreFree() {
   const bool existed = Exists(folder_);
   for (const SplitClip& clip : report_.clips) {
-    if (existed && Exists(clip.path))
-      return Fail(Message::kOutputExists, clip.path, "exists already",
-                  "choose another folder with -o; nothing was made");
+    if (existed && Exists(clip.path)) {
+      Fail(Message::kOutputExists, clip.path, "exists already",
+           "choose another folder with -o; nothing was made");
+      return false;
+    }
   }
   if (const auto fault = MakeFolder(folder_)) {
     report_.findings.push_back(*fault);
@@ -136,23 +144,29 @@ bool Splitting::HasRoom() {
   if (::statvfs(folder_.c_str(), &status) != 0) return true;
   const Number room = Number{status.f_bavail} * status.f_frsize;
   if (room == 0 || total_ <= room) return true;
-  return Fail(Message::kTooLittleSpace, folder_,
-              fmt::format("has {} bytes of free space, and the clips take {}", room, total_),
-              "make room, or choose another disk with -o");
+  Fail(Message::kTooLittleSpace, folder_,
+       fmt::format("has {} bytes of free space, and the clips take {}", room, total_),
+       "make room, or choose another disk with -o");
+  return false;
 }
 
 bool Splitting::Make() {
   for (clip_ = 0; clip_ < report_.clips.size(); ++clip_) {
     if (!Tell() || !MakeClip(clip_)) return false;
   }
-  if (const std::string why = reader_.AtEnd(); !why.empty()) return FailArchive(why);
+  if (const std::string why = reader_.AtEnd(); !why.empty()) {
+    FailArchive(why);
+    return false;
+  }
   return true;
 }
 
 bool Splitting::MakeClip(std::size_t clip) {
   auto part = std::make_unique<PartFile>();
-  if (const int error = part->Create(report_.clips[clip].path); error != 0)
-    return FailWrite(clip, error);
+  if (const std::error_code error = part->Create(report_.clips[clip].path)) {
+    FailWrite(clip, error);
+    return false;
+  }
   // The merged file lacks bytes.
   bool wrong = false;
   bool right = false;
@@ -169,7 +183,10 @@ bool Splitting::MakeClip(std::size_t clip) {
 }
 
 bool Splitting::Fill(std::size_t clip, PartFile& part, bool& wrong) {
-  if (const std::string why = reader_.NextClip(); !why.empty()) return FailArchive(why);
+  if (const std::string why = reader_.NextClip(); !why.empty()) {
+    FailArchive(why);
+    return false;
+  }
   for (const RecipeStep& step : reader_.Contents().clips[clip].recipe) {
     if (!FromArchive(part, step.kept) || !FromResult(part, step.position, step.size, wrong))
       return false;
@@ -180,8 +197,10 @@ bool Splitting::Fill(std::size_t clip, PartFile& part, bool& wrong) {
 bool Splitting::FromArchive(PartFile& part, Number size) {
   while (size != 0) {
     const auto count = static_cast<std::size_t>(std::min<Number>(size, kBlock));
-    if (const std::string why = reader_.Read(block_.data(), count); !why.empty())
-      return FailArchive(why);
+    if (const std::string why = reader_.Read(block_.data(), count); !why.empty()) {
+      FailArchive(why);
+      return false;
+    }
     if (!Write(part, count)) return false;
     size -= count;
   }
@@ -202,8 +221,10 @@ bool Splitting::FromResult(PartFile& part, Number position, Number size, bool& w
 
 bool Splitting::Write(PartFile& part, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(block_.data()), size);
-  if (const int error = WriteText(part.descriptor(), text); error != 0)
-    return FailWrite(clip_, error);
+  if (const std::error_code error = WriteText(part.descriptor(), text)) {
+    FailWrite(clip_, error);
+    return false;
+  }
   written_ += size;
   return Tell();
 }
@@ -211,24 +232,34 @@ bool Splitting::Write(PartFile& part, std::size_t size) {
 // Its time is set last, for every write sets another one.
 bool Splitting::Seal(std::size_t clip, PartFile& part, bool& right) {
   const OriginalClip& original = reader_.Contents().clips[clip];
-  if (const int error = Flush(part.descriptor()); error != 0) return FailWrite(clip, error);
+  if (const std::error_code error = Flush(part.descriptor())) {
+    FailWrite(clip, error);
+    return false;
+  }
   FileBytes written(part.descriptor());
   written.ForgetCached();
   ContentHash hash(!original.hashes.sha256.empty());
   for (Number at = 0; at < original.size;) {
     const auto count = static_cast<std::size_t>(std::min<Number>(original.size - at, kBlock));
-    if (!written.Read(at, block_.data(), count))
-      return Fail(Message::kResultDamaged, report_.clips[clip].path, "can't be read back",
-                  "write to another disk, or check this one");
+    if (!written.Read(at, block_.data(), count)) {
+      Fail(Message::kResultDamaged, report_.clips[clip].path, "can't be read back",
+           "write to another disk, or check this one");
+      return false;
+    }
     hash.Update(block_.data(), count);
     at += count;
   }
   right = hash.Value() == original.hashes;
   if (!right) return true;
   const timespec times[] = {original.modified, original.modified};
-  if (::futimens(part.descriptor(), times) != 0) return FailWrite(clip, errno);
-  const int error = Flush(part.descriptor());
-  return error == 0 || FailWrite(clip, error);
+  if (::futimens(part.descriptor(), times) != 0) {
+    FailWrite(clip, LastError());
+    return false;
+  }
+  const std::error_code error = Flush(part.descriptor());
+  if (!error) return true;
+  FailWrite(clip, error);
+  return false;
 }
 
 // A merged file of which no clip comes out, and nothing else is what the archive says either, is
@@ -241,7 +272,8 @@ bool Splitting::KnowsResult() {
     return true;
   report_.findings.clear();
   report_.clips.clear();
-  return FailArchive("belongs to another file than " + PrintablePath(merged_));
+  FailArchive("belongs to another file than " + PrintablePath(merged_));
+  return false;
 }
 
 bool Splitting::Has(const OwnRange& range) {
@@ -264,24 +296,25 @@ void Splitting::Publish() {
       all = false;
       continue;
     }
-    const int error = parts_[clip]->Publish(false);
-    if (error == 0) {
+    const std::error_code error = parts_[clip]->Publish(false);
+    if (!error) {
       named.push_back(clip);
       continue;
     }
     // Somebody took the name meanwhile: nothing is made.
     for (const std::size_t done : named) ::unlink(report_.clips[done].path.c_str());
-    Fail(error == EEXIST ? Message::kOutputExists : Message::kOutputUnnamed,
+    Fail(error == std::errc::file_exists ? Message::kOutputExists : Message::kOutputUnnamed,
          report_.clips[clip].path,
-         error == EEXIST ? "exists already" : "can't get its name: " + ErrorText(error),
+         error == std::errc::file_exists ? "exists already"
+                                         : "can't get its name: " + ErrorText(error),
          "choose another folder with -o; nothing was made");
     report_.clips.clear();
     return;
   }
   for (const std::size_t clip : named) {
-    const int error = parts_[clip]->FlushFolder();
-    report_.clips[clip].made = error == 0;
-    if (error == 0) continue;
+    const std::error_code error = parts_[clip]->FlushFolder();
+    report_.clips[clip].made = !error;
+    if (!error) continue;
     durable = false;
     Fail(Message::kOutputNotDurable, report_.clips[clip].path,
          "is complete, but its folder can't be flushed: " + ErrorText(error),

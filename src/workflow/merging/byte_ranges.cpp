@@ -35,6 +35,7 @@ void ByteRanges::Add(const ByteRange& samples) {
   if (samples.size == 0) return;
   if (!ranges_.empty()) {
     ByteRange& last = ranges_.back();
+    // Samples of one chunk follow each other on both sides: most tables come down to a few ranges.
     if (last.inClip + last.size == samples.inClip &&
         last.inResult + last.size == samples.inResult) {
       last.size += samples.size;
@@ -65,6 +66,7 @@ bool ByteRanges::Gather() {
   const auto crossed = [](const ByteRange& a, const ByteRange& b) {
     return a.inClip + a.size > b.inClip || a.inResult + a.size > b.inResult;
   };
+  // Two ranges that cross would let one byte of the result stand for two of the clip.
   return std::adjacent_find(ranges_.begin(), ranges_.end(), crossed) == ranges_.end();
 }
 
@@ -92,6 +94,7 @@ bool RangeComparison::Compare(FileBytes& clip, const std::string& path,
 
 bool RangeComparison::CompareEnds(FileBytes& clip, const std::string& path,
                                   const ByteRange& range) {
+  // A seam is what a merge can get wrong; what lies between came in one copy.
   if (range.size <= 2 * kEnd) return CompareAll(clip, path, range);
   const Number last = range.size - kEnd;
   return CompareBlock(clip, path, {range.inClip, range.inResult, kEnd}) &&
@@ -113,6 +116,7 @@ bool RangeComparison::CompareBlock(FileBytes& clip, const std::string& path,
     return findings_.Unreadable(path, "can't be read again to compare it", clip);
   if (!result_.Read(block.inResult, fromResult_.data(), size))
     return findings_.Damaged("can't be read back", block.inResult, result_);
+  // The place of a difference is looked for once there is one.
   if (std::memcmp(fromResult_.data(), fromClip_.data(), size) == 0)
     return !progress_ || progress_(block.size);
   const auto end = fromResult_.begin() + static_cast<std::ptrdiff_t>(size);

@@ -1,4 +1,4 @@
-// Bytes that a clip and the result must share.
+// Compares the bytes that a clip and the result must share.
 #pragma once
 
 #include <functional>

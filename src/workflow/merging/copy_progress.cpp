@@ -14,6 +14,7 @@ CopyProgress::CopyProgress(const std::vector<std::string>& inputs, const Progres
 }
 
 void CopyProgress::StartInput() {
+  // By what each clip had in the beginning, so that the sum ends at the total.
   if (started_ > 0) before_ += sizes_[started_ - 1];
   ++started_;
 }
@@ -28,6 +29,7 @@ bool CopyProgress::Copied(long long bytes) {
 }
 
 bool CopyProgress::Tell(Step::Phase phase, long long current, long long total) {
+  // What is written ahead of all media counts to the first clip.
   const std::size_t clip = std::max<std::size_t>(started_, 1) - 1;
   step_ = {phase, clip, current, total, sizes_.size()};
   return Ask();

@@ -27,6 +27,7 @@ std::vector<std::string> ChapterTitlesOf(const CheckOptions& options,
   std::vector<std::string> titles;
   if (!options.fitting.chapters) return titles;
   for (const std::string& title : options.fitting.titles) titles.push_back(ChapterTitle(title));
+  // As the adaptation makes them, so that what is looked for in the result is what was asked for.
   if (!titles.empty()) return titles;
   for (const std::string& clip : clips) titles.push_back(ChapterTitleOf(clip));
   return titles;

@@ -1,5 +1,4 @@
-// How clips are fitted to each other in a merge: what an application says, and what the adaptation
-// takes.
+// Turns what an application says about fitting clips to each other into what the adaptation takes.
 #pragma once
 
 #include <string>

@@ -32,6 +32,8 @@ class Comparison {
     }
     for (const ImagePiece& piece : task_.image.pieces) {
       const bool isOwn = piece.clip == ImagePiece::kNoClip;
+      // Unless every byte is asked for, the oracle looks at the media: at the seams, off the
+      // tables.
       if (!isOwn && !task_.everyByte) continue;
       if (!isOwn && !Tell(0)) break;
       if (!(isOwn ? CompareOwn(piece) : CompareMedia(piece))) break;
@@ -48,7 +50,7 @@ class Comparison {
   }
 
   bool Damaged(std::string text, Number offset) {
-    if (task_.file.error() != 0) text += ": " + ErrorText(task_.file.error());
+    if (task_.file.error()) text += ": " + ErrorText(task_.file.error());
     Finding finding = MakeFinding(Message::kResultDamaged, task_.output, std::move(text),
                                   "write to another disk, or check this one");
     finding.offset = static_cast<long long>(offset);
@@ -71,6 +73,7 @@ class Comparison {
       const unsigned char* const found = ReadOutput(piece.position + done, size);
       if (found == nullptr) return false;
       if (std::memcmp(found, bytes + done, size) == 0) continue;
+      // Compared at once and searched only where something differs, which is never but once.
       const auto [mine, theirs] = std::mismatch(found, found + size, bytes + done);
       const Number at = piece.position + done + static_cast<Number>(mine - found);
       return Damaged(
@@ -107,7 +110,7 @@ class Comparison {
 
   bool Unreadable(const std::string& path) {
     std::string text = "can't be read again to compare it";
-    if (clip_->error() != 0) text += ": " + ErrorText(clip_->error());
+    if (clip_->error()) text += ": " + ErrorText(clip_->error());
     findings_.push_back(MakeFinding(Message::kInputUnreadable, path, std::move(text),
                                     "copy the clip again from the card"));
     return false;

@@ -23,7 +23,7 @@ ImageCopy WriteAll(const ImageCopyTask& task, const Layout& layout, MergeImage& 
 
 Finding NotShared(const ImageCopyTask& task, const WriteFault& fault) {
   const std::string why =
-      fault.error != 0 ? ErrorText(fault.error) : "its file system tells no blocks that fit";
+      fault.error ? ErrorText(fault.error) : "its file system tells no blocks that fit";
   Finding finding = MakeFinding(
       Message::kOutputUnwritable, task.output,
       fmt::format("can't share blocks with {}: {}", PrintablePath(task.inputs[fault.clip]), why),
@@ -52,6 +52,7 @@ ImageCopy CopyImage(const ImageCopyTask& task, Layout layout, MergeImage& image)
     ImageWriter writer(task.inputs, shared, task.progress);
     copy.fault = writer.ShareWith(task.part.descriptor(), blocks.block, strict);
     copy.shared = static_cast<long long>(writer.Shared());
+    // Shared, stopped or failed: all that is left to try is for what could not be shared.
     if (copy.fault.side != WriteFault::Side::kNotShared) {
       image = std::move(shared);
       return copy;
@@ -62,8 +63,9 @@ ImageCopy CopyImage(const ImageCopyTask& task, Layout layout, MergeImage& image)
     copy.fault = {};
     return copy;
   }
+  // What was written for sharing lies at other places than a plain copy has.
   task.progress.StartAgain();
-  if (const int error = task.part.Empty(); error != 0) {
+  if (const std::error_code error = task.part.Empty()) {
     copy.fault = {WriteFault::Side::kOutput, 0, error};
     return copy;
   }

@@ -1,4 +1,4 @@
-// Copies, or shares, the media of clips into a result of any layout.
+// Copies or shares the media of clips into a result of any layout.
 #pragma once
 
 #include <string>
@@ -18,10 +18,13 @@ class Fit;
 
 struct ImageCopyTask {
   const std::vector<std::string>& inputs;
-  const Fit* fit;  // null: nothing is adapted
+  // null: nothing is adapted.
+  const Fit* fit;
   Reflink reflink;
-  const std::string& output;  // as findings name it
-  PartFile& part;             // empty
+  // As findings name it.
+  const std::string& output;
+  // Empty.
+  PartFile& part;
   CopyProgress& progress;
   // Raised while the image is written that was there before; null: nobody follows.
   Watermark* mark = nullptr;

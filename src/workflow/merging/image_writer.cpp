@@ -20,9 +20,10 @@ constexpr std::size_t kBlock = 256 * 1024;
 constexpr Number kBetween = 16 * 1024 * 1024;
 
 // What says that there is no sharing here, rather than that the disk is full or broken.
-bool IsRefusal(int error) {
+bool IsRefusal(const std::error_code& error) {
   constexpr int kFailures[] = {EIO, ENOSPC, EDQUOT, ENOMEM, EFBIG, EROFS, EINTR};
-  return std::find(std::begin(kFailures), std::end(kFailures), error) == std::end(kFailures);
+  return std::find(std::begin(kFailures), std::end(kFailures), error.value()) ==
+         std::end(kFailures);
 }
 
 }  // namespace
@@ -35,8 +36,8 @@ struct ImageWriter::Share {
   bool any = false;
 };
 
-std::string WhyUncopied(int error) {
-  return error == 0 ? "ends before its media does" : "can't be read: " + ErrorText(error);
+std::string WhyUncopied(const std::error_code& error) {
+  return error ? "can't be read: " + ErrorText(error) : "ends before its media does";
 }
 
 ImageWriter::ImageWriter(const std::vector<std::string>& clips, const MergeImage& image,
@@ -52,8 +53,8 @@ WriteFault ImageWriter::WriteTo(int file, Watermark* mark) {
   output.Reserve(image_.size);
   return Run(
       [&](Number at, const unsigned char* bytes, std::size_t size) {
-        const int error = output.Write(at, bytes, size);
-        if (error == 0 && mark != nullptr) mark->RaiseTo(at + size);
+        const std::error_code error = output.Write(at, bytes, size);
+        if (!error && mark != nullptr) mark->RaiseTo(at + size);
         return error;
       },
       nullptr);
@@ -117,7 +118,7 @@ WriteFault ImageWriter::Tell(Number bytes) {
 WriteFault ImageWriter::Open(std::size_t clip) {
   if (clip == open_) return {};
   source_ = std::make_unique<FileBytes>(clips_[clip]);
-  if (source_->error() != 0) return {Side::kClip, clip, source_->error()};
+  if (source_->error()) return {Side::kClip, clip, source_->error()};
   open_ = clip;
   return {};
 }
@@ -135,7 +136,7 @@ WriteFault ImageWriter::CopyPiece(const ImagePiece& piece, const Put& put) {
         return {Side::kClip, piece.clip, source_->error()};
       bytes = block_.data();
     }
-    if (const int error = put(piece.position + done, bytes, size); error != 0)
+    if (const std::error_code error = put(piece.position + done, bytes, size))
       return {Side::kOutput, 0, error};
     done += size;
     const WriteFault fault = isOwn ? WriteFault{} : Tell(size);
@@ -151,10 +152,10 @@ WriteFault ImageWriter::SharePiece(const ImagePiece& piece, Share& share,
     return {};
   const Number size = (piece.size - ahead) / share.block * share.block;
   if (const WriteFault fault = Open(piece.clip); fault.side != Side::kNone) return fault;
-  const int error =
+  const std::error_code error =
       share.output.Share(source_->descriptor(), piece.source + ahead, size, piece.position + ahead);
-  if (error != 0 && !IsRefusal(error)) return {Side::kOutput, 0, error};
-  if (error != 0)
+  if (error && !IsRefusal(error)) return {Side::kOutput, 0, error};
+  if (error)
     return {share.strict || !share.any ? Side::kNotShared : Side::kNone, piece.clip, error};
   share.any = true;
   shared_ += size;

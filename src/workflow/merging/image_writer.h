@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "workflow/assembling/merge_image.h"
@@ -18,20 +19,24 @@ namespace clipchain {
 struct WriteFault {
   enum class Side {
     kNone,
-    kStopped,    // the progress said so
-    kClip,       // `clip` can't be read; without an error it ends before its media does
-    kOutput,     // the output can't be written
-    kNotShared,  // the file system can't share the media of `clip`
+    // The progress said so.
+    kStopped,
+    // `clip` can't be read; without an error it ends before its media does.
+    kClip,
+    // The output can't be written.
+    kOutput,
+    // The file system can't share the media of `clip`.
+    kNotShared,
   };
 
   Side side = Side::kNone;
   std::size_t clip = 0;
   // Of the system.
-  int error = 0;
+  std::error_code error{};
 };
 
 // Of a clip that could not be read with that error, as the rest of a sentence.
-std::string WhyUncopied(int error);
+std::string WhyUncopied(const std::error_code& error);
 
 class ImageWriter {
  public:
@@ -53,16 +58,17 @@ class ImageWriter {
   // Bytes that were shared.
   unsigned long long Shared() const { return shared_; }
 
-  // From the beginning to the end, piece by piece, through `write`, which answers an error of the
-  // system, or 0.
-  using Write = std::function<int(const unsigned char* bytes, std::size_t size)>;
+  // From the beginning to the end, piece by piece, through `write`, which answers the error of
+  // the system.
+  using Write = std::function<std::error_code(const unsigned char* bytes, std::size_t size)>;
   [[nodiscard]] WriteFault WriteThrough(const Write& write);
 
  private:
   struct Share;
 
   // Writes bytes that belong at that place.
-  using Put = std::function<int(unsigned long long at, const unsigned char* bytes, std::size_t)>;
+  using Put = std::function<std::error_code(unsigned long long at, const unsigned char* bytes,
+                                            std::size_t)>;
 
   [[nodiscard]] WriteFault Run(const Put& put, Share* share);
   [[nodiscard]] WriteFault CopyPiece(const ImagePiece& piece, const Put& put);

@@ -1,25 +1,19 @@
 #include "workflow/merging/input_states.h"
 
-#include <cerrno>
+#include "workflow/system/same_time.h"
+#include "workflow/system/system_error.h"
 
 namespace clipchain {
 
-namespace {
-
-bool IsSameTime(const timespec& a, const timespec& b) {
-  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
-}
-
-}  // namespace
-
 bool FileState::IsSameFile(const struct stat& status) const {
+  // A number of a file is given again once the file is gone: sizes and times tell such files apart.
   return device == status.st_dev && inode == status.st_ino;
 }
 
 std::optional<InputStates::Fault> InputStates::Note() {
   for (const std::string& input : inputs_) {
     struct stat status;
-    if (::stat(input.c_str(), &status) != 0) return Fault{input, errno};
+    if (::stat(input.c_str(), &status) != 0) return Fault{input, LastError()};
     states_.push_back(
         {status.st_dev, status.st_ino, status.st_size, status.st_mtim, status.st_ctim});
   }
@@ -30,6 +24,8 @@ const std::string* InputStates::Changed(bool touched) const {
   for (std::size_t i = 0; i < inputs_.size(); ++i) {
     const FileState& state = states_[i];
     struct stat status;
+    // A new link or another mode touches a clip and leaves its bytes alone: the caller says whether
+    // that counts.
     if (::stat(inputs_[i].c_str(), &status) != 0 || !state.IsSameFile(status) ||
         state.size != status.st_size || !IsSameTime(state.modified, status.st_mtim) ||
         (touched && !IsSameTime(state.changed, status.st_ctim)))

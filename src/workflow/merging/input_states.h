@@ -1,4 +1,4 @@
-// Whether the clips of a merge are still what they were when it began.
+// Tells whether the clips of a merge are still what they were when it began.
 #pragma once
 
 #include <sys/stat.h>
@@ -7,6 +7,7 @@
 #include <ctime>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace clipchain {
@@ -17,7 +18,8 @@ struct FileState {
   ino_t inode;
   off_t size;
   timespec modified;
-  timespec changed;  // by a new mode, name or link, too
+  // By a new mode, name or link, too.
+  timespec changed;
 
   bool IsSameFile(const struct stat& status) const;
 };
@@ -30,7 +32,7 @@ class InputStates {
   // An input that can't be looked at, and what the system says.
   struct Fault {
     const std::string& input;
-    int error;
+    std::error_code error;
   };
 
   // Takes the states of now, up to the first input that can't be looked at. Without that all else

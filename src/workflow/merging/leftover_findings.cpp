@@ -14,8 +14,8 @@ namespace clipchain {
 namespace {
 
 Finding Removed(const Leftover& leftover, std::string text) {
-  const int error = RemoveLeftover(leftover);
-  if (error == 0)
+  const std::error_code error = RemoveLeftover(leftover);
+  if (!error)
     return MakeFinding(Message::kLeftoverRemoved, leftover.path, text + ", and is removed now");
   text += ", and can't be removed: " + ErrorText(error);
   return MakeFinding(Message::kLeftover, leftover.path, std::move(text), "remove it by hand");

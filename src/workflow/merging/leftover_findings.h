@@ -1,4 +1,4 @@
-// What is said about, and done with, what earlier runs have left beside an output.
+// Reports what earlier runs have left beside an output, and removes it where that is wanted.
 #pragma once
 
 #include <functional>

@@ -1,5 +1,5 @@
-// The identifier of the clip that comes next, which a camera puts into a box of the user's type in
-// the movie box.
+// Finds the identifier of the clip that comes next, which a camera puts into a box of the user's
+// type in the movie box.
 #pragma once
 
 #include <cstddef>

@@ -9,7 +9,7 @@ namespace clipchain {
 namespace {
 
 std::string WithCause(std::string text, const FileBytes& file) {
-  if (file.error() != 0) text += ": " + ErrorText(file.error());
+  if (file.error()) text += ": " + ErrorText(file.error());
   return text;
 }
 
@@ -30,6 +30,8 @@ bool OracleFindings::Unreadable(const std::string& clip, std::string text, const
 }
 
 bool OracleFindings::Differs(unsigned int track, std::string box, std::string text) {
+  // What is wrong with one table shows in all that follows; one finding a track names where it
+  // began.
   if (!told_.insert(track).second) return false;
   findings_.push_back(MakeFinding(Message::kResultDiffers, output_, std::move(text),
                                   "leave the clip out, or keep the result as it is with --force"));

@@ -1,4 +1,4 @@
-// What the comparison of a result with its clips has to say.
+// Collects what the comparison of a result with its clips has to say.
 #pragma once
 
 #include <set>

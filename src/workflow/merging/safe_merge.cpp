@@ -21,6 +21,7 @@
 #include "workflow/merging/verify.h"
 #include "workflow/system/files.h"
 #include "workflow/system/part_file.h"
+#include "workflow/system/system_error.h"
 
 namespace clipchain {
 
@@ -49,12 +50,12 @@ class Run {
   bool Hear(const Step& step);
   bool Prepare();
   bool CreatePart();
-  bool FailCreate(int error);
+  void FailCreate(const std::error_code& error);
 
   bool Copy();
   void Follow();
-  bool FailCopy(const std::string& input, int error);
-  bool FailWrite(int error);
+  void FailCopy(const std::string& input, const std::error_code& error);
+  void FailWrite(const std::error_code& error);
 
   bool Complete();
   bool FlushPart();
@@ -63,7 +64,7 @@ class Run {
   VerifyTask TaskFor(FileBytes& file, bool everyByte, const Progress& listener) const;
   bool PrepareCompanion();
   bool InputsAreUnchanged();
-  bool FailChanged(const std::string& input);
+  void FailChanged(const std::string& input);
 
   bool Publish();
   bool MayReplaceAll();
@@ -71,12 +72,12 @@ class Run {
   void GiveUp();
 
   void Add(const Findings& findings);
-  // Adds what was found; false.
-  bool Fail(Message message, const std::string& path, std::string text, std::string remedy,
+  // Adds what was found.
+  void Fail(Message message, const std::string& path, std::string text, std::string remedy,
             HRESULT result = S_OK);
   // Goes on unless the caller wants to stop.
   bool Enter(Phase phase);
-  bool FailStopped();
+  void FailStopped();
 
   const std::vector<std::string>& inputs_;
   const SafeMergeOptions& options_;
@@ -101,24 +102,29 @@ void Run::Add(const Findings& findings) {
   report_.findings.insert(report_.findings.end(), findings.begin(), findings.end());
 }
 
-bool Run::Fail(Message message, const std::string& path, std::string text, std::string remedy,
+void Run::Fail(Message message, const std::string& path, std::string text, std::string remedy,
                HRESULT result) {
   report_.findings.push_back(MakeFinding(message, path, std::move(text), std::move(remedy)));
   report_.findings.back().result = result;
+}
+
+void Run::FailStopped() {
+  Fail(Message::kMergeStopped, options_.check.output, "was not made: the merge was stopped",
+       "run it again");
+}
+
+bool Run::Enter(Phase phase) {
+  if (progress_.Tell(phase)) return true;
+  FailStopped();
   return false;
 }
 
-bool Run::FailStopped() {
-  return Fail(Message::kMergeStopped, options_.check.output, "was not made: the merge was stopped",
-              "run it again");
-}
-
-bool Run::Enter(Phase phase) { return progress_.Tell(phase) || FailStopped(); }
-
 bool Run::Prepare() {
-  if (inputs_.empty())
-    return Fail(Message::kNothingToMerge, options_.check.output, "was not made: there is no clip",
-                "name at least one clip");
+  if (inputs_.empty()) {
+    Fail(Message::kNothingToMerge, options_.check.output, "was not made: there is no clip",
+         "name at least one clip");
+    return false;
+  }
   if (!Enter(Phase::kChecking)) return false;
   // Ahead of the first look at them: what the check reads of the clips is what is written.
   const std::optional<InputStates::Fault> unknown = states_.Note();
@@ -138,25 +144,28 @@ bool Run::Prepare() {
       Add(LookForLeftovers(path, options_.removeLeftover));
   }
   if (HoldsUp(report_.findings, options_.force)) return false;
-  if (unknown)
-    return Fail(Message::kInputUnreadable, unknown->input,
-                "can't be read: " + ErrorText(unknown->error), "check the name and the permissions",
-                MP4G_E_INPUT_OPEN);
+  if (unknown) {
+    Fail(Message::kInputUnreadable, unknown->input, "can't be read: " + ErrorText(unknown->error),
+         "check the name and the permissions", MP4G_E_INPUT_OPEN);
+    return false;
+  }
   if (!Enter(Phase::kChecking) || !MayReplaceAll()) return false;
   if (options_.companion != nullptr) options_.companion->Start(inputs_);
   return CreatePart();
 }
 
 bool Run::CreatePart() {
-  const int error = part_.Create(options_.check.output);
-  return error == 0 || FailCreate(error);
+  const std::error_code error = part_.Create(options_.check.output);
+  if (!error) return true;
+  FailCreate(error);
+  return false;
 }
 
-bool Run::FailCreate(int error) {
-  return Fail(
-      Message::kOutputUnwritable, options_.check.output, "can't be written: " + ErrorText(error),
-      error == ENAMETOOLONG ? "choose a shorter name" : "choose a folder that can be written",
-      MP4G_E_OUTPUT_OPEN);
+void Run::FailCreate(const std::error_code& error) {
+  Fail(Message::kOutputUnwritable, options_.check.output, "can't be written: " + ErrorText(error),
+       error == std::errc::filename_too_long ? "choose a shorter name"
+                                             : "choose a folder that can be written",
+       MP4G_E_OUTPUT_OPEN);
 }
 
 bool Run::Copy() {
@@ -167,7 +176,10 @@ bool Run::Copy() {
       layout_, merge_.image);
   report_.shared = copy.shared;
   if (!copy.findings.empty()) {
-    if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
+    if (const std::string* const changed = states_.Changed(true)) {
+      FailChanged(*changed);
+      return false;
+    }
     report_.result = copy.findings.back().result;
     Add(copy.findings);
     return false;
@@ -176,11 +188,14 @@ bool Run::Copy() {
     case WriteFault::Side::kNone:
       return true;
     case WriteFault::Side::kStopped:
-      return FailStopped();
+      FailStopped();
+      return false;
     case WriteFault::Side::kClip:
-      return FailCopy(inputs_[copy.fault.clip], copy.fault.error);
+      FailCopy(inputs_[copy.fault.clip], copy.fault.error);
+      return false;
     default:
-      return FailWrite(copy.fault.error);
+      FailWrite(copy.fault.error);
+      return false;
   }
 }
 
@@ -199,26 +214,31 @@ void Run::Follow() {
   }
 }
 
-bool Run::FailCopy(const std::string& input, int error) {
+void Run::FailCopy(const std::string& input, const std::error_code& error) {
   report_.result = MP4G_E_INPUT_READ;
-  if (const std::string why = WhyUnreadable(input); !why.empty())
-    return Fail(Message::kInputUnreadable, input, "can't be opened any more: " + why,
-                "copy it again from the card", report_.result);
-  if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
-  return Fail(Message::kInputUnreadable, input, WhyUncopied(error), "copy it again from the card",
-              report_.result);
+  if (const std::string why = WhyUnreadable(input); !why.empty()) {
+    Fail(Message::kInputUnreadable, input, "can't be opened any more: " + why,
+         "copy it again from the card", report_.result);
+    return;
+  }
+  if (const std::string* const changed = states_.Changed(true)) {
+    FailChanged(*changed);
+    return;
+  }
+  Fail(Message::kInputUnreadable, input, WhyUncopied(error), "copy it again from the card",
+       report_.result);
 }
 
-bool Run::FailWrite(int error) {
+void Run::FailWrite(const std::error_code& error) {
   report_.result = MP4G_E_OUTPUT_WRITE;
-  if (error == EFBIG)
-    return Fail(Message::kTooLargeForFolder, options_.check.output,
-                "is larger than a file there may be: " + ErrorText(error),
-                "choose a disk with another file system, or a higher limit for files",
-                report_.result);
-  return Fail(Message::kOutputUnwritable, options_.check.output,
-              "can't be written: " + ErrorText(error), "make room, or choose another folder",
-              report_.result);
+  if (error == std::errc::file_too_large) {
+    Fail(Message::kTooLargeForFolder, options_.check.output,
+         "is larger than a file there may be: " + ErrorText(error),
+         "choose a disk with another file system, or a higher limit for files", report_.result);
+    return;
+  }
+  Fail(Message::kOutputUnwritable, options_.check.output, "can't be written: " + ErrorText(error),
+       "make room, or choose another folder", report_.result);
 }
 
 bool Run::Complete() {
@@ -234,7 +254,10 @@ bool Run::PrepareCompanion() {
       [this](const Step& step) {
         return progress_.Tell(Phase::kVerifying, step.current, step.total);
       });
-  if (progress_.Stopped()) return FailStopped();
+  if (progress_.Stopped()) {
+    FailStopped();
+    return false;
+  }
   Add(found);
   return !HoldsUp(found, options_.force);
 }
@@ -243,19 +266,26 @@ bool Run::PrepareCompanion() {
 // flush would know nothing of it.
 bool Run::FlushPart() {
   if (!Enter(Phase::kFlushing)) return false;
-  if (Flush(part_.descriptor()) == 0) return true;
-  return Fail(Message::kOutputUnflushed, options_.check.output,
-              "is lost: the disk did not take all that was written",
-              "check the disk, or choose another one", MP4G_E_OUTPUT_WRITE);
+  if (!Flush(part_.descriptor())) return true;
+  Fail(Message::kOutputUnflushed, options_.check.output,
+       "is lost: the disk did not take all that was written",
+       "check the disk, or choose another one", MP4G_E_OUTPUT_WRITE);
+  return false;
 }
 
 bool Run::VerifyPart() {
   if (!Enter(Phase::kVerifying)) return false;
   const Findings found = ComparePart(options_.verification == Verification::kFull);
-  if (progress_.Stopped()) return FailStopped();
+  if (progress_.Stopped()) {
+    FailStopped();
+    return false;
+  }
   // Of clips that are others by now the result can't be what they give.
   if (HoldsUp(found, options_.force)) {
-    if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
+    if (const std::string* const changed = states_.Changed(true)) {
+      FailChanged(*changed);
+      return false;
+    }
   }
   Add(found);
   return !HoldsUp(found, options_.force);
@@ -277,18 +307,26 @@ VerifyTask Run::TaskFor(FileBytes& file, bool everyByte, const Progress& listene
 }
 
 bool Run::InputsAreUnchanged() {
-  if (const std::string* const changed = states_.Changed(false)) return FailChanged(*changed);
+  if (const std::string* const changed = states_.Changed(false)) {
+    FailChanged(*changed);
+    return false;
+  }
   const std::string* const touched = states_.Changed(true);
   if (touched == nullptr) return true;
   // Whoever writes to a clip and sets its time back leaves no other trace than one who links it.
   const Findings found = ComparePart(true);
-  if (progress_.Stopped()) return FailStopped();
-  return !HoldsUp(found, options_.force) || FailChanged(*touched);
+  if (progress_.Stopped()) {
+    FailStopped();
+    return false;
+  }
+  if (!HoldsUp(found, options_.force)) return true;
+  FailChanged(*touched);
+  return false;
 }
 
-bool Run::FailChanged(const std::string& input) {
-  return Fail(Message::kInputChanged, input, "changed while it was merged",
-              "wait until it is complete, then merge again");
+void Run::FailChanged(const std::string& input) {
+  Fail(Message::kInputChanged, input, "changed while it was merged",
+       "wait until it is complete, then merge again");
 }
 
 bool Run::MayReplaceAll() {
@@ -309,22 +347,29 @@ bool Run::MayReplaceAll() {
 bool Run::MayReplace(const std::string& path) {
   struct stat status;
   if (::lstat(path.c_str(), &status) != 0) {
-    return errno == ENOENT || FailCreate(errno);
+    if (errno == ENOENT) return true;
+    FailCreate(LastError());
+    return false;
   }
-  if (!options_.check.overwrite)
-    return Fail(Message::kOutputExists, path, "exists already",
-                "choose another name, or let --overwrite replace it", MP4G_E_OUTPUT_OPEN);
+  if (!options_.check.overwrite) {
+    Fail(Message::kOutputExists, path, "exists already",
+         "choose another name, or let --overwrite replace it", MP4G_E_OUTPUT_OPEN);
+    return false;
+  }
   struct stat target;
   if (::stat(path.c_str(), &target) != 0) target = status;
   const std::string* same = states_.SameAs(status);
   if (same == nullptr) same = states_.SameAs(target);
-  if (same != nullptr)
-    return Fail(Message::kOutputIsInput, path,
-                "is the same file as the input " + PrintablePath(*same), "choose another name",
-                MP4G_E_OUTPUT_OPEN);
+  if (same != nullptr) {
+    Fail(Message::kOutputIsInput, path, "is the same file as the input " + PrintablePath(*same),
+         "choose another name", MP4G_E_OUTPUT_OPEN);
+    return false;
+  }
   const std::optional<OutputFault> fault = WhyIrreplaceable(path);
-  return !fault || Fail(Message::kOutputUnwritable, path, "can't be written: " + fault->text,
-                        fault->remedy, MP4G_E_OUTPUT_OPEN);
+  if (!fault) return true;
+  Fail(Message::kOutputUnwritable, path, "can't be written: " + fault->text, fault->remedy,
+       MP4G_E_OUTPUT_OPEN);
+  return false;
 }
 
 bool Run::Publish() {
@@ -338,22 +383,26 @@ bool Run::Publish() {
   // result is none the worse.
   const timespec times[] = {{0, UTIME_OMIT}, states_.LastModified()};
   ::futimens(part_.descriptor(), times);
-  if (const int error = part_.Publish(options_.check.overwrite); error != 0) {
+  if (const std::error_code error = part_.Publish(options_.check.overwrite)) {
     if (options_.companion != nullptr) options_.companion->Withdraw();
-    if (error == EEXIST)
-      return Fail(Message::kOutputExists, options_.check.output, "exists already",
-                  "choose another name, or let --overwrite replace it", MP4G_E_OUTPUT_OPEN);
-    return Fail(Message::kOutputUnnamed, options_.check.output,
-                "can't get its name: " + ErrorText(error), "choose another folder",
-                MP4G_E_OUTPUT_OPEN);
+    if (error == std::errc::file_exists) {
+      Fail(Message::kOutputExists, options_.check.output, "exists already",
+           "choose another name, or let --overwrite replace it", MP4G_E_OUTPUT_OPEN);
+      return false;
+    }
+    Fail(Message::kOutputUnnamed, options_.check.output, "can't get its name: " + ErrorText(error),
+         "choose another folder", MP4G_E_OUTPUT_OPEN);
+    return false;
   }
   report_.size = FileSize(options_.check.output);
-  const int error = part_.FlushFolder();
+  const std::error_code error = part_.FlushFolder();
   if (options_.companion != nullptr) options_.companion->Complete();
-  if (error != 0)
-    return Fail(Message::kOutputNotDurable, options_.check.output,
-                "is complete, but its folder can't be flushed: " + ErrorText(error),
-                "check the disk before you delete the clips", MP4G_E_OUTPUT_WRITE);
+  if (error) {
+    Fail(Message::kOutputNotDurable, options_.check.output,
+         "is complete, but its folder can't be flushed: " + ErrorText(error),
+         "check the disk before you delete the clips", MP4G_E_OUTPUT_WRITE);
+    return false;
+  }
   return true;
 }
 
@@ -361,7 +410,7 @@ bool Run::Publish() {
 void Run::GiveUp() {
   following_.reset();
   const std::string path = part_.path();
-  if (const int error = part_.Discard(); error != 0)
+  if (const std::error_code error = part_.Discard())
     Fail(Message::kLeftover, path, "can't be removed: " + ErrorText(error), "remove it by hand");
 }
 

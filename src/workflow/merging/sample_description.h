@@ -1,4 +1,4 @@
-// Sample descriptions with and without what they declare about bit rates.
+// Compares sample descriptions with and without what they declare about bit rates.
 #pragma once
 
 #include <string>

@@ -19,8 +19,10 @@ View From(View bytes, std::size_t at) { return bytes.subspan(std::min(at, bytes.
 
 // What an "sgpd" says. Version 2 says too which description samples have of which nothing is said.
 struct Named {
-  std::vector<unsigned int> numbers;  // of the descriptions, in order
-  std::uint32_t usual = 0;            // counts from 1; 0 for none
+  // Of the descriptions, in order.
+  std::vector<unsigned int> numbers;
+  // Counts from 1; 0 for none.
+  std::uint32_t usual = 0;
 };
 
 // From version 1 on it says how long each description is; before, the whole box speaks, so that

@@ -1,4 +1,4 @@
-// What a track says about samples beside its sample table proper: groups ("sbgp" with "sgpd",
+// Reads what a track says about samples beside its sample table proper: groups ("sbgp" with "sgpd",
 // ISO/IEC 14496-12, clause 8.9) and sub-samples ("subs", clause 8.7.7).
 #pragma once
 
@@ -34,16 +34,20 @@ struct GroupRun {
 using GroupKey = std::pair<std::uint32_t, std::uint32_t>;
 
 struct SubSamples {
-  Number sample;        // counts from 0
-  std::uint32_t flags;  // of the box
-  Number hash;          // over all that is said of the sample
+  // Counts from 0.
+  Number sample;
+  // Of the box.
+  std::uint32_t flags;
+  // Over all that is said of the sample.
+  Number hash;
 
   bool operator==(const SubSamples&) const = default;
 };
 
 struct SampleExtras {
   std::map<GroupKey, std::vector<GroupRun>> groups;
-  std::vector<SubSamples> subSamples;  // by sample
+  // By sample.
+  std::vector<SubSamples> subSamples;
 };
 
 // All that a track says, tables and fragments. False where a fragment can't be read again.

@@ -14,9 +14,12 @@ namespace clipchain {
 
 // The last sample of one track of a clip is shown longer than in the clip.
 struct SeamStretch {
-  std::size_t clip;         // index of the clip that ends there
-  unsigned int track;       // identifier of the track in the result
-  unsigned long long most;  // ticks of the result's media time scale, no more than these
+  // Index of the clip that ends there.
+  std::size_t clip;
+  // Identifier of the track in the result.
+  unsigned int track;
+  // Ticks of the result's media time scale, no more than these.
+  unsigned long long most;
 };
 
 // What a merge that adapts its clips did on purpose.

@@ -43,8 +43,10 @@ inline Number U64(View bytes, std::size_t at) { return BigEndianAt<8>(bytes, at)
 
 // One part of an edit list (ISO/IEC 14496-12, clause 8.6.6).
 struct Edit {
-  Number length;    // in the movie's time scale
-  long long start;  // media time; -1 for nothing shown
+  // In the movie's time scale.
+  Number length;
+  // Media time; -1 for nothing shown.
+  long long start;
   std::uint32_t rate;
 };
 
@@ -135,12 +137,14 @@ class SampleFile {
   std::string Read();
 
   FileBytes& File() const { return file_; }
-  View Movie() const { return movie_; }  // body of "moov"
+  // Body of "moov".
+  View Movie() const { return movie_; }
   Number Scale() const { return scale_; }
   Number Duration() const { return duration_; }
   Number Size() const { return size_; }
   const std::vector<TrackView>& Tracks() const { return tracks_; }
-  const std::vector<MediaExtent>& Media() const { return media_; }  // in the order of the file
+  // In the order of the file.
+  const std::vector<MediaExtent>& Media() const { return media_; }
 
  private:
   struct Place {
@@ -160,8 +164,10 @@ class SampleFile {
 
   FileBytes& file_;
   Number size_ = 0;
-  std::vector<Place> movies_;     // "moov", whole
-  std::vector<Place> fragments_;  // "moof", whole
+  // "moov", whole.
+  std::vector<Place> movies_;
+  // "moof", whole.
+  std::vector<Place> fragments_;
   std::vector<MediaExtent> media_;
   std::vector<unsigned char> movieBytes_;
   View movie_;

@@ -1,5 +1,5 @@
-// The samples of a track in decode order, from its tables (ISO/IEC 14496-12, clause 8.6 and 8.7)
-// and its fragments (clause 8.8).
+// Reads the samples of a track in decode order, from its tables (ISO/IEC 14496-12, clause 8.6
+// and 8.7) and its fragments (clause 8.8).
 #pragma once
 
 #include <vector>
@@ -31,7 +31,8 @@ struct SampleRun {
 class RunCursor {
  public:
   explicit RunCursor(View entries) : entries_(entries) { Settle(); }
-  Number Left() const { return left_; }  // how many samples the value holds for
+  // How many samples the value holds for.
+  Number Left() const { return left_; }
   std::uint32_t Value() const { return value_; }
   void Skip(Number count) {
     for (; count >= left_; Settle()) count -= left_;
@@ -104,7 +105,8 @@ class SizeTable {
   explicit SizeTable(View table);
   Number Count() const { return count_; }
   bool Uniform() const { return uniform_; }
-  std::uint32_t Of(Number sample) const;  // counts from 0
+  // Counts from 0.
+  std::uint32_t Of(Number sample) const;
 
  private:
   View entries_;
@@ -119,14 +121,18 @@ class SampleStream {
   // Both must outlive the stream.
   SampleStream(const SampleFile& file, const TrackView& track);
 
-  Number Count() const { return count_; }  // of all samples
-  Number Done() const { return done_; }    // of those that were skipped
-  Number Start() const { return start_; }  // decode time of the first one
+  // Of all samples.
+  Number Count() const { return count_; }
+  // Of those that were skipped.
+  Number Done() const { return done_; }
+  // Decode time of the first one.
+  Number Start() const { return start_; }
   // Whether chunks have room for more samples than are left, once all are skipped.
   bool HasMore() { return chunks_.Left() > 0; }
   // The next samples; false behind the last one, or where a fragment can't be read again.
   bool Next(SampleRun& run);
-  void Skip(Number count);  // no more than the run has
+  // No more than the run has.
+  void Skip(Number count);
 
  private:
   void NextOfTables(SampleRun& run);

@@ -30,17 +30,20 @@ class TrackClock {
   // A track whose first sample is decoded at `start`.
   explicit TrackClock(long long start = 0) : decode_(start) {}
 
-  long long Decode() const { return decode_; }  // of the next sample
+  // Of the next sample.
+  long long Decode() const { return decode_; }
   // `count` samples with that step and composition offset.
   void Add(Number count, long long step, long long offset);
 
   bool HasSamples() const { return any_; }
   // Over all samples so far; without any, 0.
   long long FirstShown() const { return first_; }
-  long long LastShown() const { return last_; }  // where that which begins last begins
+  // Where that which begins last begins.
+  long long LastShown() const { return last_; }
   long long LastEnd() const { return end_; }
   long long LongestStep() const { return longest_; }
-  long long FirstStep() const { return firstStep_; }  // of the one shown first
+  // Of the one shown first.
+  long long FirstStep() const { return firstStep_; }
   long long LastStep() const { return step_; }
   long long LeastOffset() const { return leastOffset_; }
   long long GreatestOffset() const { return greatestOffset_; }

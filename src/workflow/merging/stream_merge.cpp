@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <memory>
 #include <new>
 #include <optional>
@@ -21,6 +20,7 @@
 #include "workflow/system/files.h"
 #include "workflow/system/part_file.h"
 #include "workflow/system/stream_output.h"
+#include "workflow/system/system_error.h"
 
 namespace clipchain {
 
@@ -52,23 +52,21 @@ class Streaming {
   bool MakeImage();
   bool VerifyImage();
   bool Write();
-  bool FailWrite(const WriteFault& fault);
+  void FailWrite(const WriteFault& fault);
   bool IsComplete();
 
-  bool Fail(Message message, const std::string& path, std::string text, std::string remedy,
+  void Fail(Message message, const std::string& path, std::string text, std::string remedy,
             HRESULT result = S_OK) {
     report_.findings.push_back(MakeFinding(message, path, std::move(text), std::move(remedy)));
     report_.findings.back().result = result;
-    return false;
   }
-  bool FailStopped() {
-    return Fail(Message::kMergeStopped, name_, "was not completed: the merge was stopped",
-                "run it again");
+  void FailStopped() {
+    Fail(Message::kMergeStopped, name_, "was not completed: the merge was stopped", "run it again");
   }
-  bool FailChanged(const std::string& input) {
-    return Fail(Message::kInputChanged, input,
-                "changed while it was merged, so that what was written is of no use",
-                "wait until it is complete, then merge again");
+  void FailChanged(const std::string& input) {
+    Fail(Message::kInputChanged, input,
+         "changed while it was merged, so that what was written is of no use",
+         "wait until it is complete, then merge again");
   }
 
   const std::vector<std::string>& inputs_;
@@ -81,9 +79,11 @@ class Streaming {
 };
 
 bool Streaming::CheckInputs() {
-  if (inputs_.empty())
-    return Fail(Message::kNothingToMerge, name_, "was not made: there is no clip",
-                "name at least one clip");
+  if (inputs_.empty()) {
+    Fail(Message::kNothingToMerge, name_, "was not made: there is no clip",
+         "name at least one clip");
+    return false;
+  }
   // Ahead of the first look at them: what the check reads of the clips is what is written.
   const std::optional<InputStates::Fault> unknown = states_.Note();
   CheckOptions check = options_.check;
@@ -96,28 +96,35 @@ bool Streaming::CheckInputs() {
     if (finding.path.empty()) finding.path = name_;
   }
   if (HoldsUp(report_.findings, options_.force)) return false;
-  return !unknown || Fail(Message::kInputUnreadable, unknown->input,
-                          "can't be read: " + ErrorText(unknown->error),
-                          "check the name and the permissions", MP4G_E_INPUT_OPEN);
+  if (!unknown) return true;
+  Fail(Message::kInputUnreadable, unknown->input, "can't be read: " + ErrorText(unknown->error),
+       "check the name and the permissions", MP4G_E_INPUT_OPEN);
+  return false;
 }
 
 // Nothing may be written to a clip.
 bool Streaming::CheckReader() {
   struct stat status;
-  if (::fstat(options_.descriptor, &status) != 0)
-    return Fail(Message::kOutputUnwritable, name_, "can't be written: " + ErrorText(errno),
-                "see where it leads", MP4G_E_OUTPUT_OPEN);
+  if (::fstat(options_.descriptor, &status) != 0) {
+    Fail(Message::kOutputUnwritable, name_, "can't be written: " + ErrorText(LastError()),
+         "see where it leads", MP4G_E_OUTPUT_OPEN);
+    return false;
+  }
   const std::string* const same = states_.SameAs(status);
-  return same == nullptr ||
-         Fail(Message::kOutputIsInput, name_, "leads to the input " + PrintablePath(*same),
-              "let it lead somewhere else", MP4G_E_OUTPUT_OPEN);
+  if (same == nullptr) return true;
+  Fail(Message::kOutputIsInput, name_, "leads to the input " + PrintablePath(*same),
+       "let it lead somewhere else", MP4G_E_OUTPUT_OPEN);
+  return false;
 }
 
 bool Streaming::MakeImage() {
   if (!merge_.image.pieces.empty()) return true;
   const Findings faults = MakeMergeImage({inputs_, kInOnePass, merge_.fit.get()}, merge_.image);
   if (faults.empty()) return true;
-  if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
+  if (const std::string* const changed = states_.Changed(true)) {
+    FailChanged(*changed);
+    return false;
+  }
   report_.result = faults.back().result;
   report_.findings.insert(report_.findings.end(), faults.begin(), faults.end());
   return false;
@@ -125,16 +132,25 @@ bool Streaming::MakeImage() {
 
 // Before anything is written, for nothing can be taken back.
 bool Streaming::VerifyImage() {
-  if (!progress_.Tell(Phase::kVerifying)) return FailStopped();
+  if (!progress_.Tell(Phase::kVerifying)) {
+    FailStopped();
+    return false;
+  }
   ImageBytes bytes(inputs_, merge_.image);
   const auto listener = [this](const Step& step) {
     return progress_.Tell(Phase::kVerifying, step.current, step.total);
   };
   const Findings found = Verify({inputs_, merge_.image, name_, bytes, false, listener,
                                  merge_.fit.get(), ChapterTitlesOf(options_.check, inputs_)});
-  if (progress_.Stopped()) return FailStopped();
+  if (progress_.Stopped()) {
+    FailStopped();
+    return false;
+  }
   if (HoldsUp(found, options_.force)) {
-    if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
+    if (const std::string* const changed = states_.Changed(true)) {
+      FailChanged(*changed);
+      return false;
+    }
   }
   report_.findings.insert(report_.findings.end(), found.begin(), found.end());
   return !HoldsUp(found, options_.force);
@@ -149,36 +165,55 @@ bool Streaming::Write() {
     return output.Write(bytes, size, goOn);
   };
   // The movie box goes ahead of the first clip, and may wait for its reader.
-  if (!progress_.Tell(Phase::kCopying)) return FailStopped();
+  if (!progress_.Tell(Phase::kCopying)) {
+    FailStopped();
+    return false;
+  }
   const WriteFault fault = ImageWriter(inputs_, merge_.image, progress_).WriteThrough(write);
-  return fault.side == Side::kNone ? IsComplete() : FailWrite(fault);
+  if (fault.side == Side::kNone) return IsComplete();
+  FailWrite(fault);
+  return false;
 }
 
-bool Streaming::FailWrite(const WriteFault& fault) {
-  if (progress_.Stopped()) return FailStopped();
+void Streaming::FailWrite(const WriteFault& fault) {
+  if (progress_.Stopped()) {
+    FailStopped();
+    return;
+  }
   if (fault.side == Side::kOutput) {
     report_.result = MP4G_E_OUTPUT_WRITE;
-    if (fault.error == EPIPE)
-      return Fail(Message::kOutputUnwritable, name_, "is not complete: nobody reads it any more",
-                  "see why the program that read it ended", report_.result);
-    return Fail(Message::kOutputUnwritable, name_, "can't be written: " + ErrorText(fault.error),
-                "see where it leads", report_.result);
+    if (fault.error == std::errc::broken_pipe) {
+      Fail(Message::kOutputUnwritable, name_, "is not complete: nobody reads it any more",
+           "see why the program that read it ended", report_.result);
+      return;
+    }
+    Fail(Message::kOutputUnwritable, name_, "can't be written: " + ErrorText(fault.error),
+         "see where it leads", report_.result);
   }
   report_.result = MP4G_E_INPUT_READ;
   const std::string& input = inputs_[fault.clip];
-  if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
-  return Fail(Message::kInputUnreadable, input, WhyUncopied(fault.error),
-              "copy the clip again from the card", report_.result);
+  if (const std::string* const changed = states_.Changed(true)) {
+    FailChanged(*changed);
+    return;
+  }
+  Fail(Message::kInputUnreadable, input, WhyUncopied(fault.error),
+       "copy the clip again from the card", report_.result);
 }
 
 // What was written can't be read again; the clips of which it was made are still what they were.
 bool Streaming::IsComplete() {
-  if (!progress_.Tell(Phase::kFlushing)) return FailStopped();
-  if (const std::string* const changed = states_.Changed(true)) return FailChanged(*changed);
-  const int error = Flush(options_.descriptor);
-  return error == 0 || Fail(Message::kOutputUnflushed, name_,
-                            "is lost: the disk did not take all that was written",
-                            "check the disk, or choose another one", MP4G_E_OUTPUT_WRITE);
+  if (!progress_.Tell(Phase::kFlushing)) {
+    FailStopped();
+    return false;
+  }
+  if (const std::string* const changed = states_.Changed(true)) {
+    FailChanged(*changed);
+    return false;
+  }
+  if (!Flush(options_.descriptor)) return true;
+  Fail(Message::kOutputUnflushed, name_, "is lost: the disk did not take all that was written",
+       "check the disk, or choose another one", MP4G_E_OUTPUT_WRITE);
+  return false;
 }
 
 }  // namespace

@@ -11,7 +11,8 @@ namespace {
 struct Form {
   std::uint32_t type;
   const char* place;
-  std::size_t header;  // bytes ahead of the entries, of which the count is the last field
+  // Bytes ahead of the entries, of which the count is the last field.
+  std::size_t header;
   std::size_t width;
   unsigned int versions;
 };

@@ -9,8 +9,10 @@
 namespace clipchain::samples {
 
 struct WrongTable {
-  const char* place;  // of its box below "trak"
-  std::string text;   // the rest of a sentence that begins with the result's name
+  // Of its box below "trak".
+  const char* place;
+  // The rest of a sentence that begins with the result's name.
+  std::string text;
 };
 
 // Finds tables that do not hold what they count, in a form that there is of them, and those whose

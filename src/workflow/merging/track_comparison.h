@@ -18,7 +18,8 @@
 namespace clipchain::samples {
 
 struct TrackRules {
-  bool adapted;  // else only what samples themselves are is compared
+  // Else only what samples themselves are is compared.
+  bool adapted;
   const std::set<unsigned int>& dropped;
 };
 
@@ -26,7 +27,8 @@ struct TrackRules {
 struct ClipAtWork {
   const std::string& path;
   const SampleFile& file;
-  ByteRanges& ranges;  // takes where the samples lie
+  // Takes where the samples lie.
+  ByteRanges& ranges;
 };
 
 class TrackComparison {
@@ -46,7 +48,8 @@ class TrackComparison {
   void Finish();
 
   // Of the clip added last: by how much its track is shown later than in the clip, in seconds.
-  bool IsShown() const { return shown_; }  // it has samples, and edit lists leave them in a row
+  // It has samples, and edit lists leave them in a row.
+  bool IsShown() const { return shown_; }
   Seconds Shift() const { return shift_; }
   // For how long the sample before the clip's first one is shown longer than its clip says.
   Seconds Waited() const { return waited_; }

@@ -14,6 +14,7 @@ TrackPairs::Likeness TrackPairs::Of(const TrackView& track) {
   if (!track.entries.empty()) likeness.coded += std::to_string(U32(track.entries.front(), 4));
   for (const View entry : track.entries)
     likeness.described += DescriptionOf(entry, track.handler).bare;
+  // Two tracks of sound in one description are told apart by language and name.
   likeness.named = likeness.described + '/' + std::to_string(track.language) + '/' +
                    std::string(track.name.begin(), track.name.end());
   return likeness;
@@ -43,6 +44,7 @@ std::vector<const TrackView*> TrackPairs::Find(const SampleFile& clip,
       queue.pop_front();
     }
   };
+  // The most alike first, so that no track takes the partner of one that resembles it more.
   if (by_ == By::kDescription) {
     match(&Likeness::named);
     match(&Likeness::described);

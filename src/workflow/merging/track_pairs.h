@@ -23,9 +23,12 @@ class TrackPairs {
 
  private:
   struct Likeness {
-    std::string named;      // kind, descriptions, name and language
-    std::string described;  // kind and descriptions
-    std::string coded;      // kind and first codec
+    // Kind, descriptions, name and language.
+    std::string named;
+    // Kind and descriptions.
+    std::string described;
+    // Kind and first codec.
+    std::string coded;
   };
   static Likeness Of(const TrackView& track);
 

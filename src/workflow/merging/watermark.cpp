@@ -27,6 +27,8 @@ bool Watermark::WaitFor(Number end) {
 bool FollowingBytes::ReadMedia(const ImagePiece& piece, unsigned long long skip, unsigned char* out,
                                std::size_t size) {
   const unsigned long long position = piece.position + skip;
+  // What was written a moment ago is still in memory: who follows closely reads nothing off the
+  // disk.
   if (!mark_.WaitFor(position + size)) return false;
   if (written_.Read(position, out, size)) return true;
   SetError(written_.error());

@@ -1,4 +1,4 @@
-// How far a file is written, for who reads behind its writer.
+// Tells how far a file is written, for who reads behind its writer.
 #pragma once
 
 #include <condition_variable>

@@ -19,7 +19,8 @@ struct Gap {
 }  // namespace
 
 std::map<std::size_t, std::size_t> FindHalves(const ScanReport& report) {
-  std::map<std::string, Gap> gaps;  // by the identifier of the missing clip
+  // By the identifier of the missing clip.
+  std::map<std::string, Gap> gaps;
   for (std::size_t i = 0; i < report.sequences.size(); ++i) {
     const SequenceReport& sequence = report.sequences[i];
     if (sequence.copyOf || sequence.clips.empty()) continue;
@@ -38,6 +39,8 @@ std::map<std::size_t, std::size_t> FindHalves(const ScanReport& report) {
   }
   std::map<std::size_t, std::size_t> halves;
   for (const auto& [missing, gap] : gaps) {
+    // Where copies or clips that contradict each other name the same one, nobody can say which two
+    // are the halves.
     if (gap.fronts == 1 && gap.behinds == 1 && gap.front != gap.behind)
       halves[gap.front] = gap.behind;
   }

@@ -57,6 +57,7 @@ class JoinPage {
     for (std::size_t i = 0; i < plan_.jobs.size(); ++i) {
       const std::size_t count = plan_.jobs[i].inputs.size();
       clips += count;
+      // Ahead of the join its plan is counted, afterwards what is there.
       const bool counts = report_ != nullptr ? IsDone(i) : IsRun(plan_.jobs[i]);
       if (!counts) continue;
       kept += count;
@@ -109,6 +110,7 @@ class JoinPage {
   std::string TitleOf(std::size_t i) const {
     const Job& job = plan_.jobs[i];
     if (IsRun(job)) return fmt::format("Recording {}", numbers_[i]);
+    // What gets no result has no number in the plan either.
     const std::string name = std::filesystem::path(job.inputs.front()).filename().string();
     return "<bdi>" + HtmlPath(name) + "</bdi>" + (job.inputs.size() > 1 ? " …" : "");
   }
@@ -142,6 +144,7 @@ class JoinPage {
                                  : " open";
     const long long size = report_ != nullptr ? report_->jobs[i].size : 0;
     std::string html = fmt::format(
+        // What the text says for people stands in attributes for programs and for the filter.
         "<article class=\"job panel\" id=\"job-{0}\" aria-labelledby=\"job-{0}-name\" "
         "data-number=\"{11}\" data-left-out=\"{1}\" data-outcome=\"{2}\" data-output=\"{3}\" "
         "data-size=\"{4}\">\n<div class=\"head-line\"><h3 id=\"job-{0}-name\">{12}</h3><p "

@@ -24,6 +24,7 @@ constexpr const char* kShapes[] = {
     "M8 1a7 7 0 1 1 0 14A7 7 0 0 1 8 1zm0 4a3 3 0 1 0 0 6 3 3 0 0 0 0-6z"};
 constexpr unsigned int kShapeCount = std::size(kShapes);
 
+// A mask that repeats fills a piece with the shape, so that cards differ without colours too.
 std::string ShapeRules(const char* fill) {
   std::string rules;
   for (unsigned int i = 0; i < kShapeCount; ++i) {
@@ -36,6 +37,7 @@ std::string ShapeRules(const char* fill) {
   return rules;
 }
 
+// With each round of colours the shapes move on by one, so that a pair comes again after 64 cards.
 unsigned int ShapeOf(unsigned int card) { return (card + card / kShapeCount) % kShapeCount; }
 
 }  // namespace
@@ -82,6 +84,7 @@ std::string LengthWords(const std::vector<const SequenceReport*>& sequences) {
     clips += sequence->clips.size();
     for (const SequenceClip& clip : sequence->clips) known += Seconds(clip) ? 1 : 0;
   }
+  // A sum in which lengths are missing would read as the whole.
   if (known == clips) return SpanWords(seconds);
   return known == 0 ? SpanWords({}) : "at least " + SpanWords(seconds);
 }

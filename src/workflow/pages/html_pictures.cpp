@@ -33,6 +33,8 @@ Pictures::Pictures(const ScanReport& report) {
       if (clip.card.thumbnail.empty()) continue;
       Shared& shared = shared_[BytesOf(clip.card)];
       shared.card = &clip.card;
+      // Clips and their copies begin with the same picture, and pictures are most of a page: one
+      // that is shown more than once stands in it once.
       if (++shared.count == 2) shared.number = ++number;
     }
   }
@@ -60,6 +62,7 @@ std::string Pictures::Show(const ClipCard& card, const std::string& name) const 
         "focusable=\"false\"><use href=\"#picture-{}\"/></svg>",
         name, card.width, card.height, found->second.number);
   return fmt::format(
+      // Thousands of pictures would keep the page from being shown until all are decoded.
       "<img alt=\"Picture of {}\" width=\"{}\" height=\"{}\" loading=\"lazy\" "
       "decoding=\"async\" src=\"{}\">",
       name, card.width, card.height, Address(card));

@@ -30,7 +30,8 @@ class Pictures {
     const ClipCard* card = nullptr;
   };
 
-  std::unordered_map<std::string_view, Shared> shared_;  // by their bytes
+  // By their bytes.
+  std::unordered_map<std::string_view, Shared> shared_;
 };
 
 }  // namespace clipchain

@@ -32,6 +32,7 @@ std::string Sums(const ScanReport& report) {
   for (const SequenceReport& sequence : report.sequences) {
     sequences.push_back(&sequence);
     clips += sequence.clips.size();
+    // What says nothing of its neighbours counts neither as complete nor as open.
     const bool isOpen = !sequence.closedAtHead || !sequence.closedAtTail;
     open += isOpen ? 1 : 0;
     if (!isOpen) ++(IsIdentified(sequence) ? complete : unidentified);
@@ -52,10 +53,12 @@ bool HasRejected(const FoundClips& found, const ScanReport& report) {
 }
 
 std::string CardItem(const Volume& volume, unsigned int index) {
+  // Files that are named in a row make a card of their own.
   const bool files = volume.folder.empty();
   return fmt::format(
       "<li class=\"volume\" data-number=\"{}\" {} data-clips=\"{}\">{} "
       "<span class=\"path\">{}</span> <span class=\"count\">{}</span></li>\n",
+      // From 1, as people and the tables count.
       index + 1, PathAttributes("data-", volume.folder), volume.clips.size(), CardChip(index),
       files ? "files named one by one" : "<bdi>" + HtmlPath(volume.folder) + "</bdi>",
       Counted(volume.clips.size(), "file"));
@@ -124,6 +127,7 @@ std::string Rejected(const FoundClips& found, const ScanReport& report, const Li
   for (const UnreadablePath& path : found.unreadable)
     html += RejectedItem(links, path.path, path.reason, "");
   for (const RejectedClip& clip : report.rejected) {
+    // The code of the engine is for programs; a look at the clip says what is wrong with it.
     html += RejectedItem(links, clip.path, WhyNoClip(clip.path, clip.result).front().text,
                          std::string(ResultName(clip.result)));
   }
@@ -149,6 +153,7 @@ std::string HtmlReport(const FoundClips& found, const ScanReport& report,
   const Links links(options.folder);
   const Pictures pictures(report);
   PageContext page{report, links, pictures, FindHalves(report)};
+  // Each half names the other one.
   for (const auto& [front, behind] : page.halves) page.previous[behind] = front;
   HtmlFrame frame;
   frame.title = fmt::format("{} on {}", Counted(report.sequences.size(), "recording"),
@@ -166,9 +171,10 @@ std::string HtmlReport(const FoundClips& found, const ScanReport& report,
 
 bool IsHtmlReport(const std::string& path) {
   FileBytes file(path);
-  if (file.error() != 0) return false;
+  if (file.error()) return false;
   std::string head(std::min<std::size_t>(file.Size(), kMarkedWithin), '\0');
   if (!file.Read(0, head.data(), head.size())) return false;
+  // What was begun and never written may be replaced like a page.
   return head.empty() || (head.starts_with(kBegin) && head.find(kHtmlMark) != std::string::npos);
 }
 

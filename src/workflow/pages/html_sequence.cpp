@@ -39,6 +39,7 @@ std::string ClipItem(const PageContext& page, const SequenceClip& clip, std::siz
   const std::string name = HtmlPath(path.filename().string());
   const std::string folder = HtmlPath(path.parent_path().string());
   std::string html = fmt::format(
+      // What is told to people below stands here for programs.
       "<li class=\"clip\" {} data-volume=\"{}\" data-date=\"{}\" data-seconds=\"{}\" "
       "data-size=\"{}\">\n",
       PathAttributes("data-", clip.path), clip.volume + 1, clip.date ? IsoDate(*clip.date) : "",
@@ -49,6 +50,7 @@ std::string ClipItem(const PageContext& page, const SequenceClip& clip, std::siz
       "<p class=\"more\">{} <span>{}</span></p>\n<p class=\"where\">{}</p>\n",
       page.links.Around(clip.path, "<bdi>" + name + "</bdi>"), CardChip(clip.volume),
       FormatBytes(clip.size), TimeElement(clip.date));
+  // It wraps by itself, below the name that people look for.
   if (!folder.empty()) html += fmt::format("<p class=\"where\">in <bdi>{}</bdi></p>\n", folder);
   return html + "</div></li>\n";
 }
@@ -77,6 +79,7 @@ std::string StateBadge(const SequenceReport& sequence) {
   const bool open = !sequence.closedAtHead || !sequence.closedAtTail;
   const bool identified = IsIdentified(sequence);
   const char* const look = open ? " open" : identified ? "" : " unknown";
+  // A sign of its own for each state: not everybody tells the colours apart.
   const char* const sign = open ? "M8 .8l7.700 14H.3zM7 6v4.500h2V6zm0 5.500v1.800h2v-1.800z"
                            : identified ? "M6.300 13.300.9 7.900l2-2 3.400 3.400L13.100 2.500l2 2z"
                                         : "M2 7h12v2H2z";

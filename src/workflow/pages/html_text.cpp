@@ -45,6 +45,7 @@ void AppendEscaped(std::string& html, wchar_t c) {
 std::string HtmlText(std::string_view text) {
   std::string html;
   for (const wchar_t c : QUIRVA::WidePathFromBytes(text)) {
+    // A page must be text throughout, or browsers guess an encoding for all of it.
     AppendEscaped(html, IsStrayByte(c) ? L'\uFFFD' : c);
   }
   return html;
@@ -57,6 +58,7 @@ std::string HtmlPath(std::string_view path) {
       html += fmt::format("\\x{:02X}", static_cast<unsigned int>(c) & 0xFF);
     } else if (IsControl(c)) {
       html += fmt::format("\\x{:02X}", static_cast<unsigned int>(c));
+      // A name could make what stands around it read otherwise.
     } else if (Misleads(c)) {
       html += fmt::format("\\u{{{:X}}}", static_cast<unsigned int>(c));
     } else {
@@ -69,6 +71,7 @@ std::string HtmlPath(std::string_view path) {
 std::string PathAttributes(std::string_view prefix, const std::string& path) {
   std::string attributes = fmt::format("{}path=\"{}\"", prefix, HtmlText(path));
   const std::wstring wide = QUIRVA::WidePathFromBytes(path);
+  // Who wants such a name back takes it from the digits.
   if (std::none_of(wide.begin(), wide.end(), IsStrayByte)) return attributes;
   attributes += fmt::format(" {}path-bytes=\"", prefix);
   for (const char c : path) attributes += fmt::format("{:02x}", static_cast<unsigned char>(c));

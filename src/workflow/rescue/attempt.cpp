@@ -24,22 +24,27 @@ class Trier {
 
   bool Try() {
     const auto begin = FindBegin();
-    if (!begin) return Fail("does not fit: none of the media is like its own");
+    if (!begin) {
+      Fail("does not fit: none of the media is like its own");
+      return false;
+    }
     const WalkProgress progress = [&](std::uint64_t position) {
       if (!attempt_.stopped && !progress_(position)) attempt_.stopped = true;
       return !attempt_.stopped;
     };
     attempt_.harvest = Walk(*begin, attempt_.media.end, attempt_.media.ends, progress);
-    if (SampleCount(attempt_.harvest) == 0) return Fail("does not fit: no sample is sure");
+    if (SampleCount(attempt_.harvest) == 0) {
+      Fail("does not fit: no sample is sure");
+      return false;
+    }
     if (!attempt_.model.records) return true;
-    return ReadPictures() || Fail("does not fit: its video is made otherwise");
+    if (ReadPictures()) return true;
+    Fail("does not fit: its video is made otherwise");
+    return false;
   }
 
  private:
-  bool Fail(const char* why) {
-    attempt_.why = why;
-    return false;
-  }
+  void Fail(const char* why) { attempt_.why = why; }
 
   Harvest Walk(std::uint64_t begin, std::uint64_t end, bool ends, const WalkProgress& progress) {
     const Model& model = attempt_.model;

@@ -1,4 +1,4 @@
-// One try to find the samples of a broken clip, by what one reference teaches.
+// Tries to find the samples of a broken clip, by what one reference teaches.
 #pragma once
 
 #include <string>
@@ -15,8 +15,8 @@ struct Attempt {
   Model model;
   Harvest harvest;
   BrokenMedia media;
-  std::string why;  // it failed, as the rest of a sentence that begins with the
-                    // reference's name
+  // It failed, as the rest of a sentence that begins with the reference's name.
+  std::string why;
   bool stopped = false;
 };
 

@@ -1,4 +1,4 @@
-// The identifiers by which a camera says which clip follows which.
+// Reads and writes the identifiers by which a camera says which clip follows which.
 #pragma once
 
 #include <optional>
@@ -9,9 +9,12 @@
 namespace clipchain::rescue {
 
 struct ClipNames {
-  Bytes own;       // 16 bytes each
-  Bytes next;      // all zero: none follows
-  Bytes previous;  // all zero: none precedes
+  // 16 bytes each.
+  Bytes own;
+  // All zero: none follows.
+  Bytes next;
+  // All zero: none precedes.
+  Bytes previous;
 };
 
 // Out of the camera's box in a movie box; nothing where it has none.

@@ -9,6 +9,8 @@
 #include "foundation/fourcc.h"
 #include "workflow/system/file_bytes.h"
 #include "workflow/system/files.h"
+#include "workflow/system/same_time.h"
+#include "workflow/system/system_error.h"
 
 namespace clipchain::rescue {
 
@@ -21,10 +23,6 @@ using QUIRVA::be64;
 constexpr std::size_t kBlock = 256 << 10;
 // What is compared on both sides of a place where two parts meet.
 constexpr std::uint64_t kSeam = 4096;
-
-bool IsSameTime(const timespec& a, const timespec& b) {
-  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
-}
 
 }  // namespace
 
@@ -55,63 +53,78 @@ ClipLayout LayOut(const RawBox& fileType, const Harvest& harvest) {
 ClipWriter::ClipWriter(const std::string& broken, const RescueOptions& options)
     : broken_(broken), options_(options), input_(broken) {}
 
-bool ClipWriter::Fail(Message message, const std::string& path, std::string text,
+void ClipWriter::Fail(Message message, const std::string& path, std::string text,
                       std::string remedy) {
   findings_.push_back(MakeFinding(message, path, std::move(text), std::move(remedy)));
-  return false;
 }
 
-bool ClipWriter::FailWrite(int error) {
-  return Fail(
-      Message::kOutputUnwritable, options_.output, "can't be written: " + ErrorText(error),
-      error == ENAMETOOLONG ? "choose a shorter name" : "make room, or choose another folder");
+void ClipWriter::FailWrite(const std::error_code& error) {
+  Fail(Message::kOutputUnwritable, options_.output, "can't be written: " + ErrorText(error),
+       error == std::errc::filename_too_long ? "choose a shorter name"
+                                             : "make room, or choose another folder");
 }
 
 bool ClipWriter::Step(RescueStep::Phase phase, std::uint64_t current, std::uint64_t total) {
   const RescueStep step{phase, static_cast<long long>(current), static_cast<long long>(total)};
   if (!options_.progress || options_.progress(step)) return true;
-  return Fail(Message::kMergeStopped, options_.output, "was not made: the rescue was stopped",
-              "run it again");
+  Fail(Message::kMergeStopped, options_.output, "was not made: the rescue was stopped",
+       "run it again");
+  return false;
 }
 
 // An output that exists is replaced only on demand, and the broken clip and its
 // references never.
 bool ClipWriter::MayWrite() {
-  if (::stat(broken_.c_str(), &state_) != 0)
-    return Fail(Message::kInputUnreadable, broken_, "can't be read: " + ErrorText(errno),
-                "check the name and the permissions");
+  if (::stat(broken_.c_str(), &state_) != 0) {
+    Fail(Message::kInputUnreadable, broken_, "can't be read: " + ErrorText(LastError()),
+         "check the name and the permissions");
+    return false;
+  }
   std::vector<std::string> inputs = options_.references;
   inputs.push_back(broken_);
   for (const std::string& input : inputs) {
     if (!IsSameFile(input, options_.output)) continue;
-    return Fail(Message::kOutputIsInput, options_.output,
-                "is the same file as the input " + PrintablePath(input), "choose another name");
+    Fail(Message::kOutputIsInput, options_.output,
+         "is the same file as the input " + PrintablePath(input), "choose another name");
+    return false;
   }
   struct stat status;
-  if (::lstat(options_.output.c_str(), &status) != 0) return errno == ENOENT || FailWrite(errno);
-  if (!options_.overwrite)
-    return Fail(Message::kOutputExists, options_.output, "exists already",
-                "choose another name, or let --overwrite replace it");
-  return S_ISREG(status.st_mode) || S_ISLNK(status.st_mode) ||
-         Fail(Message::kOutputUnwritable, options_.output,
-              "can't be written: it is no regular file", "choose another name");
+  if (::lstat(options_.output.c_str(), &status) != 0) {
+    if (errno == ENOENT) return true;
+    FailWrite(LastError());
+    return false;
+  }
+  if (!options_.overwrite) {
+    Fail(Message::kOutputExists, options_.output, "exists already",
+         "choose another name, or let --overwrite replace it");
+    return false;
+  }
+  if (S_ISREG(status.st_mode) || S_ISLNK(status.st_mode)) return true;
+  Fail(Message::kOutputUnwritable, options_.output, "can't be written: it is no regular file",
+       "choose another name");
+  return false;
 }
 
 bool ClipWriter::Write(const ClipLayout& layout, const RawBox& movie) {
   Bytes bytes;
   movie.Write(bytes);
   block_.resize(kBlock);
-  if (const int error = part_.Create(options_.output); error != 0) return FailWrite(error);
+  if (const std::error_code error = part_.Create(options_.output)) {
+    FailWrite(error);
+    return false;
+  }
   output_.emplace(part_.descriptor());
   output_->Reserve(layout.head.size() + layout.media + bytes.size());
   const bool full = options_.verification == Verification::kFull;
   if (!Fill(layout, bytes)) return false;
   if (!full && !Verify(layout, bytes)) return false;
   if (!Step(RescueStep::Phase::kFlushing, 0, 0)) return false;
-  if (Flush(part_.descriptor()) != 0)
-    return Fail(Message::kOutputUnflushed, options_.output,
-                "is lost: the disk did not take all that was written",
-                "check the disk, or choose another one");
+  if (Flush(part_.descriptor())) {
+    Fail(Message::kOutputUnflushed, options_.output,
+         "is lost: the disk did not take all that was written",
+         "check the disk, or choose another one");
+    return false;
+  }
   if (full) FileBytes(part_.descriptor()).ForgetCached();
   return (!full || Verify(layout, bytes)) && IsUnchanged() && Publish();
 }
@@ -122,7 +135,10 @@ bool ClipWriter::Fill(const ClipLayout& layout, const Bytes& movie) {
 }
 
 bool ClipWriter::Put(const unsigned char* bytes, std::size_t count) {
-  if (const int error = output_->Write(written_, bytes, count); error != 0) return FailWrite(error);
+  if (const std::error_code error = output_->Write(written_, bytes, count)) {
+    FailWrite(error);
+    return false;
+  }
   written_ += count;
   return true;
 }
@@ -139,11 +155,13 @@ bool ClipWriter::CopyRange(const ByteRange& range, std::uint64_t& done, std::uin
   for (std::uint64_t at = range.begin; at < range.end;) {
     if (!Step(RescueStep::Phase::kCopying, done, total)) return false;
     const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, range.end - at));
-    if (!input_.Read(at, block_.data(), count))
-      return Fail(Message::kInputUnreadable, broken_,
-                  "can't be read: " + (input_.error() != 0 ? ErrorText(input_.error())
-                                                           : std::string("it ends too early")),
-                  "copy it again from the card");
+    if (!input_.Read(at, block_.data(), count)) {
+      Fail(Message::kInputUnreadable, broken_,
+           "can't be read: " +
+               (input_.error() ? ErrorText(input_.error()) : std::string("it ends too early")),
+           "copy it again from the card");
+      return false;
+    }
     if (!Put(block_.data(), count)) return false;
     at += count;
     done += count;
@@ -169,9 +187,10 @@ bool ClipWriter::Verify(const ClipLayout& layout, const Bytes& movie) {
     at += range.end - range.begin;
   }
   if (same) return true;
-  return Fail(Message::kResultDamaged, options_.output,
-              "is not what was written: reading it back gave other bytes",
-              "check the disk, or choose another one");
+  Fail(Message::kResultDamaged, options_.output,
+       "is not what was written: reading it back gave other bytes",
+       "check the disk, or choose another one");
+  return false;
 }
 
 bool ClipWriter::VerifyRange(const ByteRange& range, std::uint64_t at) {
@@ -200,24 +219,31 @@ bool ClipWriter::IsUnchanged() {
   const bool same = ::stat(broken_.c_str(), &status) == 0 && status.st_size == state_.st_size &&
                     status.st_dev == state_.st_dev && status.st_ino == state_.st_ino &&
                     IsSameTime(status.st_mtim, state_.st_mtim);
-  return same || Fail(Message::kInputChanged, broken_, "changed while it was read",
-                      "wait until it is complete, then run the rescue again");
+  if (same) return true;
+  Fail(Message::kInputChanged, broken_, "changed while it was read",
+       "wait until it is complete, then run the rescue again");
+  return false;
 }
 
 bool ClipWriter::Publish() {
   if (!Step(RescueStep::Phase::kFlushing, 0, 0)) return false;
-  if (const int error = part_.Publish(options_.overwrite); error != 0) {
-    if (error == EEXIST)
-      return Fail(Message::kOutputExists, options_.output, "exists already",
-                  "choose another name, or let --overwrite replace it");
-    return Fail(Message::kOutputUnnamed, options_.output, "can't get its name: " + ErrorText(error),
-                "choose another folder");
+  if (const std::error_code error = part_.Publish(options_.overwrite)) {
+    if (error == std::errc::file_exists) {
+      Fail(Message::kOutputExists, options_.output, "exists already",
+           "choose another name, or let --overwrite replace it");
+      return false;
+    }
+    Fail(Message::kOutputUnnamed, options_.output, "can't get its name: " + ErrorText(error),
+         "choose another folder");
+    return false;
   }
   size_ = FileSize(options_.output);
-  if (const int error = part_.FlushFolder(); error != 0)
-    return Fail(Message::kOutputNotDurable, options_.output,
-                "is complete, but its folder can't be flushed: " + ErrorText(error),
-                "check the disk before you delete the clips");
+  if (const std::error_code error = part_.FlushFolder()) {
+    Fail(Message::kOutputNotDurable, options_.output,
+         "is complete, but its folder can't be flushed: " + ErrorText(error),
+         "check the disk before you delete the clips");
+    return false;
+  }
   return true;
 }
 

@@ -56,8 +56,8 @@ class ClipWriter {
   bool IsUnchanged();
   bool Publish();
   bool Step(RescueStep::Phase phase, std::uint64_t current, std::uint64_t total);
-  bool Fail(Message message, const std::string& path, std::string text, std::string remedy);
-  bool FailWrite(int error);
+  void Fail(Message message, const std::string& path, std::string text, std::string remedy);
+  void FailWrite(const std::error_code& error);
 
   const std::string& broken_;
   const RescueOptions& options_;

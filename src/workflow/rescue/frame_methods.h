@@ -1,4 +1,4 @@
-// Ways to find samples of sound, one for each kind of it: each splits a piece
+// Finds samples of sound, one way for each kind of it: each splits a piece
 // of media into samples and is sure of it.
 #pragma once
 

@@ -1,4 +1,4 @@
-// What stands between pictures in the reference: which tracks, in which order,
+// Learns what stands between pictures in the reference: which tracks, in which order,
 // how many samples.
 #pragma once
 
@@ -51,7 +51,8 @@ class GapPatterns {
   GapPattern* TakeGap(const Gap& gap);
 
   std::vector<GapPattern> patterns_;
-  std::vector<std::vector<std::uint64_t>> counts_;  // by track
+  // By track.
+  std::vector<std::vector<std::uint64_t>> counts_;
   std::uint64_t largest_ = 0;
 };
 
@@ -65,11 +66,16 @@ struct GapPiece {
 };
 
 enum class GapPlace {
-  kInside,         // between two pictures
-  kEnd,            // between a picture and the true end of the media
-  kAll,            // between its begin and that
-  kBegin,          // in front of the first picture
-  kDoubtfulBegin,  // the same where the media may begin
+  // Between two pictures.
+  kInside,
+  // Between a picture and the true end of the media.
+  kEnd,
+  // Between its begin and that.
+  kAll,
+  // In front of the first picture.
+  kBegin,
+  // The same where the media may begin.
+  kDoubtfulBegin,
 };
 
 // The pieces that fill a gap exactly, by one of the patterns; nothing if none

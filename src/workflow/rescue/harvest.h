@@ -1,4 +1,4 @@
-// The samples that were found in a broken clip.
+// Holds the samples that were found in a broken clip.
 #pragma once
 
 #include <cstdint>
@@ -39,7 +39,8 @@ struct PictureFacts {
   // Of the first slice.
   unsigned char type = 0;
 };
-static_assert(sizeof(PictureFacts) == 8);  // there is one for each picture
+// There is one for each picture.
+static_assert(sizeof(PictureFacts) == 8);
 
 struct ByteRange {
   std::uint64_t begin = 0;
@@ -49,15 +50,20 @@ struct ByteRange {
 struct TrackHarvest {
   std::uint64_t samples = 0;
   std::uint64_t bytes = 0;
-  std::vector<std::uint32_t> sizes;      // unless all are alike
-  std::vector<PictureFacts> pictures;    // of length-prefixed video
-  std::vector<std::uint32_t> durations;  // where records say them
+  // Unless all are alike.
+  std::vector<std::uint32_t> sizes;
+  // Of length-prefixed video.
+  std::vector<PictureFacts> pictures;
+  // Where records say them.
+  std::vector<std::uint32_t> durations;
 };
 
 struct Harvest {
-  std::vector<SampleRun> runs;  // in the order of the file
+  // In the order of the file.
+  std::vector<SampleRun> runs;
   std::vector<TrackHarvest> tracks;
-  std::vector<ByteRange> unknown;  // parts of the media that hold no sample that is sure
+  // Parts of the media that hold no sample that is sure.
+  std::vector<ByteRange> unknown;
 
   void Add(std::size_t track, std::uint64_t position, const SampleSpan& span);
   void AddUnknown(std::uint64_t begin, std::uint64_t end);

@@ -67,7 +67,8 @@ class ScanBits {
 
 // A Huffman table: for each 16 bits the length of the code that they begin with and its value.
 struct CodeTable {
-  std::vector<std::uint16_t> entries;  // length << 8 | value; 0: no code
+  // Length << 8 | value; 0: no code.
+  std::vector<std::uint16_t> entries;
 
   // Takes the table from the front of a segment.
   bool Take(Bytes& in) {

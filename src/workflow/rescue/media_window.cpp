@@ -4,7 +4,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+
+#include "workflow/system/open_file.h"
 
 namespace clipchain::rescue {
 
@@ -68,7 +71,7 @@ namespace {
 // The last part of a file that is no hole ends there.
 std::uint64_t EndOfData(const std::string& path, std::uint64_t size) {
 #ifdef SEEK_DATA
-  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+  const Descriptor file = OpenToRead(path, O_NOCTTY);
   if (file < 0) return size;
   std::uint64_t end = 0;
   for (off_t at = 0; at < static_cast<off_t>(size);) {
@@ -85,7 +88,6 @@ std::uint64_t EndOfData(const std::string& path, std::uint64_t size) {
     end = static_cast<std::uint64_t>(hole);
     at = hole;
   }
-  ::close(file);
   return std::min(end, size);
 #else
   return size;

@@ -29,7 +29,7 @@ class MediaWindow {
   // Bytes that were read off the file so far, some of them again and again.
   std::uint64_t Work() const { return work_; }
   // Whether a read failed for another reason than the end of the file.
-  bool Failed() const { return file_.error() != 0; }
+  bool Failed() const { return static_cast<bool>(file_.error()); }
 
  private:
   bool Extend(std::uint64_t end);

@@ -179,9 +179,12 @@ std::vector<bool> Learner::WrongTracks(const Harvest& harvest) const {
   const auto& tracks = reference_.tracks();
   std::vector<bool> wrong(tracks.size());
   std::vector<std::size_t> chunk(tracks.size());
-  std::vector<std::uint32_t> sample(tracks.size());  // in the chunk
-  std::vector<std::uint64_t> place(tracks.size());   // of that sample
-  std::vector<std::uint64_t> taken(tracks.size());   // of those found
+  // In the chunk.
+  std::vector<std::uint32_t> sample(tracks.size());
+  // Of that sample.
+  std::vector<std::uint64_t> place(tracks.size());
+  // Of those found.
+  std::vector<std::uint64_t> taken(tracks.size());
   const auto next = [&](std::size_t t) {
     place[t] += tracks[t].sizes.At(tracks[t].chunks[chunk[t]].firstSample + sample[t]);
     if (++sample[t] < tracks[t].chunks[chunk[t]].samples) return;

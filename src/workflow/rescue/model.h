@@ -1,4 +1,4 @@
-// What was learned from a reference, and what of it holds: how each of its
+// Holds what was learned from a reference, and what of it holds: how each of its
 // tracks is found.
 #pragma once
 
@@ -16,16 +16,21 @@ namespace clipchain::rescue {
 
 struct Model {
   const Reference* reference = nullptr;
-  std::optional<std::size_t> video;  // the track of length-prefixed video, if there is one
+  // The track of length-prefixed video, if there is one.
+  std::optional<std::size_t> video;
   VideoSyntax syntax;
-  Bytes configuration;  // of that video
+  // Of that video.
+  Bytes configuration;
   UnitHabits habits;
   FrameMethods methods;
   GapPatterns patterns;
-  std::vector<PictureFacts> pictures;  // the reference's own, the first ones
+  // The reference's own, the first ones.
+  std::vector<PictureFacts> pictures;
   std::uint64_t evenStep =
-      0;  // pictures from each one that starts anew to the next; 0: they differ
-  std::optional<RecordMethod> records;  // where records stand in front of the samples
+      // Pictures from each one that starts anew to the next; 0: they differ.
+      0;
+  // Where records stand in front of the samples.
+  std::optional<RecordMethod> records;
 
   // By which way a track is found: "records", "units", …; empty where there is
   // none.

@@ -121,7 +121,8 @@ class Maker {
   void SetDurations(RawBox& trak, std::size_t index);
   std::uint64_t SetEdits(RawBox& trak, const ReferenceTrack& track, const TrackTimes& times);
   void Finish();
-  void Mark();  // as rescued, among its tags
+  // As rescued, among its tags.
+  void Mark();
 
   const Model& model_;
   const Harvest& harvest_;

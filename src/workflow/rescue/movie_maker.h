@@ -21,7 +21,8 @@ struct MadeTrack {
 
 struct MadeMovie {
   RawBox movie;
-  std::vector<MadeTrack> tracks;  // as those of the reference
+  // As those of the reference.
+  std::vector<MadeTrack> tracks;
 };
 
 // `media` is where the first sample will lie; the samples follow one another in

@@ -1,4 +1,4 @@
-// What samples of video say about themselves, one after the other in the order
+// Collects what samples of video say about themselves, one after the other in the order
 // of decoding.
 #pragma once
 

@@ -1,4 +1,4 @@
-// The order of pictures: which one may follow, and when each is shown.
+// Tells which picture may follow which, and when each is shown.
 #pragma once
 
 #include <cstdint>

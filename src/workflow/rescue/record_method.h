@@ -1,4 +1,4 @@
-// Media in which a record stands in front of each sample and says which track
+// Finds samples in media where a record stands in front of each one and says which track
 // it is of and how long it is. The records are samples of a track of their own.
 #pragma once
 
@@ -21,7 +21,8 @@ class RecordMethod {
   // none, or where they contradict each other.
   static std::optional<RecordMethod> Learn(const Reference& reference);
 
-  std::size_t track() const { return track_; }  // of the records
+  // Of the records.
+  std::size_t track() const { return track_; }
 
   // Finds what lies in a range, which begins with a record. A sample counts if
   // a record stands behind it, or if the range truly ends with it.
@@ -32,7 +33,8 @@ class RecordMethod {
   // By the first bytes of a record.
   struct Kind {
     std::uint32_t recordSize = 0;
-    std::optional<std::size_t> track;  // of the sample behind it; none: another record follows
+    // Of the sample behind it; none: another record follows.
+    std::optional<std::size_t> track;
   };
   struct Head {
     const Kind* kind = nullptr;
@@ -41,7 +43,8 @@ class RecordMethod {
   };
   // A record of the reference, and the sample behind it.
   struct Pair {
-    std::vector<unsigned char> record;  // the first bytes of it
+    // The first bytes of it.
+    std::vector<unsigned char> record;
     std::uint32_t recordSize = 0;
     std::optional<std::size_t> track;
     std::uint32_t sampleSize = 0;

@@ -54,7 +54,7 @@ std::string Reference::Load(const std::string& path) {
   path_ = path;
   if (const std::string why = WhyUnreadable(path); !why.empty()) return "can't be read: " + why;
   file_ = std::make_unique<FileBytes>(path);
-  if (file_->error() != 0 || !file_->IsFile()) return "can't be read";
+  if (file_->error() || !file_->IsFile()) return "can't be read";
   if (std::string why = ReadTopLevel(); !why.empty()) return why;
   return ReadTracks();
 }

@@ -1,4 +1,4 @@
-// What an intact clip of the same camera teaches: its movie box, and where each
+// Learns from an intact clip of the same camera: its movie box, and where each
 // of its samples lies.
 #pragma once
 

@@ -51,9 +51,8 @@ class Work {
   void Describe(const rescue::MadeMovie& made);
   void DescribeTrack(const RescuedTrack& track, bool expected);
   bool Step(Phase phase, std::uint64_t current, std::uint64_t total);
-  bool Fail(Message message, const std::string& path, std::string text, std::string remedy) {
+  void Fail(Message message, const std::string& path, std::string text, std::string remedy) {
     report_.findings.push_back(MakeFinding(message, path, std::move(text), std::move(remedy)));
-    return false;
   }
 
   const std::string& broken_;
@@ -74,21 +73,29 @@ bool Work::Step(Phase phase, std::uint64_t current, std::uint64_t total) {
 }
 
 bool Work::Look() {
-  if (const std::string why = WhyUnreadable(broken_); !why.empty())
-    return Fail(Message::kInputUnreadable, broken_, "can't be read: " + why,
-                "check the name and the permissions");
+  if (const std::string why = WhyUnreadable(broken_); !why.empty()) {
+    Fail(Message::kInputUnreadable, broken_, "can't be read: " + why,
+         "check the name and the permissions");
+    return false;
+  }
   file_ = std::make_unique<FileBytes>(broken_);
-  if (file_->error() != 0 || !file_->IsFile())
-    return Fail(Message::kInputUnreadable, broken_, "can't be read", "name a clip");
+  if (file_->error() || !file_->IsFile()) {
+    Fail(Message::kInputUnreadable, broken_, "can't be read", "name a clip");
+    return false;
+  }
   const rescue::BrokenMedia media = rescue::ExamineBroken(*file_, file_->Size(), 0, 0);
   hasMovie_ = media.hasMovie;
-  if (media.hasMovie && !media.cutOff)
-    return Fail(Message::kRescueUnneeded, broken_, "has a whole movie box",
-                "see what a check says about it");
-  if (media.fragmented)
-    return Fail(Message::kRescueUnneeded, broken_,
-                "is fragmented: what its fragments describe needs no rescue",
-                "see what a check says about it");
+  if (media.hasMovie && !media.cutOff) {
+    Fail(Message::kRescueUnneeded, broken_, "has a whole movie box",
+         "see what a check says about it");
+    return false;
+  }
+  if (media.fragmented) {
+    Fail(Message::kRescueUnneeded, broken_,
+         "is fragmented: what its fragments describe needs no rescue",
+         "see what a check says about it");
+    return false;
+  }
   return true;
 }
 
@@ -111,21 +118,27 @@ bool Work::Search() {
   }
   // Nothing is more like a clip than its own movie box.
   if (hasMovie_) references.insert(references.begin(), broken_);
-  if (references.empty())
-    return Fail(Message::kReferenceMissing, broken_, "lies beside no other clip to learn from",
-                "name an intact clip of the same camera with --like");
+  if (references.empty()) {
+    Fail(Message::kReferenceMissing, broken_, "lies beside no other clip to learn from",
+         "name an intact clip of the same camera with --like");
+    return false;
+  }
   for (const std::string& reference : references) {
     if (!Step(Phase::kLooking, 0, file_->Size()) || TryOne(reference)) break;
     report_.findings.push_back(MakeFinding(Message::kReferenceUnusable, reference, attempt_->why));
     attempt_ = nullptr;
   }
-  if (attempt_ == nullptr)
-    return Fail(Message::kNothingRescued, broken_,
-                "is like none of the clips that were tried: no sample was found",
-                "name an intact clip of the same camera and settings with --like");
-  if (attempt_->stopped)
-    return Fail(Message::kMergeStopped, options_.output, "was not made: the rescue was stopped",
-                "run it again");
+  if (attempt_ == nullptr) {
+    Fail(Message::kNothingRescued, broken_,
+         "is like none of the clips that were tried: no sample was found",
+         "name an intact clip of the same camera and settings with --like");
+    return false;
+  }
+  if (attempt_->stopped) {
+    Fail(Message::kMergeStopped, options_.output, "was not made: the rescue was stopped",
+         "run it again");
+    return false;
+  }
   report_.reference = attempt_->reference.path();
   return true;
 }
@@ -234,7 +247,7 @@ RescueReport Rescue(const std::string& broken, const RescueOptions& options) {
 
 bool NeedsRescue(const std::string& path) {
   FileBytes file(path);
-  if (file.error() != 0 || !file.IsFile()) return false;
+  if (file.error() || !file.IsFile()) return false;
   bool media = false;
   std::uint64_t at = 0;
   for (int boxes = 0; boxes < 100; ++boxes) {

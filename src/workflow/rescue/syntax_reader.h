@@ -18,10 +18,13 @@ class SyntaxReader {
   SyntaxReader& operator=(const SyntaxReader&) = delete;
 
   bool good() const { return good_; }
-  unsigned int Bits(unsigned int count);  // 0 to 32
+  // 0 to 32.
+  unsigned int Bits(unsigned int count);
   bool Flag() { return Bits(1) != 0; }
-  unsigned int Unsigned();  // ue(v)
-  int Signed();             // se(v)
+  // ue(v).
+  unsigned int Unsigned();
+  // se(v).
+  int Signed();
   void Skip(unsigned int count);
 
  private:

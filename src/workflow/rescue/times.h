@@ -1,4 +1,4 @@
-// When samples are decoded and shown, and where playing may start: by what
+// Says when samples are decoded and shown, and where playing may start: by what
 // holds in the reference.
 #pragma once
 
@@ -17,9 +17,12 @@ using Pictures = std::vector<PictureFacts>;
 
 struct TrackTimes {
   TimeRuns times;
-  OffsetRuns offsets;                      // none: every sample is shown when it is decoded
-  std::vector<std::uint32_t> syncSamples;  // counted from 1; of use where the reference has a table
-  Bytes dependencies;                      // "sdtp", a byte for each; empty without one
+  // none: every sample is shown when it is decoded.
+  OffsetRuns offsets;
+  // Counted from 1; of use where the reference has a table.
+  std::vector<std::uint32_t> syncSamples;
+  // "sdtp", a byte for each; empty without one.
+  Bytes dependencies;
   bool timesEstimated = false;
   bool offsetsEstimated = false;
   bool syncEstimated = false;

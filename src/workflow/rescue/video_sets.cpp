@@ -32,6 +32,7 @@ void ReadColour(SyntaxReader& in, SequenceSet& set) {
   in.Unsigned();
   in.Flag();
   if (!in.Flag()) return;
+  // Lists of scaling factors stand ahead of what is looked for, and have no length to skip them by.
   const unsigned int lists = format == 3 ? 12 : 8;
   for (unsigned int i = 0; i < lists && in.good(); ++i) {
     if (in.Flag()) SkipScalingList(in, i < 6 ? 16 : 64);
@@ -40,6 +41,7 @@ void ReadColour(SyntaxReader& in, SequenceSet& set) {
 
 void ReadOrder(SyntaxReader& in, SequenceSet& set) {
   set.orderType = in.Unsigned();
+  // By the order of pictures (8.2.1 of ISO/IEC 14496-10) samples are told to follow each other.
   if (set.orderType == 0) set.orderBits = in.Unsigned() + 4;
   if (set.orderType != 1) return;
   in.Flag();
@@ -58,6 +60,7 @@ void SkipProfiles(SyntaxReader& in, unsigned int subLayers) {
   bool profiles[8] = {};
   bool levels[8] = {};
   for (unsigned int i = 0; i < 8; ++i) {
+    // There are flags for eight of them, however many there are.
     const bool counts = i < subLayers;
     profiles[i] = in.Flag() && counts;
     levels[i] = in.Flag() && counts;

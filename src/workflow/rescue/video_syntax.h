@@ -17,10 +17,14 @@ enum class Codec { kAvc, kHevc, kJpeg };
 
 // What a unit is, by its header.
 enum class UnitKind {
-  kSlice,      // of a picture
-  kStarts,     // no slice, and never behind a slice of its own access unit
-  kContinues,  // no slice, and never in front of the first one
-  kAnywhere,   // either
+  // Of a picture.
+  kSlice,
+  // No slice, and never behind a slice of its own access unit.
+  kStarts,
+  // No slice, and never in front of the first one.
+  kContinues,
+  // Either.
+  kAnywhere,
   kInvalid
 };
 

@@ -1,4 +1,4 @@
-// A file descriptor that is closed at the end of its block.
+// Closes a file descriptor at the end of its block.
 #pragma once
 
 #include <unistd.h>
@@ -19,6 +19,8 @@ class Descriptor {
     return *this;
   }
   operator int() const { return number_; }
+  // Gives it to the caller, who closes it.
+  int Release() { return std::exchange(number_, -1); }
   void Close() {
     if (number_ >= 0) ::close(std::exchange(number_, -1));
   }

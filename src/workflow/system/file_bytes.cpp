@@ -4,29 +4,22 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-
+#include "workflow/system/open_file.h"
+#include "workflow/system/system_error.h"
 #include "workflow/system/uninterrupted.h"
 
 namespace clipchain {
 
-FileBytes::FileBytes(const std::string& path)
-    : file_(Uninterrupted(
-          [&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); })),
-      owned_(true) {
-  if (file_ < 0) error_ = errno;
+FileBytes::FileBytes(const std::string& path) : owned_(OpenToRead(path, O_NOCTTY)), file_(owned_) {
+  if (file_ < 0) error_ = LastError();
 }
 
-FileBytes::FileBytes(int descriptor) : file_(descriptor), owned_(false) {}
-
-FileBytes::~FileBytes() {
-  if (owned_ && file_ >= 0) ::close(file_);
-}
+FileBytes::FileBytes(int descriptor) : file_(descriptor) {}
 
 unsigned long long FileBytes::Size() {
   struct stat status;
   if (::fstat(file_, &status) == 0) return static_cast<unsigned long long>(status.st_size);
-  error_ = errno;
+  error_ = LastError();
   return 0;
 }
 
@@ -40,7 +33,8 @@ bool FileBytes::Read(unsigned long long position, void* buffer, std::size_t size
   while (size > 0) {
     const ssize_t came =
         Uninterrupted([&] { return ::pread(file_, out, size, static_cast<off_t>(position)); });
-    if (came < 0) error_ = errno;
+    if (came < 0) error_ = LastError();
+    // Less than was asked for is the end of the file, and no error.
     if (came <= 0) return false;
     out += came;
     size -= static_cast<std::size_t>(came);

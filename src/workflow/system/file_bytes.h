@@ -3,6 +3,9 @@
 
 #include <cstddef>
 #include <string>
+#include <system_error>
+
+#include "workflow/system/descriptor.h"
 
 namespace clipchain {
 
@@ -13,16 +16,18 @@ class FileBytes {
   explicit FileBytes(const std::string& path);
   // Reads through a descriptor that stays the caller's, whatever its position.
   explicit FileBytes(int descriptor);
-  virtual ~FileBytes();
+  virtual ~FileBytes() = default;
   FileBytes(const FileBytes&) = delete;
   FileBytes& operator=(const FileBytes&) = delete;
 
   int descriptor() const { return file_; }
-  // The system's number of the last failure, 0 if there was none. A file that is too short is none:
-  // Read says false all the same.
-  int error() const { return error_; }
-  virtual unsigned long long Size();  // 0 on failure
-  bool IsFile();                      // and nothing else that can be opened
+  // Of the system, at the last failure. A file that is too short is none: Read says false all the
+  // same.
+  const std::error_code& error() const { return error_; }
+  // 0 on failure.
+  virtual unsigned long long Size();
+  // And nothing else that can be opened.
+  bool IsFile();
   virtual bool Read(unsigned long long position, void* buffer, std::size_t size);
   // Makes the next reads come from the disk, as far as the system lets it. What was written must be
   // flushed before.
@@ -30,13 +35,13 @@ class FileBytes {
 
  protected:
   // Of bytes that stand in no one file.
-  FileBytes() : file_(-1), owned_(false) {}
-  void SetError(int error) { error_ = error; }
+  FileBytes() = default;
+  void SetError(const std::error_code& error) { error_ = error; }
 
  private:
-  int file_;
-  bool owned_;
-  int error_ = 0;
+  Descriptor owned_;
+  int file_ = -1;
+  std::error_code error_;
 };
 
 }  // namespace clipchain

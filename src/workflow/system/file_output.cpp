@@ -7,6 +7,7 @@
 
 #include <cerrno>
 
+#include "workflow/system/system_error.h"
 #include "workflow/system/uninterrupted.h"
 
 namespace clipchain {
@@ -24,7 +25,7 @@ void FileOutput::Reserve(Number size) const {
   static_cast<void>(::fallocate(file_, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(size)));
 }
 
-int FileOutput::Write(Number position, const void* bytes, std::size_t size) {
+std::error_code FileOutput::Write(Number position, const void* bytes, std::size_t size) {
   const char* data = static_cast<const char*>(bytes);
   if (position != flushed_ + written_) {
     flushed_ = position;
@@ -33,15 +34,15 @@ int FileOutput::Write(Number position, const void* bytes, std::size_t size) {
   while (size > 0) {
     const ssize_t went =
         Uninterrupted([&] { return ::pwrite(file_, data, size, static_cast<off_t>(position)); });
-    if (went < 0) return errno;
-    if (went == 0) return EIO;
+    if (went < 0) return LastError();
+    if (went == 0) return SystemError(EIO);
     data += went;
     size -= static_cast<std::size_t>(went);
     position += static_cast<Number>(went);
     written_ += static_cast<Number>(went);
   }
   if (written_ >= kFlushStep) StartFlush();
-  return 0;
+  return {};
 }
 
 // The flush in the end tells about failures: this request sees none, and takes none away from it.
@@ -52,13 +53,13 @@ void FileOutput::StartFlush() {
   written_ = 0;
 }
 
-int FileOutput::Share(int source, Number from, Number size, Number to) const {
+std::error_code FileOutput::Share(int source, Number from, Number size, Number to) const {
   file_clone_range range{};
   range.src_fd = source;
   range.src_offset = from;
   range.src_length = size;
   range.dest_offset = to;
-  return Uninterrupted([&] { return ::ioctl(file_, FICLONERANGE, &range); }) == 0 ? 0 : errno;
+  return ErrorOf(Uninterrupted([&] { return ::ioctl(file_, FICLONERANGE, &range); }));
 }
 
 }  // namespace clipchain

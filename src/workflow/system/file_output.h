@@ -2,11 +2,12 @@
 #pragma once
 
 #include <cstddef>
+#include <system_error>
 
 namespace clipchain {
 
-// Writes through a descriptor that stays the caller's. Its functions answer an error number of the
-// system, 0 for success.
+// Writes through a descriptor that stays the caller's. Its functions answer the error of the
+// system.
 class FileOutput {
  public:
   explicit FileOutput(int file) : file_(file) {}
@@ -15,11 +16,12 @@ class FileOutput {
   // it can't be had that way, nothing is lost: the writing itself succeeds or fails.
   void Reserve(unsigned long long size) const;
   // Writes at that place. The disk begins with what was written before all of it is.
-  [[nodiscard]] int Write(unsigned long long position, const void* bytes, std::size_t size);
+  [[nodiscard]] std::error_code Write(unsigned long long position, const void* bytes,
+                                      std::size_t size);
   // Lets the file have those bytes of another one without a copy, if its file system can: whole
   // blocks of both.
-  [[nodiscard]] int Share(int source, unsigned long long from, unsigned long long size,
-                          unsigned long long to) const;
+  [[nodiscard]] std::error_code Share(int source, unsigned long long from, unsigned long long size,
+                                      unsigned long long to) const;
 
  private:
   void StartFlush();

@@ -5,11 +5,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <filesystem>
-#include <system_error>
 
 #include "foundation/strings.h"
+#include "workflow/system/part_name.h"
 #include "workflow/system/path_characters.h"
+#include "workflow/system/system_error.h"
 
 namespace clipchain {
 
@@ -57,14 +57,15 @@ long long FileSize(const std::string& path) {
   return Status(path, status) && S_ISREG(status.st_mode) ? status.st_size : 0;
 }
 
-std::string ErrorText(int error) { return std::generic_category().message(error); }
+std::string ErrorText(const std::error_code& error) { return error.message(); }
 
 std::string WhyUnreadable(const std::string& path) {
   struct stat status;
-  if (!Status(path, status)) return errno == ENOENT ? "there is no such file" : ErrorText(errno);
+  if (!Status(path, status))
+    return errno == ENOENT ? "there is no such file" : ErrorText(LastError());
   if (S_ISDIR(status.st_mode)) return "it is a folder";
   // It is not opened to find out: a pipe would keep whoever opens it waiting.
-  if (::access(path.c_str(), R_OK) != 0) return ErrorText(errno);
+  if (::access(path.c_str(), R_OK) != 0) return ErrorText(LastError());
   if (!S_ISREG(status.st_mode)) return "it is no regular file";
   return status.st_size == 0 ? "it is empty" : "";
 }
@@ -74,13 +75,12 @@ std::string WhyUnwritable(const std::string& path) {
   struct stat status;
   if (Status(path, status)) {
     if (S_ISDIR(status.st_mode)) return "it is a folder";
-    return ::access(path.c_str(), W_OK) == 0 ? "" : ErrorText(errno);
+    return ::access(path.c_str(), W_OK) == 0 ? "" : ErrorText(LastError());
   }
-  const std::filesystem::path parent = std::filesystem::path(path).parent_path();
-  const std::string folder = parent.empty() ? std::string(".") : parent.string();
+  const std::string folder = FolderOf(path);
   if (!Status(folder, status)) return fmt::format("there is no folder {}", PrintablePath(folder));
   if (!S_ISDIR(status.st_mode)) return fmt::format("{} is no folder", PrintablePath(folder));
-  return ::access(folder.c_str(), W_OK) == 0 ? "" : ErrorText(errno);
+  return ::access(folder.c_str(), W_OK) == 0 ? "" : ErrorText(LastError());
 }
 
 }  // namespace clipchain

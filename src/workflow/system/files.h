@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <system_error>
 
 namespace clipchain {
 
@@ -23,8 +24,8 @@ bool IsSameFile(const std::string& a, const std::string& b);
 // Bytes in the file; 0 for what is no readable file.
 long long FileSize(const std::string& path);
 
-// What an error number of the system means, in its words.
-std::string ErrorText(int error);
+// What an error of the system means, in its words.
+std::string ErrorText(const std::error_code& error);
 
 // Why a file can't be read, or can't be created or written, as the end of a sentence: "there is no
 // such file". Empty if nothing speaks against it.

@@ -7,11 +7,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <memory>
 
 #include "workflow/system/descriptor.h"
+#include "workflow/system/open_folder.h"
 #include "workflow/system/part_name.h"
+#include "workflow/system/system_error.h"
 #include "workflow/system/uninterrupted.h"
 
 namespace clipchain {
@@ -29,16 +29,12 @@ Descriptor OpenAbandoned(const std::string& path, struct stat& status) {
   return Descriptor();
 }
 
-struct CloseFolder {
-  void operator()(DIR* folder) const { ::closedir(folder); }
-};
-
 }  // namespace
 
 std::vector<Leftover> FindLeftovers(const std::string& output) {
   std::vector<Leftover> found;
   const std::string prefix = PartPrefix(output);
-  const std::unique_ptr<DIR, CloseFolder> folder(::opendir(FolderOf(output).c_str()));
+  const OpenFolder folder(::opendir(FolderOf(output).c_str()));
   if (folder == nullptr) return found;
   while (const dirent* entry = ::readdir(folder.get())) {
     if (!IsPartName(entry->d_name, prefix)) continue;
@@ -52,11 +48,11 @@ std::vector<Leftover> FindLeftovers(const std::string& output) {
   return found;
 }
 
-int RemoveLeftover(const Leftover& leftover) {
+std::error_code RemoveLeftover(const Leftover& leftover) {
   struct stat status;
   const Descriptor file(OpenAbandoned(leftover.path, status));
-  if (file < 0) return errno;
-  return ::unlink(leftover.path.c_str()) == 0 ? 0 : errno;
+  if (file < 0) return LastError();
+  return ErrorOf(::unlink(leftover.path.c_str()));
 }
 
 }  // namespace clipchain

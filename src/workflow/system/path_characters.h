@@ -1,4 +1,4 @@
-// What a character of a path does to those who read it. Characters are those that
+// Tells what a character of a path does to those who read it. Characters are those that
 // QUIRVA::WidePathFromBytes makes.
 #pragma once
 

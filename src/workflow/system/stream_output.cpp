@@ -10,6 +10,7 @@
 #include <climits>
 #include <ctime>
 
+#include "workflow/system/system_error.h"
 #include "workflow/system/uninterrupted.h"
 
 namespace clipchain {
@@ -54,23 +55,23 @@ ssize_t ReaderOutput::TryToWrite(const unsigned char* bytes, std::size_t size) {
   return ::write(descriptor_, bytes, size);
 }
 
-int ReaderOutput::Write(const unsigned char* bytes, std::size_t size,
-                        const std::function<bool()>& goOn) {
+std::error_code ReaderOutput::Write(const unsigned char* bytes, std::size_t size,
+                                    const std::function<bool()>& goOn) {
   constexpr int kMilliseconds = 100;
   while (size > 0) {
     const ssize_t went = TryToWrite(bytes, size);
-    if (went == 0) return EIO;
+    if (went == 0) return SystemError(EIO);
     if (went < 0) {
-      if (errno != EAGAIN && errno != EINTR) return errno;
-      if (!goOn()) return ECANCELED;
+      if (errno != EAGAIN && errno != EINTR) return LastError();
+      if (!goOn()) return SystemError(ECANCELED);
       pollfd waiting{descriptor_, POLLOUT, 0};
-      if (::poll(&waiting, 1, kMilliseconds) < 0 && errno != EINTR) return errno;
+      if (::poll(&waiting, 1, kMilliseconds) < 0 && errno != EINTR) return LastError();
       continue;
     }
     bytes += went;
     size -= static_cast<std::size_t>(went);
   }
-  return 0;
+  return {};
 }
 
 }  // namespace clipchain

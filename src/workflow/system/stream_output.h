@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <system_error>
 
 namespace clipchain {
 
@@ -30,9 +31,9 @@ class ReaderOutput {
   explicit ReaderOutput(int descriptor);
 
   // Writes all of it. While the reader is slow, `goOn` is asked now and then, and false ends the
-  // writing (ECANCELED). An error of the system, or 0.
-  [[nodiscard]] int Write(const unsigned char* bytes, std::size_t size,
-                          const std::function<bool()>& goOn);
+  // writing (std::errc::operation_canceled). Answers the error of the system.
+  [[nodiscard]] std::error_code Write(const unsigned char* bytes, std::size_t size,
+                                      const std::function<bool()>& goOn);
 
  private:
   ssize_t TryToWrite(const unsigned char* bytes, std::size_t size);

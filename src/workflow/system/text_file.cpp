@@ -4,29 +4,32 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <system_error>
 
 #include "workflow/system/files.h"
 #include "workflow/system/part_file.h"
+#include "workflow/system/system_error.h"
 #include "workflow/system/uninterrupted.h"
 
 namespace clipchain {
 
 namespace {
 
-std::string Unwritable(int error) { return "can't be written: " + ErrorText(error); }
+std::string Unwritable(const std::error_code& error) {
+  return "can't be written: " + ErrorText(error);
+}
 
 constexpr const char* kExists = "exists already; --overwrite replaces it";
 
 }  // namespace
 
-int WriteText(int file, std::string_view text) {
+std::error_code WriteText(int file, std::string_view text) {
   while (!text.empty()) {
     const ssize_t went = Uninterrupted([&] { return ::write(file, text.data(), text.size()); });
-    if (went < 0) return errno;
+    if (went < 0) return LastError();
+    if (went == 0) return SystemError(EIO);
     text.remove_prefix(static_cast<std::size_t>(went));
   }
-  return 0;
+  return {};
 }
 
 std::string WhyNoTextFile(const std::string& path, bool overwrite) {
@@ -45,14 +48,15 @@ std::string WriteTextFile(const std::string& path, std::string_view text, bool o
   std::string why = WhyNoTextFile(path, overwrite);
   if (!why.empty()) return why;
   PartFile part;
-  int error = part.Create(path);
-  if (error == 0) error = WriteText(part.descriptor(), text);
-  if (error == 0 && ::fsync(part.descriptor()) != 0) error = errno;
-  if (error != 0) return Unwritable(error);
+  std::error_code error = part.Create(path);
+  if (!error) error = WriteText(part.descriptor(), text);
+  if (!error) error = Flush(part.descriptor());
+  if (error) return Unwritable(error);
   error = part.Publish(overwrite);
-  if (error == EEXIST) return kExists;
-  if (error == 0) error = part.FlushFolder();
-  return error == 0 ? "" : Unwritable(error);
+  // Somebody was faster; what they wrote stays.
+  if (error == std::errc::file_exists) return kExists;
+  if (!error) error = part.FlushFolder();
+  return error ? Unwritable(error) : "";
 }
 
 }  // namespace clipchain

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace clipchain {
 
@@ -13,9 +14,9 @@ namespace clipchain {
 [[nodiscard]] std::string WriteTextFile(const std::string& path, std::string_view text,
                                         bool overwrite);
 
-// Writes all of it behind what was written to the file so far. An error number of the system, 0 for
-// success.
-[[nodiscard]] int WriteText(int file, std::string_view text);
+// Writes all of it behind what was written to the file so far. Answers the error of the
+// system.
+[[nodiscard]] std::error_code WriteText(int file, std::string_view text);
 
 // The same words if a file can't be written there, as far as that can be told beforehand.
 [[nodiscard]] std::string WhyNoTextFile(const std::string& path, bool overwrite);

@@ -43,7 +43,7 @@ TEST(ClipJson, GivesEveryPathBack) {
                                  "\xF4\x90\x80\x80", "a\n\x7F"}) {
     Json object;
     SetPath(object, path);
-    EXPECT_EQ(path, PathOf(Json::parse(JsonText(object))));
+    EXPECT_EQ(path, PathFrom(Json::parse(JsonText(object))));
   }
 }
 
@@ -54,8 +54,8 @@ TEST(ClipJson, FindsNoPathWhereThereIsNone) {
         R"({"path": "a", "path_bytes": null})", R"({"path": "a", "path_bytes": ""})",
         R"({"path": "a", "path_bytes": "616"})", R"({"path": "a", "path_bytes": "6x"})",
         R"({"path": "a", "path_bytes": "-1"})", R"({"path": "a", "path_bytes": "6100"})"})
-    EXPECT_EQ(std::nullopt, PathOf(Json::parse(text))) << text;
-  EXPECT_EQ("a", PathOf(Json::parse(R"({"path": "a"})")));
-  EXPECT_EQ("b", PathOf(Json::parse(R"({"path": "a", "path_bytes": "62"})")));
-  EXPECT_EQ("K", PathOf(Json::parse(R"({"path_bytes": "4B"})")));
+    EXPECT_EQ(std::nullopt, PathFrom(Json::parse(text))) << text;
+  EXPECT_EQ("a", PathFrom(Json::parse(R"({"path": "a"})")));
+  EXPECT_EQ("b", PathFrom(Json::parse(R"({"path": "a", "path_bytes": "62"})")));
+  EXPECT_EQ("K", PathFrom(Json::parse(R"({"path_bytes": "4B"})")));
 }

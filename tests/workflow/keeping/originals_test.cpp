@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <functional>
+#include <system_error>
 
 #include "support/temp_dir.h"
 #include "workflow/clips/clip_json.h"
@@ -132,12 +133,12 @@ TEST(Originals, GiveTheSecondOfEqualNamesANumber) {
 TEST(OriginalsArchive, GivesTheBytesOfEachClip) {
   const support::TempDir folder;
   PartFile part;
-  ASSERT_EQ(0, part.Create(folder / "x"));
+  ASSERT_EQ(std::error_code(), part.Create(folder / "x"));
   const auto source = [](std::size_t clip, void* buffer, std::size_t size) {
     std::memset(buffer, 'A' + static_cast<int>(clip), size);
     return size;
   };
-  ASSERT_EQ(0, WriteOriginals(Sample(), source, part.descriptor()));
+  ASSERT_EQ(std::error_code(), WriteOriginals(Sample(), source, part.descriptor()));
   FileBytes file(part.descriptor());
   OriginalsReader reader;
   ASSERT_EQ("", reader.Open(file));

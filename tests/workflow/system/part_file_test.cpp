@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <regex>
+#include <system_error>
 
 #include "support/temp_dir.h"
 
@@ -57,7 +58,7 @@ TEST(PathParts, AreFolderAndName) {
 TEST_F(PartFileTest, IsHiddenBesideTheOutputWithAnOrdinaryMode) {
   const mode_t mask = ::umask(027);
   PartFile part;
-  ASSERT_EQ(0, part.Create(output));
+  ASSERT_EQ(std::error_code(), part.Create(output));
   ::umask(mask);
   ASSERT_EQ(1u, Names().size());
   EXPECT_TRUE(std::regex_match(Names()[0],
@@ -72,7 +73,7 @@ TEST_F(PartFileTest, IsHiddenBesideTheOutputWithAnOrdinaryMode) {
 TEST_F(PartFileTest, GoesWhenNobodyPublishesIt) {
   {
     PartFile part;
-    ASSERT_EQ(0, part.Create(output));
+    ASSERT_EQ(std::error_code(), part.Create(output));
   }
   EXPECT_TRUE(Names().empty());
 }
@@ -80,10 +81,10 @@ TEST_F(PartFileTest, GoesWhenNobodyPublishesIt) {
 TEST_F(PartFileTest, TakesTheNameOfTheOutput) {
   {
     PartFile part;
-    ASSERT_EQ(0, part.Create(output));
+    ASSERT_EQ(std::error_code(), part.Create(output));
     ASSERT_EQ(3, ::write(part.descriptor(), "abc", 3));
-    EXPECT_EQ(0, part.Publish(false));
-    EXPECT_EQ(0, part.FlushFolder());
+    EXPECT_EQ(std::error_code(), part.Publish(false));
+    EXPECT_EQ(std::error_code(), part.FlushFolder());
   }
   EXPECT_EQ(std::vector<std::string>{"out.mp4"}, Names());
   EXPECT_EQ(Text("abc"), support::ReadFile(output));
@@ -91,35 +92,36 @@ TEST_F(PartFileTest, TakesTheNameOfTheOutput) {
 
 TEST_F(PartFileTest, ReplacesNothingUnlessTold) {
   PartFile part;
-  ASSERT_EQ(0, part.Create(output));
+  ASSERT_EQ(std::error_code(), part.Create(output));
   Put("out.mp4", "old");
-  EXPECT_EQ(EEXIST, part.Publish(false));
+  EXPECT_EQ(std::errc::file_exists, part.Publish(false));
   EXPECT_EQ(Text("old"), support::ReadFile(output));
-  EXPECT_EQ(0, part.Publish(true));
+  EXPECT_EQ(std::error_code(), part.Publish(true));
   EXPECT_EQ(Text(""), support::ReadFile(output));
 }
 
 TEST_F(PartFileTest, NeverPublishesOverALinkThatLeadsNowhere) {
   PartFile part;
-  ASSERT_EQ(0, part.Create(output));
+  ASSERT_EQ(std::error_code(), part.Create(output));
   fs::create_symlink("nowhere", output);
-  EXPECT_EQ(EEXIST, part.Publish(false));
+  EXPECT_EQ(std::errc::file_exists, part.Publish(false));
   EXPECT_TRUE(fs::is_symlink(output));
 }
 
 TEST_F(PartFileTest, IsDiscardedOnce) {
   PartFile part;
-  ASSERT_EQ(0, part.Create(output));
-  EXPECT_EQ(0, part.Discard());
+  ASSERT_EQ(std::error_code(), part.Create(output));
+  EXPECT_EQ(std::error_code(), part.Discard());
   EXPECT_TRUE(Names().empty());
-  EXPECT_EQ(0, part.Discard());
+  EXPECT_EQ(std::error_code(), part.Discard());
 }
 
 TEST_F(PartFileTest, SaysWhyItCannotBeCreated) {
-  EXPECT_EQ(ENOENT, PartFile().Create(folder / "missing/out.mp4"));
-  EXPECT_EQ(ENOTDIR, PartFile().Create(Put("file") + "/out.mp4"));
+  EXPECT_EQ(std::errc::no_such_file_or_directory, PartFile().Create(folder / "missing/out.mp4"));
+  EXPECT_EQ(std::errc::not_a_directory, PartFile().Create(Put("file") + "/out.mp4"));
   for (const char* name : {"", "/", "/.", "/.."})
-    EXPECT_EQ(EISDIR, PartFile().Create(folder.path().string() + name + (*name ? "" : "/")));
+    EXPECT_EQ(std::errc::is_a_directory,
+              PartFile().Create(folder.path().string() + name + (*name ? "" : "/")));
 }
 
 TEST_F(PartFileTest, CutsNamesAtTheLimitBetweenCharacters) {
@@ -127,11 +129,11 @@ TEST_F(PartFileTest, CutsNamesAtTheLimitBetweenCharacters) {
   while (name.size() < 251) name += "\xC3\xA4";
   // What is no text is cut all the same.
   PartFile odd;
-  ASSERT_EQ(0, odd.Create(folder / std::string(255, '\x80')));
+  ASSERT_EQ(std::error_code(), odd.Create(folder / std::string(255, '\x80')));
   for (const std::string& shift : {std::string(), std::string("x")}) {
     const std::string longest = folder / (shift + name.substr(0, 250) + ".mp4");
     PartFile part;
-    ASSERT_EQ(0, part.Create(longest)) << shift;
+    ASSERT_EQ(std::error_code(), part.Create(longest)) << shift;
     EXPECT_GE(255u, fs::path(part.path()).filename().string().size());
     EXPECT_TRUE(FindLeftovers(longest).empty());
     const std::string end = ".clipchain-";
@@ -144,9 +146,9 @@ TEST_F(PartFileTest, CutsNamesAtTheLimitBetweenCharacters) {
 TEST_F(PartFileTest, TakesNamesOfAnyBytes) {
   const std::string odd = folder / "\xFF\xC3\n.mp4";
   PartFile part;
-  ASSERT_EQ(0, part.Create(odd));
+  ASSERT_EQ(std::error_code(), part.Create(odd));
   EXPECT_NE(std::string::npos, part.path().find("/.\xFF\xC3\n.mp4.clipchain-"));
-  EXPECT_EQ(0, part.Publish(false));
+  EXPECT_EQ(std::error_code(), part.Publish(false));
   EXPECT_TRUE(fs::exists(odd));
 }
 
@@ -156,9 +158,9 @@ TEST_F(PartFileTest, FindsWhatWasLeftBehind) {
   ASSERT_EQ(1u, found.size());
   EXPECT_EQ(folder / kLeftover, found[0].path);
   EXPECT_EQ(3, found[0].size);
-  EXPECT_EQ(0, RemoveLeftover(found[0]));
+  EXPECT_EQ(std::error_code(), RemoveLeftover(found[0]));
   EXPECT_TRUE(Names().empty());
-  EXPECT_EQ(ENOENT, RemoveLeftover(found[0]));
+  EXPECT_EQ(std::errc::no_such_file_or_directory, RemoveLeftover(found[0]));
 }
 
 TEST_F(PartFileTest, TakesNothingElseForALeftover) {
@@ -182,7 +184,7 @@ TEST_F(PartFileTest, LeavesTheFileOfALivingProcessAlone) {
   const int file = ::open(path.c_str(), O_RDWR);
   ASSERT_EQ(0, ::flock(file, LOCK_EX));
   EXPECT_TRUE(FindLeftovers(output).empty());
-  EXPECT_EQ(EWOULDBLOCK, RemoveLeftover(found[0]));
+  EXPECT_EQ(std::errc::operation_would_block, RemoveLeftover(found[0]));
   EXPECT_TRUE(fs::exists(path));
   ::close(file);
   EXPECT_EQ(1u, FindLeftovers(output).size());
@@ -190,7 +192,7 @@ TEST_F(PartFileTest, LeavesTheFileOfALivingProcessAlone) {
 
 TEST_F(PartFileTest, HoldsItsLockUntilItIsPublished) {
   PartFile part;
-  ASSERT_EQ(0, part.Create(output));
+  ASSERT_EQ(std::error_code(), part.Create(output));
   EXPECT_TRUE(FindLeftovers(output).empty());
-  EXPECT_EQ(EWOULDBLOCK, RemoveLeftover({part.path(), 0}));
+  EXPECT_EQ(std::errc::operation_would_block, RemoveLeftover({part.path(), 0}));
 }
