@@ -34,6 +34,11 @@ void AddCommands(CLI::App& tool, int& exitCode) {
   AddVerifyCommand(tool, exitCode);
   AddSplitCommand(tool, exitCode);
   AddExplainCommand(tool, exitCode);
+  for (CLI::App* const command : tool.get_subcommands(nullptr)) {
+    for (CLI::Option* const option : command->get_options()) {
+      if (option->get_positional()) MustBeGiven(option);
+    }
+  }
   AddHelp(tool);
 }
 

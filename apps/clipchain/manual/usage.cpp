@@ -60,14 +60,16 @@ CLI::Option* MustBeGiven(CLI::Option* option) {
 std::string UsageText(const CLI::App& tool, const CLI::ParseError& error, int count,
                       const char* const* arguments) {
   std::string text;
-  if (const auto commands = tool.get_subcommands(); !commands.empty()) {
+  const std::string_view first = count > 1 ? arguments[1] : "";
+  // Whatever the parser makes of what stands there.
+  if (first.starts_with('-')) {
+    text = fmt::format("there is no option {} in front of a command; those of a command follow it",
+                       first);
+  } else if (const auto commands = tool.get_subcommands(); !commands.empty()) {
     text = CommandFault(*commands.front(), error);
   } else {
-    const std::string_view first = count > 1 ? arguments[1] : "";
     if (first.empty()) {
       text = "a command is missing: " + CommandList(tool, "or");
-    } else if (first[0] == '-') {
-      text = fmt::format("there is no option {} in front of a command", first);
     } else {
       text = fmt::format("there is no command {}; there are {}", first, CommandList(tool, "and"));
     }

@@ -134,7 +134,7 @@ std::string_view WhyNotKept(const Job& job, const JobReport& report) {
     case LeftOut::kIncomplete:
       return "of incomplete recordings (--incomplete joins what there is)";
     case LeftOut::kCopy:
-      return "copies of others";
+      return "equal to another clip";
     default:
       return "contradictory";
   }

@@ -8,38 +8,43 @@
 
 #include "clipchain/terminal/stop_signals.h"
 #include "clipchain/tool.h"
+#include "workflow/system/files.h"
+#include "workflow/system/system_error.h"
 
 namespace clipchain {
 
 namespace {
 
-// The system's number of the first failure. The stream forgets it, and what it had in its buffer.
-int failure = 0;
+// Of the first write that failed. The stream forgets it, and what it had in its buffer.
+std::error_code failure;
 
 void Note(bool taken) {
-  if (!taken && failure == 0) failure = errno;
+  if (!taken && !failure) failure = LastError();
 }
 
 }  // namespace
 
 void Print(std::string_view text) {
-  if (OutputFailed()) return;
-  Note(std::fwrite(text.data(), 1, text.size(), stdout) == text.size());
+  if (OutputFailed() || text.empty()) return;
+  // What stands in place of a stream that is closed takes everything, and nobody reads it.
+  if (!HasStandardOutput()) errno = EBADF;
+  Note(HasStandardOutput() && std::fwrite(text.data(), 1, text.size(), stdout) == text.size());
 }
 
 void FlushOutput() {
   if (!OutputFailed()) Note(std::fflush(stdout) == 0);
 }
 
-bool OutputFailed() { return failure != 0; }
+bool OutputFailed() { return static_cast<bool>(failure); }
 
 int EndOutput(int exitCode) {
   FlushOutput();
   if (!OutputFailed()) return exitCode;
-  if (failure == EPIPE) DieOfClosedPipe();
-  const std::string why = std::generic_category().message(failure);
-  std::fputs(fmt::format("clipchain: not all of the output could be written: {}\n", why).c_str(),
-             stderr);
+  if (failure == std::errc::broken_pipe) DieOfClosedPipe();
+  std::fputs(
+      fmt::format("clipchain: not all of the output could be written: {}\n", ErrorText(failure))
+          .c_str(),
+      stderr);
   return kFailed;
 }
 

@@ -408,7 +408,12 @@ TEST(Usage, SaysWhatIsWrongInTheWordsOfTheHelp) {
       "verify, "
       "split and explain",
       said({"cut"}));
-  EXPECT_EQ("clipchain: there is no option --foo in front of a command", said({"--foo"}));
+  EXPECT_EQ(
+      "clipchain: there is no option --foo in front of a command; those of a command follow it",
+      said({"--foo"}));
+  EXPECT_EQ(
+      "clipchain: there is no option --json in front of a command; those of a command follow it",
+      said({"--json", "info", kClip1}));
   EXPECT_EQ("clipchain: IN is required", said({"check"}));
   EXPECT_EQ("clipchain: PATH is required", said({"sequences"}));
   EXPECT_EQ("clipchain: --verify: takes seams or full, not \"no\"",
@@ -424,7 +429,16 @@ TEST(Usage, RefusesEmptyNames) {
                                              {"check", "-o", "", kClip1},
                                              {"join", "-o", "", "card"},
                                              {"join", "-o", "out", "--plan", "", "card"},
-                                             {"sequences", "--html", "", "card"}}) {
+                                             {"sequences", "--html", "", "card"},
+                                             {"merge", "-o", "out.mp4", ""},
+                                             {"check", ""},
+                                             {"info", kClip1, ""},
+                                             {"sequences", ""},
+                                             {"join", "-o", "out", ""},
+                                             {"rescue", "-o", "out.mp4", ""},
+                                             {"verify", "", "--against", "out"},
+                                             {"split", ""},
+                                             {"explain", ""}}) {
     const Finished run = Tool(arguments);
     EXPECT_EQ(2, run.exitCode) << testing::PrintToString(arguments);
     EXPECT_THAT(run.err, HasSubstr("an empty name is none"));

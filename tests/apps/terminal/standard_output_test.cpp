@@ -20,13 +20,15 @@ const std::string kClip2 = kClips + "/clip2.mp4";
 
 // Every command in every format.
 std::vector<Words> EveryOutput(const TempDir& folder) {
-  std::vector<Words> all = {{"--help"}, {"--version"}, {"merge", "--help"}};
+  std::vector<Words> all = {
+      {"--help"}, {"--version"}, {"merge", "--help"}, {"explain", "order-wrong"}};
   int number = 0;
   for (const bool json : {false, true}) {
     std::vector<Words> commands = {
         {"info", kClip1},
         {"info", "--tree", kClip1},
         {"check", kClip1, kClip2},
+        {"verify", kClips, "--against", kClips},
         {"sequences", kClips},
         {"join", "--dry-run", "-o", folder / "plan", kClips},
         {"join", "-o", folder / ("joined" + std::to_string(++number)), kClips},
@@ -57,6 +59,17 @@ TEST(StandardOutput, ThatTakesNothingIsAFailureWithASentence) {
                                    "No space left on device\n"))
         << testing::PrintToString(command);
   }
+}
+
+TEST(StandardOutput, ThatIsClosedIsAFailureWithASentence) {
+  const TempDir folder;
+  for (const Words& command : EveryOutput(folder)) {
+    const Finished run = InShell(command, "", " >&-");
+    EXPECT_EQ(1, run.exitCode) << testing::PrintToString(command);
+    EXPECT_THAT(run.err, HasSubstr("could be written: Bad file descriptor\n"))
+        << testing::PrintToString(command);
+  }
+  EXPECT_EQ(0, InShell({"merge", "-q", "-o", folder / "quiet.mp4", kClip1}, "", " >&-").exitCode);
 }
 
 // A limit that strikes behind the first kilobytes, which were taken.
