@@ -10,19 +10,6 @@
 
 namespace MP4G {
 
-namespace {
-
-HRESULT GetBytes(CBox* box, std::vector<unsigned char>& bytes) {
-  CBoxReader reader(box);
-  const unsigned char* data = nullptr;
-  unsigned int size = 0;
-  RETURN_IF_NOT_OK(reader.GetData(&data, &size));
-  bytes.assign(data, data + size);
-  return S_OK;
-}
-
-}  // namespace
-
 // Both are tried whatever the first answers, and the codes are combined: callers know the sum of a
 // double failure.
 HRESULT CompleteMovie(CMovieBox* movie) {
@@ -61,8 +48,8 @@ HRESULT CMovieAssembly::Finish(std::vector<unsigned char>& fileType,
                                std::vector<unsigned char>& movie) {
   RETURN_IF(first_ == nullptr, E_POINTER);
   RETURN_IF_NOT_OK(CompleteMovie(first_->GetMovieBox()));
-  RETURN_IF_NOT_OK(GetBytes(first_->GetFileTypeBox(), fileType));
-  return GetBytes(first_->GetMovieBox(), movie);
+  RETURN_IF_NOT_OK(CBoxReader(first_->GetFileTypeBox()).GetData(fileType));
+  return CBoxReader(first_->GetMovieBox()).GetData(movie);
 }
 
 long long CMovieAssembly::HeadSize(const CMp4File& first) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "foundation/buffers.h"
 #include "foundation/result.h"
@@ -23,8 +24,15 @@ class CBoxReader {
   // bits, or what the box says.
   [[nodiscard]] HRESULT GetData(const unsigned char** data, unsigned int* size);
 
+  // The same into bytes of the caller's, which replaces them; after a failure they are anything.
+  [[nodiscard]] HRESULT GetData(std::vector<unsigned char>& bytes);
+
   CBox* box;                                      // not owned
   std::unique_ptr<QUIRVA::CSimpleBuffer> buffer;  // null until the first GetData
+
+ private:
+  // Makes the box consistent and says how many bytes it has.
+  [[nodiscard]] HRESULT Fix(unsigned int* size);
 };
 
 }  // namespace MP4G

@@ -83,6 +83,8 @@ void Rehearsal::Take(std::unique_ptr<ClipFile>& clip, const ClipView* view,
 void Rehearsal::TakeFirst(std::unique_ptr<ClipFile> clip, const ClipView* view,
                           FileFindings& findings) {
   first_ = std::move(clip);
+  hasMovie_ = first_->MoviePlace() != nullptr;
+  headBytes_ = MP4G::CMovieAssembly::HeadSize(first_->file);
   for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(first_->Movie()).Tracks()) {
     samples_[track] = LayoutOf(track).SampleCount();
     pairs_.push_back({track, track});
@@ -212,6 +214,9 @@ void Rehearsal::Finish(const MovieCompletion& completion, FileFindings& findings
     return;
   }
   movieBytes_ = static_cast<long long>(movie.size());
+  // The tables of all clips are in the bytes now.
+  headBytes_ = MP4G::CMovieAssembly::HeadSize(first_->file);
+  first_.reset();
   CheckMovie(movie, findings);
   if (completion && !Complete(completion, movie, findings)) return;
   if (image == nullptr || assembly_.Finish(std::move(movie), *image) == S_OK) return;
@@ -258,10 +263,7 @@ void Rehearsal::CheckMovie(std::span<const unsigned char> bytes, FileFindings& f
 }
 
 long long Rehearsal::OutputSize() const {
-  const TopLevelBox* movie = first_ != nullptr ? first_->MoviePlace() : nullptr;
-  if (movie == nullptr) return 0;
-  const long long head = MP4G::CMovieAssembly::HeadSize(first_->file);
-  return LimitedSum(LimitedSum(head, mediaBytes_), movieBytes_);
+  return hasMovie_ ? LimitedSum(LimitedSum(headBytes_, mediaBytes_), movieBytes_) : 0;
 }
 
 }  // namespace clipchain

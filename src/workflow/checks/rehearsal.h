@@ -68,6 +68,7 @@ class Rehearsal {
   long long memory_ = 0;
   // What the boxes of the clip at hand take by themselves.
   long long boxMemory_ = 0;
+  // Until the movie box is complete.
   std::unique_ptr<ClipFile> first_;
   ImageAssembly assembly_;
   bool complete_ = true;
@@ -76,6 +77,8 @@ class Rehearsal {
   std::map<const MP4G::CTrackBox*, std::uint64_t> samples_;
   // That were spoken of once.
   std::set<const MP4G::CBox*> reported_;
+  bool hasMovie_ = false;
+  long long headBytes_ = 0;
   long long mediaBytes_ = 0;
   long long movieBytes_ = 0;
 };
