@@ -117,7 +117,8 @@ bool FallsOften(const Family& family, const TimedClips& clips) {
 }
 
 // Finds folders in which numbers fall again and again while the clock or the times of the files
-// rise: somebody gave the clips other names, and numbers there tell nothing.
+// rise, or leave the way of the timecodes: somebody gave the clips other names, and numbers there
+// tell nothing.
 void NoteRenumbering(Family& family, const FamilyCard& card) {
   std::map<std::string, std::vector<std::size_t>> folders;
   for (const std::size_t i : card.clips) folders[family.clips[i].folder].push_back(i);
@@ -127,7 +128,9 @@ void NoteRenumbering(Family& family, const FamilyCard& card) {
       if (family.clips[i].time) clips.emplace_back(*family.clips[i].time, i);
     }
     std::sort(clips.begin(), clips.end());
-    if (!FallsOften(family, clips) && !FallsOften(family, ByFileTimes(family, members))) continue;
+    if (!FallsOften(family, clips) && !FallsOften(family, ByFileTimes(family, members)) &&
+        !NumbersLeaveTimecodes(family, card, members))
+      continue;
     for (const std::size_t i : members) family.clips[i].isRenumbered = true;
   }
 }
@@ -212,17 +215,22 @@ class ValuePlaces {
   std::set<std::string> places_;
 };
 
-// Whether a size that clips share is no limit, for half of them stop at whole minutes: that is why
-// they do, and the others are as large by chance.
+// Whether a size that clips share is no limit, for a length is why some of them stop, and the
+// others are as large by chance: half of them stop at whole minutes, or at a length that clips of
+// other sizes stop at, too.
 bool IsOfOtherLimit(const FamilyCard& card, const Limit& limit) {
   if (limit.IsCommon() || limit.IsLength()) return false;
-  const auto count = std::count_if(limit.clips.begin(), limit.clips.end(), [&](std::size_t clip) {
-    return std::any_of(card.limits.begin(), card.limits.end(), [clip](const Limit& other) {
-      return other.kind == Limit::Kind::kMinutes && other.Has(clip);
-    });
+  const std::size_t all = limit.clips.size();
+  return std::any_of(card.limits.begin(), card.limits.end(), [&](const Limit& other) {
+    if (!other.IsLength()) return false;
+    const auto both = static_cast<std::size_t>(
+        std::count_if(limit.clips.begin(), limit.clips.end(),
+                      [&other](std::size_t clip) { return other.Has(clip); }));
+    const bool isReason = other.kind == Limit::Kind::kMinutes
+                              ? 2 * both >= all
+                              : both != 0 && other.clips.size() - both >= 2;
+    return both < all && isReason;
   });
-  const auto all = static_cast<std::ptrdiff_t>(limit.clips.size());
-  return count < all && 2 * count >= all;
 }
 
 // How clips that stop at no limit are continued, and whether anything but names shows that.

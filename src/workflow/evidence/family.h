@@ -40,15 +40,13 @@ struct Limit {
   std::int64_t most = 0;
   // "4 GiB".
   std::string words{};
-  // Of the card that stop there.
+  // Of the card that stop there, in their order.
   std::vector<std::size_t> clips{};
 
   // Many cameras have it.
   bool IsCommon() const { return kind == Kind::kCommonSize || kind == Kind::kMinutes; }
   bool IsLength() const { return kind == Kind::kMinutes || kind == Kind::kSharedLength; }
-  bool Has(std::size_t clip) const {
-    return std::find(clips.begin(), clips.end(), clip) != clips.end();
-  }
+  bool Has(std::size_t clip) const { return std::binary_search(clips.begin(), clips.end(), clip); }
 };
 
 // A value at one place, in the clips of one card.

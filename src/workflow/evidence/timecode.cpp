@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 
 #include "workflow/evidence/numbers.h"
 #include "workflow/evidence/split.h"
@@ -133,7 +134,12 @@ TimecodeVerdict JudgeTimecode(const Family& family, std::size_t before, std::siz
     return verdict;
   }
   evidence.agrees = frames == 0;
-  const std::int64_t slack = 2 * first->framesPerSecond;
+  // Of clips that stop after a length the one in between has as many frames.
+  const std::vector<Limit>& limits = family.CardOf(before).limits;
+  const bool isExact = std::any_of(limits.begin(), limits.end(), [before](const Limit& limit) {
+    return limit.IsLength() && limit.Has(before);
+  });
+  const std::int64_t slack = isExact ? 2 : 2 * first->framesPerSecond;
   const std::int64_t length =
       ((first->earliestEnd - first->first) % first->day + first->day) % first->day;
   verdict.gapIsClip = frames != 0 && std::abs(frames - length) <= slack;
@@ -162,6 +168,27 @@ bool TimecodeGoesOn(const Family& family, std::size_t last) {
                                       std::pair(timecode->latestEnd + 1, std::size_t{0}));
   return later != family.timecodes.end() &&
          later->first <= timecode->latestEnd + length + 2 * timecode->framesPerSecond;
+}
+
+bool NumbersLeaveTimecodes(const Family& family, const FamilyCard& card,
+                           const std::vector<std::size_t>& clips) {
+  if (!card.timecodesRestart || card.timecodesAlike) return false;
+  std::set<std::int64_t> ends;
+  for (const std::size_t i : card.clips) {
+    if (const auto& code = family.Traits(i).timecode)
+      ends.insert({code->earliestEnd, code->latestEnd});
+  }
+  const auto leaves = [&](std::size_t i, const NextClip& next) {
+    const auto& code = family.Traits(i).timecode;
+    const auto& other = family.Traits(next.clip).timecode;
+    return code && other && CanCompare(*code, *other) && ends.contains(other->first) &&
+           other->first != code->earliestEnd && other->first != code->latestEnd;
+  };
+  return std::any_of(clips.begin(), clips.end(), [&](std::size_t i) {
+    const std::vector<NextClip>& next = family.clips[i].next;
+    return std::any_of(next.begin(), next.end(),
+                       [&](const NextClip& other) { return leaves(i, other); });
+  });
 }
 
 }  // namespace clipchain

@@ -27,4 +27,10 @@ TimecodeVerdict JudgeTimecode(const Family& family, std::size_t before, std::siz
 // Whether a clip should follow: frames are counted that no clip has.
 bool TimecodeGoesOn(const Family& family, std::size_t last);
 
+// Whether a number runs on to a clip of a card whose timecode runs on from another clip: then
+// somebody gave the numbers of these clips, all of one folder. Where recordings begin with the same
+// timecode alone.
+bool NumbersLeaveTimecodes(const Family& family, const FamilyCard& card,
+                           const std::vector<std::size_t>& clips);
+
 }  // namespace clipchain

@@ -120,6 +120,15 @@ TEST(Split, ASizeThatAFullClipHasIsNoLimitOfOthers) {
             "likely: A0002.MP4 A0003.MP4");
 }
 
+TEST(Split, ASizeThatAClipOfAnOwnLengthHasIsNoLimitOfOthers) {
+  EXPECT_EQ(ProposedFrom({ClipSays("c/xa.MP4").At(0).For(441).Bytes(900'000'000),
+                          ClipSays("c/ya.MP4").At(442).For(657.7).Bytes(899'900'000),
+                          ClipSays("c/yb.MP4").At(1100).For(657.7).Bytes(850'000'000),
+                          ClipSays("c/yc.MP4").At(1757).For(657.7).Bytes(860'000'000),
+                          ClipSays("c/yd.MP4").At(2415).For(20)}),
+            "likely: ya.MP4 yb.MP4 yc.MP4 yd.MP4");
+}
+
 TEST(Split, AnIdentityShowsThatClipsOfOneLengthAreFollowed) {
   // Single recordings behind them have the next numbers, but other values.
   const auto clip = [](const char* name, double seconds, char value) {

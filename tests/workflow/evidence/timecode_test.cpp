@@ -64,8 +64,8 @@ TEST(Timecode, ThatRunsOnIntoTwoClipsSideBySideProvesNothing) {
          ClipSays("c/0015.MP4").For(20).Timecode(2800, 600),
          ClipSays("c/0016.MP4").For(static_cast<double>(length)).Timecode(2800, length * 30)});
   };
-  EXPECT_EQ(sides(20), "possible: 0014.MP4 0015.MP4");
-  EXPECT_EQ(sides(7), "possible: 0014.MP4 0015.MP4");
+  EXPECT_EQ(sides(20), "");
+  EXPECT_EQ(sides(7), "");
 }
 
 TEST(Timecode, ThatBeginsAlikeInRecordingsOfOneLengthProvesNothingAlone) {
@@ -81,6 +81,27 @@ TEST(Timecode, ThatBeginsAlikeInRecordingsOfOneLengthProvesNothingAlone) {
                           ClipSays("c/A0003.MP4").For(60).Timecode(0, 1800),
                           ClipSays("c/A0004.MP4").For(20).Timecode(1800, 600)}),
             "certain: A0001.MP4 A0002.MP4\ncertain: A0003.MP4 A0004.MP4");
+}
+
+TEST(Timecode, ShowsNumbersThatSomebodyGave) {
+  // By name: the first chapters of all recordings, then the second ones.
+  const auto clip = [](const char* name, double seconds, std::int64_t first) {
+    return ClipSays(name).For(seconds).Timecode(first, static_cast<std::int64_t>(seconds * 30));
+  };
+  EXPECT_EQ(ProposedFrom({clip("c/001.MP4", 60, 0), clip("c/002.MP4", 60, 0),
+                          clip("c/003.MP4", 20, 1800), clip("c/004.MP4", 31, 1800)}),
+            "");
+}
+
+TEST(Timecode, OfAHoleLeavesOutAsManyFramesAsAFullClipHas) {
+  const auto hole = [](std::int64_t first) {
+    return ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60).Timecode(1000, 1800),
+                         ClipSays("c/A0002.MP4").At(60).For(60).Timecode(2800, 1800),
+                         ClipSays("c/A0004.MP4").At(180).For(20).Timecode(first, 600)});
+  };
+  EXPECT_EQ(hole(6400), "incomplete likely: A0001.MP4 A0002.MP4 A0004.MP4");
+  EXPECT_EQ(hole(6402), "incomplete likely: A0001.MP4 A0002.MP4 A0004.MP4");
+  EXPECT_EQ(hole(6403), "certain: A0001.MP4 A0002.MP4");
 }
 
 TEST(Timecode, ShowsThatClipsOfOneSizeAreFollowed) {
