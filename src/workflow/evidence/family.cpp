@@ -226,9 +226,8 @@ bool IsOfOtherLimit(const FamilyCard& card, const Limit& limit) {
     const auto both = static_cast<std::size_t>(
         std::count_if(limit.clips.begin(), limit.clips.end(),
                       [&other](std::size_t clip) { return other.Has(clip); }));
-    const bool isReason = other.kind == Limit::Kind::kMinutes
-                              ? 2 * both >= all
-                              : both != 0 && other.clips.size() - both >= 2;
+    const bool ofHalf = 2 * both >= all && (other.kind == Limit::Kind::kMinutes || both > 2);
+    const bool isReason = ofHalf || (both != 0 && other.clips.size() - both >= 2);
     return both < all && isReason;
   });
 }

@@ -127,6 +127,12 @@ TEST(Split, ASizeThatAClipOfAnOwnLengthHasIsNoLimitOfOthers) {
                           ClipSays("c/yc.MP4").At(1757).For(657.7).Bytes(860'000'000),
                           ClipSays("c/yd.MP4").At(2415).For(20)}),
             "likely: ya.MP4 yb.MP4 yc.MP4 yd.MP4");
+  EXPECT_EQ(ProposedFrom({ClipSays("c/xa.MP4").At(0).For(630.8).Bytes(1'666'000'000),
+                          ClipSays("c/ya.MP4").At(631).For(657.7).Bytes(1'633'000'000),
+                          ClipSays("c/yb.MP4").At(1289).For(657.7).Bytes(1'648'000'000),
+                          ClipSays("c/yc.MP4").At(1947).For(657.7).Bytes(1'679'000'000),
+                          ClipSays("c/yd.MP4").At(2604).For(20)}),
+            "likely: ya.MP4 yb.MP4 yc.MP4 yd.MP4");
 }
 
 TEST(Split, AnIdentityShowsThatClipsOfOneLengthAreFollowed) {
