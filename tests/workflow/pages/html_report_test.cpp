@@ -92,6 +92,13 @@ std::size_t Occurrences(const std::string& text, const std::string& part) {
 
 }  // namespace
 
+TEST(HtmlReport, BeginsWithWhatNeedsAttention) {
+  const std::string page = PageWith("name");
+  ASSERT_NE(std::string::npos, page.find("id=\"attention\""));
+  for (const char* part : {"id=\"time-line\"", "id=\"sequences\"", "id=\"volumes\""})
+    EXPECT_LT(page.find("id=\"attention\""), page.find(part)) << part;
+}
+
 TEST(HtmlReport, HasEveryTagClosed) {
   static const std::set<std::string> kVoid = {"meta", "img", "path", "use", "rect", "br", "image"};
   std::vector<std::string> open = {"html", "head", "style"};
