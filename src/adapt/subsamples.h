@@ -15,7 +15,6 @@ class Subsamples {
   // Takes the tables among the children of "stbl" or "traf", for so many samples.
   void Append(const RawBox& parent, std::uint32_t samples);
 
-  bool IsEmpty() const { return tables_.empty() && !isLeftOut_; }
   bool IsLeftOut() const { return isLeftOut_; }
   // Puts them into "stbl" in place of all that are there.
   void Write(RawBox& table) const;

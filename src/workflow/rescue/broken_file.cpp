@@ -121,11 +121,4 @@ BrokenMedia ExamineBroken(FileBytes& file, std::uint64_t content, std::uint64_t 
   return media;
 }
 
-unsigned int BrandOf(FileBytes& file) {
-  unsigned char head[12];
-  if (!file.Read(0, head, sizeof head) || !std::equal(head + 4, head + 8, "ftyp")) return 0;
-  return static_cast<unsigned int>(head[8]) << 24 | static_cast<unsigned int>(head[9]) << 16 |
-         static_cast<unsigned int>(head[10]) << 8 | head[11];
-}
-
 }  // namespace clipchain::rescue

@@ -32,9 +32,6 @@ struct BrokenMedia {
 BrokenMedia ExamineBroken(FileBytes& file, std::uint64_t content, std::uint64_t firstChunk,
                           std::uint64_t lead);
 
-// The brand in the file's first box; 0 where it has none.
-unsigned int BrandOf(FileBytes& file);
-
 // Whether an intact movie box begins with these 16 bytes.
 bool BeginsMovie(const unsigned char* bytes);
 
