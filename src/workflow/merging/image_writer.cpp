@@ -14,8 +14,6 @@ namespace {
 using Number = unsigned long long;
 using Side = WriteFault::Side;
 
-// The system copies a request of this size while it is in the processor's cache.
-constexpr std::size_t kBlock = 256 * 1024;
 // Bytes until somebody is told.
 constexpr Number kBetween = 16 * 1024 * 1024;
 
@@ -42,7 +40,12 @@ std::string WhyUncopied(const std::error_code& error) {
 
 ImageWriter::ImageWriter(const std::vector<std::string>& clips, const MergeImage& image,
                          CopyProgress& progress)
-    : clips_(clips), image_(image), progress_(progress), totals_(clips.size()), block_(kBlock) {
+    : clips_(clips),
+      image_(image),
+      progress_(progress),
+      totals_(clips.size()),
+      blocks_(clips),
+      source_(clips) {
   for (const ImagePiece& piece : image.pieces) {
     if (piece.clip != ImagePiece::kNoClip) totals_[piece.clip] += piece.size;
   }
@@ -77,6 +80,8 @@ WriteFault ImageWriter::WriteThrough(const Write& write) {
 }
 
 WriteFault ImageWriter::Run(const Put& put, Share* share) {
+  // What is left of the pieces where blocks are shared is known piece by piece.
+  if (share == nullptr) blocks_.ReadAhead(image_.pieces);
   for (const ImagePiece& piece : image_.pieces) {
     if (piece.clip != ImagePiece::kNoClip) {
       if (const WriteFault fault = StartClipsUpTo(piece.clip); fault.side != Side::kNone)
@@ -115,34 +120,23 @@ WriteFault ImageWriter::Tell(Number bytes) {
   return {goesOn ? Side::kNone : Side::kStopped};
 }
 
-WriteFault ImageWriter::Open(std::size_t clip) {
-  if (clip == open_) return {};
-  source_ = std::make_unique<FileBytes>(clips_[clip]);
-  if (source_->error()) return {Side::kClip, clip, source_->error()};
-  open_ = clip;
-  return {};
-}
-
 WriteFault ImageWriter::CopyPiece(const ImagePiece& piece, const Put& put) {
   const bool isOwn = piece.clip == ImagePiece::kNoClip;
-  if (!isOwn) {
-    if (const WriteFault fault = Open(piece.clip); fault.side != Side::kNone) return fault;
-  }
   for (Number done = 0; done < piece.size;) {
-    const auto size = static_cast<std::size_t>(std::min<Number>(piece.size - done, kBlock));
-    const unsigned char* bytes = image_.bytes.data() + piece.source + done;
-    if (!isOwn) {
-      if (!source_->Read(piece.source + done, block_.data(), size))
-        return {Side::kClip, piece.clip, source_->error()};
-      bytes = block_.data();
-    }
-    if (const std::error_code error = put(piece.position + done, bytes, size))
+    const MediaBlocks::Block block = isOwn ? OwnBlock(piece, done) : blocks_.Next(piece, done);
+    if (block.bytes == nullptr) return {Side::kClip, piece.clip, block.error};
+    if (const std::error_code error = put(piece.position + done, block.bytes, block.size))
       return {Side::kOutput, 0, error};
-    done += size;
-    const WriteFault fault = isOwn ? WriteFault{} : Tell(size);
+    done += block.size;
+    const WriteFault fault = isOwn ? WriteFault{} : Tell(block.size);
     if (fault.side != Side::kNone) return fault;
   }
   return {};
+}
+
+MediaBlocks::Block ImageWriter::OwnBlock(const ImagePiece& piece, Number done) const {
+  const Number size = std::min<Number>(piece.size - done, MediaBlocks::kBlock);
+  return {image_.bytes.data() + piece.source + done, static_cast<std::size_t>(size)};
 }
 
 WriteFault ImageWriter::SharePiece(const ImagePiece& piece, Share& share,
@@ -151,9 +145,10 @@ WriteFault ImageWriter::SharePiece(const ImagePiece& piece, Share& share,
   if ((piece.position - piece.source) % share.block != 0 || piece.size < ahead + share.block)
     return {};
   const Number size = (piece.size - ahead) / share.block * share.block;
-  if (const WriteFault fault = Open(piece.clip); fault.side != Side::kNone) return fault;
+  FileBytes& source = source_.At(piece.clip);
+  if (source.error()) return {Side::kClip, piece.clip, source.error()};
   const std::error_code error =
-      share.output.Share(source_->descriptor(), piece.source + ahead, size, piece.position + ahead);
+      share.output.Share(source.descriptor(), piece.source + ahead, size, piece.position + ahead);
   if (error && !IsRefusal(error)) return {Side::kOutput, 0, error};
   if (error)
     return {share.strict || !share.any ? Side::kNotShared : Side::kNone, piece.clip, error};

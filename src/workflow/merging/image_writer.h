@@ -3,15 +3,14 @@
 
 #include <cstddef>
 #include <functional>
-#include <memory>
 #include <string>
 #include <system_error>
 #include <vector>
 
 #include "workflow/assembling/merge_image.h"
 #include "workflow/merging/copy_progress.h"
+#include "workflow/merging/media_blocks.h"
 #include "workflow/merging/watermark.h"
-#include "workflow/system/file_bytes.h"
 
 namespace clipchain {
 
@@ -72,10 +71,10 @@ class ImageWriter {
 
   [[nodiscard]] WriteFault Run(const Put& put, Share* share);
   [[nodiscard]] WriteFault CopyPiece(const ImagePiece& piece, const Put& put);
+  MediaBlocks::Block OwnBlock(const ImagePiece& piece, unsigned long long done) const;
   // What of the piece is left ahead of the shared blocks and behind them.
   [[nodiscard]] WriteFault SharePiece(const ImagePiece& piece, Share& share,
                                       std::vector<ImagePiece>& left);
-  [[nodiscard]] WriteFault Open(std::size_t clip);
   [[nodiscard]] WriteFault StartClipsUpTo(std::size_t clip);
   [[nodiscard]] WriteFault Tell(unsigned long long bytes);
 
@@ -84,9 +83,9 @@ class ImageWriter {
   CopyProgress& progress_;
   // Bytes of media of each clip.
   std::vector<unsigned long long> totals_;
-  std::vector<unsigned char> block_;
-  std::unique_ptr<FileBytes> source_;
-  std::size_t open_ = ImagePiece::kNoClip;
+  MediaBlocks blocks_;
+  // Of which blocks are shared.
+  OpenClip source_;
   // Clips.
   std::size_t started_ = 0;
   // Of the clip at work.

@@ -1,0 +1,85 @@
+// Reads the media of clips for whoever copies it, block by block.
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "workflow/assembling/merge_image.h"
+#include "workflow/system/file_bytes.h"
+
+namespace clipchain {
+
+// One clip at a time: there may be more of them than a process may have open.
+class OpenClip {
+ public:
+  // The clips must outlive this object.
+  explicit OpenClip(const std::vector<std::string>& clips) : clips_(clips) {}
+
+  // The clip of that index, open until another one is asked for, or with the error why it is not.
+  FileBytes& At(std::size_t clip);
+
+ private:
+  const std::vector<std::string>& clips_;
+  std::unique_ptr<FileBytes> file_;
+  std::size_t open_ = ImagePiece::kNoClip;
+};
+
+class MediaBlocks {
+ public:
+  // The system copies a request of this size while it is in the processor's cache.
+  static constexpr std::size_t kBlock = 256 * 1024;
+
+  struct Block {
+    // Null: it can't be read; without an error the clip ends before its media does.
+    const unsigned char* bytes = nullptr;
+    std::size_t size = 0;
+    std::error_code error{};
+  };
+
+  // The clips must outlive this object.
+  explicit MediaBlocks(const std::vector<std::string>& clips) : clip_(clips) {}
+  MediaBlocks(const MediaBlocks&) = delete;
+  MediaBlocks& operator=(const MediaBlocks&) = delete;
+  ~MediaBlocks();
+
+  // From now on the next block is asked for in the order of these pieces, each from its beginning
+  // to its end, so that a thread may read ahead. Pieces that stand in no clip are passed over.
+  void ReadAhead(const std::vector<ImagePiece>& pieces);
+
+  // The bytes of the piece, up to a block of them, behind the first `done`. Lent until the next
+  // call.
+  Block Next(const ImagePiece& piece, unsigned long long done);
+
+ private:
+  struct Slot {
+    std::vector<unsigned char> bytes = std::vector<unsigned char>(kBlock);
+    Block block{};
+  };
+
+  Block Read(const ImagePiece& piece, unsigned long long done, std::vector<unsigned char>& room);
+  void Run(const std::vector<ImagePiece>& pieces);
+  // False: no more is wanted.
+  bool ReadInto(const ImagePiece& piece, unsigned long long done);
+
+  OpenClip clip_;
+  std::mutex lock_;
+  std::condition_variable changed_;
+  // One alone where no thread reads.
+  std::vector<Slot> slots_;
+  // Blocks that were read, and those of them that are lent no more.
+  std::size_t read_ = 0;
+  std::size_t returned_ = 0;
+  bool isLent_ = false;
+  // Nothing more is going to be read.
+  bool isOver_ = false;
+  // Ends first.
+  std::future<void> thread_;
+};
+
+}  // namespace clipchain
