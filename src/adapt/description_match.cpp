@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <map>
 #include <utility>
 
 #include "adapt/bit_rates.h"
@@ -35,14 +36,28 @@ Bytes InFormOf(const Bytes& first, const Bytes& later) {
   return bytes;
 }
 
-// An entry of each, by its bytes, or else without what it declares about bit rates.
-std::size_t PlaceOf(const std::vector<Bytes>& entries, const std::vector<Bytes>& bare,
-                    const Bytes& entry) {
-  const auto same = std::find(entries.begin(), entries.end(), entry);
-  if (same != entries.end()) return static_cast<std::size_t>(same - entries.begin());
-  const auto alike = std::find(bare.begin(), bare.end(), WithoutRateBoxes(entry));
-  return static_cast<std::size_t>(alike - bare.begin());
-}
+// The first clip's entries by their bytes, and without what they declare about bit rates. Of those
+// that are alike the first one counts.
+class Entries {
+ public:
+  explicit Entries(const std::vector<Bytes>& entries) {
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      places_.try_emplace(entries[i], i);
+      bare_.try_emplace(WithoutRateBoxes(entries[i]), i);
+    }
+  }
+
+  std::optional<std::size_t> PlaceOf(const Bytes& entry) const {
+    const auto same = places_.find(entry);
+    if (same != places_.end()) return same->second;
+    const auto alike = bare_.find(WithoutRateBoxes(entry));
+    return alike != bare_.end() ? std::optional(alike->second) : std::nullopt;
+  }
+
+ private:
+  std::map<Bytes, std::size_t> places_;
+  std::map<Bytes, std::size_t> bare_;
+};
 
 }  // namespace
 
@@ -55,21 +70,17 @@ std::optional<MatchedDescriptions> MatchDescriptions(const RawBox& first, const 
       !std::equal(first.data.begin(), first.data.begin() + kVersionAndFlags, later.data.begin()))
     return std::nullopt;
   std::vector<Bytes> entries;
-  std::vector<Bytes> bare;
-  for (const RawBox& entry : *ours) {
-    entries.push_back(Alone(entry));
-    bare.push_back(WithoutRateBoxes(entries.back()));
-  }
+  for (const RawBox& entry : *ours) entries.push_back(Alone(entry));
+  const Entries known(entries);
   MatchedDescriptions matched;
   std::vector<Bytes> declared = entries;
   for (const RawBox& entry : *theirs) {
     const Bytes alone = Alone(entry);
-    const std::size_t place = PlaceOf(entries, bare, alone);
-    const bool isThere = place < entries.size();
+    const auto place = known.PlaceOf(alone);
     const auto number = static_cast<std::uint32_t>(matched.numbers.size() + 1);
-    if (!isThere && used.count(number) != 0) return std::nullopt;
-    matched.numbers.push_back(isThere ? static_cast<std::uint32_t>(place + 1) : 0);
-    if (isThere) declared[place] = InFormOf(entries[place], alone);
+    if (!place && used.count(number) != 0) return std::nullopt;
+    matched.numbers.push_back(place ? static_cast<std::uint32_t>(*place + 1) : 0);
+    if (place) declared[*place] = InFormOf(entries[*place], alone);
   }
   constexpr std::size_t kBeforeEntries = 8;
   matched.stsd.assign(first.data.begin(),

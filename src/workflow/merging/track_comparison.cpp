@@ -76,7 +76,7 @@ bool TrackComparison::Add(const ClipAtWork& clip, const TrackView& track, Number
   compared_.clear();
   comparedLast_.reset();
   for (const View entry : track.entries) ofClip_.push_back(DescriptionOf(entry, track.handler));
-  DeclareAll();
+  if (rules_.adapted) DeclareAll();
   SampleStream stream(clip.file, track);
   if (stream.Count() > 0) waited_ = std::exchange(wait_, 0);
   TrackClock alone(static_cast<long long>(stream.Start()));
@@ -233,13 +233,13 @@ bool TrackComparison::IsDescription(const ClipAtWork& clip, const TrackView& tra
                                             PrintablePath(clip.path)));
 }
 
-// What no sample is of is declared too.
 void TrackComparison::DeclareAll() {
-  if (!rules_.adapted) return;
-  for (const Description& described : ofClip_) {
-    for (std::uint32_t i = 0; i < descriptions_.size(); ++i)
-      if (descriptions_[i].bare == described.bare) Declare(i + 1, described);
-  }
+  std::map<std::string_view, std::uint32_t> numbers;
+  for (std::uint32_t i = 0; i < descriptions_.size(); ++i)
+    numbers.try_emplace(descriptions_[i].bare, i + 1);
+  for (const Description& described : ofClip_)
+    if (const auto same = numbers.find(described.bare); same != numbers.end())
+      Declare(same->second, described);
 }
 
 void TrackComparison::Declare(std::uint32_t index, const Description& clips) {

@@ -85,6 +85,7 @@ class TrackComparison {
   bool CompareShown(const ClipAtWork& clip, const TrackView& track, const TrackClock& alone);
   void AddLoose(const SampleFile& clip, const TrackView& track, const Showing& showing,
                 const TrackClock& alone);
+  // What no sample is of, too.
   void DeclareAll();
   void Declare(std::uint32_t index, const Description& clips);
   void FindOrder(const TrackView& track, const TrackClock& alone);
