@@ -8,6 +8,7 @@
 #include "foundation/fourcc.h"
 #include "workflow/rescue/media_walk.h"
 #include "workflow/rescue/picture_facts.h"
+#include "workflow/rescue/sound_decoder.h"
 
 namespace clipchain::rescue {
 
@@ -244,6 +245,8 @@ std::string Learner::WhyVideoIsNotFound() const {
 }
 
 std::string Learner::TryWalk() {
+  if (model_.video && !HasDecoder())
+    return "has video, for which this program was made without a decoder";
   for (std::size_t rounds = 0; rounds <= reference_.tracks().size(); ++rounds) {
     const WalkRange range = TriedRange();
     const Harvest harvest = WalkMedia(model_, window_, range, [](std::uint64_t) { return true; });

@@ -212,6 +212,15 @@ TEST_F(RescueTest, NamesTheFormatThatItHasNoWayFor) {
   EXPECT_THAT(report.findings.front().text, testing::HasSubstr("sound of the format zzzz"));
 }
 
+#ifndef CLIPCHAIN_WITH_DECODER
+TEST_F(RescueTest, SaysThatItHasNoDecoder) {
+  const RescueReport report = Run(WithoutMovie(kClip3));
+  EXPECT_FALSE(report.done);
+  ASSERT_EQ(MessagesOf(report.findings).front(), Message::kReferenceUnusable);
+  EXPECT_THAT(report.findings.front().text, testing::HasSubstr("made without a decoder"));
+}
+#endif
+
 TEST_F(RescueTest, LearnsFromTheClipBesideIt) {
   NEED_DECODER();
   WriteFile(folder_ / "a.mp4", ReadFile(kClip2));
