@@ -1,6 +1,8 @@
 // Writes what a merge leaves beside its output.
 #pragma once
 
+#include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,8 +33,10 @@ class CLIPCHAIN_API Companion {
 
   // The clips are copied next, one behind the other.
   virtual void Start(const std::vector<std::string>& clips) = 0;
-  // So many of their bytes were read by now.
-  virtual void Follow(long long bytes) = 0;
+  // These bytes stand there in the clip of that index, and were read to be copied. Told of most
+  // media, in the order of the copy, in a thread of the merge; Prepare comes behind the last call.
+  virtual void See(std::size_t clip, unsigned long long position,
+                   std::span<const unsigned char> bytes) = 0;
 
   // The output is complete, verified and on the disk; `file` reads it. `options`: as it was merged
   // with. Writes all files under hidden names, verifies and flushes them. `progress` is told how

@@ -1,10 +1,7 @@
 #include "workflow/keeping/clip_hashes.h"
 
-#include <signal.h>
-
 #include <algorithm>
 #include <limits>
-#include <system_error>
 
 #include "workflow/system/file_bytes.h"
 
@@ -12,97 +9,74 @@ namespace clipchain {
 
 namespace {
 
-constexpr std::size_t kBlock = 1024 * 1024;
-// How far it may be ahead: what is read here first is in the system's memory for the others.
-constexpr long long kAhead = 64LL << 20;
-constexpr long long kAll = std::numeric_limits<long long>::max();
+using Number = unsigned long long;
 
-// Signals are the caller's: while it lives no new thread takes any.
-class BlockedSignals {
- public:
-  BlockedSignals() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_BLOCK, &all, &before_);
-  }
-  ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  BlockedSignals(const BlockedSignals&) = delete;
-  BlockedSignals& operator=(const BlockedSignals&) = delete;
-
- private:
-  sigset_t before_;
-};
+// The system copies a request of this size while it is in the processor's cache.
+constexpr std::size_t kBlock = 256 * 1024;
 
 }  // namespace
 
+// The clip at work, hashed up to `done`.
+struct ClipHashes::Work {
+  Work(std::size_t index, const std::string& path, bool withSha256)
+      : clip(index), file(path), size(file.Size()), hash(withSha256), isRead(!file.error()) {}
+
+  void Hash(std::span<const unsigned char> bytes) {
+    hash.Update(bytes.data(), bytes.size());
+    done += bytes.size();
+  }
+
+  void ReadUpTo(Number end) {
+    std::vector<unsigned char> block(
+        static_cast<std::size_t>(std::min<Number>(kBlock, end - std::min(done, end))));
+    while (isRead && done < end) {
+      const auto part = static_cast<std::size_t>(std::min<Number>(block.size(), end - done));
+      isRead = file.Read(done, block.data(), part);
+      if (isRead) Hash({block.data(), part});
+    }
+  }
+
+  const std::size_t clip;
+  FileBytes file;
+  const Number size;
+  ContentHash hash;
+  bool isRead;
+  Number done = 0;
+};
+
 ClipHashes::ClipHashes(const std::vector<std::string>& clips, bool withSha256)
-    : clips_(clips), withSha256_(withSha256), hashes_(clips.size()), limit_(kAhead) {
-  const BlockedSignals blocked;
-  try {
-    thread_ = std::thread([this] { Work(); });
-  } catch (const std::system_error&) {
-    thread_ = std::thread();
-  }
-}
+    : clips_(clips), withSha256_(withSha256), hashes_(clips.size()) {}
 
-ClipHashes::~ClipHashes() {
-  if (!thread_.joinable()) return;
-  {
-    const std::lock_guard lock(mutex_);
-    ends_ = true;
-  }
-  changed_.notify_all();
-  thread_.join();
-}
+ClipHashes::~ClipHashes() = default;
 
-void ClipHashes::Follow(long long bytes) {
-  {
-    const std::lock_guard lock(mutex_);
-    limit_ = bytes > kAll - kAhead ? kAll : std::max(limit_, bytes + kAhead);
-  }
-  changed_.notify_all();
-}
-
-// Whether to go on.
-bool ClipHashes::MayRead(long long upTo) {
-  std::unique_lock lock(mutex_);
-  changed_.wait(lock, [&] { return ends_ || upTo <= limit_; });
-  return !ends_;
-}
-
-bool ClipHashes::HashClip(std::size_t clip) {
-  FileBytes file(clips_[clip]);
-  const unsigned long long size = file.Size();
-  if (file.error()) return true;
-  ContentHash hash(withSha256_);
-  std::vector<unsigned char> block(kBlock);
-  for (unsigned long long at = 0; at < size;) {
-    const auto part = static_cast<std::size_t>(std::min<unsigned long long>(kBlock, size - at));
-    if (!MayRead(done_ + static_cast<long long>(part))) return false;
-    if (!file.Read(at, block.data(), part)) return true;
-    hash.Update(block.data(), part);
-    at += part;
-    done_ += static_cast<long long>(part);
-  }
-  hashes_[clip] = hash.Value();
-  return true;
-}
-
-void ClipHashes::Work() {
-  for (std::size_t clip = 0; clip < clips_.size(); ++clip) {
-    if (!HashClip(clip)) return;
-  }
+void ClipHashes::See(std::size_t clip, Number position, std::span<const unsigned char> bytes) {
+  if (hashes_[clip]) return;
+  Work& work = WorkOn(clip);
+  // Media that is not in the order of the file was read to get behind it.
+  if (position < work.done) return;
+  work.ReadUpTo(position);
+  if (work.isRead) work.Hash(bytes);
 }
 
 bool ClipHashes::Finish(std::size_t clip, ContentHashes& hashes) {
-  Follow(kAll);
-  if (thread_.joinable()) {
-    thread_.join();
-  } else if (done_ == 0) {
-    Work();
+  if (!hashes_[clip]) {
+    WorkOn(clip);
+    Complete();
   }
-  hashes = hashes_[clip];
+  hashes = *hashes_[clip];
   return !hashes.xxh128.empty();
+}
+
+ClipHashes::Work& ClipHashes::WorkOn(std::size_t clip) {
+  if (work_ != nullptr && work_->clip != clip) Complete();
+  if (work_ == nullptr) work_ = std::make_unique<Work>(clip, clips_[clip], withSha256_);
+  return *work_;
+}
+
+void ClipHashes::Complete() {
+  work_->ReadUpTo(work_->size);
+  hashes_[work_->clip] = work_->isRead ? work_->hash.Value() : ContentHashes();
+  work_.reset();
 }
 
 }  // namespace clipchain

@@ -95,8 +95,9 @@ class Keeper final : public Companion {
   void Start(const std::vector<std::string>& clips) override {
     if (options_.originals) hashes_ = std::make_unique<ClipHashes>(clips, options_.sha256);
   }
-  void Follow(long long bytes) override {
-    if (hashes_ != nullptr) hashes_->Follow(bytes);
+  void See(std::size_t clip, unsigned long long position,
+           std::span<const unsigned char> bytes) override {
+    if (hashes_ != nullptr) hashes_->See(clip, position, bytes);
   }
 
   Findings Prepare(const std::vector<std::string>& clips, const FitOptions& options,

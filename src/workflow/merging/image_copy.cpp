@@ -16,8 +16,8 @@ ImageCopy WriteAll(const ImageCopyTask& task, const Layout& layout, MergeImage& 
   ImageCopy copy;
   if (image.pieces.empty()) copy.findings = MakeMergeImage({task.inputs, layout, task.fit}, image);
   if (copy.findings.empty())
-    copy.fault =
-        ImageWriter(task.inputs, image, task.progress).WriteTo(task.part.descriptor(), task.mark);
+    copy.fault = ImageWriter(task.inputs, image, task.progress, task.companion)
+                     .WriteTo(task.part.descriptor(), task.mark);
   return copy;
 }
 

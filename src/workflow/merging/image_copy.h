@@ -14,6 +14,7 @@
 
 namespace clipchain {
 
+class Companion;
 class Fit;
 
 struct ImageCopyTask {
@@ -28,6 +29,8 @@ struct ImageCopyTask {
   CopyProgress& progress;
   // Raised while the image is written that was there before; null: nobody follows.
   Watermark* mark = nullptr;
+  // Sees what is copied; null: nobody does.
+  Companion* companion = nullptr;
 };
 
 struct ImageCopy {

@@ -39,12 +39,12 @@ std::string WhyUncopied(const std::error_code& error) {
 }
 
 ImageWriter::ImageWriter(const std::vector<std::string>& clips, const MergeImage& image,
-                         CopyProgress& progress)
+                         CopyProgress& progress, Companion* companion)
     : clips_(clips),
       image_(image),
       progress_(progress),
       totals_(clips.size()),
-      blocks_(clips),
+      blocks_(clips, companion),
       source_(clips) {
   for (const ImagePiece& piece : image.pieces) {
     if (piece.clip != ImagePiece::kNoClip) totals_[piece.clip] += piece.size;

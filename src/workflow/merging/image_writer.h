@@ -40,9 +40,9 @@ std::string WhyUncopied(const std::error_code& error);
 class ImageWriter {
  public:
   // All must outlive this object. The progress hears of each clip as it does when the engine
-  // copies.
+  // copies. `companion`, unless it is null, sees most of the media.
   ImageWriter(const std::vector<std::string>& clips, const MergeImage& image,
-              CopyProgress& progress);
+              CopyProgress& progress, Companion* companion = nullptr);
 
   // Into an empty file, through its descriptor, whatever its position: first what stands in no
   // clip, then clip by clip, with the mark, unless it is null, raised behind what is written. The

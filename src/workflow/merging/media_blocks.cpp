@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "workflow/companion.h"
+
 namespace clipchain {
 
 namespace {
@@ -100,6 +102,8 @@ bool MediaBlocks::ReadInto(const ImagePiece& piece, Number done) {
   Slot& slot = slots_[read_ % slots_.size()];
   guard.unlock();
   slot.block = Read(piece, done, slot.bytes);
+  if (companion_ != nullptr && slot.block.bytes != nullptr)
+    companion_->See(piece.clip, piece.source + done, {slot.block.bytes, slot.block.size});
   guard.lock();
   ++read_;
   changed_.notify_all();

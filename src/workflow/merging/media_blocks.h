@@ -15,6 +15,8 @@
 
 namespace clipchain {
 
+class Companion;
+
 // One clip at a time: there may be more of them than a process may have open.
 class OpenClip {
  public:
@@ -42,8 +44,10 @@ class MediaBlocks {
     std::error_code error{};
   };
 
-  // The clips must outlive this object.
-  explicit MediaBlocks(const std::vector<std::string>& clips) : clip_(clips) {}
+  // The clips must outlive this object. What is read ahead is shown to the companion, unless it is
+  // null.
+  explicit MediaBlocks(const std::vector<std::string>& clips, Companion* companion = nullptr)
+      : clip_(clips), companion_(companion) {}
   MediaBlocks(const MediaBlocks&) = delete;
   MediaBlocks& operator=(const MediaBlocks&) = delete;
   ~MediaBlocks();
@@ -68,6 +72,7 @@ class MediaBlocks {
   bool ReadInto(const ImagePiece& piece, unsigned long long done);
 
   OpenClip clip_;
+  Companion* const companion_;
   std::mutex lock_;
   std::condition_variable changed_;
   // One alone where no thread reads.

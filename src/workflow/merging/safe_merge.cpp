@@ -35,8 +35,7 @@ class Run {
   Run(const std::vector<std::string>& inputs, const SafeMergeOptions& options)
       : inputs_(inputs),
         options_(options),
-        listener_([this](const Step& step) { return Hear(step); }),
-        progress_(inputs, listener_),
+        progress_(inputs, options.check.progress),
         layout_{options.faststart},
         states_(inputs) {}
 
@@ -47,7 +46,6 @@ class Run {
   }
 
  private:
-  bool Hear(const Step& step);
   bool Prepare();
   bool CreatePart();
   void FailCreate(const std::error_code& error);
@@ -82,7 +80,6 @@ class Run {
   const std::vector<std::string>& inputs_;
   const SafeMergeOptions& options_;
   SafeMergeReport report_;
-  const Progress listener_;
   CopyProgress progress_;
   Layout layout_;
   InputStates states_;
@@ -91,12 +88,6 @@ class Run {
   // Null where nothing is compared while it is written. Goes ahead of what it reads.
   std::unique_ptr<FollowingVerification> following_;
 };
-
-bool Run::Hear(const Step& step) {
-  if (options_.companion != nullptr && step.phase == Phase::kCopying)
-    options_.companion->Follow(step.current);
-  return !options_.check.progress || options_.check.progress(step);
-}
 
 void Run::Add(const Findings& findings) {
   report_.findings.insert(report_.findings.end(), findings.begin(), findings.end());
@@ -171,9 +162,10 @@ void Run::FailCreate(const std::error_code& error) {
 bool Run::Copy() {
   Follow();
   Watermark* const mark = following_ != nullptr ? &following_->Mark() : nullptr;
-  const ImageCopy copy = CopyImage(
-      {inputs_, merge_.fit.get(), options_.reflink, options_.check.output, part_, progress_, mark},
-      layout_, merge_.image);
+  const ImageCopy copy =
+      CopyImage({inputs_, merge_.fit.get(), options_.reflink, options_.check.output, part_,
+                 progress_, mark, options_.companion},
+                layout_, merge_.image);
   report_.shared = copy.shared;
   if (!copy.findings.empty()) {
     if (const std::string* const changed = states_.Changed(true)) {
