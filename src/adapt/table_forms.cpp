@@ -158,10 +158,11 @@ void SpellDependencies(const Tables& tables, Changes& changes) {
 }
 
 // Whether sizes that are all alike up to the end of the second table or a later one are followed
-// by another.
+// by another, or by one more table.
 bool IsAlikeAtFirst(const std::vector<SampleSizes>& all) {
   std::optional<std::uint32_t> common;
   std::size_t tables = 0;
+  bool isSpelled = false;
   for (const SampleSizes& sizes : all) {
     if (sizes.count == 0) continue;
     const std::uint32_t first = sizes.At(0);
@@ -170,9 +171,10 @@ bool IsAlikeAtFirst(const std::vector<SampleSizes>& all) {
                                      [=](std::uint32_t size) { return size == first; });
     if (!isAlike) return tables > 1;
     common = first;
+    isSpelled = isSpelled || sizes.uniform == 0;
     ++tables;
   }
-  return false;
+  return isSpelled && tables > 2;
 }
 
 }  // namespace

@@ -84,7 +84,9 @@ TEST(TableForms, SizesThatAreAlikeAtFirstAreTakenApart) {
   EXPECT_EQ(take({alike, alike, kTable, kUniform}), (SampleSizes{0, 6, {4, 4, 5, 6, 4, 4}}));
   EXPECT_EQ(take({alike, kTable, alike}), std::nullopt);
   EXPECT_EQ(take({kTable, alike, alike}), std::nullopt);
-  EXPECT_EQ(take({kUniform, kUniform}), std::nullopt);
+  EXPECT_EQ(take({alike, alike, alike}), (SampleSizes{0, 3, {4, 4, 4}}));
+  EXPECT_EQ(take({alike, alike}), std::nullopt);
+  EXPECT_EQ(take({kUniform, kUniform, kUniform}), std::nullopt);
 }
 
 TEST(TableForms, OffsetsThatOneLacksAreZeros) {
