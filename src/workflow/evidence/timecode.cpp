@@ -181,6 +181,8 @@ bool NumbersLeaveTimecodes(const Family& family, const FamilyCard& card,
   const auto leaves = [&](std::size_t i, const NextClip& next) {
     const auto& code = family.Traits(i).timecode;
     const auto& other = family.Traits(next.clip).timecode;
+    // The same chapter of the next recording.
+    if (!next.isChapter && card.chaptered.contains(SeriesOf(family.clips[i]))) return false;
     return code && other && CanCompare(*code, *other) && ends.contains(other->first) &&
            other->first != code->earliestEnd && other->first != code->latestEnd;
   };

@@ -91,6 +91,10 @@ TEST(Timecode, ShowsNumbersThatSomebodyGave) {
   EXPECT_EQ(ProposedFrom({clip("c/001.MP4", 60, 0), clip("c/002.MP4", 60, 0),
                           clip("c/003.MP4", 20, 1800), clip("c/004.MP4", 31, 1800)}),
             "");
+  // A camera counts chapters so.
+  EXPECT_EQ(ProposedFrom({clip("c/V0001_01.MP4", 60, 0), clip("c/V0001_02.MP4", 20, 1800),
+                          clip("c/V0002_01.MP4", 60, 0), clip("c/V0002_02.MP4", 31, 1800)}),
+            "possible: V0001_01.MP4 V0001_02.MP4\npossible: V0002_01.MP4 V0002_02.MP4");
 }
 
 TEST(Timecode, OfAHoleLeavesOutAsManyFramesAsAFullClipHas) {
