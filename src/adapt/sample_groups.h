@@ -44,8 +44,6 @@ class SampleGroups {
   // those of the part that was appended first.
   void AppendFragment(const RawBox& fragment, std::uint32_t samples);
 
-  // Whether samples of any part are in groups, or there are descriptions of them.
-  bool IsEmpty() const { return kinds_.empty() && leftOut_.empty(); }
   const std::set<unsigned int>& LeftOut() const { return leftOut_; }
   // Puts them into "stbl" in place of all that are there.
   void Write(RawBox& table) const;

@@ -176,16 +176,6 @@ bool WidenHeader(RawBox& header) {
   return true;
 }
 
-std::optional<std::uint32_t> ReadNextTrackId(const RawBox& mvhd) {
-  // Rate, volume, reserved bits, matrix and predefined bits stand before it (8.2.2.2).
-  constexpr std::size_t kBetween = 76;
-  const auto version = Version(mvhd);
-  if (!version) return std::nullopt;
-  const std::size_t at = (*version == 1 ? sizeof(LargeTime) : sizeof(ShortTime)) + kBetween;
-  if (mvhd.data.size() < at + sizeof(be32)) return std::nullopt;
-  return FieldAt(mvhd, at);
-}
-
 unsigned int HandlerKind(const RawBox& hdlr) {
   // Behind version, flags and 32 predefined bits.
   return FieldAt(hdlr, 2 * sizeof(be32));

@@ -40,9 +40,6 @@ std::optional<TrackHeader> ReadTrackHeader(const RawBox& tkhd);
 // Makes one of these headers version 1, with the same times. False: it is already, or none.
 bool WidenHeader(RawBox& header);
 
-// The track identifier that "mvhd" says is free.
-std::optional<std::uint32_t> ReadNextTrackId(const RawBox& mvhd);
-
 // What kind of media "hdlr" declares ("vide", "soun", …); 0 where it is too short to say.
 unsigned int HandlerKind(const RawBox& hdlr);
 // The type of the first entry of "stsd"; 0 without one.

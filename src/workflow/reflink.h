@@ -18,8 +18,7 @@ enum class Reflink {
   kAlways,
 };
 
-// "never", "auto", "always".
-CLIPCHAIN_API std::string_view ReflinkName(Reflink reflink);
+// Of "never", "auto", "always".
 CLIPCHAIN_API std::optional<Reflink> ReflinkOfName(std::string_view name);
 
 }  // namespace clipchain

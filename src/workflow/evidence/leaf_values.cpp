@@ -7,7 +7,7 @@
 #include <optional>
 #include <utility>
 
-#include "adapt/fields.h"
+#include "adapt/box_header.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {
@@ -32,12 +32,12 @@ struct FoundBox {
 
 // The box in front. Nothing: there is none that fits.
 std::optional<FoundBox> TakeBox(Span& bytes) {
-  Span in = bytes;
-  QUIRVA::be32 size;
-  QUIRVA::be32 type;
-  if (!TakeField(in, size) || !TakeField(in, type)) return std::nullopt;
-  if (size < 8u || size > bytes.size()) return std::nullopt;
-  const FoundBox box{type, bytes.subspan(8, size - 8)};
+  const auto header = TakeBoxHeader(bytes);
+  // A size of 0 says that a box goes to the end of the file (ISO/IEC 14496-12, clause 4.2), which
+  // none inside of another can: here zeros are no box.
+  if (!header || header->size == 0 || !header->FitsIn(bytes.size())) return std::nullopt;
+  const auto size = static_cast<std::size_t>(header->size);
+  const FoundBox box{header->type, bytes.first(size).subspan(header->headerSize)};
   bytes = bytes.subspan(size);
   return box;
 }

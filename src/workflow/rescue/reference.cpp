@@ -180,7 +180,6 @@ bool Reference::PlaceMedia() {
     if (box.type != FourCc("mdat") || first < box.body || first >= box.end) continue;
     mediaBegin_ = box.body;
     mediaEnd_ = box.end;
-    headerSize_ = box.body - box.position;
     // What lies in other boxes, or behind the end, teaches nothing.
     std::erase_if(chunks_, [&](const ChunkPlace& chunk) {
       return chunk.position < mediaBegin_ || chunk.position > mediaEnd_ ||

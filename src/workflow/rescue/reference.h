@@ -63,7 +63,6 @@ class Reference {
   // What is inside the media box that holds the first chunk.
   std::uint64_t MediaBegin() const { return mediaBegin_; }
   std::uint64_t MediaEnd() const { return mediaEnd_; }
-  std::uint64_t HeaderSize() const { return headerSize_; }
 
  private:
   std::string ReadTopLevel();
@@ -87,7 +86,6 @@ class Reference {
   std::vector<ChunkPlace> chunks_;
   std::uint64_t mediaBegin_ = 0;
   std::uint64_t mediaEnd_ = 0;
-  std::uint64_t headerSize_ = 0;
 };
 
 // The record inside the first box of that type in a sample entry; empty without

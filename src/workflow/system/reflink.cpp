@@ -7,11 +7,10 @@ namespace clipchain {
 
 namespace {
 
+// In the order of the enumeration: the place of a name is its value.
 constexpr std::string_view kNames[] = {"never", "auto", "always"};
 
 }  // namespace
-
-std::string_view ReflinkName(Reflink reflink) { return kNames[static_cast<std::size_t>(reflink)]; }
 
 std::optional<Reflink> ReflinkOfName(std::string_view name) {
   const auto* const found = std::find(std::begin(kNames), std::end(kNames), name);

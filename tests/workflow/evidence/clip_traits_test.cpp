@@ -247,6 +247,25 @@ TEST(LeafValues, AreOf16To32BytesAndNoText) {
   EXPECT_EQ(metadata(kValue), 1u);
 }
 
+TEST(LeafValues, AreFoundInBoxesWithSizesOf64Bits) {
+  const auto sized = [](std::uint32_t size) {
+    return U32(1) + Text("ABCD") + U32(0) + U32(size) + kValue;
+  };
+  const auto whole = static_cast<std::uint32_t>(16 + kValue.size());
+  const auto values = LeafValues(Box("udta", {sized(whole), Box("EFGH", {kValue})}));
+  ASSERT_EQ(values.size(), 2u);
+  EXPECT_EQ(values[0].place, "udta/ABCD");
+  EXPECT_EQ(values[0].value, std::string(kValue.begin(), kValue.end()));
+  EXPECT_EQ(values[1].place, "udta/EFGH");
+  for (const std::uint32_t wrong : {0u, 15u, whole + 1}) {
+    EXPECT_TRUE(LeafValues(Box("udta", {sized(wrong), Box("EFGH", {kValue})})).empty()) << wrong;
+  }
+  // What is no box is a value itself.
+  const auto toTheEnd = LeafValues(Box("udta", {U32(0) + Text("ABCD") + kValue}));
+  ASSERT_EQ(toTheEnd.size(), 1u);
+  EXPECT_EQ(toTheEnd[0].place, "udta");
+}
+
 TEST(LeafValues, OfAnythingAreFoundWithoutHarm) {
   EXPECT_TRUE(LeafValues({}).empty());
   EXPECT_TRUE(LeafValues(Hex("00000000 75647461")).empty());
