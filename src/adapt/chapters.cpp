@@ -18,6 +18,7 @@ namespace {
 std::uint64_t ChapterUnits(Moment moment) {
   if (moment <= 0) return 0;
   constexpr Moment kUnits = kUnitsASecond;
+  // Rounded up: a moment too early would open the chapter with the last picture before it.
   return static_cast<std::uint64_t>((moment * kChapterUnitsASecond + kUnits - 1) / kUnits);
 }
 

@@ -26,6 +26,7 @@ constexpr std::initializer_list<unsigned int> kPath = {FourCc("mdia"), FourCc("m
 using References = std::vector<bool>;
 
 References ReferencesOf(const RawBox& track) {
+  // The flag for media in the same file (8.7.2.1).
   constexpr std::uint32_t kOwnFile = 1;
   const RawBox* box = track.At(kPath);
   References references;
@@ -45,6 +46,7 @@ References ReferencesOf(const RawBox& track) {
 
 // The references of the descriptions that have samples, counted from 1; 0 for one that has none.
 std::set<std::uint32_t> UsedBy(const RawBox& track) {
+  // Ahead of the reference in every sample entry (8.5.2.2).
   constexpr std::size_t kReserved = 6;
   std::set<std::uint32_t> used;
   const RawBox* table = SampleTable(track);

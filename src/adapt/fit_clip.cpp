@@ -71,6 +71,7 @@ bool FitClip::Open(std::size_t index, FitReport& report, std::uint64_t memory) {
   }
   size_ = static_cast<std::uint64_t>(size);
   const bool taken = Walk(index, report) && TakeMovie(index, memory, report) && TakeFileType();
+  // A merge may have more clips than a process may have open files.
   file_.reset();
   return taken;
 }

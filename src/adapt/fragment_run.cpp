@@ -33,6 +33,7 @@ constexpr std::uint32_t kEntryFields = kDuration | kSize | kFlags | kOffset;
 constexpr std::uint32_t kRunFields = kDataOffset | kFirstFlags | kEntryFields;
 
 // Flags above these give no field of their own.
+// Those below that are not known may, and would move all fields behind.
 constexpr std::uint32_t kFieldFlags = 0xFFFF;
 
 bool TakeVersion(std::span<const unsigned char>& in, unsigned int& version, std::uint32_t& flags) {
@@ -89,6 +90,7 @@ FragmentSample FragmentRun::Sample(std::uint32_t index) const {
   FragmentSample sample{defaults_.duration, defaults_.size, defaults_.flags, 0};
   if ((flags_ & kDuration) != 0) sample.duration = Field(index, 0);
   if ((flags_ & kSize) != 0) sample.size = Field(index, PlaceOf(kSize, flags_));
+  // They override what is said of that sample otherwise (8.8.8.1).
   if (index == 0 && firstFlags_) {
     sample.flags = *firstFlags_;
   } else if ((flags_ & kFlags) != 0) {

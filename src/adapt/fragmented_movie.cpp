@@ -17,6 +17,7 @@ constexpr const char* kCopyAgain = "copy the clip again from the card";
 constexpr const char* kRewrap = "rewrap the clip without fragments";
 
 // The one child of that type; null where there is none or more than one.
+// Of two that differ nobody says which one counts.
 const RawBox* OnlyChild(const RawBox& parent, unsigned int type) {
   const RawBox* only = nullptr;
   for (const RawBox& child : parent.children) {

@@ -93,6 +93,7 @@ bool TellDurations(RawBox& movie) {
 class LongDurations final : public Adaptation {
  public:
   void Adapt(FitClips& clips, FitReport& report) override {
+    // Of one clip nothing is added up.
     if (clips.size() < 2) return;
     for (std::size_t i = 0; i < clips.size(); ++i) {
       if (TellDurations(clips[i].movie))
@@ -122,6 +123,7 @@ class LongDurations final : public Adaptation {
       }
     }
     return std::any_of(sums.begin(), sums.end(),
+                       // All bits set are no duration, so that the greatest of 32 bits is one less.
                        [](std::uint64_t sum) { return sum >= kMost32Bits; });
   }
 };

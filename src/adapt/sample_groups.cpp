@@ -185,6 +185,7 @@ RawBox DescriptionsBox(unsigned int type, const GroupDescriptions& groups) {
         return entry.size() == entries.front().size();
       });
   const auto common = areAlike ? static_cast<std::uint32_t>(entries.front().size()) : 0;
+  // Version 0 does not say how long entries are, and is deprecated (8.9.3.1).
   const unsigned int version = std::max(groups.version, 1U);
   RawBox box(FourCc("sgpd"), {});
   PutField<be32>(box.data, version << 24 | groups.flags);
@@ -240,6 +241,7 @@ std::optional<GroupDescriptions> ReadGroupDescriptions(const RawBox& sgpd, unsig
   if (groups.defaultIndex > groups.count) return std::nullopt;
   std::vector<Bytes> entries;
   if (groups.version == 0) {
+    // One entry has all that is there; where several of an unknown kind part nobody can tell.
     const std::size_t fixed = groups.count == 1 ? in.size() : FixedLength(type);
     if (groups.count != 0 && fixed == 0) return groups;
     length = static_cast<std::uint32_t>(fixed);
@@ -251,6 +253,7 @@ std::optional<GroupDescriptions> ReadGroupDescriptions(const RawBox& sgpd, unsig
 }
 
 void SampleGroups::Runs::Append(std::uint64_t count, std::uint32_t index) {
+  // A run counts with 32 bits, and clips together may have more.
   constexpr std::uint64_t kMost = 0xFFFFFFFF;
   samples += count;
   if (!entries.empty() && entries.back().index == index) {
@@ -398,6 +401,7 @@ void SampleGroups::FillUp(const Part& part, std::uint32_t samples) {
   for (auto& [type, kind] : kinds_) {
     const auto found = part.defaults.find(type);
     const std::uint32_t index = found != part.defaults.end() ? found->second : 0;
+    // The default takes in samples that no table speaks of: here they need one that does.
     if (index != 0 && kind.runs.empty()) kind.runs[std::nullopt];
     for (auto& [parameter, runs] : kind.runs) {
       if (runs.samples < before) runs.Append(before - runs.samples, 0);
@@ -411,6 +415,7 @@ void SampleGroups::Write(RawBox& table) const {
   table.Remove(FourCc("sbgp"));
   table.Remove(FourCc("csgp"));
   for (const auto& [type, kind] : kinds_) {
+    // Until another description joins, the box stays as it is, be it of a kind that can't be split.
     const bool isAsRead = kind.asRead.type != 0;
     table.children.push_back(isAsRead ? kind.asRead : DescriptionsBox(type, kind.descriptions));
     for (const auto& [parameter, runs] : kind.runs) {

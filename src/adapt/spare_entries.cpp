@@ -73,6 +73,7 @@ bool CutOffsets(RawBox& table, std::uint32_t samples) {
   }
   auto cut = OffsetsBox(kept);
   if (!cut) return false;
+  // The version says how offsets are signed, and stays what the other clips have.
   cut->data.front() = box->data.front();
   *box = std::move(*cut);
   return true;

@@ -81,6 +81,7 @@ bool Subsamples::Take(const RawBox& box, std::uint32_t samples) {
   std::uint64_t sample = samples_;
   for (std::uint32_t i = 0; i < count; ++i) {
     be32 distance;
+    // A distance of 0 would be a second entry for one sample, or one for a sample 0.
     if (!TakeField(in, distance) || distance == 0) return false;
     sample += distance;
     const std::uint64_t from = sample - table.last;

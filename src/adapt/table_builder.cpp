@@ -51,11 +51,13 @@ bool TableBuilder::TakeTables(const RawBox& table, std::string& why) {
     why = "table of sample sizes can't be read";
     return false;
   }
+  // Where all samples are in fragments the other tables may say nothing, or be missing.
   if (sizes->count == 0) return true;
   auto times = ReadChild(table.Child(FourCc("stts")), ReadTimes);
   auto chunkRuns = ReadChild(table.Child(FourCc("stsc")), ReadChunkRuns);
   auto chunks = ReadChild(EitherChild(table, FourCc("stco"), FourCc("co64")), ReadChunkOffsets);
   const RawBox* offsetBox = table.Child(FourCc("ctts"));
+  // Without a "ctts" samples are shown when they are decoded (8.6.1.3).
   std::optional<OffsetRuns> offsets = OffsetRuns{{sizes->count, 0}};
   if (offsetBox != nullptr) offsets = ReadOffsets(*offsetBox);
   if (!times || !chunkRuns || !chunks || !offsets) {
@@ -69,6 +71,7 @@ bool TableBuilder::TakeTables(const RawBox& table, std::string& why) {
     why = "tables disagree about how many samples there are";
     return false;
   }
+  // Runs of no sample occur, and who walks through times relies on there being none.
   std::erase_if(*times, [](const TimeRun& run) { return run.count == 0; });
   std::erase_if(*offsets, [](const OffsetRun& run) { return run.count == 0; });
   times_ = std::move(*times);
@@ -83,6 +86,7 @@ bool TableBuilder::TakeTables(const RawBox& table, std::string& why) {
 bool TableBuilder::TakeFlags(const RawBox& table, std::string& why) {
   const RawBox* syncBox = table.Child(FourCc("stss"));
   if (syncBox == nullptr) {
+    // All are sync samples (8.6.2.1).
     AppendFlags(sizes_.count, 0);
   } else {
     const auto sync = ReadSampleNumbers(*syncBox);
@@ -160,6 +164,7 @@ void TableBuilder::AppendFlags(std::uint32_t count, std::uint32_t flags) {
 }
 
 void TableBuilder::SetDependencies(std::span<const unsigned char> bytes) {
+  // What is told of the last samples, already appended, comes from a box of its own.
   std::vector<FlagRun> last;
   std::size_t rest = bytes.size();
   while (rest > 0 && !flags_.empty()) {
@@ -183,6 +188,7 @@ bool TableBuilder::MoveTo(std::uint64_t time) {
   if (time == end_) return true;
   if (times_.empty()) return false;
   TimeRun& last = times_.back();
+  // The sample before lasts until the time that a fragment says it begins at.
   const std::uint64_t begin = end_ - last.delta;
   if (time < begin || time - begin > kMost32Bits) return false;
   if (--last.count == 0) times_.pop_back();
@@ -269,6 +275,7 @@ bool TableBuilder::Write(RawBox& table) const {
     if (!offsets) return false;
   }
   RawBox chunks = ChunkOffsetsBox(chunks_);
+  // A track has one table of sizes, and one of offsets (8.7.3.1, 8.7.5.1).
   for (const unsigned int type :
        {FourCc("stz2"), chunks.type == FourCc("stco") ? FourCc("co64") : FourCc("stco")}) {
     table.Remove(type);

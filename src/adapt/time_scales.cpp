@@ -33,6 +33,7 @@ std::uint64_t ConvertedDuration(std::uint64_t duration, Scales scales) {
 template <typename Number>
 bool ConvertExactly(Number& ticks, Scales scales) {
   const Wide product = Wide{ticks} * scales.to;
+  // Half a tick a sample would add up to a drift; one in a header or an edit does not.
   if (product % scales.from != 0) return false;
   const Wide converted = product / scales.from;
   ticks = static_cast<Number>(converted);
@@ -45,6 +46,7 @@ void ConvertEdits(RawBox& trak, Scales movie, Scales media) {
   if (!edits) return;
   for (Edit& edit : *edits) {
     edit.duration = ConvertedDuration(edit.duration, movie);
+    // -1 is no time: the edit shows nothing (8.6.6.3).
     if (edit.mediaTime <= 0) continue;
     const auto time = Nearest(static_cast<std::uint64_t>(edit.mediaTime), media);
     if (time) edit.mediaTime = static_cast<std::int64_t>(*time);

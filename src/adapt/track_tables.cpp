@@ -56,6 +56,7 @@ bool TakeVersion(std::span<const unsigned char>& in, unsigned int most, unsigned
   be32 versionAndFlags;
   if (!TakeField(in, versionAndFlags)) return false;
   version = versionAndFlags >> 24;
+  // In a version that nobody knows yet fields may stand anywhere.
   return version <= most;
 }
 
@@ -125,6 +126,7 @@ bool TakeCompactSizes(std::span<const unsigned char> in, unsigned int bits, Samp
   }
 }
 
+// Samples are counted from 1 and named once, in their order (8.6.2.1).
 bool Rise(const std::vector<std::uint32_t>& numbers) {
   return std::adjacent_find(numbers.begin(), numbers.end(), std::greater_equal<>()) ==
              numbers.end() &&
@@ -340,6 +342,7 @@ void AppendOffset(OffsetRuns& runs, std::uint64_t count, std::int64_t offset) {
 
 void AppendChunk(ChunkRuns& runs, std::uint32_t chunk, std::uint32_t samples,
                  std::uint32_t description) {
+  // An entry stands where chunks change, and goes on until the next one (8.7.4.1).
   if (!runs.empty() && runs.back().samplesPerChunk == samples &&
       runs.back().description == description) {
     return;
@@ -365,6 +368,7 @@ std::optional<std::uint64_t> SampleCount(const ChunkRuns& runs, std::uint64_t ch
   std::uint64_t sum = 0;
   for (std::size_t i = 0; i < runs.size(); ++i) {
     const std::uint64_t end = i + 1 < runs.size() ? runs[i + 1].firstChunk : chunks + 1;
+    // A run that begins behind the last chunk has none.
     if (end <= runs[i].firstChunk) return std::nullopt;
     const std::uint64_t held = end - runs[i].firstChunk;
     std::uint64_t more = 0;

@@ -15,6 +15,7 @@ constexpr const char* kPlace = "moov/udta/chpl";
 // Version 1: version and flags, a reserved field, the count.
 constexpr std::size_t kCountAt = 8;
 constexpr std::size_t kHeader = 9;
+// Times count 100 ns.
 constexpr Seconds kUnit = 1e-7L;
 // What times in floating point may be off by.
 constexpr Seconds kRounding = 1e-9L;
@@ -47,6 +48,7 @@ void CompareChapters(const SampleFile& result, const std::vector<ExpectedChapter
     }
     const Seconds late =
         static_cast<Seconds>(U64(body, 0)) * kUnit - std::max<Seconds>(chapter.start, 0);
+    // Rounded up: a chapter that begins too early would open with the picture of the clip before.
     if (timed && (late < -kRounding || late > kUnit + kRounding)) {
       findings.Differs(0, kPlace,
                        fmt::format("lets the chapter \"{}\" begin {:.4f} ms away from its picture",

@@ -34,6 +34,7 @@ FollowingVerification::~FollowingVerification() {
 }
 
 Findings FollowingVerification::Finish(const VerifyTask& task) {
+  // All is written: whoever waits for bytes that a damaged table names would wait for ever.
   mark_.RaiseTo(std::numeric_limits<unsigned long long>::max());
   while (found_.wait_for(kPatience) != std::future_status::ready) {
     if (task.progress && !task.progress({Step::Phase::kVerifying, 0, compared_, total_}))
@@ -41,6 +42,7 @@ Findings FollowingVerification::Finish(const VerifyTask& task) {
   }
   Findings damage = CompareWithImage({task.inputs, task.image, task.output, task.file});
   Findings differences = found_.get();
+  // Where bytes are wrong, what the tables seem to say is only what follows from it.
   return damage.empty() ? differences : damage;
 }
 

@@ -26,6 +26,7 @@ class Comparison {
   }
 
   Findings Run() {
+    // Of another size, it would differ from some place on without saying why.
     if (const Number size = task_.file.Size(); size != task_.image.size) {
       Damaged(fmt::format("has {} bytes; its clips give {}", size, task_.image.size), 0);
       return std::move(findings_);

@@ -142,6 +142,7 @@ MediaBlocks::Block ImageWriter::OwnBlock(const ImagePiece& piece, Number done) c
 WriteFault ImageWriter::SharePiece(const ImagePiece& piece, Share& share,
                                    std::vector<ImagePiece>& left) {
   const Number ahead = (0 - piece.source) % share.block;
+  // File systems share whole blocks that begin at whole blocks in both files.
   if ((piece.position - piece.source) % share.block != 0 || piece.size < ahead + share.block)
     return {};
   const Number size = (piece.size - ahead) / share.block * share.block;
@@ -151,6 +152,7 @@ WriteFault ImageWriter::SharePiece(const ImagePiece& piece, Share& share,
       share.output.Share(source.descriptor(), piece.source + ahead, size, piece.position + ahead);
   if (error && !IsRefusal(error)) return {Side::kOutput, 0, error};
   if (error)
+    // Once something was shared a refusal is about this piece alone, which is copied.
     return {share.strict || !share.any ? Side::kNotShared : Side::kNone, piece.clip, error};
   share.any = true;
   shared_ += size;

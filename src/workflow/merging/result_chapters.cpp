@@ -39,6 +39,7 @@ Fitting FittingOfResult(const std::string& result, const std::vector<std::string
   FileBytes file(result);
   std::vector<std::string> titles = ChapterTitlesIn(file, clips.size());
   FileBytes first(clips.front());
+  // A result has what its first clip had: such chapters don't tell how it was merged.
   if (titles.empty() || ChaptersIn(first)) return asked;
   Fitting fitting = asked;
   fitting.chapters = true;

@@ -21,6 +21,7 @@ std::vector<Edit> ReadEdits(View list) {
   const std::size_t width = wide ? 20 : 12;
   View entries = From(list, 8);
   std::vector<Edit> edits;
+  // A count is believed as far as there are bytes for it.
   for (std::uint32_t left = U32(list, 4); left > 0 && entries.size() >= width; --left) {
     Edit edit{};
     edit.length = wide ? U64(entries, 0) : U32(entries, 0);
@@ -129,6 +130,7 @@ std::uint32_t TrackRun::Size(std::size_t sample, const Defaults& defaults) const
 }
 
 std::uint32_t TrackRun::Flags(std::size_t sample, const Defaults& defaults) const {
+  // They override what is said of that sample otherwise (8.8.8.1).
   if (sample == 0 && hasFirstFlags) return firstFlags;
   return (flags & 0x400) != 0 ? Field(sample, 0x400) : defaults.flags;
 }
@@ -177,6 +179,7 @@ bool SampleFile::Load(const Place& place, std::vector<unsigned char>& bytes) {
 }
 
 std::string SampleFile::ReadMovie() {
+  // A file has one (8.2.1.1).
   if (!Load(movies_.front(), movieBytes_)) return "has a movie box that can't be read";
   View rest(movieBytes_);
   BoxView box;
@@ -245,10 +248,12 @@ bool SampleFile::ReadTrackFragment(const Place& place, View whole, View body, Nu
   fragment.position = place.position + static_cast<Number>(body.data() - whole.data());
   fragment.size = body.size();
   fragment.defaults = track.defaults;
+  // default-base-is-moof.
   const bool fromMovie = (U32(header, 0) & 0x020000) != 0;
   fragment.base = fromMovie ? place.position : after;
   ReadFragmentHeader(header, fragment);
   const View times = FindBox(body, FourCc("tfdt")).body;
+  // Without a "tfdt" a fragment goes on where the samples before it end.
   if (times.size() >= 8) {
     fragment.start = IsWide(times) ? U64(times, 4) : U32(times, 4);
   } else if (!track.fragments.empty()) {
@@ -269,6 +274,7 @@ void SampleFile::ReadFragmentHeader(View header, Fragment& fragment) {
     at += 8;
   }
   Defaults& defaults = fragment.defaults;
+  // Fields that a flag announces stand in the order of the flags (8.8.7.2).
   const std::pair<std::uint32_t, std::uint32_t*> fields[] = {{0x2, &defaults.description},
                                                              {0x8, &defaults.duration},
                                                              {0x10, &defaults.size},
@@ -290,6 +296,7 @@ bool SampleFile::ReadRuns(View body, Fragment& fragment, Number& after) {
     fragment.samples += run.count;
     const bool sized = (run.flags & 0x200) != 0;
     const bool timed = (run.flags & 0x100) != 0;
+    // A run that spells nothing out may count billions of samples: these are multiplied below.
     for (std::size_t i = 0; (sized || timed) && i < run.count; ++i) {
       if (sized) end += run.Size(i, fragment.defaults);
       if (timed) fragment.duration += run.Duration(i, fragment.defaults);

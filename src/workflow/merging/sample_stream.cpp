@@ -36,6 +36,7 @@ void RunCursor::Settle() {
     value_ = U32(entries_, 4);
   }
   if (left_ != 0) return;
+  // A track without "ctts" has offsets of 0 throughout (8.6.1.3); behind the last run likewise.
   left_ = kWithoutEnd;
   value_ = 0;
 }
@@ -75,6 +76,7 @@ SizeTable::SizeTable(View table) {
     entries_ = compact.subspan(12);
     count_ = U32(compact, 8);
   }
+  // "stz2" has no other widths (8.7.3.3), and 32 is that of "stsz".
   if (bits_ != 4 && bits_ != 8 && bits_ != 16 && bits_ != 32) count_ = 0;
   if (!uniform_ && count_ > 0)
     count_ = std::min<Number>(count_, entries_.size() * Number{8} / bits_);
@@ -133,11 +135,13 @@ void SampleStream::NextOfTables(SampleRun& run) {
   run.size = sizes_.Of(done_);
   run.step = steps_.Value();
   run.offset = static_cast<std::int32_t>(offsets_.Value());
+  // Without the table every sample is a sync sample (8.6.2.1).
   run.sync = !hasSyncTable_ || syncs_.Has(done_ + 1);
   run.partialSync = partialSyncs_.Has(done_ + 1);
   const bool said = done_ < dependencies_.size();
   if (said) run.depends = dependencies_[static_cast<std::size_t>(done_)];
   const Number left = sizes_.Count() - done_;
+  // The last sample of the tables stays until the first fragment begins.
   if (left == 1) run.step += gap_;
   run.count = said || !sizes_.Uniform() ? 1 : left;
   if (run.count == 1) return;
@@ -195,6 +199,7 @@ bool SampleStream::NextOfFragment(SampleRun& run) {
   run.description = defaults.description;
   run.step = run_.Duration(inRun_, defaults);
   run.offset = run_.Offset(inRun_);
+  // sample_is_non_sync_sample, and below it the bits that "sdtp" has in its byte (8.8.3.1).
   run.sync = (flags & 0x10000) == 0;
   run.depends = static_cast<int>(flags >> 20 & 0xFF);
   run.count = AlikeInRun();

@@ -29,6 +29,7 @@ namespace {
 using Phase = Step::Phase;
 using Side = WriteFault::Side;
 
+// With the movie box in front, as a reader can't go back; with a pipe no block can be shared.
 constexpr Layout kInOnePass = {true, 0};
 
 // One run. Each step answers whether to go on; a step that does not has said why.
@@ -87,6 +88,7 @@ bool Streaming::CheckInputs() {
   // Ahead of the first look at them: what the check reads of the clips is what is written.
   const std::optional<InputStates::Fault> unknown = states_.Note();
   CheckOptions check = options_.check;
+  // The name is for messages: no file of it is in the way, nor a disk to be full.
   check.output.clear();
   check.progress = [this](const Step&) { return progress_.Tell(Phase::kChecking); };
   CheckReport checked = CheckFitted(inputs_, check, kInOnePass, merge_);

@@ -37,6 +37,7 @@ class Trier {
       Fail("does not fit: no sample is sure");
       return false;
     }
+    // The walk without records has looked at each picture already.
     if (!attempt_.model.records) return true;
     if (ReadPictures()) return true;
     Fail("does not fit: its video is made otherwise");

@@ -30,13 +30,16 @@ ClipLayout LayOut(const RawBox& fileType, const Harvest& harvest) {
   ClipLayout layout;
   for (const SampleRun& run : harvest.runs) {
     layout.media += run.bytes;
+    // Neighbours are one range, which is read in large blocks and has two ends to compare.
     if (!layout.ranges.empty() && layout.ranges.back().end == run.position) {
       layout.ranges.back().end += run.bytes;
     } else {
       layout.ranges.push_back({run.position, run.position + run.bytes});
     }
   }
+  // A reference of the QuickTime kind may have no "ftyp", and a clip like it needs none.
   if (fileType.type != 0) fileType.Write(layout.head);
+  // A short header says its size with 32 bits, its own 8 bytes counted (ISO/IEC 14496-12, 4.2).
   constexpr std::uint64_t kMost = 0xFFFFFFFF;
   const bool large = layout.media > kMost - 8;
   if (large) {
@@ -89,6 +92,7 @@ bool ClipWriter::MayWrite() {
     return false;
   }
   struct stat status;
+  // A link that leads nowhere is there too: to publish the clip would replace the link.
   if (::lstat(options_.output.c_str(), &status) != 0) {
     if (errno == ENOENT) return true;
     FailWrite(LastError());
@@ -117,6 +121,8 @@ bool ClipWriter::Write(const ClipLayout& layout, const RawBox& movie) {
   output_->Reserve(layout.head.size() + layout.media + bytes.size());
   const bool full = options_.verification == Verification::kFull;
   if (!Fill(layout, bytes)) return false;
+  // The quick look takes what the system still has in memory; the full one must see what the disk
+  // has, and so comes behind the flush.
   if (!full && !Verify(layout, bytes)) return false;
   if (!Step(RescueStep::Phase::kFlushing, 0, 0)) return false;
   if (Flush(part_.descriptor())) {
@@ -126,9 +132,12 @@ bool ClipWriter::Write(const ClipLayout& layout, const RawBox& movie) {
     return false;
   }
   if (full) FileBytes(part_.descriptor()).ForgetCached();
+  // A copy to the card or to this disk that still ran has changed the clip below the reader: then
+  // what was made gets no name.
   return (!full || Verify(layout, bytes)) && IsUnchanged() && Publish();
 }
 
+// The movie box comes last, so that its size moves no sample that it tells of.
 bool ClipWriter::Fill(const ClipLayout& layout, const Bytes& movie) {
   return Put(layout.head.data(), layout.head.size()) && CopyMedia(layout) &&
          Put(movie.data(), movie.size());
@@ -195,6 +204,7 @@ bool ClipWriter::Verify(const ClipLayout& layout, const Bytes& movie) {
 
 bool ClipWriter::VerifyRange(const ByteRange& range, std::uint64_t at) {
   const std::uint64_t size = range.end - range.begin;
+  // Of a range that small both ends together are all of it.
   if (options_.verification == Verification::kFull || size <= 2 * kSeam)
     return IsSame(range.begin, at, size);
   return IsSame(range.begin, at, kSeam) && IsSame(range.end - kSeam, at + size - kSeam, kSeam);
@@ -204,6 +214,7 @@ bool ClipWriter::IsSame(std::uint64_t from, std::uint64_t at, std::uint64_t coun
   FileBytes output(part_.descriptor());
   while (count > 0) {
     const auto step = static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, count));
+    // What can't be read again is not known to be the same.
     if (!input_.Read(from, block_.data(), step) || !output.Read(at, other_.data(), step) ||
         std::memcmp(block_.data(), other_.data(), step) != 0)
       return false;
@@ -226,6 +237,7 @@ bool ClipWriter::IsUnchanged() {
 }
 
 bool ClipWriter::Publish() {
+  // The last moment to stop: from here on the clip has its name.
   if (!Step(RescueStep::Phase::kFlushing, 0, 0)) return false;
   if (const std::error_code error = part_.Publish(options_.overwrite)) {
     if (error == std::errc::file_exists) {

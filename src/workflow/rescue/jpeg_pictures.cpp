@@ -38,6 +38,7 @@ class Scanner {
         picture_.size = at_ - begin_;
         return picture_;
       }
+      // None of these stands between segments (ISO/IEC 10918-1, annex B): the picture broke off.
       if (code == kBegin || code < 0xC0 || IsRestart(code)) return Ended(scanned);
       if (!SkipSegment(code)) return Ended(scanned);
       if (code != kScan) continue;
@@ -79,6 +80,7 @@ class Scanner {
     if (bytes == nullptr) return false;
     const std::size_t size = std::size_t{bytes[0]} << 8 | bytes[1];
     bytes = Look(size);
+    // A length counts its own two bytes (B.1.1.4).
     if (bytes == nullptr || size < 2) return false;
     constexpr std::size_t kSizes = 7;
     if (IsFrame(code) && size >= kSizes) {
@@ -100,11 +102,13 @@ class Scanner {
         const void* mark = std::memchr(bytes + i, kMark, size - 1 - i);
         if (mark == nullptr) break;
         i = static_cast<std::size_t>(static_cast<const unsigned char*>(mark) - bytes);
+        // A byte FF of the scan itself has a 0 behind it (B.1.1.5).
         if (bytes[i + 1] == 0 || IsRestart(bytes[i + 1])) continue;
         at_ += i;
         return true;
       }
       if (size < 2) break;
+      // The last byte may be the first half of a marker.
       at_ += size - 1;
     }
     cut_ = cut_ || end_ - at_ < 2;

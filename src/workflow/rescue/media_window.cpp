@@ -15,6 +15,7 @@ namespace {
 
 // What is kept behind the reading, for the way back to where a search began.
 constexpr std::size_t kKept = 4 << 20;
+// Twice as much, so that bytes are moved only after as many were read.
 constexpr std::size_t kCapacity = 2 * kKept;
 constexpr std::size_t kStep = 1 << 20;
 
@@ -77,10 +78,12 @@ std::uint64_t EndOfData(const std::string& path, std::uint64_t size) {
   for (off_t at = 0; at < static_cast<off_t>(size);) {
     const off_t data = ::lseek(file, at, SEEK_DATA);
     if (data < 0) {
+      // ENXIO says that no data comes behind; any other failure says nothing about holes.
       if (errno != ENXIO) end = size;
       break;
     }
     const off_t hole = ::lseek(file, data, SEEK_HOLE);
+    // A file system that contradicts itself would keep this going for ever.
     if (hole <= data) {
       end = size;
       break;
@@ -101,6 +104,7 @@ std::uint64_t EndOfContent(const std::string& path, FileBytes& file) {
   std::vector<unsigned char> block(kStep);
   while (end > 0) {
     const auto step = static_cast<std::size_t>(std::min<std::uint64_t>(kStep, end));
+    // What can't be read may be content.
     if (!file.Read(end - step, block.data(), step)) return file.Size();
     for (std::size_t i = step; i > 0; --i) {
       if (block[i - 1] != 0) return end - step + i;

@@ -13,6 +13,7 @@ namespace {
 constexpr std::size_t kHead = 16;
 // Enough records to learn from.
 constexpr std::size_t kMostRecords = 20000;
+// A table of one size for all may claim billions of samples without a byte for each.
 constexpr std::size_t kMostSamples = 4000000;
 
 std::uint32_t Number(const unsigned char* bytes) {
@@ -35,6 +36,7 @@ void AddSamples(const ReferenceTrack& track, std::size_t index,
   for (const ChunkPlace& chunk : track.chunks) {
     std::uint64_t at = chunk.position;
     for (std::uint32_t i = 0; i < chunk.samples && samples.size() < kMostSamples; ++i) {
+      // Runs of no sample occur.
       while (left == 0 && run + 1 < track.times.size()) left = track.times[++run].count;
       if (left > 0) --left;
       const std::uint32_t size = track.sizes.At(chunk.firstSample + i);
@@ -50,6 +52,7 @@ std::vector<PlacedSample> SamplesOf(const Reference& reference) {
   for (std::size_t i = 0; i < reference.tracks().size(); ++i) {
     AddSamples(reference.tracks()[i], i, samples);
   }
+  // Empty samples share their place with others: without the track chance would order them.
   std::sort(samples.begin(), samples.end(), [](const PlacedSample& a, const PlacedSample& b) {
     return std::tie(a.position, a.track) < std::tie(b.position, b.track);
   });
@@ -66,9 +69,11 @@ std::vector<RecordMethod::Pair> RecordMethod::PairsOf(const Reference& reference
     const PlacedSample& record = samples[i];
     const PlacedSample& next = samples[i + 1];
     if (record.track != track) {
+      // Media without a record in front of it could not be found by records.
       if (next.track != track && next.position != record.position) return {};
       continue;
     }
+    // Where else than right behind its record a sample lies nothing would tell.
     if (record.size < kHead || record.position + record.size != next.position) return {};
     Pair pair;
     pair.record.resize(kHead);
@@ -85,6 +90,7 @@ std::vector<RecordMethod::Pair> RecordMethod::PairsOf(const Reference& reference
 std::optional<RecordMethod> RecordMethod::Learn(const Reference& reference) {
   const auto& tracks = reference.tracks();
   for (std::size_t i = 0; i < tracks.size(); ++i) {
+    // Records tell of other tracks. Of fewer than four samples too much agrees by chance.
     const bool media = tracks[i].kind == FourCc("vide") || tracks[i].kind == FourCc("soun");
     if (media || tracks[i].sizes.count < 4 || tracks.size() < 2) continue;
     const std::vector<Pair> pairs = PairsOf(reference, i);
@@ -98,10 +104,12 @@ std::optional<RecordMethod> RecordMethod::Learn(const Reference& reference) {
 }
 
 bool RecordMethod::LearnKinds(const std::vector<Pair>& pairs) {
+  // A counter in place of a key would give each record a kind of its own.
   constexpr std::size_t kMostKinds = 64;
   for (const Pair& pair : pairs) {
     const auto [kind, isNew] =
         kinds_.try_emplace(Number(pair.record.data()), Kind{pair.recordSize, pair.track});
+    // In a broken clip the key is all there is to go by: it may have one meaning only.
     if (kind->second.recordSize != pair.recordSize || kind->second.track != pair.track)
       return false;
     if (kinds_.size() > kMostKinds) return false;
@@ -110,6 +118,7 @@ bool RecordMethod::LearnKinds(const std::vector<Pair>& pairs) {
 }
 
 bool RecordMethod::LearnSize(const std::vector<Pair>& pairs) {
+  // The key takes the first 4 bytes.
   for (std::size_t at = 4; at + 4 <= kHead; ++at) {
     const bool all = std::all_of(pairs.begin(), pairs.end(), [&](const Pair& pair) {
       return !pair.track || Number(pair.record.data() + at) == pair.sampleSize;
@@ -131,6 +140,7 @@ void RecordMethod::LearnDuration(const std::vector<Pair>& pairs) {
       (same ? holds : fails).insert(*pair.track);
     }
     for (const std::size_t track : fails) holds.erase(track);
+    // Records of some tracks may say no duration: the place that is right for most tracks counts.
     if (holds.size() <= timedTracks_.size()) continue;
     timedTracks_ = holds;
     durationAt_ = at;
@@ -163,6 +173,7 @@ Harvest RecordMethod::Walk(MediaWindow& window, std::size_t tracks, ByteRange ra
     const std::uint64_t sample = at + head.kind->recordSize;
     const std::uint64_t next = head.kind->track ? sample + head.sampleSize : sample;
     const Head following = HeadAt(window, next, range.end);
+    // A size is believed only if another record, or the end of the media, comes right behind it.
     if (next > range.end || (following.kind == nullptr && !(ends && next == range.end))) break;
     add(track_, at, head.kind->recordSize);
     if (const auto& track = head.kind->track) {

@@ -43,6 +43,7 @@ Bytes EntryBox(const Bytes& entry, unsigned int type, std::size_t lead) {
 }
 
 std::uint32_t ReferenceTrack::UniformSize() const {
+  // Some files spell out a table of sizes that are all the same.
   if (sizes.uniform != 0 || sizes.sizes.empty()) return sizes.uniform;
   const std::uint32_t first = sizes.sizes.front();
   const bool all = std::all_of(sizes.sizes.begin(), sizes.sizes.end(),
@@ -73,6 +74,7 @@ std::string Reference::ReadTopLevel() {
     }
     if (size < header->headerSize || size > end - at) break;
     top_.push_back({header->type, at, at + header->headerSize, at + size});
+    // A list of brands of 4 bytes each: what is larger than this is none.
     if (header->type == FourCc("ftyp") && size <= 4096 && !ReadBox(*file_, at, size, fileType_))
       return "has a damaged file type";
     if (header->type == FourCc("moof")) return "is fragmented";
@@ -90,6 +92,7 @@ std::string Reference::ReadTracks() {
   const auto time = header != nullptr ? ReadTimeHeader(*header) : std::nullopt;
   if (!time || time->scale == 0) return "has no movie header";
   timeScale_ = time->scale;
+  // Its tables don't tell of the samples in fragments, which are perhaps all.
   if (movie_.Child(FourCc("mvex")) != nullptr) return "is fragmented";
   for (std::size_t i = 0; i < movie_.children.size(); ++i) {
     if (movie_.children[i].type != FourCc("trak")) continue;
@@ -101,6 +104,7 @@ std::string Reference::ReadTracks() {
     chunks_.insert(chunks_.end(), track.chunks.begin(), track.chunks.end());
     tracks_.push_back(std::move(track));
   }
+  // By their place in the file: in that order the media of the broken clip was written too.
   std::stable_sort(chunks_.begin(), chunks_.end(), [](const ChunkPlace& a, const ChunkPlace& b) {
     return a.position < b.position;
   });
@@ -133,10 +137,12 @@ bool Reference::ReadTrack(const RawBox& trak, ReferenceTrack& track) const {
   }
   track.sizes = *sampleSizes;
   track.times = *timeRuns;
+  // A damaged table of offsets, or of sync samples, makes the reference teach less, not nothing.
   if (const RawBox* offsets = table->Child(FourCc("ctts"))) {
     track.offsets = ReadOffsets(*offsets).value_or(OffsetRuns{});
   }
   const RawBox* sync = table->Child(FourCc("stss"));
+  // No table says that all samples are sync samples, an empty one that none is (8.6.2.1).
   track.hasSyncTable = sync != nullptr;
   if (sync != nullptr) {
     track.syncSamples = ReadSampleNumbers(*sync).value_or(std::vector<std::uint32_t>{});
@@ -156,6 +162,7 @@ bool Reference::PlaceChunks(const RawBox& table, ReferenceTrack& track, std::siz
   std::size_t run = 0;
   for (std::size_t i = 0; i < offsets->size(); ++i) {
     while (run + 1 < runs->size() && (*runs)[run + 1].firstChunk <= i + 1) ++run;
+    // Chunks may have room for more samples than there are.
     const std::uint32_t samples =
         std::min((*runs)[run].samplesPerChunk, track.sizes.count - sample);
     if (samples == 0) continue;

@@ -85,6 +85,7 @@ bool Work::Look() {
   }
   const rescue::BrokenMedia media = rescue::ExamineBroken(*file_, file_->Size(), 0, 0);
   hasMovie_ = media.hasMovie;
+  // Its tables tell more, and more surely, than any search could.
   if (media.hasMovie && !media.cutOff) {
     Fail(Message::kRescueUnneeded, broken_, "has a whole movie box",
          "see what a check says about it");
@@ -250,9 +251,11 @@ bool NeedsRescue(const std::string& path) {
   if (file.error() || !file.IsFile()) return false;
   bool media = false;
   std::uint64_t at = 0;
+  // Boxes of 8 bytes could fill a disk; a clip has a handful of them ahead of its movie box.
   for (int boxes = 0; boxes < 100; ++boxes) {
     const auto header = ReadBoxHeader(file, at);
     if (!header) break;
+    // A size of 0 stands where a recorder never came to close its media.
     const bool fits = header->size != 0 && header->FitsIn(file.Size() - at);
     media = media || header->type == FourCc("mdat");
     if (header->type == FourCc("moof") || (header->type == FourCc("moov") && fits)) return false;

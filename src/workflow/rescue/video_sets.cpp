@@ -6,6 +6,7 @@ namespace clipchain::rescue {
 
 namespace {
 
+// Identifiers that ISO/IEC 14496-10 allows (7.4.2); ISO/IEC 23008-2 allows fewer.
 constexpr unsigned int kMostSequences = 32;
 constexpr unsigned int kMostPictures = 256;
 
@@ -20,6 +21,7 @@ void SkipScalingList(SyntaxReader& in, unsigned int entries) {
   int last = 8;
   int next = 8;
   for (unsigned int i = 0; i < entries && in.good(); ++i) {
+    // A 0 says that the rest of a list is as the entry before, and not in the stream (7.3.2.1.1.1).
     if (next != 0) next = (last + in.Signed() + 256) % 256;
     if (next != 0) last = next;
   }
@@ -47,12 +49,14 @@ void ReadOrder(SyntaxReader& in, SequenceSet& set) {
   in.Flag();
   in.Signed();
   in.Signed();
+  // No more are allowed (7.4.2.1.1).
   const unsigned int cycle = std::min(in.Unsigned(), 255U);
   for (unsigned int i = 0; i < cycle && in.good(); ++i) in.Signed();
 }
 
 // profile_tier_level() of a sequence set (ISO/IEC 23008-2, 7.3.3).
 void SkipProfiles(SyntaxReader& in, unsigned int subLayers) {
+  // Both have fixed widths; of the level of the whole sequence there is always one.
   constexpr unsigned int kProfileBits = 88;
   constexpr unsigned int kLevelBits = 8;
   in.Skip(kProfileBits + kLevelBits);
@@ -86,6 +90,7 @@ std::optional<std::pair<unsigned int, SequenceSet>> ReadAvcSequence(SyntaxReader
   in.Unsigned();
   in.Unsigned();
   set.framesOnly = in.Flag();
+  // Both numbers have 16 bits at most (7.4.2.1.1): more were read at a wrong place.
   if (!in.good() || id >= kMostSequences || set.frameNumberBits > 16 || set.orderBits > 16 ||
       set.orderType > 2)
     return std::nullopt;

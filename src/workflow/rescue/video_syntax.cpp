@@ -34,6 +34,7 @@ unsigned int Take16(std::span<const unsigned char> bytes) {
   return static_cast<unsigned int>(bytes[0] << 8 | bytes[1]);
 }
 
+// Which nal_ref_idc a type may have (7.4.1) tells units from bytes that only look like some.
 UnitKind AvcKind(unsigned int type, unsigned int referenceIdc) {
   switch (type) {
     case kAvcSlice:
@@ -46,6 +47,7 @@ UnitKind AvcKind(unsigned int type, unsigned int referenceIdc) {
     case kAvcSequence:
     case kAvcPicture:
       return referenceIdc != 0 ? UnitKind::kStarts : UnitKind::kInvalid;
+    // The end of a sequence, and that of the stream, belong to the picture before.
     case 10:
     case 11:
       return referenceIdc == 0 ? UnitKind::kContinues : UnitKind::kInvalid;
@@ -80,6 +82,7 @@ bool VideoSyntax::SetConfiguration(Codec codec, std::span<const unsigned char> r
 }
 
 bool VideoSyntax::TakeAvcRecord(std::span<const unsigned char> record) {
+  // An AVCDecoderConfigurationRecord (ISO/IEC 14496-15).
   if (record.size() < 6) return false;
   lengthSize_ = (record[4] & 3U) + 1;
   auto rest = record.subspan(6);
@@ -120,6 +123,7 @@ UnitHeader VideoSyntax::Header(const unsigned char* unit) const {
 
 UnitHeader VideoSyntax::AvcHeader(const unsigned char* unit) const {
   UnitHeader header;
+  // forbidden_zero_bit (7.4.1): no unit has it.
   if ((unit[0] & 0x80U) != 0) return header;
   header.type = unit[0] & 31U;
   header.referenceIdc = unit[0] >> 5 & 3U;
@@ -129,6 +133,7 @@ UnitHeader VideoSyntax::AvcHeader(const unsigned char* unit) const {
 
 UnitHeader VideoSyntax::HevcHeader(const unsigned char* unit) const {
   UnitHeader header;
+  // Besides that bit, nuh_temporal_id_plus1 is never 0 (7.4.2.2).
   if ((unit[0] & 0x80U) != 0 || (unit[1] & 7U) == 0) return header;
   header.type = unit[0] >> 1 & 63U;
   header.layer = (unit[0] & 1U) << 5 | unit[1] >> 3;
@@ -147,6 +152,7 @@ std::optional<Slice> VideoSyntax::ReadSlice(const UnitHeader& header,
 
 std::optional<Slice> VideoSyntax::ReadAvcSlice(const UnitHeader& header,
                                                std::span<const unsigned char> unit) const {
+  // What is asked of a slice stands in its first bytes, and a unit may have megabytes.
   SyntaxReader in(unit.subspan(1, std::min<std::size_t>(unit.size() - 1, 64)));
   Slice slice;
   slice.unitType = header.type;
@@ -154,12 +160,14 @@ std::optional<Slice> VideoSyntax::ReadAvcSlice(const UnitHeader& header,
   slice.idr = slice.randomAccess = header.type == kAvcIdr;
   slice.first = in.Unsigned() == 0;
   const unsigned int type = in.Unsigned();
+  // From 5 on a type also says that all slices of the picture are of it (table 7-6).
   slice.sliceType = type % 5;
   slice.pictureSet = in.Unsigned();
   const auto picture = pictures_.find(slice.pictureSet);
   const SequenceSet* sequence = SequenceOf(slice.pictureSet);
   if (!in.good() || type > 9 || sequence == nullptr) return std::nullopt;
   slice.intra = slice.sliceType == 2 || slice.sliceType == 4;
+  // IDR pictures have intra slices alone, and frame numbers begin again with them (7.4.3).
   if (slice.idr && !slice.intra) return std::nullopt;
   if (sequence->separatePlanes) in.Skip(2);
   slice.frameNumber = in.Bits(sequence->frameNumberBits);
@@ -185,16 +193,19 @@ std::optional<Slice> VideoSyntax::ReadHevcSlice(const UnitHeader& header,
   slice.randomAccess =
       header.type >= kHevcFirstRandomAccess && header.type <= kHevcLastRandomAccess;
   slice.first = in.Flag();
+  // no_output_of_prior_pics_flag, which the reserved types 22 and 23 have, too (7.3.6.1).
   if (header.type >= kHevcFirstRandomAccess && header.type <= 23) in.Flag();
   slice.pictureSet = in.Unsigned();
   const auto picture = pictures_.find(slice.pictureSet);
   const SequenceSet* sequence = SequenceOf(slice.pictureSet);
   if (!in.good() || sequence == nullptr) return std::nullopt;
+  // An address follows, whose width takes the size of the picture to know.
   if (!slice.first) return slice;
   in.Skip(picture->second.extraBits);
   slice.sliceType = in.Unsigned();
   if (slice.sliceType > 2) return std::nullopt;
   slice.intra = slice.sliceType == 2;
+  // From a picture for random access nothing refers to an earlier one (7.4.7.1).
   if (slice.randomAccess && !slice.intra) return std::nullopt;
   if (picture->second.outputFlag) in.Flag();
   if (sequence->separatePlanes) in.Skip(2);
@@ -227,6 +238,7 @@ bool VideoSyntax::TakeAnySet(std::span<const unsigned char> unit) {
 }
 
 void VideoSyntax::TakeSet(const UnitHeader& header, std::span<const unsigned char> unit) {
+  // A damaged set leaves the one before it in force.
   if (IsSet(header)) static_cast<void>(TakeAnySet(unit));
 }
 
