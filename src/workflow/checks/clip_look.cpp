@@ -22,11 +22,13 @@ ClipLook::ClipLook(const ClipLookTask& task, long long memory)
       return;
     }
     QUIRVA::ComPtr<QUIRVA::IQvFileReader> source;
+    // Both hold the view, and each gives it back.
     view->AddRef();
     source.Attach(view.get());
     clip = std::make_unique<ClipFile>(task.path, source);
   }
   const long long bytes = clip->MemoryOfBytes();
+  // A look ahead of its turn has a share of the memory: larger clips wait for theirs.
   if (bytes <= memory && clip->MemoryOfBoxes() <= memory - bytes) Look();
 }
 

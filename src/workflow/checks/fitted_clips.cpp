@@ -44,6 +44,7 @@ constexpr Row kRows[] = {
 Message MessageOf(FitProblemKind kind) {
   const auto* row = std::find_if(std::begin(kRows), std::end(kRows),
                                  [kind](const Row& candidate) { return candidate.kind == kind; });
+  // A kind that is new here is refused rather than passed over.
   return row != std::end(kRows) ? row->message : Message::kInputRefused;
 }
 

@@ -62,6 +62,7 @@ class KeptCheck {
   // `offset` of the box in the movie box.
   void Visit(const MP4G::CBox& box, long long offset) {
     const Span bytes = BytesOf(offset, box.GetBoxSize());
+    // A box whose place is not known is not judged by bytes that may be another's.
     if (bytes.empty()) return;
     const Span dropped = bytes.last(std::min<std::size_t>(box.restSize, bytes.size()));
     const bool isZero = std::all_of(dropped.begin(), dropped.end(), [](int b) { return b == 0; });

@@ -25,6 +25,7 @@ void AddMissing(FileFindings& findings, const MP4G::CBox* parent, std::string te
                 HRESULT result) {
   Finding& finding = findings.AddAt(Message::kHeaderMissing, std::move(text), kRepair, parent);
   finding.result = result;
+  // Nothing is appended to a single clip: what is missing hurts players, not the merge.
   if (alone) finding.severity = Severity::kRisk;
 }
 

@@ -34,6 +34,7 @@ void ReadThumbnail(const MP4G::CMovieBox& movie, ClipCard& card) {
 
 // Some cameras put the picture of a clip into a file of its own beside it.
 void ReadPictureBeside(const std::string& path, ClipCard& card) {
+  // Cards don't mind the case, the disks to which they are copied do.
   for (const char* const suffix : {".THM", ".thm"}) {
     FileBytes file(std::filesystem::path(path).replace_extension(suffix).string());
     const unsigned long long size = !file.error() && file.IsFile() ? file.Size() : 0;
@@ -70,6 +71,7 @@ HRESULT ReadClipCard(const std::string& path, ClipCard& card) {
   MP4G::CMp4File file;
   const HRESULT result = file.SetFile(QUIRVA::WidePathFromBytes(path).c_str());
   std::optional<AdaptedClip> adapted;
+  // Adapting reads more of the file, and most clips don't need it.
   if (result != S_OK) adapted.emplace(path);
   MP4G::CMovieBox* movie = adapted ? adapted->Movie() : file.GetMovieBox();
   RETURN_IF(movie == nullptr, result != S_OK ? result : E_BAD_DATA);

@@ -18,6 +18,7 @@ namespace clipchain {
 namespace {
 
 constexpr unsigned int kReaderBuffer = 100000;
+// With a size of 64 bits (ISO/IEC 14496-12, clause 4.2).
 constexpr unsigned int kLongestPlainHeader = 16;
 
 TrackInfo InfoOf(MP4G::CTrackBox* track) {
@@ -55,6 +56,7 @@ class BoxLister {
       if (record.box == nullptr && !Peek(position, unloaded)) return;
       const MP4G::CBox& box = record.box != nullptr ? *record.box : unloaded;
       long long size = box.GetBoxSize();
+      // To the end of the file (ISO/IEC 14496-12, clause 4.2).
       if (size == 0) size = reader_.GetFileSize() - position;
       if (!Tell(box, position, size, 0)) return;
       position += size;

@@ -26,6 +26,7 @@ bool TellsRecording(const PlaceFacts* place, const std::string& value) {
 bool IsNumbered(const PlaceFacts* place, const std::string& value) {
   if (place == nullptr) return false;
   const auto facts = place->values.find(value);
+  // The last clip of a recording has none behind it.
   return facts != place->values.end() && facts->second.followed + 1 >= facts->second.clips.size();
 }
 

@@ -14,6 +14,7 @@ namespace clipchain {
 
 namespace {
 
+// More that begin at one moment tell nothing, and all with all would take quadratic time.
 constexpr std::size_t kMostCandidates = 8;
 
 Evidence& Of(LinkEvidence& all, EvidenceKind kind) { return all[static_cast<std::size_t>(kind)]; }
@@ -113,11 +114,13 @@ LinkVerdict JudgeLink(const Family& family, std::size_t before, std::size_t behi
   const std::optional<Grade> grade = GradeOf(all, identity.isNumbered);
   if (!grade) return verdict;
   LinkStrength strength;
+  // Of a clip that nobody has seen nothing is certain.
   strength.grade = isHole ? std::min(*grade, Grade::kLikely) : *grade;
   strength.isDirect = !isHole;
   strength.isChapter = numbers.isChapter;
   strength.agreeing =
       static_cast<unsigned int>(std::count_if(all.begin(), all.end(), [](const Evidence& evidence) {
+        // Copying sets the times of files: that they agree supports nothing.
         return evidence.agrees == true && evidence.kind != EvidenceKind::kFileTimes;
       }));
   verdict.strength = strength;

@@ -18,6 +18,7 @@ std::string StemOf(const std::string& path) { return fs::path(path).stem().strin
 MissingEnds::MissingEnds(const ScanReport& scan) {
   for (std::size_t i = 0; i < scan.sequences.size(); ++i) {
     const SequenceReport& sequence = scan.sequences[i];
+    // Of a copy the original is asked.
     if (sequence.closedAtTail || sequence.copyOf || sequence.clips.empty()) continue;
     const std::string& last = sequence.clips.back().path;
     const std::string folder = FolderOf(last);

@@ -124,6 +124,7 @@ void NoteTwofold(Family& family) {
       const FamilyClip& clip = family.clips[i];
       const Moment moment = MomentOf(clip);
       const auto& [created, timecode, length, digits] = moment;
+      // Without a time, a length and a number any two clips would be made at one moment.
       if ((created == 0 && timecode < 0) || length < 0 || digits.empty()) continue;
       const auto [place, isNew] = series.try_emplace(moment, SeriesOf(clip));
       if (!isNew && place->second != SeriesOf(clip)) card.isTwofold = true;

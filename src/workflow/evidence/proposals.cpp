@@ -52,6 +52,7 @@ std::optional<EvidenceUnit> UnitOf(const SequenceReport& sequence) {
     unit.openAtHead = !sequence.closedAtHead;
     unit.openAtTail = !sequence.closedAtTail;
   }
+  // Others may join a sequence at its two ends only.
   std::vector<const SequenceClip*> ends{&sequence.clips.front()};
   if (sequence.clips.size() > 1) ends.push_back(&sequence.clips.back());
   for (const SequenceClip* clip : ends) {
@@ -63,6 +64,7 @@ std::optional<EvidenceUnit> UnitOf(const SequenceReport& sequence) {
 }
 
 std::uint64_t TimeOf(const Proposal& proposal) {
+  // Without a date they come last.
   if (!proposal.date) return ~std::uint64_t{0};
   const MP4G::_tagSequenceTimedate& date = *proposal.date;
   return MP4G::CMp4Util::CalcurateTimeFromEra(date.year, date.month, date.day, date.hour,

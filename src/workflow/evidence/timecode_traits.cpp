@@ -16,6 +16,7 @@ using QUIRVA::be16;
 using QUIRVA::be32;
 
 constexpr std::uint32_t kSampleSize = 4;
+// In the byte of the minutes, of times below zero.
 constexpr std::uint32_t kSign = 0x80;
 constexpr std::int64_t kMinutes = 24 * 60;
 
@@ -64,6 +65,7 @@ bool FramesOf(const TimecodeCount& count, const Pictures& pictures, std::int64_t
   const auto number = static_cast<std::int64_t>(pictures.count);
   const auto near = [](double value) {
     const double whole = std::round(value);
+    // 29.97 for 30 is a thousandth off, 24 for 25 four hundredths.
     constexpr double kWorst = 0.01;
     constexpr double kMost = 64;
     return whole >= 1 && whole <= kMost && std::abs(value - whole) <= kWorst * whole
@@ -114,6 +116,7 @@ std::optional<TimecodeTraits> TimecodeFromFrames(const TimecodeCount& count, std
   };
   const auto from = FromFields(count, first);
   const auto to = FromFields(count, last);
+  // Both forms occur: the one that counts on as the pictures do is what was meant.
   if (from && to && runs(*from, *to)) return traits;
   if (runs(first, last)) return traits;
   return std::nullopt;
@@ -148,6 +151,7 @@ std::optional<TimecodeTraits> TimecodeOf(const ClipFile& clip, const RawBox& mov
   const auto first = sample(0);
   if (!first) return std::nullopt;
   if (samples->Count() == 1) return TimecodeFromCount(count, *first, pictures);
+  // Neither one for all nor one for each: what the samples in between say is not known.
   if (samples->Count() != pictures.count) return std::nullopt;
   const auto last = sample(samples->Count() - 1);
   return last ? TimecodeFromFrames(count, *first, *last, pictures) : std::nullopt;

@@ -47,6 +47,7 @@ std::vector<unsigned char> TrackSamples::Read(const ClipFile& clip, std::uint32_
     std::uint64_t position = chunks_[chunk];
     for (std::uint64_t at = index - (index - first) % perChunk; at < index; ++at)
       position += sizes_.At(static_cast<std::uint32_t>(at));
+    // Places are the file's word, and may be anywhere.
     if (position > static_cast<std::uint64_t>(clip.Size())) return {};
     return clip.Read(static_cast<long long>(position), std::min(most, sizes_.At(index)));
   }

@@ -45,6 +45,7 @@ ExistingResults::ExistingResults(const std::string& folder) : folder_(folder) {
   }
   for (auto& [base, names] : names_) {
     std::sort(names.begin(), names.end(), [](const std::string& a, const std::string& b) {
+      // "_10" comes behind "_9": names get counts in that order.
       return a.size() != b.size() ? a.size() < b.size() : a < b;
     });
   }
@@ -68,10 +69,12 @@ ExistingResults::Owner ExistingResults::OwnerOf(const std::string& name,
                                                 const SequenceClip& clip) const {
   const std::optional<OrderFacts> facts = FactsOf(PathFor(name));
   if (!facts) return Owner::kNobody;
+  // Identifiers decide where there are any; the media is for clips that have none.
   if (facts->id != _GUID{} || clip.id != _GUID{})
     return facts->id == clip.id ? Owner::kThisClip : Owner::kAnotherClip;
   const Bytes result = BeginningOf(PathFor(name));
   const Bytes own = BeginningOf(clip.path);
+  // What can't be compared belongs to nobody, so that nothing is taken for done.
   if (result.empty() || own.empty()) return Owner::kNobody;
   return std::equal(own.begin(),
                     own.begin() + static_cast<std::ptrdiff_t>(std::min(own.size(), result.size())),

@@ -35,6 +35,7 @@ bool IsInsideOfCharacter(char c) { return (static_cast<unsigned char>(c) & 0xC0)
 void CutTo(std::string& text, std::size_t length) {
   if (text.size() <= length) return;
   while (length > 0 && IsInsideOfCharacter(text[length])) --length;
+  // Half a character would be no UTF-8, and some file systems refuse such names.
   text.resize(length);
 }
 

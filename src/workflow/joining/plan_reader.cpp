@@ -75,6 +75,7 @@ bool PlanReader::AsksToGoOn() {
 bool PlanReader::key(std::string& name) {
   const Level level = levels_.back();
   key_ = name;
+  // Of two fields of one name readers of JSON take either: a plan must have one meaning.
   if (level == Level::kDocument && IsOne(kFields, name) && !fields_.insert(name).second)
     return Fault(Place(), "comes twice");
   if (level == Level::kJob && IsOne(kJobFields, name) && !jobFields_.insert(name).second)
@@ -184,6 +185,7 @@ bool PlanReader::TakeField(const Json& value) {
 
 bool PlanReader::TakeJobField(const Json& value) {
   const std::size_t number = firstNumber_ + jobs_;
+  // Jobs that were moved or cut out by hand would run under the numbers of others.
   if (key_ == "number" && value != number) return Fault(Place(), fmt::format("is not {}", number));
   if (key_ == "inputs") return Fault(Place(), "is no list with at least one clip");
   return key_ != "output" || Fault(Place(), "is no object");

@@ -43,6 +43,7 @@ class Rescuer {
  private:
   void RescueOne(const std::string& broken) {
     const std::string output = RescuedPath(folder_, broken);
+    // One that is there was rescued by an earlier run, and a search takes long.
     if (!Exists(output) && !Make(broken, output)) return;
     rescued_[output] = broken;
   }

@@ -113,6 +113,7 @@ bool Proving::ClipsNeedMore() {
 // What keeps most of a clip is looked at first, so that nothing is read twice.
 void Proving::ProveClips(CardOrder& order, Meter& meter) {
   ResultProof results(cards_, kept_, order, meter);
+  // With its archive a result keeps every byte, as a copy does; alone it keeps the samples.
   TryResults(results, meter, true);
   TryCopies(meter, true);
   if (!options_.whole) TryResults(results, meter, false);

@@ -62,12 +62,14 @@ ClipLayout ReadClipLayout(FileBytes& file) {
   bool isMovie = false;
   for (Number at = 0; at < headers.End();) {
     const auto header = headers.Take(at);
+    // A file of zeros is none with zeros behind its boxes.
     if (at != 0 && (!header || header->type == 0)) {
       if (!IsZeroFrom(file, at, headers.End())) return {};
       break;
     }
     if (!header || header->type == 0 || !header->FitsIn(headers.End() - at)) return {};
     const Number size = header->SizeWithin(headers.End() - at);
+    // Fragments may be the only movie that a file has, as in a segment of a stream.
     isMovie = isMovie || header->type == FourCc("moov") || header->type == FourCc("moof");
     if (header->type == FourCc("mdat"))
       layout.media.push_back({at + header->headerSize, size - header->headerSize});

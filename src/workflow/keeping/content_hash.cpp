@@ -34,6 +34,7 @@ struct ContentHash::State {
 };
 
 ContentHash::ContentHash(bool withSha256) : state_(std::make_unique<State>()) {
+  // The library allocates it by itself and tells of a lack of memory with null.
   if (state_->fast == nullptr) throw std::bad_alloc();
   XXH3_128bits_reset(state_->fast.get());
   state_->withSha256 = withSha256;

@@ -18,6 +18,7 @@ std::optional<std::uint64_t> ProbeEnds(FileBytes& file, Number size) {
   const std::optional<std::uint64_t> first = Probe(file, 0, length);
   const std::optional<std::uint64_t> last = Probe(file, size - length, length);
   if (!first || !last) return std::nullopt;
+  // With an odd factor nothing of the first is lost, and equal ends do not cancel each other out.
   constexpr std::uint64_t kOdd = 0x9E3779B97F4A7C15;
   return *first * kOdd + *last;
 }
@@ -56,6 +57,7 @@ std::vector<std::size_t> CopyProof::CandidatesFor(const CardFile& file, ListedBy
     if (probe && candidate.probe == probe) candidates.push_back(index);
   }
   const std::string name = NameOf(file.file.path);
+  // Copies mostly keep their name: the first one that is read is then the right one.
   std::stable_partition(candidates.begin(), candidates.end(), [&](std::size_t index) {
     return NameOf(kept_.Files()[index].file.path) == name;
   });
@@ -99,6 +101,7 @@ void CopyProof::Try(CardFile& file) {
     KeptFile& copy = kept_.Files()[candidate];
     const std::string why = Compare(file, copy);
     if (meter_.Stopped()) return;
+    // From the first byte to the last: hashes and ends only choose what is compared.
     if (why.empty()) {
       kept_.Count(copy);
       file.keeping = Keeping::kEveryByte;

@@ -50,6 +50,7 @@ class BesideFile {
   }
 
   Findings Publish(bool overwrite) {
+    // Exchanged, not replaced: a merge that fails later gives back what had the name.
     swapped_ = overwrite && Exists(path_) && !part_.Exchange();
     const std::error_code error = swapped_ ? std::error_code() : part_.Publish(overwrite);
     named_ = !error;
@@ -62,6 +63,7 @@ class BesideFile {
   }
   void Withdraw() {
     if (swapped_) {
+      // Why the merge failed is told already, and to be told of this too would help nobody.
       [[maybe_unused]] const std::error_code unreported = part_.Exchange();
     } else if (named_) {
       ::unlink(path_.c_str());
@@ -184,6 +186,7 @@ Findings Keeper::Describe(const std::vector<std::string>& clips, const FitOption
     if (piece.clip != ImagePiece::kNoClip) continue;
     ContentHash own;
     own.Update(image.bytes.data() + piece.source, piece.size);
+    // By these a split tells a merged file that is damaged from one that never was this one.
     originals_.own.push_back({piece.position, piece.size, own.Value().xxh128});
   }
   if (hashes_ == nullptr) Start(clips);
@@ -212,6 +215,7 @@ Findings Keeper::WriteArchive(const std::vector<std::string>& clips, const std::
   if (error) return archive_->Unwritable(error);
   if (Findings faults = archive_->FlushNow(); !faults.empty()) return faults;
   FileBytes written(archive_->descriptor());
+  // Cards are erased in trust in it: what the disk has counts, not what memory holds.
   written.ForgetCached();
   const std::string why = CompareArchive(written, originals_, clips);
   if (!why.empty())
@@ -223,6 +227,7 @@ Findings Keeper::WriteArchive(const std::vector<std::string>& clips, const std::
 
 Findings Keeper::SumsOf(const std::string& output, int file, const Progress& progress,
                         std::vector<Checksum>& sums) {
+  // A line feed would end its line, and what comes behind would be read as another file's.
   if (output.find('\n') != std::string::npos)
     return {MakeFinding(Message::kOutputUnwritable, output + std::string(kChecksumsSuffix),
                         "can't name a file whose name has a line feed",
@@ -257,6 +262,7 @@ Findings Keeper::Prepare(const std::vector<std::string>& clips, const FitOptions
                          const std::string& output, int file, const Progress& progress) {
   FileBytes result(file);
   if (options_.originals) {
+    // The archive comes first: its own checksum stands in the other file.
     if (Findings faults = Describe(clips, options, output, result); !faults.empty()) return faults;
     if (Findings faults = WriteArchive(clips, output); !faults.empty()) return faults;
   }
@@ -328,6 +334,7 @@ Findings KeepBeside(const std::vector<std::string>& clips, const FitOptions& opt
                         "look at it, then rename or remove it")};
   if (Findings faults = keeper.Agree(clips, options, output, file, progress); !faults.empty())
     return faults;
+  // What was there already was compared; what has come since is somebody else's.
   if (Findings faults = keeper.Publish(false); !faults.empty()) return faults;
   const Descriptor folder = OpenToRead(FolderOf(output));
   const std::error_code error = folder < 0 ? LastError() : Flush(folder);

@@ -50,6 +50,7 @@ std::vector<RecipeStep> RecipeFor(const MergeImage& image, std::size_t clip,
   for (const ImagePiece& piece : image.pieces) {
     if (piece.clip == clip) pieces.push_back(piece);
   }
+  // By their place in the clip, which a split writes from its begin to its end.
   std::sort(pieces.begin(), pieces.end(),
             [](const ImagePiece& a, const ImagePiece& b) { return a.source < b.source; });
   std::vector<RecipeStep> recipe;

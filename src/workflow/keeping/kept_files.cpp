@@ -18,6 +18,7 @@ Findings KeptFiles::Read(const std::vector<std::string>& folders, const CardFile
     const std::string& folder = folders[index];
     const FileList list = ListFiles(folder, goOn);
     if (!list.unreadable.empty() && list.unreadable.front().path == folder)
+      // A folder that can't be read must not look like one without copies.
       return {MakeFinding(Message::kFolderUnusable, folder, list.unreadable.front().reason,
                           "name a folder with results or copies")};
     for (const ListedFile& file : list.files) {
@@ -55,6 +56,7 @@ std::unique_ptr<ListedBytes> KeptFiles::Open(KeptFile& file, CardFiles& cards, s
     why = "lies on an overlay that does not tell its blocks, and may be a file of a card";
   if (why.empty()) why = Flushed(*bytes, file.file);
   file.usable = why.empty();
+  // One that is no proof for one clip is none for any other.
   if (!file.usable) bytes.reset();
   return bytes;
 }

@@ -18,6 +18,7 @@ constexpr unsigned long long kMostProbed = 4096;
 }  // namespace
 
 ListedBytes::ListedBytes(const ListedFile& file)
+    // A link that has taken the place of a file since is another file.
     : file_(OpenToRead(file.path, O_NOFOLLOW)), bytes_(file_), failure_(file.failure) {
   struct stat status;
   if (file_ < 0) {

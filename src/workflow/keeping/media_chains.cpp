@@ -47,6 +47,7 @@ MediaChains::Choice MediaChains::ChoiceAt(FileBytes& merged, unsigned long long 
   for (const auto& [beginning, clips] : byHead_) {
     const auto& [length, place] = beginning;
     if (length > end_ - at) break;
+    // With shared blocks media lies in the result as in its clip, modulo a block, behind a gap.
     const unsigned long long begin = block_ != 0 ? at + (place - at) % block_ : at;
     if (begin > end_ || length > end_ - begin) continue;
     const std::optional<std::uint64_t> head = Probe(merged, begin, length);

@@ -77,6 +77,7 @@ class Writer {
       if (!Put(original.name, original.KeptBytes(), original.modified)) return Error();
       for (Number left = original.KeptBytes(); left != 0;) {
         const std::size_t got = source(clip, block.data(), std::min<Number>(left, kBlock));
+        // The source keeps its own reason, which its owner asks for.
         if (got == 0) return SystemError(EIO);
         if (!Data(block.data(), got)) return Error();
         left -= got;
@@ -89,6 +90,7 @@ class Writer {
  private:
   bool Open() {
     archive* const writer = archive_.get();
+    // Names are bytes, which no locale may change or refuse; and nothing pads a block as for tapes.
     return archive_write_set_format_pax(writer) == ARCHIVE_OK &&
            archive_write_set_format_option(writer, "pax", "hdrcharset", "BINARY") == ARCHIVE_OK &&
            archive_write_add_filter_zstd(writer) == ARCHIVE_OK &&
@@ -222,6 +224,7 @@ std::string OriginalsReader::OpenEntry(const std::string& name, Number size) {
   if (archive_read_next_header(archive_.get(), &entry) != ARCHIVE_OK)
     return "is damaged: the entry of a clip can't be read";
   const char* const found = archive_entry_pathname(entry);
+  // An archive that was made to do so must not write outside of its folder.
   if (found == nullptr || !IsFileName(found))
     return "has an entry of a name that no single file can have";
   if (found != name) return "has another entry than its table of contents says";

@@ -17,6 +17,7 @@ constexpr const char* kFormat = "clipchain originals";
 constexpr int kVersion = 1;
 constexpr std::size_t kXxh128Digits = 32;
 constexpr std::size_t kSha256Digits = 64;
+// Places in files are signed for the system.
 constexpr Number kLargestNumber = std::numeric_limits<long long>::max();
 
 struct FitOption {
@@ -211,10 +212,12 @@ Originals OriginalsIn(const Json& document) {
     originals.options.*option.field = value.get<bool>();
   }
   TakeTitles(options, originals.options);
+  // A clip of that name could be taken for the table of contents.
   std::set<std::string> names{std::string(kContentsName)};
   Number left = kLargestNumber;
   for (const Json& clip : ListOf(document, "clips")) {
     originals.clips.push_back(ClipIn(clip, originals.resultSize));
+    // So that no sum of sizes overflows for whoever adds them up.
     if (originals.clips.back().size > left) throw Fault{"has clips that are too large"};
     left -= originals.clips.back().size;
     if (!names.insert(originals.clips.back().name).second) throw Fault{"has two clips of one name"};

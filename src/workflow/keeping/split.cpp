@@ -124,6 +124,7 @@ bool Splitting::Prepare() {
 bool Splitting::NamesAreFree() {
   const bool existed = Exists(folder_);
   for (const SplitClip& clip : report_.clips) {
+    // All names are looked at before anything is made: half a card in a folder would help nobody.
     if (existed && Exists(clip.path)) {
       Fail(Message::kOutputExists, clip.path, "exists already",
            "choose another folder with -o; nothing was made");
@@ -141,6 +142,7 @@ bool Splitting::NamesAreFree() {
 // An archive may claim more than any disk holds.
 bool Splitting::HasRoom() {
   struct statvfs status;
+  // Some file systems tell nothing, or 0: whether there is room shows in writing.
   if (::statvfs(folder_.c_str(), &status) != 0) return true;
   const Number room = Number{status.f_bavail} * status.f_frsize;
   if (room == 0 || total_ <= room) return true;
@@ -256,6 +258,7 @@ bool Splitting::Seal(std::size_t clip, PartFile& part, bool& right) {
     FailWrite(clip, LastError());
     return false;
   }
+  // The time is part of the file, too.
   const std::error_code error = Flush(part.descriptor());
   if (!error) return true;
   FailWrite(clip, error);
@@ -328,6 +331,7 @@ void Splitting::LeaveNothing() {
   parts_.clear();
   const auto made = [](const SplitClip& clip) { return clip.made; };
   if (madeFolder_ && std::none_of(report_.clips.begin(), report_.clips.end(), made))
+    // It stays where somebody has put something into it meanwhile.
     ::rmdir(folder_.c_str());
 }
 
@@ -336,6 +340,7 @@ void Splitting::LeaveNothing() {
 std::string DefaultSplitFolder(const std::string& merged) {
   const std::string name = NameOf(merged);
   const std::size_t dot = name.rfind('.');
+  // Without an extension to take away, the folder would have the name of the file.
   if (dot == std::string::npos || dot == 0) return merged + ".clips";
   return merged.substr(0, merged.size() - (name.size() - dot));
 }

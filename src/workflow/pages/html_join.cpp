@@ -30,10 +30,12 @@ class JoinPage {
     frame.made = options_.made;
     std::vector<Proposal> open;
     for (const PlannedProposal& planned : plan_.proposed) {
+      // What was accepted is among the recordings.
       if (!planned.accepted) open.push_back(planned.proposal);
     }
     frame.parts = {{"attention", "Needs attention"}, {"jobs", "Recordings"}};
     if (!open.empty()) frame.parts.emplace_back("proposals", "Proposed recordings");
+    // One recording needs no search.
     frame.hasFilter = plan_.jobs.size() > 1;
     frame.body = HtmlAttentionSection(Attentions()) + Jobs() + HtmlProposals(open, links_);
     return HtmlPage(frame);

@@ -31,6 +31,7 @@ std::string Paths(const char* title, const std::vector<std::string>& paths) {
 }
 
 std::string Reasons(const char* title, const char* kind, const std::vector<PathAndReason>& paths) {
+  // A heading with nothing below it would make a page of a kept card look like one with troubles.
   if (paths.empty()) return "";
   std::string html = fmt::format("<h2>{}: {}</h2>\n<ul>\n", title, paths.size());
   for (const PathAndReason& path : paths) {

@@ -20,6 +20,7 @@ std::string EvidenceWords(EvidenceKind kind) {
 }
 
 std::string_view Agreement(const Evidence& evidence) {
+  // Evidence that says nothing is neither.
   if (!evidence.agrees) return "";
   return *evidence.agrees ? "true" : "false";
 }

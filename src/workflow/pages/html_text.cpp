@@ -79,6 +79,7 @@ std::string PathAttributes(std::string_view prefix, const std::string& path) {
 }
 
 std::string Base64(const std::vector<unsigned char>& bytes) {
+  // RFC 4648, clause 4; data: URLs take no other alphabet.
   static constexpr char kDigits[] =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   std::string text;
