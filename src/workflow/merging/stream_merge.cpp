@@ -191,6 +191,7 @@ void Streaming::FailWrite(const WriteFault& fault) {
     }
     Fail(Message::kOutputUnwritable, name_, "can't be written: " + ErrorText(fault.error),
          "see where it leads", report_.result);
+    return;
   }
   report_.result = MP4G_E_INPUT_READ;
   const std::string& input = inputs_[fault.clip];
@@ -212,6 +213,7 @@ bool Streaming::IsComplete() {
     FailChanged(*changed);
     return false;
   }
+  // A pipe has nothing to flush, which is no failure; a file that it leads to has.
   if (!Flush(options_.descriptor)) return true;
   Fail(Message::kOutputUnflushed, name_, "is lost: the disk did not take all that was written",
        "check the disk, or choose another one", MP4G_E_OUTPUT_WRITE);

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "foundation/result.h"
 #include "support/movie_builder.h"
 #include "support/movie_oracle.h"
 #include "support/temp_dir.h"
@@ -100,6 +101,16 @@ TEST_F(StreamMergeTest, SaysThatAReaderWentAwayAndRaisesNoSignal) {
   sigset_t pending;
   ::sigpending(&pending);
   EXPECT_EQ(0, ::sigismember(&pending, SIGPIPE));
+}
+
+TEST_F(StreamMergeTest, BlamesNoClipForAnOutputThatTakesNothing) {
+  options.descriptor = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+  ASSERT_LE(0, options.descriptor);
+  const SafeMergeReport report = StreamMerge(inputs, options);
+  ::close(options.descriptor);
+  ExpectFailure(report, Message::kOutputUnwritable);
+  EXPECT_EQ(MP4G_E_OUTPUT_WRITE, report.result);
+  for (const Finding& finding : report.findings) EXPECT_EQ("the pipe", finding.path);
 }
 
 TEST_F(StreamMergeTest, StopsWhileAReaderDoesNotRead) {
