@@ -88,6 +88,7 @@ class ClipTimesAdaptation final : public Adaptation {
       const RawBox& track = *tracks[times_[i].size()];
       report.Refuse(FitProblemKind::kTablesDisagree, i, RawTrackId(track),
                     "has times in its " + RawTrackWords(track) + " that can't be read", kRepair);
+      // Without the times of all, those of none are of use.
       times_.clear();
       return false;
     }
@@ -219,6 +220,7 @@ class ClipTimesAdaptation final : public Adaptation {
       if (IsOfPictures(*tracks[i]) || EditsOf(*tracks[i]).size() != 1 || !ends[i]) continue;
       const Moment end = *ends[i] - first.Zero();
       const Moment cut = end - MomentOf(first.shown.start, first.scale) - *limit;
+      // A tick of the movie is what rounding takes.
       if (cut <= MomentOf(1, first.movieScale)) continue;
       const std::size_t last = clips.size() - 1;
       report.Note(AdaptationKind::kEditLists, last, times_[last][i].id,

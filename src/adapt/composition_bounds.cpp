@@ -36,6 +36,7 @@ RawBox BoundsBox(const std::int64_t (&values)[5]) {
 void CompositionBounds::Append(const RawBox& table) {
   const RawBox* box = table.Child(FourCc("cslg"));
   if (box == nullptr) return;
+  // The box is optional: bounds are written where a clip has some (8.6.1.4).
   isThere_ = true;
   std::span<const unsigned char> in = box->data;
   be32 versionAndFlags;

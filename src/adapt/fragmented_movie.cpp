@@ -170,6 +170,7 @@ bool FragmentedMovie::AddTrackFragment(const RawBox& fragment, DataPlace& place)
   }
   const SampleDefaults defaults = Merged(*track->defaults, *header);
   std::uint64_t base = place.next;
+  // In this order (8.8.7.1): what is said, the fragment, or else the end of the data before.
   if (header->base) {
     base = *header->base;
   } else if (header->baseIsFragment || place.isFirstTrack) {
@@ -198,6 +199,7 @@ bool FragmentedMovie::SetTime(const RawBox& fragment, const FragmentHeader& head
   if (fragment.Child(FourCc("tfdt")) != nullptr) {
     const RawBox* timeBox = OnlyChild(fragment, FourCc("tfdt"));
     const auto told = timeBox != nullptr ? ReadFragmentTime(*timeBox) : std::nullopt;
+    // Beyond it sums of times and offsets leave 64 bits.
     if (!told || *told > 1ULL << 62) {
       return Damaged(track.id, "has a fragment whose time can't be read");
     }

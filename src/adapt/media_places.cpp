@@ -21,6 +21,7 @@ struct Chunk {
   std::uint64_t samples = 0;
 
   std::uint64_t End() const {
+    // A place is what the file says, and may lie at the end of all numbers.
     return position + std::min(bytes, std::numeric_limits<std::uint64_t>::max() - position);
   }
 };

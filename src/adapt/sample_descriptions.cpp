@@ -175,6 +175,7 @@ class SampleDescriptions final : public Adaptation {
       unsigned int value = RateAt(largest, field);
       // One that no clip knows stays unknown.
       const bool isAverage = field.kind == RateField::Kind::kAverage;
+      // The largest of averages is none of all; buffers and peaks must suffice for each clip.
       if (isAverage && value != 0 && average != 0) value = average;
       SetRate(descriptions->data, field, value);
     }

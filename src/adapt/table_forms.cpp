@@ -127,6 +127,7 @@ void SpellSyncSamples(const Tables& tables, Changes& changes) {
   for (std::size_t i = 0; i < tables.size(); ++i) {
     if (tables[i]->Child(FourCc("stss")) != nullptr) continue;
     std::vector<std::uint32_t> numbers(*CountSamples(*tables[i]));
+    // Without the table all are sync samples (8.6.2.1), and the result has a table for others.
     std::iota(numbers.begin(), numbers.end(), 1U);
     ReplaceChild(*tables[i], SampleNumbersBox(FourCc("stss"), numbers));
     changes.push_back({i, "sync samples alone, spelled out"});

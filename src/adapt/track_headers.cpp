@@ -55,6 +55,7 @@ std::optional<Fields> Taken(const RawBox& box) {
 }
 
 std::uint64_t Duration(const be32& duration) {
+  // All bits set say so in either width (8.2.2.3).
   return duration == kMost32Bits ? kUnknownDuration : duration;
 }
 

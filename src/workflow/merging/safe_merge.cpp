@@ -168,6 +168,7 @@ bool Run::Copy() {
                 layout_, merge_.image);
   report_.shared = copy.shared;
   if (!copy.findings.empty()) {
+    // A clip that changed explains whatever else is wrong with what was read of it.
     if (const std::string* const changed = states_.Changed(true)) {
       FailChanged(*changed);
       return false;
@@ -365,8 +366,10 @@ bool Run::MayReplace(const std::string& path) {
 }
 
 bool Run::Publish() {
+  // Others may have taken the names while all was copied.
   if (!Enter(Phase::kFlushing) || !MayReplaceAll()) return false;
   if (options_.companion != nullptr) {
+    // What belongs to the result comes first: a result without it would look complete.
     const Findings found = options_.companion->Publish(options_.check.overwrite);
     Add(found);
     if (HoldsUp(found, false)) return false;

@@ -64,6 +64,7 @@ std::optional<AccessUnits::Unit> AccessUnits::UnitAt(std::uint64_t position) {
 // No start code may stand inside a unit, nor may it end with a zero.
 bool AccessUnits::IsClean(const Unit& unit) {
   if (habits_.startCodes) return true;
+  // Where the reference's units end so, or hold start codes, the rule tells nothing.
   const bool endsOtherwise = !unit.cut && !habits_.zeroEnds;
   const std::uint64_t end = std::min(unit.body + unit.size, end_);
   for (std::uint64_t at = unit.body; at < end;) {
@@ -73,6 +74,7 @@ bool AccessUnits::IsClean(const Unit& unit) {
     work_ += step;
     if (bytes == nullptr || HoldsStartCode(bytes, step)) return false;
     if (step == end - at) return !endsOtherwise || bytes[step - 1] != 0;
+    // A start code may lie across two steps.
     at += step - 2;
   }
   return true;
@@ -138,6 +140,7 @@ AccessUnits::Place AccessUnits::PlaceOf(const Unit& unit, const AccessUnit& foun
     paired = true;
     return Place::kInside;
   }
+  // In HEVC a slice says itself whether it is the first of a picture.
   if (syntax_.codec() == Codec::kHevc || paired) return Place::kInside;
   return IsSamePicture(*slice, found.slice) ? Place::kInside : Place::kBehind;
 }
@@ -213,6 +216,7 @@ bool AccessUnits::TakeRest(AccessUnit& found, std::uint64_t at) {
 bool HabitsObserver::TakeJpeg(std::uint64_t position, std::uint64_t size) {
   const auto picture = JpegAt(window_, position, position + size, size);
   if (!picture || picture->size != size || picture->lines == 0) return false;
+  // By its size a picture of this clip is told from one that is shown in another.
   if (habits_.lines != 0 && habits_.lines != picture->lines) return false;
   if (!IsWhole(window_, position, size)) return false;
   habits_.lines = picture->lines;
@@ -241,6 +245,7 @@ bool HabitsObserver::Take(std::uint64_t position, std::uint64_t size) {
   }
   habits_.largest = std::max(habits_.largest, size);
   habits_.fieldPairs = habits_.fieldPairs || pictures == 2;
+  // A picture, or the two fields of one.
   return pictures == 1 || pictures == 2;
 }
 

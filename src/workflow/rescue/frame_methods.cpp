@@ -155,6 +155,7 @@ class HeadedFrames final : public FrameMethod {
       const std::uint32_t size = SizeAt(window, range);
       if (size == 0 || size > range.end - range.begin) return span;
       range.begin += size;
+      // A length alone fits by chance: a frame counts if another one begins behind it.
       if (SizeAt(window, range) == 0 || span.count > kMostFrames) return span;
       Append(span, {size});
     }
@@ -214,6 +215,7 @@ class UniformFrames final : public FrameMethod {
 
   bool IsSmooth(MediaWindow& window, std::uint64_t begin, std::uint64_t count) const {
     for (std::uint64_t at = 0; at < count; at += kRoughnessFrames) {
+      // The last piece reaches back, to have as many frames as the others.
       const std::uint64_t from =
           std::min(at, count > kRoughnessFrames ? count - kRoughnessFrames : 0);
       const auto frames =
@@ -335,6 +337,7 @@ unsigned int RoughnessOf(const unsigned char* bytes, std::size_t frames, std::ui
           static_cast<signed char>(bytes[i * size + lane] - bytes[(i - 1) * size + lane]);
       sum += static_cast<unsigned int>(std::abs(int{step}));
     }
+    // The low bytes of samples are like noise in any sound: the smoothest lane tells.
     least = std::min(least, sum / static_cast<unsigned int>(frames - 1));
   }
   return least;
@@ -350,6 +353,7 @@ std::unique_ptr<FrameMethod> MakeFrameMethod(const Reference& reference, std::si
   if (of.kind != FourCc("soun"))
     return uniform ? std::make_unique<PlacedSamples>(size, counts) : nullptr;
   const StreamDescription stream = DescribeStream(of.entry);
+  // MPEG-4 audio, and the profiles of MPEG-2 AAC (ISO/IEC 14496-1, objectTypeIndication).
   if (of.entryType == FourCc("mp4a") &&
       (stream.objectType == 0x40 || (stream.objectType >= 0x66 && stream.objectType <= 0x68)))
     return MakeDecoded(reference, of, stream.specific);

@@ -32,6 +32,7 @@ class ScanBits {
   bool TakeMarker(unsigned char& code) {
     if (Overdrawn()) return false;
     const unsigned int left = held_ - invented_;
+    // A whole byte that is left belongs to more blocks than the picture has.
     if (left >= 8) return false;
     const unsigned int ones = (1U << left) - 1;
     if ((static_cast<unsigned int>(bits_ >> invented_) & ones) != ones) return false;
@@ -125,6 +126,7 @@ class Counter {
  private:
   bool TakeSegment(unsigned char code, Bytes in) {
     switch (code) {
+      // Sequential processes with Huffman codes (ISO/IEC 10918-1, table B.1), which cameras write.
       case 0xC0:
       case 0xC1:
         return TakeFrame(in);
@@ -155,6 +157,7 @@ class Counter {
       const Bytes field = in.subspan(kHead + kEach * i, kEach);
       const unsigned int h = field[1] >> 4;
       const unsigned int v = field[1] & 15U;
+      // Sampling factors are 1 to 4 (B.2.2).
       if (h == 0 || v == 0 || h > 4 || v > 4) return false;
       across = std::max(across, h);
       down = std::max(down, v);
@@ -180,6 +183,7 @@ class Counter {
   }
 
   bool TakeScan(Bytes in) {
+    // A scan of some of the components would have others behind it, which is not counted here.
     if (in.empty() || in[0] != components_.size() || in.size() < 1 + 2 * components_.size())
       return false;
     for (std::size_t i = 0; i < components_.size(); ++i) {
@@ -199,6 +203,7 @@ class Counter {
     unsigned int restarts = 0;
     for (std::uint64_t unit = 0; unit < units_; ++unit) {
       if (interval_ != 0 && unit != 0 && unit % interval_ == 0 &&
+          // Restart markers count from 0 to 7 and begin again (B.2.1).
           (!bits.TakeMarker(code) || code != 0xD0 + restarts++ % 8))
         return false;
       for (const Component& component : components_) {
@@ -235,6 +240,7 @@ class Counter {
       const unsigned int size = value & 15U;
       const unsigned int zeros = value >> 4;
       constexpr unsigned int kMostZeros = 15;
+      // The end of the block; with 15 it is a run of 16 zeros (F.1.2.2.1).
       if (size == 0 && zeros != kMostZeros) break;
       k += zeros;
       if (k >= kCoefficients || !SkipBits(bits, size)) return false;

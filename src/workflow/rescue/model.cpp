@@ -30,6 +30,7 @@ constexpr CodecEntry kCodecs[] = {{FourCc("avc1"), Codec::kAvc, FourCc("avcC")},
                                   {FourCc("jpeg"), Codec::kJpeg, 0}};
 
 // Fields in front of the boxes of a visual sample entry, its own head included.
+// ISO/IEC 14496-12, clause 12.1.3: 8 bytes of header, 8 of a sample entry, 70 of a visual one.
 constexpr std::size_t kVisualLead = 86;
 
 const CodecEntry* CodecOf(const ReferenceTrack& track) {
@@ -41,6 +42,7 @@ const CodecEntry* CodecOf(const ReferenceTrack& track) {
 
 // From one picture that sets everything back to the next, where that is the same often enough.
 std::uint64_t EvenStepOf(const std::vector<PictureFacts>& pictures) {
+  // Fewer may be even by chance.
   constexpr unsigned int kEnough = 4;
   std::uint64_t step = 0;
   std::uint64_t since = 0;
@@ -67,6 +69,7 @@ class Learner {
     model_.patterns.Learn(reference_, model_.video);
     MakeMethods();
     model_.records = RecordMethod::Learn(reference_);
+    // What was learned must first find the reference's own samples, which are known.
     if (model_.records && !TryRecords()) model_.records.reset();
     if (model_.records) return "";
     return TryWalk();
@@ -101,7 +104,9 @@ std::string Learner::FindVideo() {
           "way to find samples",
           FourCcText(track.entryType));
     }
+    // Units of one look like those of the other.
     if (model_.video) return "has several video tracks, which can't be told apart";
+    // Nothing in the media says where another description takes over.
     if (track.descriptions != 1) return "has several descriptions of its video";
     model_.video = i;
     model_.configuration = EntryBox(track.entry, entry->configuration, kVisualLead);
@@ -201,6 +206,7 @@ std::vector<bool> Learner::WrongTracks(const Harvest& harvest) const {
     for (std::uint64_t i = 0; i < run.samples && !wrong[t]; ++i) {
       const auto& sizes = harvest.tracks[t].sizes;
       const std::uint64_t size = sizes.empty() ? run.bytes / run.samples : sizes[taken[t]++];
+      // A sample that was not found is a loss; one that is none is a lie.
       while (chunk[t] < tracks[t].chunks.size() && place[t] < at) next(t);
       wrong[t] = chunk[t] == tracks[t].chunks.size() || place[t] != at ||
                  tracks[t].sizes.At(tracks[t].chunks[chunk[t]].firstSample + sample[t]) != size;
@@ -247,6 +253,7 @@ std::string Learner::WhyVideoIsNotFound() const {
 std::string Learner::TryWalk() {
   if (model_.video && !HasDecoder())
     return "has video, for which this program was made without a decoder";
+  // Without a track that is found wrongly the others are found otherwise, and are tried once more.
   for (std::size_t rounds = 0; rounds <= reference_.tracks().size(); ++rounds) {
     const WalkRange range = TriedRange();
     const Harvest harvest = WalkMedia(model_, window_, range, [](std::uint64_t) { return true; });

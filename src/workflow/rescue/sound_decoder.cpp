@@ -45,8 +45,10 @@ Context Open(AVCodecID id, std::span<const unsigned char> configuration) {
   std::copy(configuration.begin(), configuration.end(), extra);
   context->extradata = extra;
   context->extradata_size = static_cast<int>(configuration.size());
+  // With more threads frames come late, and where one began could not be told.
   context->thread_count = 1;
   context->max_pixels = kMostPixels;
+  // A decoder that hides errors would find sound in anything.
   context->err_recognition = AV_EF_EXPLODE | AV_EF_BITSTREAM | AV_EF_BUFFER;
   if (library->avcodec_open2(context.get(), codec, nullptr) < 0) return nullptr;
   return context;
@@ -98,6 +100,7 @@ std::vector<std::size_t> SoundDecoder::Starts(std::span<const unsigned char> byt
   buffer_.assign(bytes.begin(), bytes.end());
   if (witness) buffer_.insert(buffer_.end(), witness_.begin(), witness_.end());
   const std::size_t size = buffer_.size();
+  // Decoders read beyond the end in steps, by as much as this.
   buffer_.resize(size + AV_INPUT_BUFFER_PADDING_SIZE);
   AVPacket* packet = decoder_->packet.get();
   packet->data = buffer_.data();
@@ -181,6 +184,7 @@ bool DecodesPicture(Codec codec, std::span<const unsigned char> configuration,
   packet->size = static_cast<int>(accessUnit.size());
   packet->flags = AV_PKT_FLAG_KEY;
   if (library.avcodec_send_packet(context.get(), packet.get()) < 0) return false;
+  // Without an end the decoder would wait for the pictures behind before it shows this one.
   if (library.avcodec_send_packet(context.get(), nullptr) < 0) return false;
   return library.avcodec_receive_frame(context.get(), frame.get()) >= 0 &&
          frame->decode_error_flags == 0 && (frame->flags & AV_FRAME_FLAG_CORRUPT) == 0;

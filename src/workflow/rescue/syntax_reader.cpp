@@ -16,6 +16,7 @@ std::vector<unsigned char> WithoutPrevention(std::span<const unsigned char> payl
   unsigned int zeros = 0;
   for (std::size_t i = 0; i < count; ++i) {
     const unsigned char byte = payload[i];
+    // emulation_prevention_three_byte, which is none of the syntax (ISO/IEC 14496-10, 7.4.1).
     if (zeros >= 2 && byte == 3) {
       zeros = 0;
       continue;

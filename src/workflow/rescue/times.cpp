@@ -40,6 +40,7 @@ void MakeSync(const ReferenceTrack& track, const Pictures& seen, const TrackHarv
     if (rule == nullptr && !seen.empty() && Reproduces(candidate, track, seen)) rule = candidate;
   }
   made.syncEstimated = rule == nullptr;
+  // Playing can surely start there; a place too few does less harm than a wrong one.
   if (rule == nullptr) rule = kSyncRules[1];
   for (std::size_t i = 0; i < found.pictures.size(); ++i) {
     if (rule(found.pictures[i])) made.syncSamples.push_back(static_cast<std::uint32_t>(i + 1));
@@ -65,6 +66,7 @@ void MakeSteps(const ReferenceTrack& track, const TrackHarvest& found, TrackTime
     return;
   }
   const auto regular = RegularStep(track.times);
+  // No mean: one long sample, as the last often is, would slow all of them down.
   const std::uint32_t step = regular ? *regular : MedianStep(track.times);
   made.timesEstimated = !regular;
   AppendTime(made.times, found.samples, step);
