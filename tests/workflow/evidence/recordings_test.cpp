@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-
 #include "support/bytes.h"
 #include "support/temp_dir.h"
 #include "workflow/evidence/said_clips.h"
@@ -255,17 +253,15 @@ TEST(Recordings, SayWhatTheyRestOn) {
   EXPECT_EQ(found[0].evidence[4].text, "MOVI0013.MP4 has the number behind MOVI0012.MP4");
 }
 
-TEST(Recordings, TenThousandClipsTakeSeconds) {
+// Were each compared with all others, no one would wait for it.
+TEST(Recordings, TenThousandClipsAreNoTrouble) {
   std::vector<EvidenceUnit> units;
   for (int i = 0; i < 10'000; ++i) {
     const std::string number = std::to_string(100'000 + i).substr(1);
     units.push_back({{ClipSays("c/A" + number + ".MP4").At(i * 60).For(i % 7 == 6 ? 31 : 60)}});
   }
-  const auto start = std::chrono::steady_clock::now();
   const auto found = ProposeChains(units);
-  const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-  EXPECT_GT(found.size(), 1000u);
-  EXPECT_LT(taken.count(), 10);
+  EXPECT_EQ(1429u, found.size());
 }
 
 TEST(Recordings, TheCopyOnTheCardOfTheOthersCounts) {
