@@ -65,6 +65,18 @@ TEST_F(Examples, MergeFilesFromPython) {
   const std::string script = support::SourcePath("examples/merge_clips.py");
   ExpectMerges({"env", "CLIPCHAIN_LIBRARY=" CLIPCHAIN_LIBRARY, CLIPCHAIN_PYTHON, script, output_});
 }
+
+TEST_F(Examples, ReplaceNothingFromPython) {
+  const support::Bytes clip = support::ReadFile(support::SourcePath("examples/clips/clip1.mp4"));
+  support::WriteFile(output_, clip);
+  const Finished run =
+      support::Run({"env", "CLIPCHAIN_LIBRARY=" CLIPCHAIN_LIBRARY, CLIPCHAIN_PYTHON,
+                    support::SourcePath("examples/merge_clips.py"), output_,
+                    support::SourcePath("examples/clips/clip2.mp4"), output_});
+  EXPECT_EQ(1, run.exitCode);
+  EXPECT_THAT(run.err, testing::HasSubstr("is the same file as the input"));
+  EXPECT_TRUE(clip == support::ReadFile(output_));
+}
 #endif
 
 TEST_F(Examples, ShowProgressUpToTheEnd) {
