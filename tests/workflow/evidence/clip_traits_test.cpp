@@ -234,7 +234,7 @@ TEST(LeafValues, AreOf16To32BytesAndNoText) {
   EXPECT_EQ(count(kValue + kValue + Hex("0102030405")), 0u);
   EXPECT_EQ(count(Text("HD9.01.01.60.00 X")), 0u);
   EXPECT_EQ(count(Fill(16, 0)), 0u);
-  for (int leading = 0; leading <= 4; ++leading) {
+  for (std::size_t leading = 0; leading <= 4; ++leading) {
     EXPECT_EQ(count(Fill(leading, 1) + Text("+48.1234+011.567/")), 0u) << leading;
     EXPECT_EQ(count(Fill(leading, 1) + kValue), 1u) << leading;
   }

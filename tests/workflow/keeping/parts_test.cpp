@@ -52,7 +52,7 @@ TEST(ContentHash, IsThatOfTheToolsForIt) {
 class ClipHashesTest : public testing::Test {
  protected:
   ClipHashesTest() {
-    for (const std::size_t size : {3'000'000, 1000, 700'000}) {
+    for (const std::size_t size : {3'000'000U, 1000U, 700'000U}) {
       clips_.push_back(folder_ / std::to_string(size));
       bytes_.emplace_back(size);
       for (std::size_t i = 0; i < size; ++i)
