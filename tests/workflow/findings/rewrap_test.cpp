@@ -22,9 +22,7 @@ std::string Replaced(std::string text, const std::string& what, const std::strin
 
 class Rewrap : public support::CheckTest {
  protected:
-  void SetUp() override {
-    if (!support::HasMediaTools()) GTEST_SKIP() << "no ffmpeg";
-  }
+  void SetUp() override { ASSERT_TRUE(support::HasMediaTools()) << "scripts/test installs ffmpeg"; }
   static int Shell(const std::string& command) {
     return support::Run({"sh", "-c", command}).exitCode;
   }

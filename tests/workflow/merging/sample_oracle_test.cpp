@@ -389,21 +389,24 @@ TEST_F(SampleOracle, LetsATrackOfDataStayAhead) {
   ExpectFinding(joined(30000), Message::kResultDiffers, "moov", "which it need not");
 }
 
+// A track whose one description declares a bit rate and a buffer.
+support::Track Declaring(support::Track track, std::uint32_t buffer, std::uint32_t most) {
+  using namespace support;
+  const Bytes& entry = track.sampleEntry;
+  const std::string type(entry.begin() + 4, entry.begin() + 8);
+  track.sampleEntry =
+      Box(type, {Slice(entry, 8, entry.size()), Box("btrt", {U32(buffer), U32(most), U32(7)})});
+  return track;
+}
+
 // What is declared about bit rates may differ between clips; the result declares the most.
 TEST_F(SampleOracle, HoldsBitRatesToTheLargestOfTheClips) {
-  const auto declaring = [](support::Track track, std::uint32_t buffer, std::uint32_t most) {
-    using namespace support;
-    const Bytes entry = track.sampleEntry;
-    track.sampleEntry =
-        Box("avc1", {Slice(entry, 8, entry.size()), Box("btrt", {U32(buffer), U32(most), U32(7)})});
-    return track;
-  };
   const support::Track first = Pictures(7, 1);
   const support::Track second = Pictures(5, 2);
-  Clips({support::MovieBuilder().Add(declaring(first, 10, 2000)).Build(),
-         support::MovieBuilder().Add(declaring(second, 30, 1000)).Build()});
+  Clips({support::MovieBuilder().Add(Declaring(first, 10, 2000)).Build(),
+         support::MovieBuilder().Add(Declaring(second, 30, 1000)).Build()});
   const auto joined = [&](std::uint32_t buffer, std::uint32_t most) {
-    return support::MovieBuilder().Add(declaring(Both(first, second), buffer, most)).Build();
+    return support::MovieBuilder().Add(Declaring(Both(first, second), buffer, most)).Build();
   };
   EXPECT_EQ("", Words(Look(joined(30, 2000))));
   for (const auto& [buffer, most] : {std::pair{10u, 2000u}, {30u, 1000u}, {31u, 2000u}})
@@ -413,53 +416,39 @@ TEST_F(SampleOracle, HoldsBitRatesToTheLargestOfTheClips) {
 
 // Programs that write fragments do not know the rates.
 TEST_F(SampleOracle, TakesADescriptionThatDeclaresNoRatesForTheSame) {
-  const auto declaring = [](support::Track track, std::uint32_t most) {
-    using namespace support;
-    const Bytes entry = track.sampleEntry;
-    track.sampleEntry =
-        Box("avc1", {Slice(entry, 8, entry.size()), Box("btrt", {U32(3), U32(most), U32(7)})});
-    return track;
-  };
   const support::Track first = Pictures(7, 1);
   const support::Track second = Pictures(5, 2);
   const auto clip = [](const support::Track& track) {
     return support::MovieBuilder().Add(track).Build();
   };
-  Clips({clip(declaring(first, 2000)), clip(second)});
-  EXPECT_EQ("", Words(Look(clip(declaring(Both(first, second), 2000)))));
-  ExpectFinding(clip(declaring(Both(first, second), 100)), Message::kResultDiffers, "stsd",
+  Clips({clip(Declaring(first, 3, 2000)), clip(second)});
+  EXPECT_EQ("", Words(Look(clip(Declaring(Both(first, second), 3, 2000)))));
+  ExpectFinding(clip(Declaring(Both(first, second), 3, 100)), Message::kResultDiffers, "stsd",
                 "the clips declare 2000 and 3");
   ExpectFinding(clip(Both(first, second)), Message::kResultDiffers, "stsd",
                 "as the first clip has them");
-  Clips({clip(first), clip(declaring(second, 2000))});
+  Clips({clip(first), clip(Declaring(second, 3, 2000))});
   EXPECT_EQ("", Words(Look(clip(Both(first, second)))));
   support::Track other = second;
   other.sampleEntry.back() ^= 1;
-  Clips({clip(first), clip(declaring(other, 2000))});
+  Clips({clip(first), clip(Declaring(other, 3, 2000))});
   ExpectFinding(clip(Both(first, second)), Message::kResultDiffers, "stsd", "otherwise");
 }
 
 // A clip without samples of a track declares what it declares.
 TEST_F(SampleOracle, HoldsBitRatesToThoseOfEmptyTracksToo) {
-  const auto declaring = [](support::Track track, std::uint32_t most) {
-    using namespace support;
-    const Bytes entry = track.sampleEntry;
-    track.sampleEntry =
-        Box("mp4a", {Slice(entry, 8, entry.size()), Box("btrt", {U32(0), U32(most), U32(7)})});
-    return track;
-  };
   const support::Track pictures = Pictures(7, 1);
   const support::Track sound = Told(support::AudioTrack(9), 1);
   support::Track silent = support::AudioTrack(0);
   silent.stts.clear();
   const auto clip = [&](const support::Track& track, std::uint32_t most) {
-    return support::MovieBuilder().Add(pictures).Add(declaring(track, most)).Build();
+    return support::MovieBuilder().Add(pictures).Add(Declaring(track, 0, most)).Build();
   };
   Clips({clip(sound, 1000), clip(silent, 2000)});
   const auto joined = [&](std::uint32_t most) {
     return support::MovieBuilder()
         .Add(Both(pictures, pictures))
-        .Add(declaring(sound, most))
+        .Add(Declaring(sound, 0, most))
         .Build();
   };
   EXPECT_EQ("", Words(Look(joined(2000))));
