@@ -25,7 +25,9 @@ FileBytes& OpenClip::At(std::size_t clip) {
   return *file_;
 }
 
-MediaBlocks::~MediaBlocks() {
+MediaBlocks::~MediaBlocks() { End(); }
+
+void MediaBlocks::End() {
   {
     const std::lock_guard guard(lock_);
     isOver_ = true;
@@ -79,13 +81,7 @@ void MediaBlocks::Run(const std::vector<ImagePiece>& pieces) {
   // However it ends, nobody is to wait for more.
   struct Over {
     MediaBlocks& blocks;
-    ~Over() {
-      {
-        const std::lock_guard guard(blocks.lock_);
-        blocks.isOver_ = true;
-      }
-      blocks.changed_.notify_all();
-    }
+    ~Over() { blocks.End(); }
   } const over{*this};
   for (const ImagePiece& piece : pieces) {
     if (!IsInClip(piece)) continue;

@@ -68,6 +68,8 @@ class MediaBlocks {
 
   Block Read(const ImagePiece& piece, unsigned long long done, std::vector<unsigned char>& room);
   void Run(const std::vector<ImagePiece>& pieces);
+  // Nobody reads or waits any more.
+  void End();
   // False: no more is wanted.
   bool ReadInto(const ImagePiece& piece, unsigned long long done);
 
