@@ -9,6 +9,7 @@
 #include "adapt/bit_rates.h"
 #include "adapt/box_header.h"
 #include "adapt/description_match.h"
+#include "adapt/description_words.h"
 #include "adapt/engine_movie.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
@@ -20,36 +21,9 @@ namespace {
 
 constexpr const char* kOtherKind = "leave it out, or merge it with clips of its own kind";
 
-// A buffer size and two bit rates stand in one box.
-constexpr std::size_t kFieldsTogether = 3;
-
 const RawBox* DescriptionsOf(const RawBox& track) {
   const RawBox* table = SampleTable(track);
   return table != nullptr ? table->Child(FourCc("stsd")) : nullptr;
-}
-
-// The first byte that differs, by its place in the entry.
-std::string DifferenceWords(const RawBox& first, const RawBox& second, const std::string& name) {
-  const auto a = SampleEntriesOf(first);
-  const auto b = SampleEntriesOf(second);
-  if (!a || !b) return "a description is damaged";
-  if (a->size() != b->size())
-    return "it has " + std::to_string(b->size()) + " descriptions, and " +
-           std::to_string(a->size()) + " in " + name;
-  for (std::size_t i = 0; i < a->size(); ++i) {
-    const Bytes& mine = (*b)[i].data;
-    const Bytes& theirs = (*a)[i].data;
-    if ((*a)[i].type != (*b)[i].type)
-      return "it is " + Quoted((*b)[i].type) + ", and " + Quoted((*a)[i].type) + " in " + name;
-    if (mine.size() != theirs.size())
-      return Quoted((*b)[i].type) + " has " + std::to_string(mine.size()) + " bytes, and " +
-             std::to_string(theirs.size()) + " in " + name;
-    const auto [x, y] = std::mismatch(mine.begin(), mine.end(), theirs.begin());
-    if (x != mine.end())
-      return "byte " + std::to_string(x - mine.begin()) + " of " + Quoted((*b)[i].type) + " is " +
-             std::to_string(*x) + ", and " + std::to_string(*y) + " in " + name;
-  }
-  return "they differ in form";
 }
 
 // Those that have samples.
@@ -105,7 +79,7 @@ class SampleDescriptions final : public Adaptation {
     const std::vector<const RawBox*> first = TracksOf(std::as_const(clips.front().movie));
     for (const RawBox* track : first) {
       const RawBox* descriptions = DescriptionsOf(*track);
-      largest_.push_back(descriptions != nullptr ? descriptions->data : Bytes());
+      together_.push_back(descriptions != nullptr ? descriptions->data : Bytes());
     }
     differing_.resize(first.size());
     for (std::size_t i = 1; i < clips.size(); ++i) {
@@ -118,7 +92,7 @@ class SampleDescriptions final : public Adaptation {
   void Complete(RawBox& movie) const override {
     const std::vector<RawBox*> tracks = TracksOf(movie);
     for (std::size_t k = 0; k < tracks.size() && k < differing_.size(); ++k) {
-      if (!differing_[k].empty()) SetRates(*tracks[k], largest_[k], differing_[k]);
+      if (!differing_[k].empty()) SetRates(*tracks[k], together_[k], differing_[k]);
     }
   }
 
@@ -134,7 +108,8 @@ class SampleDescriptions final : public Adaptation {
       report
           .Refuse(FitProblemKind::kSampleDescription, clip, id,
                   "in its " + RawTrackWords(second) + " is encoded in another way than that of " +
-                      firstPath + ": " + DifferenceWords(*a, *b, firstPath),
+                      firstPath + ": " +
+                      DescriptionDifference(*a, *b, TrackKind(second), firstPath),
                   kOtherKind)
           .box = "moov/trak/mdia/minf/stbl/stsd";
       return;
@@ -149,41 +124,40 @@ class SampleDescriptions final : public Adaptation {
     TakeRates(a->data, matched->stsd, place);
     report.Note(AdaptationKind::kBitRates, clip, id,
                 "declares in its " + RawTrackWords(second) +
-                    " other bit rates or buffer sizes than the first clip");
+                    " other bit rates or sizes of frames or buffers than the first clip");
   }
 
   void TakeRates(const Bytes& first, const Bytes& later, std::size_t place) {
-    const std::vector<RateField> fields = RateFieldsOf(first);
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-      const unsigned int rate = RateAt(later, fields[i]);
-      if (rate != RateAt(first, fields[i])) differing_[place].insert(i / kFieldsTogether);
-      SetRate(largest_[place], fields[i], std::max(RateAt(largest_[place], fields[i]), rate));
+    for (const RateField& field : RateFieldsOf(first)) {
+      const std::uint64_t rate = RateAt(later, field);
+      if (rate != RateAt(first, field)) differing_[place].insert(field.boxAt);
+      const std::uint64_t before = RateAt(together_[place], field);
+      SetRate(together_[place], field, RateOfBoth(field.kind, before, rate));
     }
   }
 
   // What all clips declare alike stays.
-  static void SetRates(RawBox& track, const Bytes& largest,
+  static void SetRates(RawBox& track, const Bytes& together,
                        const std::set<std::size_t>& differing) {
     RawBox* table = SampleTable(track);
     RawBox* descriptions = table != nullptr ? table->Child(FourCc("stsd")) : nullptr;
     if (descriptions == nullptr) return;
     const unsigned int average = AverageRate(track);
-    const std::vector<RateField> fields = RateFieldsOf(descriptions->data);
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-      if (differing.count(i / kFieldsTogether) == 0) continue;
-      const RateField& field = fields[i];
-      unsigned int value = RateAt(largest, field);
+    for (const RateField& field : RateFieldsOf(descriptions->data)) {
+      if (differing.count(field.boxAt) == 0) continue;
+      std::uint64_t value = RateAt(together, field);
       // One that no clip knows stays unknown.
       const bool isAverage = field.kind == RateField::Kind::kAverage;
       // The largest of averages is none of all; buffers and peaks must suffice for each clip.
       if (isAverage && value != 0 && average != 0) value = average;
+      if (field.kind == RateField::Kind::kOfOneClip) value = 0;
       SetRate(descriptions->data, field, value);
     }
   }
 
-  // Descriptions of each track with the largest rates so far.
-  std::vector<Bytes> largest_;
-  // By track, of which boxes the fields are that differ, counted in their order.
+  // Descriptions of each track with the rates of all clips so far.
+  std::vector<Bytes> together_;
+  // By track, where the boxes begin of whose fields some differ.
   std::vector<std::set<std::size_t>> differing_;
 };
 

@@ -4,7 +4,9 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "adapt/box_header.h"
 #include "adapt/table_builder.h"
 #include "adapt/table_forms.h"
 #include "adapt/track_headers.h"
@@ -79,6 +81,41 @@ bool CutOffsets(RawBox& table, std::uint32_t samples) {
   return true;
 }
 
+// Boxes of which a track has one at most (ISO/IEC 14496-12, table 1), by what they stand in.
+// Readers take the first or the last of two.
+struct SingleBoxes {
+  std::vector<unsigned int> path;
+  std::vector<unsigned int> types;
+};
+
+const std::vector<SingleBoxes>& BoxesOfOne() {
+  static const std::vector<SingleBoxes> boxes = {
+      {{}, {FourCc("tkhd"), FourCc("edts"), FourCc("mdia")}},
+      {{FourCc("edts")}, {FourCc("elst")}},
+      {{FourCc("mdia")}, {FourCc("mdhd"), FourCc("hdlr"), FourCc("minf")}},
+      {{FourCc("mdia"), FourCc("minf")}, {FourCc("stbl")}},
+      {{FourCc("mdia"), FourCc("minf"), FourCc("stbl")},
+       {FourCc("stsd"), FourCc("stts"), FourCc("ctts"), FourCc("stss"), FourCc("stsz"),
+        FourCc("stz2"), FourCc("stsc"), FourCc("stco"), FourCc("co64"), FourCc("cslg"),
+        FourCc("stps"), FourCc("sdtp")}}};
+  return boxes;
+}
+
+// The type of a box that is there twice; 0 without one.
+unsigned int TypeOfTwo(const RawBox& track) {
+  for (const SingleBoxes& single : BoxesOfOne()) {
+    const RawBox* parent = &track;
+    for (const unsigned int step : single.path)
+      parent = parent != nullptr ? parent->Child(step) : nullptr;
+    if (parent == nullptr) continue;
+    for (const unsigned int type : single.types) {
+      const auto isSuch = [type](const RawBox& box) { return box.type == type; };
+      if (std::count_if(parent->children.begin(), parent->children.end(), isSuch) > 1) return type;
+    }
+  }
+  return 0;
+}
+
 class SpareEntries final : public Adaptation {
  public:
   void Adapt(FitClips& clips, FitReport& report) override {
@@ -89,6 +126,11 @@ class SpareEntries final : public Adaptation {
 
  private:
   static void Look(RawBox& track, std::size_t clip, FitReport& report) {
+    if (const unsigned int type = TypeOfTwo(track); type != 0)
+      report.Refuse(FitProblemKind::kTablesDisagree, clip, RawTrackId(track),
+                    "has in its " + RawTrackWords(track) + " two boxes " + Quoted(type) +
+                        ", of which programs read the first or the last",
+                    "copy the clip again, or repair it with a tool for it");
     RawBox* table = SampleTable(track);
     const auto samples = table != nullptr ? CountSamples(*table) : std::nullopt;
     if (!samples) return;

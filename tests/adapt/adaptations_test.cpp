@@ -191,6 +191,49 @@ TEST(SampleDescriptions, OfOtherSettingsAreRefused) {
   EXPECT_EQ(report.problems[0].clip, 1u);
 }
 
+// A person reads which field it is; what declares rates is never the reason.
+TEST(SampleDescriptions, WhoseFieldsDifferAreNamed) {
+  using namespace support;
+  struct Case {
+    const char* type;
+    Bytes first;
+    Bytes second;
+    const char* words;
+  };
+  const Bytes rates = Box("btrt", {U32(1), U32(2), U32(3)});
+  const Bytes shape = Box("pasp", {U32(4), U32(3)});
+  for (const Case& known :
+       {Case{"vide", rates + shape, shape + Box("colr", {U32(FourCc("nclx"))}),
+             "\"avc1\" has a box \"colr\" (what its colours are), which that of clip.mp4 has not"},
+        {"vide", shape, rates + Box("clap", {U32(1)}),
+         "\"avc1\" has a box \"clap\" (which part is shown), which that of clip.mp4 has not"},
+        {"vide", shape + Box("zzzz", {U32(1)}), rates + shape,
+         "\"avc1\" has no box \"zzzz\", which that of clip.mp4 has"},
+        {"vide", shape, rates + Box("pasp", {U32(4), U32(5)}),
+         "the vertical spacing of \"pasp\" in \"avc1\" is 5, and 3 in clip.mp4"},
+        {"vide", Box("zzzz", {U32(1)}), Box("zzzz", {U32(3)}),
+         "byte 3 of \"zzzz\" in \"avc1\" is 3, and 1 in clip.mp4"},
+        {"vide", Box("zzzz", {U32(1)}), Box("zzzz", {U16(1)}),
+         "\"zzzz\" in \"avc1\" has 2 bytes, and 4 in clip.mp4"},
+        {"soun", Box("dac3", {U24(0x100800)}), Box("dac3", {U24(0x1008A0)}),
+         "the bit rate code of \"dac3\" in \"mp4a\" is 5, and 0 in clip.mp4"}}) {
+    const bool isSound = std::string(known.type) == "soun";
+    const auto with = [&](const Bytes& boxes) {
+      MovieBuilder clip = MovieBuilder().Add(isSound ? AudioTrack(4) : VideoTrack(4));
+      const Bytes entry = clip.tracks[0].sampleEntry;
+      clip.tracks[0].sampleEntry =
+          Box(isSound ? "mp4a" : "avc1", {Slice(entry, 8, isSound ? 36 : 86), boxes});
+      return clip;
+    };
+    FitClips clips = ClipsOf({with(known.first), with(known.second)});
+    FitReport report;
+    MakeSampleDescriptions()->Adapt(clips, report);
+    ASSERT_EQ(report.problems.size(), 1u);
+    EXPECT_NE(report.problems[0].text.find(known.words), std::string::npos)
+        << report.problems[0].text;
+  }
+}
+
 TEST(SampleDescriptions, TheLargestRatesAreDeclared) {
   const auto with = [](std::uint32_t buffer, std::uint32_t most) {
     MovieBuilder clip = MovieBuilder().Add(support::VideoTrack(4));
@@ -213,6 +256,41 @@ TEST(SampleDescriptions, TheLargestRatesAreDeclared) {
   const Bytes& found = SampleTable(*TracksOf(movie)[0])->Child(FourCc("stsd"))->data;
   const Bytes wanted = support::U32(20) + support::U32(900);
   EXPECT_NE(std::search(found.begin(), found.end(), wanted.begin(), wanted.end()), found.end());
+}
+
+// What a "dfLa" says of one clip alone is left out; its frame sizes are those of all.
+TEST(SampleDescriptions, FramesOfAllClipsAreDeclared) {
+  using namespace support;
+  const auto with = [](unsigned int least, unsigned int most, unsigned int sum) {
+    MovieBuilder clip = MovieBuilder().Add(AudioTrack(4));
+    const Bytes entry = AudioEntry();
+    const Bytes info =
+        FullBox("dfLa", 0, 0,
+                {U32(0x80000022), U32(0x10001000), U24(least), U24(most), U32(0x0AC442F0),
+                 U32(1000), U32(sum), U32(sum), U32(sum), U32(sum)});
+    clip.tracks[0].sampleEntry = support::Box("fLaC", {Slice(entry, 8, 36), info});
+    return clip;
+  };
+  const auto joined = [](const std::vector<MovieBuilder>& builders) {
+    FitClips clips = ClipsOf(builders);
+    FitReport report;
+    const auto adaptation = MakeSampleDescriptions();
+    adaptation->Adapt(clips, report);
+    EXPECT_TRUE(report.problems.empty());
+    RawBox movie = clips[0].movie;
+    adaptation->Complete(movie);
+    const Bytes found = SampleTable(*TracksOf(movie)[0])->Child(FourCc("stsd"))->data;
+    return Slice(found, found.size() - 34, found.size());
+  };
+  const auto wanted = [](unsigned int least, unsigned int most) {
+    return U32(0x10001000) + U24(least) + U24(most) + U32(0x0AC442F0) + Bytes(20, 0);
+  };
+  EXPECT_EQ(joined({with(5, 70, 1), with(4, 80, 2)}), wanted(4, 80));
+  EXPECT_EQ(joined({with(5, 70, 1), with(0, 0, 0), with(4, 80, 2)}), wanted(0, 0));
+  EXPECT_EQ(joined({with(5, 70, 1), with(5, 70, 1), with(6, 60, 1)}), wanted(5, 70));
+  // What all say stays as it is.
+  EXPECT_EQ(Slice(joined({with(5, 70, 1), with(5, 70, 1)}), 10, 34),
+            U32(0x0AC442F0) + U32(1000) + U32(1) + U32(1) + U32(1) + U32(1));
 }
 
 // One box of two says the same in both clips.
@@ -353,6 +431,24 @@ TEST(SpareEntries, OfChunksAndOffsetsArePassedOver) {
     EXPECT_EQ(SampleCount(*kept, chunks), samples);
     EXPECT_EQ(ReadOffsets(*table.Child(FourCc("ctts"))), (OffsetRuns{{samples, 5}}));
     EXPECT_EQ(table.Child(FourCc("ctts"))->data.front(), 1);
+  }
+}
+
+// Of two tables programs read the first or the last.
+TEST(SpareEntries, OfATableThatIsThereTwiceNobodyDecides) {
+  using namespace support;
+  for (const unsigned int type : {FourCc("stts"), FourCc("ctts"), FourCc("stss"), FourCc("stsz"),
+                                  FourCc("stsc"), FourCc("co64")}) {
+    const MovieBuilder clip = MovieBuilder().Add(VideoTrack(4));
+    FitClips clips = ClipsOf({clip, clip});
+    auto& tables = SampleTable(*TracksOf(clips[1].movie)[0])->children;
+    for (int i = 0; i < 2; ++i) tables.emplace_back(type, Bytes(8, 0));
+    FitReport report;
+    MakeSpareEntries()->Adapt(clips, report);
+    ASSERT_EQ(report.problems.size(), 1u) << FourCcText(type);
+    EXPECT_EQ(report.problems[0].kind, FitProblemKind::kTablesDisagree);
+    EXPECT_EQ(report.problems[0].clip, 1u);
+    EXPECT_NE(report.problems[0].text.find("two boxes \"" + FourCcText(type)), std::string::npos);
   }
 }
 

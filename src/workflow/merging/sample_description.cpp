@@ -77,6 +77,7 @@ class RateFinder {
           Take({true, U32(box.body, 0), U32(box.body, 4), U32(box.body, 8)});
         Blank(inside ? box.body : box.whole, !inside);
       }
+      LookAtFrames(box);
       if (box.type != FourCc("esds")) continue;
       const View rates = RatesIn(box.body);
       if (rates.empty()) continue;
@@ -88,8 +89,11 @@ class RateFinder {
   // Leaves out what was found, the last of it first, and the size of what is left.
   void Bare() {
     std::string& bare = description_.bare;
-    for (auto part = blank_.rbegin(); part != blank_.rend(); ++part)
+    for (auto part = blank_.rbegin(); part != blank_.rend(); ++part) {
+      const auto kept = static_cast<char>(entry_[part->begin] & part->keeps);
       bare.replace(part->begin, part->size, part->isGone ? 0 : part->size, '\0');
+      if (!part->isGone) bare[part->begin] = kept;
+    }
     constexpr std::size_t kSize = 4;
     bare.erase(0, kSize);
   }
@@ -99,13 +103,46 @@ class RateFinder {
     std::size_t begin;
     std::size_t size;
     bool isGone;
+    // Bits of its first byte that stay.
+    unsigned int keeps;
   };
+
+  void LookAtFrames(const BoxView& box) {
+    const View body = box.body;
+    FrameStatistics found{box.type, 0, 0, {}};
+    // Fields of STREAMINFO behind version and flags of the box and the head of the block.
+    constexpr std::size_t kInfo = 8;
+    constexpr std::uint32_t kInfoHead = 34;
+    constexpr std::uint32_t kIsLast = 0x80000000U;
+    if (box.type == FourCc("dfLa") && body.size() >= kInfo + kInfoHead &&
+        (U32(body, 4) & ~kIsLast) == kInfoHead) {
+      found.least = U32(body, kInfo + 3) & 0xFFFFFF;
+      found.most = U32(body, kInfo + 6) & 0xFFFFFF;
+      // The depth of a sample ends in the first four bits.
+      constexpr unsigned int kCount = 0x0F;
+      found.ofAll = std::string(body.begin() + kInfo + 13, body.begin() + kInfo + kInfoHead);
+      found.ofAll[0] = static_cast<char>(body[kInfo + 13] & kCount);
+      Blank(body.subspan(kInfo + 4, 6), false);
+      Blank(body.subspan(kInfo + 13, kInfoHead - 13), false, ~kCount);
+    } else if (box.type == FourCc("alac") && body.size() >= 28) {
+      found.most = U32(body, 16);
+      Blank(body.subspan(16, 8), false);
+    } else if (box.type == FourCc("dec3") && body.size() >= 2) {
+      constexpr unsigned int kStreams = 7;
+      found.most = U16(body, 0) >> 3;
+      Blank(body.first(1), false);
+      Blank(body.subspan(1, 1), false, kStreams);
+    } else {
+      return;
+    }
+    description_.frames.push_back(found);
+  }
 
   void Take(const BitRates& rates) { description_.rates.push_back(rates); }
 
-  void Blank(View bytes, bool isGone) {
+  void Blank(View bytes, bool isGone, unsigned int keeps = 0) {
     const auto begin = static_cast<std::size_t>(bytes.data() - entry_.data());
-    blank_.push_back({begin, bytes.size(), isGone});
+    if (!bytes.empty()) blank_.push_back({begin, bytes.size(), isGone, keeps & 0xFF});
   }
 
   View entry_;
@@ -116,7 +153,7 @@ class RateFinder {
 }  // namespace
 
 Description DescriptionOf(View entry, std::uint32_t handler) {
-  Description description{std::string(entry.begin(), entry.end()), {}};
+  Description description{std::string(entry.begin(), entry.end()), {}, {}};
   RateFinder finder(entry, description);
   finder.Look(BoxesOf(entry, handler));
   finder.Bare();

@@ -1,6 +1,7 @@
-// Compares sample descriptions with and without what they declare about bit rates.
+// Compares sample descriptions with and without what they declare about the media as a whole.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -19,11 +20,26 @@ struct BitRates {
   bool operator==(const BitRates&) const = default;
 };
 
+// What a "dfLa" (RFC 9639, section 8.2), an "alac" or a "dec3" (ETSI TS 102 366, F.6) says about
+// all frames there are.
+struct FrameStatistics {
+  std::uint32_t box = 0;
+  // The smallest frame and the largest one, 0: unknown; of "dec3" the bit rate.
+  std::uint64_t least = 0;
+  std::uint64_t most = 0;
+  // The number of samples and the checksum of all; empty in boxes without them.
+  std::string ofAll;
+
+  bool operator==(const FrameStatistics&) const = default;
+};
+
 struct Description {
   // The entry's bytes without its size and boxes "btrt", zeros for what else is declared about bit
-  // rates.
+  // rates and frames.
   std::string bare;
   std::vector<BitRates> rates;
+  // In the order of their boxes, which `bare` tells.
+  std::vector<FrameStatistics> frames;
 
   // The rates that stand where those number `index` of `other` do; zeros where nothing does.
   BitRates Like(const Description& other, std::size_t index) const;

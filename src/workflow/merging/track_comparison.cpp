@@ -243,16 +243,7 @@ void TrackComparison::DeclareAll() {
 }
 
 void TrackComparison::Declare(std::uint32_t index, const Description& clips) {
-  const Description& ours = descriptions_[index - 1];
-  std::vector<Declared>& places = declared_[index];
-  for (std::size_t i = 0; i < ours.rates.size(); ++i) {
-    const BitRates rates = clips.Like(ours, i);
-    if (i == places.size()) places.push_back({rates});
-    Declared& place = places[i];
-    place.same = place.same && place.most == rates;
-    place.most.buffer = std::max(place.most.buffer, rates.buffer);
-    place.most.most = std::max(place.most.most, rates.most);
-  }
+  declared_[index].Add(descriptions_[index - 1], clips);
 }
 
 bool TrackComparison::AddPlace(const ClipAtWork& clip, const SampleRun& mine,
@@ -340,19 +331,9 @@ void TrackComparison::CompareDuration() {
 
 // A decoder makes room by what is declared: too little of it would be a lie about the media.
 void TrackComparison::CompareRates() {
-  for (const auto& [index, places] : declared_) {
-    const std::vector<BitRates>& found = descriptions_[index - 1].rates;
-    for (std::size_t i = 0; i < places.size() && i < found.size(); ++i) {
-      const BitRates& most = places[i].most;
-      const bool right = places[i].same
-                             ? found[i] == most
-                             : found[i].buffer == most.buffer && found[i].most == most.most;
-      if (!right)
-        Differs(kDescriptions,
-                fmt::format("declares a bit rate of {} at most and a buffer of {}; the clips "
-                            "declare {} and {}",
-                            found[i].most, found[i].buffer, most.most, most.buffer));
-    }
+  for (const auto& [index, declared] : declared_) {
+    if (const auto fault = declared.FaultOf(descriptions_[index - 1]))
+      Differs(kDescriptions, *fault);
   }
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "workflow/merging/byte_ranges.h"
+#include "workflow/merging/declared_rates.h"
 #include "workflow/merging/oracle_findings.h"
 #include "workflow/merging/sample_description.h"
 #include "workflow/merging/sample_groups.h"
@@ -94,12 +95,6 @@ class TrackComparison {
   void CompareDuration();
   bool Differs(const char* box, std::string text);
 
-  // What the clips declare about one place of one description.
-  struct Declared {
-    BitRates most;
-    // All of them the same.
-    bool same = true;
-  };
   // A cursor over what is said of groups or sub-samples.
   struct GroupPlace {
     std::size_t run = 0;
@@ -120,7 +115,7 @@ class TrackComparison {
   Showing showing_;
   std::vector<Description> descriptions_;
   // By index of the description.
-  std::map<std::uint32_t, std::vector<Declared>> declared_;
+  std::map<std::uint32_t, DeclaredRates> declared_;
   std::vector<Description> ofClip_;
   // Of the clip at work.
   std::set<std::pair<std::uint32_t, std::uint32_t>> compared_;

@@ -414,6 +414,44 @@ TEST_F(SampleOracle, HoldsBitRatesToTheLargestOfTheClips) {
                   "the clips declare 2000 and 30");
 }
 
+// Sound whose description tells the sizes of frames, their number and a checksum.
+support::Track Counted(support::Track track, std::uint32_t least, std::uint32_t most,
+                       std::uint32_t sum) {
+  using namespace support;
+  const Bytes info = FullBox("dfLa", 0, 0,
+                             {U32(0x80000022), U32(0x10001000), U24(least), U24(most),
+                              U32(0x0AC442F0), U32(sum), Bytes(16, sum != 0 ? 7 : 0)});
+  track.sampleEntry = Box("fLaC", {Slice(AudioEntry(), 8, 36), info});
+  return track;
+}
+
+// Frames of the result are no smaller and no larger than it says, and nothing that is said of one
+// clip is said of all.
+TEST_F(SampleOracle, HoldsFramesToThoseOfTheClips) {
+  const support::Track pictures = Pictures(7, 1);
+  const support::Track sound = Told(support::AudioTrack(9), 1);
+  const auto clip = [&](const support::Track& track) {
+    return support::MovieBuilder().Add(pictures).Add(track).Build();
+  };
+  const auto joined = [&](std::uint32_t least, std::uint32_t most, std::uint32_t sum) {
+    return support::MovieBuilder()
+        .Add(Both(pictures, pictures))
+        .Add(Counted(Both(sound, sound), least, most, sum))
+        .Build();
+  };
+  Clips({clip(Counted(sound, 5, 60, 9)), clip(Counted(sound, 6, 70, 9))});
+  EXPECT_EQ("", Words(Look(joined(5, 70, 0))));
+  ExpectFinding(joined(6, 70, 0), Message::kResultDiffers, "stsd", "of the clips' it is 5 to 70");
+  ExpectFinding(joined(5, 60, 0), Message::kResultDiffers, "stsd", "declares frames from 5 to 60");
+  ExpectFinding(joined(5, 70, 9), Message::kResultDiffers, "stsd", "declares frames");
+  Clips({clip(Counted(sound, 5, 60, 9)), clip(Counted(sound, 0, 0, 0))});
+  EXPECT_EQ("", Words(Look(joined(0, 0, 0))));
+  ExpectFinding(joined(5, 60, 0), Message::kResultDiffers, "stsd", "declares frames");
+  Clips({clip(Counted(sound, 5, 60, 9)), clip(Counted(sound, 5, 60, 9))});
+  EXPECT_EQ("", Words(Look(joined(5, 60, 9))));
+  ExpectFinding(joined(5, 60, 0), Message::kResultDiffers, "stsd", "declares frames");
+}
+
 // Programs that write fragments do not know the rates.
 TEST_F(SampleOracle, TakesADescriptionThatDeclaresNoRatesForTheSame) {
   const support::Track first = Pictures(7, 1);
