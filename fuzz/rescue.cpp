@@ -15,7 +15,7 @@ namespace {
 
 bool HoldsWhatItSays(const std::string& path, const clipchain::RescueReport& report) {
   clipchain::rescue::Reference clip;
-  if (!clip.Load(path).empty() || clip.tracks().size() != report.tracks.size()) return false;
+  if (clip.Load(path) || clip.tracks().size() != report.tracks.size()) return false;
   for (std::size_t i = 0; i < report.tracks.size(); ++i) {
     const clipchain::SampleSizes& sizes = clip.tracks()[i].sizes;
     if (sizes.count != report.tracks[i].samples ||

@@ -175,8 +175,7 @@ int Run(const JoinCommand& command) {
   JoinPlan plan = MakePlan(command);
   if (StopSignal() != 0) return kFailed;
   if (!command.html.empty()) {
-    if (const std::string why = WhyNoPage(command.html, plan); !why.empty())
-      return FailPage(command.html, why);
+    if (const Reason why = WhyNoPage(command.html, plan)) return FailPage(command.html, *why);
   }
   if (command.dryRun) {
     PrintPlan(command, plan);

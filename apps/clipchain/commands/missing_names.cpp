@@ -12,7 +12,7 @@ Findings MissingNames(const std::vector<std::string>& paths) {
   for (const std::string& path : paths) {
     if (Exists(path)) continue;
     missing.push_back(MakeFinding(Message::kInputUnreadable, path,
-                                  "can't be read: " + WhyUnreadable(path),
+                                  "can't be read: " + UnreadableWords(path),
                                   "check the name and the permissions"));
   }
   return missing;

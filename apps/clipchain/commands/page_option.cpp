@@ -16,7 +16,7 @@
 
 namespace clipchain {
 
-std::string WhyNoPage(const std::string& path, bool overwrite, const FoundClips& found) {
+Reason WhyNoPage(const std::string& path, bool overwrite, const FoundClips& found) {
   for (const Volume& volume : found.volumes) {
     for (const std::string& clip : volume.clips) {
       if (IsSameFile(path, clip)) return "is the same file as the clip " + PrintablePath(clip);
@@ -27,7 +27,7 @@ std::string WhyNoPage(const std::string& path, bool overwrite, const FoundClips&
   return WhyNoTextFile(path, overwrite);
 }
 
-std::string WhyNoPage(const std::string& path, const JoinPlan& plan) {
+Reason WhyNoPage(const std::string& path, const JoinPlan& plan) {
   for (const Job& job : plan.jobs) {
     const auto isPage = [&path](const std::string& other) { return IsSameFile(path, other); };
     if (std::any_of(job.inputs.begin(), job.inputs.end(), isPage)) return "is one of the clips";
@@ -48,8 +48,8 @@ int FailPage(const std::string& path, const std::string& why) {
 int WritePage(const std::string& path, const std::string& text, bool overwrite) {
   const Findings leftovers = LookForLeftovers(path, nullptr, "remove it");
   std::fputs(FindingsText(leftovers, Paint(stderr)).c_str(), stderr);
-  const std::string why = WriteTextFile(path, text, overwrite);
-  return why.empty() ? kDone : FailPage(path, why);
+  const Reason why = WriteTextFile(path, text, overwrite);
+  return why ? FailPage(path, *why) : kDone;
 }
 
 std::string MadeWords() {

@@ -5,13 +5,15 @@
 
 #include "workflow/clip_search.h"
 #include "workflow/plan.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain {
 
-// Says why the page can't be written, known before any clip is read; empty if it can.
-std::string WhyNoPage(const std::string& path, bool overwrite, const FoundClips& found);
+// Says why the page can't be written, as the rest of a sentence that begins with its path, known
+// before any clip is read.
+[[nodiscard]] Reason WhyNoPage(const std::string& path, bool overwrite, const FoundClips& found);
 // Says the same of a page of a join: it is neither a clip nor a result.
-std::string WhyNoPage(const std::string& path, const JoinPlan& plan);
+[[nodiscard]] Reason WhyNoPage(const std::string& path, const JoinPlan& plan);
 // Tells people why there is no page; answers the exit code.
 int FailPage(const std::string& path, const std::string& why);
 // Writes it, and says what earlier runs left beside it; answers the exit code.

@@ -70,8 +70,8 @@ int Run(const SequencesOptions& options) {
   const FoundClips found = FindWithProgress(options);
   if (StopSignal() != 0) return kFailed;
   if (!options.html.empty()) {
-    const std::string why = WhyNoPage(options.html, options.overwrite, found);
-    if (!why.empty()) return FailPage(options.html, why);
+    if (const Reason why = WhyNoPage(options.html, options.overwrite, found))
+      return FailPage(options.html, *why);
   }
   const ScanReport report = ScanWithProgress(found, options.scan, options.quiet);
   if (StopSignal() != 0) return kFailed;

@@ -44,7 +44,7 @@ struct VerifyCommand {
 };
 
 // Why the page can't be written, known before anything is read. A card is never written to.
-std::string WhyNoPage(const VerifyCommand& command) {
+Reason WhyNoPage(const VerifyCommand& command) {
   std::error_code error;
   std::filesystem::path folder = std::filesystem::canonical(FolderOf(command.html), error);
   while (!error) {
@@ -102,8 +102,7 @@ int Run(const VerifyCommand& command) {
   missing.failed = !missing.findings.empty();
   if (missing.failed) return Fail(command, missing);
   if (!command.html.empty()) {
-    const std::string why = WhyNoPage(command);
-    if (!why.empty()) return FailPage(command.html, why);
+    if (const Reason why = WhyNoPage(command)) return FailPage(command.html, *why);
   }
   const CardProof proof = ProveWithProgress(command.proof, command.quiet);
   if (StopSignal() != 0) return kFailed;

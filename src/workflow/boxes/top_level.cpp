@@ -27,7 +27,7 @@ unsigned int ReadBlock(FileBytes& file, Number at, const BoxHeader& box) {
 
 }  // namespace
 
-std::string TopLevel::Read(FileBytes& file) {
+Reason TopLevel::Read(FileBytes& file) {
   constexpr Number kLargestMovie = 0xFFFFFFFF;
   const Number end = file.Size();
   unsigned int before = 0;
@@ -55,7 +55,7 @@ std::string TopLevel::Read(FileBytes& file) {
   const bool isWhole =
       before == FourCc(layout.movieInFront ? "mdat" : "moov") && media.position != 0;
   if (!isWhole || movie.size > kLargestMovie) return "has no movie box at its end";
-  return "";
+  return std::nullopt;
 }
 
 }  // namespace clipchain

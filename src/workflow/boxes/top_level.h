@@ -4,6 +4,7 @@
 #include <string>
 
 #include "workflow/system/file_bytes.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain {
 
@@ -38,9 +39,8 @@ struct TopLevel {
 
   // Fills all. What is wrong, as the rest of a sentence that begins with the file's name, if the
   // boxes do not fill the file or are not those of a merged file: a file type, a media box and a
-  // movie box behind it or ahead of it, with nothing but free space beside them. Empty if all is
-  // well.
-  std::string Read(FileBytes& file);
+  // movie box behind it or ahead of it, with nothing but free space beside them.
+  [[nodiscard]] Reason Read(FileBytes& file);
 };
 
 }  // namespace clipchain

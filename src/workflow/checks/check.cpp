@@ -176,7 +176,7 @@ class CheckRun {
 
   // False: the clip can't be parsed, or there is not enough memory for it.
   bool Take(ClipLook& look, FileFindings& findings) {
-    const bool isOpen = look.clip != nullptr && look.clip->WhyUnreadable().empty();
+    const bool isOpen = look.clip != nullptr && !look.clip->WhyUnreadable();
     if (isOpen && !rehearsal_.HasRoomFor(*look.clip, findings)) return false;
     look.Look();
     findings.Append(std::move(look.findings));

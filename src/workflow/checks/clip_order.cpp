@@ -11,7 +11,7 @@ ClipOrder SortClips(const std::vector<std::string>& clips) {
   std::vector<OrderFacts> facts;
   for (const std::string& path : clips) {
     ClipFile clip(path);
-    const HRESULT result = clip.WhyUnreadable().empty() ? clip.Parse() : MP4G_E_INPUT_OPEN;
+    const HRESULT result = clip.WhyUnreadable() ? MP4G_E_INPUT_OPEN : clip.Parse();
     if (result != S_OK || clip.Movie() == nullptr) {
       order.findings.push_back(WhyNoClip(path, result).front());
     } else {

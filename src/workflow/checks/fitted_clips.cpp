@@ -56,7 +56,7 @@ std::shared_ptr<const Fit> FitOf(const std::vector<std::string>& inputs, const F
   // A pipe would keep whoever opens it waiting.
   bool canRead = true;
   for (std::size_t i = 0; i < inputs.size(); ++i) {
-    if (WhyUnreadable(inputs[i]).empty()) continue;
+    if (!WhyUnreadable(inputs[i])) continue;
     canRead = false;
     if (unread != nullptr) unread->insert(i);
   }

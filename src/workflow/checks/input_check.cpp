@@ -182,8 +182,8 @@ void CheckTopLevelLosses(const ClipFile& clip, FileFindings& findings) {
 }  // namespace
 
 bool CheckInput(ClipFile& clip, FileFindings& findings) {
-  if (!clip.WhyUnreadable().empty()) {
-    AddRefusal(findings, Message::kInputUnreadable, "can't be read: " + clip.WhyUnreadable(),
+  if (const Reason& why = clip.WhyUnreadable()) {
+    AddRefusal(findings, Message::kInputUnreadable, "can't be read: " + *why,
                "check the name and the permissions", MP4G_E_INPUT_OPEN);
     return false;
   }

@@ -26,7 +26,7 @@ namespace {
 
 constexpr long long kMost = std::numeric_limits<long long>::max();
 
-std::string WhyNoFileFits(const std::string& folder) {
+Reason WhyNoFileFits(const std::string& folder) {
   struct stat status;
   if (::stat(folder.c_str(), &status) != 0)
     return errno == ENOENT ? fmt::format("there is no folder {}", PrintablePath(folder))
@@ -36,7 +36,7 @@ std::string WhyNoFileFits(const std::string& folder) {
     return fmt::format("the folder {} can't be written: {}", PrintablePath(folder),
                        ErrorText(LastError()));
   // It is opened to flush what was put into it.
-  if (::access(folder.c_str(), R_OK) == 0) return "";
+  if (::access(folder.c_str(), R_OK) == 0) return std::nullopt;
   return fmt::format("the folder {} can't be read, and so not flushed to the disk: {}",
                      PrintablePath(folder), ErrorText(LastError()));
 }
@@ -111,7 +111,7 @@ OutputPlace PlaceOf(const std::string& output) {
   OutputPlace place;
   place.folder = FolderOf(output);
   place.whyUnwritable = WhyNoFileFits(place.folder);
-  if (!place.whyUnwritable.empty()) return place;
+  if (place.whyUnwritable) return place;
   place.freeBytes = FreeBytes(place.folder);
   place.largestFile = LargestFileIn(place.folder);
   return place;
@@ -156,9 +156,9 @@ void CheckOutput(const std::string& output, bool overwrite, const std::vector<st
         .result = MP4G_E_OUTPUT_OPEN;
   }
   // What has the name can't make way for a file, whatever the folder is like.
-  if (place.whyUnwritable.empty() || fault) return;
+  if (!place.whyUnwritable || fault) return;
   findings
-      .Add(Message::kOutputUnwritable, "can't be written: " + place.whyUnwritable,
+      .Add(Message::kOutputUnwritable, "can't be written: " + *place.whyUnwritable,
            "choose a folder that you may write to")
       .result = MP4G_E_OUTPUT_OPEN;
 }

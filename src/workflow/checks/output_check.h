@@ -6,14 +6,14 @@
 #include <vector>
 
 #include "workflow/findings/file_findings.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain {
 
 // What the system says about the folder of the output.
 struct OutputPlace {
   std::string folder;
-  // Empty if nothing speaks against it.
-  std::string whyUnwritable;
+  Reason whyUnwritable;
   // That this user may fill; -1 if that is not known.
   long long freeBytes = -1;
   // Bytes that a file there may have; -1 if that is not known.

@@ -16,7 +16,7 @@ Findings WhyNoClip(const std::string& path, HRESULT result, long long memoryLimi
   FileFindings found(path);
   // Looking for the reason must not take the memory whose lack may be the reason.
   Rehearsal rehearsal(memoryLimit > 0 ? memoryLimit : HalfOfTheMachine());
-  if (!clip.WhyUnreadable().empty() || rehearsal.HasRoomFor(clip, found))
+  if (clip.WhyUnreadable() || rehearsal.HasRoomFor(clip, found))
     static_cast<void>(CheckInput(clip, found));
   Findings refusals;
   for (const Finding& finding : found.All()) {

@@ -35,7 +35,7 @@ std::optional<FileIdentity> IdentityOf(const std::string& path) {
 
 ClipFile::ClipFile(std::string path)
     : path_(std::move(path)), whyUnreadable_(clipchain::WhyUnreadable(path_)) {
-  if (!whyUnreadable_.empty()) return;
+  if (whyUnreadable_) return;
   int opened = S_OK;
   const QUIRVA::ComPtr<ClipView> whole = ClipView::OfWhole(path_, opened);
   if (opened < 0) {

@@ -12,6 +12,7 @@
 #include "foundation/com_ptr.h"
 #include "foundation/file_reader.h"
 #include "reader/mp4_file.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain {
 
@@ -47,8 +48,8 @@ class ClipFile {
   ClipFile(std::string path, QUIRVA::ComPtr<QUIRVA::IQvFileReader> source);
 
   const std::string& Path() const { return path_; }
-  // Why the file can't be opened; empty if it is open.
-  const std::string& WhyUnreadable() const { return whyUnreadable_; }
+  // Why the file can't be opened.
+  [[nodiscard]] const Reason& WhyUnreadable() const { return whyUnreadable_; }
   long long Size() const { return reader_ ? reader_->GetFileSize() : 0; }
 
   // The top level, up to where the engine's own walk ends, be it at the end of the file or at a box
@@ -87,7 +88,7 @@ class ClipFile {
   const TopLevelBox* Place(unsigned int type) const;
 
   std::string path_;
-  std::string whyUnreadable_;
+  Reason whyUnreadable_;
   QUIRVA::ComPtr<QUIRVA::IQvFileReader> reader_;
   std::vector<TopLevelBox> layout_;
   // Those of the layout that hold media, in its order.

@@ -120,7 +120,7 @@ bool ReadCards(ScanReport& report, bool pictures, Looks& looks) {
 }
 
 // What keeps salvage from joining, known beforehand where it is not the timecode.
-std::string WhyNotSalvaged(const MP4G::CSequenceCreator& creator) {
+std::string UnsalvagedWords(const MP4G::CSequenceCreator& creator) {
   if (creator.sequences.size() != 2)
     return fmt::format("it takes exactly two recordings, and there {} {}",
                        creator.sequences.size() == 1 ? "is" : "are", creator.sequences.size());
@@ -197,7 +197,7 @@ ScanReport Scan(const std::vector<Volume>& volumes, const ScanOptions& options) 
   if (!Register(volumes, creator, looks, report)) return Stopped();
   if (options.salvage) {
     const std::size_t before = creator.sequences.size();
-    report.whyNotJoined = WhyNotSalvaged(creator);
+    report.whyNotJoined = UnsalvagedWords(creator);
     report.salvaged = creator.SalvationProcess();
     report.joined = creator.sequences.size() < before;
     if (report.salvaged < 0) report.whyNotJoined = "the timecode can't be read";

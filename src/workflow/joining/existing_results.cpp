@@ -20,8 +20,7 @@ constexpr std::uint64_t kBeginning = 64 * 1024;
 
 std::optional<OrderFacts> FactsOf(const std::string& path) {
   ClipFile file(path);
-  if (!file.WhyUnreadable().empty() || file.Parse() != S_OK || file.Movie() == nullptr)
-    return std::nullopt;
+  if (file.WhyUnreadable() || file.Parse() != S_OK || file.Movie() == nullptr) return std::nullopt;
   return OrderFactsOf(file);
 }
 

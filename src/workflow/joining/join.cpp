@@ -191,7 +191,7 @@ class Joining {
   bool HasLayout(const Job& job, JobReport& report) const {
     FileBytes bytes(job.output);
     TopLevel boxes;
-    if (!options_.faststart || !boxes.Read(bytes).empty() || boxes.layout.movieInFront) return true;
+    if (!options_.faststart || boxes.Read(bytes) || boxes.layout.movieInFront) return true;
     report.findings.push_back(MakeFinding(
         Message::kOutputDiffers, job.output,
         "is there already, whole, but has its movie box behind its media; it stays as it is",
@@ -333,8 +333,8 @@ Findings VerifyOutput(const Job& job, const Progress& progress, const Fitting& f
   FileBytes bytes(file);
   if (verification == Verification::kFull) bytes.ForgetCached();
   TopLevel boxes;
-  if (const std::string wrong = boxes.Read(bytes); !wrong.empty())
-    return {MakeFinding(Message::kResultDamaged, job.output, wrong, kLook)};
+  if (const Reason wrong = boxes.Read(bytes))
+    return {MakeFinding(Message::kResultDamaged, job.output, *wrong, kLook)};
   const Fit* const needed = isFitted ? fit.get() : nullptr;
   MergeImage image;
   if (Findings faults = MakeMergeImage({job.inputs, boxes.layout, needed}, image); !faults.empty())

@@ -84,16 +84,16 @@ class PlanFileText {
 
   // Every job of the text, as it is told of them; what is wrong with it, if anything is.
   std::optional<Finding> ReadAll(const std::function<void(Job&&)>& take) {
-    if (!file_.IsFile()) return Unreadable(WhyUnreadable(path_));
+    if (!file_.IsFile()) return Unreadable(UnreadableWords(path_));
     if (size_ > kLargestPlan)
       return Invalid(fmt::format("is no plan: it has {} bytes, and a plan has {} at most", size_,
                                  kLargestPlan));
     std::string text(size_, '\0');
     if (!ReadText(text)) return stopped_ ? Stopped() : Unreadable(ErrorText(file_.error()));
     PlanReader reader(1, take, goOn_);
-    const std::string fault = reader.Read(text);
+    const Reason fault = reader.Read(text);
     if (reader.stopped()) return Stopped();
-    return fault.empty() ? std::nullopt : std::optional(Invalid(fault));
+    return fault ? std::optional(Invalid(*fault)) : std::nullopt;
   }
 
   // The job of that number, found by its line alone; nothing where that can't be, or it is wrong.
@@ -105,8 +105,8 @@ class PlanFileText {
     PlanReader reader(
         number, [&job](Job&& found) { job = std::move(found); }, goOn_);
     const std::string rest = "]}";
-    const std::string fault = reader.Read(Head(0) + *line + rest);
-    return fault.empty() && !reader.stopped() ? job : std::nullopt;
+    const Reason fault = reader.Read(Head(0) + *line + rest);
+    return fault || reader.stopped() ? std::nullopt : job;
   }
 
  private:
@@ -224,9 +224,9 @@ std::optional<Finding> WritePlan(const JoinPlan& plan, const std::string& path) 
         fmt::format("would take {} bytes, and a plan has {} at most", text.size(), kLargestPlan),
         "make several plans, each for some of the recordings");
   }
-  const std::string why = WriteTextFile(path, text, false);
-  if (why.empty()) return std::nullopt;
-  return MakeFinding(Message::kPlanUnwritable, path, why, "choose another name or folder");
+  const Reason why = WriteTextFile(path, text, false);
+  if (!why) return std::nullopt;
+  return MakeFinding(Message::kPlanUnwritable, path, *why, "choose another name or folder");
 }
 
 PlanReading ReadPlan(const std::string& path, const std::function<bool()>& goOn) {

@@ -26,9 +26,9 @@ PlanReader::PlanReader(std::size_t firstNumber, std::function<void(Job&&)> take,
                        std::function<bool()> goOn)
     : firstNumber_(firstNumber), take_(std::move(take)), goOn_(std::move(goOn)) {}
 
-std::string PlanReader::Read(const std::string& text) {
+Reason PlanReader::Read(const std::string& text) {
   static_cast<void>(Json::sax_parse(text, this));
-  return fault_;
+  return std::move(fault_);
 }
 
 bool PlanReader::parse_error(std::size_t position, const std::string&,

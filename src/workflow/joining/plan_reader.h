@@ -10,6 +10,7 @@
 
 #include "workflow/clips/clip_json.h"
 #include "workflow/plan.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain {
 
@@ -22,9 +23,9 @@ class PlanReader : public nlohmann::json_sax<Json> {
   // and then; false ends the reading.
   PlanReader(std::size_t firstNumber, std::function<void(Job&&)> take, std::function<bool()> goOn);
 
-  // Reads a whole text. What is wrong with it, as the end of a sentence; empty if nothing is, or if
-  // it was stopped.
-  std::string Read(const std::string& text);
+  // Reads a whole text. What is wrong with it, as the end of a sentence; nothing, too, if it was
+  // stopped.
+  [[nodiscard]] Reason Read(const std::string& text);
   bool stopped() const { return stopped_; }
 
   bool null() override { return Value(Json()); }
@@ -82,7 +83,7 @@ class PlanReader : public nlohmann::json_sax<Json> {
   Job job_;
   std::size_t jobs_ = 0;
   std::size_t events_ = 0;
-  std::string fault_;
+  Reason fault_;
   bool stopped_ = false;
 };
 

@@ -116,9 +116,11 @@ void CardFiles::Look(CardFile& file) {
     return;
   }
   ListedBytes bytes(file.file);
-  file.reason = bytes.Why();
-  file.isUnread = !bytes.Why().empty();
-  if (file.isUnread) return;
+  file.isUnread = bytes.Why().has_value();
+  if (file.isUnread) {
+    file.reason = *bytes.Why();
+    return;
+  }
   // Ahead of its bytes: what shares them with it is no second copy, whatever they say.
   blocks_.Add(file.file.stamp, BlocksOf(bytes.descriptor()));
   const ClipLayout layout = ReadClipLayout(bytes.Bytes());

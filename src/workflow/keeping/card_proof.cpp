@@ -66,7 +66,7 @@ class Proving {
                            (options_.whole && file.keeping != Keeping::kEveryByte));
   }
   bool ClipsNeedMore();
-  std::string WhyNot(const CardFile& file) const;
+  std::string UnkeptWords(const CardFile& file) const;
   void Count(CardOrder& order);
   void Judge();
   void Doubt(const std::vector<ListedPath>& paths) {
@@ -173,7 +173,7 @@ void Proving::Count(CardOrder& order) {
   }
 }
 
-std::string Proving::WhyNot(const CardFile& file) const {
+std::string Proving::UnkeptWords(const CardFile& file) const {
   if (!file.isClip) return "no file is a copy of it";
   return options_.whole
              ? "no result with its archive of originals has it, and no file is a copy of it"
@@ -186,7 +186,8 @@ void Proving::Judge() {
     const bool kept = file.isClip ? !NeedsMore(file) : file.keeping == Keeping::kEveryByte;
     if (!counts) continue;
     if (!kept) {
-      proof_.notKept.push_back({file.file.path, file.reason.empty() ? WhyNot(file) : file.reason});
+      proof_.notKept.push_back(
+          {file.file.path, file.reason.empty() ? UnkeptWords(file) : file.reason});
     } else if (*file.file.failure) {
       // What was read of it otherwise may be right, or not.
       proof_.notKept.push_back(

@@ -36,17 +36,18 @@ bool ReadChecksums(std::string_view text, std::vector<Checksum>& sums) {
   return !sums.empty();
 }
 
-std::string HashFile(FileBytes& file, const std::function<bool(unsigned long long)>& progress) {
+std::optional<std::string> HashFile(FileBytes& file,
+                                    const std::function<bool(unsigned long long)>& progress) {
   ContentHash hash;
   std::vector<unsigned char> block(kBlock);
   const unsigned long long size = file.Size();
-  if (file.error()) return "";
+  if (file.error()) return std::nullopt;
   for (unsigned long long at = 0; at < size;) {
     const auto part = static_cast<std::size_t>(std::min<unsigned long long>(kBlock, size - at));
-    if (!file.Read(at, block.data(), part)) return "";
+    if (!file.Read(at, block.data(), part)) return std::nullopt;
     hash.Update(block.data(), part);
     at += part;
-    if (progress && !progress(at)) return "";
+    if (progress && !progress(at)) return std::nullopt;
   }
   return hash.Value().xxh128;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,6 +26,7 @@ bool ReadChecksums(std::string_view text, std::vector<Checksum>& sums);
 
 // Hashes a whole file; `progress` is told how many bytes of it are done, and false ends it. Empty
 // if the file can't be read to its end, or it was ended.
-std::string HashFile(FileBytes& file, const std::function<bool(unsigned long long done)>& progress);
+std::optional<std::string> HashFile(FileBytes& file,
+                                    const std::function<bool(unsigned long long done)>& progress);
 
 }  // namespace clipchain

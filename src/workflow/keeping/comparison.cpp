@@ -46,13 +46,14 @@ void PassingHash::See(Number position, const unsigned char* bytes, std::size_t s
   next_ += size;
 }
 
-std::string PassingHash::Finish() {
+std::optional<std::string> PassingHash::Finish() {
   const Number size = file_.Size();
-  return next_ <= size && CatchUp(size) ? hash_.Value().xxh128 : "";
+  if (next_ > size || !CatchUp(size)) return std::nullopt;
+  return hash_.Value().xxh128;
 }
 
-std::string RangeComparison::Compare(const NamedRange& mine, const NamedRange& theirs, Number size,
-                                     PassingHash* hash) {
+Reason RangeComparison::Compare(const NamedRange& mine, const NamedRange& theirs, Number size,
+                                PassingHash* hash) {
   for (Number done = 0; done < size;) {
     const auto part = static_cast<std::size_t>(std::min<Number>(size - done, kCompareBlock));
     const Number at = mine.position + done;
@@ -72,11 +73,11 @@ std::string RangeComparison::Compare(const NamedRange& mine, const NamedRange& t
     done += part;
     if (!meter_.Add(part)) return "was not compared to its end: the work was stopped";
   }
-  return "";
+  return std::nullopt;
 }
 
-std::string RangeComparison::CompareWith(const NamedRange& mine, const unsigned char* theirs,
-                                         Number size, PassingHash* hash) {
+Reason RangeComparison::CompareWith(const NamedRange& mine, const unsigned char* theirs,
+                                    Number size, PassingHash* hash) {
   for (Number done = 0; done < size;) {
     const auto part = static_cast<std::size_t>(std::min<Number>(size - done, kCompareBlock));
     const Number at = mine.position + done;
@@ -89,7 +90,7 @@ std::string RangeComparison::CompareWith(const NamedRange& mine, const unsigned 
     if (hash != nullptr) hash->See(at, mine_.data(), part);
     done += part;
   }
-  return "";
+  return std::nullopt;
 }
 
 }  // namespace clipchain

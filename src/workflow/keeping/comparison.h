@@ -2,12 +2,14 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "workflow/keeping/content_hash.h"
 #include "workflow/progress.h"
 #include "workflow/system/file_bytes.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain {
 
@@ -42,8 +44,8 @@ class PassingHash {
   explicit PassingHash(FileBytes& file) : file_(file) {}
 
   void See(unsigned long long position, const unsigned char* bytes, std::size_t size);
-  // Empty if the file can't be read.
-  std::string Finish();
+  // Nothing if the file can't be read.
+  std::optional<std::string> Finish();
 
  private:
   bool CatchUp(unsigned long long position);
@@ -64,16 +66,16 @@ struct NamedRange {
 inline constexpr std::size_t kCompareBlock = 256 * 1024;
 
 // Compares so many bytes; `seen`, which may be empty, gets those of the first range. What differs
-// or can't be read, as a sentence; empty if nothing does. A meter that stops ends it with a text.
+// or can't be read, as a sentence. A meter that stops ends it with one, too.
 class RangeComparison {
  public:
   explicit RangeComparison(Meter& meter) : meter_(meter) {}
 
-  std::string Compare(const NamedRange& mine, const NamedRange& theirs, unsigned long long size,
-                      PassingHash* hash);
+  [[nodiscard]] Reason Compare(const NamedRange& mine, const NamedRange& theirs,
+                               unsigned long long size, PassingHash* hash);
   // The same with bytes in memory, which count for no card.
-  std::string CompareWith(const NamedRange& mine, const unsigned char* theirs,
-                          unsigned long long size, PassingHash* hash);
+  [[nodiscard]] Reason CompareWith(const NamedRange& mine, const unsigned char* theirs,
+                                   unsigned long long size, PassingHash* hash);
 
  private:
   Meter& meter_;

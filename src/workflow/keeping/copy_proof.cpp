@@ -51,7 +51,7 @@ std::vector<std::size_t> CopyProof::CandidatesFor(const CardFile& file, ListedBy
     KeptFile& candidate = kept_.Files()[index];
     if (!candidate.probe && candidate.usable) {
       ListedBytes other(candidate.file);
-      candidate.usable = other.Why().empty();
+      candidate.usable = !other.Why();
       if (candidate.usable) candidate.probe = ProbeEnds(other.Bytes(), size);
     }
     if (probe && candidate.probe == probe) candidates.push_back(index);
@@ -64,22 +64,22 @@ std::vector<std::size_t> CopyProof::CandidatesFor(const CardFile& file, ListedBy
   return candidates;
 }
 
-std::string CopyProof::Compare(CardFile& file, KeptFile& candidate) {
-  std::string why;
+Reason CopyProof::Compare(CardFile& file, KeptFile& candidate) {
+  Reason why;
   const std::unique_ptr<ListedBytes> copy = kept_.Open(candidate, cards_, why);
-  if (copy == nullptr) return candidate.file.path + ' ' + why;
+  if (copy == nullptr) return candidate.file.path + ' ' + *why;
   ListedBytes bytes(file.file);
-  if (!bytes.Why().empty()) return bytes.Why();
+  if (bytes.Why()) return bytes.Why();
   return compare_.Compare({copy->Bytes(), candidate.file.path, 0},
                           {bytes.Bytes(), file.file.path, 0},
                           static_cast<Number>(file.file.stamp.size), nullptr);
 }
 
-const std::string& CopyProof::HashOf(std::size_t candidate) {
-  std::string& hash = hashes_[candidate];
-  if (hash.empty()) {
+const std::optional<std::string>& CopyProof::HashOf(std::size_t candidate) {
+  std::optional<std::string>& hash = hashes_[candidate];
+  if (!hash) {
     ListedBytes bytes(kept_.Files()[candidate].file);
-    if (bytes.Why().empty()) hash = HashFile(bytes.Bytes(), nullptr);
+    if (!bytes.Why()) hash = HashFile(bytes.Bytes(), nullptr);
   }
   return hash;
 }
@@ -87,27 +87,27 @@ const std::string& CopyProof::HashOf(std::size_t candidate) {
 void CopyProof::Try(CardFile& file) {
   if (file.file.stamp.size == 0) return TryEmpty(file);
   ListedBytes bytes(file.file);
-  if (!bytes.Why().empty()) {
-    file.reason = bytes.Why();
+  if (bytes.Why()) {
+    file.reason = *bytes.Why();
     return;
   }
-  std::string mine;
+  std::optional<std::string> mine;
   bool first = true;
   for (const std::size_t candidate : CandidatesFor(file, bytes)) {
     // After a difference in the middle, what has the same hash is compared alone.
-    if (!first && mine.empty()) mine = HashFile(bytes.Bytes(), nullptr);
+    if (!first && !mine) mine = HashFile(bytes.Bytes(), nullptr);
     if (!first && HashOf(candidate) != mine) continue;
     first = false;
     KeptFile& copy = kept_.Files()[candidate];
-    const std::string why = Compare(file, copy);
+    const Reason why = Compare(file, copy);
     if (meter_.Stopped()) return;
     // From the first byte to the last: hashes and ends only choose what is compared.
-    if (why.empty()) {
+    if (!why) {
       kept_.Count(copy);
       file.keeping = Keeping::kEveryByte;
       return;
     }
-    file.reason = why;
+    file.reason = *why;
   }
 }
 
@@ -121,13 +121,13 @@ std::size_t CopyProof::TryTwin(CardFile& file) {
       continue;
     ListedBytes mine(file.file);
     ListedBytes theirs(twin.file);
-    if (!mine.Why().empty() || !theirs.Why().empty()) continue;
+    if (mine.Why() || theirs.Why()) continue;
     const std::optional<std::uint64_t> probe = ProbeEnds(mine.Bytes(), size);
     if (!probe || probe != ProbeEnds(theirs.Bytes(), size)) continue;
-    const std::string why = compare_.Compare({mine.Bytes(), file.file.path, 0},
-                                             {theirs.Bytes(), twin.file.path, 0}, size, nullptr);
+    const Reason why = compare_.Compare({mine.Bytes(), file.file.path, 0},
+                                        {theirs.Bytes(), twin.file.path, 0}, size, nullptr);
     if (meter_.Stopped()) break;
-    if (!why.empty()) continue;
+    if (why) continue;
     file.keeping = twin.keeping;
     return i;
   }

@@ -3,12 +3,14 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "workflow/keeping/card_files.h"
 #include "workflow/keeping/comparison.h"
 #include "workflow/keeping/kept_files.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain {
 
@@ -27,15 +29,15 @@ class CopyProof {
  private:
   void TryEmpty(CardFile& file);
   std::vector<std::size_t> CandidatesFor(const CardFile& file, ListedBytes& bytes);
-  std::string Compare(CardFile& file, KeptFile& candidate);
-  const std::string& HashOf(std::size_t candidate);
+  [[nodiscard]] Reason Compare(CardFile& file, KeptFile& candidate);
+  const std::optional<std::string>& HashOf(std::size_t candidate);
 
   CardFiles& cards_;
   KeptFiles& kept_;
   Meter& meter_;
   RangeComparison compare_;
   // Of files that were compared in vain, and the like.
-  std::map<std::size_t, std::string> hashes_;
+  std::map<std::size_t, std::optional<std::string>> hashes_;
 };
 
 }  // namespace clipchain

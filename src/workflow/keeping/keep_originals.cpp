@@ -83,6 +83,11 @@ class BesideFile {
   bool swapped_ = false;
 };
 
+Findings Unhashed(const std::string& path) {
+  return {MakeFinding(Message::kResultDamaged, path, "can't be read to make its checksum",
+                      "write to another disk, or check this one")};
+}
+
 class Keeper final : public Companion {
  public:
   explicit Keeper(const KeepOptions& options) : options_(options) {}
@@ -126,6 +131,7 @@ class Keeper final : public Companion {
   Findings AddClip(const std::string& path, const MergeImage& image);
   Findings WriteArchive(const std::vector<std::string>& clips, const std::string& output);
   Findings WriteChecksums(const std::string& output, int file, const Progress& progress);
+  Findings HashArchive(FileBytes& archive, const std::string& path);
   Findings SumsOf(const std::string& output, int file, const Progress& progress,
                   std::vector<Checksum>& sums);
   Findings CompareChecksums(const std::string& output, int file, const Progress& progress);
@@ -133,7 +139,7 @@ class Keeper final : public Companion {
   const KeepOptions options_;
   std::unique_ptr<ClipHashes> hashes_;
   Originals originals_;
-  std::string archiveHash_;
+  std::optional<std::string> archiveHash_;
   std::optional<BesideFile> archive_;
   std::optional<BesideFile> checksums_;
 };
@@ -172,7 +178,7 @@ Findings Keeper::Describe(const std::vector<std::string>& clips, const FitOption
                                 "write to another disk, or check this one")};
   };
   TopLevel boxes;
-  if (const std::string wrong = boxes.Read(result); !wrong.empty()) return damaged(wrong);
+  if (const Reason wrong = boxes.Read(result)) return damaged(*wrong);
   MergeImage image;
   if (Findings faults = MakeMergeImage(clips, options, boxes.layout, image); !faults.empty())
     return faults;
@@ -217,11 +223,16 @@ Findings Keeper::WriteArchive(const std::vector<std::string>& clips, const std::
   FileBytes written(archive_->descriptor());
   // Cards are erased in trust in it: what the disk has counts, not what memory holds.
   written.ForgetCached();
-  const std::string why = CompareArchive(written, originals_, clips);
-  if (!why.empty())
-    return {MakeFinding(Message::kResultDamaged, archive_->path(), why,
+  if (const Reason why = CompareArchive(written, originals_, clips))
+    return {MakeFinding(Message::kResultDamaged, archive_->path(), *why,
                         "write to another disk, or check this one")};
-  if (options_.checksums) archiveHash_ = HashFile(written, nullptr);
+  return HashArchive(written, archive_->path());
+}
+
+Findings Keeper::HashArchive(FileBytes& archive, const std::string& path) {
+  if (!options_.checksums) return {};
+  archiveHash_ = HashFile(archive, nullptr);
+  if (!archiveHash_) return Unhashed(path);
   return {};
 }
 
@@ -234,18 +245,15 @@ Findings Keeper::SumsOf(const std::string& output, int file, const Progress& pro
                         "choose another name for the result")};
   FileBytes result(file);
   const auto total = static_cast<long long>(result.Size());
-  const std::string hash = HashFile(result, [&](unsigned long long done) {
+  const std::optional<std::string> hash = HashFile(result, [&](unsigned long long done) {
     Step step{Step::Phase::kVerifying};
     step.current = static_cast<long long>(done);
     step.total = total;
     return !progress || progress(step);
   });
-  if (hash.empty())
-    return {MakeFinding(Message::kResultDamaged, output, "can't be read to make its checksum",
-                        "write to another disk, or check this one")};
-  sums.push_back({hash, NameOf(output)});
-  if (!archiveHash_.empty())
-    sums.push_back({archiveHash_, NameOf(output) + std::string(kOriginalsSuffix)});
+  if (!hash) return Unhashed(output);
+  sums.push_back({*hash, NameOf(output)});
+  if (archiveHash_) sums.push_back({*archiveHash_, NameOf(output) + std::string(kOriginalsSuffix)});
   return {};
 }
 
@@ -303,12 +311,12 @@ Findings Keeper::Agree(const std::vector<std::string>& clips, const FitOptions& 
     if (Findings faults = Describe(clips, options, output, result); !faults.empty()) return faults;
     if (Exists(path)) {
       FileBytes there(path);
-      const std::string why =
-          there.IsFile() ? CompareOlderArchive(there, originals_, clips) : "is no regular file";
-      if (!why.empty())
-        return {MakeFinding(Message::kOutputDiffers, path, "is there already, but " + why,
+      const Reason why = there.IsFile() ? CompareOlderArchive(there, originals_, clips)
+                                        : Reason("is no regular file");
+      if (why)
+        return {MakeFinding(Message::kOutputDiffers, path, "is there already, but " + *why,
                             "look at it, then rename or remove it and join again")};
-      if (options_.checksums) archiveHash_ = HashFile(there, nullptr);
+      if (Findings faults = HashArchive(there, path); !faults.empty()) return faults;
     } else if (Findings faults = WriteArchive(clips, output); !faults.empty()) {
       return faults;
     }

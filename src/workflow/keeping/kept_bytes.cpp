@@ -13,31 +13,29 @@ namespace {
 
 constexpr std::size_t kBlock = 256 * 1024;
 
-std::string CompareClip(OriginalsReader& reader, const OriginalClip& original,
-                        const std::string& path) {
-  if (std::string why = reader.NextClip(); !why.empty()) return why;
+Reason CompareClip(OriginalsReader& reader, const OriginalClip& original, const std::string& path) {
+  if (Reason why = reader.NextClip()) return why;
   KeptBytes bytes(path, original.recipe);
   std::vector<unsigned char> mine(kBlock);
   std::vector<unsigned char> theirs(kBlock);
   for (unsigned long long left = original.KeptBytes(); left != 0;) {
     const std::size_t got = bytes.Read(theirs.data(), std::min<unsigned long long>(left, kBlock));
     if (got == 0) return "can't be compared: " + PrintablePath(path) + " can't be read";
-    if (std::string why = reader.Read(mine.data(), got); !why.empty()) return why;
+    if (Reason why = reader.Read(mine.data(), got)) return why;
     if (std::memcmp(mine.data(), theirs.data(), got) != 0)
       return "does not have the bytes of " + PrintablePath(path);
     left -= got;
   }
-  return "";
+  return std::nullopt;
 }
 
-std::string CompareAll(OriginalsReader& reader, const Originals& originals,
-                       const std::vector<std::string>& clips) {
+Reason CompareAll(OriginalsReader& reader, const Originals& originals,
+                  const std::vector<std::string>& clips) {
   // As text, so that no field that is added is forgotten here.
   if (OriginalsText(reader.Contents()) != OriginalsText(originals))
     return "says something else than these clips and their merge";
   for (std::size_t clip = 0; clip < clips.size(); ++clip) {
-    if (std::string why = CompareClip(reader, originals.clips[clip], clips[clip]); !why.empty())
-      return why;
+    if (Reason why = CompareClip(reader, originals.clips[clip], clips[clip])) return why;
   }
   return reader.AtEnd();
 }
@@ -83,17 +81,17 @@ std::size_t KeptBytes::Read(void* buffer, std::size_t size) {
   return part;
 }
 
-std::string CompareArchive(FileBytes& archive, const Originals& originals,
-                           const std::vector<std::string>& clips) {
+Reason CompareArchive(FileBytes& archive, const Originals& originals,
+                      const std::vector<std::string>& clips) {
   OriginalsReader reader;
-  std::string why = reader.Open(archive);
-  return why.empty() ? CompareAll(reader, originals, clips) : why;
+  if (Reason why = reader.Open(archive)) return why;
+  return CompareAll(reader, originals, clips);
 }
 
-std::string CompareOlderArchive(FileBytes& archive, Originals originals,
-                                const std::vector<std::string>& clips) {
+Reason CompareOlderArchive(FileBytes& archive, Originals originals,
+                           const std::vector<std::string>& clips) {
   OriginalsReader reader;
-  if (std::string why = reader.Open(archive); !why.empty()) return why;
+  if (Reason why = reader.Open(archive)) return why;
   const std::vector<OriginalClip>& older = reader.Contents().clips;
   for (std::size_t clip = 0; clip < std::min(older.size(), originals.clips.size()); ++clip) {
     // Clips may have been copied since: their place and time prove nothing, and their bytes are

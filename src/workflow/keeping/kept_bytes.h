@@ -8,6 +8,7 @@
 #include "workflow/keeping/originals.h"
 #include "workflow/keeping/originals_archive.h"
 #include "workflow/system/file_bytes.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain {
 
@@ -35,11 +36,11 @@ class KeptBytes {
 };
 
 // Whether an archive says that, and has exactly those bytes of the clips. What is wrong, as the
-// rest of a sentence that begins with its path; empty if nothing is.
-std::string CompareArchive(FileBytes& archive, const Originals& originals,
-                           const std::vector<std::string>& clips);
+// rest of a sentence that begins with its path.
+[[nodiscard]] Reason CompareArchive(FileBytes& archive, const Originals& originals,
+                                    const std::vector<std::string>& clips);
 // The same of an archive that an earlier run has made, when the clips may have lain elsewhere.
-std::string CompareOlderArchive(FileBytes& archive, Originals originals,
-                                const std::vector<std::string>& clips);
+[[nodiscard]] Reason CompareOlderArchive(FileBytes& archive, Originals originals,
+                                         const std::vector<std::string>& clips);
 
 }  // namespace clipchain

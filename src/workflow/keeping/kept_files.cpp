@@ -47,29 +47,29 @@ bool KeptFiles::Hides(const std::string& path) const {
   return !byPath_.contains(path) && Exists(path);
 }
 
-std::unique_ptr<ListedBytes> KeptFiles::Open(KeptFile& file, CardFiles& cards, std::string& why) {
+std::unique_ptr<ListedBytes> KeptFiles::Open(KeptFile& file, CardFiles& cards, Reason& why) {
   auto bytes = std::make_unique<ListedBytes>(file.file);
   why = bytes->Why();
-  if (why.empty() && cards.Blocks().Touch(file.file.stamp, BlocksOf(bytes->descriptor())))
+  if (!why && cards.Blocks().Touch(file.file.stamp, BlocksOf(bytes->descriptor())))
     why = "shares its blocks on the disk with a file of a card";
-  if (why.empty() && MayLieBeneath(bytes->descriptor()))
+  if (!why && MayLieBeneath(bytes->descriptor()))
     why = "lies on an overlay that does not tell its blocks, and may be a file of a card";
-  if (why.empty()) why = Flushed(*bytes, file.file);
-  file.usable = why.empty();
+  if (!why) why = WhyUnflushed(*bytes, file.file);
+  file.usable = !why;
   // One that is no proof for one clip is none for any other.
   if (!file.usable) bytes.reset();
   return bytes;
 }
 
 // Somebody may have copied it there a moment ago.
-std::string KeptFiles::Flushed(const ListedBytes& bytes, const ListedFile& file) {
+Reason KeptFiles::WhyUnflushed(const ListedBytes& bytes, const ListedFile& file) {
   std::error_code error = Flush(bytes.descriptor());
   if (!error && !flushed_.contains(file.folder)) {
     const Descriptor folder = OpenToRead(FolderOf(file.path));
     error = folder < 0 ? LastError() : Flush(folder);
     if (!error) flushed_.insert(file.folder);
   }
-  if (!error) return "";
+  if (!error) return std::nullopt;
   return "can't be flushed to its disk: " + ErrorText(error);
 }
 

@@ -12,6 +12,7 @@
 #include "workflow/finding.h"
 #include "workflow/keeping/card_files.h"
 #include "workflow/keeping/listed_bytes.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain {
 
@@ -44,7 +45,7 @@ class KeptFiles {
 
   // Opens a file whose bytes are to count: it is what was listed, is on its disk, and shares no
   // block with a card. Null, and why, else.
-  std::unique_ptr<ListedBytes> Open(KeptFile& file, CardFiles& cards, std::string& why);
+  std::unique_ptr<ListedBytes> Open(KeptFile& file, CardFiles& cards, Reason& why);
 
   // From now on the file, and what else lies in its folder, must stay what it is.
   void Count(KeptFile& file);
@@ -58,7 +59,7 @@ class KeptFiles {
                                   const SearchProgress& goOn = {}) const;
 
  private:
-  std::string Flushed(const ListedBytes& bytes, const ListedFile& file);
+  [[nodiscard]] Reason WhyUnflushed(const ListedBytes& bytes, const ListedFile& file);
 
   // With those left out.
   std::vector<ListedFile> all_;

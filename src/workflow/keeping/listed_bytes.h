@@ -9,6 +9,7 @@
 #include "workflow/keeping/file_list.h"
 #include "workflow/system/file_bytes.h"
 #include "workflow/system/open_file.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain {
 
@@ -20,15 +21,15 @@ class ListedBytes {
   ListedBytes(const ListedBytes&) = delete;
   ListedBytes& operator=(const ListedBytes&) = delete;
 
-  // Why it can't be used; empty if it can.
-  const std::string& Why() const { return why_; }
+  // Why it can't be used, as the rest of a sentence that begins with its path.
+  [[nodiscard]] const Reason& Why() const { return why_; }
   FileBytes& Bytes() { return bytes_; }
   int descriptor() const { return file_; }
 
  private:
   Descriptor file_;
   FileBytes bytes_;
-  std::string why_;
+  Reason why_;
   std::shared_ptr<std::error_code> failure_;
 };
 

@@ -15,6 +15,7 @@
 #include "adapt/fit_options.h"
 #include "workflow/companion.h"
 #include "workflow/keeping/content_hash.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain {
 
@@ -70,6 +71,6 @@ std::vector<std::string> NamesFor(const std::vector<std::string>& paths);
 // The table of contents as text, and back. A text that says anything else than a table of contents
 // with sound numbers and names is refused with what is wrong, the rest of a sentence.
 std::string OriginalsText(const Originals& originals);
-std::string ReadOriginals(const std::string& text, Originals& originals);
+[[nodiscard]] Reason ReadOriginals(const std::string& text, Originals& originals);
 
 }  // namespace clipchain

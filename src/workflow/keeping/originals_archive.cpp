@@ -162,7 +162,7 @@ void OriginalsReader::Free::operator()(archive* reader) const { archive_read_fre
 OriginalsReader::OriginalsReader() = default;
 OriginalsReader::~OriginalsReader() = default;
 
-std::string OriginalsReader::CheckSeal(FileBytes& file) {
+Reason OriginalsReader::CheckSeal(FileBytes& file) {
   constexpr const char* kUnread = "can't be read";
   const Number size = file.Size();
   if (file.error()) return kUnread;
@@ -185,11 +185,11 @@ std::string OriginalsReader::CheckSeal(FileBytes& file) {
   }
   hash.Update(seal.data(), seal.size());
   fileHash_ = hash.Value().xxh128;
-  return "";
+  return std::nullopt;
 }
 
-std::string OriginalsReader::Open(FileBytes& file) {
-  if (std::string why = CheckSeal(file); !why.empty()) return why;
+Reason OriginalsReader::Open(FileBytes& file) {
+  if (Reason why = CheckSeal(file)) return why;
   stream_ = std::make_unique<Stream>(Stream{file, file.Size() - kSealSize});
   archive_.reset(archive_read_new());
   archive* const reader = archive_.get();
@@ -219,7 +219,7 @@ std::string OriginalsReader::Open(FileBytes& file) {
   return ReadOriginals(text, contents_);
 }
 
-std::string OriginalsReader::OpenEntry(const std::string& name, Number size) {
+Reason OriginalsReader::OpenEntry(const std::string& name, Number size) {
   archive_entry* entry = nullptr;
   if (archive_read_next_header(archive_.get(), &entry) != ARCHIVE_OK)
     return "is damaged: the entry of a clip can't be read";
@@ -234,15 +234,15 @@ std::string OriginalsReader::OpenEntry(const std::string& name, Number size) {
   if (archive_entry_size_is_set(entry) == 0 ||
       static_cast<Number>(archive_entry_size(entry)) != size)
     return "has an entry of another size than its table of contents says";
-  return "";
+  return std::nullopt;
 }
 
-std::string OriginalsReader::NextClip() {
+Reason OriginalsReader::NextClip() {
   const OriginalClip& clip = contents_.clips.at(next_++);
   return OpenEntry(clip.name, clip.KeptBytes());
 }
 
-std::string OriginalsReader::Read(void* buffer, std::size_t size) {
+Reason OriginalsReader::Read(void* buffer, std::size_t size) {
   auto* out = static_cast<char*>(buffer);
   while (size != 0) {
     const la_ssize_t got = archive_read_data(archive_.get(), out, size);
@@ -250,14 +250,14 @@ std::string OriginalsReader::Read(void* buffer, std::size_t size) {
     out += got;
     size -= static_cast<std::size_t>(got);
   }
-  return "";
+  return std::nullopt;
 }
 
-std::string OriginalsReader::AtEnd() {
+Reason OriginalsReader::AtEnd() {
   archive_entry* entry = nullptr;
-  return archive_read_next_header(archive_.get(), &entry) == ARCHIVE_EOF
-             ? ""
-             : "has something behind its last clip";
+  if (archive_read_next_header(archive_.get(), &entry) != ARCHIVE_EOF)
+    return "has something behind its last clip";
+  return std::nullopt;
 }
 
 }  // namespace clipchain

@@ -10,6 +10,7 @@
 #include "workflow/keeping/content_hash.h"
 #include "workflow/keeping/originals.h"
 #include "workflow/system/file_bytes.h"
+#include "workflow/system/reason.h"
 
 struct archive;
 
@@ -24,7 +25,7 @@ using KeptSource = std::function<std::size_t(std::size_t clip, void* buffer, std
                                              int file);
 
 // Reads an archive clip by clip. What is wrong is told as the rest of a sentence that begins with
-// its path, empty where nothing is.
+// its path.
 class OriginalsReader {
  public:
   OriginalsReader();
@@ -33,18 +34,18 @@ class OriginalsReader {
   OriginalsReader& operator=(const OriginalsReader&) = delete;
 
   // Looks at every byte: the archive is as it was written, and has a table of contents.
-  [[nodiscard]] std::string Open(FileBytes& file);
+  [[nodiscard]] Reason Open(FileBytes& file);
   const Originals& Contents() const { return contents_; }
   // Of the whole file.
   const std::string& FileHash() const { return fileHash_; }
 
   // Goes on to the entry of the next clip, which must have the name and the size that the table of
   // contents says.
-  [[nodiscard]] std::string NextClip();
+  [[nodiscard]] Reason NextClip();
   // So many bytes of it.
-  [[nodiscard]] std::string Read(void* buffer, std::size_t size);
+  [[nodiscard]] Reason Read(void* buffer, std::size_t size);
   // Nothing stands behind the last clip.
-  [[nodiscard]] std::string AtEnd();
+  [[nodiscard]] Reason AtEnd();
 
  private:
   struct Stream;
@@ -52,8 +53,8 @@ class OriginalsReader {
     void operator()(archive* reader) const;
   };
 
-  std::string CheckSeal(FileBytes& file);
-  std::string OpenEntry(const std::string& name, unsigned long long size);
+  [[nodiscard]] Reason CheckSeal(FileBytes& file);
+  [[nodiscard]] Reason OpenEntry(const std::string& name, unsigned long long size);
 
   std::unique_ptr<Stream> stream_;
   std::unique_ptr<archive, Free> archive_;

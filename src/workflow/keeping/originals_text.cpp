@@ -250,11 +250,11 @@ std::string OriginalsText(const Originals& originals) {
   return document.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
-std::string ReadOriginals(const std::string& text, Originals& originals) {
+Reason ReadOriginals(const std::string& text, Originals& originals) {
   try {
     CheckShape(text);
     originals = OriginalsIn(Json::parse(text));
-    return "";
+    return std::nullopt;
   } catch (const Json::exception&) {
     return "has a table of contents that is no JSON";
   } catch (const Fault& fault) {

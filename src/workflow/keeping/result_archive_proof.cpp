@@ -58,7 +58,7 @@ ResultProof::Candidates ResultProof::CandidatesFor(const OriginalClip& clip, Lis
     if (largest != nullptr && largest->size != 0) {
       ListedBytes card(files[i].file);
       const std::size_t length = ProbeLength(largest->size);
-      if (!card.Why().empty()) continue;
+      if (card.Why()) continue;
       const auto probe = Probe(card.Bytes(), place, length);
       if (!probe || probe != Probe(bytes.Bytes(), largest->position, length)) continue;
     }
@@ -69,14 +69,14 @@ ResultProof::Candidates ResultProof::CandidatesFor(const OriginalClip& clip, Lis
 
 // Reads the archive and the result as the recipe says, beside the files that may be the clip, of
 // which those stay that are the same in every byte.
-std::string ResultProof::CompareClip(ListedBytes& bytes, OriginalsReader& reader, std::size_t clip,
-                                     Candidates& candidates, PassingHash& hash) {
+Reason ResultProof::CompareClip(ListedBytes& bytes, OriginalsReader& reader, std::size_t clip,
+                                Candidates& candidates, PassingHash& hash) {
   const OriginalClip& original = reader.Contents().clips[clip];
-  if (std::string why = reader.NextClip(); !why.empty()) return why;
+  if (Reason why = reader.NextClip()) return why;
   std::vector<Suspect> suspects;
   for (const std::size_t candidate : candidates) {
     auto card = std::make_unique<ListedBytes>(cards_.Files()[candidate].file);
-    if (card->Why().empty()) suspects.push_back({candidate, std::move(card)});
+    if (!card->Why()) suspects.push_back({candidate, std::move(card)});
   }
   const std::string missing = NotThere(original);
   ContentHash content(!original.hashes.sha256.empty());
@@ -96,7 +96,7 @@ std::string ResultProof::CompareClip(ListedBytes& bytes, OriginalsReader& reader
   for (const RecipeStep& step : original.recipe) {
     for (Number done = 0; done < step.kept;) {
       const auto part = static_cast<std::size_t>(std::min<Number>(step.kept - done, kCompareBlock));
-      if (std::string why = reader.Read(made.data(), part); !why.empty()) return why;
+      if (Reason why = reader.Read(made.data(), part)) return why;
       if (!compare(part)) return missing;
       done += part;
     }
@@ -114,18 +114,18 @@ std::string ResultProof::CompareClip(ListedBytes& bytes, OriginalsReader& reader
                        PrintablePath(original.name));
   candidates.clear();
   for (const Suspect& suspect : suspects) candidates.push_back(suspect.clip);
-  return candidates.empty() ? missing : "";
+  if (candidates.empty()) return missing;
+  return std::nullopt;
 }
 
 // All of the result that is no clip's is what the merge puts there, and the recipes leave nothing
 // of the rest out.
-std::string ResultProof::CheckImage(KeptFile& result, ListedBytes& bytes, const Originals& contents,
-                                    const std::vector<std::size_t>& clips) {
+Reason ResultProof::CheckImage(KeptFile& result, ListedBytes& bytes, const Originals& contents,
+                               const std::vector<std::size_t>& clips) {
   MergeImage image;
   TopLevel boxes;
   if (!order_.Allows(clips)) return "has clips in another order than their identifiers say";
-  if (!boxes.Read(bytes.Bytes()).empty())
-    return "is beside a result that is not a merge of its clips";
+  if (boxes.Read(bytes.Bytes())) return "is beside a result that is not a merge of its clips";
   if (const Findings faults = MakeMergeImage(PathsOf(clips), contents.options, boxes.layout, image);
       !faults.empty())
     return "has clips that can't be merged: " + faults.front().text;
@@ -135,17 +135,18 @@ std::string ResultProof::CheckImage(KeptFile& result, ListedBytes& bytes, const 
     if (RecipeFor(image, clip, contents.clips[clip].size) != contents.clips[clip].recipe)
       return "has another recipe than a merge of its clips";
   }
-  return OwnBytesFit(result, bytes, image) ? ""
-                                           : "is beside a result that is not a merge of its clips";
+  if (!OwnBytesFit(result, bytes, image))
+    return "is beside a result that is not a merge of its clips";
+  return std::nullopt;
 }
 
-std::string ResultProof::CheckArchive(KeptFile& result, ListedBytes& bytes, KeptFile& archive,
-                                      bool& elsewhere) {
-  std::string why;
+Reason ResultProof::CheckArchive(KeptFile& result, ListedBytes& bytes, KeptFile& archive,
+                                 bool& elsewhere) {
+  Reason why;
   const std::unique_ptr<ListedBytes> file = kept_.Open(archive, cards_, why);
   if (file == nullptr) return why;
   OriginalsReader reader;
-  if (why = reader.Open(file->Bytes()); !why.empty()) return why;
+  if (why = reader.Open(file->Bytes()); why) return why;
   const Originals& contents = reader.Contents();
   if (contents.resultSize != static_cast<Number>(result.file.stamp.size))
     return "belongs to a result of another size";
@@ -156,26 +157,26 @@ std::string ResultProof::CheckArchive(KeptFile& result, ListedBytes& bytes, Kept
     Candidates ofItsSize;
     Candidates candidates = CandidatesFor(contents.clips[clip], bytes, ofItsSize);
     // A clip of another size is another clip, and there is no need to read the result.
-    why = ofItsSize.empty() ? NotThere(contents.clips[clip])
+    why = ofItsSize.empty() ? Reason(NotThere(contents.clips[clip]))
                             : CompareClip(bytes, reader, clip, candidates, hash);
-    if (!why.empty()) {
+    if (why) {
       elsewhere = candidates.empty();
       Blame(candidates.empty() ? ofItsSize : candidates,
-            PrintablePath(archive.file.path) + ' ' + why);
+            PrintablePath(archive.file.path) + ' ' + *why);
       return why;
     }
     clips.push_back(candidates.front());
     all.insert(all.end(), candidates.begin(), candidates.end());
   }
   why = reader.AtEnd();
-  if (why.empty()) why = CheckImage(result, bytes, contents, clips);
-  if (why.empty()) why = CheckChecksums(result, hash, reader.FileHash());
-  if (why.empty()) {
+  if (!why) why = CheckImage(result, bytes, contents, clips);
+  if (!why) why = CheckChecksums(result, hash, reader.FileHash());
+  if (!why) {
     kept_.Count(result);
     kept_.Count(archive);
     Keep(all, Keeping::kEveryByte);
   } else {
-    Blame(all, PrintablePath(archive.file.path) + ' ' + why);
+    Blame(all, PrintablePath(archive.file.path) + ' ' + *why);
   }
   return why;
 }
@@ -188,16 +189,16 @@ void ResultProof::TryArchive(KeptFile& result) {
   }
   // What it keeps is said by its archive: a clip that is otherwise anywhere is not among them.
   result.mayBeResult = false;
-  std::string why;
+  Reason why;
   const std::unique_ptr<ListedBytes> bytes = kept_.Open(result, cards_, why);
   if (bytes == nullptr) return;
   bool elsewhere = false;
   why = CheckArchive(result, *bytes, *archive, elsewhere);
-  if (why.empty()) return;
+  if (!why) return;
   // With an archive that does not fit the result counts for nothing, and its clips are told why.
   // One of clips that lie elsewhere fits: the result may be the copy of a file of the cards.
   result.usable = elsewhere;
-  BlameAllOf(*bytes, PrintablePath(archive->file.path) + ' ' + why);
+  BlameAllOf(*bytes, PrintablePath(archive->file.path) + ' ' + *why);
 }
 
 // Those whose media stands in the file.

@@ -59,7 +59,7 @@ ResultProof::ResultProof(CardFiles& cards, KeptFiles& kept, CardOrder& order, Me
   for (std::size_t i = 0; i < files.size(); ++i) {
     if (!files[i].isClip || files[i].media.empty()) continue;
     ListedBytes bytes(files[i].file);
-    if (!bytes.Why().empty()) continue;
+    if (bytes.Why()) continue;
     // A merge takes the last media box of a clip as it is, and all of one that it adapts.
     chains_.Add(i, bytes.Bytes(), {files[i].media.back()});
     if (files[i].media.size() > 1) chains_.Add(i, bytes.Bytes(), files[i].media);
@@ -86,49 +86,50 @@ void ResultProof::Blame(const std::vector<std::size_t>& clips, const std::string
 
 // Whether a file of checksums beside the result, if there is one, has those of the result and of
 // nothing but its archive.
-std::string ResultProof::CheckChecksums(KeptFile& result, PassingHash& hash,
-                                        const std::string& archiveHash) {
+Reason ResultProof::CheckChecksums(KeptFile& result, PassingHash& hash,
+                                   const std::string& archiveHash) {
   const std::string sumsPath = result.file.path + std::string(kChecksumsSuffix);
   KeptFile* const sums = kept_.At(sumsPath);
-  if (sums == nullptr)
-    return kept_.Hides(sumsPath) ? PrintablePath(sumsPath) + " can't be used" : "";
+  if (sums == nullptr) {
+    if (kept_.Hides(sumsPath)) return PrintablePath(sumsPath) + " can't be used";
+    return std::nullopt;
+  }
   constexpr long long kLargest = 1 << 20;
   const std::string misfit = PrintablePath(sums->file.path) + " does not fit it";
   ListedBytes bytes(sums->file);
-  if (!bytes.Why().empty() || sums->file.stamp.size > kLargest) return misfit;
+  if (bytes.Why() || sums->file.stamp.size > kLargest) return misfit;
   std::string text(static_cast<std::size_t>(sums->file.stamp.size), '\0');
   std::vector<Checksum> found;
   if (!bytes.Bytes().Read(0, text.data(), text.size()) || !ReadChecksums(text, found))
     return misfit;
   const std::string name = NameOf(result.file.path);
-  std::vector<Checksum> expected{{hash.Finish(), name}};
+  const std::optional<std::string> own = hash.Finish();
+  if (!own) return misfit;
+  std::vector<Checksum> expected{{*own, name}};
   if (found.size() > 1) expected.push_back({archiveHash, name + std::string(kOriginalsSuffix)});
   if (found != expected) return misfit;
   kept_.Count(*sums);
-  return "";
+  return std::nullopt;
 }
 
 bool ResultProof::OwnBytesFit(KeptFile& result, ListedBytes& bytes, const MergeImage& image) {
   if (image.size != static_cast<unsigned long long>(result.file.stamp.size)) return false;
   return std::all_of(image.pieces.begin(), image.pieces.end(), [&](const ImagePiece& piece) {
     return piece.clip != ImagePiece::kNoClip ||
-           compare_
-               .CompareWith({bytes.Bytes(), result.file.path, piece.position},
-                            image.bytes.data() + piece.source, piece.size, nullptr)
-               .empty();
+           !compare_.CompareWith({bytes.Bytes(), result.file.path, piece.position},
+                                 image.bytes.data() + piece.source, piece.size, nullptr);
   });
 }
 
-// What a merge of the clips that was forced would have lost of them; empty if nothing.
-std::string ResultProof::LossOf(const std::vector<std::size_t>& clips,
-                                const FitOptions& options) const {
+// What a merge of the clips that was forced would have lost of them, as a sentence.
+Reason ResultProof::LossOf(const std::vector<std::size_t>& clips, const FitOptions& options) const {
   CheckOptions check;
   SetFitting(check, options);
   const CheckReport report = Check(PathsOf(clips), check);
   for (const Finding& finding : report.findings) {
     if (IsLoss(finding)) return fmt::format("{} {}", PrintablePath(finding.path), finding.text);
   }
-  return "";
+  return std::nullopt;
 }
 
 bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const Layout& layout,
@@ -143,18 +144,17 @@ bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const Layout& layou
     if (!MakeMergeImage(PathsOf(clips), options, layout, image).empty() ||
         !OwnBytesFit(result, bytes, image))
       continue;
-    const std::string loss = LossOf(clips, options);
-    if (loss.empty()) return true;
-    Blame(clips, name + " is a merge that lost something: " + loss);
+    const Reason loss = LossOf(clips, options);
+    if (!loss) return true;
+    Blame(clips, name + " is a merge that lost something: " + *loss);
     return false;
   }
   Blame(clips, name + " has its media, but is not what a merge of these clips gives");
   return false;
 }
 
-std::string ResultProof::CompareContent(KeptFile& result, ListedBytes& bytes,
-                                        const std::vector<std::size_t>& clips,
-                                        const MergeImage& image) {
+Reason ResultProof::CompareContent(KeptFile& result, ListedBytes& bytes,
+                                   const std::vector<std::size_t>& clips, const MergeImage& image) {
   PassingHash hash(bytes.Bytes());
   PassingHash* const passing =
       kept_.At(result.file.path + std::string(kChecksumsSuffix)) != nullptr ? &hash : nullptr;
@@ -162,28 +162,28 @@ std::string ResultProof::CompareContent(KeptFile& result, ListedBytes& bytes,
   std::size_t open = ImagePiece::kNoClip;
   for (const ImagePiece& piece : image.pieces) {
     const NamedRange mine{bytes.Bytes(), result.file.path, piece.position};
-    std::string why;
+    Reason why;
     if (piece.clip == ImagePiece::kNoClip) {
       why = compare_.CompareWith(mine, image.bytes.data() + piece.source, piece.size, passing);
     } else {
       const ListedFile& clip = cards_.Files()[clips[piece.clip]].file;
       if (piece.clip != open) source = std::make_unique<ListedBytes>(clip);
       open = piece.clip;
-      if (!source->Why().empty()) return PrintablePath(clip.path) + ' ' + source->Why();
+      if (source->Why()) return PrintablePath(clip.path) + ' ' + *source->Why();
       why = compare_.Compare(mine, {source->Bytes(), clip.path, piece.source}, piece.size, passing);
     }
-    if (!why.empty()) return why;
+    if (why) return why;
   }
   return CheckChecksums(result, hash, "");
 }
 
 void ResultProof::TryContent(KeptFile& result) {
-  std::string why;
+  Reason why;
   const std::unique_ptr<ListedBytes> bytes = kept_.Open(result, cards_, why);
   if (bytes == nullptr) return;
   TopLevel boxes;
-  if (why = boxes.Read(bytes->Bytes()); !why.empty())
-    return BlameAllOf(*bytes, PrintablePath(result.file.path) + " has its media, but " + why);
+  if (why = boxes.Read(bytes->Bytes()); why)
+    return BlameAllOf(*bytes, PrintablePath(result.file.path) + " has its media, but " + *why);
   const auto kept = [this](std::size_t clip) {
     return cards_.Files()[clip].keeping != Keeping::kNot;
   };
@@ -205,7 +205,7 @@ void ResultProof::TryContent(KeptFile& result) {
     return;
   }
   why = CompareContent(result, *bytes, row, image);
-  if (!why.empty()) return Blame(row, why);
+  if (why) return Blame(row, *why);
   kept_.Count(result);
   Keep(row, Keeping::kSamples);
 }

@@ -11,6 +11,7 @@
 #include "workflow/keeping/kept_files.h"
 #include "workflow/keeping/media_chains.h"
 #include "workflow/keeping/originals_archive.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain {
 
@@ -31,21 +32,24 @@ class ResultProof {
   using Candidates = std::vector<std::size_t>;
 
   // `elsewhere` becomes true where the archive has a clip that is not on the cards.
-  std::string CheckArchive(KeptFile& result, ListedBytes& bytes, KeptFile& archive,
-                           bool& elsewhere);
-  std::string CompareClip(ListedBytes& bytes, OriginalsReader& reader, std::size_t clip,
-                          Candidates& candidates, PassingHash& hash);
+  [[nodiscard]] Reason CheckArchive(KeptFile& result, ListedBytes& bytes, KeptFile& archive,
+                                    bool& elsewhere);
+  [[nodiscard]] Reason CompareClip(ListedBytes& bytes, OriginalsReader& reader, std::size_t clip,
+                                   Candidates& candidates, PassingHash& hash);
   // `ofItsSize` gets those that may be it by their size, too.
   Candidates CandidatesFor(const OriginalClip& clip, ListedBytes& bytes, Candidates& ofItsSize);
-  std::string CheckImage(KeptFile& result, ListedBytes& bytes, const Originals& contents,
-                         const std::vector<std::size_t>& clips);
+  [[nodiscard]] Reason CheckImage(KeptFile& result, ListedBytes& bytes, const Originals& contents,
+                                  const std::vector<std::size_t>& clips);
 
   bool Fits(KeptFile& result, ListedBytes& bytes, const Layout& layout,
             const std::vector<std::size_t>& clips, MergeImage& image);
-  std::string LossOf(const std::vector<std::size_t>& clips, const FitOptions& options) const;
-  std::string CompareContent(KeptFile& result, ListedBytes& bytes,
-                             const std::vector<std::size_t>& clips, const MergeImage& image);
-  std::string CheckChecksums(KeptFile& result, PassingHash& hash, const std::string& archiveHash);
+  [[nodiscard]] Reason LossOf(const std::vector<std::size_t>& clips,
+                              const FitOptions& options) const;
+  [[nodiscard]] Reason CompareContent(KeptFile& result, ListedBytes& bytes,
+                                      const std::vector<std::size_t>& clips,
+                                      const MergeImage& image);
+  [[nodiscard]] Reason CheckChecksums(KeptFile& result, PassingHash& hash,
+                                      const std::string& archiveHash);
   bool OwnBytesFit(KeptFile& result, ListedBytes& bytes, const MergeImage& image);
 
   void Keep(const std::vector<std::size_t>& clips, Keeping keeping);

@@ -101,17 +101,17 @@ bool Splitting::Tell() {
 
 bool Splitting::Prepare() {
   if (!result_.IsFile()) {
-    Fail(Message::kInputUnreadable, merged_, "can't be read: " + WhyUnreadable(merged_),
+    Fail(Message::kInputUnreadable, merged_, "can't be read: " + UnreadableWords(merged_),
          "check the name and the permissions");
     return false;
   }
   if (!archive_.IsFile()) {
-    Fail(Message::kInputUnreadable, archivePath_, "can't be read: " + WhyUnreadable(archivePath_),
+    Fail(Message::kInputUnreadable, archivePath_, "can't be read: " + UnreadableWords(archivePath_),
          "put the archive that \"clipchain merge --originals\" made beside the file");
     return false;
   }
-  if (const std::string why = reader_.Open(archive_); !why.empty()) {
-    FailArchive(why);
+  if (const Reason why = reader_.Open(archive_)) {
+    FailArchive(*why);
     return false;
   }
   for (const OriginalClip& clip : reader_.Contents().clips) {
@@ -156,8 +156,8 @@ bool Splitting::Make() {
   for (clip_ = 0; clip_ < report_.clips.size(); ++clip_) {
     if (!Tell() || !MakeClip(clip_)) return false;
   }
-  if (const std::string why = reader_.AtEnd(); !why.empty()) {
-    FailArchive(why);
+  if (const Reason why = reader_.AtEnd()) {
+    FailArchive(*why);
     return false;
   }
   return true;
@@ -185,8 +185,8 @@ bool Splitting::MakeClip(std::size_t clip) {
 }
 
 bool Splitting::Fill(std::size_t clip, PartFile& part, bool& wrong) {
-  if (const std::string why = reader_.NextClip(); !why.empty()) {
-    FailArchive(why);
+  if (const Reason why = reader_.NextClip()) {
+    FailArchive(*why);
     return false;
   }
   for (const RecipeStep& step : reader_.Contents().clips[clip].recipe) {
@@ -199,8 +199,8 @@ bool Splitting::Fill(std::size_t clip, PartFile& part, bool& wrong) {
 bool Splitting::FromArchive(PartFile& part, Number size) {
   while (size != 0) {
     const auto count = static_cast<std::size_t>(std::min<Number>(size, kBlock));
-    if (const std::string why = reader_.Read(block_.data(), count); !why.empty()) {
-      FailArchive(why);
+    if (const Reason why = reader_.Read(block_.data(), count)) {
+      FailArchive(*why);
       return false;
     }
     if (!Write(part, count)) return false;

@@ -14,7 +14,7 @@ namespace {
 // Nothing where the file has no movie box with chapters.
 std::optional<std::vector<Chapter>> ChaptersIn(FileBytes& file) {
   TopLevel boxes;
-  if (!boxes.Read(file).empty()) return std::nullopt;
+  if (boxes.Read(file)) return std::nullopt;
   Bytes bytes(static_cast<std::size_t>(boxes.movie.size));
   if (!file.Read(boxes.movie.position, bytes.data(), bytes.size())) return std::nullopt;
   std::span<const unsigned char> in = bytes;

@@ -209,8 +209,8 @@ void Run::Follow() {
 
 void Run::FailCopy(const std::string& input, const std::error_code& error) {
   report_.result = MP4G_E_INPUT_READ;
-  if (const std::string why = WhyUnreadable(input); !why.empty()) {
-    Fail(Message::kInputUnreadable, input, "can't be opened any more: " + why,
+  if (const Reason why = WhyUnreadable(input)) {
+    Fail(Message::kInputUnreadable, input, "can't be opened any more: " + *why,
          "copy it again from the card", report_.result);
     return;
   }

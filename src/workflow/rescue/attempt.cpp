@@ -101,9 +101,9 @@ class Trier {
 bool Try(FileBytes& file, std::uint64_t content, const std::string& reference,
          const WalkProgress& progress, Attempt& attempt) {
   attempt.why = attempt.reference.Load(reference);
-  if (!attempt.why.empty()) return false;
+  if (attempt.why) return false;
   attempt.why = LearnModel(attempt.reference, attempt.model);
-  if (!attempt.why.empty()) return false;
+  if (attempt.why) return false;
   const std::uint64_t first = attempt.reference.chunks().front().position;
   attempt.media = ExamineBroken(file, content, first, first - attempt.reference.MediaBegin());
   return Trier(file, progress, attempt).Try();

@@ -7,6 +7,7 @@
 #include "workflow/rescue/media_walk.h"
 #include "workflow/rescue/model.h"
 #include "workflow/rescue/reference.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain::rescue {
 
@@ -16,7 +17,7 @@ struct Attempt {
   Harvest harvest;
   BrokenMedia media;
   // It failed, as the rest of a sentence that begins with the reference's name.
-  std::string why;
+  Reason why;
   bool stopped = false;
 };
 

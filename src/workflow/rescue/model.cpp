@@ -63,26 +63,26 @@ class Learner {
   Learner(const Reference& reference, Model& model)
       : reference_(reference), model_(model), window_(reference.file()) {}
 
-  std::string Learn() {
+  [[nodiscard]] Reason Learn() {
     model_.reference = &reference_;
-    if (std::string why = FindVideo(); !why.empty()) return why;
+    if (Reason why = FindVideo()) return why;
     model_.patterns.Learn(reference_, model_.video);
     MakeMethods();
     model_.records = RecordMethod::Learn(reference_);
     // What was learned must first find the reference's own samples, which are known.
     if (model_.records && !TryRecords()) model_.records.reset();
-    if (model_.records) return "";
+    if (model_.records) return std::nullopt;
     return TryWalk();
   }
 
  private:
-  std::string FindVideo();
+  [[nodiscard]] Reason FindVideo();
   bool Observe(const ReferenceTrack& track);
   void ReadPictures(const ReferenceTrack& track);
   void MakeMethods();
   bool TryRecords();
-  std::string WhyVideoIsNotFound() const;
-  std::string TryWalk();
+  std::string VideoNotFoundWords() const;
+  [[nodiscard]] Reason TryWalk();
   WalkRange TriedRange() const;
   // The tracks with a sample that is none of the reference's.
   std::vector<bool> WrongTracks(const Harvest& harvest) const;
@@ -93,7 +93,7 @@ class Learner {
   MediaWindow window_;
 };
 
-std::string Learner::FindVideo() {
+Reason Learner::FindVideo() {
   for (std::size_t i = 0; i < reference_.tracks().size(); ++i) {
     const ReferenceTrack& track = reference_.tracks()[i];
     if (track.kind != FourCc("vide") || track.sizes.count == 0) continue;
@@ -114,7 +114,7 @@ std::string Learner::FindVideo() {
       return "has a damaged description of its video";
     if (!Observe(track)) return "has video whose samples are not made as their description says";
   }
-  return "";
+  return std::nullopt;
 }
 
 bool Learner::Observe(const ReferenceTrack& track) {
@@ -238,7 +238,7 @@ bool Learner::TryRecords() {
 }
 
 // Pieces of a track that nothing tells apart hide the pictures behind them.
-std::string Learner::WhyVideoIsNotFound() const {
+std::string Learner::VideoNotFoundWords() const {
   const auto& tracks = reference_.tracks();
   for (std::size_t i = 0; i < tracks.size(); ++i) {
     const bool isFound = model_.methods[i] != nullptr || i == *model_.video;
@@ -250,7 +250,7 @@ std::string Learner::WhyVideoIsNotFound() const {
   return "has video of which its own samples can't be told apart";
 }
 
-std::string Learner::TryWalk() {
+Reason Learner::TryWalk() {
   if (model_.video && !HasDecoder())
     return "has video, for which this program was made without a decoder";
   // Without a track that is found wrongly the others are found otherwise, and are tried once more.
@@ -259,7 +259,7 @@ std::string Learner::TryWalk() {
     const Harvest harvest = WalkMedia(model_, window_, range, [](std::uint64_t) { return true; });
     const std::vector<bool> wrong = WrongTracks(harvest);
     if (model_.video && (wrong[*model_.video] || FindsLittle(harvest, *model_.video, range.end)))
-      return WhyVideoIsNotFound();
+      return VideoNotFoundWords();
     if (!FirstPictureDecodes(model_, window_, harvest))
       return "has a first picture that can't be decoded";
     bool dropped = false;
@@ -272,9 +272,9 @@ std::string Learner::TryWalk() {
   }
   const bool any = std::any_of(model_.methods.begin(), model_.methods.end(),
                                [](const auto& method) { return method != nullptr; });
-  return model_.video || any ? ""
-                             : "has no track of a format for which there is a "
-                               "way to find samples";
+  if (!model_.video && !any)
+    return "has no track of a format for which there is a way to find samples";
+  return std::nullopt;
 }
 
 }  // namespace
@@ -285,7 +285,7 @@ std::string Model::MethodOf(std::size_t track) const {
   return methods[track] != nullptr ? std::string(methods[track]->Name()) : "";
 }
 
-std::string LearnModel(const Reference& reference, Model& model) {
+Reason LearnModel(const Reference& reference, Model& model) {
   return Learner(reference, model).Learn();
 }
 

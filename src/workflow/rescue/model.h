@@ -11,6 +11,7 @@
 #include "workflow/rescue/gap_patterns.h"
 #include "workflow/rescue/record_method.h"
 #include "workflow/rescue/reference.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain::rescue {
 
@@ -39,8 +40,7 @@ struct Model {
 
 // Learns all there is, and tries it on the reference itself: a method that
 // gives anything but the reference's own samples is dropped. What speaks
-// against the reference, as the rest of a sentence that begins with its name;
-// empty if it can be used.
-std::string LearnModel(const Reference& reference, Model& model);
+// against the reference, as the rest of a sentence that begins with its name.
+[[nodiscard]] Reason LearnModel(const Reference& reference, Model& model);
 
 }  // namespace clipchain::rescue

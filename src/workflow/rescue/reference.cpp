@@ -51,16 +51,16 @@ std::uint32_t ReferenceTrack::UniformSize() const {
   return all ? first : 0;
 }
 
-std::string Reference::Load(const std::string& path) {
+Reason Reference::Load(const std::string& path) {
   path_ = path;
-  if (const std::string why = WhyUnreadable(path); !why.empty()) return "can't be read: " + why;
+  if (const Reason why = WhyUnreadable(path)) return "can't be read: " + *why;
   file_ = std::make_unique<FileBytes>(path);
   if (file_->error() || !file_->IsFile()) return "can't be read";
-  if (std::string why = ReadTopLevel(); !why.empty()) return why;
+  if (Reason why = ReadTopLevel()) return why;
   return ReadTracks();
 }
 
-std::string Reference::ReadTopLevel() {
+Reason Reference::ReadTopLevel() {
   const std::uint64_t end = file_->Size();
   bool hasMovie = false;
   for (std::uint64_t at = 0; at + BoxHeader::kShort <= end && top_.size() < kMostBoxes;) {
@@ -84,10 +84,11 @@ std::string Reference::ReadTopLevel() {
     }
     at += size;
   }
-  return hasMovie ? "" : "has no whole movie box";
+  if (!hasMovie) return "has no whole movie box";
+  return std::nullopt;
 }
 
-std::string Reference::ReadTracks() {
+Reason Reference::ReadTracks() {
   const RawBox* header = movie_.Child(FourCc("mvhd"));
   const auto time = header != nullptr ? ReadTimeHeader(*header) : std::nullopt;
   if (!time || time->scale == 0) return "has no movie header";
@@ -108,7 +109,8 @@ std::string Reference::ReadTracks() {
   std::stable_sort(chunks_.begin(), chunks_.end(), [](const ChunkPlace& a, const ChunkPlace& b) {
     return a.position < b.position;
   });
-  return PlaceMedia() ? "" : "has no media that its tables describe";
+  if (!PlaceMedia()) return "has no media that its tables describe";
+  return std::nullopt;
 }
 
 bool Reference::ReadTrack(const RawBox& trak, ReferenceTrack& track) const {

@@ -11,6 +11,7 @@
 #include "adapt/raw_boxes.h"
 #include "adapt/track_tables.h"
 #include "workflow/system/file_bytes.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain::rescue {
 
@@ -48,8 +49,8 @@ struct ReferenceTrack {
 class Reference {
  public:
   // Why the clip can't be one, as the rest of a sentence that begins with its
-  // name; empty if it is.
-  std::string Load(const std::string& path);
+  // name.
+  [[nodiscard]] Reason Load(const std::string& path);
 
   const std::string& path() const { return path_; }
   FileBytes& file() const { return *file_; }
@@ -65,8 +66,8 @@ class Reference {
   std::uint64_t MediaEnd() const { return mediaEnd_; }
 
  private:
-  std::string ReadTopLevel();
-  std::string ReadTracks();
+  [[nodiscard]] Reason ReadTopLevel();
+  [[nodiscard]] Reason ReadTracks();
   bool ReadTrack(const RawBox& trak, ReferenceTrack& track) const;
   bool PlaceChunks(const RawBox& table, ReferenceTrack& track, std::size_t index) const;
   bool PlaceMedia();

@@ -73,8 +73,8 @@ bool Work::Step(Phase phase, std::uint64_t current, std::uint64_t total) {
 }
 
 bool Work::Look() {
-  if (const std::string why = WhyUnreadable(broken_); !why.empty()) {
-    Fail(Message::kInputUnreadable, broken_, "can't be read: " + why,
+  if (const Reason why = WhyUnreadable(broken_)) {
+    Fail(Message::kInputUnreadable, broken_, "can't be read: " + *why,
          "check the name and the permissions");
     return false;
   }
@@ -126,7 +126,7 @@ bool Work::Search() {
   }
   for (const std::string& reference : references) {
     if (!Step(Phase::kLooking, 0, file_->Size()) || TryOne(reference)) break;
-    report_.findings.push_back(MakeFinding(Message::kReferenceUnusable, reference, attempt_->why));
+    report_.findings.push_back(MakeFinding(Message::kReferenceUnusable, reference, *attempt_->why));
     attempt_ = nullptr;
   }
   if (attempt_ == nullptr) {
@@ -155,7 +155,7 @@ rescue::ClipNames Work::FindNames() {
   std::vector<rescue::ClipNames> all;
   for (const std::string& clip : clips) {
     rescue::Reference reference;
-    if (!reference.Load(clip).empty()) continue;
+    if (reference.Load(clip)) continue;
     if (auto names = rescue::ReadNames(reference.movie())) all.push_back(std::move(*names));
   }
   rescue::ClipNames found = rescue::NoNames();

@@ -59,7 +59,7 @@ long long FileSize(const std::string& path) {
 
 std::string ErrorText(const std::error_code& error) { return error.message(); }
 
-std::string WhyUnreadable(const std::string& path) {
+Reason WhyUnreadable(const std::string& path) {
   struct stat status;
   if (!Status(path, status))
     return errno == ENOENT ? "there is no such file" : ErrorText(LastError());
@@ -67,20 +67,27 @@ std::string WhyUnreadable(const std::string& path) {
   // It is not opened to find out: a pipe would keep whoever opens it waiting.
   if (::access(path.c_str(), R_OK) != 0) return ErrorText(LastError());
   if (!S_ISREG(status.st_mode)) return "it is no regular file";
-  return status.st_size == 0 ? "it is empty" : "";
+  if (status.st_size == 0) return "it is empty";
+  return std::nullopt;
 }
 
-std::string WhyUnwritable(const std::string& path) {
+Reason WhyUnwritable(const std::string& path) {
   if (path.empty()) return "it has no name";
   struct stat status;
   if (Status(path, status)) {
     if (S_ISDIR(status.st_mode)) return "it is a folder";
-    return ::access(path.c_str(), W_OK) == 0 ? "" : ErrorText(LastError());
+    if (::access(path.c_str(), W_OK) != 0) return ErrorText(LastError());
+    return std::nullopt;
   }
   const std::string folder = FolderOf(path);
   if (!Status(folder, status)) return fmt::format("there is no folder {}", PrintablePath(folder));
   if (!S_ISDIR(status.st_mode)) return fmt::format("{} is no folder", PrintablePath(folder));
-  return ::access(folder.c_str(), W_OK) == 0 ? "" : ErrorText(LastError());
+  if (::access(folder.c_str(), W_OK) != 0) return ErrorText(LastError());
+  return std::nullopt;
+}
+
+std::string UnreadableWords(const std::string& path) {
+  return WhyUnreadable(path).value_or("it has changed meanwhile");
 }
 
 }  // namespace clipchain

@@ -5,6 +5,8 @@
 #include <string>
 #include <system_error>
 
+#include "workflow/system/reason.h"
+
 namespace clipchain {
 
 // Spells a path so that it can be printed: the bytes of control characters appear as \xNN, be they
@@ -28,8 +30,11 @@ long long FileSize(const std::string& path);
 std::string ErrorText(const std::error_code& error);
 
 // Why a file can't be read, or can't be created or written, as the end of a sentence: "there is no
-// such file". Empty if nothing speaks against it.
-std::string WhyUnreadable(const std::string& path);
-std::string WhyUnwritable(const std::string& path);
+// such file".
+[[nodiscard]] Reason WhyUnreadable(const std::string& path);
+[[nodiscard]] Reason WhyUnwritable(const std::string& path);
+
+// The same of a file that could not be read a moment ago, which may have changed since.
+std::string UnreadableWords(const std::string& path);
 
 }  // namespace clipchain

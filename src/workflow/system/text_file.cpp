@@ -32,7 +32,7 @@ std::error_code WriteText(int file, std::string_view text) {
   return {};
 }
 
-std::string WhyNoTextFile(const std::string& path, bool overwrite) {
+Reason WhyNoTextFile(const std::string& path, bool overwrite) {
   struct stat status;
   if (::lstat(path.c_str(), &status) == 0) {
     if (S_ISDIR(status.st_mode)) return "is a folder";
@@ -40,13 +40,12 @@ std::string WhyNoTextFile(const std::string& path, bool overwrite) {
     if (!S_ISREG(status.st_mode)) return "exists already and is no regular file";
     if (!overwrite) return kExists;
   }
-  const std::string why = WhyUnwritable(path);
-  return why.empty() ? "" : "can't be written: " + why;
+  if (const Reason why = WhyUnwritable(path)) return "can't be written: " + *why;
+  return std::nullopt;
 }
 
-std::string WriteTextFile(const std::string& path, std::string_view text, bool overwrite) {
-  std::string why = WhyNoTextFile(path, overwrite);
-  if (!why.empty()) return why;
+Reason WriteTextFile(const std::string& path, std::string_view text, bool overwrite) {
+  if (Reason why = WhyNoTextFile(path, overwrite)) return why;
   PartFile part;
   std::error_code error = part.Create(path);
   if (!error) error = WriteText(part.descriptor(), text);
@@ -56,7 +55,8 @@ std::string WriteTextFile(const std::string& path, std::string_view text, bool o
   // Somebody was faster; what they wrote stays.
   if (error == std::errc::file_exists) return kExists;
   if (!error) error = part.FlushFolder();
-  return error ? Unwritable(error) : "";
+  if (error) return Unwritable(error);
+  return std::nullopt;
 }
 
 }  // namespace clipchain

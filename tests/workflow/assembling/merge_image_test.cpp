@@ -60,7 +60,7 @@ class MergeImageTest : public testing::Test {
     support::WriteFile(folder / "made", made);
     FileBytes file(folder / "made");
     TopLevel boxes;
-    EXPECT_EQ("", boxes.Read(file));
+    EXPECT_EQ(std::nullopt, boxes.Read(file));
     EXPECT_EQ(layout, boxes.layout);
     ImageBytes unwritten(clips, image);
     const Fit fit(clips, {});

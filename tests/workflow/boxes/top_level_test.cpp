@@ -14,7 +14,7 @@ namespace {
 class TopLevelTest : public testing::Test {
  protected:
   // What is wrong.
-  std::string Read(std::initializer_list<Bytes> boxes) {
+  clipchain::Reason Read(std::initializer_list<Bytes> boxes) {
     WriteFile(folder / "file", Join(boxes));
     FileBytes file(folder / "file");
     found = TopLevel();
@@ -31,11 +31,11 @@ class TopLevelTest : public testing::Test {
 }  // namespace
 
 TEST_F(TopLevelTest, TellsWhereTheMovieStands) {
-  EXPECT_EQ("", Read({type, Box("free"), media, movie}));
+  EXPECT_EQ(std::nullopt, Read({type, Box("free"), media, movie}));
   EXPECT_FALSE(found.layout.movieInFront);
   EXPECT_EQ(32u, found.media.position);
   EXPECT_EQ(132u, found.movie.position);
-  EXPECT_EQ("", Read({type, movie, Box("free"), media}));
+  EXPECT_EQ(std::nullopt, Read({type, movie, Box("free"), media}));
   EXPECT_TRUE(found.layout.movieInFront);
   EXPECT_EQ(16u, found.movie.position);
   EXPECT_EQ(60u, found.media.position);
@@ -43,25 +43,25 @@ TEST_F(TopLevelTest, TellsWhereTheMovieStands) {
 }
 
 TEST_F(TopLevelTest, TellsTheBlockThatAFreeBoxAheadOfTheMediaNotes) {
-  EXPECT_EQ("", Read({type, Box("free", {U32(4096)}), media, movie}));
+  EXPECT_EQ(std::nullopt, Read({type, Box("free", {U32(4096)}), media, movie}));
   EXPECT_EQ(4096u, found.layout.block);
   for (const std::uint32_t odd : {0u, 1u, 256u, 4095u, 1u << 17, 0x80000000u}) {
-    EXPECT_EQ("", Read({type, Box("free", {U32(odd)}), media, movie}));
+    EXPECT_EQ(std::nullopt, Read({type, Box("free", {U32(odd)}), media, movie}));
     EXPECT_EQ(0u, found.layout.block) << odd;
   }
-  EXPECT_EQ("", Read({type, Box("free", {U32(4096)}), Box("free"), media, movie}));
+  EXPECT_EQ(std::nullopt, Read({type, Box("free", {U32(4096)}), Box("free"), media, movie}));
   EXPECT_EQ(0u, found.layout.block);
-  EXPECT_EQ("", Read({type, Box("free", {U64(4096)}), media, movie}));
+  EXPECT_EQ(std::nullopt, Read({type, Box("free", {U64(4096)}), media, movie}));
   EXPECT_EQ(0u, found.layout.block);
 }
 
 TEST_F(TopLevelTest, SaysWhatIsNoMergedFile) {
-  EXPECT_NE("", Read({type, media}));
-  EXPECT_NE("", Read({type, movie}));
-  EXPECT_NE("", Read({type, movie, media, movie}));
-  EXPECT_NE("", Read({type, media, movie, media}));
-  EXPECT_NE("", Read({type, movie, media, Box("free")}));
-  EXPECT_NE("", Read({movie, type, media}));
-  EXPECT_NE("", Read({type, Box("skip"), media, movie}));
-  EXPECT_NE("", Read({type, media, Slice(movie, 0, 10)}));
+  EXPECT_NE(std::nullopt, Read({type, media}));
+  EXPECT_NE(std::nullopt, Read({type, movie}));
+  EXPECT_NE(std::nullopt, Read({type, movie, media, movie}));
+  EXPECT_NE(std::nullopt, Read({type, media, movie, media}));
+  EXPECT_NE(std::nullopt, Read({type, movie, media, Box("free")}));
+  EXPECT_NE(std::nullopt, Read({movie, type, media}));
+  EXPECT_NE(std::nullopt, Read({type, Box("skip"), media, movie}));
+  EXPECT_NE(std::nullopt, Read({type, media, Slice(movie, 0, 10)}));
 }

@@ -221,7 +221,7 @@ TEST_F(CheckOutput, SaysHowLargeAFileMayBe) {
 TEST_F(CheckOutput, KnowsTheSpaceOfAFolder) {
   const OutputPlace place = clipchain::PlaceOf(output);
   EXPECT_EQ(folder.path().string(), place.folder);
-  EXPECT_EQ("", place.whyUnwritable);
+  EXPECT_EQ(std::nullopt, place.whyUnwritable);
   EXPECT_GT(place.freeBytes, 0);
   EXPECT_EQ(".", clipchain::PlaceOf("out.mp4").folder);
 }

@@ -44,7 +44,7 @@ Originals Sample() {
 }
 
 // What reading says about the sample with one thing changed.
-std::string Reading(const std::function<void(Json&)>& change) {
+clipchain::Reason Reading(const std::function<void(Json&)>& change) {
   Json document = Json::parse(OriginalsText(Sample()));
   change(document);
   Originals read;
@@ -53,7 +53,7 @@ std::string Reading(const std::function<void(Json&)>& change) {
 
 TEST(Originals, AreReadAsTheyWereWritten) {
   Originals read;
-  EXPECT_EQ("", ReadOriginals(OriginalsText(Sample()), read));
+  EXPECT_EQ(std::nullopt, ReadOriginals(OriginalsText(Sample()), read));
   EXPECT_EQ(OriginalsText(Sample()), OriginalsText(read));
   EXPECT_EQ("b\xFE.mp4", read.clips[1].name);
   EXPECT_EQ(-5, read.clips[0].modified.tv_sec);
@@ -62,30 +62,31 @@ TEST(Originals, AreReadAsTheyWereWritten) {
 }
 
 TEST(Originals, RefuseWhatContradictsItself) {
-  EXPECT_EQ("", Reading([](Json&) {}));
+  EXPECT_EQ(std::nullopt, Reading([](Json&) {}));
   const auto clip = [](const std::function<void(Json&)>& change) {
     return Reading([&](Json& document) { change(document["clips"][0]); });
   };
-  EXPECT_NE("", Reading([](Json& all) { all["format"] = "other"; }));
-  EXPECT_NE("", Reading([](Json& all) { all["version"] = 2; }));
-  EXPECT_NE("", Reading([](Json& all) { all["clips"] = Json::array(); }));
-  EXPECT_NE("", Reading([](Json& all) { all.erase("options"); }));
-  EXPECT_NE("", Reading([](Json& all) { all["result"]["size"] = 89; }));
-  EXPECT_NE("", Reading([](Json& all) { all["clips"][1]["name"] = all["clips"][0]["name"]; }));
-  EXPECT_NE("", clip([](Json& one) { one["size"] = 51; }));
-  EXPECT_NE("", clip([](Json& one) { one["size"] = 49; }));
-  EXPECT_NE("", clip([](Json& one) { one["size"] = -1; }));
-  EXPECT_NE("", clip([](Json& one) { one["size"] = 1e300; }));
-  EXPECT_NE("", clip([](Json& one) { one["xxh128"] = "short"; }));
-  EXPECT_NE("", clip([](Json& one) { one["sha256"] = std::string(64, 'X'); }));
-  EXPECT_NE("", clip([](Json& one) { one["modified"][1] = 1'000'000'000; }));
-  EXPECT_NE("", clip([](Json& one) { one["recipe"][0][1] = 61; }));
-  EXPECT_NE("", clip([](Json& one) { one["recipe"][0][1] = 18446744073709551615u; }));
-  EXPECT_NE("", clip([](Json& one) { one["recipe"][0][2] = 0; }));
-  EXPECT_NE("", clip([](Json& one) { one["recipe"].push_back({0, 0, 0}); }));
+  EXPECT_NE(std::nullopt, Reading([](Json& all) { all["format"] = "other"; }));
+  EXPECT_NE(std::nullopt, Reading([](Json& all) { all["version"] = 2; }));
+  EXPECT_NE(std::nullopt, Reading([](Json& all) { all["clips"] = Json::array(); }));
+  EXPECT_NE(std::nullopt, Reading([](Json& all) { all.erase("options"); }));
+  EXPECT_NE(std::nullopt, Reading([](Json& all) { all["result"]["size"] = 89; }));
+  EXPECT_NE(std::nullopt,
+            Reading([](Json& all) { all["clips"][1]["name"] = all["clips"][0]["name"]; }));
+  EXPECT_NE(std::nullopt, clip([](Json& one) { one["size"] = 51; }));
+  EXPECT_NE(std::nullopt, clip([](Json& one) { one["size"] = 49; }));
+  EXPECT_NE(std::nullopt, clip([](Json& one) { one["size"] = -1; }));
+  EXPECT_NE(std::nullopt, clip([](Json& one) { one["size"] = 1e300; }));
+  EXPECT_NE(std::nullopt, clip([](Json& one) { one["xxh128"] = "short"; }));
+  EXPECT_NE(std::nullopt, clip([](Json& one) { one["sha256"] = std::string(64, 'X'); }));
+  EXPECT_NE(std::nullopt, clip([](Json& one) { one["modified"][1] = 1'000'000'000; }));
+  EXPECT_NE(std::nullopt, clip([](Json& one) { one["recipe"][0][1] = 61; }));
+  EXPECT_NE(std::nullopt, clip([](Json& one) { one["recipe"][0][1] = 18446744073709551615u; }));
+  EXPECT_NE(std::nullopt, clip([](Json& one) { one["recipe"][0][2] = 0; }));
+  EXPECT_NE(std::nullopt, clip([](Json& one) { one["recipe"].push_back({0, 0, 0}); }));
   Originals read;
-  EXPECT_NE("", ReadOriginals("", read));
-  EXPECT_NE("", ReadOriginals(std::string(100'000, '['), read));
+  EXPECT_NE(std::nullopt, ReadOriginals("", read));
+  EXPECT_NE(std::nullopt, ReadOriginals(std::string(100'000, '['), read));
 }
 
 TEST(Originals, OfFewBytesAndManyPartsAreRefusedBeforeTheyAreBuilt) {
@@ -96,17 +97,19 @@ TEST(Originals, OfFewBytesAndManyPartsAreRefusedBeforeTheyAreBuilt) {
     return ReadOriginals(text + "0]}", read);
   };
   for (const char* part : {"[],", "{},", "0,", R"({"":0},)"})
-    EXPECT_THAT(many(part), testing::HasSubstr("more parts than its size allows")) << part;
+    EXPECT_THAT(many(part),
+                testing::Optional(testing::HasSubstr("more parts than its size allows")))
+        << part;
   // Brackets in a name are none.
   Originals originals = Sample();
   originals.clips[0].place = std::string(100'000, '[') + "\\\"" + std::string(100'000, '{');
   Originals read;
-  EXPECT_EQ("", ReadOriginals(OriginalsText(originals), read));
+  EXPECT_EQ(std::nullopt, ReadOriginals(OriginalsText(originals), read));
   // A recording of many fragments is read in no time.
   originals.clips[1].size = 50'000;
   originals.resultSize = 50'100;
   originals.clips[1].recipe.assign(50'000, {0, 1, 1});
-  EXPECT_EQ("", ReadOriginals(OriginalsText(originals), read));
+  EXPECT_EQ(std::nullopt, ReadOriginals(OriginalsText(originals), read));
   EXPECT_EQ(50'000u, read.clips[1].recipe.size());
 }
 
@@ -118,7 +121,7 @@ TEST(Originals, RefuseNamesThatNoSingleFileCanHave) {
   for (const char* name : {"a", "...", "console.mp4", "com.mp4", "com10", " x", "a\\b"})
     EXPECT_TRUE(IsFileName(name)) << name;
   EXPECT_THAT(Reading([](Json& all) { all["clips"][0]["name"]["path"] = "../a"; }),
-              HasSubstr("single file"));
+              testing::Optional(HasSubstr("single file")));
 }
 
 TEST(Originals, GiveTheSecondOfEqualNamesANumber) {
@@ -141,15 +144,15 @@ TEST(OriginalsArchive, GivesTheBytesOfEachClip) {
   ASSERT_EQ(std::error_code(), WriteOriginals(Sample(), source, part.descriptor()));
   FileBytes file(part.descriptor());
   OriginalsReader reader;
-  ASSERT_EQ("", reader.Open(file));
+  ASSERT_EQ(std::nullopt, reader.Open(file));
   EXPECT_EQ(OriginalsText(Sample()), OriginalsText(reader.Contents()));
   std::string bytes(10, '\0');
-  ASSERT_EQ("", reader.NextClip());
-  ASSERT_EQ("", reader.Read(bytes.data(), bytes.size()));
+  ASSERT_EQ(std::nullopt, reader.NextClip());
+  ASSERT_EQ(std::nullopt, reader.Read(bytes.data(), bytes.size()));
   EXPECT_EQ(std::string(10, 'A'), bytes);
-  EXPECT_NE("", reader.Read(bytes.data(), 1));
-  ASSERT_EQ("", reader.NextClip());
-  EXPECT_EQ("", reader.AtEnd());
+  EXPECT_NE(std::nullopt, reader.Read(bytes.data(), 1));
+  ASSERT_EQ(std::nullopt, reader.NextClip());
+  EXPECT_EQ(std::nullopt, reader.AtEnd());
   EXPECT_EQ(HashFile(file, nullptr), reader.FileHash());
 }
 

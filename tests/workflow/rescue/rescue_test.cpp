@@ -97,7 +97,7 @@ TEST_F(RescueTest, LeavesOutWhatACutHasLeftOfASample) {
 TEST_F(RescueTest, TakesNoZerosAtTheEndForASample) {
   NEED_DECODER();
   rescue::Reference clip;
-  ASSERT_EQ("", clip.Load(kClip3));
+  ASSERT_EQ(std::nullopt, clip.Load(kClip3));
   const rescue::ChunkPlace& chunk = clip.tracks()[0].chunks[20];
   Bytes broken = ReadFile(kClip3);
   broken.resize(static_cast<std::size_t>(chunk.position + clip.BytesOf(chunk)));
@@ -313,7 +313,7 @@ TEST(GapPatterns, OfManyLengthsFillOthersOnlyWhereNoTwoFitIntoOne) {
     const std::string path = folder / std::to_string(least);
     WriteFile(path, WithPieces(pieces));
     rescue::Reference reference;
-    ASSERT_EQ("", reference.Load(path));
+    ASSERT_EQ(std::nullopt, reference.Load(path));
     rescue::GapPatterns patterns;
     patterns.Learn(reference, 0);
     rescue::FrameMethods methods(2);

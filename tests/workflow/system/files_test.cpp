@@ -89,7 +89,7 @@ TEST(WhyUnreadable, NamesTheReason) {
   const TempDir folder;
   WriteFile(folder / "file", Text("x"));
   WriteFile(folder / "empty", {});
-  EXPECT_EQ("", WhyUnreadable(folder / "file"));
+  EXPECT_EQ(std::nullopt, WhyUnreadable(folder / "file"));
   EXPECT_EQ("it is empty", WhyUnreadable(folder / "empty"));
   EXPECT_EQ("there is no such file", WhyUnreadable(folder / "missing"));
   EXPECT_EQ("it is a folder", WhyUnreadable(folder.path()));
@@ -97,14 +97,21 @@ TEST(WhyUnreadable, NamesTheReason) {
   EXPECT_EQ("Not a directory", WhyUnreadable(folder / "file/x"));
 }
 
+TEST(UnreadableWords, TellWhatHasChangedWhereNothingSpeaksAgainstIt) {
+  const TempDir folder;
+  WriteFile(folder / "file", Text("x"));
+  EXPECT_EQ("it has changed meanwhile", UnreadableWords(folder / "file"));
+  EXPECT_EQ("there is no such file", UnreadableWords(folder / "missing"));
+}
+
 TEST(WhyUnwritable, NamesTheReason) {
   const TempDir folder;
   const std::string file = folder / "file";
   const std::string missing = folder / "missing";
   WriteFile(file, Text("x"));
-  EXPECT_EQ("", WhyUnwritable(file));
-  EXPECT_EQ("", WhyUnwritable(folder / "new"));
-  EXPECT_EQ("", WhyUnwritable("a-new-name-in-this-folder"));
+  EXPECT_EQ(std::nullopt, WhyUnwritable(file));
+  EXPECT_EQ(std::nullopt, WhyUnwritable(folder / "new"));
+  EXPECT_EQ(std::nullopt, WhyUnwritable("a-new-name-in-this-folder"));
   EXPECT_EQ("it has no name", WhyUnwritable(""));
   EXPECT_EQ("it is a folder", WhyUnwritable(folder.path()));
   EXPECT_EQ("there is no folder " + missing, WhyUnwritable(missing + "/x"));

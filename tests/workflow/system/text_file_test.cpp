@@ -32,8 +32,8 @@ class TextFile : public testing::Test {
 
 TEST_F(TextFile, HasAllOfItsTextAndNothingElseIsLeft) {
   const std::string text(300000, 'x');
-  EXPECT_EQ("", WhyNoTextFile(At("a"), false));
-  EXPECT_EQ("", WriteTextFile(At("a"), text, false));
+  EXPECT_EQ(std::nullopt, WhyNoTextFile(At("a"), false));
+  EXPECT_EQ(std::nullopt, WriteTextFile(At("a"), text, false));
   EXPECT_EQ(Text(text), ReadFile(At("a")));
   EXPECT_EQ(1u, Entries());
 }
@@ -43,7 +43,7 @@ TEST_F(TextFile, ReplacesOnlyOnRequest) {
   EXPECT_EQ("exists already; --overwrite replaces it", WhyNoTextFile(At("a"), false));
   EXPECT_EQ("exists already; --overwrite replaces it", WriteTextFile(At("a"), "new", false));
   EXPECT_EQ(Text("old"), ReadFile(At("a")));
-  EXPECT_EQ("", WriteTextFile(At("a"), "new", true));
+  EXPECT_EQ(std::nullopt, WriteTextFile(At("a"), "new", true));
   EXPECT_EQ(Text("new"), ReadFile(At("a")));
   EXPECT_EQ(1u, Entries());
 }
@@ -67,6 +67,6 @@ TEST_F(TextFile, SaysWhyItCannotBeWritten) {
 }
 
 TEST_F(TextFile, TakesNamesOfAnyBytes) {
-  EXPECT_EQ("", WriteTextFile(At("\xFF\n<b>"), "text", false));
+  EXPECT_EQ(std::nullopt, WriteTextFile(At("\xFF\n<b>"), "text", false));
   EXPECT_EQ(Text("text"), ReadFile(At("\xFF\n<b>")));
 }
