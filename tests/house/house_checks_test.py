@@ -117,6 +117,15 @@ class ResultCodeCheck(HouseCheck):
         for line in ("HRESULT Take(int a);", "  static HRESULT Take(", "std::error_code Take();"):
             self.assertEqual(["src/box/a.h:1: Take is not [[nodiscard]]"], self.faults_of(line))
 
+    def test_refuses_a_reason_that_may_be_passed_over(self):
+        for line in ("Reason Take(int a);", "  const Reason& Take() const {"):
+            self.assertEqual(["src/box/a.h:1: Take is not [[nodiscard]]"], self.faults_of(line))
+
+    def test_refuses_a_reason_that_is_a_text(self):
+        for line in ("std::string WhyNot(int a);", "  const std::string& Why() const {"):
+            self.assertIn("answers no Reason", self.faults_of(line)[0])
+        self.assertEqual([], self.faults_of("  std::string UnsharedWords(int a);"))
+
 
 class CommentCheck(HouseCheck):
     def faults_of(self, *lines):

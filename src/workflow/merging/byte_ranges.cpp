@@ -112,20 +112,25 @@ bool RangeComparison::CompareAll(FileBytes& clip, const std::string& path, const
 bool RangeComparison::CompareBlock(FileBytes& clip, const std::string& path,
                                    const ByteRange& block) {
   const auto size = static_cast<std::size_t>(block.size);
-  if (!clip.Read(block.inClip, fromClip_.data(), size))
-    return findings_.Unreadable(path, "can't be read again to compare it", clip);
-  if (!result_.Read(block.inResult, fromResult_.data(), size))
-    return findings_.Damaged("can't be read back", block.inResult, result_);
+  if (!clip.Read(block.inClip, fromClip_.data(), size)) {
+    findings_.Unreadable(path, "can't be read again to compare it", clip);
+    return false;
+  }
+  if (!result_.Read(block.inResult, fromResult_.data(), size)) {
+    findings_.Damaged("can't be read back", block.inResult, result_);
+    return false;
+  }
   // The place of a difference is looked for once there is one.
   if (std::memcmp(fromResult_.data(), fromClip_.data(), size) == 0)
     return !progress_ || progress_(block.size);
   const auto end = fromResult_.begin() + static_cast<std::ptrdiff_t>(size);
   const auto [mine, theirs] = std::mismatch(fromResult_.begin(), end, fromClip_.begin());
   const auto at = static_cast<Number>(mine - fromResult_.begin());
-  return findings_.Damaged(
+  findings_.Damaged(
       fmt::format("has a byte {:02X} at {}; it is {:02X} at {} in {}", *mine, block.inResult + at,
                   *theirs, block.inClip + at, PrintablePath(path)),
       block.inResult + at, result_);
+  return false;
 }
 
 }  // namespace clipchain::samples

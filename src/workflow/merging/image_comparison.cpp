@@ -50,13 +50,12 @@ class Comparison {
                            static_cast<long long>(total_)});
   }
 
-  bool Damaged(std::string text, Number offset) {
+  void Damaged(std::string text, Number offset) {
     if (task_.file.error()) text += ": " + ErrorText(task_.file.error());
     Finding finding = MakeFinding(Message::kResultDamaged, task_.output, std::move(text),
                                   "write to another disk, or check this one");
     finding.offset = static_cast<long long>(offset);
     findings_.push_back(std::move(finding));
-    return false;
   }
 
   // The block that begins there in the output; null if it can't be read.
@@ -77,9 +76,10 @@ class Comparison {
       // Compared at once and searched only where something differs, which is never but once.
       const auto [mine, theirs] = std::mismatch(found, found + size, bytes + done);
       const Number at = piece.position + done + static_cast<Number>(mine - found);
-      return Damaged(
+      Damaged(
           fmt::format("has a byte {:02X} at {}; its clips give {:02X} there", *mine, at, *theirs),
           at);
+      return false;
     }
     return true;
   }
@@ -93,28 +93,30 @@ class Comparison {
     given_.resize(kBlock);
     for (Number done = 0; done < piece.size; done += kBlock) {
       const auto size = static_cast<std::size_t>(std::min<Number>(piece.size - done, kBlock));
-      if (!clip_->Read(piece.source + done, given_.data(), size)) return Unreadable(path);
+      if (!clip_->Read(piece.source + done, given_.data(), size)) {
+        Unreadable(path);
+        return false;
+      }
       const unsigned char* const found = ReadOutput(piece.position + done, size);
       if (found == nullptr) return false;
       if (std::memcmp(found, given_.data(), size) != 0) {
         const auto [mine, theirs] = std::mismatch(found, found + size, given_.data());
         const Number at = done + static_cast<Number>(mine - found);
-        return Damaged(
-            fmt::format("has a byte {:02X} at {}; it is {:02X} at {} in {}", *mine,
-                        piece.position + at, *theirs, piece.source + at, PrintablePath(path)),
-            piece.position + at);
+        Damaged(fmt::format("has a byte {:02X} at {}; it is {:02X} at {} in {}", *mine,
+                            piece.position + at, *theirs, piece.source + at, PrintablePath(path)),
+                piece.position + at);
+        return false;
       }
       if (!Tell(size)) return false;
     }
     return true;
   }
 
-  bool Unreadable(const std::string& path) {
+  void Unreadable(const std::string& path) {
     std::string text = "can't be read again to compare it";
     if (clip_->error()) text += ": " + ErrorText(clip_->error());
     findings_.push_back(MakeFinding(Message::kInputUnreadable, path, std::move(text),
                                     "copy the clip again from the card"));
-    return false;
   }
 
   const ImageComparison& task_;

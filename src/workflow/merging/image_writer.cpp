@@ -34,7 +34,7 @@ struct ImageWriter::Share {
   bool any = false;
 };
 
-std::string WhyUncopied(const std::error_code& error) {
+std::string UncopiedWords(const std::error_code& error) {
   return error ? "can't be read: " + ErrorText(error) : "ends before its media does";
 }
 

@@ -35,7 +35,7 @@ struct WriteFault {
 };
 
 // Of a clip that could not be read with that error, as the rest of a sentence.
-std::string WhyUncopied(const std::error_code& error);
+std::string UncopiedWords(const std::error_code& error);
 
 class ImageWriter {
  public:

@@ -13,12 +13,11 @@ class OracleFindings {
  public:
   explicit OracleFindings(std::string output) : output_(std::move(output)) {}
 
-  // All of these answer false, for callers that end with it. Texts are the rest of a sentence that
-  // begins with the result's name.
-  bool Damaged(std::string text, unsigned long long offset, const FileBytes& file);
-  bool Unreadable(const std::string& clip, std::string text, const FileBytes& file);
+  // Texts are the rest of a sentence that begins with the result's name, or the clip's.
+  void Damaged(std::string text, unsigned long long offset, const FileBytes& file);
+  void Unreadable(const std::string& clip, std::string text, const FileBytes& file);
   // The first one about each track, or about none (0), and no more.
-  bool Differs(unsigned int track, std::string box, std::string text);
+  void Differs(unsigned int track, std::string box, std::string text);
 
   Findings Take() { return std::move(findings_); }
 

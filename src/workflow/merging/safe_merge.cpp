@@ -218,7 +218,7 @@ void Run::FailCopy(const std::string& input, const std::error_code& error) {
     FailChanged(*changed);
     return;
   }
-  Fail(Message::kInputUnreadable, input, WhyUncopied(error), "copy it again from the card",
+  Fail(Message::kInputUnreadable, input, UncopiedWords(error), "copy it again from the card",
        report_.result);
 }
 

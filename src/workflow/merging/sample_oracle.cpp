@@ -131,8 +131,10 @@ class Oracle {
 };
 
 bool Oracle::Open() {
-  if (const std::string wrong = result_.Read(); !wrong.empty())
-    return findings_.Damaged(wrong, 0, output_);
+  if (const Reason wrong = result_.Read()) {
+    findings_.Damaged(*wrong, 0, output_);
+    return false;
+  }
   for (const MediaExtent& media : result_.Media()) total_ += media.end - media.begin;
   for (const TrackView& track : result_.Tracks()) {
     tracks_.emplace_back(result_, track, tracks_.size(), rules_, findings_);
@@ -148,8 +150,10 @@ bool Oracle::AddClip(std::size_t index) {
   const std::string& path = task_.inputs[index];
   FileBytes bytes(path);
   SampleFile clip(bytes);
-  if (const std::string wrong = clip.Read(); !wrong.empty())
-    return findings_.Unreadable(path, wrong, bytes);
+  if (const Reason wrong = clip.Read()) {
+    findings_.Unreadable(path, *wrong, bytes);
+    return false;
+  }
   ranges_.Clear();
   if (!AddTracks(index, {path, clip, ranges_})) return false;
   if (Adapted()) {

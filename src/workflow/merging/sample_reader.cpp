@@ -139,15 +139,15 @@ std::int32_t TrackRun::Offset(std::size_t sample) const {
   return (flags & 0x800) != 0 ? static_cast<std::int32_t>(Field(sample, 0x800)) : 0;
 }
 
-std::string SampleFile::Read() {
+Reason SampleFile::Read() {
   size_ = file_.Size();
-  if (std::string wrong = Walk(); !wrong.empty()) return wrong;
-  if (std::string wrong = ReadMovie(); !wrong.empty()) return wrong;
+  if (Reason wrong = Walk()) return wrong;
+  if (Reason wrong = ReadMovie()) return wrong;
   return ReadFragments();
 }
 
 // A media box may be cut off: what is missing is missed where its samples are read.
-std::string SampleFile::Walk() {
+Reason SampleFile::Walk() {
   for (Number at = 0; at < size_ && size_ - at >= 8;) {
     unsigned char bytes[16] = {};
     const auto count = static_cast<std::size_t>(std::min<Number>(size_ - at, sizeof bytes));
@@ -170,7 +170,8 @@ std::string SampleFile::Walk() {
     if (type == FourCc("moof")) fragments_.push_back({at, size});
     at += size;
   }
-  return movies_.empty() ? "has no movie box" : "";
+  if (movies_.empty()) return "has no movie box";
+  return std::nullopt;
 }
 
 bool SampleFile::Load(const Place& place, std::vector<unsigned char>& bytes) {
@@ -178,7 +179,7 @@ bool SampleFile::Load(const Place& place, std::vector<unsigned char>& bytes) {
   return file_.Read(place.position, bytes.data(), bytes.size());
 }
 
-std::string SampleFile::ReadMovie() {
+Reason SampleFile::ReadMovie() {
   // A file has one (8.2.1.1).
   if (!Load(movies_.front(), movieBytes_)) return "has a movie box that can't be read";
   View rest(movieBytes_);
@@ -194,7 +195,7 @@ std::string SampleFile::ReadMovie() {
   }
   for (std::size_t i = 0; i < tracks_.size(); ++i) byId_.emplace(tracks_[i].id, i);
   ReadDefaults(FindBox(movie_, FourCc("mvex")).body);
-  return "";
+  return std::nullopt;
 }
 
 void SampleFile::ReadDefaults(View extends) {
@@ -211,7 +212,7 @@ void SampleFile::ReadDefaults(View extends) {
   }
 }
 
-std::string SampleFile::ReadFragments() {
+Reason SampleFile::ReadFragments() {
   std::vector<unsigned char> bytes;
   for (const Place& place : fragments_) {
     View rest;
@@ -220,7 +221,7 @@ std::string SampleFile::ReadFragments() {
     if (!TakeBox(rest, box) || !ReadFragment(place, box.whole))
       return fmt::format("has a movie fragment at byte {} that makes no sense", place.position);
   }
-  return "";
+  return std::nullopt;
 }
 
 bool SampleFile::ReadFragment(const Place& place, View whole) {

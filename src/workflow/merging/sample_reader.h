@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "workflow/system/file_bytes.h"
+#include "workflow/system/reason.h"
 
 namespace clipchain::samples {
 
@@ -132,9 +133,8 @@ class SampleFile {
   SampleFile(const SampleFile&) = delete;
   SampleFile& operator=(const SampleFile&) = delete;
 
-  // Reads the boxes. What is wrong, as the rest of a sentence that begins with the file's name;
-  // empty if all is well.
-  std::string Read();
+  // Reads the boxes. What is wrong, as the rest of a sentence that begins with the file's name.
+  [[nodiscard]] Reason Read();
 
   FileBytes& File() const { return file_; }
   // Body of "moov".
@@ -152,11 +152,11 @@ class SampleFile {
     Number size;
   };
 
-  std::string Walk();
-  std::string ReadMovie();
+  [[nodiscard]] Reason Walk();
+  [[nodiscard]] Reason ReadMovie();
   bool Load(const Place& place, std::vector<unsigned char>& bytes);
   void ReadDefaults(View extends);
-  std::string ReadFragments();
+  [[nodiscard]] Reason ReadFragments();
   bool ReadFragment(const Place& place, View body);
   bool ReadTrackFragment(const Place& place, View whole, View body, Number& after);
   static void ReadFragmentHeader(View header, Fragment& fragment);

@@ -199,7 +199,7 @@ void Streaming::FailWrite(const WriteFault& fault) {
     FailChanged(*changed);
     return;
   }
-  Fail(Message::kInputUnreadable, input, WhyUncopied(fault.error),
+  Fail(Message::kInputUnreadable, input, UncopiedWords(fault.error),
        "copy the clip again from the card", report_.result);
 }
 

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "foundation/fourcc.h"
-#include "workflow/merging/table_forms.h"
 #include "workflow/system/files.h"
 
 namespace clipchain::samples {
@@ -54,18 +53,17 @@ TrackComparison::TrackComparison(const SampleFile& result, const TrackView& trac
     descriptions_.push_back(DescriptionOf(entry, track.handler));
 }
 
-bool TrackComparison::Differs(const char* box, std::string text) {
+void TrackComparison::Tell(const WrongTable& wrong) {
   differs_ = true;
-  return findings_.Differs(track_.id, fmt::format("moov/trak[{}]/{}", index_, box),
-                           std::move(text));
+  findings_.Differs(track_.id, fmt::format("moov/trak[{}]/{}", index_, wrong.place), wrong.text);
 }
 
 bool TrackComparison::Open(GroupNames& names) {
   if (!rules_.adapted) return true;
-  for (const WrongTable& wrong : WrongTables(track_, stream_.Count()))
-    Differs(wrong.place, wrong.text);
-  return ReadExtras(result_, track_, names, extras_) ||
-         findings_.Damaged("has fragments that can't be read back", 0, result_.File());
+  for (const WrongTable& wrong : WrongTables(track_, stream_.Count())) Tell(wrong);
+  if (extras_.Open(result_, track_, names)) return true;
+  findings_.Damaged("has fragments that can't be read back", 0, result_.File());
+  return false;
 }
 
 bool TrackComparison::Add(const ClipAtWork& clip, const TrackView& track, Number longer,
@@ -86,24 +84,27 @@ bool TrackComparison::Add(const ClipAtWork& clip, const TrackView& track, Number
   SampleRun mine;
   SampleRun theirs;
   while (stream.Next(theirs)) {
-    if (!stream_.Next(mine))
-      return Differs(kSizes, fmt::format("has {} samples, fewer than the clips up to {}",
-                                         stream_.Count(), PrintablePath(clip.path))) ||
-             true;
+    if (!stream_.Next(mine)) {
+      Tell({kSizes, fmt::format("has {} samples, fewer than the clips up to {}", stream_.Count(),
+                                PrintablePath(clip.path))});
+      return true;
+    }
     if (!AddRun(clip, track, mine, theirs, stream, longer)) return true;
     alone.Add(mine.count, theirs.step, theirs.offset);
     stream.Skip(mine.count);
     stream_.Skip(mine.count);
   }
-  if (stream.Done() < stream.Count())
-    return findings_.Unreadable(clip.path, "has samples that can't be found again",
-                                clip.file.File());
+  if (stream.Done() < stream.Count()) {
+    findings_.Unreadable(clip.path, "has samples that can't be found again", clip.file.File());
+    return false;
+  }
   if (!rules_.adapted) return true;
   SampleExtras extras;
-  if (!ReadExtras(clip.file, track, names, extras))
-    return findings_.Unreadable(clip.path, "has fragments that can't be read again",
-                                clip.file.File());
-  CompareExtras(clip, extras, first, stream.Done());
+  if (!ReadExtras(clip.file, track, names, extras)) {
+    findings_.Unreadable(clip.path, "has fragments that can't be read again", clip.file.File());
+    return false;
+  }
+  if (const auto wrong = extras_.Compare(extras, first, stream.Done(), clip.path)) Tell(*wrong);
   if (stream.Done() == 0 || differs_) return true;
   const Showing showing = ShowingOf(clip.file, track);
   shown_ = showing.inARow && showing_.inARow;
@@ -147,10 +148,14 @@ bool TrackComparison::AddRun(const ClipAtWork& clip, const TrackView& track, Sam
   Number count = std::min(mine.count, theirs.count);
   if (left > 1) count = std::min(count, left - 1);
   mine.count = theirs.count = count;
-  if (!IsAlike(clip, track, mine, theirs) ||
-      !IsStep(clip, track, mine, theirs, left == 1 ? longer : 0) ||
-      !IsSaid(clip, mine, theirs, track.fragments.empty()) || !AddPlace(clip, mine, theirs, count))
+  std::optional<WrongTable> wrong = CompareSample(clip, track, mine, theirs);
+  if (!wrong) wrong = CompareStep(clip, track, mine, theirs, left == 1 ? longer : 0);
+  if (!wrong) wrong = CompareNotes(clip, mine, theirs, track.fragments.empty());
+  if (!wrong) wrong = AddPlace(clip, mine, theirs, count);
+  if (wrong) {
+    Tell(*wrong);
     return false;
+  }
   if (theirs.placed && (left == 1 || stream.Done() == 0))
     clip.ranges.AddWhole({theirs.position, mine.position, theirs.size});
   clock_.Add(count, mine.step, mine.offset);
@@ -158,79 +163,86 @@ bool TrackComparison::AddRun(const ClipAtWork& clip, const TrackView& track, Sam
   return true;
 }
 
-bool TrackComparison::IsAlike(const ClipAtWork& clip, const TrackView& track, const SampleRun& mine,
-                              const SampleRun& theirs) {
+std::optional<WrongTable> TrackComparison::CompareSample(const ClipAtWork& clip,
+                                                         const TrackView& track,
+                                                         const SampleRun& mine,
+                                                         const SampleRun& theirs) {
   const Number sample = stream_.Done() + 1;
   if (mine.size != theirs.size)
-    return Differs(kSizes, fmt::format("gives sample {} a size of {}; it has {} in {}", sample,
-                                       mine.size, theirs.size, PrintablePath(clip.path)));
+    return WrongTable{kSizes, fmt::format("gives sample {} a size of {}; it has {} in {}", sample,
+                                          mine.size, theirs.size, PrintablePath(clip.path))};
   if (mine.sync != theirs.sync)
-    return Differs(kSyncs, fmt::format("has sample {} {} the sync samples; it is {} in {}", sample,
-                                       mine.sync ? "among" : "not among",
-                                       theirs.sync ? "one" : "none", PrintablePath(clip.path)));
+    return WrongTable{kSyncs, fmt::format("has sample {} {} the sync samples; it is {} in {}",
+                                          sample, mine.sync ? "among" : "not among",
+                                          theirs.sync ? "one" : "none", PrintablePath(clip.path))};
   if (Wide{mine.offset} * Wide{track.scale} != Wide{theirs.offset} * Wide{track_.scale})
-    return Differs(
+    return WrongTable{
         kOffsets, fmt::format("gives sample {} a composition offset of {}; it has {} in {}", sample,
-                              mine.offset, theirs.offset, PrintablePath(clip.path)));
-  return IsDescription(clip, track, mine.description, theirs.description);
+                              mine.offset, theirs.offset, PrintablePath(clip.path))};
+  return CompareDescription(clip, track, mine.description, theirs.description);
 }
 
-bool TrackComparison::IsStep(const ClipAtWork& clip, const TrackView& track, const SampleRun& mine,
-                             const SampleRun& theirs, Number longer) {
+std::optional<WrongTable> TrackComparison::CompareStep(const ClipAtWork& clip,
+                                                       const TrackView& track,
+                                                       const SampleRun& mine,
+                                                       const SampleRun& theirs, Number longer) {
   const Wide expected = Wide{theirs.step} * Wide{track_.scale};
   const Wide found = Wide{mine.step} * Wide{track.scale};
-  if (found == expected) return true;
+  if (found == expected) return std::nullopt;
   if (found > expected && found - expected <= Wide{longer} * Wide{track.scale}) {
     wait_ = static_cast<Seconds>(found - expected) / static_cast<Seconds>(track.scale) /
             static_cast<Seconds>(track_.scale);
-    return true;
+    return std::nullopt;
   }
-  return Differs(kSteps,
-                 fmt::format("shows sample {} for {} ticks; it has {} in {}", stream_.Done() + 1,
-                             mine.step, theirs.step, PrintablePath(clip.path)));
+  return WrongTable{kSteps,
+                    fmt::format("shows sample {} for {} ticks; it has {} in {}", stream_.Done() + 1,
+                                mine.step, theirs.step, PrintablePath(clip.path))};
 }
 
 // Where nothing is said about a sample, it is said that nothing is known: 0. What the flags of
 // fragments say of dependencies may go, as it says little more than the sync flag.
-bool TrackComparison::IsSaid(const ClipAtWork& clip, const SampleRun& mine, const SampleRun& theirs,
-                             bool tables) {
-  if (!rules_.adapted) return true;
+std::optional<WrongTable> TrackComparison::CompareNotes(const ClipAtWork& clip,
+                                                        const SampleRun& mine,
+                                                        const SampleRun& theirs, bool tables) {
+  if (!rules_.adapted) return std::nullopt;
   const Number sample = stream_.Done() + 1;
   const bool mayLack = !tables || rules_.dropped.count(FourCc("sdtp")) != 0;
   const bool lacks = mine.depends < 0 && mayLack;
   if (!lacks && std::max(mine.depends, 0) != std::max(theirs.depends, 0))
-    return Differs(
+    return WrongTable{
         "mdia/minf/stbl/sdtp",
         fmt::format("says {} of what sample {} depends on; {} says {}", std::max(mine.depends, 0),
-                    sample, PrintablePath(clip.path), std::max(theirs.depends, 0)));
-  if (mine.partialSync == theirs.partialSync) return true;
-  if (theirs.partialSync && rules_.dropped.count(FourCc("stps")) != 0) return true;
-  return Differs(
+                    sample, PrintablePath(clip.path), std::max(theirs.depends, 0))};
+  if (mine.partialSync == theirs.partialSync) return std::nullopt;
+  if (theirs.partialSync && rules_.dropped.count(FourCc("stps")) != 0) return std::nullopt;
+  return WrongTable{
       "mdia/minf/stbl/stps",
       fmt::format("has sample {} {} the partial sync samples; it is otherwise in {}", sample,
-                  mine.partialSync ? "among" : "not among", PrintablePath(clip.path)));
+                  mine.partialSync ? "among" : "not among", PrintablePath(clip.path))};
 }
 
-bool TrackComparison::IsDescription(const ClipAtWork& clip, const TrackView& track,
-                                    std::uint32_t mine, std::uint32_t theirs) {
-  if (std::pair(mine, theirs) == comparedLast_) return true;
+std::optional<WrongTable> TrackComparison::CompareDescription(const ClipAtWork& clip,
+                                                              const TrackView& track,
+                                                              std::uint32_t mine,
+                                                              std::uint32_t theirs) {
+  if (std::pair(mine, theirs) == comparedLast_) return std::nullopt;
   comparedLast_ = {mine, theirs};
-  if (!compared_.emplace(mine, theirs).second) return true;
+  if (!compared_.emplace(mine, theirs).second) return std::nullopt;
   const std::size_t sample = stream_.Done() + 1;
   const bool known = mine >= 1 && mine <= descriptions_.size();
   if (theirs < 1 || theirs > ofClip_.size()) {
-    if (!known) return true;
+    if (!known) return std::nullopt;
   } else if (known) {
     if (!rules_.adapted && U32(track_.entries[mine - 1], 4) == U32(track.entries[theirs - 1], 4))
-      return true;
+      return std::nullopt;
     const Description& expected = ofClip_[theirs - 1];
     if (descriptions_[mine - 1].bare == expected.bare) {
       Declare(mine, expected);
-      return true;
+      return std::nullopt;
     }
   }
-  return Differs(kDescriptions, fmt::format("describes sample {} otherwise than {}", sample,
-                                            PrintablePath(clip.path)));
+  return WrongTable{kDescriptions, fmt::format("describes sample {} otherwise than {}", sample,
+                                               PrintablePath(clip.path))};
 }
 
 void TrackComparison::DeclareAll() {
@@ -246,31 +258,31 @@ void TrackComparison::Declare(std::uint32_t index, const Description& clips) {
   declared_[index].Add(descriptions_[index - 1], clips);
 }
 
-bool TrackComparison::AddPlace(const ClipAtWork& clip, const SampleRun& mine,
-                               const SampleRun& theirs, Number count) {
+std::optional<WrongTable> TrackComparison::AddPlace(const ClipAtWork& clip, const SampleRun& mine,
+                                                    const SampleRun& theirs, Number count) {
   const Number size = Number{mine.size} * count;
   const Number sample = stream_.Done() + 1;
-  if (!theirs.placed || size == 0) return true;
+  if (!theirs.placed || size == 0) return std::nullopt;
   if (!mine.placed)
-    return Differs(kChunks, fmt::format("has no chunk for sample {}, which {} has", sample,
-                                        PrintablePath(clip.path)));
+    return WrongTable{kChunks, fmt::format("has no chunk for sample {}, which {} has", sample,
+                                           PrintablePath(clip.path))};
   if (!IsInMedia(result_, mine.position, size))
-    return Differs(
-        kChunks, fmt::format("has sample {} at byte {}, outside the media", sample, mine.position));
+    return WrongTable{
+        kChunks, fmt::format("has sample {} at byte {}, outside the media", sample, mine.position)};
   if (!IsIn(theirs.position, size, 0, clip.file.Size()))
-    return Differs(kChunks, fmt::format("has a sample {} that {} does not hold: it ends before",
-                                        sample, PrintablePath(clip.path)));
+    return WrongTable{kChunks, fmt::format("has a sample {} that {} does not hold: it ends before",
+                                           sample, PrintablePath(clip.path))};
   clip.ranges.Add({theirs.position, mine.position, size});
-  return true;
+  return std::nullopt;
 }
 
 // What is hidden at the begin or the end of one clip would be seen inside the result.
-bool TrackComparison::CompareShown(const ClipAtWork& clip, const TrackView& track,
+void TrackComparison::CompareShown(const ClipAtWork& clip, const TrackView& track,
                                    const TrackClock& alone) {
   const Showing showing = ShowingOf(clip.file, track);
   if (!showing.inARow)
-    return Differs(kEdits,
-                   fmt::format("shows in a row what {} shows in parts", PrintablePath(clip.path)));
+    return Tell(
+        {kEdits, fmt::format("shows in a row what {} shows in parts", PrintablePath(clip.path))});
   const bool picture = track.handler == FourCc("vide");
   const auto scale = static_cast<Seconds>(track.scale);
   const Seconds tick = Seconds{1} / static_cast<Seconds>(std::max<Number>(clip.file.Scale(), 1));
@@ -282,16 +294,15 @@ bool TrackComparison::CompareShown(const ClipAtWork& clip, const TrackView& trac
   const Seconds firstStep = static_cast<Seconds>(alone.FirstStep()) / scale;
   const bool sound = track.handler == FourCc("soun");
   if (sound ? before > kPriming : before > 0 && before >= std::max(firstStep, tick + 1 / scale))
-    return Differs(kEdits,
-                   fmt::format("shows {:.0f} ms that are cut off at the begin of {}",
-                               static_cast<double>(before * 1000), PrintablePath(clip.path)));
+    return Tell(
+        {kEdits, fmt::format("shows {:.0f} ms that are cut off at the begin of {}",
+                             static_cast<double>(before * 1000), PrintablePath(clip.path))});
   const Seconds end = static_cast<Seconds>(alone.LastEnd()) / scale;
   const Seconds behind = showing.toEnd ? 0 : end - showing.begin - showing.length;
   if (behind > (picture ? 2 * tick + step * 3 / 2 : kPriming + step))
-    return Differs(kEdits,
-                   fmt::format("shows {:.0f} ms that are cut off at the end of {}",
-                               static_cast<double>(behind * 1000), PrintablePath(clip.path)));
-  return true;
+    return Tell(
+        {kEdits, fmt::format("shows {:.0f} ms that are cut off at the end of {}",
+                             static_cast<double>(behind * 1000), PrintablePath(clip.path))});
 }
 
 Seconds TrackComparison::Begins() const {
@@ -307,13 +318,13 @@ Seconds TrackComparison::MediaEnd() const {
 void TrackComparison::Finish() {
   if (differs_) return;
   if (stream_.Done() < stream_.Count()) {
-    Differs(kSizes,
-            fmt::format("has {} samples; the clips have {}", stream_.Count(), stream_.Done()));
+    Tell({kSizes,
+          fmt::format("has {} samples; the clips have {}", stream_.Count(), stream_.Done())});
     return;
   }
   if (!rules_.adapted) return;
-  if (wait_ > 0) Differs(kSteps, "shows its last sample longer than the last clip does");
-  if (stream_.HasMore()) Differs(kChunks, "has chunks for more samples than there are");
+  if (wait_ > 0) Tell({kSteps, "shows its last sample longer than the last clip does"});
+  if (stream_.HasMore()) Tell({kChunks, "has chunks for more samples than there are"});
   CompareRates();
   CompareShifts();
   CompareDuration();
@@ -325,15 +336,15 @@ void TrackComparison::CompareDuration() {
   const Seconds sum = static_cast<Seconds>(clock_.Decode()) / scale;
   const Seconds stated = static_cast<Seconds>(track_.duration) / scale;
   if (std::abs(sum - stated) <= loose_ + 1 / scale) return;
-  Differs("mdia/mdhd", fmt::format("has a duration of {}; its samples take {}", track_.duration,
-                                   clock_.Decode()));
+  Tell({"mdia/mdhd", fmt::format("has a duration of {}; its samples take {}", track_.duration,
+                                 clock_.Decode())});
 }
 
 // A decoder makes room by what is declared: too little of it would be a lie about the media.
 void TrackComparison::CompareRates() {
   for (const auto& [index, declared] : declared_) {
     if (const auto fault = declared.FaultOf(descriptions_[index - 1]))
-      Differs(kDescriptions, *fault);
+      Tell({kDescriptions, *fault});
   }
 }
 
@@ -347,85 +358,9 @@ void TrackComparison::CompareShifts() {
                 : static_cast<std::int32_t>(U32(bounds, 4 + index * 4));
   };
   if (field(1) <= clock_.LeastOffset() && field(2) >= clock_.GreatestOffset()) return;
-  Differs("mdia/minf/stbl/cslg",
-          fmt::format("bounds composition offsets by {} and {}; they are between {} and {}",
-                      field(1), field(2), clock_.LeastOffset(), clock_.GreatestOffset()));
-}
-
-bool TrackComparison::CompareExtras(const ClipAtWork& clip, const SampleExtras& extras,
-                                    Number first, Number count) {
-  return CompareGroups(clip, extras, first, count) && CompareSubSamples(clip, extras, first, count);
-}
-
-unsigned int TrackComparison::GroupAt(const std::vector<GroupRun>& runs, GroupPlace& place,
-                                      Number& left) {
-  while (place.run < runs.size() && place.used >= runs[place.run].count) {
-    ++place.run;
-    place.used = 0;
-  }
-  if (place.run == runs.size()) return 0;
-  left = std::min(left, runs[place.run].count - place.used);
-  return runs[place.run].group;
-}
-
-void TrackComparison::Skip(GroupPlace& place, const std::vector<GroupRun>& runs, Number count) {
-  for (Number left = count; count > 0; count -= left) {
-    left = count;
-    GroupAt(runs, place, left);
-    place.used += left;
-    if (place.run == runs.size()) return;
-  }
-}
-
-bool TrackComparison::CompareGroups(const ClipAtWork& clip, const SampleExtras& extras,
-                                    Number first, Number count) {
-  static const std::vector<GroupRun> kNone;
-  std::set<GroupKey> keys;
-  for (const auto& [key, runs] : extras.groups) keys.insert(key);
-  for (const auto& [key, runs] : extras_.groups) keys.insert(key);
-  for (const GroupKey& key : keys) {
-    const auto ours = extras_.groups.find(key);
-    if (ours == extras_.groups.end() && rules_.dropped.count(FourCc("sbgp")) != 0) continue;
-    const auto clips = extras.groups.find(key);
-    const std::vector<GroupRun>& mine = ours == extras_.groups.end() ? kNone : ours->second;
-    const std::vector<GroupRun>& theirs = clips == extras.groups.end() ? kNone : clips->second;
-    GroupPlace& place = places_[key];
-    GroupPlace inClip;
-    for (Number done = 0; done < count;) {
-      Number left = count - done;
-      const unsigned int found = GroupAt(mine, place, left);
-      const unsigned int expected = GroupAt(theirs, inClip, left);
-      if (found != expected)
-        return Differs(
-            "mdia/minf/stbl/sbgp",
-            fmt::format("has sample {} in another group of type \"{}\" than {}", first + done + 1,
-                        FourCcText(key.first), PrintablePath(clip.path)));
-      Skip(place, mine, left);
-      Skip(inClip, theirs, left);
-      done += left;
-    }
-  }
-  return true;
-}
-
-bool TrackComparison::CompareSubSamples(const ClipAtWork& clip, const SampleExtras& extras,
-                                        Number first, Number count) {
-  if (extras_.subSamples.empty() && rules_.dropped.count(FourCc("subs")) != 0) return true;
-  const std::vector<SubSamples>& mine = extras_.subSamples;
-  for (const SubSamples& theirs : extras.subSamples) {
-    const SubSamples expected = {theirs.sample + first, theirs.flags, theirs.hash};
-    if (subSamples_ < mine.size() && mine[subSamples_] == expected) {
-      ++subSamples_;
-      continue;
-    }
-    return Differs("mdia/minf/stbl/subs",
-                   fmt::format("has other parts of sample {} than {}", expected.sample + 1,
-                               PrintablePath(clip.path)));
-  }
-  if (subSamples_ == mine.size() || mine[subSamples_].sample >= first + count) return true;
-  return Differs("mdia/minf/stbl/subs",
-                 fmt::format("has parts of sample {} that {} does not have",
-                             mine[subSamples_].sample + 1, PrintablePath(clip.path)));
+  Tell({"mdia/minf/stbl/cslg",
+        fmt::format("bounds composition offsets by {} and {}; they are between {} and {}", field(1),
+                    field(2), clock_.LeastOffset(), clock_.GreatestOffset())});
 }
 
 }  // namespace clipchain::samples

@@ -10,11 +10,12 @@
 
 #include "workflow/merging/byte_ranges.h"
 #include "workflow/merging/declared_rates.h"
+#include "workflow/merging/extras_comparison.h"
 #include "workflow/merging/oracle_findings.h"
 #include "workflow/merging/sample_description.h"
-#include "workflow/merging/sample_groups.h"
 #include "workflow/merging/sample_stream.h"
 #include "workflow/merging/shown_times.h"
+#include "workflow/merging/table_forms.h"
 
 namespace clipchain::samples {
 
@@ -68,22 +69,19 @@ class TrackComparison {
  private:
   bool AddRun(const ClipAtWork& clip, const TrackView& track, SampleRun& mine, SampleRun& theirs,
               const SampleStream& stream, Number longer);
-  bool IsAlike(const ClipAtWork& clip, const TrackView& track, const SampleRun& mine,
-               const SampleRun& theirs);
-  bool IsStep(const ClipAtWork& clip, const TrackView& track, const SampleRun& mine,
-              const SampleRun& theirs, Number longer);
-  bool IsSaid(const ClipAtWork& clip, const SampleRun& mine, const SampleRun& theirs, bool tables);
-  bool IsDescription(const ClipAtWork& clip, const TrackView& track, std::uint32_t mine,
-                     std::uint32_t theirs);
-  bool AddPlace(const ClipAtWork& clip, const SampleRun& mine, const SampleRun& theirs,
-                Number count);
-  bool CompareExtras(const ClipAtWork& clip, const SampleExtras& extras, Number first,
-                     Number count);
-  bool CompareGroups(const ClipAtWork& clip, const SampleExtras& extras, Number first,
-                     Number count);
-  bool CompareSubSamples(const ClipAtWork& clip, const SampleExtras& extras, Number first,
-                         Number count);
-  bool CompareShown(const ClipAtWork& clip, const TrackView& track, const TrackClock& alone);
+  std::optional<WrongTable> CompareSample(const ClipAtWork& clip, const TrackView& track,
+                                          const SampleRun& mine, const SampleRun& theirs);
+  std::optional<WrongTable> CompareStep(const ClipAtWork& clip, const TrackView& track,
+                                        const SampleRun& mine, const SampleRun& theirs,
+                                        Number longer);
+  // What is noted about a sample beside what it is: dependencies, partial sync.
+  std::optional<WrongTable> CompareNotes(const ClipAtWork& clip, const SampleRun& mine,
+                                         const SampleRun& theirs, bool tables);
+  std::optional<WrongTable> CompareDescription(const ClipAtWork& clip, const TrackView& track,
+                                               std::uint32_t mine, std::uint32_t theirs);
+  std::optional<WrongTable> AddPlace(const ClipAtWork& clip, const SampleRun& mine,
+                                     const SampleRun& theirs, Number count);
+  void CompareShown(const ClipAtWork& clip, const TrackView& track, const TrackClock& alone);
   void AddLoose(const SampleFile& clip, const TrackView& track, const Showing& showing,
                 const TrackClock& alone);
   // What no sample is of, too.
@@ -93,15 +91,8 @@ class TrackComparison {
   void CompareRates();
   void CompareShifts();
   void CompareDuration();
-  bool Differs(const char* box, std::string text);
-
-  // A cursor over what is said of groups or sub-samples.
-  struct GroupPlace {
-    std::size_t run = 0;
-    Number used = 0;
-  };
-  static unsigned int GroupAt(const std::vector<GroupRun>& runs, GroupPlace& place, Number& left);
-  static void Skip(GroupPlace& place, const std::vector<GroupRun>& runs, Number count);
+  // Adds a finding, and ends the comparison of this track.
+  void Tell(const WrongTable& wrong);
 
   const SampleFile& result_;
   const TrackView& track_;
@@ -121,10 +112,7 @@ class TrackComparison {
   std::set<std::pair<std::uint32_t, std::uint32_t>> compared_;
   // What most samples are like.
   std::optional<std::pair<std::uint32_t, std::uint32_t>> comparedLast_;
-  SampleExtras extras_;
-  std::map<GroupKey, GroupPlace> places_;
-  // Those that were compared.
-  std::size_t subSamples_ = 0;
+  ExtrasComparison extras_{rules_.dropped};
   bool differs_ = false;
   bool shown_ = false;
   Seconds shift_ = 0;
