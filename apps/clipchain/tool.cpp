@@ -1,7 +1,6 @@
 #include "clipchain/tool.h"
 
 #include <fmt/format.h>
-#include <malloc.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "clipchain/commands.h"
+#include "clipchain/heap.h"
 #include "clipchain/manual/command_words.h"
 #include "clipchain/manual/help_text.h"
 #include "clipchain/manual/usage.h"
@@ -78,19 +78,10 @@ int Run(int argc, const char* const* argv) {
   return exitCode;
 }
 
-// Tables of one clip after the other come and go; to give their memory back to the system in
-// between costs more than to read them.
-void KeepFreedMemory() {
-  constexpr int kMegabyte = 1024 * 1024;
-  mallopt(M_MMAP_THRESHOLD, 32 * kMegabyte);
-  mallopt(M_TRIM_THRESHOLD, 256 * kMegabyte);
-  mallopt(M_TOP_PAD, 4 * kMegabyte);
-}
-
 }  // namespace
 
 int RunTool(int argc, const char* const* argv) {
-  KeepFreedMemory();
+  PrepareHeap();
   KeepStandardStreams();
   TakeWriteSignalsAsErrors();
   try {
