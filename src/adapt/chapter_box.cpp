@@ -42,6 +42,8 @@ std::optional<std::vector<Chapter>> ReadChapters(const RawBox& movie) {
   QUIRVA::be32 reserved;
   unsigned char count = 0;
   if (!TakeField(in, versionAndFlags)) return std::nullopt;
+  // No standard knows this box. Programs write it with four more bytes ahead of the count in
+  // version 1, and without them in version 0.
   const bool hasReserved = (versionAndFlags >> 24) != 0;
   if ((hasReserved && !TakeField(in, reserved)) || !TakeField(in, count)) return std::nullopt;
   std::vector<Chapter> chapters(count);

@@ -25,6 +25,7 @@ QUIRVA::ComPtr<ClipView> ClipView::OfWhole(const std::string& path, int& result)
   view.Attach(new ClipView(path, result));
   long long size = 0;
   if (result >= 0) result = view->file_.GetFileSize(&size);
+  // A file of no bytes has no piece either, and the walk of its top level ends at once.
   if (result >= 0) view->AddRange(0, size);
   return view;
 }

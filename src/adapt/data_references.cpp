@@ -54,6 +54,8 @@ std::set<std::uint32_t> UsedBy(const RawBox& track) {
   const RawBox* stsc = table != nullptr ? table->Child(FourCc("stsc")) : nullptr;
   const auto entries = stsd != nullptr ? SampleEntriesOf(*stsd) : std::nullopt;
   const auto runs = stsc != nullptr ? ReadChunkRuns(*stsc) : std::nullopt;
+  // Of tables that can't be read nobody knows what they use: 0 is no reference, so that none is
+  // dropped.
   if (!entries || !runs) return {0};
   for (const ChunkRun& run : *runs) {
     be16 reference;

@@ -34,6 +34,7 @@ constexpr std::uint64_t kMemoryPerByte = 6;
 constexpr std::uint64_t kMemoryPerBox = 800;
 // Inside of these the engine makes an object of every few bytes.
 constexpr std::uint64_t kMemoryPerDescriptionByte = 250;
+// What lies deeper is no box that a movie has, and is counted by its bytes.
 constexpr unsigned int kMostDepth = 16;
 
 std::uint64_t MemoryOf(std::span<const unsigned char> bytes, unsigned int depth) {
@@ -123,6 +124,7 @@ bool FitClip::Walk(std::size_t index, FitReport& report) {
     FitBox box{};
     const bool isBox = TakeHeader(at, box);
     if (!isBox || box.type == 0) {
+      // A file of nothing but zeros is no clip with room at its end.
       if (at != 0 && IsZeroFrom(at)) return true;
       Refuse(report, FitProblemKind::kFileCutOff, index,
              "has bytes at its top level that are no box, as a file that was cut off has",

@@ -38,6 +38,8 @@ void FitReport::Note(AdaptationKind kind, std::size_t clip, unsigned int track, 
 }
 
 void FitReport::Append(FitReport&& ofClip) {
+  // Clips are looked at by several threads, each with a report of its own; these are put together
+  // in the order of the clips, so that people read the same whichever was faster.
   std::move(ofClip.notes.begin(), ofClip.notes.end(), std::back_inserter(notes));
   std::move(ofClip.problems.begin(), ofClip.problems.end(), std::back_inserter(problems));
   dropped.merge(ofClip.dropped);

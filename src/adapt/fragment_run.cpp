@@ -71,10 +71,13 @@ std::optional<FragmentRun> FragmentRun::Read(const RawBox& trun, const SampleDef
       !TakeOptional<be32>(in, (run.flags_ & kFirstFlags) != 0, run.firstFlags_)) {
     return std::nullopt;
   }
+  // Version 0 has offsets without a sign (8.8.8.1).
   run.offsetsAreSigned_ = version == 1;
   run.count_ = count;
   run.defaults_ = defaults;
   run.width_ = sizeof(be32) * static_cast<std::size_t>(std::popcount(run.flags_ & kEntryFields));
+  // Entries without fields take no bytes: a run may then count any number of samples, and holds
+  // none of them in memory.
   if (run.width_ != 0 && run.count_ > in.size() / run.width_) return std::nullopt;
   run.entries_ = in.first(run.count_ * run.width_);
   return run;

@@ -153,6 +153,7 @@ bool FragmentedMovie::Add(const RawBox& moof, std::uint64_t position) {
       leftOut_.insert(child.type);
     }
   }
+  // Behind a box of a wrong size there may be samples that nobody finds.
   if (!moof.data.empty()) return Damaged(0, "has a fragment that holds bytes that are no box");
   return true;
 }

@@ -112,6 +112,7 @@ void JoinedTables::Adapt(FitClips& clips, FitReport& report) {
     for (FitClip& clip : clips) tables.push_back(TableAt(clip, place));
     if (std::count(tables.begin(), tables.end(), nullptr) != 0) continue;
     if (RefuseProtected(clips, place, report) || clips.size() < 2) continue;
+    // Nothing is made here in proportion to a number that no media backs.
     if (!AreInMedia(clips, tables)) continue;
     for (const FormChange& change : GiveOneForm(tables)) {
       const RawBox& track = *TrackAt(clips[change.table], place);
@@ -224,6 +225,7 @@ void JoinedTables::Complete(RawBox& movie) const {
     joined.groups.Write(*table);
     joined.subsamples.Write(*table);
     joined.bounds.Write(*table);
+    // That of the first clip, whose numbers are a part of the joined ones.
     table->Remove(FourCc("stps"));
     if (joined.hasPartialSync && joined.dropped.count(FourCc("stps")) == 0) {
       table->children.push_back(SampleNumbersBox(FourCc("stps"), joined.partialSync));

@@ -78,6 +78,7 @@ class KeptBoxes final : public Adaptation {
   };
 
   static void Look(const RawBox& movie, std::size_t index, FitReport& report) {
+    // The engine itself is asked what it keeps: a list of what it knows would be wrong some day.
     RawBox copy = EngineCopy(movie);
     if (copy.type == 0) {
       Explain(movie, index, report);

@@ -39,6 +39,7 @@ bool IsLost(const FitClip& clip, const FitBox& box) {
       box.type == FourCc("mdat"))
     return false;
   const bool isTaken = box.type == FourCc("moov") || box.type == FourCc("ftyp");
+  // Of several the first one is taken; what the others say is lost.
   return !isTaken || &box != clip.Place(box.type);
 }
 

@@ -75,6 +75,8 @@ bool IsOfOneKind(const TrackLook& a, const TrackLook& b) {
 bool IsOfHints(const TrackLook& look) { return look.kind == FourCc("hint"); }
 
 Partners FindPartners(const Looks& first, const Looks& later) {
+  // In three rounds, the most alike first, so that no track takes the partner of one that resembles
+  // it more.
   Partners partners(first.size(), kNone);
   std::vector<bool> used(later.size());
   const auto pair = [&](auto fits) {

@@ -39,6 +39,7 @@ bool Tell(const std::string& path, const InfoCommand& command, InfoOutput& outpu
     options.box = [&](const BoxInfo& box) {
       begin();
       output.Box(box);
+      // A file can have millions of boxes, and whoever reads the list may have gone.
       return !OutputFailed() && StopSignal() == 0;
     };
   }

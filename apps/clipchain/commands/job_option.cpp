@@ -34,6 +34,7 @@ CLI::Option* AddJobOption(CLI::App& command, std::vector<std::string>& values) {
       "result is there already");
   option->expected(2)->type_name("FILE N");
   option->each([count = 0](const std::string& value) mutable {
+    // The parser counts what it is given and knows no second kind of value in one option.
     if (++count == 2 && NumberIn(value) == 0)
       throw CLI::ValidationError(value + " is no number of a job; they count from 1");
   });

@@ -79,6 +79,7 @@ int WithPage(const JoinCommand& command, const JoinPlan& plan, const JoinReport*
   if (command.html.empty()) return code;
   const HtmlJoinOptions page{command.plan.folder, FolderOf(command.html), MadeWords()};
   if (WritePage(command.html, HtmlJoin(plan, report, page), false) == kDone) return code;
+  // The recordings are joined: without the page it is not all done, and not failed either.
   return code == kDone ? kIncomplete : code;
 }
 

@@ -72,6 +72,7 @@ std::string BashValues(const CommandWords& command) {
 // An entry of zsh's _arguments for each option.
 std::string ZshOption(const OptionWords& option) {
   std::string text = option.text;
+  // In an entry of _arguments brackets hold the description.
   std::replace(text.begin(), text.end(), '[', '(');
   std::replace(text.begin(), text.end(), ']', ')');
   std::string value;

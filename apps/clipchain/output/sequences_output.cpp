@@ -41,6 +41,7 @@ void AddRejected(const FoundClips& found, const ScanReport& report, const Paint&
   for (const UnreadablePath& path : found.unreadable) {
     text += fmt::format("  {} {}\n", PrintablePath(path.path), path.reason);
   }
+  // A clip that can't be read is what a recording that lacks its end may lack.
   const MissingEnds ends(report);
   for (const RejectedClip& clip : report.rejected) {
     const Finding why = WhyNoClip(clip.path, clip.result).front();

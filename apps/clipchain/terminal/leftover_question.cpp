@@ -17,6 +17,8 @@ bool IsOnTerminal() { return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILE
 bool AskYesNo(const std::string& question) {
   std::fputs(question.c_str(), stderr);
   std::string answer;
+  // Byte by byte from the descriptor: a buffered read could not be left by a signal, and would take
+  // what is typed for the next question.
   for (char c = 0; WaitForInput() && ::read(STDIN_FILENO, &c, 1) == 1 && c != '\n';) answer += c;
   return answer == "y" || answer == "yes";
 }

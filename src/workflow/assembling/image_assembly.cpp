@@ -28,9 +28,13 @@ bool ImageAssembly::IsCutOff(const MP4G::CMp4File& input) {
 HRESULT ImageAssembly::Take(MP4G::CMp4File& input, const ClipView* view) {
   cutOff_ = cutOff_ || IsCutOff(input);
   const bool isInView = view != nullptr && input.mdatSize > 0;
+  // Blocks are shared where media lies at the same place modulo a block as in the file of the clip,
+  // wherever its view shows it.
   const auto inFile =
       static_cast<Number>(isInView ? view->FilePosition(input.mdatPos) : input.mdatPos);
   if (media_.empty()) {
+    // The result begins with the file type box of the first clip, so that its media can lie nowhere
+    // before that clip is here.
     const auto head = static_cast<Number>(MP4G::CMovieAssembly::HeadSize(input));
     placement_ = MediaPlacement(layout_.block, head + NoteSize());
     firstInFile_ = inFile;
@@ -45,6 +49,8 @@ std::vector<ImageAssembly::Range> ImageAssembly::RangesOf(const MP4G::CMp4File& 
   if (view == nullptr) return {{input.mdatPos, input.mdatSize}};
   std::vector<Range> ranges;
   for (const auto& [place, size] : view->PlacesOf(input.mdatPos, input.mdatSize)) {
+    // A view may be put together of pieces that follow each other in the file: only whole blocks of
+    // one range can be shared, and each range is a read of its own.
     const bool continues = !ranges.empty() && place != Range::kNowhere &&
                            ranges.back().position != Range::kNowhere &&
                            ranges.back().position + ranges.back().size == place;
@@ -96,6 +102,8 @@ HRESULT ImageAssembly::AppendMediaHeader() {
     AppendField(head_, Layout::kBlockNote, 4);
     AppendField(head_, FourCc("free"), 4);
     AppendField(head_, layout_.block, 4);
+    // The size of 64 bits behind the type counts (ISO/IEC 14496-12, clause 4.2). However small the
+    // box is: where its media begins must not depend on how much there is.
     AppendField(head_, 1, 4);
     AppendField(head_, FourCc("mdat"), 4);
     AppendField(head_, size + MP4G::kMediaHeaderRoom, 8);

@@ -11,6 +11,7 @@ bool ImageBytes::Read(unsigned long long position, void* buffer, std::size_t siz
       image_.pieces.begin(), image_.pieces.end(), position,
       [](unsigned long long at, const ImagePiece& next) { return at < next.position; });
   for (; size > 0; ++piece) {
+    // Pieces fill the image from 0 on without a gap: the position lies in the one before the next.
     const ImagePiece& source = *(piece - 1);
     const unsigned long long skip = position - source.position;
     const auto part =

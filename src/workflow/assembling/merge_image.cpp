@@ -109,6 +109,8 @@ Findings MakeMergeImage(const std::vector<std::string>& clips, const FitOptions&
                         const Layout& layout, MergeImage& image) {
   std::unique_ptr<const Fit> fit;
   if (!options.exact && !clips.empty()) fit = std::make_unique<Fit>(clips, options);
+  // Clips that need nothing are read by the engine itself, so that their result is to the byte what
+  // it was before there was an adaptation.
   if (fit != nullptr && !fit->IsNeeded()) fit.reset();
   return MakeMergeImage({clips, layout, fit.get()}, image);
 }

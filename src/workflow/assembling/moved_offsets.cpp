@@ -49,6 +49,8 @@ bool Move(RawBox& box, std::uint64_t by) {
   }
   std::uint64_t most = 0;
   for (std::size_t i = 0; i < count; ++i) most = std::max(most, At<QUIRVA::be32>(box.data, i) + by);
+  // As the engine does it: a table is wide where an offset needs it, since there are readers that
+  // know no "co64".
   if (most <= kMostNarrow) {
     box.data = Moved<QUIRVA::be32, QUIRVA::be32>(box.data, count, by);
   } else {
@@ -61,6 +63,8 @@ bool Move(RawBox& box, std::uint64_t by) {
 // From the children of "moov" down to the tables of every track.
 bool MoveBelow(RawBox& parent, std::span<const std::uint32_t> path, std::uint64_t by) {
   return std::all_of(parent.children.begin(), parent.children.end(), [=](RawBox& child) {
+    // Only at the end of the whole path is "stco" a track's table of chunks (clause 8.7.5): what
+    // has its type elsewhere holds no offsets.
     if (!path.empty()) return child.type != path.front() || MoveBelow(child, path.subspan(1), by);
     return (child.type != FourCc("stco") && child.type != FourCc("co64")) || Move(child, by);
   });

@@ -44,6 +44,7 @@ Number SampleLayout::ChunkCount() const {
 }
 
 unsigned int SampleLayout::UniformSize() const {
+  // 0 says that each sample has a size of its own, in the list (ISO/IEC 14496-12, clause 8.7.3.2).
   return sizes_ != nullptr ? static_cast<unsigned int>(sizes_->record->sampleSize) : 0;
 }
 
@@ -59,6 +60,8 @@ Number SampleLayout::PositionOf(std::size_t chunk) const {
 
 Number SampleLayout::BytesOf(Number sample, Number samples) const {
   if (const unsigned int size = UniformSize(); size != 0)
+    // Nothing backs a number of samples of one size: it may be any, and its product must not wrap
+    // to a small one.
     return samples > kLargest / size ? kLargest : samples * size;
   Number bytes = 0;
   for (const Number end = sample + samples; sample < end; ++sample) bytes += SizeOf(sample);
@@ -72,6 +75,7 @@ bool SampleLayout::Next(Chunk& chunk) {
   while (run_ + 1 < EntriesOf(runs_) && runs_->entries[run_ + 1].firstChunk <= number) ++run_;
   Number samples = 0;
   if (run_ < EntriesOf(runs_) && runs_->entries[run_].firstChunk <= number)
+    // The last run may promise more samples than there are.
     samples = std::min<Number>(runs_->entries[run_].samplesPerChunk, SamplesLeft());
   chunk = {PositionOf(nextChunk_), nextSample_, samples, BytesOf(nextSample_, samples)};
   nextSample_ += samples;

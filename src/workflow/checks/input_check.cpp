@@ -54,6 +54,7 @@ bool CheckWhereTheWalkEnds(const ClipFile& clip, FileFindings& findings) {
             last);
     return false;
   }
+  // Neither is loaded: the walk passes over them by their size alone, which may lead past the end.
   if (last.type == FourCc("mdat") || last.size >= MP4G::kLeastUnloadedBoxSize) return true;
   if (last.size > 0 && last.End() <= clip.Size()) return true;
   PlaceAt(AddRefusal(findings, Message::kFileCutOff,
@@ -131,6 +132,7 @@ void ExplainParse(const ClipFile& clip, HRESULT result, FileFindings& findings) 
                "copy it to another disk and try that copy", result);
     return;
   }
+  // What was found at the top level explains why the parser stopped, and says more.
   if (findings.Refused()) return;
   const MP4G::CBox* box = LastBox(clip.file);
   const bool isReference =

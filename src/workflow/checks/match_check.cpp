@@ -62,6 +62,7 @@ void CheckOffsets(MP4G::CTrackBox* track, const MP4G::CTrackBox* moved, FileFind
         fmt::format("has neither chunk offsets \"stco\" nor \"co64\" in its track {}", id), kRepair,
         table.box);
     finding.result = E_BAD_DATA;
+    // The engine moves another track's offsets in its place, and does not fail.
     if (moved != track) finding.severity = Severity::kRisk;
   }
 }
@@ -161,6 +162,7 @@ std::vector<TrackPair> CheckMatch(MP4G::CMovieBox* first, const std::string& fir
   MP4G::FreeTracks freeTracks(second);
   for (MP4G::CTrackBox* track : firstView.Tracks()) {
     const TrackFacts facts = FactsOf(track);
+    // As a merge chooses: the first track of that sample entry that no track before has taken.
     const auto partner = freeTracks.First(facts.entryType);
     if (partner.track == nullptr) {
       findings

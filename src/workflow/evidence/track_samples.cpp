@@ -36,6 +36,7 @@ std::vector<unsigned char> TrackSamples::Read(const ClipFile& clip, std::uint32_
     const std::uint64_t from = runs_[i].firstChunk - 1u;
     const std::uint64_t to = i + 1 < runs_.size() ? runs_[i + 1].firstChunk - 1u : chunks_.size();
     const std::uint64_t perChunk = runs_[i].samplesPerChunk;
+    // Runs that hold nothing, or do not ascend, would divide by zero or count backwards.
     if (perChunk == 0 || to <= from) continue;
     const std::uint64_t there = (to - from) * perChunk;
     if (index - first >= there) {

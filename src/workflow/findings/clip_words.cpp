@@ -46,6 +46,7 @@ std::string FormatBytes(long long bytes) {
 
 std::string SpanWords(const std::optional<double>& seconds) {
   if (!seconds) return "unknown length";
+  // As it is rounded: "60.0 s" would be a minute.
   if (*seconds < 59.95) return fmt::format("{:.1f} s", *seconds);
   const double whole = std::floor(*seconds + 0.5);
   if (whole < 3600)

@@ -11,6 +11,8 @@ std::optional<Finding> MakeFolder(const std::string& path) {
   if (::mkdir(path.c_str(), 0777) == 0) return std::nullopt;
   const std::error_code error = LastError();
   struct stat status;
+  // Whatever the error was: on a disk that can't be written a folder that is there is not said to
+  // exist.
   if (::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return std::nullopt;
   if (error == std::errc::file_exists)
     return MakeFinding(Message::kFolderUnusable, path, "is no folder", "choose another name");

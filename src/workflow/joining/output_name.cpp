@@ -96,6 +96,7 @@ std::string InLowerCase(std::string text) {
 }
 
 bool OutputNames::Reserve(const std::string& name) {
+  // On FAT and exFAT names that differ in nothing but case are one.
   return taken_.insert(InLowerCase(name)).second;
 }
 

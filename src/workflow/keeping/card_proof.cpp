@@ -122,6 +122,7 @@ void Proving::ProveClips(CardOrder& order, Meter& meter) {
 
 void Proving::TryResults(ResultProof& results, const Meter& meter, bool withArchive) {
   for (KeptFile& file : kept_.Files()) {
+    // Results may lie on a slow share: once all clips are kept no other one is read.
     if (!ClipsNeedMore() || meter.Stopped()) return;
     if (!file.usable || !file.mayBeResult || file.file.stamp.size == 0) continue;
     if (withArchive) {
@@ -182,6 +183,7 @@ std::string Proving::UnkeptWords(const CardFile& file) const {
 
 void Proving::Judge() {
   for (const CardFile& file : cards_.Files()) {
+    // What can't be read may be a clip, whatever its name.
     const bool counts = file.isClip || file.isUnread || !options_.clipsOnly;
     const bool kept = file.isClip ? !NeedsMore(file) : file.keeping == Keeping::kEveryByte;
     if (!counts) continue;

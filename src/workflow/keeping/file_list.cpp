@@ -49,6 +49,8 @@ class Walk {
 
  private:
   void List(const std::string& path, bool first) {
+    // The folder that was named may be a link. One beneath it that is a link now was none when it
+    // was listed, and leads elsewhere.
     const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | (first ? 0 : O_NOFOLLOW);
     Descriptor descriptor(Uninterrupted([&] { return ::open(path.c_str(), flags); }));
     if (descriptor < 0) return Fail(path, "can't be searched", LastError());
@@ -96,6 +98,7 @@ class Walk {
   const SearchProgress& goOn_;
   bool stopped_ = false;
   FileList list_;
+  // Folders nest deeper than a stack is: they wait here in place of a recursion.
   std::vector<std::string> waiting_;
   std::set<FileIdentity> visited_;
 };

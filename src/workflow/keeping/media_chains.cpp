@@ -61,6 +61,7 @@ MediaChains::Choice MediaChains::ChoiceAt(FileBytes& merged, unsigned long long 
       if (Probe(merged, end - tail, tail) == media.tail) choice.offers.push_back({&media, end});
     }
   }
+  // In the order of the cards, in which clips were mostly merged: the right row comes first.
   std::sort(choice.offers.begin(), choice.offers.end(),
             [](const Offer& a, const Offer& b) { return a.media->clip < b.media->clip; });
   return choice;

@@ -39,6 +39,7 @@ unsigned long long OriginalClip::KeptBytes() const {
 }
 
 bool IsFileName(std::string_view name) {
+  // Bytes, the most that nearly every file system takes.
   constexpr std::size_t kLongest = 255;
   return !name.empty() && name.size() <= kLongest && name != "." && name != ".." &&
          name.find('/') == std::string_view::npos && name.find('\0') == std::string_view::npos &&

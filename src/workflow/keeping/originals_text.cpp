@@ -73,6 +73,7 @@ const Json& Field(const Json& object, const char* name) {
 }
 
 Number NumberIn(const Json& value, const char* name) {
+  // 1e300, -1 and 0.5 are numbers, too, and would become some size or place.
   if (!value.is_number_unsigned() || value.get<Number>() > kLargestNumber)
     throw Fault{fmt::format("has a \"{}\" in its table of contents that is no number", name)};
   return value.get<Number>();
@@ -91,6 +92,8 @@ std::string TextOf(const Json& object, const char* name) {
 
 std::string DigitsOf(const Json& object, const char* name, std::size_t count) {
   std::string digits = TextOf(object, name);
+  // One in capitals would never be equal to the one that is reckoned, and its clip be called
+  // damaged.
   if (digits.size() != count || digits.find_first_not_of("0123456789abcdef") != std::string::npos)
     throw Fault{fmt::format("has a \"{}\" in its table of contents that is no hash", name)};
   return digits;
@@ -220,6 +223,7 @@ Originals OriginalsIn(const Json& document) {
     // So that no sum of sizes overflows for whoever adds them up.
     if (originals.clips.back().size > left) throw Fault{"has clips that are too large"};
     left -= originals.clips.back().size;
+    // A split makes them in one folder.
     if (!names.insert(originals.clips.back().name).second) throw Fault{"has two clips of one name"};
   }
   if (originals.clips.empty()) throw Fault{"has no clip"};

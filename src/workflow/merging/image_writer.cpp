@@ -57,6 +57,7 @@ WriteFault ImageWriter::WriteTo(int file, Watermark* mark) {
   return Run(
       [&](Number at, const unsigned char* bytes, std::size_t size) {
         const std::error_code error = output.Write(at, bytes, size);
+        // Behind the write: the verification that follows reads up to the mark.
         if (!error && mark != nullptr) mark->RaiseTo(at + size);
         return error;
       },

@@ -47,6 +47,7 @@ TrackView ReadTrack(View body) {
   TrackView track;
   track.body = body;
   const View header = FindBox(body, FourCc("tkhd")).body;
+  // Ahead of it stand two times, of 64 bits each in version 1 (8.3.2.2).
   track.id = U32(header, IsWide(header) ? 20 : 12);
   track.shown = IsWide(header) ? U64(header, 28) : U32(header, 20);
   const View media = FindBox(body, FourCc("mdia")).body;

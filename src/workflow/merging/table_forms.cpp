@@ -29,6 +29,7 @@ constexpr Form kForms[] = {{FourCc("stts"), "mdia/minf/stbl/stts", 8, 8, 1},
 bool HoldsWhatItSays(const Form& form, View body) {
   const bool uniform = form.type == FourCc("stsz") && U32(body, 4) != 0;
   const Number entries = uniform ? 0 : U32(body, form.header - 4);
+  // With bytes left over one reader believes the count and another one the size.
   return body.size() == form.header + entries * form.width && body[0] < form.versions &&
          (U32(body, 0) & 0xFFFFFF) == 0;
 }
@@ -66,6 +67,7 @@ std::vector<WrongTable> WrongTables(const TrackView& track, Number count) {
   for (const Form& form : kForms) {
     const BoxView box = FindBox(track.table, form.type);
     if (box.type == 0) continue;
+    // "stts" and "ctts": their entries begin with a number of samples.
     const bool runs = form.width == 8 && form.type != FourCc("co64");
     const bool numbers = form.type == FourCc("stss") || form.type == FourCc("stps");
     if (!HoldsWhatItSays(form, box.body)) {
@@ -73,6 +75,8 @@ std::vector<WrongTable> WrongTables(const TrackView& track, Number count) {
     } else if (runs && box.body.size() > 8 && SumOfCounts(box.body) != count) {
       wrong.push_back({form.place, fmt::format("has times for {} samples, of which there are {}",
                                                SumOfCounts(box.body), count)});
+      // The format wants them in order (ISO/IEC 14496-12, clause 8.6.2), and readers find a number
+      // by halving the table.
     } else if (numbers && !Ascends(box.body, 4, count)) {
       wrong.push_back({form.place, "has numbers of samples that do not follow each other"});
     } else if (form.type == FourCc("stsc") &&

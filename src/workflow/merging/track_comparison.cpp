@@ -76,6 +76,7 @@ bool TrackComparison::Add(const ClipAtWork& clip, const TrackView& track, Number
   for (const View entry : track.entries) ofClip_.push_back(DescriptionOf(entry, track.handler));
   if (rules_.adapted) DeclareAll();
   SampleStream stream(clip.file, track);
+  // A clip without samples in this track leaves the wait to the next one that has some.
   if (stream.Count() > 0) waited_ = std::exchange(wait_, 0);
   TrackClock alone(static_cast<long long>(stream.Start()));
   const long long begin = clock_.Decode();
@@ -121,6 +122,7 @@ void TrackComparison::FindOrder(const TrackView& track, const TrackClock& alone)
   const auto scale = static_cast<Seconds>(std::max<Number>(track_.scale, 1));
   const Seconds unheld = static_cast<Seconds>(here_.FirstShown()) / scale - waited_;
   ordered_ = 0;
+  // Without the wait its first picture would be shown among those of the clips before.
   if (lastShown_ && unheld <= *lastShown_)
     ordered_ = std::min(waited_, *lastShown_ + longest_ - unheld);
   lastShown_ = static_cast<Seconds>(here_.LastShown()) / scale;
@@ -133,6 +135,7 @@ void TrackComparison::AddLoose(const SampleFile& clip, const TrackView& track,
                                const Showing& showing, const TrackClock& alone) {
   const auto scale = static_cast<Seconds>(std::max<Number>(track.scale, 1));
   const auto movie = static_cast<Seconds>(std::max<Number>(clip.Scale(), 1));
+  // An edit list counts in ticks of the movie and of the media, and each rounds once.
   loose_ += showing.delay + 1 / scale + 1 / movie;
   if (!track.fragments.empty()) return;
   const Seconds sum = static_cast<Seconds>(alone.Decode()) / scale;
@@ -156,6 +159,8 @@ bool TrackComparison::AddRun(const ClipAtWork& clip, const TrackView& track, Sam
     Tell(*wrong);
     return false;
   }
+  // Where clips meet a merge goes wrong most easily: the first and the last sample are compared in
+  // every byte, however few of the others are.
   if (theirs.placed && (left == 1 || stream.Done() == 0))
     clip.ranges.AddWhole({theirs.position, mine.position, theirs.size});
   clock_.Add(count, mine.step, mine.offset);
@@ -175,6 +180,7 @@ std::optional<WrongTable> TrackComparison::CompareSample(const ClipAtWork& clip,
     return WrongTable{kSyncs, fmt::format("has sample {} {} the sync samples; it is {} in {}",
                                           sample, mine.sync ? "among" : "not among",
                                           theirs.sync ? "one" : "none", PrintablePath(clip.path))};
+  // Times of two scales are multiplied crosswise: a division would round differences away.
   if (Wide{mine.offset} * Wide{track.scale} != Wide{theirs.offset} * Wide{track_.scale})
     return WrongTable{
         kOffsets, fmt::format("gives sample {} a composition offset of {}; it has {} in {}", sample,
@@ -231,6 +237,7 @@ std::optional<WrongTable> TrackComparison::CompareDescription(const ClipAtWork& 
   const std::size_t sample = stream_.Done() + 1;
   const bool known = mine >= 1 && mine <= descriptions_.size();
   if (theirs < 1 || theirs > ofClip_.size()) {
+    // Neither file says what describes the sample, and so nothing is lost.
     if (!known) return std::nullopt;
   } else if (known) {
     if (!rules_.adapted && U32(track_.entries[mine - 1], 4) == U32(track.entries[theirs - 1], 4))

@@ -10,6 +10,7 @@
 
 namespace clipchain {
 
+// A terminal that is named by mistake must not become the one whose keys send this process signals.
 FileBytes::FileBytes(const std::string& path) : owned_(OpenToRead(path, O_NOCTTY)), file_(owned_) {
   if (file_ < 0) error_ = LastError();
 }

@@ -22,6 +22,7 @@ constexpr Number kFlushStep = 8 * 1024 * 1024;
 }  // namespace
 
 void FileOutput::Reserve(Number size) const {
+  // The size grows by writing alone: room that was only reserved must not look like bytes.
   static_cast<void>(::fallocate(file_, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(size)));
 }
 
@@ -35,6 +36,7 @@ std::error_code FileOutput::Write(Number position, const void* bytes, std::size_
     const ssize_t went =
         Uninterrupted([&] { return ::pwrite(file_, data, size, static_cast<off_t>(position)); });
     if (went < 0) return LastError();
+    // Neither a byte nor an error: to go on asking could take for ever.
     if (went == 0) return SystemError(EIO);
     data += went;
     size -= static_cast<std::size_t>(went);

@@ -50,6 +50,7 @@ bool IsUnknown(const std::error_code& error) {
 class FolderLock {
  public:
   explicit FolderLock(int folder) : folder_(folder) {
+    // Half a minute: whoever holds the lock looks for a name and renames, and does no more.
     constexpr int kAttempts = 300;
     constexpr timespec kBetween = {0, 100'000'000};
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
@@ -96,6 +97,8 @@ std::error_code PartFile::Create(const std::string& output) {
 // By another hidden name, which the file keeps where it gets it.
 std::error_code PartFile::FindNaming() {
   const std::string other = NewPartPath(output_);
+  // Known before there is anything to lose: a merge of hours must not end at a name that it can't
+  // give.
   const std::error_code error = RenameWithoutReplacing(path_, other);
   if (!error) path_ = other;
   if (!error || !IsUnknown(error)) return error;

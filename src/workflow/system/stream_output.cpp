@@ -20,6 +20,7 @@ NoPipeSignal::NoPipeSignal() {
   ::sigaddset(&pipe_, SIGPIPE);
   sigset_t pending;
   ::sigpending(&pending);
+  // One that was pending before is the application's, and stays.
   wasPending_ = ::sigismember(&pending, SIGPIPE) == 1;
   ::pthread_sigmask(SIG_BLOCK, &pipe_, &before_);
 }
