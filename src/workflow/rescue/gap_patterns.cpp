@@ -1,6 +1,7 @@
 #include "workflow/rescue/gap_patterns.h"
 
 #include <algorithm>
+#include <numeric>
 
 namespace clipchain::rescue {
 
@@ -30,6 +31,7 @@ void GapPatterns::Learn(const Reference& reference, std::optional<std::size_t> a
         const std::uint64_t count = gap.counts.front();
         pattern->least = pattern->most == 0 ? count : std::min(pattern->least, count);
         pattern->most = std::max(pattern->most, count);
+        pattern->step = std::gcd(pattern->step, count);
       }
       gap = {};
       continue;
@@ -148,6 +150,18 @@ class Solver {
   ByteRange gap_;
 };
 
+// Where sound is written in packets of many samples, pieces are a few of them long: a number of
+// packets that the reference happens not to have will do, of one more at most. What looks like a
+// picture inside of sound is hardly where a packet ends.
+bool IsOfPackets(const GapPattern& pattern, std::uint64_t count) {
+  constexpr std::uint64_t kLeastPacket = 64;
+  constexpr std::uint64_t kMostPackets = 16;
+  constexpr std::uint64_t kEnough = 8;
+  return pattern.times >= kEnough && pattern.step >= kLeastPacket && pattern.step < pattern.most &&
+         pattern.most / pattern.step <= kMostPackets && count <= pattern.most + pattern.step &&
+         count % pattern.step == 0;
+}
+
 // Where the reference's gaps are of very many lengths, one between them will do, as long as no two
 // of them fit into one: then nothing inside of a gap can be taken for a picture between two.
 bool HasCountsOf(const GapPattern& pattern, const Pieces& pieces) {
@@ -156,8 +170,10 @@ bool HasCountsOf(const GapPattern& pattern, const Pieces& pieces) {
   for (const GapPiece& piece : pieces) counts.push_back(piece.span.count);
   const auto& known = pattern.counts;
   if (std::find(known.begin(), known.end(), counts) != known.end()) return true;
-  return known.size() >= kMany && counts.size() == 1 && pattern.least <= counts.front() &&
-         counts.front() <= pattern.most && 2 * pattern.least > pattern.most;
+  if (counts.size() != 1) return false;
+  return IsOfPackets(pattern, counts.front()) ||
+         (known.size() >= kMany && pattern.least <= counts.front() &&
+          counts.front() <= pattern.most && 2 * pattern.least > pattern.most);
 }
 
 bool SaysNothing(const GapPattern& pattern, const FrameMethods& methods) {

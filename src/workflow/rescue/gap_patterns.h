@@ -22,6 +22,8 @@ struct GapPattern {
   // have ended early; 0 where there is no other.
   std::uint64_t least = 0;
   std::uint64_t most = 0;
+  // What all these numbers are multiples of.
+  std::uint64_t step = 0;
   // In front of the first picture.
   bool atBegin = false;
 };

@@ -139,7 +139,7 @@ bool Walk::TakePicture() {
 // that does between two steps is the first one of another recording: its numbers begin with 0 and
 // say nothing about what stands in front of it.
 bool Walk::StartsAnother(const Slice& slice) const {
-  constexpr unsigned int kEnough = 3;
+  constexpr unsigned int kEnough = 1;
   if (harvest_.tracks[*model_.video].samples >= kMostPictures) return true;
   return slice.idr && model_.evenStep != 0 && steps_ >= kEnough && evenly_ &&
          sinceStart_ < model_.evenStep;

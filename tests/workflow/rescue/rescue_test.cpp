@@ -303,6 +303,36 @@ class FourBytes final : public rescue::FrameMethod {
   }
 };
 
+// Packets of 100 samples, of which the reference happens to have no two in a row.
+TEST(GapPatterns, OfPacketsAreFilledByAnyFewOfThem) {
+  const TempDir folder;
+  for (const bool isRegular : {true, false}) {
+    std::vector<std::uint32_t> pieces;
+    for (std::uint32_t i = 0; i < 12; ++i) pieces.push_back(i % 4 == 0 ? 400 : 300);
+    pieces.push_back(isRegular ? 100 : 101);
+    pieces.push_back(6);  // where the recording ended
+    const std::string path = folder / (isRegular ? "packets" : "others");
+    WriteFile(path, WithPieces(pieces));
+    rescue::Reference reference;
+    ASSERT_EQ("", reference.Load(path));
+    rescue::GapPatterns patterns;
+    patterns.Learn(reference, 0);
+    rescue::FrameMethods methods(2);
+    methods[1] = std::make_unique<FourBytes>();
+    rescue::MediaWindow window(reference.file());
+    const auto fills = [&](std::uint64_t samples) {
+      return rescue::SolveGap(patterns, methods, window, {100, 100 + samples * 4},
+                              rescue::GapPlace::kInside)
+          .has_value();
+    };
+    EXPECT_TRUE(fills(300));
+    EXPECT_EQ(fills(200), isRegular);
+    EXPECT_EQ(fills(500), isRegular);
+    EXPECT_FALSE(fills(201));
+    EXPECT_FALSE(fills(600));
+  }
+}
+
 // Where two pieces fit into one, what looks like a picture in the sound could part it.
 TEST(GapPatterns, OfManyLengthsFillOthersOnlyWhereNoTwoFitIntoOne) {
   const TempDir folder;
