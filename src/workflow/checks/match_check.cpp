@@ -112,6 +112,14 @@ void CheckMovieHeaders(const MP4G::CMovieHeaderBox* a, const std::string& firstN
                                "turned or moved otherwise",
                                firstName),
                    "turn the clip first, or leave it out", b);
+  if (a->recordB->rate != b->recordB->rate || a->recordB->volume != b->recordB->volume)
+    findings.AddAt(
+        Message::kShownOtherwise,
+        fmt::format("is to be played at a rate of {} and a volume of {}, and continues {} with a "
+                    "rate of {} and a volume of {}",
+                    b->recordB->rate / 65536.0, b->recordB->volume / 256.0, firstName,
+                    a->recordB->rate / 65536.0, a->recordB->volume / 256.0),
+        "leave it out, or merge it with clips that are played alike", b);
 }
 
 }  // namespace

@@ -103,6 +103,7 @@ class PairCheck {
             fmt::format("is played with a volume of {}, and continues one of {} in {}",
                         b->recordB->volume / 256.0, a->recordB->volume / 256.0, firstName_),
             "leave it out, or merge it with clips of its own volume", S_OK, b);
+    CompareMediaHeaders();
     const MP4G::CMediaHeaderBox* mediaA = first_.MediaHeaderBox();
     const MP4G::CMediaHeaderBox* mediaB = second_.MediaHeaderBox();
     if (mediaA == nullptr || mediaB == nullptr) return;
@@ -113,6 +114,31 @@ class PairCheck {
             fmt::format("is in the language {} and continues one in {} of {}",
                         LanguageWords(languageB), LanguageWords(languageA), firstName_),
             "see that the tracks of both clips stand in the same order", S_OK, mediaB);
+  }
+
+  // "vmhd" and "smhd" (ISO/IEC 14496-12, clauses 12.1.2 and 12.2.2).
+  void CompareMediaHeaders() {
+    const MP4G::CVideoMediaHeaderBox* a = first_.VideoMediaHeaderBox();
+    const MP4G::CVideoMediaHeaderBox* b = second_.VideoMediaHeaderBox();
+    if (a != nullptr && b != nullptr &&
+        std::memcmp(&*a->record, &*b->record, sizeof *a->record) != 0)
+      AddAt(Message::kShownOtherwise,
+            fmt::format("is drawn in graphics mode {}, and continues one in mode {} of {}",
+                        std::uint32_t{b->record->graphicsMode},
+                        std::uint32_t{a->record->graphicsMode}, firstName_),
+            "leave it out, or merge it with clips that are drawn alike", S_OK, b);
+    const MP4G::CSoundMediaHeaderBox* soundA = first_.SoundMediaHeaderBox();
+    const MP4G::CSoundMediaHeaderBox* soundB = second_.SoundMediaHeaderBox();
+    if (soundA != nullptr && soundB != nullptr &&
+        soundA->record->balance != soundB->record->balance)
+      AddAt(Message::kShownOtherwise,
+            fmt::format("is played with a balance of {}, and continues one of {} in {}",
+                        BalanceOf(*soundB), BalanceOf(*soundA), firstName_),
+            "leave it out, or merge it with clips of its own balance", S_OK, soundB);
+  }
+
+  static double BalanceOf(const MP4G::CSoundMediaHeaderBox& header) {
+    return static_cast<std::int16_t>(std::uint16_t{header.record->balance}) / 256.0;
   }
 
   // The lowest of the flags (ISO/IEC 14496-12, clause 8.3.2).

@@ -449,6 +449,26 @@ TEST_F(CheckMatch, FindsATrackThatIsSwitchedOffOrSilent) {
               HasSubstr("volume"));
 }
 
+TEST_F(CheckMatch, FindsAMovieThatIsPlayedOtherwise) {
+  const std::string first = Put("a", EvenClip());
+  const Bytes bytes = EvenClip().Build();
+  const std::size_t rate = support::FindBox(bytes, "mvhd") + 28;
+  EXPECT_THAT(Only(CheckAll({first, Put("b", support::WithU32(bytes, rate, 0x8000))}),
+                   Message::kShownOtherwise)
+                  .text,
+              HasSubstr("at a rate of 0.5 and a volume of 1, and continues"));
+  const std::size_t mode = support::FindBox(bytes, "vmhd") + 12;
+  EXPECT_THAT(Only(CheckAll({first, Put("c", support::WithU32(bytes, mode, 0x00240000))}),
+                   Message::kShownOtherwise)
+                  .text,
+              HasSubstr("graphics mode 36, and continues one in mode 0"));
+  const std::size_t balance = support::FindBox(bytes, "smhd") + 12;
+  EXPECT_THAT(Only(CheckAll({first, Put("d", support::WithU32(bytes, balance, 0xFF800000))}),
+                   Message::kShownOtherwise)
+                  .text,
+              HasSubstr("a balance of -0.5, and continues one of 0"));
+}
+
 // As they are, hints would name the first clip's samples.
 TEST_F(CheckMatch, FindsHintsThatNameSamplesByTheirNumber) {
   MovieBuilder clip = EvenClip();
