@@ -36,7 +36,7 @@ std::vector<int> DependenciesOf(const Bytes& rest) {
   {
     FileBytes bytes(opened);
     SampleFile file(bytes);
-    EXPECT_EQ(file.Read(), "");
+    EXPECT_EQ(file.Read(), std::nullopt);
     SampleStream stream(file, file.Tracks().front());
     SampleRun run;
     while (stream.Next(run)) {
@@ -75,7 +75,7 @@ TEST(SampleStream, TablesLastUntilTheFirstFragment) {
                                  Box("mdat", {U32(1), U32(2)}));
     FileBytes bytes(path);
     SampleFile file(bytes);
-    EXPECT_EQ(file.Read(), "");
+    EXPECT_EQ(file.Read(), std::nullopt);
     SampleStream stream(file, file.Tracks().front());
     std::vector<long long> steps;
     SampleRun found;

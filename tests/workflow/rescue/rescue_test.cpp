@@ -314,7 +314,7 @@ TEST(GapPatterns, OfPacketsAreFilledByAnyFewOfThem) {
     const std::string path = folder / (isRegular ? "packets" : "others");
     WriteFile(path, WithPieces(pieces));
     rescue::Reference reference;
-    ASSERT_EQ("", reference.Load(path));
+    ASSERT_EQ(std::nullopt, reference.Load(path));
     rescue::GapPatterns patterns;
     patterns.Learn(reference, 0);
     rescue::FrameMethods methods(2);
