@@ -259,8 +259,10 @@ class TrackOrder final : public Adaptation {
                           FitReport& report) {
     const std::vector<const RawBox*> tracks = TracksOf(std::as_const(clip.movie));
     std::set<unsigned int> gone;
+    bool areHintsGone = false;
     for (std::size_t k = 0; k < tracks.size(); ++k) {
       if (std::find(places.begin(), places.end(), k) != places.end()) continue;
+      areHintsGone = areHintsGone || IsOfHints(LookOf(*tracks[k]));
       gone.insert(RawTrackId(*tracks[k]));
       if (index == 0) report.leftOut.insert(RawTrackId(*tracks[k]));
       report.Note(AdaptationKind::kCommonTracks, index, RawTrackId(*tracks[k]),
@@ -273,6 +275,19 @@ class TrackOrder final : public Adaptation {
                   "has its tracks in another order than the first clip");
     KeepTracks(clip.movie, places);
     if (!gone.empty()) DropReferences(clip.movie, gone);
+    if (areHintsGone && index == 0) DropSession(clip.movie, report);
+  }
+
+  // What a server says of a session with the tracks of hints (ISO/IEC 14496-12, 9.1.4) is true of
+  // those alone.
+  static void DropSession(RawBox& movie, FitReport& report) {
+    RawBox* userData = movie.Child(FourCc("udta"));
+    if (userData == nullptr || userData->Child(FourCc("hnti")) == nullptr) return;
+    userData->Remove(FourCc("hnti"));
+    report.dropped.insert(FourCc("hnti"));
+    report.Note(AdaptationKind::kCommonTracks, 0, 0,
+                "describes a session with the tracks of hints that are left out (\"hnti\"), left "
+                "out, too");
   }
 
   const bool commonTracks_;

@@ -101,6 +101,26 @@ TEST(TrackOrder, TakesReferencesToTracksThatAreLeftOutAway) {
   EXPECT_EQ(reference->data, support::U32(2));
 }
 
+// A session is described with the tracks of hints, and not without them.
+TEST(TrackOrder, TakesTheSessionOfHintsThatAreLeftOutAway) {
+  for (const bool areHints : {true, false}) {
+    MovieBuilder clip = MovieBuilder().Add(support::VideoTrack(4)).Add(support::AudioTrack(6));
+    clip.tracks[1].handler = areHints ? "hint" : "soun";
+    clip.extraMovieBoxes = support::Box(
+        "udta", {support::Box("hnti", {support::U32(7)}), support::Box("name", {support::U32(1)})});
+    FitClips clips = ClipsOf({clip, clip});
+    FitReport report;
+    FitOptions options;
+    options.commonTracks = true;
+    MakeTrackOrder(options)->Adapt(clips, report);
+    const RawBox* userData = clips[0].movie.Child(FourCc("udta"));
+    ASSERT_NE(userData, nullptr);
+    EXPECT_EQ(userData->Child(FourCc("hnti")) == nullptr, areHints);
+    EXPECT_NE(userData->Child(FourCc("name")), nullptr);
+    EXPECT_EQ(report.dropped.count(FourCc("hnti")), areHints ? 1u : 0u);
+  }
+}
+
 TEST(TrackOrder, NamesReferencesThatAreLost) {
   const auto referring = [](std::uint32_t to) {
     MovieBuilder clip = MovieBuilder().Add(support::VideoTrack(4)).Add(support::AudioTrack(3));

@@ -88,13 +88,14 @@ bool HasPlaces(const BoxView& box) {
 
 // The boxes in "udta" but those of chapters and those that may be left out, and what stands behind
 // them.
-std::string UserData(View body, bool withChapters, bool withPlaces) {
+std::string UserData(View body, bool withChapters, bool withPlaces, bool withSession) {
   std::string bytes;
   BoxView box;
   View rest = body;
   while (TakeBox(rest, box)) {
-    const bool isPassedOver =
-        (!withChapters && box.type == FourCc("chpl")) || (!withPlaces && HasPlaces(box));
+    const bool isPassedOver = (!withChapters && box.type == FourCc("chpl")) ||
+                              (!withPlaces && HasPlaces(box)) ||
+                              (!withSession && box.type == FourCc("hnti"));
     if (!isPassedOver) bytes.append(box.whole.begin(), box.whole.end());
   }
   return bytes.append(rest.begin(), rest.end());
@@ -141,7 +142,7 @@ Comparison::Children Comparison::ChildrenOf(std::uint32_t parent, View body) con
 // Whether the box was made for chapters, which are compared with the times of the samples.
 bool Comparison::IsOfChapters(const BoxView& box) const {
   return chapters_ && box.type == FourCc("udta") && FindBox(box.body, FourCc("chpl")).type != 0 &&
-         UserData(box.body, false, true).empty();
+         UserData(box.body, false, true, true).empty();
 }
 
 bool Comparison::IsSame(std::uint32_t parent, const BoxView& mine, const BoxView& theirs,
@@ -156,7 +157,10 @@ bool Comparison::IsSame(std::uint32_t parent, const BoxView& mine, const BoxView
     return true;
   if (mine.type == FourCc("udta")) {
     const bool withChapters = !chapters_ || parent != FourCc("moov");
-    return UserData(mine.body, withChapters, true) == UserData(theirs.body, withChapters, places_);
+    // What is left out stands in none but the clip.
+    const bool withSession = dropped_.count(FourCc("hnti")) == 0 || parent != FourCc("moov");
+    return UserData(mine.body, withChapters, true, true) ==
+           UserData(theirs.body, withChapters, places_, withSession);
   }
   // Of several boxes of the camera's the first one alone is changed.
   return mine.type == FourCc("uuid") && parent == FourCc("moov") &&
