@@ -95,9 +95,8 @@ void CheckTrack(const RawBox& track, const std::vector<MediaRange>& media, bool 
 bool HasSamples(const RawBox& movie) {
   for (const RawBox* track : TracksOf(movie)) {
     const RawBox* table = SampleTable(*track);
-    std::string why;
     TableBuilder tables;
-    if (table != nullptr && (!tables.TakeTables(*table, why) || tables.Count() != 0)) return true;
+    if (table != nullptr && (tables.TakeTables(*table) || tables.Count() != 0)) return true;
   }
   return false;
 }

@@ -53,12 +53,11 @@ void CompositionBounds::Append(const RawBox& table) {
 void CompositionBounds::Write(RawBox& table) const {
   if (!isThere_) return;
   TableBuilder tables;
-  std::string why;
   // Without offsets each sample is shown when it is decoded.
   const RawBox* box = table.Child(FourCc("ctts"));
   const auto offsets = box != nullptr ? ReadOffsets(*box) : OffsetRuns{{1, 0}};
   // Bounds that can't be reckoned are better missing than wrong: players do without them.
-  if (!tables.TakeTables(table, why) || !offsets || offsets->empty()) {
+  if (tables.TakeTables(table) || !offsets || offsets->empty()) {
     table.Remove(FourCc("cslg"));
     return;
   }

@@ -71,7 +71,8 @@ bool FitClip::Open(std::size_t index, FitReport& report, std::uint64_t memory) {
     return false;
   }
   size_ = static_cast<std::uint64_t>(size);
-  const bool taken = Walk(index, report) && TakeMovie(index, memory, report) && TakeFileType();
+  const bool taken = Walk(index, report) && TakeMovie(index, memory, report);
+  if (taken) TakeFileType();
   // A merge may have more clips than a process may have open files.
   file_.reset();
   return taken;
@@ -191,13 +192,12 @@ bool FitClip::TakeMovie(std::size_t index, std::uint64_t memory, FitReport& repo
 }
 
 // Files from before there was a file type box are of the kind that "qt  " names.
-bool FitClip::TakeFileType() {
+void FitClip::TakeFileType() {
   const FitBox* place = Place(FourCc("ftyp"));
   const Bytes bytes = place != nullptr ? Read(place->position, place->size) : Bytes();
   std::span<const unsigned char> in = bytes;
-  if (fileType.Take(in) && fileType.type == FourCc("ftyp")) return true;
+  if (fileType.Take(in) && fileType.type == FourCc("ftyp")) return;
   fileType = RawBox(FourCc("ftyp"), {'q', 't', ' ', ' ', 0, 0, 0, 0, 'q', 't', ' ', ' '});
-  return true;
 }
 
 std::vector<RawBox*> TracksOf(RawBox& movie) {

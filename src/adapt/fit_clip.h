@@ -65,7 +65,7 @@ class FitClip {
   bool TakeHeader(std::uint64_t at, FitBox& box) const;
   bool TakeMovie(std::size_t index, std::uint64_t memory, FitReport& report);
   bool IsZeroFrom(std::uint64_t at) const;
-  bool TakeFileType();
+  void TakeFileType();
 
   std::string path_;
   std::uint64_t size_ = 0;

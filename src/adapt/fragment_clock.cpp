@@ -99,11 +99,11 @@ class MovieClock {
   MovieClock(RawBox& movie, const std::vector<FragmentedTrack>& tracks)
       : movie_(movie), fragmented_(tracks) {}
 
-  bool Set(std::string& why);
+  [[nodiscard]] Reason Set();
 
  private:
-  bool Take(std::string& why);
-  bool Move(std::string& why);
+  [[nodiscard]] Reason Take();
+  bool Move();
   bool FindClock();
   Ticks CommonWait() const;
   bool MoveTrack(ClockTrack& track, Ticks common);
@@ -123,13 +123,10 @@ class MovieClock {
   std::uint64_t clock_ = 0;
 };
 
-bool MovieClock::Take(std::string& why) {
+Reason MovieClock::Take() {
   const RawBox* headerBox = movie_.Child(FourCc("mvhd"));
   const auto header = headerBox != nullptr ? ReadTimeHeader(*headerBox) : std::nullopt;
-  if (!header || header->scale == 0) {
-    why = "has a movie header that can't be read";
-    return false;
-  }
+  if (!header || header->scale == 0) return "has a movie header that can't be read";
   scale_ = header->scale;
   std::size_t index = 0;
   for (RawBox& child : movie_.children) {
@@ -140,10 +137,7 @@ bool MovieClock::Take(std::string& why) {
     track.scale = ReadTimeHeader(*child.At({FourCc("mdia"), FourCc("mdhd")}))->scale;
     if (const RawBox* list = child.At({FourCc("edts"), FourCc("elst")})) {
       auto edits = ReadEdits(*list);
-      if (!edits || !AreSane(*edits)) {
-        why = "has an edit list that can't be read";
-        return false;
-      }
+      if (!edits || !AreSane(*edits)) return "has an edit list that can't be read";
       track.edits = std::move(*edits);
     }
     TakeParts(track);
@@ -151,7 +145,7 @@ bool MovieClock::Take(std::string& why) {
     track.last = track.track->tables.LastShown();
     tracks_.push_back(std::move(track));
   }
-  return true;
+  return std::nullopt;
 }
 
 bool MovieClock::FindClock() {
@@ -220,8 +214,7 @@ bool MovieClock::ChangeScale(std::uint64_t scale) {
   return true;
 }
 
-bool MovieClock::Move(std::string& why) {
-  why = "has fragments that begin at other times than its edit lists can say";
+bool MovieClock::Move() {
   if (!FindClock()) return false;
   for (const ClockTrack& track : tracks_) {
     if (!track.IsMoved()) continue;
@@ -269,19 +262,20 @@ bool MovieClock::Write() {
   return WriteTimeHeader(*movie_.Child(FourCc("mvhd")), {scale_, longest});
 }
 
-bool MovieClock::Set(std::string& why) {
-  if (!Take(why)) return false;
+Reason MovieClock::Set() {
+  if (Reason why = Take()) return why;
   const bool isMoved = std::any_of(tracks_.begin(), tracks_.end(),
                                    [](const ClockTrack& track) { return track.IsMoved(); });
-  if (isMoved && !Move(why)) return false;
-  why = "has samples that last longer than its clock counts";
-  return Write();
+  if (isMoved && !Move())
+    return "has fragments that begin at other times than its edit lists can say";
+  if (!Write()) return "has samples that last longer than its clock counts";
+  return std::nullopt;
 }
 
 }  // namespace
 
-bool SetFragmentClock(RawBox& movie, const std::vector<FragmentedTrack>& tracks, std::string& why) {
-  return MovieClock(movie, tracks).Set(why);
+Reason SetFragmentClock(RawBox& movie, const std::vector<FragmentedTrack>& tracks) {
+  return MovieClock(movie, tracks).Set();
 }
 
 }  // namespace clipchain

@@ -2,11 +2,11 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "adapt/fragmented_movie.h"
 #include "adapt/raw_boxes.h"
+#include "adapt/reason.h"
 
 namespace clipchain {
 
@@ -14,9 +14,8 @@ namespace clipchain {
 // of these tracks, in the order of the movie. An edit that ends with the fragments, with a duration
 // of 0 (8.6.6), gets the one that the samples have. Samples that are first decoded later than at
 // time 0 are shown when they were, but for the time that all tracks wait: an empty edit says how
-// much later a track begins, in a movie time scale that can say it exactly. False, and why: edit
-// lists for which that can't be said.
-[[nodiscard]] bool SetFragmentClock(RawBox& movie, const std::vector<FragmentedTrack>& tracks,
-                                    std::string& why);
+// much later a track begins, in a movie time scale that can say it exactly. Why that can't be done,
+// as the rest of a sentence that begins with the clip.
+[[nodiscard]] Reason SetFragmentClock(RawBox& movie, const std::vector<FragmentedTrack>& tracks);
 
 }  // namespace clipchain

@@ -74,18 +74,13 @@ FragmentedMovie::FragmentedMovie(RawBox movie, std::vector<MediaRange> media)
   for (const MediaRange& range : media_) mediaSize_ += range.size;
 }
 
-bool FragmentedMovie::Refuse(FitProblemKind kind, std::uint32_t track, std::string text) {
-  problem_.kind = kind;
-  problem_.track = track;
-  problem_.text = std::move(text);
-  problem_.remedy = kRewrap;
-  return false;
+FitProblem FragmentedMovie::Refused(FitProblemKind kind, std::uint32_t track,
+                                    std::string text) const {
+  return {kind, 0, track, std::move(text), kRewrap, box_, offset_};
 }
 
-bool FragmentedMovie::Damaged(std::uint32_t track, std::string text) {
-  Refuse(FitProblemKind::kBoxDamaged, track, std::move(text));
-  problem_.remedy = kCopyAgain;
-  return false;
+FitProblem FragmentedMovie::Damaged(std::uint32_t track, std::string text) const {
+  return {FitProblemKind::kBoxDamaged, 0, track, std::move(text), kCopyAgain, box_, offset_};
 }
 
 FragmentedTrack* FragmentedMovie::TrackOf(std::uint32_t id) {
@@ -99,13 +94,26 @@ bool FragmentedMovie::HasUntoldFlags() const {
                      [](const FragmentedTrack& track) { return track.tables.HasUntoldFlags(); });
 }
 
-bool FragmentedMovie::Begin() {
-  problem_.box = "moov";
+bool FragmentedMovie::Begin() { return IsDone(BeginAll()); }
+
+bool FragmentedMovie::Add(const RawBox& moof, std::uint64_t position) {
+  return IsDone(AddFragment(moof, position));
+}
+
+bool FragmentedMovie::IsDone(std::optional<FitProblem> problem) {
+  if (!problem) return true;
+  problem_ = std::move(*problem);
+  return false;
+}
+
+std::optional<FitProblem> FragmentedMovie::BeginAll() {
+  box_ = "moov";
   for (const RawBox& child : movie_.children) {
-    if (child.type == FourCc("trak") && !BeginTrack(child)) return false;
+    if (child.type != FourCc("trak")) continue;
+    if (auto problem = BeginTrack(child)) return problem;
   }
   const RawBox* extends = movie_.Child(FourCc("mvex"));
-  if (extends == nullptr) return true;
+  if (extends == nullptr) return std::nullopt;
   for (const RawBox& child : extends->children) {
     if (child.type != FourCc("trex")) continue;
     std::uint32_t id = 0;
@@ -116,10 +124,10 @@ bool FragmentedMovie::Begin() {
     if (track->defaults) return Damaged(id, "has two boxes \"trex\" for one track");
     track->defaults = defaults;
   }
-  return true;
+  return std::nullopt;
 }
 
-bool FragmentedMovie::BeginTrack(const RawBox& track) {
+std::optional<FitProblem> FragmentedMovie::BeginTrack(const RawBox& track) {
   const RawBox* headerBox = track.Child(FourCc("tkhd"));
   const auto header = headerBox != nullptr ? ReadTrackHeader(*headerBox) : std::nullopt;
   const RawBox* table = SampleTable(track);
@@ -134,20 +142,20 @@ bool FragmentedMovie::BeginTrack(const RawBox& track) {
   FragmentedTrack& begun = tracks_.emplace_back();
   begun.id = id;
   begun.descriptions = SampleEntryCount(*descriptions);
-  std::string why;
-  if (!begun.tables.TakeTables(*table, why)) return Damaged(id, "has a track whose " + why);
+  if (const Reason why = begun.tables.TakeTables(*table))
+    return Damaged(id, "has a track whose " + *why);
   begun.groups.Append(*table, begun.tables.Count());
   begun.subsamples.Append(*table, begun.tables.Count());
-  return true;
+  return std::nullopt;
 }
 
-bool FragmentedMovie::Add(const RawBox& moof, std::uint64_t position) {
-  problem_.box = "moof";
-  problem_.offset = static_cast<long long>(position);
+std::optional<FitProblem> FragmentedMovie::AddFragment(const RawBox& moof, std::uint64_t position) {
+  box_ = "moof";
+  offset_ = static_cast<long long>(position);
   DataPlace place{position, position, true};
   for (const RawBox& child : moof.children) {
     if (child.type == FourCc("traf")) {
-      if (!AddTrackFragment(child, place)) return false;
+      if (auto problem = AddTrackFragment(child, place)) return problem;
       place.isFirstTrack = false;
     } else if (child.type != FourCc("mfhd") && !IsTaken(child)) {
       leftOut_.insert(child.type);
@@ -155,10 +163,11 @@ bool FragmentedMovie::Add(const RawBox& moof, std::uint64_t position) {
   }
   // Behind a box of a wrong size there may be samples that nobody finds.
   if (!moof.data.empty()) return Damaged(0, "has a fragment that holds bytes that are no box");
-  return true;
+  return std::nullopt;
 }
 
-bool FragmentedMovie::AddTrackFragment(const RawBox& fragment, DataPlace& place) {
+std::optional<FitProblem> FragmentedMovie::AddTrackFragment(const RawBox& fragment,
+                                                            DataPlace& place) {
   const RawBox* headerBox = OnlyChild(fragment, FourCc("tfhd"));
   const auto header = headerBox != nullptr ? ReadFragmentHeader(*headerBox) : std::nullopt;
   if (!header || !fragment.data.empty()) {
@@ -184,15 +193,18 @@ bool FragmentedMovie::AddTrackFragment(const RawBox& fragment, DataPlace& place)
   if (isUnknown)
     return Damaged(header->trackId, "has a fragment of a track with unknown boxes and no samples");
   const std::uint32_t before = track->tables.Count();
-  if (!SetTime(fragment, *header, defaults, *track)) return false;
-  if (!AddRuns(fragment, defaults, base, place, *track)) return false;
+  if (auto problem = SetTime(fragment, *header, defaults, *track)) return problem;
+  if (auto problem = AddRuns(fragment, defaults, base, place, *track)) return problem;
   const std::uint32_t samples = track->tables.Count() - before;
-  return TakeTables(fragment, samples, *track) && TakeDependencies(fragment, samples, *track);
+  if (auto problem = TakeTables(fragment, samples, *track)) return problem;
+  return TakeDependencies(fragment, samples, *track);
 }
 
 // Without "tfdt" the samples follow those before.
-bool FragmentedMovie::SetTime(const RawBox& fragment, const FragmentHeader& header,
-                              const SampleDefaults& defaults, FragmentedTrack& track) {
+std::optional<FitProblem> FragmentedMovie::SetTime(const RawBox& fragment,
+                                                   const FragmentHeader& header,
+                                                   const SampleDefaults& defaults,
+                                                   FragmentedTrack& track) {
   std::uint64_t time = 0;
   if (__builtin_add_overflow(track.origin + track.tables.End(), track.emptyTime, &time)) {
     return Damaged(track.id, "has fragments that begin later than any clock counts");
@@ -209,22 +221,24 @@ bool FragmentedMovie::SetTime(const RawBox& fragment, const FragmentHeader& head
   const bool hasSamples = fragment.Child(FourCc("trun")) != nullptr;
   if (!hasSamples) {
     if (header.durationIsEmpty) track.emptyTime += defaults.duration;
-    return true;
+    return std::nullopt;
   }
   track.emptyTime = 0;
   if (track.tables.Count() == 0) {
     track.origin = time;
-    return true;
+    return std::nullopt;
   }
-  if (time >= track.origin && track.tables.MoveTo(time - track.origin)) return true;
-  return Refuse(FitProblemKind::kFragmented, track.id,
-                "has a fragment of track " + std::to_string(track.id) + " that begins at " +
-                    std::to_string(time) + ", and the samples before it last until " +
-                    std::to_string(track.origin + track.tables.End()));
+  if (time >= track.origin && track.tables.MoveTo(time - track.origin)) return std::nullopt;
+  return Refused(FitProblemKind::kFragmented, track.id,
+                 "has a fragment of track " + std::to_string(track.id) + " that begins at " +
+                     std::to_string(time) + ", and the samples before it last until " +
+                     std::to_string(track.origin + track.tables.End()));
 }
 
-bool FragmentedMovie::AddRuns(const RawBox& fragment, const SampleDefaults& defaults,
-                              std::uint64_t base, DataPlace& place, FragmentedTrack& track) {
+std::optional<FitProblem> FragmentedMovie::AddRuns(const RawBox& fragment,
+                                                   const SampleDefaults& defaults,
+                                                   std::uint64_t base, DataPlace& place,
+                                                   FragmentedTrack& track) {
   std::uint64_t next = base;
   for (const RawBox& child : fragment.children) {
     if (child.type != FourCc("trun")) continue;
@@ -243,18 +257,19 @@ bool FragmentedMovie::AddRuns(const RawBox& fragment, const SampleDefaults& defa
     if (run->DataOffset())
       position = base + static_cast<std::uint64_t>(std::int64_t{*run->DataOffset()});
     next = position + size;
-    if (!CheckData(track, position, size)) return false;
+    if (auto problem = CheckData(track, position, size)) return problem;
     if (!track.tables.AppendRun(*run, position, defaults.description)) {
-      return Refuse(FitProblemKind::kFragmented, track.id, "has more samples than tables can hold");
+      return Refused(FitProblemKind::kFragmented, track.id,
+                     "has more samples than tables can hold");
     }
   }
   place.next = next;
-  return true;
+  return std::nullopt;
 }
 
 // Media belongs to one sample: what says otherwise could claim any number of samples.
-bool FragmentedMovie::CheckData(const FragmentedTrack& track, std::uint64_t& position,
-                                std::uint64_t size) {
+std::optional<FitProblem> FragmentedMovie::CheckData(const FragmentedTrack& track,
+                                                     std::uint64_t& position, std::uint64_t size) {
   auto range = std::upper_bound(
       media_.begin(), media_.end(), position,
       [](std::uint64_t at, const MediaRange& media) { return at < media.position; });
@@ -263,52 +278,55 @@ bool FragmentedMovie::CheckData(const FragmentedTrack& track, std::uint64_t& pos
                         size <= std::prev(range)->size - (position - std::prev(range)->position);
   if (size == 0) {
     if (!isInside) position = media_.empty() ? 0 : media_.front().position;
-    return true;
+    return std::nullopt;
   }
   if (!isInside) {
-    Refuse(FitProblemKind::kSamplesOutsideMedia, track.id,
-           "has samples in a fragment whose " + std::to_string(size) + " bytes from byte " +
-               std::to_string(position) + " on lie outside of its media");
-    problem_.remedy = kCopyAgain;
-    return false;
+    FitProblem problem =
+        Refused(FitProblemKind::kSamplesOutsideMedia, track.id,
+                "has samples in a fragment whose " + std::to_string(size) + " bytes from byte " +
+                    std::to_string(position) + " on lie outside of its media");
+    problem.remedy = kCopyAgain;
+    return problem;
   }
   used_ += size;
   if (used_ > mediaSize_) return Damaged(track.id, "has samples that share the same media");
-  return true;
+  return std::nullopt;
 }
 
-bool FragmentedMovie::TakeTables(const RawBox& fragment, std::uint32_t samples,
-                                 FragmentedTrack& track) {
+std::optional<FitProblem> FragmentedMovie::TakeTables(const RawBox& fragment, std::uint32_t samples,
+                                                      FragmentedTrack& track) {
   for (const RawBox& child : fragment.children) {
     if (IsProtection(child)) {
-      Refuse(FitProblemKind::kFragmented, track.id,
-             "has fragments whose samples are protected (" + Quoted(child.type) +
-                 "), which they say outside of the media");
-      problem_.remedy = "merge clips without protection";
-      return false;
+      FitProblem problem =
+          Refused(FitProblemKind::kFragmented, track.id,
+                  "has fragments whose samples are protected (" + Quoted(child.type) +
+                      "), which they say outside of the media");
+      problem.remedy = "merge clips without protection";
+      return problem;
     }
     if (!IsTaken(child)) leftOut_.insert(child.type);
   }
   track.groups.AppendFragment(fragment, samples);
   track.subsamples.Append(fragment, samples);
-  return true;
+  return std::nullopt;
 }
 
-bool FragmentedMovie::TakeDependencies(const RawBox& fragment, std::uint32_t samples,
-                                       FragmentedTrack& track) {
+std::optional<FitProblem> FragmentedMovie::TakeDependencies(const RawBox& fragment,
+                                                            std::uint32_t samples,
+                                                            FragmentedTrack& track) {
   const RawBox* box = fragment.Child(FourCc("sdtp"));
   const auto dependencies = box != nullptr ? ReadDependencies(*box) : std::nullopt;
-  if (!dependencies) return true;
+  if (!dependencies) return std::nullopt;
   if (dependencies->size() != samples) {
     return Damaged(track.id, "has a table of sample dependencies of another length than its run");
   }
   track.tables.SetDependencies(*dependencies);
-  return true;
+  return std::nullopt;
 }
 
 std::optional<RawBox> FragmentedMovie::Finish() {
-  problem_.box = "moov";
-  problem_.offset = -1;
+  box_ = "moov";
+  offset_ = -1;
   std::size_t index = 0;
   for (RawBox& child : movie_.children) {
     if (child.type != FourCc("trak")) continue;
@@ -319,13 +337,13 @@ std::optional<RawBox> FragmentedMovie::Finish() {
     leftOut_.insert(track.groups.LeftOut().begin(), track.groups.LeftOut().end());
     if (track.subsamples.IsLeftOut()) leftOut_.insert(FourCc("subs"));
     if (!track.tables.Write(table)) {
-      Refuse(FitProblemKind::kFragmented, track.id, "has samples that no table can hold");
+      problem_ =
+          Refused(FitProblemKind::kFragmented, track.id, "has samples that no table can hold");
       return std::nullopt;
     }
   }
-  std::string why;
-  if (!SetFragmentClock(movie_, tracks_, why)) {
-    Refuse(FitProblemKind::kFragmented, 0, why);
+  if (const Reason why = SetFragmentClock(movie_, tracks_)) {
+    problem_ = Refused(FitProblemKind::kFragmented, 0, *why);
     return std::nullopt;
   }
   movie_.Remove(FourCc("mvex"));

@@ -62,18 +62,26 @@ class FragmentedMovie {
     bool isFirstTrack;
   };
 
-  bool BeginTrack(const RawBox& track);
-  bool AddTrackFragment(const RawBox& fragment, DataPlace& place);
-  bool AddRuns(const RawBox& fragment, const SampleDefaults& defaults, std::uint64_t base,
-               DataPlace& place, FragmentedTrack& track);
-  bool SetTime(const RawBox& fragment, const FragmentHeader& header, const SampleDefaults& defaults,
-               FragmentedTrack& track);
-  bool CheckData(const FragmentedTrack& track, std::uint64_t& position, std::uint64_t size);
-  bool TakeTables(const RawBox& fragment, std::uint32_t samples, FragmentedTrack& track);
-  bool TakeDependencies(const RawBox& fragment, std::uint32_t samples, FragmentedTrack& track);
+  // These answer what speaks against it, if anything does.
+  std::optional<FitProblem> BeginAll();
+  std::optional<FitProblem> BeginTrack(const RawBox& track);
+  std::optional<FitProblem> AddFragment(const RawBox& moof, std::uint64_t position);
+  std::optional<FitProblem> AddTrackFragment(const RawBox& fragment, DataPlace& place);
+  std::optional<FitProblem> AddRuns(const RawBox& fragment, const SampleDefaults& defaults,
+                                    std::uint64_t base, DataPlace& place, FragmentedTrack& track);
+  std::optional<FitProblem> SetTime(const RawBox& fragment, const FragmentHeader& header,
+                                    const SampleDefaults& defaults, FragmentedTrack& track);
+  std::optional<FitProblem> CheckData(const FragmentedTrack& track, std::uint64_t& position,
+                                      std::uint64_t size);
+  std::optional<FitProblem> TakeTables(const RawBox& fragment, std::uint32_t samples,
+                                       FragmentedTrack& track);
+  std::optional<FitProblem> TakeDependencies(const RawBox& fragment, std::uint32_t samples,
+                                             FragmentedTrack& track);
   FragmentedTrack* TrackOf(std::uint32_t id);
-  bool Refuse(FitProblemKind kind, std::uint32_t track, std::string text);
-  bool Damaged(std::uint32_t track, std::string text);
+  FitProblem Refused(FitProblemKind kind, std::uint32_t track, std::string text) const;
+  FitProblem Damaged(std::uint32_t track, std::string text) const;
+  // Whether there is no problem; one that is there is kept.
+  bool IsDone(std::optional<FitProblem> problem);
 
   RawBox movie_;
   std::vector<MediaRange> media_;
@@ -82,6 +90,9 @@ class FragmentedMovie {
   std::uint64_t used_ = 0;
   std::vector<FragmentedTrack> tracks_;
   std::set<unsigned int> leftOut_;
+  // Of which problems tell: where in the file it stands, -1 for the movie.
+  std::string box_;
+  long long offset_ = -1;
   FitProblem problem_{};
 };
 

@@ -45,14 +45,11 @@ void ReplaceChild(RawBox& parent, RawBox child) {
   *old = std::move(child);
 }
 
-bool TableBuilder::TakeTables(const RawBox& table, std::string& why) {
+Reason TableBuilder::TakeTables(const RawBox& table) {
   auto sizes = ReadChild(EitherChild(table, FourCc("stsz"), FourCc("stz2")), ReadSizes);
-  if (!sizes) {
-    why = "table of sample sizes can't be read";
-    return false;
-  }
+  if (!sizes) return "table of sample sizes can't be read";
   // Where all samples are in fragments the other tables may say nothing, or be missing.
-  if (sizes->count == 0) return true;
+  if (sizes->count == 0) return std::nullopt;
   auto times = ReadChild(table.Child(FourCc("stts")), ReadTimes);
   auto chunkRuns = ReadChild(table.Child(FourCc("stsc")), ReadChunkRuns);
   auto chunks = ReadChild(EitherChild(table, FourCc("stco"), FourCc("co64")), ReadChunkOffsets);
@@ -60,17 +57,12 @@ bool TableBuilder::TakeTables(const RawBox& table, std::string& why) {
   // Without a "ctts" samples are shown when they are decoded (8.6.1.3).
   std::optional<OffsetRuns> offsets = OffsetRuns{{sizes->count, 0}};
   if (offsetBox != nullptr) offsets = ReadOffsets(*offsetBox);
-  if (!times || !chunkRuns || !chunks || !offsets) {
-    why = "tables of times or chunks can't be read";
-    return false;
-  }
+  if (!times || !chunkRuns || !chunks || !offsets) return "tables of times or chunks can't be read";
   const auto end = MediaDuration(*times);
   if (!end || *end > kLatest || SampleCount(*times) != sizes->count ||
       SampleCount(*offsets) != sizes->count ||
-      SampleCount(*chunkRuns, chunks->size()) != sizes->count) {
-    why = "tables disagree about how many samples there are";
-    return false;
-  }
+      SampleCount(*chunkRuns, chunks->size()) != sizes->count)
+    return "tables disagree about how many samples there are";
   // Runs of no sample occur, and who walks through times relies on there being none.
   std::erase_if(*times, [](const TimeRun& run) { return run.count == 0; });
   std::erase_if(*offsets, [](const OffsetRun& run) { return run.count == 0; });
@@ -80,20 +72,18 @@ bool TableBuilder::TakeTables(const RawBox& table, std::string& why) {
   chunkRuns_ = std::move(*chunkRuns);
   chunks_ = std::move(*chunks);
   end_ = *end;
-  return TakeFlags(table, why);
+  return TakeFlags(table);
 }
 
-bool TableBuilder::TakeFlags(const RawBox& table, std::string& why) {
+Reason TableBuilder::TakeFlags(const RawBox& table) {
   const RawBox* syncBox = table.Child(FourCc("stss"));
   if (syncBox == nullptr) {
     // All are sync samples (8.6.2.1).
     AppendFlags(sizes_.count, 0);
   } else {
     const auto sync = ReadSampleNumbers(*syncBox);
-    if (!sync || (!sync->empty() && sync->back() > sizes_.count)) {
-      why = "table of sync samples can't be read, or speaks of samples that are not there";
-      return false;
-    }
+    if (!sync || (!sync->empty() && sync->back() > sizes_.count))
+      return "table of sync samples can't be read, or speaks of samples that are not there";
     std::uint32_t next = 1;
     for (const std::uint32_t number : *sync) {
       AppendFlags(number - next, kIsNoSync);
@@ -103,14 +93,12 @@ bool TableBuilder::TakeFlags(const RawBox& table, std::string& why) {
     AppendFlags(static_cast<std::uint32_t>(std::uint64_t{sizes_.count} + 1 - next), kIsNoSync);
   }
   const RawBox* dependencyBox = table.Child(FourCc("sdtp"));
-  if (dependencyBox == nullptr) return true;
+  if (dependencyBox == nullptr) return std::nullopt;
   const auto dependencies = ReadDependencies(*dependencyBox);
-  if (!dependencies || dependencies->size() < sizes_.count) {
-    why = "table of sample dependencies is too short";
-    return false;
-  }
+  if (!dependencies || dependencies->size() < sizes_.count)
+    return "table of sample dependencies is too short";
   SetDependencies(dependencies->first(sizes_.count));
-  return true;
+  return std::nullopt;
 }
 
 bool TableBuilder::AppendRun(const FragmentRun& run, std::uint64_t position,

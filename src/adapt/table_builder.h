@@ -2,20 +2,21 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "adapt/fragment_run.h"
 #include "adapt/raw_boxes.h"
+#include "adapt/reason.h"
 #include "adapt/track_tables.h"
 
 namespace clipchain {
 
 class TableBuilder {
  public:
-  // Takes over what the tables in the movie box hold. False, and why: tables that are damaged,
-  // disagree about the number of samples, or lack a box. A table without samples needs none.
-  [[nodiscard]] bool TakeTables(const RawBox& table, std::string& why);
+  // Takes over what the tables in the movie box hold. Not those that are damaged,
+  // disagree about the number of samples, or lack a box: why, as the rest of a sentence that begins
+  // with the track's. A table without samples needs none.
+  [[nodiscard]] Reason TakeTables(const RawBox& table);
 
   // Appends a chunk of samples that all have that description.
   [[nodiscard]] bool AppendRun(const FragmentRun& run, std::uint64_t position,
@@ -49,7 +50,7 @@ class TableBuilder {
   bool Append(std::uint32_t count, const FragmentSample& sample);
   void AppendSizes(std::uint32_t count, std::uint32_t size);
   void AppendFlags(std::uint32_t count, std::uint32_t flags);
-  bool TakeFlags(const RawBox& table, std::string& why);
+  [[nodiscard]] Reason TakeFlags(const RawBox& table);
   std::vector<std::uint32_t> SyncSamples() const;
   Bytes Dependencies() const;
   bool IsAny(std::uint32_t mask) const;

@@ -3,9 +3,9 @@
 
 #include <string>
 
+#include "adapt/reason.h"
 #include "workflow/clip_search.h"
 #include "workflow/plan.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain {
 

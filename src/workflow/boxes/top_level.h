@@ -3,8 +3,8 @@
 
 #include <string>
 
+#include "adapt/reason.h"
 #include "workflow/system/file_bytes.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "adapt/reason.h"
 #include "workflow/findings/file_findings.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain {
 

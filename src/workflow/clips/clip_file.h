@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "adapt/reason.h"
 #include "foundation/com_ptr.h"
 #include "foundation/file_reader.h"
 #include "reader/mp4_file.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain {
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "adapt/reason.h"
 #include "workflow/clips/clip_json.h"
 #include "workflow/plan.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain {
 

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "adapt/reason.h"
 #include "workflow/keeping/content_hash.h"
 #include "workflow/progress.h"
 #include "workflow/system/file_bytes.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain {
 

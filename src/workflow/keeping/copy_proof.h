@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "adapt/reason.h"
 #include "workflow/keeping/card_files.h"
 #include "workflow/keeping/comparison.h"
 #include "workflow/keeping/kept_files.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain {
 

@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
+#include "adapt/reason.h"
 #include "workflow/assembling/merge_image.h"
 #include "workflow/keeping/originals.h"
 #include "workflow/keeping/originals_archive.h"
 #include "workflow/system/file_bytes.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain {
 

@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "adapt/reason.h"
 #include "workflow/finding.h"
 #include "workflow/keeping/card_files.h"
 #include "workflow/keeping/listed_bytes.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain {
 

@@ -6,10 +6,10 @@
 #include <optional>
 #include <string>
 
+#include "adapt/reason.h"
 #include "workflow/keeping/file_list.h"
 #include "workflow/system/file_bytes.h"
 #include "workflow/system/open_file.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain {
 

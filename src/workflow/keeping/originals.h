@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "adapt/fit_options.h"
+#include "adapt/reason.h"
 #include "workflow/companion.h"
 #include "workflow/keeping/content_hash.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain {
 

@@ -7,10 +7,10 @@
 #include <string>
 #include <system_error>
 
+#include "adapt/reason.h"
 #include "workflow/keeping/content_hash.h"
 #include "workflow/keeping/originals.h"
 #include "workflow/system/file_bytes.h"
-#include "workflow/system/reason.h"
 
 struct archive;
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "adapt/reason.h"
 #include "workflow/assembling/merge_image.h"
 #include "workflow/keeping/card_files.h"
 #include "workflow/keeping/card_order.h"
@@ -11,7 +12,6 @@
 #include "workflow/keeping/kept_files.h"
 #include "workflow/keeping/media_chains.h"
 #include "workflow/keeping/originals_archive.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain {
 

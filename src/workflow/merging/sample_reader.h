@@ -8,8 +8,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "adapt/reason.h"
 #include "workflow/system/file_bytes.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain::samples {
 

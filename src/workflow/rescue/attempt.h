@@ -3,11 +3,11 @@
 
 #include <string>
 
+#include "adapt/reason.h"
 #include "workflow/rescue/broken_file.h"
 #include "workflow/rescue/media_walk.h"
 #include "workflow/rescue/model.h"
 #include "workflow/rescue/reference.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain::rescue {
 

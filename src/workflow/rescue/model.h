@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "adapt/reason.h"
 #include "workflow/rescue/access_units.h"
 #include "workflow/rescue/gap_patterns.h"
 #include "workflow/rescue/record_method.h"
 #include "workflow/rescue/reference.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain::rescue {
 

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "adapt/raw_boxes.h"
+#include "adapt/reason.h"
 #include "adapt/track_tables.h"
 #include "workflow/system/file_bytes.h"
-#include "workflow/system/reason.h"
 
 namespace clipchain::rescue {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "workflow/system/reason.h"
+#include "adapt/reason.h"
 
 namespace clipchain {
 
