@@ -22,4 +22,10 @@ std::optional<BoxHeader> TakeBoxHeader(std::span<const unsigned char> bytes) {
 
 std::string Quoted(unsigned int type) { return '"' + FourCcText(type) + '"'; }
 
+std::string Quoted(const std::set<unsigned int>& types) {
+  std::string text;
+  for (const unsigned int type : types) text += (text.empty() ? "" : ", ") + Quoted(type);
+  return text;
+}
+
 }  // namespace clipchain

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 
@@ -33,5 +34,7 @@ std::optional<BoxHeader> TakeBoxHeader(std::span<const unsigned char> bytes);
 
 // The four characters of a type in quotation marks, for people.
 std::string Quoted(unsigned int type);
+// Several, with commas between them.
+std::string Quoted(const std::set<unsigned int>& types);
 
 }  // namespace clipchain

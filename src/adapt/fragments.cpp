@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "adapt/box_header.h"
 #include "adapt/each_clip.h"
 #include "adapt/fragmented_movie.h"
 #include "adapt/track_headers.h"
@@ -85,10 +86,7 @@ bool Fragments::AddAll(const FitClip& clip, FragmentedMovie& movie, FitProblem& 
 }
 
 void Fragments::TellLosses(const FragmentedMovie& movie, std::size_t index, FitReport& report) {
-  std::string left;
-  for (const unsigned int type : movie.LeftOut()) {
-    left += (left.empty() ? "\"" : ", \"") + FourCcText(type) + '"';
-  }
+  std::string left = Quoted(movie.LeftOut());
   if (movie.HasUntoldFlags()) {
     left += std::string(left.empty() ? "" : ", ") + "priorities or padding of samples";
   }

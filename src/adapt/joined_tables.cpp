@@ -55,12 +55,6 @@ std::set<unsigned int> TypesIn(const RawBox& table, const unsigned int (&types)[
   return found;
 }
 
-std::string Listed(const std::set<unsigned int>& types) {
-  std::string text;
-  for (const unsigned int type : types) text += (text.empty() ? "" : ", ") + Quoted(type);
-  return text;
-}
-
 class JoinedTables final : public Adaptation {
  public:
   void Adapt(FitClips& clips, FitReport& report) override;
@@ -142,7 +136,7 @@ bool JoinedTables::RefuseProtected(const FitClips& clips, std::size_t place, Fit
     if (types.empty()) continue;
     report.Refuse(FitProblemKind::kTablesDisagree, i, RawTrackId(track),
                   "has in its " + RawTrackWords(track) + " samples that are protected by " +
-                      Listed(types) + ", which says where it lies in this file",
+                      Quoted(types) + ", which says where it lies in this file",
                   "merge clips without protection");
     return true;
   }
@@ -166,7 +160,7 @@ void JoinedTables::JoinTrack(FitClips& clips, std::size_t place, FitReport& repo
     joined.isJoined = true;
     const RawBox& track = *TrackAt(clips[i], place);
     report.Note(AdaptationKind::kTables, i, RawTrackId(track),
-                "has in its " + RawTrackWords(track) + ' ' + Listed(types) +
+                "has in its " + RawTrackWords(track) + ' ' + Quoted(types) +
                     ", joined with what the other clips have");
   }
   joined.isJoined = joined.isJoined || !joined.dropped.empty();
@@ -192,7 +186,7 @@ void JoinedTables::AppendPartialSync(const RawBox& table, std::uint64_t before,
 
 void JoinedTables::TellDropped(const FitClips& clips, std::size_t place, const JoinedTrack& joined,
                                FitReport& report) {
-  std::string text = Listed(joined.dropped);
+  std::string text = Quoted(joined.dropped);
   for (const unsigned int type : joined.groups.LeftOut()) {
     text += (text.empty() ? "" : ", ") + ("groups of samples " + Quoted(type));
   }

@@ -22,13 +22,12 @@ constexpr unsigned int kWithoutContent[] = {
     FourCc("pdin"), FourCc("prft"), FourCc("sidx"), FourCc("ssix"), FourCc("styp")};
 
 std::string Listed(const std::set<unsigned int>& types) {
-  std::string text;
-  for (const unsigned int type : types) text += (text.empty() ? "" : ", ") + Quoted(type);
-  return (types.size() == 1 ? "a box " : "boxes ") + text;
+  return (types.size() == 1 ? "a box " : "boxes ") + Quoted(types);
 }
 
 struct Lost {
-  std::uint64_t position;  // of the first one
+  // Of the first one.
+  std::uint64_t position;
   std::size_t boxes;
   std::uint64_t bytes;
 };

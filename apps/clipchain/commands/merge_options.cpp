@@ -24,20 +24,9 @@ std::string TakeSize(std::string& size) {
 void AddMergeSettings(CLI::App& command, SafeMergeOptions& options) {
   command.add_flag("--force", options.force,
                    "Go on in spite of problems, which may damage the result but no clip");
-  command
-      .add_option_function<std::string>(
-          "--verify",
-          [&options](const std::string& level) {
-            options.verification = level == "full" ? Verification::kFull : Verification::kSeams;
-          },
-          "What is compared with the clips before the result gets its name: the samples "
-          "where clips meet (seams), or every byte, read back from the disk (full)")
-      ->check([](const std::string& level) {
-        return level == "seams" || level == "full" ? ""
-                                                   : "takes seams or full, not \"" + level + '"';
-      })
-      ->option_text("seams|full")
-      ->default_str("seams");
+  AddVerify(command, options.verification,
+            "What is compared with the clips before the result gets its name: the samples "
+            "where clips meet (seams), or every byte, read back from the disk (full)");
   command.add_flag("--faststart", options.faststart,
                    "Put the movie box ahead of the media, so that a player can begin before it has "
                    "all of the result");
@@ -56,6 +45,22 @@ void AddMergeSettings(CLI::App& command, SafeMergeOptions& options) {
       ->default_str("never");
   AddMemoryLimit(command, options.check.memoryLimit);
   AddFitting(command, options.check.fitting);
+}
+
+void AddVerify(CLI::App& command, Verification& verification, const std::string& text) {
+  command
+      .add_option_function<std::string>(
+          "--verify",
+          [&verification](const std::string& level) {
+            verification = level == "full" ? Verification::kFull : Verification::kSeams;
+          },
+          text)
+      ->check([](const std::string& level) {
+        return level == "seams" || level == "full" ? ""
+                                                   : "takes seams or full, not \"" + level + '"';
+      })
+      ->option_text("seams|full")
+      ->default_str("seams");
 }
 
 void AddFitting(CLI::App& command, Fitting& fitting) {

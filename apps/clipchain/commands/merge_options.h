@@ -1,6 +1,8 @@
 // Adds the options that several commands have.
 #pragma once
 
+#include <string>
+
 #include "workflow/keep_originals.h"
 #include "workflow/safe_merge.h"
 
@@ -13,6 +15,9 @@ namespace clipchain {
 // Adds --force, --verify, --memory-limit and how clips are adapted. The options must live as long
 // as the command.
 void AddMergeSettings(CLI::App& command, SafeMergeOptions& options);
+
+// Adds --verify alone; `text` says what is compared with what.
+void AddVerify(CLI::App& command, Verification& verification, const std::string& text);
 
 // Adds --originals, --hash and --checksums. The options must live as long as the command.
 void AddKeepSettings(CLI::App& command, KeepOptions& options);

@@ -25,7 +25,6 @@ namespace {
 struct RescueCommand {
   std::string broken;
   RescueOptions rescue;
-  std::string verify = "seams";
   bool quiet = false;
   bool json = false;
 };
@@ -51,7 +50,6 @@ int Run(const RescueCommand& command) {
   if (!missing.findings.empty()) return Tell(command, missing, line.Seconds());
   RescueProgress progress(line);
   RescueOptions options = command.rescue;
-  options.verification = command.verify == "full" ? Verification::kFull : Verification::kSeams;
   options.progress = [&](const RescueStep& step) { return progress.Show(step); };
   const RescueReport report = Rescue(command.broken, options);
   line.Clear();
@@ -78,16 +76,9 @@ void AddRescueCommand(CLI::App& tool, int& exitCode) {
       ->type_name("CLIP");
   command->add_flag("--overwrite", options->rescue.overwrite,
                     "Replace OUT once the new file is complete");
-  command
-      ->add_option("--verify", options->verify,
-                   "What is compared with BROKEN before OUT gets its name: the ends of each part "
-                   "(seams), or every byte, read back from the disk (full)")
-      ->check([](const std::string& level) {
-        return level == "seams" || level == "full" ? ""
-                                                   : "takes seams or full, not \"" + level + '"';
-      })
-      ->option_text("seams|full")
-      ->default_str("seams");
+  AddVerify(*command, options->rescue.verification,
+            "What is compared with BROKEN before OUT gets its name: the ends of each part "
+            "(seams), or every byte, read back from the disk (full)");
   AddQuietAnswer(*command, options->quiet);
   command->add_flag("--json", options->json, "Print for programs");
   command->callback([options, &exitCode] { exitCode = Run(*options); });
