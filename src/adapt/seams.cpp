@@ -259,10 +259,6 @@ ClipClocks PlannedClocks(std::vector<ClipTimes> clips, bool waits) {
   return clips.empty() ? ClipClocks() : Planner(std::move(clips), waits).Run();
 }
 
-SampleHolds PlanSeams(const std::vector<ClipTimes>& clips) {
-  return PlannedClocks(clips, true).holds;
-}
-
 SampleHolds NoHolds(const std::vector<ClipTimes>& clips) {
   SampleHolds holds;
   for (const ClipTimes& clip : clips) holds.emplace_back(clip.size(), 0);

@@ -43,9 +43,7 @@ inline constexpr Moment kMostPatience = Moment{kUnitsASecond} * 80 / 1000;
 // `shown` says of it becomes the list that the result needs. All clips have as many tracks as the
 // first, and scales that convert to the first's without a rest.
 ClipClocks PlannedClocks(std::vector<ClipTimes> clips, bool waits);
-// How long samples are held there with waiting.
-SampleHolds PlanSeams(const std::vector<ClipTimes>& clips);
-// The same without waiting.
+// How long samples are held without waiting: not at all.
 SampleHolds NoHolds(const std::vector<ClipTimes>& clips);
 
 // How much later in the result than in the clip alone each track of each clip is shown. Nothing for

@@ -50,6 +50,11 @@ Moment Apart(const std::vector<ClipTimes>& clips, const SampleHolds& holds) {
 
 Moment SoundTicks(std::int64_t ticks) { return MomentOf(ticks, 48000); }
 
+// How long samples are held where tracks wait for each other.
+SampleHolds PlanSeams(const std::vector<ClipTimes>& clips) {
+  return PlannedClocks(clips, true).holds;
+}
+
 // What a plan promises whatever the clips: within the tolerance, and the last clip as it is.
 SampleHolds Planned(const std::vector<ClipTimes>& clips) {
   SampleHolds holds = PlanSeams(clips);

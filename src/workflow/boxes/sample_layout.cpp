@@ -104,12 +104,10 @@ TrackSums SumsOf(MP4G::CTrackBox* track) {
       sums.ticks += static_cast<Number>(run.sampleCount) * run.sampleDelta;
     }
   }
-  if (const auto* header = boxes.MediaHeaderBox()) sums.duration = header->recordA->Duration();
   if (const auto* offsets = tables.CompositionOffsetBox()) {
     for (const MP4G::_tagCOMPOSITION_TIME_TO_SAMPLE& run : offsets->entries)
       sums.offsets += run.sampleCount;
   }
-  sums.syncSamples = EntriesOf(tables.SyncSampleBox());
   sums.dependencies = EntriesOf(tables.SampleDependencyTypeBox());
   return sums;
 }

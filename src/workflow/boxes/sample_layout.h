@@ -66,34 +66,12 @@ struct TrackSums {
   unsigned long long timedSamples = 0;
   // Of "stts".
   unsigned long long ticks = 0;
-  // Of "mdhd".
-  unsigned long long duration = 0;
   // Samples of "ctts".
   unsigned long long offsets = 0;
-  // Of "stss".
-  unsigned long long syncSamples = 0;
   // Of "sdtp".
   unsigned long long dependencies = 0;
 };
 
 TrackSums SumsOf(MP4G::CTrackBox* track);
-
-// A field of the sums, with the box that it is read from and what it counts.
-struct TrackSum {
-  unsigned long long TrackSums::*value;
-  // Below "trak".
-  const char* box;
-  const char* what;
-};
-inline constexpr TrackSum kTrackSums[] = {
-    {&TrackSums::samples, "mdia/minf/stbl/stsz", "samples"},
-    {&TrackSums::chunks, "mdia/minf/stbl/stco", "chunks"},
-    {&TrackSums::timedSamples, "mdia/minf/stbl/stts", "samples with a duration"},
-    {&TrackSums::ticks, "mdia/minf/stbl/stts", "ticks of all samples"},
-    {&TrackSums::duration, "mdia/mdhd", "ticks of the track"},
-    {&TrackSums::offsets, "mdia/minf/stbl/ctts", "samples with a composition offset"},
-    {&TrackSums::syncSamples, "mdia/minf/stbl/stss", "sync samples"},
-    {&TrackSums::dependencies, "mdia/minf/stbl/sdtp", "samples with a dependency"},
-};
 
 }  // namespace clipchain
