@@ -1,4 +1,4 @@
-// Knows the files of cards, and by now of where they are kept.
+// Holds the files of cards, and what was found out so far about where each one is kept.
 #pragma once
 
 #include <array>

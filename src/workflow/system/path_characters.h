@@ -1,4 +1,4 @@
-// Tells what a character of a path does to those who read it. Characters are those that
+// Tells which characters of a path can be printed as they are. Characters are those that
 // QUIRVA::WidePathFromBytes makes.
 #pragma once
 
