@@ -12,6 +12,7 @@ import layers
 import lengths
 import limits
 import messages
+import mirror
 import result_codes
 
 CXX, C = "c++", "cc"
@@ -125,6 +126,27 @@ class ResultCodeCheck(HouseCheck):
         for line in ("std::string WhyNot(int a);", "  const std::string& Why() const {"):
             self.assertIn("answers no Reason", self.faults_of(line)[0])
         self.assertEqual([], self.faults_of("  std::string UnsharedWords(int a);"))
+
+
+class MirrorCheck(HouseCheck):
+    def faults_of(self, name):
+        self.write("src/workflow/checks/a_check.cpp", "")
+        self.write("apps/clipchain/terminal/paint.h", "")
+        self.write(name, "")
+        return mirror.check(self.root)
+
+    def test_passes_a_test_of_the_name_of_its_source(self):
+        self.assertEqual([], self.faults_of("tests/workflow/checks/a_check_test.cpp"))
+        self.assertEqual([], self.faults_of("tests/apps/terminal/paint_test.cpp"))
+
+    def test_passes_a_test_of_a_whole_behaviour(self):
+        self.assertEqual([], self.faults_of("tests/workflow/whole/b_test.cpp"))
+
+    def test_refuses_a_test_beside_its_room_or_of_another_name(self):
+        for name in ("workflow/a_check_test.cpp", "workflow/checks/check_a_test.cpp",
+                     "apps/output/paint_test.cpp"):
+            self.assertEqual(1, len(self.faults_of(f"tests/{name}")), name)
+            (self.root / "tests" / name).unlink()
 
 
 class CommentCheck(HouseCheck):
