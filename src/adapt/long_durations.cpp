@@ -60,31 +60,44 @@ std::optional<std::uint64_t> ToMovie(std::uint64_t ticks, std::uint32_t scale,
 void Tell(RawBox& header, std::uint64_t duration) {
   if (duration >= kMost32Bits) static_cast<void>(WidenHeader(header));
   if (header.type == FourCc("tkhd")) {
-    static_cast<void>(WriteTrackHeader(header, {ReadTrackHeader(header)->id, duration}));
-  } else {
-    static_cast<void>(WriteTimeHeader(header, {ReadTimeHeader(header)->scale, duration}));
+    if (const auto fields = ReadTrackHeader(header))
+      static_cast<void>(WriteTrackHeader(header, {fields->id, duration}));
+  } else if (const auto fields = ReadTimeHeader(header)) {
+    static_cast<void>(WriteTimeHeader(header, {fields->scale, duration}));
   }
+}
+
+// Of the samples of a track; nothing where its tables can't be read.
+std::optional<std::uint64_t> TicksOf(const RawBox& track) {
+  const RawBox* table = SampleTable(track);
+  const RawBox* box = table != nullptr ? table->Child(FourCc("stts")) : nullptr;
+  const auto times = box != nullptr ? ReadTimes(*box) : std::nullopt;
+  if (!times) return std::nullopt;
+  return MediaDuration(*times);
+}
+
+// Puts the durations of its samples in place of those that a track does not know. How long it is
+// then; 0 where its tables can't be read.
+std::uint64_t TellTrack(RawBox& track, std::uint32_t movieScale) {
+  RawBox* header = track.Child(FourCc("tkhd"));
+  RawBox* mediaHeader = track.At({FourCc("mdia"), FourCc("mdhd")});
+  const auto media = mediaHeader != nullptr ? ReadTimeHeader(*mediaHeader) : std::nullopt;
+  const auto ticks = TicksOf(track);
+  if (!ticks || !media) return 0;
+  if (IsUnknown(mediaHeader)) Tell(*mediaHeader, *ticks);
+  const auto shown = ToMovie(*ticks, media->scale, movieScale);
+  if (shown && IsUnknown(header)) Tell(*header, *shown);
+  return DurationOf(header);
 }
 
 // Whether any header did not say how long the movie, a track or its media is.
 bool TellDurations(RawBox& movie) {
   const std::vector<RawBox*> headers = HeadersOf(movie);
   if (std::none_of(headers.begin(), headers.end(), IsUnknown)) return false;
-  const auto movieHeader = ReadTimeHeader(*headers.front());
   std::uint64_t longest = 0;
-  for (RawBox* track : TracksOf(movie)) {
-    RawBox* header = track->Child(FourCc("tkhd"));
-    RawBox* mediaHeader = track->At({FourCc("mdia"), FourCc("mdhd")});
-    const RawBox* table = SampleTable(*track);
-    const RawBox* box = table != nullptr ? table->Child(FourCc("stts")) : nullptr;
-    const auto times = box != nullptr ? ReadTimes(*box) : std::nullopt;
-    const auto ticks = times ? MediaDuration(*times) : std::nullopt;
-    const auto media = mediaHeader != nullptr ? ReadTimeHeader(*mediaHeader) : std::nullopt;
-    if (!ticks || !media || !movieHeader) continue;
-    if (IsUnknown(mediaHeader)) Tell(*mediaHeader, *ticks);
-    const auto shown = ToMovie(*ticks, media->scale, movieHeader->scale);
-    if (shown && IsUnknown(header)) Tell(*header, *shown);
-    longest = std::max(longest, DurationOf(header));
+  if (const auto fields = ReadTimeHeader(*headers.front())) {
+    for (RawBox* track : TracksOf(movie))
+      longest = std::max(longest, TellTrack(*track, fields->scale));
   }
   if (IsUnknown(headers.front())) Tell(*headers.front(), longest);
   return true;
