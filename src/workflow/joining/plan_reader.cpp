@@ -39,9 +39,8 @@ bool PlanReader::parse_error(std::size_t position, const std::string&,
   return false;
 }
 
-bool PlanReader::Fault(const std::string& place, const std::string& text) {
+void PlanReader::Fault(const std::string& place, const std::string& text) {
   fault_ = fmt::format("is no plan: {} {}", place.empty() ? "/" : place, text);
-  return false;
 }
 
 std::string PlanReader::JobPlace() const { return fmt::format("/jobs/{}", jobs_); }
@@ -77,12 +76,12 @@ bool PlanReader::key(std::string& name) {
   key_ = name;
   // Of two fields of one name readers of JSON take either: a plan must have one meaning.
   if (level == Level::kDocument && IsOne(kFields, name) && !fields_.insert(name).second)
-    return Fault(Place(), "comes twice");
+    Fault(Place(), "comes twice");
   if (level == Level::kJob && IsOne(kJobFields, name) && !jobFields_.insert(name).second)
-    return Fault(Place(), "comes twice");
+    Fault(Place(), "comes twice");
   if ((level == Level::kInput || level == Level::kOutput) && path_.contains(name))
-    return Fault(Place() + '/' + name, "comes twice");
-  return true;
+    Fault(Place() + '/' + name, "comes twice");
+  return !fault_;
 }
 
 bool PlanReader::Value(const Json& value) {
@@ -117,7 +116,10 @@ bool PlanReader::Begin(const Json& empty) {
     // What is passed over is not held, but the parser holds a bit for each level.
     constexpr std::size_t kDeepest = 32;
     if (levels_.back() != Level::kOther && !Take(empty)) return false;
-    if (++depth_ > kDeepest) return Fault("", "is nested too deeply");
+    if (++depth_ > kDeepest) {
+      Fault("", "is nested too deeply");
+      return false;
+    }
   }
   if (within == Level::kJob) {
     job_ = {};
@@ -138,8 +140,8 @@ bool PlanReader::End() {
   if (ended == Level::kJob) return EndJob();
   if (ended == Level::kAccepted) return EndAccepted();
   if (ended == Level::kInputs && job_.inputs.empty())
-    return Fault(JobPlace() + "/inputs", "is no list with at least one clip");
-  return true;
+    Fault(JobPlace() + "/inputs", "is no list with at least one clip");
+  return !fault_;
 }
 
 // A value where no object or list of a plan begins.
@@ -156,7 +158,8 @@ bool PlanReader::Take(const Json& value) {
     case Level::kAccepted:
       return TakeAccepted(value);
     default:
-      return Fault(Place(), "is no object");
+      Fault(Place(), "is no object");
+      return false;
   }
 }
 
@@ -164,39 +167,45 @@ bool PlanReader::Take(const Json& value) {
 bool PlanReader::TakeAccepted(const Json& value) {
   if (key_ == "grade") {
     if (value.is_string()) job_.accepted = GradeOfName(value.get<std::string>());
-    return job_.accepted || Fault(Place(), "is no grade");
+    if (!job_.accepted) Fault(Place(), "is no grade");
+    return !fault_;
   }
   if (key_ != "evidence") return true;
-  if (!value.is_string()) return Fault(Place(), "is no text");
-  job_.evidence = value.get<std::string>();
-  return true;
+  if (value.is_string())
+    job_.evidence = value.get<std::string>();
+  else
+    Fault(Place(), "is no text");
+  return !fault_;
 }
 
 bool PlanReader::EndAccepted() {
-  return job_.accepted || Fault(JobPlace() + "/accepted/grade", "is missing");
+  if (!job_.accepted) Fault(JobPlace() + "/accepted/grade", "is missing");
+  return !fault_;
 }
 
 bool PlanReader::TakeField(const Json& value) {
-  if (key_ == "format" && value != kPlanFormat) return Fault(Place(), "is of another program");
+  if (key_ == "format" && value != kPlanFormat) Fault(Place(), "is of another program");
   if (key_ == "version" && value != kPlanVersion)
-    return Fault(Place(), fmt::format("is not {}, which this program knows", kPlanVersion));
-  return key_ != "jobs" || Fault(Place(), "is no list");
+    Fault(Place(), fmt::format("is not {}, which this program knows", kPlanVersion));
+  if (key_ == "jobs") Fault(Place(), "is no list");
+  return !fault_;
 }
 
 bool PlanReader::TakeJobField(const Json& value) {
   const std::size_t number = firstNumber_ + jobs_;
   // Jobs that were moved or cut out by hand would run under the numbers of others.
-  if (key_ == "number" && value != number) return Fault(Place(), fmt::format("is not {}", number));
-  if (key_ == "inputs") return Fault(Place(), "is no list with at least one clip");
-  return key_ != "output" || Fault(Place(), "is no object");
+  if (key_ == "number" && value != number) Fault(Place(), fmt::format("is not {}", number));
+  if (key_ == "inputs") Fault(Place(), "is no list with at least one clip");
+  if (key_ == "output") Fault(Place(), "is no object");
+  return !fault_;
 }
 
 bool PlanReader::IsComplete(const std::set<std::string>& fields, const char* const (&names)[3],
                             const std::string& place) {
   for (const char* const name : names) {
-    if (fields.count(name) == 0) return Fault(place + '/' + name, "is missing");
+    if (fields.count(name) == 0 && !fault_) Fault(place + '/' + name, "is missing");
   }
-  return true;
+  return !fault_;
 }
 
 bool PlanReader::EndJob() {
@@ -209,7 +218,10 @@ bool PlanReader::EndJob() {
 
 bool PlanReader::EndPath() {
   const std::optional<std::string> path = PathFrom(path_);
-  if (!path) return Fault(Place(), "has no path that a file can have");
+  if (!path) {
+    Fault(Place(), "has no path that a file can have");
+    return false;
+  }
   if (levels_.back() == Level::kInput) {
     job_.inputs.push_back(*path);
     return true;
@@ -217,7 +229,8 @@ bool PlanReader::EndPath() {
   job_.output = *path;
   const std::string name = NameOf(*path);
   const bool isFolder = name.empty() || name == "." || name == "..";
-  return !isFolder || Fault(Place(), "has a path that ends in a folder");
+  if (isFolder) Fault(Place(), "has a path that ends in a folder");
+  return !fault_;
 }
 
 }  // namespace clipchain

@@ -62,7 +62,7 @@ class PlanReader : public nlohmann::json_sax<Json> {
   // Where the field at hand, or the element of the list at hand, stands: a JSON pointer.
   std::string Place() const;
   std::string JobPlace() const;
-  bool Fault(const std::string& place, const std::string& text);
+  void Fault(const std::string& place, const std::string& text);
   bool IsComplete(const std::set<std::string>& fields, const char* const (&names)[3],
                   const std::string& place);
   bool AsksToGoOn();
