@@ -97,7 +97,8 @@ class NumberReader {
  public:
   explicit NumberReader(std::span<const unsigned char> bytes) : bytes_(bytes) {}
 
-  std::size_t Left() const { return bytes_.size() * 2 - half_; }  // in halves of a byte
+  // In halves of a byte.
+  std::size_t Left() const { return bytes_.size() * 2 - half_; }
   // `code` 0 to 3 is how wide it is. False: there are too few bytes.
   bool Take(unsigned int code, std::uint32_t& number) {
     const std::size_t halves = std::size_t{1} << code;
@@ -126,6 +127,7 @@ bool SpellPatterns(const std::vector<Pattern>& patterns, NumberReader& in, unsig
                    std::vector<GroupRun>& runs) {
   constexpr unsigned int kLocalIsMarked = 0x80;
   const unsigned int code = flags & 3;
+  // With the flag the top bit of an index says that the description stands in the fragment.
   const std::uint32_t mark =
       (flags & kLocalIsMarked) != 0 ? 1U << ((std::size_t{4} << code) - 1) : 0;
   std::vector<std::uint32_t> indexes;
@@ -184,6 +186,7 @@ RawBox DescriptionsBox(unsigned int type, const GroupDescriptions& groups) {
       !entries.empty() && std::all_of(entries.begin(), entries.end(), [&](const Bytes& entry) {
         return entry.size() == entries.front().size();
       });
+  // 0 where each entry says its own length (8.9.3.2).
   const auto common = areAlike ? static_cast<std::uint32_t>(entries.front().size()) : 0;
   // Version 0 does not say how long entries are, and is deprecated (8.9.3.1).
   const unsigned int version = std::max(groups.version, 1U);
@@ -309,6 +312,7 @@ void SampleGroups::TakeDescriptions(const RawBox& box, bool isFragment, Part& pa
     return;
   }
   unsigned int type = *named;
+  // Of two boxes of one type nobody can tell which one the indexes count.
   if (part.indexes.count(type) != 0) return LeaveOut(type);
   const auto groups = ReadGroupDescriptions(box, type);
   if (!groups) return LeaveOut(type);
@@ -325,6 +329,7 @@ void SampleGroups::TakeDescriptions(const RawBox& box, bool isFragment, Part& pa
     indexes.resize(count);
     std::iota(indexes.begin(), indexes.end(), 1U);
     if (!isFragment) kind.ofMovie = count;
+    // Fragments mostly repeat the box, which is then not read for each of them.
   } else if (found->second.lastRead == box.data) {
     indexes = found->second.lastIndexes;
   } else if (!Join(found->second, *groups, indexes)) {
@@ -339,6 +344,7 @@ void SampleGroups::TakeDescriptions(const RawBox& box, bool isFragment, Part& pa
 bool SampleGroups::Join(Kind& kind, const GroupDescriptions& added, Indexes& indexes) {
   if (!kind.descriptions.entries || !added.entries) return false;
   std::vector<Bytes>& entries = *kind.descriptions.entries;
+  // Few tracks have a second box of a type: what is there is looked up from that one on.
   if (kind.places.empty()) {
     for (std::size_t i = 0; i < entries.size(); ++i) {
       kind.places.try_emplace(entries[i], static_cast<std::uint32_t>(i + 1));
@@ -359,6 +365,7 @@ bool SampleGroups::Join(Kind& kind, const GroupDescriptions& added, Indexes& ind
 bool SampleGroups::IndexOf(const Indexes* own, const Kind& kind, bool isFragment,
                            std::uint32_t& index) const {
   if (index == 0) return true;
+  // Up to it the descriptions of the movie are counted, which stay in front.
   if (isFragment && index <= kFragmentIndex) return index <= kind.ofMovie;
   if (isFragment) index -= kFragmentIndex;
   if (own == nullptr || index > own->size()) return false;

@@ -209,6 +209,7 @@ std::string ParameterSetAt(Span bytes, std::size_t at) {
   if (bytes.size() < kSets) return {};
   std::size_t place = kSets;
   const char* kind = "sequence parameter set";
+  // The upper three bits are reserved.
   unsigned int count = bytes[kSets - 1] & 31u;
   for (int pass = 0; pass < 2; ++pass) {
     for (unsigned int i = 0; i < count; ++i) {

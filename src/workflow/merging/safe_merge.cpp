@@ -236,6 +236,8 @@ void Run::FailWrite(const std::error_code& error) {
 
 bool Run::Complete() {
   const bool fromDisk = options_.verification == Verification::kFull;
+  // What is read off the disk must be on it first; what is in memory yet is compared before anybody
+  // waits for the disk.
   const bool complete = fromDisk ? FlushPart() && VerifyPart() : VerifyPart() && FlushPart();
   return complete && PrepareCompanion() && InputsAreUnchanged();
 }
