@@ -24,6 +24,7 @@ class FolderSearch {
     for (const fs::directory_entry& entry : SortedEntries(folder)) {
       if (!GoesOn()) return;
       std::error_code ignored;
+      // A linked folder may be one that is searched already, or holds this one.
       if (!entry.is_symlink(ignored) && entry.is_directory(ignored)) {
         if (!fs::equivalent(entry.path(), except_, ignored)) Search(entry.path());
       } else if (HasClipName(entry.path().string()) && IsFile(entry)) {
@@ -38,6 +39,7 @@ class FolderSearch {
     std::error_code error;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end && GoesOn();
          entry.increment(error)) {
+      // Some systems leave a hidden file beside each clip that bears its name and is none.
       if (entry->path().filename().native().front() != '.') entries.push_back(*entry);
     }
     if (error)

@@ -148,6 +148,7 @@ std::optional<ClipTraits> ReadClipTraits(const std::string& path, unsigned int v
   traits.size = clip.Size();
   traits.movieDigest = DigestOf(bytes);
   if (movie.Child(FourCc("mvex")) != nullptr) {
+    // Without their fragments the clips of one recording have the same movie box.
     movie = WithFragments(path, std::move(movie));
     Bytes whole;
     movie.Write(whole);

@@ -31,7 +31,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A file to read; without waiting for whoever writes to a pipe of that name.
 // One run over all jobs.
 class Joining {
  public:
@@ -82,6 +81,7 @@ class Joining {
     }
     const bool done = report.outcome == Outcome::kMerged || report.outcome == Outcome::kAlready;
     if (done) LookAtParts(job, report);
+    // What ended early counts as far as it came, so that the sum of all is reached.
     if (!done) Expect(told_);
     step_.current += work_[report_.jobs.size() - 1];
     told_ = 0;
@@ -277,6 +277,7 @@ class Joining {
     Step step = step_;
     step.phase = phase;
     step.clip = clip;
+    // A copy begins anew where no block could be shared; what people see does not.
     told_ = std::max(told_, current);
     step.current += told_;
     if (!report_.stopped && options_.check.progress)

@@ -15,16 +15,9 @@ namespace clipchain::samples {
 
 namespace {
 
-// Bytes of a box that a merge may change.
-struct Changeable {
-  std::size_t from;
-  std::size_t count;
-};
-
-// In the order of the fields: of "mvhd" modification time, time scale, duration and the next
-// track's identifier; of "tkhd" and "mdhd" modification time, and duration, of the latter the scale
-// too (ISO/IEC 14496-12, clauses 8.2.2, 8.3.2, 8.4.2). The forms with wide times have them
-// elsewhere.
+// What a merge may not change of a header. It may of "mvhd" the modification time, time scale,
+// duration and the next track's identifier; of "tkhd" and "mdhd" the modification time and the
+// duration, of the latter the scale too (ISO/IEC 14496-12, clauses 8.2.2, 8.3.2, 8.4.2).
 std::string Constant(std::uint32_t type, View body) {
   std::string bytes(body.begin(), body.end());
   const bool wide = !body.empty() && body[0] == 1;
