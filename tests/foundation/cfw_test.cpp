@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <string>
 
+#include "foundation/platform/read_failures.h"
 #include "support/bytes.h"
 #include "support/temp_dir.h"
 
@@ -461,4 +462,25 @@ TEST_F(Cfw, RemovesNoFolderAndNothingSpecial) {
   EXPECT_EQ(0, CFWDeleteFile(At("pipe").c_str()));
   EXPECT_TRUE(fs::exists(At("folder")));
   EXPECT_TRUE(fs::exists(At("pipe")));
+}
+
+TEST_F(Cfw, TellsWhichFilesCouldNotBeRead) {
+  struct stat status;
+  ASSERT_EQ(0, ::stat(a().c_str(), &status));
+  const auto failure = [&](const QUIRVA::ReadFailures& failures, const char* name) {
+    return failures.Of(At(name), status.st_dev, std::string(name) == "a" ? status.st_ino : 0);
+  };
+  const QUIRVA::ReadFailures failures;
+  EXPECT_FALSE(Opens(At("nothing"), kRead));
+  EXPECT_EQ(ENOENT, failure(failures, "nothing"));
+  const Handle handle(a(), kRead);
+  Read(handle, 4);
+  EXPECT_EQ(-1, CFWSetFilePointer(handle, -1, 1));
+  EXPECT_EQ(0, failure(failures, "a"));
+  const QUIRVA::ReadFailures later;
+  Read(Handle(a(), kWrite), 4, -1);
+  EXPECT_EQ(EBADF, failure(failures, "a"));
+  EXPECT_EQ(EBADF, failure(later, "a"));
+  EXPECT_EQ(0, failure(later, "nothing"));
+  EXPECT_EQ(0, failure(QUIRVA::ReadFailures(), "a"));
 }

@@ -295,17 +295,20 @@ class Hunt:
         archive = f"{scene.result}.originals"
         paths = [scene.result, archive, *scene.clips, scene.card / "picture.jpg"]
         folders = [scene.card, scene.card / "notes", scene.kept]
-        cases = [(path, call) for path in paths for call in ("openat", "pread64", "fsync")]
-        cases += [(path, call) for path in folders for call in ("openat", "getdents64")]
+        reading = ("openat", "newfstatat", "read", "pread64", "lseek", "fsync", "ioctl", "fstatfs")
+        cases = [(path, call, "EIO") for path in paths for call in reading]
+        cases += [(path, call, "EIO") for path in folders for call in ("openat", "getdents64")]
+        # The C library takes a folder that is gone for one that has ended.
+        cases += [(path, "getdents64", "ENOENT") for path in folders]
         cases = cases if self.whole else self.random.sample(cases, 8)
-        for path, call in cases:
-            self.fail_calls(scene, path, call, log)
+        for path, call, error in cases:
+            self.fail_calls(scene, path, call, error, log)
 
-    def fail_calls(self, scene, path, call, log):
+    def fail_calls(self, scene, path, call, error, log):
         # From a call on, or that one alone: what was read a second time may be right, or not.
-        once = ("",) if call == "pread64" else ()
-        for first, more in itertools.product((1, 2, 3, 5) if self.whole else (1,), ("+", *once)):
-            fault = f"inject={call}:error=EIO:when={first}{more}"
+        places = (1, 2, 3, 4, 5, 7, 9, 12) if self.whole else (1, 3)
+        for first, more in itertools.product(places, ("+", "")):
+            fault = f"inject={call}:error={error}:when={first}{more}"
             wrapper = ["strace", "-f", "-o", str(log), "-P", str(path), "-e", fault]
             done = scene.ask(wrapper)
             if "(INJECTED)" in log.read_text(errors="replace"):

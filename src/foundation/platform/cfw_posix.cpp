@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "foundation/platform/cfw.h"
+#include "foundation/platform/read_failures.h"
 
 namespace {
 
@@ -78,6 +79,11 @@ int Open(const char* path, int flags) {
     descriptor = ::open(path, flags | O_CLOEXEC | O_NOCTTY, kEveryoneAsTheMaskAllows);
   } while (descriptor < 0 && interruptions.Excuse());
   return descriptor;
+}
+
+int FailToRead(int descriptor) {
+  QUIRVA::NoteReadFailure(descriptor);
+  return kFailed;
 }
 
 off_t Position(const FileHandle& file) { return ::lseek(file.descriptor, 0, SEEK_CUR); }
@@ -162,14 +168,21 @@ void* CFWCreateFile(const char* location, unsigned int access) {
   if (location == nullptr || !OpenFlags(access, flags)) return nullptr;
   struct stat status;
   const bool isThere = ::stat(location, &status) == 0;
+  if (!isThere) QUIRVA::NoteReadFailure(location);
   if (isThere && !HasPositions(status)) return nullptr;
   // A file that is there is not to be created: in a folder that others write to, too, the system
   // may refuse that.
   if (!isThere && access != kRead) flags |= O_CREAT;
   const int descriptor = Open(location, flags);
-  if (descriptor < 0) return nullptr;
+  if (descriptor < 0) {
+    QUIRVA::NoteReadFailure(location);
+    return nullptr;
+  }
   FileHandle* file = new (std::nothrow) FileHandle{descriptor, access, 0};
-  if (file == nullptr) ::close(descriptor);
+  if (file == nullptr) {
+    QUIRVA::NoteReadFailure(location);
+    ::close(descriptor);
+  }
   return file;
 }
 
@@ -195,7 +208,7 @@ int CFWReadFile(void* handle, void* buffer, unsigned long long count, long long*
     const ssize_t came = ::read(File(handle)->descriptor, static_cast<char*>(buffer) + done,
                                 std::min(count - done, kTransferSize));
     if (came < 0 && interruptions.Excuse()) continue;
-    if (came < 0) return kFailed;
+    if (came < 0) return FailToRead(File(handle)->descriptor);
     if (came == 0) break;
     done += static_cast<unsigned long long>(came);
   }
@@ -226,9 +239,10 @@ int CFWGetFileSize(void* handle, long long* size) {
   if (handle == nullptr) return kFailed;
   const FileHandle& file = *File(handle);
   const off_t position = Position(file);
-  if (position < 0) return kFailed;
+  if (position < 0) return FailToRead(file.descriptor);
   const off_t end = ::lseek(file.descriptor, 0, SEEK_END);
-  if (end < 0 || ::lseek(file.descriptor, position, SEEK_SET) < 0) return kFailed;
+  if (end < 0 || ::lseek(file.descriptor, position, SEEK_SET) < 0)
+    return FailToRead(file.descriptor);
   *size = end;
   return kDone;
 }
@@ -237,13 +251,16 @@ int CFWGetFilePointer(void* handle, long long* position) {
   if (handle == nullptr) return kFailed;
   const off_t current = Position(*File(handle));
   *position = std::max<off_t>(current, 0);
-  return current < 0 ? kFailed : kDone;
+  return current < 0 ? FailToRead(File(handle)->descriptor) : kDone;
 }
 
 int CFWSetFilePointer(void* handle, long long offset, unsigned int origin) {
   static constexpr int kOrigins[] = {SEEK_SET, SEEK_END, SEEK_CUR};
   if (handle == nullptr || origin < 1 || origin > std::size(kOrigins)) return kFailed;
-  return ::lseek(File(handle)->descriptor, offset, kOrigins[origin - 1]) < 0 ? kFailed : kDone;
+  const int descriptor = File(handle)->descriptor;
+  if (::lseek(descriptor, offset, kOrigins[origin - 1]) >= 0) return kDone;
+  // A position before the start was asked for, and says nothing of the file.
+  return errno == EINVAL ? kFailed : FailToRead(descriptor);
 }
 
 int CFWSetEOF(void* handle) {

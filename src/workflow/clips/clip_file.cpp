@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "adapt/clip_view.h"
+#include "foundation/platform/read_failures.h"
 #include "workflow/boxes/box_count.h"
 #include "workflow/system/files.h"
 
@@ -29,7 +30,10 @@ constexpr long long kMemoryPerBox = 400;
 
 std::optional<FileIdentity> IdentityOf(const std::string& path) {
   struct stat status;
-  if (::stat(path.c_str(), &status) != 0) return std::nullopt;
+  if (::stat(path.c_str(), &status) != 0) {
+    QUIRVA::NoteReadFailure(path.c_str());
+    return std::nullopt;
+  }
   return FileIdentity{status.st_dev, status.st_ino};
 }
 

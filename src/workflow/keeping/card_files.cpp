@@ -3,13 +3,11 @@
 #include <sys/sysmacros.h>
 
 #include <algorithm>
-#include <cerrno>
 
 #include "workflow/clip_info.h"
 #include "workflow/clip_search.h"
 #include "workflow/keeping/listed_bytes.h"
 #include "workflow/system/part_name.h"
-#include "workflow/system/system_error.h"
 
 namespace clipchain {
 
@@ -130,12 +128,9 @@ void CardFiles::Look(CardFile& file) {
   if (!layout.isClip) return;
   file.media = layout.media;
   ClipInfo info;
-  // A clip without a movie that can be read has no identifiers. That it can't be read now would
-  // tell the same, and let its clips stand in any order.
-  if (const HRESULT result = ReadClipInfo(file.file.path, info); result != S_OK) {
-    info = {};
-    if (ReadClipInfo(file.file.path, info) != result) *file.file.failure = SystemError(EIO);
-  }
+  // A clip without a movie that can be read has no identifiers. If the system would not let it be
+  // read it is not kept: its clips could stand in any order.
+  if (ReadClipInfo(file.file.path, info) != S_OK) info = {};
   file.id = info.uniqueID;
   file.previous = info.previousID;
   file.next = info.nextID;

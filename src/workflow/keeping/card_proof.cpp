@@ -4,6 +4,7 @@
 #include <optional>
 #include <set>
 
+#include "foundation/platform/read_failures.h"
 #include "workflow/keeping/card_files.h"
 #include "workflow/keeping/card_order.h"
 #include "workflow/keeping/copy_proof.h"
@@ -74,6 +75,8 @@ class Proving {
   }
 
   const CardProofOptions& options_;
+  // From the first call on.
+  const QUIRVA::ReadFailures failures_;
   bool stopped_ = false;
   const SearchProgress goOn_ = [this](std::size_t files) { return GoesOn(files); };
   CardFiles cards_;
@@ -190,13 +193,11 @@ void Proving::Judge() {
     if (!kept) {
       proof_.notKept.push_back(
           {file.file.path, file.reason.empty() ? UnkeptWords(file) : file.reason});
-    } else if (*file.file.failure) {
-      // What was read of it otherwise may be right, or not.
-      proof_.notKept.push_back(
-          {file.file.path, "could not always be read: " + ErrorText(*file.file.failure)});
+    } else if (const Reason why = WhyDoubtful(file.file, failures_)) {
+      proof_.notKept.push_back({file.file.path, *why});
     }
   }
-  Doubt(kept_.Failures());
+  Doubt(kept_.Failures(failures_));
   Doubt(cards_.Unreadable());
   // What came or changed while all was compared was not compared.
   Doubt(cards_.Changes(options_.cards, goOn_));

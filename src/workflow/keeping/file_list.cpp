@@ -1,17 +1,15 @@
 #include "workflow/keeping/file_list.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <set>
 #include <utility>
 
 #include "workflow/system/descriptor.h"
 #include "workflow/system/files.h"
-#include "workflow/system/open_folder.h"
 #include "workflow/system/part_name.h"
+#include "workflow/system/read_folder.h"
 #include "workflow/system/same_time.h"
 #include "workflow/system/system_error.h"
 #include "workflow/system/uninterrupted.h"
@@ -59,36 +57,27 @@ class Walk {
     const FileIdentity identity{status.st_dev, status.st_ino};
     // A folder may be mounted inside of itself.
     if (!visited_.insert(identity).second) return;
-    const OpenFolder folder(::fdopendir(descriptor));
-    if (folder == nullptr) return Fail(path, "can't be searched", LastError());
-    // The folder closes it.
-    static_cast<void>(descriptor.Release());
-    ReadEntries(*folder, path, identity);
+    const std::string prefix = path.ends_with('/') ? path : path + '/';
+    const std::error_code error = ReadFolder(descriptor, [&](const char* name) {
+      stopped_ = goOn_ && !goOn_(list_.files.size());
+      if (!stopped_) Note(descriptor, name, prefix, identity);
+      return !stopped_;
+    });
+    if (error) Fail(path, "can't be searched to its end", error);
   }
 
-  // The end of a folder and a failure look alike but for the error.
-  void ReadEntries(DIR& folder, const std::string& path, const FileIdentity& identity) {
-    const std::string prefix = path.ends_with('/') ? path : path + '/';
-    errno = 0;
-    for (const dirent* entry = ::readdir(&folder); entry != nullptr;
-         errno = 0, entry = ::readdir(&folder)) {
-      const std::string name = entry->d_name;
-      if (name == "." || name == "..") continue;
-      stopped_ = goOn_ && !goOn_(list_.files.size());
-      if (stopped_) return;
-      struct stat status;
-      if (::fstatat(::dirfd(&folder), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        Fail(prefix + name, "can't be looked at", LastError());
-      } else if (S_ISDIR(status.st_mode)) {
-        waiting_.push_back(prefix + name);
-      } else if (S_ISREG(status.st_mode)) {
-        list_.files.push_back(
-            {.path = prefix + name, .folder = identity, .stamp = FileStamp::Of(status)});
-      } else {
-        list_.leftAside.push_back({prefix + name, KindOf(status.st_mode)});
-      }
+  void Note(int folder, const char* name, const std::string& prefix, const FileIdentity& identity) {
+    struct stat status;
+    if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+      Fail(prefix + name, "can't be looked at", LastError());
+    } else if (S_ISDIR(status.st_mode)) {
+      waiting_.push_back(prefix + name);
+    } else if (S_ISREG(status.st_mode)) {
+      list_.files.push_back(
+          {.path = prefix + name, .folder = identity, .stamp = FileStamp::Of(status)});
+    } else {
+      list_.leftAside.push_back({prefix + name, KindOf(status.st_mode)});
     }
-    if (errno != 0) Fail(path, "can't be searched to its end", LastError());
   }
 
   void Fail(const std::string& path, const char* what, const std::error_code& error) {

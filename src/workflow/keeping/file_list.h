@@ -5,9 +5,7 @@
 
 #include <cstddef>
 #include <functional>
-#include <memory>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -33,8 +31,6 @@ struct ListedFile {
   // That it lies in.
   FileIdentity folder{};
   FileStamp stamp{};
-  // Of a failure to open or read it; one for all copies.
-  std::shared_ptr<std::error_code> failure = std::make_shared<std::error_code>();
 };
 
 // A folder and a name in it, by which a file is known again that was reached in two ways.

@@ -21,6 +21,7 @@ Findings KeptFiles::Read(const std::vector<std::string>& folders, const CardFile
       // A folder that can't be read must not look like one without copies.
       return {MakeFinding(Message::kFolderUnusable, folder, list.unreadable.front().reason,
                           "name a folder with results or copies")};
+    unreadable_.insert(unreadable_.end(), list.unreadable.begin(), list.unreadable.end());
     for (const ListedFile& file : list.files) {
       // Folders may be named twice, or one inside of the other.
       if (!places.insert(PlaceOf(file)).second) continue;
@@ -86,14 +87,27 @@ std::map<std::size_t, std::size_t> KeptFiles::BesideCards(const CardFiles& cards
   return beside;
 }
 
-std::vector<ListedPath> KeptFiles::Failures() const {
-  std::vector<ListedPath> failures;
-  for (const KeptFile& file : files_) {
-    if (file.counts && *file.file.failure)
-      failures.push_back(
-          {file.file.path, "could not always be read: " + ErrorText(*file.file.failure)});
+std::vector<ListedPath> KeptFiles::WhereAnythingCounts(
+    const std::vector<ListedPath>& unreadable) const {
+  std::set<std::string> folders;
+  for (const auto& [folder, path] : counted_) folders.insert(path);
+  std::vector<ListedPath> found;
+  for (const ListedPath& path : unreadable) {
+    std::string folder = path.path;
+    while (folder.size() > 1 && folder.ends_with('/')) folder.pop_back();
+    if (folders.contains(folder)) found.push_back(path);
   }
-  return failures;
+  return found;
+}
+
+std::vector<ListedPath> KeptFiles::Failures(const QUIRVA::ReadFailures& failures) const {
+  std::vector<ListedPath> failed = WhereAnythingCounts(unreadable_);
+  for (const KeptFile& file : files_) {
+    if (!file.counts) continue;
+    if (const Reason why = WhyDoubtful(file.file, failures))
+      failed.push_back({file.file.path, *why});
+  }
+  return failed;
 }
 
 std::vector<ListedPath> KeptFiles::Changes(const std::vector<std::string>& folders,
@@ -107,13 +121,18 @@ std::vector<ListedPath> KeptFiles::Changes(const std::vector<std::string>& folde
   };
   std::vector<ListedFile> now;
   std::set<FilePlace> places;
+  std::vector<ListedPath> unreadable;
   for (const std::string& folder : folders) {
     const FileList list = ListFiles(folder, goOn);
     for (const ListedFile& file : list.files) {
       if (places.insert(PlaceOf(file)).second) now.push_back(file);
     }
+    unreadable.insert(unreadable.end(), list.unreadable.begin(), list.unreadable.end());
   }
-  return Differences(thatCount(all_), thatCount(now));
+  std::vector<ListedPath> changes = WhereAnythingCounts(unreadable);
+  const std::vector<ListedPath> differences = Differences(thatCount(all_), thatCount(now));
+  changes.insert(changes.end(), differences.begin(), differences.end());
+  return changes;
 }
 
 }  // namespace clipchain

@@ -49,8 +49,8 @@ class KeptFiles {
 
   // From now on the file, and what else lies in its folder, must stay what it is.
   void Count(KeptFile& file);
-  // Of those that count: what could not be opened or read at some time.
-  std::vector<ListedPath> Failures() const;
+  // Of those that count: what could not be opened or read at some time, or listed at first.
+  std::vector<ListedPath> Failures(const QUIRVA::ReadFailures& failures) const;
   // Which of the folders, by index, have something that counted on the file system of a card, and
   // of which one.
   std::map<std::size_t, std::size_t> BesideCards(const CardFiles& cards) const;
@@ -60,9 +60,13 @@ class KeptFiles {
 
  private:
   [[nodiscard]] Reason WhyUnflushed(const ListedBytes& bytes, const ListedFile& file);
+  // Of what could not be listed the folders that something counts in. Others may always be closed
+  // to whoever asks, as those of the system on a disk.
+  std::vector<ListedPath> WhereAnythingCounts(const std::vector<ListedPath>& unreadable) const;
 
   // With those left out.
   std::vector<ListedFile> all_;
+  std::vector<ListedPath> unreadable_;
   // Folders.
   std::set<FileIdentity> flushed_;
   std::vector<KeptFile> files_;

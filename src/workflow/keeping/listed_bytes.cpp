@@ -19,14 +19,13 @@ constexpr unsigned long long kMostProbed = 4096;
 
 ListedBytes::ListedBytes(const ListedFile& file)
     // A link that has taken the place of a file since is another file.
-    : file_(OpenToRead(file.path, O_NOFOLLOW)), bytes_(file_), failure_(file.failure) {
+    : file_(OpenToRead(file.path, O_NOFOLLOW)), bytes_(file_) {
   struct stat status;
   if (file_ < 0) {
-    *failure_ = LastError();
-    why_ = "can't be opened: " + ErrorText(*failure_);
+    why_ = "can't be opened: " + ErrorText(LastError());
   } else if (::fstat(file_, &status) != 0) {
-    *failure_ = LastError();
-    why_ = "can't be looked at: " + ErrorText(*failure_);
+    QUIRVA::NoteReadFailure(file_);
+    why_ = "can't be looked at: " + ErrorText(LastError());
   } else if (!(FileStamp::Of(status) == file.stamp)) {
     why_ = "changed while it was looked at";
   } else {
@@ -34,8 +33,11 @@ ListedBytes::ListedBytes(const ListedFile& file)
   }
 }
 
-ListedBytes::~ListedBytes() {
-  if (bytes_.error()) *failure_ = bytes_.error();
+Reason WhyDoubtful(const ListedFile& file, const QUIRVA::ReadFailures& failures) {
+  const FileIdentity& identity = file.stamp.identity;
+  const int error = failures.Of(file.path, identity.device, identity.inode);
+  if (error == 0) return std::nullopt;
+  return "could not always be read: " + ErrorText(SystemError(error));
 }
 
 std::size_t ProbeLength(unsigned long long size) {

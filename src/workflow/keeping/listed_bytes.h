@@ -2,11 +2,11 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 
 #include "adapt/reason.h"
+#include "foundation/platform/read_failures.h"
 #include "workflow/keeping/file_list.h"
 #include "workflow/system/file_bytes.h"
 #include "workflow/system/open_file.h"
@@ -16,8 +16,6 @@ namespace clipchain {
 class ListedBytes {
  public:
   explicit ListedBytes(const ListedFile& file);
-  // Notes a failure, if there was one, in the listed file.
-  ~ListedBytes();
   ListedBytes(const ListedBytes&) = delete;
   ListedBytes& operator=(const ListedBytes&) = delete;
 
@@ -30,8 +28,11 @@ class ListedBytes {
   Descriptor file_;
   FileBytes bytes_;
   Reason why_;
-  std::shared_ptr<std::error_code> failure_;
 };
+
+// Why a file that was compared is in doubt all the same, behind its path. What was read where
+// another call failed may be right, or not.
+[[nodiscard]] Reason WhyDoubtful(const ListedFile& file, const QUIRVA::ReadFailures& failures);
 
 // How many bytes at an end of so many are probed.
 std::size_t ProbeLength(unsigned long long size);

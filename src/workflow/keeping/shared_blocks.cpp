@@ -8,8 +8,11 @@
 #include <sys/vfs.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <new>
+
+#include "foundation/platform/read_failures.h"
 
 namespace clipchain {
 
@@ -19,6 +22,14 @@ constexpr unsigned int kExtentsAtOnce = 256;
 // Not on the disk yet, or inside of the file's own record: their numbers mean nothing.
 constexpr unsigned int kWithoutPlace =
     FIEMAP_EXTENT_UNKNOWN | FIEMAP_EXTENT_DELALLOC | FIEMAP_EXTENT_DATA_INLINE;
+
+// File systems without the call answer in several ways. Another failure leaves open what the blocks
+// are.
+void NoteUnlessUnsupported(int file) {
+  const bool isUnsupported = errno == EOPNOTSUPP || errno == ENOTTY || errno == EINVAL ||
+                             errno == ENOSYS || errno == EBADR;
+  if (!isUnsupported) QUIRVA::NoteReadFailure(file);
+}
 
 }  // namespace
 
@@ -34,7 +45,11 @@ std::vector<BlockRange> BlocksOf(int file) {
     // What was written a moment ago has no place until it is flushed.
     map->fm_flags = FIEMAP_FLAG_SYNC;
     map->fm_extent_count = kExtentsAtOnce;
-    if (::ioctl(file, FS_IOC_FIEMAP, map) != 0 || map->fm_mapped_extents == 0) return blocks;
+    if (::ioctl(file, FS_IOC_FIEMAP, map) != 0) {
+      NoteUnlessUnsupported(file);
+      return blocks;
+    }
+    if (map->fm_mapped_extents == 0) return blocks;
     for (unsigned int i = 0; i < map->fm_mapped_extents; ++i) {
       fiemap_extent extent;
       std::memcpy(&extent, reinterpret_cast<const char*>(map) + sizeof(fiemap) + i * sizeof extent,
@@ -53,7 +68,11 @@ std::vector<BlockRange> BlocksOf(int file) {
 
 bool MayLieBeneath(int file) {
   struct statfs system;
-  if (::fstatfs(file, &system) != 0 || system.f_type != OVERLAYFS_SUPER_MAGIC) return false;
+  if (::fstatfs(file, &system) != 0) {
+    NoteUnlessUnsupported(file);
+    return false;
+  }
+  if (system.f_type != OVERLAYFS_SUPER_MAGIC) return false;
   fiemap map{};
   map.fm_length = FIEMAP_MAX_OFFSET;
   return ::ioctl(file, FS_IOC_FIEMAP, &map) != 0;

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "foundation/platform/read_failures.h"
 #include "workflow/system/open_file.h"
 #include "workflow/system/system_error.h"
 #include "workflow/system/uninterrupted.h"
@@ -20,13 +21,15 @@ FileBytes::FileBytes(int descriptor) : file_(descriptor) {}
 unsigned long long FileBytes::Size() {
   struct stat status;
   if (::fstat(file_, &status) == 0) return static_cast<unsigned long long>(status.st_size);
-  error_ = LastError();
+  Fail();
   return 0;
 }
 
 bool FileBytes::IsFile() {
   struct stat status;
-  return ::fstat(file_, &status) == 0 && S_ISREG(status.st_mode);
+  if (::fstat(file_, &status) == 0) return S_ISREG(status.st_mode);
+  Fail();
+  return false;
 }
 
 bool FileBytes::Read(unsigned long long position, void* buffer, std::size_t size) {
@@ -34,7 +37,7 @@ bool FileBytes::Read(unsigned long long position, void* buffer, std::size_t size
   while (size > 0) {
     const ssize_t came =
         Uninterrupted([&] { return ::pread(file_, out, size, static_cast<off_t>(position)); });
-    if (came < 0) error_ = LastError();
+    if (came < 0) Fail();
     // Less than was asked for is the end of the file, and no error.
     if (came <= 0) return false;
     out += came;
@@ -42,6 +45,11 @@ bool FileBytes::Read(unsigned long long position, void* buffer, std::size_t size
     position += static_cast<unsigned long long>(came);
   }
   return true;
+}
+
+void FileBytes::Fail() {
+  error_ = LastError();
+  QUIRVA::NoteReadFailure(file_);
 }
 
 void FileBytes::ForgetCached() {

@@ -39,6 +39,9 @@ class FileBytes {
   void SetError(const std::error_code& error) { error_ = error; }
 
  private:
+  // Of the call before; errno says why.
+  void Fail();
+
   Descriptor owned_;
   int file_ = -1;
   std::error_code error_;

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 
+#include "foundation/platform/read_failures.h"
 #include "foundation/strings.h"
 #include "workflow/system/part_name.h"
 #include "workflow/system/path_characters.h"
@@ -15,8 +16,14 @@ namespace clipchain {
 
 namespace {
 
+// Whoever knows that something has the path learns that the system could not always tell.
+bool Told(const std::string& path, int result) {
+  if (result != 0) QUIRVA::NoteReadFailure(path.c_str());
+  return result == 0;
+}
+
 bool Status(const std::string& path, struct stat& status) {
-  return ::stat(path.c_str(), &status) == 0;
+  return Told(path, ::stat(path.c_str(), &status));
 }
 
 }  // namespace
@@ -42,7 +49,7 @@ std::wstring Wide(const std::string& path) { return QUIRVA::WidePathFromBytes(pa
 // A link that leads nowhere is there, too: to write to its name would make a file elsewhere.
 bool Exists(const std::string& path) {
   struct stat status;
-  return ::lstat(path.c_str(), &status) == 0;
+  return Told(path, ::lstat(path.c_str(), &status));
 }
 
 bool IsSameFile(const std::string& a, const std::string& b) {
@@ -65,7 +72,7 @@ Reason WhyUnreadable(const std::string& path) {
     return errno == ENOENT ? "there is no such file" : ErrorText(LastError());
   if (S_ISDIR(status.st_mode)) return "it is a folder";
   // It is not opened to find out: a pipe would keep whoever opens it waiting.
-  if (::access(path.c_str(), R_OK) != 0) return ErrorText(LastError());
+  if (!Told(path, ::access(path.c_str(), R_OK))) return ErrorText(LastError());
   if (!S_ISREG(status.st_mode)) return "it is no regular file";
   if (status.st_size == 0) return "it is empty";
   return std::nullopt;

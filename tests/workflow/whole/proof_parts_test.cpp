@@ -14,6 +14,8 @@
 #include "workflow/keeping/media_chains.h"
 #include "workflow/keeping/shared_blocks.h"
 #include "workflow/keeping/storage.h"
+#include "workflow/system/open_file.h"
+#include "workflow/system/read_folder.h"
 
 using namespace clipchain;
 using support::Bytes;
@@ -248,6 +250,23 @@ TEST(MediaChains, FindTheRowThatFillsARange) {
   EXPECT_FALSE(chains.Find(merged, Media({3, c.size() + b.size() + 1}), accept));
   EXPECT_THAT(chains.Beginning(), ElementsAre(12, 11));
   EXPECT_FALSE(chains.Find(merged, Media({3, 0}), accept));
+}
+
+TEST(ReadFolder, TellsThatAFolderIsGone) {
+  const support::TempDir folder;
+  fs::create_directory(folder / "f");
+  support::WriteFile(folder / "f/a", Bytes(1));
+  const Descriptor descriptor = OpenToRead(folder / "f", O_DIRECTORY);
+  std::vector<std::string> names;
+  const auto listener = [&names](const char* name) {
+    names.emplace_back(name);
+    return true;
+  };
+  EXPECT_FALSE(ReadFolder(descriptor, listener));
+  EXPECT_THAT(names, ElementsAre("a"));
+  fs::remove_all(folder / "f");
+  EXPECT_EQ(ReadFolder(descriptor, listener), std::errc::no_such_file_or_directory);
+  EXPECT_THAT(names, ElementsAre("a"));
 }
 
 // Media that a file system shares lies modulo a block where it lies in its clip.
