@@ -173,11 +173,13 @@ NumberOrder OrderOfNumbers(std::string_view before, std::string_view behind) {
 }
 
 bool IsOfNextRecording(std::string_view before, std::string_view behind) {
+  // The number in between may be that of a photo.
+  constexpr std::uint64_t kMostAhead = 2;
   Run first;
   Run second;
   if (!DifferInOne(before, behind, first, second) || !MayRun(first) || !MayRun(second))
     return false;
-  if (second.value != first.value + 1) return false;
+  if (second.value <= first.value || second.value > first.value + kMostAhead) return false;
   if (ChapterDigits(first) != 0) return true;
   constexpr std::size_t kLeastOfRecording = 4;
   constexpr std::size_t kMostOfChapter = 3;
@@ -195,10 +197,14 @@ bool MayBeNumbered(std::string_view a, std::string_view b) {
          second.width >= 2;
 }
 
-unsigned int LeadingChapter(std::string_view name) {
+std::optional<RecordingName> RecordingNameOf(std::string_view name) {
+  constexpr std::size_t kDigits = 4;
+  constexpr std::size_t kChapterDigits = 2;
   const std::vector<Run> runs = RunsOf(name);
-  if (runs.size() != 1 || !MayRun(runs[0]) || runs[0].width != 6) return 0;
-  return static_cast<unsigned int>(runs[0].value / Power(4));
+  if (runs.size() != 1 || !MayRun(runs[0])) return std::nullopt;
+  if (runs[0].width != kDigits && runs[0].width != kDigits + kChapterDigits) return std::nullopt;
+  return RecordingName{static_cast<unsigned int>(runs[0].value % Power(kDigits)),
+                       static_cast<unsigned int>(runs[0].value / Power(kDigits))};
 }
 
 unsigned int FolderNumber(std::string_view name) {

@@ -1,6 +1,7 @@
 // Tells by two names whether a camera gave them one after the other.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,7 +33,7 @@ enum class NumberOrder {
 };
 NumberOrder OrderOfNumbers(std::string_view before, std::string_view behind);
 
-// Whether two names are equal but for the number of a recording, which rises by 1, beside the
+// Whether two names are equal but for the number of a recording, which rises by 1 or 2, beside the
 // number of a chapter.
 bool IsOfNextRecording(std::string_view before, std::string_view behind);
 
@@ -40,9 +41,14 @@ bool IsOfNextRecording(std::string_view before, std::string_view behind);
 // two digits or more that is no part of a date. "(1)" stands behind what a system copies.
 bool MayBeNumbered(std::string_view a, std::string_view b);
 
-// The number of the chapter, where it stands directly in front of the number of a recording; 0
-// where the name has no such form.
-unsigned int LeadingChapter(std::string_view name);
+// A name in which nothing but a recording of four digits is numbered, "0034", or a chapter of it,
+// as in "020034".
+struct RecordingName {
+  unsigned int recording = 0;
+  // 0: none is named.
+  unsigned int chapter = 0;
+};
+std::optional<RecordingName> RecordingNameOf(std::string_view name);
 
 // "100ABCDE" as camera folders are named: three digits and five other characters. 0 for any other
 // name.

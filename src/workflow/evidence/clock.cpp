@@ -222,7 +222,9 @@ void DropSharedTimes(Family& family) {
       // A clock that stands still for some of them does so for all.
       const bool isStill = MayStandStill(card, clips) || StopApart(family, unnumbered) ||
                            std::any_of(series.begin(), series.end(), [&](const auto& members) {
-                             return AreApart(family, members.second);
+                             const bool areTwo = members.second.size() > 1 &&
+                                                 EachBeginsRecording(card, members.first);
+                             return areTwo || AreApart(family, members.second);
                            });
       if (isStill) unusable.insert(unusable.end(), clips.begin(), clips.end());
     }

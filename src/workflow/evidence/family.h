@@ -81,6 +81,10 @@ struct FamilyCard {
   bool isTwofold = false;
   // Series of names in which chapters are counted beside recordings.
   std::set<std::string> chaptered{};
+  // Series in which each clip begins a recording, as 0034, and those that count its later chapters
+  // beside them, as 010034.
+  std::set<std::string> firstChapters{};
+  std::set<std::string> laterChapters{};
   std::unordered_map<std::string, PlaceFacts> places{};
 };
 

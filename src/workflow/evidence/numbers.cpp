@@ -5,7 +5,12 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <optional>
+#include <set>
+#include <tuple>
+#include <utility>
 
+#include "adapt/reason.h"
 #include "workflow/evidence/clip_names.h"
 #include "workflow/evidence/file_times.h"
 #include "workflow/system/files.h"
@@ -38,75 +43,112 @@ bool IsNextBetween(const Family& family, const FamilyClip& first, const FamilyCl
   });
 }
 
-// Whether the names are those of two recordings: where chapters are counted beside recordings,
-// these have numbers of their own.
-bool AreOfTwoRecordings(const Family& family, const FamilyClip& first, const FamilyClip& second) {
-  return family.cards[first.card].chaptered.contains(SeriesOf(first)) &&
-         IsOfNextRecording(first.name, second.name);
+// The sentence that says why the names are those of two recordings.
+Reason WhyApart(const Family& family, std::size_t before, std::size_t behind) {
+  const FamilyClip& first = family.clips[before];
+  const FamilyClip& second = family.clips[behind];
+  const FamilyCard& card = family.CardOf(before);
+  const std::string series = SeriesOf(first);
+  if (series == SeriesOf(second) && EachBeginsRecording(card, series))
+    return fmt::format("{} begins a recording, as {} does: later chapters have names of their own",
+                       PrintablePath(second.name), PrintablePath(first.name));
+  const NextClip* next = Find(first.next, behind);
+  if (next == nullptr) next = Find(first.nextButOne, behind);
+  // Where chapters are counted beside recordings these have numbers of their own.
+  if (next != nullptr && !next->isChapter && card.chaptered.contains(series) &&
+      IsOfNextRecording(first.name, second.name))
+    return fmt::format("{} is of a recording behind that of {}, by its name",
+                       PrintablePath(second.name), PrintablePath(first.name));
+  return std::nullopt;
+}
+
+// Whether they are of two series that are recorded at a time.
+bool AreOfTwoSides(const Family& family, const FamilyClip& first, const FamilyClip& second) {
+  return first.card == second.card && family.cards[first.card].isTwofold &&
+         SeriesOf(first) != SeriesOf(second);
+}
+
+// The folder of a series: a camera counts on from one of its folders to the next.
+std::string FolderOfSeries(const FamilyClip& clip) {
+  return FolderNumber(NameOf(clip.folder)) != 0 ? FolderOf(clip.folder) : clip.folder;
 }
 
 }  // namespace
 
 NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_t behind,
                             const ClockVerdict& clock) {
-  NumbersVerdict verdict;
   const FamilyClip& first = family.clips[before];
   const FamilyClip& second = family.clips[behind];
   const std::string names[] = {PrintablePath(first.name), PrintablePath(second.name)};
-  const NextClip* const next = Find(first.next, behind);
+  NumbersVerdict verdict;
+  const auto say = [&verdict](std::optional<bool> agrees, std::string text) {
+    verdict.evidence.agrees = agrees;
+    verdict.evidence.text = std::move(text);
+    return verdict;
+  };
+  if (AreOfTwoSides(family, first, second))
+    return say(false, fmt::format("{} is not of the series of {}, beside which another one was "
+                                  "recorded",
+                                  names[1], names[0]));
+  const bool isOneFolder = first.folder == second.folder;
+  if (isOneFolder && first.isRenumbered)
+    return say(std::nullopt,
+               fmt::format("the numbers in the folder of {} follow no clock", names[0]));
   // Of the clock alone.
   const bool hasNoOrder = !clock.evidence.agrees || clock.custom == ClockCustom::kOne;
-  const bool isOneFolder = first.folder == second.folder;
-  if (first.card == second.card && family.CardOf(before).isTwofold &&
-      SeriesOf(first) != SeriesOf(second)) {
-    verdict.evidence.agrees = false;
-    verdict.evidence.text = fmt::format(
-        "{} is not of the series of {}, beside which another one was recorded", names[1], names[0]);
-  } else if (isOneFolder && first.isRenumbered) {
-    verdict.evidence.text =
-        fmt::format("the numbers in the folder of {} follow no clock", names[0]);
-  } else if (hasNoOrder && FileTimesRunOn(family, behind, before)) {
-    verdict.evidence.text = fmt::format("the file {} was written before {}", names[1], names[0]);
-  } else if (next != nullptr && !next->isChapter && AreOfTwoRecordings(family, first, second)) {
+  if (hasNoOrder && FileTimesRunOn(family, behind, before))
+    return say(std::nullopt, fmt::format("the file {} was written before {}", names[1], names[0]));
+  if (const Reason why = WhyApart(family, before, behind)) {
     verdict.areApart = true;
-    verdict.evidence.agrees = false;
-    verdict.evidence.text =
-        fmt::format("{} is of the recording behind that of {}, by its name", names[1], names[0]);
-  } else if (next != nullptr) {
-    verdict.isChapter = next->isChapter;
-    verdict.evidence.agrees = true;
-    verdict.evidence.text = fmt::format("{} has the number behind {}", names[1], names[0]);
-  } else if (clock.rises && isOneFolder && Falls(first.name, second.name)) {
-    verdict.evidence.agrees = false;
-    verdict.evidence.text =
-        fmt::format("{} is later than {} and has a lower number", names[1], names[0]);
-  } else if (IsNextBetween(family, first, second)) {
-    verdict.evidence.agrees = false;
-    verdict.evidence.text = fmt::format("the clip with the number behind {} was recorded before {}",
-                                        names[0], names[1]);
-  } else {
-    verdict.skipsOne = Find(first.nextButOne, behind) != nullptr;
-    verdict.evidence.text =
-        verdict.skipsOne
-            ? fmt::format("the number between {} and {} is left out", names[0], names[1])
-            : fmt::format("the numbers of {} and {} say nothing", names[0], names[1]);
+    return say(false, *why);
   }
-  return verdict;
+  if (const NextClip* const next = Find(first.next, behind); next != nullptr) {
+    verdict.isChapter = next->isChapter;
+    return say(true, fmt::format("{} has the number behind {}", names[1], names[0]));
+  }
+  if (clock.rises && isOneFolder && Falls(first.name, second.name))
+    return say(false,
+               fmt::format("{} is later than {} and has a lower number", names[1], names[0]));
+  if (IsNextBetween(family, first, second))
+    return say(false, fmt::format("the clip with the number behind {} was recorded before {}",
+                                  names[0], names[1]));
+  verdict.skipsOne = Find(first.nextButOne, behind) != nullptr;
+  return say(std::nullopt,
+             verdict.skipsOne
+                 ? fmt::format("the number between {} and {} is left out", names[0], names[1])
+                 : fmt::format("the numbers of {} and {} say nothing", names[0], names[1]));
 }
 
 std::string SeriesOf(const FamilyClip& clip) {
-  const bool isNumbered = FolderNumber(NameOf(clip.folder)) != 0;
-  std::string series = (isNumbered ? FolderOf(clip.folder) : clip.folder) + '/';
+  std::string series = FolderOfSeries(clip) + '/';
   std::copy_if(clip.name.begin(), clip.name.end(), std::back_inserter(series), IsNoDigit);
   return series;
 }
 
 void NoteChapters(Family& family) {
+  // By card, folder and recording.
+  std::map<std::tuple<std::size_t, std::string, unsigned int>, std::set<std::string>> begun;
   for (const FamilyClip& clip : family.clips) {
     if (std::any_of(clip.next.begin(), clip.next.end(),
                     [](const NextClip& next) { return next.isChapter; }))
       family.cards[clip.card].chaptered.insert(SeriesOf(clip));
+    const auto name = RecordingNameOf(clip.name);
+    if (name && name->chapter == 0)
+      begun[{clip.card, FolderOfSeries(clip), name->recording}].insert(SeriesOf(clip));
   }
+  for (const FamilyClip& clip : family.clips) {
+    const auto name = RecordingNameOf(clip.name);
+    if (!name || name->chapter != 1) continue;
+    const auto first = begun.find({clip.card, FolderOfSeries(clip), name->recording});
+    if (first == begun.end()) continue;
+    FamilyCard& card = family.cards[clip.card];
+    card.laterChapters.insert(SeriesOf(clip));
+    card.firstChapters.insert(first->second.begin(), first->second.end());
+  }
+}
+
+bool EachBeginsRecording(const FamilyCard& card, const std::string& series) {
+  return card.firstChapters.contains(series);
 }
 
 Moment MomentOf(const FamilyClip& clip) {

@@ -33,8 +33,12 @@ std::string SeriesOf(const FamilyClip& clip);
 using Moment = std::tuple<std::uint64_t, std::int64_t, Nanoseconds, std::string>;
 Moment MomentOf(const FamilyClip& clip);
 
-// Notes the series of names that count chapters. The numbers must be there.
+// Notes the series of names that count chapters, and those that begin what others count. The
+// numbers must be there.
 void NoteChapters(Family& family);
+
+// Whether clips of that series are each of another recording, by their names.
+bool EachBeginsRecording(const FamilyCard& card, const std::string& series);
 
 // Notes the cards with clips of one moment in two series.
 void NoteTwofold(Family& family);

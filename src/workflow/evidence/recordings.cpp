@@ -14,6 +14,7 @@
 #include "workflow/evidence/family.h"
 #include "workflow/evidence/identity.h"
 #include "workflow/evidence/link.h"
+#include "workflow/evidence/numbers.h"
 #include "workflow/evidence/timecode.h"
 #include "workflow/system/files.h"
 #include "workflow/system/part_name.h"
@@ -64,10 +65,15 @@ std::vector<Family> FamiliesOf(const std::vector<EvidenceUnit>& units, const Cop
   return families;
 }
 
-// A clip is missing in front: the first one counts chapters from 2 on.
+// A clip is missing in front: the first one counts chapters from 2 on, or from 1 on where the first
+// clip of a recording has a name of another series.
 bool BeginsLate(const Family& family, const Chain& chain) {
-  return chain.links.front().link.strength.isChapter &&
-         LeadingChapter(family.clips[chain.links.front().link.before].name) > 1;
+  const Link& first = chain.links.front().link;
+  const FamilyClip& clip = family.clips[first.before];
+  const auto name = RecordingNameOf(clip.name);
+  if (!first.strength.isChapter || !name) return false;
+  const bool isBegunElsewhere = family.cards[clip.card].laterChapters.contains(SeriesOf(clip));
+  return name->chapter > (isBegunElsewhere ? 0U : 1U);
 }
 
 Grade GradeOf(const Chain& chain) {

@@ -130,9 +130,8 @@ bool IsTrusted(const Limit& limit, const FollowUps& ups) {
   const bool explains = ups.followed > ups.elsewhere;
   switch (limit.kind) {
     case Limit::Kind::kCommonSize:
-      return true;
     case Limit::Kind::kMinutes:
-      return count >= 2 || explains;
+      return true;
     case Limit::Kind::kSharedLength:
       return count == 2 ? explains && (ups.followed == 2 || ups.isPair)
                         : count > 2 && ups.followed >= 2;

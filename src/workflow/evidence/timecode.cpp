@@ -182,7 +182,9 @@ bool NumbersLeaveTimecodes(const Family& family, const FamilyCard& card,
     const auto& code = family.Traits(i).timecode;
     const auto& other = family.Traits(next.clip).timecode;
     // The same chapter of the next recording.
-    if (!next.isChapter && card.chaptered.contains(SeriesOf(family.clips[i]))) return false;
+    const std::string series = SeriesOf(family.clips[i]);
+    if (!next.isChapter && (card.chaptered.contains(series) || EachBeginsRecording(card, series)))
+      return false;
     return code && other && CanCompare(*code, *other) && ends.contains(other->first) &&
            other->first != code->earliestEnd && other->first != code->latestEnd;
   };

@@ -6,11 +6,12 @@
 #include <string>
 
 using clipchain::FolderNumber;
-using clipchain::LeadingChapter;
+using clipchain::IsOfNextRecording;
 using clipchain::NamesBehind;
 using clipchain::NextName;
 using clipchain::NumberOrder;
 using clipchain::OrderOfNumbers;
+using clipchain::RecordingNameOf;
 
 namespace {
 
@@ -57,8 +58,26 @@ TEST(ClipNames, ChaptersStandInFrontOfOrBehindTheRecording) {
   ASSERT_NE(Find(behind, "0034_02.MP4"), nullptr);
   EXPECT_TRUE(Find(behind, "0034_02.MP4")->isChapter);
   EXPECT_FALSE(Find(behind, "0035_01.MP4")->isChapter);
-  EXPECT_EQ(LeadingChapter("GX020034.MP4"), 2u);
-  EXPECT_EQ(LeadingChapter("MOVI0034.MP4"), 0u);
+}
+
+TEST(ClipNames, NameARecordingOfFourDigitsAlone) {
+  ASSERT_TRUE(RecordingNameOf("GX020034.MP4"));
+  EXPECT_EQ(RecordingNameOf("GX020034.MP4")->chapter, 2u);
+  EXPECT_EQ(RecordingNameOf("GX020034.MP4")->recording, 34u);
+  ASSERT_TRUE(RecordingNameOf("MOVI0034.MP4"));
+  EXPECT_EQ(RecordingNameOf("MOVI0034.MP4")->chapter, 0u);
+  EXPECT_EQ(RecordingNameOf("MOVI0034.MP4")->recording, 34u);
+  EXPECT_FALSE(RecordingNameOf("MOVI00034.MP4"));
+  EXPECT_FALSE(RecordingNameOf("0034_01.MP4"));
+}
+
+TEST(ClipNames, AreOfAnotherRecordingAlsoBehindAPhoto) {
+  EXPECT_TRUE(IsOfNextRecording("GX010034.MP4", "GX010035.MP4"));
+  EXPECT_TRUE(IsOfNextRecording("GX010034.MP4", "GX010036.MP4"));
+  EXPECT_FALSE(IsOfNextRecording("GX010034.MP4", "GX010037.MP4"));
+  EXPECT_FALSE(IsOfNextRecording("GX010034.MP4", "GX020034.MP4"));
+  EXPECT_TRUE(IsOfNextRecording("0034_01.MP4", "0036_01.MP4"));
+  EXPECT_FALSE(IsOfNextRecording("0034_01.MP4", "0034_02.MP4"));
 }
 
 TEST(ClipNames, PartsOfADateDoNotRun) {

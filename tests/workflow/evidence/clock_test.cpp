@@ -105,9 +105,9 @@ TEST(Clock, OfTheRecordingGivesNoOrderWithoutNumbers) {
 TEST(Clock, OfTheRecordingWithAClipThatHasNoPlaceIsNoWholeOne) {
   EXPECT_EQ(
       ProposedFrom(
-          {ClipSays("c/GOPR0034.MP4").At(0).For(60), ClipSays("c/GP010034.MP4").At(0).For(60),
-           ClipSays("c/GP020034.MP4").At(0).For(60), ClipSays("c/GP030034.MP4").At(0).For(17)}),
-      "incomplete likely: GP010034.MP4 GP020034.MP4 GP030034.MP4");
+          {ClipSays("c/CLIP0034.MP4").At(0).For(60), ClipSays("c/CL010034.MP4").At(0).For(60),
+           ClipSays("c/CL020034.MP4").At(0).For(60), ClipSays("c/CL030034.MP4").At(0).For(17)}),
+      "incomplete likely: CL010034.MP4 CL020034.MP4 CL030034.MP4");
 }
 
 TEST(Clock, ThatStandsStillIsSilent) {
@@ -116,6 +116,18 @@ TEST(Clock, ThatStandsStillIsSilent) {
       ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(31), ClipSays("c/A0002.MP4").At(0).For(60),
                     ClipSays("c/A0003.MP4").At(0).For(60), ClipSays("c/A0007.MP4").At(0).For(17)}),
       "possible: A0002.MP4 A0003.MP4");
+}
+
+// First chapters have names of their own: two of them at one time are of two recordings.
+TEST(Clock, ThatStandsStillBesideFirstChaptersIsSilent) {
+  const ClipSays first = ClipSays("c/CLIP0034.MP4").At(0).For(60);
+  const ClipSays other = ClipSays("c/CLIP0035.MP4").At(0).For(20);
+  EXPECT_EQ(ProposedFrom({first, ClipSays("c/CL010034.MP4").At(0).For(60),
+                          ClipSays("c/CL020034.MP4").At(0).For(17), other}),
+            "incomplete possible: CL010034.MP4 CL020034.MP4");
+  // In another folder they are of another camera.
+  EXPECT_EQ(ProposedFrom({first, ClipSays("d/CL010034.MP4").At(9000).For(20), other}),
+            "likely: CLIP0034.MP4 CLIP0035.MP4");
 }
 
 TEST(Clock, OfTwoCustomsThatExplainAsMuchIsSilent) {
@@ -128,20 +140,19 @@ TEST(Clock, OfTwoCustomsThatExplainAsMuchIsSilent) {
 TEST(Clock, FindsTheFirstChapterWhateverItsName) {
   EXPECT_EQ(
       ProposedFrom(
-          {ClipSays("c/GOPR0034.MP4").At(0).For(60), ClipSays("c/GP010034.MP4").At(60).For(60),
-           ClipSays("c/GP020034.MP4").At(120).For(17), ClipSays("c/GOPR0035.MP4").At(400).For(17)}),
-      "likely: GOPR0034.MP4 GP010034.MP4 GP020034.MP4");
+          {ClipSays("c/CLIP0034.MP4").At(0).For(60), ClipSays("c/CL010034.MP4").At(60).For(60),
+           ClipSays("c/CL020034.MP4").At(120).For(17), ClipSays("c/CLIP0035.MP4").At(400).For(17)}),
+      "likely: CLIP0034.MP4 CL010034.MP4 CL020034.MP4");
 }
 
 TEST(Clock, ThatStandsStillIsSilentForAllNames) {
   // The chapters of one recording say no more than those of another one that has the same time.
-  EXPECT_EQ(ProposedFrom({ClipSays("c/100AAAAA/GOPR0034.MP4").At(0).For(60),
-                          ClipSays("c/100AAAAA/GP010034.MP4").At(0).For(60),
-                          ClipSays("c/100AAAAA/GP020034.MP4").At(0).For(17),
-                          ClipSays("c/101AAAAA/GOPR0035.MP4").At(0).For(60),
-                          ClipSays("c/101AAAAA/GP010035.MP4").At(0).For(12)}),
-            "possible: GOPR0034.MP4 GOPR0035.MP4\n"
-            "incomplete possible: GP010034.MP4 GP020034.MP4");
+  EXPECT_EQ(ProposedFrom({ClipSays("c/100AAAAA/CLIP0034.MP4").At(0).For(60),
+                          ClipSays("c/100AAAAA/CL010034.MP4").At(0).For(60),
+                          ClipSays("c/100AAAAA/CL020034.MP4").At(0).For(17),
+                          ClipSays("c/101AAAAA/CLIP0035.MP4").At(0).For(60),
+                          ClipSays("c/101AAAAA/CL010035.MP4").At(0).For(12)}),
+            "incomplete possible: CL010034.MP4 CL020034.MP4");
 }
 
 TEST(Clock, ThatIsFarOffByEveryCustomDisagrees) {

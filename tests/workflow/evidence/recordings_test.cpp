@@ -128,6 +128,13 @@ TEST(Recordings, AClipThatShouldFollowByItsIdentityIsMissed) {
             "incomplete certain: A0001.MP4 A0002.MP4");
 }
 
+TEST(Recordings, WhoseChaptersAreCountedHaveNoHoleBetweenThem) {
+  EXPECT_EQ(ProposedFrom({ClipSays("c/GX010034.MP4").At(0).For(60),
+                          ClipSays("c/GX010036.MP4").At(0).For(60),
+                          ClipSays("c/GX020036.MP4").At(0).For(17)}),
+            "likely: GX010036.MP4 GX020036.MP4");
+}
+
 TEST(Recordings, AHoleNeedsTheGapAndTheNumber) {
   const auto three = [](const char* last, std::int64_t time) {
     return ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60),

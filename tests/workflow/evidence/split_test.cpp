@@ -48,6 +48,14 @@ TEST(Split, KnowsWholeMinutesWithinAFrame) {
   EXPECT_EQ(SplitAfter(60.0 * 1001 / 1000, 30000.0 / 1001), "");
 }
 
+// Also where other recordings are begun again at once.
+TEST(Split, KnowsWholeMinutesOfOneClip) {
+  EXPECT_EQ(
+      ProposedFrom({ClipSays("c/xa.MP4").At(0).For(180), ClipSays("c/xb.MP4").At(180).For(56),
+                    ClipSays("c/y.MP4").At(237).For(36), ClipSays("c/z.MP4").At(274).For(99)}),
+      "likely: xa.MP4 xb.MP4");
+}
+
 TEST(Split, FindsLimitsThatClipsShare) {
   EXPECT_EQ(ProposedFrom(
                 {ClipSays("c/xa.MP4").At(0).For(532.4), ClipSays("c/xb.MP4").At(532).For(20),
