@@ -135,6 +135,16 @@ std::vector<Custom> CustomsFor(const Family& family, std::size_t before, std::si
   return customs;
 }
 
+// Whether the clips of one time could all be two of each length.
+bool StandInPairs(const Family& family, std::size_t clip) {
+  std::map<std::optional<Nanoseconds>, std::size_t> lengths;
+  for (const std::size_t other : family.CardOf(clip).clips) {
+    if (family.clips[other].time == family.clips[clip].time) ++lengths[family.Traits(other).length];
+  }
+  return std::all_of(lengths.begin(), lengths.end(),
+                     [](const auto& length) { return length.second % 2 == 0; });
+}
+
 // Two clips of one time and one length, which no other clip of the card has, may be chapters of
 // which the last one is full, too, or what looks to two sides.
 bool MayBeTwoSides(const Family& family, std::size_t before, std::size_t behind) {
@@ -145,7 +155,7 @@ bool MayBeTwoSides(const Family& family, std::size_t before, std::size_t behind)
     if (limit.IsCommon() || limit.clips.size() > 2) return false;
     isAlone = isAlone || (limit.kind == Limit::Kind::kSharedLength && limit.Has(behind));
   }
-  return isAlone;
+  return isAlone && StandInPairs(family, before);
 }
 
 ClockVerdict JudgeByCustom(const FamilyClip& first, const FamilyClip& second, Custom custom) {

@@ -118,6 +118,17 @@ TEST(Clock, ThatStandsStillIsSilent) {
       "possible: A0002.MP4 A0003.MP4");
 }
 
+// Two full chapters and the rest: what looks to two sides would have made two of the last one, too.
+TEST(Clock, OfTheRecordingOrdersTwoFullChaptersAndTheLastOne) {
+  const ClipSays first = ClipSays("c/A0001.MP4").At(0).For(473);
+  const ClipSays second = ClipSays("c/A0002.MP4").At(0).For(473);
+  EXPECT_EQ(ProposedFrom({first, second, ClipSays("c/A0003.MP4").At(0).For(20)}),
+            "likely: A0001.MP4 A0002.MP4 A0003.MP4");
+  EXPECT_EQ(ProposedFrom({first, second, ClipSays("c/A0003.MP4").At(0).For(20),
+                          ClipSays("c/A0004.MP4").At(0).For(20)}),
+            "possible: A0001.MP4 A0002.MP4 A0003.MP4");
+}
+
 // First chapters have names of their own: two of them at one time are of two recordings.
 TEST(Clock, ThatStandsStillBesideFirstChaptersIsSilent) {
   const ClipSays first = ClipSays("c/CLIP0034.MP4").At(0).For(60);
