@@ -7,6 +7,7 @@
 
 #include "support/failing_calls.h"
 #include "workflow/join.h"
+#include "workflow/keep_originals.h"
 #include "workflow/merging/safe_merge_fixture.h"
 
 namespace fs = std::filesystem;
@@ -107,6 +108,22 @@ TEST_F(SafeMergeFaults, NamesAWriteThatFailedOnce) {
   const Disturbance disturbance(Call::kWrite, EIO, 0, 1);
   const SafeMergeReport report = ExpectFailure(Message::kOutputUnwritable, options.check.output);
   EXPECT_EQ("can't be written: Input/output error", report.findings.back().text);
+  EXPECT_EQ(kNothing, Left());
+}
+
+TEST_F(SafeMergeFaults, NamesChecksumsThatCannotBeFlushed) {
+  const std::size_t alone = CountOf(Call::kFsync);
+  const auto checksums = [] { return clipchain::MakeCompanion({false, false, true}); };
+  auto companion = checksums();
+  options.companion = companion.get();
+  EXPECT_EQ(alone + 1, CountOf(Call::kFsync));
+  fs::remove(options.check.output + ".xxh");
+  companion = checksums();
+  options.companion = companion.get();
+  // Behind the flush of the result.
+  const Disturbance disturbance(Call::kFsync, EIO, 1, 1);
+  ExpectFailure(Message::kOutputUnflushed, options.check.output + ".xxh");
+  companion.reset();
   EXPECT_EQ(kNothing, Left());
 }
 

@@ -262,8 +262,10 @@ Findings Keeper::WriteChecksums(const std::string& output, int file, const Progr
   if (Findings faults = SumsOf(output, file, progress, sums); !faults.empty()) return faults;
   checksums_.emplace(output + std::string(kChecksumsSuffix));
   if (Findings faults = checksums_->Create(); !faults.empty()) return faults;
-  const std::error_code error = WriteText(checksums_->descriptor(), ChecksumText(sums));
-  return checksums_->Unwritable(error);
+  if (const std::error_code error = WriteText(checksums_->descriptor(), ChecksumText(sums)))
+    return checksums_->Unwritable(error);
+  // Checksums that a loss of power has taken would make the whole result count for nothing.
+  return checksums_->FlushNow();
 }
 
 Findings Keeper::Prepare(const std::vector<std::string>& clips, const FitOptions& options,
