@@ -76,6 +76,7 @@ bool Subsamples::Take(const RawBox& box, std::uint32_t samples) {
   Table& table = tables_[versionAndFlags & 0xFFFFFF];
   // A second one of these flags in a part.
   if (table.last > samples_) return false;
+  // Sizes of 16 bits and of 32 do not stand in one table: its version says which (8.7.7.2).
   if (isWide && !table.isWide) table.data = Widened(table.data);
   table.isWide = table.isWide || isWide;
   std::uint64_t sample = samples_;
@@ -86,6 +87,7 @@ bool Subsamples::Take(const RawBox& box, std::uint32_t samples) {
     sample += distance;
     const std::uint64_t from = sample - table.last;
     if (sample > samples_ + samples || from > 0xFFFFFFFF) return false;
+    // From the entry before in the joined table, which may be of an earlier clip (8.7.7.3).
     PutField<be32>(table.data, static_cast<std::uint32_t>(from));
     if (!TakeSample(in, isWide, table.isWide, table.data)) return false;
     table.last = sample;

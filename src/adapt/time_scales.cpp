@@ -115,6 +115,8 @@ bool ConvertMediaScale(RawBox& trak, std::uint32_t scale) {
   const Scales scales{header->scale, scale};
   std::optional<RawBox> times;
   std::optional<RawBox> offsets;
+  // Both tables ahead of any change: a track of which one alone counts otherwise would be out of
+  // step.
   if (!ConvertTimes(*table, scales, times) || !ConvertOffsets(*table, scales, offsets))
     return false;
   header->scale = scale;
