@@ -10,6 +10,8 @@ namespace clipchain {
 
 namespace {
 
+constexpr const char* kTablesDisagree = "tables disagree about how many samples there are";
+
 // Sample flags (8.8.3.1).
 constexpr std::uint32_t kIsNoSync = 0x10000;
 constexpr std::uint32_t kDependencies = 0x0FF00000;
@@ -48,11 +50,15 @@ void ReplaceChild(RawBox& parent, RawBox child) {
 Reason TableBuilder::TakeTables(const RawBox& table) {
   auto sizes = ReadChild(EitherChild(table, FourCc("stsz"), FourCc("stz2")), ReadSizes);
   if (!sizes) return "table of sample sizes can't be read";
-  // Where all samples are in fragments the other tables may say nothing, or be missing.
-  if (sizes->count == 0) return std::nullopt;
   auto times = ReadChild(table.Child(FourCc("stts")), ReadTimes);
   auto chunkRuns = ReadChild(table.Child(FourCc("stsc")), ReadChunkRuns);
   auto chunks = ReadChild(EitherChild(table, FourCc("stco"), FourCc("co64")), ReadChunkOffsets);
+  if (sizes->count == 0) {
+    // Where all samples are in fragments the other tables may say nothing, or be missing.
+    const bool areThere = times && chunkRuns && chunks && SampleCount(*times) != 0 &&
+                          SampleCount(*chunkRuns, chunks->size()).value_or(1) != 0;
+    return areThere ? Reason(kTablesDisagree) : std::nullopt;
+  }
   const RawBox* offsetBox = table.Child(FourCc("ctts"));
   // Without a "ctts" samples are shown when they are decoded (8.6.1.3).
   std::optional<OffsetRuns> offsets = OffsetRuns{{sizes->count, 0}};
@@ -62,7 +68,7 @@ Reason TableBuilder::TakeTables(const RawBox& table) {
   if (!end || *end > kLatest || SampleCount(*times) != sizes->count ||
       SampleCount(*offsets) != sizes->count ||
       SampleCount(*chunkRuns, chunks->size()) != sizes->count)
-    return "tables disagree about how many samples there are";
+    return kTablesDisagree;
   // Runs of no sample occur, and who walks through times relies on there being none.
   std::erase_if(*times, [](const TimeRun& run) { return run.count == 0; });
   std::erase_if(*offsets, [](const OffsetRun& run) { return run.count == 0; });

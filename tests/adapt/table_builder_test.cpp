@@ -57,6 +57,18 @@ TEST(TableBuilder, WhatIsShownFirstAndLastIsKnown) {
   EXPECT_FALSE(tables.MoveTo(79));
 }
 
+// No sizes, with times and chunks or without.
+TEST(TableBuilder, SizesOfNoSampleGoWithNoTimes) {
+  for (const std::uint32_t samples : {0u, 3u}) {
+    const RawBox table =
+        RawBoxOf(support::Box("stbl", {FullBox("stsz", 0, 0, {U32(0), U32(0)}),
+                                       FullBox("stts", 0, 0, {U32(1), U32(samples), U32(5)}),
+                                       FullBox("stsc", 0, 0, {U32(1), U32(1), U32(3), U32(1)}),
+                                       FullBox("stco", 0, 0, {U32(1), U32(48)})}));
+    EXPECT_EQ(TableBuilder().TakeTables(table).has_value(), samples != 0);
+  }
+}
+
 TEST(TableBuilder, TablesThatWereReadAreWrittenAgain) {
   const RawBox read = RawBoxOf(support::Box(
       "stbl", {FullBox("stts", 0, 0, {U32(2), U32(2), U32(40), U32(1), U32(50)}),
