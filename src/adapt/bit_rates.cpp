@@ -162,8 +162,9 @@ class FieldSearch {
     constexpr std::size_t kInfoSize = 34;
     constexpr unsigned int kLast = 0x80;
     if (box.end - box.body < kInfo + kInfoSize) return;
-    if ((bytes_[box.body + kBlock] & ~kLast) != 0 || bytes_[box.body + kInfo - 1] != kInfoSize)
-      return;
+    // The kind and the size of the block, of 24 bits.
+    const unsigned char* head = &bytes_[box.body + kBlock];
+    if ((head[0] & ~kLast) != 0 || head[1] != 0 || head[2] != 0 || head[3] != kInfoSize) return;
     using Kind = RateField::Kind;
     const std::size_t at = box.body + kInfo;
     constexpr unsigned int kCountBits = 36;
