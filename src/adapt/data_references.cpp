@@ -98,8 +98,10 @@ class DataReferences final : public Adaptation {
   static void Look(const RawBox& first, const RawBox& track, std::size_t clip, FitReport& report) {
     const References own = ReferencesOf(track);
     const References kept = ReferencesOf(first);
+    // Nearly all name their own file alone.
+    if (!NamesOthers(own) && !NamesOthers(kept)) return;
     const auto used = UsedBy(track);
-    if ((!NamesOthers(own) && !NamesOthers(kept)) || !AreOwn(own, used)) return;
+    if (!AreOwn(own, used)) return;
     const unsigned int id = RawTrackId(track);
     const std::string where = "in its " + RawTrackWords(track);
     if (!AreOwn(kept, used)) {

@@ -157,7 +157,8 @@ QUIRVA::ComPtr<ClipView> Fit::View(std::size_t clip, int& result, unsigned int b
 // Tables of many clips are large: none is there twice for longer than it takes to write it.
 std::optional<Bytes> Fit::Complete(Bytes engineMovie) const {
   auto engines = MovieOf(engineMovie);
-  engineMovie = {};
+  // Braces would leave it its memory.
+  engineMovie = Bytes();
   auto movie = engines ? MergedMovie(clips_.front().movie, std::move(*engines)) : std::nullopt;
   if (!movie) return std::nullopt;
   for (const auto& adaptation : row_) adaptation->Complete(*movie);

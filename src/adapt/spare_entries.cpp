@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "adapt/box_header.h"
+#include "adapt/each_clip.h"
 #include "adapt/table_builder.h"
 #include "adapt/table_forms.h"
 #include "adapt/track_headers.h"
@@ -119,9 +120,9 @@ unsigned int TypeOfTwo(const RawBox& track) {
 class SpareEntries final : public Adaptation {
  public:
   void Adapt(FitClips& clips, FitReport& report) override {
-    for (std::size_t i = 0; i < clips.size(); ++i) {
-      for (RawBox* track : TracksOf(clips[i].movie)) Look(*track, i, report);
-    }
+    ForEachClip(clips, report, [](FitClip& clip, std::size_t index, FitReport& ofClip) {
+      for (RawBox* track : TracksOf(clip.movie)) Look(*track, index, ofClip);
+    });
   }
 
  private:

@@ -160,22 +160,24 @@ void SpellDependencies(const Tables& tables, Changes& changes) {
 
 // Whether sizes that are all alike up to the end of the second table or a later one are followed
 // by another, or by one more table.
-bool IsAlikeAtFirst(const std::vector<SampleSizes>& all) {
+bool IsAlikeAtFirst(const Tables& tables) {
   std::optional<std::uint32_t> common;
-  std::size_t tables = 0;
+  std::size_t alike = 0;
   bool isSpelled = false;
-  for (const SampleSizes& sizes : all) {
-    if (sizes.count == 0) continue;
-    const std::uint32_t first = sizes.At(0);
+  for (const RawBox* table : tables) {
+    const auto sizes = ReadSizesOf(*table);
+    if (!sizes) return false;
+    if (sizes->count == 0) continue;
+    const std::uint32_t first = sizes->At(0);
     const bool isAlike = first == common.value_or(first) &&
-                         std::all_of(sizes.sizes.begin(), sizes.sizes.end(),
+                         std::all_of(sizes->sizes.begin(), sizes->sizes.end(),
                                      [=](std::uint32_t size) { return size == first; });
-    if (!isAlike) return tables > 1;
+    if (!isAlike) return alike > 1;
     common = first;
-    isSpelled = isSpelled || sizes.uniform == 0;
-    ++tables;
+    isSpelled = isSpelled || sizes->uniform == 0;
+    ++alike;
   }
-  return isSpelled && tables > 2;
+  return isSpelled && alike > 2;
 }
 
 }  // namespace
@@ -198,6 +200,8 @@ std::vector<FormChange> GiveOneForm(const std::vector<RawBox*>& tables) {
 }
 
 std::optional<SampleSizes> TakeSizes(const std::vector<RawBox*>& tables) {
+  // Of most clips the first table tells.
+  if (!IsAlikeAtFirst(tables)) return std::nullopt;
   std::vector<SampleSizes> all;
   std::uint64_t count = 0;
   for (const RawBox* table : tables) {
@@ -206,7 +210,7 @@ std::optional<SampleSizes> TakeSizes(const std::vector<RawBox*>& tables) {
     count += sizes->count;
     all.push_back(std::move(*sizes));
   }
-  if (count > kMostSpelled || !IsAlikeAtFirst(all)) return std::nullopt;
+  if (count > kMostSpelled) return std::nullopt;
   SampleSizes joined;
   joined.count = static_cast<std::uint32_t>(count);
   for (std::size_t i = 0; i < tables.size(); ++i) {

@@ -137,8 +137,7 @@ class KeptCheck {
 
 void CheckKept(const ClipFile& clip, FileFindings& findings) {
   const TopLevelBox& place = *clip.MoviePlace();
-  const std::vector<unsigned char> bytes =
-      clip.Read(place.position, static_cast<unsigned int>(place.size));
+  const Span bytes = clip.Lend(place.position, static_cast<unsigned int>(place.size));
   KeptCheck(bytes, place.position, findings).Visit(*clip.Movie(), 0);
 }
 

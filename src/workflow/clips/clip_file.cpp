@@ -60,7 +60,7 @@ void ClipFile::WalkTopLevel() {
   const long long end = Size();
   long long at = 0;
   while (at < end) {
-    const std::vector<unsigned char> bytes = Read(at, kLongestPlainHeader);
+    const auto bytes = Lend(at, kLongestPlainHeader);
     MP4G::CBox peek;
     if (peek.Set16Byte(bytes.data(), static_cast<unsigned int>(bytes.size())) != S_OK) {
       brokenHeader_ = at;
@@ -103,7 +103,7 @@ const TopLevelBox* ClipFile::MediaAt(std::uint64_t offset) const {
   return offset < static_cast<std::uint64_t>(box.End()) ? &box : nullptr;
 }
 
-std::vector<unsigned char> ClipFile::Read(long long position, unsigned int size) const {
+std::span<const unsigned char> ClipFile::Lend(long long position, unsigned int size) const {
   const long long there = std::clamp<long long>(Size() - position, 0, size);
   const auto wanted = static_cast<unsigned int>(there);
   if (position < 0 || wanted == 0) return {};
@@ -111,7 +111,12 @@ std::vector<unsigned char> ClipFile::Read(long long position, unsigned int size)
   const unsigned char* bytes = nullptr;
   unsigned int got = 0;
   if (reader_->GetData(position, wanted, bytes, got) < 0 || got == 0) return {};
-  return {bytes, bytes + got};
+  return {bytes, got};
+}
+
+std::vector<unsigned char> ClipFile::Read(long long position, unsigned int size) const {
+  const auto bytes = Lend(position, size);
+  return {bytes.begin(), bytes.end()};
 }
 
 // Of a box at the top level, what the tree holds; 0 of one that is not loaded.
@@ -130,12 +135,14 @@ long long ClipFile::TreeBytes() const {
 }
 
 long long ClipFile::TreeBoxes() const {
+  if (treeBoxes_) return *treeBoxes_;
   std::size_t sum = 0;
   for (const TopLevelBox& box : layout_) {
     if (box.type != FourCc("moov")) continue;
-    sum += CountBoxes(Read(box.position, static_cast<unsigned int>(LoadedBytes(box))));
+    sum += CountBoxes(Lend(box.position, static_cast<unsigned int>(LoadedBytes(box))));
   }
-  return static_cast<long long>(sum);
+  treeBoxes_ = static_cast<long long>(sum);
+  return *treeBoxes_;
 }
 
 }  // namespace clipchain

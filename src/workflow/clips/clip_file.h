@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -68,11 +69,14 @@ class ClipFile {
   // The media box that holds that byte of the file; null if none does.
   const TopLevelBox* MediaAt(std::uint64_t offset) const;
 
-  // Bytes of the file; fewer than `size` where it ends, none after a failure.
+  // Bytes of the file; fewer than `size` where it ends, none after a failure. Lent until the file
+  // is read again.
+  std::span<const unsigned char> Lend(long long position, unsigned int size) const;
+  // The same to keep.
   std::vector<unsigned char> Read(long long position, unsigned int size) const;
 
   // What the tree takes in memory, about, with what a merge makes of it: for the bytes of the
-  // boxes, and for the boxes by themselves, which are read to be counted.
+  // boxes, and for the boxes by themselves, which are read once to be counted.
   long long MemoryOfBytes() const;
   long long MemoryOfBoxes() const;
 
@@ -95,6 +99,7 @@ class ClipFile {
   std::vector<TopLevelBox> media_;
   long long brokenHeader_ = -1;
   bool parsed_ = false;
+  mutable std::optional<long long> treeBoxes_;
 };
 
 }  // namespace clipchain
