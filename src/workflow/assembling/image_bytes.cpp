@@ -4,15 +4,28 @@
 
 namespace clipchain {
 
+// Pieces fill the image from 0 on without a gap: the position lies in the one before the next.
+std::vector<ImagePiece>::const_iterator ImageBytes::PieceAt(unsigned long long position) const {
+  return std::upper_bound(
+             image_.pieces.begin(), image_.pieces.end(), position,
+             [](unsigned long long at, const ImagePiece& next) { return at < next.position; }) -
+         1;
+}
+
+std::span<const unsigned char> ImageBytes::Lend(unsigned long long position, std::size_t size) {
+  if (position >= image_.size || size > image_.size - position) return {};
+  const ImagePiece& piece = *PieceAt(position);
+  const unsigned long long skip = position - piece.position;
+  if (piece.clip != ImagePiece::kNoClip || size > piece.size - skip) return {};
+  return std::span(image_.bytes).subspan(piece.source + skip, size);
+}
+
 bool ImageBytes::Read(unsigned long long position, void* buffer, std::size_t size) {
   auto* out = static_cast<unsigned char*>(buffer);
   if (position > image_.size || size > image_.size - position) return false;
-  auto piece = std::upper_bound(
-      image_.pieces.begin(), image_.pieces.end(), position,
-      [](unsigned long long at, const ImagePiece& next) { return at < next.position; });
-  for (; size > 0; ++piece) {
-    // Pieces fill the image from 0 on without a gap: the position lies in the one before the next.
-    const ImagePiece& source = *(piece - 1);
+  if (size == 0) return true;
+  for (auto piece = PieceAt(position); size > 0; ++piece) {
+    const ImagePiece& source = *piece;
     const unsigned long long skip = position - source.position;
     const auto part =
         static_cast<std::size_t>(std::min<unsigned long long>(source.size - skip, size));

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,7 @@ class ImageBytes : public FileBytes {
 
   unsigned long long Size() override { return image_.size; }
   bool Read(unsigned long long position, void* buffer, std::size_t size) override;
+  std::span<const unsigned char> Lend(unsigned long long position, std::size_t size) override;
 
  protected:
   // Bytes of a clip's piece behind its first `skip` ones.
@@ -27,6 +29,9 @@ class ImageBytes : public FileBytes {
                          std::size_t size);
 
  private:
+  // That holds a byte of the image.
+  std::vector<ImagePiece>::const_iterator PieceAt(unsigned long long position) const;
+
   const std::vector<std::string>& clips_;
   const MergeImage& image_;
   std::unique_ptr<FileBytes> source_;

@@ -175,15 +175,17 @@ Reason SampleFile::Walk() {
   return std::nullopt;
 }
 
-bool SampleFile::Load(const Place& place, std::vector<unsigned char>& bytes) {
-  bytes.resize(static_cast<std::size_t>(place.size));
-  return file_.Read(place.position, bytes.data(), bytes.size());
+View SampleFile::Load(const Place& place, std::vector<unsigned char>& bytes) {
+  const auto size = static_cast<std::size_t>(place.size);
+  if (const View lent = file_.Lend(place.position, size); !lent.empty()) return lent;
+  bytes.resize(size);
+  return file_.Read(place.position, bytes.data(), size) ? View(bytes) : View();
 }
 
 Reason SampleFile::ReadMovie() {
   // A file has one (8.2.1.1).
-  if (!Load(movies_.front(), movieBytes_)) return "has a movie box that can't be read";
-  View rest(movieBytes_);
+  View rest = Load(movies_.front(), movieBytes_);
+  if (rest.empty()) return "has a movie box that can't be read";
   BoxView box;
   if (!TakeBox(rest, box)) return "has a movie box that makes no sense";
   movie_ = box.body;
@@ -216,9 +218,8 @@ void SampleFile::ReadDefaults(View extends) {
 Reason SampleFile::ReadFragments() {
   std::vector<unsigned char> bytes;
   for (const Place& place : fragments_) {
-    View rest;
+    View rest = Load(place, bytes);
     BoxView box;
-    if (Load(place, bytes)) rest = bytes;
     if (!TakeBox(rest, box) || !ReadFragment(place, box.whole))
       return fmt::format("has a movie fragment at byte {} that makes no sense", place.position);
   }

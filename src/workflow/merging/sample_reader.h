@@ -154,7 +154,8 @@ class SampleFile {
 
   [[nodiscard]] Reason Walk();
   [[nodiscard]] Reason ReadMovie();
-  bool Load(const Place& place, std::vector<unsigned char>& bytes);
+  // What the file lends, or else `bytes` with what was read; empty where that fails.
+  View Load(const Place& place, std::vector<unsigned char>& bytes);
   void ReadDefaults(View extends);
   [[nodiscard]] Reason ReadFragments();
   bool ReadFragment(const Place& place, View body);

@@ -82,18 +82,14 @@ SizeTable::SizeTable(View table) {
     count_ = std::min<Number>(count_, entries_.size() * Number{8} / bits_);
 }
 
-std::uint32_t SizeTable::Of(Number sample) const {
-  if (uniform_) return size_;
-  const auto at = static_cast<std::size_t>(sample);
+std::uint32_t SizeTable::Compact(std::size_t at) const {
   switch (bits_) {
     case 4:
       return at % 2 == 0 ? entries_[at / 2] >> 4U : entries_[at / 2] & 15U;
     case 8:
       return entries_[at];
-    case 16:
-      return U16(entries_, at * 2);
     default:
-      return U32(entries_, at * 4);
+      return U16(entries_, at * 2);
   }
 }
 
@@ -116,7 +112,6 @@ SampleStream::SampleStream(const SampleFile& file, const TrackView& track)
 }
 
 bool SampleStream::Next(SampleRun& run) {
-  run = {};
   if (done_ >= count_) return false;
   if (done_ < sizes_.Count()) {
     NextOfTables(run);
@@ -139,7 +134,7 @@ void SampleStream::NextOfTables(SampleRun& run) {
   run.sync = !hasSyncTable_ || syncs_.Has(done_ + 1);
   run.partialSync = partialSyncs_.Has(done_ + 1);
   const bool said = done_ < dependencies_.size();
-  if (said) run.depends = dependencies_[static_cast<std::size_t>(done_)];
+  run.depends = said ? dependencies_[static_cast<std::size_t>(done_)] : -1;
   const Number left = sizes_.Count() - done_;
   // The last sample of the tables stays until the first fragment begins.
   if (left == 1) run.step += gap_;
@@ -190,6 +185,7 @@ Number SampleStream::AlikeInRun() const {
 // What lies between a fragment's last sample and the decode time that the next one begins with
 // ("tfdt") belongs to that sample, which stays until then.
 bool SampleStream::NextOfFragment(SampleRun& run) {
+  run = {};
   if (!OpenFragment()) return false;
   const Fragment& fragment = track_.fragments[fragment_ - 1];
   const Defaults& defaults = fragment.defaults;

@@ -106,9 +106,15 @@ class SizeTable {
   Number Count() const { return count_; }
   bool Uniform() const { return uniform_; }
   // Counts from 0.
-  std::uint32_t Of(Number sample) const;
+  std::uint32_t Of(Number sample) const {
+    const auto at = static_cast<std::size_t>(sample);
+    if (uniform_) return size_;
+    return bits_ == 32 ? U32(entries_, at * 4) : Compact(at);
+  }
 
  private:
+  std::uint32_t Compact(std::size_t at) const;
+
   View entries_;
   unsigned int bits_ = 32;
   bool uniform_ = false;
@@ -129,7 +135,8 @@ class SampleStream {
   Number Start() const { return start_; }
   // Whether chunks have room for more samples than are left, once all are skipped.
   bool HasMore() { return chunks_.Left() > 0; }
-  // The next samples; false behind the last one, or where a fragment can't be read again.
+  // The next samples; false behind the last one, or where a fragment can't be read again: then what
+  // `run` says means nothing.
   bool Next(SampleRun& run);
   // No more than the run has.
   void Skip(Number count);

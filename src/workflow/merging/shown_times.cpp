@@ -81,4 +81,20 @@ void TrackClock::Add(Number count, long long step, long long offset) {
   decode_ = static_cast<long long>(decode + count * static_cast<Number>(step));
 }
 
+void TrackClock::Append(const TrackClock& later) {
+  if (!later.any_) return;
+  if (!any_ || later.first_ < first_) {
+    first_ = later.first_;
+    firstStep_ = later.firstStep_;
+  }
+  last_ = any_ ? std::max(last_, later.last_) : later.last_;
+  end_ = any_ ? std::max(end_, later.end_) : later.end_;
+  longest_ = std::max(longest_, later.longest_);
+  leastOffset_ = any_ ? std::min(leastOffset_, later.leastOffset_) : later.leastOffset_;
+  greatestOffset_ = any_ ? std::max(greatestOffset_, later.greatestOffset_) : later.greatestOffset_;
+  step_ = later.step_;
+  any_ = true;
+  decode_ = later.decode_;
+}
+
 }  // namespace clipchain::samples

@@ -34,6 +34,8 @@ class TrackClock {
   long long Decode() const { return decode_; }
   // `count` samples with that step and composition offset.
   void Add(Number count, long long step, long long offset);
+  // The samples of a clock that was started where this one stands.
+  void Append(const TrackClock& later);
 
   bool HasSamples() const { return any_; }
   // Over all samples so far; without any, 0.

@@ -82,19 +82,8 @@ bool TrackComparison::Add(const ClipAtWork& clip, const TrackView& track, Number
   const long long begin = clock_.Decode();
   here_ = TrackClock(begin);
   const Number first = stream_.Done();
-  SampleRun mine;
-  SampleRun theirs;
-  while (stream.Next(theirs)) {
-    if (!stream_.Next(mine)) {
-      Tell({kSizes, fmt::format("has {} samples, fewer than the clips up to {}", stream_.Count(),
-                                PrintablePath(clip.path))});
-      return true;
-    }
-    if (!AddRun(clip, track, mine, theirs, stream, longer)) return true;
-    alone.Add(mine.count, theirs.step, theirs.offset);
-    stream.Skip(mine.count);
-    stream_.Skip(mine.count);
-  }
+  if (!AddRuns(clip, track, stream, alone, longer)) return true;
+  clock_.Append(here_);
   if (stream.Done() < stream.Count()) {
     findings_.Unreadable(clip.path, "has samples that can't be found again", clip.file.File());
     return false;
@@ -144,6 +133,24 @@ void TrackComparison::AddLoose(const SampleFile& clip, const TrackView& track,
   loose_ += std::abs(end - static_cast<Seconds>(track.shown) / movie);
 }
 
+bool TrackComparison::AddRuns(const ClipAtWork& clip, const TrackView& track, SampleStream& stream,
+                              TrackClock& alone, Number longer) {
+  SampleRun mine;
+  SampleRun theirs;
+  while (stream.Next(theirs)) {
+    if (!stream_.Next(mine)) {
+      Tell({kSizes, fmt::format("has {} samples, fewer than the clips up to {}", stream_.Count(),
+                                PrintablePath(clip.path))});
+      return false;
+    }
+    if (!AddRun(clip, track, mine, theirs, stream, longer)) return false;
+    alone.Add(mine.count, theirs.step, theirs.offset);
+    stream.Skip(mine.count);
+    stream_.Skip(mine.count);
+  }
+  return true;
+}
+
 // Cuts both runs to what they have in common; the last sample of a clip stands alone.
 bool TrackComparison::AddRun(const ClipAtWork& clip, const TrackView& track, SampleRun& mine,
                              SampleRun& theirs, const SampleStream& stream, Number longer) {
@@ -151,9 +158,12 @@ bool TrackComparison::AddRun(const ClipAtWork& clip, const TrackView& track, Sam
   Number count = std::min(mine.count, theirs.count);
   if (left > 1) count = std::min(count, left - 1);
   mine.count = theirs.count = count;
-  std::optional<WrongTable> wrong = CompareSample(clip, track, mine, theirs);
-  if (!wrong) wrong = CompareStep(clip, track, mine, theirs, left == 1 ? longer : 0);
-  if (!wrong) wrong = CompareNotes(clip, mine, theirs, track.fragments.empty());
+  std::optional<WrongTable> wrong;
+  if (!IsEqual(track, mine, theirs)) {
+    wrong = CompareSample(clip, track, mine, theirs);
+    if (!wrong) wrong = CompareStep(clip, track, mine, theirs, left == 1 ? longer : 0);
+    if (!wrong) wrong = CompareNotes(clip, mine, theirs, track.fragments.empty());
+  }
   if (!wrong) wrong = AddPlace(clip, mine, theirs, count);
   if (wrong) {
     Tell(*wrong);
@@ -163,9 +173,17 @@ bool TrackComparison::AddRun(const ClipAtWork& clip, const TrackView& track, Sam
   // every byte, however few of the others are.
   if (theirs.placed && (left == 1 || stream.Done() == 0))
     clip.ranges.AddWhole({theirs.position, mine.position, theirs.size});
-  clock_.Add(count, mine.step, mine.offset);
   here_.Add(count, mine.step, mine.offset);
   return true;
+}
+
+// Nearly all samples are, to the last field, and their descriptions were compared.
+bool TrackComparison::IsEqual(const TrackView& track, const SampleRun& mine,
+                              const SampleRun& theirs) const {
+  return mine.size == theirs.size && mine.offset == theirs.offset && mine.step == theirs.step &&
+         mine.sync == theirs.sync && mine.partialSync == theirs.partialSync &&
+         mine.depends == theirs.depends && track.scale == track_.scale &&
+         std::pair(mine.description, theirs.description) == comparedLast_;
 }
 
 std::optional<WrongTable> TrackComparison::CompareSample(const ClipAtWork& clip,

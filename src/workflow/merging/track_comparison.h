@@ -67,8 +67,12 @@ class TrackComparison {
   Seconds Loose() const { return loose_; }
 
  private:
+  // Both go through the samples of the clip. False where one differs, which is told then.
+  bool AddRuns(const ClipAtWork& clip, const TrackView& track, SampleStream& stream,
+               TrackClock& alone, Number longer);
   bool AddRun(const ClipAtWork& clip, const TrackView& track, SampleRun& mine, SampleRun& theirs,
               const SampleStream& stream, Number longer);
+  bool IsEqual(const TrackView& track, const SampleRun& mine, const SampleRun& theirs) const;
   std::optional<WrongTable> CompareSample(const ClipAtWork& clip, const TrackView& track,
                                           const SampleRun& mine, const SampleRun& theirs);
   std::optional<WrongTable> CompareStep(const ClipAtWork& clip, const TrackView& track,

@@ -52,6 +52,11 @@ void FileBytes::Fail() {
   QUIRVA::NoteReadFailure(file_);
 }
 
+std::span<const unsigned char> FileBytes::Lend(unsigned long long /*position*/,
+                                               std::size_t /*size*/) {
+  return {};
+}
+
 void FileBytes::ForgetCached() {
   [[maybe_unused]] const int unneeded = ::posix_fadvise(file_, 0, 0, POSIX_FADV_DONTNEED);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <system_error>
 
@@ -29,6 +30,8 @@ class FileBytes {
   // And nothing else that can be opened.
   bool IsFile();
   virtual bool Read(unsigned long long position, void* buffer, std::size_t size);
+  // The same where they are in memory anyway, for as long as this object lives; else nothing.
+  virtual std::span<const unsigned char> Lend(unsigned long long position, std::size_t size);
   // Makes the next reads come from the disk, as far as the system lets it. What was written must be
   // flushed before.
   void ForgetCached();
