@@ -67,29 +67,27 @@ HRESULT ImageAssembly::CompleteMovie(Bytes& movie) { return assembly_.Finish(hea
 
 HRESULT ImageAssembly::Finish(Bytes movie, MergeImage& image) {
   RETURN_IF(cutOff_, MP4G_E_INPUT_READ);
-  if (layout_.movieInFront) RETURN_IF_NOT_OK(PutMovieInFront(movie));
+  if (layout_.movieInFront) RETURN_IF_NOT_OK(PutMovieInFront(std::move(movie)));
   RETURN_IF_NOT_OK(AppendMediaHeader());
   image = {};
-  image.Add(head_);
+  image.Add(std::exchange(head_, {}));
   AddMedia(image);
-  if (!layout_.movieInFront) image.Add(movie);
+  if (!layout_.movieInFront) image.Add(std::move(movie));
   return S_OK;
 }
 
 // The farther the media moves, the larger the tables may become, which moves it farther: each table
 // grows once at most.
-HRESULT ImageAssembly::PutMovieInFront(Bytes& movie) {
-  const Bytes unmoved = std::move(movie);
-  const Number ahead = head_.size() + MP4G::kMediaHeaderRoom + NoteSize();
-  for (Number size = unmoved.size();; size = movie.size()) {
+HRESULT ImageAssembly::PutMovieInFront(Bytes movie) {
+  const Number behind = MP4G::kMediaHeaderRoom + NoteSize();
+  for (Number size = 0; movie.size() != size;) {
+    size = movie.size();
     RETURN_IF(size > std::numeric_limits<std::uint32_t>::max(), E_BAD_DATA);
-    MediaPlacement placement(layout_.block, ahead + size);
-    moved_ = placement.Place(firstInFile_, 0) - media_.front().begin;
-    std::optional<Bytes> moved = WithMovedOffsets(unmoved, moved_);
-    RETURN_IF(!moved, E_BAD_DATA);
-    movie = std::move(*moved);
-    if (movie.size() == size) break;
+    MediaPlacement placement(layout_.block, head_.size() + size + behind);
+    const Number moved = placement.Place(firstInFile_, 0) - media_.front().begin;
+    RETURN_IF(!MoveOffsets(movie, moved - std::exchange(moved_, moved)), E_BAD_DATA);
   }
+  head_.reserve(head_.size() + movie.size() + behind);
   head_.insert(head_.end(), movie.begin(), movie.end());
   return S_OK;
 }

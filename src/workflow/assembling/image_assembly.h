@@ -51,7 +51,7 @@ class ImageAssembly {
 
   static std::vector<Range> RangesOf(const MP4G::CMp4File& input, const ClipView* view);
   unsigned int NoteSize() const { return layout_.block != 0 ? Layout::kBlockNote : 0; }
-  [[nodiscard]] HRESULT PutMovieInFront(Bytes& movie);
+  [[nodiscard]] HRESULT PutMovieInFront(Bytes movie);
   [[nodiscard]] HRESULT AppendMediaHeader();
   void AddMedia(MergeImage& image) const;
 

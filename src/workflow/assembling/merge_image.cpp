@@ -83,11 +83,15 @@ class ImageMaker {
 
 }  // namespace
 
-void MergeImage::Add(const std::vector<unsigned char>& own) {
+void MergeImage::Add(std::vector<unsigned char> own) {
   if (own.empty()) return;
   pieces.push_back({size, own.size(), ImagePiece::kNoClip, bytes.size()});
-  bytes.insert(bytes.end(), own.begin(), own.end());
   size += own.size();
+  if (bytes.empty()) {
+    bytes = std::move(own);
+  } else {
+    bytes.insert(bytes.end(), own.begin(), own.end());
+  }
 }
 
 void MergeImage::Add(std::size_t clip, Number source, Number length) {

@@ -34,7 +34,7 @@ struct MergeImage {
   // Of the merged file.
   unsigned long long size = 0;
 
-  void Add(const std::vector<unsigned char>& own);
+  void Add(std::vector<unsigned char> own);
   void Add(std::size_t clip, unsigned long long source, unsigned long long length);
   void AddZeros(unsigned long long length);
 };

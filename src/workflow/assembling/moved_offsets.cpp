@@ -1,9 +1,14 @@
 #include "workflow/assembling/moved_offsets.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
+#include <span>
+#include <vector>
 
+#include "adapt/box_header.h"
 #include "adapt/fields.h"
+#include "adapt/track_tables.h"
 #include "foundation/big_endian.h"
 #include "foundation/fourcc.h"
 
@@ -11,77 +16,123 @@ namespace clipchain {
 
 namespace {
 
+using QUIRVA::be32;
+using QUIRVA::be64;
+
 constexpr std::uint64_t kMostNarrow = std::numeric_limits<std::uint32_t>::max();
 
-// Version, flags and the number of entries (ISO/IEC 14496-12, clause 8.7.5).
-constexpr std::size_t kHead = 8;
+// Down to the tables of every track.
+constexpr std::uint32_t kPath[] = {FourCc("moov"), FourCc("trak"), FourCc("mdia"), FourCc("minf"),
+                                   FourCc("stbl")};
 
-template <class Field>
-std::uint64_t At(const Bytes& data, std::size_t index) {
-  std::span<const unsigned char> rest = std::span(data).subspan(kHead + index * sizeof(Field));
-  Field field;
-  return TakeField(rest, field) ? std::uint64_t{field} : 0;
+// The entries of a table, behind version, flags and their number (ISO/IEC 14496-12, clause 8.7.5).
+struct Table {
+  std::span<unsigned char> entries;
+  bool isWide;
+};
+
+bool ReadTable(std::span<unsigned char> body, bool isWide, std::vector<Table>& tables) {
+  std::span<const unsigned char> rest = body;
+  be32 versionAndFlags;
+  be32 count;
+  if (!TakeField(rest, versionAndFlags) || !TakeField(rest, count)) return false;
+  const std::size_t size = isWide ? sizeof(be64) : sizeof(be32);
+  if (count > rest.size() / size) return false;
+  tables.push_back({body.subspan(body.size() - rest.size(), count * size), isWide});
+  return true;
 }
 
-// The table in 32 or 64 bits; what stands behind its entries stays.
-template <class From, class To>
-Bytes Moved(const Bytes& data, std::size_t count, std::uint64_t by) {
-  Bytes moved(data.begin(), data.begin() + kHead);
-  moved.reserve(data.size() + count * (sizeof(To) - sizeof(From)));
-  for (std::size_t i = 0; i < count; ++i)
-    PutField<To>(moved, static_cast<typename To::Value>(At<From>(data, i) + by));
-  const auto behind = static_cast<std::ptrdiff_t>(kHead + count * sizeof(From));
-  moved.insert(moved.end(), data.begin() + behind, data.end());
-  return moved;
-}
-
-bool Move(RawBox& box, std::uint64_t by) {
-  const bool isWide = box.type == FourCc("co64");
-  if (box.data.size() < kHead) return false;
-  std::span<const unsigned char> rest = std::span(box.data).subspan(kHead - sizeof(QUIRVA::be32));
-  QUIRVA::be32 field;
-  if (!TakeField(rest, field)) return false;
-  const auto count = static_cast<std::size_t>(std::uint32_t{field});
-  if (count > rest.size() / (isWide ? sizeof(QUIRVA::be64) : sizeof(QUIRVA::be32))) return false;
-  if (isWide) {
-    box.data = Moved<QUIRVA::be64, QUIRVA::be64>(box.data, count, by);
-    return true;
-  }
-  std::uint64_t most = 0;
-  for (std::size_t i = 0; i < count; ++i) most = std::max(most, At<QUIRVA::be32>(box.data, i) + by);
-  // As the engine does it: a table is wide where an offset needs it, since there are readers that
-  // know no "co64".
-  if (most <= kMostNarrow) {
-    box.data = Moved<QUIRVA::be32, QUIRVA::be32>(box.data, count, by);
-  } else {
-    box.data = Moved<QUIRVA::be32, QUIRVA::be64>(box.data, count, by);
-    box.type = FourCc("co64");
+// False where a table is shorter than it says. What stands behind the last box that fits is none,
+// and only at the end of the whole path is "stco" a track's table of chunks: what has its type
+// elsewhere holds no offsets.
+bool FindTables(std::span<unsigned char> boxes, std::span<const std::uint32_t> path,
+                std::vector<Table>& tables) {
+  while (const auto header = TakeBoxHeader(boxes)) {
+    if (header->size < header->headerSize || header->size > boxes.size()) break;
+    const auto body = boxes.subspan(header->headerSize, header->size - header->headerSize);
+    const bool isWide = header->type == FourCc("co64");
+    if (!path.empty()) {
+      if (header->type == path.front() && !FindTables(body, path.subspan(1), tables)) return false;
+    } else if ((isWide || header->type == FourCc("stco")) && !ReadTable(body, isWide, tables)) {
+      return false;
+    }
+    boxes = boxes.subspan(header->size);
   }
   return true;
 }
 
-// From the children of "moov" down to the tables of every track.
-bool MoveBelow(RawBox& parent, std::span<const std::uint32_t> path, std::uint64_t by) {
-  return std::all_of(parent.children.begin(), parent.children.end(), [=](RawBox& child) {
-    // Only at the end of the whole path is "stco" a track's table of chunks (clause 8.7.5): what
-    // has its type elsewhere holds no offsets.
-    if (!path.empty()) return child.type != path.front() || MoveBelow(child, path.subspan(1), by);
-    return (child.type != FourCc("stco") && child.type != FourCc("co64")) || Move(child, by);
-  });
+template <class Field, class Change>
+void ForEachOffset(std::span<unsigned char> entries, Change change) {
+  for (; !entries.empty(); entries = entries.subspan(sizeof(Field))) {
+    Field field;
+    std::memcpy(&field, entries.data(), sizeof field);
+    change(field);
+    std::memcpy(entries.data(), &field, sizeof field);
+  }
+}
+
+bool HasRoom(const Table& table, std::uint64_t by) {
+  std::uint64_t most = 0;
+  if (!table.isWide)
+    ForEachOffset<be32>(table.entries,
+                        [&](const be32& offset) { most = std::max(most, offset + by); });
+  return most <= kMostNarrow;
+}
+
+void Move(const Table& table, std::uint64_t by) {
+  const auto move = [by](auto& offset) {
+    using Field = std::decay_t<decltype(offset)>;
+    offset = static_cast<typename Field::Value>(offset + by);
+  };
+  if (table.isWide) {
+    ForEachOffset<be64>(table.entries, move);
+  } else {
+    ForEachOffset<be32>(table.entries, move);
+  }
+}
+
+// Gives 64 bits to each table that needs them, and to no other, since there are readers that know
+// no "co64"; what stands behind its entries stays.
+void Widen(RawBox& parent, std::span<const std::uint32_t> path, std::uint64_t by) {
+  for (RawBox& child : parent.children) {
+    if (!path.empty()) {
+      if (child.type == path.front()) Widen(child, path.subspan(1), by);
+      continue;
+    }
+    std::vector<Table> tables;
+    if (child.type != FourCc("stco") || !ReadTable(child.data, false, tables) ||
+        HasRoom(tables.front(), by))
+      continue;
+    Bytes wide(child.data.data(), tables.front().entries.data());
+    ForEachOffset<be32>(tables.front().entries,
+                        [&](const be32& offset) { PutField<be64>(wide, offset); });
+    const auto entriesEnd = &tables.front().entries.back() + 1;
+    wide.insert(wide.end(), entriesEnd, child.data.data() + child.data.size());
+    child.data = std::move(wide);
+    child.type = FourCc("co64");
+  }
 }
 
 }  // namespace
 
-std::optional<Bytes> WithMovedOffsets(std::span<const unsigned char> movie, std::uint64_t by) {
-  static constexpr std::uint32_t kPath[] = {FourCc("trak"), FourCc("mdia"), FourCc("minf"),
-                                            FourCc("stbl")};
-  RawBox box;
-  if (!box.Take(movie) || !movie.empty() || box.type != FourCc("moov")) return std::nullopt;
-  if (!MoveBelow(box, kPath, by)) return std::nullopt;
-  Bytes bytes;
-  bytes.reserve(static_cast<std::size_t>(box.Size()));
-  box.Write(bytes);
-  return bytes;
+bool MoveOffsets(Bytes& movie, std::uint64_t by) {
+  const auto header = TakeBoxHeader(movie);
+  std::vector<Table> tables;
+  if (!header || header->type != kPath[0] || header->size != movie.size() ||
+      !FindTables(movie, kPath, tables))
+    return false;
+  const auto hasRoom = [by](const Table& table) { return HasRoom(table, by); };
+  if (!std::all_of(tables.begin(), tables.end(), hasRoom)) {
+    std::span<const unsigned char> bytes = movie;
+    RawBox box;
+    if (!box.Take(bytes)) return false;
+    Widen(box, std::span(kPath).subspan(1), by);
+    movie.clear();
+    box.Write(movie);
+    return MoveOffsets(movie, by);
+  }
+  for (const Table& table : tables) Move(table, by);
+  return true;
 }
 
 }  // namespace clipchain

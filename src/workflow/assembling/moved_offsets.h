@@ -2,16 +2,14 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
-#include <span>
 
 #include "adapt/raw_boxes.h"
 
 namespace clipchain {
 
 // Adds to every chunk offset of the movie box, modulo 2^64; a table of 32 bits that can't hold them
-// any more gets 64 ("co64"), which makes the box larger. Nothing: it is no movie box, or has a
-// table that is shorter than it says.
-std::optional<Bytes> WithMovedOffsets(std::span<const unsigned char> movie, std::uint64_t by);
+// any more gets 64 ("co64"), which makes the box larger. False, and nothing is moved: it is no
+// movie box, or has a table that is shorter than it says.
+[[nodiscard]] bool MoveOffsets(Bytes& movie, std::uint64_t by);
 
 }  // namespace clipchain
