@@ -222,6 +222,7 @@ void AddMergeCommand(CLI::App& tool, int& exitCode) {
   command->add_flag("--json", options->json, "Print for programs");
   command->callback([options, output, clips, &exitCode] {
     for (const CLI::Option* option : {output, clips}) {
+      // The parser knows none that is required only where another is missing.
       if (options->job.empty() && option->empty()) throw CLI::RequiredError(option->get_name());
     }
     if (options->job.empty() && IsStream(*options)) CheckStream(*options);

@@ -109,6 +109,7 @@ int Run(const VerifyCommand& command) {
   if (proof.failed) return Fail(command, proof);
   if (!command.json) std::fputs(FindingsText(proof.findings, Paint(stderr)).c_str(), stderr);
   if (!command.html.empty()) {
+    // Ahead of the answer: that a card can be erased is the last thing that is said.
     if (const int failed = WritePage(command.html, HtmlProof(command.proof, proof, Now()), false);
         failed != kDone)
       return failed;

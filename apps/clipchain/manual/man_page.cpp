@@ -18,6 +18,7 @@ std::string Escaped(const std::string& text) {
     if (c == '\\') {
       escaped += "\\e";
     } else if (c == '-') {
+      // A plain one may be shown as a dash, and a command that is copied from the page fails.
       escaped += "\\-";
     } else if (c == '\'') {
       escaped += "\\(aq";
