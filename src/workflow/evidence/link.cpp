@@ -4,6 +4,7 @@
 
 #include "workflow/evidence/clock.h"
 #include "workflow/evidence/file_times.h"
+#include "workflow/evidence/grade.h"
 #include "workflow/evidence/identity.h"
 #include "workflow/evidence/media_clock.h"
 #include "workflow/evidence/numbers.h"
@@ -18,23 +19,6 @@ namespace {
 constexpr std::size_t kMostCandidates = 8;
 
 Evidence& Of(LinkEvidence& all, EvidenceKind kind) { return all[static_cast<std::size_t>(kind)]; }
-
-// The grade by what agrees where nothing disagrees.
-std::optional<Grade> GradeOf(const LinkEvidence& all, bool valueIsNumbered) {
-  const auto agrees = [&](EvidenceKind kind) {
-    return all[static_cast<std::size_t>(kind)].agrees == true;
-  };
-  const bool clock = agrees(EvidenceKind::kClock);
-  const bool split = agrees(EvidenceKind::kSplit);
-  const bool numbers = agrees(EvidenceKind::kNumbers);
-  if (agrees(EvidenceKind::kTimecode) && (clock || split)) return Grade::kCertain;
-  if (agrees(EvidenceKind::kIdentity) && split && ((numbers && valueIsNumbered) || clock))
-    return Grade::kCertain;
-  if (clock && (numbers || split)) return Grade::kLikely;
-  const bool clockIsSilent = !all[static_cast<std::size_t>(EvidenceKind::kClock)].agrees;
-  if (numbers && clockIsSilent) return Grade::kPossible;
-  return std::nullopt;
-}
 
 // A clip is missing in between: as long as the first one by the clock, and with the number that is
 // left out. Where all clips of a recording have one time, the number alone can tell.
@@ -105,13 +89,12 @@ LinkVerdict JudgeLink(const Family& family, std::size_t before, std::size_t behi
   Of(all, EvidenceKind::kFileTimes) = JudgeFileTimes(family, before, behind);
   const bool isHole = IsHole(clock, numbers);
   if (isHole) AgreeThroughHole(all, timecode.gapIsClip);
-  const auto contradictions = std::count_if(
-      all.begin(), all.end(), [](const Evidence& evidence) { return evidence.agrees == false; });
+  const std::size_t contradictions = Contradictions(all);
   verdict.isContested = contradictions == 1 && numbers.evidence.agrees == false &&
                         !numbers.areApart && clock.evidence.agrees == true &&
                         Of(all, EvidenceKind::kSplit).agrees == true;
   if (contradictions != 0 || !HasOrder(all, clock, isHole)) return verdict;
-  const std::optional<Grade> grade = GradeOf(all, identity.isNumbered);
+  const std::optional<Grade> grade = GradeBy(all, identity.isNumbered);
   if (!grade) return verdict;
   LinkStrength strength;
   // Of a clip that nobody has seen nothing is certain.

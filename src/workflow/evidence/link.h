@@ -1,7 +1,6 @@
 // Tells whether one clip continues another, by all kinds of evidence together.
 #pragma once
 
-#include <array>
 #include <compare>
 #include <cstddef>
 #include <optional>
@@ -9,12 +8,10 @@
 #include <vector>
 
 #include "workflow/evidence/family.h"
+#include "workflow/evidence/grade.h"
 #include "workflow/proposals.h"
 
 namespace clipchain {
-
-inline constexpr std::size_t kEvidenceKinds = 8;
-using LinkEvidence = std::array<Evidence, kEvidenceKinds>;
 
 // How much speaks for a link: links are compared by it, the first field first.
 struct LinkStrength {

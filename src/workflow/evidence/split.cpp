@@ -125,24 +125,6 @@ std::vector<Limit> LimitsOf(const std::vector<FamilyClip>& clips,
   return found;
 }
 
-bool IsTrusted(const Limit& limit, const FollowUps& ups) {
-  const std::size_t count = ups.moments;
-  const bool explains = ups.followed > ups.elsewhere;
-  switch (limit.kind) {
-    case Limit::Kind::kCommonSize:
-    case Limit::Kind::kMinutes:
-      return true;
-    case Limit::Kind::kSharedLength:
-      return count == 2 ? explains && (ups.followed == 2 || ups.isPair)
-                        : count > 2 && ups.followed >= 2;
-    case Limit::Kind::kSharedSize:
-      return count >= 2 && ups.isTimed && ups.followed >= 2 && (count > 2 || explains);
-    case Limit::Kind::kWideSize:
-      return ups.isTimed && ups.followed + 1 >= count && ups.elsewhere == 0;
-  }
-  return false;
-}
-
 Evidence JudgeSplit(const Family& family, std::size_t before, std::size_t behind) {
   Evidence evidence{EvidenceKind::kSplit};
   const ClipTraits& first = family.Traits(before);

@@ -1,0 +1,207 @@
+#include "workflow/evidence/chance_limits.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "workflow/evidence/clock.h"
+#include "workflow/evidence/numbers.h"
+#include "workflow/evidence/timecode.h"
+
+namespace clipchain {
+
+namespace {
+
+// How clips that stop somewhere are continued by the clock.
+struct FollowUps {
+  // At which clips stop at the limit: what looks to two sides makes two clips at each.
+  std::size_t moments = 0;
+  // Of those: how many are followed by another clip.
+  std::size_t followed = 0;
+  // Of those that stop at no limit at all.
+  std::size_t elsewhere = 0;
+  // Clocks, timecodes or identities show what follows, and not names alone.
+  bool isTimed = false;
+  // The only clips at the limit follow one another by the clock.
+  bool isPair = false;
+};
+
+// How many moments clips are of, those of one series left apart: they may have no times.
+std::size_t CountMoments(const Family& family, const std::vector<std::size_t>& clips) {
+  std::map<Moment, std::map<std::string, std::size_t>> moments;
+  for (const std::size_t i : clips) ++moments[MomentOf(family.clips[i])][SeriesOf(family.clips[i])];
+  std::size_t count = 0;
+  for (const auto& [moment, series] : moments) {
+    std::size_t most = 0;
+    for (const auto& [name, members] : series) most = std::max(most, members);
+    count += most;
+  }
+  return count;
+}
+
+bool IsTimed(const FamilyCard& card) {
+  return card.custom != ClockCustom::kUnknown && card.custom != ClockCustom::kTied;
+}
+
+// The clips that continue a clip by its clock or, where that says nothing, by any sign.
+std::vector<std::size_t> Followers(const Family& family, std::size_t i) {
+  const FamilyClip& clip = family.clips[i];
+  const ClockCustom custom = family.CardOf(i).custom;
+  constexpr std::size_t kMost = 8;
+  std::vector<std::size_t> found;
+  if (custom == ClockCustom::kStart || custom == ClockCustom::kEnd) {
+    if (const auto end = EndOf(clip, custom)) {
+      found = family.clock.at(custom).Near(*end, kMost);
+      std::erase(found, i);
+      return found;
+    }
+  }
+  const auto& timecode = clip.traits->timecode;
+  const bool hasCode = timecode && !family.CardOf(i).timecodesAlike;
+  if (hasCode && !IsTimed(family.CardOf(i))) {
+    found = ClipsFromTimecode(family, timecode->earliestEnd, timecode->latestEnd, kMost);
+    std::erase(found, i);
+    return found;
+  }
+  for (const NextClip& next : clip.next) {
+    if (custom != ClockCustom::kOne || !clip.time || family.clips[next.clip].time == clip.time)
+      found.push_back(next.clip);
+  }
+  if (found.empty() && timecode)
+    found = ClipsFromTimecode(family, timecode->earliestEnd, timecode->latestEnd, kMost);
+  return found;
+}
+
+// Places of values by which some clips of a card belong together and others do not.
+class ValuePlaces {
+ public:
+  ValuePlaces(const Family& family, const FamilyCard& card) {
+    std::map<std::string, std::map<std::string, std::size_t>> places;
+    for (const std::size_t i : card.clips) {
+      for (const PlacedValue& value : family.Traits(i).values) ++places[value.place][value.value];
+    }
+    for (const auto& [place, values] : places) {
+      if (values.size() > 1 && std::any_of(values.begin(), values.end(),
+                                           [](const auto& value) { return value.second > 1; }))
+        places_.insert(place);
+    }
+  }
+
+  // Whether both have a value at one of them: the same one, if `equal`, or different ones.
+  bool Compare(const ClipTraits& a, const ClipTraits& b, bool equal) const {
+    return std::any_of(a.values.begin(), a.values.end(), [&](const PlacedValue& own) {
+      const auto isThere = [&](const PlacedValue& other) {
+        return other.place == own.place && (other.value == own.value) == equal;
+      };
+      return places_.contains(own.place) && std::any_of(b.values.begin(), b.values.end(), isThere);
+    });
+  }
+
+ private:
+  std::set<std::string> places_;
+};
+
+// Whether a size that clips share is no limit, for a length is why some of them stop, and the
+// others are as large by chance: half of them stop at whole minutes, or at a length that clips of
+// other sizes stop at, too.
+bool IsOfOtherLimit(const FamilyCard& card, const Limit& limit) {
+  if (limit.IsCommon() || limit.IsLength()) return false;
+  const std::size_t all = limit.clips.size();
+  return std::any_of(card.limits.begin(), card.limits.end(), [&](const Limit& other) {
+    if (!other.IsLength()) return false;
+    const auto both = static_cast<std::size_t>(
+        std::count_if(limit.clips.begin(), limit.clips.end(),
+                      [&other](std::size_t clip) { return other.Has(clip); }));
+    const bool ofHalf = 2 * both >= all && (other.kind == Limit::Kind::kMinutes || both > 2);
+    const bool isReason = ofHalf || (both != 0 && other.clips.size() - both >= 2);
+    return both < all && isReason;
+  });
+}
+
+// How clips that stop at no limit are continued, and whether anything but names shows that.
+FollowUps ElsewhereOn(const Family& family, const FamilyCard& card, const ValuePlaces& places) {
+  FollowUps all;
+  for (const std::size_t i : card.clips) {
+    if (family.clips[i].stops) continue;
+    std::vector<std::size_t> followers = Followers(family, i);
+    if (!IsTimed(card)) {
+      std::erase_if(followers, [&](std::size_t other) {
+        return places.Compare(family.Traits(i), family.Traits(other), false);
+      });
+    }
+    if (!followers.empty()) ++all.elsewhere;
+  }
+  // A timecode runs on over recordings, too, where it counts what was recorded.
+  const auto hasCode = [&](std::size_t i) { return family.Traits(i).timecode.has_value(); };
+  all.isTimed = IsTimed(card) || (all.elsewhere == 0 && !card.timecodesAlike &&
+                                  std::all_of(card.clips.begin(), card.clips.end(), hasCode));
+  return all;
+}
+
+// Whether a limit is one of the camera's, and no chance: few clips of one length prove little where
+// recordings are begun anew at once, whatever their length.
+bool IsTrusted(const Limit& limit, const FollowUps& ups) {
+  const std::size_t count = ups.moments;
+  const bool explains = ups.followed > ups.elsewhere;
+  switch (limit.kind) {
+    // Of the lengths and sizes that clips have by chance next to none are these.
+    case Limit::Kind::kCommonSize:
+    case Limit::Kind::kMinutes:
+      return true;
+    // Two clips of one length are soon there, three are not.
+    case Limit::Kind::kSharedLength:
+      return count == 2 ? explains && (ups.followed == 2 || ups.isPair)
+                        : count > 2 && ups.followed >= 2;
+    // Sizes are alike only about, so that names alone do not tell what follows.
+    case Limit::Kind::kSharedSize:
+      return count >= 2 && ups.isTimed && ups.followed >= 2 && (count > 2 || explains);
+    // About any clips of a card can be alike so far: one of them alone may be the end of a
+    // recording.
+    case Limit::Kind::kWideSize:
+      return ups.isTimed && ups.followed + 1 >= count && ups.elsewhere == 0;
+  }
+  return false;
+}
+
+FollowUps FollowUpsAt(const Family& family, const Limit& limit, const ValuePlaces& places,
+                      const FollowUps& all) {
+  FollowUps ups = all;
+  std::vector<std::size_t> followed;
+  std::size_t told = 0;
+  for (const std::size_t i : limit.clips) {
+    const std::vector<std::size_t> followers = Followers(family, i);
+    if (!followers.empty()) followed.push_back(i);
+    const bool isTold = std::any_of(followers.begin(), followers.end(), [&](std::size_t other) {
+      return places.Compare(family.Traits(i), family.Traits(other), true);
+    });
+    if (isTold) ++told;
+    const bool isFollowedThere =
+        std::any_of(followers.begin(), followers.end(),
+                    [&limit](std::size_t other) { return limit.Has(other); });
+    if (limit.clips.size() == 2 && family.clips[i].time && isFollowedThere) ups.isPair = true;
+  }
+  ups.moments = CountMoments(family, limit.clips);
+  ups.followed = CountMoments(family, followed);
+  ups.isTimed = ups.isTimed || (told >= 2 && told == followed.size());
+  return ups;
+}
+
+}  // namespace
+
+void DropChanceLimits(Family& family, FamilyCard& card) {
+  const ValuePlaces places(family, card);
+  const FollowUps all = ElsewhereOn(family, card, places);
+  std::erase_if(card.limits, [&](const Limit& limit) {
+    return !IsTrusted(limit, FollowUpsAt(family, limit, places, all));
+  });
+  std::vector<Limit> trusted;
+  for (const Limit& limit : card.limits) {
+    if (!IsOfOtherLimit(card, limit)) trusted.push_back(limit);
+  }
+  card.limits = std::move(trusted);
+}
+
+}  // namespace clipchain
