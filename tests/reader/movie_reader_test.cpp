@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-
 #include "box/data_boxes.h"
 #include "box/header_boxes.h"
 #include "box/sample_table_boxes.h"
@@ -11,6 +9,7 @@
 #include "reader/track_reader.h"
 #include "reader/typed_views.h"
 #include "support/movie_tree.h"
+#include "support/processor_time.h"
 
 namespace {
 
@@ -281,13 +280,14 @@ TEST_F(MovieReader, WalksOverThousandsOfTracksInLinearTime) {
   MP4G::CMovieBox crowd;
   for (int i = 0; i < 50000; ++i) ASSERT_OK(crowd.AddChildBox(FourCc("trak")));
   CMovieReader reader(&crowd);
-  const auto begin = std::chrono::steady_clock::now();
-  EXPECT_EQ(0u, reader.GetVideoTrackNum());
-  EXPECT_EQ(0u, reader.VideoIndexToTrackID(0));
-  EXPECT_RESULT(S_FALSE, reader.LimitTrackDurationUnderVideoDuration());
-  EXPECT_RESULT(E_POINTER, reader.ConvertChunkOffsetToChunkLargeOffset());
+  const double seconds = support::ProcessorSeconds([&] {
+    EXPECT_EQ(0u, reader.GetVideoTrackNum());
+    EXPECT_EQ(0u, reader.VideoIndexToTrackID(0));
+    EXPECT_RESULT(S_FALSE, reader.LimitTrackDurationUnderVideoDuration());
+    EXPECT_RESULT(E_POINTER, reader.ConvertChunkOffsetToChunkLargeOffset());
+  });
   // One look-up by index for each would take a thousand million steps through a list.
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+  EXPECT_GT(2, seconds);
 }
 
 }  // namespace

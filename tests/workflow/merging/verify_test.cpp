@@ -6,11 +6,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <ctime>
 
 #include "foundation/com_ptr.h"
 #include "merge/live_merge.h"
 #include "support/movie_builder.h"
+#include "support/processor_time.h"
 #include "support/result_matchers.h"
 #include "support/temp_dir.h"
 #include "workflow/system/files.h"
@@ -267,9 +267,7 @@ TEST_F(VerifyTest, TakesNoLongerForATrackAmongMany) {
     movie.Add(id % 2 == 0 ? support::VideoTrack(1, id) : support::AudioTrack(1, id));
   }
   const Bytes merged = Merge({movie.Build(), movie.Build()});
-  const std::clock_t start = std::clock();
-  EXPECT_THAT(Look(merged), IsEmpty());
-  EXPECT_GT(2.0, static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
+  EXPECT_GT(2, support::ProcessorSeconds([&] { EXPECT_THAT(Look(merged), IsEmpty()); }));
 }
 
 TEST_F(VerifyTest, NamesAClipThatAMergeWouldRefuse) {
