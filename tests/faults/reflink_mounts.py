@@ -9,7 +9,8 @@ On btrfs and XFS, in a folder that goes away in the end:
   nothing of the disk;
 - it passes --verify=full and a second join, and "split" makes the clips again;
 - "verify" calls no card safe to erase that shares blocks with a result, and does so of a copy;
-- with a clip on another file system --reflink=always makes no result, and --reflink=auto a whole one.
+- with a clip on another file system --reflink=always makes no result, and --reflink=auto a whole one;
+- no call that fails, no kill and no loss of power there costs a clip or leaves half a result.
 
 Exit code 77: neither can be made and mounted here.
 """
@@ -22,6 +23,7 @@ import tempfile
 from pathlib import Path
 
 SKIPPED = 77
+TESTS = Path(__file__).resolve().parents[1]
 SYSTEMS = {"btrfs": ["mkfs.btrfs", "-q"], "xfs": ["mkfs.xfs", "-q", "-m", "reflink=1"]}
 SIZE = 400 << 20
 # What a merge may write: its movie box, and less than a block at either end of each clip's media.
@@ -96,6 +98,7 @@ class Trial:
             self.compare_packets(self.elsewhere / "plain.mp4", output)
         self.keep()
         self.mix()
+        self.disturb()
         return self.wrong
 
     @staticmethod
@@ -150,6 +153,19 @@ class Trial:
         self.compare_packets(self.elsewhere / "plain.mp4", mixed)
         code, report = self.merge(self.elsewhere / "far.mp4", "--reflink=auto", clips=clips)
         self.expect(code == 0 and report["shared"] == 0, f"a result elsewhere shares: {report}")
+
+    def disturb(self):
+        strace = shutil.which("strace")
+        if strace is None:
+            return
+        faults = Path(__file__).with_name("strace_faults.py")
+        power_loss = TESTS / "robustness" / "power_loss_test.py"
+        for program in ([faults, "--whole", "--only", "reflink", self.tool], [power_loss, "--sharing", strace, self.tool]):
+            done = subprocess.run(
+                [sys.executable, *map(str, program), *map(str, self.clips[:2])],
+                env={**os.environ, "TMPDIR": str(self.place)}, capture_output=True, text=True,
+            )
+            self.expect(done.returncode in (0, SKIPPED), f"{program[0].name}: {done.stdout}{done.stderr}")
 
 
 def main():

@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """Takes the power away from a machine that merges, at every moment and in thousands of ways.
 
-    power_loss_test.py STRACE TOOL CLIP CLIP
+    power_loss_test.py [--sharing] STRACE TOOL CLIP CLIP
+
+With --sharing in a folder whose file system shares blocks, as the result then does with its clips.
 
 What the tool asks of the system is recorded. A model of a disk then plays it up to a moment and
 loses power: of what no flush has secured, writes are lost, done in another order, or torn between
@@ -21,8 +23,9 @@ BLOCK = 4096
 WAYS = 60  # to lose power, at each moment
 OUTPUT = "out.mp4"
 SKIPPED = 77
+SHARING = "--reflink=always"
 CALLS = ("open openat creat write writev pwrite64 pwritev ftruncate truncate rename renameat renameat2 unlink"
-         " unlinkat link linkat fsync fdatasync syncfs sync close lseek copy_file_range sendfile dup dup2 dup3")
+         " unlinkat link linkat fsync fdatasync syncfs sync close lseek copy_file_range sendfile dup dup2 dup3 ioctl")
 
 
 class File:
@@ -111,6 +114,8 @@ LINE = re.compile(r"^(?:\d+ +)?(\w+)\((.*)\) += (-?\d+)")
 BEGINS = re.compile(r"^(\d+) +((\w+)\(.*) <unfinished \.\.\.>$")
 ENDS = re.compile(r"^(\d+) +<\.\.\. \w+ resumed>(.*)$")
 READING = {"openat", "close", "lseek"}  # what other threads do with clips
+SHARES = re.compile(
+    r"(\d+), (?:\w+ or )?FICLONERANGE, {src_fd=(\d+), src_offset=(\d+), src_length=(\d+), dest_offset=(\d+)}$")
 STRING = re.compile(r'"((?:\\x[0-9a-f]{2})*)"(\.\.\.)?')
 
 
@@ -124,10 +129,12 @@ def strings(arguments):
 class Player:
     """Plays a record on a disk. A call that it does not know is an error, not a gap."""
 
-    def __init__(self, disk, outputs):
+    def __init__(self, disk, outputs, clips):
         self.disk = disk
         self.outputs = outputs  # a name that is written to must be one of the tool's own
+        self.clips = clips  # name: bytes
         self.open = {}  # number of the descriptor: [file or None for the folder, position]
+        self.read = {}  # number of the descriptor: bytes of a clip
         self.said = False
 
     def play(self, call, arguments, result):
@@ -145,9 +152,10 @@ class Player:
         if "O_DIRECTORY" in arguments:
             self.open[result] = [None, 0]
             return
-        if "O_WRONLY" not in arguments and "O_RDWR" not in arguments:
-            return
         name = Path(name).name
+        if "O_WRONLY" not in arguments and "O_RDWR" not in arguments:
+            self.read[result] = self.clips.get(name)
+            return
         if not self.outputs(name):
             raise RuntimeError(f"{name} is opened to be written to")
         if name not in self.disk.names:
@@ -177,6 +185,17 @@ class Player:
     def do_ftruncate(self, arguments, _):
         self.open[self.number(arguments)][0].changes.append((int(arguments.rsplit(",", 1)[1]), None))
 
+    # What is shared is there once its file is flushed, as if it had been written.
+    def do_ioctl(self, arguments, _):
+        found = SHARES.match(arguments)
+        if found is None:
+            if "CLONE" in arguments:
+                raise RuntimeError(f"no model of ioctl({arguments[:80]}")
+            return
+        to, source, begin, length, at = map(int, found.groups())
+        data = self.read[source][begin : begin + length]
+        self.open[to][0].write(at, data)
+
     def do_fsync(self, arguments, _):
         file = self.open[self.number(arguments)][0]
         if file is None:
@@ -188,6 +207,7 @@ class Player:
 
     def do_close(self, arguments, _):
         self.open.pop(self.number(arguments), None)
+        self.read.pop(self.number(arguments), None)
 
     def do_renameat2(self, arguments, _):
         old, new = (Path(name.decode()).name for name in strings(arguments))
@@ -239,8 +259,9 @@ def check(strace, tool, clips, old, options):
     """The number of states looked at, and what is wrong with them; an error if nothing could be."""
     folder = Path(tempfile.mkdtemp())
     try:
-        for number, clip in enumerate(clips, 1):
-            shutil.copy(clip, folder / f"clip{number}.mp4")
+        named = {f"clip{number}.mp4": Path(clip).read_bytes() for number, clip in enumerate(clips, 1)}
+        for name, content in named.items():
+            (folder / name).write_bytes(content)
         if old is not None:
             (folder / OUTPUT).write_bytes(old)
         calls = record(strace, tool, folder, options)
@@ -248,14 +269,17 @@ def check(strace, tool, clips, old, options):
     finally:
         shutil.rmtree(folder)
     careless = [call for call in calls if not call[0].endswith("sync")]
-    if not play(careless, old, new)[1]:
+    if not play(careless, old, new, named)[1]:
         raise RuntimeError("a tool that flushes nothing would pass")
-    return play(calls, old, new)
+    states, faults = play(calls, old, new, named)
+    if SHARING in options and not any("FICLONERANGE" in arguments for _, arguments, _ in calls):
+        raise RuntimeError("nothing was shared")
+    return states, faults
 
 
-def play(calls, old, new):
+def play(calls, old, new, clips):
     disk = Disk({} if old is None else {OUTPUT: File(old)})
-    player = Player(disk, lambda name: name == OUTPUT or name.startswith("."))
+    player = Player(disk, lambda name: name == OUTPUT or name.startswith("."), clips)
     chance = random.Random(20240601)
     states, faults = 0, []
     for place, (call, arguments, result) in enumerate(calls):
@@ -277,14 +301,21 @@ def may_trace(strace):
     return subprocess.run([strace, "-o", "/dev/null", "true"], capture_output=True, check=False).returncode == 0
 
 
-def main(strace, tool, *clips):
+MERGES = (("a new output", None, []),
+          ("an output that is replaced", b"old" * 5000, ["--overwrite"]),
+          ("every byte verified", None, ["--verify=full"]))
+SHARING_MERGES = (("shared media", None, [SHARING]),
+                  ("shared media behind the movie box", b"old" * 5000, [SHARING, "--faststart", "--overwrite"]))
+
+
+def main(*arguments):
+    sharing = arguments[0] == "--sharing"
+    strace, tool, *clips = arguments[1 if sharing else 0 :]
     if not may_trace(strace):
         print("no process may look at another one here")
         return SKIPPED
     failed = False
-    for title, old, options in (("a new output", None, []),
-                                ("an output that is replaced", b"old" * 5000, ["--overwrite"]),
-                                ("every byte verified", None, ["--verify=full"])):
+    for title, old, options in SHARING_MERGES if sharing else MERGES:
         states, faults = check(strace, tool, clips, old, options)
         print(f"{title}: {states} states, {len(faults)} broken promises")
         print("\n".join(faults[:5]), end="\n" if faults else "")
