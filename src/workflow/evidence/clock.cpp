@@ -135,14 +135,20 @@ std::vector<Custom> CustomsFor(const Family& family, std::size_t before, std::si
   return customs;
 }
 
-// Whether the clips of one time could all be two of each length.
+// Whether the clips of one time could all be two of each length. What looks to two sides stops them
+// within a picture of one another, and not always in the same tick.
 bool StandInPairs(const Family& family, std::size_t clip) {
-  std::map<std::optional<Nanoseconds>, std::size_t> lengths;
+  std::vector<Nanoseconds> lengths;
   for (const std::size_t other : family.CardOf(clip).clips) {
-    if (family.clips[other].time == family.clips[clip].time) ++lengths[family.Traits(other).length];
+    if (family.clips[other].time == family.clips[clip].time)
+      lengths.push_back(family.Traits(other).length.value_or(-1));
   }
-  return std::all_of(lengths.begin(), lengths.end(),
-                     [](const auto& length) { return length.second % 2 == 0; });
+  if (lengths.size() % 2 != 0) return false;
+  std::sort(lengths.begin(), lengths.end());
+  for (std::size_t i = 0; i < lengths.size(); i += 2) {
+    if (lengths[i + 1] - lengths[i] > family.Traits(clip).frame) return false;
+  }
+  return true;
 }
 
 // Two clips of one time and one length, which no other clip of the card has, may be chapters of

@@ -129,6 +129,12 @@ TEST(Clock, OfTheRecordingOrdersTwoFullChaptersAndTheLastOne) {
             "possible: A0001.MP4 A0002.MP4 A0003.MP4");
 }
 
+TEST(Clock, OfTwoSidesThatDifferByLessThanAPictureIsSilent) {
+  EXPECT_EQ(ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(473),
+                          ClipSays("c/A0002.MP4").At(0).For(473.01)}),
+            "possible: A0001.MP4 A0002.MP4");
+}
+
 // First chapters have names of their own: two of them at one time are of two recordings.
 TEST(Clock, ThatStandsStillBesideFirstChaptersIsSilent) {
   const ClipSays first = ClipSays("c/CLIP0034.MP4").At(0).For(60);
