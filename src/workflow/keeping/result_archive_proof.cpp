@@ -170,7 +170,10 @@ Reason ResultProof::CheckArchive(KeptFile& result, ListedBytes& bytes, KeptFile&
   }
   why = reader.AtEnd();
   if (!why) why = CheckImage(result, bytes, contents, clips);
-  if (!why) why = CheckChecksums(result, hash, reader.FileHash());
+  if (!why) {
+    if (const Reason sums = CheckChecksums(result, hash, reader.FileHash()))
+      why = "counts only beside checksums that fit: " + *sums;
+  }
   if (!why) {
     kept_.Count(result);
     kept_.Count(archive);

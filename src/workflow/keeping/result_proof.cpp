@@ -85,7 +85,7 @@ void ResultProof::Blame(const std::vector<std::size_t>& clips, const std::string
 }
 
 // Whether a file of checksums beside the result, if there is one, has those of the result and of
-// nothing but its archive.
+// nothing but its archive. Answers a whole sentence.
 Reason ResultProof::CheckChecksums(KeptFile& result, PassingHash& hash,
                                    const std::string& archiveHash) {
   const std::string sumsPath = result.file.path + std::string(kChecksumsSuffix);
@@ -95,7 +95,8 @@ Reason ResultProof::CheckChecksums(KeptFile& result, PassingHash& hash,
     return std::nullopt;
   }
   constexpr long long kLargest = 1 << 20;
-  const std::string misfit = PrintablePath(sums->file.path) + " does not fit it";
+  const std::string misfit = fmt::format("{} does not fit {}", PrintablePath(sums->file.path),
+                                         PrintablePath(result.file.path));
   ListedBytes bytes(sums->file);
   if (bytes.Why() || sums->file.stamp.size > kLargest) return misfit;
   std::string text(static_cast<std::size_t>(sums->file.stamp.size), '\0');

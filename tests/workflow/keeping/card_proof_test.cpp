@@ -136,7 +136,12 @@ TEST_F(CardProofTest, ComparesChecksumsThatLieBesideAResult) {
   const std::string result = Merge(clips, "out.mp4", {true, false, true});
   EXPECT_THAT(NotKept(), IsEmpty());
   ChangeByte(result + ".xxh", 3);
+  const std::string misfit = result + ".xxh does not fit " + result;
   EXPECT_THAT(NotKept(), SizeIs(3));
+  EXPECT_EQ(result + ".originals counts only beside checksums that fit: " + misfit,
+            Prove().notKept[0].reason);
+  fs::remove(result + ".originals");
+  EXPECT_EQ(misfit, Prove().notKept[0].reason);
 }
 
 TEST_F(CardProofTest, TakesAnIdenticalFileForACopyWhateverItsName) {
