@@ -48,6 +48,8 @@ bool FileBytes::Read(unsigned long long position, void* buffer, std::size_t size
 }
 
 void FileBytes::Fail() {
+  // What was never opened fails again and again: why it could not be opened is known, and told of.
+  if (file_ < 0 && error_) return;
   error_ = LastError();
   QUIRVA::NoteReadFailure(file_);
 }
