@@ -135,20 +135,29 @@ std::vector<Custom> CustomsFor(const Family& family, std::size_t before, std::si
   return customs;
 }
 
-// Whether the clips of one time could all be two of each length. What looks to two sides stops them
-// within a picture of one another, and not always in the same tick.
-bool StandInPairs(const Family& family, std::size_t clip) {
-  std::vector<Nanoseconds> lengths;
-  for (const std::size_t other : family.CardOf(clip).clips) {
-    if (family.clips[other].time == family.clips[clip].time)
-      lengths.push_back(family.Traits(other).length.value_or(-1));
-  }
+// Whether these could all be two of each length. What looks to two sides stops them within a
+// picture of one another, and not always in the same tick.
+bool AreInPairs(std::vector<Nanoseconds> lengths, Nanoseconds frame) {
   if (lengths.size() % 2 != 0) return false;
   std::sort(lengths.begin(), lengths.end());
   for (std::size_t i = 0; i < lengths.size(); i += 2) {
-    if (lengths[i + 1] - lengths[i] > family.Traits(clip).frame) return false;
+    if (lengths[i + 1] - lengths[i] > frame) return false;
   }
   return true;
+}
+
+// Whether all clips of any one time of the card stand in pairs, be it that of another recording: of
+// this one a clip may be missing. Times that order nothing count, too.
+bool ShowsPairs(const Family& family, std::size_t clip) {
+  std::map<std::int64_t, std::vector<Nanoseconds>> lengths;
+  for (const std::size_t other : family.CardOf(clip).clips) {
+    const ClipTraits& traits = family.Traits(other);
+    if (const auto time = UsableTime(traits.created))
+      lengths[*time].push_back(traits.length.value_or(-1));
+  }
+  return std::any_of(lengths.begin(), lengths.end(), [&](const auto& moment) {
+    return AreInPairs(moment.second, family.Traits(clip).frame);
+  });
 }
 
 // Two clips of one time and one length, which no other clip of the card has, may be chapters of
@@ -161,7 +170,7 @@ bool MayBeTwoSides(const Family& family, std::size_t before, std::size_t behind)
     if (limit.IsCommon() || limit.clips.size() > 2) return false;
     isAlone = isAlone || (limit.kind == Limit::Kind::kSharedLength && limit.Has(behind));
   }
-  return isAlone && StandInPairs(family, before);
+  return isAlone && ShowsPairs(family, before);
 }
 
 ClockVerdict JudgeByCustom(const FamilyClip& first, const FamilyClip& second, Custom custom) {

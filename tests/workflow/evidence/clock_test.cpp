@@ -135,6 +135,15 @@ TEST(Clock, OfTwoSidesThatDifferByLessThanAPictureIsSilent) {
             "possible: A0001.MP4 A0002.MP4");
 }
 
+// The last one of the other side is gone, or on another card.
+TEST(Clock, OfTwoSidesIsSilentWhereAnotherRecordingShowsBoth) {
+  EXPECT_EQ(
+      ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(473), ClipSays("c/A0002.MP4").At(0).For(473),
+                    ClipSays("c/A0003.MP4").At(0).For(20), ClipSays("c/A0005.MP4").At(5000).For(30),
+                    ClipSays("c/A0006.MP4").At(5000).For(30)}),
+      "possible: A0001.MP4 A0002.MP4 A0003.MP4");
+}
+
 // First chapters have names of their own: two of them at one time are of two recordings.
 TEST(Clock, ThatStandsStillBesideFirstChaptersIsSilent) {
   const ClipSays first = ClipSays("c/CLIP0034.MP4").At(0).For(60);
