@@ -35,7 +35,7 @@ const char kHtmlStyle[] = R"css(
 html { -webkit-text-size-adjust: 100%; text-size-adjust: 100%; scroll-padding-top: 1rem; }
 body {
   margin: 0; background: var(--paper); color: var(--ink);
-  font: 1rem/1.5 system-ui, -apple-system, "Segoe UI", Roboto, "Noto Sans", "DejaVu Sans", sans-serif;
+  font: 1rem/1.5 system-ui, sans-serif;
   font-variant-numeric: tabular-nums;
 }
 h1, h2, h3, p, ol, ul, dl, dd, figure { margin: 0; padding: 0; }
