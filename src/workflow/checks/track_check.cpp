@@ -123,9 +123,8 @@ class PairCheck {
     if (a != nullptr && b != nullptr &&
         std::memcmp(&*a->record, &*b->record, sizeof *a->record) != 0)
       AddAt(Message::kShownOtherwise,
-            fmt::format("is drawn in graphics mode {}, and continues one in mode {} of {}",
-                        std::uint32_t{b->record->graphicsMode},
-                        std::uint32_t{a->record->graphicsMode}, firstName_),
+            fmt::format("is drawn in graphics {}, and continues one in {} of {}",
+                        ModeWords(*b->record), ModeWords(*a->record), firstName_),
             "leave it out, or merge it with clips that are drawn alike", S_OK, b);
     const MP4G::CSoundMediaHeaderBox* soundA = first_.SoundMediaHeaderBox();
     const MP4G::CSoundMediaHeaderBox* soundB = second_.SoundMediaHeaderBox();
@@ -135,6 +134,12 @@ class PairCheck {
             fmt::format("is played with a balance of {}, and continues one of {} in {}",
                         BalanceOf(*soundB), BalanceOf(*soundA), firstName_),
             "leave it out, or merge it with clips of its own balance", S_OK, soundB);
+  }
+
+  static std::string ModeWords(const MP4G::_tagVIDEO_MEDIA_HEADER_BOX& record) {
+    const auto colour = [&record](std::size_t i) { return std::uint32_t{record.opColor[i]}; };
+    return fmt::format("mode {} with the colour {}, {}, {}", std::uint32_t{record.graphicsMode},
+                       colour(0), colour(1), colour(2));
   }
 
   static double BalanceOf(const MP4G::CSoundMediaHeaderBox& header) {

@@ -461,7 +461,12 @@ TEST_F(CheckMatch, FindsAMovieThatIsPlayedOtherwise) {
   EXPECT_THAT(Only(CheckAll({first, Put("c", support::WithU32(bytes, mode, 0x00240000))}),
                    Message::kShownOtherwise)
                   .text,
-              HasSubstr("graphics mode 36, and continues one in mode 0"));
+              HasSubstr("graphics mode 36 with the colour 0, 0, 0, and continues one in mode 0"));
+  EXPECT_THAT(
+      Only(CheckAll({first, Put("e", support::WithU32(bytes, mode, 7))}), Message::kShownOtherwise)
+          .text,
+      HasSubstr("graphics mode 0 with the colour 7, 0, 0, and continues one in mode 0 with the "
+                "colour 0, 0, 0"));
   const std::size_t balance = support::FindBox(bytes, "smhd") + 12;
   EXPECT_THAT(Only(CheckAll({first, Put("d", support::WithU32(bytes, balance, 0xFF800000))}),
                    Message::kShownOtherwise)
