@@ -86,35 +86,58 @@ bool CutOffsets(RawBox& table, std::uint32_t samples) {
 // Readers take the first or the last of two.
 struct SingleBoxes {
   std::vector<unsigned int> path;
-  std::vector<unsigned int> types;
+  // Those of one list are forms of one table.
+  std::vector<std::vector<unsigned int>> types;
 };
 
 const std::vector<SingleBoxes>& BoxesOfOne() {
   static const std::vector<SingleBoxes> boxes = {
-      {{}, {FourCc("tkhd"), FourCc("edts"), FourCc("mdia")}},
-      {{FourCc("edts")}, {FourCc("elst")}},
-      {{FourCc("mdia")}, {FourCc("mdhd"), FourCc("hdlr"), FourCc("minf")}},
-      {{FourCc("mdia"), FourCc("minf")}, {FourCc("stbl")}},
+      {{}, {{FourCc("tkhd")}, {FourCc("edts")}, {FourCc("mdia")}}},
+      {{FourCc("edts")}, {{FourCc("elst")}}},
+      {{FourCc("mdia")}, {{FourCc("mdhd")}, {FourCc("hdlr")}, {FourCc("minf")}}},
+      {{FourCc("mdia"), FourCc("minf")}, {{FourCc("stbl")}}},
       {{FourCc("mdia"), FourCc("minf"), FourCc("stbl")},
-       {FourCc("stsd"), FourCc("stts"), FourCc("ctts"), FourCc("stss"), FourCc("stsz"),
-        FourCc("stz2"), FourCc("stsc"), FourCc("stco"), FourCc("co64"), FourCc("cslg"),
-        FourCc("stps"), FourCc("sdtp")}}};
+       {{FourCc("stsd")},
+        {FourCc("stts")},
+        {FourCc("ctts")},
+        {FourCc("stss")},
+        {FourCc("stsz"), FourCc("stz2")},
+        {FourCc("stsc")},
+        {FourCc("stco"), FourCc("co64")},
+        {FourCc("cslg")},
+        {FourCc("stps")},
+        {FourCc("sdtp")}}}};
   return boxes;
 }
 
-// The type of a box that is there twice; 0 without one.
-unsigned int TypeOfTwo(const RawBox& track) {
+// How a person is told of boxes of these types that are there at once; nothing of one alone.
+std::optional<std::string> WordsOfTwo(const RawBox& parent,
+                                      const std::vector<unsigned int>& types) {
+  std::vector<unsigned int> found;
+  for (const RawBox& child : parent.children) {
+    if (std::find(types.begin(), types.end(), child.type) != types.end())
+      found.push_back(child.type);
+  }
+  if (found.size() < 2) return std::nullopt;
+  std::sort(found.begin(), found.end());
+  const auto twice = std::adjacent_find(found.begin(), found.end());
+  if (twice != found.end())
+    return "two boxes " + Quoted(*twice) + ", of which programs read the first or the last";
+  return "both " + Quoted(types.front()) + " and " + Quoted(types.back()) +
+         ", of which programs read the one or the other";
+}
+
+std::optional<std::string> WordsOfTwo(const RawBox& track) {
   for (const SingleBoxes& single : BoxesOfOne()) {
     const RawBox* parent = &track;
     for (const unsigned int step : single.path)
       parent = parent != nullptr ? parent->Child(step) : nullptr;
     if (parent == nullptr) continue;
-    for (const unsigned int type : single.types) {
-      const auto isSuch = [type](const RawBox& box) { return box.type == type; };
-      if (std::count_if(parent->children.begin(), parent->children.end(), isSuch) > 1) return type;
+    for (const auto& types : single.types) {
+      if (auto words = WordsOfTwo(*parent, types)) return words;
     }
   }
-  return 0;
+  return std::nullopt;
 }
 
 class SpareEntries final : public Adaptation {
@@ -127,10 +150,9 @@ class SpareEntries final : public Adaptation {
 
  private:
   static void Look(RawBox& track, std::size_t clip, FitReport& report) {
-    if (const unsigned int type = TypeOfTwo(track); type != 0)
+    if (const auto words = WordsOfTwo(track))
       report.Refuse(FitProblemKind::kTablesDisagree, clip, RawTrackId(track),
-                    "has in its " + RawTrackWords(track) + " two boxes " + Quoted(type) +
-                        ", of which programs read the first or the last",
+                    "has in its " + RawTrackWords(track) + ' ' + *words,
                     "copy the clip again, or repair it with a tool for it");
     RawBox* table = SampleTable(track);
     const auto samples = table != nullptr ? CountSamples(*table) : std::nullopt;

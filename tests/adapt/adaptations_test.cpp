@@ -472,6 +472,27 @@ TEST(SpareEntries, OfATableThatIsThereTwiceNobodyDecides) {
   }
 }
 
+// Some programs read the one form, others the other.
+TEST(SpareEntries, OfATableInTwoFormsNobodyDecides) {
+  using namespace support;
+  const std::pair<unsigned int, unsigned int> forms[] = {{FourCc("stsz"), FourCc("stz2")},
+                                                         {FourCc("stco"), FourCc("co64")}};
+  for (const auto& [plain, other] : forms) {
+    const MovieBuilder clip = MovieBuilder().Add(VideoTrack(4));
+    FitClips clips = ClipsOf({clip, clip});
+    SampleTable(*TracksOf(clips[1].movie)[0])->children.emplace_back(other, Bytes(12, 0));
+    FitReport report;
+    MakeSpareEntries()->Adapt(clips, report);
+    ASSERT_EQ(report.problems.size(), 1u) << FourCcText(other);
+    EXPECT_EQ(report.problems[0].kind, FitProblemKind::kTablesDisagree);
+    EXPECT_EQ(report.problems[0].clip, 1u);
+    EXPECT_NE(report.problems[0].text.find("both \"" + FourCcText(plain) + "\" and \"" +
+                                           FourCcText(other) + '"'),
+              std::string::npos)
+        << report.problems[0].text;
+  }
+}
+
 TEST(DataReferences, ToFilesThatNoSampleLiesInAreKept) {
   using namespace support;
   const Bytes own = FullBox("url ", 0, 1, {});
