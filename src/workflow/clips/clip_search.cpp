@@ -23,10 +23,14 @@ class FolderSearch {
   void Search(const fs::path& folder) {
     for (const fs::directory_entry& entry : SortedEntries(folder)) {
       if (!GoesOn()) return;
-      std::error_code ignored;
+      std::error_code error;
       // A linked folder may be one that is searched already, or holds this one.
-      if (!entry.is_symlink(ignored) && entry.is_directory(ignored)) {
-        if (!fs::equivalent(entry.path(), except_, ignored)) Search(entry.path());
+      const bool isFolder = !entry.is_symlink(error) && !error && entry.is_directory(error);
+      if (error) {
+        // It may be a folder with clips in it.
+        TellUnreadable(entry.path(), error);
+      } else if (isFolder) {
+        if (!fs::equivalent(entry.path(), except_, error)) Search(entry.path());
       } else if (HasClipName(entry.path().string()) && IsFile(entry)) {
         volume_.clips.push_back(entry.path().string());
       }
@@ -42,13 +46,18 @@ class FolderSearch {
       // Some systems leave a hidden file beside each clip that bears its name and is none.
       if (entry->path().filename().native().front() != '.') entries.push_back(*entry);
     }
-    if (error)
-      found_.unreadable.push_back({folder.string(), "can't be searched: " + error.message()});
+    // One that goes away meanwhile ends like one that was listed to its end.
+    if (!error) static_cast<void>(fs::status(folder, error));
+    if (error) TellUnreadable(folder, error);
     // File systems list in any order, and the same card must give the same answer.
     std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) {
       return a.path().filename().native() < b.path().filename().native();
     });
     return entries;
+  }
+
+  void TellUnreadable(const fs::path& path, const std::error_code& error) {
+    found_.unreadable.push_back({path.string(), "can't be searched: " + error.message()});
   }
 
   // A share may take its time for each entry.

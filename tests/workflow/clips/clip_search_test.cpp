@@ -156,6 +156,20 @@ TEST_F(ClipSearch, TellsOfFoldersThatCannotBeSearched) {
   EXPECT_EQ(0u, found.unreadable[0].reason.find("can't be searched: "));
 }
 
+// As a card does that is pulled out: the system then says that there are no more names.
+TEST_F(ClipSearch, TellsOfAFolderThatGoesAwayWhileItIsListed) {
+  Put("a/b/1.mp4");
+  // One step for each name that is listed or looked at: of "a", of "b", and then of the clip.
+  int steps = 0;
+  const FoundClips found = FindClips({Root()}, "", [&](const clipchain::Step&) {
+    if (++steps == 5) fs::remove_all(folder / "a/b");
+    return true;
+  });
+  ASSERT_EQ(1u, found.unreadable.size());
+  EXPECT_EQ(At("a/b"), found.unreadable[0].path);
+  EXPECT_EQ("can't be searched: No such file or directory", found.unreadable[0].reason);
+}
+
 TEST_F(ClipSearch, KeepsNamesThatAreNoText) {
   Put("\xFF\xFE.mp4");
   EXPECT_EQ((Paths{At("\xFF\xFE.mp4")}), FindClips({Root()}).volumes.at(0).clips);
