@@ -207,9 +207,12 @@ def other_clips_behind(data, tracks, other):
         forms[f"another clip below, behind {part}"] = breaking.cut(data, part) + other[from_begin + length : to_end]
     # Between two pictures, where playing starts in even steps: the other clip's first picture comes too early.
     steps = {b - a for t in tracks if len(tracks) == 1 for a, b in zip(t.sync or [], (t.sync or [])[1:])}
-    if len(steps) == 1 and 3 * min(steps) + 10 < len(tracks[0].offsets):
-        at = tracks[0].offsets[3 * min(steps) + 10]
-        forms["another clip behind, between pictures"] = breaking.without_movie(data)[:at] + other[from_begin:to_end]
+    # A clip that has played from one such picture to the next in full is known to keep the steps.
+    for whole in (1, 3) if len(steps) == 1 else ():
+        if whole * min(steps) + 10 >= len(tracks[0].offsets):
+            continue
+        at = tracks[0].offsets[whole * min(steps) + 10]
+        forms[f"another clip behind, between pictures, {whole} steps on"] = breaking.without_movie(data)[:at] + other[from_begin:to_end]
     return forms
 
 
