@@ -89,7 +89,7 @@ class PlanFileText {
       return Invalid(fmt::format("is no plan: it has {} bytes, and a plan has {} at most", size_,
                                  kLargestPlan));
     std::string text(size_, '\0');
-    if (!ReadText(text)) return stopped_ ? Stopped() : Unreadable(ErrorText(file_.error()));
+    if (!ReadText(text)) return stopped_ ? Stopped() : Unreadable(EndWords());
     PlanReader reader(1, take, goOn_);
     const Reason fault = reader.Read(text);
     if (reader.stopped()) return Stopped();
@@ -175,6 +175,11 @@ class PlanFileText {
         return false;
     }
     return true;
+  }
+
+  // The system may have given less than the size that it told, without an error.
+  std::string EndWords() const {
+    return file_.error() ? ErrorText(file_.error()) : std::string("it ends too early");
   }
 
   Finding Invalid(const std::string& text) const {

@@ -338,6 +338,16 @@ TEST_F(PlanFile, IsRefusedIfANumberIsTooLarge) {
   EXPECT_EQ("is no plan: it has a number that is too large", FaultOf(text));
 }
 
+TEST_F(PlanFile, SaysThatItEndsBeforeItsSize) {
+  const std::string path = Put(PlanText(PlanWithAllKinds()));
+  const PlanReading reading = ReadPlan(path, [&path] {
+    fs::resize_file(path, 10);
+    return true;
+  });
+  ASSERT_TRUE(reading.fault);
+  EXPECT_EQ("can't be read: it ends too early", reading.fault->text);
+}
+
 // The first memory that is asked for is that for all of the text.
 TEST_F(PlanFile, SaysWhichPlanNeedsMoreMemoryThanThereIs) {
   const std::string path = Put(PlanText(PlanWithAllKinds()));
