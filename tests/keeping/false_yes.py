@@ -298,6 +298,8 @@ class Hunt:
         reading = ("openat", "newfstatat", "read", "pread64", "lseek", "fsync", "ioctl", "fstatfs")
         cases = [(path, call, "EIO") for path in paths for call in reading]
         cases += [(path, call, "EIO") for path in folders for call in ("openat", "getdents64")]
+        # Without its name in them the folder is gone after a loss of power.
+        cases += [(path, "fsync", "EIO") for path in (scene.kept, scene.top)]
         # The C library takes a folder that is gone for one that has ended.
         cases += [(path, "getdents64", "ENOENT") for path in folders]
         cases = cases if self.whole else self.random.sample(cases, 8)

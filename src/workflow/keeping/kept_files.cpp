@@ -68,6 +68,7 @@ Reason KeptFiles::WhyUnflushed(const ListedBytes& bytes, const ListedFile& file)
   if (!error && !flushed_.contains(file.folder)) {
     const Descriptor folder = OpenToRead(FolderOf(file.path));
     error = folder < 0 ? LastError() : Flush(folder);
+    if (!error) error = FlushAbove(folder, flushedAbove_);
     if (!error) flushed_.insert(file.folder);
   }
   if (!error) return std::nullopt;

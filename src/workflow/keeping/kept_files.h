@@ -13,6 +13,7 @@
 #include "workflow/finding.h"
 #include "workflow/keeping/card_files.h"
 #include "workflow/keeping/listed_bytes.h"
+#include "workflow/system/flush_folders.h"
 
 namespace clipchain {
 
@@ -69,6 +70,7 @@ class KeptFiles {
   std::vector<ListedPath> unreadable_;
   // Folders.
   std::set<FileIdentity> flushed_;
+  FlushedFolders flushedAbove_;
   std::vector<KeptFile> files_;
   std::map<long long, std::vector<std::size_t>> bySize_;
   std::map<std::string, std::size_t> byPath_;
