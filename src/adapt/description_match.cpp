@@ -36,6 +36,15 @@ Bytes InFormOf(const Bytes& first, const Bytes& later) {
   return bytes;
 }
 
+// An entry of the first clip's form with what is true of the media of this one and of another.
+void TakeOther(Bytes& entry, const Bytes& other) {
+  for (const RateField& field : RateFieldsOf(entry)) {
+    const std::uint64_t mine = RateAt(entry, field);
+    const std::uint64_t theirs = RateAt(other, field);
+    if (mine != theirs) SetRate(entry, field, RateOfBoth(field.kind, mine, theirs));
+  }
+}
+
 // The first clip's entries by their bytes, and without what they declare about bit rates. Of those
 // that are alike the first one counts.
 class Entries {
@@ -74,13 +83,21 @@ std::optional<MatchedDescriptions> MatchDescriptions(const RawBox& first, const 
   const Entries known(entries);
   MatchedDescriptions matched;
   std::vector<Bytes> declared = entries;
+  std::vector<bool> isDeclared(entries.size());
   for (const RawBox& entry : *theirs) {
     const Bytes alone = Alone(entry);
     const auto place = known.PlaceOf(alone);
     const auto number = static_cast<std::uint32_t>(matched.numbers.size() + 1);
     if (!place && used.count(number) != 0) return std::nullopt;
     matched.numbers.push_back(place ? static_cast<std::uint32_t>(*place + 1) : 0);
-    if (place) declared[*place] = InFormOf(entries[*place], alone);
+    if (!place) continue;
+    const Bytes sameInForm = InFormOf(entries[*place], alone);
+    // Of one clip several may say the same with other rates.
+    if (isDeclared[*place])
+      TakeOther(declared[*place], sameInForm);
+    else
+      declared[*place] = sameInForm;
+    isDeclared[*place] = true;
   }
   constexpr std::size_t kBeforeEntries = 8;
   matched.stsd.assign(first.data.begin(),

@@ -12,8 +12,8 @@ namespace clipchain {
 
 struct MatchedDescriptions {
   // The body of a "stsd" with as many entries, in the same order and form, as the first clip's.
-  // Each declares the bit rates of the later clip's entry that says the same, 0 where that declares
-  // none; one that the later clip lacks is the first clip's.
+  // Each declares the bit rates of the later clip's entries that say the same, 0 where these
+  // declare none; one that the later clip lacks is the first clip's.
   Bytes stsd;
   // For each description of the later clip its number there, counted from 1; 0 without one.
   std::vector<std::uint32_t> numbers;

@@ -394,6 +394,28 @@ TEST(SampleDescriptions, AreFoundAmongThoseOfTheFirstClip) {
   }
 }
 
+// Two of the later clip are one of the result, whatever the rates that either declares.
+TEST(SampleDescriptions, OfTheSameWithOtherRatesCountTogether) {
+  using namespace support;
+  const Bytes entry = AvcEntry();
+  for (const auto& later :
+       {std::vector{OfRate(entry, 900), OfRate(entry, 600)}, std::vector{OfRate(entry, 900), entry},
+        std::vector{OfRate(entry, 500), OfRate(entry, 900)}}) {
+    FitClips clips;
+    clips.push_back(DescribedClip({OfRate(entry, 500)}, 1));
+    clips.push_back(DescribedClip(later, 1));
+    FitReport report;
+    const auto adaptation = MakeSampleDescriptions();
+    adaptation->Adapt(clips, report);
+    EXPECT_TRUE(report.problems.empty());
+    RawBox movie = clips[0].movie;
+    adaptation->Complete(movie);
+    const Bytes& found = SampleTable(*TracksOf(movie)[0])->Child(FourCc("stsd"))->data;
+    const Bytes wanted = U32(1) + U32(900);
+    EXPECT_NE(std::search(found.begin(), found.end(), wanted.begin(), wanted.end()), found.end());
+  }
+}
+
 TEST(SampleDescriptions, ThatDeclareNoRatesAreNoOthers) {
   const Bytes bare = support::AvcEntry();
   for (const bool isFirst : {true, false}) {
