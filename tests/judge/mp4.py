@@ -301,7 +301,8 @@ def read_tables(track):
     stsc = table.get(b"stsc").data
     runs = [struct.unpack_from(">III", stsc, 8 + i * 12) for i in range(u32(stsc, 4))]
     number, dts, run = 0, 0, 0
-    for chunk, at in enumerate(chunks):
+    # Without runs no chunk holds a sample, wherever it is.
+    for chunk, at in enumerate(chunks if runs else []):
         while run + 1 < len(runs) and runs[run + 1][0] <= chunk + 1:
             run += 1
         for _ in range(runs[run][1]):
