@@ -278,6 +278,17 @@ TEST(SampleDescriptions, TheLargestRatesAreDeclared) {
   EXPECT_NE(std::search(found.begin(), found.end(), wanted.begin(), wanted.end()), found.end());
 }
 
+// What the first track of the result says of its samples: the body of "stsd".
+Bytes JoinedDescriptions(FitClips& clips) {
+  FitReport report;
+  const auto adaptation = MakeSampleDescriptions();
+  adaptation->Adapt(clips, report);
+  EXPECT_TRUE(report.problems.empty());
+  RawBox movie = clips[0].movie;
+  adaptation->Complete(movie);
+  return SampleTable(*TracksOf(movie)[0])->Child(FourCc("stsd"))->data;
+}
+
 // What a "dfLa" says of one clip alone is left out; its frame sizes are those of all.
 TEST(SampleDescriptions, FramesOfAllClipsAreDeclared) {
   using namespace support;
@@ -293,13 +304,7 @@ TEST(SampleDescriptions, FramesOfAllClipsAreDeclared) {
   };
   const auto joined = [](const std::vector<MovieBuilder>& builders) {
     FitClips clips = ClipsOf(builders);
-    FitReport report;
-    const auto adaptation = MakeSampleDescriptions();
-    adaptation->Adapt(clips, report);
-    EXPECT_TRUE(report.problems.empty());
-    RawBox movie = clips[0].movie;
-    adaptation->Complete(movie);
-    const Bytes found = SampleTable(*TracksOf(movie)[0])->Child(FourCc("stsd"))->data;
+    const Bytes found = JoinedDescriptions(clips);
     return Slice(found, found.size() - 34, found.size());
   };
   const auto wanted = [](unsigned int least, unsigned int most) {
@@ -404,13 +409,7 @@ TEST(SampleDescriptions, OfTheSameWithOtherRatesCountTogether) {
     FitClips clips;
     clips.push_back(DescribedClip({OfRate(entry, 500)}, 1));
     clips.push_back(DescribedClip(later, 1));
-    FitReport report;
-    const auto adaptation = MakeSampleDescriptions();
-    adaptation->Adapt(clips, report);
-    EXPECT_TRUE(report.problems.empty());
-    RawBox movie = clips[0].movie;
-    adaptation->Complete(movie);
-    const Bytes& found = SampleTable(*TracksOf(movie)[0])->Child(FourCc("stsd"))->data;
+    const Bytes found = JoinedDescriptions(clips);
     const Bytes wanted = U32(1) + U32(900);
     EXPECT_NE(std::search(found.begin(), found.end(), wanted.begin(), wanted.end()), found.end());
   }

@@ -303,6 +303,33 @@ class FourBytes final : public rescue::FrameMethod {
   }
 };
 
+namespace {
+
+// What the pieces of sound of one clip teach about others.
+class LearnedPieces {
+ public:
+  clipchain::Reason Learn(const std::string& path) {
+    if (clipchain::Reason why = reference_.Load(path)) return why;
+    patterns_.Learn(reference_, 0);
+    methods_[1] = std::make_unique<FourBytes>();
+    return std::nullopt;
+  }
+  // Whether so many samples fill a piece between two pictures.
+  bool Fill(std::uint64_t samples) {
+    rescue::MediaWindow window(reference_.file());
+    return rescue::SolveGap(patterns_, methods_, window, {100, 100 + samples * 4},
+                            rescue::GapPlace::kInside)
+        .has_value();
+  }
+
+ private:
+  rescue::Reference reference_;
+  rescue::GapPatterns patterns_;
+  rescue::FrameMethods methods_ = rescue::FrameMethods(2);
+};
+
+}  // namespace
+
 // Packets of 100 samples, of which the reference happens to have no two in a row.
 TEST(GapPatterns, OfPacketsAreFilledByAnyFewOfThem) {
   const TempDir folder;
@@ -313,18 +340,9 @@ TEST(GapPatterns, OfPacketsAreFilledByAnyFewOfThem) {
     pieces.push_back(6);  // where the recording ended
     const std::string path = folder / (isRegular ? "packets" : "others");
     WriteFile(path, WithPieces(pieces));
-    rescue::Reference reference;
-    ASSERT_EQ(std::nullopt, reference.Load(path));
-    rescue::GapPatterns patterns;
-    patterns.Learn(reference, 0);
-    rescue::FrameMethods methods(2);
-    methods[1] = std::make_unique<FourBytes>();
-    rescue::MediaWindow window(reference.file());
-    const auto fills = [&](std::uint64_t samples) {
-      return rescue::SolveGap(patterns, methods, window, {100, 100 + samples * 4},
-                              rescue::GapPlace::kInside)
-          .has_value();
-    };
+    LearnedPieces learned;
+    ASSERT_EQ(std::nullopt, learned.Learn(path));
+    const auto fills = [&learned](std::uint64_t samples) { return learned.Fill(samples); };
     EXPECT_TRUE(fills(300));
     EXPECT_EQ(fills(200), isRegular);
     EXPECT_EQ(fills(500), isRegular);
@@ -342,18 +360,9 @@ TEST(GapPatterns, OfManyLengthsFillOthersOnlyWhereNoTwoFitIntoOne) {
     pieces.push_back(6);  // where the recording ended
     const std::string path = folder / std::to_string(least);
     WriteFile(path, WithPieces(pieces));
-    rescue::Reference reference;
-    ASSERT_EQ(std::nullopt, reference.Load(path));
-    rescue::GapPatterns patterns;
-    patterns.Learn(reference, 0);
-    rescue::FrameMethods methods(2);
-    methods[1] = std::make_unique<FourBytes>();
-    rescue::MediaWindow window(reference.file());
-    const auto fills = [&](std::uint64_t samples) {
-      return rescue::SolveGap(patterns, methods, window, {100, 100 + samples * 4},
-                              rescue::GapPlace::kInside)
-          .has_value();
-    };
+    LearnedPieces learned;
+    ASSERT_EQ(std::nullopt, learned.Learn(path));
+    const auto fills = [&learned](std::uint64_t samples) { return learned.Fill(samples); };
     EXPECT_TRUE(fills(least + 8));
     EXPECT_EQ(fills(least + 9), isFilled);
     EXPECT_FALSE(fills(least - 1));
