@@ -23,8 +23,8 @@ std::optional<Grade> GradeBy(const LinkEvidence& all, bool valueIsNumbered) {
   // Numbers that leave clips with the value out may have been given by somebody else.
   if (identity && split && (clock || (numbers && valueIsNumbered))) return Grade::kCertain;
   if (clock && (numbers || split)) return Grade::kLikely;
-  // Here the clock is silent.
-  if (numbers && !clock) return Grade::kPossible;
+  // Here the clock is silent, or it would have told more.
+  if (numbers) return Grade::kPossible;
   return std::nullopt;
 }
 
