@@ -105,6 +105,12 @@ class Linking {
 
 }  // namespace
 
+Grade Chain::WeakestGrade() const {
+  Grade grade = Grade::kCertain;
+  for (const UnitLink& link : links) grade = std::min(grade, link.link.strength.grade);
+  return grade;
+}
+
 std::vector<Chain> ChainsOf(const std::vector<bool>& identified, std::vector<UnitLink> links) {
   std::stable_sort(links.begin(), links.end(), [](const UnitLink& a, const UnitLink& b) {
     return a.link.strength > b.link.strength;

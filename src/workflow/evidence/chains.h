@@ -23,6 +23,8 @@ struct Chain {
   std::vector<UnitLink> links;
   // At an end it could go on in several ways.
   bool isUnclear = false;
+
+  Grade WeakestGrade() const;
 };
 
 // Takes the strongest links first. Where two of the same strength lead from one unit, or to one,

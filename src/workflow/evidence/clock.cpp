@@ -8,7 +8,7 @@
 #include <string>
 
 #include "clip/mp4_util.h"
-#include "workflow/evidence/numbers.h"
+#include "workflow/evidence/still_clock.h"
 #include "workflow/system/files.h"
 #include "workflow/system/part_name.h"
 
@@ -20,51 +20,6 @@ using Custom = ClockCustom;
 constexpr Custom kCustoms[] = {Custom::kStart, Custom::kEnd, Custom::kOne};
 // More clips than that at one moment are no continuation of anything.
 constexpr std::size_t kMostNear = 8;
-
-bool IsNextTo(const std::vector<NextClip>& next, std::size_t clip) {
-  return std::any_of(next.begin(), next.end(),
-                     [clip](const NextClip& other) { return other.clip == clip; });
-}
-
-bool HasNumber(const FamilyClip& clip) {
-  return std::any_of(clip.name.begin(),
-                     clip.name.begin() + static_cast<std::ptrdiff_t>(
-                                             std::min(clip.name.rfind('.'), clip.name.size())),
-                     [](char c) { return c >= '0' && c <= '9'; });
-}
-
-// Whether clips of one series and one time are no recording: one of them is followed by none of the
-// others though it is not the last, or is followed though it stops at no limit.
-bool AreApart(const Family& family, const std::vector<std::size_t>& clips) {
-  std::size_t last = 0;
-  for (const std::size_t i : clips) {
-    const FamilyClip& clip = family.clips[i];
-    const bool isFollowed = std::any_of(clips.begin(), clips.end(), [&](std::size_t other) {
-      return IsNextTo(clip.next, other) || IsNextTo(clip.nextButOne, other);
-    });
-    if (!isFollowed) ++last;
-    if (isFollowed && !clip.stops) return true;
-  }
-  return last > 1;
-}
-
-// Without numbers: at most one of them is the last of a recording.
-bool StopApart(const Family& family, const std::vector<std::size_t>& clips) {
-  return std::count_if(clips.begin(), clips.end(),
-                       [&](std::size_t i) { return !family.clips[i].stops; }) > 1;
-}
-
-// Whether all clips of a card have one time and stop at a limit: that is the clock of a camera
-// which stands still as well as one recording that was stopped at a limit. Two that share a limit
-// of their own may be two sides of one recording, which is asked elsewhere.
-bool MayStandStill(const FamilyCard& card, const std::vector<std::size_t>& clips) {
-  const auto isFull = [&](std::size_t clip) {
-    return std::any_of(card.limits.begin(), card.limits.end(), [&](const Limit& limit) {
-      return (clips.size() > 2 || limit.IsCommon()) && limit.Has(clip);
-    });
-  };
-  return clips.size() == card.clips.size() && std::all_of(clips.begin(), clips.end(), isFull);
-}
 
 // The clips that continue a clip under a custom.
 std::vector<std::size_t> Continuations(const Family& family, std::size_t clip, Custom custom) {
@@ -135,44 +90,6 @@ std::vector<Custom> CustomsFor(const Family& family, std::size_t before, std::si
   return customs;
 }
 
-// Whether these could all be two of each length. What looks to two sides stops them within a
-// picture of one another, and not always in the same tick.
-bool AreInPairs(std::vector<Nanoseconds> lengths, Nanoseconds frame) {
-  if (lengths.size() % 2 != 0) return false;
-  std::sort(lengths.begin(), lengths.end());
-  for (std::size_t i = 0; i < lengths.size(); i += 2) {
-    if (lengths[i + 1] - lengths[i] > frame) return false;
-  }
-  return true;
-}
-
-// Whether all clips of any one time of the card stand in pairs, be it that of another recording: of
-// this one a clip may be missing. Times that order nothing count, too.
-bool ShowsPairs(const Family& family, std::size_t clip) {
-  std::map<std::int64_t, std::vector<Nanoseconds>> lengths;
-  for (const std::size_t other : family.CardOf(clip).clips) {
-    const ClipTraits& traits = family.Traits(other);
-    if (const auto time = UsableTime(traits.created))
-      lengths[*time].push_back(traits.length.value_or(-1));
-  }
-  return std::any_of(lengths.begin(), lengths.end(), [&](const auto& moment) {
-    return AreInPairs(moment.second, family.Traits(clip).frame);
-  });
-}
-
-// Two clips of one time and one length, which no other clip of the card has, may be chapters of
-// which the last one is full, too, or what looks to two sides.
-bool MayBeTwoSides(const Family& family, std::size_t before, std::size_t behind) {
-  if (family.clips[before].card != family.clips[behind].card) return false;
-  bool isAlone = false;
-  for (const Limit& limit : family.CardOf(before).limits) {
-    if (!limit.Has(before)) continue;
-    if (limit.IsCommon() || limit.clips.size() > 2) return false;
-    isAlone = isAlone || (limit.kind == Limit::Kind::kSharedLength && limit.Has(behind));
-  }
-  return isAlone && ShowsPairs(family, before);
-}
-
 ClockVerdict JudgeByCustom(const FamilyClip& first, const FamilyClip& second, Custom custom) {
   ClockVerdict verdict;
   verdict.custom = custom;
@@ -227,34 +144,6 @@ std::optional<Nanoseconds> BeginOf(const FamilyClip& clip, Custom custom) {
 std::optional<Nanoseconds> EndOf(const FamilyClip& clip, Custom custom) {
   if (!clip.time || !clip.traits->length) return std::nullopt;
   return *clip.time * kSecond + (custom == Custom::kStart ? *clip.traits->length : 0);
-}
-
-void DropSharedTimes(Family& family) {
-  std::vector<std::size_t> unusable;
-  for (const FamilyCard& card : family.cards) {
-    std::map<std::int64_t, std::vector<std::size_t>> byTime;
-    for (const std::size_t i : card.clips) {
-      if (family.clips[i].time) byTime[*family.clips[i].time].push_back(i);
-    }
-    for (const auto& [time, clips] : byTime) {
-      if (clips.size() < 2) continue;
-      std::map<std::string, std::vector<std::size_t>> series;
-      std::vector<std::size_t> unnumbered;
-      for (const std::size_t i : clips) {
-        const FamilyClip& clip = family.clips[i];
-        (HasNumber(clip) ? series[SeriesOf(clip)] : unnumbered).push_back(i);
-      }
-      // A clock that stands still for some of them does so for all.
-      const bool isStill = MayStandStill(card, clips) || StopApart(family, unnumbered) ||
-                           std::any_of(series.begin(), series.end(), [&](const auto& members) {
-                             const bool areTwo = members.second.size() > 1 &&
-                                                 EachBeginsRecording(card, members.first);
-                             return areTwo || AreApart(family, members.second);
-                           });
-      if (isStill) unusable.insert(unusable.end(), clips.begin(), clips.end());
-    }
-  }
-  for (const std::size_t i : unusable) family.clips[i].time.reset();
 }
 
 void NoteCustom(const Family& family, FamilyCard& card) {

@@ -22,10 +22,6 @@ std::optional<std::int64_t> UsableTime(std::uint64_t created);
 std::optional<Nanoseconds> BeginOf(const FamilyClip& clip, ClockCustom custom);
 std::optional<Nanoseconds> EndOf(const FamilyClip& clip, ClockCustom custom);
 
-// Takes away times that several clips share which their numbers or their lengths keep apart. Limits
-// and numbers must be there.
-void DropSharedTimes(Family& family);
-
 // Notes the custom under which most clips of the card that stop at a limit are continued.
 void NoteCustom(const Family& family, FamilyCard& card);
 
