@@ -6,6 +6,7 @@
 #include <set>
 #include <utility>
 
+#include "adapt/chapter_box.h"
 #include "workflow/check.h"
 #include "workflow/keeping/checksum_file.h"
 #include "workflow/keeping/kept_bytes.h"
@@ -33,20 +34,19 @@ bool IsLoss(const Finding& finding) {
          finding.message == Message::kFirstTableOnly;
 }
 
-// How a result may have been merged that has all samples of its clips. What its chapters are called
-// nobody knows but the result; they are no part of a clip.
-std::vector<FitOptions> Variants(const std::vector<std::string>& titles) {
+// How a result may have been merged that has all samples of its clips. Its chapters, if it has any,
+// must have the names of the clips: of other titles nobody could say that they were not changed.
+std::vector<FitOptions> Variants(bool chapters) {
   FitOptions usual;
   FitOptions seams;
   seams.seamsAsTheyAre = true;
   FitOptions exact;
   exact.exact = true;
   std::vector<FitOptions> variants{usual, seams, exact};
-  if (titles.empty()) return variants;
+  if (!chapters) return variants;
   for (FitOptions options : {usual, seams}) {
     options.chapters = true;
-    options.titles = titles;
-    variants.push_back(std::move(options));
+    variants.push_back(options);
   }
   return variants;
 }
@@ -133,6 +133,16 @@ Reason ResultProof::LossOf(const std::vector<std::size_t>& clips, const FitOptio
   return std::nullopt;
 }
 
+// A result without chapters has none of another name.
+bool ResultProof::AreNamesOf(const std::vector<std::size_t>& clips,
+                             const std::vector<std::string>& titles) const {
+  return titles.empty() || std::equal(clips.begin(), clips.end(), titles.begin(), titles.end(),
+                                      [this](std::size_t clip, const std::string& title) {
+                                        return ChapterTitleOf(cards_.Files()[clip].file.path) ==
+                                               title;
+                                      });
+}
+
 bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const Layout& layout,
                        const std::vector<std::size_t>& clips, MergeImage& image) {
   const std::string name = PrintablePath(result.file.path);
@@ -141,7 +151,8 @@ bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const Layout& layou
           name + " has its media, but the clips in another order than their identifiers say");
     return false;
   }
-  for (const FitOptions& options : Variants(ChapterTitlesIn(bytes.Bytes(), clips.size()))) {
+  const std::vector<std::string> titles = ChapterTitlesIn(bytes.Bytes(), clips.size());
+  for (const FitOptions& options : Variants(!titles.empty())) {
     if (!MakeMergeImage(PathsOf(clips), options, layout, image).empty() ||
         !OwnBytesFit(result, bytes, image))
       continue;
@@ -150,7 +161,9 @@ bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const Layout& layou
     Blame(clips, name + " is a merge that lost something: " + *loss);
     return false;
   }
-  Blame(clips, name + " has its media, but is not what a merge of these clips gives");
+  Blame(clips, name + (AreNamesOf(clips, titles)
+                           ? " has its media, but is not what a merge of these clips gives"
+                           : " has its media, but chapters of other names than the clips have"));
   return false;
 }
 

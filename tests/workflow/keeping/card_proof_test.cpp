@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "support/sequences.h"
@@ -80,6 +81,25 @@ TEST_F(CardProofTest, ComparesEveryByteOfAResultOfAnyLayout) {
       EXPECT_THAT(NotKept(), SizeIs(3)) << at;
       ChangeByte(result, at);
     }
+  }
+}
+
+TEST_F(CardProofTest, ComparesTheNamesOfChaptersWithThoseOfTheClips) {
+  clipchain::SafeMergeOptions merge;
+  merge.check.output = folder.path() / "kept" / "out.mp4";
+  merge.check.fitting.chapters = true;
+  ASSERT_TRUE(clipchain::SafeMerge(clips, merge).done);
+  EXPECT_THAT(NotKept(), IsEmpty());
+  const Bytes bytes = support::ReadFile(merge.check.output);
+  const std::string title = "clip2.mp4";
+  const auto found = std::search(bytes.begin(), bytes.end(), title.begin(), title.end());
+  ASSERT_NE(bytes.end(), found);
+  const auto at = static_cast<std::size_t>(found - bytes.begin());
+  for (std::size_t byte = 0; byte < title.size(); ++byte) {
+    ChangeByte(merge.check.output, at + byte);
+    EXPECT_THAT(NotKept(), SizeIs(3)) << byte;
+    EXPECT_THAT(Prove().notKept[0].reason, HasSubstr("chapters of other names"));
+    ChangeByte(merge.check.output, at + byte);
   }
 }
 
