@@ -135,6 +135,7 @@ class Trial:
         verify = ["verify", self.place / "card", "--against"]
         answer = self.run(*verify, kept, clips=[])
         self.expect(answer.returncode != 0, f"shared blocks count as a copy: {answer.stdout}")
+        self.expect("shares its blocks" in answer.stdout, f"nobody is told why: {answer.stdout}")
         shutil.copytree(kept, self.elsewhere / "copied")
         answer = self.run(*verify, self.elsewhere / "copied", clips=[])
         self.expect(answer.returncode == 0, f"a copy does not count: {answer.stdout}{answer.stderr}")

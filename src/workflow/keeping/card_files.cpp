@@ -7,6 +7,7 @@
 #include "workflow/clip_info.h"
 #include "workflow/clip_search.h"
 #include "workflow/keeping/listed_bytes.h"
+#include "workflow/system/files.h"
 #include "workflow/system/part_name.h"
 
 namespace clipchain {
@@ -33,6 +34,9 @@ std::vector<ListedPath> Differences(const std::vector<ListedFile>& before,
       // By times and size: to read all of it again would take as long as the proof.
     } else if (!(same->second->stamp == file.stamp)) {
       differences.push_back({file.path, "changed while the cards were looked at"});
+    } else if (same->second->path != file.path) {
+      // A folder above it has another name: the file has not changed, and was looked for elsewhere.
+      differences.push_back({same->second->path, "is now " + PrintablePath(file.path)});
     }
     if (same != left.end()) left.erase(same);
   }

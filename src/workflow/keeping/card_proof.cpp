@@ -127,7 +127,7 @@ void Proving::TryResults(ResultProof& results, const Meter& meter, bool withArch
   for (KeptFile& file : kept_.Files()) {
     // Results may lie on a slow share: once all clips are kept no other one is read.
     if (!ClipsNeedMore() || meter.Stopped()) return;
-    if (!file.usable || !file.mayBeResult || file.file.stamp.size == 0) continue;
+    if (file.whyNot || !file.mayBeResult || file.file.stamp.size == 0) continue;
     if (withArchive) {
       results.TryArchive(file);
     } else {

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "workflow/keeping/checksum_file.h"
+#include "workflow/system/files.h"
 #include "workflow/system/part_name.h"
 
 namespace clipchain {
@@ -49,10 +50,10 @@ std::vector<std::size_t> CopyProof::CandidatesFor(const CardFile& file, ListedBy
   const std::optional<std::uint64_t> probe = ProbeEnds(bytes.Bytes(), size);
   for (const std::size_t index : sameSize) {
     KeptFile& candidate = kept_.Files()[index];
-    if (!candidate.probe && candidate.usable) {
+    if (!candidate.probe) {
       ListedBytes other(candidate.file);
-      candidate.usable = !other.Why();
-      if (candidate.usable) candidate.probe = ProbeEnds(other.Bytes(), size);
+      if (other.Why()) candidate.whyNot = other.Why();
+      if (!other.Why()) candidate.probe = ProbeEnds(other.Bytes(), size);
     }
     if (probe && candidate.probe == probe) candidates.push_back(index);
   }
@@ -67,7 +68,7 @@ std::vector<std::size_t> CopyProof::CandidatesFor(const CardFile& file, ListedBy
 Reason CopyProof::Compare(CardFile& file, KeptFile& candidate) {
   Reason why;
   const std::unique_ptr<ListedBytes> copy = kept_.Open(candidate, cards_, why);
-  if (copy == nullptr) return candidate.file.path + ' ' + *why;
+  if (copy == nullptr) return PrintablePath(candidate.file.path) + ' ' + *why;
   ListedBytes bytes(file.file);
   if (bytes.Why()) return bytes.Why();
   return compare_.Compare({copy->Bytes(), candidate.file.path, 0},
@@ -94,11 +95,14 @@ void CopyProof::Try(CardFile& file) {
   std::optional<std::string> mine;
   bool first = true;
   for (const std::size_t candidate : CandidatesFor(file, bytes)) {
-    // After a difference in the middle, what has the same hash is compared alone.
-    if (!first && !mine) mine = HashFile(bytes.Bytes(), nullptr);
-    if (!first && HashOf(candidate) != mine) continue;
-    first = false;
     KeptFile& copy = kept_.Files()[candidate];
+    // After a difference in the middle, what has the same hash is compared alone. What keeps
+    // nothing is not read at all.
+    if (!first && !copy.whyNot) {
+      if (!mine) mine = HashFile(bytes.Bytes(), nullptr);
+      if (HashOf(candidate) != mine) continue;
+    }
+    first = first && copy.whyNot.has_value();
     const Reason why = Compare(file, copy);
     if (meter_.Stopped()) return;
     // From the first byte to the last: hashes and ends only choose what is compared.

@@ -49,6 +49,8 @@ bool KeptFiles::Hides(const std::string& path) const {
 }
 
 std::unique_ptr<ListedBytes> KeptFiles::Open(KeptFile& file, CardFiles& cards, Reason& why) {
+  // One that is no proof for one clip is none for any other.
+  if (why = file.whyNot; why) return nullptr;
   auto bytes = std::make_unique<ListedBytes>(file.file);
   why = bytes->Why();
   if (!why && cards.Blocks().Touch(file.file.stamp, BlocksOf(bytes->descriptor())))
@@ -56,9 +58,8 @@ std::unique_ptr<ListedBytes> KeptFiles::Open(KeptFile& file, CardFiles& cards, R
   if (!why && MayLieBeneath(bytes->descriptor()))
     why = "lies on an overlay that does not tell its blocks, and may be a file of a card";
   if (!why) why = WhyUnflushed(*bytes, file.file);
-  file.usable = !why;
-  // One that is no proof for one clip is none for any other.
-  if (!file.usable) bytes.reset();
+  file.whyNot = why;
+  if (why) bytes.reset();
   return bytes;
 }
 

@@ -21,7 +21,8 @@ struct KeptFile {
   ListedFile file;
   // Of its beginning and end, once asked for.
   std::optional<std::uint64_t> probe{};
-  bool usable = true;
+  // The rest of a sentence that begins with its path: why it keeps nothing, once that is known.
+  Reason whyNot{};
   // That proves clips by itself.
   bool mayBeResult = true;
   // Something on a card is kept by it.
@@ -45,7 +46,7 @@ class KeptFiles {
   bool Hides(const std::string& path) const;
 
   // Opens a file whose bytes are to count: it is what was listed, is on its disk, and shares no
-  // block with a card. Null, and why, else.
+  // block with a card. Null, and why, else, from then on.
   std::unique_ptr<ListedBytes> Open(KeptFile& file, CardFiles& cards, Reason& why);
 
   // From now on the file, and what else lies in its folder, must stay what it is.

@@ -185,23 +185,34 @@ Reason ResultProof::CheckArchive(KeptFile& result, ListedBytes& bytes, KeptFile&
 }
 
 void ResultProof::TryArchive(KeptFile& result) {
-  KeptFile* const archive = kept_.At(result.file.path + std::string(kOriginalsSuffix));
+  const std::string path = result.file.path + std::string(kOriginalsSuffix);
+  KeptFile* const archive = kept_.At(path);
   if (archive == nullptr) {
-    result.usable = result.usable && !kept_.Hides(result.file.path + std::string(kOriginalsSuffix));
+    if (kept_.Hides(path)) {
+      result.whyNot = "is beside an archive of originals that can't be used";
+      BlameUnusable(result);
+    }
     return;
   }
   // What it keeps is said by its archive: a clip that is otherwise anywhere is not among them.
   result.mayBeResult = false;
   Reason why;
   const std::unique_ptr<ListedBytes> bytes = kept_.Open(result, cards_, why);
-  if (bytes == nullptr) return;
+  if (bytes == nullptr) return BlameUnusable(result);
   bool elsewhere = false;
   why = CheckArchive(result, *bytes, *archive, elsewhere);
   if (!why) return;
   // With an archive that does not fit the result counts for nothing, and its clips are told why.
   // One of clips that lie elsewhere fits: the result may be the copy of a file of the cards.
-  result.usable = elsewhere;
+  if (!elsewhere) result.whyNot = "is beside an archive of originals that does not fit";
   BlameAllOf(*bytes, PrintablePath(archive->file.path) + ' ' + *why);
+}
+
+void ResultProof::BlameUnusable(const KeptFile& result) {
+  // Which clips it has can be seen though it keeps none of them.
+  ListedBytes bytes(result.file);
+  if (!bytes.Why())
+    BlameAllOf(bytes, PrintablePath(result.file.path) + " has its media, but " + *result.whyNot);
 }
 
 // Those whose media stands in the file.

@@ -136,11 +136,11 @@ Reason ResultProof::LossOf(const std::vector<std::size_t>& clips, const FitOptio
 // A result without chapters has none of another name.
 bool ResultProof::AreNamesOf(const std::vector<std::size_t>& clips,
                              const std::vector<std::string>& titles) const {
-  return titles.empty() || std::equal(clips.begin(), clips.end(), titles.begin(), titles.end(),
-                                      [this](std::size_t clip, const std::string& title) {
-                                        return ChapterTitleOf(cards_.Files()[clip].file.path) ==
-                                               title;
-                                      });
+  return titles.empty() ||
+         std::equal(clips.begin(), clips.end(), titles.begin(), titles.end(),
+                    [this](std::size_t clip, const std::string& title) {
+                      return ChapterTitleOf(cards_.Files()[clip].file.path) == title;
+                    });
 }
 
 bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const Layout& layout,
@@ -194,7 +194,7 @@ Reason ResultProof::CompareContent(KeptFile& result, ListedBytes& bytes,
 void ResultProof::TryContent(KeptFile& result) {
   Reason why;
   const std::unique_ptr<ListedBytes> bytes = kept_.Open(result, cards_, why);
-  if (bytes == nullptr) return;
+  if (bytes == nullptr) return BlameUnusable(result);
   TopLevel boxes;
   if (why = boxes.Read(bytes->Bytes()); why)
     return BlameAllOf(*bytes, PrintablePath(result.file.path) + " has its media, but " + *why);

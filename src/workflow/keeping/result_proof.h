@@ -55,6 +55,7 @@ class ResultProof {
   bool OwnBytesFit(KeptFile& result, ListedBytes& bytes, const MergeImage& image);
 
   void Keep(const std::vector<std::size_t>& clips, Keeping keeping);
+  void BlameUnusable(const KeptFile& result);
   void BlameAllOf(ListedBytes& bytes, const std::string& reason);
   void Blame(const std::vector<std::size_t>& clips, const std::string& reason);
   std::vector<std::string> PathsOf(const std::vector<std::size_t>& clips) const;

@@ -19,6 +19,7 @@ using support::Bytes;
 using support::operator+;
 using testing::Contains;
 using testing::ElementsAre;
+using testing::Field;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -359,6 +360,24 @@ TEST_F(CardProofTest, DoesNotCountWhatIsChangedWhileItRuns) {
   EXPECT_THAT(NotKept(), Contains("late link"));
 }
 
+TEST_F(CardProofTest, NoticesFoldersThatAreRenamedWhileItRuns) {
+  fs::create_directory(folder.path() / "kept/x");
+  Merge(clips, "x/out.mp4");
+  PutOnCard("100/note.txt", {1});
+  PutBeside("note.txt", {1});
+  ASSERT_THAT(NotKept(), IsEmpty());
+  for (const char* name : {"card/100", "kept/x"}) {
+    const fs::path path = folder.path() / name;
+    options.progress = [&, once = true](const Step& step) mutable {
+      if (step.phase == Phase::kVerifying && std::exchange(once, false))
+        fs::rename(path, path.string() + "b");
+      return true;
+    };
+    EXPECT_THAT(Prove().notKept, Contains(Field(&PathAndReason::reason,
+                                                HasSubstr("is now " + path.string() + "b/"))));
+  }
+}
+
 TEST_F(CardProofTest, MirrorsAResultWithItsArchive) {
   const std::string result = Merge(clips, "out.mp4", Originals());
   const fs::path card = folder.path() / "card";
@@ -376,6 +395,16 @@ TEST_F(CardProofTest, LetsNoCopyCountBesideAnArchiveThatDoesNotFit) {
   EXPECT_THAT(NotKept(), IsEmpty());
   PutBeside("clip1.mp4.originals", {1, 2, 3});
   EXPECT_THAT(NotKept(), ElementsAre("clip1.mp4"));
+  EXPECT_THAT(Prove().notKept[0].reason, HasSubstr("clip1.mp4 is beside an archive"));
+}
+
+TEST_F(CardProofTest, SaysOfWhichClipsAnUnusableResultIs) {
+  const std::string result = Merge(clips, "out.mp4");
+  ASSERT_EQ(0, ::mkfifo((result + ".originals").c_str(), 0600));
+  const CardProof proof = Prove();
+  ASSERT_THAT(proof.notKept, SizeIs(3));
+  for (const PathAndReason& path : proof.notKept)
+    EXPECT_THAT(path.reason, HasSubstr("out.mp4 has its media, but is beside an archive"));
 }
 
 TEST_F(CardProofTest, NotesWhatLiesOnTheFileSystemOfACard) {
