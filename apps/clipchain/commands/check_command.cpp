@@ -44,6 +44,7 @@ std::string TextOf(const CheckCommand& options, const CheckReport& report) {
            std::any_of(missing.begin(), missing.end(),
                        [&finding](const Finding& name) { return name.path == finding.path; });
   });
+  // Notes and the summary are what --quiet is to keep away; what would be regretted is not.
   if (options.quiet) return FindingsText(Grave(listed), Paint(stdout));
   return CheckText(options.inputs, report, listed, Paint(stdout));
 }

@@ -29,6 +29,7 @@ int Run(const std::vector<std::string>& names) {
                              PrintablePath(name))
                      .c_str(),
                  stderr);
+      // The others are explained all the same: each name is a question of its own.
       exitCode = kFailed;
       continue;
     }

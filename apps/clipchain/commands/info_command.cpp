@@ -28,6 +28,7 @@ struct InfoCommand {
 // Whether the file is a readable clip.
 bool Tell(const std::string& path, const InfoCommand& command, InfoOutput& output) {
   ClipInfo info;
+  // What a clip says stands ahead of its boxes, and is known when the first of them is found.
   bool begun = false;
   const auto begin = [&] {
     if (!begun) output.Begin(path, info);
@@ -62,6 +63,7 @@ int Run(const InfoCommand& command) {
     output = std::make_unique<InfoText>(command.tree);
   std::size_t readable = 0;
   for (const std::string& path : command.paths) {
+    // Whoever read it has gone, as "head" does: no further clip need be opened.
     if (OutputFailed()) break;
     if (StopSignal() != 0) return kFailed;
     if (Tell(path, command, *output)) ++readable;

@@ -84,6 +84,7 @@ int WithPage(const JoinCommand& command, const JoinPlan& plan, const JoinReport*
 }
 
 int PlanCode(const JoinPlan& plan) {
+  // A card that is not mounted must not look like one that is done.
   if (plan.jobs.empty()) return kFailed;
   return LeavesOut(plan) ? kIncomplete : kDone;
 }
@@ -99,6 +100,7 @@ void PrintGrave(const JoinPlan& plan, const Jobs& jobs) {
   std::string text;
   for (const auto& job : jobs) text += FindingsText(Grave(job.findings), Paint(stderr));
   text += FindingsText(Grave(plan.findings), Paint(stderr));
+  // With --quiet nothing else would say why the exit code is 1.
   if (plan.jobs.empty()) text += "clipchain: there are no clips\n";
   std::fputs(text.c_str(), stderr);
 }
@@ -106,6 +108,7 @@ void PrintGrave(const JoinPlan& plan, const Jobs& jobs) {
 int WriteJobs(const JoinCommand& command, JoinPlan plan) {
   const int planned = PlanCode(plan);
   ProgressLine line(stderr, command.quiet);
+  // The plan gets its name as a result does, and may have left a hidden file if it was killed.
   const auto remove = LeftoverQuestion(command.removeLeftovers, command.json, line);
   for (const Finding& finding : LookForLeftovers(command.planFile, remove))
     plan.findings.push_back(finding);
@@ -176,6 +179,7 @@ int Run(const JoinCommand& command) {
   JoinPlan plan = MakePlan(command);
   if (StopSignal() != 0) return kFailed;
   if (!command.html.empty()) {
+    // Ahead of hours of copying that would end without the page.
     if (const Reason why = WhyNoPage(command.html, plan)) return FailPage(command.html, *why);
   }
   if (command.dryRun) {
@@ -231,6 +235,7 @@ void AddJoinCommand(CLI::App& tool, int& exitCode) {
   CLI::Option* ask = AddEvidenceOptions(*command, *options);
   CLI::Option* dryRun =
       command->add_flag("--dry-run", options->dryRun, "Show what would be done, and do nothing");
+  // To know what a rescue finds it has to be done.
   rescue->excludes(dryRun);
   MustBeGiven(command->add_option(
                   "--plan", options->planFile,
@@ -252,6 +257,7 @@ void AddJoinCommand(CLI::App& tool, int& exitCode) {
   command->add_flag("--json", options->json, "Print for programs")->excludes(ask);
   command->callback([options, &exitCode] {
     if (options->ask && !IsOnTerminal())
+      // Nobody would answer, and what nobody was asked about must not be joined.
       throw CLI::ValidationError("--ask needs a terminal; --accept needs none");
     exitCode = Run(*options);
   });

@@ -11,6 +11,7 @@ namespace clipchain {
 
 namespace {
 
+// A clip is adapted in one way in each of its tracks, and counts once.
 std::size_t CountClips(const std::vector<Adapted>& adaptations, const std::string& name) {
   std::set<std::string> paths;
   for (const Adapted& adapted : adaptations) {
@@ -39,6 +40,7 @@ Json AdaptationsJson(const std::vector<Adapted>& adaptations) {
     Json object;
     object["name"] = adapted.name;
     SetPath(object, adapted.path);
+    // Tracks count from 1 (ISO/IEC 14496-12, 8.3.2): 0 is none, which programs read as null.
     object["track"] = adapted.track != 0 ? Json(adapted.track) : Json();
     object["text"] = adapted.text;
     array.push_back(object);

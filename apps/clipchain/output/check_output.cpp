@@ -35,6 +35,7 @@ std::string SummaryText(const std::vector<std::string>& inputs, const CheckRepor
     if (count != 0) found += (found.empty() ? "" : ", ") + Counted(count, SeverityName(severity));
   }
   text += found.empty() ? "nothing speaks against a merge" : found;
+  // Nobody knows the size of what the engine refuses to make.
   if (CountOf(report.findings, Severity::kRefusal) == 0)
     text += fmt::format("; the merged file takes {}", FormatBytes(report.outputSize));
   return text + '\n';
@@ -45,12 +46,15 @@ std::string SummaryText(const std::vector<std::string>& inputs, const CheckRepor
 std::string CheckText(const std::vector<std::string>& inputs, const CheckReport& report,
                       const Findings& listed, const Paint& paint) {
   std::string text = FindingsText(listed, paint);
+  // A single clip meets no other, so that a table of seams would have no row.
   if (inputs.size() > 1 && !report.seams.empty()) {
     text += fmt::format("{:>12}  {}\n", "drift", "behind");
     for (const Seam& seam : report.seams) {
       text += fmt::format("{:>9.1f} ms  {}\n", seam.milliseconds, PrintablePath(inputs[seam.clip]));
     }
   }
+  // The adaptations are listed in either case: with --force they are made though more speaks
+  // against it.
   const bool fits = !HoldsUp(report.findings, false);
   text += AdaptationsText(report.adaptations, fits ? "fits after adapting" : "would be adapted",
                           inputs.size());
@@ -65,6 +69,8 @@ std::string CheckJson(const std::vector<std::string>& inputs, const CheckOptions
   for (const std::string& input : inputs) {
     Json clip;
     SetPath(clip, input);
+    // Null and not 0: behind the last clip there is no seam, and of a refused one nobody knows the
+    // drift.
     clip["drift"] = nullptr;
     document["clips"].push_back(clip);
   }

@@ -104,6 +104,7 @@ std::string Indent(unsigned int depth) {
 void InfoText::Begin(const std::string& path, const ClipInfo& info) {
   const char* const yes = "yes";
   const char* const no = "no";
+  // A line without words sets clips apart, and none stands behind the last one.
   Print(fmt::format("{}{}\n", first_ ? "" : "\n", PrintablePath(path)));
   first_ = false;
   const auto add = [](const char* what, const std::string& value) {
@@ -131,6 +132,7 @@ void InfoText::Box(const BoxInfo& box) {
 }
 
 void InfoText::Unreadable(const std::string&, const Findings& why) {
+  // Whoever keeps what is printed wants clips in it, and sees on the terminal what is none.
   std::fputs(FindingsText(why, Paint(stderr)).c_str(), stderr);
 }
 
@@ -167,6 +169,7 @@ void InfoJson::Box(const BoxInfo& box) {
   fields["position"] = box.position;
   fields["size"] = box.size;
   std::string text = fields.dump();
+  // The brace at the end, which closes behind the children that are still to come.
   text.pop_back();
   Print(fmt::format("{}    {}{},\"children\":[", isFirst ? "\n" : ",\n", Indent(box.depth), text));
   depth_ = box.depth + 1;
@@ -174,6 +177,7 @@ void InfoJson::Box(const BoxInfo& box) {
 
 void InfoJson::EndClip() {
   LeaveBoxes(0);
+  // The brace that OpenObject took away.
   Print(tree() ? "]\n}" : "\n}");
   if (!isArray_) Print("\n");
 }

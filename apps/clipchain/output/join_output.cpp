@@ -83,6 +83,8 @@ std::string MoreWords(const JoinPlan& plan) {
     std::size_t incomplete = 0;
     std::size_t clips = 0;
     for (const PlannedProposal& planned : plan.proposed) {
+      // What is accepted is joined already, and the lowest grade that adds anything is the next
+      // step.
       if (planned.accepted || planned.proposal.grade != grade) continue;
       ++recordings;
       if (!planned.proposal.complete) ++incomplete;
@@ -122,6 +124,7 @@ std::string CountText(const JoinPlan& plan, const JoinReport& report) {
   const auto isCopy = [](const Job& job) { return job.leftOut == LeftOut::kCopy; };
   const auto copies = std::count_if(plan.jobs.begin(), plan.jobs.end(), isCopy);
   add(copies, copies == 1 ? "copy left out" : "copies left out");
+  // A last line without words would read as if the tool had failed.
   return text.empty() ? "nothing to join" : text;
 }
 
@@ -144,6 +147,7 @@ std::string_view WhyNotKept(const Job& job, const JobReport& report) {
 std::string KeptText(const JoinPlan& plan, const JoinReport& report, const std::string& folder) {
   std::size_t clips = 0;
   std::size_t kept = 0;
+  // By why, and in one order each time, so that two runs can be compared.
   std::map<std::string_view, std::size_t> others;
   for (std::size_t i = 0; i < plan.jobs.size(); ++i) {
     const Outcome outcome = report.jobs[i].outcome;
@@ -156,6 +160,7 @@ std::string KeptText(const JoinPlan& plan, const JoinReport& report, const std::
     }
   }
   const std::size_t unreadable = UnreadableClips(plan);
+  // A clip that can't be read is on the card like all others: whoever erases it would lose it.
   clips += unreadable;
   if (unreadable != 0) others["that can't be read"] += unreadable;
   std::string text = fmt::format("{} of {} {} in {}", kept, clips,
@@ -218,9 +223,12 @@ std::string JoinTable(const JoinPlan& plan, const JoinReport& report, const std:
   std::size_t number = 0;
   for (std::size_t i = 0; i < report.jobs.size(); ++i) {
     const JobReport& job = report.jobs[i];
+    // Why it is left out stands in the table of the plan, which was printed before.
     if (job.outcome == Outcome::kLeftOut) continue;
+    // Of a join that leaves all out there is no table, and hence no head of one.
     if (number == 0)
       text += fmt::format("\n{:>4}  {:13}  {:>9}  {}\n", "no.", "result", "size", "file");
+    // Ahead of the colour: its escape sequences take no column, and padding would count them.
     const std::string outcome = fmt::format("{:13}", OutcomeName(job.outcome));
     text +=
         fmt::format("{:>4}  {}  {:>9}  {}\n", ++number, paint(ColourOf(job.outcome), outcome),

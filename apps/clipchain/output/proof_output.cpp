@@ -12,6 +12,7 @@ std::string ProofText(const CardProofOptions& options, const CardProof& proof, c
   std::string text;
   for (const PathAndReason& path : proof.leftAside)
     text += fmt::format("passed over: {} {}\n", PrintablePath(path.path), path.reason);
+  // What is passed over is not proven: its number shows that somebody has to look at it.
   if (!proof.leftAside.empty())
     text += fmt::format("{} passed over\n", Counted(proof.leftAside.size(), "path"));
   for (const PathAndReason& path : proof.notKept) {
@@ -33,6 +34,7 @@ std::string SplitText(const SplitReport& report) {
     ++made;
     text += fmt::format("{:>10}  {}\n", FormatBytes(clip.size), PrintablePath(clip.path));
   }
+  // That nothing was made is an error, and stands among those.
   if (made == 0) return "";
   return text + fmt::format("made {} of {}\n", made, Counted(report.clips.size(), "clip"));
 }

@@ -22,6 +22,8 @@ std::string ProposalText(const Proposal& proposal, const Paint& paint) {
   for (const std::string& clip : proposal.clips)
     text += fmt::format("      {}\n", PrintablePath(clip));
   for (const Evidence& evidence : proposal.evidence) {
+    // What disagrees would have kept the clips apart, and what is silent says nothing for or
+    // against.
     if (evidence.agrees) text += fmt::format("        {}\n", evidence.text);
   }
   return text;

@@ -19,6 +19,7 @@ Json TrackJson(const RescuedTrack& track) {
   json["samples"] = track.samples;
   json["seconds"] = track.seconds;
   json["bytes"] = track.bytes;
+  // No method found anything in a track that stayed empty.
   json["method"] = track.method.empty() ? Json(nullptr) : Json(track.method);
   json["times_estimated"] = track.timesEstimated;
   json["offsets_estimated"] = track.offsetsEstimated;
@@ -30,10 +31,13 @@ Json TrackJson(const RescuedTrack& track) {
 
 std::string RescueText(const std::string& broken, const std::string& output,
                        const RescueReport& report) {
+  // The findings tell why, and nothing was written.
   if (!report.done) return "";
   std::string text = fmt::format("rescued {} by what {} teaches\n", PrintablePath(broken),
                                  PrintablePath(report.reference));
   for (const RescuedTrack& track : report.tracks) {
+    // The intact clip has the track and the broken one no sample of it: the result lacks it, as a
+    // finding says.
     if (track.samples == 0) continue;
     text += fmt::format("  track {} ({}): {} samples, {:.2f} s, {}, found by {}\n", track.id,
                         track.format, track.samples, track.seconds, FormatBytes(track.bytes),

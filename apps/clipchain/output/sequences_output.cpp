@@ -18,6 +18,7 @@ namespace {
 std::string CardNumbers(const std::vector<unsigned int>& volumes) {
   std::string text;
   for (const unsigned int volume : volumes) {
+    // People count cards from 1.
     text += fmt::format("{}{}", text.empty() ? "" : ", ", volume + 1);
   }
   return text;
@@ -47,6 +48,7 @@ void AddRejected(const FoundClips& found, const ScanReport& report, const Paint&
     const Finding why = WhyNoClip(clip.path, clip.result).front();
     text +=
         fmt::format("  {} {} ({})\n", PrintablePath(clip.path), why.text, MessageName(why.message));
+    // Recordings are told by their number in the table above.
     if (const auto end = ends.Of(clip.path))
       text += fmt::format("    perhaps the missing end of recording {}\n", *end + 1);
     if (!why.remedy.empty()) text += fmt::format("    {}\n", why.remedy);
@@ -55,6 +57,7 @@ void AddRejected(const FoundClips& found, const ScanReport& report, const Paint&
 
 // What became of the steps that were asked for.
 void AddSteps(const ScanReport& report, const ScanOptions& options, std::string& text) {
+  // Words for each case: somebody who asked for it wants to know that it was looked at.
   if (options.salvage && report.salvaged < 0) {
     text += fmt::format("salvage: failed: {}\n", report.whyNotJoined);
   } else if (options.salvage) {
@@ -79,6 +82,7 @@ std::string Row(const SequenceReport& sequence, std::size_t number, const Paint&
       StateCell(IsIdentified(sequence), sequence.closedAtHead, sequence.closedAtTail, paint),
       CardNumbers(sequence.volumes));
   if (sequence.copyOf)
+    // By the number in the first column, under which the original is found.
     row += paint(Colour::kNote, fmt::format("  a copy of {}", *sequence.copyOf + 1));
   return row + '\n';
 }
@@ -193,6 +197,7 @@ std::string SequencesJson(const FoundClips& found, const ScanReport& report,
   for (const Proposal& proposal : proposals)
     document["proposals"].push_back(ProposalJson(proposal));
   document["rejected"] = RejectedJson(found, report);
+  // Null and not false: it was not asked for, which is no answer.
   document["salvage"] = nullptr;
   if (options.salvage) {
     document["salvage"] = {{"joined", report.joined}, {"result", ResultName(report.salvaged)}};
