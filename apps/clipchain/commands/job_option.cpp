@@ -46,6 +46,7 @@ std::optional<Finding> FindJob(const std::vector<std::string>& values, Job& job)
   JobReading reading = ReadJob(values[0], number, [] { return StopSignal() == 0; });
   if (reading.fault) return std::move(reading.fault);
   job = std::move(reading.job);
+  // A plan holds no sizes, and the progress needs them.
   for (const std::string& input : job.inputs) job.size += FileSize(input);
   return std::nullopt;
 }
@@ -64,6 +65,8 @@ JobResult MergeJob(const Job& job, const SafeMergeOptions& options, const KeepOp
     return !options.check.progress ||
            options.check.progress({step.phase, step.clip, current, job.size});
   };
+  // The way of a join, which knows its own results again: on many machines a job may be given out
+  // twice.
   const JobReport report = Join(plan, join).jobs.front();
   JobResult result;
   result.already = report.outcome == Outcome::kAlready;

@@ -61,6 +61,7 @@ std::string ReportJson(const MergeOptions& options, const JobResult& result, dou
   document["size"] = report.size;
   document["shared"] = report.shared;
   document["seconds"] = seconds;
+  // What is there already was compared from its first byte to its last, whatever was asked for.
   document["verified"] = result.already ? "full" : VerificationName(options.merge.verification);
   document["result"] = ResultName(report.result);
   document["adaptations"] = AdaptationsJson(report.adaptations);
@@ -79,6 +80,7 @@ std::string FailureText(const MergeOptions& options, const SafeMergeReport& repo
   const bool isThere = report.size > 0;
   if (isThere)
     return IsStream(options) ? "what was written is no complete file, and of no use\n" : "";
+  // Only where --force would help: what the engine refuses stays refused with it.
   const bool mayGoOn = !force && HoldsUp(report.findings, false) && !HoldsUp(report.findings, true);
   return mayGoOn ? "nothing was written; --force goes on anyway\n" : "nothing was written\n";
 }
@@ -128,6 +130,7 @@ Findings Sort(std::vector<std::string>& inputs) {
 SafeMergeReport MergeIntoStream(const MergeOptions& options, const SafeMergeOptions& merge) {
   StreamOptions stream;
   stream.check = merge.check;
+  // For messages alone: a file named "-" in this folder is not what is written.
   stream.check.output = kStandardOutput;
   stream.force = options.merge.force;
   stream.descriptor = STDOUT_FILENO;
@@ -165,6 +168,7 @@ int Run(MergeOptions options) {
   MergeProgress progress(options.inputs.size(), line);
   SafeMergeOptions merge = options.merge;
   merge.check.progress = [&](const Step& step) { return progress.Show(step); };
+  // A job of a plan makes its own, for the clips that the plan names.
   const auto companion = options.keep.Any() ? MakeCompanion(options.keep) : nullptr;
   merge.companion = companion.get();
   merge.removeLeftover = LeftoverQuestion(options.removeLeftovers, options.json, line);
@@ -187,7 +191,9 @@ void CheckStream(const MergeOptions& options) {
   if (options.merge.reflink != Reflink::kNever) refuse("--reflink", kNoFile);
   if (options.merge.verification == Verification::kFull)
     refuse("--verify=full", "reads the result again; nobody can read again what -o - writes");
+  // A closed one would give its number to the first clip that is opened.
   if (!HasStandardOutput()) refuse("-o -", "needs a standard output, which is closed");
+  // Media would be taken for escape sequences there.
   if (::isatty(STDOUT_FILENO) == 1)
     refuse("-o -", "writes the result to standard output, which is a terminal");
 }

@@ -12,6 +12,7 @@ std::string TakeSize(std::string& size) {
   // The parser's own words name its types, and it throws where the number is too large.
   const std::string fault = "takes a size such as 500M or 2G, not \"" + size + '"';
   try {
+    // As disks are sold and as other tools count: 1k is 1000, and 1Ki is 1024.
     const CLI::AsSizeValue decimal(true);
     return decimal(size).empty() ? "" : fault;
   } catch (const CLI::Error&) {
@@ -86,6 +87,7 @@ void AddFitting(CLI::App& command, Fitting& fitting) {
   CLI::Option* chapters = command.add_flag(
       "--chapters", fitting.chapters,
       "Let a chapter begin at each clip's first picture, titled with the clip's name");
+  // Each of them adapts something, which --exact refuses.
   for (CLI::Option* option : {common, seams, chapters}) option->excludes(exact);
 }
 
@@ -129,6 +131,7 @@ void AddMemoryLimit(CLI::App& command, long long& limit) {
                   "it is not given")
       ->transform(CLI::Validator(TakeSize, ""))
       ->check([](const std::string& size) {
+        // The library takes 0 for "half of the memory", and nobody who types 0 means that.
         return size == "0" || size[0] == '-' ? "must be more than 0" : "";
       })
       ->option_text("SIZE");

@@ -10,6 +10,7 @@ namespace clipchain {
 Findings MissingNames(const std::vector<std::string>& paths) {
   Findings missing;
   for (const std::string& path : paths) {
+    // A name that was mistyped is told before hours of work on the others.
     if (Exists(path)) continue;
     missing.push_back(MakeFinding(Message::kInputUnreadable, path,
                                   "can't be read: " + UnreadableWords(path),

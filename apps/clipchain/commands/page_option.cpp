@@ -22,6 +22,7 @@ Reason WhyNoPage(const std::string& path, bool overwrite, const FoundClips& foun
       if (IsSameFile(path, clip)) return "is the same file as the clip " + PrintablePath(clip);
     }
   }
+  // A clip or a letter that was named by mistake is not to be lost for a page.
   if (overwrite && Exists(path) && !IsHtmlReport(path))
     return "is no page of clips, and is not replaced";
   return WhyNoTextFile(path, overwrite);
@@ -32,6 +33,8 @@ Reason WhyNoPage(const std::string& path, const JoinPlan& plan) {
     const auto isPage = [&path](const std::string& other) { return IsSameFile(path, other); };
     if (std::any_of(job.inputs.begin(), job.inputs.end(), isPage)) return "is one of the clips";
     const auto place = [](const std::string& file) {
+      // Neither of the two need be there yet, so that no number of a file could tell that they are
+      // one.
       return std::filesystem::absolute(file).lexically_normal();
     };
     if (job.leftOut == LeftOut::kNo && (isPage(job.output) || place(path) == place(job.output)))
@@ -55,6 +58,7 @@ int WritePage(const std::string& path, const std::string& text, bool overwrite) 
 std::string MadeWords() {
   const std::time_t now = std::time(nullptr);
   std::tm time{};
+  // A page without a moment is better than one with a wrong one.
   if (::localtime_r(&now, &time) == nullptr) return "";
   return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}", time.tm_year + 1900, time.tm_mon + 1,
                      time.tm_mday, time.tm_hour, time.tm_min);

@@ -44,6 +44,7 @@ int Run(const RescueCommand& command) {
   NoteStopSignals();
   ProgressLine line(stderr, command.quiet);
   std::vector<std::string> named = {command.broken};
+  // A mistyped clip to learn from would pass for one that teaches nothing.
   named.insert(named.end(), command.rescue.references.begin(), command.rescue.references.end());
   RescueReport missing;
   missing.findings = MissingNames(named);

@@ -51,6 +51,7 @@ int FailNames(const SequencesOptions& options, const Findings& missing) {
     return kFailed;
   }
   FoundClips found;
+  // Programs get the document that they asked for, with what is missing in its place.
   for (const Finding& finding : missing) found.unreadable.push_back({finding.path, finding.text});
   Print(SequencesJson(found, {}, {}, options.scan));
   return kFailed;
@@ -124,6 +125,7 @@ void AddSequencesCommand(CLI::App& tool, int& exitCode) {
   AddQuietAnswer(*command, options->quiet);
   command->callback([options, &exitCode] {
     options->scan.lengths = true;
+    // Pictures and cards are read for the page alone, and take longer than all else.
     options->scan.cards = !options->html.empty();
     exitCode = Run(*options);
   });

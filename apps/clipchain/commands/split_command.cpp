@@ -31,6 +31,7 @@ int Run(const SplitCommand& command) {
   NoteStopSignals();
   SplitReport report;
   {
+    // In a scope of its own: the line is gone before the report is printed.
     ProgressLine line(stderr, command.quiet);
     SplitOptions options = command.split;
     options.progress = [&line](const Step& step) {

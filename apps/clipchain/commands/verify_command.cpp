@@ -46,6 +46,7 @@ struct VerifyCommand {
 // Why the page can't be written, known before anything is read. A card is never written to.
 Reason WhyNoPage(const VerifyCommand& command) {
   std::error_code error;
+  // Through links: the page may be named by a way that does not look like one onto the card.
   std::filesystem::path folder = std::filesystem::canonical(FolderOf(command.html), error);
   while (!error) {
     for (const std::string& card : command.proof.cards) {
@@ -66,6 +67,8 @@ CardProof ProveWithProgress(const CardProofOptions& options, bool quiet) {
       if (line.Seconds() > kSecondsToWait && line.IsDue())
         line.ShowText(fmt::format("searching folders: {} files so far", step.clip));
     } else if (line.IsDue()) {
+      // Divided first: a product of bytes and 100 could be too large, and a sum of 0 bytes divides
+      // nothing.
       const long long percent = step.current / (step.total / 100 + 1);
       line.ShowText(fmt::format("comparing {} of {}  {} %", FormatBytes(step.current),
                                 FormatBytes(step.total), percent));
@@ -105,6 +108,7 @@ int Run(const VerifyCommand& command) {
     if (const Reason why = WhyNoPage(command)) return FailPage(command.html, *why);
   }
   const CardProof proof = ProveWithProgress(command.proof, command.quiet);
+  // What was found by then is no answer, and must not be printed as one.
   if (StopSignal() != 0) return kFailed;
   if (proof.failed) return Fail(command, proof);
   if (!command.json) std::fputs(FindingsText(proof.findings, Paint(stderr)).c_str(), stderr);

@@ -60,7 +60,9 @@ std::string Open(const PageContext& page) {
                               RecordingLink(front), RecordingLink(behind)));
   for (std::size_t i = 0; i < page.report.sequences.size(); ++i) {
     const SequenceReport& sequence = page.report.sequences[i];
+    // What it lacks its original lacks, too, and is told of there.
     if (sequence.copyOf) continue;
+    // Where the other half is here its link says more than that something is missing.
     const bool head = !sequence.closedAtHead && page.previous.count(i) == 0;
     const bool tail = !sequence.closedAtTail && page.halves.count(i) == 0;
     if (!head && !tail) continue;

@@ -23,9 +23,11 @@ std::map<std::size_t, std::size_t> FindHalves(const ScanReport& report) {
   std::map<std::string, Gap> gaps;
   for (std::size_t i = 0; i < report.sequences.size(); ++i) {
     const SequenceReport& sequence = report.sequences[i];
+    // A copy would be a second front for one gap, and hide the pair.
     if (sequence.copyOf || sequence.clips.empty()) continue;
     const _GUID next = sequence.clips.back().nextID;
     const _GUID previous = sequence.clips.front().previousID;
+    // A clip that says that none follows it has no gap behind it.
     if (!sequence.closedAtTail && next != _GUID{}) {
       Gap& gap = gaps[QUIRVA::GuidText(next)];
       gap.front = i;

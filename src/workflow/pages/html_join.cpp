@@ -20,6 +20,7 @@ class JoinPage {
   JoinPage(const JoinPlan& plan, const JoinReport* report, const HtmlJoinOptions& options)
       : plan_(plan), report_(report), options_(options), links_(options.folder) {
     std::size_t number = 0;
+    // Counted once: several parts of the page link to a recording by its number.
     for (const Job& job : plan.jobs) numbers_.push_back(IsRun(job) ? ++number : 0);
   }
 
@@ -126,6 +127,7 @@ class JoinPage {
       if (IsFailed(i))
         html += HtmlAttention("failed", true, JobLink(i) + ": " + HtmlText(StatusOf(i)));
     }
+    // Behind what failed: that is what somebody has to do something about.
     for (const Finding& finding : plan_.findings)
       html += HtmlAttention("finding", finding.severity >= Severity::kRisk, FindingWords(finding));
     for (std::size_t i = 0; i < plan_.jobs.size(); ++i) {
@@ -163,6 +165,7 @@ class JoinPage {
     html += "</ol>\n";
     if (IsRun(job))
       html += fmt::format("<p class=\"result\">{} {}{}</p>\n", IsDone(i) ? "in" : "into",
+                          // No link to a file that is not there.
                           IsDone(i) ? FileWords(job.output)
                                     : "<bdi class=\"path\">" + HtmlPath(job.output) + "</bdi>",
                           size > 0 ? ", " + FormatBytes(size) : "");

@@ -70,6 +70,7 @@ std::string Cards(const FoundClips& found) {
   unsigned int index = 0;
   for (const Volume& volume : found.volumes) html += CardItem(volume, index++);
   html += "</ul>\n";
+  // A studio's shelf of cards would push the recordings off the first screens.
   if (found.volumes.size() > kMostCards)
     html = fmt::format("<details class=\"fold\"><summary>{}</summary>\n{}</details>\n",
                        Counted(found.volumes.size(), "card"), html);
@@ -151,11 +152,13 @@ std::vector<std::pair<std::string, std::string>> PartsOf(const FoundClips& found
 std::string HtmlReport(const FoundClips& found, const ScanReport& report,
                        const HtmlOptions& options, const std::vector<Proposal>& proposals) {
   const Links links(options.folder);
+  // Gathered first: equal pictures of several clips stand in the page once.
   const Pictures pictures(report);
   PageContext page{report, links, pictures, FindHalves(report)};
   // Each half names the other one.
   for (const auto& [front, behind] : page.halves) page.previous[behind] = front;
   HtmlFrame frame;
+  // The title of a tab is what tells pages of several cards apart.
   frame.title = fmt::format("{} on {}", Counted(report.sequences.size(), "recording"),
                             Counted(found.volumes.size(), "card"));
   frame.sums = Sums(report);
@@ -171,6 +174,7 @@ std::string HtmlReport(const FoundClips& found, const ScanReport& report,
 
 bool IsHtmlReport(const std::string& path) {
   FileBytes file(path);
+  // What can't be looked at is not taken for a page, and so is not replaced.
   if (file.error()) return false;
   std::string head(std::min<std::size_t>(file.Size(), kMarkedWithin), '\0');
   if (!file.Read(0, head.data(), head.size())) return false;

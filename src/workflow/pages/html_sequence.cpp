@@ -29,6 +29,7 @@ std::string View(const PageContext& page, const SequenceClip& clip, const std::s
   const std::string picture = page.pictures.Show(clip.card, name);
   return "<div class=\"view\">" + picture +
          fmt::format(
+             // A reader of the screen says "Clip 3"; for the eye the place in the row says that.
              "<span class=\"tag place\"><span class=\"hidden\">Clip </span>{}</span>"
              "<span class=\"tag length\">{}</span></div>\n",
              place, SpanWords(Seconds(clip)));
