@@ -257,7 +257,6 @@ void AddJoinCommand(CLI::App& tool, int& exitCode) {
   command->add_flag("--json", options->json, "Print for programs")->excludes(ask);
   command->callback([options, &exitCode] {
     if (options->ask && !IsOnTerminal())
-      // Nobody would answer, and what nobody was asked about must not be joined.
       throw CLI::ValidationError("--ask needs a terminal; --accept needs none");
     exitCode = Run(*options);
   });
