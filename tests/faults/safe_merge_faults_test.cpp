@@ -127,6 +127,51 @@ TEST_F(SafeMergeFaults, NamesChecksumsThatCannotBeFlushed) {
   EXPECT_EQ(kNothing, Left());
 }
 
+// The result is hashed last, and read back for that.
+TEST_F(SafeMergeFaults, NamesAResultThatCannotBeHashed) {
+  const auto checksums = [] { return clipchain::MakeCompanion({false, false, true}); };
+  auto companion = checksums();
+  options.companion = companion.get();
+  const std::size_t reads = CountOf(Call::kRead);
+  fs::remove(options.check.output + ".xxh");
+  companion = checksums();
+  options.companion = companion.get();
+  {
+    const Disturbance disturbance(Call::kRead, EIO, reads - 1, 1);
+    const SafeMergeReport report = ExpectFailure(Message::kResultDamaged, options.check.output);
+    EXPECT_EQ("can't be read to make its checksum", report.findings.back().text);
+  }
+  companion.reset();
+  EXPECT_EQ(kNothing, Left());
+}
+
+// Whatever can't be read: an archive that is there has every byte of the clips.
+TEST_F(SafeMergeFaults, EveryRefusedReadLeavesNoArchiveOrAWholeOne) {
+  const auto originals = [] { return clipchain::MakeCompanion({true, false, true}); };
+  const std::string archive = options.check.output + ".originals";
+  auto companion = originals();
+  options.companion = companion.get();
+  ASSERT_TRUE(SafeMerge(inputs, options).done);
+  const support::Bytes whole = ReadFile(archive);
+  std::size_t reads = 0;
+  for (std::size_t index = 0; index <= reads; ++index) {
+    for (const std::string& path : Left()) fs::remove(folder / path);
+    companion = originals();
+    options.companion = companion.get();
+    SafeMergeReport report;
+    {
+      const Disturbance disturbance(Call::kRead, EIO, index, 1);
+      report = SafeMerge(inputs, options);
+      reads = std::max(reads, disturbance.Count());
+    }
+    EXPECT_EQ(report.done, fs::exists(archive)) << index;
+    EXPECT_TRUE(report.done || HoldsUp(report.findings, true)) << index;
+    if (report.done) {
+      EXPECT_EQ(whole, ReadFile(archive)) << index;
+    }
+  }
+}
+
 // Where nothing but writing tells how large a file may be.
 TEST_F(SafeMergeFaults, NamesALimitOfTheFileSystem) {
   struct rlimit before;

@@ -108,6 +108,12 @@ int unlink(const char* path) noexcept {
   return Fails(Call::kUnlink) ? -1 : Next<int(const char*)>("unlink", path);
 }
 
+ssize_t pread(int file, void* data, size_t size, off_t position) {
+  return Fails(Call::kRead)
+             ? -1
+             : Next<ssize_t(int, void*, size_t, off_t)>("pread64", file, data, size, position);
+}
+
 ssize_t pwrite(int file, const void* data, size_t size, off_t position) {
   return Fails(Call::kWrite) ? -1
                              : Next<ssize_t(int, const void*, size_t, off_t)>("pwrite64", file,

@@ -7,7 +7,18 @@
 
 namespace support {
 
-enum class Call { kFlock, kFstat, kFsync, kLink, kOpen, kRename, kRenameat2, kUnlink, kWrite };
+enum class Call {
+  kFlock,
+  kFstat,
+  kFsync,
+  kLink,
+  kOpen,
+  kRead,
+  kRename,
+  kRenameat2,
+  kUnlink,
+  kWrite
+};
 
 // Holds while it lives; one at a time for each call.
 class Disturbance {

@@ -10,6 +10,8 @@
 #include "workflow/clips/clip_file.h"
 #include "workflow/clips/order_facts.h"
 #include "workflow/joining/output_name.h"
+#include "workflow/system/open_file.h"
+#include "workflow/system/read_folder.h"
 
 namespace clipchain {
 
@@ -36,12 +38,12 @@ Bytes BeginningOf(const std::string& path) {
 }  // namespace
 
 ExistingResults::ExistingResults(const std::string& folder) : folder_(folder) {
-  std::error_code error;
-  for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
-       entry.increment(error)) {
-    const std::string name = entry->path().filename().string();
-    names_[InLowerCase(WithoutCount(name))].push_back(name);
-  }
+  const Descriptor descriptor = OpenToRead(folder, O_DIRECTORY);
+  // A result that is not seen here is made once more under another name, and never replaced.
+  [[maybe_unused]] const std::error_code untold = ReadFolder(descriptor, [this](const char* name) {
+    names_[InLowerCase(WithoutCount(name))].emplace_back(name);
+    return true;
+  });
   for (auto& [base, names] : names_) {
     std::sort(names.begin(), names.end(), [](const std::string& a, const std::string& b) {
       // "_10" comes behind "_9": names get counts in that order.

@@ -1,6 +1,5 @@
 #include "workflow/leftovers.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -9,8 +8,9 @@
 #include <algorithm>
 
 #include "workflow/system/descriptor.h"
-#include "workflow/system/open_folder.h"
+#include "workflow/system/open_file.h"
 #include "workflow/system/part_name.h"
+#include "workflow/system/read_folder.h"
 #include "workflow/system/system_error.h"
 #include "workflow/system/uninterrupted.h"
 
@@ -34,15 +34,16 @@ Descriptor OpenAbandoned(const std::string& path, struct stat& status) {
 std::vector<Leftover> FindLeftovers(const std::string& output) {
   std::vector<Leftover> found;
   const std::string prefix = PartPrefix(output);
-  const OpenFolder folder(::opendir(FolderOf(output).c_str()));
-  if (folder == nullptr) return found;
-  while (const dirent* entry = ::readdir(folder.get())) {
-    if (!IsPartName(entry->d_name, prefix)) continue;
+  const Descriptor folder = OpenToRead(FolderOf(output), O_DIRECTORY);
+  // Whoever writes into a folder that can't be listed is told of it by the writing.
+  [[maybe_unused]] const std::error_code untold = ReadFolder(folder, [&](const char* name) {
+    if (!IsPartName(name, prefix)) return true;
     struct stat status;
-    const Leftover leftover{BesideOf(output, entry->d_name), 0};
+    const Leftover leftover{BesideOf(output, name), 0};
     if (const Descriptor file(OpenAbandoned(leftover.path, status)); file >= 0)
       found.push_back({leftover.path, status.st_size});
-  }
+    return true;
+  });
   std::sort(found.begin(), found.end(),
             [](const Leftover& a, const Leftover& b) { return a.path < b.path; });
   return found;
