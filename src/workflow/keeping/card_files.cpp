@@ -130,6 +130,7 @@ void CardFiles::Look(CardFile& file) {
   file.isUnread = static_cast<bool>(bytes.Bytes().error());
   if (file.isUnread) file.reason = "can't be read";
   if (!layout.isClip) return;
+  // Places alone: media of a whole card fits in no memory.
   file.media = layout.media;
   ClipInfo info;
   // A clip without a movie that can be read has no identifiers. If the system would not let it be

@@ -119,6 +119,7 @@ void Proving::ProveClips(CardOrder& order, Meter& meter) {
   // With its archive a result keeps every byte, as a copy does; alone it keeps the samples.
   TryResults(results, meter, true);
   TryCopies(meter, true);
+  // A result alone never keeps every byte: reading it could not help.
   if (!options_.whole) TryResults(results, meter, false);
   TryTwins(order, meter);
 }
@@ -151,6 +152,7 @@ void Proving::TryTwins(CardOrder& order, Meter& meter) {
     if (!files[i].isClip || files[i].keeping != Keeping::kNot || files[i].file.stamp.size == 0)
       continue;
     if (const std::size_t twin = copies.TryTwin(files[i]); twin < files.size())
+      // Two copies of a clip make no second recording.
       order.Unite(i, twin);
   }
 }
@@ -194,9 +196,12 @@ void Proving::Judge() {
       proof_.notKept.push_back(
           {file.file.path, file.reason.empty() ? UnkeptWords(file) : file.reason});
     } else if (const Reason why = WhyDoubtful(file.file, failures_)) {
+      // It was compared and found equal, and is doubted all the same: what could not be read once
+      // may be lost next time.
       proof_.notKept.push_back({file.file.path, *why});
     }
   }
+  // Failures of any read at any time: libraries beneath may take one for the end of a file.
   Doubt(kept_.Failures(failures_));
   Doubt(cards_.Unreadable());
   // What came or changed while all was compared was not compared.

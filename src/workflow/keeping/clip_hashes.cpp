@@ -50,6 +50,7 @@ ClipHashes::ClipHashes(const std::vector<std::string>& clips, bool withSha256)
 ClipHashes::~ClipHashes() = default;
 
 void ClipHashes::See(std::size_t clip, Number position, std::span<const unsigned char> bytes) {
+  // A merge that looks at a clip once more tells nothing new.
   if (hashes_[clip]) return;
   Work& work = WorkOn(clip);
   // Media that is not in the order of the file was read to get behind it.
@@ -75,6 +76,7 @@ ClipHashes::Work& ClipHashes::WorkOn(std::size_t clip) {
 
 void ClipHashes::Complete() {
   work_->ReadUpTo(work_->size);
+  // An empty hash stands for a clip that could not be read, so that it is not tried again.
   hashes_[work_->clip] = work_->isRead ? work_->hash.Value() : ContentHashes();
   work_.reset();
 }

@@ -45,6 +45,7 @@ void CopyProof::TryEmpty(CardFile& file) {
 std::vector<std::size_t> CopyProof::CandidatesFor(const CardFile& file, ListedBytes& bytes) {
   std::vector<std::size_t> candidates;
   const auto size = static_cast<Number>(file.file.stamp.size);
+  // A card of pictures has thousands of files: only those of one size are opened.
   const std::vector<std::size_t>& sameSize = kept_.OfSize(file.file.stamp.size);
   if (sameSize.empty()) return candidates;
   const std::optional<std::uint64_t> probe = ProbeEnds(bytes.Bytes(), size);
@@ -125,6 +126,7 @@ std::size_t CopyProof::TryTwin(CardFile& file) {
       continue;
     ListedBytes mine(file.file);
     ListedBytes theirs(twin.file);
+    // The clip itself is told to be unreadable where it was tried first.
     if (mine.Why() || theirs.Why()) continue;
     const std::optional<std::uint64_t> probe = ProbeEnds(mine.Bytes(), size);
     if (!probe || probe != ProbeEnds(theirs.Bytes(), size)) continue;

@@ -39,6 +39,7 @@ class Walk {
     // Nobody may take what was found for all that there is.
     if (stopped_) list_.unreadable.push_back({folder, "was not searched to its end"});
     const auto byPath = [](const auto& a, const auto& b) { return a.path < b.path; };
+    // File systems list in any order, and the same card must give the same answer.
     std::sort(list_.files.begin(), list_.files.end(), byPath);
     std::sort(list_.leftAside.begin(), list_.leftAside.end(), byPath);
     std::sort(list_.unreadable.begin(), list_.unreadable.end(), byPath);
@@ -68,6 +69,7 @@ class Walk {
 
   void Note(int folder, const char* name, const std::string& prefix, const FileIdentity& identity) {
     struct stat status;
+    // In the open folder: a path could lead elsewhere by now.
     if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
       Fail(prefix + name, "can't be looked at", LastError());
     } else if (S_ISDIR(status.st_mode)) {

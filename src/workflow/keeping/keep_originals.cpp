@@ -179,6 +179,8 @@ Findings Keeper::Describe(const std::vector<std::string>& clips, const FitOption
   };
   TopLevel boxes;
   if (const Reason wrong = boxes.Read(result)) return damaged(*wrong);
+  // Made anew from the clips, not handed over by the merge: an archive of what was meant would
+  // agree with any mistake.
   MergeImage image;
   if (Findings faults = MakeMergeImage(clips, options, boxes.layout, image); !faults.empty())
     return faults;
@@ -190,11 +192,13 @@ Findings Keeper::Describe(const std::vector<std::string>& clips, const FitOption
   originals_.resultSize = image.size;
   for (const ImagePiece& piece : image.pieces) {
     if (piece.clip != ImagePiece::kNoClip) continue;
+    // Small ranges: tables, headers, gaps.
     ContentHash own;
     own.Update(image.bytes.data() + piece.source, piece.size);
     // By these a split tells a merged file that is damaged from one that never was this one.
     originals_.own.push_back({piece.position, piece.size, own.Value().xxh128});
   }
+  // Of a result that was there already nothing was copied, so that no hash was made on the way.
   if (hashes_ == nullptr) Start(clips);
   for (const std::string& path : clips) {
     if (Findings faults = AddClip(path, image); !faults.empty()) return faults;
@@ -209,11 +213,13 @@ Findings Keeper::WriteArchive(const std::vector<std::string>& clips, const std::
   std::unique_ptr<KeptBytes> bytes;
   std::size_t at = clips.size();
   const KeptSource source = [&](std::size_t clip, void* buffer, std::size_t size) {
+    // One clip is open at a time, of however many.
     if (clip != at) bytes = std::make_unique<KeptBytes>(clips[clip], originals_.clips[clip].recipe);
     at = clip;
     return bytes->Read(buffer, size);
   };
   const std::error_code error = WriteOriginals(originals_, source, archive_->descriptor());
+  // A clip that can't be read is another matter than a disk that is full.
   if (error && bytes != nullptr && bytes->error())
     return {MakeFinding(Message::kInputUnreadable, clips[at],
                         "can't be read again: " + ErrorText(bytes->error()),

@@ -53,6 +53,7 @@ std::unique_ptr<ListedBytes> KeptFiles::Open(KeptFile& file, CardFiles& cards, R
   if (why = file.whyNot; why) return nullptr;
   auto bytes = std::make_unique<ListedBytes>(file.file);
   why = bytes->Why();
+  // Asked of the open file: the name may have come to stand for another one.
   if (!why && cards.Blocks().Touch(file.file.stamp, BlocksOf(bytes->descriptor())))
     why = "shares its blocks on the disk with a file of a card";
   if (!why && MayLieBeneath(bytes->descriptor()))
@@ -66,6 +67,7 @@ std::unique_ptr<ListedBytes> KeptFiles::Open(KeptFile& file, CardFiles& cards, R
 // Somebody may have copied it there a moment ago.
 Reason KeptFiles::WhyUnflushed(const ListedBytes& bytes, const ListedFile& file) {
   std::error_code error = Flush(bytes.descriptor());
+  // The name of a file is lost with its folder's blocks, however safe its own are.
   if (!error && !flushed_.contains(file.folder)) {
     const Descriptor folder = OpenToRead(FolderOf(file.path));
     error = folder < 0 ? LastError() : Flush(folder);
@@ -97,6 +99,7 @@ std::vector<ListedPath> KeptFiles::WhereAnythingCounts(
   for (const ListedPath& path : unreadable) {
     std::string folder = path.path;
     while (folder.size() > 1 && folder.ends_with('/')) folder.pop_back();
+    // Only what counts must be seen to be unchanged.
     if (folders.contains(folder)) found.push_back(path);
   }
   return found;
@@ -105,6 +108,7 @@ std::vector<ListedPath> KeptFiles::WhereAnythingCounts(
 std::vector<ListedPath> KeptFiles::Failures(const QUIRVA::ReadFailures& failures) const {
   std::vector<ListedPath> failed = WhereAnythingCounts(unreadable_);
   for (const KeptFile& file : files_) {
+    // What proves nothing may fail: nobody relies on it.
     if (!file.counts) continue;
     if (const Reason why = WhyDoubtful(file.file, failures))
       failed.push_back({file.file.path, *why});

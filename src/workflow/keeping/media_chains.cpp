@@ -28,6 +28,8 @@ void MediaChains::Add(std::size_t clip, FileBytes& file, const std::vector<Exten
   const std::optional<std::uint64_t> head = Probe(file, front.position, length);
   const std::size_t tail = ProbeLength(back.size);
   const std::optional<std::uint64_t> end = Probe(file, back.position + back.size - tail, tail);
+  // A clip that can't be read stands in no row, and is told to be unreadable where its bytes are
+  // compared.
   if (!head || !end) return;
   media.head = *head;
   media.tail = *end;
@@ -46,6 +48,7 @@ MediaChains::Choice MediaChains::ChoiceAt(FileBytes& merged, unsigned long long 
   Choice choice;
   for (const auto& [beginning, clips] : byHead_) {
     const auto& [length, place] = beginning;
+    // Sorted by length: all that follow are longer.
     if (length > end_ - at) break;
     // With shared blocks media lies in the result as in its clip, modulo a block, behind a gap.
     const unsigned long long begin = block_ != 0 ? at + (place - at) % block_ : at;
@@ -98,6 +101,7 @@ bool MediaChains::Find(FileBytes& merged, const TopLevel& boxes,
     const Offer next = choice.offers[choice.tried++];
     row.push_back(next.media->clip);
     used_.insert(next.media->clip);
+    // The longest row names most of the clips that a damaged result was made of.
     if (row.size() > beginning_.size()) beginning_ = row;
     if (next.end != end_) {
       choices.push_back(ChoiceAt(merged, next.end));

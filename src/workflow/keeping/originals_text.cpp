@@ -176,6 +176,7 @@ timespec TimeOf(const Json& object) {
 OriginalClip ClipIn(const Json& object, Number resultSize) {
   OriginalClip clip;
   clip.name = PathIn(object, "name");
+  // A split makes files of these names: "../x" would stand outside of its folder.
   if (!IsFileName(clip.name)) throw Fault{"has a clip of a name that no single file can have"};
   clip.place = PathIn(object, "place");
   clip.size = NumberOf(object, "size");

@@ -99,6 +99,7 @@ Reason ResultProof::CheckChecksums(KeptFile& result, PassingHash& hash,
                                          PrintablePath(result.file.path));
   ListedBytes bytes(sums->file);
   if (bytes.Why() || sums->file.stamp.size > kLargest) return misfit;
+  // Two lines; whatever is larger was refused above.
   std::string text(static_cast<std::size_t>(sums->file.stamp.size), '\0');
   std::vector<Checksum> found;
   if (!bytes.Bytes().Read(0, text.data(), text.size()) || !ReadChecksums(text, found))
@@ -106,6 +107,7 @@ Reason ResultProof::CheckChecksums(KeptFile& result, PassingHash& hash,
   const std::string name = NameOf(result.file.path);
   const std::optional<std::string> own = hash.Finish();
   if (!own) return misfit;
+  // A merge without an archive writes one line, with an archive two.
   std::vector<Checksum> expected{{*own, name}};
   if (found.size() > 1) expected.push_back({archiveHash, name + std::string(kOriginalsSuffix)});
   if (found != expected) return misfit;
@@ -126,6 +128,7 @@ bool ResultProof::OwnBytesFit(KeptFile& result, ListedBytes& bytes, const MergeI
 Reason ResultProof::LossOf(const std::vector<std::size_t>& clips, const FitOptions& options) const {
   CheckOptions check;
   SetFitting(check, options);
+  // What a merge was told when it was made nobody kept: the clips are asked anew.
   const CheckReport report = Check(PathsOf(clips), check);
   for (const Finding& finding : report.findings) {
     if (IsLoss(finding)) return fmt::format("{} {}", PrintablePath(finding.path), finding.text);
@@ -210,6 +213,7 @@ void ResultProof::TryContent(KeptFile& result) {
         row = clips;
         return needless || Fits(result, *bytes, boxes.layout, clips, image);
       });
+  // Two results of the same clips: the second need not be read.
   if (needless) return;
   if (!found) {
     if (row.empty())

@@ -38,6 +38,7 @@ class Splitting {
 
   SplitReport Run() {
     if (Prepare() && Make() && KnowsResult()) Publish();
+    // A part of the clips stays where those are all that the merged file still has.
     if (!report_.done) LeaveNothing();
     return std::move(report_);
   }
@@ -156,6 +157,7 @@ bool Splitting::Make() {
   for (clip_ = 0; clip_ < report_.clips.size(); ++clip_) {
     if (!Tell() || !MakeClip(clip_)) return false;
   }
+  // An archive with more in it was changed, or is of another program.
   if (const Reason why = reader_.AtEnd()) {
     FailArchive(*why);
     return false;
@@ -177,6 +179,7 @@ bool Splitting::MakeClip(std::size_t clip) {
     parts_.push_back(std::move(part));
     return true;
   }
+  // Its place is kept: parts and clips are counted alike.
   parts_.push_back(nullptr);
   Fail(Message::kResultDamaged, report_.clips[clip].path,
        "was not made: " + PrintablePath(merged_) + " does not have its bytes any more",
@@ -185,6 +188,7 @@ bool Splitting::MakeClip(std::size_t clip) {
 }
 
 bool Splitting::Fill(std::size_t clip, PartFile& part, bool& wrong) {
+  // Clips can't be passed over: an archive is read from its begin to its end alone.
   if (const Reason why = reader_.NextClip()) {
     FailArchive(*why);
     return false;
@@ -239,6 +243,7 @@ bool Splitting::Seal(std::size_t clip, PartFile& part, bool& right) {
     return false;
   }
   FileBytes written(part.descriptor());
+  // What the disk has is compared with the hash, and not what memory still holds.
   written.ForgetCached();
   ContentHash hash(!original.hashes.sha256.empty());
   for (Number at = 0; at < original.size;) {
@@ -251,6 +256,7 @@ bool Splitting::Seal(std::size_t clip, PartFile& part, bool& right) {
     hash.Update(block_.data(), count);
     at += count;
   }
+  // Of both hashes, where the archive has both.
   right = hash.Value() == original.hashes;
   if (!right) return true;
   const timespec times[] = {original.modified, original.modified};
@@ -273,6 +279,7 @@ bool Splitting::KnowsResult() {
   if (std::any_of(parts_.begin(), parts_.end(), made) ||
       std::any_of(own.begin(), own.end(), [this](const OwnRange& range) { return Has(range); }))
     return true;
+  // A line for each clip would only say the same of one wrong archive.
   report_.findings.clear();
   report_.clips.clear();
   FailArchive("belongs to another file than " + PrintablePath(merged_));
@@ -299,6 +306,7 @@ void Splitting::Publish() {
       all = false;
       continue;
     }
+    // Names come last, and one after the other: until then nobody takes half a clip for one.
     const std::error_code error = parts_[clip]->Publish(false);
     if (!error) {
       named.push_back(clip);
@@ -316,6 +324,7 @@ void Splitting::Publish() {
   }
   for (const std::size_t clip : named) {
     const std::error_code error = parts_[clip]->FlushFolder();
+    // A name that a loss of power could take back is not relied on.
     report_.clips[clip].made = !error;
     if (!error) continue;
     durable = false;
@@ -328,6 +337,7 @@ void Splitting::Publish() {
 }
 
 void Splitting::LeaveNothing() {
+  // Hidden files go with their objects.
   parts_.clear();
   const auto made = [](const SplitClip& clip) { return clip.made; };
   if (madeFolder_ && std::none_of(report_.clips.begin(), report_.clips.end(), made))
@@ -342,6 +352,7 @@ std::string DefaultSplitFolder(const std::string& merged) {
   const std::size_t dot = name.rfind('.');
   // Without an extension to take away, the folder would have the name of the file.
   if (dot == std::string::npos || dot == 0) return merged + ".clips";
+  // As people do who unpack an archive: beside it, and of its name.
   return merged.substr(0, merged.size() - (name.size() - dot));
 }
 
