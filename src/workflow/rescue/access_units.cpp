@@ -10,6 +10,8 @@ namespace {
 
 // Enough of a unit to tell what it is.
 constexpr std::size_t kHead = 96;
+// The same of one in front of a slice.
+constexpr std::uint64_t kLeading = 4096;
 // A sample of another clip of the camera can be larger than the reference's,
 // but not beyond all measure.
 constexpr std::uint64_t kRoom = 4 << 20;
@@ -82,12 +84,17 @@ bool AccessUnits::IsClean(const Unit& unit) {
 
 bool AccessUnits::TakeLeading(const Unit& unit, AccessUnit& found) {
   if (unit.header.kind == UnitKind::kContinues) return false;
-  const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(unit.size, 4096));
+  const auto size = static_cast<std::size_t>(std::min(unit.size, kLeading));
   const auto there = static_cast<std::size_t>(std::min<std::uint64_t>(size, end_ - unit.body));
   const unsigned char* bytes = window_.At(unit.body, there);
   if (bytes == nullptr || !IsClean(unit)) return false;
   found.holdsSets = found.holdsSets || syntax_.IsSet(unit.header);
   found.recovery = found.recovery || syntax_.HasRecoveryPoint(unit.header, {bytes, there});
+  const auto& opening = habits_.signs.opening.marks;
+  if (found.opens || opening.empty()) return true;
+  const auto marks = syntax_.Marks(unit.header, {bytes, there});
+  found.opens =
+      std::find_first_of(marks.begin(), marks.end(), opening.begin(), opening.end()) != marks.end();
   return true;
 }
 
@@ -193,9 +200,10 @@ std::optional<AccessUnit> AccessUnits::Jpeg(std::uint64_t position) {
 
 // What stands behind the first slice, as long as it is of the same picture. A
 // unit in front of a second field counts only together with it. False: a unit
-// of the picture is damaged.
+// of the picture is damaged, or one is missing.
 bool AccessUnits::TakeRest(AccessUnit& found, std::uint64_t at) {
   bool paired = false;
+  unsigned int slices = 1;
   // The end of what is sure.
   std::uint64_t held = at;
   for (unsigned int units = 0; units < kMostUnits; ++units) {
@@ -208,9 +216,10 @@ bool AccessUnits::TakeRest(AccessUnit& found, std::uint64_t at) {
     if (!IsClean(*unit)) return false;
     at = unit->body + unit->size;
     if (unit->header.kind != UnitKind::kStarts) held = at;
+    if (unit->header.kind == UnitKind::kSlice) ++slices;
   }
   found.size = held - found.position;
-  return true;
+  return found.cut || slices >= habits_.slices;
 }
 
 bool HabitsObserver::TakeJpeg(std::uint64_t position, std::uint64_t size) {
@@ -229,7 +238,9 @@ bool HabitsObserver::Take(std::uint64_t position, std::uint64_t size) {
   const unsigned int lengthSize = syntax_.lengthSize();
   std::uint64_t at = position;
   const std::uint64_t end = position + size;
-  unsigned int pictures = 0;
+  pictures_ = slices_ = 0;
+  recovery_ = false;
+  marks_.clear();
   while (at < end) {
     if (end - at < lengthSize + syntax_.headerSize()) return false;
     const unsigned char* bytes = window_.At(at, lengthSize + syntax_.headerSize());
@@ -240,16 +251,19 @@ bool HabitsObserver::Take(std::uint64_t position, std::uint64_t size) {
     if (at == position) habits_.firstTypes.set(header.type);
     habits_.types.set(header.type);
     habits_.layers = habits_.layers || header.layer != 0;
-    if (!TakeUnit(at + lengthSize, length, pictures)) return false;
+    if (!TakeUnit(at + lengthSize, length)) return false;
     at += lengthSize + length;
   }
   habits_.largest = std::max(habits_.largest, size);
-  habits_.fieldPairs = habits_.fieldPairs || pictures == 2;
+  habits_.fieldPairs = habits_.fieldPairs || pictures_ == 2;
+  habits_.slices = habits_.slices == 0 ? slices_ : std::min(habits_.slices, slices_);
   // A picture, or the two fields of one.
-  return pictures == 1 || pictures == 2;
+  if (pictures_ != 1 && pictures_ != 2) return false;
+  habits_.signs.opening.Take(marks_, first_, recovery_);
+  return true;
 }
 
-bool HabitsObserver::TakeUnit(std::uint64_t body, std::uint64_t size, unsigned int& pictures) {
+bool HabitsObserver::TakeCodes(std::uint64_t body, std::uint64_t size) {
   for (std::uint64_t at = 0; at < size && !habits_.startCodes;) {
     const auto step =
         static_cast<std::size_t>(std::min<std::uint64_t>(MediaWindow::kMost, size - at));
@@ -261,24 +275,38 @@ bool HabitsObserver::TakeUnit(std::uint64_t body, std::uint64_t size, unsigned i
   const unsigned char* last = window_.At(body + size - 1, 1);
   if (last == nullptr) return false;
   habits_.zeroEnds = habits_.zeroEnds || *last == 0;
-  const auto head = static_cast<std::size_t>(std::min<std::uint64_t>(kHead, size));
+  return true;
+}
+
+bool HabitsObserver::TakeUnit(std::uint64_t body, std::uint64_t size) {
+  if (!TakeCodes(body, size)) return false;
+  const auto head = static_cast<std::size_t>(std::min<std::uint64_t>(kLeading, size));
   const unsigned char* bytes = window_.At(body, head);
   if (bytes == nullptr) return false;
   const UnitHeader header = syntax_.Header(bytes);
   if (header.kind == UnitKind::kInvalid) return false;
-  if (header.kind != UnitKind::kSlice) return true;
-  const auto slice = syntax_.ReadSlice(header, {bytes, head});
-  if (!slice) return false;
-  if (!slice->first) return true;
-  const SequenceSet& sequence = *syntax_.SequenceOf(slice->pictureSet);
-  if (pictures++ == 0) {
-    habits_.numbered = habits_.numbered && order_.Follows(*slice, sequence);
-    const std::int64_t step = order_.StepTo(syntax_.codec(), *slice, sequence);
-    habits_.farthest = std::max(habits_.farthest, step < 0 ? -step : step);
-    ++habits_.pictures;
-    order_.Take(syntax_.codec(), *slice, sequence);
+  if (header.kind == UnitKind::kSlice) {
+    ++slices_;
+    const auto slice = syntax_.ReadSlice(header, {bytes, std::min(head, kHead)});
+    if (slice && slice->first && pictures_++ == 0) TakePicture(*slice);
+    return slice.has_value();
   }
+  if (pictures_ > 0) return true;
+  const auto marks = syntax_.Marks(header, {bytes, head});
+  marks_.insert(marks_.end(), marks.begin(), marks.end());
+  recovery_ = recovery_ || syntax_.HasRecoveryPoint(header, {bytes, head});
   return true;
+}
+
+void HabitsObserver::TakePicture(const Slice& slice) {
+  first_ = slice;
+  const SequenceSet& sequence = *syntax_.SequenceOf(slice.pictureSet);
+  habits_.numbered = habits_.numbered && order_.Follows(slice, sequence);
+  const std::int64_t step = order_.StepTo(syntax_.codec(), slice, sequence);
+  habits_.farthest = std::max(habits_.farthest, step < 0 ? -step : step);
+  ++habits_.pictures;
+  order_.Take(syntax_.codec(), slice, sequence);
+  if (slice.idr) habits_.signs.numbers.Take(slice.idrId);
 }
 
 }  // namespace clipchain::rescue

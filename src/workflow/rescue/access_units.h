@@ -8,6 +8,7 @@
 
 #include "workflow/rescue/media_window.h"
 #include "workflow/rescue/picture_order.h"
+#include "workflow/rescue/recording_signs.h"
 #include "workflow/rescue/video_syntax.h"
 
 namespace clipchain::rescue {
@@ -25,6 +26,8 @@ struct AccessUnit {
   bool recovery = false;
   // Holds parameter sets.
   bool holdsSets = false;
+  // Holds what only the reference's first sample does.
+  bool opens = false;
 };
 
 // What was seen in the reference's own samples.
@@ -49,6 +52,9 @@ struct UnitHabits {
   bool zeroEnds = false;
   // AVC: each picture's number follows the one before.
   bool numbered = true;
+  // The fewest that a picture has.
+  unsigned int slices = 0;
+  RecordingSigns signs;
   // JPEG: height and width, as JpegPicture has them.
   std::uint32_t lines = 0;
 };
@@ -112,12 +118,20 @@ class HabitsObserver {
 
  private:
   bool TakeJpeg(std::uint64_t position, std::uint64_t size);
-  bool TakeUnit(std::uint64_t body, std::uint64_t size, unsigned int& pictures);
+  bool TakeCodes(std::uint64_t body, std::uint64_t size);
+  bool TakeUnit(std::uint64_t body, std::uint64_t size);
+  void TakePicture(const Slice& slice);
 
   MediaWindow& window_;
   const VideoSyntax& syntax_;
   UnitHabits habits_;
   PictureOrder order_;
+  // Of the sample that is looked at.
+  unsigned int pictures_ = 0;
+  unsigned int slices_ = 0;
+  bool recovery_ = false;
+  std::vector<std::uint64_t> marks_;
+  Slice first_;
 };
 
 }  // namespace clipchain::rescue

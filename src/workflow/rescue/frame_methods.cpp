@@ -20,6 +20,10 @@ constexpr std::size_t kBlock = 256 << 10;
 // More frames than sound of days has; bytes that were made to look like some could be many more.
 constexpr std::uint64_t kMostFrames = 1 << 25;
 
+// Of the largest frame: what may be left behind the last one that is sure, which is the one that
+// was cut and the beginning of a picture at most.
+constexpr std::uint64_t kRestFrames = 2;
+
 std::uint64_t Sum(const std::vector<std::uint32_t>& sizes) {
   return std::accumulate(sizes.begin(), sizes.end(), std::uint64_t{0});
 }
@@ -45,8 +49,14 @@ class DecodedFrames final : public FrameMethod {
   bool good() const { return decoder_.good(); }
   std::string_view Name() const override { return "decoder"; }
   void Restart() override { atFirst_ = true; }
-  // Tells what a frame of the reference begins with: the kind and number of its first element.
-  void TakeHead(unsigned char first) { heads_.set(first >> 1); }
+  // Tells what the next frame of the reference begins with: the kind and number of its first
+  // element.
+  void TakeHead(unsigned char first) {
+    const auto head = static_cast<std::size_t>(first >> 1);
+    if (!opening_) opening_ = head;
+    if (frames_++ != 0 && head == *opening_) opens_ = false;
+    heads_.set(head);
+  }
   // Tells what the reference's first frame is.
   void TakeFirst(std::span<const unsigned char> frame) {
     silentFirst_ = decoder_.Fill(frame, false).empty() && decoder_.Fill(frame, true).size() == 1;
@@ -59,6 +69,7 @@ class DecodedFrames final : public FrameMethod {
       if (bytes == nullptr) return std::nullopt;
       const auto sizes = decoder_.Begin({bytes, kBlock}, MaySayNothing() && span.count == 0);
       if (sizes.empty() || span.count > kMostFrames) return std::nullopt;
+      if (BeforeOpening(sizes, bytes) < sizes.size()) return std::nullopt;
       Append(span, sizes);
       range.begin += Sum(sizes);
     }
@@ -67,6 +78,7 @@ class DecodedFrames final : public FrameMethod {
     if (bytes == nullptr) return std::nullopt;
     const auto sizes = decoder_.Fill({bytes, rest}, MaySayNothing() && span.count == 0);
     if (sizes.empty()) return std::nullopt;
+    if (BeforeOpening(sizes, bytes) < sizes.size()) return std::nullopt;
     Append(span, sizes);
     atFirst_ = false;
     return span;
@@ -88,7 +100,7 @@ class DecodedFrames final : public FrameMethod {
       Append(span, sizes);
       range.begin += Sum(sizes);
     }
-    const bool reachesEnd = range.end - range.begin <= std::uint64_t{largest_} * 4;
+    const bool reachesEnd = range.end - range.begin <= std::uint64_t{largest_} * kRestFrames;
     return reachesEnd ? span : SampleSpan{};
   }
 
@@ -117,8 +129,21 @@ class DecodedFrames final : public FrameMethod {
     std::size_t at = 0;
     while (known < sizes.size() && heads_[bytes[at] >> 1] && heads_[bytes[at + sizes[known]] >> 1])
       at += sizes[known++];
-    sizes.resize(known);
+    sizes.resize(std::min(known, BeforeOpening(sizes, bytes)));
     return sizes;
+  }
+
+  // Encoders put their name into the first frame of a recording, and into no other.
+  std::size_t BeforeOpening(const std::vector<std::uint32_t>& sizes,
+                            const unsigned char* bytes) const {
+    constexpr std::uint64_t kEnough = 16;
+    if (!opens_ || frames_ < kEnough) return sizes.size();
+    std::size_t at = 0;
+    for (std::size_t i = 0; i < sizes.size(); at += sizes[i++]) {
+      const bool isFirst = i == 0 && atFirst_;
+      if (!isFirst && static_cast<std::size_t>(bytes[at] >> 1) == *opening_) return i;
+    }
+    return sizes.size();
   }
 
   bool MaySayNothing() const { return silentFirst_ && atFirst_; }
@@ -126,6 +151,10 @@ class DecodedFrames final : public FrameMethod {
   SoundDecoder decoder_;
   std::uint32_t largest_;
   std::bitset<128> heads_;
+  // What the first frame of the reference begins with, and whether it is the only one that does.
+  std::optional<std::size_t> opening_;
+  std::uint64_t frames_ = 0;
+  bool opens_ = true;
   bool silentFirst_ = false;
   bool atFirst_ = true;
 };
@@ -133,7 +162,7 @@ class DecodedFrames final : public FrameMethod {
 // Frames that begin with their length.
 class HeadedFrames final : public FrameMethod {
  public:
-  explicit HeadedFrames(FrameHeader header) : header_(header) {}
+  HeadedFrames(FrameHeader header, std::uint32_t largest) : header_(header), largest_(largest) {}
 
   std::string_view Name() const override { return "headers"; }
 
@@ -149,16 +178,20 @@ class HeadedFrames final : public FrameMethod {
     return span;
   }
 
+  // Where the frames end ahead of the bytes, something else begins that nobody
+  // confirms; then none of them is sure.
   SampleSpan Begin(MediaWindow& window, ByteRange range, BeginsOther&) override {
     SampleSpan span;
     for (;;) {
       const std::uint32_t size = SizeAt(window, range);
-      if (size == 0 || size > range.end - range.begin) return span;
+      if (size == 0 || size > range.end - range.begin) break;
       range.begin += size;
       // A length alone fits by chance: a frame counts if another one begins behind it.
-      if (SizeAt(window, range) == 0 || span.count > kMostFrames) return span;
+      if (SizeAt(window, range) == 0 || span.count > kMostFrames) break;
       Append(span, {size});
     }
+    const bool reachesEnd = range.end - range.begin <= std::uint64_t{largest_} * kRestFrames;
+    return reachesEnd ? span : SampleSpan{};
   }
 
  private:
@@ -169,6 +202,7 @@ class HeadedFrames final : public FrameMethod {
   }
 
   FrameHeader header_;
+  std::uint32_t largest_;
 };
 
 // Samples of one size.
@@ -358,7 +392,7 @@ std::unique_ptr<FrameMethod> MakeFrameMethod(const Reference& reference, std::si
       (stream.objectType == 0x40 || (stream.objectType >= 0x66 && stream.objectType <= 0x68)))
     return MakeDecoded(reference, of, stream.specific);
   const FrameHeader header = FrameHeaderFor(of.entryType, stream.objectType);
-  if (header != nullptr) return std::make_unique<HeadedFrames>(header);
+  if (header != nullptr) return std::make_unique<HeadedFrames>(header, LargestSample(of));
   if (!uniform) return nullptr;
   return std::make_unique<UniformFrames>(size, counts, RoughnessLimit(reference, track, size));
 }

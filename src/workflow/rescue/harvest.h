@@ -66,6 +66,10 @@ struct Harvest {
   std::vector<ByteRange> unknown;
 
   void Add(std::size_t track, std::uint64_t position, const SampleSpan& span);
+  // Of a sample that was found, by its number.
+  std::uint64_t PlaceOf(std::size_t track, std::uint64_t sample) const;
+  // Takes out again what begins there or behind.
+  void DropFrom(std::uint64_t position);
   void AddUnknown(std::uint64_t begin, std::uint64_t end);
 };
 

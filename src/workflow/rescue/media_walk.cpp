@@ -19,9 +19,6 @@ constexpr std::uint64_t kRoom = 64 << 10;
 // Bytes that are looked at, in all: as many as the media has, a few times.
 constexpr std::uint64_t kTimesMedia = 8;
 constexpr std::uint64_t kSpareWork = 256 << 20;
-// More pictures than a recording of days has; bytes that were made to look like some could be many
-// more.
-constexpr std::uint64_t kMostPictures = 1 << 24;
 
 class PictureGuard final : public BeginsOther {
  public:
@@ -53,7 +50,9 @@ class Walk {
         window_(window),
         range_(range),
         units_(window, range.end, model.syntax, model.habits),
-        before_(window.Work()) {
+        before_(window.Work()),
+        recording_(model.habits.signs),
+        clock_(model.leads) {
     harvest_.tracks.resize(model.reference->tracks().size());
     position_ = range.begin;
     for (const auto& method : model.methods) {
@@ -72,9 +71,9 @@ class Walk {
 
  private:
   bool TakePicture();
-  bool StartsAnother(const Slice& slice) const;
-  void Count(const Slice& slice);
   void Commit();
+  std::uint64_t PlaceOfDoubt() const;
+  void EndAt(std::uint64_t position);
   bool AtMovie(std::uint64_t position);
   bool CrossGap();
   bool CrossTo(std::uint64_t end);
@@ -106,11 +105,10 @@ class Walk {
   // The last picture: it counts once something is found behind it.
   std::optional<AccessUnit> pending_;
   PictureFacts pendingFacts_;
-  // Pictures since the last one that started anew, how often that was, and whether in the
-  // reference's steps.
-  std::uint64_t sinceStart_ = 0;
-  unsigned int steps_ = 0;
-  bool evenly_ = true;
+  Recording recording_;
+  SoundClock clock_;
+  // What was found between the last two pictures, if anything.
+  std::optional<ByteRange> gap_;
   // Another recording follows.
   bool over_ = false;
   // The picture that was found last, at a place that may have to be asked for
@@ -121,37 +119,46 @@ class Walk {
 bool Walk::TakePicture() {
   if (!next_ || next_->position != position_) next_ = units_.At(position_, order_);
   if (!next_ || TooMuchWork()) return false;
-  if (!Ends(*next_) && StartsAnother(next_->slice)) {
+  if (Ends(*next_)) {
     Commit();
-    over_ = true;
+    return false;
+  }
+  PictureOrder order = order_;
+  const PictureFacts facts = TakeFacts(model_.syntax, *next_, order);
+  if (!recording_.Take(*next_, facts)) {
+    Commit();
+    EndAt(gap_ && gap_->end == position_ ? gap_->begin : position_);
     return false;
   }
   Commit();
-  if (Ends(*next_)) return false;
-  Count(next_->slice);
-  pending_ = next_;
-  pendingFacts_ = TakeFacts(model_.syntax, *pending_, order_);
-  position_ += pending_->size;
-  return true;
-}
-
-// Where the reference starts anew in even steps, and this clip has done so too up to now, a picture
-// that does between two steps is the first one of another recording: its numbers begin with 0 and
-// say nothing about what stands in front of it.
-bool Walk::StartsAnother(const Slice& slice) const {
-  constexpr unsigned int kEnough = 1;
-  if (harvest_.tracks[*model_.video].samples >= kMostPictures) return true;
-  return slice.idr && model_.evenStep != 0 && steps_ >= kEnough && evenly_ &&
-         sinceStart_ < model_.evenStep;
-}
-
-void Walk::Count(const Slice& slice) {
-  if (slice.idr && sinceStart_ != 0) {
-    evenly_ = evenly_ && sinceStart_ == model_.evenStep;
-    ++steps_;
-    sinceStart_ = 0;
+  if (!clock_.Take(harvest_, harvest_.tracks[*model_.video].samples)) {
+    EndAt(PlaceOfDoubt());
+    return false;
   }
-  ++sinceStart_;
+  order_ = order;
+  pending_ = next_;
+  pendingFacts_ = facts;
+  position_ += pending_->size;
+  const auto doubtful = recording_.Doubtful();
+  if (!doubtful) return true;
+  pending_.reset();
+  EndAt(*doubtful);
+  return false;
+}
+
+// Sound and pictures go apart some pictures behind the place where another recording begins.
+std::uint64_t Walk::PlaceOfDoubt() const {
+  constexpr std::uint64_t kPictures = 16;
+  const std::uint64_t found = harvest_.tracks[*model_.video].samples;
+  return found <= kPictures ? range_.begin : harvest_.PlaceOf(*model_.video, found - kPictures);
+}
+
+// From there on another recording may stand, whose beginning looks like more of this one: samples
+// between two pictures may be of either.
+void Walk::EndAt(std::uint64_t position) {
+  harvest_.DropFrom(position);
+  position_ = position;
+  over_ = true;
 }
 
 void Walk::Commit() {
@@ -204,6 +211,7 @@ bool Walk::CrossTo(std::uint64_t end) {
   if (!pieces) return false;
   Commit();
   for (const GapPiece& piece : *pieces) harvest_.Add(piece.track, piece.position, piece.span);
+  gap_ = {position_, end};
   position_ = end;
   return true;
 }

@@ -40,24 +40,6 @@ const CodecEntry* CodecOf(const ReferenceTrack& track) {
   return found != std::end(kCodecs) ? found : nullptr;
 }
 
-// From one picture that sets everything back to the next, where that is the same often enough.
-std::uint64_t EvenStepOf(const std::vector<PictureFacts>& pictures) {
-  // Fewer may be even by chance.
-  constexpr unsigned int kEnough = 4;
-  std::uint64_t step = 0;
-  std::uint64_t since = 0;
-  unsigned int times = 0;
-  for (const PictureFacts& picture : pictures) {
-    if (picture.idr && since != 0) {
-      if (times++ != 0 && since != step) return 0;
-      step = since;
-      since = 0;
-    }
-    ++since;
-  }
-  return times >= kEnough && since <= step ? step : 0;
-}
-
 class Learner {
  public:
   Learner(const Reference& reference, Model& model)
@@ -67,6 +49,7 @@ class Learner {
     model_.reference = &reference_;
     if (Reason why = FindVideo()) return why;
     model_.patterns.Learn(reference_, model_.video);
+    if (model_.video) model_.leads = LearnLeads(reference_, *model_.video);
     MakeMethods();
     model_.records = RecordMethod::Learn(reference_);
     // What was learned must first find the reference's own samples, which are known.
@@ -132,7 +115,8 @@ bool Learner::Observe(const ReferenceTrack& track) {
   }
   model_.habits = observer.habits();
   ReadPictures(track);
-  model_.evenStep = EvenStepOf(model_.pictures);
+  model_.habits.signs.display = LearnDisplay(model_.pictures);
+  model_.habits.signs.evenStep = LearnEvenStep(model_.pictures);
   return true;
 }
 

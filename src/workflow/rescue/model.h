@@ -12,6 +12,7 @@
 #include "workflow/rescue/gap_patterns.h"
 #include "workflow/rescue/record_method.h"
 #include "workflow/rescue/reference.h"
+#include "workflow/rescue/sound_clock.h"
 
 namespace clipchain::rescue {
 
@@ -25,11 +26,9 @@ struct Model {
   UnitHabits habits;
   FrameMethods methods;
   GapPatterns patterns;
+  std::vector<SoundLead> leads;
   // The reference's own, the first ones.
   std::vector<PictureFacts> pictures;
-  std::uint64_t evenStep =
-      // Pictures from each one that starts anew to the next; 0: they differ.
-      0;
   // Where records stand in front of the samples.
   std::optional<RecordMethod> records;
 

@@ -1,5 +1,8 @@
 #include "workflow/rescue/video_syntax.h"
 
+#include <algorithm>
+#include <functional>
+
 #include "workflow/rescue/syntax_reader.h"
 #include "workflow/rescue/video_sets.h"
 
@@ -27,8 +30,13 @@ constexpr unsigned int kHevcPicture = 34;
 constexpr unsigned int kHevcInformation = 39;
 constexpr unsigned int kHevcInformationBehind = 40;
 
-// Type of supplemental information.
+// Types of supplemental information.
+constexpr unsigned int kRegistered = 4;
+constexpr unsigned int kUnregistered = 5;
 constexpr unsigned int kRecoveryPoint = 6;
+
+// Of FNV-1a.
+constexpr std::uint64_t kHashPrime = 0x100000001B3;
 
 unsigned int Take16(std::span<const unsigned char> bytes) {
   return static_cast<unsigned int>(bytes[0] << 8 | bytes[1]);
@@ -242,23 +250,57 @@ void VideoSyntax::TakeSet(const UnitHeader& header, std::span<const unsigned cha
   if (IsSet(header)) static_cast<void>(TakeAnySet(unit));
 }
 
+bool VideoSyntax::IsInformation(const UnitHeader& header) const {
+  return header.type == (codec_ == Codec::kAvc ? kAvcInformation : kHevcInformation);
+}
+
+namespace {
+
+using TakeMessage = std::function<void(std::size_t type, std::span<const unsigned char> payload)>;
+
 // sei_message(): type and size are sums of bytes of which all but the last are
 // 255.
-bool VideoSyntax::HasRecoveryPoint(const UnitHeader& header,
-                                   std::span<const unsigned char> unit) const {
-  const unsigned int wanted = codec_ == Codec::kAvc ? kAvcInformation : kHevcInformation;
-  if (header.type != wanted) return false;
-  std::size_t at = headerSize();
+void ForEachMessage(std::span<const unsigned char> unit, std::size_t at, const TakeMessage& take) {
   const auto number = [&] {
     std::size_t sum = 0;
     while (at < unit.size() && unit[at] == 0xFF) sum += unit[at++];
     return at < unit.size() ? sum + unit[at++] : sum;
   };
   while (at + 2 < unit.size()) {
-    if (number() == kRecoveryPoint) return true;
-    at += number();
+    const std::size_t type = number();
+    const std::size_t size = number();
+    const std::size_t begin = std::min(at, unit.size());
+    take(type, unit.subspan(begin, std::min(size, unit.size() - begin)));
+    at += size;
   }
-  return false;
+}
+
+}  // namespace
+
+bool VideoSyntax::HasRecoveryPoint(const UnitHeader& header,
+                                   std::span<const unsigned char> unit) const {
+  if (!IsInformation(header)) return false;
+  bool found = false;
+  ForEachMessage(unit, headerSize(), [&](std::size_t type, std::span<const unsigned char>) {
+    found = found || type == kRecoveryPoint;
+  });
+  return found;
+}
+
+std::vector<std::uint64_t> VideoSyntax::Marks(const UnitHeader& header,
+                                              std::span<const unsigned char> unit) const {
+  std::vector<std::uint64_t> marks;
+  if (!IsInformation(header)) return {header.type};
+  ForEachMessage(unit, headerSize(), [&](std::size_t type, std::span<const unsigned char> payload) {
+    std::uint64_t mark = (std::uint64_t{type} + 1) << 8;
+    // Messages of users say by 16 bytes whose they are, behind a country's code or at once.
+    if (type == kRegistered || type == kUnregistered) {
+      for (const unsigned char byte : payload.first(std::min<std::size_t>(payload.size(), 16)))
+        mark = (mark ^ byte) * kHashPrime;
+    }
+    marks.push_back(mark);
+  });
+  return marks;
 }
 
 const SequenceSet* VideoSyntax::SequenceOf(unsigned int pictureSet) const {

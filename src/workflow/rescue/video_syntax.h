@@ -105,10 +105,15 @@ class VideoSyntax {
   bool IsSet(const UnitHeader& header) const;
   // Whether the unit is supplemental information that holds a recovery point.
   bool HasRecoveryPoint(const UnitHeader& header, std::span<const unsigned char> unit) const;
+  // What a unit in front of a slice is, and what messages it holds if it is supplemental
+  // information: numbers that are alike for those of one kind.
+  std::vector<std::uint64_t> Marks(const UnitHeader& header,
+                                   std::span<const unsigned char> unit) const;
   // Of the sequence that the picture set names; null without one.
   const SequenceSet* SequenceOf(unsigned int pictureSet) const;
 
  private:
+  bool IsInformation(const UnitHeader& header) const;
   bool TakeAvcRecord(std::span<const unsigned char> record);
   bool TakeHevcRecord(std::span<const unsigned char> record);
   bool TakeUnits(std::span<const unsigned char>& rest, unsigned int count);

@@ -119,6 +119,37 @@ TEST_F(RescueTest, TakesNoZerosAtTheEndForASample) {
   ASSERT_EQ(1U, report.unknown.size());
 }
 
+// Behind a whole picture, or a whole frame of sound, another clip of the camera begins.
+TEST_F(RescueTest, TakesNoSampleOfAnotherClipThatFollowsAWholeOne) {
+  NEED_DECODER();
+  rescue::Reference clip;
+  ASSERT_EQ(std::nullopt, clip.Load(kClip3));
+  rescue::Reference other;
+  ASSERT_EQ(std::nullopt, other.Load(kClip2));
+  const Bytes whole = ReadFile(kClip3);
+  const Bytes foreign = ReadFile(kClip2);
+  const auto from = static_cast<std::ptrdiff_t>(other.MediaBegin());
+  const auto to = static_cast<std::ptrdiff_t>(other.MediaEnd());
+  for (std::size_t chunk = 40; chunk < clip.chunks().size() - 8; chunk += 7) {
+    const rescue::ChunkPlace& last = clip.chunks()[chunk];
+    const std::uint64_t seam = last.position + clip.BytesOf(last);
+    Bytes broken = WithoutMovie(kClip3);
+    broken.resize(static_cast<std::size_t>(seam));
+    ASSERT_TRUE(std::equal(broken.begin(), broken.end(), whole.begin())) << "moved";
+    broken = support::WithU32(broken, PlaceOf(broken, "mdat"), 0);
+    broken.insert(broken.end(), foreign.begin() + from, foreign.begin() + to);
+    fs::remove(std::string(folder_ / "out.mp4"));
+    const RescueReport report = Run(broken);
+    ASSERT_TRUE(report.done) << chunk;
+    long long bytes = 0;
+    for (const RescuedTrack& track : report.tracks) bytes += track.bytes;
+    EXPECT_LE(bytes, static_cast<long long>(seam - clip.MediaBegin())) << chunk;
+    ASSERT_FALSE(report.unknown.empty());
+    EXPECT_LE(report.unknown.back().begin, static_cast<long long>(seam)) << chunk;
+    EXPECT_EQ(static_cast<long long>(broken.size()), report.unknown.back().end);
+  }
+}
+
 TEST_F(RescueTest, JoinsTheClipBeforeItWhereverItWasCut) {
   NEED_DECODER();
   const Bytes whole = WithoutMovie(kClip3);
