@@ -19,6 +19,7 @@ Kind KindOf(const OptionWords& option) {
   static constexpr const char* kFiles[] = {"FILE", "OUT", "IN", "PATH"};
   if (!Choices(option).empty()) return Kind::kChoice;
   if (option.value == "DIR" || option.value == "CARD") return Kind::kFolder;
+  // Of "FILE N" the file is what can be completed.
   const std::string word = option.value.substr(0, option.value.find(' '));
   const bool file = std::find(std::begin(kFiles), std::end(kFiles), word) != std::end(kFiles);
   return file ? Kind::kFile : Kind::kNothing;
@@ -53,6 +54,7 @@ std::string InQuotes(const std::string& text, const char* quote) {
 std::string BashValues(const CommandWords& command) {
   std::string text;
   for (const OptionWords& option : command.options) {
+    // Behind a flag comes another option or an operand.
     if (option.value.empty()) continue;
     const char* const action = KindOf(option) == Kind::kFolder ? "_clipchain_words -d"
                                : KindOf(option) == Kind::kFile ? "_clipchain_words -f"
@@ -86,6 +88,7 @@ std::string ZshOption(const OptionWords& option) {
   }
   std::string lines;
   for (const std::string& name : option.names) {
+    // "--option=value", but "-o value".
     const bool isLong = name.starts_with("--");
     lines += fmt::format("    {} \\\n",
                          InQuotes(fmt::format("({}){}{}[{}]{}", Join(option.names, " "), name,

@@ -40,6 +40,7 @@ std::string Wrapped(const std::string& text, std::size_t indent, std::size_t col
 // "  name        what it is", with the text behind the column or on a line of its own.
 std::string Entry(const std::string& name, const std::string& text) {
   std::string entry = "  " + name;
+  // Two blanks set name and text apart.
   if (entry.size() + 2 > kColumn)
     entry += '\n' + std::string(kColumn, ' ');
   else
@@ -73,6 +74,7 @@ class Help : public CLI::Formatter {
     std::string usage = fmt::format("\nUsage: {}", name.empty() ? command->get_name() : name);
     const CommandWords words = DescribeCommand(*command);
     for (const OptionWords& option : words.options) {
+      // What may be left out would fill lines, and stands below.
       if (option.required) usage += ' ' + OptionUsage(option);
     }
     usage += " [OPTION]...";

@@ -21,6 +21,7 @@ std::string Escaped(const std::string& text) {
       // A plain one may be shown as a dash, and a command that is copied from the page fails.
       escaped += "\\-";
     } else if (c == '\'') {
+      // A plain one is shown as a closing quote, with which no shell does anything.
       escaped += "\\(aq";
     } else {
       escaped += c;

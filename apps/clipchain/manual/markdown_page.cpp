@@ -26,6 +26,7 @@ std::string Escaped(std::string_view text) {
     } else if (c < 0x80) {
       escaped += static_cast<char>(c);
     } else {
+      // Whatever characters the terminal of the reader has: some formatters take bytes for Latin 1.
       escaped += fmt::format("\\[u{:04X}]", static_cast<unsigned int>(c));
     }
   }
@@ -107,12 +108,14 @@ class Writer {
       out_ += Guarded(Escaped(fenced_ ? line : line.substr(4))) + '\n';
       return;
     }
+    // Between two lines of code a blank one is code; behind the last one it is not.
     if (line.empty() && inCode_) {
       blanks_ += '\n';
       return;
     }
     EndCode();
     if (line.starts_with('|')) return TakeRow(line);
+    // A table ends where a line begins otherwise.
     heads_.clear();
     TakeText(line);
   }
@@ -150,6 +153,7 @@ class Writer {
     out_ += ".TP\n" + Guarded("\\fB" + Inline(cells[0]) + "\\fR") + '\n';
     for (std::size_t i = 1; i < cells.size() && i < heads_.size(); ++i) {
       if (cells[i].empty()) continue;
+      // Of two columns the first one names what the second one tells.
       const std::string head = cells.size() > 2 ? "\\fI" + Inline(heads_[i]) + "\\fR: " : "";
       out_ += (i > 1 ? ".br\n" : "") + Guarded(head + Inline(cells[i])) + '\n';
     }

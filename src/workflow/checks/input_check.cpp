@@ -40,9 +40,12 @@ bool CheckWhereTheWalkEnds(const ClipFile& clip, FileFindings& findings) {
         .offset = clip.BrokenHeader();
     return false;
   }
+  // An empty file has no box that could be named.
   if (clip.Layout().empty()) return false;
   const TopLevelBox& last = clip.Layout().back();
   if (!MP4G::CBox::IsTopLevelBox(last.type)) {
+    // What begins with something else is no clip at all, which whoever named it wants to know
+    // first.
     const bool isFirst = clip.Layout().size() == 1;
     PlaceAt(AddRefusal(
                 findings, Message::kTopLevelBoxUnknown,

@@ -143,6 +143,7 @@ void CheckMergeable(MP4G::CMovieBox* movie, bool alone, FileFindings& findings) 
     if (trackView.MediaHeaderBox() == nullptr)
       AddMissing(findings, track, "has a track without a media header \"mdhd\"", alone, E_BAD_DATA);
     CheckOffsets(track, moved[i], findings);
+    // Of a clip that is merged alone nothing is appended, and its lists stay as they are.
     if (!alone) CheckEdits(track, findings);
     const MP4G::CSampleTableBox_wr table(trackView.SampleTableBox());
     if (table.box != nullptr && table.SampleDescriptionBox() == nullptr)
@@ -172,6 +173,7 @@ std::vector<TrackPair> CheckMatch(MP4G::CMovieBox* first, const std::string& fir
     const TrackFacts facts = FactsOf(track);
     // As a merge chooses: the first track of that sample entry that no track before has taken.
     const auto partner = freeTracks.First(facts.entryType);
+    // The other tracks are looked at all the same: one look is to tell all that is wrong.
     if (partner.track == nullptr) {
       findings
           .AddAt(Message::kTrackWithoutPartner,

@@ -31,6 +31,7 @@ class TableCheck {
         findings_(findings) {}
 
   void Run() {
+    // That it is missing is told where clips are matched.
     if (tables_.table == nullptr) return;
     CheckCounts();
     CheckSyncSamples();
@@ -117,6 +118,7 @@ class TableCheck {
     const std::uint64_t there = tables_.descriptions->children.size();
     for (const auto& entry : tables_.chunkRuns->entries) {
       const std::uint64_t number = entry.sampleDescriptionIndex;
+      // Descriptions count from 1 (ISO/IEC 14496-12, clause 8.7.4).
       if (number >= 1 && number <= there) continue;
       Disagree(
           tables_.chunkRuns,
@@ -158,6 +160,7 @@ class TableCheck {
   void CheckChunks() {
     SampleLayout layout(tables_.table);
     Chunk chunk{};
+    // By chunks, in which samples lie without gaps: a recording of hours has millions of samples.
     while (layout.Next(chunk)) Look(chunk);
     const std::uint64_t room = tables_.RoomInChunks();
     if (room < sums_.samples) {

@@ -52,6 +52,7 @@ class PairCheck {
   void CompareTimeScales() {
     const MP4G::CMediaHeaderBox* a = first_.MediaHeaderBox();
     const MP4G::CMediaHeaderBox* b = second_.MediaHeaderBox();
+    // A header that is missing is told of where each clip is looked at by itself.
     if (a == nullptr || b == nullptr || a->recordA->timeScale == b->recordA->timeScale) return;
     AddAt(Message::kMediaTimeScale,
           fmt::format("counts {} units a second, and {} counts {}",
@@ -175,6 +176,7 @@ class PairCheck {
   }
 
   static std::string SizeWords(const MP4G::CTrackHeaderBox& header) {
+    // In 16.16 (ISO/IEC 14496-12, clause 8.3.2).
     return fmt::format("{} x {} pixels", header.recordB->width / 65536.0,
                        header.recordB->height / 65536.0);
   }
@@ -192,6 +194,8 @@ class PairCheck {
   void CompareDescriptions() {
     if (a_.descriptions == nullptr || b_.descriptions == nullptr) return;
     if (a_.descriptions->IsSameBox(b_.descriptions)) return;
+    // Both values are told: they show whether an encoder was set otherwise, or a track stands in
+    // another's place.
     const auto difference = FirstDifference(*a_.descriptions, *b_.descriptions);
     const std::string where = difference
                                   ? fmt::format("{} is {}, and {} in {}", difference->field,
@@ -217,6 +221,7 @@ class PairCheck {
                                 {"stss", a_.syncSamples, b_.syncSamples},
                                 {"sdtp", a_.dependencies, b_.dependencies}};
     for (const TablePair& pair : tables) {
+      // A table that one clip alone has would speak of the other one's samples, too.
       if ((pair.first == nullptr) == (pair.second == nullptr)) continue;
       const bool has = pair.second != nullptr;
       AddAt(Message::kTableMissing,
@@ -235,6 +240,7 @@ class PairCheck {
     if (versionA == versionB) return;
     const auto& entries = b_.offsets->entries;
     const bool matters = std::any_of(entries.begin(), entries.end(), [](const auto& entry) {
+      // Below that both versions mean the same number.
       return (entry.sampleOffset >> 31) != 0;
     });
     if (!matters) return;

@@ -46,6 +46,7 @@ void ByteRanges::Add(const ByteRange& samples) {
 }
 
 bool ByteRanges::Gather() {
+  // What moved alike and meets in the clip meets in the result, too.
   const auto moved = [](const ByteRange& range) { return range.inResult - range.inClip; };
   SortInRows(ranges_, [&](const ByteRange& a, const ByteRange& b) {
     return std::tuple(moved(a), a.inClip) < std::tuple(moved(b), b.inClip);

@@ -14,6 +14,7 @@ namespace {
 
 ImageCopy WriteAll(const ImageCopyTask& task, const Layout& layout, MergeImage& image) {
   ImageCopy copy;
+  // The check has mostly made the image already.
   if (image.pieces.empty()) copy.findings = MakeMergeImage({task.inputs, layout, task.fit}, image);
   if (copy.findings.empty())
     copy.fault = ImageWriter(task.inputs, image, task.progress, task.companion)
@@ -42,6 +43,7 @@ ImageCopy CopyImage(const ImageCopyTask& task, Layout layout, MergeImage& image)
   Layout blocks = layout;
   blocks.block = task.part.BlockSize();
   copy.fault.side = WriteFault::Side::kNotShared;
+  // A file system that tells no size of a block can share none.
   if (blocks.block != 0) {
     MergeImage shared;
     copy.findings = MakeMergeImage({task.inputs, blocks, task.fit}, shared);
@@ -49,6 +51,7 @@ ImageCopy CopyImage(const ImageCopyTask& task, Layout layout, MergeImage& image)
       copy.fault = {};
       return copy;
     }
+    // Without a companion: what is shared passes through no buffer, so that nobody sees its bytes.
     ImageWriter writer(task.inputs, shared, task.progress);
     copy.fault = writer.ShareWith(task.part.descriptor(), blocks.block, strict);
     copy.shared = static_cast<long long>(writer.Shared());

@@ -115,6 +115,7 @@ WriteFault ImageWriter::Tell(Number bytes) {
   const std::size_t clip = started_ - 1;
   const Number before = done_;
   done_ += bytes;
+  // Told of each block, whoever draws the progress would take as long as the copy.
   const bool isDue = bytes == 0 || done_ == totals_[clip] || done_ / kBetween != before / kBetween;
   if (!isDue) return {};
   const bool goesOn = progress_.Copied(static_cast<long long>(done_));

@@ -107,6 +107,7 @@ bool TrackRun::Read(View body) {
   hasFirstFlags = (flags & 0x4) != 0;
   if (hasFirstFlags) firstFlags = U32(body, at);
   at += hasFirstFlags ? 4 : 0;
+  // Which fields an entry has the flags say; one that is missing takes no room (8.8.8.1).
   stride = 0;
   for (const std::uint32_t field : {0x100U, 0x200U, 0x400U, 0x800U})
     stride += (flags & field) != 0 ? 4 : 0;
@@ -162,10 +163,12 @@ Reason SampleFile::Walk() {
     } else if (size == 0) {
       size = size_ - at;
     }
+    // What stands there is no box, and nothing says where the next one would begin.
     if (size < begin) break;
     const bool fits = size <= size_ - at;
     const std::uint32_t type = U32(header, 4);
     if (type == FourCc("mdat")) media_.push_back({at + begin, fits ? at + size : size_});
+    // Behind a box that is cut off the file has nothing.
     if (!fits) break;
     if (type == FourCc("moov")) movies_.push_back({at, size});
     if (type == FourCc("moof")) fragments_.push_back({at, size});
@@ -196,6 +199,7 @@ Reason SampleFile::ReadMovie() {
   while (TakeBox(rest, box)) {
     if (box.type == FourCc("trak")) tracks_.push_back(ReadTrack(box.body));
   }
+  // Fragments name tracks by these; of two alike the first one counts.
   for (std::size_t i = 0; i < tracks_.size(); ++i) byId_.emplace(tracks_[i].id, i);
   ReadDefaults(FindBox(movie_, FourCc("mvex")).body);
   return std::nullopt;

@@ -148,6 +148,7 @@ bool Streaming::VerifyImage() {
     FailStopped();
     return false;
   }
+  // A clip that changed explains whatever else is wrong with what was read of it.
   if (HoldsUp(found, options_.force)) {
     if (const std::string* const changed = states_.Changed(true)) {
       FailChanged(*changed);
@@ -163,6 +164,7 @@ bool Streaming::Write() {
   ReaderOutput output(options_.descriptor);
   const auto goOn = [this] { return progress_.Ask(); };
   const auto write = [&](const unsigned char* bytes, std::size_t size) {
+    // Also where it fails: what went out can't be taken back, and the report tells how much it was.
     report_.size += static_cast<long long>(size);
     return output.Write(bytes, size, goOn);
   };
