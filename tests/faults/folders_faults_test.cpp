@@ -8,6 +8,7 @@
 
 #include "support/failing_calls.h"
 #include "support/temp_dir.h"
+#include "workflow/card_proof.h"
 #include "workflow/folders.h"
 #include "workflow/system/descriptor.h"
 #include "workflow/system/flush_folders.h"
@@ -28,6 +29,25 @@ TEST(FoldersFaults, LeaveNoFolderThatMayBeLost) {
   EXPECT_FALSE(fs::exists(path));
   EXPECT_EQ(std::nullopt, clipchain::MakeFolder(path));
   EXPECT_TRUE(fs::is_directory(path));
+}
+
+TEST(FoldersFaults, KeepNoEmptyFileThatMayBeLost) {
+  const support::TempDir dir;
+  for (const char* name : {"card", "kept"}) {
+    fs::create_directory(dir / name);
+    support::WriteFile(dir.path() / name / "empty.txt", {});
+  }
+  clipchain::CardProofOptions options;
+  options.cards = {dir / "card"};
+  options.against = {dir / "kept"};
+  {
+    const Disturbance disturbance(Call::kFsync, EIO);
+    const clipchain::CardProof proof = clipchain::ProveCards(options);
+    EXPECT_FALSE(proof.kept);
+    ASSERT_EQ(1u, proof.notKept.size());
+    EXPECT_NE(std::string::npos, proof.notKept[0].reason.find("can't be flushed"));
+  }
+  EXPECT_TRUE(clipchain::ProveCards(options).kept);
 }
 
 TEST(FoldersFaults, TakeNothingForFlushedBelowWhatWasNot) {

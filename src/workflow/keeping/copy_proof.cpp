@@ -34,11 +34,16 @@ void CopyProof::TryEmpty(CardFile& file) {
   for (const std::size_t candidate : kept_.OfSize(0)) {
     KeptFile& copy = kept_.Files()[candidate];
     if (NameOf(copy.file.path) != NameOf(file.file.path)) continue;
-    kept_.Count(copy);
-    file.keeping = Keeping::kEveryByte;
-    return;
+    Reason why;
+    // There is no byte to compare, but the name must be on the disk, and on no card.
+    if (kept_.Open(copy, cards_, why) != nullptr) {
+      kept_.Count(copy);
+      file.keeping = Keeping::kEveryByte;
+      return;
+    }
+    file.reason = PrintablePath(copy.file.path) + ' ' + *why;
   }
-  file.reason = "is empty, and there is no empty file of its name";
+  if (file.reason.empty()) file.reason = "is empty, and there is no empty file of its name";
 }
 
 // Those that begin and end alike, of the same name first.
