@@ -26,6 +26,7 @@ bool AskYesNo(const std::string& question) {
 std::function<bool(const Leftover&)> LeftoverQuestion(bool always, bool forPrograms,
                                                       ProgressLine& line) {
   if (always) return [](const Leftover&) { return true; };
+  // Nobody would answer; what was left behind is then named, and stays.
   if (forPrograms || !IsOnTerminal()) return {};
   return [&line](const Leftover& leftover) {
     line.Clear();

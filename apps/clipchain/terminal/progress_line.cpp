@@ -95,6 +95,7 @@ ProgressLine::ProgressLine(std::FILE* stream, bool quiet)
 ProgressLine::~ProgressLine() { Clear(); }
 
 void ProgressLine::Show(CopyState state) {
+  // A terminal that draws each block would take as long as the copy.
   if (!IsDue()) return;
   state.seconds = std::chrono::duration<double>(Clock::now() - phase_).count();
   ShowText(CopyText(state, Columns()));

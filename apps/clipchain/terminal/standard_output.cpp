@@ -40,6 +40,7 @@ bool OutputFailed() { return static_cast<bool>(failure); }
 int EndOutput(int exitCode) {
   FlushOutput();
   if (!OutputFailed()) return exitCode;
+  // As other tools end in front of "head", which has all that it wants.
   if (failure == std::errc::broken_pipe) DieOfClosedPipe();
   std::fputs(
       fmt::format("clipchain: not all of the output could be written: {}\n", ErrorText(failure))

@@ -33,6 +33,7 @@ bool IsIgnored(int number) {
 
 void DieOf(int number) {
   std::fflush(nullptr);
+  // A shell sees by which signal a tool ended, and ends its own script after Ctrl-C.
   SetHandler(number, SIG_DFL);
   ::raise(number);
 }
@@ -42,10 +43,13 @@ void DieOf(int number) {
 void TakeWriteSignalsAsErrors() {
   diesOfPipes = !IsIgnored(SIGPIPE);
   SetHandler(SIGPIPE, SIG_IGN);
+  // The write that is too large fails then, and is told of like any other.
   SetHandler(SIGXFSZ, SIG_IGN);
 }
 
 void KeepStandardStreams() {
+  // Ahead of any file: it would get the number of a stream that is closed, and what is printed
+  // would be written into it.
   hasOutput = ::fcntl(STDOUT_FILENO, F_GETFD) >= 0;
   for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
     // The lowest number that is free is the one that is missing.
@@ -57,6 +61,7 @@ bool HasStandardOutput() { return hasOutput; }
 
 void NoteStopSignals() {
   for (const int number : kStopSignals) {
+    // Whoever starts it with nohup has one ignored on purpose.
     if (!IsIgnored(number)) SetHandler(number, Note);
   }
 }

@@ -59,6 +59,7 @@ class JpegWalk {
   }
 
   bool PassSegment(unsigned char marker) {
+    // These have no length, and are out of place between segments.
     if (marker == 0 || marker == kTemporary || marker == kStartOfImage || IsRestart(marker))
       return false;
     be16 length;
@@ -66,6 +67,7 @@ class JpegWalk {
     if (IsStartOfFrame(marker) && !ReadFrame()) return false;
     if (QUIRVA::Skip(in_, rest_, length - static_cast<unsigned int>(sizeof length)) != S_OK)
       return false;
+    // Behind the head of a scan stand its data, the length of which nothing tells.
     return marker != kStartOfScan || PassScan();
   }
 

@@ -83,6 +83,7 @@ bool RegisterAdapted(const std::string& path, MP4G::CSequenceCreator& creator) {
   clip->path = QUIRVA::WidePathFromBytes(path);
   clip->fileSize = status.st_size;
   if (!sequence || sequence->TransferMp4(clip.get()) != S_OK) return false;
+  // The sequence owns it from here on.
   clip.release();
   MP4G::CMp4Sequence* registered = sequence.Detach();
   creator.InsertSequenceToListWithTimesort(registered);
@@ -147,6 +148,7 @@ void FindCopies(std::vector<SequenceReport>& sequences) {
   std::map<ClipKey, std::size_t> owners;
   for (const std::size_t i : order) {
     SequenceReport& sequence = sequences[i];
+    // Nothing says for sure that two clips without identifiers are one.
     if (!IsIdentified(sequence)) continue;
     std::optional<std::size_t> owner;
     bool isCopy = true;
