@@ -1,4 +1,5 @@
 #include "workflow/clip_search.h"
+#include "workflow/system/files.h"
 
 #include <algorithm>
 #include <cctype>
@@ -57,7 +58,7 @@ class FolderSearch {
   }
 
   void TellUnreadable(const fs::path& path, const std::error_code& error) {
-    found_.unreadable.push_back({path.string(), "can't be searched: " + error.message()});
+    found_.unreadable.push_back({path.string(), "can't be searched: " + ErrorText(error)});
   }
 
   // A share may take its time for each entry.

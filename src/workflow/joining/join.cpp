@@ -155,7 +155,7 @@ class Joining {
     Finding finding = MakeFinding(
         Message::kEarlierJoin, part.path,
         error ? "is an earlier, shorter join of the same recording, and can't be removed: " +
-                    error.message()
+                    ErrorText(error)
               : "was an earlier, shorter join of the same recording, and is removed now",
         error ? "remove it by hand" : "");
     report.findings.push_back(std::move(finding));
