@@ -154,6 +154,13 @@ QUIRVA::ComPtr<ClipView> Fit::View(std::size_t clip, int& result, unsigned int b
   return view;
 }
 
+double Fit::Growth() const {
+  if (!IsAdapted()) return 1;
+  std::uint64_t all = 0;
+  for (const FitClip& clip : clips_) all += clip.movie.Size();
+  return static_cast<double>(all) / static_cast<double>(clips_.front().movie.Size());
+}
+
 // Tables of many clips are large: none is there twice for longer than it takes to write it.
 std::optional<Bytes> Fit::Complete(Bytes engineMovie) const {
   auto engines = MovieOf(engineMovie);

@@ -1,4 +1,5 @@
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdint>
 
@@ -46,6 +47,17 @@ void* AllocateFilledPages(std::size_t size) {
   void* block = Map(size);
   if (block != nullptr) PreferLargePages(block, size, 0);
   return block;
+}
+
+void PreparePages([[maybe_unused]] void* begin, [[maybe_unused]] std::size_t size) {
+#ifdef MADV_POPULATE_WRITE
+  const auto start = reinterpret_cast<std::uintptr_t>(begin);
+  const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+  const std::uintptr_t from = (start + page - 1) / page * page;
+  const std::uintptr_t end = (start + size) / page * page;
+  // Older systems refuse, and nothing is lost.
+  if (from < end) ::madvise(reinterpret_cast<void*>(from), end - from, MADV_POPULATE_WRITE);
+#endif
 }
 
 void FreePages(void* block, std::size_t size) { ::munmap(block, MappedSize(size)); }

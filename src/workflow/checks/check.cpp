@@ -54,7 +54,10 @@ class CheckRun {
                   "can't have chapters where nothing is adapted: their box is one more",
                   "merge without --exact, or without --chapters");
     CheckReport report;
-    fit_ = FitOf(inputs_, options_.fitting, memoryLimit_, &unread_);
+    FittedClips fitted = FitOf(inputs_, options_.fitting, memoryLimit_);
+    fit_ = std::move(fitted.fit);
+    unread_ = std::move(fitted.unread);
+    rehearsal_.ExpectGrowth(fitted.growth);
     report.stopped = !CheckClips();
     SayMemoryIsShort();
     if (!report.stopped) CheckTogether(report);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "workflow/system/files.h"
 
@@ -50,17 +51,15 @@ Message MessageOf(FitProblemKind kind) {
 
 }  // namespace
 
-std::shared_ptr<const Fit> FitOf(const std::vector<std::string>& inputs, const Fitting& fitting,
-                                 long long memoryLimit, std::set<std::size_t>* unread) {
-  if (fitting.exact || inputs.empty()) return nullptr;
+FittedClips FitOf(const std::vector<std::string>& inputs, const Fitting& fitting,
+                  long long memoryLimit) {
+  FittedClips clips;
+  if (fitting.exact || inputs.empty()) return clips;
   // A pipe would keep whoever opens it waiting.
-  bool canRead = true;
   for (std::size_t i = 0; i < inputs.size(); ++i) {
-    if (!WhyUnreadable(inputs[i])) continue;
-    canRead = false;
-    if (unread != nullptr) unread->insert(i);
+    if (WhyUnreadable(inputs[i])) clips.unread.insert(i);
   }
-  if (!canRead) return nullptr;
+  if (!clips.unread.empty()) return clips;
   FitOptions options;
   options.commonTracks = fitting.commonTracks;
   options.seamsAsTheyAre = fitting.seamsAsTheyAre;
@@ -69,10 +68,11 @@ std::shared_ptr<const Fit> FitOf(const std::vector<std::string>& inputs, const F
   options.memoryLimit = memoryLimit;
   auto fit = std::make_shared<const Fit>(inputs, options);
   for (const FitProblem& problem : fit->Report().problems) {
-    if (problem.kind == FitProblemKind::kInputUnreadable && unread != nullptr)
-      unread->insert(problem.clip);
+    if (problem.kind == FitProblemKind::kInputUnreadable) clips.unread.insert(problem.clip);
   }
-  return fit->IsNeeded() || !fit->Report().problems.empty() ? fit : nullptr;
+  clips.growth = fit->Growth();
+  if (fit->IsNeeded() || !fit->Report().problems.empty()) clips.fit = std::move(fit);
+  return clips;
 }
 
 std::vector<Adapted> AdaptationsOf(const Fit& fit, const std::vector<std::string>& inputs) {

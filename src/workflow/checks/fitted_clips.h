@@ -14,11 +14,20 @@
 
 namespace clipchain {
 
-// Finds out what a merge adapts. Null if nothing may be adapted, if a clip can't be read, or if the
-// clips fit as they are and nothing speaks against them. `memoryLimit` as for a check.
-// `unread`, unless it is null, gets the indices of clips that could not be read.
-std::shared_ptr<const Fit> FitOf(const std::vector<std::string>& inputs, const Fitting& fitting,
-                                 long long memoryLimit, std::set<std::size_t>* unread = nullptr);
+struct FittedClips {
+  // Null if nothing may be adapted, if a clip can't be read, or if the clips fit as they are and
+  // nothing speaks against them.
+  std::shared_ptr<const Fit> fit{};
+  // Indices of those that could not be read.
+  std::set<std::size_t> unread{};
+  // The movie boxes of all clips together, as a multiple of the first one's; 1 if that is not
+  // known.
+  double growth = 1;
+};
+
+// Finds out what a merge adapts. `memoryLimit` as for a check.
+FittedClips FitOf(const std::vector<std::string>& inputs, const Fitting& fitting,
+                  long long memoryLimit);
 
 std::vector<Adapted> AdaptationsOf(const Fit& fit, const std::vector<std::string>& inputs);
 

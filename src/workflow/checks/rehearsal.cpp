@@ -92,7 +92,10 @@ void Rehearsal::TakeFirst(std::unique_ptr<ClipFile> clip, const ClipView* view,
   complete_ = complete_ && !findings.Refused();
   if (!complete_) return;
   const HRESULT result = assembly_.Take(first_->file, view);
-  if (result == S_OK) return;
+  if (result == S_OK) {
+    room_.emplace(first_->Movie(), growth_);
+    return;
+  }
   complete_ = false;
   findings.Add(Message::kInputRefused, "can't be merged", "leave it out").result = result;
 }
@@ -206,6 +209,7 @@ void Rehearsal::CheckDurations(FileFindings& findings) {
 
 void Rehearsal::Finish(const MovieCompletion& completion, FileFindings& findings,
                        MergeImage* image) {
+  room_.reset();
   if (!complete_ || first_ == nullptr) return;
   Bytes movie;
   const HRESULT result = assembly_.CompleteMovie(movie);

@@ -15,6 +15,7 @@
 #include "adapt/clip_view.h"
 #include "workflow/assembling/image_assembly.h"
 #include "workflow/checks/match_check.h"
+#include "workflow/checks/table_room.h"
 #include "workflow/clips/clip_file.h"
 #include "workflow/findings/file_findings.h"
 
@@ -30,6 +31,9 @@ class Rehearsal {
   // blocks with it.
   explicit Rehearsal(long long memoryLimit, const Layout& layout = {})
       : memoryLimit_(memoryLimit), assembly_(layout) {}
+
+  // The movie boxes of all inputs are that many times as large as the first one's.
+  void ExpectGrowth(double growth) { growth_ = growth; }
 
   // Whether the boxes of the clip fit in the memory beside what is there; says so where they don't.
   bool HasRoomFor(const ClipFile& clip, FileFindings& findings);
@@ -68,8 +72,11 @@ class Rehearsal {
   long long memory_ = 0;
   // What the boxes of the clip at hand take by themselves.
   long long boxMemory_ = 0;
+  double growth_ = 1;
   // Until the movie box is complete.
   std::unique_ptr<ClipFile> first_;
+  // In its tables, as long as they grow.
+  std::optional<TableRoom> room_;
   ImageAssembly assembly_;
   bool complete_ = true;
   std::vector<TrackPair> pairs_;

@@ -329,7 +329,7 @@ Findings VerifyOutput(const Job& job, const Progress& progress, const Fitting& f
   }
   CheckOptions made;
   made.fitting = FittingOfResult(job.output, job.inputs, fitting);
-  const auto fit = FitOf(job.inputs, made.fitting, std::numeric_limits<long long>::max());
+  const auto fit = FitOf(job.inputs, made.fitting, std::numeric_limits<long long>::max()).fit;
   const bool isFitted = fit != nullptr && fit->IsNeeded();
   FileBytes bytes(file);
   if (verification == Verification::kFull) bytes.ForgetCached();
