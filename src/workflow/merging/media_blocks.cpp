@@ -11,7 +11,9 @@ namespace {
 using Number = unsigned long long;
 
 // Enough for the reader to be at work while a write waits for the disk.
-constexpr std::size_t kAhead = 8;
+constexpr std::size_t kAhead = 16;
+// The reader is woken for so many blocks: to be woken for each costs as much as to read it.
+constexpr std::size_t kBatch = kAhead / 2;
 // Less media is not worth a thread.
 constexpr Number kWorthIt = 32 * MediaBlocks::kBlock;
 
@@ -55,7 +57,7 @@ MediaBlocks::Block MediaBlocks::Next(const ImagePiece& piece, Number done) {
   std::unique_lock guard(lock_);
   if (isLent_) ++returned_;
   isLent_ = false;
-  changed_.notify_all();
+  if (read_ + kBatch <= returned_ + slots_.size()) changed_.notify_all();
   changed_.wait(guard, [this] { return read_ > returned_ || isOver_; });
   if (read_ == returned_) {
     guard.unlock();

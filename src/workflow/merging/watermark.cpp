@@ -1,11 +1,14 @@
 #include "workflow/merging/watermark.h"
 
+#include <limits>
+
 namespace clipchain {
 
 void Watermark::RaiseTo(Number end) {
   {
     const std::lock_guard guard(lock_);
     end_ = end;
+    if (end_ < wanted_) return;
   }
   changed_.notify_one();
 }
@@ -20,7 +23,10 @@ void Watermark::GiveUp() {
 
 bool Watermark::WaitFor(Number end) {
   std::unique_lock guard(lock_);
-  changed_.wait(guard, [&] { return end_ >= end || givenUp_; });
+  if (end_ >= end) return true;
+  constexpr Number kMost = std::numeric_limits<Number>::max();
+  wanted_ = end < kMost - kStep ? end + kStep : kMost;
+  changed_.wait(guard, [&] { return end_ >= wanted_ || givenUp_; });
   return end_ >= end;
 }
 

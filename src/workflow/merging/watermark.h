@@ -16,18 +16,25 @@ class Watermark {
  public:
   using Number = unsigned long long;
 
-  // All up to there is written.
+  // All up to there is written. Behind the last byte, the largest number is told or GiveUp called.
   void RaiseTo(Number end);
   // Nothing more will be; who waits for more waits no longer.
   void GiveUp();
 
-  // Waits until all up to there is written; false if it never will be.
+  // Waits until all up to there is written, and a little more where it has to wait; false if it
+  // never will be.
   bool WaitFor(Number end);
 
  private:
+  // A reader that waits is woken once so much more is there: to be woken for each block costs more
+  // than to compare it.
+  static constexpr Number kStep = 4 * 1024 * 1024;
+
   std::mutex lock_;
   std::condition_variable changed_;
   Number end_ = 0;
+  // What the reader waits for.
+  Number wanted_ = 0;
   bool givenUp_ = false;
 };
 
