@@ -17,7 +17,7 @@ std::span<const unsigned char> ImageBytes::Lend(unsigned long long position, std
   const ImagePiece& piece = *PieceAt(position);
   const unsigned long long skip = position - piece.position;
   if (piece.clip != ImagePiece::kNoClip || size > piece.size - skip) return {};
-  return std::span(image_.bytes).subspan(piece.source + skip, size);
+  return image_.Own(piece).subspan(skip, size);
 }
 
 bool ImageBytes::Read(unsigned long long position, void* buffer, std::size_t size) {
@@ -30,7 +30,7 @@ bool ImageBytes::Read(unsigned long long position, void* buffer, std::size_t siz
     const auto part =
         static_cast<std::size_t>(std::min<unsigned long long>(source.size - skip, size));
     if (source.clip == ImagePiece::kNoClip) {
-      std::copy_n(image_.bytes.data() + source.source + skip, part, out);
+      std::copy_n(image_.Own(source).data() + skip, part, out);
     } else if (!ReadMedia(source, skip, out, part)) {
       return false;
     }

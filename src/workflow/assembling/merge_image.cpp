@@ -83,15 +83,17 @@ class ImageMaker {
 
 }  // namespace
 
-void MergeImage::Add(std::vector<unsigned char> own) {
-  if (own.empty()) return;
-  pieces.push_back({size, own.size(), ImagePiece::kNoClip, bytes.size()});
-  size += own.size();
-  if (bytes.empty()) {
-    bytes = std::move(own);
-  } else {
-    bytes.insert(bytes.end(), own.begin(), own.end());
-  }
+unsigned long long MergeImage::OwnSize() const {
+  Number sum = 0;
+  for (const auto& bytes : own) sum += bytes.size();
+  return sum;
+}
+
+void MergeImage::Add(std::vector<unsigned char> bytes) {
+  if (bytes.empty()) return;
+  pieces.push_back({size, bytes.size(), ImagePiece::kNoClip, own.size()});
+  size += bytes.size();
+  own.push_back(std::move(bytes));
 }
 
 void MergeImage::Add(std::size_t clip, Number source, Number length) {

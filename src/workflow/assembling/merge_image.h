@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -22,19 +23,25 @@ struct ImagePiece {
   unsigned long long size = 0;
   // Index of the clip.
   std::size_t clip = kNoClip;
-  // Where they begin, in the clip's file or in MergeImage::bytes.
+  // Where they begin in the clip's file. Of bytes that stand in no clip: their index in
+  // MergeImage::own.
   unsigned long long source = 0;
 };
 
 struct MergeImage {
   // One behind the other, without gaps, none empty.
   std::vector<ImagePiece> pieces;
-  // Of what stands in no clip.
-  std::vector<unsigned char> bytes;
+  // What stands in no clip, each the whole of one piece: movie boxes are large, and none is copied.
+  std::vector<std::vector<unsigned char>> own;
   // Of the merged file.
   unsigned long long size = 0;
 
-  void Add(std::vector<unsigned char> own);
+  // Of a piece that stands in no clip.
+  std::span<const unsigned char> Own(const ImagePiece& piece) const { return own[piece.source]; }
+  // Bytes that stand in no clip.
+  unsigned long long OwnSize() const;
+
+  void Add(std::vector<unsigned char> bytes);
   void Add(std::size_t clip, unsigned long long source, unsigned long long length);
   void AddZeros(unsigned long long length);
 };

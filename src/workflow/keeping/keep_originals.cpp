@@ -194,7 +194,7 @@ Findings Keeper::Describe(const std::vector<std::string>& clips, const FitOption
     if (piece.clip != ImagePiece::kNoClip) continue;
     // Small ranges: tables, headers, gaps.
     ContentHash own;
-    own.Update(image.bytes.data() + piece.source, piece.size);
+    own.Update(image.Own(piece).data(), piece.size);
     // By these a split tells a merged file that is damaged from one that never was this one.
     originals_.own.push_back({piece.position, piece.size, own.Value().xxh128});
   }

@@ -27,7 +27,7 @@ bool CoversAll(const Originals& contents, const MergeImage& image) {
   for (const OriginalClip& clip : contents.clips) {
     for (const RecipeStep& step : clip.recipe) sum += step.size;
   }
-  return sum + image.bytes.size() == image.size;
+  return sum + image.OwnSize() == image.size;
 }
 
 std::string NotThere(const OriginalClip& clip) {

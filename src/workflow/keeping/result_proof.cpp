@@ -120,7 +120,7 @@ bool ResultProof::OwnBytesFit(KeptFile& result, ListedBytes& bytes, const MergeI
   return std::all_of(image.pieces.begin(), image.pieces.end(), [&](const ImagePiece& piece) {
     return piece.clip != ImagePiece::kNoClip ||
            !compare_.CompareWith({bytes.Bytes(), result.file.path, piece.position},
-                                 image.bytes.data() + piece.source, piece.size, nullptr);
+                                 image.Own(piece).data(), piece.size, nullptr);
   });
 }
 
@@ -181,7 +181,7 @@ Reason ResultProof::CompareContent(KeptFile& result, ListedBytes& bytes,
     const NamedRange mine{bytes.Bytes(), result.file.path, piece.position};
     Reason why;
     if (piece.clip == ImagePiece::kNoClip) {
-      why = compare_.CompareWith(mine, image.bytes.data() + piece.source, piece.size, passing);
+      why = compare_.CompareWith(mine, image.Own(piece).data(), piece.size, passing);
     } else {
       const ListedFile& clip = cards_.Files()[clips[piece.clip]].file;
       if (piece.clip != open) source = std::make_unique<ListedBytes>(clip);

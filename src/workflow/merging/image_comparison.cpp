@@ -67,7 +67,7 @@ class Comparison {
   }
 
   bool CompareOwn(const ImagePiece& piece) {
-    const unsigned char* const bytes = task_.image.bytes.data() + piece.source;
+    const unsigned char* const bytes = task_.image.Own(piece).data();
     for (Number done = 0; done < piece.size; done += kBlock) {
       const auto size = static_cast<std::size_t>(std::min<Number>(piece.size - done, kBlock));
       const unsigned char* const found = ReadOutput(piece.position + done, size);

@@ -138,7 +138,7 @@ WriteFault ImageWriter::CopyPiece(const ImagePiece& piece, const Put& put) {
 
 MediaBlocks::Block ImageWriter::OwnBlock(const ImagePiece& piece, Number done) const {
   const Number size = std::min<Number>(piece.size - done, MediaBlocks::kBlock);
-  return {image_.bytes.data() + piece.source + done, static_cast<std::size_t>(size)};
+  return {image_.Own(piece).data() + done, static_cast<std::size_t>(size)};
 }
 
 WriteFault ImageWriter::SharePiece(const ImagePiece& piece, Share& share,

@@ -32,9 +32,10 @@ class MergeImageTest : public testing::Test {
     for (const ImagePiece& piece : image.pieces) {
       EXPECT_EQ(made.size(), piece.position);
       EXPECT_NE(0u, piece.size);
-      const Bytes source =
-          piece.clip == ImagePiece::kNoClip ? image.bytes : support::ReadFile(clips[piece.clip]);
-      made = support::Join({made, support::Slice(source, piece.source, piece.source + piece.size)});
+      const bool isOwn = piece.clip == ImagePiece::kNoClip;
+      const Bytes source = isOwn ? image.own[piece.source] : support::ReadFile(clips[piece.clip]);
+      const std::size_t begin = isOwn ? 0 : piece.source;
+      made = support::Join({made, support::Slice(source, begin, begin + piece.size)});
     }
     EXPECT_EQ(image.size, made.size());
     return made;
