@@ -1,6 +1,7 @@
 #include "workflow/evidence/chance_limits.h"
 
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <set>
 #include <string>
@@ -121,6 +122,20 @@ bool IsOfOtherLimit(const FamilyCard& card, const Limit& limit) {
   });
 }
 
+// Whether all seconds of these clips weigh the same, so that those of one size are about as long,
+// too: then some have one length because of the size, and not the other way round.
+bool AreOfEvenRate(const Family& family, const Limit& limit) {
+  Nanoseconds shortest = std::numeric_limits<Nanoseconds>::max();
+  Nanoseconds longest = 0;
+  for (const std::size_t i : limit.clips) {
+    const Nanoseconds length = family.Traits(i).length.value_or(0);
+    shortest = std::min(shortest, length);
+    longest = std::max(longest, length);
+  }
+  // As far as clips of a shared size are apart.
+  return longest - shortest <= kSecond;
+}
+
 // How clips that stop at no limit are continued, and whether anything but names shows that.
 FollowUps ElsewhereOn(const Family& family, const FamilyCard& card, const ValuePlaces& places) {
   FollowUps all;
@@ -136,8 +151,9 @@ FollowUps ElsewhereOn(const Family& family, const FamilyCard& card, const ValueP
   }
   // A timecode runs on over recordings, too, where it counts what was recorded.
   const auto hasCode = [&](std::size_t i) { return family.Traits(i).timecode.has_value(); };
-  all.isTimed = IsTimed(card) || (all.elsewhere == 0 && !card.timecodesAlike &&
-                                  std::all_of(card.clips.begin(), card.clips.end(), hasCode));
+  all.isTimed =
+      IsTimed(card) || (all.elsewhere == 0 && !card.timecodesAlike && !card.timecodeCounts &&
+                        std::all_of(card.clips.begin(), card.clips.end(), hasCode));
   return all;
 }
 
@@ -199,7 +215,7 @@ void DropChanceLimits(Family& family, FamilyCard& card) {
   });
   std::vector<Limit> trusted;
   for (const Limit& limit : card.limits) {
-    if (!IsOfOtherLimit(card, limit)) trusted.push_back(limit);
+    if (AreOfEvenRate(family, limit) || !IsOfOtherLimit(card, limit)) trusted.push_back(limit);
   }
   card.limits = std::move(trusted);
 }

@@ -190,6 +190,32 @@ bool IsOfNextRecording(std::string_view before, std::string_view behind) {
          chapter->width <= kMostOfChapter;
 }
 
+bool AreOfTwoRecordings(std::string_view before, std::string_view behind) {
+  constexpr std::size_t kLeastOfRecording = 4;
+  constexpr std::size_t kMostOfChapter = 3;
+  const std::vector<Run> runs = RunsOf(before);
+  const std::vector<Run> others = RunsOf(behind);
+  if (runs.size() != others.size()) return false;
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    if (!MayRun(runs[i]) || !MayRun(others[i]) || runs[i].width != others[i].width) continue;
+    const bool isBehind = i + 1 < runs.size() && MayRun(runs[i + 1]) &&
+                          runs[i + 1].width <= kMostOfChapter && runs[i].width >= kLeastOfRecording;
+    if (isBehind && runs[i].value != others[i].value) return true;
+    if (runs[i].width != kLeastOfRecording + 2) continue;
+    const std::uint64_t recording = Power(kLeastOfRecording);
+    // Chapters are counted from 1 on: in front of 0 stands the number of a clip.
+    const bool isChapter = runs[i].value >= recording && others[i].value >= recording;
+    if (isChapter && runs[i].value % recording != others[i].value % recording) return true;
+  }
+  return false;
+}
+
+bool MayBeGiven(std::string_view name) {
+  constexpr std::size_t kMostGivenDigits = 3;
+  const std::vector<Run> runs = RunsOf(name);
+  return runs.size() == 1 && runs[0].width <= kMostGivenDigits;
+}
+
 bool MayBeNumbered(std::string_view a, std::string_view b) {
   Run first;
   Run second;

@@ -37,6 +37,15 @@ NumberOrder OrderOfNumbers(std::string_view before, std::string_view behind);
 // number of a chapter.
 bool IsOfNextRecording(std::string_view before, std::string_view behind);
 
+// Whether two names of one series are those of two recordings if what stands beside a number of
+// four digits or more in them counts chapters: that number differs. A number of five digits counts
+// clips.
+bool AreOfTwoRecordings(std::string_view before, std::string_view behind);
+
+// Whether somebody may have thought of the number: it is the only one of the name and has up to
+// three digits. Cameras count clips with four or more.
+bool MayBeGiven(std::string_view name);
+
 // Whether a camera may have numbered two clips by these names: they are equal but for a number of
 // two digits or more that is no part of a date. "(1)" stands behind what a system copies.
 bool MayBeNumbered(std::string_view a, std::string_view b);

@@ -179,11 +179,17 @@ ClockVerdict JudgeClock(const Family& family, std::size_t before, std::size_t be
   verdict.rises = *second.time > *first.time;
   if (verdict.custom != Custom::kUnknown && verdict.custom != Custom::kTied) {
     verdict = JudgeByCustom(first, second, verdict.custom);
+    if (verdict.evidence.agrees == true && first.isOfSharedSeries &&
+        Continuations(family, before, verdict.custom).size() > 1) {
+      verdict.isAmbiguous = true;
+      return Silent(verdict, fmt::format("several clips begin where {} ends, of a series of two "
+                                         "cameras",
+                                         PrintablePath(first.name)));
+    }
     const bool isOneMoment = verdict.custom == Custom::kOne && verdict.evidence.agrees == true;
-    if (!isOneMoment || !MayBeTwoSides(family, before, behind)) return verdict;
-    return Silent(verdict, fmt::format("{} has the time and the length of {}, as what looks to two "
-                                       "sides gives them",
-                                       PrintablePath(second.name), PrintablePath(first.name)));
+    if (!isOneMoment) return verdict;
+    const Reason why = WhyOneTimeIsSilent(family, before, behind);
+    return why ? Silent(verdict, *why) : verdict;
   }
   // Whichever it is may not matter: clips that lie far apart do so by all of them.
   bool areApart = true;

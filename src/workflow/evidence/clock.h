@@ -32,6 +32,8 @@ struct ClockVerdict {
   bool gapIsClip = false;
   // The second clip's time is the later one.
   bool rises = false;
+  // It says nothing because several clips begin where the first one ends.
+  bool isAmbiguous = false;
 };
 
 ClockVerdict JudgeClock(const Family& family, std::size_t before, std::size_t behind);

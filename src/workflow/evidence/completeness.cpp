@@ -1,8 +1,11 @@
 #include "workflow/evidence/completeness.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstdlib>
 
 #include "workflow/evidence/clip_names.h"
+#include "workflow/evidence/clock.h"
 #include "workflow/evidence/grade.h"
 #include "workflow/evidence/identity.h"
 #include "workflow/evidence/link.h"
@@ -22,6 +25,22 @@ bool BeginsLate(const Family& family, const Chain& chain) {
   if (!first.strength.isChapter || !name) return false;
   const bool isBegunElsewhere = family.cards[clip.card].laterChapters.contains(SeriesOf(clip));
   return name->chapter > (isBegunElsewhere ? 0U : 1U);
+}
+
+// Whether a clip whose time says nothing may stand in front of one whose time does: it was not set
+// then, and runs on all the same.
+bool ItsClockRunsOn(const Family& family, FamilyClip before, std::size_t behind) {
+  const ClockCustom custom = family.CardOf(behind).custom;
+  if (custom == ClockCustom::kUnknown || custom == ClockCustom::kTied) return true;
+  // Far behind all times that can be meant, and that can be counted in billionths of a second.
+  constexpr std::uint64_t kNever = std::uint64_t{1} << 33;
+  if (before.traits->created > kNever) return false;
+  before.time = static_cast<std::int64_t>(before.traits->created);
+  const FamilyClip& second = family.clips[behind];
+  if (custom == ClockCustom::kOne) return before.time == second.time;
+  const auto end = EndOf(before, custom);
+  const auto begin = BeginOf(second, custom);
+  return !end || !begin || std::abs(*begin - *end) <= kClockSlack;
 }
 
 bool HasHole(const Chain& chain) {
@@ -95,6 +114,9 @@ bool Completeness::MayBeLateHalf(const Chain& chain) const {
        LooseOn(first.family, family.clips[head].card, chain.WeakestGrade())) {
     // Of the chain itself only the last clip is followed by none.
     if (clip == head || family.clips[clip].unit == end) continue;
+    // A clock that was set in between was not set within a recording.
+    const FamilyClip& loose = family.clips[clip];
+    if (family.clips[head].time && !loose.time && !ItsClockRunsOn(family, loose, head)) continue;
     if (++count > kMost) return true;
     if (Contradictions(JudgeLink(family, clip, head).evidence) == 0) return true;
   }

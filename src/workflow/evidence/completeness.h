@@ -18,7 +18,8 @@ namespace clipchain {
 // inside, what should follow on its last clip.
 class Completeness {
  public:
-  // `contested`: pairs of units that only their numbers keep apart. All of it must outlive this.
+  // `contested`: pairs of units that belong together as far as anybody can see. All of it must
+  // outlive this.
   Completeness(const std::vector<EvidenceUnit>& units, const std::vector<Family>& families,
                const std::vector<Chain>& chains,
                const std::vector<std::pair<std::size_t, std::size_t>>& contested);

@@ -17,20 +17,25 @@ using Units = std::vector<std::size_t>;
 
 const ClipTraits& ClipOf(const EvidenceUnit& unit) { return unit.ends.front(); }
 
-// A few bytes of what is between the ends of a file. Empty where there is nothing but zeros, which
-// no media is made of.
-std::string MediaSample(const ClipTraits& clip) {
+// A few bytes of what a file begins with, and of what is between its ends.
+struct MediaSample {
+  std::string bytes;
+  // Between the ends is nothing but zeros, which no media is made of.
+  bool isNothing = true;
+};
+
+MediaSample SampleOf(const ClipTraits& clip) {
   constexpr unsigned int kSample = 4096;
   constexpr int kParts = 4;
   const ClipFile file(clip.path);
-  std::string sample;
-  for (int part = 1; part < kParts; ++part) {
+  MediaSample sample;
+  for (int part = 0; part < kParts; ++part) {
     const auto bytes = file.Read(clip.size / kParts * part, kSample);
-    sample.append(bytes.begin(), bytes.end());
+    sample.bytes.append(bytes.begin(), bytes.end());
+    if (part != 0 && std::any_of(bytes.begin(), bytes.end(), [](auto byte) { return byte != 0; }))
+      sample.isNothing = false;
   }
-  const bool isNothing =
-      std::all_of(sample.begin(), sample.end(), [](char byte) { return byte == 0; });
-  return isNothing ? std::string() : sample;
+  return sample;
 }
 
 // Whether two of these lie in one folder under names that a camera gives one after another.
@@ -51,12 +56,13 @@ bool AreNumbered(const std::vector<EvidenceUnit>& units, const Units& equal) {
 
 // Divides units with equal movie boxes and sizes into those that are copies.
 std::vector<Units> Divided(const std::vector<EvidenceUnit>& units, Units equal) {
-  if (equal.size() < 2 || !AreNumbered(units, equal)) return {std::move(equal)};
+  if (equal.size() < 2) return {std::move(equal)};
+  const bool areNumbered = AreNumbered(units, equal);
   std::map<std::pair<std::string, std::string>, Units> parts;
   for (const std::size_t i : equal) {
-    std::string sample = MediaSample(ClipOf(units[i]));
-    std::string name = sample.empty() ? NameOf(ClipOf(units[i]).path) : "";
-    parts[{std::move(sample), std::move(name)}].push_back(i);
+    MediaSample sample = SampleOf(ClipOf(units[i]));
+    std::string name = sample.isNothing && areNumbered ? NameOf(ClipOf(units[i]).path) : "";
+    parts[{std::move(sample.bytes), std::move(name)}].push_back(i);
   }
   std::vector<Units> divided;
   for (auto& [key, copies] : parts) divided.push_back(std::move(copies));

@@ -83,7 +83,11 @@ Family MakeFamily(std::vector<FamilyClip> clips) {
   // Before times are indexed: what stands still would continue anything.
   DropSharedTimes(family);
   IndexTimes(family);
-  for (FamilyCard& card : family.cards) NoteCustom(family, card);
+  for (FamilyCard& card : family.cards) {
+    NoteCustom(family, card);
+    NoteSharedSeries(family, card);
+    NoteCountsOfRecordings(family, card);
+  }
   for (FamilyCard& card : family.cards) {
     DropChanceLimits(family, card);
     NoteStops(family, card);

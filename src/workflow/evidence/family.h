@@ -111,6 +111,10 @@ struct FamilyClip {
   bool stops = false;
   // The numbers in its folder follow no camera's order.
   bool isRenumbered = false;
+  // Its series holds clips of two cameras.
+  bool isOfSharedSeries = false;
+  // The times of the files in its folder may be those at which they were recorded.
+  bool isWrittenInTime = false;
   // By number.
   std::vector<NextClip> next{};
   // With a number between.

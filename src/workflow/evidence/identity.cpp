@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "workflow/evidence/clip_names.h"
 #include "workflow/system/files.h"
 
 namespace clipchain {
@@ -90,6 +91,8 @@ IdentityVerdict JudgeIdentity(const Family& family, std::size_t before, std::siz
   const FamilyCard& secondCard = family.CardOf(behind);
   const std::string names[] = {PrintablePath(family.clips[before].name),
                                PrintablePath(family.clips[behind].name)};
+  // Where somebody thought of the numbers, a clip may have been lost before.
+  const bool isGiven = MayBeGiven(family.clips[before].name);
   std::string equal;
   std::string different;
   ForEachPlace(family.Traits(before), family.Traits(behind),
@@ -99,7 +102,7 @@ IdentityVerdict JudgeIdentity(const Family& family, std::size_t before, std::siz
                  if (own.value == other.value) {
                    if (TellsRecording(places[0], own.value) || TellsRecording(places[1], own.value))
                      equal = own.place;
-                   if (IsNumbered(places[0], own.value)) verdict.isNumbered = true;
+                   if (IsNumbered(places[0], own.value) && !isGiven) verdict.isNumbered = true;
                  } else if (places[0]->formsRecordings || places[1]->formsRecordings) {
                    different = own.place;
                  }

@@ -93,6 +93,7 @@ LinkVerdict JudgeLink(const Family& family, std::size_t before, std::size_t behi
   verdict.isContested = contradictions == 1 && numbers.evidence.agrees == false &&
                         !numbers.areApart && clock.evidence.agrees == true &&
                         Of(all, EvidenceKind::kSplit).agrees == true;
+  if (contradictions == 0 && clock.isAmbiguous) verdict.isContested = true;
   if (contradictions != 0 || !HasOrder(all, clock, isHole)) return verdict;
   const std::optional<Grade> grade = GradeBy(all, identity.isNumbered);
   if (!grade) return verdict;

@@ -36,7 +36,7 @@ struct LinkVerdict {
   LinkEvidence evidence;
   std::optional<LinkStrength> strength;
   // Clock and split make it a link, and nothing but the numbers speaks against it, which somebody
-  // may have given.
+  // may have given; or the clock leads to several clips.
   bool isContested = false;
 };
 LinkVerdict JudgeLink(const Family& family, std::size_t before, std::size_t behind);

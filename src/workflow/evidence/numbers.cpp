@@ -49,14 +49,17 @@ Reason WhyApart(const Family& family, std::size_t before, std::size_t behind) {
   const FamilyClip& second = family.clips[behind];
   const FamilyCard& card = family.CardOf(before);
   const std::string series = SeriesOf(first);
-  if (series == SeriesOf(second) && EachBeginsRecording(card, series))
-    return fmt::format("{} begins a recording, as {} does: later chapters have names of their own",
-                       PrintablePath(second.name), PrintablePath(first.name));
+  const bool areOfOneCamera = series == SeriesOf(second) || card.laterChapters.contains(series);
+  if (areOfOneCamera && EachBeginsRecording(card, SeriesOf(second)))
+    return fmt::format("{} begins a recording: later chapters have names of their own",
+                       PrintablePath(second.name));
   const NextClip* next = Find(first.next, behind);
   if (next == nullptr) next = Find(first.nextButOne, behind);
   // Where chapters are counted beside recordings these have numbers of their own.
-  if (next != nullptr && !next->isChapter && card.chaptered.contains(series) &&
-      IsOfNextRecording(first.name, second.name))
+  const bool isChaptered = series == SeriesOf(second) && card.chaptered.contains(series);
+  if (isChaptered &&
+      ((next != nullptr && !next->isChapter && IsOfNextRecording(first.name, second.name)) ||
+       AreOfTwoRecordings(first.name, second.name)))
     return fmt::format("{} is of a recording behind that of {}, by its name",
                        PrintablePath(second.name), PrintablePath(first.name));
   return std::nullopt;
@@ -66,6 +69,34 @@ Reason WhyApart(const Family& family, std::size_t before, std::size_t behind) {
 bool AreOfTwoSides(const Family& family, const FamilyClip& first, const FamilyClip& second) {
   return first.card == second.card && family.cards[first.card].isTwofold &&
          SeriesOf(first) != SeriesOf(second);
+}
+
+// The sentence that says why the numbers of two clips tell nothing, whatever they are.
+Reason WhySilent(const Family& family, std::size_t before, std::size_t behind,
+                 const ClockVerdict& clock) {
+  const FamilyClip& first = family.clips[before];
+  const FamilyClip& second = family.clips[behind];
+  if (first.folder == second.folder && first.isRenumbered)
+    return fmt::format("the numbers in the folder of {} follow no clock",
+                       PrintablePath(first.name));
+  // Of the clock alone.
+  const bool hasNoOrder = !clock.evidence.agrees || clock.custom == ClockCustom::kOne;
+  if (hasNoOrder && FileTimesRunOn(family, behind, before))
+    return fmt::format("the file {} was written before {}", PrintablePath(second.name),
+                       PrintablePath(first.name));
+  return std::nullopt;
+}
+
+// The sentence that says why the next number need not be that of the next clip.
+Reason WhyNotNext(const FamilyClip& first, const FamilyClip& second, bool isChapter) {
+  if (first.isOfSharedSeries)
+    return fmt::format("clips of the series of {} were recorded two at a time",
+                       PrintablePath(first.name));
+  // On a card with one clip of each recording nothing shows which number counts chapters.
+  if (!isChapter && AreOfTwoRecordings(first.name, second.name))
+    return fmt::format("{} may be of a recording behind that of {}, by its name",
+                       PrintablePath(second.name), PrintablePath(first.name));
+  return std::nullopt;
 }
 
 // The folder of a series: a camera counts on from one of its folders to the next.
@@ -90,23 +121,18 @@ NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_
     return say(false, fmt::format("{} is not of the series of {}, beside which another one was "
                                   "recorded",
                                   names[1], names[0]));
-  const bool isOneFolder = first.folder == second.folder;
-  if (isOneFolder && first.isRenumbered)
-    return say(std::nullopt,
-               fmt::format("the numbers in the folder of {} follow no clock", names[0]));
-  // Of the clock alone.
-  const bool hasNoOrder = !clock.evidence.agrees || clock.custom == ClockCustom::kOne;
-  if (hasNoOrder && FileTimesRunOn(family, behind, before))
-    return say(std::nullopt, fmt::format("the file {} was written before {}", names[1], names[0]));
+  if (const Reason why = WhySilent(family, before, behind, clock)) return say(std::nullopt, *why);
   if (const Reason why = WhyApart(family, before, behind)) {
     verdict.areApart = true;
     return say(false, *why);
   }
   if (const NextClip* const next = Find(first.next, behind); next != nullptr) {
     verdict.isChapter = next->isChapter;
+    if (const Reason why = WhyNotNext(first, second, next->isChapter))
+      return say(std::nullopt, *why);
     return say(true, fmt::format("{} has the number behind {}", names[1], names[0]));
   }
-  if (clock.rises && isOneFolder && Falls(first.name, second.name))
+  if (clock.rises && first.folder == second.folder && Falls(first.name, second.name))
     return say(false,
                fmt::format("{} is later than {} and has a lower number", names[1], names[0]));
   if (IsNextBetween(family, first, second))
@@ -117,6 +143,21 @@ NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_
              verdict.skipsOne
                  ? fmt::format("the number between {} and {} is left out", names[0], names[1])
                  : fmt::format("the numbers of {} and {} say nothing", names[0], names[1]));
+}
+
+bool NamesLeap(const Family& family, std::size_t before, std::size_t behind) {
+  const FamilyClip& first = family.clips[before];
+  const FamilyClip& second = family.clips[behind];
+  if (first.folder != second.folder || SeriesOf(first) != SeriesOf(second)) return false;
+  if (first.isRenumbered || second.isRenumbered) return false;
+  if (AreOfTwoRecordings(first.name, second.name)) return true;
+  return Find(first.next, behind) == nullptr &&
+         OrderOfNumbers(first.name, second.name) == NumberOrder::kRises;
+}
+
+bool IsNextChapter(const Family& family, std::size_t before, std::size_t behind) {
+  const NextClip* next = Find(family.clips[before].next, behind);
+  return next != nullptr && next->isChapter;
 }
 
 std::string SeriesOf(const FamilyClip& clip) {

@@ -25,6 +25,13 @@ struct NumbersVerdict {
 NumbersVerdict JudgeNumbers(const Family& family, std::size_t before, std::size_t behind,
                             const ClockVerdict& clock);
 
+// Whether the names of two clips of one series leave clips out in between, or are those of two
+// recordings, if nothing but the numbers can tell.
+bool NamesLeap(const Family& family, std::size_t before, std::size_t behind);
+
+// Whether the second clip is a later chapter of the first one's recording, by its name.
+bool IsNextChapter(const Family& family, std::size_t before, std::size_t behind);
+
 // The name with its numbers left out: what the clips of one series have in common.
 std::string SeriesOf(const FamilyClip& clip);
 

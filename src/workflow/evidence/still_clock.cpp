@@ -1,13 +1,21 @@
 #include "workflow/evidence/still_clock.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "workflow/evidence/clip_names.h"
 #include "workflow/evidence/clock.h"
+#include "workflow/evidence/file_times.h"
 #include "workflow/evidence/numbers.h"
+#include "workflow/evidence/timecode.h"
+#include "workflow/system/files.h"
 
 namespace clipchain {
 
@@ -99,6 +107,37 @@ bool ShowsPairs(const Family& family, std::size_t clip) {
   });
 }
 
+// Two clips of one time and one length, which no other clip of the card has, may be chapters of
+// which the last one is full, too, or what looks to two sides.
+bool MayBeTwoSides(const Family& family, std::size_t before, std::size_t behind) {
+  if (family.clips[before].card != family.clips[behind].card) return false;
+  bool isAlone = false;
+  for (const Limit& limit : family.CardOf(before).limits) {
+    if (!limit.Has(before)) continue;
+    if (limit.IsCommon() || limit.clips.size() > 2) return false;
+    isAlone = isAlone || (limit.kind == Limit::Kind::kSharedLength && limit.Has(behind));
+  }
+  return isAlone && ShowsPairs(family, before);
+}
+
+// Whether all clips of a card have one time, so that nothing shows that the clock moves.
+bool IsOfOneTime(const Family& family, const FamilyCard& card) {
+  return std::all_of(card.clips.begin(), card.clips.end(), [&](std::size_t i) {
+    return family.clips[i].time && family.clips[i].time == family.clips[card.clips.front()].time;
+  });
+}
+
+// Whether all clips of a card but the shortest one stand in pairs of one length: what looks to two
+// sides makes such if the last clip of one side is lost.
+bool MayLackOneSide(const Family& family, const FamilyCard& card) {
+  constexpr std::size_t kLeast = 3;
+  if (card.clips.size() < kLeast) return false;
+  std::vector<Nanoseconds> lengths;
+  for (const std::size_t i : card.clips) lengths.push_back(family.Traits(i).length.value_or(-1));
+  lengths.erase(std::min_element(lengths.begin(), lengths.end()));
+  return AreInPairs(std::move(lengths), family.Traits(card.clips.front()).frame);
+}
+
 }  // namespace
 
 void DropSharedTimes(Family& family) {
@@ -117,15 +156,32 @@ void DropSharedTimes(Family& family) {
   for (const std::size_t i : unusable) family.clips[i].time.reset();
 }
 
-bool MayBeTwoSides(const Family& family, std::size_t before, std::size_t behind) {
-  if (family.clips[before].card != family.clips[behind].card) return false;
-  bool isAlone = false;
-  for (const Limit& limit : family.CardOf(before).limits) {
-    if (!limit.Has(before)) continue;
-    if (limit.IsCommon() || limit.clips.size() > 2) return false;
-    isAlone = isAlone || (limit.kind == Limit::Kind::kSharedLength && limit.Has(behind));
-  }
-  return isAlone && ShowsPairs(family, before);
+Reason WhyOneTimeIsSilent(const Family& family, std::size_t before, std::size_t behind) {
+  const FamilyClip& first = family.clips[before];
+  const std::string names[] = {PrintablePath(first.name), PrintablePath(family.clips[behind].name)};
+  if (MayBeTwoSides(family, before, behind))
+    return fmt::format(
+        "{} has the time and the length of {}, as what looks to two sides gives them", names[1],
+        names[0]);
+  // Times of files that go on from one to the other show that nothing lies between them.
+  if (IsNextChapter(family, before, behind) || FileTimesRunOn(family, before, behind))
+    return std::nullopt;
+  const bool isOrdered = TimecodeRunsOn(family, before, behind) ||
+                         !(IsNextTo(first.next, behind) || IsNextTo(first.nextButOne, behind));
+  if (!isOrdered && MayBeGiven(first.name))
+    return fmt::format("{} has the time of {}, and somebody may have given them their numbers",
+                       names[1], names[0]);
+  const FamilyCard& card = family.CardOf(before);
+  if (!IsOfOneTime(family, card)) return std::nullopt;
+  if (FileTimesPause(family, before, behind))
+    return fmt::format("all clips have one time, and the files {} and {} were written with a pause",
+                       names[0], names[1]);
+  if (MayLackOneSide(family, card))
+    return fmt::format(
+        "all clips have one time, and but for one they are as long as another one, "
+        "as {} and {} of what looks to two sides are",
+        names[0], names[1]);
+  return std::nullopt;
 }
 
 }  // namespace clipchain

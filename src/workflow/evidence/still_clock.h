@@ -4,6 +4,7 @@
 
 #include <cstddef>
 
+#include "adapt/reason.h"
 #include "workflow/evidence/family.h"
 
 namespace clipchain {
@@ -12,8 +13,9 @@ namespace clipchain {
 // and numbers must be there.
 void DropSharedTimes(Family& family);
 
-// Two clips of one time and one length, which no other clip of the card has, may be chapters of
-// which the last one is full, too, or what looks to two sides.
-bool MayBeTwoSides(const Family& family, std::size_t before, std::size_t behind);
+// Says why two clips of one time may be of two recordings still, where the time of a recording is
+// in all of its clips; nothing where it tells that they are of one.
+[[nodiscard]] Reason WhyOneTimeIsSilent(const Family& family, std::size_t before,
+                                        std::size_t behind);
 
 }  // namespace clipchain

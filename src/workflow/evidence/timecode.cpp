@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 
+#include "workflow/evidence/file_times.h"
 #include "workflow/evidence/numbers.h"
 #include "workflow/evidence/split.h"
 #include "workflow/system/files.h"
@@ -67,6 +68,22 @@ bool AreSeparated(const Family& family, std::size_t before, std::size_t behind) 
   return JudgeSplit(family, before, behind).agrees == false;
 }
 
+// Notes that timecodes count what was recorded if they run on over two clips of the card that are
+// apart.
+template <typename AreApart>
+void NoteCountsWhere(const Family& family, FamilyCard& card, AreApart areApart) {
+  if (card.timecodesAlike || card.timecodeCounts) return;
+  for (const std::size_t i : card.clips) {
+    const auto& timecode = family.Traits(i).timecode;
+    if (!timecode) continue;
+    for (const std::size_t other :
+         ClipsFromTimecode(family, timecode->earliestEnd, timecode->latestEnd, kMostNear)) {
+      if (other != i && areApart(i, other)) card.timecodeCounts = true;
+    }
+    if (card.timecodeCounts) return;
+  }
+}
+
 }  // namespace
 
 void IndexTimecodes(Family& family) {
@@ -90,16 +107,20 @@ void IndexTimecodes(Family& family) {
   std::sort(family.timecodes.begin(), family.timecodes.end());
 }
 
+void NoteCountsOfRecordings(Family& family, FamilyCard& card) {
+  // A clip then follows by timecode on the first ones of several recordings.
+  if (card.timecodesRestart) return;
+  NoteCountsWhere(family, card, [&](std::size_t before, std::size_t behind) {
+    if (family.clips[before].time && family.clips[behind].time) return false;
+    return NamesLeap(family, before, behind) || FileTimesPause(family, before, behind);
+  });
+}
+
 void NoteCounters(Family& family) {
   for (FamilyCard& card : family.cards) {
-    for (const std::size_t i : card.clips) {
-      const auto& timecode = family.Traits(i).timecode;
-      if (!timecode || card.timecodesAlike || card.timecodeCounts) continue;
-      for (const std::size_t other :
-           ClipsFromTimecode(family, timecode->earliestEnd, timecode->latestEnd, kMostNear)) {
-        if (other != i && AreSeparated(family, i, other)) card.timecodeCounts = true;
-      }
-    }
+    NoteCountsWhere(family, card, [&](std::size_t before, std::size_t behind) {
+      return AreSeparated(family, before, behind);
+    });
   }
 }
 
@@ -149,6 +170,13 @@ TimecodeVerdict JudgeTimecode(const Family& family, std::size_t before, std::siz
                                     std::abs(frames),
                                     frames < 0 ? "before that of" : "after that of", names[0]);
   return verdict;
+}
+
+bool TimecodeRunsOn(const Family& family, std::size_t before, std::size_t behind) {
+  const auto& first = family.Traits(before).timecode;
+  const auto& second = family.Traits(behind).timecode;
+  return first && second && CanCompare(*first, *second) && FramesBetween(*first, *second) == 0 &&
+         !family.CardOf(before).timecodesAlike && !family.CardOf(behind).timecodesAlike;
 }
 
 bool TimecodeGoesOn(const Family& family, std::size_t last) {

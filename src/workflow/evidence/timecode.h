@@ -10,6 +10,11 @@ namespace clipchain {
 // Fills in the order by timecode, and the cards on which timecodes begin alike.
 void IndexTimecodes(Family& family);
 
+// Notes the cards without a clock on which timecodes run on where the numbers, or times of files
+// that may be believed, leave something out: they count what was recorded. The custom of the clock
+// must be known.
+void NoteCountsOfRecordings(Family& family, FamilyCard& card);
+
 // Notes the cards on which timecodes run on over clips that clock and split keep apart: they count
 // what was recorded, and every clip follows on another one. Customs and limits must be there.
 void NoteCounters(Family& family);
@@ -23,6 +28,10 @@ struct TimecodeVerdict {
 // `isNext`: the clock or the numbers say so.
 TimecodeVerdict JudgeTimecode(const Family& family, std::size_t before, std::size_t behind,
                               const ClockVerdict& clock, bool isNext);
+
+// Whether the second clip's timecode is the one behind the first clip's, on a card where that tells
+// anything.
+bool TimecodeRunsOn(const Family& family, std::size_t before, std::size_t behind);
 
 // Whether a clip should follow: frames are counted that no clip has.
 bool TimecodeGoesOn(const Family& family, std::size_t last);

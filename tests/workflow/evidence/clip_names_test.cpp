@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <string>
 
+using clipchain::AreOfTwoRecordings;
 using clipchain::FolderNumber;
 using clipchain::IsOfNextRecording;
+using clipchain::MayBeGiven;
 using clipchain::NamesBehind;
 using clipchain::NextName;
 using clipchain::NumberOrder;
@@ -101,6 +103,27 @@ TEST(ClipNames, TheOrderOfNumbersIsKnownWhereOneDiffers) {
   EXPECT_EQ(OrderOfNumbers("A03_02.MP4", "A04_01.MP4"), NumberOrder::kNone);
   EXPECT_EQ(OrderOfNumbers("GX030034.MP4", "GX010035.MP4"), NumberOrder::kNextRecording);
   EXPECT_EQ(OrderOfNumbers("GX030034.MP4", "GX010034.MP4"), NumberOrder::kFalls);
+}
+
+TEST(ClipNames, OfTwoRecordingsDifferBesideAChapter) {
+  EXPECT_TRUE(AreOfTwoRecordings("GX010034.MP4", "GX010035.MP4"));
+  EXPECT_TRUE(AreOfTwoRecordings("GX020034.MP4", "GX010044.MP4"));
+  EXPECT_TRUE(AreOfTwoRecordings("0034_02.MP4", "0036_01.MP4"));
+  EXPECT_FALSE(AreOfTwoRecordings("GX010034.MP4", "GX020034.MP4"));
+  EXPECT_FALSE(AreOfTwoRecordings("0034_01.MP4", "0034_02.MP4"));
+  // Numbers of clips.
+  EXPECT_FALSE(AreOfTwoRecordings("A0034.MP4", "A0035.MP4"));
+  EXPECT_FALSE(AreOfTwoRecordings("A10034.MP4", "A10035.MP4"));
+  EXPECT_FALSE(AreOfTwoRecordings("A000034.MP4", "A000035.MP4"));
+  EXPECT_FALSE(AreOfTwoRecordings("20240601_101500.MP4", "20240602_101500.MP4"));
+}
+
+TEST(ClipNames, MayBeGivenWithFewDigits) {
+  EXPECT_TRUE(MayBeGiven("001.mp4"));
+  EXPECT_TRUE(MayBeGiven("holiday 7.mp4"));
+  EXPECT_FALSE(MayBeGiven("A0001.MP4"));
+  EXPECT_FALSE(MayBeGiven("0034_01.MP4"));
+  EXPECT_FALSE(MayBeGiven("abc.mp4"));
 }
 
 TEST(ClipNames, ACameraNumbersWithTwoDigitsOrMore) {

@@ -122,11 +122,87 @@ TEST(Clock, ThatStandsStillIsSilent) {
 TEST(Clock, OfTheRecordingOrdersTwoFullChaptersAndTheLastOne) {
   const ClipSays first = ClipSays("c/A0001.MP4").At(0).For(473);
   const ClipSays second = ClipSays("c/A0002.MP4").At(0).For(473);
-  EXPECT_EQ(ProposedFrom({first, second, ClipSays("c/A0003.MP4").At(0).For(20)}),
+  const ClipSays other = ClipSays("c/A0009.MP4").At(5000).For(20);
+  EXPECT_EQ(ProposedFrom({first, second, ClipSays("c/A0003.MP4").At(0).For(20), other}),
             "likely: A0001.MP4 A0002.MP4 A0003.MP4");
   EXPECT_EQ(ProposedFrom({first, second, ClipSays("c/A0003.MP4").At(0).For(20),
-                          ClipSays("c/A0004.MP4").At(0).For(20)}),
+                          ClipSays("c/A0004.MP4").At(0).For(20), other}),
             "possible: A0001.MP4 A0002.MP4 A0003.MP4");
+}
+
+// Both clips of the one side and one of the other: as three chapters would be.
+TEST(Clock, OfThreeClipsAloneMayBeThatOfTwoSides) {
+  const auto three = [](double a, double b, double c) {
+    return ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60).Written(a),
+                         ClipSays("c/A0002.MP4").At(0).For(60).Written(b),
+                         ClipSays("c/A0003.MP4").At(0).For(20).Written(c)});
+  };
+  EXPECT_EQ(three(60, 60, 80), "possible: A0001.MP4 A0002.MP4 A0003.MP4");
+  // Files that were written one after the other were not recorded at a time.
+  EXPECT_EQ(three(60, 120, 140), "likely: A0001.MP4 A0002.MP4 A0003.MP4");
+  // Sides have no chapters of one recording, by their names.
+  EXPECT_EQ(ProposedFrom({ClipSays("c/AB010034.MP4").At(0).For(60),
+                          ClipSays("c/AB020034.MP4").At(0).For(60),
+                          ClipSays("c/AB030034.MP4").At(0).For(20)}),
+            "likely: AB010034.MP4 AB020034.MP4 AB030034.MP4");
+}
+
+// One clip is full, and the clock never moves: the times of the files show a pause.
+TEST(Clock, OfAllClipsIsSilentWhereTheirFilesWereWrittenWithAPause) {
+  const auto two = [](double second) {
+    return ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60).Written(60),
+                         ClipSays("c/A0002.MP4").At(0).For(17).Written(second)});
+  };
+  EXPECT_EQ(two(60 + 17), "likely: A0001.MP4 A0002.MP4");
+  EXPECT_EQ(two(60 + 17 + 4), "likely: A0001.MP4 A0002.MP4");
+  EXPECT_EQ(two(60 + 17 + 4.1), "possible: A0001.MP4 A0002.MP4");
+  // Copied: closer to each other than the second one runs.
+  EXPECT_EQ(two(61), "likely: A0001.MP4 A0002.MP4");
+}
+
+// Somebody may have thought of the numbers when a clip was lost already.
+TEST(Clock, OfTheRecordingNeedsNumbersOfACamera) {
+  const auto recording = [](const std::string& a, const std::string& b, double second) {
+    return ProposedFrom({ClipSays("c/" + a).At(0).For(60).Written(60),
+                         ClipSays("c/" + b).At(0).For(17).Written(second),
+                         ClipSays("c/xyz.MP4").At(900).For(5).Written(9000)});
+  };
+  EXPECT_EQ(recording("0001.MP4", "0002.MP4", 60), "likely: 0001.MP4 0002.MP4");
+  EXPECT_EQ(recording("001.MP4", "002.MP4", 60), "possible: 001.MP4 002.MP4");
+  EXPECT_EQ(recording("day 1.MP4", "day 2.MP4", 60), "possible: day 1.MP4 day 2.MP4");
+  EXPECT_EQ(recording("001.MP4", "002.MP4", 60 + 17), "likely: 001.MP4 002.MP4");
+  EXPECT_EQ(recording("001.MP4", "003.MP4", 60), "");
+}
+
+// A camera numbers a recording through.
+TEST(Clock, OfRecordingsWhoseNumbersAreMixedGivesNoOrder) {
+  const auto four = [](const char* last, const char* other) {
+    return ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60),
+                         ClipSays("c/A0002.MP4").At(0).For(60), ClipSays(last).At(0).For(17),
+                         ClipSays(other).At(900).For(60)});
+  };
+  EXPECT_EQ(four("c/A0003.MP4", "c/A0004.MP4"), "likely: A0001.MP4 A0002.MP4 A0003.MP4");
+  EXPECT_EQ(four("c/A0004.MP4", "c/A0003.MP4"), "");
+  // Numbers begin anew.
+  EXPECT_EQ(
+      ProposedFrom({ClipSays("c/A9998.MP4").At(0).For(60), ClipSays("c/A9999.MP4").At(0).For(60),
+                    ClipSays("c/A0001.MP4").At(0).For(17), ClipSays("c/A0002.MP4").At(900).For(60),
+                    ClipSays("c/A0003.MP4").At(900).For(7)}),
+      "likely: A9998.MP4 A9999.MP4 A0001.MP4\nlikely: A0002.MP4 A0003.MP4");
+}
+
+// Two cameras in step, whose clips somebody put in one row: what runs on may be of either.
+TEST(Clock, OfTwoCamerasInOneSeriesIsSilentWhereBothGoOn) {
+  EXPECT_EQ(ProposedFrom(
+                {ClipSays("c/A0001.MP4").At(0).For(60), ClipSays("c/A0002.MP4").At(1).For(60),
+                 ClipSays("c/A0003.MP4").At(60).For(20), ClipSays("c/A0004.MP4").At(61).For(30)}),
+            "");
+  // Where only one of them does its numbers tell nothing, and are not needed.
+  EXPECT_EQ(
+      ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60), ClipSays("c/A0002.MP4").At(30).For(20),
+                    ClipSays("c/A0003.MP4").At(60).For(20), ClipSays("c/A0004.MP4").At(900).For(60),
+                    ClipSays("c/A0005.MP4").At(960).For(20)}),
+      "likely: A0004.MP4 A0005.MP4");
 }
 
 TEST(Clock, OfTwoSidesThatDifferByLessThanAPictureIsSilent) {

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <string>
+#include <vector>
+
 #include "support/bytes.h"
 #include "support/temp_dir.h"
 #include "workflow/evidence/said_clips.h"
@@ -71,15 +75,15 @@ TEST(Recordings, NumbersThatSomebodyGaveMakeNoIdentityCertain) {
 TEST(Recordings, FilesThatWereWrittenInAnotherOrderHaveNoNumbers) {
   const auto three = [](double a, double b, double c) {
     return ProposedFrom(
-        {ClipSays("c/001.MP4").For(60).Value("udta/ABCD", Value('a')).Written(a),
-         ClipSays("c/002.MP4").For(60).Value("udta/ABCD", Value('a')).Written(b),
-         ClipSays("c/003.MP4").For(20).Value("udta/ABCD", Value('a')).Written(c),
-         ClipSays("c/099.MP4").For(20).Value("udta/ABCD", Value('b')).Written(9e5)});
+        {ClipSays("c/A0001.MP4").For(60).Value("udta/ABCD", Value('a')).Written(a),
+         ClipSays("c/A0002.MP4").For(60).Value("udta/ABCD", Value('a')).Written(b),
+         ClipSays("c/A0003.MP4").For(20).Value("udta/ABCD", Value('a')).Written(c),
+         ClipSays("c/A0099.MP4").For(20).Value("udta/ABCD", Value('b')).Written(9e5)});
   };
-  EXPECT_EQ(three(60, 120, 140), "certain: 001.MP4 002.MP4 003.MP4");
+  EXPECT_EQ(three(60, 120, 140), "certain: A0001.MP4 A0002.MP4 A0003.MP4");
   // Copied, in whatever order.
-  EXPECT_EQ(three(500, 499, 498), "certain: 001.MP4 002.MP4 003.MP4");
-  EXPECT_EQ(three(120, 60, 140), "incomplete certain: 002.MP4 003.MP4");
+  EXPECT_EQ(three(500, 499, 498), "certain: A0001.MP4 A0002.MP4 A0003.MP4");
+  EXPECT_EQ(three(120, 60, 140), "incomplete certain: A0002.MP4 A0003.MP4");
 }
 
 TEST(Recordings, ThatSomebodyNumberedAreFoundByTheTimesOfFiles) {
@@ -98,12 +102,12 @@ TEST(Recordings, ThatSomebodyNumberedAreFoundByTheTimesOfFiles) {
 
 TEST(Recordings, OfOneTimeHaveNoOrderThatTheTimesOfFilesContradict) {
   const auto three = [](double a, double b, double c) {
-    return ProposedFrom({ClipSays("c/001.MP4").At(0).For(60).Written(a),
-                         ClipSays("c/002.MP4").At(0).For(60).Written(b),
-                         ClipSays("c/003.MP4").At(0).For(20).Written(c)});
+    return ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60).Written(a),
+                         ClipSays("c/A0002.MP4").At(0).For(60).Written(b),
+                         ClipSays("c/A0003.MP4").At(0).For(20).Written(c)});
   };
-  EXPECT_EQ(three(60, 120, 140), "likely: 001.MP4 002.MP4 003.MP4");
-  EXPECT_EQ(three(120, 60, 140), "incomplete likely: 002.MP4 003.MP4");
+  EXPECT_EQ(three(60, 120, 140), "likely: A0001.MP4 A0002.MP4 A0003.MP4");
+  EXPECT_EQ(three(120, 60, 140), "incomplete likely: A0001.MP4 A0003.MP4");
 }
 
 TEST(Recordings, OfASeriesStayInItWhereAnotherOneWasRecordedBesideIt) {
@@ -341,10 +345,60 @@ TEST(Recordings, WithTheSameMediaEqualClipsAreCopiesWhateverTheirNumbers) {
     support::WriteFile(path, support::Bytes(90'000, media));
     return ClipSays(path).At(0).For(60).Bytes(90'000);
   };
-  std::vector<ClipSays> clips{put("001.MP4", 7), put("002.MP4", 7), put("003.MP4", 8)};
+  std::vector<ClipSays> clips{put("A0001.MP4", 7), put("A0002.MP4", 7), put("A0003.MP4", 8)};
   for (ClipSays& clip : clips) clip.movieDigest = clips.front().movieDigest;
-  clips.push_back(ClipSays((folder / "004.MP4").string()).At(0).For(17));
-  EXPECT_EQ(ProposedFrom(clips), "likely: 001.MP4 003.MP4 004.MP4");
+  clips.push_back(ClipSays((folder / "A0004.MP4").string()).At(0).For(17));
+  clips.push_back(ClipSays((folder / "A0005.MP4").string()).At(900).For(17));
+  EXPECT_EQ(ProposedFrom(clips), "likely: A0001.MP4 A0003.MP4 A0004.MP4");
+}
+
+// The one whose clock was not set begins elsewhere.
+TEST(Recordings, OfASetClockAreWholeWhateverAClipWithoutOneDoes) {
+  const ClipSays first = ClipSays("c/A0001.MP4").At(0).For(60);
+  const ClipSays last = ClipSays("c/A0002.MP4").At(60).For(17);
+  constexpr std::uint64_t kIn1970 = 24107ULL * 86400 + 5;
+  EXPECT_EQ(ProposedFrom({first, last, ClipSays("c/xyz.MP4").Created(kIn1970).For(60)}),
+            "likely: A0001.MP4 A0002.MP4");
+  EXPECT_EQ(ProposedFrom({first, last, ClipSays("c/xyz.MP4").Created(~std::uint64_t{0}).For(60)}),
+            "likely: A0001.MP4 A0002.MP4");
+  // Within the first hour of a year, and behind it.
+  const std::uint64_t year = (24107ULL + 16436) * 86400;
+  EXPECT_EQ(ProposedFrom({ClipSays("c/abc.MP4").Created(year + 3570).For(60),
+                          ClipSays("c/A0001.MP4").Created(year + 3630).For(60),
+                          ClipSays("c/A0002.MP4").Created(year + 3690).For(17)}),
+            "incomplete likely: A0001.MP4 A0002.MP4");
+}
+
+// Nothing but what a file begins with tells chapters of one length apart, in folders that follow
+// one another.
+TEST(Recordings, EqualClipsOfOtherMediaAreNoCopies) {
+  const support::TempDir folder;
+  const auto put = [&](const std::string& name, unsigned char media) {
+    const std::string path = (folder / name).string();
+    support::Bytes bytes(90'000);
+    bytes[100] = media;
+    std::filesystem::create_directories((folder / name).parent_path());
+    support::WriteFile(path, bytes);
+    return ClipSays(path).At(0).For(60).Bytes(90'000);
+  };
+  std::vector<ClipSays> clips{put("100MEDIA/A0001.MP4", 1), put("101MEDIA/A0002.MP4", 2),
+                              put("102MEDIA/A0001.MP4", 1)};
+  for (ClipSays& clip : clips) clip.movieDigest = clips.front().movieDigest;
+  clips.push_back(ClipSays((folder / "101MEDIA" / "A0003.MP4").string()).At(0).For(17));
+  clips.push_back(ClipSays((folder / "101MEDIA" / "A0004.MP4").string()).At(900).For(17));
+  EXPECT_EQ(ProposedFrom(clips), "likely: A0001.MP4 A0002.MP4 A0003.MP4");
+}
+
+// Without any other chapter nobody knows which number is that of the recording.
+TEST(Recordings, WhoseNameMayCountChaptersHaveNoNumbers) {
+  const auto two = [](const std::string& a, const std::string& b) {
+    return ProposedFrom({ClipSays("c/" + a).For(60), ClipSays("c/" + b).For(17)});
+  };
+  EXPECT_EQ(two("V5023_01.MP4", "V5024_01.MP4"), "");
+  EXPECT_EQ(two("AB015023.MP4", "AB015024.MP4"), "");
+  EXPECT_EQ(two("V5023_01.MP4", "V5023_02.MP4"), "possible: V5023_01.MP4 V5023_02.MP4");
+  EXPECT_EQ(two("AB005023.MP4", "AB005024.MP4"), "possible: AB005023.MP4 AB005024.MP4");
+  EXPECT_EQ(two("V15023.MP4", "V15024.MP4"), "possible: V15023.MP4 V15024.MP4");
 }
 
 TEST(Recordings, ThatEndAtALimitAreWhole) {

@@ -143,6 +143,18 @@ TEST(Split, ASizeThatAClipOfAnOwnLengthHasIsNoLimitOfOthers) {
             "likely: ya.MP4 yb.MP4 yc.MP4 yd.MP4");
 }
 
+// Where every second weighs the same, clips of one size are as long, too, but for some pictures.
+TEST(Split, ASizeOfAnEvenRateIsALimitThoughSomeHaveOneLength) {
+  EXPECT_EQ(ProposedFrom({ClipSays("c/xa.MP4").At(0).For(657.5).Bytes(6'575'000'000),
+                          ClipSays("c/xb.MP4").At(658).For(657.7).Bytes(6'577'000'000),
+                          ClipSays("c/xc.MP4").At(1315).For(20).Bytes(200'000'000),
+                          ClipSays("c/ya.MP4").At(9000).For(657.7).Bytes(6'577'000'000),
+                          ClipSays("c/yb.MP4").At(9658).For(657.6).Bytes(6'576'000'000),
+                          ClipSays("c/yc.MP4").At(10315).For(657.7).Bytes(6'577'000'000),
+                          ClipSays("c/yd.MP4").At(10973).For(30).Bytes(300'000'000)}),
+            "likely: xa.MP4 xb.MP4 xc.MP4\nlikely: ya.MP4 yb.MP4 yc.MP4 yd.MP4");
+}
+
 TEST(Split, AnIdentityShowsThatClipsOfOneLengthAreFollowed) {
   // Single recordings behind them have the next numbers, but other values.
   const auto clip = [](const char* name, double seconds, char value) {

@@ -132,6 +132,28 @@ TEST(Timecode, ThatCountsWhatWasRecordedProvesNothingAlone) {
             "certain: xa.MP4 xb.MP4");
 }
 
+// Without a clock nothing but a number that was left out, or the time at which a file was written,
+// shows that the count goes on over two recordings.
+TEST(Timecode, ThatRunsOnOverAPauseProvesNothing) {
+  const auto two = [](const char* second, double written) {
+    return ProposedFrom({ClipSays("c/A0001.MP4").For(60).Timecode(500, 1800).Written(60),
+                         ClipSays(second).For(20).Timecode(2300, 600).Written(written)});
+  };
+  EXPECT_EQ(two("c/A0002.MP4", 80), "certain: A0001.MP4 A0002.MP4");
+  EXPECT_EQ(two("c/A0002.MP4", 61), "certain: A0001.MP4 A0002.MP4");
+  EXPECT_EQ(two("c/A0002.MP4", 300), "possible: A0001.MP4 A0002.MP4");
+  EXPECT_EQ(two("c/A0004.MP4", 80), "");
+  EXPECT_EQ(two("c/xyz.MP4", 80), "certain: A0001.MP4 xyz.MP4");
+}
+
+// A clip whose name begins a recording continues none, though a count runs on to it.
+TEST(Timecode, DoesNotRunOnIntoAnotherRecordingByItsName) {
+  EXPECT_EQ(ProposedFrom({ClipSays("c/CLIP0034.MP4").For(60).Timecode(500, 1800),
+                          ClipSays("c/CL010034.MP4").For(60).Timecode(2300, 1800),
+                          ClipSays("c/CLIP0035.MP4").For(20).Timecode(4100, 600)}),
+            "incomplete certain: CLIP0034.MP4 CL010034.MP4");
+}
+
 TEST(Timecode, OfADayHasAsManyFramesAsItsCountSays) {
   EXPECT_EQ(kDrop.Day(), 2'589'408);
   EXPECT_EQ(kPlain.Day(), 2'592'000);
