@@ -84,6 +84,7 @@ Family MakeFamily(std::vector<FamilyClip> clips) {
   DropSharedTimes(family);
   IndexTimes(family);
   for (FamilyCard& card : family.cards) {
+    NoteOneTime(family, card);
     NoteCustom(family, card);
     NoteSharedSeries(family, card);
     NoteCountsOfRecordings(family, card);

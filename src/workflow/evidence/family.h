@@ -71,6 +71,11 @@ struct FamilyCard {
   ClockCustom custom = ClockCustom::kUnknown;
   // Those that it may be: where it is known, that one.
   std::vector<ClockCustom> customs{};
+  // All clips have one time, so that nothing shows that the clock moves.
+  bool isOfOneTime = false;
+  // And all but the shortest one stand in pairs of one length: what looks to two sides makes such
+  // if the last clip of one side is lost.
+  bool mayLackOneSide = false;
   // All begin with the same one.
   bool timecodesAlike = false;
   // Clips of several moments begin with the same one.

@@ -120,15 +120,7 @@ bool MayBeTwoSides(const Family& family, std::size_t before, std::size_t behind)
   return isAlone && ShowsPairs(family, before);
 }
 
-// Whether all clips of a card have one time, so that nothing shows that the clock moves.
-bool IsOfOneTime(const Family& family, const FamilyCard& card) {
-  return std::all_of(card.clips.begin(), card.clips.end(), [&](std::size_t i) {
-    return family.clips[i].time && family.clips[i].time == family.clips[card.clips.front()].time;
-  });
-}
-
-// Whether all clips of a card but the shortest one stand in pairs of one length: what looks to two
-// sides makes such if the last clip of one side is lost.
+// Whether all of them but the shortest one stand in pairs of one length.
 bool MayLackOneSide(const Family& family, const FamilyCard& card) {
   constexpr std::size_t kLeast = 3;
   if (card.clips.size() < kLeast) return false;
@@ -156,6 +148,14 @@ void DropSharedTimes(Family& family) {
   for (const std::size_t i : unusable) family.clips[i].time.reset();
 }
 
+void NoteOneTime(const Family& family, FamilyCard& card) {
+  const auto& first = family.clips[card.clips.front()].time;
+  card.isOfOneTime = std::all_of(card.clips.begin(), card.clips.end(), [&](std::size_t i) {
+    return family.clips[i].time && family.clips[i].time == first;
+  });
+  card.mayLackOneSide = card.isOfOneTime && MayLackOneSide(family, card);
+}
+
 Reason WhyOneTimeIsSilent(const Family& family, std::size_t before, std::size_t behind) {
   const FamilyClip& first = family.clips[before];
   const std::string names[] = {PrintablePath(first.name), PrintablePath(family.clips[behind].name)};
@@ -172,11 +172,11 @@ Reason WhyOneTimeIsSilent(const Family& family, std::size_t before, std::size_t 
     return fmt::format("{} has the time of {}, and somebody may have given them their numbers",
                        names[1], names[0]);
   const FamilyCard& card = family.CardOf(before);
-  if (!IsOfOneTime(family, card)) return std::nullopt;
+  if (!card.isOfOneTime) return std::nullopt;
   if (FileTimesPause(family, before, behind))
     return fmt::format("all clips have one time, and the files {} and {} were written with a pause",
                        names[0], names[1]);
-  if (MayLackOneSide(family, card))
+  if (card.mayLackOneSide)
     return fmt::format(
         "all clips have one time, and but for one they are as long as another one, "
         "as {} and {} of what looks to two sides are",

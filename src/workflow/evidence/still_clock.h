@@ -13,6 +13,9 @@ namespace clipchain {
 // and numbers must be there.
 void DropSharedTimes(Family& family);
 
+// Notes the cards of which all clips have one time. Shared times that tell nothing must be gone.
+void NoteOneTime(const Family& family, FamilyCard& card);
+
 // Says why two clips of one time may be of two recordings still, where the time of a recording is
 // in all of its clips; nothing where it tells that they are of one.
 [[nodiscard]] Reason WhyOneTimeIsSilent(const Family& family, std::size_t before,

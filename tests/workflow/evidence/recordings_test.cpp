@@ -275,6 +275,16 @@ TEST(Recordings, TenThousandClipsAreNoTrouble) {
   EXPECT_EQ(1429u, found.size());
 }
 
+TEST(Recordings, TenThousandClipsOfOneTimeAreNoTrouble) {
+  std::vector<ClipSays> clips;
+  for (int i = 0; i < 9'999; ++i)
+    clips.push_back(ClipSays("c/A" + std::to_string(10'000 + i) + ".MP4").At(0).For(60));
+  clips.back().For(17);
+  const auto found = ProposalsOf(clips);
+  ASSERT_EQ(found.size(), 1u);
+  EXPECT_EQ(found[0].grade, Grade::kPossible);
+}
+
 TEST(Recordings, TheCopyOnTheCardOfTheOthersCounts) {
   // The first card that is given has a copy of one clip alone.
   ClipSays copy = ClipSays("c/backup/A0002.MP4").At(532).For(532.4);
