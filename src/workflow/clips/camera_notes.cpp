@@ -47,6 +47,7 @@ CameraNotes ReadCameraNotes(MP4G::CMovieBox* movie) {
   MP4G::CVireoMp4 clip(kNoVolume);
   CameraNotes notes;
   notes.result = clip.ParseMovieBox(movie);
+  // Without a date of the camera's own the movie's is the next best.
   if (clip.timedate == MP4G::_tagSequenceTimedate{})
     clip.timedate = MP4G::CVireoMp4::ObtainMovieBoxTimedate(movie);
   notes.date = KnownDate(clip.timedate);

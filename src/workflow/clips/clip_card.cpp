@@ -23,6 +23,7 @@ namespace {
 
 void ReadThumbnail(const MP4G::CMovieBox& movie, ClipCard& card) {
   const std::span<const unsigned char> stream = FindThumbnail(movie);
+  // Whether it is a picture its bytes say, and not the box that holds them.
   const auto found = FindJpeg(stream.data(), static_cast<unsigned int>(stream.size()));
   if (!found || found->length > kMostThumbnailBytes ||
       std::max(found->width, found->height) > kMostThumbnailSide)

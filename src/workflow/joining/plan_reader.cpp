@@ -27,6 +27,7 @@ PlanReader::PlanReader(std::size_t firstNumber, std::function<void(Job&&)> take,
     : firstNumber_(firstNumber), take_(std::move(take)), goOn_(std::move(goOn)) {}
 
 Reason PlanReader::Read(const std::string& text) {
+  // Event by event: a tree of all jobs would take many times the memory of the text.
   static_cast<void>(Json::sax_parse(text, this));
   return std::move(fault_);
 }
@@ -170,6 +171,7 @@ bool PlanReader::TakeAccepted(const Json& value) {
     if (!job_.accepted) Fault(Place(), "is no grade");
     return !fault_;
   }
+  // What else stands there is passed over, as everywhere in a plan.
   if (key_ != "evidence") return true;
   if (value.is_string())
     job_.evidence = value.get<std::string>();

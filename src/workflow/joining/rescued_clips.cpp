@@ -95,6 +95,7 @@ JoinPlan PlanWithRescued(const std::vector<std::string>& operands,
   Rescuer rescuer(options);
   rescuer.Run(operands);
   std::vector<std::string> all = operands;
+  // Named one by one: the folder of results is not searched for clips.
   for (const auto& [output, broken] : rescuer.rescued()) all.push_back(output);
   JoinPlan plan = PlanFor(all, options.plan);
   for (Job& job : plan.jobs) MarkJob(job, rescuer.rescued());

@@ -43,6 +43,7 @@ Pictures::Pictures(const ScanReport& report) {
 std::string Pictures::Definitions() const {
   std::map<std::size_t, const ClipCard*> cards;
   for (const auto& [bytes, shared] : shared_) {
+    // By number: the same card gives the same page.
     if (shared.number != 0) cards[shared.number] = shared.card;
   }
   if (cards.empty()) return "";
