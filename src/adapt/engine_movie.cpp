@@ -207,11 +207,15 @@ void TakeIdentifiers(RawBox& movie, RawBox& engines) {
 }  // namespace
 
 MediaMap::MediaMap(const std::vector<MediaRange>& media, std::uint64_t start, unsigned int block) {
+  // An empty media box in front would have bytes of no file behind it, and with those all media
+  // began.
+  const auto first = std::find_if(media.begin(), media.end(),
+                                  [](const MediaRange& range) { return range.size != 0; });
   for (const MediaRange& range : media) {
     // Modulo the block the first range is as far from this one as it is in the file. A gap is no
     // longer than a quarter of what it is for.
     const bool hasGap = block != 0 && range.size / 4 >= block;
-    gaps_.push_back(hasGap ? (range.position - media.front().position - size_) % block : 0);
+    gaps_.push_back(hasGap ? (range.position - first->position - size_) % block : 0);
     size_ += gaps_.back();
     parts_.push_back({range, start + size_});
     size_ += range.size;

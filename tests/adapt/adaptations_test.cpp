@@ -575,6 +575,13 @@ TEST(TopLevel, TellsOnceOfAllBoxesOfATypeThatAreLost) {
   EXPECT_EQ(report.problems[1].box, "uuid");
 }
 
+TEST(MediaMap, BeginsWithMediaWhateverIsEmptyInFrontOfIt) {
+  const MediaMap media({{48, 0}, {56, 5000}, {5064, 0}, {5072, 5000}}, 40, 512);
+  EXPECT_EQ(media.Gaps(), (std::vector<std::uint64_t>{0, 0, 0, 16}));
+  EXPECT_EQ(40u, media.At(56));
+  EXPECT_EQ(10'016u, media.Size());
+}
+
 TEST(MediaMap, FindsWhatLiesInSeveralPlaces) {
   const MediaMap media({{500, 10}, {100, 20}}, 40);
   EXPECT_EQ(media.Size(), 30u);
