@@ -169,6 +169,7 @@ int clipchain_stream(const char* const* clips, size_t count, int descriptor,
   using namespace clipchain;
   if (!ArePaths(clips, count) || descriptor < 0 || !AreMergeOptions(options))
     return CLIPCHAIN_MISUSE;
+  // Messages need a name, and a descriptor has none.
   const SafeMergeOptions merge = OptionsOf(options, "the result");
   // A pipe replaces nothing, is not read again and has no blocks: to pass over such a wish would
   // promise what is not done.
@@ -197,6 +198,7 @@ int clipchain_verify(const char* const* cards, size_t card_count, const char* co
     }
     const CardProof proof = ProveCards(verify);
     Hand(ProofJson(verify, proof), report);
+    // Without an answer: neither that the cards are kept nor that they are not.
     if (proof.failed) return CLIPCHAIN_REFUSED;
     return proof.kept ? CLIPCHAIN_DONE : CLIPCHAIN_PARTLY;
   });

@@ -32,6 +32,7 @@ std::string DurationWords(long long ticks, unsigned int timeScale) {
 }
 
 std::string FormatBytes(long long bytes) {
+  // As disks are sold: 1 kB is 1000 bytes.
   static constexpr const char* kUnits[] = {"kB", "MB", "GB", "TB", "PB"};
   if (bytes < 1000) return fmt::format("{} B", bytes);
   double value = static_cast<double>(bytes) / 1000;
@@ -63,6 +64,7 @@ std::string Counted(std::size_t number, std::string_view what) {
 }
 
 const char* StateWords(bool identified, bool closedAtHead, bool closedAtTail) {
+  // A clip that names no neighbours lacks none, and yet nobody knows whether it is all.
   if (!identified && closedAtHead && closedAtTail) return "unidentified";
   if (closedAtHead) return closedAtTail ? "complete" : "open at tail";
   return closedAtTail ? "open at head" : "open at both ends";

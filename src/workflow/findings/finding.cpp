@@ -41,6 +41,7 @@ Finding MakeFinding(Message message, std::string path, std::string text, std::st
 }
 
 bool HoldsUp(const Findings& findings, bool force) {
+  // A problem may pass where somebody insists; what is refused can't be done at all.
   const Severity least = force ? Severity::kRefusal : Severity::kRisk;
   return std::any_of(findings.begin(), findings.end(),
                      [least](const Finding& finding) { return finding.severity >= least; });

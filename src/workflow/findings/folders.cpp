@@ -26,6 +26,7 @@ std::error_code Make(const std::string& path) {
   const Descriptor folder(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
   FlushedFolders flushed;
   const std::error_code error = folder < 0 ? LastError() : FlushAbove(folder, flushed);
+  // A folder that may be lost is none to put results into.
   if (error) ::rmdir(path.c_str());
   return error;
 }

@@ -77,6 +77,7 @@ std::string HtmlAttention(std::string_view kind, bool grave, const std::string& 
 }
 
 std::string HtmlAttentionSection(const std::string& items) {
+  // A section that is missing would leave open whether anything was looked for.
   if (items.empty())
     return HtmlSection("attention", "Needs attention",
                        "<p class=\"note panel calm\">Nothing: no clip is missing, and every file "

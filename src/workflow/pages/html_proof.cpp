@@ -52,6 +52,7 @@ std::string HtmlProof(const CardProofOptions& options, const CardProof& proof,
                       HtmlText(when));
   html += Paths("Cards", options.cards);
   html += Paths("Compared with what lies below", options.against);
+  // A page is kept for years, and the command line is not.
   if (options.whole) html += "<p>Every byte of a clip had to be kept.</p>\n";
   html += Reasons("Not kept", "not-kept", proof.notKept);
   html += Reasons("Passed over", "passed-over", proof.leftAside);
