@@ -40,7 +40,7 @@ bool AccessUnits::MayBegin(const unsigned char* bytes) const {
     return false;
   const UnitHeader header = syntax_.Header(bytes + syntax_.lengthSize());
   return header.kind != UnitKind::kInvalid && header.kind != UnitKind::kContinues &&
-         habits_.firstTypes[header.type];
+         (habits_.firstTypes[header.type] || IsFront(header));
 }
 
 // Nothing: no unit of this video. A unit that goes on behind the end is cut.
@@ -55,7 +55,8 @@ std::optional<AccessUnits::Unit> AccessUnits::UnitAt(std::uint64_t position) {
   unit.header = syntax_.Header(bytes + syntax_.lengthSize());
   unit.body = position + syntax_.lengthSize();
   unit.cut = unit.size > end_ - unit.body;
-  const bool known = unit.header.kind == UnitKind::kSlice || habits_.types[unit.header.type];
+  const bool known = unit.header.kind == UnitKind::kSlice || habits_.types[unit.header.type] ||
+                     IsFront(unit.header);
   if (unit.header.kind == UnitKind::kInvalid || !known ||
       (unit.header.layer != 0 && !habits_.layers) || unit.size < syntax_.headerSize() ||
       unit.size > habits_.largest * kTimesLargest + kRoom)

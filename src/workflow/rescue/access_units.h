@@ -75,6 +75,11 @@ class AccessUnits {
   bool MayBegin(const unsigned char* bytes) const;
   std::size_t Lookahead() const { return syntax_.lengthSize() + syntax_.headerSize(); }
 
+  // Whether a picture may begin with units of any kind, or only with those of the reference's: a
+  // first picture can have some that no other one has, and the reference may be the later part of a
+  // recording.
+  void TakeAnyFront(bool any) { anyFront_ = any; }
+
   // Bytes of units that were looked through, for whoever bounds the work.
   std::uint64_t Work() const { return work_; }
 
@@ -88,6 +93,9 @@ class AccessUnits {
   };
   enum class Place { kInside, kBehind, kBroken };
 
+  bool IsFront(const UnitHeader& header) const {
+    return anyFront_ && (header.kind == UnitKind::kStarts || header.kind == UnitKind::kSlice);
+  }
   std::optional<AccessUnit> Jpeg(std::uint64_t position);
   std::optional<Unit> UnitAt(std::uint64_t position);
   bool IsClean(const Unit& unit);
@@ -103,6 +111,7 @@ class AccessUnits {
   const VideoSyntax& syntax_;
   const UnitHabits& habits_;
   std::uint64_t work_ = 0;
+  bool anyFront_ = false;
 };
 
 // What the samples of a reference are like, of those that are at most at `end`.

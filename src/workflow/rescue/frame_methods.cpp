@@ -34,6 +34,9 @@ void Append(SampleSpan& span, const std::vector<std::uint32_t>& sizes) {
   span.sizes.insert(span.sizes.end(), sizes.begin(), sizes.end());
 }
 
+// An element that fills, in which an encoder puts its name (ISO/IEC 14496-3, table 4.85).
+bool BeginsWithFill(unsigned char first) { return first >> 5 == 6; }
+
 std::uint32_t LargestSample(const ReferenceTrack& track) {
   const auto& sizes = track.sizes.sizes;
   return sizes.empty() ? track.sizes.uniform : *std::max_element(sizes.begin(), sizes.end());
@@ -76,7 +79,11 @@ class DecodedFrames final : public FrameMethod {
     const auto rest = static_cast<std::size_t>(range.end - range.begin);
     const unsigned char* bytes = window.At(range.begin, rest);
     if (bytes == nullptr) return std::nullopt;
-    const auto sizes = decoder_.Fill({bytes, rest}, MaySayNothing() && span.count == 0);
+    const bool isFirst = atFirst_ && span.count == 0;
+    auto sizes = decoder_.Fill({bytes, rest}, silentFirst_ && isFirst);
+    // The reference may be the later part of a recording, which has no such frame.
+    if (sizes.empty() && isFirst && !silentFirst_ && BeginsWithFill(bytes[0]))
+      sizes = decoder_.Fill({bytes, rest}, true);
     if (sizes.empty()) return std::nullopt;
     if (BeforeOpening(sizes, bytes) < sizes.size()) return std::nullopt;
     Append(span, sizes);

@@ -117,6 +117,7 @@ class Walk {
 };
 
 bool Walk::TakePicture() {
+  units_.TakeAnyFront(AtBegin());
   if (!next_ || next_->position != position_) next_ = units_.At(position_, order_);
   if (!next_ || TooMuchWork()) return false;
   if (Ends(*next_)) {

@@ -12,8 +12,8 @@ namespace {
 // Fewer do not show how far the sound is ahead at most.
 constexpr std::int64_t kEnoughPictures = 48;
 
-// Of the reference's own range, divided by its pictures: as far beyond it as pictures of another
-// clip may be.
+// Of the reference's own range, divided by its pictures: so much wider that of another clip may
+// be.
 constexpr std::int64_t kRoom = 8;
 
 class Range {
@@ -25,8 +25,6 @@ class Range {
   }
   std::int64_t count() const { return count_; }
   std::int64_t width() const { return most_ - least_; }
-  std::int64_t least() const { return least_ - kRoom * width() / count_; }
-  std::int64_t most() const { return most_ + kRoom * width() / count_; }
 
  private:
   std::int64_t count_ = 0;
@@ -70,11 +68,15 @@ std::vector<SoundLead> LearnLeads(const Reference& reference, std::size_t video)
     const std::int64_t moment = std::int64_t{sound.timeScale} * pictures.timeScale / 16;
     if (range.count() < kEnoughPictures || range.width() > std::max(lead.sample * 2, moment))
       continue;
-    lead.least = range.least();
-    lead.most = range.most();
+    lead.width = range.width() + kRoom * range.width() / range.count();
     leads.push_back(lead);
   }
   return leads;
+}
+
+void SoundClock::Seen::Take(std::int64_t lead) {
+  most = least ? std::max(most, lead) : lead;
+  least = least ? std::min(*least, lead) : lead;
 }
 
 bool SoundClock::Take(const Harvest& found, std::uint64_t pictures) {
@@ -85,13 +87,14 @@ bool SoundClock::Take(const Harvest& found, std::uint64_t pictures) {
   };
   for (std::size_t i = 0; i < leads_.size(); ++i) {
     const SoundLead& of = leads_[i];
+    Seen& seen = seen_[i];
     const std::uint64_t samples = found.tracks[of.track].samples;
     // Where no more sound comes the recording may be at its end.
-    if (samples == seen_[i]) continue;
-    const std::int64_t now = lead(of, samples, pictures);
-    fits = fits && of.least <= now && now <= of.most;
-    if (seen_[i] != 0 && pictures != 0) fits = fits && lead(of, seen_[i], pictures - 1) >= of.least;
-    seen_[i] = samples;
+    if (samples == seen.samples) continue;
+    if (seen.samples != 0 && pictures != 0) seen.Take(lead(of, seen.samples, pictures - 1));
+    seen.Take(lead(of, samples, pictures));
+    fits = fits && seen.most - *seen.least <= of.width;
+    seen.samples = samples;
   }
   return fits;
 }

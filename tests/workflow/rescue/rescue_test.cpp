@@ -119,6 +119,23 @@ TEST_F(RescueTest, TakesNoZerosAtTheEndForASample) {
   ASSERT_EQ(1U, report.unknown.size());
 }
 
+// The intact clip may be the later part of a recording whose first picture has more in front of it.
+TEST_F(RescueTest, FindsAFirstPictureWithMoreInFrontOfIt) {
+  NEED_DECODER();
+  Bytes broken = WithoutMovie(kClip3);
+  const long long samples = Run(broken).tracks[0].samples;
+  fs::remove(std::string(folder_ / "out.mp4"));
+  // A delimiter of access units.
+  const Bytes delimiter = {0, 0, 0, 2, 0x09, 0x10};
+  const std::size_t media = PlaceOf(broken, "mdat") + 8;
+  broken.insert(broken.begin() + static_cast<std::ptrdiff_t>(media), delimiter.begin(),
+                delimiter.end());
+  broken = support::WithU32(broken, media - 8, 0);
+  const RescueReport report = Run(broken);
+  ASSERT_TRUE(report.done);
+  EXPECT_LE(samples - 1, report.tracks[0].samples);
+}
+
 // Behind a whole picture, or a whole frame of sound, another clip of the camera begins.
 TEST_F(RescueTest, TakesNoSampleOfAnotherClipThatFollowsAWholeOne) {
   NEED_DECODER();
