@@ -38,17 +38,21 @@ MediaSample SampleOf(const ClipTraits& clip) {
   return sample;
 }
 
+// The name without its digits.
+std::string LettersOf(const ClipTraits& clip) {
+  std::string letters = NameOf(clip.path);
+  std::erase_if(letters, [](char c) { return c >= '0' && c <= '9'; });
+  return letters;
+}
+
 // Whether two of these lie in one folder under names that a camera gives one after another.
 bool AreNumbered(const std::vector<EvidenceUnit>& units, const Units& equal) {
   std::map<std::pair<std::string, std::string>, std::string> series;
   for (const std::size_t i : equal) {
     const std::string& path = ClipOf(units[i]).path;
     const std::string name = NameOf(path);
-    std::string letters;
-    for (const char c : name) {
-      if (c < '0' || c > '9') letters += c;
-    }
-    const auto [other, isNew] = series.try_emplace({FolderOf(path), letters}, name);
+    const auto [other, isNew] =
+        series.try_emplace({FolderOf(path), LettersOf(ClipOf(units[i]))}, name);
     if (!isNew && MayBeNumbered(other->second, name)) return true;
   }
   return false;
@@ -75,13 +79,14 @@ std::string PlaceOf(const ClipTraits& clip) {
   return FolderNumber(NameOf(folder)) != 0 ? FolderOf(folder) + "/000" : folder;
 }
 
-// How many clips of a description lie on a card, and in a place.
+// How many clips of a description lie on a card, in a place, and there under names of a series.
 class Places {
  public:
   explicit Places(const std::vector<EvidenceUnit>& units) : units_(units) {
     for (const EvidenceUnit& unit : units) {
       ++cards_[CardOf(unit)];
       ++places_[{CardOf(unit), PlaceOf(ClipOf(unit))}];
+      ++series_[SeriesOf(unit)];
     }
   }
 
@@ -97,14 +102,19 @@ class Places {
   static Card CardOf(const EvidenceUnit& unit) {
     return {ClipOf(unit).description, ClipOf(unit).volume};
   }
-  std::pair<std::size_t, std::size_t> Rank(const EvidenceUnit& unit) const {
+  using Series = std::tuple<Card, std::string, std::string>;
+  static Series SeriesOf(const EvidenceUnit& unit) {
+    return {CardOf(unit), PlaceOf(ClipOf(unit)), LettersOf(ClipOf(unit))};
+  }
+  std::tuple<std::size_t, std::size_t, std::size_t> Rank(const EvidenceUnit& unit) const {
     const Card card = CardOf(unit);
-    return {cards_.at(card), places_.at({card, PlaceOf(ClipOf(unit))})};
+    return {cards_.at(card), places_.at({card, PlaceOf(ClipOf(unit))}), series_.at(SeriesOf(unit))};
   }
 
   const std::vector<EvidenceUnit>& units_;
   std::map<Card, std::size_t> cards_;
   std::map<std::pair<Card, std::string>, std::size_t> places_;
+  std::map<Series, std::size_t> series_;
 };
 
 }  // namespace
@@ -146,10 +156,12 @@ std::vector<std::size_t> Copies::InOneFolder(std::vector<std::size_t> chain) con
     for (const std::string& folder : own) ++folders[folder];
   }
   for (std::size_t& unit : chain) {
-    const Units& copies = Of(unit);
-    unit = *std::max_element(copies.begin(), copies.end(), [&](std::size_t a, std::size_t b) {
-      return folders[folderOf(a)] < folders[folderOf(b)];
-    });
+    // The one that stands for all of them is left only for a better folder.
+    std::size_t best = unit;
+    for (const std::size_t copy : Of(unit)) {
+      if (folders[folderOf(copy)] > folders[folderOf(best)]) best = copy;
+    }
+    unit = best;
   }
   return chain;
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -311,6 +312,21 @@ std::vector<ClipSays> EqualChapters(const std::vector<const char*>& names) {
 }
 
 }  // namespace
+
+TEST(Recordings, TheCopyWithANameAsTheOthersHaveCounts) {
+  std::vector<ClipSays> clips{
+      ClipSays("c/A0001.MP4").At(0).For(60),        ClipSays("c/A0002.MP4").At(0).For(60),
+      ClipSays("c/A0003.MP4").At(0).For(60),        ClipSays("c/A0004.MP4").At(0).For(17),
+      ClipSays("c/A0005.MP4").At(900).For(17),      ClipSays("c/copy of A0002.MP4").At(0).For(60),
+      ClipSays("c/copy of A0003.MP4").At(0).For(60)};
+  for (const std::size_t copy : {std::size_t{5}, std::size_t{6}}) {
+    clips[copy].size = clips[copy - 4].size;
+    clips[copy].movieDigest = clips[copy - 4].movieDigest;
+  }
+  EXPECT_EQ(ProposedFrom(clips), "likely: A0001.MP4 A0002.MP4 A0003.MP4 A0004.MP4");
+  std::reverse(clips.begin(), clips.end());
+  EXPECT_EQ(ProposedFrom(clips), "likely: A0001.MP4 A0002.MP4 A0003.MP4 A0004.MP4");
+}
 
 TEST(Recordings, EqualClipsThatACameraNumberedAreNoCopies) {
   auto clips = EqualChapters({"c/A0001.MP4", "c/A0002.MP4", "c/A0003.MP4", "b/A0002.MP4"});
