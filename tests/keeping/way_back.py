@@ -33,6 +33,13 @@ SAMPLED = ("h264_aac", "fragments_key", "several_media_boxes", "tracks_in_anothe
 NO_LOSS = ("ms apart", "the edit list shows", "mdhd says", "still has", "btrt", "rates", ": step ")
 
 
+# What file systems and cameras do with names and times, and what stands behind the last box of some clips.
+NAMES = ("{} \u00fc.mp4", "new\nline{}.mov", "-dash{}.mp4", "x" * 240 + "{}.mp4", ".hidden{}", "e\u0301{}", "{}'\"\\.MP4")
+TIMES = (0, -1, -(10**18) + 7, 10**9 - 1, 2**31 * 10**9 + 5, 4_102_444_800 * 10**9 + 1)
+TAILS = (bytes(1), bytes(4096), b"\0\0\0\x08free", b"\0\0\0\x01free" + (16).to_bytes(8, "big"), b"\0\0\0\x08mdat",
+         b"\0\0\0\0skip" + bytes(9), b"\0\0\0\x0czzzz1234")
+
+
 def edits_of_all():
     pool = []
     for kind in KINDS.values():
@@ -91,6 +98,8 @@ class Hunt:
             path = self.card / name
             path.write_bytes(data)
             time = 1_400_000_000_000_000_000 + self.random.randrange(10**17)
+            if self.random.random() < 0.2:
+                time = self.random.choice(TIMES)
             os.utime(path, ns=(time, time))
             self.clips.append(path)
             self.bytes.append(data)
@@ -192,6 +201,10 @@ class Hunt:
             clips = [self.clip(family, 0, both + more[0]), self.clip(other, 1, both + more[1])]
         except Exception:  # edits that do not go together, or not with this family
             return False
+        if self.random.random() < 0.2:
+            clips = [(self.random.choice(NAMES).format(i), data) for i, (_, data) in enumerate(clips)]
+        if self.random.random() < 0.2:
+            clips = [(name, data + self.random.choice(TAILS)) for name, data in clips]
         self.try_pair(f"random{number}_{family}", clips)
         return True
 
