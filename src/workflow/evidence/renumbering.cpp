@@ -89,6 +89,10 @@ std::map<std::string, std::vector<std::size_t>> FoldersOf(const Family& family,
   return folders;
 }
 
+void NoteFileTimes(Family& family, const TimedClips& clips) {
+  for (const auto& [time, i] : clips) family.clips[i].isWrittenInTime = true;
+}
+
 }  // namespace
 
 void NoteRenumbering(Family& family, const FamilyCard& card) {
@@ -99,7 +103,12 @@ void NoteRenumbering(Family& family, const FamilyCard& card) {
     }
     std::sort(clips.begin(), clips.end());
     const TimedClips byFileTimes = ByFileTimes(family, members);
-    for (const auto& [time, i] : byFileTimes) family.clips[i].isWrittenInTime = true;
+    NoteFileTimes(family, byFileTimes);
+    // Two sides are written two at a time, each in its own time.
+    if (card.isTwofold) {
+      for (const auto& [name, series] : SeriesIn(family, members))
+        NoteFileTimes(family, ByFileTimes(family, series));
+    }
     if (!FallsOften(family, clips) && !FallsOften(family, byFileTimes) &&
         !NumbersLeaveTimecodes(family, card, members))
       continue;

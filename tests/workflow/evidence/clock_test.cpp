@@ -160,6 +160,17 @@ TEST(Clock, OfAllClipsIsSilentWhereTheirFilesWereWrittenWithAPause) {
   EXPECT_EQ(two(61), "likely: A0001.MP4 A0002.MP4");
 }
 
+TEST(Clock, OfTwoSidesIsSilentWhereTheFilesOfBothWereWrittenWithAPause) {
+  const auto four = [](double second) {
+    return ProposedFrom({ClipSays("c/A0001F.MP4").At(0).For(60).Written(60),
+                         ClipSays("c/A0001R.MP4").At(0).For(60).Written(60),
+                         ClipSays("c/A0002F.MP4").At(0).For(17).Written(second),
+                         ClipSays("c/A0002R.MP4").At(0).For(17).Written(second)});
+  };
+  EXPECT_EQ(four(77), "likely: A0001F.MP4 A0002F.MP4\nlikely: A0001R.MP4 A0002R.MP4");
+  EXPECT_EQ(four(500), "possible: A0001F.MP4 A0002F.MP4\npossible: A0001R.MP4 A0002R.MP4");
+}
+
 // Somebody may have thought of the numbers when a clip was lost already.
 TEST(Clock, OfTheRecordingNeedsNumbersOfACamera) {
   const auto recording = [](const std::string& a, const std::string& b, double second) {
