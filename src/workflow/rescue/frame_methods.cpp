@@ -140,10 +140,11 @@ class DecodedFrames final : public FrameMethod {
     return sizes;
   }
 
-  // Encoders put their name into the first frame of a recording, and into no other.
+  // Some encoders put their name into the first frame of a recording alone, others into one of
+  // some hundreds again.
   std::size_t BeforeOpening(const std::vector<std::uint32_t>& sizes,
                             const unsigned char* bytes) const {
-    constexpr std::uint64_t kEnough = 16;
+    constexpr std::uint64_t kEnough = 1024;
     if (!opens_ || frames_ < kEnough) return sizes.size();
     std::size_t at = 0;
     for (std::size_t i = 0; i < sizes.size(); at += sizes[i++]) {
