@@ -40,7 +40,7 @@ bool AccessUnits::MayBegin(const unsigned char* bytes) const {
     return false;
   const UnitHeader header = syntax_.Header(bytes + syntax_.lengthSize());
   return header.kind != UnitKind::kInvalid && header.kind != UnitKind::kContinues &&
-         (habits_.firstTypes[header.type] || IsFront(header));
+         (habits_.firstTypes[header.type] || IsFront(header) || StartsAgain(header));
 }
 
 // Nothing: no unit of this video. A unit that goes on behind the end is cut.

@@ -96,6 +96,11 @@ class AccessUnits {
   bool IsFront(const UnitHeader& header) const {
     return anyFront_ && (header.kind == UnitKind::kStarts || header.kind == UnitKind::kSlice);
   }
+  // A reference that is shorter than the way to the next picture that starts anew does not show
+  // what that begins with.
+  bool StartsAgain(const UnitHeader& header) const {
+    return !habits_.signs.opening.startsAgain && syntax_.BelongsToStart(header);
+  }
   std::optional<AccessUnit> Jpeg(std::uint64_t position);
   std::optional<Unit> UnitAt(std::uint64_t position);
   bool IsClean(const Unit& unit);

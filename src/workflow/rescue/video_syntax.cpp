@@ -20,6 +20,7 @@ constexpr unsigned int kAvcDelimiter = 9;
 constexpr unsigned int kAvcFiller = 12;
 constexpr unsigned int kAvcAuxiliary = 19;
 // The same of ISO/IEC 23008-2, table 7-1.
+constexpr unsigned int kHevcFirstLeading = 6;
 constexpr unsigned int kHevcFirstRandomAccess = 16;
 constexpr unsigned int kHevcFirstIdr = 19;
 constexpr unsigned int kHevcLastIdr = 20;
@@ -220,6 +221,12 @@ std::optional<Slice> VideoSyntax::ReadHevcSlice(const UnitHeader& header,
   if (!slice.idr) slice.orderLow = in.Bits(sequence->orderBits);
   if (!in.good()) return std::nullopt;
   return slice;
+}
+
+bool VideoSyntax::BelongsToStart(const UnitHeader& header) const {
+  if (header.kind != UnitKind::kSlice) return false;
+  if (codec_ == Codec::kAvc) return header.type == kAvcIdr;
+  return header.type >= kHevcFirstLeading;
 }
 
 bool VideoSyntax::IsSet(const UnitHeader& header) const {

@@ -100,6 +100,8 @@ class VideoSyntax {
   // slice of this video.
   std::optional<Slice> ReadSlice(const UnitHeader& header,
                                  std::span<const unsigned char> unit) const;
+  // Whether the unit is of a picture for random access, or of one that is shown ahead of such.
+  bool BelongsToStart(const UnitHeader& header) const;
   // Takes a parameter set that stands among the samples.
   void TakeSet(const UnitHeader& header, std::span<const unsigned char> unit);
   bool IsSet(const UnitHeader& header) const;

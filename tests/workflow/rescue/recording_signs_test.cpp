@@ -160,6 +160,21 @@ TEST(SoundClock, KnowsSoundThatIsTooEarlyOrTooLate) {
   EXPECT_TRUE(takes({0, 1, 3, 3, 3, 3, 3})) << "the sound may have ended";
 }
 
+TEST(VideoSyntax, KnowsWhatBelongsToAStart) {
+  VideoSyntax syntax;
+  const auto belongs = [&](std::vector<unsigned char> unit) {
+    return syntax.BelongsToStart(syntax.Header(unit.data()));
+  };
+  EXPECT_TRUE(belongs({0x65}));
+  EXPECT_FALSE(belongs({0x41})) << "refers to others";
+  EXPECT_FALSE(belongs({0x06})) << "is no slice";
+  ASSERT_TRUE(syntax.SetConfiguration(Codec::kHevc, std::vector<unsigned char>(23)));
+  EXPECT_TRUE(belongs({21 << 1, 1}));
+  EXPECT_TRUE(belongs({8 << 1, 1}));
+  EXPECT_FALSE(belongs({1 << 1, 1}));
+  EXPECT_FALSE(belongs({39 << 1, 1}));
+}
+
 TEST(Harvest, GivesBackWhatBeginsBehindAPlace) {
   Harvest harvest;
   harvest.tracks.resize(2);
