@@ -1,11 +1,12 @@
 #include "workflow/clip_search.h"
-#include "workflow/system/files.h"
 
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
 #include <iterator>
 #include <system_error>
+
+#include "workflow/system/files.h"
 
 namespace clipchain {
 

@@ -44,7 +44,8 @@ unsigned long long MediaChains::EndOf(const ClipMedia& media, unsigned long long
   return begin + MediaMap(ranges, 0, block_).Size();
 }
 
-MediaChains::Choice MediaChains::ChoiceAt(FileBytes& merged, unsigned long long at) const {
+MediaChains::Choice MediaChains::ChoiceAt(FileBytes& merged, unsigned long long at,
+                                          const Likely& likely) const {
   Choice choice;
   for (const auto& [beginning, clips] : byHead_) {
     const auto& [length, place] = beginning;
@@ -67,11 +68,16 @@ MediaChains::Choice MediaChains::ChoiceAt(FileBytes& merged, unsigned long long 
   // In the order of the cards, in which clips were mostly merged: the right row comes first.
   std::sort(choice.offers.begin(), choice.offers.end(),
             [](const Offer& a, const Offer& b) { return a.media->clip < b.media->clip; });
+  // Of copies of a clip it may be the name that tells which one was merged.
+  if (likely && choice.offers.size() > 1)
+    std::stable_partition(choice.offers.begin(), choice.offers.end(), [&](const Offer& offer) {
+      return likely(offer.media->clip, used_.size());
+    });
   return choice;
 }
 
-bool MediaChains::Find(FileBytes& merged, const TopLevel& boxes,
-                       const std::function<bool(const std::vector<std::size_t>&)>& accept) {
+bool MediaChains::Find(FileBytes& merged, const TopLevel& boxes, const Accept& accept,
+                       const Likely& likely) {
   used_.clear();
   beginning_.clear();
   if (boxes.media.size == 0) return false;
@@ -86,7 +92,7 @@ bool MediaChains::Find(FileBytes& merged, const TopLevel& boxes,
   unsigned int steps = 0;
   unsigned int offers = 0;
   std::vector<std::size_t> row;
-  std::vector<Choice> choices{ChoiceAt(merged, boxes.media.position)};
+  std::vector<Choice> choices{ChoiceAt(merged, boxes.media.position, likely)};
   while (!choices.empty()) {
     Choice& choice = choices.back();
     if (choice.tried > 0) {
@@ -104,7 +110,7 @@ bool MediaChains::Find(FileBytes& merged, const TopLevel& boxes,
     // The longest row names most of the clips that a damaged result was made of.
     if (row.size() > beginning_.size()) beginning_ = row;
     if (next.end != end_) {
-      choices.push_back(ChoiceAt(merged, next.end));
+      choices.push_back(ChoiceAt(merged, next.end, likely));
     } else if (accept(row)) {
       return true;
     } else if (++offers == kMostOffers) {

@@ -26,14 +26,18 @@ struct ClipMedia {
 
 class MediaChains {
  public:
+  using Accept = std::function<bool(const std::vector<std::size_t>& clips)>;
+  // Whether a clip is likely to be the one at that place of a row.
+  using Likely = std::function<bool(std::size_t clip, std::size_t place)>;
+
   // Adds one; nothing is done with a clip without media, or one that can't be read.
   void Add(std::size_t clip, FileBytes& file, const std::vector<Extent>& ranges);
 
   // Tells rows of clips whose media would fill the media box as its layout has it, by what stands
   // at the beginnings and ends of theirs, until one of them is accepted. No more than a bounded
-  // number is tried. Whether one was accepted.
-  bool Find(FileBytes& merged, const TopLevel& boxes,
-            const std::function<bool(const std::vector<std::size_t>& clips)>& accept);
+  // number is tried, those of likely clips first. Whether one was accepted.
+  bool Find(FileBytes& merged, const TopLevel& boxes, const Accept& accept,
+            const Likely& likely = {});
   // The clips that the last search found at the beginning of a box that it could not fill.
   const std::vector<std::size_t>& Beginning() const { return beginning_; }
 
@@ -53,7 +57,7 @@ class MediaChains {
   using Beginnings = std::map<std::pair<std::size_t, unsigned long long>,
                               std::multimap<std::uint64_t, std::size_t>>;
 
-  Choice ChoiceAt(FileBytes& merged, unsigned long long at) const;
+  Choice ChoiceAt(FileBytes& merged, unsigned long long at, const Likely& likely) const;
   unsigned long long EndOf(const ClipMedia& media, unsigned long long begin) const;
 
   std::vector<ClipMedia> media_;

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -136,14 +137,18 @@ Reason ResultProof::LossOf(const std::vector<std::size_t>& clips, const FitOptio
   return std::nullopt;
 }
 
-// A result without chapters has none of another name.
-bool ResultProof::AreNamesOf(const std::vector<std::size_t>& clips,
-                             const std::vector<std::string>& titles) const {
-  return titles.empty() ||
-         std::equal(clips.begin(), clips.end(), titles.begin(), titles.end(),
-                    [this](std::size_t clip, const std::string& title) {
-                      return ChapterTitleOf(cards_.Files()[clip].file.path) == title;
-                    });
+bool ResultProof::IsNamed(std::size_t clip, const std::vector<std::string>& titles,
+                          std::size_t chapter) const {
+  return chapter < titles.size() &&
+         titles[chapter] == ChapterTitleOf(cards_.Files()[clip].file.path);
+}
+
+bool ResultProof::AreNamed(const std::vector<std::size_t>& clips,
+                           const std::vector<std::string>& titles) const {
+  for (std::size_t i = 0; i < clips.size(); ++i) {
+    if (!IsNamed(clips[i], titles, i)) return false;
+  }
+  return true;
 }
 
 bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const Layout& layout,
@@ -154,8 +159,10 @@ bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const Layout& layou
           name + " has its media, but the clips in another order than their identifiers say");
     return false;
   }
-  const std::vector<std::string> titles = ChapterTitlesIn(bytes.Bytes(), clips.size());
-  for (const FitOptions& options : Variants(!titles.empty())) {
+  const std::vector<std::string> titles = ChapterTitlesIn(bytes.Bytes());
+  // Another number of chapters is not of a merge, but what the first clip brought.
+  const bool chapters = titles.size() == clips.size();
+  for (const FitOptions& options : Variants(chapters)) {
     if (!MakeMergeImage(PathsOf(clips), options, layout, image).empty() ||
         !OwnBytesFit(result, bytes, image))
       continue;
@@ -164,9 +171,9 @@ bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const Layout& layou
     Blame(clips, name + " is a merge that lost something: " + *loss);
     return false;
   }
-  Blame(clips, name + (AreNamesOf(clips, titles)
-                           ? " has its media, but is not what a merge of these clips gives"
-                           : " has its media, but chapters of other names than the clips have"));
+  Blame(clips, name + (chapters && !AreNamed(clips, titles)
+                           ? " has its media, but chapters of other names than the clips have"
+                           : " has its media, but is not what a merge of these clips gives"));
   return false;
 }
 
@@ -207,12 +214,17 @@ void ResultProof::TryContent(KeptFile& result) {
   MergeImage image;
   std::vector<std::size_t> row;
   bool needless = false;
-  const bool found =
-      chains_.Find(bytes->Bytes(), boxes, [&](const std::vector<std::size_t>& clips) {
-        needless = std::all_of(clips.begin(), clips.end(), kept);
-        row = clips;
-        return needless || Fits(result, *bytes, boxes.layout, clips, image);
-      });
+  const auto accept = [&](const std::vector<std::size_t>& clips) {
+    needless = std::all_of(clips.begin(), clips.end(), kept);
+    row = clips;
+    return needless || Fits(result, *bytes, boxes.layout, clips, image);
+  };
+  std::optional<std::vector<std::string>> titles;
+  const auto isNamed = [&](std::size_t clip, std::size_t place) {
+    if (!titles) titles = ChapterTitlesIn(bytes->Bytes());
+    return IsNamed(clip, *titles, place);
+  };
+  const bool found = chains_.Find(bytes->Bytes(), boxes, accept, isNamed);
   // Two results of the same clips: the second need not be read.
   if (needless) return;
   if (!found) {

@@ -43,8 +43,9 @@ class ResultProof {
 
   bool Fits(KeptFile& result, ListedBytes& bytes, const Layout& layout,
             const std::vector<std::size_t>& clips, MergeImage& image);
-  bool AreNamesOf(const std::vector<std::size_t>& clips,
-                  const std::vector<std::string>& titles) const;
+  bool IsNamed(std::size_t clip, const std::vector<std::string>& titles, std::size_t chapter) const;
+  bool AreNamed(const std::vector<std::size_t>& clips,
+                const std::vector<std::string>& titles) const;
   [[nodiscard]] Reason LossOf(const std::vector<std::size_t>& clips,
                               const FitOptions& options) const;
   [[nodiscard]] Reason CompareContent(KeptFile& result, ListedBytes& bytes,

@@ -25,10 +25,10 @@ std::optional<std::vector<Chapter>> ChaptersIn(FileBytes& file) {
 
 }  // namespace
 
-std::vector<std::string> ChapterTitlesIn(FileBytes& file, std::size_t clips) {
+std::vector<std::string> ChapterTitlesIn(FileBytes& file) {
   std::vector<std::string> titles;
   const auto chapters = ChaptersIn(file);
-  if (!chapters || chapters->size() != clips) return titles;
+  if (!chapters) return titles;
   for (const Chapter& chapter : *chapters) titles.push_back(chapter.title);
   return titles;
 }
@@ -37,10 +37,10 @@ Fitting FittingOfResult(const std::string& result, const std::vector<std::string
                         const Fitting& asked) {
   if (asked.chapters || asked.exact || clips.empty()) return asked;
   FileBytes file(result);
-  std::vector<std::string> titles = ChapterTitlesIn(file, clips.size());
+  std::vector<std::string> titles = ChapterTitlesIn(file);
   FileBytes first(clips.front());
   // A result has what its first clip had: such chapters don't tell how it was merged.
-  if (titles.empty() || ChaptersIn(first)) return asked;
+  if (titles.size() != clips.size() || ChaptersIn(first)) return asked;
   Fitting fitting = asked;
   fitting.chapters = true;
   fitting.titles = std::move(titles);

@@ -1,7 +1,6 @@
 // Reads the chapters that a result has.
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -10,9 +9,9 @@
 
 namespace clipchain {
 
-// Their titles, if there are that many; else none. Of a result that was made with chapters these
-// are the ones that its clips had as their names then.
-std::vector<std::string> ChapterTitlesIn(FileBytes& file, std::size_t clips);
+// Their titles; none where it has no chapters. Of a result that was made with chapters these are
+// the ones that its clips had as their names then.
+std::vector<std::string> ChapterTitlesIn(FileBytes& file);
 
 // How a result that is there was made, as far as it shows that: with chapters, if it has one for
 // each clip and the first clip brought none, whether they are asked for or not.

@@ -35,7 +35,7 @@ std::vector<Leftover> FindLeftovers(const std::string& output) {
   std::vector<Leftover> found;
   const std::string prefix = PartPrefix(output);
   const Descriptor folder = OpenToRead(FolderOf(output), O_DIRECTORY);
-  // Whoever writes into a folder that can't be listed is told of it by the writing.
+  // What can't be seen stays: nothing of a merge rests on it.
   [[maybe_unused]] const std::error_code untold = ReadFolder(folder, [&](const char* name) {
     if (!IsPartName(name, prefix)) return true;
     struct stat status;

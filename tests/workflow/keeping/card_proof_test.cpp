@@ -103,6 +103,19 @@ TEST_F(CardProofTest, ComparesTheNamesOfChaptersWithThoseOfTheClips) {
   }
 }
 
+TEST_F(CardProofTest, FindsTheClipsThatChaptersNameAmongTheirCopies) {
+  clipchain::SafeMergeOptions merge;
+  merge.check.output = folder.path() / "kept" / "out.mp4";
+  merge.check.fitting.chapters = true;
+  ASSERT_TRUE(clipchain::SafeMerge(clips, merge).done);
+  for (const std::string& clip : clips) {
+    const Bytes bytes = support::ReadFile(clip);
+    for (const char* copy : {"a ", "b ", "c "})
+      PutOnCard(copy + fs::path(clip).filename().string(), bytes);
+  }
+  EXPECT_THAT(NotKept(), IsEmpty());
+}
+
 TEST_F(CardProofTest, ComparesEveryByteOfAnArchiveAndOfClips) {
   const std::string result = Merge(clips, "out.mp4", Originals());
   EXPECT_EQ("safe to erase: yes, 3 clips in 1 recording, 0 other files copied", Words());

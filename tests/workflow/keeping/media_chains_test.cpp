@@ -45,6 +45,26 @@ TEST(MediaChains, FindTheRowThatFillsARange) {
   EXPECT_FALSE(chains.Find(merged, Media({3, 0}), accept));
 }
 
+TEST(MediaChains, TryTheLikelyClipOfEachPlaceFirst) {
+  const support::TempDir folder;
+  support::WriteFile(folder / "clip", Bytes(70, 1));
+  support::WriteFile(folder / "merged", Bytes(4 * 70, 1));
+  FileBytes clip(folder / "clip");
+  FileBytes merged(folder / "merged");
+  MediaChains chains;
+  for (std::size_t i = 0; i < 20; ++i) chains.Add(i, clip, {{0, 70}});
+  std::vector<std::size_t> row;
+  const auto accept = [&row](const std::vector<std::size_t>& found) {
+    row = found;
+    return true;
+  };
+  const auto likely = [](std::size_t candidate, std::size_t place) {
+    return candidate == 19 - place;
+  };
+  EXPECT_TRUE(chains.Find(merged, Media({0, merged.Size()}), accept, likely));
+  EXPECT_THAT(row, ElementsAre(19, 18, 17, 16));
+}
+
 // Media that a file system shares lies modulo a block where it lies in its clip.
 TEST(MediaChains, FindTheRowAlongTheBlocksOfALayout) {
   const support::TempDir folder;
