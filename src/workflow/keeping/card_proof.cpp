@@ -3,6 +3,8 @@
 #include <new>
 #include <optional>
 #include <set>
+#include <string>
+#include <utility>
 
 #include "foundation/platform/read_failures.h"
 #include "workflow/keeping/card_files.h"
@@ -71,7 +73,11 @@ class Proving {
   void Count(CardOrder& order);
   void Judge();
   void Doubt(const std::vector<ListedPath>& paths) {
-    for (const ListedPath& path : paths) proof_.notKept.push_back({path.path, path.reason});
+    // What can't be searched can't be searched a second time either.
+    for (const ListedPath& path : paths) {
+      if (doubts_.emplace(path.path, path.reason).second)
+        proof_.notKept.push_back({path.path, path.reason});
+    }
   }
 
   const CardProofOptions& options_;
@@ -81,6 +87,8 @@ class Proving {
   const SearchProgress goOn_ = [this](std::size_t files) { return GoesOn(files); };
   CardFiles cards_;
   KeptFiles kept_;
+  // Paths, and why.
+  std::set<std::pair<std::string, std::string>> doubts_;
   CardProof proof_;
 };
 

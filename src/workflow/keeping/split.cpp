@@ -188,7 +188,7 @@ bool Splitting::MakeClip(std::size_t clip) {
 }
 
 bool Splitting::Fill(std::size_t clip, PartFile& part, bool& wrong) {
-  // Clips can't be passed over: an archive is read from its begin to its end alone.
+  // Clips can't be passed over: an archive is read from its beginning to its end alone.
   if (const Reason why = reader_.NextClip()) {
     FailArchive(*why);
     return false;

@@ -1,12 +1,16 @@
 #include "workflow/keeping/card_files.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <climits>
 #include <filesystem>
 #include <utility>
 
 #include "workflow/keeping/kept_card.h"
+#include "workflow/system/open_file.h"
 
 using namespace clipchain;
 using testing::Contains;
@@ -45,6 +49,20 @@ TEST_F(CardFilesTest, DoesNotCountWhatIsChangedWhileItRuns) {
     return true;
   };
   EXPECT_THAT(NotKept(), Contains("late link"));
+}
+
+TEST_F(CardFilesTest, TellsOnceOfAFolderThatCannotBeSearched) {
+  Merge(clips, "out.mp4");
+  // Behind it paths are longer than a system takes.
+  const std::string name(255, 'x');
+  Descriptor at = OpenToRead(folder / "card", O_DIRECTORY);
+  for (int depth = 0; depth < PATH_MAX / 256 + 1; ++depth) {
+    ASSERT_EQ(0, ::mkdirat(at, name.c_str(), 0700));
+    at = Descriptor(::openat(at, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  }
+  const CardProof proof = Prove();
+  ASSERT_THAT(proof.notKept, SizeIs(1));
+  EXPECT_THAT(proof.notKept[0].reason, HasSubstr("can't be searched"));
 }
 
 TEST_F(CardFilesTest, NoticesFoldersThatAreRenamedWhileItRuns) {
