@@ -174,10 +174,10 @@ bool IsTrusted(const Limit& limit, const FollowUps& ups) {
     // Sizes are alike only about, so that names alone do not tell what follows.
     case Limit::Kind::kSharedSize:
       return count >= 2 && ups.isTimed && ups.followed >= 2 && (count > 2 || explains);
-    // About any clips of a card can be alike so far: one of them alone may be the end of a
-    // recording.
+    // About any clips of a card can be alike so far: one that is begun anew at once proves nothing,
+    // and one of them alone may be the end of a recording.
     case Limit::Kind::kWideSize:
-      return ups.isTimed && ups.followed + 1 >= count && ups.elsewhere == 0;
+      return ups.isTimed && ups.followed >= 2 && ups.followed + 1 >= count && ups.elsewhere == 0;
   }
   return false;
 }

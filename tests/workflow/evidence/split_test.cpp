@@ -1,5 +1,6 @@
 #include "workflow/evidence/split.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "workflow/evidence/said_clips.h"
@@ -118,6 +119,23 @@ TEST(Split, AClipBehindThatIsLongerDisagrees) {
   EXPECT_EQ(ProposedFrom({ClipSays("c/xa.MP4").At(0).For(60).On(0),
                           ClipSays("d/xb.MP4").At(60).For(45).On(1)}),
             kFound);
+}
+
+TEST(Split, TwoMomentsOfAboutOneSizeAreNoLimitIfOneAloneIsFollowed) {
+  const auto card = [](int next) {
+    std::vector<ClipSays> clips;
+    for (const std::string side : {"F", "R"}) {
+      clips.push_back(
+          ClipSays("c/A0001" + side + ".MP4").At(0).For(698.9).Bytes(2'797'000'000 - side[0]));
+      clips.push_back(ClipSays("c/A0002" + side + ".MP4").At(next).For(20).Bytes(80'000'000));
+      clips.push_back(
+          ClipSays("c/A0003" + side + ".MP4").At(90'000).For(696).Bytes(2'754'000'000 - side[0]));
+      clips.push_back(ClipSays("c/A0004" + side + ".MP4").At(90'696).For(424).Bytes(1'693'000'000));
+    }
+    return ProposedFrom(clips);
+  };
+  EXPECT_EQ(card(20'000), "");
+  EXPECT_THAT(card(699), testing::HasSubstr("likely: A0003F.MP4 A0004F.MP4"));
 }
 
 TEST(Split, ASizeThatAFullClipHasIsNoLimitOfOthers) {
