@@ -17,6 +17,7 @@
 #include "adapt/sample_descriptions.h"
 #include "adapt/spare_entries.h"
 #include "adapt/top_level.h"
+#include "adapt/track_headers.h"
 #include "adapt/track_order.h"
 #include "foundation/fourcc.h"
 
@@ -68,6 +69,15 @@ std::optional<RawBox> MovieOf(std::span<const unsigned char> bytes) {
   RawBox movie;
   if (!movie.Take(bytes) || !bytes.empty() || movie.type != FourCc("moov")) return std::nullopt;
   return movie;
+}
+
+std::uint64_t SizeOfTables(const RawBox& movie) {
+  std::uint64_t size = 0;
+  for (const RawBox* track : TracksOf(movie)) {
+    const RawBox* table = SampleTable(*track);
+    if (table != nullptr) size += table->Size();
+  }
+  return size;
 }
 
 }  // namespace
@@ -155,10 +165,11 @@ QUIRVA::ComPtr<ClipView> Fit::View(std::size_t clip, int& result, unsigned int b
 }
 
 double Fit::Growth() const {
-  if (!IsAdapted()) return 1;
+  const std::uint64_t first = IsAdapted() ? SizeOfTables(clips_.front().movie) : 0;
+  if (first == 0) return 1;
   std::uint64_t all = 0;
-  for (const FitClip& clip : clips_) all += clip.movie.Size();
-  return static_cast<double>(all) / static_cast<double>(clips_.front().movie.Size());
+  for (const FitClip& clip : clips_) all += SizeOfTables(clip.movie);
+  return static_cast<double>(all) / static_cast<double>(first);
 }
 
 // Tables of many clips are large: none is there twice for longer than it takes to write it.

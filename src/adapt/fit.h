@@ -41,8 +41,8 @@ class Fit {
   // speaks, and for those behind one for which there is not enough memory. Nothing is adapted then.
   bool HasView(std::size_t clip) const { return usable_[clip]; }
 
-  // The movie boxes of all clips together, as a multiple of the first one's; 1 if one could not be
-  // read.
+  // The sample tables of all clips together, as a multiple of the first one's; 1 if one could not
+  // be read.
   double Growth() const;
 
   // When the tracks of the clips are shown; empty for a clip alone, and where that is not known.

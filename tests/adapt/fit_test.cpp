@@ -76,6 +76,17 @@ TEST_F(FitTest, ExactLeavesClipsAsTheyAre) {
   EXPECT_FALSE(Fit({Put(WithWideBox())}, options).IsNeeded());
 }
 
+TEST_F(FitTest, GrowsAsItsTablesDo) {
+  const std::string clip = Put(Pictures().Build());
+  EXPECT_EQ(Fit({clip}, {}).Growth(), 1);
+  EXPECT_EQ(Fit({clip, clip, clip}, {}).Growth(), 3);
+  EXPECT_EQ(Fit({clip, dir_ / "none.mp4"}, {}).Growth(), 1);
+  // What is no table may be large in one clip alone.
+  MovieBuilder large = Pictures();
+  large.extraMovieBoxes = support::Box("udta", {Bytes(100'000)});
+  EXPECT_EQ(Fit({clip, Put(large.Build())}, {}).Growth(), 2);
+}
+
 TEST_F(FitTest, WithTooLittleMemoryIsARefusal) {
   const std::vector<std::string> clips{Put(WithWideBox()), Put(WithWideBox())};
   FitOptions options;

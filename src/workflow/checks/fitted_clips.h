@@ -20,7 +20,7 @@ struct FittedClips {
   std::shared_ptr<const Fit> fit{};
   // Indices of those that could not be read.
   std::set<std::size_t> unread{};
-  // The movie boxes of all clips together, as a multiple of the first one's; 1 if that is not
+  // The sample tables of all clips together, as a multiple of the first one's; 1 if that is not
   // known.
   double growth = 1;
 };

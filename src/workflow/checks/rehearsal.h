@@ -32,7 +32,7 @@ class Rehearsal {
   explicit Rehearsal(long long memoryLimit, const Layout& layout = {})
       : memoryLimit_(memoryLimit), assembly_(layout) {}
 
-  // The movie boxes of all inputs are that many times as large as the first one's.
+  // The sample tables of all inputs are that many times as large as the first one's.
   void ExpectGrowth(double growth) { growth_ = growth; }
 
   // Whether the boxes of the clip fit in the memory beside what is there; says so where they don't.
