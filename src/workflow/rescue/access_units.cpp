@@ -1,6 +1,7 @@
 #include "workflow/rescue/access_units.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "workflow/rescue/jpeg_pictures.h"
 
@@ -94,8 +95,9 @@ bool AccessUnits::TakeLeading(const Unit& unit, AccessUnit& found) {
   const auto& opening = habits_.signs.opening.marks;
   if (found.opens || opening.empty()) return true;
   const auto marks = syntax_.Marks(unit.header, {bytes, there});
-  found.opens =
-      std::find_first_of(marks.begin(), marks.end(), opening.begin(), opening.end()) != marks.end();
+  found.opens = std::any_of(marks.begin(), marks.end(), [&](std::uint64_t mark) {
+    return std::binary_search(opening.begin(), opening.end(), mark);
+  });
   return true;
 }
 
@@ -260,7 +262,7 @@ bool HabitsObserver::Take(std::uint64_t position, std::uint64_t size) {
   habits_.slices = habits_.slices == 0 ? slices_ : std::min(habits_.slices, slices_);
   // A picture, or the two fields of one.
   if (pictures_ != 1 && pictures_ != 2) return false;
-  habits_.signs.opening.Take(marks_, first_, recovery_);
+  habits_.signs.opening.Take(std::move(marks_), first_, recovery_);
   return true;
 }
 
@@ -293,8 +295,11 @@ bool HabitsObserver::TakeUnit(std::uint64_t body, std::uint64_t size) {
     return slice.has_value();
   }
   if (pictures_ > 0) return true;
-  const auto marks = syntax_.Marks(header, {bytes, head});
-  marks_.insert(marks_.end(), marks.begin(), marks.end());
+  // A picture with more is found nowhere.
+  if (marks_.size() < kMostUnits) {
+    const auto marks = syntax_.Marks(header, {bytes, head});
+    marks_.insert(marks_.end(), marks.begin(), marks.end());
+  }
   recovery_ = recovery_ || syntax_.HasRecoveryPoint(header, {bytes, head});
   return true;
 }

@@ -97,9 +97,10 @@ class AccessUnits {
     return anyFront_ && (header.kind == UnitKind::kStarts || header.kind == UnitKind::kSlice);
   }
   // A reference that is shorter than the way to the next picture that starts anew does not show
-  // what that begins with.
+  // what that begins with, and a longer one not every kind of pictures that lead such.
   bool StartsAgain(const UnitHeader& header) const {
-    return !habits_.signs.opening.startsAgain && syntax_.BelongsToStart(header);
+    return syntax_.IsLeading(header) ||
+           (!habits_.signs.opening.startsAgain && syntax_.BelongsToStart(header));
   }
   std::optional<AccessUnit> Jpeg(std::uint64_t position);
   std::optional<Unit> UnitAt(std::uint64_t position);

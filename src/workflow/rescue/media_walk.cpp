@@ -72,7 +72,7 @@ class Walk {
  private:
   bool TakePicture();
   void Commit();
-  std::uint64_t PlaceOfDoubt() const;
+  std::uint64_t PlaceInFront(std::uint64_t pictures) const;
   void EndAt(std::uint64_t position);
   bool AtMovie(std::uint64_t position);
   bool CrossGap();
@@ -132,9 +132,12 @@ bool Walk::TakePicture() {
     return false;
   }
   Commit();
-  if (!clock_.Take(harvest_, harvest_.tracks[*model_.video].samples)) {
-    EndAt(PlaceOfDoubt());
-    return false;
+  if (const auto apart = clock_.Take(harvest_, harvest_.tracks[*model_.video].samples)) {
+    if (recording_.SinceOpening() <= *apart) {
+      EndAt(PlaceInFront(*apart));
+      return false;
+    }
+    clock_.Restart();
   }
   order_ = order;
   pending_ = next_;
@@ -147,11 +150,12 @@ bool Walk::TakePicture() {
   return false;
 }
 
-// Sound and pictures go apart some pictures behind the place where another recording begins.
-std::uint64_t Walk::PlaceOfDoubt() const {
-  constexpr std::uint64_t kPictures = 16;
+// Where the first one of that many pictures begins, and of one at least: the sound in front of the
+// next one may be of either recording.
+std::uint64_t Walk::PlaceInFront(std::uint64_t pictures) const {
+  const std::uint64_t least = std::max<std::uint64_t>(pictures, 1);
   const std::uint64_t found = harvest_.tracks[*model_.video].samples;
-  return found <= kPictures ? range_.begin : harvest_.PlaceOf(*model_.video, found - kPictures);
+  return found <= least ? range_.begin : harvest_.PlaceOf(*model_.video, found - least);
 }
 
 // From there on another recording may stand, whose beginning looks like more of this one: samples

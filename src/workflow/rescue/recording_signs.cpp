@@ -1,7 +1,9 @@
 #include "workflow/rescue/recording_signs.h"
 
 #include <algorithm>
+#include <iterator>
 #include <numeric>
+#include <utility>
 
 #include "workflow/rescue/access_units.h"
 
@@ -15,21 +17,20 @@ constexpr std::uint64_t kMostPictures = 1 << 24;
 
 }  // namespace
 
-void OpeningMarks::Take(const std::vector<std::uint64_t>& ofSample, const Slice& first,
-                        bool recovery) {
+void OpeningMarks::Take(std::vector<std::uint64_t> ofSample, const Slice& first, bool recovery) {
+  std::sort(ofSample.begin(), ofSample.end());
+  ofSample.erase(std::unique(ofSample.begin(), ofSample.end()), ofSample.end());
   if (samples++ == 0) {
-    marks = ofSample;
+    marks = std::move(ofSample);
     unitType = first.unitType;
     return;
   }
   startsAgain = startsAgain || first.randomAccess || recovery;
   if (unitType == first.unitType) unitType.reset();
-  marks.erase(std::remove_if(marks.begin(), marks.end(),
-                             [&](std::uint64_t mark) {
-                               return std::find(ofSample.begin(), ofSample.end(), mark) !=
-                                      ofSample.end();
-                             }),
-              marks.end());
+  std::vector<std::uint64_t> left;
+  std::set_difference(marks.begin(), marks.end(), ofSample.begin(), ofSample.end(),
+                      std::back_inserter(left));
+  marks = std::move(left);
 }
 
 void StartNumbers::Take(unsigned int number) {
@@ -39,6 +40,8 @@ void StartNumbers::Take(unsigned int number) {
     alike_ = alike_ && number == *last_;
     counts_ = counts_ && (number == *last_ + 1 || wraps) && (!wraps_ || number <= most_);
     wraps_ = wraps_ || wraps;
+  } else {
+    first_ = number;
   }
   last_ = number;
   most_ = std::max(most_, number);
@@ -53,15 +56,27 @@ bool StartNumbers::MayFollow(unsigned int before, unsigned int next) const {
   return next == 0 && (wraps_ ? before == most_ : before >= most_);
 }
 
+// Two numbers that take turns follow one another by chance, too.
+bool StartNumbers::Continue(unsigned int before, unsigned int next) const {
+  constexpr unsigned int kEnough = 2;
+  return counts_ && times_ >= kEnough && most_ >= kEnough && next == before + 1 && next != first_ &&
+         next != 0;
+}
+
 bool DisplayOrder::Take(const PictureFacts& facts, std::uint64_t position) {
   if (habits_.step == 0) return true;
   if (!any_ || facts.setsBack) {
     if (!ahead_.empty()) return false;
     any_ = true;
-    next_ = facts.order + habits_.step;
+    first_ = facts.order;
+    next_ = first_ + habits_.step;
     waited_ = 0;
     return true;
   }
+  // A later part of a recording begins with a picture that others, which are shown ahead of it,
+  // follow.
+  const bool isLed = ahead_.empty() && next_ == first_ + habits_.step;
+  if (isLed && facts.order < first_) return true;
   if (facts.order < next_ || (facts.order - next_) % habits_.step != 0) return false;
   if (facts.order != next_) {
     ++waited_;
@@ -133,21 +148,31 @@ bool Recording::Opens(const AccessUnit& unit) const {
 
 // Where the reference starts anew in even steps, and this clip has done so too up to now, a picture
 // that does between two steps is the first one of another recording: its numbers begin with 0 and
-// say nothing about what stands in front of it.
-bool Recording::StartsTooEarly() const {
-  return signs_.evenStep != 0 && evenly_ && sinceStart_ < signs_.evenStep;
+// say nothing about what stands in front of it. Some encoders start anew at each new scene, too,
+// which the reference may not have: where it tells what a first picture has, or this one's number
+// goes on, that alone ends no recording.
+bool Recording::StartsTooEarly(const AccessUnit& unit) const {
+  return signs_.evenStep != 0 && evenly_ && sinceStart_ < signs_.evenStep && MayOpen(unit);
+}
+
+bool Recording::MayOpen(const AccessUnit& unit) const {
+  const bool starts = unit.slice.idr || unit.slice.randomAccess || unit.recovery;
+  if (!starts || signs_.opening.Tells()) return false;
+  return !unit.slice.idr || !startNumber_ ||
+         !signs_.numbers.Continue(*startNumber_, unit.slice.idrId);
 }
 
 bool Recording::Take(const AccessUnit& unit, const PictureFacts& facts) {
   if (pictures_ >= kMostPictures) return false;
   if (pictures_ != 0) {
     if (Opens(unit)) return false;
-    if (unit.slice.idr && StartsTooEarly()) return false;
+    if (unit.slice.idr && StartsTooEarly(unit)) return false;
     if (unit.slice.idr && startNumber_ &&
         !signs_.numbers.MayFollow(*startNumber_, unit.slice.idrId))
       return false;
   }
   if (!display_.Take(facts, unit.position)) return false;
+  sinceOpening_ = MayOpen(unit) ? 0 : sinceOpening_ + 1;
   if (unit.slice.idr) {
     evenly_ = evenly_ && (sinceStart_ == 0 || sinceStart_ == signs_.evenStep);
     sinceStart_ = 0;

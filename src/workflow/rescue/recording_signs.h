@@ -16,7 +16,7 @@ namespace clipchain::rescue {
 // What only the first sample of the reference has, in front of its first slice
 // and as such.
 struct OpeningMarks {
-  // As VideoSyntax::Marks() has them.
+  // As VideoSyntax::Marks() has them, in order and each once.
   std::vector<std::uint64_t> marks;
   // Of the first slice; none: it is that of others, too.
   std::optional<unsigned int> unitType;
@@ -26,7 +26,9 @@ struct OpeningMarks {
   std::uint64_t samples = 0;
 
   // Takes a sample of the reference, in the order of decoding.
-  void Take(const std::vector<std::uint64_t>& ofSample, const Slice& first, bool recovery);
+  void Take(std::vector<std::uint64_t> ofSample, const Slice& first, bool recovery);
+  // Whether a first picture is known from one at which playing can start, too.
+  bool Tells() const { return startsAgain && (!marks.empty() || unitType); }
 };
 
 // Identifiers of AVC pictures that set everything back (idr_pic_id).
@@ -35,9 +37,12 @@ class StartNumbers {
   // Takes that of the reference's next one.
   void Take(unsigned int number);
   bool MayFollow(unsigned int before, unsigned int next) const;
+  // Whether that is the next one and none that a recording begins with.
+  bool Continue(unsigned int before, unsigned int next) const;
 
  private:
   std::optional<unsigned int> last_;
+  unsigned int first_ = 0;
   unsigned int most_ = 0;
   unsigned int times_ = 0;
   bool alike_ = true;
@@ -69,6 +74,8 @@ class DisplayOrder {
  private:
   DisplayHabits habits_;
   bool any_ = false;
+  // Of the picture that set the times back.
+  std::int64_t first_ = 0;
   // The first time that is not taken, and those behind it that are.
   std::int64_t next_ = 0;
   // With the places of their pictures.
@@ -100,14 +107,18 @@ class Recording {
   // Takes the next picture; false: it is of another recording.
   [[nodiscard]] bool Take(const AccessUnit& unit, const PictureFacts& facts);
   std::optional<std::uint64_t> Doubtful() const { return display_.Doubtful(); }
+  // Pictures since the last one that may be the first one of another recording.
+  std::uint64_t SinceOpening() const { return sinceOpening_; }
 
  private:
+  bool MayOpen(const AccessUnit& unit) const;
   bool Opens(const AccessUnit& unit) const;
-  bool StartsTooEarly() const;
+  bool StartsTooEarly(const AccessUnit& unit) const;
 
   const RecordingSigns& signs_;
   DisplayOrder display_;
   std::uint64_t pictures_ = 0;
+  std::uint64_t sinceOpening_ = 0;
   // Since the last one that started anew, and whether all did in the reference's steps.
   std::uint64_t sinceStart_ = 0;
   bool evenly_ = true;

@@ -1,6 +1,8 @@
 #include "workflow/rescue/sound_clock.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <numeric>
 
 #include "foundation/fourcc.h"
 #include "workflow/rescue/times.h"
@@ -15,6 +17,9 @@ constexpr std::int64_t kEnoughPictures = 48;
 // Of the reference's own range, divided by its pictures: so much wider that of another clip may
 // be.
 constexpr std::int64_t kRoom = 8;
+
+// Of a sample, and of a picture: then no file has so many of them that their sum can't be told.
+constexpr std::uint64_t kMostUnits = 1 << 22;
 
 class Range {
  public:
@@ -36,14 +41,14 @@ class Range {
 Range RangeOf(const Reference& reference, std::size_t video, const SoundLead& lead) {
   const std::uint64_t all = reference.tracks()[lead.track].sizes.count;
   Range range;
-  std::int64_t samples = 0;
-  std::int64_t pictures = 0;
+  std::uint64_t samples = 0;
+  std::uint64_t pictures = 0;
   for (const ChunkPlace& chunk : reference.chunks()) {
     if (chunk.track == lead.track) samples += chunk.samples;
-    if (static_cast<std::uint64_t>(samples) == all) break;
+    if (samples == all) break;
     if (chunk.track != video) continue;
     for (std::uint32_t i = 0; i < chunk.samples; ++i, ++pictures) {
-      if (samples != 0) range.Take(samples * lead.sample - pictures * lead.picture);
+      if (samples != 0) range.Take(lead.Of(samples, pictures));
     }
   }
   return range;
@@ -61,11 +66,16 @@ std::vector<SoundLead> LearnLeads(const Reference& reference, std::size_t video)
     if (sound.kind != FourCc("soun") || !step) continue;
     SoundLead lead;
     lead.track = i;
-    lead.sample = std::int64_t{*step} * pictures.timeScale;
-    lead.picture = std::int64_t{*pictureStep} * sound.timeScale;
+    const std::uint64_t sample = std::uint64_t{*step} * pictures.timeScale;
+    const std::uint64_t picture = std::uint64_t{*pictureStep} * sound.timeScale;
+    const std::uint64_t unit = std::gcd(sample, picture);
+    if (unit == 0 || std::max(sample, picture) / unit > kMostUnits) continue;
+    lead.sample = static_cast<std::int64_t>(sample / unit);
+    lead.picture = static_cast<std::int64_t>(picture / unit);
     const Range range = RangeOf(reference, video, lead);
     // Samples of no more than a moment are written in packets, which are about as long.
-    const std::int64_t moment = std::int64_t{sound.timeScale} * pictures.timeScale / 16;
+    const auto moment = static_cast<std::int64_t>(
+        std::min(std::uint64_t{sound.timeScale} * pictures.timeScale / 16 / unit, kMostUnits));
     if (range.count() < kEnoughPictures || range.width() > std::max(lead.sample * 2, moment))
       continue;
     lead.width = range.width() + kRoom * range.width() / range.count();
@@ -74,29 +84,36 @@ std::vector<SoundLead> LearnLeads(const Reference& reference, std::size_t video)
   return leads;
 }
 
-void SoundClock::Seen::Take(std::int64_t lead) {
-  most = least ? std::max(most, lead) : lead;
-  least = least ? std::min(*least, lead) : lead;
+void SoundClock::Seen::Take(std::int64_t ahead) {
+  most = least ? std::max(most, ahead) : ahead;
+  least = least ? std::min(*least, ahead) : ahead;
 }
 
-bool SoundClock::Take(const Harvest& found, std::uint64_t pictures) {
-  bool fits = true;
-  const auto lead = [](const SoundLead& of, std::uint64_t samples, std::uint64_t shown) {
-    return static_cast<std::int64_t>(samples) * of.sample -
-           static_cast<std::int64_t>(shown) * of.picture;
-  };
+std::optional<std::uint64_t> SoundClock::Take(const Harvest& found, std::uint64_t pictures) {
+  // What goes apart a little shows some pictures later.
+  constexpr std::uint64_t kLate = 16;
+  std::optional<std::uint64_t> apart;
   for (std::size_t i = 0; i < leads_.size(); ++i) {
     const SoundLead& of = leads_[i];
     Seen& seen = seen_[i];
     const std::uint64_t samples = found.tracks[of.track].samples;
     // Where no more sound comes the recording may be at its end.
     if (samples == seen.samples) continue;
-    if (seen.samples != 0 && pictures != 0) seen.Take(lead(of, seen.samples, pictures - 1));
-    seen.Take(lead(of, samples, pictures));
-    fits = fits && seen.most - *seen.least <= of.width;
+    const std::int64_t lead = of.Of(samples, pictures);
+    const std::int64_t least = pictures != 0 ? of.Of(seen.samples, pictures - 1) : lead;
+    const bool any = seen.samples != 0;
+    if (any) seen.Take(least);
+    seen.Take(lead);
+    if (any && seen.most - *seen.least > of.width) {
+      const bool atOnce =
+          std::max(std::abs(lead - seen.last), std::abs(least - seen.last)) > of.width;
+      apart = std::max(apart.value_or(0), atOnce ? pictures - seen.pictures : kLate);
+    }
     seen.samples = samples;
+    seen.pictures = pictures;
+    seen.last = lead;
   }
-  return fits;
+  return apart;
 }
 
 }  // namespace clipchain::rescue

@@ -2,6 +2,7 @@
 // recording does: how far the one is ahead of the other in the media.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -21,6 +22,11 @@ struct SoundLead {
   std::int64_t picture = 0;
   // From the least to the most. Each clip begins with another difference.
   std::int64_t width = 0;
+
+  std::int64_t Of(std::uint64_t samples, std::uint64_t pictures) const {
+    return static_cast<std::int64_t>(samples) * sample -
+           static_cast<std::int64_t>(pictures) * picture;
+  }
 };
 
 std::vector<SoundLead> LearnLeads(const Reference& reference, std::size_t video);
@@ -30,17 +36,23 @@ class SoundClock {
   // The leads must outlive this object.
   explicit SoundClock(const std::vector<SoundLead>& leads) : leads_(leads), seen_(leads.size()) {}
 
-  // Takes the next picture, behind so many and behind the sound that was found. False: the
-  // sound goes further apart from the pictures than ever in the reference.
-  [[nodiscard]] bool Take(const Harvest& found, std::uint64_t pictures);
+  // Takes the next picture, behind so many and behind the sound that was found. If the sound goes
+  // further apart from the pictures than ever in the reference: at one of how many pictures in
+  // front of this one, or at this one, it begins to.
+  std::optional<std::uint64_t> Take(const Harvest& found, std::uint64_t pictures);
+  // Forgets how far they were apart: pictures or pieces of sound may have been left out.
+  void Restart() { std::fill(seen_.begin(), seen_.end(), Seen()); }
 
  private:
   struct Seen {
-    // Samples in front of the picture before.
+    // Samples in front of the last picture that had any, the pictures in front of it, and how far
+    // the sound was ahead there.
     std::uint64_t samples = 0;
+    std::uint64_t pictures = 0;
+    std::int64_t last = 0;
     std::optional<std::int64_t> least;
     std::int64_t most = 0;
-    void Take(std::int64_t lead);
+    void Take(std::int64_t ahead);
   };
 
   const std::vector<SoundLead>& leads_;

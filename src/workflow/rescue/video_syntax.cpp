@@ -21,6 +21,7 @@ constexpr unsigned int kAvcFiller = 12;
 constexpr unsigned int kAvcAuxiliary = 19;
 // The same of ISO/IEC 23008-2, table 7-1.
 constexpr unsigned int kHevcFirstLeading = 6;
+constexpr unsigned int kHevcLastLeading = 9;
 constexpr unsigned int kHevcFirstRandomAccess = 16;
 constexpr unsigned int kHevcFirstIdr = 19;
 constexpr unsigned int kHevcLastIdr = 20;
@@ -227,6 +228,11 @@ bool VideoSyntax::BelongsToStart(const UnitHeader& header) const {
   if (header.kind != UnitKind::kSlice) return false;
   if (codec_ == Codec::kAvc) return header.type == kAvcIdr;
   return header.type >= kHevcFirstLeading;
+}
+
+bool VideoSyntax::IsLeading(const UnitHeader& header) const {
+  return codec_ == Codec::kHevc && header.kind == UnitKind::kSlice &&
+         header.type >= kHevcFirstLeading && header.type <= kHevcLastLeading;
 }
 
 bool VideoSyntax::IsSet(const UnitHeader& header) const {

@@ -102,6 +102,8 @@ class VideoSyntax {
                                  std::span<const unsigned char> unit) const;
   // Whether the unit is of a picture for random access, or of one that is shown ahead of such.
   bool BelongsToStart(const UnitHeader& header) const;
+  // HEVC: whether the unit is of a picture that is shown ahead of one for random access.
+  bool IsLeading(const UnitHeader& header) const;
   // Takes a parameter set that stands among the samples.
   void TakeSet(const UnitHeader& header, std::span<const unsigned char> unit);
   bool IsSet(const UnitHeader& header) const;

@@ -72,6 +72,29 @@ TEST(StartNumbers, AreToldApartOnlyAsTheReferenceCountsThem) {
   EXPECT_TRUE(any.MayFollow(4, 77));
 }
 
+TEST(StartNumbers, ShowThatARecordingGoesOnOnlyWhereTheyCount) {
+  StartNumbers counting;
+  for (const unsigned int number : {0U, 1U, 2U}) counting.Take(number);
+  EXPECT_TRUE(counting.Continue(6, 7));
+  EXPECT_FALSE(counting.Continue(6, 0)) << "another recording begins so";
+  EXPECT_FALSE(counting.Continue(6, 8));
+  StartNumbers toggling;
+  for (const unsigned int number : {0U, 1U, 0U, 1U}) toggling.Take(number);
+  EXPECT_FALSE(toggling.Continue(0, 1)) << "every other one is that";
+  StartNumbers later;
+  for (const unsigned int number : {7U, 8U, 9U}) later.Take(number);
+  EXPECT_FALSE(later.Continue(6, 7)) << "the reference begins so";
+}
+
+TEST(DisplayOrder, LetsPicturesLeadTheFirstOneOfALaterPart) {
+  RecordingSigns signs;
+  signs.display = LearnDisplay(Pictures(2, 4));
+  Recording led(signs);
+  EXPECT_TRUE(TakesAll(led, {Shown(60), Shown(56), Shown(58), Shown(66), Shown(62)}));
+  Recording late(signs);
+  EXPECT_FALSE(TakesAll(late, {Shown(60), Shown(66), Shown(58)}));
+}
+
 TEST(DisplayOrder, KnowsThePictureWhoseTimeIsTaken) {
   RecordingSigns signs;
   signs.display = LearnDisplay(Pictures(2, 4));
@@ -140,6 +163,38 @@ TEST(Recording, EndsWhereAPictureStartsAnewTooEarly) {
   EXPECT_FALSE(TakesAll(recording, Pictures(1, 4)));
 }
 
+// Encoders start anew at a new scene, which the reference need not have.
+TEST(Recording, GoesOnWhereAPictureThatStartsEarlyCannotBeAFirstOne) {
+  RecordingSigns marked;
+  marked.evenStep = 13;
+  marked.opening.marks = {1};
+  marked.opening.startsAgain = true;
+  Recording unmarked(marked);
+  ASSERT_TRUE(TakesAll(unmarked, Pictures(1, 3)));
+  EXPECT_TRUE(TakesAll(unmarked, Pictures(1, 4)));
+  RecordingSigns counted;
+  counted.evenStep = 2;
+  for (const unsigned int number : {0U, 1U, 2U}) counted.numbers.Take(number);
+  Recording numbered(counted);
+  for (const unsigned int number : {0U, 1U, 2U})
+    EXPECT_TRUE(numbered.Take(Start(number), Shown(0, true))) << number;
+  Recording another(counted);
+  ASSERT_TRUE(another.Take(Start(5), Shown(0, true)));
+  EXPECT_FALSE(another.Take(Start(0), Shown(0, true)));
+}
+
+TEST(Recording, CountsFromThePictureThatMayBeAnothersFirstOne) {
+  RecordingSigns signs;
+  Recording recording(signs);
+  ASSERT_TRUE(TakesAll(recording, Pictures(2, 2)));
+  EXPECT_EQ(6U, recording.SinceOpening());
+  signs.opening.marks = {1};
+  signs.opening.startsAgain = true;
+  Recording marked(signs);
+  ASSERT_TRUE(TakesAll(marked, Pictures(2, 2)));
+  EXPECT_EQ(14U, marked.SinceOpening()) << "what begins another one would say so";
+}
+
 TEST(SoundClock, KnowsSoundThatIsTooEarlyOrTooLate) {
   const std::vector<SoundLead> leads = {{1, 20, 40, 30}};
   const auto takes = [&](const std::vector<std::uint64_t>& inFront) {
@@ -148,7 +203,7 @@ TEST(SoundClock, KnowsSoundThatIsTooEarlyOrTooLate) {
     found.tracks.resize(2);
     for (std::size_t picture = 0; picture < inFront.size(); ++picture) {
       found.tracks[1].samples = inFront[picture];
-      if (!clock.Take(found, picture)) return false;
+      if (clock.Take(found, picture)) return false;
     }
     return true;
   };
@@ -158,6 +213,25 @@ TEST(SoundClock, KnowsSoundThatIsTooEarlyOrTooLate) {
   EXPECT_FALSE(takes({0, 1, 2, 2, 5}));
   EXPECT_FALSE(takes({0, 1, 1, 1, 7})) << "late ahead of it";
   EXPECT_TRUE(takes({0, 1, 3, 3, 3, 3, 3})) << "the sound may have ended";
+}
+
+TEST(SoundClock, SaysWhereSoundAndPicturesMayBeginToGoApart) {
+  const std::vector<SoundLead> leads = {{1, 20, 40, 30}};
+  Harvest found;
+  found.tracks.resize(2);
+  const auto take = [&](SoundClock& clock, std::uint64_t samples, std::uint64_t picture) {
+    found.tracks[1].samples = samples;
+    return clock.Take(found, picture);
+  };
+  SoundClock sudden(leads);
+  EXPECT_EQ(std::nullopt, take(sudden, 3, 1));
+  EXPECT_EQ(3U, take(sudden, 15, 4));
+  sudden.Restart();
+  EXPECT_EQ(std::nullopt, take(sudden, 17, 5));
+  SoundClock slow(leads);
+  EXPECT_EQ(std::nullopt, take(slow, 3, 1));
+  EXPECT_EQ(std::nullopt, take(slow, 6, 2));
+  EXPECT_EQ(16U, take(slow, 9, 3));
 }
 
 TEST(VideoSyntax, KnowsWhatBelongsToAStart) {
@@ -171,6 +245,10 @@ TEST(VideoSyntax, KnowsWhatBelongsToAStart) {
   ASSERT_TRUE(syntax.SetConfiguration(Codec::kHevc, std::vector<unsigned char>(23)));
   EXPECT_TRUE(belongs({21 << 1, 1}));
   EXPECT_TRUE(belongs({8 << 1, 1}));
+  const unsigned char leading[] = {9 << 1, 1};
+  EXPECT_TRUE(syntax.IsLeading(syntax.Header(leading)));
+  const unsigned char start[] = {21 << 1, 1};
+  EXPECT_FALSE(syntax.IsLeading(syntax.Header(start)));
   EXPECT_FALSE(belongs({1 << 1, 1}));
   EXPECT_FALSE(belongs({39 << 1, 1}));
 }
