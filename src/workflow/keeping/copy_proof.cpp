@@ -31,9 +31,8 @@ void CopyProof::TryEmpty(CardFile& file) {
     file.reason = "is a clip without a byte";
     return;
   }
-  for (const std::size_t candidate : kept_.OfSize(0)) {
+  for (const std::size_t candidate : kept_.EmptyOnesOf(NameOf(file.file.path))) {
     KeptFile& copy = kept_.Files()[candidate];
-    if (NameOf(copy.file.path) != NameOf(file.file.path)) continue;
     Reason why;
     // There is no byte to compare, but the name must be on the disk, and on no card.
     if (kept_.Open(copy, cards_, why) != nullptr) {

@@ -31,6 +31,7 @@ Findings KeptFiles::Read(const std::vector<std::string>& folders, const CardFile
       if (cards.Has(file.stamp) || IsAnyPartName(NameOf(file.path))) continue;
       byPath_.emplace(file.path, files_.size());
       bySize_[file.stamp.size].push_back(files_.size());
+      if (file.stamp.size == 0) emptyByName_[NameOf(file.path)].push_back(files_.size());
       files_.push_back({.file = file, .probe = std::nullopt});
     }
   }
@@ -38,6 +39,10 @@ Findings KeptFiles::Read(const std::vector<std::string>& folders, const CardFile
 }
 
 const std::vector<std::size_t>& KeptFiles::OfSize(long long size) { return bySize_[size]; }
+
+const std::vector<std::size_t>& KeptFiles::EmptyOnesOf(const std::string& name) {
+  return emptyByName_[name];
+}
 
 KeptFile* KeptFiles::At(const std::string& path) {
   const auto found = byPath_.find(path);

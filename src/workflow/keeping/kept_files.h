@@ -39,6 +39,8 @@ class KeptFiles {
   std::vector<KeptFile>& Files() { return files_; }
   // Those of so many bytes.
   const std::vector<std::size_t>& OfSize(long long size);
+  // Empty ones of that name.
+  const std::vector<std::size_t>& EmptyOnesOf(const std::string& name);
   // One by its path; null if there is none.
   KeptFile* At(const std::string& path);
 
@@ -74,6 +76,7 @@ class KeptFiles {
   FlushedFolders flushedAbove_;
   std::vector<KeptFile> files_;
   std::map<long long, std::vector<std::size_t>> bySize_;
+  std::map<std::string, std::vector<std::size_t>> emptyByName_;
   std::map<std::string, std::size_t> byPath_;
   // Folders, and paths of them.
   std::map<FileIdentity, std::string> counted_;
