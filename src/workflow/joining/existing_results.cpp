@@ -30,9 +30,12 @@ std::optional<OrderFacts> FactsOf(const std::string& path) {
 Bytes BeginningOf(const std::string& path) {
   FitClip clip(path);
   FitReport unsaid;
-  if (!clip.Open(0, unsaid) || clip.media.empty()) return {};
-  const MediaRange& media = clip.media.front();
-  return clip.Read(media.position, std::min(media.size, kBeginning));
+  if (!clip.Open(0, unsaid)) return {};
+  // A result has nothing of an empty media box.
+  const auto first = std::find_if(clip.media.begin(), clip.media.end(),
+                                  [](const MediaRange& media) { return media.size != 0; });
+  if (first == clip.media.end()) return {};
+  return clip.Read(first->position, std::min(first->size, kBeginning));
 }
 
 }  // namespace

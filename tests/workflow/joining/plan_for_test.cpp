@@ -162,6 +162,22 @@ TEST_F(PlanForPaths, PassesOverEarlierResultsOfSingleClipsWithoutIdentifiers) {
   EXPECT_EQ((std::vector<Paths>{{clip}}), InputsOf(plan));
 }
 
+TEST_F(PlanForPaths, TellsWhoseAResultIsByMediaBehindAnEmptyMediaBox) {
+  const auto clip = [](unsigned char fill) {
+    support::MovieBuilder builder = support::Clip(30, fill);
+    builder.fileType = support::Join({builder.fileType, support::Box("mdat")});
+    return builder.Build();
+  };
+  Put("card/1.mp4", clip(1));
+  fs::create_directory(folder / "card/joined");
+  const std::string first = From({At("card")}, true).jobs[0].output;
+  support::WriteFile(first, clip(2));
+  const std::string second = From({At("card")}, true).jobs[0].output;
+  EXPECT_NE(first, second);
+  support::WriteFile(second, clip(1));
+  EXPECT_EQ(second, From({At("card")}, true).jobs[0].output);
+}
+
 TEST_F(PlanForPaths, TakesAClipForAClipThatOnlyLooksLikeAResult) {
   PutLink("card/1.mp4", 1, 2);
   PutLink("card/" + date + "1.mp4", 1, 1, 20);
