@@ -35,13 +35,16 @@ bool HasNumber(const FamilyClip& clip) {
 
 // Whether clips of one series and one time are no recording: one of them is followed by none of the
 // others though it is not the last, or is followed though it stops at no limit.
+// They are in order.
 bool AreApart(const Family& family, const std::vector<std::size_t>& clips) {
+  const auto isOne = [&clips](const NextClip& next) {
+    return std::binary_search(clips.begin(), clips.end(), next.clip);
+  };
   std::size_t last = 0;
   for (const std::size_t i : clips) {
     const FamilyClip& clip = family.clips[i];
-    const bool isFollowed = std::any_of(clips.begin(), clips.end(), [&](std::size_t other) {
-      return IsNextTo(clip.next, other) || IsNextTo(clip.nextButOne, other);
-    });
+    const bool isFollowed = std::any_of(clip.next.begin(), clip.next.end(), isOne) ||
+                            std::any_of(clip.nextButOne.begin(), clip.nextButOne.end(), isOne);
     if (!isFollowed) ++last;
     if (isFollowed && !clip.stops) return true;
   }

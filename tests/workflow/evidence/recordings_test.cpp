@@ -286,6 +286,14 @@ TEST(Recordings, TenThousandClipsOfOneTimeAreNoTrouble) {
   EXPECT_EQ(found[0].grade, Grade::kPossible);
 }
 
+TEST(Recordings, TenThousandClipsOfOneTimeAndOneOfAnotherAreNoTrouble) {
+  std::vector<ClipSays> clips;
+  for (int i = 0; i < 9'999; ++i)
+    clips.push_back(ClipSays("c/A" + std::to_string(10'000 + i) + ".MP4").At(0).For(60));
+  clips.push_back(ClipSays("c/A30000.MP4").At(90'000).For(17));
+  EXPECT_EQ(ProposalsOf(clips).size(), 1u);
+}
+
 TEST(Recordings, TheCopyOnTheCardOfTheOthersCounts) {
   // The first card that is given has a copy of one clip alone.
   ClipSays copy = ClipSays("c/backup/A0002.MP4").At(532).For(532.4);
