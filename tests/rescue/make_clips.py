@@ -10,6 +10,8 @@ KINDS = {
     "avc alone": ("mp4", "-c:v libx264 -bf 0 -g 25", None, ""),
     "avc with B, alone": ("mp4", "-c:v libx264 -bf 3 -g 30", None, ""),
     "avc slices, alone": ("mp4", "-c:v libx264 -bf 2 -x264-params slices=4:open-gop=1", None, ""),
+    "avc slices that differ, alone": ("mp4", "-c:v libx264 -g 25 -x264-params slice-max-size=500", None, ""),
+    "avc with new scenes, alone": ("mp4", "-c:v libx264 -g 25 -sc_threshold 10", None, ""),
     "hevc alone": ("mp4", "-c:v libx265 -x265-params log-level=none:bframes=3 -g 40", None, ""),
     "avc and aac": ("mp4", "-c:v libx264 -bf 3", "-c:a aac -b:a 128k", ""),
     "avc slices and aac": ("mp4", "-c:v libx264 -bf 0 -x264-params slices=4", "-c:a aac -ac 2", ""),
@@ -26,6 +28,13 @@ KINDS = {
     "avc and aac, 0.5 s": ("mp4", "-c:v libx264 -bf 2 -g 12", "-c:a aac -ac 2", "-min_frag_duration 0"),
 }
 
+# What the clip to break shows beyond the other ones.
+BROKEN = 1
+SHOWN = {
+    "avc slices that differ, alone": "drawbox=t=fill:color=black:enable='between(t,2,3)'",
+    "avc with new scenes, alone": "drawbox=t=fill:color=white:enable='between(t,1.3,2.1)'",
+}
+
 
 def make(folder, name, number):
     ending, video, sound, more = KINDS[name]
@@ -38,7 +47,8 @@ def make(folder, name, number):
     if sound:
         inputs += ["-f", "lavfi", "-i", SOUND.format(tone=300 + 140 * number, seconds=seconds)]
         coding += sound.split()
-    shift = ["-vf", f"hue=h={40 * number},noise=alls=8:allf=t"]
+    shown = f",{SHOWN[name]}" if name in SHOWN and number == BROKEN else ""
+    shift = ["-vf", f"hue=h={40 * number},noise=alls=8:allf=t{shown}"]
     command = ["ffmpeg", "-v", "error", "-nostdin", "-y", *inputs, *shift, *coding, "-preset", "ultrafast"]
     command += ["-pix_fmt", "yuv420p", "-bitexact", *more.split(), "-f", ending, f"{path}.part"]
     if "bf 0" not in video and "libx264" in video:

@@ -259,7 +259,8 @@ bool HabitsObserver::Take(std::uint64_t position, std::uint64_t size) {
   }
   habits_.largest = std::max(habits_.largest, size);
   habits_.fieldPairs = habits_.fieldPairs || pictures_ == 2;
-  habits_.slices = habits_.slices == 0 ? slices_ : std::min(habits_.slices, slices_);
+  if (habits_.signs.opening.samples == 0) habits_.slices = slices_;
+  if (habits_.slices != slices_) habits_.slices = 0;
   // A picture, or the two fields of one.
   if (pictures_ != 1 && pictures_ != 2) return false;
   habits_.signs.opening.Take(std::move(marks_), first_, recovery_);

@@ -52,7 +52,7 @@ struct UnitHabits {
   bool zeroEnds = false;
   // AVC: each picture's number follows the one before.
   bool numbered = true;
-  // The fewest that a picture has.
+  // That each picture has; 0: they differ.
   unsigned int slices = 0;
   RecordingSigns signs;
   // JPEG: height and width, as JpegPicture has them.

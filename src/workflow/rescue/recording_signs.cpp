@@ -15,6 +15,9 @@ namespace {
 // more.
 constexpr std::uint64_t kMostPictures = 1 << 24;
 
+// More pictures than any decoder holds back.
+constexpr std::size_t kMostAhead = 256;
+
 }  // namespace
 
 void OpeningMarks::Take(std::vector<std::uint64_t> ofSample, const Slice& first, bool recovery) {
@@ -80,7 +83,7 @@ bool DisplayOrder::Take(const PictureFacts& facts, std::uint64_t position) {
   if (facts.order < next_ || (facts.order - next_) % habits_.step != 0) return false;
   if (facts.order != next_) {
     ++waited_;
-    return ahead_.emplace(facts.order, position).second;
+    return ahead_.size() < kMostAhead && ahead_.emplace(facts.order, position).second;
   }
   // What is still left out was passed by the pictures behind it.
   next_ += habits_.step;
