@@ -48,9 +48,16 @@ std::string LettersOf(const ClipTraits& clip) {
 // Whether two of these lie in one folder under names that a camera gives one after another.
 bool AreNumbered(const std::vector<EvidenceUnit>& units, const Units& equal) {
   std::map<std::pair<std::string, std::string>, std::string> series;
+  std::map<std::pair<std::string, unsigned int>, unsigned int> chapters;
   for (const std::size_t i : equal) {
     const std::string& path = ClipOf(units[i]).path;
     const std::string name = NameOf(path);
+    // The first chapter of a recording may have other letters than those behind it.
+    if (const auto named = RecordingNameOf(name)) {
+      const auto [first, isFirst] =
+          chapters.try_emplace({FolderOf(path), named->recording}, named->chapter);
+      if (!isFirst && first->second != named->chapter) return true;
+    }
     const auto [other, isNew] =
         series.try_emplace({FolderOf(path), LettersOf(ClipOf(units[i]))}, name);
     if (!isNew && MayBeNumbered(other->second, name)) return true;

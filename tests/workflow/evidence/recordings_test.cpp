@@ -340,6 +340,11 @@ TEST(Recordings, EqualClipsThatACameraNumberedAreNoCopies) {
   auto clips = EqualChapters({"c/A0001.MP4", "c/A0002.MP4", "c/A0003.MP4", "b/A0002.MP4"});
   clips.push_back(ClipSays("c/A0004.MP4").At(0).For(17));
   EXPECT_EQ(ProposedFrom(clips), "likely: A0001.MP4 A0002.MP4 A0003.MP4 A0004.MP4");
+  // First chapters may be named by other letters, and are no copy of the second one.
+  clips = EqualChapters({"c/ABXY7914.MP4", "c/AB017914.MP4"});
+  clips.push_back(ClipSays("c/AB027914.MP4").At(0).For(17));
+  clips.push_back(ClipSays("c/ABXY7915.MP4").At(9000).For(20));
+  EXPECT_EQ(ProposedFrom(clips), "incomplete likely: AB017914.MP4 AB027914.MP4");
   // A system counts copies otherwise.
   clips = EqualChapters({"c/A0001.MP4", "c/A0001 (1).MP4", "c/A0001 (2).MP4"});
   clips.push_back(ClipSays("c/A0002.MP4").At(0).For(17));
