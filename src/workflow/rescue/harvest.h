@@ -56,6 +56,8 @@ struct TrackHarvest {
   std::vector<PictureFacts> pictures;
   // Where records say them.
   std::vector<std::uint32_t> durations;
+  // Sound and pictures go apart: the recording lacks some of either.
+  bool goesApart = false;
 };
 
 struct Harvest {

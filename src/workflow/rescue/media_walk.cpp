@@ -138,6 +138,8 @@ bool Walk::TakePicture() {
       return false;
     }
     clock_.Restart();
+    harvest_.tracks[*model_.video].goesApart = true;
+    for (const SoundLead& lead : model_.leads) harvest_.tracks[lead.track].goesApart = true;
   }
   order_ = order;
   pending_ = next_;

@@ -68,7 +68,7 @@ void MakeSteps(const ReferenceTrack& track, const TrackHarvest& found, TrackTime
   const auto regular = RegularStep(track.times);
   // No mean: one long sample, as the last often is, would slow all of them down.
   const std::uint32_t step = regular ? *regular : MedianStep(track.times);
-  made.timesEstimated = !regular;
+  made.timesEstimated = !regular || found.goesApart;
   AppendTime(made.times, found.samples, step);
 }
 

@@ -167,6 +167,37 @@ TEST_F(RescueTest, TakesNoSampleOfAnotherClipThatFollowsAWholeOne) {
   }
 }
 
+// A camera that pauses its sound leaves no other trace.
+TEST_F(RescueTest, SaysThatTimesAreEstimatedWhereSoundIsLacking) {
+  NEED_DECODER();
+  rescue::Reference clip;
+  ASSERT_EQ(std::nullopt, clip.Load(kClip3));
+  Bytes broken = WithoutMovie(kClip3);
+  const RescueReport whole = Run(broken);
+  ASSERT_TRUE(whole.done);
+  EXPECT_FALSE(whole.tracks[0].timesEstimated);
+  fs::remove(std::string(folder_ / "out.mp4"));
+  // Far behind the last picture that starts anew.
+  std::vector<rescue::ChunkPlace> paused;
+  std::uint32_t pictures = 0;
+  for (const rescue::ChunkPlace& chunk : clip.chunks()) {
+    const bool isVideo = clip.tracks()[chunk.track].kind == FourCc("vide");
+    if (isVideo) pictures += chunk.samples;
+    if (!isVideo && pictures > 50 && pictures < 57) paused.push_back(chunk);
+  }
+  ASSERT_FALSE(paused.empty());
+  for (auto chunk = paused.rbegin(); chunk != paused.rend(); ++chunk) {
+    const auto at = broken.begin() + static_cast<std::ptrdiff_t>(chunk->position);
+    broken.erase(at, at + static_cast<std::ptrdiff_t>(clip.BytesOf(*chunk)));
+  }
+  broken = support::WithU32(broken, PlaceOf(broken, "mdat"), 0);
+  const RescueReport report = Run(broken);
+  ASSERT_TRUE(report.done);
+  EXPECT_TRUE(report.tracks[0].timesEstimated);
+  EXPECT_TRUE(report.tracks[1].timesEstimated);
+  EXPECT_LE(whole.tracks[0].samples - 1, report.tracks[0].samples);
+}
+
 TEST_F(RescueTest, JoinsTheClipBeforeItWhereverItWasCut) {
   NEED_DECODER();
   const Bytes whole = WithoutMovie(kClip3);
