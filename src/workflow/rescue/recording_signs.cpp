@@ -155,12 +155,13 @@ bool Recording::Opens(const AccessUnit& unit) const {
 // which the reference may not have: where it tells what a first picture has, or this one's number
 // goes on, that alone ends no recording.
 bool Recording::StartsTooEarly(const AccessUnit& unit) const {
-  return signs_.evenStep != 0 && evenly_ && sinceStart_ < signs_.evenStep && MayOpen(unit);
+  return signs_.evenStep != 0 && evenly_ && sinceStart_ < signs_.evenStep &&
+         !signs_.opening.Tells() && MayOpen(unit);
 }
 
 bool Recording::MayOpen(const AccessUnit& unit) const {
   const bool starts = unit.slice.idr || unit.slice.randomAccess || unit.recovery;
-  if (!starts || signs_.opening.Tells()) return false;
+  if (!starts) return false;
   return !unit.slice.idr || !startNumber_ ||
          !signs_.numbers.Continue(*startNumber_, unit.slice.idrId);
 }

@@ -107,7 +107,8 @@ class Recording {
   // Takes the next picture; false: it is of another recording.
   [[nodiscard]] bool Take(const AccessUnit& unit, const PictureFacts& facts);
   std::optional<std::uint64_t> Doubtful() const { return display_.Doubtful(); }
-  // Pictures since the last one that may be the first one of another recording.
+  // Pictures since the last one with which media of another recording may begin, be it in its
+  // middle.
   std::uint64_t SinceOpening() const { return sinceOpening_; }
 
  private:
