@@ -7,6 +7,7 @@
 using clipchain::ClipSays;
 using clipchain::kSomeDay;
 using clipchain::ProposedFrom;
+using clipchain::ThreeOfOneTime;
 using clipchain::UsableTime;
 
 namespace {
@@ -132,14 +133,9 @@ TEST(Clock, OfTheRecordingOrdersTwoFullChaptersAndTheLastOne) {
 
 // Both clips of the one side and one of the other: as three chapters would be.
 TEST(Clock, OfThreeClipsAloneMayBeThatOfTwoSides) {
-  const auto three = [](double a, double b, double c) {
-    return ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60).Written(a),
-                         ClipSays("c/A0002.MP4").At(0).For(60).Written(b),
-                         ClipSays("c/A0003.MP4").At(0).For(20).Written(c)});
-  };
-  EXPECT_EQ(three(60, 60, 80), "possible: A0001.MP4 A0002.MP4 A0003.MP4");
+  EXPECT_EQ(ThreeOfOneTime(60, 60, 80), "possible: A0001.MP4 A0002.MP4 A0003.MP4");
   // Files that were written one after the other were not recorded at a time.
-  EXPECT_EQ(three(60, 120, 140), "likely: A0001.MP4 A0002.MP4 A0003.MP4");
+  EXPECT_EQ(ThreeOfOneTime(60, 120, 140), "likely: A0001.MP4 A0002.MP4 A0003.MP4");
   // Sides have no chapters of one recording, by their names.
   EXPECT_EQ(ProposedFrom({ClipSays("c/AB010034.MP4").At(0).For(60),
                           ClipSays("c/AB020034.MP4").At(0).For(60),

@@ -17,6 +17,7 @@ using clipchain::Grade;
 using clipchain::ProposalsOf;
 using clipchain::ProposeChains;
 using clipchain::ProposedFrom;
+using clipchain::ThreeOfOneTime;
 
 namespace {
 
@@ -102,13 +103,8 @@ TEST(Recordings, ThatSomebodyNumberedAreFoundByTheTimesOfFiles) {
 }
 
 TEST(Recordings, OfOneTimeHaveNoOrderThatTheTimesOfFilesContradict) {
-  const auto three = [](double a, double b, double c) {
-    return ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60).Written(a),
-                         ClipSays("c/A0002.MP4").At(0).For(60).Written(b),
-                         ClipSays("c/A0003.MP4").At(0).For(20).Written(c)});
-  };
-  EXPECT_EQ(three(60, 120, 140), "likely: A0001.MP4 A0002.MP4 A0003.MP4");
-  EXPECT_EQ(three(120, 60, 140), "incomplete likely: A0001.MP4 A0003.MP4");
+  EXPECT_EQ(ThreeOfOneTime(60, 120, 140), "likely: A0001.MP4 A0002.MP4 A0003.MP4");
+  EXPECT_EQ(ThreeOfOneTime(120, 60, 140), "incomplete likely: A0001.MP4 A0003.MP4");
 }
 
 TEST(Recordings, OfASeriesStayInItWhereAnotherOneWasRecordedBesideIt) {

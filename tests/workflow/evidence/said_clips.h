@@ -91,4 +91,12 @@ inline std::string ProposedFrom(const std::vector<ClipSays>& clips) {
   return text;
 }
 
+// Proposes from two clips of a minute and a shorter one, all begun at one time, whose files were
+// written so many seconds after it.
+inline std::string ThreeOfOneTime(double a, double b, double c) {
+  return ProposedFrom({ClipSays("c/A0001.MP4").At(0).For(60).Written(a),
+                       ClipSays("c/A0002.MP4").At(0).For(60).Written(b),
+                       ClipSays("c/A0003.MP4").At(0).For(20).Written(c)});
+}
+
 }  // namespace clipchain
