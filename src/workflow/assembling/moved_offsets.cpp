@@ -6,11 +6,11 @@
 #include <span>
 #include <vector>
 
-#include "adapt/box_header.h"
 #include "adapt/fields.h"
 #include "adapt/track_tables.h"
 #include "foundation/big_endian.h"
 #include "foundation/fourcc.h"
+#include "workflow/boxes/box_span.h"
 
 namespace clipchain {
 
@@ -47,16 +47,14 @@ bool ReadTable(std::span<unsigned char> body, bool isWide, std::vector<Table>& t
 // elsewhere holds no offsets.
 bool FindTables(std::span<unsigned char> boxes, std::span<const std::uint32_t> path,
                 std::vector<Table>& tables) {
-  while (const auto header = TakeBoxHeader(boxes)) {
-    if (header->size < header->headerSize || header->size > boxes.size()) break;
-    const auto body = boxes.subspan(header->headerSize, header->size - header->headerSize);
-    const bool isWide = header->type == FourCc("co64");
+  while (const auto box = TakeBox(boxes)) {
+    const bool isWide = box->type == FourCc("co64");
     if (!path.empty()) {
-      if (header->type == path.front() && !FindTables(body, path.subspan(1), tables)) return false;
-    } else if ((isWide || header->type == FourCc("stco")) && !ReadTable(body, isWide, tables)) {
+      if (box->type == path.front() && !FindTables(box->body, path.subspan(1), tables))
+        return false;
+    } else if ((isWide || box->type == FourCc("stco")) && !ReadTable(box->body, isWide, tables)) {
       return false;
     }
-    boxes = boxes.subspan(header->size);
   }
   return true;
 }

@@ -8,7 +8,9 @@
 
 #include "box/sample_entries.h"
 #include "box/sample_table_boxes.h"
-#include "foundation/cursor.h"
+#include "foundation/fourcc.h"
+#include "workflow/boxes/box_place.h"
+#include "workflow/boxes/box_span.h"
 
 namespace clipchain {
 
@@ -24,17 +26,9 @@ constexpr unsigned int kOnlyDescribing[] = {
 // The types of the boxes that lie in the bytes; empty if these are no boxes.
 std::vector<unsigned int> BoxTypes(Span bytes) {
   std::vector<unsigned int> types;
-  const unsigned char* in = bytes.data();
-  unsigned int rest = static_cast<unsigned int>(bytes.size());
-  while (rest >= sizeof(MP4G::_tagBOX_HEADER)) {
-    MP4G::_tagBOX_HEADER header;
-    if (QUIRVA::Take(in, rest, header) != S_OK) return {};
-    const unsigned int size = header.size;
-    if (size < sizeof header ||
-        QUIRVA::Skip(in, rest, size - static_cast<unsigned int>(sizeof header)) != S_OK)
-      return {};
-    types.push_back(header.type);
-  }
+  while (const auto box = TakeBox(bytes)) types.push_back(box->type);
+  // Less than a header is no box, but may close a list of them, as the number 0 does in QuickTime.
+  if (bytes.size() >= BoxHeader::kShort) return {};
   return types;
 }
 

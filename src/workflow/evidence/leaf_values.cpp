@@ -4,11 +4,10 @@
 
 #include <algorithm>
 #include <map>
-#include <optional>
 #include <utility>
 
-#include "adapt/box_header.h"
 #include "foundation/fourcc.h"
+#include "workflow/boxes/box_span.h"
 
 namespace clipchain {
 
@@ -25,22 +24,7 @@ constexpr std::size_t kMostLeading = 4;
 constexpr std::size_t kUserType = 16;
 constexpr std::size_t kVersionAndFlags = 4;
 
-struct FoundBox {
-  unsigned int type = 0;
-  Span body;
-};
-
-// The box in front. Nothing: there is none that fits.
-std::optional<FoundBox> TakeBox(Span& bytes) {
-  const auto header = TakeBoxHeader(bytes);
-  // A size of 0 says that a box goes to the end of the file (ISO/IEC 14496-12, clause 4.2), which
-  // none inside of another can: here zeros are no box.
-  if (!header || header->size == 0 || !header->FitsIn(bytes.size())) return std::nullopt;
-  const auto size = static_cast<std::size_t>(header->size);
-  const FoundBox box{header->type, bytes.first(size).subspan(header->headerSize)};
-  bytes = bytes.subspan(size);
-  return box;
-}
+using FoundBox = BoxSpan<const unsigned char>;
 
 // Whether bytes are boxes, one behind the other, but for a closing number of 0 as "udta" may have
 // it in QuickTime files.
