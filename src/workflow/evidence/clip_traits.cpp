@@ -36,22 +36,6 @@ constexpr Nanoseconds kFewestFrames = kSecond / 24;
 // Seconds; what is longer is no duration.
 constexpr double kLongestClip = 1e7;
 
-// Two sums that share nothing but their form, eight bytes at a time.
-std::array<std::uint64_t, 2> DigestOf(std::span<const unsigned char> bytes) {
-  std::uint64_t first = 0xCBF29CE484222325;
-  std::uint64_t second = 0x9E3779B97F4A7C15;
-  const auto mix = [&](std::uint64_t word) {
-    first = (first ^ word) * 0x100000001B3;
-    first ^= first >> 29;
-    second = (second ^ word) * 0xD6E8FEB86659FD93;
-    second ^= second >> 32;
-  };
-  be64 word;
-  while (TakeField(bytes, word)) mix(word);
-  for (const unsigned char byte : bytes) mix(byte);
-  return {first, second};
-}
-
 // The creation time of "mvhd", "tkhd" or "mdhd", in seconds since the start of 1904.
 std::uint64_t CreationOf(const RawBox* header) {
   if (header == nullptr) return 0;

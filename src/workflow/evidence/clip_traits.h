@@ -2,11 +2,12 @@
 // to.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "workflow/evidence/digest.h"
 
 namespace clipchain {
 
@@ -51,8 +52,8 @@ struct ClipTraits {
   std::string description{};
   // Its video is a single picture.
   bool isPicture = false;
-  // Tell a movie box from any other one.
-  std::array<std::uint64_t, 2> movieDigest{};
+  // Of the movie box.
+  Digest movieDigest{};
   // Of the video, if it is known.
   std::optional<Nanoseconds> length{};
   // Of one picture, on average.

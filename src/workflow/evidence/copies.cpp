@@ -1,12 +1,14 @@
 #include "workflow/evidence/copies.h"
 
 #include <algorithm>
+#include <optional>
 #include <set>
 #include <tuple>
 #include <utility>
 
 #include "workflow/clips/clip_file.h"
 #include "workflow/evidence/clip_names.h"
+#include "workflow/evidence/digest.h"
 #include "workflow/system/part_name.h"
 
 namespace clipchain {
@@ -19,22 +21,29 @@ const ClipTraits& ClipOf(const EvidenceUnit& unit) { return unit.ends.front(); }
 
 // A few bytes of what a file begins with, and of what is between its ends.
 struct MediaSample {
-  std::string bytes;
+  // The bytes themselves would take more memory than all else that clips say.
+  Digest digest{};
   // Between the ends is nothing but zeros, which no media is made of.
   bool isNothing = true;
 };
 
-MediaSample SampleOf(const ClipTraits& clip) {
+// Nothing where a byte of it can't be read.
+std::optional<MediaSample> SampleOf(const ClipTraits& clip) {
   constexpr unsigned int kSample = 4096;
   constexpr int kParts = 4;
   const ClipFile file(clip.path);
   MediaSample sample;
+  std::vector<unsigned char> all;
   for (int part = 0; part < kParts; ++part) {
-    const auto bytes = file.Read(clip.size / kParts * part, kSample);
-    sample.bytes.append(bytes.begin(), bytes.end());
+    const long long position = clip.size / kParts * part;
+    const std::vector<unsigned char> bytes = file.Read(position, kSample);
+    const long long wanted = std::min<long long>(kSample, clip.size - position);
+    if (static_cast<long long>(bytes.size()) != wanted) return std::nullopt;
+    all.insert(all.end(), bytes.begin(), bytes.end());
     if (part != 0 && std::any_of(bytes.begin(), bytes.end(), [](auto byte) { return byte != 0; }))
       sample.isNothing = false;
   }
+  sample.digest = DigestOf(all);
   return sample;
 }
 
@@ -69,13 +78,18 @@ bool AreNumbered(const std::vector<EvidenceUnit>& units, const Units& equal) {
 std::vector<Units> Divided(const std::vector<EvidenceUnit>& units, Units equal) {
   if (equal.size() < 2) return {std::move(equal)};
   const bool areNumbered = AreNumbered(units, equal);
-  std::map<std::pair<std::string, std::string>, Units> parts;
-  for (const std::size_t i : equal) {
-    MediaSample sample = SampleOf(ClipOf(units[i]));
-    std::string name = sample.isNothing && areNumbered ? NameOf(ClipOf(units[i]).path) : "";
-    parts[{std::move(sample.bytes), std::move(name)}].push_back(i);
-  }
+  std::map<std::pair<Digest, std::string>, Units> parts;
   std::vector<Units> divided;
+  for (const std::size_t i : equal) {
+    const std::optional<MediaSample> sample = SampleOf(ClipOf(units[i]));
+    if (!sample) {
+      // To call it a copy would leave it out of its recording for what nobody has seen.
+      divided.push_back({i});
+      continue;
+    }
+    std::string name = sample->isNothing && areNumbered ? NameOf(ClipOf(units[i]).path) : "";
+    parts[{sample->digest, std::move(name)}].push_back(i);
+  }
   for (auto& [key, copies] : parts) divided.push_back(std::move(copies));
   return divided;
 }

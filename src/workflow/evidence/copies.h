@@ -11,10 +11,10 @@
 namespace clipchain {
 
 // Units with equal movie boxes, sizes and first timecodes, and equal media as far as it is looked
-// at: chapters of one length may be equal in all else. Where there is nothing to be seen of the
-// media, clips that a camera numbered one after another in one folder are no copies. One unit
-// stands for all of its copies: one that lies where most clips of the same description do, and has
-// a name as most of them have there.
+// at: chapters of one length may be equal in all else. A clip whose media can't be read is no copy.
+// Where there is nothing to be seen of the media, clips that a camera numbered one after another in
+// one folder are no copies. One unit stands for all of its copies: one that lies where most clips
+// of the same description do, and has a name as most of them have there.
 class Copies {
  public:
   explicit Copies(const std::vector<EvidenceUnit>& units);

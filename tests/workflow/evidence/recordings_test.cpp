@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/bytes.h"
@@ -23,6 +24,18 @@ namespace {
 
 const std::string kOne(16, '\x01');
 std::string Value(char c) { return std::string(15, c) + '\xff'; }
+
+// The clips as files below the folder, of zeros that take no disk.
+std::vector<ClipSays> OnDisk(const support::TempDir& folder, std::vector<ClipSays> clips) {
+  for (ClipSays& clip : clips) {
+    const std::filesystem::path path = folder / clip.path;
+    std::filesystem::create_directories(path.parent_path());
+    support::WriteFile(path, {});
+    std::filesystem::resize_file(path, static_cast<std::uintmax_t>(clip.size));
+    clip.path = path.string();
+  }
+  return clips;
+}
 
 }  // namespace
 
@@ -194,8 +207,10 @@ TEST(Recordings, OfCopiesOneIsProposedFromTheFolderOfTheOthers) {
   const ClipSays original = ClipSays("c/A0002.MP4").At(60).For(60);
   copy.movieDigest = original.movieDigest;
   copy.size = original.size;
-  const auto found = ProposalsOf({copy, ClipSays("c/A0001.MP4").At(0).For(60), original,
-                                  ClipSays("c/A0003.MP4").At(120).For(20)});
+  const support::TempDir folder;
+  const auto found =
+      ProposalsOf(OnDisk(folder, {copy, ClipSays("c/A0001.MP4").At(0).For(60), original,
+                                  ClipSays("c/A0003.MP4").At(120).For(20)}));
   ASSERT_EQ(found.size(), 1u);
   EXPECT_EQ(found[0].units, (std::vector<std::size_t>{1, 2, 3}));
 }
@@ -296,8 +311,10 @@ TEST(Recordings, TheCopyOnTheCardOfTheOthersCounts) {
   ClipSays original = ClipSays("d/A0002.MP4").At(532).For(532.4).On(1);
   copy.movieDigest = original.movieDigest;
   original.size = copy.size;
-  const auto found = ProposalsOf({copy, ClipSays("d/A0001.MP4").At(0).For(532.4).On(1), original,
-                                  ClipSays("d/A0003.MP4").At(1064).For(20).On(1)});
+  const support::TempDir folder;
+  const auto found =
+      ProposalsOf(OnDisk(folder, {copy, ClipSays("d/A0001.MP4").At(0).For(532.4).On(1), original,
+                                  ClipSays("d/A0003.MP4").At(1064).For(20).On(1)}));
   ASSERT_EQ(found.size(), 1u);
   EXPECT_TRUE(found[0].complete);
   EXPECT_EQ(found[0].units, (std::vector<std::size_t>{1, 2, 3}));
@@ -327,24 +344,27 @@ TEST(Recordings, TheCopyWithANameAsTheOthersHaveCounts) {
     clips[copy].size = clips[copy - 4].size;
     clips[copy].movieDigest = clips[copy - 4].movieDigest;
   }
+  const support::TempDir folder;
+  clips = OnDisk(folder, std::move(clips));
   EXPECT_EQ(ProposedFrom(clips), "likely: A0001.MP4 A0002.MP4 A0003.MP4 A0004.MP4");
   std::reverse(clips.begin(), clips.end());
   EXPECT_EQ(ProposedFrom(clips), "likely: A0001.MP4 A0002.MP4 A0003.MP4 A0004.MP4");
 }
 
 TEST(Recordings, EqualClipsThatACameraNumberedAreNoCopies) {
+  const support::TempDir folder;
   auto clips = EqualChapters({"c/A0001.MP4", "c/A0002.MP4", "c/A0003.MP4", "b/A0002.MP4"});
   clips.push_back(ClipSays("c/A0004.MP4").At(0).For(17));
-  EXPECT_EQ(ProposedFrom(clips), "likely: A0001.MP4 A0002.MP4 A0003.MP4 A0004.MP4");
+  EXPECT_EQ(ProposedFrom(OnDisk(folder, clips)), "likely: A0001.MP4 A0002.MP4 A0003.MP4 A0004.MP4");
   // First chapters may be named by other letters, and are no copy of the second one.
   clips = EqualChapters({"c/ABXY7914.MP4", "c/AB017914.MP4"});
   clips.push_back(ClipSays("c/AB027914.MP4").At(0).For(17));
   clips.push_back(ClipSays("c/ABXY7915.MP4").At(9000).For(20));
-  EXPECT_EQ(ProposedFrom(clips), "incomplete likely: AB017914.MP4 AB027914.MP4");
+  EXPECT_EQ(ProposedFrom(OnDisk(folder, clips)), "incomplete likely: AB017914.MP4 AB027914.MP4");
   // A system counts copies otherwise.
   clips = EqualChapters({"c/A0001.MP4", "c/A0001 (1).MP4", "c/A0001 (2).MP4"});
   clips.push_back(ClipSays("c/A0002.MP4").At(0).For(17));
-  EXPECT_EQ(ProposedFrom(clips), "likely: A0001.MP4 A0002.MP4");
+  EXPECT_EQ(ProposedFrom(OnDisk(folder, clips)), "likely: A0001.MP4 A0002.MP4");
 }
 
 TEST(Recordings, CopiesOfOtherNamesDoNotStandForThoseOfCameraFolders) {
@@ -359,10 +379,32 @@ TEST(Recordings, CopiesOfOtherNamesDoNotStandForThoseOfCameraFolders) {
     clips[copy].size = clips[copy - 3].size;
     clips[copy].movieDigest = clips[copy - 3].movieDigest;
   }
-  const auto found = ProposalsOf(clips);
+  const support::TempDir folder;
+  const auto found = ProposalsOf(OnDisk(folder, std::move(clips)));
   ASSERT_EQ(found.size(), 1u);
   EXPECT_EQ(found[0].grade, Grade::kLikely);
   EXPECT_EQ(found[0].units.size(), 4u);
+}
+
+// What nobody has seen leaves no clip out of its recording.
+TEST(Recordings, EqualClipsWhoseMediaCannotBeReadAreNoCopies) {
+  const support::TempDir folder;
+  const support::Bytes media(90'000, 7);
+  std::vector<ClipSays> clips;
+  for (const char* name : {"A0001.MP4", "A0002.MP4"}) {
+    support::WriteFile(folder / name, media);
+    clips.push_back(ClipSays((folder / name).string()).At(0).For(60).Bytes(90'000));
+    clips.back().movieDigest = clips.front().movieDigest;
+  }
+  clips.push_back(ClipSays((folder / "A0003.MP4").string()).At(0).For(17));
+  clips.push_back(ClipSays((folder / "A0004.MP4").string()).At(900).For(17));
+  EXPECT_EQ(ProposedFrom(clips), "likely: A0001.MP4 A0003.MP4");
+  // Nothing but its movie box can be read; then not even that.
+  std::filesystem::resize_file(clips[1].path, 70'000);
+  EXPECT_EQ(ProposedFrom(clips), "likely: A0001.MP4 A0002.MP4 A0003.MP4");
+  std::filesystem::remove(clips[0].path);
+  std::filesystem::remove(clips[1].path);
+  EXPECT_EQ(ProposedFrom(clips), "likely: A0001.MP4 A0002.MP4 A0003.MP4");
 }
 
 TEST(Recordings, EqualClipsOfOtherTimecodesAreNoCopies) {
