@@ -1,5 +1,7 @@
 #include "workflow/clip_search.h"
 
+#include <dirent.h>
+
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
@@ -7,6 +9,9 @@
 #include <system_error>
 
 #include "workflow/system/files.h"
+#include "workflow/system/open_file.h"
+#include "workflow/system/read_folder.h"
+#include "workflow/system/system_error.h"
 
 namespace clipchain {
 
@@ -23,39 +28,61 @@ class FolderSearch {
   }
 
   void Search(const fs::path& folder) {
-    for (const fs::directory_entry& entry : SortedEntries(folder)) {
+    for (const Entry& entry : SortedEntries(folder)) {
       if (!GoesOn()) return;
+      const fs::path path = folder / entry.name;
       std::error_code error;
       // A linked folder may be one that is searched already, or holds this one.
-      const bool isFolder = !entry.is_symlink(error) && !error && entry.is_directory(error);
+      const fs::file_type kind = KindOf(path, entry, error);
       if (error) {
         // It may be a folder with clips in it.
-        TellUnreadable(entry.path(), error);
-      } else if (isFolder) {
-        if (!fs::equivalent(entry.path(), except_, error)) Search(entry.path());
-      } else if (HasClipName(entry.path().string()) && IsFile(entry)) {
-        volume_.clips.push_back(entry.path().string());
+        TellUnreadable(path, error);
+      } else if (kind == fs::file_type::directory) {
+        if (!fs::equivalent(path, except_, error)) Search(path);
+      } else if (HasClipName(entry.name) && IsFile(path, kind)) {
+        volume_.clips.push_back(path.string());
       }
     }
   }
 
  private:
-  std::vector<fs::directory_entry> SortedEntries(const fs::path& folder) {
-    std::vector<fs::directory_entry> entries;
-    std::error_code error;
-    for (fs::directory_iterator entry(folder, error), end; !error && entry != end && GoesOn();
-         entry.increment(error)) {
-      // Some systems leave a hidden file beside each clip that bears its name and is none.
-      if (entry->path().filename().native().front() != '.') entries.push_back(*entry);
-    }
-    // One that goes away meanwhile ends like one that was listed to its end.
-    if (!error) static_cast<void>(fs::status(folder, error));
+  struct Entry {
+    std::string name;
+    // Of <dirent.h>.
+    unsigned char kind;
+  };
+
+  std::vector<Entry> SortedEntries(const fs::path& folder) {
+    std::vector<Entry> entries;
+    const Descriptor descriptor = OpenToRead(folder.string(), O_DIRECTORY);
+    const std::error_code error = descriptor < 0 ? LastError() : List(descriptor, entries);
     if (error) TellUnreadable(folder, error);
     // File systems list in any order, and the same card must give the same answer.
-    std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) {
-      return a.path().filename().native() < b.path().filename().native();
-    });
+    std::sort(entries.begin(), entries.end(),
+              [](const Entry& a, const Entry& b) { return a.name < b.name; });
     return entries;
+  }
+
+  std::error_code List(int folder, std::vector<Entry>& entries) {
+    return ReadFolder(folder, [&](const FolderEntry& entry) {
+      if (!GoesOn()) return false;
+      // Some systems leave a hidden file beside each clip that bears its name and is none.
+      if (*entry.name != '.') entries.push_back({entry.name, entry.kind});
+      return true;
+    });
+  }
+
+  // Not of what a link leads to. To ask for each name takes long on a share: most file systems tell
+  // it with the names.
+  static fs::file_type KindOf(const fs::path& path, const Entry& entry, std::error_code& error) {
+    switch (entry.kind) {
+      case DT_REG:
+        return fs::file_type::regular;
+      case DT_DIR:
+        return fs::file_type::directory;
+      default:
+        return fs::symlink_status(path, error).type();
+    }
   }
 
   void TellUnreadable(const fs::path& path, const std::error_code& error) {
@@ -72,9 +99,10 @@ class FolderSearch {
   }
 
   // Links that lead nowhere count, so that somebody hears of them; pipes and devices do not.
-  static bool IsFile(const fs::directory_entry& entry) {
+  static bool IsFile(const fs::path& path, fs::file_type kind) {
+    if (kind == fs::file_type::regular) return true;
     std::error_code ignored;
-    const fs::file_status status = entry.status(ignored);
+    const fs::file_status status = fs::status(path, ignored);
     return fs::is_regular_file(status) || !fs::exists(status);
   }
 

@@ -43,10 +43,11 @@ Bytes BeginningOf(const std::string& path) {
 ExistingResults::ExistingResults(const std::string& folder) : folder_(folder) {
   const Descriptor descriptor = OpenToRead(folder, O_DIRECTORY);
   // A result that is not seen here is made once more under another name, and never replaced.
-  [[maybe_unused]] const std::error_code untold = ReadFolder(descriptor, [this](const char* name) {
-    names_[InLowerCase(WithoutCount(name))].emplace_back(name);
-    return true;
-  });
+  [[maybe_unused]] const std::error_code untold =
+      ReadFolder(descriptor, [this](const FolderEntry& entry) {
+        names_[InLowerCase(WithoutCount(entry.name))].emplace_back(entry.name);
+        return true;
+      });
   for (auto& [base, names] : names_) {
     std::sort(names.begin(), names.end(), [](const std::string& a, const std::string& b) {
       // "_10" comes behind "_9": names get counts in that order.

@@ -59,9 +59,9 @@ class Walk {
     // A folder may be mounted inside of itself.
     if (!visited_.insert(identity).second) return;
     const std::string prefix = path.ends_with('/') ? path : path + '/';
-    const std::error_code error = ReadFolder(descriptor, [&](const char* name) {
+    const std::error_code error = ReadFolder(descriptor, [&](const FolderEntry& entry) {
       stopped_ = goOn_ && !goOn_(list_.files.size());
-      if (!stopped_) Note(descriptor, name, prefix, identity);
+      if (!stopped_) Note(descriptor, entry.name, prefix, identity);
       return !stopped_;
     });
     if (error) Fail(path, "can't be searched to its end", error);

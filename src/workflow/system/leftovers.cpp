@@ -36,10 +36,10 @@ std::vector<Leftover> FindLeftovers(const std::string& output) {
   const std::string prefix = PartPrefix(output);
   const Descriptor folder = OpenToRead(FolderOf(output), O_DIRECTORY);
   // What can't be seen stays: nothing of a merge rests on it.
-  [[maybe_unused]] const std::error_code untold = ReadFolder(folder, [&](const char* name) {
-    if (!IsPartName(name, prefix)) return true;
+  [[maybe_unused]] const std::error_code untold = ReadFolder(folder, [&](const FolderEntry& entry) {
+    if (!IsPartName(entry.name, prefix)) return true;
     struct stat status;
-    const Leftover leftover{BesideOf(output, name), 0};
+    const Leftover leftover{BesideOf(output, entry.name), 0};
     if (const Descriptor file(OpenAbandoned(leftover.path, status)); file >= 0)
       found.push_back({leftover.path, status.st_size});
     return true;

@@ -9,7 +9,8 @@
 
 namespace clipchain {
 
-std::error_code ReadFolder(int folder, const std::function<bool(const char* name)>& listener) {
+std::error_code ReadFolder(int folder,
+                           const std::function<bool(const FolderEntry& entry)>& listener) {
   alignas(dirent64) char entries[32 * 1024];
   for (;;) {
     const ssize_t got =
@@ -20,7 +21,7 @@ std::error_code ReadFolder(int folder, const std::function<bool(const char* name
       const auto* entry = reinterpret_cast<const dirent64*>(entries + at);
       at += entry->d_reclen;
       if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
-      if (!listener(entry->d_name)) return {};
+      if (!listener({entry->d_name, entry->d_type})) return {};
     }
   }
 }

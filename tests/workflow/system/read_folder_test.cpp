@@ -23,8 +23,8 @@ TEST(ReadFolder, TellsThatAFolderIsGone) {
   support::WriteFile(folder / "f/a", Bytes(1));
   const Descriptor descriptor = OpenToRead(folder / "f", O_DIRECTORY);
   std::vector<std::string> names;
-  const auto listener = [&names](const char* name) {
-    names.emplace_back(name);
+  const auto listener = [&names](const clipchain::FolderEntry& entry) {
+    names.emplace_back(entry.name);
     return true;
   };
   EXPECT_FALSE(ReadFolder(descriptor, listener));
