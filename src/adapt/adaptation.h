@@ -1,6 +1,7 @@
 // Makes clips fit each other in one way: what every such file offers to `Fit`.
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "adapt/fit_clip.h"
@@ -11,20 +12,27 @@ namespace clipchain {
 
 using FitClips = std::vector<FitClip>;
 
-// Made for one list of clips and used once. An adaptation is one class in files of its own, with a
-// function that makes it (`std::unique_ptr<Adaptation> MakeTrackOrder(const FitOptions&)`) and one
-// line in `Fit`, which says at which place of the row it stands: each sees what those before it
-// have made of the clips.
+// An adaptation stands in files of its own and has one line in `Fit`, which says at which place of
+// its row it stands: each sees what those before it have made of the clips. What edits movie boxes
+// and lists of media says each thing it does, once for each clip and track, and what it can't do. A
+// clip without a note keeps every byte.
+
+// Adapts one clip by itself: a function, called for several clips at once while they are opened, so
+// that it may read more of the file. What is done for the first clip alone is done for index 0.
+using ClipAdaptation = void (*)(FitClip& clip, std::size_t index, FitReport& report);
+
+// Adapts clips to each other: a class with a function that makes it
+// (`std::unique_ptr<Adaptation> MakeTrackOrder(const FitOptions&)`), made for one list of clips and
+// used once.
 class Adaptation {
  public:
   virtual ~Adaptation() = default;
 
-  // Looks at the clips, of which there is at least one, and edits their movie boxes and lists of
-  // media so that the engine can take them. Says each thing it does, once for each clip and track,
-  // and what it can't do. A clip without a note keeps every byte. All clips are readable, and each
-  // has a movie box. Behind the adaptation of the track order, all have as many tracks as the first
-  // one, and those that continue each other stand at the same place. Chunk offsets stay positions
-  // in the clip's own file; they are moved into the view afterwards.
+  // Looks at the clips, of which there is at least one, and edits them so that the engine can take
+  // them. All clips are readable, each has a movie box and was adapted by itself. Behind the
+  // adaptation of the track order, all have as many tracks as the first one, and those that
+  // continue each other stand at the same place. Chunk offsets stay positions in the clip's own
+  // file; they are moved into the view afterwards.
   virtual void Adapt(FitClips& clips, FitReport& report) = 0;
 
   // Edits the movie box of the result: that of the first clip as this row of adaptations left it,

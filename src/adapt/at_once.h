@@ -10,20 +10,22 @@
 
 namespace clipchain {
 
-// Calls `work` with every number from `begin` to `end`, `end` left out, in a few threads, and
-// returns when all calls have. What one of them throws is thrown again then; numbers that nobody
-// had begun with are left out. Few numbers are not worth a thread.
+// Threads for work that waits for a disk now and then.
+inline constexpr std::size_t kFewThreads = 4;
+
+// Calls `work` with every number below `count`, in that many threads, and returns when all calls
+// have. What one of them throws is thrown again then; numbers that nobody had begun with are left
+// out. Few numbers are not worth a thread.
 template <typename Work>
-void ForEachAtOnce(std::size_t begin, std::size_t end, const Work& work) {
-  constexpr std::size_t kThreads = 4;
+void ForEachAtOnce(std::size_t count, const Work& work, std::size_t threads = kFewThreads) {
   constexpr std::size_t kFew = 8;
-  std::atomic<std::size_t> next = begin;
+  std::atomic<std::size_t> next = 0;
   const auto run = [&] {
-    for (std::size_t i = next++; i < end; i = next++) work(i);
+    for (std::size_t i = next++; i < count; i = next++) work(i);
   };
   std::vector<std::future<void>> others;
   try {
-    for (std::size_t i = 1; end - begin >= kFew && i < kThreads; ++i)
+    for (std::size_t i = 1; count >= kFew && i < threads; ++i)
       others.push_back(std::async(std::launch::async, run));
   } catch (const std::system_error&) {
     // With fewer threads it takes longer.
@@ -33,14 +35,14 @@ void ForEachAtOnce(std::size_t begin, std::size_t end, const Work& work) {
     run();
   } catch (...) {
     failure = std::current_exception();
-    next = end;
+    next = count;
   }
   for (std::future<void>& other : others) {
     try {
       other.get();
     } catch (...) {
       failure = std::current_exception();
-      next = end;
+      next = count;
     }
   }
   if (failure) std::rethrow_exception(failure);

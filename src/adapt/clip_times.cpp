@@ -81,7 +81,7 @@ class ClipTimesAdaptation final : public Adaptation {
  private:
   bool TakeTimes(const FitClips& clips, FitReport& report) {
     times_.resize(clips.size());
-    ForEachAtOnce(0, clips.size(), [&](std::size_t i) { times_[i] = TimesIn(clips[i].movie); });
+    ForEachAtOnce(clips.size(), [&](std::size_t i) { times_[i] = TimesIn(clips[i].movie); });
     for (std::size_t i = 0; i < clips.size(); ++i) {
       const std::vector<const RawBox*> tracks = TracksOf(clips[i].movie);
       if (times_[i].size() == tracks.size()) continue;

@@ -1,6 +1,7 @@
 #include "adapt/fit.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "adapt/at_once.h"
@@ -25,17 +26,17 @@ namespace clipchain {
 
 namespace {
 
-// Clips that are opened at once.
-constexpr std::size_t kAtOnce = 64;
+// A disk answers many questions at once faster than one after the other, more than there are
+// processors to ask them.
+constexpr std::size_t kOpenedAtOnce = 8;
+
+// In the order in which they see each clip.
+constexpr ClipAdaptation kOfEachClip[] = {AdaptTopLevel, AdaptFragments, AdaptSpareEntries,
+                                          AdaptMediaPlaces, AdaptKeptBoxes};
 
 // In the order in which they see the clips.
 std::vector<std::unique_ptr<Adaptation>> Row(const FitOptions& options, ClipClocks& clocks) {
   std::vector<std::unique_ptr<Adaptation>> row;
-  row.push_back(MakeTopLevel());
-  row.push_back(MakeFragments());
-  row.push_back(MakeSpareEntries());
-  row.push_back(MakeMediaPlaces());
-  row.push_back(MakeKeptBoxes());
   row.push_back(MakeTrackOrder(options));
   row.push_back(MakeClipTimes(options, clocks));
   row.push_back(MakeJoinedTables());
@@ -58,13 +59,6 @@ Bytes MediaHeader(std::uint64_t size) {
   return bytes;
 }
 
-Bytes Written(const RawBox& box) {
-  Bytes bytes;
-  bytes.reserve(static_cast<std::size_t>(box.Size()));
-  box.Write(bytes);
-  return bytes;
-}
-
 std::optional<RawBox> MovieOf(std::span<const unsigned char> bytes) {
   RawBox movie;
   if (!movie.Take(bytes) || !bytes.empty() || movie.type != FourCc("moov")) return std::nullopt;
@@ -80,63 +74,75 @@ std::uint64_t SizeOfTables(const RawBox& movie) {
   return size;
 }
 
-}  // namespace
-
-Fit::Fit(const std::vector<std::string>& paths, const FitOptions& options)
-    : commonTracks_(options.commonTracks) {
-  for (const std::string& path : paths) clips_.emplace_back(path);
-  OpenAll(options.memoryLimit);
-  const bool allUsable = std::all_of(usable_.begin(), usable_.end(), [](bool is) { return is; });
-  if (!options.exact && allUsable && !clips_.empty()) AdaptAll(options);
-}
-
-void Fit::OpenAll(long long memoryLimit) {
-  usable_.assign(clips_.size(), false);
-  const auto limit = static_cast<std::uint64_t>(std::max(memoryLimit, 0LL));
-  std::uint64_t left = limit;
-  for (std::size_t begin = 0; begin < clips_.size(); begin += kAtOnce) {
-    const std::size_t end = std::min(begin + kAtOnce, clips_.size());
-    std::vector<Opened> opened(end - begin);
-    // A card answers many questions at once faster than one after the other.
-    const std::uint64_t share = left / opened.size();
-    ForEachAtOnce(begin, end, [&](std::size_t i) {
-      Opened& clip = opened[i - begin];
-      clip.isUsable = clips_[i].Open(i, clip.report, share);
-    });
-    for (std::size_t i = begin; i < end; ++i) {
-      if (!TakeOpened(i, opened[i - begin], share, left)) {
-        RefuseMemory(i, limit - left + clips_[i].Memory(), limit);
-        return;
-      }
-    }
-  }
-}
-
-// One that needs more than its share of the memory may have what is left. False: that is not
-// enough.
-bool Fit::TakeOpened(std::size_t clip, Opened& opened, std::uint64_t share, std::uint64_t& left) {
-  if (clips_[clip].Memory() > share) {
-    clips_[clip] = FitClip(clips_[clip].Path());
-    opened = {};
-    opened.isUsable = clips_[clip].Open(clip, opened.report, left);
-  }
-  usable_[clip] = opened.isUsable;
-  report_.Append(std::move(opened.report));
-  if (clips_[clip].Memory() > left) return false;
-  left -= clips_[clip].Memory();
-  return true;
-}
-
 // Whether clips need to be adapted is not to depend on how much memory there is.
-void Fit::RefuseMemory(std::size_t clip, std::uint64_t needed, std::uint64_t limit) {
-  report_.Refuse(
+void RefuseMemory(std::size_t clip, std::uint64_t needed, std::uint64_t limit, FitReport& report) {
+  report.Refuse(
       FitProblemKind::kMemoryLimit, clip, 0,
       "would take the memory for movie boxes to about " + std::to_string(needed) + " bytes, and " +
           std::to_string(limit) + " are allowed",
       clip == 0 ? "raise --memory-limit" : "merge fewer clips at once, or raise --memory-limit");
 }
 
-void Fit::AdaptAll(const FitOptions& options) {
+}  // namespace
+
+Fit::Fit(const std::vector<std::string>& paths, const FitOptions& options)
+    : commonTracks_(options.commonTracks) {
+  for (const std::string& path : paths) clips_.emplace_back(path);
+  std::vector<Opened> opened = OpenAll(options);
+  const bool allUsable = std::all_of(usable_.begin(), usable_.end(), [](bool is) { return is; });
+  if (!options.exact && allUsable && !clips_.empty()) AdaptAll(options, std::move(opened));
+}
+
+std::vector<Fit::Opened> Fit::OpenAll(const FitOptions& options) {
+  const auto limit = static_cast<std::uint64_t>(std::max(options.memoryLimit, 0LL));
+  MemoryBudget memory(limit);
+  std::vector<Opened> opened(clips_.size());
+  const auto open = [&](std::size_t i) { opened[i] = Open(i, options.exact, memory); };
+  ForEachAtOnce(clips_.size(), open, kOpenedAtOnce);
+  const bool lacksMemory = std::any_of(clips_.begin(), clips_.end(),
+                                       [](const FitClip& clip) { return clip.LacksMemory(); });
+  if (lacksMemory) opened = OpenInOrder(options.exact, limit);
+  for (Opened& clip : opened) {
+    usable_.push_back(clip.isUsable);
+    report_.Append(std::move(clip.report));
+  }
+  return opened;
+}
+
+// Which clip lacks memory where several are opened at once is chance, and what is said of it must
+// not be.
+std::vector<Fit::Opened> Fit::OpenInOrder(bool exact, std::uint64_t limit) {
+  MemoryBudget memory(limit);
+  std::uint64_t taken = 0;
+  std::vector<Opened> opened(clips_.size());
+  for (FitClip& clip : clips_) clip = FitClip(clip.Path());
+  for (std::size_t i = 0; i < clips_.size(); ++i) {
+    opened[i] = Open(i, exact, memory);
+    taken += clips_[i].Memory();
+    if (!clips_[i].LacksMemory()) continue;
+    RefuseMemory(i, taken, limit, opened[i].report);
+    break;
+  }
+  return opened;
+}
+
+Fit::Opened Fit::Open(std::size_t clip, bool exact, MemoryBudget& memory) {
+  Opened opened;
+  FitClip& taken = clips_[clip];
+  opened.isUsable = taken.Open(clip, opened.report, memory);
+  if (opened.isUsable && !exact) {
+    for (const ClipAdaptation adapt : kOfEachClip)
+      adapt(taken, clip, opened.adapted.emplace_back());
+  }
+  taken.Close();
+  return opened;
+}
+
+// People read of one adaptation after the other, as if each had seen all clips.
+void Fit::AdaptAll(const FitOptions& options, std::vector<Opened> opened) {
+  for (std::size_t i = 0; i < std::size(kOfEachClip); ++i) {
+    for (Opened& clip : opened) report_.Append(std::move(clip.adapted[i]));
+  }
   for (auto& adaptation : Row(options, clocks_)) {
     adaptation->Adapt(clips_, report_);
     row_.push_back(std::move(adaptation));
@@ -150,7 +156,7 @@ QUIRVA::ComPtr<ClipView> Fit::View(std::size_t clip, int& result, unsigned int b
   QUIRVA::ComPtr<ClipView> view;
   view.Attach(new ClipView(shown.Path(), result));
   if (result < 0) return view;
-  Bytes head = Written(shown.fileType);
+  Bytes head = shown.fileType.Written();
   const MediaMap media(shown.media, head.size() + kMediaHeader, block);
   const Bytes header = MediaHeader(media.Size());
   head.insert(head.end(), header.begin(), header.end());
@@ -160,7 +166,7 @@ QUIRVA::ComPtr<ClipView> Fit::View(std::size_t clip, int& result, unsigned int b
     view->AddRange(static_cast<long long>(shown.media[i].position),
                    static_cast<long long>(shown.media[i].size));
   }
-  view->AddBytes(Written(EngineMovie(shown.movie, clips_.front().movie, &media)));
+  view->AddBytes(EngineMovie(shown.movie, clips_.front().movie, &media).Written());
   return view;
 }
 
@@ -180,7 +186,7 @@ std::optional<Bytes> Fit::Complete(Bytes engineMovie) const {
   auto movie = engines ? MergedMovie(clips_.front().movie, std::move(*engines)) : std::nullopt;
   if (!movie) return std::nullopt;
   for (const auto& adaptation : row_) adaptation->Complete(*movie);
-  return Written(*movie);
+  return movie->Written();
 }
 
 }  // namespace clipchain

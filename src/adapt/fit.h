@@ -4,6 +4,7 @@
 // The row of adaptations stands in fit.cpp; adaptation.h says what each is and how one is added.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
@@ -15,6 +16,7 @@
 #include "adapt/fit_clip.h"
 #include "adapt/fit_options.h"
 #include "adapt/fit_report.h"
+#include "adapt/memory_budget.h"
 #include "adapt/seams.h"
 #include "foundation/com_ptr.h"
 
@@ -58,16 +60,18 @@ class Fit {
   std::optional<Bytes> Complete(Bytes engineMovie) const;
 
  private:
-  // A clip that was opened beside others.
+  // What came of opening a clip.
   struct Opened {
     bool isUsable = false;
     FitReport report{};
+    // Of adapting it by itself, one for each adaptation.
+    std::vector<FitReport> adapted{};
   };
 
-  void OpenAll(long long memoryLimit);
-  bool TakeOpened(std::size_t clip, Opened& opened, std::uint64_t share, std::uint64_t& left);
-  void RefuseMemory(std::size_t clip, std::uint64_t needed, std::uint64_t limit);
-  void AdaptAll(const FitOptions& options);
+  std::vector<Opened> OpenAll(const FitOptions& options);
+  std::vector<Opened> OpenInOrder(bool exact, std::uint64_t limit);
+  Opened Open(std::size_t clip, bool exact, MemoryBudget& memory);
+  void AdaptAll(const FitOptions& options, std::vector<Opened> opened);
 
   FitClips clips_;
   std::vector<bool> usable_;

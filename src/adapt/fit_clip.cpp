@@ -58,7 +58,7 @@ std::uint64_t MemoryOf(std::span<const unsigned char> bytes, unsigned int depth)
 
 FitClip::FitClip(std::string path) : path_(std::move(path)) {}
 
-bool FitClip::Open(std::size_t index, FitReport& report, std::uint64_t memory) {
+bool FitClip::Open(std::size_t index, FitReport& report, MemoryBudget& memory) {
   file_ = std::make_unique<QUIRVA::QvFile>();
   long long size = 0;
   const bool isOpen =
@@ -71,10 +71,8 @@ bool FitClip::Open(std::size_t index, FitReport& report, std::uint64_t memory) {
     return false;
   }
   size_ = static_cast<std::uint64_t>(size);
-  const bool taken = Walk(index, report) && TakeMovie(index, memory, report);
+  const bool taken = Walk(index, report) && TakeMovie(index, report, memory);
   if (taken) TakeFileType();
-  // A merge may have more clips than a process may have open files.
-  file_.reset();
   return taken;
 }
 
@@ -148,7 +146,13 @@ bool FitClip::Walk(std::size_t index, FitReport& report) {
   return true;
 }
 
-bool FitClip::TakeMovie(std::size_t index, std::uint64_t memory, FitReport& report) {
+bool FitClip::TakeMemory(std::uint64_t bytes, MemoryBudget& memory) {
+  memory_ += bytes;
+  lacksMemory_ = !memory.Take(bytes);
+  return !lacksMemory_;
+}
+
+bool FitClip::TakeMovie(std::size_t index, FitReport& report, MemoryBudget& memory) {
   const FitBox* place = Place(FourCc("moov"));
   if (place == nullptr) {
     Refuse(report, FitProblemKind::kMovieMissing, index, "has no movie box \"moov\"",
@@ -164,11 +168,11 @@ bool FitClip::TakeMovie(std::size_t index, std::uint64_t memory, FitReport& repo
         .box = "moov";
     return false;
   }
+  std::uint64_t loaded = place->size;
   for (const FitBox& box : layout_) {
-    if (box.type == FourCc("moof")) memory_ += box.size * kMemoryPerByte;
+    if (box.type == FourCc("moof")) loaded += box.size;
   }
-  memory_ += place->size * kMemoryPerByte;
-  if (memory_ > memory) return false;
+  if (!TakeMemory(loaded * kMemoryPerByte, memory)) return false;
   Bytes bytes = Read(place->position, place->size);
   if (bytes.empty()) {
     Refuse(report, FitProblemKind::kInputUnreadable, index, "can't be read to its end",
@@ -181,8 +185,7 @@ bool FitClip::TakeMovie(std::size_t index, std::uint64_t memory, FitReport& repo
   if (place->header == BoxHeader::kShort)
     std::copy(std::begin(size.bytes), std::end(size.bytes), bytes.begin());
   std::span<const unsigned char> in = bytes;
-  memory_ += MemoryOf(in, 0);
-  if (memory_ > memory) return false;
+  if (!TakeMemory(MemoryOf(in, 0), memory)) return false;
   if (movie.Take(in) && movie.Child(FourCc("mvhd")) != nullptr) return true;
   Refuse(report, FitProblemKind::kHeaderMissing, index, "has no movie header \"mvhd\"",
          "copy the clip again, or repair it with a tool for it",

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "adapt/fit_report.h"
+#include "adapt/memory_budget.h"
 #include "adapt/raw_boxes.h"
 #include "foundation/qv_file.h"
 
@@ -33,23 +34,26 @@ struct MediaRange {
 
 class FitClip {
  public:
-  static constexpr std::uint64_t kNoLimit = ~std::uint64_t{0};
-
   explicit FitClip(std::string path);
 
-  // Walks the top level, takes the movie box and the places of the media. False: a merge can't take
-  // it, whatever is done to it, and a problem of clip number `index` says why; or it needs more
-  // memory than there is.
-  [[nodiscard]] bool Open(std::size_t index, FitReport& report, std::uint64_t memory = kNoLimit);
-  // What the boxes of the movie take, with all that is made of them, about; known once it is open.
+  // Walks the top level, takes the movie box and the places of the media, and leaves the file open.
+  // False: a merge can't take it, whatever is done to it, and a problem of clip number `index` says
+  // why; or it lacks memory.
+  [[nodiscard]] bool Open(std::size_t index, FitReport& report, MemoryBudget& memory);
+  // Of the file alone: there may be more clips than a process may have open files.
+  void Close() { file_.reset(); }
+  // What the boxes of the movie take, with all that is made of them, about; known once it was
+  // opened. Of one that lacks memory, as much of it as was counted.
   std::uint64_t Memory() const { return memory_; }
+  // Whether the budget does not have what the movie takes.
+  bool LacksMemory() const { return lacksMemory_; }
 
   const std::string& Path() const { return path_; }
   std::uint64_t Size() const { return size_; }
   // The whole top level as it stands in the file, in its order.
   const std::vector<FitBox>& Layout() const { return layout_; }
-  // Bytes of the file; none if not all of them can be read. The file is open for the call alone:
-  // there may be more clips than a process may have open.
+  // Bytes of the file; none if not all of them can be read. A file that is closed is open for the
+  // call alone.
   Bytes Read(std::uint64_t position, std::uint64_t size) const;
   // The place of the first box of that type; null without one.
   const FitBox* Place(unsigned int type) const;
@@ -63,14 +67,16 @@ class FitClip {
  private:
   bool Walk(std::size_t index, FitReport& report);
   bool TakeHeader(std::uint64_t at, FitBox& box) const;
-  bool TakeMovie(std::size_t index, std::uint64_t memory, FitReport& report);
+  bool TakeMovie(std::size_t index, FitReport& report, MemoryBudget& memory);
+  bool TakeMemory(std::uint64_t bytes, MemoryBudget& memory);
   bool IsZeroFrom(std::uint64_t at) const;
   void TakeFileType();
 
   std::string path_;
   std::uint64_t size_ = 0;
   std::uint64_t memory_ = 0;
-  // While the clip is opened.
+  bool lacksMemory_ = false;
+  // Until it is closed.
   std::unique_ptr<QUIRVA::QvFile> file_;
   std::vector<FitBox> layout_;
 };

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "adapt/box_header.h"
-#include "adapt/each_clip.h"
 #include "adapt/fragmented_movie.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
@@ -28,17 +27,42 @@ bool HasSamples(const RawBox& movie) {
   return false;
 }
 
-class Fragments final : public Adaptation {
- public:
-  void Adapt(FitClips& clips, FitReport& report) override { ForEachClip(clips, report, AdaptClip); }
+bool AddAll(const FitClip& clip, FragmentedMovie& movie, FitProblem& problem) {
+  for (const FitBox& box : clip.Layout()) {
+    if (box.type != FourCc("moof")) continue;
+    const Bytes bytes = clip.Read(box.position, box.size);
+    std::span<const unsigned char> in = bytes;
+    RawBox fragment;
+    if (!fragment.Take(in)) {
+      problem.kind = FitProblemKind::kInputUnreadable;
+      problem.text = "has a fragment that can't be read";
+      problem.remedy = "copy the clip again from the card";
+      problem.box = "moof";
+      problem.offset = static_cast<long long>(box.position);
+      return false;
+    }
+    if (!movie.Add(fragment, box.position)) return false;
+  }
+  return true;
+}
 
- private:
-  static void AdaptClip(FitClip& clip, std::size_t index, FitReport& report);
-  static bool AddAll(const FitClip& clip, FragmentedMovie& movie, FitProblem& problem);
-  static void TellLosses(const FragmentedMovie& movie, std::size_t index, FitReport& report);
-};
+void TellLosses(const FragmentedMovie& movie, std::size_t index, FitReport& report) {
+  std::string left = Quoted(movie.LeftOut());
+  if (movie.HasUntoldFlags()) {
+    left += std::string(left.empty() ? "" : ", ") + "priorities or padding of samples";
+  }
+  if (!left.empty()) {
+    report.Refuse(FitProblemKind::kTableLost, index, 0,
+                  "has in its fragments " + left + ", which a merge leaves out",
+                  "keep the clip if you need what it says");
+  }
+  report.Note(AdaptationKind::kFragments, index, 0,
+              "keeps its samples in fragments, which are put into the tables of one movie");
+}
 
-void Fragments::AdaptClip(FitClip& clip, std::size_t index, FitReport& report) {
+}  // namespace
+
+void AdaptFragments(FitClip& clip, std::size_t index, FitReport& report) {
   const FitBox* place = clip.Place(FourCc("moof"));
   if (place == nullptr && clip.movie.Child(FourCc("mvex")) == nullptr) return;
   // A movie that only announces fragments has none of its samples in this file, and a merge of it
@@ -65,42 +89,5 @@ void Fragments::AdaptClip(FitClip& clip, std::size_t index, FitReport& report) {
   TellLosses(fragmented, index, report);
   clip.movie = std::move(*movie);
 }
-
-bool Fragments::AddAll(const FitClip& clip, FragmentedMovie& movie, FitProblem& problem) {
-  for (const FitBox& box : clip.Layout()) {
-    if (box.type != FourCc("moof")) continue;
-    const Bytes bytes = clip.Read(box.position, box.size);
-    std::span<const unsigned char> in = bytes;
-    RawBox fragment;
-    if (!fragment.Take(in)) {
-      problem.kind = FitProblemKind::kInputUnreadable;
-      problem.text = "has a fragment that can't be read";
-      problem.remedy = "copy the clip again from the card";
-      problem.box = "moof";
-      problem.offset = static_cast<long long>(box.position);
-      return false;
-    }
-    if (!movie.Add(fragment, box.position)) return false;
-  }
-  return true;
-}
-
-void Fragments::TellLosses(const FragmentedMovie& movie, std::size_t index, FitReport& report) {
-  std::string left = Quoted(movie.LeftOut());
-  if (movie.HasUntoldFlags()) {
-    left += std::string(left.empty() ? "" : ", ") + "priorities or padding of samples";
-  }
-  if (!left.empty()) {
-    report.Refuse(FitProblemKind::kTableLost, index, 0,
-                  "has in its fragments " + left + ", which a merge leaves out",
-                  "keep the clip if you need what it says");
-  }
-  report.Note(AdaptationKind::kFragments, index, 0,
-              "keeps its samples in fragments, which are put into the tables of one movie");
-}
-
-}  // namespace
-
-std::unique_ptr<Adaptation> MakeFragments() { return std::make_unique<Fragments>(); }
 
 }  // namespace clipchain

@@ -4,7 +4,6 @@
 #include <limits>
 #include <string>
 
-#include "adapt/each_clip.h"
 #include "adapt/engine_movie.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
@@ -73,52 +72,42 @@ void WalkChunks(const Tables& tables, See see) {
   }
 }
 
-class MediaPlaces final : public Adaptation {
- public:
-  void Adapt(FitClips& clips, FitReport& report) override {
-    ForEachClip(clips, report, [](const FitClip& clip, std::size_t index, FitReport& ofClip) {
-      const MediaMap media(clip.media, 0);
-      std::size_t place = 0;
-      for (const RawBox* track : TracksOf(clip.movie))
-        Look(*track, media, {index, place++}, ofClip);
-    });
-  }
-
- private:
-  struct Where {
-    std::size_t clip;
-    std::size_t track;
-  };
-
-  static void Look(const RawBox& track, const MediaMap& media, const Where& where,
-                   FitReport& report) {
-    const RawBox* table = SampleTable(track);
-    const auto tables = table != nullptr ? TablesOf(*table) : std::nullopt;
-    if (!tables) return;
-    std::uint64_t outside = 0;
-    Chunk first;
-    WalkChunks(*tables, [&](const Chunk& chunk) {
-      // Samples outside of "mdat" would not be copied, and the result would show what stands at
-      // their place there.
-      if (chunk.bytes <= media.Behind(chunk.position)) return;
-      if (outside++ == 0) first = chunk;
-    });
-    if (outside == 0) return;
-    const std::string text =
-        "has " + std::to_string(outside) + " of " + std::to_string(tables->offsets.size()) +
-        " chunks, the first of them at bytes " + std::to_string(first.position) + " to " +
-        std::to_string(first.End()) + " with the samples " + std::to_string(first.firstSample + 1) +
-        " to " + std::to_string(first.firstSample + first.samples) + " of " +
-        std::to_string(tables->sizes.count) + ", outside of the media";
-    report
-        .Refuse(FitProblemKind::kSamplesOutsideMedia, where.clip, RawTrackId(track), text,
-                "copy the clip again from the card")
-        .box = "moov/trak[" + std::to_string(where.track) + "]/mdia/minf/stbl/stco";
-  }
+struct Where {
+  std::size_t clip;
+  std::size_t track;
 };
+
+void Look(const RawBox& track, const MediaMap& media, const Where& where, FitReport& report) {
+  const RawBox* table = SampleTable(track);
+  const auto tables = table != nullptr ? TablesOf(*table) : std::nullopt;
+  if (!tables) return;
+  std::uint64_t outside = 0;
+  Chunk first;
+  WalkChunks(*tables, [&](const Chunk& chunk) {
+    // Samples outside of "mdat" would not be copied, and the result would show what stands at
+    // their place there.
+    if (chunk.bytes <= media.Behind(chunk.position)) return;
+    if (outside++ == 0) first = chunk;
+  });
+  if (outside == 0) return;
+  const std::string text =
+      "has " + std::to_string(outside) + " of " + std::to_string(tables->offsets.size()) +
+      " chunks, the first of them at bytes " + std::to_string(first.position) + " to " +
+      std::to_string(first.End()) + " with the samples " + std::to_string(first.firstSample + 1) +
+      " to " + std::to_string(first.firstSample + first.samples) + " of " +
+      std::to_string(tables->sizes.count) + ", outside of the media";
+  report
+      .Refuse(FitProblemKind::kSamplesOutsideMedia, where.clip, RawTrackId(track), text,
+              "copy the clip again from the card")
+      .box = "moov/trak[" + std::to_string(where.track) + "]/mdia/minf/stbl/stco";
+}
 
 }  // namespace
 
-std::unique_ptr<Adaptation> MakeMediaPlaces() { return std::make_unique<MediaPlaces>(); }
+void AdaptMediaPlaces(FitClip& clip, std::size_t index, FitReport& report) {
+  const MediaMap media(clip.media, 0);
+  std::size_t place = 0;
+  for (const RawBox* track : TracksOf(clip.movie)) Look(*track, media, {index, place++}, report);
+}
 
 }  // namespace clipchain

@@ -1,14 +1,15 @@
-// Looks whether the samples of clips lie in their media.
+// Looks whether the samples of a clip lie in its media.
 #pragma once
 
-#include <memory>
+#include <cstddef>
 
-#include "adapt/adaptation.h"
+#include "adapt/fit_clip.h"
+#include "adapt/fit_report.h"
 
 namespace clipchain {
 
-// Changes nothing: refuses clips with chunks that do not lie in one of their media boxes as a
-// whole, by their places in the file. Behind it media is moved, and nobody would see it any more.
-std::unique_ptr<Adaptation> MakeMediaPlaces();
+// Changes nothing: refuses a clip with chunks that do not lie in one of its media boxes as a whole,
+// by their places in the file. Behind it media is moved, and nobody would see it any more.
+void AdaptMediaPlaces(FitClip& clip, std::size_t index, FitReport& report);
 
 }  // namespace clipchain

@@ -71,6 +71,13 @@ void RawBox::Write(Bytes& out) const {
   out.insert(out.end(), data.begin(), data.end());
 }
 
+Bytes RawBox::Written() const {
+  Bytes bytes;
+  bytes.reserve(static_cast<std::size_t>(Size()));
+  Write(bytes);
+  return bytes;
+}
+
 RawBox* RawBox::Child(unsigned int childType) {
   const auto found = std::find_if(children.begin(), children.end(),
                                   [=](const RawBox& child) { return child.type == childType; });

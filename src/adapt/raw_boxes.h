@@ -28,6 +28,8 @@ class RawBox {
   std::uint64_t Size() const;
   // Appends.
   void Write(Bytes& out) const;
+  // As it stands in a file.
+  Bytes Written() const;
 
   // The first child of that type; null without one.
   RawBox* Child(unsigned int childType);

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "adapt/box_header.h"
-#include "adapt/each_clip.h"
 #include "adapt/table_builder.h"
 #include "adapt/table_forms.h"
 #include "adapt/track_headers.h"
@@ -140,36 +139,28 @@ std::optional<std::string> WordsOfTwo(const RawBox& track) {
   return std::nullopt;
 }
 
-class SpareEntries final : public Adaptation {
- public:
-  void Adapt(FitClips& clips, FitReport& report) override {
-    ForEachClip(clips, report, [](FitClip& clip, std::size_t index, FitReport& ofClip) {
-      for (RawBox* track : TracksOf(clip.movie)) Look(*track, index, ofClip);
-    });
-  }
-
- private:
-  static void Look(RawBox& track, std::size_t clip, FitReport& report) {
-    if (const auto words = WordsOfTwo(track))
-      report.Refuse(FitProblemKind::kTablesDisagree, clip, RawTrackId(track),
-                    "has in its " + RawTrackWords(track) + ' ' + *words,
-                    "copy the clip again, or repair it with a tool for it");
-    RawBox* table = SampleTable(track);
-    const auto samples = table != nullptr ? CountSamples(*table) : std::nullopt;
-    if (!samples) return;
-    const auto note = [&](const char* words) {
-      report.Note(AdaptationKind::kTables, clip, RawTrackId(track),
-                  "has in its " + RawTrackWords(track) + ' ' + words);
-    };
-    if (CutChunks(*table, *samples))
-      note("room in chunks for more samples than there are, passed over");
-    if (CutOffsets(*table, *samples))
-      note("composition offsets of more samples than there are, passed over");
-  }
-};
+void Look(RawBox& track, std::size_t clip, FitReport& report) {
+  if (const auto words = WordsOfTwo(track))
+    report.Refuse(FitProblemKind::kTablesDisagree, clip, RawTrackId(track),
+                  "has in its " + RawTrackWords(track) + ' ' + *words,
+                  "copy the clip again, or repair it with a tool for it");
+  RawBox* table = SampleTable(track);
+  const auto samples = table != nullptr ? CountSamples(*table) : std::nullopt;
+  if (!samples) return;
+  const auto note = [&](const char* words) {
+    report.Note(AdaptationKind::kTables, clip, RawTrackId(track),
+                "has in its " + RawTrackWords(track) + ' ' + words);
+  };
+  if (CutChunks(*table, *samples))
+    note("room in chunks for more samples than there are, passed over");
+  if (CutOffsets(*table, *samples))
+    note("composition offsets of more samples than there are, passed over");
+}
 
 }  // namespace
 
-std::unique_ptr<Adaptation> MakeSpareEntries() { return std::make_unique<SpareEntries>(); }
+void AdaptSpareEntries(FitClip& clip, std::size_t index, FitReport& report) {
+  for (RawBox* track : TracksOf(clip.movie)) Look(*track, index, report);
+}
 
 }  // namespace clipchain

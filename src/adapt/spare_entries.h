@@ -1,14 +1,15 @@
 // Takes entries of tables away that speak of more samples than there are.
 #pragma once
 
-#include <memory>
+#include <cstddef>
 
-#include "adapt/adaptation.h"
+#include "adapt/fit_clip.h"
+#include "adapt/fit_report.h"
 
 namespace clipchain {
 
 // Cuts "stsc", "stco" and "co64" where chunks have room for more samples than have sizes, and
 // "ctts" where it goes on behind the last sample. What says too little stays as it is.
-std::unique_ptr<Adaptation> MakeSpareEntries();
+void AdaptSpareEntries(FitClip& clip, std::size_t index, FitReport& report);
 
 }  // namespace clipchain

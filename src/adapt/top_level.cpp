@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "adapt/box_header.h"
-#include "adapt/each_clip.h"
 #include "box/box.h"
 #include "foundation/fourcc.h"
 
@@ -42,58 +41,49 @@ bool IsLost(const FitClip& clip, const FitBox& box) {
   return !isTaken || &box != clip.Place(box.type);
 }
 
-class TopLevel final : public Adaptation {
- public:
-  void Adapt(FitClips& clips, FitReport& report) override { ForEachClip(clips, report, Look); }
-
- private:
-  static void Look(const FitClip& clip, std::size_t index, FitReport& report) {
-    std::set<unsigned int> unknown;
-    std::size_t media = 0;
-    for (const FitBox& box : clip.Layout()) {
-      if (!MP4G::CBox::IsTopLevelBox(box.type)) unknown.insert(box.type);
-      if (box.type == FourCc("mdat")) ++media;
-    }
-    TellLost(clip, index, report);
-    const bool lacksType = clip.Place(FourCc("ftyp")) == nullptr;
-    if (!unknown.empty())
-      report.Note(AdaptationKind::kTopLevel, index, 0,
-                  "has at its top level " + Listed(unknown) + ", passed over");
-    if (lacksType)
-      report.Note(AdaptationKind::kTopLevel, index, 0,
-                  "has no file type box \"ftyp\", and gets one of the kind \"qt  \"");
-    if (!clip.Layout().empty() && clip.Layout().back().End() < clip.Size())
-      report.Note(AdaptationKind::kTopLevel, index, 0,
-                  "has zeros behind its last box, passed over");
-    if (media > 1)
-      report.Note(AdaptationKind::kMediaBoxes, index, 0,
-                  "has " + std::to_string(media) + " media boxes, put in a row");
+// A clip may have one for each moment: all of a type are one loss.
+void TellLost(const FitClip& clip, std::size_t index, FitReport& report) {
+  std::map<unsigned int, Lost> types;
+  for (const FitBox& box : clip.Layout()) {
+    if (!IsLost(clip, box)) continue;
+    Lost& lost = types.try_emplace(box.type, Lost{box.position, 0, 0}).first->second;
+    ++lost.boxes;
+    lost.bytes += box.size;
   }
-
-  // A clip may have one for each moment: all of a type are one loss.
-  static void TellLost(const FitClip& clip, std::size_t index, FitReport& report) {
-    std::map<unsigned int, Lost> types;
-    for (const FitBox& box : clip.Layout()) {
-      if (!IsLost(clip, box)) continue;
-      Lost& lost = types.try_emplace(box.type, Lost{box.position, 0, 0}).first->second;
-      ++lost.boxes;
-      lost.bytes += box.size;
-    }
-    for (const auto& [type, lost] : types) {
-      const std::string which = lost.boxes == 1 ? "a box " : std::to_string(lost.boxes) + " boxes ";
-      FitProblem& problem =
-          report.Refuse(FitProblemKind::kTopLevelBoxLost, index, 0,
-                        "has " + which + Quoted(type) + " of " + std::to_string(lost.bytes) +
-                            " bytes at its top level, which a merge leaves out",
-                        "keep the clip if you need what it says");
-      problem.box = FourCcText(type);
-      problem.offset = static_cast<long long>(lost.position);
-    }
+  for (const auto& [type, lost] : types) {
+    const std::string which = lost.boxes == 1 ? "a box " : std::to_string(lost.boxes) + " boxes ";
+    FitProblem& problem =
+        report.Refuse(FitProblemKind::kTopLevelBoxLost, index, 0,
+                      "has " + which + Quoted(type) + " of " + std::to_string(lost.bytes) +
+                          " bytes at its top level, which a merge leaves out",
+                      "keep the clip if you need what it says");
+    problem.box = FourCcText(type);
+    problem.offset = static_cast<long long>(lost.position);
   }
-};
+}
 
 }  // namespace
 
-std::unique_ptr<Adaptation> MakeTopLevel() { return std::make_unique<TopLevel>(); }
+void AdaptTopLevel(FitClip& clip, std::size_t index, FitReport& report) {
+  std::set<unsigned int> unknown;
+  std::size_t media = 0;
+  for (const FitBox& box : clip.Layout()) {
+    if (!MP4G::CBox::IsTopLevelBox(box.type)) unknown.insert(box.type);
+    if (box.type == FourCc("mdat")) ++media;
+  }
+  TellLost(clip, index, report);
+  const bool lacksType = clip.Place(FourCc("ftyp")) == nullptr;
+  if (!unknown.empty())
+    report.Note(AdaptationKind::kTopLevel, index, 0,
+                "has at its top level " + Listed(unknown) + ", passed over");
+  if (lacksType)
+    report.Note(AdaptationKind::kTopLevel, index, 0,
+                "has no file type box \"ftyp\", and gets one of the kind \"qt  \"");
+  if (!clip.Layout().empty() && clip.Layout().back().End() < clip.Size())
+    report.Note(AdaptationKind::kTopLevel, index, 0, "has zeros behind its last box, passed over");
+  if (media > 1)
+    report.Note(AdaptationKind::kMediaBoxes, index, 0,
+                "has " + std::to_string(media) + " media boxes, put in a row");
+}
 
 }  // namespace clipchain

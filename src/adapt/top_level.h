@@ -2,15 +2,16 @@
 // file type box, several media boxes.
 #pragma once
 
-#include <memory>
+#include <cstddef>
 
-#include "adapt/adaptation.h"
+#include "adapt/fit_clip.h"
+#include "adapt/fit_report.h"
 
 namespace clipchain {
 
-// Says what of a clip's top level the view passes over, what of it is lost, and that media lies in
-// several boxes; makes nothing, for a view has neither but the file type, the media in a row and
+// Says what of the clip's top level the view passes over, what of it is lost, and that media lies
+// in several boxes; makes nothing, for a view has neither but the file type, the media in a row and
 // the movie.
-std::unique_ptr<Adaptation> MakeTopLevel();
+void AdaptTopLevel(FitClip& clip, std::size_t index, FitReport& report);
 
 }  // namespace clipchain

@@ -1,6 +1,7 @@
 // What stands between the clips and the engine, one step of the row at a time.
 #include <gtest/gtest.h>
 
+#include "adapt/adaptation.h"
 #include "adapt/data_references.h"
 #include "adapt/engine_movie.h"
 #include "adapt/fields.h"
@@ -41,6 +42,10 @@ FitClips ClipsOf(const std::vector<MovieBuilder>& builders) {
   FitClips clips;
   for (const MovieBuilder& builder : builders) clips.push_back(ClipOf(builder));
   return clips;
+}
+
+void AdaptEach(ClipAdaptation adapt, FitClips& clips, FitReport& report) {
+  for (std::size_t i = 0; i < clips.size(); ++i) adapt(clips[i], i, report);
 }
 
 std::vector<unsigned int> IdsOf(const RawBox& movie) {
@@ -150,12 +155,12 @@ TEST(KeptBoxes, NamesWhatTheEngineWouldWriteOtherwise) {
   MovieBuilder clip = MovieBuilder().Add(support::VideoTrack(4));
   FitClips clips = ClipsOf({clip});
   FitReport report;
-  MakeKeptBoxes()->Adapt(clips, report);
+  AdaptEach(AdaptKeptBoxes, clips, report);
   EXPECT_TRUE(report.notes.empty()) << report.notes[0].text;
   clip.tracks[0].sampleEntry =
       support::Box("hvc1", {support::Zeros(78), support::Box("hvcC", {support::Zeros(23)})});
   clips = ClipsOf({clip});
-  MakeKeptBoxes()->Adapt(clips, report);
+  AdaptEach(AdaptKeptBoxes, clips, report);
   ASSERT_FALSE(report.notes.empty());
   EXPECT_EQ(report.notes[0].kind, AdaptationKind::kDescriptions);
   EXPECT_EQ(report.notes[0].track, 1u);
@@ -180,7 +185,7 @@ TEST(KeptBoxes, WhoseItemsLieInTheFileAreLeftOut) {
     clip.tracks[0].extraTrackBoxes = support::Box("udta", {meta});
     FitClips clips = ClipsOf({clip, clip});
     FitReport report;
-    MakeKeptBoxes()->Adapt(clips, report);
+    AdaptEach(AdaptKeptBoxes, clips, report);
     EXPECT_EQ(clips[0].movie.Child(FourCc("meta")), nullptr);
     ASSERT_EQ(report.problems.size(), 2u);
     EXPECT_EQ(report.problems[0].kind, FitProblemKind::kBoxLost);
@@ -193,7 +198,7 @@ TEST(KeptBoxes, WhoseItemsLieInTheFileAreLeftOut) {
   clip.extraMovieBoxes = ItemsBox(1, 1, true);
   FitClips clips = ClipsOf({clip});
   FitReport report;
-  MakeKeptBoxes()->Adapt(clips, report);
+  AdaptEach(AdaptKeptBoxes, clips, report);
   EXPECT_NE(clips[0].movie.Child(FourCc("meta")), nullptr);
   EXPECT_TRUE(report.problems.empty());
 }
@@ -450,7 +455,7 @@ TEST(SpareEntries, OfChunksAndOffsetsArePassedOver) {
     FitClips clips;
     clips.emplace_back("clip.mp4");
     clips[0].movie = RawBoxOf(AnnouncingMovie({track}));
-    MakeSpareEntries()->Adapt(clips, report);
+    AdaptEach(AdaptSpareEntries, clips, report);
     return *SampleTable(*TracksOf(clips[0].movie)[0]);
   };
   FitReport whole;
@@ -485,7 +490,7 @@ TEST(SpareEntries, OfATableThatIsThereTwiceNobodyDecides) {
     auto& tables = SampleTable(*TracksOf(clips[1].movie)[0])->children;
     for (int i = 0; i < 2; ++i) tables.emplace_back(type, Bytes(8, 0));
     FitReport report;
-    MakeSpareEntries()->Adapt(clips, report);
+    AdaptEach(AdaptSpareEntries, clips, report);
     ASSERT_EQ(report.problems.size(), 1u) << FourCcText(type);
     EXPECT_EQ(report.problems[0].kind, FitProblemKind::kTablesDisagree);
     EXPECT_EQ(report.problems[0].clip, 1u);
@@ -503,7 +508,7 @@ TEST(SpareEntries, OfATableInTwoFormsNobodyDecides) {
     FitClips clips = ClipsOf({clip, clip});
     SampleTable(*TracksOf(clips[1].movie)[0])->children.emplace_back(other, Bytes(12, 0));
     FitReport report;
-    MakeSpareEntries()->Adapt(clips, report);
+    AdaptEach(AdaptSpareEntries, clips, report);
     ASSERT_EQ(report.problems.size(), 1u) << FourCcText(other);
     EXPECT_EQ(report.problems[0].kind, FitProblemKind::kTablesDisagree);
     EXPECT_EQ(report.problems[0].clip, 1u);
@@ -567,8 +572,9 @@ TEST(TopLevel, TellsOnceOfAllBoxesOfATypeThatAreLost) {
   FitClips clips;
   clips.emplace_back(path);
   FitReport report;
-  ASSERT_TRUE(clips[0].Open(0, report));
-  MakeTopLevel()->Adapt(clips, report);
+  MemoryBudget memory;
+  ASSERT_TRUE(clips[0].Open(0, report, memory));
+  AdaptTopLevel(clips[0], 0, report);
   ASSERT_EQ(report.problems.size(), 2u);
   EXPECT_EQ(report.problems[0].text,
             "has 2 boxes \"emsg\" of 24 bytes at its top level, which a merge leaves out");

@@ -105,6 +105,31 @@ TEST_F(FitTest, WithTooLittleMemoryIsARefusal) {
   EXPECT_TRUE(Fit(clips, options).IsNeeded());
 }
 
+// Many clips are opened at once, and which of them finds no memory left is chance.
+TEST_F(FitTest, TheFirstClipThatLacksMemoryIsNamed) {
+  const std::vector<std::string> clips(20, Put(WithWideBox()));
+  FitOptions options;
+  options.memoryLimit = 1;
+  const auto needed = [&] {
+    const std::string text = Fit(clips, options).Report().problems.at(0).text;
+    return std::stoll(text.substr(text.find_first_of("0123456789")));
+  };
+  // What one movie takes is counted in two steps.
+  options.memoryLimit = needed();
+  const long long one = needed();
+  for (int tries = 0; tries < 20; ++tries) {
+    options.memoryLimit = one * 20 - 1;
+    const Fit lacking(clips, options);
+    ASSERT_EQ(lacking.Report().problems.size(), 1u);
+    EXPECT_EQ(lacking.Report().problems[0].clip, 19u);
+    EXPECT_EQ(needed(), one * 20);
+    EXPECT_TRUE(lacking.HasView(18));
+    EXPECT_FALSE(lacking.HasView(19) || lacking.IsAdapted() || lacking.IsNeeded());
+    options.memoryLimit = one * 20;
+    EXPECT_TRUE(Fit(clips, options).IsNeeded());
+  }
+}
+
 TEST_F(FitTest, SamplesBetweenTwoMediaBoxesAreOutside) {
   // The media is cut in two in the middle of the second chunk, whose offset is right.
   MovieBuilder clip = Pictures();

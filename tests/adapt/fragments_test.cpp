@@ -29,13 +29,13 @@ class FragmentsTest : public testing::Test {
   // The outcome for one clip with that movie box and what stands behind it.
   void Adapt(const Bytes& movie, const Bytes& rest) {
     support::WriteFile(dir_ / "clip.mp4", Box("ftyp", {Text("iso6"), U32(0)}) + movie + rest);
-    clips_.emplace_back((dir_ / "clip.mp4").string());
-    ASSERT_TRUE(clips_.front().Open(0, report_));
-    MakeFragments()->Adapt(clips_, report_);
+    MemoryBudget memory;
+    ASSERT_TRUE(clip_.Open(0, report_, memory));
+    AdaptFragments(clip_, 0, report_);
   }
 
   support::TempDir dir_;
-  FitClips clips_;
+  FitClip clip_{(dir_ / "clip.mp4").string()};
   FitReport report_;
 };
 
@@ -44,13 +44,13 @@ TEST_F(FragmentsTest, SamplesOfAllFragmentsGetTables) {
   EXPECT_TRUE(report_.problems.empty());
   ASSERT_EQ(report_.notes.size(), 1u);
   EXPECT_EQ(report_.notes[0].kind, AdaptationKind::kFragments);
-  EXPECT_EQ(clips_[0].movie.Child(FourCc("mvex")), nullptr);
-  const RawBox& table = *SampleTable(*TracksOf(clips_[0].movie)[0]);
+  EXPECT_EQ(clip_.movie.Child(FourCc("mvex")), nullptr);
+  const RawBox& table = *SampleTable(*TracksOf(clip_.movie)[0]);
   EXPECT_EQ(ReadSizes(*table.Child(FourCc("stsz"))), (SampleSizes{4, 2, {}}));
   const auto chunks = ReadChunkOffsets(*table.Child(FourCc("stco")));
   ASSERT_TRUE(chunks && chunks->size() == 2);
-  EXPECT_EQ((*chunks)[0], clips_[0].media[0].position);
-  EXPECT_EQ((*chunks)[1], clips_[0].media[1].position);
+  EXPECT_EQ((*chunks)[0], clip_.media[0].position);
+  EXPECT_EQ((*chunks)[1], clip_.media[1].position);
 }
 
 TEST_F(FragmentsTest, AClipWithoutFragmentsKeepsItsMovie) {
@@ -62,7 +62,7 @@ TEST_F(FragmentsTest, AClipWithoutFragmentsKeepsItsMovie) {
   Adapt(movie, Box("mdat", {U32(1)}));
   EXPECT_TRUE(report_.notes.empty() && report_.problems.empty());
   Bytes written;
-  clips_[0].movie.Write(written);
+  clip_.movie.Write(written);
   EXPECT_EQ(written, movie);
 }
 
@@ -80,7 +80,7 @@ TEST_F(FragmentsTest, DamageIsToldWithItsPlaceAndNothingIsChanged) {
   ASSERT_EQ(report_.problems.size(), 1u);
   EXPECT_EQ(report_.problems[0].box, "moof");
   EXPECT_EQ(report_.problems[0].offset, static_cast<long long>(16 + movie.size() + good.size()));
-  EXPECT_NE(clips_[0].movie.Child(FourCc("mvex")), nullptr);
+  EXPECT_NE(clip_.movie.Child(FourCc("mvex")), nullptr);
 }
 
 TEST_F(FragmentsTest, BoxesThatNoTableHoldsAreALossThatIsTold) {

@@ -107,12 +107,12 @@ void ReadTimes(const RawBox& movie, ClipTraits& traits, Pictures& pictures) {
 
 // The movie with the samples of its fragments in its tables; as it is where that can't be made.
 RawBox WithFragments(const std::string& path, RawBox movie) {
-  FitClips clips;
-  clips.emplace_back(path);
+  FitClip clip(path);
   FitReport report;
-  if (!clips.front().Open(0, report)) return movie;
-  MakeFragments()->Adapt(clips, report);
-  return report.Refused() ? std::move(movie) : std::move(clips.front().movie);
+  MemoryBudget unlimited;
+  if (!clip.Open(0, report, unlimited)) return movie;
+  AdaptFragments(clip, 0, report);
+  return report.Refused() ? std::move(movie) : std::move(clip.movie);
 }
 
 }  // namespace

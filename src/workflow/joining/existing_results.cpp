@@ -30,7 +30,8 @@ std::optional<OrderFacts> FactsOf(const std::string& path) {
 Bytes BeginningOf(const std::string& path) {
   FitClip clip(path);
   FitReport unsaid;
-  if (!clip.Open(0, unsaid)) return {};
+  MemoryBudget unlimited;
+  if (!clip.Open(0, unsaid, unlimited)) return {};
   // A result has nothing of an empty media box.
   const auto first = std::find_if(clip.media.begin(), clip.media.end(),
                                   [](const MediaRange& media) { return media.size != 0; });
