@@ -28,8 +28,9 @@ class Proving {
     if (!read) return Failed();
     Meter meter(options_.progress, BytesToCompare());
     CardOrder order(cards_.Files());
-    ProveClips(order, meter);
-    if (!options_.clipsOnly) ProveOthers(meter);
+    CopyProof copies(cards_, kept_, meter);
+    ProveClips(order, copies, meter);
+    if (!options_.clipsOnly) TryCopies(copies, meter, false);
     if (meter.Stopped()) return Stopped();
     Count(order);
     Judge();
@@ -58,11 +59,9 @@ class Proving {
     stopped_ = stopped_ || (options_.progress && !options_.progress(step));
     return !stopped_;
   }
-  void ProveClips(CardOrder& order, Meter& meter);
-  void ProveOthers(Meter& meter);
+  void ProveClips(CardOrder& order, CopyProof& copies, Meter& meter);
   void TryResults(ResultProof& results, const Meter& meter, bool withArchive);
-  void TryCopies(Meter& meter, bool clips);
-  void TryTwins(CardOrder& order, Meter& meter);
+  void TryCopies(CopyProof& copies, const Meter& meter, bool clips);
   long long BytesToCompare();
   bool NeedsMore(const CardFile& file) const {
     return file.isClip && (file.keeping == Keeping::kNot ||
@@ -122,14 +121,15 @@ bool Proving::ClipsNeedMore() {
 }
 
 // What keeps most of a clip is looked at first, so that nothing is read twice.
-void Proving::ProveClips(CardOrder& order, Meter& meter) {
+void Proving::ProveClips(CardOrder& order, CopyProof& copies, Meter& meter) {
   ResultProof results(cards_, kept_, order, meter);
   // With its archive a result keeps every byte, as a copy does; alone it keeps the samples.
   TryResults(results, meter, true);
-  TryCopies(meter, true);
+  TryCopies(copies, meter, true);
   // A result alone never keeps every byte: reading it could not help.
   if (!options_.whole) TryResults(results, meter, false);
-  TryTwins(order, meter);
+  // Two copies of a clip make no second recording.
+  for (const auto& [clip, other] : copies.FindTwins()) order.Unite(clip, other);
 }
 
 void Proving::TryResults(ResultProof& results, const Meter& meter, bool withArchive) {
@@ -145,27 +145,12 @@ void Proving::TryResults(ResultProof& results, const Meter& meter, bool withArch
   }
 }
 
-void Proving::TryCopies(Meter& meter, bool clips) {
-  CopyProof copies(cards_, kept_, meter);
+void Proving::TryCopies(CopyProof& copies, const Meter& meter, bool clips) {
   for (CardFile& file : cards_.Files()) {
     if (meter.Stopped()) return;
     if (file.isClip == clips && file.keeping != Keeping::kEveryByte) copies.Try(file);
   }
 }
-
-void Proving::TryTwins(CardOrder& order, Meter& meter) {
-  CopyProof copies(cards_, kept_, meter);
-  std::vector<CardFile>& files = cards_.Files();
-  for (std::size_t i = 0; i < files.size() && !meter.Stopped(); ++i) {
-    if (!files[i].isClip || files[i].keeping != Keeping::kNot || files[i].file.stamp.size == 0)
-      continue;
-    if (const std::size_t twin = copies.TryTwin(files[i]); twin < files.size())
-      // Two copies of a clip make no second recording.
-      order.Unite(i, twin);
-  }
-}
-
-void Proving::ProveOthers(Meter& meter) { TryCopies(meter, false); }
 
 void Proving::Count(CardOrder& order) {
   for (const CardFile& file : cards_.Files()) {

@@ -1,30 +1,22 @@
 #include "workflow/keeping/copy_proof.h"
 
-#include <algorithm>
+#include <memory>
 #include <optional>
 
-#include "workflow/keeping/checksum_file.h"
 #include "workflow/system/files.h"
 #include "workflow/system/part_name.h"
 
 namespace clipchain {
 
-namespace {
-
-using Number = unsigned long long;
-
-// Of two ends: files of one program often begin alike, and some end alike.
-std::optional<std::uint64_t> ProbeEnds(FileBytes& file, Number size) {
-  const std::size_t length = ProbeLength(size);
-  const std::optional<std::uint64_t> first = Probe(file, 0, length);
-  const std::optional<std::uint64_t> last = Probe(file, size - length, length);
-  if (!first || !last) return std::nullopt;
-  // With an odd factor nothing of the first is lost, and equal ends do not cancel each other out.
-  constexpr std::uint64_t kOdd = 0x9E3779B97F4A7C15;
-  return *first * kOdd + *last;
+CopyProof::CopyProof(CardFiles& cards, KeptFiles& kept, Meter& meter)
+    : cards_(cards),
+      kept_(kept),
+      meter_(meter),
+      compare_(meter),
+      alike_([this](std::size_t i) -> const ListedFile& { return kept_.Files()[i].file; },
+             [this](std::size_t i) { return kept_.Files()[i].whyNot.has_value(); }) {
+  for (std::size_t i = 0; i < kept_.Files().size(); ++i) alike_.Add(i);
 }
-
-}  // namespace
 
 void CopyProof::TryEmpty(CardFile& file) {
   if (file.isClip) {
@@ -33,6 +25,8 @@ void CopyProof::TryEmpty(CardFile& file) {
   }
   for (const std::size_t candidate : kept_.EmptyOnesOf(NameOf(file.file.path))) {
     KeptFile& copy = kept_.Files()[candidate];
+    // One reason is enough: there may be as many of one name as there are folders.
+    if (copy.whyNot && !file.reason.empty()) continue;
     Reason why;
     // There is no byte to compare, but the name must be on the disk, and on no card.
     if (kept_.Open(copy, cards_, why) != nullptr) {
@@ -45,31 +39,6 @@ void CopyProof::TryEmpty(CardFile& file) {
   if (file.reason.empty()) file.reason = "is empty, and there is no empty file of its name";
 }
 
-// Those that begin and end alike, of the same name first.
-std::vector<std::size_t> CopyProof::CandidatesFor(const CardFile& file, ListedBytes& bytes) {
-  std::vector<std::size_t> candidates;
-  const auto size = static_cast<Number>(file.file.stamp.size);
-  // A card of pictures has thousands of files: only those of one size are opened.
-  const std::vector<std::size_t>& sameSize = kept_.OfSize(file.file.stamp.size);
-  if (sameSize.empty()) return candidates;
-  const std::optional<std::uint64_t> probe = ProbeEnds(bytes.Bytes(), size);
-  for (const std::size_t index : sameSize) {
-    KeptFile& candidate = kept_.Files()[index];
-    if (!candidate.probe) {
-      ListedBytes other(candidate.file);
-      if (other.Why()) candidate.whyNot = other.Why();
-      if (!other.Why()) candidate.probe = ProbeEnds(other.Bytes(), size);
-    }
-    if (probe && candidate.probe == probe) candidates.push_back(index);
-  }
-  const std::string name = NameOf(file.file.path);
-  // Copies mostly keep their name: the first one that is read is then the right one.
-  std::stable_partition(candidates.begin(), candidates.end(), [&](std::size_t index) {
-    return NameOf(kept_.Files()[index].file.path) == name;
-  });
-  return candidates;
-}
-
 Reason CopyProof::Compare(CardFile& file, KeptFile& candidate) {
   Reason why;
   const std::unique_ptr<ListedBytes> copy = kept_.Open(candidate, cards_, why);
@@ -78,16 +47,7 @@ Reason CopyProof::Compare(CardFile& file, KeptFile& candidate) {
   if (bytes.Why()) return bytes.Why();
   return compare_.Compare({copy->Bytes(), candidate.file.path, 0},
                           {bytes.Bytes(), file.file.path, 0},
-                          static_cast<Number>(file.file.stamp.size), nullptr);
-}
-
-const std::optional<std::string>& CopyProof::HashOf(std::size_t candidate) {
-  std::optional<std::string>& hash = hashes_[candidate];
-  if (!hash) {
-    ListedBytes bytes(kept_.Files()[candidate].file);
-    if (!bytes.Why()) hash = HashFile(bytes.Bytes(), nullptr);
-  }
-  return hash;
+                          static_cast<unsigned long long>(file.file.stamp.size), nullptr);
 }
 
 void CopyProof::Try(CardFile& file) {
@@ -97,51 +57,55 @@ void CopyProof::Try(CardFile& file) {
     file.reason = *bytes.Why();
     return;
   }
-  std::optional<std::string> mine;
-  bool first = true;
-  for (const std::size_t candidate : CandidatesFor(file, bytes)) {
-    KeptFile& copy = kept_.Files()[candidate];
-    // After a difference in the middle, what has the same hash is compared alone. What keeps
-    // nothing is not read at all.
-    if (!first && !copy.whyNot) {
-      if (!mine) mine = HashFile(bytes.Bytes(), nullptr);
-      if (HashOf(candidate) != mine) continue;
-    }
-    first = first && copy.whyNot.has_value();
+  const auto compare = [&](std::size_t index) {
+    KeptFile& copy = kept_.Files()[index];
     const Reason why = Compare(file, copy);
-    if (meter_.Stopped()) return;
-    // From the first byte to the last: hashes and ends only choose what is compared.
-    if (!why) {
-      kept_.Count(copy);
-      file.keeping = Keeping::kEveryByte;
-      return;
-    }
+    // Whoever stops it takes nothing for kept.
+    if (!why || meter_.Stopped()) return Likeness::kSame;
     file.reason = *why;
-  }
+    return copy.whyNot ? Likeness::kUseless : Likeness::kOther;
+  };
+  const std::optional<std::size_t> same = alike_.Find(file.file, bytes.Bytes(), compare);
+  if (!same || meter_.Stopped()) return;
+  // From the first byte to the last: hashes and ends only choose what is compared.
+  kept_.Count(kept_.Files()[*same]);
+  file.keeping = Keeping::kEveryByte;
 }
 
-std::size_t CopyProof::TryTwin(CardFile& file) {
+std::vector<CopyProof::Twins> CopyProof::FindTwins() {
   std::vector<CardFile>& files = cards_.Files();
-  const auto size = static_cast<Number>(file.file.stamp.size);
+  AlikeFiles keptOnes([&](std::size_t i) -> const ListedFile& { return files[i].file; },
+                      [](std::size_t) { return false; });
   for (std::size_t i = 0; i < files.size(); ++i) {
-    CardFile& twin = files[i];
-    if (&twin == &file || twin.keeping == Keeping::kNot || !twin.isClip ||
-        twin.file.stamp.size != file.file.stamp.size)
-      continue;
-    ListedBytes mine(file.file);
-    ListedBytes theirs(twin.file);
-    // The clip itself is told to be unreadable where it was tried first.
-    if (mine.Why() || theirs.Why()) continue;
-    const std::optional<std::uint64_t> probe = ProbeEnds(mine.Bytes(), size);
-    if (!probe || probe != ProbeEnds(theirs.Bytes(), size)) continue;
-    const Reason why = compare_.Compare({mine.Bytes(), file.file.path, 0},
-                                        {theirs.Bytes(), twin.file.path, 0}, size, nullptr);
-    if (meter_.Stopped()) break;
-    if (why) continue;
-    file.keeping = twin.keeping;
-    return i;
+    if (files[i].isClip && files[i].keeping != Keeping::kNot) keptOnes.Add(i);
   }
-  return files.size();
+  std::vector<Twins> twins;
+  for (std::size_t i = 0; i < files.size() && !meter_.Stopped(); ++i) {
+    CardFile& file = files[i];
+    if (!file.isClip || file.keeping != Keeping::kNot || file.file.stamp.size == 0) continue;
+    const auto twin = FindTwin(file, keptOnes);
+    if (!twin) continue;
+    file.keeping = files[*twin].keeping;
+    twins.push_back({i, *twin});
+  }
+  return twins;
+}
+
+std::optional<std::size_t> CopyProof::FindTwin(const CardFile& file, AlikeFiles& keptOnes) {
+  ListedBytes mine(file.file);
+  // It was told to be unreadable where it was tried first.
+  if (mine.Why()) return std::nullopt;
+  const auto compare = [&](std::size_t index) {
+    const ListedFile& other = cards_.Files()[index].file;
+    ListedBytes theirs(other);
+    if (theirs.Why()) return Likeness::kOther;
+    const Reason why =
+        compare_.Compare({mine.Bytes(), file.file.path, 0}, {theirs.Bytes(), other.path, 0},
+                         static_cast<unsigned long long>(other.stamp.size), nullptr);
+    return why && !meter_.Stopped() ? Likeness::kOther : Likeness::kSame;
+  };
+  const std::optional<std::size_t> twin = keptOnes.Find(file.file, mine.Bytes(), compare);
+  return meter_.Stopped() ? std::nullopt : twin;
 }
 
 }  // namespace clipchain

@@ -30,15 +30,12 @@ Findings KeptFiles::Read(const std::vector<std::string>& folders, const CardFile
       // A file of a card is no second copy of itself, and a hidden file may go at any moment.
       if (cards.Has(file.stamp) || IsAnyPartName(NameOf(file.path))) continue;
       byPath_.emplace(file.path, files_.size());
-      bySize_[file.stamp.size].push_back(files_.size());
       if (file.stamp.size == 0) emptyByName_[NameOf(file.path)].push_back(files_.size());
-      files_.push_back({.file = file, .probe = std::nullopt});
+      files_.push_back({.file = file});
     }
   }
   return {};
 }
-
-const std::vector<std::size_t>& KeptFiles::OfSize(long long size) { return bySize_[size]; }
 
 const std::vector<std::size_t>& KeptFiles::EmptyOnesOf(const std::string& name) {
   return emptyByName_[name];

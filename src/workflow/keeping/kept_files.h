@@ -1,7 +1,6 @@
 // Knows the files below folders that may keep what is on cards.
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -19,8 +18,6 @@ namespace clipchain {
 
 struct KeptFile {
   ListedFile file;
-  // Of its beginning and end, once asked for.
-  std::optional<std::uint64_t> probe{};
   // The rest of a sentence that begins with its path: why it keeps nothing, once that is known.
   Reason whyNot{};
   // That proves clips by itself.
@@ -37,8 +34,6 @@ class KeptFiles {
                 const SearchProgress& goOn = {});
 
   std::vector<KeptFile>& Files() { return files_; }
-  // Those of so many bytes.
-  const std::vector<std::size_t>& OfSize(long long size);
   // Empty ones of that name.
   const std::vector<std::size_t>& EmptyOnesOf(const std::string& name);
   // One by its path; null if there is none.
@@ -75,7 +70,6 @@ class KeptFiles {
   std::set<FileIdentity> flushed_;
   FlushedFolders flushedAbove_;
   std::vector<KeptFile> files_;
-  std::map<long long, std::vector<std::size_t>> bySize_;
   std::map<std::string, std::vector<std::size_t>> emptyByName_;
   std::map<std::string, std::size_t> byPath_;
   // Folders, and paths of them.
