@@ -172,6 +172,22 @@ def check_join(tool, source, folder):
     whole[whole.rindex(b"chpl") + 4 + 9 + 7] ^= 1
     result.write_bytes(whole)
     run(tool, "join", card, "-o", out, code=3)
+    # A title is a part of the result, too; what verify would not take join does not either.
+    titled = bytearray(whole)
+    titled[titled.rindex(b"chpl") + 4 + 9 + 7] ^= 1
+    result.write_bytes(titled)
+    require("1 already there" in run(tool, "join", card, "-o", out), "the result as it was")
+    titled[titled.rindex(b"clip2")] ^= 32
+    result.write_bytes(titled)
+    run(tool, "verify", card, "--against", out, code=3)
+    require("chapter" in run(tool, "join", card, "-o", out, code=3), "another title is the clip's")
+    # Where an archive keeps the titles the clips may have other names; the first one names the result.
+    kept = folder / "kept titles"
+    run(tool, "join", card, "-o", kept, "--chapters", "--originals")
+    for clip in sorted(card.iterdir())[1:]:
+        clip.rename(card / ("renamed " + clip.name))
+    run(tool, "verify", card, "--against", kept)
+    require("1 already there" in run(tool, "join", card, "-o", kept), "the archive is not asked")
     bare = folder / "bare"
     run(tool, "join", card, "-o", bare)
     run(tool, "join", card, "-o", bare, "--chapters", code=3)

@@ -15,6 +15,7 @@
 #include "workflow/boxes/top_level.h"
 #include "workflow/checks/fitted_clips.h"
 #include "workflow/joining/join_run.h"
+#include "workflow/joining/result_fitting.h"
 #include "workflow/merging/fitting_of.h"
 #include "workflow/merging/leftover_findings.h"
 #include "workflow/merging/result_chapters.h"
@@ -337,11 +338,15 @@ Findings VerifyOutput(const Job& job, const Progress& progress, const Fitting& f
   if (const Reason wrong = boxes.Read(bytes))
     return {MakeFinding(Message::kResultDamaged, job.output, *wrong, kLook)};
   const Fit* const needed = isFitted ? fit.get() : nullptr;
+  const std::vector<std::string> titles = ChapterTitlesOf(made, job.inputs);
+  // The bytes would differ, too, which sounds like a disk that loses data.
+  if (made.fitting.chapters && ChapterTitlesIn(bytes) != titles)
+    return {MakeFinding(Message::kOutputDiffers, job.output,
+                        "has no chapters of the names that the clips have", kLook)};
   MergeImage image;
   if (Findings faults = MakeMergeImage({job.inputs, boxes.layout, needed}, image); !faults.empty())
     return faults;
-  return Verify({job.inputs, image, job.output, bytes, true, progress, needed,
-                 ChapterTitlesOf(made, job.inputs)});
+  return Verify({job.inputs, image, job.output, bytes, true, progress, needed, titles});
 }
 
 JoinReport RunJobs(const JoinPlan& plan, const JoinOptions& options, const JobWork& work) {

@@ -33,18 +33,4 @@ std::vector<std::string> ChapterTitlesIn(FileBytes& file) {
   return titles;
 }
 
-Fitting FittingOfResult(const std::string& result, const std::vector<std::string>& clips,
-                        const Fitting& asked) {
-  if (asked.chapters || asked.exact || clips.empty()) return asked;
-  FileBytes file(result);
-  std::vector<std::string> titles = ChapterTitlesIn(file);
-  FileBytes first(clips.front());
-  // A result has what its first clip had: such chapters don't tell how it was merged.
-  if (titles.size() != clips.size() || ChaptersIn(first)) return asked;
-  Fitting fitting = asked;
-  fitting.chapters = true;
-  fitting.titles = std::move(titles);
-  return fitting;
-}
-
 }  // namespace clipchain
