@@ -53,7 +53,8 @@ class Trier {
       return model.records->Walk(window_, attempt_.reference.tracks().size(), {begin, end}, ends,
                                  progress);
     const bool sure = attempt_.media.beginIsSure && begin == attempt_.media.begins.front();
-    return WalkMedia(model, window_, {begin, end, ends, sure}, progress);
+    const bool overrun = attempt_.media.overrun && end == attempt_.media.end;
+    return WalkMedia(model, window_, {begin, end, ends, overrun, sure}, progress);
   }
 
   // The first place where samples begin. A first picture that does not fit the

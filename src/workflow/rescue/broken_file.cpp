@@ -77,6 +77,7 @@ class Walk {
     const bool empty = header.size != 0 && header.size <= header.headerSize;
     media_.end = fits && !empty ? at + header.size : size_;
     media_.ends = fits && !empty && EndsThere(at + header.size);
+    media_.overrun = fits && !empty && !media_.ends;
     media_.cutOff = !fits && header.size != 0;
     AddBegin(media_, body + lead);
     AddBegin(media_, body);

@@ -18,6 +18,8 @@ struct BrokenMedia {
   std::uint64_t end = 0;
   // The media box says so: a sample that ends there ends truly.
   bool ends = false;
+  // It ends inside of the file, and what is behind it is none of a clip's.
+  bool overrun = false;
   // From there to its end the file is zeros.
   std::uint64_t content = 0;
   // The media runs past the end of the file.

@@ -7,6 +7,7 @@
 
 #include "foundation/fourcc.h"
 #include "workflow/rescue/frame_headers.h"
+#include "workflow/rescue/marked_data.h"
 #include "workflow/rescue/sound_decoder.h"
 #include "workflow/rescue/sound_entry.h"
 
@@ -42,6 +43,13 @@ std::uint32_t LargestSample(const ReferenceTrack& track) {
   return sizes.empty() ? track.sizes.uniform : *std::max_element(sizes.begin(), sizes.end());
 }
 
+// As smooth as loud sound, but no sound stays on one side of silence.
+bool IsText(std::span<const unsigned char> bytes) {
+  return std::all_of(bytes.begin(), bytes.end(), [](unsigned char byte) {
+    return (byte >= 0x20 && byte < 0x7F) || (byte >= 0x09 && byte <= 0x0D);
+  });
+}
+
 // Frames that a decoder tells apart.
 class DecodedFrames final : public FrameMethod {
  public:
@@ -52,6 +60,7 @@ class DecodedFrames final : public FrameMethod {
   bool good() const { return decoder_.good(); }
   std::string_view Name() const override { return "decoder"; }
   void Restart() override { atFirst_ = true; }
+  void Taken() override { atFirst_ = false; }
   // Tells what the next frame of the reference begins with: the kind and number of its first
   // element.
   void TakeHead(unsigned char first) {
@@ -87,7 +96,20 @@ class DecodedFrames final : public FrameMethod {
     if (sizes.empty()) return std::nullopt;
     if (BeforeOpening(sizes, bytes) < sizes.size()) return std::nullopt;
     Append(span, sizes);
-    atFirst_ = false;
+    return span;
+  }
+
+  std::optional<SampleSpan> Take(MediaWindow& window, ByteRange range,
+                                 std::uint64_t count) override {
+    const auto there =
+        static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, range.end - range.begin));
+    const unsigned char* bytes = window.At(range.begin, there);
+    if (bytes == nullptr || there == 0) return std::nullopt;
+    auto sizes = decoder_.Begin({bytes, there}, MaySayNothing());
+    if (sizes.size() < count || BeforeOpening(sizes, bytes) < count) return std::nullopt;
+    sizes.resize(static_cast<std::size_t>(count));
+    SampleSpan span;
+    Append(span, sizes);
     return span;
   }
 
@@ -186,6 +208,18 @@ class HeadedFrames final : public FrameMethod {
     return span;
   }
 
+  std::optional<SampleSpan> Take(MediaWindow& window, ByteRange range,
+                                 std::uint64_t count) override {
+    SampleSpan span;
+    while (span.count < count) {
+      const std::uint32_t size = SizeAt(window, range);
+      if (size == 0 || size > range.end - range.begin) return std::nullopt;
+      Append(span, {size});
+      range.begin += size;
+    }
+    return span;
+  }
+
   // Where the frames end ahead of the bytes, something else begins that nobody
   // confirms; then none of them is sure.
   SampleSpan Begin(MediaWindow& window, ByteRange range, BeginsOther&) override {
@@ -234,6 +268,8 @@ class UniformFrames final : public FrameMethod {
   SampleSpan Begin(MediaWindow& window, ByteRange range, BeginsOther& other) override {
     const std::uint64_t whole = (range.end - range.begin) / size_;
     if (counts_.empty() || whole > Largest() * kTimesLargest) return {};
+    // Of a few frames nothing tells whether they are smooth.
+    if (whole < kRoughnessFrames && other.At(range.begin) != Answer::kNo) return {};
     const std::uint64_t sure = BeforeOther(range, whole, other);
     if (sure == 0 || !IsSmooth(window, range.begin, sure)) return {};
     return {sure, sure * size_, {}};
@@ -264,6 +300,7 @@ class UniformFrames final : public FrameMethod {
           static_cast<std::size_t>(std::min<std::uint64_t>(kRoughnessFrames, count));
       const unsigned char* bytes = window.At(begin + from * size_, frames * size_);
       if (bytes == nullptr || RoughnessOf(bytes, frames, size_) > roughness_) return false;
+      if (IsText({bytes, frames * size_})) return false;
     }
     return true;
   }
@@ -393,7 +430,7 @@ std::unique_ptr<FrameMethod> MakeFrameMethod(const Reference& reference, std::si
   const bool uniform = size != 0 && size <= kMostSample;
   if (of.descriptions != 1 || of.kind == FourCc("vide")) return nullptr;
   if (of.kind != FourCc("soun"))
-    return uniform ? std::make_unique<PlacedSamples>(size, counts) : nullptr;
+    return uniform ? std::make_unique<PlacedSamples>(size, counts) : MakeMarkedData(reference, of);
   const StreamDescription stream = DescribeStream(of.entry);
   // MPEG-4 audio, and the profiles of MPEG-2 AAC (ISO/IEC 14496-1, objectTypeIndication).
   if (of.entryType == FourCc("mp4a") &&

@@ -29,8 +29,18 @@ class FrameMethod {
   // To be called before a walk through media: what comes next is the track's
   // first sample.
   virtual void Restart() {}
+  // The samples that were found last are the track's next ones.
+  virtual void Taken() {}
   // The samples that fill that part of the file exactly; nothing if none do.
   virtual std::optional<SampleSpan> Fill(MediaWindow& window, ByteRange range) = 0;
+  // So many samples at the beginning of that part, whose ends are sure; nothing if there are fewer.
+  // Of samples that begin with a mark there are as many as follow one another.
+  virtual std::optional<SampleSpan> Take(MediaWindow&, ByteRange, std::uint64_t) {
+    return std::nullopt;
+  }
+  // Bytes that each sample begins with, which IsMark() knows; 0: none.
+  virtual std::size_t MarkSize() const { return 0; }
+  virtual bool IsMark(const unsigned char*) const { return false; }
   // The samples at the beginning of a part that was cut, which is shorter than
   // it was: those whose ends are sure.
   virtual SampleSpan Begin(MediaWindow& window, ByteRange range, BeginsOther& other) = 0;

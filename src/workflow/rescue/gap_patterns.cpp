@@ -21,6 +21,8 @@ void AddOnce(std::vector<Value>& values, const Value& value) {
 
 void GapPatterns::Learn(const Reference& reference, std::optional<std::size_t> anchor) {
   counts_.resize(reference.tracks().size());
+  longest_.resize(reference.tracks().size());
+  longestFirst_.resize(reference.tracks().size());
   Gap gap;
   gap.atBegin = true;
   std::uint64_t last = 0;
@@ -59,8 +61,11 @@ void GapPatterns::Learn(const Reference& reference, std::optional<std::size_t> a
 
 GapPattern* GapPatterns::TakeGap(const Gap& gap) {
   largest_ = std::max(largest_, gap.bytes);
-  for (std::size_t i = 0; i < gap.tracks.size(); ++i)
+  for (std::size_t i = 0; i < gap.tracks.size(); ++i) {
     AddOnce(counts_[gap.tracks[i]], gap.counts[i]);
+    std::uint64_t& longest = Longest(gap.atBegin)[gap.tracks[i]];
+    longest = std::max(longest, gap.counts[i]);
+  }
   auto found = std::find_if(patterns_.begin(), patterns_.end(), [&](const GapPattern& pattern) {
     return pattern.tracks == gap.tracks && pattern.atBegin == gap.atBegin;
   });
@@ -78,6 +83,10 @@ GapPattern* GapPatterns::TakeGap(const Gap& gap) {
 
 std::vector<std::uint64_t> GapPatterns::CountsOf(std::size_t track) const { return counts_[track]; }
 
+std::uint64_t GapPatterns::MostOf(std::size_t track, bool atBegin) const {
+  return (atBegin ? longestFirst_ : longest_)[track];
+}
+
 std::optional<std::size_t> GapPatterns::FirstTrack(bool atBegin) const {
   std::optional<std::size_t> first;
   for (const GapPattern& pattern : patterns_) {
@@ -88,63 +97,125 @@ std::optional<std::size_t> GapPatterns::FirstTrack(bool atBegin) const {
   return first;
 }
 
+std::optional<std::uint64_t> GapPatterns::LeastFollowed(bool atBegin) const {
+  std::optional<std::uint64_t> least;
+  for (const GapPattern& pattern : patterns_) {
+    if (pattern.atBegin != atBegin || pattern.tracks.size() < 2) continue;
+    for (const auto& counts : pattern.counts)
+      least = std::min(least.value_or(counts.front()), counts.front());
+  }
+  return least;
+}
+
 namespace {
 
 using Pieces = std::vector<GapPiece>;
 
 class Solver {
  public:
-  Solver(const FrameMethods& methods, MediaWindow& window, ByteRange gap)
-      : methods_(methods), window_(window), gap_(gap) {}
+  Solver(const GapRules& rules, MediaWindow& window, ByteRange gap)
+      : rules_(rules), methods_(rules.methods), window_(window), gap_(gap) {}
 
   bool HasMethods(const GapPattern& pattern) const {
     return std::all_of(pattern.tracks.begin(), pattern.tracks.end(),
                        [&](std::size_t track) { return methods_[track] != nullptr; });
   }
 
-  std::optional<Pieces> Solve(const GapPattern& pattern) {
+  // Each way that there is; the first one where all must be the same.
+  std::vector<Pieces> Solve(const GapPattern& pattern) {
+    std::vector<Pieces> ways;
     if (pattern.tracks.size() == 1) {
       auto span = methods_[pattern.tracks[0]]->Fill(window_, gap_);
-      if (!span) return std::nullopt;
-      return Pieces{{pattern.tracks[0], gap_.begin, std::move(*span)}};
+      if (span) Keep({{pattern.tracks[0], gap_.begin, std::move(*span)}}, ways);
+      return ways;
     }
     for (const auto& counts : pattern.counts) {
-      if (auto pieces = SolveWith(pattern, counts)) return pieces;
+      if (auto pieces = SolveWith(pattern, counts)) Keep(std::move(*pieces), ways);
+      if (!ways.empty() && !HasAlike(pattern)) break;
     }
-    return std::nullopt;
+    return ways;
+  }
+
+  // Whether it has pieces that look like those of another track.
+  bool HasAlike(const GapPattern& pattern) const {
+    return std::any_of(pattern.tracks.begin(), pattern.tracks.end(),
+                       [&](std::size_t track) { return rules_.order.Has(track); });
   }
 
  private:
+  bool IsUniform(std::size_t track) const { return methods_[track]->UniformSize() != 0; }
+
   std::uint64_t UniformBytes(std::size_t track, std::uint64_t count) const {
     return std::uint64_t{methods_[track]->UniformSize()} * count;
   }
 
-  // At most one part has samples of different sizes; it takes what the others
-  // leave.
+  void Keep(Pieces pieces, std::vector<Pieces>& ways) const {
+    std::vector<std::uint64_t> samples;
+    for (const TrackHarvest& track : rules_.found) samples.push_back(track.samples);
+    for (const GapPiece& piece : pieces) {
+      samples[piece.track] += piece.span.count;
+      if (rules_.order.Has(piece.track) && !rules_.order.MayEnd(piece.track, samples)) return;
+    }
+    ways.push_back(std::move(pieces));
+  }
+
   std::optional<Pieces> SolveWith(const GapPattern& pattern,
                                   const std::vector<std::uint64_t>& counts) {
-    std::uint64_t known = 0;
-    std::size_t open = 0;
-    for (std::size_t i = 0; i < counts.size(); ++i) {
-      known += UniformBytes(pattern.tracks[i], counts[i]);
-      if (methods_[pattern.tracks[i]]->UniformSize() == 0) ++open;
-    }
-    const std::uint64_t bytes = gap_.end - gap_.begin;
-    if (open > 1 || known > bytes || (open == 0 && known != bytes)) return std::nullopt;
     Pieces pieces;
     std::uint64_t at = gap_.begin;
     for (std::size_t i = 0; i < counts.size(); ++i) {
-      const std::size_t track = pattern.tracks[i];
-      std::uint64_t size = UniformBytes(track, counts[i]);
-      if (methods_[track]->UniformSize() == 0) size = bytes - known;
-      auto span = methods_[track]->Fill(window_, {at, at + size});
+      auto span = PieceAt(pattern, counts, i, at);
       if (!span) return std::nullopt;
-      pieces.push_back({track, at, std::move(*span)});
-      at += size;
+      pieces.push_back({pattern.tracks[i], at, std::move(*span)});
+      at += pieces.back().span.bytes;
     }
+    if (at != gap_.end) return std::nullopt;
     return pieces;
   }
 
+  std::optional<SampleSpan> PieceAt(const GapPattern& pattern,
+                                    const std::vector<std::uint64_t>& counts, std::size_t i,
+                                    std::uint64_t at) {
+    const std::size_t track = pattern.tracks[i];
+    FrameMethod& method = *methods_[track];
+    const std::uint64_t left = gap_.end - at;
+    if (IsUniform(track)) {
+      const std::uint64_t size = UniformBytes(track, counts[i]);
+      if (size > left) return std::nullopt;
+      return method.Fill(window_, {at, at + size});
+    }
+    if (method.MarkSize() != 0) return method.Take(window_, {at, gap_.end}, left);
+    std::uint64_t behind = 0;
+    std::size_t next = i + 1;
+    for (; next < counts.size() && IsUniform(pattern.tracks[next]); ++next)
+      behind += UniformBytes(pattern.tracks[next], counts[next]);
+    // It takes what the others leave.
+    if (next == counts.size()) {
+      if (behind > left) return std::nullopt;
+      return method.Fill(window_, {at, gap_.end - behind});
+    }
+    const FrameMethod& following = *methods_[pattern.tracks[next]];
+    if (following.MarkSize() != 0) return UpToMark(method, following, at, behind);
+    return method.Take(window_, {at, gap_.end}, counts[i]);
+  }
+
+  // What fills the part in front of a mark, and of so many bytes in front of that.
+  std::optional<SampleSpan> UpToMark(FrameMethod& method, const FrameMethod& following,
+                                     std::uint64_t at, std::uint64_t between) {
+    constexpr int kMostMarks = 8;
+    const std::size_t size = following.MarkSize();
+    int marks = 0;
+    for (std::uint64_t mark = at + between + 1; mark + size <= gap_.end; ++mark) {
+      const unsigned char* bytes = window_.At(mark, size);
+      if (bytes == nullptr) break;
+      if (!following.IsMark(bytes)) continue;
+      if (auto span = method.Fill(window_, {at, mark - between})) return span;
+      if (++marks == kMostMarks) break;
+    }
+    return std::nullopt;
+  }
+
+  const GapRules& rules_;
   const FrameMethods& methods_;
   MediaWindow& window_;
   ByteRange gap_;
@@ -157,7 +228,7 @@ bool IsOfPackets(const GapPattern& pattern, std::uint64_t count) {
   constexpr std::uint64_t kLeastPacket = 64;
   constexpr std::uint64_t kMostPackets = 16;
   constexpr std::uint64_t kEnough = 8;
-  return pattern.times >= kEnough && pattern.step >= kLeastPacket && pattern.step < pattern.most &&
+  return pattern.times >= kEnough && pattern.step >= kLeastPacket &&
          pattern.most / pattern.step <= kMostPackets && count <= pattern.most + pattern.step &&
          count % pattern.step == 0;
 }
@@ -192,27 +263,28 @@ bool IsSame(const Pieces& a, const Pieces& b) {
 }  // namespace
 
 // Samples that a decoder or a header confirms fill a gap by no accident. Those
-// of constant size do so easily, and count only where there is one way.
-std::optional<std::vector<GapPiece>> SolveGap(const GapPatterns& patterns,
-                                              const FrameMethods& methods, MediaWindow& window,
+// of constant size do so easily, and count only where there is one way; so do pieces that look like
+// those of another track.
+std::optional<std::vector<GapPiece>> SolveGap(const GapRules& rules, MediaWindow& window,
                                               ByteRange gap, GapPlace place) {
   const bool atBegin = place != GapPlace::kInside && place != GapPlace::kEnd;
   const bool ends = place == GapPlace::kEnd || place == GapPlace::kAll;
-  Solver solver(methods, window, gap);
-  std::optional<Pieces> uniform;
+  Solver solver(rules, window, gap);
+  std::optional<Pieces> only;
   bool several = false;
-  for (const GapPattern& pattern : patterns.all()) {
+  for (const GapPattern& pattern : rules.patterns.all()) {
     if (pattern.atBegin != atBegin || !solver.HasMethods(pattern)) continue;
-    auto pieces = solver.Solve(pattern);
-    if (!pieces) continue;
-    if (!SaysNothing(pattern, methods)) return pieces;
-    // Nothing but the reference's own numbers speaks for samples of constant size, unless the media
-    // ends with them.
-    if (!ends && !HasCountsOf(pattern, *pieces)) continue;
-    several = several || (uniform && !IsSame(*uniform, *pieces));
-    if (!uniform) uniform = std::move(pieces);
+    const bool isUniform = SaysNothing(pattern, rules.methods);
+    for (Pieces& pieces : solver.Solve(pattern)) {
+      if (!isUniform && !solver.HasAlike(pattern)) return std::move(pieces);
+      // Nothing but the reference's own numbers speaks for samples of constant size, unless the
+      // media ends with them.
+      if (isUniform && !ends && !HasCountsOf(pattern, pieces)) continue;
+      several = several || (only && !IsSame(*only, pieces));
+      if (!only) only = std::move(pieces);
+    }
   }
-  return several ? std::nullopt : uniform;
+  return several ? std::nullopt : only;
 }
 
 }  // namespace clipchain::rescue

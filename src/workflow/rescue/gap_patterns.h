@@ -10,6 +10,7 @@
 #include "workflow/rescue/frame_methods.h"
 #include "workflow/rescue/harvest.h"
 #include "workflow/rescue/reference.h"
+#include "workflow/rescue/sound_order.h"
 
 namespace clipchain::rescue {
 
@@ -39,9 +40,15 @@ class GapPatterns {
   // The numbers of samples that pieces of a track have, without that of the
   // last piece, which may be shorter.
   std::vector<std::uint64_t> CountsOf(std::size_t track) const;
+  // Samples of the longest piece of a track between pictures or behind the last one, or of the
+  // longest in front of the first one.
+  std::uint64_t MostOf(std::size_t track, bool atBegin) const;
   // The track that every gap begins with, or every first one; nothing where
   // they differ.
   std::optional<std::size_t> FirstTrack(bool atBegin) const;
+  // The fewest samples of a piece that a gap begins with and that a piece of another track follows;
+  // nothing where none does.
+  std::optional<std::uint64_t> LeastFollowed(bool atBegin) const;
 
  private:
   struct Gap {
@@ -51,10 +58,13 @@ class GapPatterns {
     bool atBegin = false;
   };
   GapPattern* TakeGap(const Gap& gap);
+  std::vector<std::uint64_t>& Longest(bool atBegin) { return atBegin ? longestFirst_ : longest_; }
 
   std::vector<GapPattern> patterns_;
   // By track.
   std::vector<std::vector<std::uint64_t>> counts_;
+  std::vector<std::uint64_t> longest_;
+  std::vector<std::uint64_t> longestFirst_;
   std::uint64_t largest_ = 0;
 };
 
@@ -80,10 +90,18 @@ enum class GapPlace {
   kDoubtfulBegin,
 };
 
+// What is known of a clip when one of its gaps is to be filled.
+struct GapRules {
+  const GapPatterns& patterns;
+  const FrameMethods& methods;
+  const SoundOrder& order;
+  // That were found of each track.
+  const std::vector<TrackHarvest>& found;
+};
+
 // The pieces that fill a gap exactly, by one of the patterns; nothing if none
 // does, or if two do that nothing tells apart.
-std::optional<std::vector<GapPiece>> SolveGap(const GapPatterns& patterns,
-                                              const FrameMethods& methods, MediaWindow& window,
+std::optional<std::vector<GapPiece>> SolveGap(const GapRules& rules, MediaWindow& window,
                                               ByteRange gap, GapPlace place);
 
 }  // namespace clipchain::rescue

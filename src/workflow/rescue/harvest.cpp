@@ -4,6 +4,13 @@
 
 namespace clipchain::rescue {
 
+void SampleSpan::Shorten(std::uint64_t most) {
+  for (; count > most; --count) {
+    bytes -= sizes.back();
+    sizes.pop_back();
+  }
+}
+
 void Harvest::Add(std::size_t track, std::uint64_t position, const SampleSpan& span) {
   if (span.count == 0) return;
   TrackHarvest& of = tracks[track];

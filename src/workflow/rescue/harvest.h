@@ -21,6 +21,9 @@ struct SampleSpan {
   std::uint64_t count = 0;
   std::uint64_t bytes = 0;
   std::vector<std::uint32_t> sizes;
+
+  // Leaves no more than the first ones, which have a size each.
+  void Shorten(std::uint64_t most);
 };
 
 // What tells times and sync flags of a picture.

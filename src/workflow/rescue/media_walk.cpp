@@ -85,6 +85,7 @@ class Walk {
   bool IsAnchor(std::uint64_t position);
   void End();
   void TakeTail();
+  std::uint64_t MostAtEnd(std::size_t track) const;
   bool TooMuchWork() const {
     return units_.Work() + window_.Work() - before_ >
            (range_.end - range_.begin) * kTimesMedia + kSpareWork;
@@ -109,6 +110,8 @@ class Walk {
   SoundClock clock_;
   // What was found between the last two pictures, if anything.
   std::optional<ByteRange> gap_;
+  // A whole picture stands between the position and the end.
+  bool parted_ = false;
   // Another recording follows.
   bool over_ = false;
   // The picture that was found last, at a place that may have to be asked for
@@ -199,10 +202,12 @@ bool Walk::CrossGap() {
   }
   constexpr int kMostTries = 8;
   const std::uint64_t limit = SearchLimit();
+  parted_ = false;
   if (CrossByCounts(limit)) return true;
   auto anchor = NextAnchor(position_ + 1, limit);
   for (int tries = 0; anchor && tries < kMostTries; ++tries) {
     if (CrossTo(*anchor)) return true;
+    parted_ = parted_ || (next_ && next_->position == *anchor && !next_->cut);
     anchor = NextAnchor(*anchor + 1, limit);
   }
   return range_.ends && range_.end <= limit && CrossTo(range_.end);
@@ -211,13 +216,19 @@ bool Walk::CrossGap() {
 bool Walk::CrossTo(std::uint64_t end) {
   GapPlace place = range_.beginIsSure ? GapPlace::kBegin : GapPlace::kDoubtfulBegin;
   if (!AtBegin()) place = GapPlace::kInside;
-  const bool ends = (range_.ends && end == range_.end) || AtMovie(end);
+  // With a picture inside, what reaches to the end is no sound of which nothing but the end is
+  // known.
+  const bool ends = !parted_ && ((range_.ends && end == range_.end) || AtMovie(end));
   if (ends && place != GapPlace::kDoubtfulBegin)
     place = AtBegin() ? GapPlace::kAll : GapPlace::kEnd;
-  const auto pieces = SolveGap(model_.patterns, model_.methods, window_, {position_, end}, place);
+  const auto pieces = SolveGap({model_.patterns, model_.methods, model_.order, harvest_.tracks},
+                               window_, {position_, end}, place);
   if (!pieces) return false;
   Commit();
-  for (const GapPiece& piece : *pieces) harvest_.Add(piece.track, piece.position, piece.span);
+  for (const GapPiece& piece : *pieces) {
+    harvest_.Add(piece.track, piece.position, piece.span);
+    model_.methods[piece.track]->Taken();
+  }
   gap_ = {position_, end};
   position_ = end;
   return true;
@@ -282,6 +293,18 @@ void Walk::End() {
   harvest_.AddUnknown(pending_ ? pending_->position : position_, range_.end);
 }
 
+// The most samples of the track that the media can end with. The last piece of a recording may be
+// longer than any other, where the pictures ended ahead of the sound, unless it is known that
+// something else follows; and where pieces of other tracks follow only as many are certain as the
+// shortest one has.
+std::uint64_t Walk::MostAtEnd(std::size_t track) const {
+  constexpr std::uint64_t kTimesMost = 4;
+  const std::uint64_t most = model_.patterns.MostOf(track, AtBegin());
+  if (const auto followed = model_.patterns.LeastFollowed(AtBegin()))
+    return std::min(most, *followed);
+  return range_.overrun ? most : most * kTimesMost;
+}
+
 // What is left is the beginning of a gap that was cut: it counts as far as its
 // samples are sure, and then the picture in front of it does, too.
 void Walk::TakeTail() {
@@ -289,10 +312,20 @@ void Walk::TakeTail() {
   if (!model_.video && range_.ends && CrossTo(range_.end)) return;
   const auto track = model_.patterns.FirstTrack(AtBegin());
   if (!track || model_.methods[*track] == nullptr) return;
+  FrameMethod& method = *model_.methods[*track];
   const bool bounded = model_.video.has_value();
-  if (bounded && range_.end - position_ > model_.patterns.largest() * 2 + kRoom) return;
+  ByteRange range{position_, range_.end};
+  const std::uint64_t bytes = range.end - range.begin;
+  if (bounded && bytes > model_.patterns.largest() * 2 + kRoom) return;
+  const std::uint64_t most = MostAtEnd(*track);
+  if (bounded && method.UniformSize() != 0) {
+    // Nothing in such samples says where they end: what is longer holds something else, too.
+    if (bytes > most * method.UniformSize() + units_.Lookahead()) return;
+    range.end = std::min(range.end, range.begin + most * method.UniformSize());
+  }
   PictureGuard guard(window_, bounded ? &units_ : nullptr, range_.end);
-  const SampleSpan span = model_.methods[*track]->Begin(window_, {position_, range_.end}, guard);
+  SampleSpan span = method.Begin(window_, range, guard);
+  if (model_.order.Has(*track)) span.Shorten(most);
   if (span.count == 0) return;
   Commit();
   harvest_.Add(*track, position_, span);

@@ -16,6 +16,8 @@ struct WalkRange {
   std::uint64_t end = 0;
   // A sample that ends there ends truly.
   bool ends = false;
+  // Behind it the file goes on with what is none of the clip's.
+  bool overrun = false;
   // A sample begins at its begin, and is no guess.
   bool beginIsSure = true;
 };

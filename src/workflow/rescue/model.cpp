@@ -145,6 +145,13 @@ void Learner::MakeMethods() {
                                  ? nullptr
                                  : MakeFrameMethod(reference_, i, model_.patterns.CountsOf(i)));
   }
+  std::vector<std::size_t> alike;
+  for (std::size_t i = 0; i < model_.methods.size(); ++i) {
+    const auto& method = model_.methods[i];
+    const bool sound = reference_.tracks()[i].kind == FourCc("soun");
+    if (sound && method != nullptr && method->UniformSize() == 0) alike.push_back(i);
+  }
+  model_.order.Learn(reference_, std::move(alike));
 }
 
 WalkRange Learner::TriedRange() const {

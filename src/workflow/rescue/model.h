@@ -26,6 +26,7 @@ struct Model {
   UnitHabits habits;
   FrameMethods methods;
   GapPatterns patterns;
+  SoundOrder order;
   std::vector<SoundLead> leads;
   // The reference's own, the first ones.
   std::vector<PictureFacts> pictures;

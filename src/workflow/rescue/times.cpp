@@ -20,6 +20,9 @@ constexpr Rule kSyncRules[] = {
     [](const PictureFacts& facts) { return facts.holdsSets; },
     [](const PictureFacts& facts) { return facts.intra; }};
 
+// How many rules say the same of most clips, but of different places in others.
+constexpr std::size_t kAlikeRules = 3;
+
 // Whether the rule gives the reference's own table, as far as its pictures were
 // read.
 bool Reproduces(Rule rule, const ReferenceTrack& track, const Pictures& seen) {
@@ -35,9 +38,13 @@ bool Reproduces(Rule rule, const ReferenceTrack& track, const Pictures& seen) {
 void MakeSync(const ReferenceTrack& track, const Pictures& seen, const TrackHarvest& found,
               TrackTimes& made) {
   if (!track.hasSyncTable) return;
+  const std::size_t syncs = track.syncSamples.size();
   Rule rule = nullptr;
-  for (const Rule candidate : kSyncRules) {
-    if (rule == nullptr && !seen.empty() && Reproduces(candidate, track, seen)) rule = candidate;
+  for (std::size_t i = 0; i < std::size(kSyncRules) && !seen.empty(); ++i) {
+    // Of a reference that starts anew at its first picture alone the first rules say the same: then
+    // the widest of them tells where this one does.
+    const bool isOpen = rule == nullptr || (i < kAlikeRules && syncs == 1);
+    if (isOpen && Reproduces(kSyncRules[i], track, seen)) rule = kSyncRules[i];
   }
   made.syncEstimated = rule == nullptr;
   // Playing can surely start there; a place too few does less harm than a wrong one.
@@ -98,6 +105,14 @@ class Shown {
   std::int64_t baseOrder_ = 0;
 };
 
+// Of a part of a recording: pictures that follow its first one and are shown ahead of it.
+std::int64_t Leading(const Pictures& pictures) {
+  std::int64_t count = 0;
+  for (std::size_t i = 1; i < pictures.size() && !pictures[i].setsBack; ++i)
+    count += pictures[i].order < pictures[0].order;
+  return count;
+}
+
 struct OffsetRule {
   std::int64_t perStep = 2;
   std::int64_t constant = 0;
@@ -123,7 +138,7 @@ std::optional<OffsetRule> LearnOffsets(const ReferenceTrack& track, std::uint32_
           run < track.offsets.size() && shown.Next(seen[i]) + constant == track.offsets[run].offset;
       ++inRun;
     }
-    if (all) return OffsetRule{perStep, constant};
+    if (all) return OffsetRule{perStep, constant - step * Leading(seen)};
   }
   return std::nullopt;
 }
@@ -134,18 +149,23 @@ void MakeOffsets(const ReferenceTrack& track, const Pictures& seen, const TrackH
   const bool constant =
       std::all_of(track.offsets.begin(), track.offsets.end(),
                   [&](const OffsetRun& run) { return run.offset == track.offsets[0].offset; });
-  if (constant || found.pictures.empty()) {
+  if (found.pictures.empty()) {
     made.offsetsEstimated = !constant;
     AppendOffset(made.offsets, found.samples, track.offsets[0].offset);
     return;
   }
   const std::uint32_t step = RegularStep(track.times).value_or(MedianStep(track.times));
   const auto rule = LearnOffsets(track, step, seen);
+  if (constant && !rule) {
+    AppendOffset(made.offsets, found.samples, track.offsets[0].offset);
+    return;
+  }
   made.offsetsEstimated = !rule.has_value();
   const OffsetRule used = rule.value_or(OffsetRule{2, track.offsets[0].offset});
+  const std::int64_t first = used.constant + step * Leading(found.pictures);
   Shown shown(step, used.perStep);
   for (const PictureFacts& facts : found.pictures) {
-    AppendOffset(made.offsets, 1, shown.Next(facts) + used.constant);
+    AppendOffset(made.offsets, 1, shown.Next(facts) + first);
   }
 }
 

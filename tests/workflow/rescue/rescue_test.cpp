@@ -393,10 +393,11 @@ class LearnedPieces {
     methods_[1] = std::make_unique<FourBytes>();
     return std::nullopt;
   }
+  const rescue::GapPatterns& patterns() const { return patterns_; }
   // Whether so many samples fill a piece between two pictures.
   bool Fill(std::uint64_t samples) {
     rescue::MediaWindow window(reference_.file());
-    return rescue::SolveGap(patterns_, methods_, window, {100, 100 + samples * 4},
+    return rescue::SolveGap({patterns_, methods_, order_, found_}, window, {100, 100 + samples * 4},
                             rescue::GapPlace::kInside)
         .has_value();
   }
@@ -405,6 +406,8 @@ class LearnedPieces {
   rescue::Reference reference_;
   rescue::GapPatterns patterns_;
   rescue::FrameMethods methods_ = rescue::FrameMethods(2);
+  rescue::SoundOrder order_;
+  std::vector<rescue::TrackHarvest> found_ = std::vector<rescue::TrackHarvest>(2);
 };
 
 }  // namespace
@@ -421,6 +424,9 @@ TEST(GapPatterns, OfPacketsAreFilledByAnyFewOfThem) {
     WriteFile(path, WithPieces(pieces));
     LearnedPieces learned;
     ASSERT_EQ(std::nullopt, learned.Learn(path));
+    // Those at the end count, too: the recording may end with the longest one.
+    EXPECT_EQ(400u, learned.patterns().MostOf(1, false));
+    EXPECT_EQ(0u, learned.patterns().MostOf(1, true));
     const auto fills = [&learned](std::uint64_t samples) { return learned.Fill(samples); };
     EXPECT_TRUE(fills(300));
     EXPECT_EQ(fills(200), isRegular);

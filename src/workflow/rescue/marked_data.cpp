@@ -1,0 +1,136 @@
+#include "workflow/rescue/marked_data.h"
+
+#include <algorithm>
+#include <optional>
+#include <set>
+#include <vector>
+
+namespace clipchain::rescue {
+
+namespace {
+
+// Of a sample, where what it begins with and its length are looked for.
+constexpr std::size_t kHead = 16;
+// Shorter ones stand in other media by chance.
+constexpr std::size_t kLeastMark = 4;
+// Of fewer samples too much agrees by chance.
+constexpr std::size_t kLeastSamples = 3;
+constexpr std::size_t kMostSamples = 4000;
+
+struct LengthField {
+  std::size_t at = 0;
+  std::size_t width = 0;
+  bool littleEndian = false;
+  // What the size has beyond the length.
+  std::int64_t more = 0;
+
+  std::int64_t SizeOf(const unsigned char* head) const {
+    std::int64_t length = 0;
+    for (std::size_t i = 0; i < width; ++i)
+      length = length << 8 | head[littleEndian ? at + width - 1 - i : at + i];
+    return length + more;
+  }
+};
+
+struct KnownSample {
+  std::vector<unsigned char> head;
+  std::uint32_t size = 0;
+};
+
+std::vector<KnownSample> SamplesOf(const Reference& reference, const ReferenceTrack& track) {
+  std::vector<KnownSample> samples;
+  for (const ChunkPlace& chunk : track.chunks) {
+    std::uint64_t at = chunk.position;
+    for (std::uint32_t i = 0; i < chunk.samples && samples.size() < kMostSamples; ++i) {
+      KnownSample sample{std::vector<unsigned char>(kHead), track.sizes.At(chunk.firstSample + i)};
+      if (sample.size < kHead || !reference.file().Read(at, sample.head.data(), kHead)) return {};
+      at += sample.size;
+      samples.push_back(std::move(sample));
+    }
+  }
+  return samples;
+}
+
+std::optional<LengthField> LearnLength(const std::vector<KnownSample>& samples) {
+  for (const std::size_t width : {4u, 2u}) {
+    for (std::size_t at = 0; at + width <= kHead; ++at) {
+      for (const bool littleEndian : {false, true}) {
+        LengthField field{at, width, littleEndian, 0};
+        field.more = std::int64_t{samples.front().size} - field.SizeOf(samples.front().head.data());
+        const bool all =
+            std::all_of(samples.begin(), samples.end(), [&](const KnownSample& sample) {
+              return field.SizeOf(sample.head.data()) == std::int64_t{sample.size};
+            });
+        if (all) return field;
+      }
+    }
+  }
+  return std::nullopt;
+}
+
+class MarkedData final : public FrameMethod {
+ public:
+  MarkedData(std::vector<unsigned char> mark, LengthField length)
+      : mark_(std::move(mark)), length_(length) {}
+
+  std::string_view Name() const override { return "headers"; }
+  std::size_t MarkSize() const override { return mark_.size(); }
+  bool IsMark(const unsigned char* bytes) const override {
+    return std::equal(mark_.begin(), mark_.end(), bytes);
+  }
+
+  std::optional<SampleSpan> Fill(MediaWindow& window, ByteRange range) override {
+    auto span = Take(window, range, range.end - range.begin);
+    if (span && span->bytes != range.end - range.begin) span.reset();
+    return span;
+  }
+
+  // As many as there are, one behind the other.
+  std::optional<SampleSpan> Take(MediaWindow& window, ByteRange range,
+                                 std::uint64_t most) override {
+    SampleSpan span;
+    while (span.count < most && range.end - range.begin >= kHead) {
+      const unsigned char* bytes = window.At(range.begin, kHead);
+      if (bytes == nullptr || !IsMark(bytes)) break;
+      const std::int64_t size = length_.SizeOf(bytes);
+      if (size < std::int64_t{kHead} || static_cast<std::uint64_t>(size) > range.end - range.begin)
+        return std::nullopt;
+      span.sizes.push_back(static_cast<std::uint32_t>(size));
+      span.bytes += static_cast<std::uint64_t>(size);
+      ++span.count;
+      range.begin += static_cast<std::uint64_t>(size);
+    }
+    if (span.count == 0) return std::nullopt;
+    return span;
+  }
+
+  // Nothing confirms the last one.
+  SampleSpan Begin(MediaWindow&, ByteRange, BeginsOther&) override { return {}; }
+
+ private:
+  std::vector<unsigned char> mark_;
+  LengthField length_;
+};
+
+}  // namespace
+
+std::unique_ptr<FrameMethod> MakeMarkedData(const Reference& reference,
+                                            const ReferenceTrack& track) {
+  const std::vector<KnownSample> samples = SamplesOf(reference, track);
+  std::set<std::uint32_t> sizes;
+  for (const KnownSample& sample : samples) sizes.insert(sample.size);
+  if (samples.size() < kLeastSamples || sizes.size() < 2) return nullptr;
+  std::vector<unsigned char> mark = samples.front().head;
+  for (const KnownSample& sample : samples) {
+    const auto differs = std::mismatch(mark.begin(), mark.end(), sample.head.begin()).first;
+    mark.erase(differs, mark.end());
+  }
+  const bool isZero = std::all_of(mark.begin(), mark.end(), [](auto byte) { return byte == 0; });
+  const auto length = LearnLength(samples);
+  if (mark.size() < kLeastMark || isZero || !length) return nullptr;
+  // The first bytes of a length are alike while samples are small.
+  mark.resize(std::min(mark.size(), std::max(length->at, kLeastMark)));
+  return std::make_unique<MarkedData>(std::move(mark), *length);
+}
+
+}  // namespace clipchain::rescue
