@@ -33,7 +33,8 @@ constexpr unsigned int kJoined[] = {FourCc("stts"), FourCc("ctts"), FourCc("stsz
                                     FourCc("co64"), FourCc("stss"), FourCc("sdtp")};
 
 // What no engine needs to know: how they are joined is not its business.
-constexpr unsigned int kOfSamples[] = {FourCc("cslg"), FourCc("csgp"), FourCc("sbgp"),
+constexpr unsigned int kOfSamples[] = {FourCc("cslg"), FourCc("csgp"), FourCc("saio"),
+                                       FourCc("saiz"), FourCc("sbgp"), FourCc("senc"),
                                        FourCc("sgpd"), FourCc("stps"), FourCc("subs")};
 
 template <std::size_t count>
@@ -104,7 +105,9 @@ RawBox Stripped(const RawBox& box) {
   result.data = IsRawContainer(box.type) ? Bytes() : box.data;
   for (const RawBox& child : box.children) {
     const bool isUnread = IsKnown(child.type) && !IsAmong(kRead, child.type);
-    if (isUnread || (box.type == FourCc("stbl") && IsAmong(kOfSamples, child.type))) continue;
+    const bool isOfSamples = IsAmong(kOfSamples, child.type) &&
+                             (box.type == FourCc("stbl") || box.type == FourCc("trak"));
+    if (isUnread || isOfSamples) continue;
     result.children.push_back(IsKnown(child.type) ? Stripped(child) : child);
   }
   return result;

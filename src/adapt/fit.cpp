@@ -15,6 +15,7 @@
 #include "adapt/kept_boxes.h"
 #include "adapt/long_durations.h"
 #include "adapt/media_places.h"
+#include "adapt/protection.h"
 #include "adapt/sample_descriptions.h"
 #include "adapt/spare_entries.h"
 #include "adapt/top_level.h"
@@ -31,8 +32,8 @@ namespace {
 constexpr std::size_t kOpenedAtOnce = 8;
 
 // In the order in which they see each clip.
-constexpr ClipAdaptation kOfEachClip[] = {AdaptTopLevel, AdaptFragments, AdaptSpareEntries,
-                                          AdaptMediaPlaces, AdaptKeptBoxes};
+constexpr ClipAdaptation kOfEachClip[] = {AdaptTopLevel,     AdaptProtection,  AdaptFragments,
+                                          AdaptSpareEntries, AdaptMediaPlaces, AdaptKeptBoxes};
 
 // In the order in which they see the clips.
 std::vector<std::unique_ptr<Adaptation>> Row(const FitOptions& options, ClipClocks& clocks) {
@@ -40,6 +41,7 @@ std::vector<std::unique_ptr<Adaptation>> Row(const FitOptions& options, ClipCloc
   row.push_back(MakeTrackOrder(options));
   row.push_back(MakeClipTimes(options, clocks));
   row.push_back(MakeJoinedTables());
+  row.push_back(MakeJoinedProtection());
   // Average bit rates are reckoned from all sizes.
   row.push_back(MakeSampleDescriptions());
   row.push_back(MakeDataReferences());

@@ -14,6 +14,7 @@ namespace clipchain {
 namespace {
 
 constexpr const char* kCopyAgain = "copy the clip again from the card";
+constexpr const char* kUnprotected = "merge clips without protection";
 constexpr const char* kRewrap = "rewrap the clip without fragments";
 
 // The one child of that type; null where there is none or more than one.
@@ -50,25 +51,20 @@ bool IsOfUser(const RawBox& box, const UserType& type) {
          std::equal(type.begin(), type.end(), box.data.begin());
 }
 
-// Protects samples (ISO/IEC 23001-7), or says where that protection lies.
-bool IsProtection(const RawBox& box) {
-  return box.type == FourCc("senc") || box.type == FourCc("saiz") || box.type == FourCc("saio") ||
-         IsOfUser(box, kProtection);
-}
-
 // Boxes of a track fragment that go into tables, or say nothing besides them.
 bool IsTaken(const RawBox& box) {
   static constexpr unsigned int kTypes[] = {
       FourCc("tfhd"), FourCc("tfdt"), FourCc("trun"), FourCc("sdtp"), FourCc("sgpd"),
-      FourCc("sbgp"), FourCc("csgp"), FourCc("subs"), FourCc("free"), FourCc("skip")};
+      FourCc("sbgp"), FourCc("csgp"), FourCc("subs"), FourCc("saiz"), FourCc("saio"),
+      FourCc("senc"), FourCc("free"), FourCc("skip")};
   return std::find(std::begin(kTypes), std::end(kTypes), box.type) != std::end(kTypes) ||
          IsOfUser(box, kTimes) || IsOfUser(box, kLaterTimes);
 }
 
 }  // namespace
 
-FragmentedMovie::FragmentedMovie(RawBox movie, std::vector<MediaRange> media)
-    : movie_(std::move(movie)), media_(std::move(media)) {
+FragmentedMovie::FragmentedMovie(RawBox movie, std::vector<MediaRange> media, BytesAt bytesAt)
+    : movie_(std::move(movie)), media_(std::move(media)), bytesAt_(std::move(bytesAt)) {
   std::sort(media_.begin(), media_.end(),
             [](const MediaRange& a, const MediaRange& b) { return a.position < b.position; });
   for (const MediaRange& range : media_) mediaSize_ += range.size;
@@ -109,6 +105,7 @@ bool FragmentedMovie::IsDone(std::optional<FitProblem> problem) {
 std::optional<FitProblem> FragmentedMovie::BeginAll() {
   box_ = "moov";
   for (const RawBox& child : movie_.children) {
+    if (child.type == FourCc("pssh")) systems_.insert(child.data);
     if (child.type != FourCc("trak")) continue;
     if (auto problem = BeginTrack(child)) return problem;
   }
@@ -146,6 +143,10 @@ std::optional<FitProblem> FragmentedMovie::BeginTrack(const RawBox& track) {
     return Damaged(id, "has a track whose " + *why);
   begun.groups.Append(*table, begun.tables.Count());
   begun.subsamples.Append(*table, begun.tables.Count());
+  begun.scheme = ProtectionSchemeOf(track);
+  const ProtectedPart part{*table, &track, begun.tables.Count()};
+  if (const Reason why = AppendProtection(part, begun.scheme, {}, kAnyBytes, begun.protection))
+    return Refused(FitProblemKind::kFragmented, id, "has boxes of protected samples that " + *why);
   return std::nullopt;
 }
 
@@ -153,10 +154,15 @@ std::optional<FitProblem> FragmentedMovie::AddFragment(const RawBox& moof, std::
   box_ = "moof";
   offset_ = static_cast<long long>(position);
   DataPlace place{position, position, true};
+  fragment_ = &moof;
+  fragmentBytes_.clear();
+  fragmentsSize_ += moof.Size();
   for (const RawBox& child : moof.children) {
     if (child.type == FourCc("traf")) {
       if (auto problem = AddTrackFragment(child, place)) return problem;
       place.isFirstTrack = false;
+    } else if (child.type == FourCc("pssh")) {
+      TakeSystem(child);
     } else if (child.type != FourCc("mfhd") && !IsTaken(child)) {
       leftOut_.insert(child.type);
     }
@@ -197,6 +203,7 @@ std::optional<FitProblem> FragmentedMovie::AddTrackFragment(const RawBox& fragme
   if (auto problem = AddRuns(fragment, defaults, base, place, *track)) return problem;
   const std::uint32_t samples = track->tables.Count() - before;
   if (auto problem = TakeTables(fragment, samples, *track)) return problem;
+  if (auto problem = TakeProtection(fragment, samples, base, *track)) return problem;
   return TakeDependencies(fragment, samples, *track);
 }
 
@@ -240,6 +247,7 @@ std::optional<FitProblem> FragmentedMovie::AddRuns(const RawBox& fragment,
                                                    std::uint64_t base, DataPlace& place,
                                                    FragmentedTrack& track) {
   std::uint64_t next = base;
+  runs_.clear();
   for (const RawBox& child : fragment.children) {
     if (child.type != FourCc("trun")) continue;
     const auto run = FragmentRun::Read(child, defaults);
@@ -257,6 +265,7 @@ std::optional<FitProblem> FragmentedMovie::AddRuns(const RawBox& fragment,
     if (run->DataOffset())
       position = base + static_cast<std::uint64_t>(std::int64_t{*run->DataOffset()});
     next = position + size;
+    runs_.push_back(run->Count());
     if (auto problem = CheckData(track, position, size)) return problem;
     if (!track.tables.AppendRun(*run, position, defaults.description)) {
       return Refused(FitProblemKind::kFragmented, track.id,
@@ -296,12 +305,11 @@ std::optional<FitProblem> FragmentedMovie::CheckData(const FragmentedTrack& trac
 std::optional<FitProblem> FragmentedMovie::TakeTables(const RawBox& fragment, std::uint32_t samples,
                                                       FragmentedTrack& track) {
   for (const RawBox& child : fragment.children) {
-    if (IsProtection(child)) {
+    if (IsOfUser(child, kProtection)) {
       FitProblem problem =
           Refused(FitProblemKind::kFragmented, track.id,
-                  "has fragments whose samples are protected (" + Quoted(child.type) +
-                      "), which they say outside of the media");
-      problem.remedy = "merge clips without protection";
+                  "has fragments whose samples are protected by a box of a user's type");
+      problem.remedy = kUnprotected;
       return problem;
     }
     if (!IsTaken(child)) leftOut_.insert(child.type);
@@ -309,6 +317,45 @@ std::optional<FitProblem> FragmentedMovie::TakeTables(const RawBox& fragment, st
   track.groups.AppendFragment(fragment, samples);
   track.subsamples.Append(fragment, samples);
   return std::nullopt;
+}
+
+std::optional<FitProblem> FragmentedMovie::TakeProtection(const RawBox& fragment,
+                                                          std::uint32_t samples, std::uint64_t base,
+                                                          FragmentedTrack& track) {
+  const ProtectedPart part{fragment, nullptr, samples, base, runs_};
+  if (!IsProtectionTold(part)) {
+    track.protection.AddSizes(samples, 0);
+    return std::nullopt;
+  }
+  const bool hasGroups = fragment.Child(FourCc("sgpd")) != nullptr;
+  ProtectionScheme own = hasGroups ? track.scheme : ProtectionScheme();
+  if (hasGroups) own.AddGroups(fragment);
+  // Any number of samples may point at the same bytes, which are copied for each of them.
+  const std::uint64_t most = mediaSize_ + fragmentsSize_;
+  const Reason why = AppendProtection(
+      part, hasGroups ? own : track.scheme,
+      [this](std::uint64_t position, std::uint64_t size) { return BytesOfFile(position, size); },
+      most > track.protection.Size() ? most - track.protection.Size() : 0, track.protection);
+  if (!why) return std::nullopt;
+  FitProblem problem = Refused(FitProblemKind::kFragmented, track.id,
+                               "has a fragment with boxes of protected samples that " + *why);
+  problem.remedy = kUnprotected;
+  return problem;
+}
+
+// It speaks of keys, and holds for the movie wherever it stands.
+void FragmentedMovie::TakeSystem(const RawBox& box) {
+  if (systems_.insert(box.data).second) movie_.children.push_back(box);
+}
+
+Bytes FragmentedMovie::BytesOfFile(std::uint64_t position, std::uint64_t size) {
+  if (fragmentBytes_.empty()) fragment_->Write(fragmentBytes_);
+  const std::uint64_t begin = static_cast<std::uint64_t>(offset_);
+  const std::uint64_t held = fragmentBytes_.size();
+  if (position < begin || position - begin >= held || size > held - (position - begin))
+    return bytesAt_ ? bytesAt_(position, size) : Bytes();
+  const auto from = fragmentBytes_.begin() + static_cast<std::ptrdiff_t>(position - begin);
+  return {from, from + static_cast<std::ptrdiff_t>(size)};
 }
 
 std::optional<FitProblem> FragmentedMovie::TakeDependencies(const RawBox& fragment,
@@ -334,6 +381,7 @@ std::optional<RawBox> FragmentedMovie::Finish() {
     RawBox& table = *SampleTable(child);
     track.groups.Write(table);
     track.subsamples.Write(table);
+    track.protection.Write(child, false);
     leftOut_.insert(track.groups.LeftOut().begin(), track.groups.LeftOut().end());
     if (track.subsamples.IsLeftOut()) leftOut_.insert(FourCc("subs"));
     if (!track.tables.Write(table)) {

@@ -11,8 +11,10 @@
 #include "adapt/fit_clip.h"
 #include "adapt/fit_report.h"
 #include "adapt/fragment_run.h"
+#include "adapt/protection_boxes.h"
 #include "adapt/raw_boxes.h"
 #include "adapt/sample_groups.h"
+#include "adapt/sample_protection.h"
 #include "adapt/subsamples.h"
 #include "adapt/table_builder.h"
 
@@ -27,6 +29,8 @@ struct FragmentedTrack {
   TableBuilder tables;
   SampleGroups groups;
   Subsamples subsamples;
+  ProtectionScheme scheme;
+  SampleProtection protection;
   // When the first sample is decoded, in the track's time scale.
   std::uint64_t origin = 0;
   // What fragments without samples add to the time before the next one.
@@ -38,8 +42,9 @@ struct FragmentedTrack {
 // follow from the boxes without doubt is refused.
 class FragmentedMovie {
  public:
-  // `media` are the bodies of the media boxes.
-  FragmentedMovie(RawBox movie, std::vector<MediaRange> media);
+  // `media` are the bodies of the media boxes. What protected samples need may lie outside of the
+  // fragments, where `bytesAt` reads; without it, it must not.
+  FragmentedMovie(RawBox movie, std::vector<MediaRange> media, BytesAt bytesAt = {});
 
   // Whether the movie itself can be read; a problem says why not. To be asked first.
   [[nodiscard]] bool Begin();
@@ -75,6 +80,10 @@ class FragmentedMovie {
                                       std::uint64_t size);
   std::optional<FitProblem> TakeTables(const RawBox& fragment, std::uint32_t samples,
                                        FragmentedTrack& track);
+  std::optional<FitProblem> TakeProtection(const RawBox& fragment, std::uint32_t samples,
+                                           std::uint64_t base, FragmentedTrack& track);
+  void TakeSystem(const RawBox& box);
+  Bytes BytesOfFile(std::uint64_t position, std::uint64_t size);
   std::optional<FitProblem> TakeDependencies(const RawBox& fragment, std::uint32_t samples,
                                              FragmentedTrack& track);
   FragmentedTrack* TrackOf(std::uint32_t id);
@@ -90,6 +99,16 @@ class FragmentedMovie {
   std::uint64_t used_ = 0;
   std::vector<FragmentedTrack> tracks_;
   std::set<unsigned int> leftOut_;
+  BytesAt bytesAt_;
+  // How many samples each run of the track fragment has.
+  std::vector<std::uint32_t> runs_;
+  // The fragment at work, and its bytes once somebody asked for them.
+  const RawBox* fragment_ = nullptr;
+  Bytes fragmentBytes_;
+  // Of all fragments so far.
+  std::uint64_t fragmentsSize_ = 0;
+  // What was told to the systems that have the keys.
+  std::set<Bytes> systems_;
   // Of which problems tell: where in the file it stands, -1 for the movie.
   std::string box_;
   long long offset_ = -1;

@@ -74,7 +74,9 @@ void AdaptFragments(FitClip& clip, std::size_t index, FitReport& report) {
                   "join the segments behind it into one file, and merge that");
     return;
   }
-  FragmentedMovie fragmented(clip.movie, clip.media);
+  FragmentedMovie fragmented(
+      clip.movie, clip.media,
+      [&clip](std::uint64_t position, std::uint64_t size) { return clip.Read(position, size); });
   FitProblem problem;
   bool isMade = fragmented.Begin();
   if (isMade) isMade = AddAll(clip, fragmented, problem);

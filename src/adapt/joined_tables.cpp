@@ -23,9 +23,6 @@ namespace {
 
 // Say something of each sample, or of pairs of samples, and are not joined.
 constexpr unsigned int kDropped[] = {FourCc("padb"), FourCc("stdp"), FourCc("stsh")};
-// Without them protected samples can't be decrypted (ISO/IEC 23001-7). Their offsets are those of
-// the file, so that they are wrong in a result of one clip too.
-constexpr unsigned int kProtection[] = {FourCc("saiz"), FourCc("saio"), FourCc("senc")};
 constexpr unsigned int kJoined[] = {FourCc("sgpd"), FourCc("sbgp"), FourCc("csgp"),
                                     FourCc("subs"), FourCc("stps"), FourCc("cslg")};
 
@@ -69,7 +66,6 @@ class JoinedTables final : public Adaptation {
   static void TellDropped(const FitClips& clips, std::size_t place, const JoinedTrack& joined,
                           FitReport& report);
   static void AllowDropped(const JoinedTrack& joined, FitReport& report);
-  static bool RefuseProtected(const FitClips& clips, std::size_t place, FitReport& report);
 
   std::vector<JoinedTrack> tracks_;
 };
@@ -105,7 +101,7 @@ void JoinedTables::Adapt(FitClips& clips, FitReport& report) {
     std::vector<RawBox*> tables;
     for (FitClip& clip : clips) tables.push_back(TableAt(clip, place));
     if (std::count(tables.begin(), tables.end(), nullptr) != 0) continue;
-    if (RefuseProtected(clips, place, report) || clips.size() < 2) continue;
+    if (clips.size() < 2) continue;
     // Nothing is made here in proportion to a number that no media backs.
     if (!AreInMedia(clips, tables)) continue;
     for (const FormChange& change : GiveOneForm(tables)) {
@@ -126,21 +122,6 @@ void JoinedTables::TakeSizesOf(const FitClips& clips, const std::vector<RawBox*>
   report.Note(AdaptationKind::kTables, 0, RawTrackId(track),
               "has in its " + RawTrackWords(track) +
                   " samples of one size, which others of another size follow");
-}
-
-bool JoinedTables::RefuseProtected(const FitClips& clips, std::size_t place, FitReport& report) {
-  for (std::size_t i = 0; i < clips.size(); ++i) {
-    const RawBox& track = *TrackAt(clips[i], place);
-    auto types = TypesIn(*SampleTable(track), kProtection);
-    types.merge(TypesIn(track, kProtection));
-    if (types.empty()) continue;
-    report.Refuse(FitProblemKind::kTablesDisagree, i, RawTrackId(track),
-                  "has in its " + RawTrackWords(track) + " samples that are protected by " +
-                      Quoted(types) + ", which says where it lies in this file",
-                  "merge clips without protection");
-    return true;
-  }
-  return false;
 }
 
 void JoinedTables::JoinTrack(FitClips& clips, std::size_t place, FitReport& report) {

@@ -247,7 +247,7 @@ TEST(FragmentedMovie, WhatTheMovieDoesNotAnnounceIsRefused) {
   EXPECT_FALSE(Reading({AnnouncedTrack{}, AnnouncedTrack{}}).Begin());
 }
 
-TEST(FragmentedMovie, ProtectedSamplesAreRefused) {
+TEST(FragmentedMovie, ProtectionOfSamplesThatAreNotProtectedIsRefused) {
   auto reading = Reading({AnnouncedTrack{}});
   ASSERT_TRUE(reading.Begin());
   EXPECT_FALSE(reading.Add(

@@ -136,13 +136,5 @@ TEST_F(JoinedTablesTest, GroupsThatCannotBeReadAreLeftOutAndTold) {
   EXPECT_NE(report_.problems[0].text.find("\"roll\""), std::string::npos);
 }
 
-TEST_F(JoinedTablesTest, ProtectedSamplesAreRefused) {
-  const Bytes protection = FullBox("saiz", 0, 0, {support::U8(8), U32(3)});
-  Join(ThreeSamples({}), ThreeSamples(protection), ThreeSamples({}));
-  ASSERT_EQ(report_.problems.size(), 1u);
-  EXPECT_EQ(report_.problems[0].clip, 1u);
-  EXPECT_TRUE(report_.Refused());
-}
-
 }  // namespace
 }  // namespace clipchain

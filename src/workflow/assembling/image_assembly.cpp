@@ -7,6 +7,7 @@
 #include "foundation/big_endian.h"
 #include "foundation/fourcc.h"
 #include "workflow/assembling/moved_offsets.h"
+#include "workflow/assembling/protection_places.h"
 
 namespace clipchain {
 
@@ -27,6 +28,7 @@ bool ImageAssembly::IsCutOff(const MP4G::CMp4File& input) {
 
 HRESULT ImageAssembly::Take(MP4G::CMp4File& input, const ClipView* view) {
   cutOff_ = cutOff_ || IsCutOff(input);
+  isAdapted_ = isAdapted_ || view != nullptr;
   const bool isInView = view != nullptr && input.mdatSize > 0;
   // Blocks are shared where media lies at the same place modulo a block as in the file of the clip,
   // wherever its view shows it.
@@ -72,7 +74,9 @@ HRESULT ImageAssembly::Finish(Bytes movie, MergeImage& image) {
   image = {};
   image.Add(std::exchange(head_, {}));
   AddMedia(image);
-  if (!layout_.movieInFront) image.Add(std::move(movie));
+  if (layout_.movieInFront) return S_OK;
+  if (isAdapted_) PlaceProtection(movie, image.size);
+  image.Add(std::move(movie));
   return S_OK;
 }
 
@@ -87,6 +91,7 @@ HRESULT ImageAssembly::PutMovieInFront(Bytes movie) {
     const Number moved = placement.Place(firstInFile_, 0) - media_.front().begin;
     RETURN_IF(!MoveOffsets(movie, moved - std::exchange(moved_, moved)), E_BAD_DATA);
   }
+  if (isAdapted_) PlaceProtection(movie, head_.size());
   head_.reserve(head_.size() + movie.size() + behind);
   head_.insert(head_.end(), movie.begin(), movie.end());
   return S_OK;

@@ -64,6 +64,8 @@ class ImageAssembly {
   // Ahead of the media, with the movie box if it stands in front.
   Bytes head_;
   bool cutOff_ = false;
+  // Clips are read through views.
+  bool isAdapted_ = false;
   // By which the movie box in front moves the media.
   unsigned long long moved_ = 0;
 };

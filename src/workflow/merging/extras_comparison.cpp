@@ -12,7 +12,8 @@ namespace clipchain::samples {
 std::optional<WrongTable> ExtrasComparison::Compare(const SampleExtras& clips, Number first,
                                                     Number count, const std::string& path) {
   if (auto wrong = CompareGroups(clips, first, count, path)) return wrong;
-  return CompareSubSamples(clips, first, count, path);
+  if (auto wrong = CompareSubSamples(clips, first, count, path)) return wrong;
+  return CompareProtection(clips.protection, first, count, path);
 }
 
 // The group of the sample at a place, and in `left` no more than how many from there on are in it.
@@ -89,6 +90,55 @@ std::optional<WrongTable> ExtrasComparison::CompareSubSamples(const SampleExtras
   if (subSamples_ == mine.size() || mine[subSamples_].sample >= first + count) return std::nullopt;
   return WrongTable{kPlace, fmt::format("has parts of sample {} that {} does not have",
                                         mine[subSamples_].sample + 1, PrintablePath(path))};
+}
+
+// As with groups, of what is told of the sample at a place.
+std::uint32_t ExtrasComparison::SizeAt(const ToldProtection& told, ProtectionPlace& place,
+                                       Number& left) {
+  while (place.run < told.runs.size() && place.used >= told.runs[place.run].count) {
+    ++place.run;
+    place.used = 0;
+  }
+  if (place.run == told.runs.size()) return 0;
+  left = std::min(left, told.runs[place.run].count - place.used);
+  return told.runs[place.run].size;
+}
+
+std::optional<WrongTable> ExtrasComparison::CompareProtection(const ToldProtection& clips,
+                                                              Number first, Number count,
+                                                              const std::string& path) {
+  constexpr const char* kPlace = "mdia/minf/stbl/saiz";
+  const ToldProtection& ours = ours_.protection;
+  if (ours.wrong) return WrongTable{kPlace, *ours.wrong};
+  if (clips.wrong)
+    return WrongTable{kPlace, fmt::format("can't be compared with {}, which {}",
+                                          PrintablePath(path), *clips.wrong)};
+  ProtectionPlace inClip;
+  for (Number done = 0; done < count;) {
+    Number left = count - done;
+    const std::uint32_t size = SizeAt(ours, protection_, left);
+    const std::uint32_t expected = SizeAt(clips, inClip, left);
+    if (size != expected)
+      return WrongTable{
+          kPlace, fmt::format("tells {} bytes of how sample {} is protected; {} tells {}", size,
+                              first + done + 1, PrintablePath(path), expected)};
+    const auto bytes = static_cast<std::size_t>(left * size);
+    const auto mine = ours.bytes.begin() + static_cast<std::ptrdiff_t>(protection_.byte);
+    const auto theirs = clips.bytes.begin() + static_cast<std::ptrdiff_t>(inClip.byte);
+    const auto end = mine + static_cast<std::ptrdiff_t>(bytes);
+    const auto differs = std::mismatch(mine, end, theirs).first;
+    if (differs != end)
+      return WrongTable{
+          kPlace,
+          fmt::format("tells otherwise than {} how sample {} is protected", PrintablePath(path),
+                      first + done + static_cast<Number>(differs - mine) / size + 1)};
+    for (ProtectionPlace* place : {&protection_, &inClip}) {
+      place->used += left;
+      place->byte += bytes;
+    }
+    done += left;
+  }
+  return std::nullopt;
 }
 
 }  // namespace clipchain::samples

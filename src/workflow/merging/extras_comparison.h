@@ -1,5 +1,5 @@
-// Compares what a track of a result says about samples beside its sample table proper, groups and
-// sub-samples, with what the clips say.
+// Compares what a track of a result says about samples beside its sample table proper, groups,
+// sub-samples and how they are protected, with what the clips say.
 #pragma once
 
 #include <cstddef>
@@ -36,6 +36,14 @@ class ExtrasComparison {
     Number used = 0;
   };
 
+  // The same over what is told of protected samples.
+  struct ProtectionPlace {
+    std::size_t run = 0;
+    Number used = 0;
+    std::size_t byte = 0;
+  };
+
+  static std::uint32_t SizeAt(const ToldProtection& told, ProtectionPlace& place, Number& left);
   static unsigned int GroupAt(const std::vector<GroupRun>& runs, GroupPlace& place, Number& left);
   static void Skip(GroupPlace& place, const std::vector<GroupRun>& runs, Number count);
   std::optional<WrongTable> CompareGroups(const SampleExtras& clips, Number first, Number count,
@@ -43,11 +51,15 @@ class ExtrasComparison {
   std::optional<WrongTable> CompareSubSamples(const SampleExtras& clips, Number first, Number count,
                                               const std::string& path);
 
+  std::optional<WrongTable> CompareProtection(const ToldProtection& clips, Number first,
+                                              Number count, const std::string& path);
+
   const std::set<unsigned int>& dropped_;
   SampleExtras ours_;
   std::map<GroupKey, GroupPlace> places_;
   // Those that were compared.
   std::size_t subSamples_ = 0;
+  ProtectionPlace protection_;
 };
 
 }  // namespace clipchain::samples

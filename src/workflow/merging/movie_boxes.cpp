@@ -44,12 +44,13 @@ bool IsSpace(std::uint32_t type) { return type == FourCc("free") || type == Four
 // What else is compared than byte for byte, or made anew: whether it is there or not.
 bool IsOfMerge(std::uint32_t parent, std::uint32_t type) {
   static const std::set<std::uint32_t> kTables = {
-      FourCc("stsd"), FourCc("stts"), FourCc("ctts"), FourCc("cslg"),
-      FourCc("stsz"), FourCc("stz2"), FourCc("stsc"), FourCc("stco"),
-      FourCc("co64"), FourCc("stss"), FourCc("stps"), FourCc("sdtp"),
-      FourCc("sbgp"), FourCc("csgp"), FourCc("sgpd"), FourCc("subs")};
-  if (parent == FourCc("moov")) return type == FourCc("trak") || type == FourCc("mvex");
-  if (parent == FourCc("trak")) return type == FourCc("edts");
+      FourCc("stsd"), FourCc("stts"), FourCc("ctts"), FourCc("cslg"), FourCc("stsz"),
+      FourCc("stz2"), FourCc("stsc"), FourCc("stco"), FourCc("co64"), FourCc("stss"),
+      FourCc("stps"), FourCc("sdtp"), FourCc("sbgp"), FourCc("csgp"), FourCc("sgpd"),
+      FourCc("subs"), FourCc("saiz"), FourCc("saio"), FourCc("senc")};
+  static const std::set<std::uint32_t> kOfMovie = {FourCc("trak"), FourCc("mvex"), FourCc("pssh")};
+  if (parent == FourCc("moov")) return kOfMovie.count(type) != 0;
+  if (parent == FourCc("trak")) return type == FourCc("edts") || type == FourCc("senc");
   return parent == FourCc("stbl") && kTables.count(type) != 0;
 }
 

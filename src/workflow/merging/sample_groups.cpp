@@ -215,13 +215,16 @@ void ExtrasReader::TakeSubSamples(View body, Number first) {
 bool ReadExtras(const SampleFile& file, const TrackView& track, GroupNames& names,
                 SampleExtras& extras) {
   ExtrasReader reader(names, extras);
+  ProtectionReader protection(file, track, extras.protection);
   Number first = SizeTable(track.table).Count();
   reader.Take(track.table, 0, first, false);
+  protection.Take(track.table, track.body, first, 0);
   std::vector<unsigned char> bytes;
   for (const Fragment& fragment : track.fragments) {
     bytes.resize(fragment.size);
     if (!file.File().Read(fragment.position, bytes.data(), bytes.size())) return false;
     reader.Take(bytes, first, fragment.samples, true);
+    protection.Take(bytes, {}, fragment.samples, fragment.base);
     first += fragment.samples;
   }
   std::sort(extras.subSamples.begin(), extras.subSamples.end(),

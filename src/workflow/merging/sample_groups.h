@@ -1,5 +1,5 @@
 // Reads what a track says about samples beside its sample table proper: groups ("sbgp" with "sgpd",
-// ISO/IEC 14496-12, clause 8.9) and sub-samples ("subs", clause 8.7.7).
+// ISO/IEC 14496-12, clause 8.9), sub-samples ("subs", clause 8.7.7) and how they are protected.
 #pragma once
 
 #include <map>
@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "workflow/merging/sample_protection.h"
 #include "workflow/merging/sample_reader.h"
 
 namespace clipchain::samples {
@@ -48,6 +49,7 @@ struct SampleExtras {
   std::map<GroupKey, std::vector<GroupRun>> groups;
   // By sample.
   std::vector<SubSamples> subSamples;
+  ToldProtection protection;
 };
 
 // All that a track says, tables and fragments. False where a fragment can't be read again.

@@ -7,6 +7,7 @@
 #include <deque>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -96,6 +97,8 @@ class Oracle {
   void CompareLength(const TrackComparison& track, std::size_t index, Seconds pictures);
   void CompareDuration();
   void CompareNext();
+  void AddSystems(std::size_t index, const SampleFile& clip);
+  void CompareSystems();
   Number Longer(std::size_t clip, unsigned int track) const;
 
   void CompareStatedSums();
@@ -116,6 +119,9 @@ class Oracle {
   // What the last clip that knows it says comes next.
   std::optional<std::string> next_;
   std::vector<ExpectedChapter> chapters_;
+  // What the first clip's movie box tells systems that have keys, and what else any clip does.
+  std::vector<std::string> firstSystems_;
+  std::set<std::string> otherSystems_;
   // What the clips' headers state together: of the movies, and of the media of each track.
   Number stated_ = 0;
   std::vector<Number> statedOf_;
@@ -158,6 +164,7 @@ bool Oracle::AddClip(std::size_t index) {
   if (!AddTracks(index, {path, clip, ranges_})) return false;
   if (Adapted()) {
     if (auto next = NextClipOf(clip.Movie())) next_ = std::move(next);
+    AddSystems(index, clip);
     CompareShifts(index, clip);
     NoteChapter(index);
     movieLoose_ += std::abs(StatedBy(clip) - LongestOf(clip));
@@ -319,6 +326,7 @@ void Oracle::Finish() {
   for (std::size_t i = 0; i < tracks_.size(); ++i) CompareLength(tracks_[i], i, pictures);
   CompareDuration();
   CompareNext();
+  CompareSystems();
   // What a list of several parts makes of a moment nobody knows.
   const bool timed = std::all_of(tracks_.begin(), tracks_.end(), [this](const auto& track) {
     return ShowingOf(result_, track.Track()).inARow;
@@ -345,6 +353,25 @@ void Oracle::CompareNext() {
   const auto found = NextClipOf(result_.Movie());
   if (found && found != next_)
     findings_.Differs(0, "moov/uuid", "says that another clip comes next than the last clip says");
+}
+
+void Oracle::AddSystems(std::size_t index, const SampleFile& clip) {
+  if (index == 0) firstSystems_ = clip.Systems();
+  otherSystems_.insert(clip.Systems().begin(), clip.Systems().end());
+  otherSystems_.insert(clip.FragmentSystems().begin(), clip.FragmentSystems().end());
+}
+
+// Those of the first clip's movie box as they are, behind them each other one once.
+void Oracle::CompareSystems() {
+  for (const std::string& system : firstSystems_) otherSystems_.erase(system);
+  const std::vector<std::string>& found = result_.Systems();
+  const std::size_t first = firstSystems_.size();
+  const bool isSame = found.size() == first + otherSystems_.size() &&
+                      std::equal(firstSystems_.begin(), firstSystems_.end(), found.begin()) &&
+                      std::set<std::string>(found.begin() + static_cast<std::ptrdiff_t>(first),
+                                            found.end()) == otherSystems_;
+  if (!isSame)
+    findings_.Differs(0, "moov/pssh", "does not have the boxes of this type that the clips have");
 }
 
 // No track needs to be shown longer than the pictures are. What headers state is as exact as it is

@@ -198,6 +198,7 @@ Reason SampleFile::ReadMovie() {
   rest = movie_;
   while (TakeBox(rest, box)) {
     if (box.type == FourCc("trak")) tracks_.push_back(ReadTrack(box.body));
+    if (box.type == FourCc("pssh")) systems_.emplace_back(box.body.begin(), box.body.end());
   }
   // Fragments name tracks by these; of two alike the first one counts.
   for (std::size_t i = 0; i < tracks_.size(); ++i) byId_.emplace(tracks_[i].id, i);
@@ -238,6 +239,7 @@ bool SampleFile::ReadFragment(const Place& place, View whole) {
   if (!TakeBox(rest, box)) return false;
   View children = box.body;
   while (TakeBox(children, box)) {
+    if (box.type == FourCc("pssh")) fragmentSystems_.emplace_back(box.body.begin(), box.body.end());
     if (box.type == FourCc("traf") && !ReadTrackFragment(place, whole, box.body, after))
       return false;
   }

@@ -143,6 +143,10 @@ class SampleFile {
   Number Duration() const { return duration_; }
   Number Size() const { return size_; }
   const std::vector<TrackView>& Tracks() const { return tracks_; }
+  // Bodies of boxes "pssh" in the movie box; what is told there to systems that have keys may also
+  // stand in fragments.
+  const std::vector<std::string>& Systems() const { return systems_; }
+  const std::vector<std::string>& FragmentSystems() const { return fragmentSystems_; }
   // In the order of the file.
   const std::vector<MediaExtent>& Media() const { return media_; }
 
@@ -175,6 +179,8 @@ class SampleFile {
   Number scale_ = 0;
   Number duration_ = 0;
   std::vector<TrackView> tracks_;
+  std::vector<std::string> systems_;
+  std::vector<std::string> fragmentSystems_;
   std::unordered_map<std::uint32_t, std::size_t> byId_;
 };
 

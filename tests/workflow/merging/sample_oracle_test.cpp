@@ -9,6 +9,7 @@
 #include <map>
 
 #include "adapt/chapter_box.h"
+#include "adapt/protected_boxes.h"
 #include "foundation/com_ptr.h"
 #include "merge/live_merge.h"
 #include "support/clip_shapes.h"
@@ -513,6 +514,48 @@ TEST_F(SampleOracle, KnowsTheGroupOfSamplesOfWhichNothingIsSaid) {
                 "sample 10 in another group");
   ExpectFinding(grouped(both, usual + table(3, 9)), Message::kResultDiffers, "sbgp",
                 "sample 4 in another group");
+}
+
+// One clip of three protected samples, whose bytes "senc" and "saio" tell.
+Bytes ProtectedClip() {
+  using namespace support;
+  constexpr std::uint32_t kMedia = 24;
+  const Bytes tables = FullBox("stts", 0, 0, {U32(1), U32(3), U32(40)}) +
+                       FullBox("stsc", 0, 0, {U32(1), U32(1), U32(3), U32(1)}) +
+                       FullBox("stsz", 0, 0, {U32(1), U32(3)}) +
+                       FullBox("stco", 0, 0, {U32(1), U32(kMedia)}) + ToldSizes({8, 8, 8}) +
+                       FullBox("saio", 1, 0, {U32(1), U64(0)});
+  RawBox movie =
+      ProtectedMovie({ProtectedEntry(8)}, tables, ToldBytes(3, U64(1) + U64(2) + U64(3)));
+  movie.Remove(FourCc("mvex"));
+  Bytes bytes = Box("ftyp", {Text("isom"), U32(0)}) + Box("mdat", {Text("abc")});
+  movie.Write(bytes);
+  const std::size_t told = FindBox(bytes, "senc") + 16;
+  const std::size_t place = FindBox(bytes, "saio");
+  return WithU32(bytes, place + 20, static_cast<std::uint32_t>(told));
+}
+
+TEST_F(SampleOracle, ComparesWhatIsToldOfProtectedSamples) {
+  const Bytes clip = ProtectedClip();
+  Clips({clip});
+  ASSERT_THAT(Look(clip), IsEmpty());
+  const std::size_t told = FindBox(clip, "senc") + 16;
+  const std::size_t sizes = FindBox(clip, "saiz");
+  const std::size_t place = FindBox(clip, "saio");
+  for (const std::size_t at : {told, told + 23})
+    ExpectFinding(Flipped(clip, at), Message::kResultDiffers, "saiz", "is protected");
+  ExpectFinding(Flipped(clip, place + 23), Message::kResultDiffers, "saiz", "elsewhere");
+  ExpectFinding(Flipped(clip, place + 20), Message::kResultDiffers, "saiz", "does not have");
+  ExpectFinding(support::WithU32(clip, sizes + 13, 2), Message::kResultDiffers, "saiz", "");
+  ExpectFinding(Flipped(clip, sizes + 17), Message::kResultDiffers, "saiz", "");
+  ExpectFinding(Flipped(clip, sizes + 4), Message::kResultDiffers, "saiz", "");
+  // Neither box, and one alone.
+  Bytes without = support::WithU32(clip, sizes + 4, FourCc("free"));
+  ExpectFinding(without, Message::kResultDiffers, "saiz", "in a way that can be read");
+  without = support::WithU32(without, place + 4, FourCc("free"));
+  EXPECT_THAT(Look(without), IsEmpty());
+  without = support::WithU32(without, told - 12, FourCc("free"));
+  ExpectFinding(without, Message::kResultDiffers, "saiz", "0 bytes");
 }
 
 TEST_F(SampleOracle, StopsWhenTold) {
