@@ -16,17 +16,26 @@ namespace clipchain {
 
 namespace {
 
-// How clips that stop somewhere are continued by the clock.
+// A moment at which more clips begin tells nothing about which of them follows.
+constexpr std::size_t kMostFollowers = 8;
+
+// How the clips of a card that stop at no limit are continued.
+struct Elsewhere {
+  // How many of them are followed by another clip.
+  std::size_t followed = 0;
+  // Clocks or timecodes show what follows, and not names alone.
+  bool isTimed = false;
+};
+
+// How the clips that stop at one limit are continued.
 struct FollowUps {
-  // At which clips stop at the limit: what looks to two sides makes two clips at each.
+  // At which clips stop there: what looks to two sides makes two clips at each.
   std::size_t moments = 0;
   // Of those: how many are followed by another clip.
   std::size_t followed = 0;
-  // Of those that stop at no limit at all.
-  std::size_t elsewhere = 0;
   // Clocks, timecodes or identities show what follows, and not names alone.
   bool isTimed = false;
-  // The only clips at the limit follow one another by the clock.
+  // The only two clips at the limit follow one another by the clock.
   bool isPair = false;
 };
 
@@ -47,33 +56,39 @@ bool IsTimed(const FamilyCard& card) {
   return card.custom != ClockCustom::kUnknown && card.custom != ClockCustom::kTied;
 }
 
-// The clips that continue a clip by its clock or, where that says nothing, by any sign.
-std::vector<std::size_t> Followers(const Family& family, std::size_t i) {
+std::vector<std::size_t> FollowersByTimecode(const Family& family, std::size_t i) {
+  const auto& timecode = family.Traits(i).timecode;
+  if (!timecode) return {};
+  auto found =
+      ClipsFromTimecode(family, timecode->earliestEnd, timecode->latestEnd, kMostFollowers);
+  std::erase(found, i);
+  return found;
+}
+
+// Under a custom that gives one time to all clips of a recording these have that one, too.
+std::vector<std::size_t> FollowersByName(const Family& family, std::size_t i) {
   const FamilyClip& clip = family.clips[i];
-  const ClockCustom custom = family.CardOf(i).custom;
-  constexpr std::size_t kMost = 8;
+  const bool isOfRecording = family.CardOf(i).custom == ClockCustom::kOne && clip.time;
   std::vector<std::size_t> found;
-  if (custom == ClockCustom::kStart || custom == ClockCustom::kEnd) {
-    if (const auto end = EndOf(clip, custom)) {
-      found = family.clock.at(custom).Near(*end, kMost);
-      std::erase(found, i);
-      return found;
-    }
+  for (const NextClip& next : clip.next) {
+    if (!isOfRecording || family.clips[next.clip].time == clip.time) found.push_back(next.clip);
   }
-  const auto& timecode = clip.traits->timecode;
-  const bool hasCode = timecode && !family.CardOf(i).timecodesAlike;
-  if (hasCode && !IsTimed(family.CardOf(i))) {
-    found = ClipsFromTimecode(family, timecode->earliestEnd, timecode->latestEnd, kMost);
+  return found;
+}
+
+// The clips that continue a clip: by the first sign that says anything, and a clock says most.
+std::vector<std::size_t> Followers(const Family& family, std::size_t i) {
+  const FamilyCard& card = family.CardOf(i);
+  const bool tellsMoments = card.custom == ClockCustom::kStart || card.custom == ClockCustom::kEnd;
+  if (const auto end = EndOf(family.clips[i], card.custom); tellsMoments && end) {
+    std::vector<std::size_t> found = family.clock.at(card.custom).Near(*end, kMostFollowers);
     std::erase(found, i);
     return found;
   }
-  for (const NextClip& next : clip.next) {
-    if (custom != ClockCustom::kOne || !clip.time || family.clips[next.clip].time == clip.time)
-      found.push_back(next.clip);
-  }
-  if (found.empty() && timecode)
-    found = ClipsFromTimecode(family, timecode->earliestEnd, timecode->latestEnd, kMost);
-  return found;
+  const bool hasCode = family.Traits(i).timecode && !card.timecodesAlike;
+  if (hasCode && !IsTimed(card)) return FollowersByTimecode(family, i);
+  std::vector<std::size_t> found = FollowersByName(family, i);
+  return found.empty() ? FollowersByTimecode(family, i) : found;
 }
 
 // Places of values by which some clips of a card belong together and others do not.
@@ -105,20 +120,26 @@ class ValuePlaces {
   std::set<std::string> places_;
 };
 
-// Whether a size that clips share is no limit, for a length is why some of them stop, and the
-// others are as large by chance: half of them stop at whole minutes, or at a length that clips of
-// other sizes stop at, too.
+std::size_t CountBoth(const Limit& limit, const Limit& other) {
+  return static_cast<std::size_t>(
+      std::count_if(limit.clips.begin(), limit.clips.end(),
+                    [&other](std::size_t clip) { return other.Has(clip); }));
+}
+
+// Whether a size that clips share is no limit: a length is why some of them stop, and the others
+// are as large by chance.
 bool IsOfOtherLimit(const FamilyCard& card, const Limit& limit) {
   if (limit.IsCommon() || limit.IsLength()) return false;
   const std::size_t all = limit.clips.size();
   return std::any_of(card.limits.begin(), card.limits.end(), [&](const Limit& other) {
     if (!other.IsLength()) return false;
-    const auto both = static_cast<std::size_t>(
-        std::count_if(limit.clips.begin(), limit.clips.end(),
-                      [&other](std::size_t clip) { return other.Has(clip); }));
-    const bool ofHalf = 2 * both >= all && (other.kind == Limit::Kind::kMinutes || both > 2);
-    const bool isReason = ofHalf || (both != 0 && other.clips.size() - both >= 2);
-    return both < all && isReason;
+    const std::size_t both = CountBoth(limit, other);
+    // Clips that all have both say nothing about which of them is the limit.
+    if (both == 0 || both == all) return false;
+    // Two clips of one length and size are soon there; two of a whole minute are not.
+    const bool explainsHalf = 2 * both >= all && (other.kind == Limit::Kind::kMinutes || both > 2);
+    const bool stopsOtherSizes = other.clips.size() - both >= 2;
+    return explainsHalf || stopsOtherSizes;
   });
 }
 
@@ -136,32 +157,32 @@ bool AreOfEvenRate(const Family& family, const Limit& limit) {
   return longest - shortest <= kSecond;
 }
 
-// How clips that stop at no limit are continued, and whether anything but names shows that.
-FollowUps ElsewhereOn(const Family& family, const FamilyCard& card, const ValuePlaces& places) {
-  FollowUps all;
+Elsewhere ElsewhereOn(const Family& family, const FamilyCard& card, const ValuePlaces& places) {
+  Elsewhere elsewhere;
   for (const std::size_t i : card.clips) {
     if (family.clips[i].stops) continue;
     std::vector<std::size_t> followers = Followers(family, i);
+    // Names run on over recordings; where no clock tells these apart, values may.
     if (!IsTimed(card)) {
       std::erase_if(followers, [&](std::size_t other) {
         return places.Compare(family.Traits(i), family.Traits(other), false);
       });
     }
-    if (!followers.empty()) ++all.elsewhere;
+    if (!followers.empty()) ++elsewhere.followed;
   }
   // A timecode runs on over recordings, too, where it counts what was recorded.
   const auto hasCode = [&](std::size_t i) { return family.Traits(i).timecode.has_value(); };
-  all.isTimed =
-      IsTimed(card) || (all.elsewhere == 0 && !card.timecodesAlike && !card.timecodeCounts &&
-                        std::all_of(card.clips.begin(), card.clips.end(), hasCode));
-  return all;
+  const bool codesTell = elsewhere.followed == 0 && !card.timecodesAlike && !card.timecodeCounts &&
+                         std::all_of(card.clips.begin(), card.clips.end(), hasCode);
+  elsewhere.isTimed = IsTimed(card) || codesTell;
+  return elsewhere;
 }
 
 // Whether a limit is one of the camera's, and no chance: few clips of one length prove little where
 // recordings are begun anew at once, whatever their length.
-bool IsTrusted(const Limit& limit, const FollowUps& ups) {
+bool IsTrusted(const Limit& limit, const FollowUps& ups, const Elsewhere& elsewhere) {
   const std::size_t count = ups.moments;
-  const bool explains = ups.followed > ups.elsewhere;
+  const bool explains = ups.followed > elsewhere.followed;
   switch (limit.kind) {
     // Of the lengths and sizes that clips have by chance next to none are these.
     case Limit::Kind::kCommonSize:
@@ -177,15 +198,17 @@ bool IsTrusted(const Limit& limit, const FollowUps& ups) {
     // About any clips of a card can be alike so far: one that is begun anew at once proves nothing,
     // and one of them alone may be the end of a recording.
     case Limit::Kind::kWideSize:
-      return ups.isTimed && ups.followed >= 2 && ups.followed + 1 >= count && ups.elsewhere == 0;
+      return ups.isTimed && ups.followed >= 2 && ups.followed + 1 >= count &&
+             elsewhere.followed == 0;
   }
   return false;
 }
 
 FollowUps FollowUpsAt(const Family& family, const Limit& limit, const ValuePlaces& places,
-                      const FollowUps& all) {
-  FollowUps ups = all;
+                      const Elsewhere& elsewhere) {
+  FollowUps ups;
   std::vector<std::size_t> followed;
+  // By values that tell recordings apart.
   std::size_t told = 0;
   for (const std::size_t i : limit.clips) {
     const std::vector<std::size_t> followers = Followers(family, i);
@@ -201,7 +224,8 @@ FollowUps FollowUpsAt(const Family& family, const Limit& limit, const ValuePlace
   }
   ups.moments = CountMoments(family, limit.clips);
   ups.followed = CountMoments(family, followed);
-  ups.isTimed = ups.isTimed || (told >= 2 && told == followed.size());
+  // As values do where all that follows has the value of the clip ahead of it.
+  ups.isTimed = elsewhere.isTimed || (told >= 2 && told == followed.size());
   return ups;
 }
 
@@ -209,10 +233,11 @@ FollowUps FollowUpsAt(const Family& family, const Limit& limit, const ValuePlace
 
 void DropChanceLimits(Family& family, FamilyCard& card) {
   const ValuePlaces places(family, card);
-  const FollowUps all = ElsewhereOn(family, card, places);
+  const Elsewhere elsewhere = ElsewhereOn(family, card, places);
   std::erase_if(card.limits, [&](const Limit& limit) {
-    return !IsTrusted(limit, FollowUpsAt(family, limit, places, all));
+    return !IsTrusted(limit, FollowUpsAt(family, limit, places, elsewhere), elsewhere);
   });
+  // Each is held against the lengths that are left, so none goes before all are judged.
   std::vector<Limit> trusted;
   for (const Limit& limit : card.limits) {
     if (AreOfEvenRate(family, limit) || !IsOfOtherLimit(card, limit)) trusted.push_back(limit);

@@ -155,8 +155,8 @@ struct Family {
 // have their traits, unit and what they may do.
 Family MakeFamily(std::vector<FamilyClip> clips);
 
-// The pictures' frames that begin with a timecode from `earliest` to `latest`, which may lie around
-// midnight; no more than `most`, else none.
+// The clips that begin with a timecode from `earliest` to `latest`, between which the count may
+// begin anew; none where there are more than `most`.
 std::vector<std::size_t> ClipsFromTimecode(const Family& family, std::int64_t earliest,
                                            std::int64_t latest, std::size_t most);
 

@@ -17,12 +17,21 @@ namespace {
 
 constexpr std::size_t kMostNear = 8;
 
+// How many frames are counted from one to the other, the count of a day beginning anew at its end.
+std::int64_t FramesUpTo(std::int64_t from, std::int64_t to, std::int64_t day) {
+  return ((to - from) % day + day) % day;
+}
+
+std::int64_t LengthOf(const TimecodeTraits& timecode) {
+  return FramesUpTo(timecode.first, timecode.earliestEnd, timecode.day);
+}
+
 // How far behind the end of a clip another one begins, in frames; a negative number where it begins
 // before it. Of half a day neither is known, so the smaller one counts.
 std::int64_t FramesBetween(const TimecodeTraits& before, const TimecodeTraits& behind) {
   const std::int64_t day = before.day;
   const auto distance = [&](std::int64_t end) {
-    const std::int64_t forward = ((behind.first - end) % day + day) % day;
+    const std::int64_t forward = FramesUpTo(end, behind.first, day);
     return forward > day / 2 ? forward - day : forward;
   };
   const std::int64_t early = distance(before.earliestEnd);
@@ -42,22 +51,23 @@ bool AreOfOneMoment(const Family& family, std::size_t a, std::size_t b) {
          SeriesOf(family.clips[a]) != SeriesOf(family.clips[b]);
 }
 
+bool IsNumberedNext(const Family& family, std::size_t first, std::size_t second) {
+  const auto& next = family.clips[first].next;
+  return std::any_of(next.begin(), next.end(),
+                     [=](const NextClip& other) { return other.clip == second; });
+}
+
 // Whether a clip beside it, by its number, begins with the same timecode and runs as long: what
 // looks to two sides, or two cameras in step, whose clips were named anew. Which of them goes on
 // with which their timecodes can't tell.
 bool HasTwin(const Family& family, std::size_t clip) {
   const auto& timecode = family.Traits(clip).timecode;
-  const auto isNext = [&](std::size_t first, std::size_t second) {
-    const auto& next = family.clips[first].next;
-    return std::any_of(next.begin(), next.end(),
-                       [=](const NextClip& other) { return other.clip == second; });
-  };
   const std::vector<std::size_t> alike =
       ClipsFromTimecode(family, timecode->first, timecode->first, kMostNear);
   return std::any_of(alike.begin(), alike.end(), [&](std::size_t other) {
     return other != clip && family.clips[other].time == family.clips[clip].time &&
            family.Traits(other).length == family.Traits(clip).length &&
-           (isNext(other, clip) || isNext(clip, other));
+           (IsNumberedNext(family, other, clip) || IsNumberedNext(family, clip, other));
   });
 }
 
@@ -124,14 +134,41 @@ void NoteCounters(Family& family) {
   }
 }
 
+namespace {
+
+// Why a timecode that runs on proves nothing, if so: there are several such clips.
+const char* WhyRunsOnForNothing(const Family& family, std::size_t before, std::size_t behind,
+                                const ClockVerdict& clock, bool isNext) {
+  const FamilyCard& card = family.CardOf(before);
+  if (card.timecodeCounts && clock.evidence.agrees != true)
+    return "the timecode runs on over recordings, too";
+  // Clips of one length then have the same timecodes in every recording.
+  if (card.timecodesRestart && !isNext) return "recordings begin with the same timecode";
+  if (HasTwin(family, before) || HasTwin(family, behind))
+    return "two clips at a time begin with the same timecode";
+  return nullptr;
+}
+
+// Whether about as many frames are missing behind a clip as it has itself.
+bool IsGapOfAClip(const Family& family, std::size_t before, std::int64_t frames) {
+  const TimecodeTraits& timecode = *family.Traits(before).timecode;
+  // Clips that stop after a length are all as long; those that stop at a size are so only about.
+  const std::vector<Limit>& limits = family.CardOf(before).limits;
+  const bool isExact = std::any_of(limits.begin(), limits.end(), [before](const Limit& limit) {
+    return limit.IsLength() && limit.Has(before);
+  });
+  const std::int64_t slack = isExact ? 2 : 2 * timecode.framesPerSecond;
+  return std::abs(frames - LengthOf(timecode)) <= slack;
+}
+
+}  // namespace
+
 TimecodeVerdict JudgeTimecode(const Family& family, std::size_t before, std::size_t behind,
                               const ClockVerdict& clock, bool isNext) {
   TimecodeVerdict verdict;
   Evidence& evidence = verdict.evidence;
   const auto& first = family.Traits(before).timecode;
   const auto& second = family.Traits(behind).timecode;
-  const std::string names[] = {PrintablePath(family.clips[before].name),
-                               PrintablePath(family.clips[behind].name)};
   if (!first || !second || !CanCompare(*first, *second)) {
     evidence.text = "the clips have no timecodes that can be compared";
     return verdict;
@@ -140,35 +177,23 @@ TimecodeVerdict JudgeTimecode(const Family& family, std::size_t before, std::siz
     evidence.text = "the timecodes of all clips begin alike";
     return verdict;
   }
+  const std::string ahead = PrintablePath(family.clips[before].name);
+  const std::string next = PrintablePath(family.clips[behind].name);
   const std::int64_t frames = FramesBetween(*first, *second);
-  if (frames == 0 && family.CardOf(before).timecodeCounts && clock.evidence.agrees != true) {
-    evidence.text = "the timecode runs on over recordings, too";
+  if (frames != 0) {
+    evidence.agrees = false;
+    verdict.gapIsClip = IsGapOfAClip(family, before, frames);
+    evidence.text =
+        fmt::format("the timecode of {} begins {} frames {} {} ends", next, std::abs(frames),
+                    frames < 0 ? "before that of" : "after that of", ahead);
     return verdict;
   }
-  // Clips of one length then have the same timecodes in every recording.
-  if (frames == 0 && family.CardOf(before).timecodesRestart && !isNext) {
-    evidence.text = "recordings begin with the same timecode";
+  if (const char* why = WhyRunsOnForNothing(family, before, behind, clock, isNext)) {
+    evidence.text = why;
     return verdict;
   }
-  if (frames == 0 && (HasTwin(family, before) || HasTwin(family, behind))) {
-    evidence.text = "two clips at a time begin with the same timecode";
-    return verdict;
-  }
-  evidence.agrees = frames == 0;
-  // Of clips that stop after a length the one in between has as many frames.
-  const std::vector<Limit>& limits = family.CardOf(before).limits;
-  const bool isExact = std::any_of(limits.begin(), limits.end(), [before](const Limit& limit) {
-    return limit.IsLength() && limit.Has(before);
-  });
-  const std::int64_t slack = isExact ? 2 : 2 * first->framesPerSecond;
-  const std::int64_t length =
-      ((first->earliestEnd - first->first) % first->day + first->day) % first->day;
-  verdict.gapIsClip = frames != 0 && std::abs(frames - length) <= slack;
-  evidence.text = frames == 0
-                      ? fmt::format("the timecode of {} runs on from {}", names[1], names[0])
-                      : fmt::format("the timecode of {} begins {} frames {} {} ends", names[1],
-                                    std::abs(frames),
-                                    frames < 0 ? "before that of" : "after that of", names[0]);
+  evidence.agrees = true;
+  evidence.text = fmt::format("the timecode of {} runs on from {}", next, ahead);
   return verdict;
 }
 
@@ -189,13 +214,12 @@ bool TimecodeGoesOn(const Family& family, std::size_t last) {
   };
   if (std::any_of(next.begin(), next.end(), mayFollow)) return true;
   if (!next.empty() || !family.CardOf(last).timecodeCounts) return false;
-  // Frames were counted that no clip has.
-  const std::int64_t length =
-      ((timecode->earliestEnd - timecode->first) % timecode->day + timecode->day) % timecode->day;
+  // Frames were counted that no clip has: the next clip of the card begins where one more would
+  // end.
   const auto later = std::lower_bound(family.timecodes.begin(), family.timecodes.end(),
                                       std::pair(timecode->latestEnd + 1, std::size_t{0}));
   return later != family.timecodes.end() &&
-         later->first <= timecode->latestEnd + length + 2 * timecode->framesPerSecond;
+         later->first <= timecode->latestEnd + LengthOf(*timecode) + 2 * timecode->framesPerSecond;
 }
 
 bool NumbersLeaveTimecodes(const Family& family, const FamilyCard& card,
