@@ -11,10 +11,9 @@ constexpr std::string_view kNoSense = "The command line makes no sense.";
 constexpr ExitStatus kStatuses[] = {
     {"", kDone, "All is done."},
     {"", kFailed,
-     "It was refused or failed; what is printed says why. That not all of the output could be "
-     "written is a failure, too, but for a pipe that its reader has closed: that ends the "
-     "program "
-     "by SIGPIPE, after the work that it was told to do."},
+     "It was refused or failed; what is printed says why. It is a failure, too, if not all of the "
+     "output could be written; but if a pipe was closed by its reader, the program is ended by "
+     "SIGPIPE, after the work that it was told to do."},
     {"", kUsage, kNoSense},
     {"", kIncomplete, "It is done but for a part that the output names."},
 
@@ -22,9 +21,8 @@ constexpr ExitStatus kStatuses[] = {
      "The file is complete, compared with the clips, and on the disk; or all of it was written to "
      "standard output."},
     {"merge", kFailed,
-     "There is no such file, or still the old one, or it is complete and the disk may not keep "
-     "it; "
-     "the error stream says which and why. What went to standard output is of no use."},
+     "There is no such file, or still the old one; or the file is complete, and the disk may not "
+     "keep it. The error stream says which and why. What went to standard output is of no use."},
     {"merge", kUsage, kNoSense},
 
     {"check", kDone, "Nothing speaks against a merge."},
@@ -33,9 +31,8 @@ constexpr ExitStatus kStatuses[] = {
 
     {"join", kDone, "Everything was merged, or was done before."},
     {"join", kFailed,
-     "Nothing could be done, or a path that was named is not there, and nothing was done; what "
-     "is "
-     "printed says why."},
+     "Nothing was done: nothing could be, or a path that was named is not there. What is printed "
+     "says why."},
     {"join", kUsage, kNoSense},
     {"join", kIncomplete,
      "A recording was left out or failed, a file could not be read, or the page could not be "

@@ -7,62 +7,43 @@
 #include "clipchain/manual/command_words.h"
 #include "clipchain/manual/exit_status.h"
 #include "clipchain/manual/help_text.h"
+#include "clipchain/manual/roff.h"
 
 namespace clipchain {
 
 namespace {
 
-std::string Escaped(const std::string& text) {
-  std::string escaped;
-  for (const char c : text) {
-    if (c == '\\') {
-      escaped += "\\e";
-    } else if (c == '-') {
-      // A plain one may be shown as a dash, and a command that is copied from the page fails.
-      escaped += "\\-";
-    } else if (c == '\'') {
-      // A plain one is shown as a closing quote, with which no shell does anything.
-      escaped += "\\(aq";
-    } else {
-      escaped += c;
-    }
-  }
-  // A line that begins with a dot would be a request.
-  return escaped.starts_with('.') ? "\\&" + escaped : escaped;
-}
-
-std::string Bold(const std::string& text) { return "\\fB" + Escaped(text) + "\\fR"; }
-std::string Italic(const std::string& text) { return "\\fI" + Escaped(text) + "\\fR"; }
-
 // Values in italics, choices among words in bold.
 std::string Value(const OptionWords& option) {
   const std::vector<std::string> choices = Choices(option);
-  if (choices.empty()) return Italic(option.value);
+  if (choices.empty()) return RoffItalic(option.value);
   std::string text;
-  for (const std::string& choice : choices) text += (text.empty() ? "" : "|") + Bold(choice);
+  for (const std::string& choice : choices) text += (text.empty() ? "" : "|") + RoffBold(choice);
   return text;
 }
 
 std::string Entry(const OptionWords& option) {
   std::string heads;
-  for (const std::string& name : option.names) heads += (heads.empty() ? "" : ", ") + Bold(name);
+  for (const std::string& name : option.names)
+    heads += (heads.empty() ? "" : ", ") + RoffBold(name);
   if (!option.value.empty()) heads += (heads.empty() ? "" : " ") + Value(option);
   if (option.names.empty() && option.repeated) heads += "...";
-  return fmt::format(".TP\n{}\n{}.\n", heads, Escaped(OptionText(option)));
+  return fmt::format(".TP\n{}\n{}.\n", heads, RoffLine(Roff(OptionText(option))));
 }
 
 bool IsTool(const CLI::App& command) { return command.get_parent() == nullptr; }
 
 std::string Synopsis(const CLI::App& command, const CommandWords& words) {
-  std::string text = Bold("clipchain");
-  if (!IsTool(command)) text += ' ' + Bold(words.name);
+  std::string text = RoffBold("clipchain");
+  if (!IsTool(command)) text += ' ' + RoffBold(words.name);
   for (const OptionWords& option : words.options) {
-    if (option.required) text += fmt::format(" {} {}", Bold(option.names.front()), Value(option));
+    if (option.required)
+      text += fmt::format(" {} {}", RoffBold(option.names.front()), Value(option));
   }
-  text += " [" + Italic("option") + "]...";
-  if (IsTool(command)) text += ' ' + Italic("command");
+  text += " [" + RoffItalic("option") + "]...";
+  if (IsTool(command)) text += ' ' + RoffItalic("command");
   for (const OptionWords& operand : words.operands) {
-    const std::string usage = Italic(operand.value) + (operand.repeated ? "..." : "");
+    const std::string usage = RoffItalic(operand.value) + (operand.repeated ? "..." : "");
     text += operand.required ? ' ' + usage : " [" + usage + ']';
   }
   return text + '\n';
@@ -78,8 +59,8 @@ std::string Options(const CommandWords& words) {
 std::string Commands(const CLI::App& tool) {
   std::string text;
   for (const CommandWords& command : DescribeCommands(tool)) {
-    text += fmt::format(".TP\n\\fB{}\\fR(1)\n{}.\n", Escaped("clipchain-" + command.name),
-                        Escaped(command.text));
+    text += fmt::format(".TP\n\\fB{}\\fR(1)\n{}.\n", Roff("clipchain-" + command.name),
+                        RoffLine(Roff(command.text)));
   }
   return text;
 }
@@ -88,8 +69,8 @@ std::string Examples(const CommandWords& words) {
   std::string text;
   for (unsigned int i = 0; i < kExampleCount; ++i) {
     if (words.name != kExamples[i].command) continue;
-    text += fmt::format(".PP\n{}\n.PP\n.RS 4\n.nf\n{}\n.fi\n.RE\n", Escaped(kExamples[i].words),
-                        Escaped(kExamples[i].line));
+    text += fmt::format(".PP\n{}\n.PP\n.RS 4\n.nf\n{}\n.fi\n.RE\n",
+                        RoffLine(Roff(kExamples[i].words)), RoffLine(Roff(kExamples[i].line)));
   }
   return text;
 }
@@ -98,7 +79,7 @@ std::string Statuses(const CLI::App& command) {
   std::string text;
   for (const ExitStatus& status : ExitStatuses()) {
     if (status.command == (IsTool(command) ? "" : command.get_name()))
-      text += fmt::format(".TP\n.B {}\n{}\n", status.code, Escaped(std::string(status.text)));
+      text += fmt::format(".TP\n.B {}\n{}\n", status.code, RoffLine(Roff(status.text)));
   }
   return text;
 }
@@ -109,8 +90,8 @@ std::string SeeAlso(const CLI::App& command) {
   std::string text = IsTool(command) ? "" : "\\fBclipchain\\fR(1)";
   for (const CommandWords& other : DescribeCommands(*tool)) {
     if (other.name == command.get_name()) continue;
-    text += fmt::format("{}\\fB{}\\fR(1)", text.empty() ? "" : ",\n",
-                        Escaped("clipchain-" + other.name));
+    text +=
+        fmt::format("{}\\fB{}\\fR(1)", text.empty() ? "" : ",\n", Roff("clipchain-" + other.name));
   }
   return text + '\n';
 }
@@ -125,12 +106,13 @@ std::string ManPage(const CLI::App& command, const std::string& written) {
   const CommandWords words = DescribeCommand(command);
   const std::string name = ManPageName(command);
   std::string page =
-      fmt::format(".TH {} 1 \"\" \"clipchain {}\" \"clipchain\"\n.SH NAME\n{} \\- {}\n",
-                  Escaped(name), CLIPCHAIN_VERSION, Escaped(name), Escaped(words.text));
+      fmt::format(".TH {} 1 \"\" \"clipchain {}\" \"clipchain\"\n.SH NAME\n{} \\- {}\n", Roff(name),
+                  CLIPCHAIN_VERSION, Roff(name), Roff(words.text));
   const std::pair<const char*, std::string> parts[] = {
       {"@SYNOPSIS@\n", Synopsis(command, words)}, {"@OPTIONS@\n", Options(words)},
       {"@COMMANDS@\n", Commands(command)},        {"@EXIT_STATUS@\n", Statuses(command)},
       {"@EXAMPLES@\n", Examples(words)},          {"@SEE_ALSO@\n", SeeAlso(command)}};
+  // What is written by hand says what the table of options can't: it stands around the marks.
   std::string text = written;
   for (const auto& [mark, part] : parts) {
     const std::string line = mark;

@@ -6,35 +6,11 @@
 #include <string_view>
 #include <vector>
 
-#include "foundation/strings.h"
+#include "clipchain/manual/roff.h"
 
 namespace clipchain {
 
 namespace {
-
-std::string Escaped(std::string_view text) {
-  std::string escaped;
-  for (const wchar_t c : QUIRVA::WidePathFromBytes(text)) {
-    if (c == L'\\') {
-      escaped += "\\e";
-    } else if (c == L'-') {
-      escaped += "\\-";
-    } else if (c == L'\'') {
-      escaped += "\\(aq";
-    } else if (c == L'`') {
-      escaped += "\\(ga";
-    } else if (c < 0x80) {
-      escaped += static_cast<char>(c);
-    } else {
-      // Whatever characters the terminal of the reader has: some formatters take bytes for Latin 1.
-      escaped += fmt::format("\\[u{:04X}]", static_cast<unsigned int>(c));
-    }
-  }
-  return escaped;
-}
-
-// A line that would be a request is none.
-std::string Guarded(const std::string& line) { return line.starts_with('.') ? "\\&" + line : line; }
 
 // Code in bold, what stands out in italics, links as their words.
 std::string Inline(std::string_view text) {
@@ -45,7 +21,7 @@ std::string Inline(std::string_view text) {
       const std::string_view mark = strong ? "**" : "`";
       const std::size_t begin = i + mark.size();
       if (const std::size_t end = text.find(mark, begin); end != text.npos) {
-        out += "\\fB" + Escaped(text.substr(begin, end - begin)) + "\\fR";
+        out += RoffBold(text.substr(begin, end - begin));
         i = end + mark.size() - 1;
         continue;
       }
@@ -63,26 +39,10 @@ std::string Inline(std::string_view text) {
     // Characters of more than one byte stay together.
     std::size_t end = i + 1;
     while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) ++end;
-    out += Escaped(text.substr(i, end - i));
+    out += Roff(text.substr(i, end - i));
     i = end - 1;
   }
   return out;
-}
-
-std::vector<std::string> Cells(std::string_view row) {
-  std::vector<std::string> cells;
-  std::string cell;
-  for (std::size_t i = 1; i < row.size(); ++i) {
-    if (row[i] != '|' || row[i - 1] == '\\') {
-      cell += row[i];
-      continue;
-    }
-    const std::size_t begin = cell.find_first_not_of(' ');
-    cells.push_back(
-        begin == cell.npos ? "" : cell.substr(begin, cell.find_last_not_of(' ') + 1 - begin));
-    cell.clear();
-  }
-  return cells;
 }
 
 // Turns the lines of a page into requests, one after the other.
@@ -105,7 +65,7 @@ class Writer {
     const bool indented = line.starts_with("    ") && !inItem_;
     if (fenced_ || indented) {
       BeginCode();
-      out_ += Guarded(Escaped(fenced_ ? line : line.substr(4))) + '\n';
+      out_ += RoffLine(Roff(fenced_ ? line : line.substr(4))) + '\n';
       return;
     }
     // Between two lines of code a blank one is code; behind the last one it is not.
@@ -138,24 +98,24 @@ class Writer {
     } else {
       if (wantsParagraph_) out_ += ".PP\n";
       wantsParagraph_ = false;
-      out_ += Guarded(Inline(line.substr(line.find_first_not_of(' ')))) + '\n';
+      out_ += RoffLine(Inline(line.substr(line.find_first_not_of(' ')))) + '\n';
     }
   }
 
   // The first row names the columns, the second one is the line below them.
   void TakeRow(const std::string& line) {
-    const std::vector<std::string> cells = Cells(line);
+    const std::vector<std::string> cells = MarkdownCells(line);
     if (heads_.empty()) {
       heads_ = cells;
       return;
     }
     if (cells.empty() || cells[0].find_first_not_of("-:") == std::string::npos) return;
-    out_ += ".TP\n" + Guarded("\\fB" + Inline(cells[0]) + "\\fR") + '\n';
+    out_ += ".TP\n" + RoffLine("\\fB" + Inline(cells[0]) + "\\fR") + '\n';
     for (std::size_t i = 1; i < cells.size() && i < heads_.size(); ++i) {
       if (cells[i].empty()) continue;
       // Of two columns the first one names what the second one tells.
       const std::string head = cells.size() > 2 ? "\\fI" + Inline(heads_[i]) + "\\fR: " : "";
-      out_ += (i > 1 ? ".br\n" : "") + Guarded(head + Inline(cells[i])) + '\n';
+      out_ += (i > 1 ? ".br\n" : "") + RoffLine(head + Inline(cells[i])) + '\n';
     }
     wantsParagraph_ = true;
   }
@@ -167,7 +127,7 @@ class Writer {
 
   void Item(const std::string& request, const std::string& text) {
     Request(request);
-    out_ += Guarded(Inline(text)) + '\n';
+    out_ += RoffLine(Inline(text)) + '\n';
     inItem_ = true;
   }
 
@@ -200,12 +160,29 @@ class Writer {
 
 }  // namespace
 
+std::vector<std::string> MarkdownCells(std::string_view row) {
+  std::vector<std::string> cells;
+  std::string cell;
+  for (std::size_t i = 1; i < row.size(); ++i) {
+    // Within a cell the mark stands behind a backslash, in code too.
+    if (row[i] != '|' || row[i - 1] == '\\') {
+      cell += row[i];
+      continue;
+    }
+    const std::size_t begin = cell.find_first_not_of(' ');
+    cells.push_back(
+        begin == cell.npos ? "" : cell.substr(begin, cell.find_last_not_of(' ') + 1 - begin));
+    cell.clear();
+  }
+  return cells;
+}
+
 std::string MarkdownPage(const std::string& text, const std::string& name, int section) {
   const std::string title = text.starts_with("# ") ? text.substr(2, text.find('\n') - 2) : name;
   return fmt::format(
       ".TH {} {} \"\" \"clipchain {}\" \"clipchain\"\n.SH NAME\n{} \\- {}\n"
       ".SH DESCRIPTION\n{}",
-      Escaped(name), section, CLIPCHAIN_VERSION, Escaped(name), Inline(title), Writer().Run(text));
+      Roff(name), section, CLIPCHAIN_VERSION, Roff(name), Inline(title), Writer().Run(text));
 }
 
 }  // namespace clipchain

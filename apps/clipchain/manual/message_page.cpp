@@ -4,6 +4,8 @@
 
 #include <vector>
 
+#include "clipchain/manual/markdown_page.h"
+
 namespace clipchain {
 
 namespace {
@@ -14,19 +16,6 @@ constexpr std::string_view kPage =
 
 std::string_view LineAt(std::string_view text, std::size_t at) {
   return text.substr(at, text.find('\n', at) - at);
-}
-
-// The cells of a row "| a | b |".
-std::vector<std::string_view> Cells(std::string_view row) {
-  std::vector<std::string_view> cells;
-  std::size_t start = row.find("| ");
-  while (start != std::string_view::npos && start + 2 < row.size()) {
-    const std::size_t end = row.find(" |", start + 2);
-    if (end == std::string_view::npos) break;
-    cells.push_back(row.substr(start + 2, end - start - 2));
-    start = end + 1;
-  }
-  return cells;
 }
 
 // Text without the marks of code, and links as their words. `anchor` becomes the place in the page
@@ -72,7 +61,7 @@ std::string_view MessagePage() { return kPage; }
 std::optional<std::string> MessageText(std::string_view page, std::string_view name) {
   const std::size_t row = page.find(fmt::format("\n| `{}` |", name));
   if (row == page.npos) return std::nullopt;
-  const std::vector<std::string_view> cells = Cells(LineAt(page, row + 1));
+  const std::vector<std::string> cells = MarkdownCells(LineAt(page, row + 1));
   if (cells.size() != 4) return std::nullopt;
   std::string anchor;
   std::string text =
