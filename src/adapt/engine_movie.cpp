@@ -158,7 +158,11 @@ void FitTrack(RawBox& track, unsigned int id, const RawBox* firstTable, const Me
     if (isOffsets && media != nullptr) box = MovedOffsets(box, *media);
     if (IsAmong(kJoined, box.type)) ClearFlags(box);
     const RawBox* firsts = firstTable != nullptr ? firstTable->Child(FourCc("stsd")) : nullptr;
-    if (box.type == FourCc("stsd") && firsts != nullptr) box = StandInDescriptions(*firsts);
+    if (box.type == FourCc("stsd") && firsts != nullptr) {
+      // Chunks of a clip whose descriptions do not fit may be of one that the first lacks.
+      const bool hasMore = SampleEntryCount(box) > SampleEntryCount(*firsts);
+      box = StandInDescriptions(hasMore ? box : *firsts);
+    }
   }
 }
 

@@ -19,6 +19,7 @@
 #include "adapt/sample_descriptions.h"
 #include "adapt/spare_entries.h"
 #include "adapt/top_level.h"
+#include "adapt/torn_boxes.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_order.h"
 #include "foundation/fourcc.h"
@@ -32,8 +33,9 @@ namespace {
 constexpr std::size_t kOpenedAtOnce = 8;
 
 // In the order in which they see each clip.
-constexpr ClipAdaptation kOfEachClip[] = {AdaptTopLevel,     AdaptProtection,  AdaptFragments,
-                                          AdaptSpareEntries, AdaptMediaPlaces, AdaptKeptBoxes};
+constexpr ClipAdaptation kOfEachClip[] = {RefuseTornBoxes, AdaptTopLevel,     AdaptProtection,
+                                          AdaptFragments,  AdaptSpareEntries, AdaptMediaPlaces,
+                                          AdaptKeptBoxes};
 
 // In the order in which they see the clips.
 std::vector<std::unique_ptr<Adaptation>> Row(const FitOptions& options, ClipClocks& clocks) {

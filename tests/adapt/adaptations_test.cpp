@@ -9,6 +9,7 @@
 #include "adapt/sample_descriptions.h"
 #include "adapt/spare_entries.h"
 #include "adapt/top_level.h"
+#include "adapt/torn_boxes.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_order.h"
 #include "adapt/track_tables.h"
@@ -375,6 +376,19 @@ FitClip DescribedClip(const std::vector<Bytes>& entries, std::uint32_t used) {
   return clip;
 }
 
+// Its chunks may be of one that the first clip lacks.
+TEST(SampleDescriptions, OfAClipThatHasMoreAreAllShown) {
+  const Bytes a = support::AvcEntry();
+  const FitClip first = DescribedClip({a}, 1);
+  const FitClip more = DescribedClip({a, support::AudioEntry()}, 2);
+  const auto shown = [&first](const FitClip& clip) {
+    const RawBox movie = EngineMovie(clip.movie, first.movie, nullptr);
+    return SampleEntryCount(*SampleTable(*TracksOf(movie)[0])->Child(FourCc("stsd")));
+  };
+  EXPECT_EQ(shown(more), 2u);
+  EXPECT_EQ(shown(first), 1u);
+}
+
 TEST(SampleDescriptions, AreFoundAmongThoseOfTheFirstClip) {
   const Bytes a = support::AvcEntry();
   const Bytes b = support::AvcEntry(support::Hex("01640029FFE1000467640029 01000468EE3CB0"));
@@ -627,6 +641,44 @@ TEST(EngineMovie, FlagsThatNoTableHasAreNotShown) {
   times.data[2] = 9;
   RawBox shown = EngineMovie(movie, movie, nullptr);
   EXPECT_EQ(SampleTable(*TracksOf(shown)[0])->Child(FourCc("stts"))->data[2], 0);
+}
+
+// Problems of a movie whose box of that type was made longer by one byte.
+std::vector<FitProblem> ProblemsOfLonger(const char* type) {
+  MovieBuilder builder = MovieBuilder().Add(support::VideoTrack(4));
+  builder.tracks[0].edits = {{4, 0}};
+  Bytes movie;
+  MovieOf(builder).Write(movie);
+  const std::size_t at = support::FindBox(movie, type);
+  FitClip clip("clip.mp4");
+  clip.movie = RawBoxOf(support::WithU32(movie, at, support::ReadU32(movie, at) + 1));
+  FitReport report;
+  RefuseTornBoxes(clip, 0, report);
+  return report.problems;
+}
+
+TEST(TornBoxes, AreRefusedWithTheirPlace) {
+  for (const auto& [type, place] : {std::pair("elst", "moov/trak[0]/edts"),
+                                    {"stbl", "moov/trak[0]/mdia/minf"},
+                                    {"minf", "moov/trak[0]/mdia"}}) {
+    const std::vector<FitProblem> problems = ProblemsOfLonger(type);
+    ASSERT_FALSE(problems.empty()) << type;
+    EXPECT_EQ(problems[0].kind, FitProblemKind::kBoxDamaged);
+    EXPECT_EQ(problems[0].box, place);
+    EXPECT_NE(problems[0].text.find(std::string("a box \"") + type), std::string::npos);
+  }
+}
+
+TEST(TornBoxes, ZerosAtTheEndAreRoom) {
+  FitClip clip = ClipOf(MovieBuilder().Add(support::VideoTrack(4)));
+  TracksOf(clip.movie)[0]->data = Bytes(4);
+  FitReport report;
+  RefuseTornBoxes(clip, 0, report);
+  EXPECT_TRUE(report.problems.empty());
+  TracksOf(clip.movie)[0]->data = Bytes{0, 0, 1};
+  RefuseTornBoxes(clip, 0, report);
+  ASSERT_EQ(report.problems.size(), 1u);
+  EXPECT_NE(report.problems[0].text.find("no box"), std::string::npos);
 }
 
 }  // namespace
