@@ -38,7 +38,7 @@ class Ahead {
       const std::lock_guard guard(lock_);
       begun_ = count_;
     }
-    changed_.notify_all();
+    room_.notify_all();
   }
 
   // The next thing in the row; throws what `make` threw for it. As many calls as there are things.
@@ -48,11 +48,13 @@ class Ahead {
     // Where nobody has begun with it, waiting would take longer than making it.
     while (begun_ <= number) Make(begun_++, guard);
     Slot& slot = slots_[number % slots_.size()];
-    changed_.wait(guard, [&] { return slot.thing || slot.failure; });
+    made_.wait(guard, [&] { return slot.thing || slot.failure; });
     ++taken_;
     Slot made = std::exchange(slot, Slot());
+    // To wake a thread for every thing costs more than some things do.
+    const bool isHalfEmpty = begun_ - taken_ <= slots_.size() / 2;
     guard.unlock();
-    changed_.notify_all();
+    if (isHalfEmpty) room_.notify_all();
     if (made.failure) std::rethrow_exception(made.failure);
     return std::move(*made.thing);
   }
@@ -72,10 +74,10 @@ class Ahead {
   void Run() {
     std::unique_lock guard(lock_);
     while (true) {
-      changed_.wait(guard, [&] { return begun_ >= count_ || begun_ < taken_ + slots_.size(); });
+      room_.wait(guard, [&] { return begun_ >= count_ || begun_ < taken_ + slots_.size(); });
       if (begun_ >= count_) return;
       Make(begun_++, guard);
-      changed_.notify_all();
+      made_.notify_one();
     }
   }
 
@@ -95,7 +97,9 @@ class Ahead {
   const std::size_t count_;
   const std::function<Thing(std::size_t)> make_;
   std::mutex lock_;
-  std::condition_variable changed_;
+  // For what is to be made, and with something that was.
+  std::condition_variable room_;
+  std::condition_variable made_;
   std::vector<Slot> slots_;
   std::size_t begun_ = 0;
   std::size_t taken_ = 0;
