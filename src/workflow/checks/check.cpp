@@ -57,6 +57,7 @@ class CheckRun {
     FittedClips fitted = FitOf(inputs_, options_.fitting, memoryLimit_);
     fit_ = std::move(fitted.fit);
     unread_ = std::move(fitted.unread);
+    clocks_ = std::move(fitted.clocks);
     rehearsal_.ExpectGrowth(fitted.growth);
     report.stopped = !CheckClips();
     SayMemoryIsShort();
@@ -78,7 +79,7 @@ class CheckRun {
     const Fit* const fit = IsFitted() ? fit_.get() : nullptr;
     const long long memory = std::min(kMostAhead, memoryLimit_ / kShareAhead);
     Ahead<ClipLook> looks(inputs_.size(), [&](std::size_t i) {
-      return ClipLook({inputs_[i], fit, i, inputs_.size() == 1}, memory);
+      return ClipLook({inputs_[i], fit, i, inputs_.size() == 1, clocks_.clips.empty()}, memory);
     });
     for (std::size_t i = 0; i < inputs_.size(); ++i) {
       if (options_.progress &&
@@ -133,7 +134,7 @@ class CheckRun {
                       result_, merge_ != nullptr ? &merge_->image : nullptr);
     drift_.holds = NoHolds(drift_.clips);
     // Views say when samples are decoded, and the clips when they are shown.
-    report.seams = CheckDrift(isFitted && inputs_.size() > 1 ? fit_->Clocks() : drift_, files_);
+    report.seams = CheckDrift(clocks_.clips.empty() ? drift_ : clocks_, files_);
     CheckOrder(order_, files_);
     report.outputSize = rehearsal_.OutputSize();
     if (options_.output.empty()) return;
@@ -219,6 +220,8 @@ class CheckRun {
   std::shared_ptr<const Fit> fit_;
   // By the fit.
   std::set<std::size_t> unread_;
+  // By the fit; where it knows none, what the looks at the clips find.
+  ClipClocks clocks_;
   Rehearsal rehearsal_;
   std::vector<FileFindings> files_;
   FileFindings result_;

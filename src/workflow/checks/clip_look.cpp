@@ -9,7 +9,7 @@
 namespace clipchain {
 
 ClipLook::ClipLook(const ClipLookTask& task, long long memory)
-    : findings(task.path), alone_(task.alone) {
+    : findings(task.path), alone_(task.alone), timed_(task.timed) {
   if (task.fit == nullptr) {
     clip = std::make_unique<ClipFile>(task.path);
   } else {
@@ -41,6 +41,7 @@ void ClipLook::Look() {
   CheckMergeable(clip->Movie(), alone_, findings);
   for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(clip->Movie()).Tracks()) {
     CheckTables(*clip, track, findings);
+    if (!timed_) continue;
     if (const auto known = TimesOf(track)) times.emplace(track, *known);
   }
   order = OrderFactsOf(*clip);

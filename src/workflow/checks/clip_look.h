@@ -22,6 +22,8 @@ struct ClipLookTask {
   std::size_t index;
   // There is no other clip.
   bool alone;
+  // Whether anybody asks for its times.
+  bool timed;
 };
 
 class ClipLook {
@@ -39,13 +41,14 @@ class ClipLook {
   QUIRVA::ComPtr<ClipView> view;
   FileFindings findings;
   OrderFacts order;
-  // When its tracks are shown, where that is known.
+  // When its tracks are shown, where that is asked for and known.
   std::map<const MP4G::CTrackBox*, TrackTimes> times;
   // Whether the engine can parse it.
   bool isParsed = false;
 
  private:
   bool alone_;
+  bool timed_;
   bool isDone_ = false;
 };
 

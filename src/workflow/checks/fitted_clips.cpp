@@ -71,7 +71,11 @@ FittedClips FitOf(const std::vector<std::string>& inputs, const Fitting& fitting
     if (problem.kind == FitProblemKind::kInputUnreadable) clips.unread.insert(problem.clip);
   }
   clips.growth = fit->Growth();
-  if (fit->IsNeeded() || !fit->Report().problems.empty()) clips.fit = std::move(fit);
+  const bool isFlawless = fit->Report().problems.empty();
+  // Of clips that are read as they are though something speaks against it, the fit knows too
+  // little.
+  if (fit->IsNeeded() || isFlawless) clips.clocks = fit->Clocks();
+  if (fit->IsNeeded() || !isFlawless) clips.fit = std::move(fit);
   return clips;
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "adapt/fit.h"
+#include "adapt/seams.h"
 #include "workflow/assembling/merge_image.h"
 #include "workflow/check.h"
 #include "workflow/findings/file_findings.h"
@@ -23,6 +24,8 @@ struct FittedClips {
   // The sample tables of all clips together, as a multiple of the first one's; 1 if that is not
   // known.
   double growth = 1;
+  // When the tracks are shown; empty for a clip alone, and where that is not known.
+  ClipClocks clocks{};
 };
 
 // Finds out what a merge adapts. `memoryLimit` as for a check.
