@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "adapt/reason.h"
@@ -30,9 +31,12 @@ BoxView FindBox(View body, std::uint32_t type);
 template <std::size_t kCount>
 Number BigEndianAt(View bytes, std::size_t at) {
   if (at > bytes.size() || bytes.size() - at < kCount) return 0;
-  Number value = 0;
-  for (std::size_t i = 0; i < kCount; ++i) value = value << 8 | bytes[at + i];
-  return value;
+  const unsigned char* const begin = bytes.data() + at;
+  // Compilers make one load of a sum of bytes, and of a loop over them several.
+  return [begin]<std::size_t... kAt>(std::index_sequence<kAt...>) {
+    return ((Number{begin[kAt]} << 8 * (kCount - 1 - kAt)) | ...);
+  }
+  (std::make_index_sequence<kCount>());
 }
 inline std::uint32_t U16(View bytes, std::size_t at) {
   return static_cast<std::uint32_t>(BigEndianAt<2>(bytes, at));
