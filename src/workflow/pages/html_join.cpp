@@ -138,38 +138,61 @@ class JoinPage {
     return html;
   }
 
+  // How the state looks.
+  const char* LookOf(std::size_t i) const {
+    if (IsFailed(i)) return " failed";
+    if (IsDone(i)) return "";
+    const LeftOut leftOut = plan_.jobs[i].leftOut;
+    // What has all of its clips, or is one by itself, asks nobody to do anything.
+    const bool isCalm =
+        leftOut == LeftOut::kNo || leftOut == LeftOut::kSingle || leftOut == LeftOut::kCopy;
+    return isCalm ? " unknown" : " open";
+  }
+
+  long long SizeOf(std::size_t i) const { return report_ != nullptr ? report_->jobs[i].size : 0; }
+
+  // What the text says for people stands in attributes for programs and for the filter.
+  std::string OpeningTag(std::size_t i) const {
+    const Job& job = plan_.jobs[i];
+    const bool isRun = IsRun(job);
+    return fmt::format(
+        "<article class=\"job panel\" id=\"job-{0}\" aria-labelledby=\"job-{0}-name\" "
+        "data-number=\"{1}\" data-left-out=\"{2}\" data-outcome=\"{3}\" data-output=\"{4}\" "
+        "data-size=\"{5}\">\n",
+        i + 1, isRun ? std::to_string(numbers_[i]) : "", LeftOutName(job.leftOut),
+        report_ != nullptr && isRun ? OutcomeName(report_->jobs[i].outcome) : "",
+        isRun ? HtmlText(job.output) : "", SizeOf(i) > 0 ? std::to_string(SizeOf(i)) : "");
+  }
+
+  std::string HeadLine(std::size_t i) const {
+    return fmt::format(
+        "<div class=\"head-line\"><h3 id=\"job-{}-name\">{}</h3><p "
+        "class=\"state{}\">{}</p></div>\n",
+        i + 1, TitleOf(i), LookOf(i), HtmlText(StatusOf(i)));
+  }
+
+  static std::string Facts(const Job& job) {
+    return fmt::format(
+        "<p class=\"facts\"><span>{}</span> <span>{}</span> <span>{}</span> <span>{}</span></p>\n",
+        DateWords(job.date), Counted(job.inputs.size(), "clip"), FormatBytes(job.size),
+        StateWords(job.identified, job.closedAtHead, job.closedAtTail));
+  }
+
+  std::string ResultLine(std::size_t i) const {
+    const Job& job = plan_.jobs[i];
+    if (!IsRun(job)) return "";
+    // No link to a file that is not there.
+    const std::string file = IsDone(i) ? FileWords(job.output)
+                                       : "<bdi class=\"path\">" + HtmlPath(job.output) + "</bdi>";
+    return fmt::format("<p class=\"result\">{} {}{}</p>\n", IsDone(i) ? "in" : "into", file,
+                       SizeOf(i) > 0 ? ", " + FormatBytes(SizeOf(i)) : "");
+  }
+
   std::string JobItem(std::size_t i) const {
     const Job& job = plan_.jobs[i];
-    const char* const look = IsFailed(i)  ? " failed"
-                             : IsDone(i)  ? ""
-                             : IsRun(job) ? " unknown"
-                             : job.leftOut == LeftOut::kSingle || job.leftOut == LeftOut::kCopy
-                                 ? " unknown"
-                                 : " open";
-    const long long size = report_ != nullptr ? report_->jobs[i].size : 0;
-    std::string html = fmt::format(
-        // What the text says for people stands in attributes for programs and for the filter.
-        "<article class=\"job panel\" id=\"job-{0}\" aria-labelledby=\"job-{0}-name\" "
-        "data-number=\"{11}\" data-left-out=\"{1}\" data-outcome=\"{2}\" data-output=\"{3}\" "
-        "data-size=\"{4}\">\n<div class=\"head-line\"><h3 id=\"job-{0}-name\">{12}</h3><p "
-        "class=\"state{5}\">{6}</p></div>\n<p class=\"facts\"><span>{7}</span> "
-        "<span>{8}</span> <span>{9}</span> <span>{10}</span></p>\n",
-        i + 1, LeftOutName(job.leftOut),
-        report_ != nullptr && IsRun(job) ? OutcomeName(report_->jobs[i].outcome) : "",
-        IsRun(job) ? HtmlText(job.output) : "", size > 0 ? std::to_string(size) : "", look,
-        HtmlText(StatusOf(i)), DateWords(job.date), Counted(job.inputs.size(), "clip"),
-        FormatBytes(job.size), StateWords(job.identified, job.closedAtHead, job.closedAtTail),
-        IsRun(job) ? std::to_string(numbers_[i]) : "", TitleOf(i));
-    html += "<ol class=\"inputs\">\n";
+    std::string html = OpeningTag(i) + HeadLine(i) + Facts(job) + "<ol class=\"inputs\">\n";
     for (const std::string& input : job.inputs) html += "<li>" + FileWords(input) + "</li>\n";
-    html += "</ol>\n";
-    if (IsRun(job))
-      html += fmt::format("<p class=\"result\">{} {}{}</p>\n", IsDone(i) ? "in" : "into",
-                          // No link to a file that is not there.
-                          IsDone(i) ? FileWords(job.output)
-                                    : "<bdi class=\"path\">" + HtmlPath(job.output) + "</bdi>",
-                          size > 0 ? ", " + FormatBytes(size) : "");
-    return html + FindingList(FindingsOf(i)) + "</article>\n";
+    return html + "</ol>\n" + ResultLine(i) + FindingList(FindingsOf(i)) + "</article>\n";
   }
 
   std::string FindingList(const Findings& findings) const {
