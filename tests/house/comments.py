@@ -14,7 +14,7 @@ from pathlib import Path
 FOLDERS = ("src/adapt", "src/workflow", "apps")
 VERBS = set(
     """Adapts Adds Asks Brings Carries Checks Chooses Closes Collects Copies Compares Computes
-    Counts Does Draws Finds Gathers Grows Holds Joins Judges Keeps Knows Leads Learns Lets Lists
+    Counts Does Draws Finds Gathers Grows Holds Joins Judges Keeps Knows Lays Leads Learns Lets Lists
     Loads Looks Makes Measures Merges Moves Names Opens Paints Pairs Plans Prepares Prints
     Proposes Puts Reads Registers Rehearses Repeats Reports Runs Says Sets Shows Takes Tells
     Tries Turns Verifies Walks Works Writes""".split()

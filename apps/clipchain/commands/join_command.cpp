@@ -198,9 +198,10 @@ int Run(const JoinCommand& command) {
 CLI::Option* AddEvidenceOptions(CLI::App& command, JoinCommand& options) {
   MustBeGiven(command.add_option(
                   "--accept", options.accept,
-                  "Join clips without identifiers, too, whose evidence is as sure as that, or "
-                  "surer; without it nothing is joined by evidence"))
-      ->type_name("GRADE")
+                  "Join clips without identifiers, too, where the evidence for a recording is of "
+                  "that grade or a higher one (certain is the highest); without it nothing is "
+                  "joined by evidence"))
+      ->option_text("certain|likely|possible")
       ->check([](const std::string& grade) {
         return GradeOfName(grade) ? "" : "takes certain, likely or possible, not \"" + grade + '"';
       });

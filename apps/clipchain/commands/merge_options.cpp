@@ -99,8 +99,8 @@ void AddKeepSettings(CLI::App& command, KeepOptions& options) {
   command
       .add_option_function<std::string>(
           "--hash", [&options](const std::string& hash) { options.sha256 = hash == "sha256"; },
-          "By what a clip that is made again is known: its XXH128 (xxh128), or its SHA-256 too "
-          "(sha256), which takes longer")
+          "The hash by which \"clipchain split\" knows that a clip is what it was: XXH128 alone "
+          "(xxh128), or SHA-256 too (sha256), which takes longer")
       ->check([](const std::string& hash) {
         return hash == "xxh128" || hash == "sha256" ? ""
                                                     : "takes xxh128 or sha256, not \"" + hash + '"';

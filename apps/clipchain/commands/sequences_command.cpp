@@ -111,11 +111,11 @@ void AddSequencesCommand(CLI::App& tool, int& exitCode) {
       ->type_name("PATH");
   command->add_flag(
       "--salvage", options->scan.salvage,
-      "Join the recordings that are left, if there are two, one of them says that a clip "
-      "follows it, and the timecode of the other runs on from there");
+      "Where there are just two recordings, take them for one if one says that a clip follows it "
+      "and the timecode of the other runs on from there");
   command->add_flag(
       "--divide", options->scan.divide,
-      "Cut recordings where the card changes, sparing the first one that lies on two");
+      "Cut recordings where the card changes, but leave the first one that lies on two whole");
   command->add_flag("--json", options->json, "Print for programs");
   MustBeGiven(command->add_option(
                   "--html", options->html,

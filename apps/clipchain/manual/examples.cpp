@@ -20,6 +20,8 @@ const Example kExamples[] = {
      "Merges every complete recording of a card into a file of its own."},
     {"join", "clipchain join /media/card1 /media/card2 -o ~/Videos --dry-run",
      "Shows what that would do with two cards, and does nothing."},
+    {"join", "clipchain join /media/card -o ~/Videos --accept likely",
+     "Also joins clips without identifiers that likely belong together."},
     {"join", "clipchain join /media/card -o /data --plan jobs.json",
      "Writes the jobs to a file, for a batch system to run."},
     {"rescue", "clipchain rescue clip3.mp4 -o clip3-rescued.mp4",
