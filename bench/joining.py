@@ -4,7 +4,7 @@ import shutil
 import struct
 import subprocess
 
-from keeping import best_of, seconds_of
+from keeping import middle_of, seconds_of
 
 RECORDINGS = 20
 CLIPS = 10
@@ -83,9 +83,9 @@ def ways(tool, work, recordings):
     return first, copy, second
 
 
-def rows_of(best):
-    base = next(iter(best.values()))
-    return [(name, f"{seconds:.2f}", f"{seconds / base:.2f}") for name, seconds in best.items()]
+def rows_of(taken):
+    base = next(iter(taken.values()))
+    return [(name, f"{seconds:.2f}", f"{seconds / base:.2f}") for name, seconds in taken.items()]
 
 
 def joining_report(options, work, table):
@@ -95,9 +95,9 @@ def joining_report(options, work, table):
     tool = options.build / "apps" / "clipchain" / "clipchain"
     recordings = make_card(options.root, folder, size)
     first, copy, second = ways(tool, folder, recordings)
-    joined = best_of(options.rounds, first)
+    joined = middle_of(options.rounds, first)
     copy()
-    again = best_of(options.rounds, second)
+    again = middle_of(options.rounds, second)
     shutil.rmtree(folder)
     head = ["", "seconds", "against the first"]
     return ["", "## Joining a card", "",

@@ -2,6 +2,7 @@
 import os
 import shlex
 import shutil
+import statistics
 import subprocess
 import time
 
@@ -36,15 +37,15 @@ def make_card(root, work, size):
     return sorted(card.iterdir()), copies
 
 
-def best_of(rounds, ways):
-    """Best seconds of each way, in another order each round."""
-    best = dict.fromkeys(ways, float("inf"))
+def middle_of(rounds, ways):
+    """The median of each way's seconds, in another order each round."""
+    taken = {name: [] for name in ways}
     names = list(ways)
     for number in range(rounds):
         turn = number % len(names)
         for name in names[turn:] + names[:turn]:
-            best[name] = min(best[name], ways[name]())
-    return best
+            taken[name].append(ways[name]())
+    return {name: statistics.median(seconds) for name, seconds in taken.items()}
 
 
 def merges(tool, clips, output):
@@ -78,12 +79,12 @@ def comparisons(tool, clips, copies, results):
     }
 
 
-def rows_of(best, size):
-    first = next(iter(best.values()))
+def rows_of(taken, size):
+    first = next(iter(taken.values()))
     return [
         (f"`{name}`" if "," not in name else name, f"{seconds:.2f}", f"{size / seconds / 1e6:.0f}",
          f"{seconds / first:.2f}")
-        for name, seconds in best.items()
+        for name, seconds in taken.items()
     ]
 
 
@@ -93,13 +94,13 @@ def keeping_report(options, work, table):
     tool = options.build / "apps" / "clipchain" / "clipchain"
     clips, copies = make_card(options.root, folder, options.megabytes * 10**6 // CLIPS)
     size = sum(clip.stat().st_size for clip in clips)
-    merged = best_of(options.rounds, merges(tool, clips, folder / "out.mp4"))
+    merged = middle_of(options.rounds, merges(tool, clips, folder / "out.mp4"))
     results = {}
     for name, more in (("plain", []), ("kept", ["--originals"])):
         results[name] = folder / name
         results[name].mkdir()
         seconds_of([tool, "merge", "--force", "-o", results[name] / "out.mp4", *more, *clips])
-    compared = best_of(options.rounds, comparisons(tool, clips, copies, results))
+    compared = middle_of(options.rounds, comparisons(tool, clips, copies, results))
     shutil.rmtree(folder)
     head = ["", "seconds", "MB/s", "against the first"]
     return ["", "## Keeping clips", "",
