@@ -112,6 +112,7 @@ std::string FishOption(const std::string& condition, const OptionWords& option) 
   for (const std::string& name : option.names) {
     line += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
   }
+  // A value follows (-r), with files (-F) or without (-x): fish offers files everywhere by itself.
   if (KindOf(option) == Kind::kChoice) {
     line += fmt::format(" -x -a {}", InQuotes(Join(Choices(option), " "), "\\'"));
   } else if (KindOf(option) == Kind::kFolder) {
@@ -185,6 +186,7 @@ std::string ZshCompletion(const CLI::App& tool) {
     cases += fmt::format("  {})\n    _arguments -s \\\n{}{}      && return ;;\n", command.name,
                          ZshOptions(command), operands);
   }
+  // "*::" makes the command the first word, as the description of its own options takes it.
   return fmt::format(R"zsh(#compdef clipchain
 # Completion of clipchain for zsh.
 local curcontext=$curcontext state line

@@ -12,6 +12,7 @@ namespace clipchain {
 
 namespace {
 
+// Terminals have as many columns or more, and break wider lines inside of words.
 constexpr std::size_t kLineWidth = 80;
 constexpr std::size_t kColumn = 24;
 

@@ -1,11 +1,13 @@
 // Finds where a box stands: its path through the tree and its position in the file.
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "box/box.h"
+#include "foundation/big_endian.h"
 
 namespace clipchain {
 
@@ -45,7 +47,8 @@ long long OffsetOf(const MP4G::CBox& box);
 // version, flags and a count.
 long long ChildDistance(const MP4G::CBox& parent, const MP4G::CBox& child, long long behind);
 inline long long FirstEntryDistance(const MP4G::CBox& parent) {
-  return parent.GetBoxBaseSize() + 8;
+  constexpr std::size_t kFields = sizeof(MP4G::_tagFULL_BOX) + sizeof(QUIRVA::be32);
+  return parent.GetBoxBaseSize() + static_cast<long long>(kFields);
 }
 
 }  // namespace clipchain

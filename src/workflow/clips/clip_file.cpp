@@ -6,6 +6,7 @@
 #include <limits>
 #include <utility>
 
+#include "adapt/box_header.h"
 #include "adapt/clip_view.h"
 #include "foundation/platform/read_failures.h"
 #include "workflow/boxes/box_count.h"
@@ -70,7 +71,8 @@ void ClipFile::WalkTopLevel() {
     if (size == 0) size = end - at;
     // The user type of a "uuid" box was not read, so it does not count.
     const bool isLarge = peek.header->size == 1;
-    layout_.push_back({peek.header->type, at, isLarge ? 16u : 8u, size});
+    layout_.push_back(
+        {peek.header->type, at, isLarge ? BoxHeader::kLarge : BoxHeader::kShort, size});
     if (!MP4G::CBox::IsTopLevelBox(peek.header->type)) return;
     if (size <= 0 || size > std::numeric_limits<long long>::max() - at) return;
     if (peek.header->type == FourCc("mdat")) media_.push_back(layout_.back());

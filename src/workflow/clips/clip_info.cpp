@@ -1,5 +1,6 @@
 #include "workflow/clip_info.h"
 
+#include "adapt/box_header.h"
 #include "box/sample_table_boxes.h"
 #include "box/structural_boxes.h"
 #include "foundation/fourcc.h"
@@ -9,6 +10,7 @@
 #include "reader/mp4_file.h"
 #include "reader/track_reader.h"
 #include "reader/typed_views.h"
+#include "workflow/boxes/box_place.h"
 #include "workflow/clips/camera_notes.h"
 #include "workflow/clips/clip_file.h"
 #include "workflow/system/machine_memory.h"
@@ -18,8 +20,6 @@ namespace clipchain {
 namespace {
 
 constexpr unsigned int kReaderBuffer = 100000;
-// With a size of 64 bits (ISO/IEC 14496-12, clause 4.2).
-constexpr unsigned int kLongestPlainHeader = 16;
 
 TrackInfo InfoOf(MP4G::CTrackBox* track) {
   const MP4G::CTrackReader reader(track);
@@ -67,18 +67,15 @@ class BoxLister {
   bool Peek(long long position, MP4G::CBox& box) const {
     const unsigned char* bytes = nullptr;
     unsigned int got = 0;
-    return reader_.GetData(position, kLongestPlainHeader, bytes, got) >= 0 &&
+    return reader_.GetData(position, BoxHeader::kLarge, bytes, got) >= 0 &&
            box.Set16Byte(bytes, got) == S_OK;
   }
 
   bool Tell(const MP4G::CBox& box, long long position, long long size, unsigned int depth) const {
     if (!listener_({box.header->type, position, size, box.GetUsertype(), depth})) return false;
-    // Sample descriptions do not know where they stand, and neither does anything below them know
-    // more than its distance from there. The first one stands behind version, flags and a count.
-    long long behind = box.GetBoxBaseSize() + 8;
+    long long behind = FirstEntryDistance(box);
     for (const MP4G::CBox* child : box.children) {
-      const long long offset =
-          child->position > box.position ? child->position - box.position : behind;
+      const long long offset = ChildDistance(box, *child, behind);
       if (!Tell(*child, position + offset, child->GetBoxSize(), depth + 1)) return false;
       behind = offset + child->GetBoxSize();
     }

@@ -7,6 +7,7 @@
 #include <span>
 #include <utility>
 
+#include "adapt/box_header.h"
 #include "adapt/fields.h"
 #include "adapt/fit_clip.h"
 #include "adapt/fit_report.h"
@@ -143,7 +144,7 @@ std::optional<ClipTraits> ReadClipTraits(const std::string& path, unsigned int v
   ReadTimes(movie, traits, pictures);
   traits.timecode = TimecodeOf(clip, movie, pictures);
   if (traits.length) traits.mediaClock = MediaClockOf(clip, movie, *traits.length);
-  const auto header = static_cast<std::size_t>(movie.large ? 16 : 8);
+  const std::size_t header = movie.large ? BoxHeader::kLarge : BoxHeader::kShort;
   traits.values = LeafValues(std::span(bytes).subspan(std::min(header, bytes.size())));
   struct stat status;
   if (::stat(path.c_str(), &status) == 0)

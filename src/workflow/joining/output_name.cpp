@@ -63,6 +63,7 @@ std::string OutputName(const std::optional<MP4G::_tagSequenceTimedate>& date,
 }
 
 std::string WithoutCount(const std::string& outputName) {
+  // What looks like a count may be the end of a clip's own name: who asks looks for both names.
   const std::size_t end = outputName.size() - std::min(outputName.size(), kExtension.size());
   const std::size_t mark = outputName.find_last_not_of("0123456789", end - 1);
   const bool counted = end > 0 && mark != std::string::npos && mark + 1 < end &&

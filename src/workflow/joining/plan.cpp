@@ -35,6 +35,7 @@ class ClipCensus {
     std::size_t copies = 0;
     for (const SequenceClip& clip : sequence.clips) {
       if (!IsIdentified(clip)) {
+        // By itself it claims nothing that another clip could deny.
         if (sequence.clips.size() == 1) continue;
         findings.push_back(Contradiction(clip, "has neighbours, but no identifier of its own"));
         return LeftOut::kContradiction;
@@ -72,6 +73,8 @@ class ClipCensus {
     if (!IsIdentified(clip)) return;
     const Identifier id = QUIRVA::GuidText(clip.id);
     const SequenceClip* first = firstOf_.try_emplace(id, &clip).first->second;
+    // To compare the bytes of copies would take as long as to join them, and whether they hold what
+    // the result does is for a proof to find out before anything is erased.
     if (first->size != clip.size) rivals_.try_emplace(id, &clip);
   }
 
@@ -103,7 +106,8 @@ class ClipCensus {
   std::map<Identifier, const SequenceClip*> kept_;
 };
 
-// The sequences in the order in which they are worth keeping: complete ones, then long ones.
+// The sequences in the order in which they are worth keeping: complete ones, then long ones. What
+// is judged first has its clips; chains of the same clips that are judged later are the copies.
 std::vector<std::size_t> ByWorth(const std::vector<SequenceReport>& sequences) {
   std::vector<std::size_t> order(sequences.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
@@ -122,6 +126,7 @@ void SayWhatIsOpen(Job& job, bool merged) {
       "add the folder or card that has the missing clip; --incomplete joins what there is";
   const auto say = [&](const std::string& path, const char* text) {
     Finding finding = MakeFinding(Message::kSequenceIncomplete, path, text, merged ? "" : remedy);
+    // Who joins what there is knows that something is not, and has nothing to do about it.
     if (merged) finding.severity = Severity::kNote;
     job.findings.push_back(finding);
   };

@@ -61,6 +61,8 @@ std::map<std::string, const SequenceClip*> EarlierResults(const ScanReport& scan
   std::map<std::string, const SequenceClip*> results;
   for (const SequenceClip* clip : clips) {
     const std::string name = std::filesystem::path(clip->path).filename().string();
+    // With and without what a join puts behind the name: the mark of a part or of a rescue, a
+    // count.
     for (const std::string& candidate :
          {name, WithoutCount(name), WithoutMark(name), WithoutMark(WithoutCount(name)),
           WithoutRescueMark(name), WithoutCount(WithoutRescueMark(name))}) {
@@ -92,6 +94,8 @@ ScanReport ScanClips(FoundClips& found, const PlanOptions& options, Findings& fi
     volume.clips.erase(std::remove_if(volume.clips.begin(), volume.clips.end(), isResult),
                        volume.clips.end());
   }
+  // Anew, without them: a result has the identifier of its first clip, and makes the clips that
+  // were found beside it copies or contradictions.
   return Scan(found.volumes, asking);
 }
 
@@ -133,6 +137,7 @@ JoinPlan PlanFor(const std::vector<std::string>& operands, const PlanOptions& op
     proposing.progress = options.progress;
     PlanProposals(Propose(scan, proposing), options, plan);
   }
+  // Behind the proposals: clips of an accepted one have their recording.
   SayWhatIsUnidentified(plan.jobs, findings);
   plan.findings = std::move(findings);
   if (plan.jobs.empty() && !plan.stopped && scan.rejected.empty())

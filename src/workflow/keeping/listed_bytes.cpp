@@ -12,7 +12,7 @@ namespace clipchain {
 
 namespace {
 
-// Bytes.
+// A page: the system reads no less.
 constexpr unsigned long long kMostProbed = 4096;
 
 }  // namespace
@@ -29,6 +29,7 @@ ListedBytes::ListedBytes(const ListedFile& file)
   } else if (!(FileStamp::Of(status) == file.stamp)) {
     why_ = "changed while it was looked at";
   } else {
+    // It is mostly compared from its first byte to its last: the system may read far ahead.
     ::posix_fadvise(file_, 0, 0, POSIX_FADV_SEQUENTIAL);
   }
 }

@@ -1,7 +1,7 @@
 #include "workflow/keeping/originals.h"
 
 #include <algorithm>
-#include <limits>
+#include <map>
 #include <set>
 
 #include "workflow/system/part_name.h"
@@ -51,10 +51,13 @@ std::vector<std::string> NamesFor(const std::vector<std::string>& paths) {
   std::set<std::string> taken{std::string(kContentsName)};
   for (const std::string& path : paths) taken.insert(NameOf(path));
   std::set<std::string> used{std::string(kContentsName)};
+  // Of each name the last one that was given: thousands of clips may be called alike.
+  std::map<std::string, unsigned int> numbers;
   for (const std::string& path : paths) {
     std::string name = NameOf(path);
-    for (unsigned int number = 2; used.contains(name); ++number) {
-      name = Numbered(NameOf(path), number);
+    unsigned int& number = numbers.try_emplace(name, 1).first->second;
+    while (used.contains(name)) {
+      name = Numbered(NameOf(path), ++number);
       // Another clip may really be called so.
       if (taken.contains(name)) name = NameOf(path);
     }
