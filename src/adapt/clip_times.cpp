@@ -24,6 +24,9 @@ constexpr const char* kOtherKind = "leave it out, or merge it with clips of its 
 constexpr const char* kRepair = "copy the clip again, or repair it with a tool for it";
 constexpr const char* kCutAnew = "cut it with a program that encodes what it cuts, or leave it out";
 
+// Seconds. No recorder ends one track that much before another.
+constexpr int kLongHold = 10;
+
 std::string MillisecondWords(Moment moment) {
   std::array<char, 40> text{};
   std::snprintf(text.data(), text.size(), "%.1f ms", Milliseconds(moment));
@@ -161,9 +164,13 @@ class ClipTimesAdaptation final : public Adaptation {
         if (ticks == 0 || !HoldLastSample(*tracks[track], ticks)) continue;
         const Moment longer = MomentOf(ticks, times_.front()[track].scale);
         report.holds.push_back({i, times_.front()[track].id, ticks});
-        report.Note(AdaptationKind::kSeams, i, times_[i][track].id,
-                    "shows the last sample of its " + TrackWords(times_[i][track]) + ' ' +
-                        MillisecondWords(longer) + " longer");
+        const std::string words = "shows the last sample of its " + TrackWords(times_[i][track]) +
+                                  ' ' + MillisecondWords(longer) + " longer";
+        report.Note(AdaptationKind::kSeams, i, times_[i][track].id, words);
+        if (longer > MomentOf(kLongHold, 1))
+          report.Refuse(FitProblemKind::kTrackDrift, i, times_[i][track].id,
+                        words + ", since another of its tracks lasts that much longer",
+                        "look whether the clip ends like that; if not, its tables are damaged");
       }
     }
   }

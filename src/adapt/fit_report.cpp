@@ -30,7 +30,8 @@ std::string_view AdaptationWords(AdaptationKind kind) { return RowOf(kind).words
 bool IsWarning(FitProblemKind kind) {
   // What is left out or shown otherwise is told; the samples are all there.
   return kind == FitProblemKind::kBoxLost || kind == FitProblemKind::kShownOtherwise ||
-         kind == FitProblemKind::kTableLost || kind == FitProblemKind::kTopLevelBoxLost;
+         kind == FitProblemKind::kTableLost || kind == FitProblemKind::kTopLevelBoxLost ||
+         kind == FitProblemKind::kTrackDrift;
 }
 
 void FitReport::Note(AdaptationKind kind, std::size_t clip, unsigned int track, std::string text) {

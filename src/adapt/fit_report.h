@@ -61,6 +61,7 @@ enum class FitProblemKind {
   // A warning.
   kTopLevelBoxLost,
   kTrackCount,
+  // A warning.
   kTrackDrift,
   kTrackWithoutPartner
 };

@@ -98,6 +98,16 @@ TEST_F(ClipTimesTest, ThePictureWaitsAndEveryTableSaysSo) {
   EXPECT_EQ(MovieDuration(fitted.movie), 6102u);
 }
 
+TEST_F(ClipTimesTest, ALongWaitIsAWarning) {
+  MovieBuilder clip = TwoSeconds();
+  clip.tracks[1] = support::AudioTrack(94 + 11 * 48000 / 1024);
+  const Fitted fitted = FitThem({clip, TwoSeconds()});
+  ASSERT_EQ(fitted.problems.size(), 1u);
+  EXPECT_NE(fitted.problems[0].find("1: shows the last sample of its track 1 (avc1)"),
+            std::string::npos);
+  EXPECT_EQ(TracksOf(fitted.movie).size(), 2u) << "it is merged";
+}
+
 TEST_F(ClipTimesTest, NothingWaitsWhereTheSeamsStayAsTheyAre) {
   MovieBuilder clip = TwoSeconds();
   clip.tracks[1] = support::AudioTrack(96);
