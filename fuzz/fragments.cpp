@@ -9,8 +9,10 @@
 #include <vector>
 
 #include "adapt/fragmented_movie.h"
+#include "adapt/media_map.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
+#include "adapt/tracks.h"
 #include "foundation/fourcc.h"
 #include "target.h"
 

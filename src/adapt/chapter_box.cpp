@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "adapt/fields.h"
-#include "adapt/fit_clip.h"
+#include "adapt/tracks.h"
 #include "foundation/fourcc.h"
 #include "foundation/strings.h"
 

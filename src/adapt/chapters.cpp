@@ -9,6 +9,7 @@
 #include "adapt/chapter_box.h"
 #include "adapt/timeline.h"
 #include "adapt/track_headers.h"
+#include "adapt/tracks.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {

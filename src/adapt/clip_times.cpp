@@ -14,6 +14,7 @@
 #include "adapt/time_scales.h"
 #include "adapt/timeline.h"
 #include "adapt/track_headers.h"
+#include "adapt/tracks.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {

@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
-#include "adapt/engine_movie.h"
 #include "adapt/fields.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
+#include "adapt/tracks.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {

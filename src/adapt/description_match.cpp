@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "adapt/bit_rates.h"
-#include "adapt/engine_movie.h"
+#include "adapt/track_headers.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {

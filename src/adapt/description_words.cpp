@@ -9,7 +9,7 @@
 
 #include "adapt/bit_rates.h"
 #include "adapt/box_header.h"
-#include "adapt/engine_movie.h"
+#include "adapt/track_headers.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {

@@ -14,6 +14,7 @@
 #include "adapt/joined_tables.h"
 #include "adapt/kept_boxes.h"
 #include "adapt/long_durations.h"
+#include "adapt/media_map.h"
 #include "adapt/media_places.h"
 #include "adapt/protection.h"
 #include "adapt/sample_descriptions.h"
@@ -22,6 +23,7 @@
 #include "adapt/torn_boxes.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_order.h"
+#include "adapt/tracks.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {

@@ -6,7 +6,6 @@
 
 #include "adapt/box_header.h"
 #include "adapt/fields.h"
-#include "adapt/track_headers.h"
 #include "foundation/fourcc.h"
 #include "foundation/strings.h"
 #include "reader/mp4_file.h"
@@ -201,34 +200,6 @@ void FitClip::TakeFileType() {
   std::span<const unsigned char> in = bytes;
   if (fileType.Take(in) && fileType.type == FourCc("ftyp")) return;
   fileType = RawBox(FourCc("ftyp"), {'q', 't', ' ', ' ', 0, 0, 0, 0, 'q', 't', ' ', ' '});
-}
-
-std::vector<RawBox*> TracksOf(RawBox& movie) {
-  std::vector<RawBox*> tracks;
-  for (RawBox& child : movie.children) {
-    if (child.type == FourCc("trak")) tracks.push_back(&child);
-  }
-  return tracks;
-}
-
-std::vector<const RawBox*> TracksOf(const RawBox& movie) {
-  std::vector<const RawBox*> tracks;
-  for (const RawBox& child : movie.children) {
-    if (child.type == FourCc("trak")) tracks.push_back(&child);
-  }
-  return tracks;
-}
-
-unsigned int RawTrackId(const RawBox& track) {
-  const RawBox* header = track.Child(FourCc("tkhd"));
-  const auto fields = header != nullptr ? ReadTrackHeader(*header) : std::nullopt;
-  return fields ? fields->id : 0;
-}
-
-std::string RawTrackWords(const RawBox& track) {
-  std::string text = "track " + std::to_string(RawTrackId(track));
-  const unsigned int type = TrackSampleEntryType(track);
-  return type != 0 ? text + " (" + FourCcText(type) + ')' : text;
 }
 
 }  // namespace clipchain

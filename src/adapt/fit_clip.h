@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "adapt/fit_report.h"
+#include "adapt/media_map.h"
 #include "adapt/memory_budget.h"
 #include "adapt/raw_boxes.h"
 #include "foundation/qv_file.h"
@@ -24,12 +25,6 @@ struct FitBox {
 
   std::uint64_t Body() const { return position + header; }
   std::uint64_t End() const { return position + size; }
-};
-
-// A stretch of a file that holds media.
-struct MediaRange {
-  std::uint64_t position;
-  std::uint64_t size;
 };
 
 class FitClip {
@@ -80,12 +75,5 @@ class FitClip {
   std::unique_ptr<QUIRVA::QvFile> file_;
   std::vector<FitBox> layout_;
 };
-
-// The tracks of a movie box, in its order. Lent.
-std::vector<RawBox*> TracksOf(RawBox& movie);
-std::vector<const RawBox*> TracksOf(const RawBox& movie);
-// "track 2 (hvc1)", by its own identifier and first sample entry, for notes.
-std::string RawTrackWords(const RawBox& track);
-unsigned int RawTrackId(const RawBox& track);
 
 }  // namespace clipchain

@@ -6,6 +6,7 @@
 
 #include "adapt/box_header.h"
 #include "adapt/fragment_clock.h"
+#include "adapt/media_map.h"
 #include "adapt/track_headers.h"
 #include "foundation/fourcc.h"
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "adapt/fit_clip.h"
 #include "adapt/fit_report.h"
 #include "adapt/fragment_run.h"
+#include "adapt/media_map.h"
 #include "adapt/protection_boxes.h"
 #include "adapt/raw_boxes.h"
 #include "adapt/sample_groups.h"

@@ -8,6 +8,7 @@
 #include "adapt/fragmented_movie.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
+#include "adapt/tracks.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {

@@ -9,12 +9,14 @@
 
 #include "adapt/box_header.h"
 #include "adapt/composition_bounds.h"
+#include "adapt/media_map.h"
 #include "adapt/sample_groups.h"
 #include "adapt/subsamples.h"
 #include "adapt/table_builder.h"
 #include "adapt/table_forms.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
+#include "adapt/tracks.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {

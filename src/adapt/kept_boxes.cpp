@@ -6,9 +6,9 @@
 #include <utility>
 
 #include "adapt/box_header.h"
-#include "adapt/engine_movie.h"
 #include "adapt/item_places.h"
 #include "adapt/track_headers.h"
+#include "adapt/tracks.h"
 #include "foundation/fourcc.h"
 #include "reader/box_reader.h"
 #include "reader/mp4_tree.h"

@@ -6,6 +6,7 @@
 
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
+#include "adapt/tracks.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {

@@ -4,9 +4,10 @@
 #include <limits>
 #include <string>
 
-#include "adapt/engine_movie.h"
+#include "adapt/media_map.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
+#include "adapt/tracks.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {

@@ -10,9 +10,9 @@
 #include "adapt/box_header.h"
 #include "adapt/description_match.h"
 #include "adapt/description_words.h"
-#include "adapt/engine_movie.h"
 #include "adapt/track_headers.h"
 #include "adapt/track_tables.h"
+#include "adapt/tracks.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {

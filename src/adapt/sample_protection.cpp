@@ -5,7 +5,6 @@
 #include <span>
 #include <utility>
 
-#include "adapt/engine_movie.h"
 #include "adapt/fields.h"
 #include "adapt/sample_groups.h"
 #include "adapt/track_headers.h"

@@ -1,5 +1,8 @@
 #include "adapt/track_headers.h"
 
+#include <span>
+#include <utility>
+
 #include "adapt/fields.h"
 #include "foundation/fourcc.h"
 
@@ -187,6 +190,18 @@ std::uint32_t SampleEntryCount(const RawBox& stsd) { return FieldAt(stsd, sizeof
 unsigned int FirstSampleEntryType(const RawBox& stsd) {
   // Behind version, flags, the count and the size of the entry.
   return SampleEntryCount(stsd) == 0 ? 0 : FieldAt(stsd, 3 * sizeof(be32));
+}
+
+std::optional<std::vector<RawBox>> SampleEntriesOf(const RawBox& stsd) {
+  // Version, flags and the number of entries.
+  constexpr std::size_t kFields = 8;
+  if (stsd.data.size() < kFields) return std::nullopt;
+  std::span<const unsigned char> in = std::span(stsd.data).subspan(kFields);
+  std::vector<RawBox> entries;
+  RawBox entry;
+  while (entry.Take(in)) entries.push_back(std::move(entry));
+  if (entries.size() != SampleEntryCount(stsd)) return std::nullopt;
+  return entries;
 }
 
 unsigned int TrackKind(const RawBox& trak) {

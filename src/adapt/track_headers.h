@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "adapt/raw_boxes.h"
 
@@ -46,6 +47,8 @@ unsigned int HandlerKind(const RawBox& hdlr);
 unsigned int FirstSampleEntryType(const RawBox& stsd);
 // How many entries "stsd" has by its count, which nothing bounds; 0 where it is too short to say.
 std::uint32_t SampleEntryCount(const RawBox& stsd);
+// The entries of "stsd"; nothing if they are not as many as it says, or are no boxes.
+std::optional<std::vector<RawBox>> SampleEntriesOf(const RawBox& stsd);
 
 // The same of a track; 0 where a box on the way is missing.
 unsigned int TrackKind(const RawBox& trak);

@@ -10,6 +10,7 @@
 #include "adapt/bit_rates.h"
 #include "adapt/fields.h"
 #include "adapt/track_headers.h"
+#include "adapt/tracks.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {

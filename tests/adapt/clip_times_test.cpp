@@ -1,4 +1,5 @@
 #include "adapt/clip_times.h"
+#include "adapt/tracks.h"
 
 #include <algorithm>
 

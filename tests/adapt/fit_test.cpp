@@ -1,4 +1,5 @@
 #include "adapt/fit.h"
+#include "adapt/tracks.h"
 
 #include <algorithm>
 

@@ -1,4 +1,5 @@
 #include "adapt/fragment_clock.h"
+#include "adapt/tracks.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 #include "adapt/fragmented_movie.h"
+#include "adapt/tracks.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 #include "adapt/fragments.h"
+#include "adapt/tracks.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 #include "adapt/joined_tables.h"
+#include "adapt/tracks.h"
 
 #include <gtest/gtest.h>
 

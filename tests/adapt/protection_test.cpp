@@ -1,4 +1,5 @@
 #include "adapt/protection.h"
+#include "adapt/tracks.h"
 
 #include <gtest/gtest.h>
 

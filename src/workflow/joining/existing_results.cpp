@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "adapt/fit_clip.h"
+#include "adapt/media_map.h"
 #include "workflow/clips/clip_file.h"
 #include "workflow/clips/order_facts.h"
 #include "workflow/joining/output_name.h"

@@ -1,4 +1,5 @@
 #include "workflow/rescue.h"
+#include "adapt/tracks.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,7 +8,6 @@
 #include <filesystem>
 #include <numeric>
 
-#include "adapt/fit_clip.h"
 #include "adapt/table_builder.h"
 #include "adapt/track_headers.h"
 #include "foundation/fourcc.h"
