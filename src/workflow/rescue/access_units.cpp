@@ -92,12 +92,8 @@ bool AccessUnits::TakeLeading(const Unit& unit, AccessUnit& found) {
   if (bytes == nullptr || !IsClean(unit)) return false;
   found.holdsSets = found.holdsSets || syntax_.IsSet(unit.header);
   found.recovery = found.recovery || syntax_.HasRecoveryPoint(unit.header, {bytes, there});
-  const auto& opening = habits_.signs.opening.marks;
-  if (found.opens || opening.empty()) return true;
-  const auto marks = syntax_.Marks(unit.header, {bytes, there});
-  found.opens = std::any_of(marks.begin(), marks.end(), [&](std::uint64_t mark) {
-    return std::binary_search(opening.begin(), opening.end(), mark);
-  });
+  for (const std::uint64_t mark : syntax_.Marks(unit.header, {bytes, there}))
+    found.openings |= habits_.signs.opening.BitOf(mark);
   return true;
 }
 
@@ -112,7 +108,8 @@ std::optional<Slice> AccessUnits::SliceOf(const Unit& unit) {
 // A picture of another recording is shown at any other time.
 bool AccessUnits::IsNear(const Slice& slice, const PictureOrder& order) const {
   constexpr std::size_t kEnough = 16;
-  constexpr std::int64_t kRoomForOrder = 4;
+  // A quiet part of a recording may have no pictures out of turn, and the next one many.
+  constexpr std::int64_t kRoomForOrder = 16;
   if (habits_.pictures < kEnough) return true;
   const SequenceSet& sequence = *syntax_.SequenceOf(slice.pictureSet);
   const std::int64_t step = order.StepTo(syntax_.codec(), slice, sequence);

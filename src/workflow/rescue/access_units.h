@@ -26,8 +26,8 @@ struct AccessUnit {
   bool recovery = false;
   // Holds parameter sets.
   bool holdsSets = false;
-  // Holds what only the reference's first sample does.
-  bool opens = false;
+  // What only the reference's first sample has of what this one has: a bit for each.
+  std::uint64_t openings = 0;
 };
 
 // What was seen in the reference's own samples.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "foundation/fourcc.h"
 #include "workflow/rescue/picture_facts.h"
 
 namespace clipchain::rescue {
@@ -10,6 +11,9 @@ namespace {
 
 // What is walked through to see whether the media begins at a place.
 constexpr std::uint64_t kProbe = 8 << 20;
+
+// Of a media box, and room for another one.
+constexpr std::uint64_t kHeads = 24;
 
 std::uint64_t SampleCount(const Harvest& harvest) {
   std::uint64_t count = 0;
@@ -61,12 +65,22 @@ class Trier {
   // description is of another file.
   std::optional<std::uint64_t> FindBegin() {
     for (const std::uint64_t begin : attempt_.media.begins) {
-      const std::uint64_t end = std::min(attempt_.media.end, begin + kProbe);
-      const bool ends = attempt_.media.ends && end == attempt_.media.end;
-      const Harvest harvest = Walk(begin, end, ends, [](std::uint64_t) { return true; });
-      if (SampleCount(harvest) > 0 && FirstFits(harvest)) return begin;
+      if (!IsBegin(begin)) continue;
+      std::uint64_t first = begin;
+      // A unit may begin there that is not the first one of its sample.
+      for (const std::uint64_t other : attempt_.media.begins) {
+        if (other < first && begin - other <= kHeads && IsBegin(other)) first = other;
+      }
+      return first;
     }
     return std::nullopt;
+  }
+
+  bool IsBegin(std::uint64_t begin) {
+    const std::uint64_t end = std::min(attempt_.media.end, begin + kProbe);
+    const bool ends = attempt_.media.ends && end == attempt_.media.end;
+    const Harvest harvest = Walk(begin, end, ends, [](std::uint64_t) { return true; });
+    return SampleCount(harvest) > 0 && FirstFits(harvest);
   }
 
   bool FirstFits(const Harvest& harvest) {
@@ -106,7 +120,15 @@ bool Try(FileBytes& file, std::uint64_t content, const std::string& reference,
   attempt.why = LearnModel(attempt.reference, attempt.model);
   if (attempt.why) return false;
   const std::uint64_t first = attempt.reference.chunks().front().position;
-  attempt.media = ExamineBroken(file, content, first, first - attempt.reference.MediaBegin());
+  // Other samples than those of plain sound show by themselves that they are cut.
+  const auto& methods = attempt.model.methods;
+  bool endsInZeros = false;
+  for (std::size_t i = 0; i < methods.size(); ++i) {
+    const bool sound = attempt.reference.tracks()[i].kind == FourCc("soun");
+    endsInZeros = endsInZeros || (sound && methods[i] != nullptr && methods[i]->UniformSize() != 0);
+  }
+  attempt.media =
+      ExamineBroken(file, content, first, first - attempt.reference.MediaBegin(), endsInZeros);
   return Trier(file, progress, attempt).Try();
 }
 

@@ -101,7 +101,7 @@ bool BeginsMovie(const unsigned char* bytes) {
 }
 
 BrokenMedia ExamineBroken(FileBytes& file, std::uint64_t content, std::uint64_t firstChunk,
-                          std::uint64_t lead) {
+                          std::uint64_t lead, bool endsInZeros) {
   BrokenMedia media;
   media.end = file.Size();
   media.content = content;
@@ -114,8 +114,11 @@ BrokenMedia ExamineBroken(FileBytes& file, std::uint64_t content, std::uint64_t 
     for (const unsigned head : {8u, 16u, 0u}) AddBegin(media, behind + head);
     AddBegin(media, 0);
   }
-  // Nobody can tell a sample's own zeros from those that were never written.
-  if (media.end > media.content) {
+  // Nobody can tell a sample's own zeros from those that were never written; but whoever wrote the
+  // size wrote more than all but a few bytes of the last sector.
+  constexpr std::uint64_t kFewZeros = 64;
+  const bool areFew = endsInZeros && media.ends && media.end - media.content < kFewZeros;
+  if (media.end > media.content && !areFew) {
     media.end = media.content;
     media.ends = false;
   }

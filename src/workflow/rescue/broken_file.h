@@ -30,9 +30,9 @@ struct BrokenMedia {
 };
 
 // `content` is EndOfContent() of the file; `firstChunk` where the reference's first sample lies in
-// its file, `lead` how far behind the head of its media box.
+// its file, `lead` how far behind the head of its media box; `endsInZeros` whether its samples may.
 BrokenMedia ExamineBroken(FileBytes& file, std::uint64_t content, std::uint64_t firstChunk,
-                          std::uint64_t lead);
+                          std::uint64_t lead, bool endsInZeros);
 
 // Whether an intact movie box begins with these 16 bytes.
 bool BeginsMovie(const unsigned char* bytes);

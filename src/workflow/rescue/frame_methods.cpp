@@ -18,6 +18,8 @@ namespace {
 using Answer = BeginsOther::Answer;
 
 constexpr std::size_t kBlock = 256 << 10;
+// Of a frame of one channel (ISO/IEC 14496-3, 4.5.3.2: 6144 bits).
+constexpr std::uint32_t kLargestOfOne = 768;
 // More frames than sound of days has; bytes that were made to look like some could be many more.
 constexpr std::uint64_t kMostFrames = 1 << 25;
 
@@ -138,7 +140,7 @@ class DecodedFrames final : public FrameMethod {
                                        BeginsOther& other) const {
     for (std::size_t i = 0; i < sizes.size(); ++i) {
       at += sizes[i];
-      if (sizes[i] > largest_ * 2) {
+      if (sizes[i] > std::max(largest_ * 2, kLargestOfOne)) {
         sizes.resize(i);
         break;
       }
@@ -268,8 +270,9 @@ class UniformFrames final : public FrameMethod {
   SampleSpan Begin(MediaWindow& window, ByteRange range, BeginsOther& other) override {
     const std::uint64_t whole = (range.end - range.begin) / size_;
     if (counts_.empty() || whole > Largest() * kTimesLargest) return {};
-    // Of a few frames nothing tells whether they are smooth.
-    if (whole < kRoughnessFrames && other.At(range.begin) != Answer::kNo) return {};
+    // So few bytes may be a picture's of which too little is there to know it.
+    constexpr std::uint64_t kFewBytes = 64;
+    if (range.end - range.begin < kFewBytes && other.At(range.begin) != Answer::kNo) return {};
     const std::uint64_t sure = BeforeOther(range, whole, other);
     if (sure == 0 || !IsSmooth(window, range.begin, sure)) return {};
     return {sure, sure * size_, {}};
@@ -430,7 +433,8 @@ std::unique_ptr<FrameMethod> MakeFrameMethod(const Reference& reference, std::si
   const bool uniform = size != 0 && size <= kMostSample;
   if (of.descriptions != 1 || of.kind == FourCc("vide")) return nullptr;
   if (of.kind != FourCc("soun"))
-    return uniform ? std::make_unique<PlacedSamples>(size, counts) : MakeMarkedData(reference, of);
+    return uniform ? std::make_unique<PlacedSamples>(size, counts)
+                   : MakeMarkedData(reference, of, counts);
   const StreamDescription stream = DescribeStream(of.entry);
   // MPEG-4 audio, and the profiles of MPEG-2 AAC (ISO/IEC 14496-1, objectTypeIndication).
   if (of.entryType == FourCc("mp4a") &&

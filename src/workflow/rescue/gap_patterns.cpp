@@ -262,6 +262,13 @@ bool IsSame(const Pieces& a, const Pieces& b) {
 
 }  // namespace
 
+// Nothing but the reference's own numbers speaks for samples of constant size, unless the media
+// ends with them, and they are too few to hide a piece of another track.
+bool MayEndWith(const GapPatterns& patterns, const Pieces& pieces, bool atBegin) {
+  const auto followed = patterns.LeastFollowed(atBegin);
+  return !followed || pieces.front().span.count <= *followed;
+}
+
 // Samples that a decoder or a header confirms fill a gap by no accident. Those
 // of constant size do so easily, and count only where there is one way; so do pieces that look like
 // those of another track.
@@ -277,9 +284,9 @@ std::optional<std::vector<GapPiece>> SolveGap(const GapRules& rules, MediaWindow
     const bool isUniform = SaysNothing(pattern, rules.methods);
     for (Pieces& pieces : solver.Solve(pattern)) {
       if (!isUniform && !solver.HasAlike(pattern)) return std::move(pieces);
-      // Nothing but the reference's own numbers speaks for samples of constant size, unless the
-      // media ends with them.
-      if (isUniform && !ends && !HasCountsOf(pattern, pieces)) continue;
+      if (isUniform && !HasCountsOf(pattern, pieces) &&
+          !(ends && MayEndWith(rules.patterns, pieces, atBegin)))
+        continue;
       several = several || (only && !IsSame(*only, pieces));
       if (!only) only = std::move(pieces);
     }

@@ -68,12 +68,10 @@ std::optional<LengthField> LearnLength(const std::vector<KnownSample>& samples) 
   return std::nullopt;
 }
 
-class MarkedData final : public FrameMethod {
+class MarkedData : public FrameMethod {
  public:
-  MarkedData(std::vector<unsigned char> mark, LengthField length)
-      : mark_(std::move(mark)), length_(length) {}
+  explicit MarkedData(std::vector<unsigned char> mark) : mark_(std::move(mark)) {}
 
-  std::string_view Name() const override { return "headers"; }
   std::size_t MarkSize() const override { return mark_.size(); }
   bool IsMark(const unsigned char* bytes) const override {
     return std::equal(mark_.begin(), mark_.end(), bytes);
@@ -85,7 +83,20 @@ class MarkedData final : public FrameMethod {
     return span;
   }
 
-  // As many as there are, one behind the other.
+  // Nothing confirms the last one.
+  SampleSpan Begin(MediaWindow&, ByteRange, BeginsOther&) override { return {}; }
+
+ private:
+  std::vector<unsigned char> mark_;
+};
+
+class MeasuredData final : public MarkedData {
+ public:
+  MeasuredData(std::vector<unsigned char> mark, LengthField length)
+      : MarkedData(std::move(mark)), length_(length) {}
+
+  std::string_view Name() const override { return "headers"; }
+
   std::optional<SampleSpan> Take(MediaWindow& window, ByteRange range,
                                  std::uint64_t most) override {
     SampleSpan span;
@@ -104,18 +115,35 @@ class MarkedData final : public FrameMethod {
     return span;
   }
 
-  // Nothing confirms the last one.
-  SampleSpan Begin(MediaWindow&, ByteRange, BeginsOther&) override { return {}; }
+ private:
+  LengthField length_;
+};
+
+// The only sample of a piece takes what is left.
+class SingleData final : public MarkedData {
+ public:
+  SingleData(std::vector<unsigned char> mark, std::uint32_t largest)
+      : MarkedData(std::move(mark)), largest_(largest) {}
+
+  std::string_view Name() const override { return "place"; }
+
+  std::optional<SampleSpan> Take(MediaWindow& window, ByteRange range, std::uint64_t) override {
+    constexpr std::uint64_t kTimesLargest = 2;
+    const std::uint64_t size = range.end - range.begin;
+    if (size < kHead || size > largest_ * kTimesLargest) return std::nullopt;
+    const unsigned char* bytes = window.At(range.begin, kHead);
+    if (bytes == nullptr || !IsMark(bytes)) return std::nullopt;
+    return SampleSpan{1, size, {static_cast<std::uint32_t>(size)}};
+  }
 
  private:
-  std::vector<unsigned char> mark_;
-  LengthField length_;
+  std::uint32_t largest_;
 };
 
 }  // namespace
 
-std::unique_ptr<FrameMethod> MakeMarkedData(const Reference& reference,
-                                            const ReferenceTrack& track) {
+std::unique_ptr<FrameMethod> MakeMarkedData(const Reference& reference, const ReferenceTrack& track,
+                                            const std::vector<std::uint64_t>& counts) {
   const std::vector<KnownSample> samples = SamplesOf(reference, track);
   std::set<std::uint32_t> sizes;
   for (const KnownSample& sample : samples) sizes.insert(sample.size);
@@ -126,11 +154,15 @@ std::unique_ptr<FrameMethod> MakeMarkedData(const Reference& reference,
     mark.erase(differs, mark.end());
   }
   const bool isZero = std::all_of(mark.begin(), mark.end(), [](auto byte) { return byte == 0; });
+  if (mark.size() < kLeastMark || isZero) return nullptr;
   const auto length = LearnLength(samples);
-  if (mark.size() < kLeastMark || isZero || !length) return nullptr;
+  if (!length) {
+    if (counts != std::vector<std::uint64_t>{1}) return nullptr;
+    return std::make_unique<SingleData>(std::move(mark), *sizes.rbegin());
+  }
   // The first bytes of a length are alike while samples are small.
   mark.resize(std::min(mark.size(), std::max(length->at, kLeastMark)));
-  return std::make_unique<MarkedData>(std::move(mark), *length);
+  return std::make_unique<MeasuredData>(std::move(mark), *length);
 }
 
 }  // namespace clipchain::rescue

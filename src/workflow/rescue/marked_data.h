@@ -1,4 +1,5 @@
-// Finds samples of data that begin with what the reference's all do, and with their length.
+// Finds samples of data that begin as the reference's all do: by the length that follows, or, where
+// none does, by the picture in front of which the reference's only sample ends.
 #pragma once
 
 #include <memory>
@@ -9,8 +10,8 @@
 namespace clipchain::rescue {
 
 // The method for a track of the reference whose samples differ in size; null where its samples have
-// no such beginning.
-std::unique_ptr<FrameMethod> MakeMarkedData(const Reference& reference,
-                                            const ReferenceTrack& track);
+// no such beginning. `counts` are the numbers of samples that pieces of the track have there.
+std::unique_ptr<FrameMethod> MakeMarkedData(const Reference& reference, const ReferenceTrack& track,
+                                            const std::vector<std::uint64_t>& counts);
 
 }  // namespace clipchain::rescue

@@ -294,15 +294,14 @@ void Walk::End() {
 }
 
 // The most samples of the track that the media can end with. The last piece of a recording may be
-// longer than any other, where the pictures ended ahead of the sound, unless it is known that
-// something else follows; and where pieces of other tracks follow only as many are certain as the
-// shortest one has.
+// longer than any other, where the pictures ended ahead of the sound; where pieces of other tracks
+// follow only as many are certain as the shortest one has.
 std::uint64_t Walk::MostAtEnd(std::size_t track) const {
   constexpr std::uint64_t kTimesMost = 4;
   const std::uint64_t most = model_.patterns.MostOf(track, AtBegin());
   if (const auto followed = model_.patterns.LeastFollowed(AtBegin()))
     return std::min(most, *followed);
-  return range_.overrun ? most : most * kTimesMost;
+  return most * kTimesMost;
 }
 
 // What is left is the beginning of a gap that was cut: it counts as far as its
@@ -319,8 +318,9 @@ void Walk::TakeTail() {
   if (bounded && bytes > model_.patterns.largest() * 2 + kRoom) return;
   const std::uint64_t most = MostAtEnd(*track);
   if (bounded && method.UniformSize() != 0) {
-    // Nothing in such samples says where they end: what is longer holds something else, too.
-    if (bytes > most * method.UniformSize() + units_.Lookahead()) return;
+    // Nothing in such samples says where they end: what is longer holds something else, too, and so
+    // may all that stands in front of it.
+    if (range_.overrun || bytes > most * method.UniformSize() + units_.Lookahead()) return;
     range.end = std::min(range.end, range.begin + most * method.UniformSize());
   }
   PictureGuard guard(window_, bounded ? &units_ : nullptr, range_.end);

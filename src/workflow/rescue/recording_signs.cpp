@@ -36,6 +36,19 @@ void OpeningMarks::Take(std::vector<std::uint64_t> ofSample, const Slice& first,
   marks = std::move(left);
 }
 
+std::uint64_t OpeningMarks::BitOf(std::uint64_t mark) const {
+  constexpr std::ptrdiff_t kMost = 64;
+  const auto found = std::lower_bound(marks.begin(), marks.end(), mark);
+  const auto place = found - marks.begin();
+  return found != marks.end() && *found == mark && place < kMost ? std::uint64_t{1} << place : 0;
+}
+
+std::uint64_t OpeningMarks::AllBits() const {
+  std::uint64_t all = 0;
+  for (const std::uint64_t mark : marks) all |= BitOf(mark);
+  return all;
+}
+
 void StartNumbers::Take(unsigned int number) {
   if (last_) {
     ++times_;
@@ -141,11 +154,15 @@ std::uint64_t LearnEvenStep(const std::vector<PictureFacts>& pictures) {
   return times >= kEnough && since <= step ? step : 0;
 }
 
-// A reference that is shorter than the way to the next picture that starts anew tells nothing of
-// pictures that do.
+// Of a reference that is shorter than the way to the next picture that starts anew nothing tells
+// which marks are those of a first picture and which those of any that starts anew: then one that
+// has all of them is a first one.
 bool Recording::Opens(const AccessUnit& unit) const {
   const OpeningMarks& opening = signs_.opening;
-  if (unit.opens && (opening.startsAgain || sinceStart_ < opening.samples)) return true;
+  if (opening.startsAgain && unit.openings != 0) return true;
+  const bool isLikeFirst = unit.openings != 0 && unit.openings == opening.AllBits() &&
+                           (!unit.slice.idr || signs_.numbers.MayBegin(unit.slice.idrId));
+  if (isLikeFirst && sinceStart_ < opening.samples) return true;
   return opening.startsAgain && opening.unitType == unit.slice.unitType;
 }
 

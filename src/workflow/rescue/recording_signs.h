@@ -27,6 +27,9 @@ struct OpeningMarks {
 
   // Takes a sample of the reference, in the order of decoding.
   void Take(std::vector<std::uint64_t> ofSample, const Slice& first, bool recovery);
+  // Of a mark, by its place among them; 0: it is none of them, or stands behind the first 64.
+  std::uint64_t BitOf(std::uint64_t mark) const;
+  std::uint64_t AllBits() const;
   // Whether a first picture is known from one at which playing can start, too.
   bool Tells() const { return startsAgain && (!marks.empty() || unitType); }
 };
@@ -37,6 +40,8 @@ class StartNumbers {
   // Takes that of the reference's next one.
   void Take(unsigned int number);
   bool MayFollow(unsigned int before, unsigned int next) const;
+  // Whether a recording may begin with that one.
+  bool MayBegin(unsigned int number) const { return !last_ || number == first_; }
   // Whether that is the next one and none that a recording begins with.
   bool Continue(unsigned int before, unsigned int next) const;
 

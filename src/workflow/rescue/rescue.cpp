@@ -83,7 +83,7 @@ bool Work::Look() {
     Fail(Message::kInputUnreadable, broken_, "can't be read", "name a clip");
     return false;
   }
-  const rescue::BrokenMedia media = rescue::ExamineBroken(*file_, file_->Size(), 0, 0);
+  const rescue::BrokenMedia media = rescue::ExamineBroken(*file_, file_->Size(), 0, 0, false);
   hasMovie_ = media.hasMovie;
   // Its tables tell more, and more surely, than any search could.
   if (media.hasMovie && !media.cutOff) {

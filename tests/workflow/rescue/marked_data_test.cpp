@@ -26,7 +26,8 @@ Bytes Sample(const std::string& mark, std::uint32_t length) {
 class MarkedDataTest : public testing::Test {
  protected:
   // Learns from a clip with these samples of data, and looks at those bytes.
-  bool Learn(const std::vector<Bytes>& samples, const Bytes& media) {
+  bool Learn(const std::vector<Bytes>& samples, const Bytes& media,
+             const std::vector<std::uint64_t>& counts = {2}) {
     support::Track data = support::AudioTrack(0);
     data.handler = "meta";
     data.samples = samples;
@@ -36,7 +37,7 @@ class MarkedDataTest : public testing::Test {
     const std::string clip = folder_ / "clip.mp4";
     support::WriteFile(clip, support::MovieBuilder().Add(data).Build());
     if (reference_.Load(clip)) return false;
-    method_ = MakeMarkedData(reference_, reference_.tracks()[0]);
+    method_ = MakeMarkedData(reference_, reference_.tracks()[0], counts);
     support::WriteFile(folder_ / "media", media);
     bytes_ = std::make_unique<FileBytes>(folder_ / "media");
     window_ = std::make_unique<MediaWindow>(*bytes_);
@@ -61,6 +62,19 @@ TEST_F(MarkedDataTest, EndWhereTheirLengthSays) {
   EXPECT_FALSE(method_->Fill(*window_, {0, 308 + 27})) << "the second one is cut";
   EXPECT_FALSE(method_->Fill(*window_, {0, media.size()})) << "something else follows";
   EXPECT_FALSE(method_->Take(*window_, {336, media.size()}, most));
+}
+
+TEST_F(MarkedDataTest, TakeWhatIsLeftWhereEachStandsAlone) {
+  const Bytes media = Text("{ \"t\": 12, \"x\": 11 }");
+  const std::vector<Bytes> samples = {Text("{ \"t\": 1, \"x\": 2 }"),
+                                      Text("{ \"t\": 10, \"x\": 222 }"),
+                                      Text("{ \"t\": 10, \"x\": 3 }")};
+  EXPECT_FALSE(Learn(samples, media));
+  ASSERT_TRUE(Learn(samples, media, {1}));
+  EXPECT_TRUE(method_->Fill(*window_, {0, media.size()}));
+  EXPECT_FALSE(method_->Fill(*window_, {1, media.size()}));
+  ASSERT_TRUE(Learn(samples, Join({media, Bytes(30, 1)}), {1}));
+  EXPECT_FALSE(method_->Fill(*window_, {0, media.size() + 30})) << "larger than any";
 }
 
 TEST_F(MarkedDataTest, AreNoneWithoutAMarkOrALength) {

@@ -144,12 +144,30 @@ TEST(Recording, EndsWhereWhatOnlyAFirstPictureHasComesAgain) {
   EXPECT_EQ(std::vector<std::uint64_t>{1}, signs.opening.marks);
   EXPECT_TRUE(signs.opening.startsAgain);
   AccessUnit opening = Start(0);
-  opening.opens = true;
+  opening.openings = signs.opening.BitOf(1);
+  EXPECT_EQ(0U, signs.opening.BitOf(2));
   Recording recording(signs);
   ASSERT_TRUE(recording.Take(opening, Shown(0, true)));
   EXPECT_TRUE(recording.Take(AccessUnit(), Shown(2)));
   EXPECT_FALSE(recording.Take(opening, Shown(0, true)));
   EXPECT_TRUE(recording.Take(Start(1), Shown(0, true)));
+}
+
+// With one such picture the reference does not tell what all have that start anew.
+TEST(Recording, GoesOnWhereAPictureHasSomeOfWhatTheReferencesOnlyFirstOneHas) {
+  RecordingSigns signs;
+  signs.opening.Take({1, 2}, {.first = true, .unitType = 5, .idr = true, .randomAccess = true},
+                     false);
+  for (int i = 0; i < 3; ++i) signs.opening.Take({}, {.first = true, .unitType = 1}, false);
+  signs.numbers.Take(0);
+  for (const auto& [openings, number, goesOn] :
+       {std::tuple{1u, 1u, true}, {1u, 0u, true}, {3u, 1u, true}, {3u, 0u, false}}) {
+    Recording recording(signs);
+    ASSERT_TRUE(recording.Take(Start(0), Shown(0, true)));
+    AccessUnit next = Start(number);
+    next.openings = openings;
+    EXPECT_EQ(goesOn, recording.Take(next, Shown(0, true))) << openings << " " << number;
+  }
 }
 
 TEST(Recording, EndsWhereAPictureStartsAnewTooEarly) {
