@@ -43,6 +43,7 @@ TimeRow RowOf(std::vector<TimeBar> bars, const TimeScale& scale, const Ties& tie
                    [](const TimeBar& a, const TimeBar& b) { return a.start < b.start; });
   TimeRow row{bars, bars.front().start, bars.front().start};
   for (const TimeBar& bar : bars) {
+    // Each is drawn as wide as its number at least, and would lie on the one behind it.
     row.crowded = row.crowded || row.end > bar.start;
     row.end = std::max({row.end, bar.end, bar.start + LeastLength(bar, scale)});
   }

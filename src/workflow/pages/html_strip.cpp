@@ -44,6 +44,7 @@ std::string HtmlStrip(const SequenceReport& sequence, const char* tag, double pe
   for (const Piece& piece : pieces) {
     const bool start = &piece == &pieces.front() && sequence.closedAtHead;
     const bool end = &piece == &pieces.back() && sequence.closedAtTail;
+    // A clip of unknown length is there, too, and is to be seen.
     html += fmt::format("<b class=\"piece {}{}{}\" style=\"flex-grow:{:.3f}\"></b>",
                         CardClasses(piece.volume), start ? " start" : "", end ? " end" : "",
                         std::max(piece.share * 1000, 0.1));

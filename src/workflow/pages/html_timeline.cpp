@@ -74,6 +74,7 @@ std::string TieItem(const TimeRow& row, const TimeScale& scale, const Ties& ties
   std::string words;
   if (row.crowded) words = NumbersOf(row.bars);
   if (!name.empty()) words += (words.empty() ? "" : " ") + name;
+  // For who can't see the dashes.
   std::string hidden = name.empty() ? "One clip is missing between these: " : "Proposal: ";
   const std::string& target = ties.links[tie];
   const std::string link =
