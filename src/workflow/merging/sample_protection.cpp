@@ -14,14 +14,18 @@ namespace {
 View From(View bytes, std::size_t at) { return bytes.subspan(std::min(at, bytes.size())); }
 
 // "sinf" is the one box of an entry with "schi" and "tenc" in it, wherever the fields of the entry
-// end.
+// end. Whatever looks like it is looked into once.
 std::optional<std::size_t> VectorSizeIn(View entry) {
-  for (std::size_t at = 8; at + 8 <= entry.size(); ++at) {
+  for (std::size_t at = 8; at + 8 <= entry.size();) {
     BoxView box;
     View rest = entry.subspan(at);
-    if (U32(rest, 4) != FourCc("sinf") || !TakeBox(rest, box)) continue;
+    if (U32(rest, 4) != FourCc("sinf") || !TakeBox(rest, box)) {
+      ++at;
+      continue;
+    }
     const View keys = FindBox(FindBox(box.body, FourCc("schi")).body, FourCc("tenc")).body;
     if (keys.size() >= 8 && keys[6] != 0) return keys[7];
+    at += box.whole.size();
   }
   return std::nullopt;
 }
