@@ -8,11 +8,11 @@
 #include <utility>
 #include <vector>
 
-#include "adapt/fragmented_movie.h"
-#include "adapt/media_map.h"
-#include "adapt/track_headers.h"
-#include "adapt/track_tables.h"
-#include "adapt/tracks.h"
+#include "adapt/boxes/track_headers.h"
+#include "adapt/boxes/track_tables.h"
+#include "adapt/boxes/tracks.h"
+#include "adapt/clips/media_map.h"
+#include "adapt/tables/fragmented_movie.h"
 #include "foundation/fourcc.h"
 #include "target.h"
 

@@ -11,13 +11,13 @@
 #include <string>
 #include <vector>
 
-#include "adapt/adaptation.h"
-#include "adapt/clip_view.h"
-#include "adapt/fit_clip.h"
+#include "adapt/clips/adaptation.h"
+#include "adapt/clips/clip_view.h"
+#include "adapt/clips/fit_clip.h"
+#include "adapt/clips/fit_report.h"
+#include "adapt/clips/memory_budget.h"
 #include "adapt/fit_options.h"
-#include "adapt/fit_report.h"
-#include "adapt/memory_budget.h"
-#include "adapt/seams.h"
+#include "adapt/times/seams.h"
 #include "foundation/com_ptr.h"
 
 namespace clipchain {

@@ -1,11 +1,11 @@
 #include "adapt/fit.h"
-#include "adapt/tracks.h"
+#include "adapt/boxes/tracks.h"
 
 #include <algorithm>
 
+#include "adapt/boxes/track_headers.h"
+#include "adapt/boxes/track_tables.h"
 #include "adapt/fitted_movie.h"
-#include "adapt/track_headers.h"
-#include "adapt/track_tables.h"
 #include "foundation/fourcc.h"
 #include "support/movie_builder.h"
 #include "support/temp_dir.h"

@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-#include "adapt/raw_boxes.h"
+#include "adapt/boxes/raw_boxes.h"
 #include "support/bytes.h"
 
 namespace clipchain {

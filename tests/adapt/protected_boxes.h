@@ -3,9 +3,9 @@
 
 #include <vector>
 
-#include "adapt/track_headers.h"
+#include "adapt/boxes/track_headers.h"
+#include "adapt/fragment_boxes.h"
 #include "foundation/fourcc.h"
-#include "fragment_boxes.h"
 
 namespace clipchain {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "adapt/timeline.h"
+#include "adapt/times/timeline.h"
 
 namespace clipchain {
 

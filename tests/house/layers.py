@@ -3,8 +3,9 @@
 
     layers.py ROOT
 
-A layer includes only itself and the layers beneath it, and so does a room of the workflow. A header
-of the workflow's top level belongs to the room that has its source. The engine uses the standard
+A layer includes only itself and the layers beneath it, and so does a room of a layer. A header of a
+layer's top level belongs to the room that has its source; a source there may include every room. What
+compares a result with the clips shares nothing with what made it. The engine uses the standard
 library alone, but for the Exif library in its one place; the operating system's headers stay in the
 platform layer.
 """
@@ -20,14 +21,23 @@ LAYERS["adapt"] = ENGINE
 LAYERS["workflow"] = [*ENGINE, "adapt"]
 LAYERS["apps"] = [*ENGINE, "adapt", "workflow"]
 
-# The rooms of the workflow and of the tool likewise.
-IN_A_ROW = ["system", "boxes", "findings", "clips", "assembling", "checks", "evidence", "merging"]
-ROOMS = {room: IN_A_ROW[:index] for index, room in enumerate(IN_A_ROW)}
-ROOMS["rescue"] = IN_A_ROW
-ROOMS["keeping"] = IN_A_ROW
-ROOMS["joining"] = [*IN_A_ROW, "rescue", "keeping"]
-ROOMS["pages"] = [*IN_A_ROW, "rescue", "keeping", "joining"]
-ROOMS["doors"] = [*ROOMS["pages"], "pages"]
+# The rooms of layers and of the tool likewise.
+OF_ADAPT = ["boxes", "clips", "times", "tables", "descriptions", "engine"]
+IN_A_ROW = ["system", "boxes", "findings", "clips", "assembling", "checks", "evidence", "oracle", "merging"]
+ROOMS = {
+    "adapt": {room: OF_ADAPT[:index] for index, room in enumerate(OF_ADAPT)},
+    "workflow": {room: IN_A_ROW[:index] for index, room in enumerate(IN_A_ROW)},
+}
+ROOMS["workflow"].update({
+    "oracle": ["system", "findings"],
+    "rescue": IN_A_ROW,
+    "keeping": IN_A_ROW,
+    "joining": [*IN_A_ROW, "rescue", "keeping"],
+    "pages": [*IN_A_ROW, "rescue", "keeping", "joining"],
+    "doors": [*IN_A_ROW, "rescue", "keeping", "joining", "pages"],
+})
+# What the oracle knows of the layers beneath: how numbers and words are written.
+BENEATH_THE_ORACLE = ["foundation/", "adapt/reason.h"]
 ROOMS_OF_THE_TOOL = {
     "manual": [],
     "terminal": [],
@@ -35,7 +45,10 @@ ROOMS_OF_THE_TOOL = {
     "commands": ["manual", "terminal", "output"],
 }
 # Headers without a source, and where they belong.
-HEADERS_ALONE = {"fitting.h": "system", "messages.inc": "findings", "progress.h": "system", "seam.h": "checks"}
+HEADERS_ALONE = {
+    "adapt": {"fit_options.h": "boxes", "reason.h": "boxes"},
+    "workflow": {"fitting.h": "system", "messages.inc": "findings", "progress.h": "system", "seam.h": "checks"},
+}
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 # Headers of other libraries, by their first folder or name, and the files that may use them.
 LIBRARIES = {
@@ -56,24 +69,34 @@ def layer_of(name):
 
 
 def room_of(root, name):
-    """The room of a file of the workflow, by its path below src/; None if no room has it."""
-    parts = name.split("/")
-    if len(parts) > 2:
-        return parts[1] if parts[1] in ROOMS else None
-    if parts[1] in HEADERS_ALONE:
-        return HEADERS_ALONE[parts[1]]
-    sources = (root / "src" / "workflow").glob(f"*/{Path(parts[1]).stem}.cpp")
-    return next((path.parent.name for path in sources if path.parent.name in ROOMS), None)
+    """The room of a file of a layer with rooms, by its path below src/; None if no room has it."""
+    layer, *folders, file = name.split("/")
+    if folders:
+        return folders[0] if folders[0] in ROOMS[layer] else None
+    if file in HEADERS_ALONE[layer]:
+        return HEADERS_ALONE[layer][file]
+    sources = (root / "src" / layer).glob(f"*/{Path(file).stem}.cpp")
+    return next((path.parent.name for path in sources if path.parent.name in ROOMS[layer]), None)
 
 
 def room_fault(root, name, included):
-    """What is wrong with an include of one file of the workflow in another one, or None."""
+    """What is wrong with an include of one file of a layer with rooms in another one, or None."""
+    layer = layer_of(name)
+    if (root / "src" / name).with_suffix(".cpp").exists() and name.count("/") == 1:
+        return None
     own, other = room_of(root, name), room_of(root, included)
     if own is None or other is None:
-        return f"{name if own is None else included} is in no room of the workflow"
-    if own != other and other not in ROOMS[own]:
+        return f"{name if own is None else included} is in no room"
+    if own != other and other not in ROOMS[layer][own]:
         return f"{own} must not include {included}"
     return None
+
+
+def oracle_fault(name, included):
+    """The same of what the oracle includes of other layers."""
+    if not name.startswith("workflow/oracle/") or included.startswith(tuple(BENEATH_THE_ORACLE)):
+        return None
+    return f"what compares a result with the clips must not share {included} with what made it"
 
 
 def tool_fault(name, included):
@@ -95,7 +118,9 @@ def fault(root, name, form, included):
             return f'"{included}" is not written from src/'
         if other != own and other not in LAYERS[own]:
             return f"{own} must not include {included}"
-        return room_fault(root, name, included) if own == other == "workflow" else None
+        if own != other:
+            return oracle_fault(name, included)
+        return room_fault(root, name, included) if own in ROOMS else None
     users = LIBRARIES.get(included.split("/")[0])
     if users is None and SYSTEM.match(included):
         users = SYSTEM_USERS

@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
-#include "adapt/clip_view.h"
-#include "adapt/raw_boxes.h"
+#include "adapt/boxes/raw_boxes.h"
+#include "adapt/clips/clip_view.h"
 #include "merge/movie_assembly.h"
 #include "workflow/assembling/media_placement.h"
 #include "workflow/assembling/merge_image.h"

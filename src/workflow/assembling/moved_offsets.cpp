@@ -6,8 +6,8 @@
 #include <span>
 #include <vector>
 
-#include "adapt/fields.h"
-#include "adapt/track_tables.h"
+#include "adapt/boxes/fields.h"
+#include "adapt/boxes/track_tables.h"
 #include "foundation/big_endian.h"
 #include "foundation/fourcc.h"
 #include "workflow/boxes/box_span.h"

@@ -5,7 +5,7 @@
 #include <initializer_list>
 #include <span>
 
-#include "adapt/box_header.h"
+#include "adapt/boxes/box_header.h"
 #include "foundation/big_endian.h"
 #include "foundation/fourcc.h"
 

@@ -1,7 +1,7 @@
 // Says in a merged movie box where in the file that lies which its protected samples need.
 #pragma once
 
-#include "adapt/raw_boxes.h"
+#include "adapt/boxes/raw_boxes.h"
 
 namespace clipchain {
 

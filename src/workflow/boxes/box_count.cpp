@@ -6,7 +6,7 @@
 #include <iterator>
 #include <vector>
 
-#include "adapt/box_header.h"
+#include "adapt/boxes/box_header.h"
 #include "box/box.h"
 #include "box/sample_entries.h"
 #include "foundation/big_endian.h"

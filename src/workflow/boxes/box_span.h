@@ -5,7 +5,7 @@
 #include <optional>
 #include <span>
 
-#include "adapt/box_header.h"
+#include "adapt/boxes/box_header.h"
 
 namespace clipchain {
 

@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "adapt/box_header.h"
+#include "adapt/boxes/box_header.h"
 #include "workflow/system/file_bytes.h"
 
 namespace clipchain {

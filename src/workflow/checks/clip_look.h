@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "adapt/clip_view.h"
+#include "adapt/clips/clip_view.h"
 #include "adapt/fit.h"
 #include "workflow/clips/clip_file.h"
 #include "workflow/clips/order_facts.h"

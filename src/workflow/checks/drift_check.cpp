@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "adapt/edit_lists.h"
+#include "adapt/times/edit_lists.h"
 
 namespace clipchain {
 

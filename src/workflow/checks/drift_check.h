@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "adapt/seams.h"
+#include "adapt/times/seams.h"
 #include "workflow/findings/file_findings.h"
 #include "workflow/seam.h"
 

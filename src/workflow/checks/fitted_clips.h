@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "adapt/fit.h"
-#include "adapt/seams.h"
+#include "adapt/times/seams.h"
 #include "workflow/assembling/merge_image.h"
 #include "workflow/check.h"
 #include "workflow/findings/file_findings.h"

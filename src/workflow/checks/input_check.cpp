@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "adapt/box_header.h"
+#include "adapt/boxes/box_header.h"
 #include "workflow/boxes/box_place.h"
 #include "workflow/findings/rewrap.h"
 

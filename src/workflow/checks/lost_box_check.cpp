@@ -8,7 +8,7 @@
 #include <span>
 #include <utility>
 
-#include "adapt/box_header.h"
+#include "adapt/boxes/box_header.h"
 #include "box/sample_table_boxes.h"
 #include "clip/vendor_boxes.h"
 #include "reader/typed_views.h"

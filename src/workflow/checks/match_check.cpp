@@ -5,7 +5,7 @@
 #include <cstring>
 #include <set>
 
-#include "adapt/edit_lists.h"
+#include "adapt/times/edit_lists.h"
 #include "box/header_boxes.h"
 #include "box/sample_table_boxes.h"
 #include "merge/free_tracks.h"

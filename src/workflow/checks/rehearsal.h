@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "adapt/clip_view.h"
+#include "adapt/clips/clip_view.h"
 #include "workflow/assembling/image_assembly.h"
 #include "workflow/checks/match_check.h"
 #include "workflow/checks/table_room.h"

@@ -6,8 +6,8 @@
 #include <limits>
 #include <utility>
 
-#include "adapt/box_header.h"
-#include "adapt/clip_view.h"
+#include "adapt/boxes/box_header.h"
+#include "adapt/clips/clip_view.h"
 #include "foundation/platform/read_failures.h"
 #include "workflow/boxes/box_count.h"
 #include "workflow/system/files.h"

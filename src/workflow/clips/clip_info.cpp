@@ -1,6 +1,6 @@
 #include "workflow/clip_info.h"
 
-#include "adapt/box_header.h"
+#include "adapt/boxes/box_header.h"
 #include "box/sample_table_boxes.h"
 #include "box/structural_boxes.h"
 #include "foundation/fourcc.h"

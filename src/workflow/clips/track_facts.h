@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "adapt/timeline.h"
+#include "adapt/times/timeline.h"
 #include "box/structural_boxes.h"
 #include "box/top_level_boxes.h"
 

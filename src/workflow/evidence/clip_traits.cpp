@@ -7,14 +7,14 @@
 #include <span>
 #include <utility>
 
-#include "adapt/box_header.h"
-#include "adapt/fields.h"
-#include "adapt/fit_clip.h"
-#include "adapt/fit_report.h"
-#include "adapt/fragments.h"
-#include "adapt/raw_boxes.h"
-#include "adapt/track_headers.h"
-#include "adapt/track_tables.h"
+#include "adapt/boxes/box_header.h"
+#include "adapt/boxes/fields.h"
+#include "adapt/boxes/raw_boxes.h"
+#include "adapt/boxes/track_headers.h"
+#include "adapt/boxes/track_tables.h"
+#include "adapt/clips/fit_clip.h"
+#include "adapt/clips/fit_report.h"
+#include "adapt/tables/fragments.h"
 #include "foundation/fourcc.h"
 #include "workflow/clips/clip_file.h"
 #include "workflow/evidence/description.h"

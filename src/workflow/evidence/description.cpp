@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "adapt/bit_rates.h"
-#include "adapt/track_headers.h"
+#include "adapt/boxes/bit_rates.h"
+#include "adapt/boxes/track_headers.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {

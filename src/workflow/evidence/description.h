@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "adapt/raw_boxes.h"
+#include "adapt/boxes/raw_boxes.h"
 
 namespace clipchain {
 

@@ -1,6 +1,6 @@
 #include "workflow/evidence/digest.h"
 
-#include "adapt/fields.h"
+#include "adapt/boxes/fields.h"
 
 namespace clipchain {
 

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "adapt/track_headers.h"
+#include "adapt/boxes/track_headers.h"
 #include "foundation/fourcc.h"
 #include "workflow/evidence/track_samples.h"
 

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-#include "adapt/raw_boxes.h"
+#include "adapt/boxes/raw_boxes.h"
 #include "workflow/clips/clip_file.h"
 #include "workflow/evidence/clip_traits.h"
 

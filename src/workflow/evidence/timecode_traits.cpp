@@ -3,8 +3,8 @@
 #include <cmath>
 #include <span>
 
-#include "adapt/fields.h"
-#include "adapt/track_headers.h"
+#include "adapt/boxes/fields.h"
+#include "adapt/boxes/track_headers.h"
 #include "foundation/fourcc.h"
 #include "workflow/evidence/track_samples.h"
 

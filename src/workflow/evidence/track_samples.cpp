@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "adapt/track_headers.h"
+#include "adapt/boxes/track_headers.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {

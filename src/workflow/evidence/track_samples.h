@@ -5,8 +5,8 @@
 #include <optional>
 #include <vector>
 
-#include "adapt/raw_boxes.h"
-#include "adapt/track_tables.h"
+#include "adapt/boxes/raw_boxes.h"
+#include "adapt/boxes/track_tables.h"
 #include "workflow/clips/clip_file.h"
 
 namespace clipchain {

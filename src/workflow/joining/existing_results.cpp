@@ -6,8 +6,8 @@
 #include <optional>
 #include <system_error>
 
-#include "adapt/fit_clip.h"
-#include "adapt/media_map.h"
+#include "adapt/clips/fit_clip.h"
+#include "adapt/clips/media_map.h"
 #include "workflow/clips/clip_file.h"
 #include "workflow/clips/order_facts.h"
 #include "workflow/joining/output_name.h"

@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "adapt/box_header.h"
+#include "adapt/boxes/box_header.h"
 #include "foundation/fourcc.h"
 
 namespace clipchain {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "adapt/media_map.h"
+#include "adapt/clips/media_map.h"
 #include "workflow/keeping/listed_bytes.h"
 
 namespace clipchain {

@@ -7,7 +7,7 @@
 #include <set>
 #include <utility>
 
-#include "adapt/chapter_box.h"
+#include "adapt/boxes/chapter_box.h"
 #include "workflow/check.h"
 #include "workflow/keeping/checksum_file.h"
 #include "workflow/keeping/kept_bytes.h"

@@ -1,6 +1,6 @@
 #include "workflow/merging/fitting_of.h"
 
-#include "adapt/chapter_box.h"
+#include "adapt/boxes/chapter_box.h"
 
 namespace clipchain {
 

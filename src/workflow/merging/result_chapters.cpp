@@ -3,7 +3,7 @@
 #include <optional>
 #include <utility>
 
-#include "adapt/chapter_box.h"
+#include "adapt/boxes/chapter_box.h"
 #include "foundation/fourcc.h"
 #include "workflow/boxes/top_level.h"
 

@@ -2,7 +2,7 @@
 
 #include "adapt/fit.h"
 #include "workflow/merging/image_comparison.h"
-#include "workflow/merging/sample_oracle.h"
+#include "workflow/oracle/sample_oracle.h"
 
 namespace clipchain {
 

@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include "adapt/raw_boxes.h"
+#include "adapt/boxes/raw_boxes.h"
 
 namespace clipchain::rescue {
 

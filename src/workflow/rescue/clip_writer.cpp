@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "adapt/fields.h"
+#include "adapt/boxes/fields.h"
 #include "foundation/big_endian.h"
 #include "foundation/fourcc.h"
 #include "workflow/system/file_bytes.h"

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "adapt/raw_boxes.h"
+#include "adapt/boxes/raw_boxes.h"
 #include "workflow/finding.h"
 #include "workflow/rescue.h"
 #include "workflow/rescue/harvest.h"

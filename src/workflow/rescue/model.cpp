@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "adapt/track_headers.h"
+#include "adapt/boxes/track_headers.h"
 #include "foundation/fourcc.h"
 #include "workflow/rescue/media_walk.h"
 #include "workflow/rescue/picture_facts.h"

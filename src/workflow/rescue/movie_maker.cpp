@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
-#include "adapt/fields.h"
-#include "adapt/track_headers.h"
+#include "adapt/boxes/fields.h"
+#include "adapt/boxes/track_headers.h"
 #include "foundation/big_endian.h"
 #include "foundation/fourcc.h"
 

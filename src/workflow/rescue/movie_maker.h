@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "adapt/raw_boxes.h"
+#include "adapt/boxes/raw_boxes.h"
 #include "workflow/rescue/clip_identity.h"
 #include "workflow/rescue/harvest.h"
 #include "workflow/rescue/model.h"

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "adapt/fields.h"
-#include "adapt/track_headers.h"
+#include "adapt/boxes/fields.h"
+#include "adapt/boxes/track_headers.h"
 #include "foundation/big_endian.h"
 #include "foundation/fourcc.h"
 #include "workflow/boxes/read_box_header.h"

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "adapt/raw_boxes.h"
+#include "adapt/boxes/raw_boxes.h"
+#include "adapt/boxes/track_tables.h"
 #include "adapt/reason.h"
-#include "adapt/track_tables.h"
 #include "workflow/system/file_bytes.h"
 
 namespace clipchain::rescue {

@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "adapt/track_tables.h"
+#include "adapt/boxes/track_tables.h"
 #include "workflow/rescue/harvest.h"
 #include "workflow/rescue/reference.h"
 

@@ -1,5 +1,5 @@
 #include "workflow/rescue.h"
-#include "adapt/tracks.h"
+#include "adapt/boxes/tracks.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,8 +8,8 @@
 #include <filesystem>
 #include <numeric>
 
-#include "adapt/table_builder.h"
-#include "adapt/track_headers.h"
+#include "adapt/boxes/table_builder.h"
+#include "adapt/boxes/track_headers.h"
 #include "foundation/fourcc.h"
 #include "support/bytes.h"
 #include "support/decoder.h"
