@@ -1,13 +1,17 @@
 #include "workflow/joining/rescued_clips.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <map>
+#include <set>
 
 #include "workflow/clip_search.h"
 #include "workflow/join.h"
 #include "workflow/joining/output_name.h"
+#include "workflow/system/file_bytes.h"
 #include "workflow/system/files.h"
 #include "workflow/system/part_name.h"
 
@@ -15,14 +19,32 @@ namespace clipchain {
 
 namespace {
 
-// Rescued clips by path, each with the broken one.
+// Broken clips by path, each with the rescued one.
 using Rescued = std::map<std::string, std::string>;
 
 // Beside its own name the rescued clip keeps that of the folder it was in, for cards that number
-// their clips alike.
-std::string RescuedPath(const std::string& folder, const std::string& broken) {
-  const std::string name = NameOf(FolderOf(broken)) + '_' + NameOf(broken);
-  return folder + '/' + WithRescueMark(name);
+// their clips alike, and counts those that are named alike even so.
+std::string RescuedPath(const std::string& folder, const std::string& broken, std::size_t count) {
+  std::string name = WithRescueMark(NameOf(FolderOf(broken)) + '_' + NameOf(broken));
+  if (count > 1) name.insert(name.rfind('.'), fmt::format("_{}", count));
+  return folder + '/' + name;
+}
+
+bool HoldSameBytes(const std::string& a, const std::string& b) {
+  FileBytes left(a);
+  FileBytes right(b);
+  const unsigned long long size = left.Size();
+  if (left.error() || right.error() || size != right.Size()) return false;
+  std::vector<unsigned char> ofLeft(1 << 20);
+  std::vector<unsigned char> ofRight(ofLeft.size());
+  for (unsigned long long at = 0; at < size; at += ofLeft.size()) {
+    const auto count =
+        static_cast<std::size_t>(std::min<unsigned long long>(ofLeft.size(), size - at));
+    if (!left.Read(at, ofLeft.data(), count) || !right.Read(at, ofRight.data(), count) ||
+        std::memcmp(ofLeft.data(), ofRight.data(), count) != 0)
+      return false;
+  }
+  return true;
 }
 
 class Rescuer {
@@ -42,10 +64,24 @@ class Rescuer {
 
  private:
   void RescueOne(const std::string& broken) {
-    const std::string output = RescuedPath(folder_, broken);
-    // One that is there was rescued by an earlier run, and a search takes long.
-    if (!Exists(output) && !Make(broken, output)) return;
-    rescued_[output] = broken;
+    std::vector<std::string> earlier;
+    std::string output = RescuedPath(folder_, broken, 1);
+    while (Exists(output)) {
+      earlier.push_back(output);
+      output = RescuedPath(folder_, broken, earlier.size() + 1);
+    }
+    if (!Make(broken, output)) return;
+    // Folders and clips of other cards have the same names: only the bytes tell whether a file
+    // that is there was rescued from this clip.
+    const auto same = std::find_if(earlier.begin(), earlier.end(), [&](const std::string& path) {
+      return HoldSameBytes(path, output);
+    });
+    if (same != earlier.end()) {
+      // Two of them would be two copies of one clip; one that stays is used by nobody.
+      ::unlink(output.c_str());
+      output = *same;
+    }
+    rescued_[broken] = output;
   }
 
   bool Make(const std::string& broken, const std::string& output) {
@@ -76,12 +112,13 @@ class Rescuer {
 void MarkJob(Job& job, const Rescued& rescued) {
   bool marked = false;
   for (const std::string& input : job.inputs) {
-    const auto found = rescued.find(input);
+    const auto found = std::find_if(rescued.begin(), rescued.end(),
+                                    [&](const auto& pair) { return pair.second == input; });
     if (found == rescued.end()) continue;
     marked = true;
     job.findings.push_back(MakeFinding(
         Message::kClipRescued, input,
-        fmt::format("is what was rescued of {}; it may lack the end", PrintablePath(found->second)),
+        fmt::format("is what was rescued of {}; it may lack the end", PrintablePath(found->first)),
         "keep the broken clip until you have seen the result"));
   }
   if (!marked || job.output.empty()) return;
@@ -96,14 +133,14 @@ JoinPlan PlanWithRescued(const std::vector<std::string>& operands,
   rescuer.Run(operands);
   std::vector<std::string> all = operands;
   // Named one by one: the folder of results is not searched for clips.
-  for (const auto& [output, broken] : rescuer.rescued()) all.push_back(output);
+  std::set<std::string> outputs;
+  for (const auto& [broken, output] : rescuer.rescued()) outputs.insert(output);
+  all.insert(all.end(), outputs.begin(), outputs.end());
   JoinPlan plan = PlanFor(all, options.plan);
   for (Job& job : plan.jobs) MarkJob(job, rescuer.rescued());
   // What a rescued clip replaces is no file that could not be read.
-  std::erase_if(plan.findings, [&](const Finding& finding) {
-    return std::any_of(rescuer.rescued().begin(), rescuer.rescued().end(),
-                       [&](const auto& pair) { return pair.second == finding.path; });
-  });
+  std::erase_if(plan.findings,
+                [&](const Finding& finding) { return rescuer.rescued().contains(finding.path); });
   plan.findings.insert(plan.findings.begin(), rescuer.findings().begin(), rescuer.findings().end());
   return plan;
 }

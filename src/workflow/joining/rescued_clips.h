@@ -17,10 +17,10 @@ struct RescuePlanOptions {
 };
 
 // Rescues each clip without a whole movie box that lies among the operands, into the folder
-// "rescued" below that of the results, by what the clips beside it teach; a file that an earlier
-// run left there is taken as it is. Then plans as PlanFor() does, with the rescued clips in place
-// of the broken ones. A recording that holds one is marked in the name of its result and in its
-// findings.
+// "rescued" below that of the results, by what the clips beside it teach; a file that is there is
+// used where it holds the same bytes, and never replaced. Then plans as PlanFor() does, with the
+// rescued clips in place of the broken ones. A recording that holds one is marked in the name of
+// its result and in its findings.
 [[nodiscard]] JoinPlan PlanWithRescued(const std::vector<std::string>& operands,
                                        const RescuePlanOptions& options);
 

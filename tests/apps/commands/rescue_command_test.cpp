@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "apps/tool.h"
@@ -16,6 +17,7 @@ using support::ReadFile;
 using support::TempDir;
 using support::WriteFile;
 using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -82,6 +84,36 @@ TEST_F(RescueCommand, CompletesARecordingInAJoin) {
   EXPECT_THAT(run.out, HasSubstr("-rescued.mp4"));
   EXPECT_THAT(run.out, HasSubstr("clip-rescued"));
   EXPECT_THAT(run.out, HasSubstr("1 merged"));
+}
+
+TEST_F(RescueCommand, IsDoneOnceForACardThatIsJoinedAgain) {
+  for (int run = 0; run < 2; ++run)
+    EXPECT_EQ(0, Tool({"join", At("card"), "-o", At("joined"), "--rescue"}).exitCode);
+  const fs::directory_iterator rescued(At("joined/rescued"));
+  EXPECT_EQ(1, std::distance(begin(rescued), end(rescued)));
+}
+
+TEST_F(RescueCommand, IsDoneOnceForACardAndItsCopy) {
+  fs::create_directory(folder_ / "backup");
+  fs::copy(folder_ / "card", folder_ / "backup/card");
+  const Finished run =
+      Tool({"join", At("card"), At("backup/card"), "-o", At("joined"), "--rescue"});
+  EXPECT_THAT(run.out, HasSubstr("1 merged"));
+  EXPECT_THAT(run.out, Not(HasSubstr("clip-named-twice")));
+  const fs::directory_iterator rescued(At("joined/rescued"));
+  EXPECT_EQ(1, std::distance(begin(rescued), end(rescued)));
+}
+
+TEST_F(RescueCommand, TakesNoRescueOfAnotherCardForThatOfAClip) {
+  ASSERT_EQ(0, Tool({"join", At("card"), "-o", At("joined"), "--rescue"}).exitCode);
+  // The next card, whose folder and clips are named alike.
+  const Bytes broken = WithoutMovie(Clip(3));
+  WriteFile(At("card/clip3.mp4"), support::Slice(broken, 0, broken.size() / 2));
+  const Finished run = Tool({"join", At("card"), "-o", At("joined"), "--rescue"});
+  EXPECT_THAT(run.out, HasSubstr("rescued/card_clip3-rescued_2.mp4 is what was rescued of " +
+                                 At("card/clip3.mp4")));
+  EXPECT_LT(fs::file_size(At("joined/rescued/card_clip3-rescued_2.mp4")),
+            fs::file_size(At("joined/rescued/card_clip3-rescued.mp4")));
 }
 
 }  // namespace
