@@ -50,6 +50,7 @@ bool Rehearsal::HasRoomFor(const ClipFile& clip, FileFindings& findings) {
   boxMemory_ = needed <= memoryLimit_ ? clip.MemoryOfBoxes() : 0;
   needed = LimitedSum(needed, boxMemory_);
   if (needed <= memoryLimit_) return true;
+  if (std::exchange(isMemoryTold_, true)) return false;
   findings
       .Add(
           Message::kMemoryLimit,

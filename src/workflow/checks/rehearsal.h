@@ -35,7 +35,8 @@ class Rehearsal {
   // The sample tables of all inputs are that many times as large as the first one's.
   void ExpectGrowth(double growth) { growth_ = growth; }
 
-  // Whether the boxes of the clip fit in the memory beside what is there; says so where they don't.
+  // Whether the boxes of the clip fit in the memory beside what is there; says so of the first clip
+  // that does not.
   bool HasRoomFor(const ClipFile& clip, FileFindings& findings);
 
   // Takes the first input over, which leaves `clip` null, or compares a later one with it and
@@ -79,6 +80,7 @@ class Rehearsal {
   std::optional<TableRoom> room_;
   ImageAssembly assembly_;
   bool complete_ = true;
+  bool isMemoryTold_ = false;
   std::vector<TrackPair> pairs_;
   // Of each track so far.
   std::map<const MP4G::CTrackBox*, std::uint64_t> samples_;

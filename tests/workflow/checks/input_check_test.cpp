@@ -228,6 +228,9 @@ TEST_F(CheckInput, NamesTheFileThatExceedsTheMemory) {
   EXPECT_EQ(b, finding.path);
   EXPECT_THAT(finding.text, HasSubstr("30000 are allowed"));
   EXPECT_EQ(Severity::kRefusal, finding.severity);
+  // Nor have those behind it room, of which nothing more is to be said.
+  const std::string c = Put("c", EvenClip(3));
+  EXPECT_EQ(b, Only(clipchain::Check({a, b, c}, options), Message::kMemoryLimit).path);
 }
 
 // What is enough to merge clips as they are is too little to see whether that loses something.
