@@ -60,8 +60,10 @@ Completeness::Completeness(const std::vector<EvidenceUnit>& units,
   for (const auto& [before, behind] : contested)
     mayGoOnBehind_[before] = mayGoOnBefore_[behind] = true;
   for (const Chain& chain : chains) {
-    for (const UnitLink& link : chain.links)
+    for (const UnitLink& link : chain.links) {
       followed_.insert_or_assign(link.before, link.link.strength.grade);
+      led_.insert_or_assign(link.behind, link.link.strength.grade);
+    }
   }
 }
 
@@ -135,7 +137,40 @@ bool Completeness::GoesOn(const Chain& chain) const {
     members.push_back(link.link.behind);
   }
   std::sort(members.begin(), members.end());
-  return TimecodeGoesOn(family, end) || IdentityGoesOn(family, end, members);
+  return TimecodeGoesOn(family, end) || IdentityGoesOn(family, end, members) ||
+         MayGoOnAtSharedTime(chain);
+}
+
+const ClockIndex& Completeness::SharedTimes(std::size_t family, ClockCustom custom) const {
+  const auto [place, isNew] = sharedTimes_.try_emplace({family, custom});
+  if (isNew) {
+    std::vector<FamilyClip> clips = families_[family].clips;
+    for (FamilyClip& clip : clips)
+      clip.time = clip.time ? std::nullopt : UsableTime(clip.traits->created);
+    place->second = ClockIndex(clips, custom);
+  }
+  return place->second;
+}
+
+// Whether clips begin where the last one ends that share their time, so that the clock does not
+// tell which of them follows.
+bool Completeness::MayGoOnAtSharedTime(const Chain& chain) const {
+  using enum ClockCustom;
+  const UnitLink& last = chain.links.back();
+  const Family& family = families_[last.family];
+  const std::size_t end = last.link.behind;
+  const ClockCustom custom = family.CardOf(end).custom;
+  const auto moment = EndOf(family.clips[end], custom);
+  if (!moment || (custom != kStart && custom != kEnd)) return false;
+  const Grade grade = std::min(chain.WeakestGrade(), Grade::kLikely);
+  const std::vector<std::size_t> begun =
+      SharedTimes(last.family, custom).Near(*moment, family.clips.size());
+  return std::any_of(begun.begin(), begun.end(), [&](std::size_t clip) {
+    const auto led = led_.find(family.clips[clip].unit);
+    const bool isFree = led == led_.end() || led->second < grade;
+    return isFree && family.clips[clip].mayFollow &&
+           Contradictions(JudgeLink(family, end, clip).evidence) == 0;
+  });
 }
 
 }  // namespace clipchain

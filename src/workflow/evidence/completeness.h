@@ -31,17 +31,23 @@ class Completeness {
   bool IsOpenAtEnds(const Chain& chain) const;
   bool MayBeLateHalf(const Chain& chain) const;
   bool GoesOn(const Chain& chain) const;
+  bool MayGoOnAtSharedTime(const Chain& chain) const;
   bool IsLoose(const Family& family, std::size_t clip, Grade grade) const;
+  const ClockIndex& SharedTimes(std::size_t family, ClockCustom custom) const;
   const std::vector<std::size_t>& LooseOn(std::size_t family, std::size_t card, Grade grade) const;
 
   const std::vector<EvidenceUnit>& units_;
   const std::vector<Family>& families_;
   // By unit: how sure the link is that leads on from it.
   std::unordered_map<std::size_t, Grade> followed_;
+  // By unit: how sure the link is that leads to it.
+  std::unordered_map<std::size_t, Grade> led_;
   // By unit: a link that only numbers speak against leads to it, or from it.
   std::vector<bool> mayGoOnBefore_;
   std::vector<bool> mayGoOnBehind_;
-  // By family, card and grade; found once.
+  // Both found once. By family and custom: the clips whose times say nothing as others have them.
+  mutable std::map<std::pair<std::size_t, ClockCustom>, ClockIndex> sharedTimes_;
+  // By family, card and grade.
   mutable std::map<std::tuple<std::size_t, std::size_t, Grade>, std::vector<std::size_t>> loose_;
 };
 

@@ -222,6 +222,22 @@ TEST(Recordings, TwoClipsThatFollowEquallyWellLeaveItOpen) {
       "incomplete likely: xa.MP4 xb.MP4");
 }
 
+TEST(Recordings, StayOpenWhereSeveralClipsOfOneTimeMayFollow) {
+  // Two recordings of one clock, which was set back in between.
+  const auto two = [](std::int64_t last) {
+    const long long full = 3'960'000'000;
+    return ProposedFrom({ClipSays("c/xa.MP4").At(0).For(600).Bytes(full),
+                         ClipSays("c/ya.MP4").At(37).For(590.2).Bytes(full + 1),
+                         ClipSays("c/xb.MP4").At(600).For(600).Bytes(full + 2),
+                         ClipSays("c/yb.MP4").At(627).For(573).Bytes(full + 3),
+                         ClipSays("c/xc.MP4").At(last).For(20),
+                         ClipSays("c/yc.MP4").At(last).For(30)});
+  };
+  EXPECT_EQ(two(1200), "incomplete likely: xa.MP4 xb.MP4\nincomplete likely: ya.MP4 yb.MP4");
+  EXPECT_EQ(two(1202), "incomplete likely: xa.MP4 xb.MP4\nincomplete likely: ya.MP4 yb.MP4");
+  EXPECT_EQ(two(1203), "likely: xa.MP4 xb.MP4\nlikely: ya.MP4 yb.MP4");
+}
+
 TEST(Recordings, TwoCamerasAtOnceAreToldApartByTheirNumbers) {
   EXPECT_EQ(ProposedFrom(
                 {ClipSays("c/A0001.MP4").At(0).For(60), ClipSays("c/B0101.MP4").At(0).For(60),
