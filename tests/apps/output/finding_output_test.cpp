@@ -49,6 +49,38 @@ TEST(FindingOutput, ListsFindingsInTheirOrder) {
   EXPECT_EQ("", FindingsText({}));
 }
 
+TEST(FindingOutput, SpellsWhatManyClipsHaveAlikeOnce) {
+  Findings findings;
+  for (const char* path : {"a", "b", "c"}) {
+    Finding lost =
+        MakeFinding(Message::kFirstBoxOnly, path,
+                    "loses 1" + std::string(path != std::string("a"), '0') + " bytes", "keep it");
+    lost.offset = static_cast<long long>(findings.size());
+    findings.push_back(lost);
+    findings.push_back(MakeFinding(Message::kInputUnreadable, path, "can't be read"));
+  }
+  const std::string errors[] = {FindingText(findings[1]), FindingText(findings[3]),
+                                FindingText(findings[5])};
+  EXPECT_EQ(
+      "warning: a loses 1 bytes: at byte 0 (first-box-only)\n"
+      "  and 2 other files likewise, to c\n"
+      "  keep it\n" +
+          errors[0] + errors[1] + errors[2],
+      FindingsText(findings));
+  // A second one of a file is none of those, nor is one of another track.
+  Findings odd(3, findings[0]);
+  for (std::size_t i = 0; i < odd.size(); ++i) odd[i].track = static_cast<unsigned int>(i / 2);
+  Findings more = findings;
+  more.insert(more.end(), odd.begin(), odd.end());
+  EXPECT_EQ(
+      FindingsText(findings) + FindingText(odd[0]) + FindingText(odd[1]) + FindingText(odd[2]),
+      FindingsText(more));
+  findings.resize(4);
+  std::string each;
+  for (const Finding& finding : findings) each += FindingText(finding);
+  EXPECT_EQ(each, FindingsText(findings));
+}
+
 TEST(FindingOutput, HasEveryFieldForPrograms) {
   EXPECT_EQ((Json{{"name", "input-unreadable"},
                   {"severity", "error"},
