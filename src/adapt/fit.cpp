@@ -138,7 +138,8 @@ Fit::Opened Fit::Open(std::size_t clip, bool exact, MemoryBudget& memory) {
   opened.isUsable = taken.Open(clip, opened.report, memory);
   if (opened.isUsable && !exact) {
     for (const ClipAdaptation adapt : kOfEachClip)
-      adapt(taken, clip, opened.adapted.emplace_back());
+      if (!taken.LacksMemory()) adapt(taken, clip, opened.adapted.emplace_back());
+    opened.isUsable = !taken.LacksMemory();
   }
   taken.Close();
   return opened;

@@ -19,6 +19,7 @@ SKIPPED = 77
 KEY = "00112233445566778899aabbccddeeff"
 FORMS = ("plain", "fragments", "in media", "senc alone", "rotating systems", "clear lead")
 CONTAINERS = (b"moov", b"trak", b"mdia", b"minf", b"stbl", b"moof", b"traf")
+USERS_TYPE = bytes.fromhex("a2394f525a9b4f14a2446c427c648df4")
 SYSTEM = bytes(16) + struct.pack(">I", 4)
 
 
@@ -275,6 +276,38 @@ def check_guards(judge, first, second, target):
     check_damage(judge, target, clips, f"{first.stem} without an archive")
 
 
+def rewritten(data, begin, end, replace):
+    """Boxes, each `replace(type, body)` of which that gives bytes stands for it."""
+    written = b""
+    for kind, start, body, stop in children(data, begin, end):
+        other = replace(kind, data[body:stop])
+        if other is not None:
+            written += other
+        elif kind in CONTAINERS:
+            written += box(kind, rewritten(data, body, stop, replace))
+        else:
+            written += data[start:stop]
+    return written
+
+
+def check_refusals(judge, first, second):
+    """What would stay of the first clip alone, or says two things, merges into nothing."""
+    changes = {
+        "a box of a user's type": lambda kind, body: box(b"uuid", USERS_TYPE, body) if kind == b"senc" else None,
+        "another number of samples": lambda kind, body:
+            box(kind, body[:4], u32(1), body[8:]) if kind == b"senc" else None}
+    for what, change in changes.items():
+        clips = []
+        for clip in (first, second):
+            data = clip.read_bytes()
+            clips.append(judge.folder / f"changed-{clip.name}")
+            clips[-1].write_bytes(rewritten(data, 0, len(data), change))
+        done = judge.run("check", *clips)
+        judge.expect(done.returncode == 1, f"{what}: fits: {done.stdout}")
+        target, done = judge.merge(clips)
+        judge.expect(done.returncode == 1 and not target.exists(), f"{what}: merged")
+
+
 def check_damage(judge, target, question, what):
     data = target.read_bytes()
     for body, stop in find(data, 0, len(data), b"moov", b"trak", b"senc"):
@@ -318,6 +351,7 @@ def main():
         target = judge.merges(plain, wanted, told, 0, "--reflink=auto")
         check_guards(judge, *plain, target)
         check_guards(judge, *clips["fragments"], target)
+        check_refusals(judge, *plain)
         other = folder / "other.mp4"
         make(other, 1, "00000000000000000000000000000002")
         target, done = judge.merge([plain[0], other])

@@ -1,6 +1,7 @@
 #include "adapt/boxes/protection_boxes.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <span>
 #include <utility>
@@ -163,6 +164,22 @@ Reason SpellSizes(std::span<const unsigned char> bytes, std::uint32_t flags, std
   return std::nullopt;
 }
 
+// Readers that go by "senc" alone must find the same of each sample. Those in the clear have
+// nothing in it, whether they are counted or not.
+Reason CompareSizes(std::span<const unsigned char> own, std::uint32_t flags, std::uint32_t count,
+                    std::size_t vectorSize, const Sizes& sizes) {
+  Bytes told = sizes.uniform != 0 ? Bytes(sizes.count, sizes.uniform)
+                                  : Bytes(sizes.spelled.begin(), sizes.spelled.end());
+  told.erase(std::remove(told.begin(), told.end(), 0), told.end());
+  if (told.size() > count) return "are told of fewer samples in \"senc\" than in \"saiz\"";
+  Bytes spelled;
+  if (Reason why =
+          SpellSizes(own, flags, static_cast<std::uint32_t>(told.size()), vectorSize, spelled))
+    return why;
+  if (spelled != told) return "have other sizes in \"senc\" than \"saiz\" says";
+  return std::nullopt;
+}
+
 // A sample in a fragment has as many bytes as its sizes say, wherever they stand; where two boxes
 // hold them, both must hold the same.
 Reason TakeBytes(const ProtectedPart& part, const ProtectionScheme& scheme, const Boxes& boxes,
@@ -173,9 +190,9 @@ Reason TakeBytes(const ProtectedPart& part, const ProtectionScheme& scheme, cons
   std::span<const unsigned char> own;
   if (boxes.bytes != nullptr)
     if (Reason why = TakeOwnBytes(*boxes.bytes, flags, count, own)) return why;
+  if (count > part.samples) return "speak of more samples than there are";
   if (boxes.sizes == nullptr) {
     if (boxes.bytes == nullptr || boxes.places != nullptr) return "lack \"saiz\"";
-    if (count > part.samples) return "speak of more samples than there are";
     if (!scheme.VectorSize()) return "lack \"saiz\"";
     if (Reason why = SpellSizes(own, flags, count, *scheme.VectorSize(), spelled)) return why;
     sizes = {0, static_cast<std::uint32_t>(spelled.size()), spelled};
@@ -185,6 +202,8 @@ Reason TakeBytes(const ProtectedPart& part, const ProtectionScheme& scheme, cons
   const std::uint64_t sum = sizes.Sum(0, part.samples);
   if (sum > most) return "are more than the file has bytes";
   if (boxes.bytes != nullptr && sum != own.size()) return "have other sizes than \"saiz\" says";
+  if (boxes.bytes != nullptr && bytesAt && scheme.VectorSize())
+    if (Reason why = CompareSizes(own, flags, count, *scheme.VectorSize(), sizes)) return why;
   if (sum == 0) return std::nullopt;
   if (boxes.places == nullptr) {
     if (boxes.bytes == nullptr) return "lack \"saio\"";
@@ -201,6 +220,14 @@ Reason TakeBytes(const ProtectedPart& part, const ProtectionScheme& scheme, cons
 }
 
 }  // namespace
+
+bool IsUsersProtection(const RawBox& box) {
+  constexpr std::array<unsigned char, 16> kUserType = {0xA2, 0x39, 0x4F, 0x52, 0x5A, 0x9B,
+                                                       0x4F, 0x14, 0xA2, 0x44, 0x6C, 0x42,
+                                                       0x7C, 0x64, 0x8D, 0xF4};
+  return box.type == FourCc("uuid") && box.data.size() >= kUserType.size() &&
+         std::equal(kUserType.begin(), kUserType.end(), box.data.begin());
+}
 
 bool IsProtectionTold(const ProtectedPart& part) {
   const Boxes boxes = BoxesOf(part);

@@ -31,11 +31,16 @@ struct ProtectedPart {
 // For what is in memory already.
 inline constexpr std::uint64_t kAnyBytes = ~std::uint64_t{0};
 
+// Whether a box of a user's type (ISO/IEC 14496-12, 11.1) says what "senc" says: so did the
+// programs that were there before that box.
+bool IsUsersProtection(const RawBox& box);
+
 // Whether there is anything of that kind.
 bool IsProtectionTold(const ProtectedPart& part);
 
 // Appends what is told of the samples of the part. Why it can't: the rest of a sentence that begins
-// with the boxes of the protection. No more than `most` bytes are taken.
+// with the boxes of the protection. No more than `most` bytes are taken. Without `bytesAt` the
+// boxes are those that `SampleProtection` has written.
 [[nodiscard]] Reason AppendProtection(const ProtectedPart& part, const ProtectionScheme& scheme,
                                       const BytesAt& bytesAt, std::uint64_t most,
                                       SampleProtection& protection);

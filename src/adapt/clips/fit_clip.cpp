@@ -70,9 +70,15 @@ bool FitClip::Open(std::size_t index, FitReport& report, MemoryBudget& memory) {
     return false;
   }
   size_ = static_cast<std::uint64_t>(size);
-  const bool taken = Walk(index, report) && TakeMovie(index, report, memory);
+  budget_ = &memory;
+  const bool taken = Walk(index, report) && TakeMovie(index, report);
   if (taken) TakeFileType();
   return taken;
+}
+
+void FitClip::Close() {
+  file_.reset();
+  budget_ = nullptr;
 }
 
 Bytes FitClip::Read(std::uint64_t position, std::uint64_t size) const {
@@ -89,6 +95,12 @@ Bytes FitClip::Read(std::uint64_t position, std::uint64_t size) const {
       file.Read(bytes.data(), static_cast<unsigned int>(size), &read) == S_OK && read == size;
   return complete ? bytes : Bytes();
 }
+
+Bytes FitClip::Keep(std::uint64_t position, std::uint64_t size) {
+  return HasRoom(size) ? Read(position, size) : Bytes();
+}
+
+bool FitClip::HasRoom(std::uint64_t bytes) { return TakeMemory(bytes * kMemoryPerByte); }
 
 const FitBox* FitClip::Place(unsigned int type) const {
   const auto found = std::find_if(layout_.begin(), layout_.end(),
@@ -145,13 +157,15 @@ bool FitClip::Walk(std::size_t index, FitReport& report) {
   return true;
 }
 
-bool FitClip::TakeMemory(std::uint64_t bytes, MemoryBudget& memory) {
+// Nothing more is counted for one that lacks memory.
+bool FitClip::TakeMemory(std::uint64_t bytes) {
+  if (lacksMemory_ || budget_ == nullptr) return false;
   memory_ += bytes;
-  lacksMemory_ = !memory.Take(bytes);
+  lacksMemory_ = !budget_->Take(bytes);
   return !lacksMemory_;
 }
 
-bool FitClip::TakeMovie(std::size_t index, FitReport& report, MemoryBudget& memory) {
+bool FitClip::TakeMovie(std::size_t index, FitReport& report) {
   const FitBox* place = Place(FourCc("moov"));
   if (place == nullptr) {
     Refuse(report, FitProblemKind::kMovieMissing, index, "has no movie box \"moov\"",
@@ -171,7 +185,7 @@ bool FitClip::TakeMovie(std::size_t index, FitReport& report, MemoryBudget& memo
   for (const FitBox& box : layout_) {
     if (box.type == FourCc("moof")) loaded += box.size;
   }
-  if (!TakeMemory(loaded * kMemoryPerByte, memory)) return false;
+  if (!TakeMemory(loaded * kMemoryPerByte)) return false;
   Bytes bytes = Read(place->position, place->size);
   if (bytes.empty()) {
     Refuse(report, FitProblemKind::kInputUnreadable, index, "can't be read to its end",
@@ -184,7 +198,7 @@ bool FitClip::TakeMovie(std::size_t index, FitReport& report, MemoryBudget& memo
   if (place->header == BoxHeader::kShort)
     std::copy(std::begin(size.bytes), std::end(size.bytes), bytes.begin());
   std::span<const unsigned char> in = bytes;
-  if (!TakeMemory(MemoryOf(in, 0), memory)) return false;
+  if (!TakeMemory(MemoryOf(in, 0))) return false;
   if (movie.Take(in) && movie.Child(FourCc("mvhd")) != nullptr) return true;
   Refuse(report, FitProblemKind::kHeaderMissing, index, "has no movie header \"mvhd\"",
          "copy the clip again, or repair it with a tool for it",

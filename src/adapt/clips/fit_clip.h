@@ -33,12 +33,12 @@ class FitClip {
 
   // Walks the top level, takes the movie box and the places of the media, and leaves the file open.
   // False: a merge can't take it, whatever is done to it, and a problem of clip number `index` says
-  // why; or it lacks memory.
+  // why; or it lacks memory. The budget must live until the clip is closed.
   [[nodiscard]] bool Open(std::size_t index, FitReport& report, MemoryBudget& memory);
   // Of the file alone: there may be more clips than a process may have open files.
-  void Close() { file_.reset(); }
+  void Close();
   // What the boxes of the movie take, with all that is made of them, about; known once it was
-  // opened. Of one that lacks memory, as much of it as was counted.
+  // closed. Of one that lacks memory, as much of it as was counted.
   std::uint64_t Memory() const { return memory_; }
   // Whether the budget does not have what the movie takes.
   bool LacksMemory() const { return lacksMemory_; }
@@ -50,6 +50,11 @@ class FitClip {
   // Bytes of the file; none if not all of them can be read. A file that is closed is open for the
   // call alone.
   Bytes Read(std::uint64_t position, std::uint64_t size) const;
+  // The same of an open clip, for bytes that are put into the movie; none where memory lacks.
+  Bytes Keep(std::uint64_t position, std::uint64_t size);
+  // Counts bytes that a movie is to have besides those of its box. False: there is no memory for
+  // them, and whatever is said of the clip otherwise is not told.
+  [[nodiscard]] bool HasRoom(std::uint64_t bytes);
   // The place of the first box of that type; null without one.
   const FitBox* Place(unsigned int type) const;
 
@@ -62,8 +67,8 @@ class FitClip {
  private:
   bool Walk(std::size_t index, FitReport& report);
   bool TakeHeader(std::uint64_t at, FitBox& box) const;
-  bool TakeMovie(std::size_t index, FitReport& report, MemoryBudget& memory);
-  bool TakeMemory(std::uint64_t bytes, MemoryBudget& memory);
+  bool TakeMovie(std::size_t index, FitReport& report);
+  bool TakeMemory(std::uint64_t bytes);
   bool IsZeroFrom(std::uint64_t at) const;
   void TakeFileType();
 
@@ -73,6 +78,7 @@ class FitClip {
   bool lacksMemory_ = false;
   // Until it is closed.
   std::unique_ptr<QUIRVA::QvFile> file_;
+  MemoryBudget* budget_ = nullptr;
   std::vector<FitBox> layout_;
 };
 

@@ -65,8 +65,24 @@ std::set<unsigned int> TypesIn(const RawBox& track) {
   return types;
 }
 
-void TakeProtection(const FitClip& clip, RawBox& track, std::size_t index, FitReport& report) {
+// It is left in the first clip, and would speak of that one's samples alone.
+bool IsToldByUser(const RawBox& track) {
+  for (const RawBox* parent : {&track, SampleTable(track)}) {
+    if (std::any_of(parent->children.begin(), parent->children.end(), IsUsersProtection))
+      return true;
+  }
+  return false;
+}
+
+void TakeProtection(FitClip& clip, RawBox& track, std::size_t index, FitReport& report) {
   ProtectedPart part = PartOf(track);
+  if (IsToldByUser(track)) {
+    report.Refuse(FitProblemKind::kTablesDisagree, index, RawTrackId(track),
+                  "has in its " + RawTrackWords(track) +
+                      " samples that are protected by a box of a user's type",
+                  kUnprotected);
+    return;
+  }
   if (!IsProtectionTold(part)) return;
   part.groups = SamplesByChunk(part.parent);
   const std::string boxes = "has in its " + RawTrackWords(track) + " boxes " +
@@ -74,8 +90,10 @@ void TakeProtection(const FitClip& clip, RawBox& track, std::size_t index, FitRe
   SampleProtection protection;
   const Reason why = AppendProtection(
       part, ProtectionSchemeOf(track),
-      [&clip](std::uint64_t position, std::uint64_t size) { return clip.Read(position, size); },
+      [&clip](std::uint64_t position, std::uint64_t size) { return clip.Keep(position, size); },
       clip.Size(), protection);
+  // A size is spelled out for each sample where they differ.
+  if (clip.LacksMemory() || (protection.Sizes().size() > 1 && !clip.HasRoom(part.samples))) return;
   if (why) {
     report.Refuse(FitProblemKind::kTablesDisagree, index, RawTrackId(track),
                   boxes + " that " + *why, kUnprotected);

@@ -38,9 +38,6 @@ SampleDefaults Merged(const SampleDefaults& track, const FragmentHeader& header)
 
 // Boxes of a user's type (11.1) that say what later editions have boxes of their own for.
 using UserType = std::array<unsigned char, 16>;
-// "senc".
-constexpr UserType kProtection = {0xA2, 0x39, 0x4F, 0x52, 0x5A, 0x9B, 0x4F, 0x14,
-                                  0xA2, 0x44, 0x6C, 0x42, 0x7C, 0x64, 0x8D, 0xF4};
 // When this fragment, and those behind it, begin and how long they last.
 constexpr UserType kTimes = {0x6D, 0x1D, 0x9B, 0x05, 0x42, 0xD5, 0x44, 0xE6,
                              0x80, 0xE2, 0x14, 0x1D, 0xAF, 0xF7, 0x57, 0xB2};
@@ -306,7 +303,7 @@ std::optional<FitProblem> FragmentedMovie::CheckData(const FragmentedTrack& trac
 std::optional<FitProblem> FragmentedMovie::TakeTables(const RawBox& fragment, std::uint32_t samples,
                                                       FragmentedTrack& track) {
   for (const RawBox& child : fragment.children) {
-    if (IsOfUser(child, kProtection)) {
+    if (IsUsersProtection(child)) {
       FitProblem problem =
           Refused(FitProblemKind::kFragmented, track.id,
                   "has fragments whose samples are protected by a box of a user's type");
@@ -355,6 +352,9 @@ Bytes FragmentedMovie::BytesOfFile(std::uint64_t position, std::uint64_t size) {
   const std::uint64_t held = fragmentBytes_.size();
   if (position < begin || position - begin >= held || size > held - (position - begin))
     return bytesAt_ ? bytesAt_(position, size) : Bytes();
+  // Any number of samples may point at them, and no media speaks against it.
+  fragmentsTold_ += size;
+  if (fragmentsTold_ > fragmentsSize_) return {};
   const auto from = fragmentBytes_.begin() + static_cast<std::ptrdiff_t>(position - begin);
   return {from, from + static_cast<std::ptrdiff_t>(size)};
 }

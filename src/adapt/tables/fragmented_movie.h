@@ -107,6 +107,8 @@ class FragmentedMovie {
   Bytes fragmentBytes_;
   // Of all fragments so far.
   std::uint64_t fragmentsSize_ = 0;
+  // Of protected samples, in the fragments.
+  std::uint64_t fragmentsTold_ = 0;
   // What was told to the systems that have the keys.
   std::set<Bytes> systems_;
   // Of which problems tell: where in the file it stands, -1 for the movie.

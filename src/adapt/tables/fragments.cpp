@@ -77,7 +77,7 @@ void AdaptFragments(FitClip& clip, std::size_t index, FitReport& report) {
   }
   FragmentedMovie fragmented(
       clip.movie, clip.media,
-      [&clip](std::uint64_t position, std::uint64_t size) { return clip.Read(position, size); });
+      [&clip](std::uint64_t position, std::uint64_t size) { return clip.Keep(position, size); });
   FitProblem problem;
   bool isMade = fragmented.Begin();
   if (isMade) isMade = AddAll(clip, fragmented, problem);

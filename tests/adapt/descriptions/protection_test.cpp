@@ -41,8 +41,7 @@ class ProtectionTest : public testing::Test {
     movie.Write(file);
     const std::string path = dir_ / ("clip" + std::to_string(clips_.size()));
     support::WriteFile(path, file);
-    MemoryBudget memory;
-    ASSERT_TRUE(clips_.emplace_back(path).Open(clips_.size() - 1, report_, memory));
+    ASSERT_TRUE(clips_.emplace_back(path).Open(clips_.size() - 1, report_, memory_));
   }
   void Adapt() {
     for (std::size_t i = 0; i < clips_.size(); ++i) AdaptProtection(clips_[i], i, report_);
@@ -69,6 +68,7 @@ class ProtectionTest : public testing::Test {
   }
 
   support::TempDir dir_;
+  MemoryBudget memory_;
   FitClips clips_;
   FitReport report_;
   std::unique_ptr<Adaptation> joined_;
@@ -152,7 +152,7 @@ TEST_F(ProtectionTest, WhatCannotBeCarriedIsRefused) {
   expect(ToldBytes(3, kThreeVectors, 1), "not known");
   expect(ToldBytes(4, kThreeVectors + U64(4)), "more samples");
   expect(ToldBytes(3, U64(1)), "end too early");
-  expect(ToldSizes({8, 8, 16}) + ToldBytes(3, kThreeVectors + U64(4)), "beside others");
+  expect(ToldSizes({8, 8, 16}) + FullBox("saio", 0, 0, {U32(1), U32(500)}), "beside others");
   EXPECT_NE(Refusal(ToldBytes(3, kThreeVectors), ClearEntry()).find("not protected"),
             std::string::npos);
 }
@@ -162,6 +162,62 @@ Bytes KeyGroup(unsigned char isProtected, unsigned char vectorSize) {
   return FullBox("sgpd", 1, 0,
                  {Text("seig"), U32(20), U32(1), Bytes{0, 0, isProtected, vectorSize},
                   Text("another key's id")});
+}
+
+TEST_F(ProtectionTest, WhoReadsSencAloneFindsTheSame) {
+  const Bytes sizes = ToldSizes({8, 0, 8});
+  const Bytes clear = KeyGroup(0, 0);
+  const Bytes two = U64(1) + U64(2);
+  EXPECT_EQ(Refusal(sizes + clear + ToldBytes(2, two)), "");
+  EXPECT_EQ(Refusal(sizes + clear + ToldBytes(3, two)), "");
+  const auto expect = [&](const Bytes& told, const std::string& words) {
+    const std::string why = Refusal(sizes + clear + told);
+    EXPECT_NE(why.find(words), std::string::npos) << words << ": " << why;
+  };
+  expect(ToldBytes(1, two), "fewer samples");
+  expect(ToldBytes(0, two), "fewer samples");
+  expect(ToldBytes(4, two), "more samples");
+  expect(ToldBytes(0xFFFFFFFF, two), "more samples");
+  // The first has one part, the second has none, and says so; the sizes are those of no parts.
+  const Bytes parts = U64(1) + U16(1) + U16(5) + U32(6);
+  EXPECT_EQ(Refusal(ToldSizes({16, 0, 0}) + clear + ToldBytes(1, parts, 2)), "");
+  expect(ToldBytes(2, parts, 2), "end too early");
+  EXPECT_NE(Refusal(ToldSizes({8, 8, 0}) + clear + ToldBytes(2, parts, 2)), "");
+  EXPECT_NE(Refusal(ToldSizes({16, 0, 0}) + clear + ToldBytes(1, parts)), "");
+}
+
+TEST_F(ProtectionTest, BoxesOfAUsersTypeThatSayItAreRefused) {
+  const Bytes type = {0xA2, 0x39, 0x4F, 0x52, 0x5A, 0x9B, 0x4F, 0x14,
+                      0xA2, 0x44, 0x6C, 0x42, 0x7C, 0x64, 0x8D, 0xF4};
+  const Bytes told = Box("uuid", {type, U32(0), U32(3), kThreeVectors});
+  for (const bool isInTrack : {false, true}) {
+    clips_.clear();
+    report_ = {};
+    Add(ProtectedMovie({ProtectedEntry(8)}, OfOneKind(isInTrack ? Bytes() : told),
+                       isInTrack ? told : Bytes()));
+    Adapt();
+    ASSERT_EQ(report_.problems.size(), 1u);
+    EXPECT_NE(report_.problems[0].text.find("a user's type"), std::string::npos);
+  }
+  EXPECT_EQ(Refusal(Box("uuid", {Bytes(16, 1), U32(0)})), "");
+}
+
+// The movie box is small, and says that much of the file belongs to it.
+TEST_F(ProtectionTest, WhatLiesInTheMediaCountsAsMemory) {
+  const RawBox movie =
+      ProtectedMovie({ProtectedEntry(8)}, OfOneKind(FullBox("saiz", 0, 0, {U8(200), U32(3)}) +
+                                                    FullBox("saio", 0, 0, {U32(1), U32(500)})));
+  Add(movie);
+  const std::uint64_t before = clips_[0].Memory();
+  AdaptProtection(clips_[0], 0, report_);
+  EXPECT_GE(clips_[0].Memory(), before + 600);
+  EXPECT_FALSE(clips_[0].LacksMemory());
+  MemoryBudget small(before + 600);
+  FitClip lacking(clips_[0].Path());
+  ASSERT_TRUE(lacking.Open(0, report_, small));
+  report_ = {};
+  AdaptProtection(lacking, 0, report_);
+  EXPECT_TRUE(lacking.LacksMemory() && report_.problems.empty());
 }
 
 TEST_F(ProtectionTest, GroupsMayHaveKeysButNoVectorsOfAnotherSize) {
@@ -231,6 +287,27 @@ TEST(FragmentedProtection, FragmentsTellItAtTheirPlaces) {
   ASSERT_TRUE(reading.Add(told(700), 500));
   EXPECT_FALSE(reading.Add(told(800), 500));
   EXPECT_EQ(reading.Problem().kind, FitProblemKind::kFragmented);
+}
+
+// A fragment has no more bytes for its samples than it is long, however often they are named.
+TEST(FragmentedProtection, BytesOfFragmentsAreToldAboutOnce) {
+  const Bytes run = FullBox("trun", 0, 0x201, {U32(1), U32(500), U32(5)});
+  const auto told = [&](std::uint32_t times) {
+    Bytes runs;
+    Bytes places;
+    for (std::uint32_t i = 0; i < times; ++i) {
+      runs = runs + run;
+      places = places + U32(0);
+    }
+    return Fragment({FullBox("tfhd", 0, 0x20008, {U32(1), U32(40)}) + runs +
+                     FullBox("saiz", 0, 0, {U8(100), U32(times)}) +
+                     FullBox("saio", 0, 0, {U32(times), places})});
+  };
+  for (const std::uint32_t times : {1u, 8u}) {
+    FragmentedMovie reading(ProtectedMovie({ProtectedEntry(8)}, NoTables()), {{1000, 8000}});
+    ASSERT_TRUE(reading.Begin());
+    EXPECT_EQ(reading.Add(told(times), 500), times == 1);
+  }
 }
 
 }  // namespace

@@ -30,12 +30,12 @@ class FragmentsTest : public testing::Test {
   // The outcome for one clip with that movie box and what stands behind it.
   void Adapt(const Bytes& movie, const Bytes& rest) {
     support::WriteFile(dir_ / "clip.mp4", Box("ftyp", {Text("iso6"), U32(0)}) + movie + rest);
-    MemoryBudget memory;
-    ASSERT_TRUE(clip_.Open(0, report_, memory));
+    ASSERT_TRUE(clip_.Open(0, report_, memory_));
     AdaptFragments(clip_, 0, report_);
   }
 
   support::TempDir dir_;
+  MemoryBudget memory_;
   FitClip clip_{(dir_ / "clip.mp4").string()};
   FitReport report_;
 };
