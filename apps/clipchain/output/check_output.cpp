@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 
 #include "clipchain/output/adaptation_output.h"
@@ -41,18 +42,32 @@ std::string SummaryText(const std::vector<std::string>& inputs, const CheckRepor
   return text + '\n';
 }
 
+// More rows are not read.
+constexpr std::size_t kMostRows = 20;
+
+// The drift behind each clip, or of many clips the largest.
+std::string SeamsText(const std::vector<std::string>& inputs, const std::vector<Seam>& seams) {
+  if (seams.size() > kMostRows) {
+    const Seam& worst =
+        *std::max_element(seams.begin(), seams.end(), [](const Seam& a, const Seam& b) {
+          return std::abs(a.milliseconds) < std::abs(b.milliseconds);
+        });
+    return fmt::format("drift at most {:.1f} ms, behind {}\n", worst.milliseconds,
+                       PrintablePath(inputs[worst.clip]));
+  }
+  std::string text = fmt::format("{:>12}  {}\n", "drift", "behind");
+  for (const Seam& seam : seams)
+    text += fmt::format("{:>9.1f} ms  {}\n", seam.milliseconds, PrintablePath(inputs[seam.clip]));
+  return text;
+}
+
 }  // namespace
 
 std::string CheckText(const std::vector<std::string>& inputs, const CheckReport& report,
                       const Findings& listed, const Paint& paint) {
   std::string text = FindingsText(listed, paint);
   // A single clip meets no other, so that a table of seams would have no row.
-  if (inputs.size() > 1 && !report.seams.empty()) {
-    text += fmt::format("{:>12}  {}\n", "drift", "behind");
-    for (const Seam& seam : report.seams) {
-      text += fmt::format("{:>9.1f} ms  {}\n", seam.milliseconds, PrintablePath(inputs[seam.clip]));
-    }
-  }
+  if (inputs.size() > 1 && !report.seams.empty()) text += SeamsText(inputs, report.seams);
   // The adaptations are listed in either case: with --force they are made though more speaks
   // against it.
   const bool fits = !HoldsUp(report.findings, false);

@@ -9,7 +9,8 @@
 
 namespace clipchain {
 
-// Lists the findings that are `listed`, the drift behind each clip, and sums all of them up.
+// Lists the findings that are `listed`, the drift behind each clip, of many clips the largest, and
+// sums all of them up.
 std::string CheckText(const std::vector<std::string>& inputs, const CheckReport& report,
                       const Findings& listed, const Paint& paint);
 
