@@ -16,6 +16,8 @@ namespace {
 constexpr const char* kKeepInStep =
     "merge without --exact and without --seams=as-they-are, which keeps the tracks in step where "
     "one clip follows the other";
+constexpr const char* kEndsByItself =
+    "look whether this clip is to end like that: it does so by itself, and a merge shows all of it";
 
 // Of the tracks of a clip: when each is shown, or nothing.
 using Moments = std::vector<std::optional<Moment>>;
@@ -115,11 +117,14 @@ class Drift {
     return true;
   }
 
+  double OwnEnd(const ClipTimes& clip) const {
+    return SpreadOf(EndsOf({{clip}, NoHolds({clip})}), shown_).milliseconds;
+  }
+
   // What a clip alone has of it is no fault of the merge.
   bool JudgeEnd() {
-    const ClipClocks alone{{clips_.front()}, NoHolds({clips_.front()})};
     const Spread spread = SpreadOf(ends_, shown_);
-    const double own = SpreadOf(EndsOf(alone), shown_).milliseconds;
+    const double own = OwnEnd(clips_.front());
     if (spread.milliseconds - own <= kNoticeableDrift) return false;
     const std::size_t last = clips_.size() - 1;
     Tell(
@@ -128,7 +133,8 @@ class Drift {
                     "with",
                     TrackWords(clips_[last][spread.late]), spread.milliseconds,
                     TrackWords(clips_[last][spread.early]), spread.milliseconds - own),
-        Severity::kWarning);
+        Severity::kWarning,
+        OwnEnd(clips_[last]) - own > kNoticeableDrift ? kEndsByItself : kKeepInStep);
     return true;
   }
 

@@ -90,6 +90,10 @@ TEST_F(CheckDrift, AtTheEndIsWhatExceedsThatOfTheFirstClip) {
       "clip ends with",
       finding.text);
   EXPECT_EQ(Severity::kWarning, finding.severity);
+  EXPECT_THAT(finding.remedy, testing::HasSubstr("without --exact"));
+  const std::string apart = ClipWith("apart", 71 * kMillisecond);
+  EXPECT_THAT(Only(CheckAll({first, apart}), Message::kTrackDrift).remedy,
+              testing::HasSubstr("does so by itself"));
 }
 
 TEST_F(CheckDrift, OfASingleClipIsItsOwnAffair) {
