@@ -199,8 +199,10 @@ std::optional<AccessUnit> AccessUnits::Jpeg(std::uint64_t position) {
 }
 
 // What stands behind the first slice, as long as it is of the same picture. A
-// unit in front of a second field counts only together with it. False: a unit
-// of the picture is damaged, or one is missing.
+// unit in front of a second field counts only together with it. Sound may look
+// like the head of a unit: where the picture has all slices that those of the
+// reference have, one that is not whole may be none. False: a unit of the
+// picture is damaged, or one is missing.
 bool AccessUnits::TakeRest(AccessUnit& found, std::uint64_t at) {
   bool paired = false;
   unsigned int slices = 1;
@@ -209,11 +211,13 @@ bool AccessUnits::TakeRest(AccessUnit& found, std::uint64_t at) {
   for (unsigned int units = 0; units < kMostUnits; ++units) {
     const auto unit = UnitAt(at);
     if (!unit || PlaceOf(*unit, found, paired) != Place::kInside) break;
-    if (unit->cut) {
-      found.cut = true;
+    const bool clean = unit->cut || IsClean(*unit);
+    if (unit->cut || !clean) {
+      found.doubtful = habits_.slices != 0 && slices >= habits_.slices;
+      if (!clean && !found.doubtful) return false;
+      found.cut = !found.doubtful;
       break;
     }
-    if (!IsClean(*unit)) return false;
     at = unit->body + unit->size;
     if (unit->header.kind != UnitKind::kStarts) held = at;
     if (unit->header.kind == UnitKind::kSlice) ++slices;

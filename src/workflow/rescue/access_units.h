@@ -20,6 +20,8 @@ struct AccessUnit {
   bool cut = false;
   // Begins here, but is none of its kind further on.
   bool damaged = false;
+  // As a whole one, unless what follows is a slice more than pictures of the reference have.
+  bool doubtful = false;
   // Its first one.
   Slice slice;
   // Holds a recovery point.

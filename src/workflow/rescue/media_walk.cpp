@@ -287,7 +287,8 @@ void Walk::End() {
   const bool whole = position_ == range_.end && range_.ends;
   if (whole) {
     Commit();
-  } else if (!over_ && (!next_ || !Ends(*next_) || next_->position != position_)) {
+  } else if (!over_ && !(pending_ && pending_->doubtful) &&
+             (!next_ || !Ends(*next_) || next_->position != position_)) {
     TakeTail();
   }
   harvest_.AddUnknown(pending_ ? pending_->position : position_, range_.end);

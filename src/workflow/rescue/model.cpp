@@ -64,7 +64,8 @@ class Learner {
   void ReadPictures(const ReferenceTrack& track);
   void MakeMethods();
   bool TryRecords();
-  std::string VideoNotFoundWords() const;
+  std::string VideoNotFoundWords(const Harvest& harvest) const;
+  const ReferenceTrack* TrackAt(std::uint64_t position) const;
   [[nodiscard]] Reason TryWalk();
   WalkRange TriedRange() const;
   // The tracks with a sample that is none of the reference's.
@@ -228,8 +229,19 @@ bool Learner::TryRecords() {
   return true;
 }
 
+// The one with the chunk that holds the place.
+const ReferenceTrack* Learner::TrackAt(std::uint64_t position) const {
+  for (const ReferenceTrack& track : reference_.tracks()) {
+    for (const ChunkPlace& chunk : track.chunks) {
+      const std::uint64_t end = chunk.position + reference_.BytesOf(chunk);
+      if (chunk.position <= position && position < end) return &track;
+    }
+  }
+  return nullptr;
+}
+
 // Pieces of a track that nothing tells apart hide the pictures behind them.
-std::string Learner::VideoNotFoundWords() const {
+std::string Learner::VideoNotFoundWords(const Harvest& harvest) const {
   const auto& tracks = reference_.tracks();
   for (std::size_t i = 0; i < tracks.size(); ++i) {
     const bool isFound = model_.methods[i] != nullptr || i == *model_.video;
@@ -238,7 +250,13 @@ std::string Learner::VideoNotFoundWords() const {
                        tracks[i].kind == FourCc("soun") ? "sound" : "data",
                        FourCcText(tracks[i].entryType));
   }
-  return "has video of which its own samples can't be told apart";
+  const std::uint64_t lost = harvest.unknown.empty() ? 0 : harvest.unknown.front().begin;
+  const ReferenceTrack* track = TrackAt(lost);
+  if (track == nullptr) return "has video in which samples are found that are none of its own";
+  return fmt::format(
+      "has video that is lost at byte {}, where the end of what its track {} ({}) "
+      "holds there can't be found",
+      lost, track->id, FourCcText(track->entryType));
 }
 
 Reason Learner::TryWalk() {
@@ -250,7 +268,7 @@ Reason Learner::TryWalk() {
     const Harvest harvest = WalkMedia(model_, window_, range, [](std::uint64_t) { return true; });
     const std::vector<bool> wrong = WrongTracks(harvest);
     if (model_.video && (wrong[*model_.video] || FindsLittle(harvest, *model_.video, range.end)))
-      return VideoNotFoundWords();
+      return VideoNotFoundWords(harvest);
     if (!FirstPictureDecodes(model_, window_, harvest))
       return "has a first picture that can't be decoded";
     bool dropped = false;
