@@ -59,9 +59,9 @@ class CheckRun {
     unread_ = std::move(fitted.unread);
     clocks_ = std::move(fitted.clocks);
     rehearsal_.ExpectGrowth(fitted.growth);
-    report.stopped = !CheckClips();
-    SayMemoryIsShort();
-    if (!report.stopped) CheckTogether(report);
+    const bool lacksMemory = LacksMemory();
+    report.stopped = !lacksMemory && !CheckClips();
+    if (!lacksMemory && !report.stopped) CheckTogether(report);
     if (IsFitted()) {
       report.adaptations = AdaptationsOf(*fit_, inputs_);
       if (merge_ != nullptr) merge_->fit = fit_;
@@ -101,18 +101,16 @@ class CheckRun {
   }
 
   // To see whether clips need to be adapted takes more memory than to merge them as they are, and
-  // how much there is must not decide which of the two is done.
-  void SayMemoryIsShort() {
-    const bool isTold = std::any_of(files_.begin(), files_.end(), [](const FileFindings& file) {
-      return std::any_of(file.All().begin(), file.All().end(), [](const Finding& finding) {
-        return finding.message == Message::kMemoryLimit;
-      });
-    });
-    if (fit_ == nullptr || fit_->IsAdapted() || isTold) return;
-    for (const FitProblem& problem : fit_->Report().problems) {
-      if (problem.kind == FitProblemKind::kMemoryLimit)
-        AddFitProblems(*fit_, problem.clip, files_[problem.clip]);
-    }
+  // how much there is must not decide which of the two is done. What else would be found of clips
+  // that nobody adapts says nothing of them.
+  bool LacksMemory() {
+    if (fit_ == nullptr || fit_->IsAdapted()) return false;
+    const std::vector<FitProblem>& problems = fit_->Report().problems;
+    const bool isShort = std::any_of(
+        problems.begin(), problems.end(),
+        [](const FitProblem& problem) { return problem.kind == FitProblemKind::kMemoryLimit; });
+    for (std::size_t i = 0; isShort && i < files_.size(); ++i) AddFitProblems(*fit_, i, files_[i]);
+    return isShort;
   }
 
   // A clip that could be read only the second time was not fitted, and nobody knows what of it

@@ -243,6 +243,8 @@ TEST_F(CheckInput, MergesNothingUnadaptedForWantOfMemory) {
   options.memoryLimit = 60'000;
   const CheckReport report = clipchain::Check(inputs, options);
   EXPECT_TRUE(report.adaptations.empty());
+  // What would be lost unadapted is not said.
+  EXPECT_EQ(1u, report.findings.size());
   const Finding finding = Only(report, Message::kMemoryLimit);
   EXPECT_THAT(finding.text, HasSubstr("60000 are allowed"));
   EXPECT_EQ(Severity::kRefusal, finding.severity);
