@@ -135,9 +135,7 @@ std::optional<ClipTraits> ReadClipTraits(const std::string& path, unsigned int v
   if (movie.Child(FourCc("mvex")) != nullptr) {
     // Without their fragments the clips of one recording have the same movie box.
     movie = WithFragments(path, std::move(movie));
-    Bytes whole;
-    movie.Write(whole);
-    traits.movieDigest = DigestOf(whole);
+    traits.movieDigest = DigestOf(movie.Written());
   }
   traits.description = DescriptionOf(movie);
   Pictures pictures;

@@ -110,8 +110,7 @@ bool ClipWriter::MayWrite() {
 }
 
 bool ClipWriter::Write(const ClipLayout& layout, const RawBox& movie) {
-  Bytes bytes;
-  movie.Write(bytes);
+  const Bytes bytes = movie.Written();
   block_.resize(kBlock);
   if (const std::error_code error = part_.Create(options_.output)) {
     FailWrite(error);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "adapt/fragment_boxes.h"
 #include "foundation/fourcc.h"
 #include "support/bytes.h"
 
@@ -13,19 +14,6 @@ using support::FullBox;
 using support::Join;
 using support::U32;
 using support::Zeros;
-
-RawBox Taken(const Bytes& bytes) {
-  std::span<const unsigned char> in = bytes;
-  RawBox box;
-  EXPECT_TRUE(box.Take(in));
-  return box;
-}
-
-Bytes Written(const RawBox& box) {
-  Bytes out;
-  box.Write(out);
-  return out;
-}
 
 struct Numbers {
   std::uint32_t scale;
@@ -57,44 +45,45 @@ Bytes Movie(std::uint32_t scale, std::uint32_t duration, const Bytes& track) {
 }
 
 TEST(MovieScale, ConvertsAllThatTheMovieCounts) {
-  RawBox movie = Taken(Movie(600, 601, Track({12800, 5120, 512, 1024, 599, 1024})));
+  RawBox movie = RawBoxOf(Movie(600, 601, Track({12800, 5120, 512, 1024, 599, 1024})));
   ASSERT_TRUE(ConvertMovieScale(movie, 1000));
-  EXPECT_EQ(Written(movie), Movie(1000, 1002, Track({12800, 5120, 512, 1024, 998, 1024})));
+  EXPECT_EQ(movie.Written(), Movie(1000, 1002, Track({12800, 5120, 512, 1024, 998, 1024})));
 }
 
 TEST(MovieScale, LeavesADurationThatIsNotKnown) {
-  RawBox movie = Taken(Movie(600, 0xFFFFFFFF, Track({1, 2, 3, 4, 0xFFFFFFFF, 6})));
+  RawBox movie = RawBoxOf(Movie(600, 0xFFFFFFFF, Track({1, 2, 3, 4, 0xFFFFFFFF, 6})));
   ASSERT_TRUE(ConvertMovieScale(movie, 300));
-  EXPECT_EQ(support::ReadU32(Written(movie), 32), 0xFFFFFFFFu);
+  EXPECT_EQ(support::ReadU32(movie.Written(), 32), 0xFFFFFFFFu);
 }
 
 TEST(MovieScale, IsNotConvertedWithoutAScale) {
-  RawBox movie = Taken(Movie(0, 600, Track({1, 2, 3, 4, 5, 6})));
+  RawBox movie = RawBoxOf(Movie(0, 600, Track({1, 2, 3, 4, 5, 6})));
   EXPECT_FALSE(ConvertMovieScale(movie, 1000));
-  movie = Taken(Box("moov"));
+  movie = RawBoxOf(Box("moov"));
   EXPECT_FALSE(ConvertMovieScale(movie, 1000));
 }
 
 TEST(MediaScale, ConvertsDurationsOffsetsAndStarts) {
   const std::uint32_t minus = 0xFFFFFFFF;
-  RawBox trak = Taken(Track({30000, 10010, 1001, minus - 1001, 334, 2002}));
+  RawBox trak = RawBoxOf(Track({30000, 10010, 1001, minus - 1001, 334, 2002}));
   ASSERT_TRUE(ConvertMediaScale(trak, 90000));
-  EXPECT_EQ(Written(trak), Track({90000, 30030, 3003, minus - 3005, 334, 6006}));
+  EXPECT_EQ(trak.Written(), Track({90000, 30030, 3003, minus - 3005, 334, 6006}));
   ASSERT_TRUE(ConvertMediaScale(trak, 30000));
-  EXPECT_EQ(Written(trak), Track({30000, 10010, 1001, minus - 1001, 334, 2002}));
+  EXPECT_EQ(trak.Written(), Track({30000, 10010, 1001, minus - 1001, 334, 2002}));
 }
 
 TEST(MediaScale, DropsTheBoundsOfTheOldUnits) {
   const std::uint32_t offset = 0xFFFFFFFF - 1001;
-  RawBox trak = Taken(Track({30000, 10010, 1001, offset, 334, 2002}, {Box("cslg", {Zeros(24)})}));
+  RawBox trak =
+      RawBoxOf(Track({30000, 10010, 1001, offset, 334, 2002}, {Box("cslg", {Zeros(24)})}));
   ASSERT_TRUE(ConvertMediaScale(trak, 90000));
-  EXPECT_EQ(Written(trak), Track({90000, 30030, 3003, 0xFFFFFFFF - 3005, 334, 6006}));
+  EXPECT_EQ(trak.Written(), Track({90000, 30030, 3003, 0xFFFFFFFF - 3005, 334, 6006}));
 }
 
 void ExpectUnchanged(const Bytes& track, std::uint32_t scale) {
-  RawBox trak = Taken(track);
+  RawBox trak = RawBoxOf(track);
   EXPECT_FALSE(ConvertMediaScale(trak, scale));
-  EXPECT_EQ(Written(trak), track);
+  EXPECT_EQ(trak.Written(), track);
 }
 
 TEST(MediaScale, IsLeftWhereADurationOrAnOffsetWouldNotBeExact) {
