@@ -21,20 +21,14 @@ const Bytes kCompact = FullBox("stz2", 0, 0, {U32(8), U32(2), Hex("07 08")});
 
 RawBox TableOf(const Bytes& boxes) { return RawBoxOf(Box("stbl", {boxes})); }
 
-Bytes Written(const RawBox& box) {
-  Bytes bytes;
-  box.Write(bytes);
-  return bytes;
-}
-
 TEST(TableForms, TablesOfOneFormStayAsTheyAre) {
   for (const Bytes& boxes : {kUniform, kTable}) {
     RawBox first = TableOf(boxes + FullBox("stss", 0, 0, {U32(1), U32(1)}));
     RawBox second = first;
-    const Bytes before = Written(first);
+    const Bytes before = first.Written();
     EXPECT_TRUE(GiveOneForm({&first, &second}).empty());
-    EXPECT_EQ(Written(first), before);
-    EXPECT_EQ(Written(second), before);
+    EXPECT_EQ(first.Written(), before);
+    EXPECT_EQ(second.Written(), before);
   }
 }
 
@@ -42,9 +36,9 @@ TEST(TableForms, CompactSizesAreSpelledOut) {
   RawBox first = TableOf(kCompact);
   RawBox second = TableOf(kCompact);
   EXPECT_EQ(GiveOneForm({&first, &second}).size(), 2u);
-  EXPECT_EQ(Written(first),
-            Written(TableOf(FullBox("stsz", 0, 0, {U32(0), U32(2), U32(7), U32(8)}))));
-  EXPECT_EQ(Written(second), Written(first));
+  EXPECT_EQ(first.Written(),
+            TableOf(FullBox("stsz", 0, 0, {U32(0), U32(2), U32(7), U32(8)})).Written());
+  EXPECT_EQ(second.Written(), first.Written());
 }
 
 TEST(TableForms, OneSizeThatMeetsATableIsSpelledOut) {
@@ -54,15 +48,15 @@ TEST(TableForms, OneSizeThatMeetsATableIsSpelledOut) {
   ASSERT_EQ(changes.size(), 1u);
   EXPECT_EQ(changes[0].table, 0u);
   EXPECT_EQ(ReadSizes(*first.Child(FourCc("stsz"))), (SampleSizes{0, 2, {4, 4}}));
-  EXPECT_EQ(Written(second), Written(TableOf(kTable)));
+  EXPECT_EQ(second.Written(), TableOf(kTable).Written());
 }
 
 TEST(TableForms, SpellsOutOnlyWhatMemoryCanTake) {
   RawBox first = TableOf(FullBox("stsz", 0, 0, {U32(4), U32(0x10000001)}));
   RawBox second = TableOf(kTable + FullBox("stss", 0, 0, {U32(0)}) + FullBox("sdtp", 0, 0, {}));
-  const Bytes before = Written(first);
+  const Bytes before = first.Written();
   for (const FormChange& change : GiveOneForm({&first, &second})) EXPECT_EQ(change.table, 1u);
-  EXPECT_EQ(Written(first), before);
+  EXPECT_EQ(first.Written(), before);
 }
 
 // The engine would take two tables of one size for that size alone, and lose what follows.
@@ -77,7 +71,7 @@ TEST(TableForms, SizesThatAreAlikeAtFirstAreTakenApart) {
     for (std::size_t i = 0; joined && i < tables.size(); ++i)
       EXPECT_EQ(ReadSizes(*tables[i].Child(FourCc("stsz")))->uniform, 1u);
     for (std::size_t i = 0; !joined && i < tables.size(); ++i)
-      EXPECT_EQ(Written(tables[i]), Written(TableOf(boxes[i])));
+      EXPECT_EQ(tables[i].Written(), TableOf(boxes[i]).Written());
     return joined;
   };
   EXPECT_EQ(take({kUniform, alike, kTable}), (SampleSizes{0, 5, {4, 4, 4, 5, 6}}));
@@ -122,15 +116,15 @@ TEST(TableForms, DependenciesThatOneLacksAreUnknown) {
   RawBox first = TableOf(kUniform);
   RawBox second = TableOf(kUniform + FullBox("sdtp", 0, 0, {Hex("20 10")}));
   EXPECT_EQ(GiveOneForm({&first, &second}).size(), 1u);
-  EXPECT_EQ(Written(first), Written(TableOf(kUniform + FullBox("sdtp", 0, 0, {Hex("00 00")}))));
+  EXPECT_EQ(first.Written(), TableOf(kUniform + FullBox("sdtp", 0, 0, {Hex("00 00")})).Written());
 }
 
 TEST(TableForms, DependenciesOfAnotherNumberOfSamplesAreUnknownBehindThem) {
   RawBox first = TableOf(kUniform + FullBox("sdtp", 0, 0, {Hex("20 10 18")}));
   RawBox second = TableOf(kUniform + FullBox("sdtp", 0, 0, {Hex("20")}));
   EXPECT_EQ(GiveOneForm({&first, &second}).size(), 2u);
-  EXPECT_EQ(Written(first), Written(TableOf(kUniform + FullBox("sdtp", 0, 0, {Hex("20 10")}))));
-  EXPECT_EQ(Written(second), Written(TableOf(kUniform + FullBox("sdtp", 0, 0, {Hex("20 00")}))));
+  EXPECT_EQ(first.Written(), TableOf(kUniform + FullBox("sdtp", 0, 0, {Hex("20 10")})).Written());
+  EXPECT_EQ(second.Written(), TableOf(kUniform + FullBox("sdtp", 0, 0, {Hex("20 00")})).Written());
 }
 
 TEST(TableForms, ATableThatCannotBeReadStaysAsItIs) {
