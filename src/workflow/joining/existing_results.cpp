@@ -90,6 +90,14 @@ ExistingResults::Owner ExistingResults::OwnerOf(const std::string& name,
              : Owner::kAnotherClip;
 }
 
+ExistingResults::Owner ExistingResults::OwnerOf(const std::string& name,
+                                                const std::string& clip) const {
+  SequenceClip asked;
+  asked.path = clip;
+  if (const auto facts = FactsOf(clip)) asked.id = facts->id;
+  return OwnerOf(name, asked);
+}
+
 _GUID ExistingResults::NextOf(const std::string& name) const {
   const std::optional<OrderFacts> facts = FactsOf(PathFor(name));
   return facts ? facts->next : _GUID{};

@@ -27,6 +27,8 @@ class ExistingResults {
   // Whose result the file of that name is: one that begins with that clip, or with another one.
   // Nobody's: it is not there, or it can't be read.
   Owner OwnerOf(const std::string& name, const SequenceClip& clip) const;
+  // The same for a clip of which nothing but its path is known.
+  Owner OwnerOf(const std::string& name, const std::string& clip) const;
 
   // The identifier of the clip behind the last one that is in that result; zero for none.
   _GUID NextOf(const std::string& name) const;

@@ -1,7 +1,10 @@
 #include "workflow/joining/name_outputs.h"
 
+#include <algorithm>
+
 #include "workflow/joining/existing_results.h"
 #include "workflow/joining/output_name.h"
+#include "workflow/system/part_name.h"
 
 namespace clipchain {
 
@@ -89,11 +92,71 @@ class Naming {
   OutputNames names_;
 };
 
+// The jobs that hold a rescued clip.
+class RescuedNaming {
+ public:
+  using IsRescued = std::function<bool(const std::string&)>;
+
+  RescuedNaming(const IsRescued& isRescued, const std::string& folder, std::vector<Job>& jobs)
+      : isRescued_(isRescued), results_(folder) {
+    for (Job& job : jobs) {
+      if (job.output.empty()) continue;
+      if (std::any_of(job.inputs.begin(), job.inputs.end(), isRescued))
+        jobs_.push_back(&job);
+      else
+        names_.Reserve(NameOf(job.output));
+    }
+  }
+
+  void Run() {
+    for (Job* job : jobs_) KeepName(*job);
+    for (Job* job : jobs_) {
+      if (job->output.empty()) TakeName(*job);
+    }
+  }
+
+ private:
+  // A rescued clip has the mark in its own name.
+  std::string NamedBy(const Job& job) const {
+    const std::string& first = job.inputs.front();
+    return isRescued_(first) ? WithoutRescueMark(NameOf(first)) : first;
+  }
+
+  void KeepName(Job& job) {
+    job.output.clear();
+    const std::string name = RescuedName(job.date, NamedBy(job), ExtentOf(job));
+    for (const std::string& there : results_.NamedLike(name)) {
+      if (results_.OwnerOf(there, job.inputs.front()) != Owner::kThisClip || !names_.Reserve(there))
+        continue;
+      job.output = results_.PathFor(there);
+      return;
+    }
+  }
+
+  void TakeName(Job& job) {
+    const auto isTaken = [&](const std::string& name) {
+      return results_.OwnerOf(name, job.inputs.front()) == Owner::kAnotherClip;
+    };
+    job.output =
+        results_.PathFor(names_.TakeRescued(job.date, NamedBy(job), ExtentOf(job), isTaken));
+  }
+
+  const IsRescued& isRescued_;
+  const ExistingResults results_;
+  std::vector<Job*> jobs_;
+  OutputNames names_;
+};
+
 }  // namespace
 
 void NameOutputs(const std::vector<SequenceReport>& sequences, const std::string& folder,
                  std::vector<Job>& jobs) {
   Naming(sequences, folder, jobs).Run();
+}
+
+void NameRescuedOutputs(const std::function<bool(const std::string&)>& isRescued,
+                        const std::string& folder, std::vector<Job>& jobs) {
+  RescuedNaming(isRescued, folder, jobs).Run();
 }
 
 }  // namespace clipchain

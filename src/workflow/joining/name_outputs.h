@@ -1,6 +1,7 @@
 // Names the result of each recording.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -15,5 +16,10 @@ namespace clipchain {
 // left out, so that they are the same under other options.
 void NameOutputs(const std::vector<SequenceReport>& sequences, const std::string& folder,
                  std::vector<Job>& jobs);
+
+// Names the outputs of those jobs anew that hold a rescued clip, as `isRescued` tells of an input,
+// with the mark of one, by the same rules.
+void NameRescuedOutputs(const std::function<bool(const std::string&)>& isRescued,
+                        const std::string& folder, std::vector<Job>& jobs);
 
 }  // namespace clipchain

@@ -62,6 +62,11 @@ std::string OutputName(const std::optional<MP4G::_tagSequenceTimedate>& date,
   return OutputStem(date, firstClip, extent, 0).append(kExtension);
 }
 
+std::string RescuedName(const std::optional<MP4G::_tagSequenceTimedate>& date,
+                        const std::string& firstClip, Extent extent) {
+  return OutputStem(date, firstClip, extent, kRescued.size()).append(kRescued).append(kExtension);
+}
+
 std::string WithoutCount(const std::string& outputName) {
   // What looks like a count may be the end of a clip's own name: who asks looks for both names.
   const std::size_t end = outputName.size() - std::min(outputName.size(), kExtension.size());
@@ -101,16 +106,32 @@ bool OutputNames::Reserve(const std::string& name) {
   return taken_.insert(InLowerCase(name)).second;
 }
 
-std::string OutputNames::Take(const std::optional<MP4G::_tagSequenceTimedate>& date,
-                              const std::string& firstClip, Extent extent, const IsTaken& isTaken) {
-  std::string name = OutputName(date, firstClip, extent);
+std::string OutputNames::TakeOf(const MakeName& make, const IsTaken& isTaken) {
+  std::string name = make("");
   unsigned int& count = counts_.try_emplace(InLowerCase(name), 1).first->second;
   // A clip that is really called so may have taken a name with a count.
-  while (isTaken(name) || !Reserve(name)) {
-    const std::string suffix = fmt::format("_{}", ++count);
-    name = OutputStem(date, firstClip, extent, suffix.size()).append(suffix).append(kExtension);
-  }
+  while (isTaken(name) || !Reserve(name)) name = make(fmt::format("_{}", ++count));
   return name;
+}
+
+std::string OutputNames::Take(const std::optional<MP4G::_tagSequenceTimedate>& date,
+                              const std::string& firstClip, Extent extent, const IsTaken& isTaken) {
+  const auto make = [&](const std::string& suffix) {
+    return OutputStem(date, firstClip, extent, suffix.size()).append(suffix).append(kExtension);
+  };
+  return TakeOf(make, isTaken);
+}
+
+std::string OutputNames::TakeRescued(const std::optional<MP4G::_tagSequenceTimedate>& date,
+                                     const std::string& firstClip, Extent extent,
+                                     const IsTaken& isTaken) {
+  const auto make = [&](const std::string& suffix) {
+    return OutputStem(date, firstClip, extent, kRescued.size() + suffix.size())
+        .append(kRescued)
+        .append(suffix)
+        .append(kExtension);
+  };
+  return TakeOf(make, isTaken);
 }
 
 }  // namespace clipchain

@@ -20,13 +20,16 @@ enum class Extent { kWhole, kIncomplete };
 // UTF-8 is not cut inside of a character.
 std::string OutputName(const std::optional<MP4G::_tagSequenceTimedate>& date,
                        const std::string& firstClip, Extent extent = Extent::kWhole);
+// The same for a result that holds a rescued clip: "…_C0001-rescued.mp4".
+std::string RescuedName(const std::optional<MP4G::_tagSequenceTimedate>& date,
+                        const std::string& firstClip, Extent extent);
 
 // Takes off the number that tells a name from an equal one ("…_C0001.mp4" for "…_C0001_2.mp4"), and
 // the mark of a part.
 std::string WithoutCount(const std::string& outputName);
 std::string WithoutMark(const std::string& outputName);
 
-// The name of a result that holds a rescued clip, and such a name without the mark.
+// Puts the mark of a rescue behind a name, and takes it off.
 std::string WithRescueMark(const std::string& outputName);
 std::string WithoutRescueMark(const std::string& outputName);
 
@@ -42,10 +45,17 @@ class OutputNames {
   // Gives OutputName() to the first who asks, "…_C0001_2.mp4" and so on to others.
   std::string Take(const std::optional<MP4G::_tagSequenceTimedate>& date,
                    const std::string& firstClip, Extent extent, const IsTaken& isTaken);
+  // The same of RescuedName().
+  std::string TakeRescued(const std::optional<MP4G::_tagSequenceTimedate>& date,
+                          const std::string& firstClip, Extent extent, const IsTaken& isTaken);
   // Gives that name to nobody else; false if somebody has it.
   bool Reserve(const std::string& name);
 
  private:
+  // Makes a name that ends with the suffix.
+  using MakeName = std::function<std::string(const std::string& suffix)>;
+  std::string TakeOf(const MakeName& make, const IsTaken& isTaken);
+
   std::set<std::string> taken_;
   // By name without a count, the last one that was given.
   std::map<std::string, unsigned int> counts_;

@@ -10,6 +10,7 @@
 
 #include "workflow/clip_search.h"
 #include "workflow/join.h"
+#include "workflow/joining/name_outputs.h"
 #include "workflow/joining/output_name.h"
 #include "workflow/system/file_bytes.h"
 #include "workflow/system/files.h"
@@ -109,20 +110,28 @@ class Rescuer {
   bool stopped_ = false;
 };
 
-void MarkJob(Job& job, const Rescued& rescued) {
-  bool marked = false;
-  for (const std::string& input : job.inputs) {
-    const auto found = std::find_if(rescued.begin(), rescued.end(),
-                                    [&](const auto& pair) { return pair.second == input; });
-    if (found == rescued.end()) continue;
-    marked = true;
-    job.findings.push_back(MakeFinding(
-        Message::kClipRescued, input,
-        fmt::format("is what was rescued of {}; it may lack the end", PrintablePath(found->first)),
-        "keep the broken clip until you have seen the result"));
+// The broken clips that an input is what was rescued of, be it as a copy of a rescued clip that lay
+// among the operands.
+std::vector<std::string> BrokenOf(const std::string& input, const Rescued& rescued) {
+  std::vector<std::string> broken;
+  for (const auto& [from, output] : rescued) {
+    if (output == input || HoldSameBytes(output, input)) broken.push_back(from);
   }
-  if (!marked || job.output.empty()) return;
-  job.output = BesideOf(job.output, WithRescueMark(NameOf(job.output)));
+  return broken;
+}
+
+void TellOfRescue(Job& job, const Rescued& rescued) {
+  for (const std::string& input : job.inputs) {
+    const std::vector<std::string> broken = BrokenOf(input, rescued);
+    if (broken.empty()) continue;
+    std::string names;
+    for (const std::string& path : broken)
+      names += (names.empty() ? "" : " and of ") + PrintablePath(path);
+    job.findings.push_back(
+        MakeFinding(Message::kClipRescued, input,
+                    fmt::format("is what was rescued of {}; it may lack the end", names),
+                    "keep the broken clip until you have seen the result"));
+  }
 }
 
 }  // namespace
@@ -137,7 +146,11 @@ JoinPlan PlanWithRescued(const std::vector<std::string>& operands,
   for (const auto& [broken, output] : rescuer.rescued()) outputs.insert(output);
   all.insert(all.end(), outputs.begin(), outputs.end());
   JoinPlan plan = PlanFor(all, options.plan);
-  for (Job& job : plan.jobs) MarkJob(job, rescuer.rescued());
+  for (Job& job : plan.jobs) TellOfRescue(job, rescuer.rescued());
+  const auto isRescued = [&](const std::string& input) {
+    return !BrokenOf(input, rescuer.rescued()).empty();
+  };
+  if (!rescuer.rescued().empty()) NameRescuedOutputs(isRescued, options.plan.folder, plan.jobs);
   // What a rescued clip replaces is no file that could not be read.
   std::erase_if(plan.findings,
                 [&](const Finding& finding) { return rescuer.rescued().contains(finding.path); });

@@ -1,9 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <string_view>
 
 #include "apps/tool.h"
 #include "support/bytes.h"
@@ -28,6 +30,20 @@ std::string Clip(int number) {
 Bytes WithoutMovie(const std::string& path) {
   const Bytes clip = ReadFile(path);
   return support::Slice(clip, 0, support::FindBox(clip, "moov"));
+}
+
+// The same clip as of another recording: the identifiers by which clips know each other differ.
+Bytes OfOtherRecording(Bytes clip) {
+  constexpr std::string_view kNames = "VRFB";
+  constexpr std::ptrdiff_t kName = 16;
+  auto at = std::search(clip.begin(), clip.end(), kNames.begin(), kNames.end());
+  if (at == clip.end()) return clip;
+  at += 8;
+  for (int name = 0; name < 3; ++name, at += kName) {
+    const bool any = std::any_of(at, at + kName, [](unsigned char byte) { return byte != 0; });
+    if (any) *at = static_cast<unsigned char>(*at ^ 0x55);
+  }
+  return clip;
 }
 
 class RescueCommand : public testing::Test {
@@ -114,6 +130,52 @@ TEST_F(RescueCommand, TakesNoRescueOfAnotherCardForThatOfAClip) {
                                  At("card/clip3.mp4")));
   EXPECT_LT(fs::file_size(At("joined/rescued/card_clip3-rescued_2.mp4")),
             fs::file_size(At("joined/rescued/card_clip3-rescued.mp4")));
+}
+
+TEST_F(RescueCommand, LeavesTheResultOfAnotherRecordingItsName) {
+  fs::create_directory(folder_ / "other");
+  fs::create_directory(folder_ / "other/card");
+  for (const int number : {1, 2}) {
+    const std::string name = "other/card/clip" + std::to_string(number) + ".mp4";
+    WriteFile(At(name), OfOtherRecording(ReadFile(Clip(number))));
+  }
+  WriteFile(At("other/card/clip3.mp4"), WithoutMovie(Clip(3)));
+  for (int run = 0; run < 2; ++run) {
+    for (const char* card : {"card", "other/card"}) {
+      const Finished join = Tool({"join", At(card), "-o", At("joined"), "--rescue"});
+      EXPECT_EQ(0, join.exitCode) << join.out << join.err;
+    }
+  }
+  std::size_t results = 0;
+  for (const auto& entry : fs::directory_iterator(At("joined"))) results += entry.is_regular_file();
+  EXPECT_EQ(2U, results);
+}
+
+TEST_F(RescueCommand, NamesEachCopyOfABrokenClip) {
+  fs::create_directory(folder_ / "backup");
+  fs::copy(folder_ / "card", folder_ / "backup/card");
+  const Finished run =
+      Tool({"join", At("card"), At("backup/card"), "-o", At("joined"), "--rescue"});
+  EXPECT_THAT(run.out, HasSubstr("is what was rescued of " + At("backup/card/clip3.mp4") +
+                                 " and of " + At("card/clip3.mp4")));
+}
+
+TEST_F(RescueCommand, MarksAResultOfARescuedClipThatLayOnTheCard) {
+  ASSERT_EQ(0, Tool({"join", At("card"), "-o", At("card/joined"), "--rescue"}).exitCode);
+  const Finished run = Tool({"join", At("card"), "-o", At("later"), "--rescue"});
+  EXPECT_THAT(run.out, HasSubstr("-rescued.mp4"));
+  EXPECT_THAT(run.out, HasSubstr("clip-rescued"));
+  EXPECT_THAT(run.out, HasSubstr("1 merged"));
+}
+
+TEST_F(RescueCommand, LearnsFromNoClipThatWasRescued) {
+  for (const char* name : {"card/clip2-rescued.mp4", "card/clip3-again.mp4"}) {
+    const Finished run = Tool({"rescue", At("card/clip3.mp4"), "-o", At(name), "--json"});
+    ASSERT_EQ(0, run.exitCode) << run.err;
+    EXPECT_EQ(At("card/clip2.mp4"), nlohmann::json::parse(run.out)["reference"]["path"]);
+  }
+  // And the second one has the same place in the recording as the first.
+  EXPECT_EQ(ReadFile(At("card/clip2-rescued.mp4")), ReadFile(At("card/clip3-again.mp4")));
 }
 
 }  // namespace
