@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <span>
 
 #include "foundation/fourcc.h"
+#include "workflow/evidence/clip_names.h"
 
 namespace clipchain::rescue {
 
@@ -49,6 +51,27 @@ std::optional<std::size_t> FindNames(const Bytes& body) {
   return first;
 }
 
+std::string StemOf(const std::string& path) { return std::filesystem::path(path).stem().string(); }
+
+bool IsBehind(const std::string& stem, const std::string& other, unsigned int step) {
+  const std::vector<NextName> names = NamesBehind(stem, step);
+  return std::any_of(names.begin(), names.end(),
+                     [&](const NextName& next) { return next.name == other; });
+}
+
+// By the names of their files: whether the broken clip is the next one behind the other, or surely
+// is not; nothing where they do not tell.
+std::optional<bool> IsNext(const std::string& clip, const std::string& broken) {
+  constexpr unsigned int kNear = 9;
+  const std::string before = StemOf(clip);
+  const std::string behind = StemOf(broken);
+  if (IsBehind(before, behind, 1)) return true;
+  for (unsigned int step = 1; step <= kNear; ++step) {
+    if (IsBehind(before, behind, step) || IsBehind(behind, before, step)) return false;
+  }
+  return std::nullopt;
+}
+
 RawBox* FindBox(RawBox& movie) {
   for (RawBox& box : movie.children) {
     if (box.type == FourCc("uuid") && FindNames(box.data)) return &box;
@@ -81,6 +104,30 @@ ClipNames NoNames() { return {Bytes(kName), Bytes(kName), Bytes(kName)}; }
 
 bool IsName(const Bytes& name) {
   return std::any_of(name.begin(), name.end(), [](unsigned char byte) { return byte != 0; });
+}
+
+ClipNames NamesOfMissing(const std::string& broken, const std::vector<NamedClip>& clips) {
+  std::vector<const NamedClip*> open;
+  bool isSure = false;
+  for (const NamedClip& clip : clips) {
+    const bool isThere = std::any_of(clips.begin(), clips.end(), [&](const NamedClip& other) {
+      return other.names.own == clip.names.next;
+    });
+    if (!IsName(clip.names.next) || isThere) continue;
+    const auto isNext = IsNext(clip.path, broken);
+    if (isNext == true && !isSure) open.clear();
+    isSure = isSure || isNext == true;
+    if (isNext == true || !isSure) open.push_back(&clip);
+  }
+  const bool areOne = std::all_of(open.begin(), open.end(), [&](const NamedClip* clip) {
+    return clip->names.next == open.front()->names.next &&
+           (isSure || IsNext(clip->path, broken) != false);
+  });
+  if (open.empty() || !areOne) return NoNames();
+  ClipNames names = NoNames();
+  names.own = open.front()->names.next;
+  names.previous = open.front()->names.own;
+  return names;
 }
 
 }  // namespace clipchain::rescue

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "adapt/boxes/raw_boxes.h"
@@ -24,5 +25,16 @@ void WriteNames(RawBox& movie, const ClipNames& names);
 // All zero.
 ClipNames NoNames();
 bool IsName(const Bytes& name);
+
+// A clip that lies beside a broken one.
+struct NamedClip {
+  std::string path;
+  ClipNames names;
+};
+
+// What a broken clip is called: the clip in front of it names the one behind itself, and no clip
+// has that name. In front is the clip whose file's name is the one before; where the files' names
+// do not tell, the only one that names a clip that is not there. None, where nobody knows.
+ClipNames NamesOfMissing(const std::string& broken, const std::vector<NamedClip>& clips);
 
 }  // namespace clipchain::rescue

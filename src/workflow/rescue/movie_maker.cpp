@@ -359,4 +359,14 @@ MadeMovie MakeMovie(const Model& model, const Harvest& harvest, std::uint64_t me
   return Maker(model, harvest, media).Make(names);
 }
 
+bool IsRescued(const RawBox& movie) {
+  const RawBox* user = movie.Child(FourCc("udta"));
+  if (user == nullptr) return false;
+  const auto holdsMark = [](const RawBox& box) {
+    return std::search(box.data.begin(), box.data.end(), kMark.begin(), kMark.end()) !=
+           box.data.end();
+  };
+  return std::any_of(user->children.begin(), user->children.end(), holdsMark);
+}
+
 }  // namespace clipchain::rescue

@@ -30,4 +30,7 @@ struct MadeMovie {
 MadeMovie MakeMovie(const Model& model, const Harvest& harvest, std::uint64_t media,
                     const ClipNames& names);
 
+// Whether a movie box was made like that.
+bool IsRescued(const RawBox& movie);
+
 }  // namespace clipchain::rescue

@@ -104,6 +104,14 @@ bool Work::TryOne(const std::string& reference) {
   // Of a file of zeros this takes as long as reading it.
   if (!content_) content_ = rescue::EndOfContent(broken_, *file_);
   attempt_ = std::make_unique<Attempt>();
+  if (options_.references.empty()) {
+    // What an earlier rescue left beside the clip knows no more than its own reference did.
+    rescue::Reference beside;
+    if (!beside.Load(reference) && rescue::IsRescued(beside.movie())) {
+      attempt_->why = "is what was rescued of a clip, and no intact one";
+      return false;
+    }
+  }
   const std::uint64_t size = file_->Size();
   const auto progress = [&](std::uint64_t position) {
     return Step(Phase::kSearching, position, size);
@@ -144,31 +152,20 @@ bool Work::Search() {
   return true;
 }
 
-// The clip before names the one behind it. That is this one where no other clip
-// has that name; where several names are without a clip nobody knows.
 rescue::ClipNames Work::FindNames() {
   if (attempt_->reference.path() == broken_)
     return rescue::ReadNames(attempt_->reference.movie()).value_or(rescue::NoNames());
   std::vector<std::string> clips = rescue::ClipsBeside(broken_);
   if (clips.size() > kMostNamed) clips.resize(kMostNamed);
   clips.push_back(attempt_->reference.path());
-  std::vector<rescue::ClipNames> all;
+  std::vector<rescue::NamedClip> named;
   for (const std::string& clip : clips) {
     rescue::Reference reference;
-    if (reference.Load(clip)) continue;
-    if (auto names = rescue::ReadNames(reference.movie())) all.push_back(std::move(*names));
+    if (reference.Load(clip) || rescue::IsRescued(reference.movie())) continue;
+    if (auto names = rescue::ReadNames(reference.movie()))
+      named.push_back({clip, std::move(*names)});
   }
-  rescue::ClipNames found = rescue::NoNames();
-  for (const rescue::ClipNames& before : all) {
-    const bool taken = std::any_of(all.begin(), all.end(), [&](const rescue::ClipNames& other) {
-      return other.own == before.next;
-    });
-    if (!rescue::IsName(before.next) || taken) continue;
-    if (rescue::IsName(found.own) && found.own != before.next) return rescue::NoNames();
-    found.own = before.next;
-    found.previous = before.own;
-  }
-  return found;
+  return rescue::NamesOfMissing(broken_, named);
 }
 
 bool Work::Write() {
