@@ -38,7 +38,7 @@ std::optional<FileIdentity> IdentityOf(const std::string& path) {
   return FileIdentity{status.st_dev, status.st_ino};
 }
 
-ClipFile::ClipFile(std::string path)
+ClipFile::ClipFile(std::string path, TopLevelWalk walk)
     : path_(std::move(path)), whyUnreadable_(clipchain::WhyUnreadable(path_)) {
   if (whyUnreadable_) return;
   int opened = S_OK;
@@ -49,15 +49,15 @@ ClipFile::ClipFile(std::string path)
   }
   whole->AddRef();
   reader_.Attach(whole.get());
-  WalkTopLevel();
+  WalkTopLevel(walk);
 }
 
 ClipFile::ClipFile(std::string path, QUIRVA::ComPtr<QUIRVA::IQvFileReader> source)
     : path_(std::move(path)), reader_(std::move(source)) {
-  WalkTopLevel();
+  WalkTopLevel(TopLevelWalk::kOfTheEngine);
 }
 
-void ClipFile::WalkTopLevel() {
+void ClipFile::WalkTopLevel(TopLevelWalk walk) {
   const long long end = Size();
   long long at = 0;
   while (at < end) {
@@ -73,7 +73,7 @@ void ClipFile::WalkTopLevel() {
     const bool isLarge = peek.header->size == 1;
     layout_.push_back(
         {peek.header->type, at, isLarge ? BoxHeader::kLarge : BoxHeader::kShort, size});
-    if (!MP4G::CBox::IsTopLevelBox(peek.header->type)) return;
+    if (walk == TopLevelWalk::kOfTheEngine && !MP4G::CBox::IsTopLevelBox(peek.header->type)) return;
     if (size <= 0 || size > std::numeric_limits<long long>::max() - at) return;
     if (peek.header->type == FourCc("mdat")) media_.push_back(layout_.back());
     at += size;

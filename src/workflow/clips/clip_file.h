@@ -41,10 +41,18 @@ struct TopLevelBox {
   long long End() const { return position + size; }
 };
 
+// How far the top level of a file is walked.
+enum class TopLevelWalk {
+  // As the engine does: to the first box that it refuses, which is the last that is told.
+  kOfTheEngine,
+  // Whatever boxes there are.
+  kOfAnyBox,
+};
+
 // The top level of a file by its headers alone, and the tree that the engine makes of it.
 class ClipFile {
  public:
-  explicit ClipFile(std::string path);
+  explicit ClipFile(std::string path, TopLevelWalk walk = TopLevelWalk::kOfTheEngine);
   // The same of a source that stands for the file; positions are those of the source.
   ClipFile(std::string path, QUIRVA::ComPtr<QUIRVA::IQvFileReader> source);
 
@@ -53,8 +61,8 @@ class ClipFile {
   [[nodiscard]] const Reason& WhyUnreadable() const { return whyUnreadable_; }
   long long Size() const { return reader_ ? reader_->GetFileSize() : 0; }
 
-  // The top level, up to where the engine's own walk ends, be it at the end of the file or at a box
-  // that it refuses.
+  // The top level, up to where the walk ends, be it at the end of the file or at a box that the
+  // engine refuses.
   const std::vector<TopLevelBox>& Layout() const { return layout_; }
   // Where the walk stopped ahead of the end of the file, because there is no header; else -1.
   long long BrokenHeader() const { return brokenHeader_; }
@@ -87,7 +95,7 @@ class ClipFile {
   long long TreeBytes() const;
   // Boxes inside of the movie boxes and these themselves, for which those are read.
   long long TreeBoxes() const;
-  void WalkTopLevel();
+  void WalkTopLevel(TopLevelWalk walk);
   long long LoadedBytes(const TopLevelBox& box) const;
   const TopLevelBox* Place(unsigned int type) const;
 

@@ -119,7 +119,8 @@ RawBox WithFragments(const std::string& path, RawBox movie) {
 }  // namespace
 
 std::optional<ClipTraits> ReadClipTraits(const std::string& path, unsigned int volume) {
-  const ClipFile clip(path);
+  // Clips that a merge adapts are evidence as others are.
+  const ClipFile clip(path, TopLevelWalk::kOfAnyBox);
   const TopLevelBox* place = clip.MoviePlace();
   if (place == nullptr || place->size <= 0 || place->size > kMostMovieBytes) return std::nullopt;
   const std::vector<unsigned char> bytes =

@@ -111,6 +111,20 @@ TEST_F(Traits, OfFragmentsAreThoseOfAllTheirSamples) {
   EXPECT_NE(Of(movie)->movieDigest, digest);
 }
 
+// Cameras that write QuickTime files put "wide" ahead of the media.
+TEST_F(Traits, AreReadWhateverBoxesStandBesideTheMovie) {
+  MovieBuilder movie;
+  movie.creationTime = 3'800'000'000;
+  movie.Add(VideoTrack(90)).Add(TimecodeTrack({Hex("00000064")}));
+  movie.fileType =
+      movie.fileType + Box("wide") + Box("uuid", {Hex("00112233445566778899AABBCCDDEEFF")});
+  const auto traits = Of(movie);
+  ASSERT_TRUE(traits);
+  EXPECT_EQ(traits->created, 3'800'000'000u);
+  EXPECT_EQ(traits->length, 3 * kSecond);
+  EXPECT_TRUE(traits->timecode);
+}
+
 TEST_F(Traits, AreNoneWithoutAMovie) {
   support::WriteFile(folder / "clip.mp4", Box("ftyp", {Text("mp42"), U32(0)}));
   EXPECT_FALSE(ReadClipTraits((folder / "clip.mp4").string(), 0));
