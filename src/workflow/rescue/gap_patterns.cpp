@@ -223,13 +223,17 @@ class Solver {
 
 // Where sound is written in packets of many samples, pieces are a few of them long: a number of
 // packets that the reference happens not to have will do, of one more at most. What looks like a
-// picture inside of sound is hardly where a packet ends.
+// picture inside of sound is hardly where a packet ends. Where pictures were not recorded a piece
+// is longer than what a cut has left of one and the first one of another recording can be together.
 bool IsOfPackets(const GapPattern& pattern, std::uint64_t count) {
   constexpr std::uint64_t kLeastPacket = 64;
   constexpr std::uint64_t kMostPackets = 16;
+  constexpr std::uint64_t kLongPacket = 512;
   constexpr std::uint64_t kEnough = 8;
+  const bool isUsual = count <= pattern.most + pattern.step;
+  const bool isLong = count > 2 * pattern.most && pattern.step >= kLongPacket;
   return pattern.times >= kEnough && pattern.step >= kLeastPacket &&
-         pattern.most / pattern.step <= kMostPackets && count <= pattern.most + pattern.step &&
+         pattern.most / pattern.step <= kMostPackets && (isUsual || isLong) &&
          count % pattern.step == 0;
 }
 

@@ -37,16 +37,23 @@ class Range {
   std::int64_t most_ = 0;
 };
 
-// Pictures may begin ahead of the sound, and it may end ahead of them, in any way.
-Range RangeOf(const Reference& reference, std::size_t video, const SoundLead& lead) {
+// Pictures may begin ahead of the sound, and it may end ahead of them, in any way. Notes how many
+// pictures stand between two pieces of sound.
+Range RangeOf(const Reference& reference, std::size_t video, SoundLead& lead) {
   const std::uint64_t all = reference.tracks()[lead.track].sizes.count;
   Range range;
   std::uint64_t samples = 0;
   std::uint64_t pictures = 0;
+  std::uint64_t since = 0;
   for (const ChunkPlace& chunk : reference.chunks()) {
-    if (chunk.track == lead.track) samples += chunk.samples;
+    if (chunk.track == lead.track) {
+      samples += chunk.samples;
+      lead.longestPause = std::max(lead.longestPause, since);
+      since = 0;
+    }
     if (samples == all) break;
     if (chunk.track != video) continue;
+    since += chunk.samples;
     for (std::uint32_t i = 0; i < chunk.samples; ++i, ++pictures) {
       if (samples != 0) range.Take(lead.Of(samples, pictures));
     }
@@ -92,6 +99,9 @@ void SoundClock::Seen::Take(std::int64_t ahead) {
 std::optional<std::uint64_t> SoundClock::Take(const Harvest& found, std::uint64_t pictures) {
   // What goes apart a little shows some pictures later.
   constexpr std::uint64_t kLate = 16;
+  // Another recording would have sound about as soon behind its first picture as the reference has:
+  // in a pause that is longer nothing but its end may be of another one.
+  constexpr std::uint64_t kMorePictures = 4;
   std::optional<std::uint64_t> apart;
   for (std::size_t i = 0; i < leads_.size(); ++i) {
     const SoundLead& of = leads_[i];
@@ -107,7 +117,9 @@ std::optional<std::uint64_t> SoundClock::Take(const Harvest& found, std::uint64_
     if (any && seen.most - *seen.least > of.width) {
       const bool atOnce =
           std::max(std::abs(lead - seen.last), std::abs(least - seen.last)) > of.width;
-      apart = std::max(apart.value_or(0), atOnce ? pictures - seen.pictures : kLate);
+      const std::uint64_t between =
+          std::min(pictures - seen.pictures, of.longestPause + kMorePictures);
+      apart = std::max(apart.value_or(0), atOnce ? between : kLate);
     }
     seen.samples = samples;
     seen.pictures = pictures;

@@ -22,6 +22,8 @@ struct SoundLead {
   std::int64_t picture = 0;
   // From the least to the most. Each clip begins with another difference.
   std::int64_t width = 0;
+  // The most pictures from one piece of it to the next, or in front of the first one.
+  std::uint64_t longestPause = 0;
 
   std::int64_t Of(std::uint64_t samples, std::uint64_t pictures) const {
     return static_cast<std::int64_t>(samples) * sample -

@@ -234,7 +234,7 @@ TEST(SoundClock, KnowsSoundThatIsTooEarlyOrTooLate) {
 }
 
 TEST(SoundClock, SaysWhereSoundAndPicturesMayBeginToGoApart) {
-  const std::vector<SoundLead> leads = {{1, 20, 40, 30}};
+  const std::vector<SoundLead> leads = {{1, 20, 40, 30, 1}};
   Harvest found;
   found.tracks.resize(2);
   const auto take = [&](SoundClock& clock, std::uint64_t samples, std::uint64_t picture) {
@@ -246,6 +246,9 @@ TEST(SoundClock, SaysWhereSoundAndPicturesMayBeginToGoApart) {
   EXPECT_EQ(3U, take(sudden, 15, 4));
   sudden.Restart();
   EXPECT_EQ(std::nullopt, take(sudden, 17, 5));
+  SoundClock pause(leads);
+  EXPECT_EQ(std::nullopt, take(pause, 3, 1));
+  EXPECT_EQ(5U, take(pause, 5, 20)) << "another recording's sound would begin sooner";
   SoundClock slow(leads);
   EXPECT_EQ(std::nullopt, take(slow, 3, 1));
   EXPECT_EQ(std::nullopt, take(slow, 6, 2));

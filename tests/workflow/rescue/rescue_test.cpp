@@ -436,6 +436,22 @@ TEST(GapPatterns, OfPacketsAreFilledByAnyFewOfThem) {
   }
 }
 
+// A piece and the first one of another recording are never longer than two.
+TEST(GapPatterns, OfLongPacketsAreFilledBySoundWhosePicturesWereNotRecorded) {
+  const TempDir folder;
+  std::vector<std::uint32_t> pieces(12, 1000);
+  pieces.push_back(2000);
+  pieces.push_back(6);  // where the recording ended
+  const std::string path = folder / "long";
+  WriteFile(path, WithPieces(pieces));
+  LearnedPieces learned;
+  ASSERT_EQ(std::nullopt, learned.Learn(path));
+  EXPECT_TRUE(learned.Fill(3000));
+  EXPECT_FALSE(learned.Fill(4000));
+  EXPECT_TRUE(learned.Fill(5000));
+  EXPECT_FALSE(learned.Fill(5500));
+}
+
 // Where two pieces fit into one, what looks like a picture in the sound could part it.
 TEST(GapPatterns, OfManyLengthsFillOthersOnlyWhereNoTwoFitIntoOne) {
   const TempDir folder;
