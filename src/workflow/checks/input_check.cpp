@@ -6,6 +6,7 @@
 
 #include "adapt/boxes/box_header.h"
 #include "workflow/boxes/box_place.h"
+#include "workflow/boxes/lost_movie.h"
 #include "workflow/findings/rewrap.h"
 
 namespace clipchain {
@@ -15,6 +16,9 @@ namespace {
 constexpr const char* kCopyAgain =
     "copy the clip again from the card; \"clipchain rescue\" finds what is left of one that is cut "
     "off";
+constexpr const char* kRescueIt =
+    "copy the clip again from the card; if its recording was interrupted, run \"clipchain rescue\" "
+    "on it";
 constexpr const char* kRewrapIt = "rewrap it with a tool that writes plain MP4 files";
 
 Finding& AddRefusal(FileFindings& findings, Message message, std::string text, std::string remedy,
@@ -22,6 +26,12 @@ Finding& AddRefusal(FileFindings& findings, Message message, std::string text, s
   Finding& finding = findings.Add(message, std::move(text), std::move(remedy));
   finding.result = result;
   return finding;
+}
+
+// Its media may stand where the engine sees boxes.
+bool IsWithoutMovie(const std::string& path) {
+  FileBytes file(path);
+  return !file.error() && LacksMovie(file);
 }
 
 void PlaceAt(Finding& finding, const TopLevelBox& box) {
@@ -53,7 +63,7 @@ bool CheckWhereTheWalkEnds(const ClipFile& clip, FileFindings& findings) {
                             "\"ftyp\", \"mdat\", \"meta\", \"mfra\", \"moof\", \"moov\", "
                             "\"pdin\" and \"skip\" alone",
                             isFirst ? "is no MP4 clip: it begins with" : "has", Quoted(last.type)),
-                Rewrap(kRewrapIt), E_BAD_TYPE),
+                IsWithoutMovie(clip.Path()) ? kRescueIt : Rewrap(kRewrapIt), E_BAD_TYPE),
             last);
     return false;
   }
@@ -77,11 +87,7 @@ void CheckRequiredBoxes(const ClipFile& clip, FileFindings& findings) {
                      [wanted = type](const TopLevelBox& box) { return box.type == wanted; });
     if (place == clip.Layout().end()) {
       AddRefusal(findings, message, fmt::format("has no {} box {}", words, Quoted(type)),
-                 type == FourCc("moov") ? "copy the clip again from the card; if its "
-                                          "recording was interrupted, run \"clipchain rescue\" "
-                                          "on it"
-                                        : Rewrap(kRewrapIt),
-                 E_BAD_DATA);
+                 type == FourCc("moov") ? kRescueIt : Rewrap(kRewrapIt), E_BAD_DATA);
     } else if (place->size >= MP4G::kLeastUnloadedBoxSize) {
       PlaceAt(AddRefusal(findings, Message::kMovieTooLarge,
                          fmt::format("has a box {} of {} bytes, and a reader takes {} at most",

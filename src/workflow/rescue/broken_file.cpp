@@ -1,9 +1,11 @@
 #include "workflow/rescue/broken_file.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "foundation/cursor.h"
 #include "foundation/fourcc.h"
+#include "workflow/boxes/lost_movie.h"
 #include "workflow/boxes/read_box_header.h"
 #include "workflow/rescue/media_window.h"
 #include "workflow/rescue/reference.h"
@@ -22,6 +24,27 @@ bool IsKnownBox(unsigned int type) {
 }
 
 constexpr std::size_t kMostBoxes = 10000;
+
+// Where a copy or a file system has put something in front of a clip.
+constexpr std::size_t kMostInFront = 1 << 20;
+
+// Behind each head of a media box in the first part of a file that begins with none.
+std::vector<std::uint64_t> BehindHeads(FileBytes& file) {
+  constexpr std::size_t kMostHeads = 4;
+  constexpr std::string_view kMedia = "mdat";
+  std::vector<unsigned char> bytes(
+      static_cast<std::size_t>(std::min<std::uint64_t>(kMostInFront, file.Size())));
+  std::vector<std::uint64_t> places;
+  if (!file.Read(0, bytes.data(), bytes.size())) return places;
+  auto from = bytes.begin();
+  while (places.size() < kMostHeads) {
+    const auto found = std::search(from, bytes.end(), kMedia.begin(), kMedia.end());
+    if (found == bytes.end()) break;
+    from = found + kMedia.size();
+    places.push_back(static_cast<std::uint64_t>(from - bytes.begin()));
+  }
+  return places;
+}
 
 void AddBegin(BrokenMedia& media, std::uint64_t position) {
   const bool known =
@@ -47,7 +70,8 @@ class Walk {
         Take(*header, at, fits, lead);
       }
       if (!fits) break;
-      media_.hasMovie = media_.hasMovie || header->type == FourCc("moov");
+      if (header->type == FourCc("moov") && !media_.hasMovie)
+        media_.hasMovie = !IsBlankMovie(file_, at, *header);
       at += header->size;
       if (!found_) behindBoxes_ = at;
     }
@@ -82,6 +106,8 @@ class Walk {
     AddBegin(media_, body + lead);
     AddBegin(media_, body);
     AddBegin(media_, body + 8);
+    // A size that stands behind the type may be the first bytes of the media.
+    AddBegin(media_, at + BoxHeader::kShort);
   }
 
   FileBytes& file_;
@@ -113,6 +139,10 @@ BrokenMedia ExamineBroken(FileBytes& file, std::uint64_t content, std::uint64_t 
     for (const unsigned head : {8u, 16u, 0u}) AddBegin(media, behind + head + lead);
     for (const unsigned head : {8u, 16u, 0u}) AddBegin(media, behind + head);
     AddBegin(media, 0);
+    for (const std::uint64_t place : BehindHeads(file)) {
+      for (const std::uint64_t head : {std::uint64_t{0}, std::uint64_t{8}, lead, lead + 8})
+        AddBegin(media, place + head);
+    }
   }
   // Nobody can tell a sample's own zeros from those that were never written; but whoever wrote the
   // size wrote more than all but a few bytes of the last sector.

@@ -8,7 +8,7 @@
 #include <optional>
 
 #include "foundation/fourcc.h"
-#include "workflow/boxes/read_box_header.h"
+#include "workflow/boxes/lost_movie.h"
 #include "workflow/rescue/attempt.h"
 #include "workflow/rescue/clip_writer.h"
 #include "workflow/rescue/media_window.h"
@@ -245,21 +245,7 @@ RescueReport Rescue(const std::string& broken, const RescueOptions& options) {
 
 bool NeedsRescue(const std::string& path) {
   FileBytes file(path);
-  if (file.error() || !file.IsFile()) return false;
-  bool media = false;
-  std::uint64_t at = 0;
-  // Boxes of 8 bytes could fill a disk; a clip has a handful of them ahead of its movie box.
-  for (int boxes = 0; boxes < 100; ++boxes) {
-    const auto header = ReadBoxHeader(file, at);
-    if (!header) break;
-    // A size of 0 stands where a recorder never came to close its media.
-    const bool fits = header->size != 0 && header->FitsIn(file.Size() - at);
-    media = media || header->type == FourCc("mdat");
-    if (header->type == FourCc("moof") || (header->type == FourCc("moov") && fits)) return false;
-    if (!fits) break;
-    at += header->size;
-  }
-  return media;
+  return !file.error() && file.IsFile() && LacksMovie(file);
 }
 
 }  // namespace clipchain

@@ -88,6 +88,17 @@ TEST_F(RescueCommand, IsNamedByACheck) {
   EXPECT_THAT(run.out, HasSubstr("clipchain rescue"));
 }
 
+TEST_F(RescueCommand, IsNamedWhereTheHeadOfTheMediaIsGone) {
+  Bytes clip = WithoutMovie(Clip(3));
+  const std::size_t media = support::FindBox(clip, "mdat");
+  std::fill_n(clip.begin() + static_cast<std::ptrdiff_t>(media), 8, 0);
+  WriteFile(folder_ / "card/clip3.mp4", clip);
+  EXPECT_THAT(Tool({"check", At("card/clip3.mp4")}).out, HasSubstr("clipchain rescue"));
+  const Finished run = Tool({"join", At("card"), "-o", At("joined"), "--rescue"});
+  EXPECT_EQ(3, run.exitCode) << "where it ends is not sure";
+  EXPECT_THAT(run.out, HasSubstr("1 merged"));
+}
+
 TEST_F(RescueCommand, IsNamedByAJoin) {
   const Finished run = Tool({"join", At("card"), "-o", At("joined")});
   EXPECT_EQ(3, run.exitCode);

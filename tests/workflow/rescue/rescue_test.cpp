@@ -264,6 +264,24 @@ TEST_F(RescueTest, FindsNothingInZeros) {
   EXPECT_FALSE(HasOutput());
 }
 
+TEST_F(RescueTest, FindsEverySampleBehindWhateverStandsInFront) {
+  NEED_DECODER();
+  const RescueReport whole = Run(WithoutMovie(kClip3));
+  const Bytes clip = ReadFile(kClip3);
+  const std::size_t movie = PlaceOf(clip, "moov");
+  Bytes blank = clip;
+  std::fill(blank.begin() + static_cast<std::ptrdiff_t>(movie) + 8, blank.end(), 0);
+  Bytes behindOthers(777, 0x5A);
+  const Bytes broken = WithoutMovie(kClip3);
+  behindOthers.insert(behindOthers.end(), broken.begin(), broken.end());
+  for (const Bytes& file : {blank, behindOthers}) {
+    fs::remove(std::string(folder_ / "out.mp4"));
+    const RescueReport report = Run(file);
+    ASSERT_TRUE(report.done);
+    EXPECT_EQ(whole.tracks[0].samples, report.tracks[0].samples);
+  }
+}
+
 TEST_F(RescueTest, LeavesAWholeClipAlone) {
   const RescueReport report = Run(ReadFile(kClip3));
   EXPECT_FALSE(report.done);
@@ -332,6 +350,7 @@ TEST_F(RescueTest, KnowsAClipThatNeedsIt) {
   WriteFile(folder_ / "broken.mp4", WithoutMovie(kClip3));
   EXPECT_TRUE(NeedsRescue(folder_ / "broken.mp4"));
   EXPECT_FALSE(NeedsRescue(kClip3));
+  EXPECT_FALSE(NeedsRescue(folder_ / "missing.mp4"));
 }
 
 // A clip with a picture before each piece of sound; these have so many samples of 4 bytes.
