@@ -1,7 +1,10 @@
 #include "workflow/clips/adapted_clip.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
+
+#include "foundation/fourcc.h"
 
 namespace clipchain {
 
@@ -16,6 +19,16 @@ AdaptedClip::AdaptedClip(const std::string& path)
   source.Attach(view.Detach());
   auto shown = std::make_unique<ClipFile>(path, source);
   if (shown->Parse() == S_OK) shown_ = std::move(shown);
+}
+
+bool SaysMoreAdapted(const MP4G::CMp4File& file, HRESULT result) {
+  // Whoever can't read a file is not helped by another view of it.
+  if (file.readError != S_OK) return false;
+  const MP4G::CMovieBox* movie = file.GetMovieBox();
+  if (result < 0 || movie == nullptr) return true;
+  // Tables of fragmented movies speak of no samples, and headers of no duration (8.8.1).
+  return std::any_of(movie->children.begin(), movie->children.end(),
+                     [](const MP4G::CBox* box) { return box->header->type == FourCc("mvex"); });
 }
 
 }  // namespace clipchain

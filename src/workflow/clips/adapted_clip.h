@@ -1,4 +1,5 @@
-// Shows the engine a clip that it refuses as it is, so that it takes it.
+// Shows the engine a clip so that it reads all of it: one that it refuses as it is, or whose
+// samples are in fragments.
 #pragma once
 
 #include <memory>
@@ -21,5 +22,9 @@ class AdaptedClip {
   Fit fit_;
   std::unique_ptr<ClipFile> shown_;
 };
+
+// Whether a clip says more adapted than the engine reads off it as it is, `result` being what the
+// engine answered.
+[[nodiscard]] bool SaysMoreAdapted(const MP4G::CMp4File& file, HRESULT result);
 
 }  // namespace clipchain

@@ -73,8 +73,9 @@ HRESULT ReadClipCard(const std::string& path, ClipCard& card) {
   const HRESULT result = file.SetFile(QUIRVA::WidePathFromBytes(path).c_str());
   std::optional<AdaptedClip> adapted;
   // Adapting reads more of the file, and most clips don't need it.
-  if (result != S_OK) adapted.emplace(path);
-  MP4G::CMovieBox* movie = adapted ? adapted->Movie() : file.GetMovieBox();
+  if (SaysMoreAdapted(file, result)) adapted.emplace(path);
+  MP4G::CMovieBox* movie = adapted ? adapted->Movie() : nullptr;
+  if (movie == nullptr && result == S_OK) movie = file.GetMovieBox();
   RETURN_IF(movie == nullptr, result != S_OK ? result : E_BAD_DATA);
   ReadDuration(*movie, card);
   ReadThumbnail(*movie, card);

@@ -1,6 +1,12 @@
 #include "workflow/clip_info.h"
 
+#include <algorithm>
+#include <span>
+
 #include "adapt/boxes/box_header.h"
+#include "adapt/boxes/raw_boxes.h"
+#include "adapt/boxes/track_headers.h"
+#include "adapt/boxes/tracks.h"
 #include "box/sample_table_boxes.h"
 #include "box/structural_boxes.h"
 #include "foundation/fourcc.h"
@@ -11,6 +17,7 @@
 #include "reader/track_reader.h"
 #include "reader/typed_views.h"
 #include "workflow/boxes/box_place.h"
+#include "workflow/clips/adapted_clip.h"
 #include "workflow/clips/camera_notes.h"
 #include "workflow/clips/clip_file.h"
 #include "workflow/system/machine_memory.h"
@@ -39,6 +46,72 @@ TrackInfo InfoOf(MP4G::CTrackBox* track) {
   info.duration = reader.GetMediaDuration();
   return info;
 }
+
+RawBox RawMovieOf(const ClipFile& clip) {
+  const TopLevelBox* place = clip.MoviePlace();
+  RawBox movie;
+  if (place == nullptr) return movie;
+  const auto bytes = clip.Lend(place->position, static_cast<unsigned int>(place->size));
+  std::span<const unsigned char> in = bytes;
+  static_cast<void>(movie.Take(in));
+  return movie;
+}
+
+// What the engine is shown of a clip that is adapted hides what kinds its tracks are of.
+void NameTracks(const RawBox& movie, ClipInfo& info) {
+  for (const RawBox* trak : TracksOf(movie)) {
+    const auto track =
+        std::find_if(info.tracks.begin(), info.tracks.end(),
+                     [id = RawTrackId(*trak)](const TrackInfo& known) { return known.id == id; });
+    const RawBox* table = SampleTable(*trak);
+    const RawBox* descriptions = table != nullptr ? table->Child(FourCc("stsd")) : nullptr;
+    if (track == info.tracks.end() || descriptions == nullptr) continue;
+    track->handler = TrackKind(*trak);
+    const auto entries = SampleEntriesOf(*descriptions);
+    if (!entries) continue;
+    track->sampleEntries.clear();
+    for (const RawBox& entry : *entries) track->sampleEntries.push_back(entry.type);
+  }
+}
+
+// Lists the boxes of a file that the engine refuses. Each step answers whether to go on.
+class RawBoxLister {
+ public:
+  using Listener = std::function<bool(const BoxInfo&)>;
+
+  explicit RawBoxLister(const Listener& listener) : listener_(listener) {}
+
+  void List(const ClipFile& clip) const {
+    const TopLevelBox* const movie = clip.MoviePlace();
+    for (const TopLevelBox& box : clip.Layout()) {
+      const bool goesOn =
+          &box == movie
+              ? Tell(RawMovieOf(clip), box.position, 0)
+              : listener_({box.type, box.position, box.size,
+                           UsertypeOf(box.type, clip.Lend(box.Body(), sizeof(_GUID))), 0});
+      if (!goesOn) return;
+    }
+  }
+
+ private:
+  static _GUID UsertypeOf(unsigned int type, std::span<const unsigned char> body) {
+    if (type != FourCc("uuid") || body.size() < sizeof(_GUID)) return {};
+    return QUIRVA::BigEndianToGuid(body.data(), sizeof(_GUID));
+  }
+
+  bool Tell(const RawBox& box, long long position, unsigned int depth) const {
+    const auto size = static_cast<long long>(box.Size());
+    if (!listener_({box.type, position, size, UsertypeOf(box.type, box.data), depth})) return false;
+    long long at = position + (box.large ? BoxHeader::kLarge : BoxHeader::kShort);
+    for (const RawBox& child : box.children) {
+      if (!Tell(child, at, depth + 1)) return false;
+      at += static_cast<long long>(child.Size());
+    }
+    return true;
+  }
+
+  const Listener& listener_;
+};
 
 // Lists the boxes with where they stand in the file. Each step answers whether to go on.
 class BoxLister {
@@ -98,8 +171,7 @@ void Analyse(MP4G::CMovieBox* movie, ClipInfo& info) {
 }
 
 // Whether the boxes of the file take no more memory than that, be they large or many.
-bool HasRoom(const std::string& path, long long limit) {
-  const ClipFile clip(path);
+bool HasRoom(const ClipFile& clip, long long limit) {
   const long long bytes = clip.MemoryOfBytes();
   return bytes <= limit && clip.MemoryOfBoxes() <= limit - bytes;
 }
@@ -112,11 +184,17 @@ HRESULT ReadClipInfo(const std::string& path, ClipInfo& info, const ClipInfoOpti
   QUIRVA::FileReaderWrapper reader(QUIRVA::WidePathFromBytes(path).c_str(), kReaderBuffer, opened);
   RETURN_IF_NEGATIVE(opened);
   info.size = reader.GetFileSize();
-  RETURN_IF(!HasRoom(path, limit), E_OUTOFMEMORY);
+  const ClipFile clip(path, TopLevelWalk::kOfAnyBox);
+  RETURN_IF(!HasRoom(clip, limit), E_OUTOFMEMORY);
   MP4G::CMp4File file;
   info.boxesResult = file.SetReader(&reader);
+  std::optional<AdaptedClip> adapted;
+  if (SaysMoreAdapted(file, info.boxesResult)) adapted.emplace(path);
+  MP4G::CMovieBox* adaptedMovie = adapted ? adapted->Movie() : nullptr;
+  const bool isRefused = info.boxesResult < 0;
+  if (isRefused && adaptedMovie != nullptr) info.boxesResult = S_OK;
   RETURN_IF_NEGATIVE(info.boxesResult);
-  MP4G::CMovieBox* movie = file.GetMovieBox();
+  MP4G::CMovieBox* movie = adaptedMovie != nullptr ? adaptedMovie : file.GetMovieBox();
   RETURN_IF(movie == nullptr, info.boxesResult);
 
   const MP4G::CMovieReader movieReader(movie);
@@ -125,8 +203,13 @@ HRESULT ReadClipInfo(const std::string& path, ClipInfo& info, const ClipInfoOpti
   for (MP4G::CTrackBox* track : MP4G::CMovieBox_wr(movie).Tracks()) {
     info.tracks.push_back(InfoOf(track));
   }
+  if (adaptedMovie != nullptr) NameTracks(RawMovieOf(clip), info);
   Analyse(movie, info);
-  if (options.box) BoxLister(reader, options.box).List(file);
+  if (!options.box) return S_OK;
+  if (isRefused)
+    RawBoxLister(options.box).List(clip);
+  else
+    BoxLister(reader, options.box).List(file);
   return S_OK;
 }
 

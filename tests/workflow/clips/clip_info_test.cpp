@@ -16,6 +16,7 @@ using clipchain::ClipInfo;
 using clipchain::ReadClipInfo;
 using support::Bytes;
 using support::Id;
+using support::operator+;
 
 namespace {
 
@@ -198,6 +199,55 @@ TEST_F(ClipInfoOf, AFileThatIsNoClipIsRefusedWithWhatWasFound) {
   EXPECT_RESULT(E_HANDLE, ReadClipInfo((folder / "absent").string(), info));
   info = {};
   EXPECT_OK(Read(whole));
+}
+
+// As a merge takes it.
+TEST_F(ClipInfoOf, AClipThatIsAdaptedTellsAllThatItHas) {
+  support::MovieBuilder movie;
+  movie.creationTime = 3'800'000'000;
+  movie.Add(support::VideoTrack(90)).Add(support::AudioTrack(140));
+  movie.fileType = movie.fileType + support::Box("wide");
+  const Bytes bytes = movie.Build();
+  ASSERT_OK(Read(bytes));
+  EXPECT_OK(info.boxesResult);
+  EXPECT_TRUE(info.date.has_value());
+  ASSERT_EQ(2u, info.tracks.size());
+  EXPECT_EQ(90u, info.tracks[0].samples);
+  EXPECT_EQ(FourCc("vide"), info.tracks[0].handler);
+  EXPECT_EQ(std::vector<unsigned int>{FourCc("avc1")}, info.tracks[0].sampleEntries);
+  ExpectBoxesStandInFile(bytes);
+  ASSERT_NE(nullptr, Find(FourCc("wide")));
+  ASSERT_NE(nullptr, Find(FourCc("stsd")));
+  EXPECT_EQ(5u, Find(FourCc("stsd"))->depth);
+  mostBoxes = boxes.size() - 3;
+  info = {};
+  ASSERT_OK(Read(bytes));
+  EXPECT_EQ(mostBoxes, boxes.size());
+}
+
+TEST_F(ClipInfoOf, AClipWithFragmentsTellsTheirSamples) {
+  support::MovieBuilder movie;
+  movie.Add(support::VideoTrack(0));
+  movie.extraMovieBoxes =
+      support::Box("mvex", {support::FullBox("trex", 0, 0,
+                                             {support::U32(1), support::U32(1), support::U32(1000),
+                                              support::U32(10), support::U32(0)})});
+  movie.tail =
+      support::Box(
+          "moof",
+          {support::FullBox("mfhd", 0, 0, {support::U32(1)}),
+           support::Box("traf",
+                        {support::FullBox("tfhd", 0, 0x020000, {support::U32(1)}),
+                         support::FullBox("trun", 0, 1, {support::U32(45), support::U32(76)})})}) +
+      support::Box("mdat", {support::Fill(450, 7)});
+  const Bytes bytes = movie.Build();
+  ASSERT_OK(Read(bytes));
+  ASSERT_EQ(1u, info.tracks.size());
+  EXPECT_EQ(45u, info.tracks[0].samples);
+  EXPECT_EQ(45'000, info.tracks[0].duration);
+  EXPECT_EQ(1500u, info.duration * 1000 / info.timeScale);
+  ExpectBoxesStandInFile(bytes);
+  EXPECT_NE(nullptr, Find(FourCc("moof")));
 }
 
 TEST_F(ClipInfoOf, ListsBoxesAsLongAsSomebodyListens) {
