@@ -153,6 +153,7 @@ AccessUnits::Place AccessUnits::PlaceOf(const Unit& unit, const AccessUnit& foun
 }
 
 std::optional<AccessUnit> AccessUnits::At(std::uint64_t position, const PictureOrder& order) {
+  cutInFront_ = false;
   const std::size_t lead = Lookahead();
   if (position > end_ || end_ - position < lead) return std::nullopt;
   const unsigned char* bytes = window_.At(position, lead);
@@ -163,6 +164,7 @@ std::optional<AccessUnit> AccessUnits::At(std::uint64_t position, const PictureO
   std::uint64_t at = position;
   for (unsigned int units = 0; units < kMostUnits; ++units) {
     const auto unit = UnitAt(at);
+    cutInFront_ = unit ? unit->cut && end_ - unit->body < kHead : end_ - at < lead;
     if (!unit) return std::nullopt;
     const bool slice = unit->header.kind == UnitKind::kSlice;
     if (slice ? !TakeFirstSlice(*unit, order, found) : !TakeLeading(*unit, found))
@@ -171,6 +173,7 @@ std::optional<AccessUnit> AccessUnits::At(std::uint64_t position, const PictureO
     if (unit->cut && !found.damaged) {
       // Only the head of a slice tells enough of an access unit whose rest is
       // not there.
+      cutInFront_ = cutInFront_ || !slice;
       if (!slice) return std::nullopt;
       found.cut = true;
       return found;
@@ -182,6 +185,13 @@ std::optional<AccessUnit> AccessUnits::At(std::uint64_t position, const PictureO
     }
   }
   return std::nullopt;
+}
+
+bool AccessUnits::MayBeginAt(std::uint64_t position) {
+  const unsigned char* bytes = window_.At(position, Lookahead());
+  if (bytes == nullptr || !MayBegin(bytes)) return false;
+  if (syntax_.codec() == Codec::kJpeg) return true;
+  return At(position, PictureOrder()).has_value() || cutInFront_;
 }
 
 // A picture of another size is none of this clip's.

@@ -75,6 +75,9 @@ class AccessUnits {
   // Whether one may begin with these bytes, by the first unit alone; there are
   // Lookahead() of them.
   bool MayBegin(const unsigned char* bytes) const;
+  // The same by all units in front of its first slice and the head of that, as far as they are
+  // there, whichever pictures stand in front of it.
+  bool MayBeginAt(std::uint64_t position);
   std::size_t Lookahead() const { return syntax_.lengthSize() + syntax_.headerSize(); }
 
   // Whether a picture may begin with units of any kind, or only with those of the reference's: a
@@ -120,6 +123,8 @@ class AccessUnits {
   const UnitHabits& habits_;
   std::uint64_t work_ = 0;
   bool anyFront_ = false;
+  // What was looked at last ends in front of its first slice.
+  bool cutInFront_ = false;
 };
 
 // What the samples of a reference are like, of those that are at most at `end`.

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bitset>
-#include <cstdlib>
 #include <numeric>
 
 #include "foundation/fourcc.h"
@@ -108,6 +107,7 @@ class DecodedFrames final : public FrameMethod {
     const unsigned char* bytes = window.At(range.begin, there);
     if (bytes == nullptr || there == 0) return std::nullopt;
     auto sizes = decoder_.Begin({bytes, there}, MaySayNothing());
+    if (sizes.size() + 1 == count) AppendLast({bytes, there}, sizes);
     if (sizes.size() < count || BeforeOpening(sizes, bytes) < count) return std::nullopt;
     sizes.resize(static_cast<std::size_t>(count));
     SampleSpan span;
@@ -162,6 +162,15 @@ class DecodedFrames final : public FrameMethod {
       at += sizes[known++];
     sizes.resize(std::min(known, BeforeOpening(sizes, bytes)));
     return sizes;
+  }
+
+  // Adds the frame behind those, behind which no other one begins.
+  void AppendLast(std::span<const unsigned char> bytes, std::vector<std::uint32_t>& sizes) {
+    const auto at = static_cast<std::size_t>(Sum(sizes));
+    const auto most = std::min<std::size_t>(bytes.size() - at, largest_ * 2);
+    const std::uint32_t size =
+        decoder_.SizeOf(bytes.subspan(at, most), MaySayNothing() && sizes.empty());
+    if (size != 0) sizes.push_back(size);
   }
 
   // Some encoders put their name into the first frame of a recording alone, others into one of
@@ -338,10 +347,11 @@ class PlacedSamples final : public FrameMethod {
   std::vector<std::uint64_t> counts_;
 };
 
-// The roughest piece of the reference, with room; 0 where its sound is like
-// noise, from which nothing can be told apart.
+// The roughest piece of the reference, with room, for another clip may be louder; 0 where its sound
+// is like noise, from which nothing can be told apart. What is compressed is more than twice as
+// rough as the least limit.
 unsigned int RoughnessLimit(const Reference& reference, std::size_t track, std::uint32_t size) {
-  constexpr unsigned int kLeast = 5;
+  constexpr unsigned int kLeast = 24;
   constexpr unsigned int kNoise = 36;
   constexpr std::size_t kMostChunks = 256;
   unsigned int most = 0;
@@ -410,21 +420,6 @@ std::unique_ptr<FrameMethod> MakeDecoded(const Reference& reference, const Refer
 
 }  // namespace
 
-unsigned int RoughnessOf(const unsigned char* bytes, std::size_t frames, std::uint32_t size) {
-  unsigned int least = 128;
-  for (std::uint32_t lane = 0; lane < size && frames > 1; ++lane) {
-    unsigned int sum = 0;
-    for (std::size_t i = 1; i < frames; ++i) {
-      const auto step =
-          static_cast<signed char>(bytes[i * size + lane] - bytes[(i - 1) * size + lane]);
-      sum += static_cast<unsigned int>(std::abs(int{step}));
-    }
-    // The low bytes of samples are like noise in any sound: the smoothest lane tells.
-    least = std::min(least, sum / static_cast<unsigned int>(frames - 1));
-  }
-  return least;
-}
-
 std::unique_ptr<FrameMethod> MakeFrameMethod(const Reference& reference, std::size_t track,
                                              const std::vector<std::uint64_t>& counts) {
   const ReferenceTrack& of = reference.tracks()[track];
@@ -432,9 +427,11 @@ std::unique_ptr<FrameMethod> MakeFrameMethod(const Reference& reference, std::si
   constexpr std::uint32_t kMostSample = 4096;
   const bool uniform = size != 0 && size <= kMostSample;
   if (of.descriptions != 1 || of.kind == FourCc("vide")) return nullptr;
-  if (of.kind != FourCc("soun"))
-    return uniform ? std::make_unique<PlacedSamples>(size, counts)
-                   : MakeMarkedData(reference, of, counts);
+  if (of.kind != FourCc("soun") && !uniform) return MakeMarkedData(reference, of, counts);
+  if (of.kind != FourCc("soun")) {
+    auto marked = MakeEvenData(reference, of);
+    return marked != nullptr ? std::move(marked) : std::make_unique<PlacedSamples>(size, counts);
+  }
   const StreamDescription stream = DescribeStream(of.entry);
   // MPEG-4 audio, and the profiles of MPEG-2 AAC (ISO/IEC 14496-1, objectTypeIndication).
   if (of.entryType == FourCc("mp4a") &&

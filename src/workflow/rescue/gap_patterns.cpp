@@ -29,12 +29,7 @@ void GapPatterns::Learn(const Reference& reference, std::optional<std::size_t> a
   for (const ChunkPlace& chunk : reference.chunks()) {
     if (anchor && chunk.track == *anchor) {
       GapPattern* pattern = gap.tracks.empty() ? nullptr : TakeGap(gap);
-      if (pattern != nullptr) {
-        const std::uint64_t count = gap.counts.front();
-        pattern->least = pattern->most == 0 ? count : std::min(pattern->least, count);
-        pattern->most = std::max(pattern->most, count);
-        pattern->step = std::gcd(pattern->step, count);
-      }
+      if (pattern != nullptr) TakeFirst(gap, *pattern);
       gap = {};
       continue;
     }
@@ -45,6 +40,7 @@ void GapPatterns::Learn(const Reference& reference, std::optional<std::size_t> a
       gap.counts.push_back(0);
     }
     gap.counts.back() += chunk.samples;
+    if (gap.tracks.size() == 1) gap.chunks.push_back(chunk.samples);
     const std::uint64_t bytes = reference.BytesOf(chunk);
     gap.bytes += bytes;
     last = chunk.position + bytes;
@@ -56,6 +52,18 @@ void GapPatterns::Learn(const Reference& reference, std::optional<std::size_t> a
   TakeGap(gap);
   for (std::size_t i = 0; i < counts.size(); ++i) {
     if (!counts[i].empty()) counts_[i] = counts[i];
+  }
+}
+
+void GapPatterns::TakeFirst(const Gap& gap, GapPattern& pattern) {
+  const std::uint64_t count = gap.counts.front();
+  pattern.least = pattern.most == 0 ? count : std::min(pattern.least, count);
+  pattern.most = std::max(pattern.most, count);
+  pattern.step = std::gcd(pattern.step, count);
+  for (const std::uint64_t chunk : gap.chunks) {
+    pattern.leastChunk = pattern.chunks == 0 ? chunk : std::min(pattern.leastChunk, chunk);
+    pattern.chunkStep = std::gcd(pattern.chunkStep, chunk);
+    ++pattern.chunks;
   }
 }
 
@@ -111,10 +119,28 @@ namespace {
 
 using Pieces = std::vector<GapPiece>;
 
+bool SaysNothing(const GapPattern& pattern, const FrameMethods& methods) {
+  return std::all_of(pattern.tracks.begin(), pattern.tracks.end(),
+                     [&](std::size_t track) { return methods[track]->UniformSize() != 0; });
+}
+
+// A few pictures in a row are none by chance, but another clip of the camera may have them, too,
+// and in front of them the end of a piece of its sound: then both parts are hardly as long together
+// as pieces of the reference are. Only at the end of a recording a piece is shorter.
+bool IsBeforePictures(const GapRules& rules, const GapPattern& pattern, std::uint64_t count) {
+  constexpr std::uint64_t kEnough = 4;
+  constexpr std::uint64_t kLeastStep = 256;
+  if (pattern.chunks == 0) return false;
+  if (pattern.chunks >= kEnough && pattern.chunkStep >= kLeastStep &&
+      count % pattern.chunkStep == 0)
+    return rules.followers() != Followers::kFew;
+  return count <= pattern.leastChunk && rules.followers() == Followers::kAll;
+}
+
 class Solver {
  public:
-  Solver(const GapRules& rules, MediaWindow& window, ByteRange gap)
-      : rules_(rules), methods_(rules.methods), window_(window), gap_(gap) {}
+  Solver(const GapRules& rules, MediaWindow& window, ByteRange gap, bool ends)
+      : rules_(rules), methods_(rules.methods), window_(window), gap_(gap), ends_(ends) {}
 
   bool HasMethods(const GapPattern& pattern) const {
     return std::all_of(pattern.tracks.begin(), pattern.tracks.end(),
@@ -133,6 +159,12 @@ class Solver {
       if (auto pieces = SolveWith(pattern, counts)) Keep(std::move(*pieces), ways);
       if (!ways.empty() && !HasAlike(pattern)) break;
     }
+    if (ways.empty() && IsEven(pattern)) {
+      if (auto pieces = SolveEvenly(pattern)) Keep(std::move(*pieces), ways);
+    }
+    if (ways.empty() && HasMarkBehindUniform(pattern)) {
+      if (auto pieces = SolveWith(pattern, {})) Keep(std::move(*pieces), ways);
+    }
     return ways;
   }
 
@@ -149,6 +181,39 @@ class Solver {
     return std::uint64_t{methods_[track]->UniformSize()} * count;
   }
 
+  // Pieces of constant size beside each other that are always in one proportion.
+  bool IsEven(const GapPattern& pattern) const {
+    const auto& first = pattern.counts.front();
+    return SaysNothing(pattern, methods_) &&
+           std::all_of(pattern.counts.begin(), pattern.counts.end(), [&](const auto& counts) {
+             for (std::size_t i = 1; i < counts.size(); ++i) {
+               if (counts[i] * first[0] != counts[0] * first[i]) return false;
+             }
+             return true;
+           });
+  }
+
+  std::optional<Pieces> SolveEvenly(const GapPattern& pattern) {
+    auto counts = pattern.counts.front();
+    std::uint64_t common = 0;
+    for (const std::uint64_t count : counts) common = std::gcd(common, count);
+    std::uint64_t bytes = 0;
+    for (std::size_t i = 0; i < counts.size(); ++i)
+      bytes += UniformBytes(pattern.tracks[i], counts[i] /= common);
+    const std::uint64_t times = (gap_.end - gap_.begin) / bytes;
+    for (std::uint64_t& count : counts) count *= times;
+    if (times == 0) return std::nullopt;
+    return SolveWith(pattern, counts);
+  }
+
+  bool HasMarkBehindUniform(const GapPattern& pattern) const {
+    for (std::size_t i = 1; i < pattern.tracks.size(); ++i) {
+      if (IsUniform(pattern.tracks[i - 1]) && methods_[pattern.tracks[i]]->MarkSize() != 0)
+        return true;
+    }
+    return false;
+  }
+
   void Keep(Pieces pieces, std::vector<Pieces>& ways) const {
     std::vector<std::uint64_t> samples;
     for (const TrackHarvest& track : rules_.found) samples.push_back(track.samples);
@@ -159,11 +224,12 @@ class Solver {
     ways.push_back(std::move(pieces));
   }
 
+  // Without numbers only marks tell where samples of constant size end.
   std::optional<Pieces> SolveWith(const GapPattern& pattern,
                                   const std::vector<std::uint64_t>& counts) {
     Pieces pieces;
     std::uint64_t at = gap_.begin;
-    for (std::size_t i = 0; i < counts.size(); ++i) {
+    for (std::size_t i = 0; i < pattern.tracks.size(); ++i) {
       auto span = PieceAt(pattern, counts, i, at);
       if (!span) return std::nullopt;
       pieces.push_back({pattern.tracks[i], at, std::move(*span)});
@@ -179,6 +245,7 @@ class Solver {
     const std::size_t track = pattern.tracks[i];
     FrameMethod& method = *methods_[track];
     const std::uint64_t left = gap_.end - at;
+    if (counts.empty()) return PieceUpToMark(pattern, i, at);
     if (IsUniform(track)) {
       const std::uint64_t size = UniformBytes(track, counts[i]);
       if (size > left) return std::nullopt;
@@ -197,6 +264,19 @@ class Solver {
     const FrameMethod& following = *methods_[pattern.tracks[next]];
     if (following.MarkSize() != 0) return UpToMark(method, following, at, behind);
     return method.Take(window_, {at, gap_.end}, counts[i]);
+  }
+
+  std::optional<SampleSpan> PieceUpToMark(const GapPattern& pattern, std::size_t i,
+                                          std::uint64_t at) {
+    FrameMethod& method = *methods_[pattern.tracks[i]];
+    if (method.MarkSize() != 0) return method.Take(window_, {at, gap_.end}, gap_.end - at);
+    if (i + 1 == pattern.tracks.size()) return std::nullopt;
+    const FrameMethod& following = *methods_[pattern.tracks[i + 1]];
+    if (following.MarkSize() == 0) return std::nullopt;
+    auto span = UpToMark(method, following, at, 0);
+    const bool isSure = !span || !IsUniform(pattern.tracks[i]) ||
+                        (i == 0 && (ends_ || IsBeforePictures(rules_, pattern, span->count)));
+    return isSure ? span : std::nullopt;
   }
 
   // What fills the part in front of a mark, and of so many bytes in front of that.
@@ -219,6 +299,8 @@ class Solver {
   const FrameMethods& methods_;
   MediaWindow& window_;
   ByteRange gap_;
+  // The media ends with it.
+  bool ends_;
 };
 
 // Where sound is written in packets of many samples, pieces are a few of them long: a number of
@@ -239,21 +321,17 @@ bool IsOfPackets(const GapPattern& pattern, std::uint64_t count) {
 
 // Where the reference's gaps are of very many lengths, one between them will do, as long as no two
 // of them fit into one: then nothing inside of a gap can be taken for a picture between two.
-bool HasCountsOf(const GapPattern& pattern, const Pieces& pieces) {
+bool HasCountsOf(const GapRules& rules, const GapPattern& pattern, const Pieces& pieces) {
   constexpr std::size_t kMany = 64;
   std::vector<std::uint64_t> counts;
   for (const GapPiece& piece : pieces) counts.push_back(piece.span.count);
   const auto& known = pattern.counts;
   if (std::find(known.begin(), known.end(), counts) != known.end()) return true;
+  if (IsBeforePictures(rules, pattern, counts.front())) return true;
   if (counts.size() != 1) return false;
   return IsOfPackets(pattern, counts.front()) ||
          (known.size() >= kMany && pattern.least <= counts.front() &&
           counts.front() <= pattern.most && 2 * pattern.least > pattern.most);
-}
-
-bool SaysNothing(const GapPattern& pattern, const FrameMethods& methods) {
-  return std::all_of(pattern.tracks.begin(), pattern.tracks.end(),
-                     [&](std::size_t track) { return methods[track]->UniformSize() != 0; });
 }
 
 bool IsSame(const Pieces& a, const Pieces& b) {
@@ -268,7 +346,9 @@ bool IsSame(const Pieces& a, const Pieces& b) {
 
 // Nothing but the reference's own numbers speaks for samples of constant size, unless the media
 // ends with them, and they are too few to hide a piece of another track.
-bool MayEndWith(const GapPatterns& patterns, const Pieces& pieces, bool atBegin) {
+bool MayEndWith(const GapPatterns& patterns, const GapPattern& pattern, const Pieces& pieces,
+                bool atBegin) {
+  if (pieces.size() > 1) return pieces.front().span.count <= pattern.most;
   const auto followed = patterns.LeastFollowed(atBegin);
   return !followed || pieces.front().span.count <= *followed;
 }
@@ -280,7 +360,7 @@ std::optional<std::vector<GapPiece>> SolveGap(const GapRules& rules, MediaWindow
                                               ByteRange gap, GapPlace place) {
   const bool atBegin = place != GapPlace::kInside && place != GapPlace::kEnd;
   const bool ends = place == GapPlace::kEnd || place == GapPlace::kAll;
-  Solver solver(rules, window, gap);
+  Solver solver(rules, window, gap, ends);
   std::optional<Pieces> only;
   bool several = false;
   for (const GapPattern& pattern : rules.patterns.all()) {
@@ -288,8 +368,8 @@ std::optional<std::vector<GapPiece>> SolveGap(const GapRules& rules, MediaWindow
     const bool isUniform = SaysNothing(pattern, rules.methods);
     for (Pieces& pieces : solver.Solve(pattern)) {
       if (!isUniform && !solver.HasAlike(pattern)) return std::move(pieces);
-      if (isUniform && !HasCountsOf(pattern, pieces) &&
-          !(ends && MayEndWith(rules.patterns, pieces, atBegin)))
+      if (isUniform && !HasCountsOf(rules, pattern, pieces) &&
+          !(ends && MayEndWith(rules.patterns, pattern, pieces, atBegin)))
         continue;
       several = several || (only && !IsSame(*only, pieces));
       if (!only) only = std::move(pieces);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -25,6 +26,11 @@ struct GapPattern {
   std::uint64_t most = 0;
   // What all these numbers are multiples of.
   std::uint64_t step = 0;
+  // The same of the chunks that the pieces of the first track consist of, the fewest samples of
+  // one, and how many there are.
+  std::uint64_t chunkStep = 0;
+  std::uint64_t leastChunk = 0;
+  std::uint64_t chunks = 0;
   // In front of the first picture.
   bool atBegin = false;
 };
@@ -54,9 +60,12 @@ class GapPatterns {
   struct Gap {
     std::vector<std::size_t> tracks;
     std::vector<std::uint64_t> counts;
+    // Of the first track.
+    std::vector<std::uint64_t> chunks;
     std::uint64_t bytes = 0;
     bool atBegin = false;
   };
+  static void TakeFirst(const Gap& gap, GapPattern& pattern);
   GapPattern* TakeGap(const Gap& gap);
   std::vector<std::uint64_t>& Longest(bool atBegin) { return atBegin ? longestFirst_ : longest_; }
 
@@ -90,6 +99,15 @@ enum class GapPlace {
   kDoubtfulBegin,
 };
 
+// Pictures that follow one another.
+enum class Followers {
+  kFew,
+  // Too many to be there by chance.
+  kEnough,
+  // All that there is up to the true end of the media.
+  kAll,
+};
+
 // What is known of a clip when one of its gaps is to be filled.
 struct GapRules {
   const GapPatterns& patterns;
@@ -97,6 +115,8 @@ struct GapRules {
   const SoundOrder& order;
   // That were found of each track.
   const std::vector<TrackHarvest>& found;
+  // How many pictures follow one another behind the gap, as far as that matters.
+  std::function<Followers()> followers = [] { return Followers::kFew; };
 };
 
 // The pieces that fill a gap exactly, by one of the patterns; nothing if none

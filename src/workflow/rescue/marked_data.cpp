@@ -37,13 +37,14 @@ struct KnownSample {
   std::uint32_t size = 0;
 };
 
-std::vector<KnownSample> SamplesOf(const Reference& reference, const ReferenceTrack& track) {
+std::vector<KnownSample> SamplesOf(const Reference& reference, const ReferenceTrack& track,
+                                   std::size_t head) {
   std::vector<KnownSample> samples;
   for (const ChunkPlace& chunk : track.chunks) {
     std::uint64_t at = chunk.position;
     for (std::uint32_t i = 0; i < chunk.samples && samples.size() < kMostSamples; ++i) {
-      KnownSample sample{std::vector<unsigned char>(kHead), track.sizes.At(chunk.firstSample + i)};
-      if (sample.size < kHead || !reference.file().Read(at, sample.head.data(), kHead)) return {};
+      KnownSample sample{std::vector<unsigned char>(head), track.sizes.At(chunk.firstSample + i)};
+      if (sample.size < head || !reference.file().Read(at, sample.head.data(), head)) return {};
       at += sample.size;
       samples.push_back(std::move(sample));
     }
@@ -119,6 +120,33 @@ class MeasuredData final : public MarkedData {
   LengthField length_;
 };
 
+// Each has the same size.
+class EvenData final : public MarkedData {
+ public:
+  EvenData(std::vector<unsigned char> mark, std::uint32_t size)
+      : MarkedData(std::move(mark)), size_(size) {}
+
+  std::string_view Name() const override { return "headers"; }
+
+  std::optional<SampleSpan> Take(MediaWindow& window, ByteRange range,
+                                 std::uint64_t most) override {
+    SampleSpan span;
+    while (span.count < most && range.end - range.begin >= size_) {
+      const unsigned char* bytes = window.At(range.begin, MarkSize());
+      if (bytes == nullptr || !IsMark(bytes)) break;
+      span.sizes.push_back(size_);
+      span.bytes += size_;
+      ++span.count;
+      range.begin += size_;
+    }
+    if (span.count == 0) return std::nullopt;
+    return span;
+  }
+
+ private:
+  std::uint32_t size_;
+};
+
 // The only sample of a piece takes what is left.
 class SingleData final : public MarkedData {
  public:
@@ -140,21 +168,34 @@ class SingleData final : public MarkedData {
   std::uint32_t largest_;
 };
 
-}  // namespace
-
-std::unique_ptr<FrameMethod> MakeMarkedData(const Reference& reference, const ReferenceTrack& track,
-                                            const std::vector<std::uint64_t>& counts) {
-  const std::vector<KnownSample> samples = SamplesOf(reference, track);
-  std::set<std::uint32_t> sizes;
-  for (const KnownSample& sample : samples) sizes.insert(sample.size);
-  if (samples.size() < kLeastSamples || sizes.size() < 2) return nullptr;
+// What all samples begin with; empty where that tells nothing.
+std::vector<unsigned char> MarkOf(const std::vector<KnownSample>& samples) {
+  if (samples.size() < kLeastSamples) return {};
   std::vector<unsigned char> mark = samples.front().head;
   for (const KnownSample& sample : samples) {
     const auto differs = std::mismatch(mark.begin(), mark.end(), sample.head.begin()).first;
     mark.erase(differs, mark.end());
   }
   const bool isZero = std::all_of(mark.begin(), mark.end(), [](auto byte) { return byte == 0; });
-  if (mark.size() < kLeastMark || isZero) return nullptr;
+  if (mark.size() < kLeastMark || isZero) mark.clear();
+  return mark;
+}
+
+}  // namespace
+
+std::unique_ptr<FrameMethod> MakeEvenData(const Reference& reference, const ReferenceTrack& track) {
+  std::vector<unsigned char> mark = MarkOf(SamplesOf(reference, track, kLeastMark));
+  if (mark.empty()) return nullptr;
+  return std::make_unique<EvenData>(std::move(mark), track.UniformSize());
+}
+
+std::unique_ptr<FrameMethod> MakeMarkedData(const Reference& reference, const ReferenceTrack& track,
+                                            const std::vector<std::uint64_t>& counts) {
+  const std::vector<KnownSample> samples = SamplesOf(reference, track, kHead);
+  std::set<std::uint32_t> sizes;
+  for (const KnownSample& sample : samples) sizes.insert(sample.size);
+  std::vector<unsigned char> mark = MarkOf(samples);
+  if (mark.empty() || sizes.size() < 2) return nullptr;
   const auto length = LearnLength(samples);
   if (!length) {
     if (counts != std::vector<std::uint64_t>{1}) return nullptr;

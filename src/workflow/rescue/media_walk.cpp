@@ -22,19 +22,16 @@ constexpr std::uint64_t kSpareWork = 256 << 20;
 
 class PictureGuard final : public BeginsOther {
  public:
-  PictureGuard(MediaWindow& window, AccessUnits* units, std::uint64_t end)
-      : window_(window), units_(units), end_(end) {}
+  PictureGuard(AccessUnits* units, std::uint64_t end) : units_(units), end_(end) {}
 
   Answer At(std::uint64_t position) override {
     if (units_ == nullptr) return Answer::kNo;
     if (position >= end_) return Answer::kTooShort;
     if (end_ - position < units_->Lookahead()) return Answer::kTooShort;
-    const unsigned char* bytes = window_.At(position, units_->Lookahead());
-    return bytes == nullptr || units_->MayBegin(bytes) ? Answer::kMaybe : Answer::kNo;
+    return units_->MayBeginAt(position) ? Answer::kMaybe : Answer::kNo;
   }
 
  private:
-  MediaWindow& window_;
   AccessUnits* units_;
   std::uint64_t end_;
 };
@@ -83,6 +80,7 @@ class Walk {
   // or the media ends.
   std::optional<std::uint64_t> NextAnchor(std::uint64_t from, std::uint64_t limit);
   bool IsAnchor(std::uint64_t position);
+  Followers FollowersAt(std::uint64_t position);
   void End();
   void TakeTail();
   std::uint64_t MostAtEnd(std::size_t track) const;
@@ -221,7 +219,8 @@ bool Walk::CrossTo(std::uint64_t end) {
   const bool ends = !parted_ && ((range_.ends && end == range_.end) || AtMovie(end));
   if (ends && place != GapPlace::kDoubtfulBegin)
     place = AtBegin() ? GapPlace::kAll : GapPlace::kEnd;
-  const auto pieces = SolveGap({model_.patterns, model_.methods, model_.order, harvest_.tracks},
+  const auto pieces = SolveGap({model_.patterns, model_.methods, model_.order, harvest_.tracks,
+                                [this, end] { return FollowersAt(end); }},
                                window_, {position_, end}, place);
   if (!pieces) return false;
   Commit();
@@ -260,6 +259,22 @@ bool Walk::IsAnchor(std::uint64_t position) {
   if (!found || found->damaged) return false;
   next_ = found;
   return true;
+}
+
+Followers Walk::FollowersAt(std::uint64_t position) {
+  constexpr int kEnough = 3;
+  constexpr int kMost = 1024;
+  PictureOrder order = order_;
+  for (int i = 0; i < kMost && !TooMuchWork(); ++i) {
+    if (i != 0 && (AtMovie(position) || (range_.ends && position == range_.end)))
+      return Followers::kAll;
+    const auto unit = units_.At(position, order);
+    if (!unit || Ends(*unit) || unit->doubtful)
+      return i < kEnough ? Followers::kFew : Followers::kEnough;
+    static_cast<void>(TakeFacts(model_.syntax, *unit, order));
+    position += unit->size;
+  }
+  return Followers::kEnough;
 }
 
 std::optional<std::uint64_t> Walk::NextAnchor(std::uint64_t from, std::uint64_t limit) {
@@ -324,7 +339,7 @@ void Walk::TakeTail() {
     if (range_.overrun || bytes > most * method.UniformSize() + units_.Lookahead()) return;
     range.end = std::min(range.end, range.begin + most * method.UniformSize());
   }
-  PictureGuard guard(window_, bounded ? &units_ : nullptr, range_.end);
+  PictureGuard guard(bounded ? &units_ : nullptr, range_.end);
   SampleSpan span = method.Begin(window_, range, guard);
   if (model_.order.Has(*track)) span.Shorten(most);
   if (span.count == 0) return;

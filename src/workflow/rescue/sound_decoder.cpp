@@ -154,6 +154,29 @@ std::vector<std::uint32_t> SoundDecoder::Begin(std::span<const unsigned char> by
   return SizesOf(Starts(bytes, false), silentFirst);
 }
 
+bool SoundDecoder::HoldsFrame(std::span<const unsigned char> bytes) {
+  const std::vector<std::size_t> starts = Starts(bytes, false);
+  return !starts.empty() && starts.front() == 0;
+}
+
+// A frame can be decoded as soon as all of it is there. One without sound yields nothing, and ends
+// where the witness is found behind it.
+std::uint32_t SoundDecoder::SizeOf(std::span<const unsigned char> bytes, bool silentFirst) {
+  constexpr std::size_t kLargestSilent = 256;
+  for (std::size_t size = 1; silentFirst && size <= std::min(bytes.size(), kLargestSilent);
+       ++size) {
+    if (Fill(bytes.first(size), true).size() == 1) return static_cast<std::uint32_t>(size);
+  }
+  if (silentFirst || !HoldsFrame(bytes)) return 0;
+  std::size_t least = 0;
+  std::size_t most = bytes.size();
+  while (most - least > 1) {
+    const std::size_t middle = least + (most - least) / 2;
+    (HoldsFrame(bytes.first(middle)) ? most : least) = middle;
+  }
+  return Fill(bytes.first(most), false).size() == 1 ? static_cast<std::uint32_t>(most) : 0;
+}
+
 namespace {
 
 AVCodecID IdOf(Codec codec) {
@@ -201,6 +224,7 @@ SoundDecoder::~SoundDecoder() = default;
 
 std::vector<std::uint32_t> SoundDecoder::Fill(std::span<const unsigned char>, bool) { return {}; }
 std::vector<std::uint32_t> SoundDecoder::Begin(std::span<const unsigned char>, bool) { return {}; }
+std::uint32_t SoundDecoder::SizeOf(std::span<const unsigned char>, bool) { return 0; }
 
 bool DecodesPicture(Codec, std::span<const unsigned char>, std::span<const unsigned char>) {
   return false;

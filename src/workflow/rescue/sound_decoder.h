@@ -38,9 +38,12 @@ class SoundDecoder {
   // The sizes of the frames that begin with the bytes and of which each is
   // followed by another one.
   std::vector<std::uint32_t> Begin(std::span<const unsigned char> bytes, bool silentFirst);
+  // The size of the frame that the bytes begin with, whatever stands behind it; 0: none does.
+  std::uint32_t SizeOf(std::span<const unsigned char> bytes, bool silentFirst);
 
  private:
   struct Decoder;
+  bool HoldsFrame(std::span<const unsigned char> bytes);
   std::vector<std::size_t> Starts(std::span<const unsigned char> bytes, bool witness);
   void WarmUp();
 

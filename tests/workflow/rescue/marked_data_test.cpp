@@ -37,7 +37,9 @@ class MarkedDataTest : public testing::Test {
     const std::string clip = folder_ / "clip.mp4";
     support::WriteFile(clip, support::MovieBuilder().Add(data).Build());
     if (reference_.Load(clip)) return false;
-    method_ = MakeMarkedData(reference_, reference_.tracks()[0], counts);
+    const ReferenceTrack& track = reference_.tracks()[0];
+    method_ = track.UniformSize() != 0 ? MakeEvenData(reference_, track)
+                                       : MakeMarkedData(reference_, track, counts);
     support::WriteFile(folder_ / "media", media);
     bytes_ = std::make_unique<FileBytes>(folder_ / "media");
     window_ = std::make_unique<MediaWindow>(*bytes_);
@@ -75,6 +77,20 @@ TEST_F(MarkedDataTest, TakeWhatIsLeftWhereEachStandsAlone) {
   EXPECT_FALSE(method_->Fill(*window_, {1, media.size()}));
   ASSERT_TRUE(Learn(samples, Join({media, Bytes(30, 1)}), {1}));
   EXPECT_FALSE(method_->Fill(*window_, {0, media.size() + 30})) << "larger than any";
+}
+
+TEST_F(MarkedDataTest, EndWhereAllDoThatAreOfOneSize) {
+  const Bytes media = Join({Sample("data", 8), Sample("data", 8), Text("none of them is here")});
+  ASSERT_TRUE(Learn({Sample("data", 8), Sample("data", 8), Sample("data", 8)}, media));
+  const auto most = std::numeric_limits<std::uint64_t>::max();
+  const auto span = method_->Take(*window_, {0, media.size()}, most);
+  ASSERT_TRUE(span);
+  EXPECT_EQ((std::vector<std::uint32_t>{16, 16}), span->sizes);
+  EXPECT_TRUE(method_->Fill(*window_, {0, 32}));
+  EXPECT_FALSE(method_->Fill(*window_, {0, 31})) << "the second one is cut";
+  EXPECT_FALSE(method_->Fill(*window_, {0, media.size()})) << "something else follows";
+  EXPECT_FALSE(Learn({Sample("data", 8), Sample("date", 8), Sample("data", 8)}, media));
+  EXPECT_FALSE(Learn({Bytes(16, 0), Bytes(16, 0), Bytes(16, 0)}, media)) << "zeros are everywhere";
 }
 
 TEST_F(MarkedDataTest, AreNoneWithoutAMarkOrALength) {

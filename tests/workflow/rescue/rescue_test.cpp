@@ -18,6 +18,7 @@
 #include "workflow/check.h"
 #include "workflow/rescue/gap_patterns.h"
 #include "workflow/rescue/reference.h"
+#include "workflow/rescue/sound_entry.h"
 
 namespace clipchain {
 
@@ -387,6 +388,29 @@ Bytes WithPieces(const std::vector<std::uint32_t>& pieces) {
   return clip;
 }
 
+// Whatever stands behind it.
+TEST(SoundDecoder, TellsHowLongAFrameIs) {
+  NEED_DECODER();
+  rescue::Reference clip;
+  ASSERT_EQ(std::nullopt, clip.Load(kClip3));
+  const rescue::ReferenceTrack& track = clip.tracks()[1];
+  ASSERT_EQ(FourCc("mp4a"), track.entryType);
+  const Bytes file = ReadFile(kClip3);
+  const auto frame = [&](std::size_t chunk) {
+    const auto from = file.begin() + static_cast<std::ptrdiff_t>(track.chunks[chunk].position);
+    return Bytes(from, from + track.sizes.At(track.chunks[chunk].firstSample));
+  };
+  rescue::SoundDecoder decoder(rescue::DescribeStream(track.entry).specific, frame(9));
+  ASSERT_TRUE(decoder.good());
+  for (std::size_t chunk = 10; chunk < track.chunks.size(); ++chunk) {
+    Bytes bytes = frame(chunk);
+    const std::size_t size = bytes.size();
+    for (unsigned int i = 0; i < 500; ++i) bytes.push_back(static_cast<unsigned char>(i * 37));
+    EXPECT_EQ(size, decoder.SizeOf(bytes, false)) << chunk;
+    EXPECT_EQ(0u, decoder.SizeOf({bytes.data(), size - 1}, false)) << chunk;
+  }
+}
+
 class FourBytes final : public rescue::FrameMethod {
  public:
   std::string_view Name() const override { return "four bytes"; }
@@ -413,11 +437,11 @@ class LearnedPieces {
     return std::nullopt;
   }
   const rescue::GapPatterns& patterns() const { return patterns_; }
-  // Whether so many samples fill a piece between two pictures.
-  bool Fill(std::uint64_t samples) {
+  // Whether so many samples fill a piece between two pictures, the latter of which others follow.
+  bool Fill(std::uint64_t samples, rescue::Followers followers = rescue::Followers::kFew) {
     rescue::MediaWindow window(reference_.file());
-    return rescue::SolveGap({patterns_, methods_, order_, found_}, window, {100, 100 + samples * 4},
-                            rescue::GapPlace::kInside)
+    return rescue::SolveGap({patterns_, methods_, order_, found_, [=] { return followers; }},
+                            window, {100, 100 + samples * 4}, rescue::GapPlace::kInside)
         .has_value();
   }
 
@@ -469,6 +493,24 @@ TEST(GapPatterns, OfLongPacketsAreFilledBySoundWhosePicturesWereNotRecorded) {
   EXPECT_FALSE(learned.Fill(4000));
   EXPECT_TRUE(learned.Fill(5000));
   EXPECT_FALSE(learned.Fill(5500));
+}
+
+// A clip has few pieces of half a second.
+TEST(GapPatterns, OfChunksOfOneLengthAreFilledWherePicturesFollow) {
+  const TempDir folder;
+  const std::string path = folder / "clip";
+  WriteFile(path, WithPieces({3000, 3000, 6000, 3000, 700}));
+  LearnedPieces learned;
+  ASSERT_EQ(std::nullopt, learned.Learn(path));
+  using rescue::Followers;
+  EXPECT_TRUE(learned.Fill(6000));
+  EXPECT_FALSE(learned.Fill(9000));
+  EXPECT_TRUE(learned.Fill(9000, Followers::kEnough));
+  // Another clip of the camera may stand behind a piece that was cut.
+  EXPECT_FALSE(learned.Fill(9001, Followers::kEnough));
+  EXPECT_FALSE(learned.Fill(9001, Followers::kAll));
+  EXPECT_FALSE(learned.Fill(1200, Followers::kEnough));
+  EXPECT_TRUE(learned.Fill(1200, Followers::kAll));
 }
 
 // Where two pieces fit into one, what looks like a picture in the sound could part it.
