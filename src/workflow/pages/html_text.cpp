@@ -15,6 +15,12 @@ void AppendUtf8(std::string& text, wchar_t c) {
   text += QUIRVA::PathBytesFromWide(std::wstring_view(&c, 1)).value_or("");
 }
 
+// What no page may have in it: browsers guess an encoding for all of one that is not text
+// throughout, and control characters are errors but for white space.
+bool IsNoText(wchar_t c) {
+  return IsStrayByte(c) || (IsControl(c) && c != L'\t' && c != L'\n' && c != L'\r');
+}
+
 void AppendEscaped(std::string& html, wchar_t c) {
   switch (c) {
     case L'&':
@@ -44,10 +50,8 @@ void AppendEscaped(std::string& html, wchar_t c) {
 
 std::string HtmlText(std::string_view text) {
   std::string html;
-  for (const wchar_t c : QUIRVA::WidePathFromBytes(text)) {
-    // A page must be text throughout, or browsers guess an encoding for all of it.
-    AppendEscaped(html, IsStrayByte(c) ? L'\uFFFD' : c);
-  }
+  for (const wchar_t c : QUIRVA::WidePathFromBytes(text))
+    AppendEscaped(html, IsNoText(c) ? L'\uFFFD' : c);
   return html;
 }
 
@@ -72,7 +76,7 @@ std::string PathAttributes(std::string_view prefix, const std::string& path) {
   std::string attributes = fmt::format("{}path=\"{}\"", prefix, HtmlText(path));
   const std::wstring wide = QUIRVA::WidePathFromBytes(path);
   // Who wants such a name back takes it from the digits.
-  if (std::none_of(wide.begin(), wide.end(), IsStrayByte)) return attributes;
+  if (std::none_of(wide.begin(), wide.end(), IsNoText)) return attributes;
   attributes += fmt::format(" {}path-bytes=\"", prefix);
   for (const char c : path) attributes += fmt::format("{:02x}", static_cast<unsigned char>(c));
   return attributes + '"';

@@ -8,7 +8,7 @@
 namespace clipchain {
 
 // Escapes text between tags or in a quoted attribute. Takes UTF-8; bytes that are none become
-// U+FFFD.
+// U+FFFD, as do control characters but for tabs and line ends.
 std::string HtmlText(std::string_view text);
 
 // Spells a path as a person can read it, as HTML: bytes that are no UTF-8 and control characters
@@ -16,8 +16,8 @@ std::string HtmlText(std::string_view text);
 // nothing as \u{NNNN}.
 std::string HtmlPath(std::string_view path);
 
-// Makes attributes that hold a path for programs: path="…", as in JSON with U+FFFD for bytes that
-// are no UTF-8, and then path-bytes="…" with all bytes in hexadecimal. `prefix` stands in front of
+// Makes attributes that hold a path for programs: path="…", with U+FFFD as HtmlText has it, and
+// where there is any, path-bytes="…" with all bytes in hexadecimal. `prefix` stands in front of
 // both names.
 std::string PathAttributes(std::string_view prefix, const std::string& path);
 

@@ -21,6 +21,12 @@ TEST(HtmlText, ReplacesBytesThatAreNoText) {
                "b"));
 }
 
+// A control character in a page is an error, but for white space.
+TEST(HtmlText, ReplacesControlCharacters) {
+  EXPECT_EQ("a\xEF\xBF\xBD[2J\tb\n", HtmlText("a\x1B[2J\tb\n"));
+  EXPECT_EQ("\xEF\xBF\xBD\xEF\xBF\xBD", HtmlText("\x7F\xC2\x85"));
+}
+
 TEST(HtmlPath, ShowsWhatCannotBeSeen) {
   EXPECT_EQ("a\\x0Ab\\x7F", HtmlPath("a\nb\x7F"));
   EXPECT_EQ("\\xFFa\\xC3", HtmlPath("\xFF"
@@ -44,6 +50,8 @@ TEST(PathAttributes, KeepTheBytesOfWhatIsNoText) {
   EXPECT_EQ("data-path=\"a &quot;b&quot;\"", PathAttributes("data-", "a \"b\""));
   EXPECT_EQ("data-path=\"a\xEF\xBF\xBD\" data-path-bytes=\"61ff\"",
             PathAttributes("data-", "a\xFF"));
+  EXPECT_EQ("data-path=\"a\xEF\xBF\xBD\" data-path-bytes=\"611b\"",
+            PathAttributes("data-", "a\x1B"));
 }
 
 // The vectors of RFC 4648, clause 10.
