@@ -178,7 +178,12 @@ bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const Layout& layou
 }
 
 Reason ResultProof::CompareContent(KeptFile& result, ListedBytes& bytes,
-                                   const std::vector<std::size_t>& clips, const MergeImage& image) {
+                                   const std::vector<std::size_t>& clips, const MergeImage& image,
+                                   PlacedClips& others) {
+  for (const ImagePiece& piece : image.pieces) {
+    if (piece.clip != ImagePiece::kNoClip && others.contains({piece.position, clips[piece.clip]}))
+      return PrintablePath(result.file.path) + " has the media of another clip";
+  }
   PassingHash hash(bytes.Bytes());
   PassingHash* const passing =
       kept_.At(result.file.path + std::string(kChecksumsSuffix)) != nullptr ? &hash : nullptr;
@@ -195,6 +200,7 @@ Reason ResultProof::CompareContent(KeptFile& result, ListedBytes& bytes,
       open = piece.clip;
       if (source->Why()) return PrintablePath(clip.path) + ' ' + *source->Why();
       why = compare_.Compare(mine, {source->Bytes(), clip.path, piece.source}, piece.size, passing);
+      if (why) others.emplace(piece.position, clips[piece.clip]);
     }
     if (why) return why;
   }
@@ -213,11 +219,18 @@ void ResultProof::TryContent(KeptFile& result) {
   };
   MergeImage image;
   std::vector<std::size_t> row;
+  PlacedClips others;
   bool needless = false;
+  // Clips whose media begins and ends alike may all fit: only their bytes tell which it is.
   const auto accept = [&](const std::vector<std::size_t>& clips) {
-    needless = std::all_of(clips.begin(), clips.end(), kept);
+    const bool known = std::all_of(clips.begin(), clips.end(), kept);
+    needless = needless || known;
+    if (known || meter_.Stopped()) return false;
     row = clips;
-    return needless || Fits(result, *bytes, boxes.layout, clips, image);
+    if (!Fits(result, *bytes, boxes.layout, clips, image)) return false;
+    why = CompareContent(result, *bytes, clips, image, others);
+    if (why) Blame(clips, *why);
+    return !why;
   };
   std::optional<std::vector<std::string>> titles;
   const auto isNamed = [&](std::size_t clip, std::size_t place) {
@@ -225,17 +238,14 @@ void ResultProof::TryContent(KeptFile& result) {
     return IsNamed(clip, *titles, place);
   };
   const bool found = chains_.Find(bytes->Bytes(), boxes, accept, isNamed);
-  // Two results of the same clips: the second need not be read.
-  if (needless) return;
   if (!found) {
-    if (row.empty())
+    // A second result of clips that are kept is no fault of any other.
+    if (row.empty() && !needless)
       Blame(chains_.Beginning(),
             PrintablePath(result.file.path) +
                 " begins with media like that of this clip, but is no merge of clips of the cards");
     return;
   }
-  why = CompareContent(result, *bytes, row, image);
-  if (why) return Blame(row, *why);
   kept_.Count(result);
   Keep(row, Keeping::kSamples);
 }

@@ -1,7 +1,9 @@
 // Checks whether a file is what a merge of clips gives, so that they are kept in it.
 #pragma once
 
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "adapt/reason.h"
@@ -30,6 +32,8 @@ class ResultProof {
  private:
   // A clip of an archive, and the files of the cards that have been the same so far.
   using Candidates = std::vector<std::size_t>;
+  // Where in the result, and which clip.
+  using PlacedClips = std::set<std::pair<unsigned long long, std::size_t>>;
 
   // `elsewhere` becomes true where the archive has a clip that is not on the cards.
   [[nodiscard]] Reason CheckArchive(KeptFile& result, ListedBytes& bytes, KeptFile& archive,
@@ -48,9 +52,11 @@ class ResultProof {
                 const std::vector<std::string>& titles) const;
   [[nodiscard]] Reason LossOf(const std::vector<std::size_t>& clips,
                               const FitOptions& options) const;
+  // `others` are clips of which is known that other media than theirs stands there; one that is
+  // found to be such is added.
   [[nodiscard]] Reason CompareContent(KeptFile& result, ListedBytes& bytes,
                                       const std::vector<std::size_t>& clips,
-                                      const MergeImage& image);
+                                      const MergeImage& image, PlacedClips& others);
   [[nodiscard]] Reason CheckChecksums(KeptFile& result, PassingHash& hash,
                                       const std::string& archiveHash);
   bool OwnBytesFit(KeptFile& result, ListedBytes& bytes, const MergeImage& image);

@@ -268,6 +268,21 @@ TEST_F(CardProofTest, KeepsACopyOfAClipOnAnotherCardByTheSameResult) {
   EXPECT_THAT(NotKept(), ElementsAre("clip2.mp4"));
 }
 
+// As copies of a clip are of which one has a changed byte.
+TEST_F(CardProofTest, TellsClipsApartWhoseMediaBeginsAndEndsAlike) {
+  const Bytes clip = support::Clip(300).Build();
+  const std::size_t middle = support::FindBox(clip, "mdat") + 5'500;
+  for (const char* name : {"twin1.mp4", "twin2.mp4", "twin3.mp4"}) {
+    const std::string path = PutOnCard(name, clip);
+    if (name[4] != '1') ChangeByte(path, middle + static_cast<std::size_t>(name[4]));
+    Merge({path, clips[0]}, std::string("result-of-") + name);
+  }
+  Merge(clips, "out.mp4");
+  EXPECT_THAT(NotKept(), IsEmpty());
+  ChangeByte(folder / "kept" / "result-of-twin2.mp4", middle + 7);
+  EXPECT_THAT(NotKept(), ElementsAre("twin2.mp4"));
+}
+
 TEST_F(CardProofTest, TellsClipsOfOneNameOnTwoCardsApart) {
   Merge(clips, "out.mp4");
   fs::create_directory(folder / "card2");
