@@ -6,12 +6,14 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <optional>
 #include <set>
 
 #include "workflow/clip_search.h"
 #include "workflow/join.h"
 #include "workflow/joining/name_outputs.h"
 #include "workflow/joining/output_name.h"
+#include "workflow/joining/rescued_copies.h"
 #include "workflow/system/file_bytes.h"
 #include "workflow/system/files.h"
 #include "workflow/system/part_name.h"
@@ -56,10 +58,16 @@ class Rescuer {
   void Run(const std::vector<std::string>& operands) {
     for (const Volume& volume : FindClips(operands, options_.plan.folder).volumes) {
       for (const std::string& clip : volume.clips) {
-        if (!stopped_ && NeedsRescue(clip)) RescueOne(clip);
+        if (!NeedsRescue(clip))
+          whole_.push_back(clip);
+        else if (!stopped_)
+          RescueOne(clip);
       }
     }
+    LeaveOutCopies();
   }
+  // Broken ones of which whole copies lie among the operands.
+  const std::set<std::string>& copies() const { return copies_; }
   const Rescued& rescued() const { return rescued_; }
   const Findings& findings() const { return findings_; }
 
@@ -85,6 +93,33 @@ class Rescuer {
     rescued_[broken] = output;
   }
 
+  // A copy that was interrupted, beside the clip that was copied, or beside a longer copy.
+  void LeaveOutCopies() {
+    std::vector<std::string> outputs;
+    for (const auto& [broken, output] : rescued_) outputs.push_back(output);
+    for (auto rescue = rescued_.begin(); rescue != rescued_.end();) {
+      const std::string& broken = rescue->first;
+      if (const auto whole = WholeOf(rescue->second, whole_)) {
+        std::erase_if(findings_, [&](const Finding& finding) { return finding.path == broken; });
+        findings_.push_back(MakeFinding(Message::kClipsCopied, broken,
+                                        "is a broken copy of " + PrintablePath(*whole)));
+        copies_.insert(broken);
+        rescue = rescued_.erase(rescue);
+        continue;
+      }
+      if (const auto longest = LongestOf(rescue->second, outputs)) rescue->second = *longest;
+      ++rescue;
+    }
+  }
+
+  static std::optional<std::string> LongestOf(const std::string& output,
+                                              const std::vector<std::string>& outputs) {
+    std::optional<std::string> longest;
+    for (auto next = LongerOf(output, outputs); next; next = LongerOf(*next, outputs))
+      longest = next;
+    return longest;
+  }
+
   bool Make(const std::string& broken, const std::string& output) {
     for (const std::string& folder : {options_.plan.folder, folder_}) {
       if (const auto fault = MakeFolder(folder)) {
@@ -106,6 +141,8 @@ class Rescuer {
   const RescuePlanOptions& options_;
   std::string folder_;
   Rescued rescued_;
+  std::vector<std::string> whole_;
+  std::set<std::string> copies_;
   Findings findings_;
   bool stopped_ = false;
 };
@@ -152,8 +189,9 @@ JoinPlan PlanWithRescued(const std::vector<std::string>& operands,
   };
   if (!rescuer.rescued().empty()) NameRescuedOutputs(isRescued, options.plan.folder, plan.jobs);
   // What a rescued clip replaces is no file that could not be read.
-  std::erase_if(plan.findings,
-                [&](const Finding& finding) { return rescuer.rescued().contains(finding.path); });
+  std::erase_if(plan.findings, [&](const Finding& finding) {
+    return rescuer.rescued().contains(finding.path) || rescuer.copies().contains(finding.path);
+  });
   plan.findings.insert(plan.findings.begin(), rescuer.findings().begin(), rescuer.findings().end());
   return plan;
 }

@@ -171,6 +171,31 @@ TEST_F(RescueCommand, NamesEachCopyOfABrokenClip) {
                                  " and of " + At("card/clip3.mp4")));
 }
 
+TEST_F(RescueCommand, TakesTheWholeClipInPlaceOfACopyThatWasInterrupted) {
+  fs::create_directory(folder_ / "backup");
+  fs::copy(folder_ / "card", folder_ / "backup/card");
+  fs::copy_file(Clip(3), folder_ / "card/clip3.mp4", fs::copy_options::overwrite_existing);
+  const Finished run =
+      Tool({"join", At("card"), At("backup/card"), "-o", At("joined"), "--rescue"});
+  EXPECT_EQ(0, run.exitCode) << run.out << run.err;
+  EXPECT_THAT(run.out, HasSubstr(At("backup/card/clip3.mp4") + " is a broken copy of " +
+                                 At("card/clip3.mp4")));
+  EXPECT_THAT(run.out, HasSubstr("1 merged"));
+  EXPECT_THAT(run.out, Not(HasSubstr("clip-rescued")));
+}
+
+TEST_F(RescueCommand, TakesTheLongerOneOfTwoBrokenCopies) {
+  fs::create_directory(folder_ / "backup");
+  fs::copy(folder_ / "card", folder_ / "backup/card");
+  const Bytes broken = WithoutMovie(Clip(3));
+  WriteFile(At("card/clip3.mp4"), support::Slice(broken, 0, broken.size() / 2));
+  const Finished run =
+      Tool({"join", At("card"), At("backup/card"), "-o", At("joined"), "--rescue"});
+  EXPECT_THAT(run.out, HasSubstr("is what was rescued of " + At("backup/card/clip3.mp4") +
+                                 " and of " + At("card/clip3.mp4")));
+  EXPECT_THAT(run.out, HasSubstr("1 merged"));
+}
+
 TEST_F(RescueCommand, MarksAResultOfARescuedClipThatLayOnTheCard) {
   ASSERT_EQ(0, Tool({"join", At("card"), "-o", At("card/joined"), "--rescue"}).exitCode);
   const Finished run = Tool({"join", At("card"), "-o", At("later"), "--rescue"});

@@ -1,0 +1,93 @@
+#include "workflow/joining/rescued_copies.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "adapt/clips/fit_clip.h"
+#include "adapt/clips/media_map.h"
+#include "foundation/guid.h"
+#include "workflow/clips/clip_file.h"
+#include "workflow/clips/order_facts.h"
+#include "workflow/rescue/movie_maker.h"
+
+namespace clipchain {
+
+namespace {
+
+_GUID IdentifierOf(const std::string& path) {
+  ClipFile file(path);
+  if (file.WhyUnreadable() || file.Parse() != S_OK || file.Movie() == nullptr) return {};
+  return OrderFactsOf(file).id;
+}
+
+// The media of a clip, its boxes in a row.
+class Media {
+ public:
+  explicit Media(const std::string& path) : clip_(path) {
+    FitReport unsaid;
+    if (!clip_.Open(0, unsaid, unlimited_)) clip_.media.clear();
+  }
+
+  bool IsRescued() const { return rescue::IsRescued(clip_.movie); }
+  std::uint64_t Size() const {
+    return std::accumulate(
+        clip_.media.begin(), clip_.media.end(), std::uint64_t{0},
+        [](std::uint64_t sum, const MediaRange& media) { return sum + media.size; });
+  }
+  // Up to the end of a box, and no more than so many; none if they can't be read.
+  Bytes Read(std::uint64_t at, std::uint64_t most) const {
+    for (const MediaRange& media : clip_.media) {
+      if (at < media.size) return clip_.Read(media.position + at, std::min(most, media.size - at));
+      at -= media.size;
+    }
+    return {};
+  }
+
+ private:
+  MemoryBudget unlimited_;
+  FitClip clip_;
+};
+
+bool BeginsWith(const Media& whole, const Media& part) {
+  constexpr std::uint64_t kBlock = 1 << 20;
+  for (std::uint64_t at = 0; at < part.Size();) {
+    const Bytes own = part.Read(at, kBlock);
+    const Bytes other = whole.Read(at, own.size());
+    if (other.empty() || !std::equal(other.begin(), other.end(), own.begin())) return false;
+    at += other.size();
+  }
+  return part.Size() != 0;
+}
+
+// The first one that begins with the rescued clip and that the caller takes.
+template <typename MayTake>
+std::optional<std::string> FirstWith(const std::string& rescued,
+                                     const std::vector<std::string>& clips,
+                                     const MayTake& mayTake) {
+  const _GUID id = IdentifierOf(rescued);
+  if (id == _GUID{}) return std::nullopt;
+  const Media part(rescued);
+  for (const std::string& clip : clips) {
+    if (clip == rescued || IdentifierOf(clip) != id) continue;
+    const Media whole(clip);
+    if (mayTake(whole, part) && BeginsWith(whole, part)) return clip;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::string> WholeOf(const std::string& rescued,
+                                   const std::vector<std::string>& clips) {
+  return FirstWith(rescued, clips,
+                   [](const Media& whole, const Media&) { return !whole.IsRescued(); });
+}
+
+std::optional<std::string> LongerOf(const std::string& rescued,
+                                    const std::vector<std::string>& others) {
+  return FirstWith(rescued, others, [](const Media& longer, const Media& part) {
+    return longer.Size() > part.Size();
+  });
+}
+
+}  // namespace clipchain
