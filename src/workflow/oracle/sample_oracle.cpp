@@ -245,6 +245,10 @@ bool Oracle::Leads(const TrackComparison& track) const {
 // one that others wait for.
 void Oracle::CompareShifts(std::size_t index, const SampleFile& clip) {
   if (index > 0 && intended_.apart < 0) return;
+  // Beside a track that is wrong nobody can say which one is late, or has to wait.
+  if (std::any_of(tracks_.begin(), tracks_.end(),
+                  [](const TrackComparison& track) { return track.Differs(); }))
+    return;
   const Seconds tick = InSeconds(1, clip) + InSeconds(1, result_);
   const Seconds allowed = index == 0 ? 0 : static_cast<Seconds>(intended_.apart);
   const auto shift = [](const TrackComparison& track) { return track.Shift(); };

@@ -52,6 +52,8 @@ class TrackComparison {
   // Of the clip added last: by how much its track is shown later than in the clip, in seconds.
   // It has samples, and edit lists leave them in a row.
   bool IsShown() const { return shown_; }
+  // Its samples are other than the clips', as a finding says.
+  bool Differs() const { return differs_; }
   Seconds Shift() const { return shift_; }
   // For how long the sample before the clip's first one is shown longer than its clip says.
   Seconds Waited() const { return waited_; }

@@ -7,13 +7,9 @@
 
 #include <algorithm>
 
-#include "foundation/com_ptr.h"
-#include "merge/live_merge.h"
+#include "support/merged_clips.h"
 #include "support/movie_builder.h"
 #include "support/processor_time.h"
-#include "support/result_matchers.h"
-#include "support/temp_dir.h"
-#include "workflow/system/files.h"
 
 using namespace clipchain;
 using support::Bytes;
@@ -23,29 +19,8 @@ using testing::IsEmpty;
 
 namespace {
 
-class VerifyTest : public testing::Test {
+class VerifyTest : public support::MergedClips {
  protected:
-  std::string Put(const std::string& name, const Bytes& bytes) {
-    support::WriteFile(folder / name, bytes);
-    return folder / name;
-  }
-
-  // What the engine makes of the clips.
-  Bytes Merge(const std::vector<Bytes>& clips) {
-    inputs.clear();
-    for (const Bytes& clip : clips)
-      inputs.push_back(Put("clip" + std::to_string(inputs.size()), clip));
-    QUIRVA::ComPtr<MP4G::IMp4LiveMerge> merge;
-    EXPECT_OK(
-        MP4G::CMp4LiveMerge_Factory::CreateInstance(MP4G::IID_IMp4LiveMerge, merge.Receive()));
-    const std::string output = folder / "merged";
-    EXPECT_OK(merge->SetOutputPath(Wide(output).c_str()));
-    for (const std::string& input : inputs) EXPECT_OK(merge->InputMp4File(Wide(input).c_str()));
-    EXPECT_OK(merge->Finalize());
-    return support::ReadFile(output);
-  }
-  Bytes MergeTwo() { return Merge({support::Clip(30, 1).Build(), support::Clip(25, 7).Build()}); }
-
   Findings Look(const Bytes& merged, bool everyByte = false) {
     const std::string path = Put("looked at", merged);
     FileBytes file(path);
@@ -80,8 +55,6 @@ class VerifyTest : public testing::Test {
     return bytes;
   }
 
-  support::TempDir folder;
-  std::vector<std::string> inputs;
   clipchain::Progress progress;
 };
 
