@@ -26,11 +26,14 @@ void GapPatterns::Learn(const Reference& reference, std::optional<std::size_t> a
   Gap gap;
   gap.atBegin = true;
   std::uint64_t last = 0;
+  std::uint64_t pictures = 0;
   for (const ChunkPlace& chunk : reference.chunks()) {
     if (anchor && chunk.track == *anchor) {
+      pictures = gap.tracks.empty() ? pictures + chunk.samples : chunk.samples;
       GapPattern* pattern = gap.tracks.empty() ? nullptr : TakeGap(gap);
       if (pattern != nullptr) TakeFirst(gap, *pattern);
       gap = {};
+      gap.pictures = pictures;
       continue;
     }
     const bool joins =
@@ -82,10 +85,15 @@ GapPattern* GapPatterns::TakeGap(const Gap& gap) {
     patterns_.emplace_back();
     found = patterns_.end() - 1;
     found->tracks = gap.tracks;
+    found->pictures = gap.pictures;
     found->atBegin = gap.atBegin;
   }
   ++found->times;
   AddOnce(found->counts, gap.counts);
+  for (std::size_t i = 0; i < gap.counts.size(); ++i) {
+    if (gap.counts[i] * found->pictures != found->counts.front()[i] * gap.pictures)
+      found->keepsTime = false;
+  }
   return &*found;
 }
 
@@ -131,6 +139,8 @@ bool IsBeforePictures(const GapRules& rules, const GapPattern& pattern, std::uin
   constexpr std::uint64_t kEnough = 4;
   constexpr std::uint64_t kLeastStep = 256;
   if (pattern.chunks == 0) return false;
+  // Pieces of several tracks may take turns instead of being longer.
+  if (pattern.tracks.size() > 1 && count > pattern.most) return false;
   if (pattern.chunks >= kEnough && pattern.chunkStep >= kLeastStep &&
       count % pattern.chunkStep == 0)
     return rules.followers() != Followers::kFew;
@@ -181,10 +191,15 @@ class Solver {
     return std::uint64_t{methods_[track]->UniformSize()} * count;
   }
 
-  // Pieces of constant size beside each other that are always in one proportion.
+  // Pieces of constant size beside each other that are always in one proportion, and never take
+  // turns.
   bool IsEven(const GapPattern& pattern) const {
     const auto& first = pattern.counts.front();
-    return SaysNothing(pattern, methods_) &&
+    const auto& all = rules_.patterns.all();
+    const bool isOnly = std::all_of(all.begin(), all.end(), [&](const GapPattern& other) {
+      return &other == &pattern || other.atBegin != pattern.atBegin;
+    });
+    return isOnly && SaysNothing(pattern, methods_) &&
            std::all_of(pattern.counts.begin(), pattern.counts.end(), [&](const auto& counts) {
              for (std::size_t i = 1; i < counts.size(); ++i) {
                if (counts[i] * first[0] != counts[0] * first[i]) return false;
@@ -321,17 +336,19 @@ bool IsOfPackets(const GapPattern& pattern, std::uint64_t count) {
 
 // Where the reference's gaps are of very many lengths, one between them will do, as long as no two
 // of them fit into one: then nothing inside of a gap can be taken for a picture between two.
-bool HasCountsOf(const GapRules& rules, const GapPattern& pattern, const Pieces& pieces) {
+bool HasLikelyCounts(const GapRules& rules, const GapPattern& pattern, const Pieces& pieces) {
   constexpr std::size_t kMany = 64;
+  const std::uint64_t count = pieces.front().span.count;
+  if (IsBeforePictures(rules, pattern, count)) return true;
+  if (pieces.size() != 1) return false;
+  return IsOfPackets(pattern, count) || (pattern.counts.size() >= kMany && pattern.least <= count &&
+                                         count <= pattern.most && 2 * pattern.least > pattern.most);
+}
+
+bool HasKnownCounts(const GapPattern& pattern, const Pieces& pieces) {
   std::vector<std::uint64_t> counts;
   for (const GapPiece& piece : pieces) counts.push_back(piece.span.count);
-  const auto& known = pattern.counts;
-  if (std::find(known.begin(), known.end(), counts) != known.end()) return true;
-  if (IsBeforePictures(rules, pattern, counts.front())) return true;
-  if (counts.size() != 1) return false;
-  return IsOfPackets(pattern, counts.front()) ||
-         (known.size() >= kMany && pattern.least <= counts.front() &&
-          counts.front() <= pattern.most && 2 * pattern.least > pattern.most);
+  return std::find(pattern.counts.begin(), pattern.counts.end(), counts) != pattern.counts.end();
 }
 
 bool IsSame(const Pieces& a, const Pieces& b) {
@@ -341,6 +358,21 @@ bool IsSame(const Pieces& a, const Pieces& b) {
                              one.span.count == other.span.count;
                     });
 }
+
+// Of all ways to fill a gap, the one that there is.
+class OneWay {
+ public:
+  void Take(Pieces pieces) {
+    several_ = several_ || (only_ && !IsSame(*only_, pieces));
+    if (!only_) only_ = std::move(pieces);
+  }
+  bool any() const { return only_.has_value(); }
+  std::optional<Pieces> way() const { return several_ ? std::nullopt : only_; }
+
+ private:
+  std::optional<Pieces> only_;
+  bool several_ = false;
+};
 
 }  // namespace
 
@@ -355,27 +387,28 @@ bool MayEndWith(const GapPatterns& patterns, const GapPattern& pattern, const Pi
 
 // Samples that a decoder or a header confirms fill a gap by no accident. Those
 // of constant size do so easily, and count only where there is one way; so do pieces that look like
-// those of another track.
+// those of another track. Numbers that the reference has go ahead of those that are like them.
 std::optional<std::vector<GapPiece>> SolveGap(const GapRules& rules, MediaWindow& window,
                                               ByteRange gap, GapPlace place) {
   const bool atBegin = place != GapPlace::kInside && place != GapPlace::kEnd;
   const bool ends = place == GapPlace::kEnd || place == GapPlace::kAll;
   Solver solver(rules, window, gap, ends);
-  std::optional<Pieces> only;
-  bool several = false;
+  OneWay known;
+  OneWay likely;
   for (const GapPattern& pattern : rules.patterns.all()) {
     if (pattern.atBegin != atBegin || !solver.HasMethods(pattern)) continue;
     const bool isUniform = SaysNothing(pattern, rules.methods);
     for (Pieces& pieces : solver.Solve(pattern)) {
       if (!isUniform && !solver.HasAlike(pattern)) return std::move(pieces);
-      if (isUniform && !HasCountsOf(rules, pattern, pieces) &&
-          !(ends && MayEndWith(rules.patterns, pattern, pieces, atBegin)))
-        continue;
-      several = several || (only && !IsSame(*only, pieces));
-      if (!only) only = std::move(pieces);
+      if (!isUniform || HasKnownCounts(pattern, pieces)) {
+        known.Take(std::move(pieces));
+      } else if (HasLikelyCounts(rules, pattern, pieces) ||
+                 (ends && MayEndWith(rules.patterns, pattern, pieces, atBegin))) {
+        likely.Take(std::move(pieces));
+      }
     }
   }
-  return several ? std::nullopt : only;
+  return known.any() ? known.way() : likely.way();
 }
 
 }  // namespace clipchain::rescue

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "workflow/rescue/broken_file.h"
+#include "workflow/rescue/cut_gap.h"
 #include "workflow/rescue/picture_facts.h"
 #include "workflow/rescue/sound_decoder.h"
 
@@ -83,6 +84,12 @@ class Walk {
   Followers FollowersAt(std::uint64_t position);
   void End();
   void TakeTail();
+  bool TakeTailOfSeveral();
+  void TakePiecesOf(const std::vector<GapPiece>& pieces);
+  GapRules RulesAt(std::uint64_t end) {
+    return {model_.patterns, model_.methods, model_.order, harvest_.tracks,
+            [this, end] { return FollowersAt(end); }};
+  }
   std::uint64_t MostAtEnd(std::size_t track) const;
   bool TooMuchWork() const {
     return units_.Work() + window_.Work() - before_ >
@@ -108,6 +115,8 @@ class Walk {
   SoundClock clock_;
   // What was found between the last two pictures, if anything.
   std::optional<ByteRange> gap_;
+  // Pictures in front of that and of all gaps before.
+  std::uint64_t picturesBefore_ = 0;
   // A whole picture stands between the position and the end.
   bool parted_ = false;
   // Another recording follows.
@@ -219,18 +228,21 @@ bool Walk::CrossTo(std::uint64_t end) {
   const bool ends = !parted_ && ((range_.ends && end == range_.end) || AtMovie(end));
   if (ends && place != GapPlace::kDoubtfulBegin)
     place = AtBegin() ? GapPlace::kAll : GapPlace::kEnd;
-  const auto pieces = SolveGap({model_.patterns, model_.methods, model_.order, harvest_.tracks,
-                                [this, end] { return FollowersAt(end); }},
-                               window_, {position_, end}, place);
+  const auto pieces = SolveGap(RulesAt(end), window_, {position_, end}, place);
   if (!pieces) return false;
-  Commit();
-  for (const GapPiece& piece : *pieces) {
-    harvest_.Add(piece.track, piece.position, piece.span);
-    model_.methods[piece.track]->Taken();
-  }
+  TakePiecesOf(*pieces);
+  if (model_.video) picturesBefore_ = harvest_.tracks[*model_.video].samples;
   gap_ = {position_, end};
   position_ = end;
   return true;
+}
+
+void Walk::TakePiecesOf(const std::vector<GapPiece>& pieces) {
+  Commit();
+  for (const GapPiece& piece : pieces) {
+    harvest_.Add(piece.track, piece.position, piece.span);
+    model_.methods[piece.track]->Taken();
+  }
 }
 
 // Most gaps are as long as one of the reference's, if their samples have one
@@ -320,11 +332,26 @@ std::uint64_t Walk::MostAtEnd(std::size_t track) const {
   return most * kTimesMost;
 }
 
+bool Walk::TakeTailOfSeveral() {
+  if (range_.overrun || range_.end - position_ > model_.patterns.largest() * 2 + kRoom)
+    return false;
+  const std::uint64_t pictures =
+      harvest_.tracks[*model_.video].samples + (pending_ ? 1 : 0) - picturesBefore_;
+  PictureGuard guard(&units_, range_.end);
+  const auto pieces = SolveCutGap(RulesAt(range_.end), window_,
+                                  {{position_, range_.end}, AtBegin(), pictures}, guard);
+  if (pieces.empty()) return false;
+  TakePiecesOf(pieces);
+  position_ = pieces.back().position + pieces.back().span.bytes;
+  return true;
+}
+
 // What is left is the beginning of a gap that was cut: it counts as far as its
 // samples are sure, and then the picture in front of it does, too.
 void Walk::TakeTail() {
   if (position_ >= range_.end) return;
   if (!model_.video && range_.ends && CrossTo(range_.end)) return;
+  if (model_.video && TakeTailOfSeveral()) return;
   const auto track = model_.patterns.FirstTrack(AtBegin());
   if (!track || model_.methods[*track] == nullptr) return;
   FrameMethod& method = *model_.methods[*track];

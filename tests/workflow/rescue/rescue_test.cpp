@@ -16,6 +16,7 @@
 #include "support/movie_builder.h"
 #include "support/temp_dir.h"
 #include "workflow/check.h"
+#include "workflow/rescue/cut_gap.h"
 #include "workflow/rescue/gap_patterns.h"
 #include "workflow/rescue/reference.h"
 #include "workflow/rescue/sound_entry.h"
@@ -354,35 +355,44 @@ TEST_F(RescueTest, KnowsAClipThatNeedsIt) {
   EXPECT_FALSE(NeedsRescue(folder_ / "missing.mp4"));
 }
 
-// A clip with a picture before each piece of sound; these have so many samples of 4 bytes.
-Bytes WithPieces(const std::vector<std::uint32_t>& pieces) {
+// A clip with a picture before each piece of sound; these have so many samples of 4 bytes, of each
+// track.
+Bytes WithPieces(const std::vector<std::uint32_t>& pieces, std::size_t tracks = 1) {
   const auto count = static_cast<std::uint32_t>(pieces.size());
   support::Track sound = support::AudioTrack(0);
   sound.sampleSizes.assign(std::accumulate(pieces.begin(), pieces.end(), std::size_t{0}), 4);
   sound.stts = {{static_cast<std::uint32_t>(sound.sampleSizes.size()), 1}};
   support::Track pictures = support::VideoTrack(count);
   pictures.sampleSizes.assign(count, 10);
-  Bytes clip = support::MovieBuilder().Add(pictures).Add(sound).Build();
+  support::MovieBuilder builder;
+  builder.Add(pictures);
+  for (std::size_t i = 0; i < tracks; ++i) builder.Add(sound);
+  Bytes clip = builder.Build();
   const std::size_t at = PlaceOf(clip, "moov");
   std::span<const unsigned char> in(clip.data() + at, clip.size() - at);
   RawBox movie;
   EXPECT_TRUE(movie.Take(in));
   std::uint64_t place = PlaceOf(clip, "mdat") + 8;
   std::vector<std::uint64_t> ofPictures;
-  std::vector<std::uint64_t> ofSound;
+  std::vector<std::vector<std::uint64_t>> ofSound(tracks);
   ChunkRuns runs;
   for (const std::uint32_t piece : pieces) {
     ofPictures.push_back(place);
-    ofSound.push_back(place + 10);
-    AppendChunk(runs, static_cast<std::uint32_t>(ofSound.size()), piece, 1);
-    place += 10 + piece * 4;
+    place += 10;
+    for (auto& offsets : ofSound) {
+      offsets.push_back(place);
+      place += std::uint64_t{piece} * 4;
+    }
+    AppendChunk(runs, static_cast<std::uint32_t>(ofPictures.size()), piece, 1);
   }
   RawBox& pictureTable = *SampleTable(*TracksOf(movie)[0]);
-  RawBox& soundTable = *SampleTable(*TracksOf(movie)[1]);
   ReplaceChild(pictureTable, ChunkRunsBox({{1, 1, 1}}));
   ReplaceChild(pictureTable, ChunkOffsetsBox(ofPictures));
-  ReplaceChild(soundTable, ChunkRunsBox(runs));
-  ReplaceChild(soundTable, ChunkOffsetsBox(ofSound));
+  for (std::size_t i = 0; i < tracks; ++i) {
+    RawBox& soundTable = *SampleTable(*TracksOf(movie)[1 + i]);
+    ReplaceChild(soundTable, ChunkRunsBox(runs));
+    ReplaceChild(soundTable, ChunkOffsetsBox(ofSound[i]));
+  }
   clip.resize(at);
   movie.Write(clip);
   return clip;
@@ -420,9 +430,16 @@ class FourBytes final : public rescue::FrameMethod {
     if (bytes % 4 != 0) return std::nullopt;
     return rescue::SampleSpan{bytes / 4, bytes, {}};
   }
-  rescue::SampleSpan Begin(rescue::MediaWindow&, rescue::ByteRange, rescue::BeginsOther&) override {
-    return {};
+  rescue::SampleSpan Begin(rescue::MediaWindow&, rescue::ByteRange range,
+                           rescue::BeginsOther&) override {
+    const std::uint64_t count = (range.end - range.begin) / 4;
+    return {count, count * 4, {}};
   }
+};
+
+class NoOther final : public rescue::BeginsOther {
+ public:
+  Answer At(std::uint64_t) override { return Answer::kNo; }
 };
 
 namespace {
@@ -433,24 +450,46 @@ class LearnedPieces {
   clipchain::Reason Learn(const std::string& path) {
     if (clipchain::Reason why = reference_.Load(path)) return why;
     patterns_.Learn(reference_, 0);
-    methods_[1] = std::make_unique<FourBytes>();
+    methods_.resize(reference_.tracks().size());
+    found_.resize(methods_.size());
+    for (std::size_t i = 1; i < methods_.size(); ++i) methods_[i] = std::make_unique<FourBytes>();
     return std::nullopt;
   }
   const rescue::GapPatterns& patterns() const { return patterns_; }
   // Whether so many samples fill a piece between two pictures, the latter of which others follow.
   bool Fill(std::uint64_t samples, rescue::Followers followers = rescue::Followers::kFew) {
+    return !PiecesOf(samples, followers).empty();
+  }
+  // The samples of each piece.
+  std::vector<std::uint64_t> PiecesOf(std::uint64_t samples, rescue::Followers followers) {
     rescue::MediaWindow window(reference_.file());
-    return rescue::SolveGap({patterns_, methods_, order_, found_, [=] { return followers; }},
-                            window, {100, 100 + samples * 4}, rescue::GapPlace::kInside)
-        .has_value();
+    return CountsOf(rescue::SolveGap(Rules(followers), window, {100, 100 + samples * 4},
+                                     rescue::GapPlace::kInside)
+                        .value_or(std::vector<rescue::GapPiece>()));
+  }
+  // The same where the media was cut behind so many.
+  std::vector<std::uint64_t> CutBehind(std::uint64_t samples, std::uint64_t pictures) {
+    rescue::MediaWindow window(reference_.file());
+    NoOther other;
+    return CountsOf(rescue::SolveCutGap(Rules(rescue::Followers::kFew), window,
+                                        {{100, 100 + samples * 4}, false, pictures}, other));
   }
 
  private:
+  rescue::GapRules Rules(rescue::Followers followers) const {
+    return {patterns_, methods_, order_, found_, [=] { return followers; }};
+  }
+  static std::vector<std::uint64_t> CountsOf(const std::vector<rescue::GapPiece>& pieces) {
+    std::vector<std::uint64_t> counts;
+    for (const rescue::GapPiece& piece : pieces) counts.push_back(piece.span.count);
+    return counts;
+  }
+
   rescue::Reference reference_;
   rescue::GapPatterns patterns_;
-  rescue::FrameMethods methods_ = rescue::FrameMethods(2);
+  rescue::FrameMethods methods_;
   rescue::SoundOrder order_;
-  std::vector<rescue::TrackHarvest> found_ = std::vector<rescue::TrackHarvest>(2);
+  std::vector<rescue::TrackHarvest> found_;
 };
 
 }  // namespace
@@ -511,6 +550,34 @@ TEST(GapPatterns, OfChunksOfOneLengthAreFilledWherePicturesFollow) {
   EXPECT_FALSE(learned.Fill(9001, Followers::kAll));
   EXPECT_FALSE(learned.Fill(1200, Followers::kEnough));
   EXPECT_TRUE(learned.Fill(1200, Followers::kAll));
+}
+
+// As from several microphones.
+TEST(GapPatterns, OfTracksBesideEachOtherAreFilledInTheirProportion) {
+  const TempDir folder;
+  const std::string path = folder / "clip";
+  WriteFile(path, WithPieces({3000, 3000, 3000, 3000, 3000}, 2));
+  LearnedPieces learned;
+  ASSERT_EQ(std::nullopt, learned.Learn(path));
+  using rescue::Followers;
+  using Counts = std::vector<std::uint64_t>;
+  EXPECT_EQ((Counts{3000, 3000}), learned.PiecesOf(6000, Followers::kFew));
+  EXPECT_EQ(Counts(), learned.PiecesOf(2400, Followers::kEnough));
+  EXPECT_EQ((Counts{1200, 1200}), learned.PiecesOf(2400, Followers::kAll));
+  EXPECT_EQ(Counts(), learned.PiecesOf(2401, Followers::kAll));
+  EXPECT_EQ(Counts(), learned.PiecesOf(12000, Followers::kAll)) << "they may take turns";
+  EXPECT_EQ((Counts{3000, 1200}), learned.CutBehind(4200, 1));
+  EXPECT_EQ(Counts(), learned.CutBehind(6001, 1)) << "something else stands behind them";
+}
+
+// Where some pieces are longer than the pictures in front of them, any may be.
+TEST(GapPatterns, OfTracksThatGoApartFromThePicturesAreNotSureWhereTheyAreCut) {
+  const TempDir folder;
+  const std::string path = folder / "clip";
+  WriteFile(path, WithPieces({3000, 3000, 3001, 3000, 3000}, 2));
+  LearnedPieces learned;
+  ASSERT_EQ(std::nullopt, learned.Learn(path));
+  EXPECT_TRUE(learned.CutBehind(4200, 1).empty());
 }
 
 // Where two pieces fit into one, what looks like a picture in the sound could part it.
