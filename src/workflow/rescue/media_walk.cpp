@@ -70,6 +70,7 @@ class Walk {
  private:
   bool TakePicture();
   void Commit();
+  bool MayBeAnother(const SoundClock::Apart& apart) const;
   std::uint64_t PlaceInFront(std::uint64_t pictures) const;
   void EndAt(std::uint64_t position);
   bool AtMovie(std::uint64_t position);
@@ -143,8 +144,8 @@ bool Walk::TakePicture() {
   }
   Commit();
   if (const auto apart = clock_.Take(harvest_, harvest_.tracks[*model_.video].samples)) {
-    if (recording_.SinceOpening() <= *apart) {
-      EndAt(PlaceInFront(*apart));
+    if (MayBeAnother(*apart)) {
+      EndAt(PlaceInFront(apart->pictures));
       return false;
     }
     clock_.Restart();
@@ -160,6 +161,14 @@ bool Walk::TakePicture() {
   pending_.reset();
   EndAt(*doubtful);
   return false;
+}
+
+// A pause that is that long ahead of a picture with which another recording may begin is one of
+// this recording: it explains what goes apart.
+bool Walk::MayBeAnother(const SoundClock::Apart& apart) const {
+  constexpr std::uint64_t kOwnPause = 20;
+  const std::uint64_t since = recording_.SinceOpening();
+  return since <= apart.pictures && apart.pause <= since + kOwnPause;
 }
 
 // Where the first one of that many pictures begins, and of one at least: the sound in front of the

@@ -96,13 +96,13 @@ void SoundClock::Seen::Take(std::int64_t ahead) {
   least = least ? std::min(*least, ahead) : ahead;
 }
 
-std::optional<std::uint64_t> SoundClock::Take(const Harvest& found, std::uint64_t pictures) {
+std::optional<SoundClock::Apart> SoundClock::Take(const Harvest& found, std::uint64_t pictures) {
   // What goes apart a little shows some pictures later.
   constexpr std::uint64_t kLate = 16;
   // Another recording would have sound about as soon behind its first picture as the reference has:
   // in a pause that is longer nothing but its end may be of another one.
   constexpr std::uint64_t kMorePictures = 4;
-  std::optional<std::uint64_t> apart;
+  std::optional<Apart> apart;
   for (std::size_t i = 0; i < leads_.size(); ++i) {
     const SoundLead& of = leads_[i];
     Seen& seen = seen_[i];
@@ -117,9 +117,11 @@ std::optional<std::uint64_t> SoundClock::Take(const Harvest& found, std::uint64_
     if (any && seen.most - *seen.least > of.width) {
       const bool atOnce =
           std::max(std::abs(lead - seen.last), std::abs(least - seen.last)) > of.width;
-      const std::uint64_t between =
-          std::min(pictures - seen.pictures, of.longestPause + kMorePictures);
-      apart = std::max(apart.value_or(0), atOnce ? between : kLate);
+      const std::uint64_t pause = pictures - seen.pictures;
+      const std::uint64_t late = atOnce ? std::min(pause, of.longestPause + kMorePictures) : kLate;
+      if (!apart) apart.emplace();
+      apart->pictures = std::max(apart->pictures, late);
+      apart->pause = std::max(apart->pause, pause);
     }
     seen.samples = samples;
     seen.pictures = pictures;

@@ -35,13 +35,20 @@ std::vector<SoundLead> LearnLeads(const Reference& reference, std::size_t video)
 
 class SoundClock {
  public:
+  // Sound goes further apart from the pictures than ever in the reference.
+  struct Apart {
+    // It begins to at one of so many pictures in front of the last one, or at that.
+    std::uint64_t pictures = 0;
+    // So many stand there without sound.
+    std::uint64_t pause = 0;
+  };
+
   // The leads must outlive this object.
   explicit SoundClock(const std::vector<SoundLead>& leads) : leads_(leads), seen_(leads.size()) {}
 
-  // Takes the next picture, behind so many and behind the sound that was found. If the sound goes
-  // further apart from the pictures than ever in the reference: at one of how many pictures in
-  // front of this one, or at this one, it begins to.
-  std::optional<std::uint64_t> Take(const Harvest& found, std::uint64_t pictures);
+  // Takes the next picture, behind so many and behind the sound that was found. Nothing: both go on
+  // as they did.
+  std::optional<Apart> Take(const Harvest& found, std::uint64_t pictures);
   // Forgets how far they were apart: pictures or pieces of sound may have been left out.
   void Restart() { std::fill(seen_.begin(), seen_.end(), Seen()); }
 

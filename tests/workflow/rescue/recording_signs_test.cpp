@@ -239,7 +239,8 @@ TEST(SoundClock, SaysWhereSoundAndPicturesMayBeginToGoApart) {
   found.tracks.resize(2);
   const auto take = [&](SoundClock& clock, std::uint64_t samples, std::uint64_t picture) {
     found.tracks[1].samples = samples;
-    return clock.Take(found, picture);
+    const auto apart = clock.Take(found, picture);
+    return apart ? std::optional(apart->pictures) : std::nullopt;
   };
   SoundClock sudden(leads);
   EXPECT_EQ(std::nullopt, take(sudden, 3, 1));
@@ -249,6 +250,8 @@ TEST(SoundClock, SaysWhereSoundAndPicturesMayBeginToGoApart) {
   SoundClock pause(leads);
   EXPECT_EQ(std::nullopt, take(pause, 3, 1));
   EXPECT_EQ(5U, take(pause, 5, 20)) << "another recording's sound would begin sooner";
+  found.tracks[1].samples = 20;
+  EXPECT_EQ(25U, pause.Take(found, 45).value_or(SoundClock::Apart()).pause);
   SoundClock slow(leads);
   EXPECT_EQ(std::nullopt, take(slow, 3, 1));
   EXPECT_EQ(std::nullopt, take(slow, 6, 2));
