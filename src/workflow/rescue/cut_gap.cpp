@@ -39,9 +39,10 @@ class CutGapSolver {
     return {};
   }
 
-  static bool KeepsTime(const GapPattern& pattern) {
+  bool KeepsTime(const GapPattern& pattern) const {
     constexpr std::uint64_t kEnough = 3;
-    return pattern.keepsTime && pattern.pictures != 0 && pattern.times >= kEnough;
+    return rules_.patterns.IsOnly(pattern) && pattern.keepsTime && pattern.pictures != 0 &&
+           pattern.times >= kEnough;
   }
 
   // Where the reference's pieces are as long as the pictures in front of them take, up to its end.
@@ -125,7 +126,7 @@ std::vector<GapPiece> SolveCutGap(const GapRules& rules, MediaWindow& window, co
   for (const GapPattern& pattern : rules.patterns.all()) {
     if (!solver.Suits(pattern)) continue;
     if (solver.SaysNothing(pattern)) {
-      if (CutGapSolver::KeepsTime(pattern) && !take(solver.SolveInTime(pattern))) return {};
+      if (solver.KeepsTime(pattern) && !take(solver.SolveInTime(pattern))) return {};
       continue;
     }
     for (const auto& counts : pattern.counts) {

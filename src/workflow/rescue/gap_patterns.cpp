@@ -113,12 +113,23 @@ std::optional<std::size_t> GapPatterns::FirstTrack(bool atBegin) const {
   return first;
 }
 
+bool GapPatterns::IsOnly(const GapPattern& pattern) const {
+  return std::all_of(patterns_.begin(), patterns_.end(), [&](const GapPattern& other) {
+    return &other == &pattern || other.atBegin != pattern.atBegin;
+  });
+}
+
 std::optional<std::uint64_t> GapPatterns::LeastFollowed(bool atBegin) const {
   std::optional<std::uint64_t> least;
   for (const GapPattern& pattern : patterns_) {
     if (pattern.atBegin != atBegin || pattern.tracks.size() < 2) continue;
-    for (const auto& counts : pattern.counts)
-      least = std::min(least.value_or(counts.front()), counts.front());
+    for (const auto& counts : pattern.counts) {
+      // The last piece of the first track may be the second one in the gap.
+      for (std::size_t i = 0; i + 1 < counts.size(); ++i) {
+        if (pattern.tracks[i] == pattern.tracks.front())
+          least = std::min(least.value_or(counts[i]), counts[i]);
+      }
+    }
   }
   return least;
 }
@@ -195,11 +206,7 @@ class Solver {
   // turns.
   bool IsEven(const GapPattern& pattern) const {
     const auto& first = pattern.counts.front();
-    const auto& all = rules_.patterns.all();
-    const bool isOnly = std::all_of(all.begin(), all.end(), [&](const GapPattern& other) {
-      return &other == &pattern || other.atBegin != pattern.atBegin;
-    });
-    return isOnly && SaysNothing(pattern, methods_) &&
+    return rules_.patterns.IsOnly(pattern) && SaysNothing(pattern, methods_) &&
            std::all_of(pattern.counts.begin(), pattern.counts.end(), [&](const auto& counts) {
              for (std::size_t i = 1; i < counts.size(); ++i) {
                if (counts[i] * first[0] != counts[0] * first[i]) return false;

@@ -47,6 +47,8 @@ class GapPatterns {
 
   const std::vector<GapPattern>& all() const { return patterns_; }
   std::uint64_t largest() const { return largest_; }
+  // Whether no other one is of the same place.
+  bool IsOnly(const GapPattern& pattern) const;
   // The numbers of samples that pieces of a track have, without that of the
   // last piece, which may be shorter.
   std::vector<std::uint64_t> CountsOf(std::size_t track) const;
@@ -56,8 +58,8 @@ class GapPatterns {
   // The track that every gap begins with, or every first one; nothing where
   // they differ.
   std::optional<std::size_t> FirstTrack(bool atBegin) const;
-  // The fewest samples of a piece that a gap begins with and that a piece of another track follows;
-  // nothing where none does.
+  // The fewest samples of a piece, of the track that a gap begins with, that a piece of another
+  // track follows; nothing where none does.
   std::optional<std::uint64_t> LeastFollowed(bool atBegin) const;
 
  private:

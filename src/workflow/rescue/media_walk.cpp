@@ -342,7 +342,8 @@ std::uint64_t Walk::MostAtEnd(std::size_t track) const {
 }
 
 bool Walk::TakeTailOfSeveral() {
-  if (range_.overrun || range_.end - position_ > model_.patterns.largest() * 2 + kRoom)
+  if (range_.ends || range_.overrun ||
+      range_.end - position_ > model_.patterns.largest() * 2 + kRoom)
     return false;
   const std::uint64_t pictures =
       harvest_.tracks[*model_.video].samples + (pending_ ? 1 : 0) - picturesBefore_;
