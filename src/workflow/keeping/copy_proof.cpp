@@ -3,6 +3,8 @@
 #include <memory>
 #include <optional>
 
+#include "workflow/companion.h"
+#include "workflow/keeping/checksums_beside.h"
 #include "workflow/system/files.h"
 #include "workflow/system/part_name.h"
 
@@ -45,9 +47,16 @@ Reason CopyProof::Compare(CardFile& file, KeptFile& candidate) {
   if (copy == nullptr) return PrintablePath(candidate.file.path) + ' ' + *why;
   ListedBytes bytes(file.file);
   if (bytes.Why()) return bytes.Why();
-  return compare_.Compare({copy->Bytes(), candidate.file.path, 0},
-                          {bytes.Bytes(), file.file.path, 0},
-                          static_cast<unsigned long long>(file.file.stamp.size), nullptr);
+  // What lies beside a merge of one clip may speak of it, though it is a copy of the clip; whatever
+  // has an archive was asked together with it.
+  const std::string& path = candidate.file.path;
+  const bool asks = file.isClip && kept_.At(path + std::string(kChecksumsSuffix)) != nullptr &&
+                    kept_.At(path + std::string(kOriginalsSuffix)) == nullptr;
+  PassingHash hash(copy->Bytes());
+  why = compare_.Compare({copy->Bytes(), path, 0}, {bytes.Bytes(), file.file.path, 0},
+                         static_cast<unsigned long long>(file.file.stamp.size),
+                         asks ? &hash : nullptr);
+  return why || !asks ? why : CheckChecksums(kept_, candidate, hash, "");
 }
 
 void CopyProof::Try(CardFile& file) {

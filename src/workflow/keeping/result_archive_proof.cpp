@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "workflow/keeping/checksums_beside.h"
 #include "workflow/keeping/kept_bytes.h"
 #include "workflow/keeping/result_proof.h"
 #include "workflow/system/files.h"
@@ -171,7 +172,7 @@ Reason ResultProof::CheckArchive(KeptFile& result, ListedBytes& bytes, KeptFile&
   why = reader.AtEnd();
   if (!why) why = CheckImage(result, bytes, contents, clips);
   if (!why) {
-    if (const Reason sums = CheckChecksums(result, hash, reader.FileHash()))
+    if (const Reason sums = CheckChecksums(kept_, result, hash, reader.FileHash()))
       why = "counts only beside checksums that fit: " + *sums;
   }
   if (!why) {

@@ -10,6 +10,7 @@
 #include "adapt/boxes/chapter_box.h"
 #include "workflow/check.h"
 #include "workflow/keeping/checksum_file.h"
+#include "workflow/keeping/checksums_beside.h"
 #include "workflow/keeping/kept_bytes.h"
 #include "workflow/merging/fitting_of.h"
 #include "workflow/merging/result_chapters.h"
@@ -83,37 +84,6 @@ void ResultProof::Keep(const std::vector<std::size_t>& clips, Keeping keeping) {
 
 void ResultProof::Blame(const std::vector<std::size_t>& clips, const std::string& reason) {
   for (const std::size_t clip : clips) cards_.Files()[clip].reason = reason;
-}
-
-// Whether a file of checksums beside the result, if there is one, has those of the result and of
-// nothing but its archive. Answers a whole sentence.
-Reason ResultProof::CheckChecksums(KeptFile& result, PassingHash& hash,
-                                   const std::string& archiveHash) {
-  const std::string sumsPath = result.file.path + std::string(kChecksumsSuffix);
-  KeptFile* const sums = kept_.At(sumsPath);
-  if (sums == nullptr) {
-    if (kept_.Hides(sumsPath)) return PrintablePath(sumsPath) + " can't be used";
-    return std::nullopt;
-  }
-  constexpr long long kLargest = 1 << 20;
-  const std::string misfit = fmt::format("{} does not fit {}", PrintablePath(sums->file.path),
-                                         PrintablePath(result.file.path));
-  ListedBytes bytes(sums->file);
-  if (bytes.Why() || sums->file.stamp.size > kLargest) return misfit;
-  // Two lines; whatever is larger was refused above.
-  std::string text(static_cast<std::size_t>(sums->file.stamp.size), '\0');
-  std::vector<Checksum> found;
-  if (!bytes.Bytes().Read(0, text.data(), text.size()) || !ReadChecksums(text, found))
-    return misfit;
-  const std::string name = NameOf(result.file.path);
-  const std::optional<std::string> own = hash.Finish();
-  if (!own) return misfit;
-  // A merge without an archive writes one line, with an archive two.
-  std::vector<Checksum> expected{{*own, name}};
-  if (found.size() > 1) expected.push_back({archiveHash, name + std::string(kOriginalsSuffix)});
-  if (found != expected) return misfit;
-  kept_.Count(*sums);
-  return std::nullopt;
 }
 
 bool ResultProof::OwnBytesFit(KeptFile& result, ListedBytes& bytes, const MergeImage& image) {
@@ -204,7 +174,7 @@ Reason ResultProof::CompareContent(KeptFile& result, ListedBytes& bytes,
     }
     if (why) return why;
   }
-  return CheckChecksums(result, hash, "");
+  return CheckChecksums(kept_, result, hash, "");
 }
 
 void ResultProof::TryContent(KeptFile& result) {

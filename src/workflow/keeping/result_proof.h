@@ -57,8 +57,6 @@ class ResultProof {
   [[nodiscard]] Reason CompareContent(KeptFile& result, ListedBytes& bytes,
                                       const std::vector<std::size_t>& clips,
                                       const MergeImage& image, PlacedClips& others);
-  [[nodiscard]] Reason CheckChecksums(KeptFile& result, PassingHash& hash,
-                                      const std::string& archiveHash);
   bool OwnBytesFit(KeptFile& result, ListedBytes& bytes, const MergeImage& image);
 
   void Keep(const std::vector<std::size_t>& clips, Keeping keeping);

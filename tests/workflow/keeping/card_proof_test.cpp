@@ -384,6 +384,18 @@ TEST_F(CardProofTest, LetsNoCopyCountBesideAnArchiveThatDoesNotFit) {
   EXPECT_THAT(Prove().notKept[0].reason, HasSubstr("clip1.mp4 is beside an archive"));
 }
 
+// A merge of one clip may be a copy of it.
+TEST_F(CardProofTest, LetsNoCopyOfAClipCountBesideChecksumsThatDoNotFit) {
+  KeepOptions sums;
+  sums.checksums = true;
+  for (const std::string& clip : clips)
+    support::WriteFile(clip, support::ReadFile(Merge({clip}, fs::path(clip).filename(), sums)));
+  EXPECT_THAT(NotKept(), IsEmpty());
+  ChangeByte(folder / "kept" / "clip1.mp4.xxh", 7);
+  EXPECT_THAT(NotKept(), ElementsAre("clip1.mp4"));
+  EXPECT_THAT(Prove().notKept[0].reason, HasSubstr("clip1.mp4.xxh does not fit"));
+}
+
 TEST_F(CardProofTest, SaysOfWhichClipsAnUnusableResultIs) {
   const std::string result = Merge(clips, "out.mp4");
   ASSERT_EQ(0, ::mkfifo((result + ".originals").c_str(), 0600));
