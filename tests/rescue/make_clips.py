@@ -19,6 +19,8 @@ KINDS = {
     "avc and pcm": ("mov", "-c:v libx264 -bf 3", "-c:a pcm_s16le -ac 2", ""),
     "avc and pcm 24": ("mov", "-c:v libx264 -bf 0", "-c:a pcm_s24be", ""),
     "hevc and pcm": ("mov", "-c:v libx265 -x265-params log-level=none", "-c:a pcm_s16be", ""),
+    "avc and pcm, 0.5 s": ("mov", "-c:v libx264 -bf 2 -g 12", "-c:a pcm_s16le -ac 2", "-chunk_duration 500000"),
+    "avc and pcm 24, 1 s": ("mov", "-c:v libx264 -bf 0", "-c:a pcm_s24be", "-chunk_duration 1000000"),
     "avc and mp3": ("mp4", "-c:v libx264 -bf 2", "-c:a libmp3lame", ""),
     "avc and ac-3": ("mp4", "-c:v libx264 -bf 2", "-c:a ac3", ""),
     "avc, aac and timecode": ("mov", "-c:v libx264", "-c:a aac", "-timecode 01:00:00:00"),

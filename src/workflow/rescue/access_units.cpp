@@ -1,6 +1,7 @@
 #include "workflow/rescue/access_units.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "workflow/rescue/jpeg_pictures.h"
@@ -51,6 +52,11 @@ std::optional<AccessUnits::Unit> AccessUnits::UnitAt(std::uint64_t position) {
   const unsigned char* bytes = window_.At(position, lead);
   work_ += kHead;
   if (bytes == nullptr) return std::nullopt;
+  return UnitOf(position, bytes);
+}
+
+std::optional<AccessUnits::Unit> AccessUnits::UnitOf(std::uint64_t position,
+                                                     const unsigned char* bytes) const {
   Unit unit;
   unit.size = ReadLength(bytes, syntax_.lengthSize());
   unit.header = syntax_.Header(bytes + syntax_.lengthSize());
@@ -82,6 +88,19 @@ bool AccessUnits::IsClean(const Unit& unit) {
     at += step - 2;
   }
   return true;
+}
+
+// Whether another unit stands behind one in front of a slice: without it there is no picture, and
+// what looks like the head of a long unit in sound needs no look at all of it. Only the head of a
+// slice tells enough of an access unit whose rest is not there.
+bool AccessUnits::IsFollowed(const Unit& unit) {
+  const std::uint64_t behind = unit.body + unit.size;
+  cutInFront_ = unit.cut || end_ - behind < Lookahead();
+  if (cutInFront_) return false;
+  // The window stays where it is.
+  std::array<unsigned char, 16> head{};
+  return window_.Copy(behind, head.data(), std::min(Lookahead(), head.size())) &&
+         UnitOf(behind, head.data()).has_value();
 }
 
 bool AccessUnits::TakeLeading(const Unit& unit, AccessUnit& found) {
@@ -167,14 +186,11 @@ std::optional<AccessUnit> AccessUnits::At(std::uint64_t position, const PictureO
     cutInFront_ = unit ? unit->cut && end_ - unit->body < kHead : end_ - at < lead;
     if (!unit) return std::nullopt;
     const bool slice = unit->header.kind == UnitKind::kSlice;
+    if (!slice && !IsFollowed(*unit)) return std::nullopt;
     if (slice ? !TakeFirstSlice(*unit, order, found) : !TakeLeading(*unit, found))
       return std::nullopt;
     at = unit->body + unit->size;
     if (unit->cut && !found.damaged) {
-      // Only the head of a slice tells enough of an access unit whose rest is
-      // not there.
-      cutInFront_ = cutInFront_ || !slice;
-      if (!slice) return std::nullopt;
       found.cut = true;
       return found;
     }

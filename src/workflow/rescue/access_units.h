@@ -109,7 +109,10 @@ class AccessUnits {
   }
   std::optional<AccessUnit> Jpeg(std::uint64_t position);
   std::optional<Unit> UnitAt(std::uint64_t position);
+  // The same by its first bytes, of which there are Lookahead().
+  std::optional<Unit> UnitOf(std::uint64_t position, const unsigned char* bytes) const;
   bool IsClean(const Unit& unit);
+  bool IsFollowed(const Unit& unit);
   bool TakeLeading(const Unit& unit, AccessUnit& found);
   std::optional<Slice> SliceOf(const Unit& unit);
   bool IsNear(const Slice& slice, const PictureOrder& order) const;

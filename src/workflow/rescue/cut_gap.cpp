@@ -30,7 +30,7 @@ class CutGapSolver {
     std::uint64_t at = gap_.range.begin;
     for (std::size_t i = 0; i < counts.size() && at < gap_.range.end; ++i) {
       const std::size_t track = pattern.tracks[i];
-      if (i != 0 && Confirms(pieces, track, counts[i], at)) return pieces;
+      if (i != 0 && Confirms(pieces, track, at)) return pieces;
       auto span = Whole(track, counts[i], at);
       if (!span) break;
       pieces.push_back({track, at, std::move(*span)});
@@ -71,20 +71,16 @@ class CutGapSolver {
   bool IsUniform(std::size_t track) const { return rules_.methods[track]->UniformSize() != 0; }
 
   // Whether the track's piece begins there; then what is sure of it is added.
-  bool Confirms(Pieces& pieces, std::size_t track, std::uint64_t most, std::uint64_t at) {
+  bool Confirms(Pieces& pieces, std::size_t track, std::uint64_t at) {
     FrameMethod& method = *rules_.methods[track];
     if (const std::size_t size = method.MarkSize(); size != 0) {
       if (size > gap_.range.end - at) return false;
       const unsigned char* bytes = window_.At(at, size);
       return bytes != nullptr && method.IsMark(bytes);
     }
-    ByteRange range{at, gap_.range.end};
-    if (IsUniform(track)) {
-      // Smooth sound alone does not show where other such sound ends.
-      if (IsUniform(pieces.back().track)) return false;
-      if (most * method.UniformSize() < range.end - range.begin) return false;
-    }
-    SampleSpan span = method.Begin(window_, range, other_);
+    // Nothing in such samples shows where others end.
+    if (IsUniform(track)) return false;
+    SampleSpan span = method.Begin(window_, {at, gap_.range.end}, other_);
     if (span.count == 0) return false;
     pieces.push_back({track, at, std::move(span)});
     return true;

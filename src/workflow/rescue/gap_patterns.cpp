@@ -145,7 +145,8 @@ bool SaysNothing(const GapPattern& pattern, const FrameMethods& methods) {
 
 // A few pictures in a row are none by chance, but another clip of the camera may have them, too,
 // and in front of them the end of a piece of its sound: then both parts are hardly as long together
-// as pieces of the reference are. Only at the end of a recording a piece is shorter.
+// as pieces of the reference are. At the end of a recording a piece may have any length that leaves
+// no room for a second one.
 bool IsBeforePictures(const GapRules& rules, const GapPattern& pattern, std::uint64_t count) {
   constexpr std::uint64_t kEnough = 4;
   constexpr std::uint64_t kLeastStep = 256;
@@ -155,7 +156,7 @@ bool IsBeforePictures(const GapRules& rules, const GapPattern& pattern, std::uin
   if (pattern.chunks >= kEnough && pattern.chunkStep >= kLeastStep &&
       count % pattern.chunkStep == 0)
     return rules.followers() != Followers::kFew;
-  return count <= pattern.leastChunk && rules.followers() == Followers::kAll;
+  return count < 2 * pattern.leastChunk && rules.followers() == Followers::kAll;
 }
 
 class Solver {

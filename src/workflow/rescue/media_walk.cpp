@@ -226,7 +226,8 @@ bool Walk::CrossGap() {
     parted_ = parted_ || (next_ && next_->position == *anchor && !next_->cut);
     anchor = NextAnchor(*anchor + 1, limit);
   }
-  return range_.ends && range_.end <= limit && CrossTo(range_.end);
+  // A picture may stand in what was not looked at.
+  return range_.ends && range_.end <= limit && !TooMuchWork() && CrossTo(range_.end);
 }
 
 bool Walk::CrossTo(std::uint64_t end) {
@@ -323,7 +324,7 @@ void Walk::End() {
   const bool whole = position_ == range_.end && range_.ends;
   if (whole) {
     Commit();
-  } else if (!over_ && !(pending_ && pending_->doubtful) &&
+  } else if (!over_ && !TooMuchWork() && !(pending_ && pending_->doubtful) &&
              (!next_ || !Ends(*next_) || next_->position != position_)) {
     TakeTail();
   }
