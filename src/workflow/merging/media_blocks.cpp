@@ -10,14 +10,24 @@ namespace {
 
 using Number = unsigned long long;
 
-// Enough for the reader to be at work while a write waits for the disk.
+// Enough for the thread ahead to be at work while a write waits for the disk.
 constexpr std::size_t kAhead = 16;
-// The reader is woken for so many blocks: to be woken for each costs as much as to read it.
+// It is woken for so many blocks: to be woken for each costs as much as to read it.
 constexpr std::size_t kBatch = kAhead / 2;
 // Less media is not worth a thread.
 constexpr Number kWorthIt = 32 * MediaBlocks::kBlock;
 
 bool IsInClip(const ImagePiece& piece) { return piece.clip != ImagePiece::kNoClip; }
+
+MediaBlocks::Block Read(const ImagePiece& piece, Number done, OpenClip& clips,
+                        std::vector<unsigned char>& room) {
+  const auto size =
+      static_cast<std::size_t>(std::min<Number>(piece.size - done, MediaBlocks::kBlock));
+  FileBytes& clip = clips.At(piece.clip);
+  if (clip.error() || !clip.Read(piece.source + done, room.data(), size))
+    return {nullptr, 0, clip.error()};
+  return {room.data(), size};
+}
 
 }  // namespace
 
@@ -42,8 +52,9 @@ void MediaBlocks::ReadAhead(const std::vector<ImagePiece>& pieces) {
   for (const ImagePiece& piece : pieces) size += IsInClip(piece) ? piece.size : 0;
   if (size < kWorthIt) return;
   slots_.resize(kAhead);
+  pieces_ = pieces;
   try {
-    thread_ = std::async(std::launch::async, [this, pieces] { Run(pieces); });
+    thread_ = std::async(std::launch::async, [this] { Run(); });
   } catch (const std::system_error&) {
     // Without a thread each block is read once it is asked for.
   }
@@ -52,60 +63,74 @@ void MediaBlocks::ReadAhead(const std::vector<ImagePiece>& pieces) {
 MediaBlocks::Block MediaBlocks::Next(const ImagePiece& piece, Number done) {
   if (!thread_.valid()) {
     slots_.resize(1);
-    return Read(piece, done, slots_.front().bytes);
+    return Read(piece, done, clip_, slots_.front().bytes);
   }
-  std::unique_lock guard(lock_);
-  if (isLent_) ++returned_;
+  Guard guard(lock_);
+  if (isLent_) slots_[returned_++ % kAhead].isRead = false;
   isLent_ = false;
-  if (read_ + kBatch <= returned_ + slots_.size()) changed_.notify_all();
-  changed_.wait(guard, [this] { return read_ > returned_ || isOver_; });
-  if (read_ == returned_) {
+  if (claimed_ + kBatch <= returned_ + kAhead) changed_.notify_all();
+  Slot& slot = slots_[returned_ % kAhead];
+  while (!slot.isRead && !isOver_) {
+    // Who waits could as well read. A companion sees the blocks in their order, from one thread.
+    const Claim claim = companion_ == nullptr ? ClaimNext() : Claim{};
+    if (claim.slot != nullptr) {
+      Fill(claim, clip_, guard);
+    } else {
+      changed_.wait(guard);
+    }
+  }
+  if (!slot.isRead) {
     guard.unlock();
     // It says why it ended.
     thread_.get();
     return {};
   }
-  const Block block = slots_[returned_ % slots_.size()].block;
   isLent_ = true;
-  return block;
+  return slot.block;
 }
 
-MediaBlocks::Block MediaBlocks::Read(const ImagePiece& piece, Number done,
-                                     std::vector<unsigned char>& room) {
-  const auto size = static_cast<std::size_t>(std::min<Number>(piece.size - done, kBlock));
-  FileBytes& clip = clip_.At(piece.clip);
-  if (clip.error() || !clip.Read(piece.source + done, room.data(), size))
-    return {nullptr, 0, clip.error()};
-  return {room.data(), size};
+MediaBlocks::Claim MediaBlocks::ClaimNext() {
+  while (!pieces_.empty() && (!IsInClip(pieces_.front()) || done_ >= pieces_.front().size)) {
+    pieces_ = pieces_.subspan(1);
+    done_ = 0;
+  }
+  if (pieces_.empty() || claimed_ == returned_ + kAhead) return {};
+  const Claim claim{&slots_[claimed_++ % kAhead], pieces_.front(), done_};
+  done_ += kBlock;
+  return claim;
 }
 
-void MediaBlocks::Run(const std::vector<ImagePiece>& pieces) {
+void MediaBlocks::Fill(const Claim& claim, OpenClip& clips, Guard& guard) {
+  guard.unlock();
+  Slot& slot = *claim.slot;
+  slot.block = Read(claim.piece, claim.done, clips, slot.bytes);
+  if (companion_ != nullptr && slot.block.bytes != nullptr)
+    companion_->See(claim.piece.clip, claim.piece.source + claim.done,
+                    {slot.block.bytes, slot.block.size});
+  guard.lock();
+  slot.isRead = true;
+  if (slot.block.bytes != nullptr) return;
+  // Nobody asks for what stands behind a block that can't be read.
+  pieces_ = {};
+  changed_.notify_all();
+}
+
+void MediaBlocks::Run() {
   // However it ends, nobody is to wait for more.
   struct Over {
     MediaBlocks& blocks;
     ~Over() { blocks.End(); }
   } const over{*this};
-  for (const ImagePiece& piece : pieces) {
-    if (!IsInClip(piece)) continue;
-    for (Number done = 0; done < piece.size; done += kBlock) {
-      if (!ReadInto(piece, done)) return;
+  Guard guard(lock_);
+  while (!isOver_ && !pieces_.empty()) {
+    const Claim claim = ClaimNext();
+    if (claim.slot != nullptr) {
+      Fill(claim, ahead_, guard);
+      changed_.notify_all();
+    } else if (!pieces_.empty()) {
+      changed_.wait(guard);
     }
   }
-}
-
-bool MediaBlocks::ReadInto(const ImagePiece& piece, Number done) {
-  std::unique_lock guard(lock_);
-  changed_.wait(guard, [this] { return read_ < returned_ + slots_.size() || isOver_; });
-  if (isOver_) return false;
-  Slot& slot = slots_[read_ % slots_.size()];
-  guard.unlock();
-  slot.block = Read(piece, done, slot.bytes);
-  if (companion_ != nullptr && slot.block.bytes != nullptr)
-    companion_->See(piece.clip, piece.source + done, {slot.block.bytes, slot.block.size});
-  guard.lock();
-  ++read_;
-  changed_.notify_all();
-  return slot.block.bytes != nullptr;
 }
 
 }  // namespace clipchain

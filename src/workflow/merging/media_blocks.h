@@ -6,6 +6,7 @@
 #include <future>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -47,13 +48,14 @@ class MediaBlocks {
   // The clips must outlive this object. What is read ahead is shown to the companion, unless it is
   // null.
   explicit MediaBlocks(const std::vector<std::string>& clips, Companion* companion = nullptr)
-      : clip_(clips), companion_(companion) {}
+      : clip_(clips), ahead_(clips), companion_(companion) {}
   MediaBlocks(const MediaBlocks&) = delete;
   MediaBlocks& operator=(const MediaBlocks&) = delete;
   ~MediaBlocks();
 
   // From now on the next block is asked for in the order of these pieces, each from its beginning
-  // to its end, so that a thread may read ahead. Pieces that stand in no clip are passed over.
+  // to its end, so that a thread may read ahead. Pieces that stand in no clip are passed over. They
+  // must outlive this object.
   void ReadAhead(const std::vector<ImagePiece>& pieces);
 
   // The bytes of the piece, up to a block of them, behind the first `done`. Lent until the next
@@ -64,26 +66,41 @@ class MediaBlocks {
   struct Slot {
     std::vector<unsigned char> bytes = std::vector<unsigned char>(kBlock);
     Block block{};
+    bool isRead = false;
   };
+  // Of a block that one thread reads.
+  struct Claim {
+    // Null: there is none to be read now.
+    Slot* slot = nullptr;
+    ImagePiece piece{};
+    unsigned long long done = 0;
+  };
+  using Guard = std::unique_lock<std::mutex>;
 
-  Block Read(const ImagePiece& piece, unsigned long long done, std::vector<unsigned char>& room);
-  void Run(const std::vector<ImagePiece>& pieces);
+  // The next block that nobody reads yet, if there is room for it. Called under the lock.
+  Claim ClaimNext();
+  // The lock is free while the clip is read.
+  void Fill(const Claim& claim, OpenClip& clips, Guard& guard);
+  void Run();
   // Nobody reads or waits any more.
   void End();
-  // False: no more is wanted.
-  bool ReadInto(const ImagePiece& piece, unsigned long long done);
 
+  // The thread's that copies, and the one's that reads ahead.
   OpenClip clip_;
+  OpenClip ahead_;
   Companion* const companion_;
   std::mutex lock_;
   std::condition_variable changed_;
   // One alone where no thread reads.
   std::vector<Slot> slots_;
-  // Blocks that were read, and those of them that are lent no more.
-  std::size_t read_ = 0;
+  // Of the next block: what is left of the pieces, and of the first of them.
+  std::span<const ImagePiece> pieces_;
+  unsigned long long done_ = 0;
+  // Blocks that were taken to be read, and those of them that are lent no more.
+  std::size_t claimed_ = 0;
   std::size_t returned_ = 0;
   bool isLent_ = false;
-  // Nothing more is going to be read.
+  // Nothing more is going to be read ahead.
   bool isOver_ = false;
   // Ends first.
   std::future<void> thread_;
