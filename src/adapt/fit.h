@@ -51,7 +51,7 @@ class Fit {
   const ClipClocks& Clocks() const { return clocks_; }
 
   // The clip as the engine can take it, with the one media box that its chunk offsets speak of. An
-  // object without use, and the reason in `result`, if its file can't be opened. With a `block`, a
+  // object without use, and the reason in `result`, if there is no memory for it. With a `block`, a
   // power of two, its longer ranges are moved by one distance modulo the block.
   QUIRVA::ComPtr<ClipView> View(std::size_t clip, int& result, unsigned int block = 0) const;
 

@@ -15,15 +15,19 @@ constexpr unsigned int kPage = 4096;
 
 }  // namespace
 
-ClipView::ClipView(const std::string& path, int& result) : ReaderWrapperBase(kFirstBuffer, result) {
-  if (result >= 0)
-    result = file_.Open(QUIRVA::WidePathFromBytes(path).c_str(), QUIRVA::QvFile::kRead);
+ClipView::ClipView(std::string path, int& result)
+    : ReaderWrapperBase(kFirstBuffer, result), path_(std::move(path)) {}
+
+HRESULT ClipView::OpenFile() const {
+  if (file_.IsOpened()) return S_OK;
+  return file_.Open(QUIRVA::WidePathFromBytes(path_).c_str(), QUIRVA::QvFile::kRead);
 }
 
 QUIRVA::ComPtr<ClipView> ClipView::OfWhole(const std::string& path, int& result) {
   QUIRVA::ComPtr<ClipView> view;
   view.Attach(new ClipView(path, result));
   long long size = 0;
+  if (result >= 0) result = view->OpenFile();
   if (result >= 0) result = view->file_.GetFileSize(&size);
   // A file of no bytes has no piece either, and the walk of its top level ends at once.
   if (result >= 0) view->AddRange(0, size);
@@ -42,8 +46,11 @@ HRESULT ClipView::GetData(long long position, unsigned int size, const unsigned 
     const unsigned int room = std::min(wanted, buffer_.GetCapacity());
     return static_cast<unsigned int>(std::min<long long>(fileSize_ - position, room));
   };
-  // Headers of boxes are read one by one and lie close together.
-  unsigned int count = atMost(std::max(size, kPage));
+  // Headers of boxes are read one by one and lie close together, those made in memory too.
+  const Piece& piece = PieceAt(position);
+  const long long made = piece.position < 0 ? piece.start + piece.size - position : kPage;
+  unsigned int count =
+      atMost(std::max(size, static_cast<unsigned int>(std::min<long long>(made, kPage))));
   // What stands behind may be the part of a card that can't be read.
   if (StoreDataToBuffer(position, count) != S_OK) {
     count = atMost(size);
@@ -105,6 +112,7 @@ HRESULT ClipView::Fetch(const Piece& piece, long long skip, unsigned int size,
     std::memcpy(out, piece.bytes.data() + skip, size);
     return S_OK;
   }
+  RETURN_IF_NOT_OK(OpenFile());
   RETURN_IF_NOT_OK(file_.Seek(piece.position + skip, QUIRVA::QvFile::kFromStart));
   unsigned int read = 0;
   RETURN_IF_NOT_OK(file_.Read(out, size, &read));

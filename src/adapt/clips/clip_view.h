@@ -17,11 +17,11 @@ namespace clipchain {
 // file does not have to its end fails like a file that can't be read.
 class ClipView final : public QUIRVA::ReaderWrapperBase {
  public:
-  // `result` is negative if the file can't be opened; the object is then of no use. The object has
-  // one reference.
-  ClipView(const std::string& path, int& result);
+  // `result` is negative if there is no memory for the reader's buffer. The file is opened when
+  // bytes of it are asked for first. The object has one reference.
+  ClipView(std::string path, int& result);
 
-  // The file as it is. `result` is negative if it can't be opened.
+  // The file as it is. `result` is negative if it can't be opened; the object is then of no use.
   static QUIRVA::ComPtr<ClipView> OfWhole(const std::string& path, int& result);
 
   // Both append to what is there. Empty pieces count nothing.
@@ -60,6 +60,9 @@ class ClipView final : public QUIRVA::ReaderWrapperBase {
   [[nodiscard]] HRESULT Fetch(const Piece& piece, long long skip, unsigned int size,
                               unsigned char* out) const;
 
+  [[nodiscard]] HRESULT OpenFile() const;
+
+  std::string path_;
   mutable QUIRVA::QvFile file_;
   std::vector<Piece> pieces_;
 };

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "foundation/com_ptr.h"
 #include "support/temp_dir.h"
 
@@ -91,9 +93,20 @@ TEST_F(ClipViewTest, PassesOverEmptyPieces) {
 
 TEST(ClipView, SaysThatAFileCannotBeOpened) {
   int result = 0;
-  QUIRVA::ComPtr<ClipView> view;
-  view.Attach(new ClipView("/nowhere/clip.mp4", result));
+  const QUIRVA::ComPtr<ClipView> view = ClipView::OfWhole("/nowhere/clip.mp4", result);
   EXPECT_LT(result, 0);
+}
+
+TEST_F(ClipViewTest, NeedsNoFileForWhatIsMadeInMemory) {
+  view_->AddBytes(Numbers(200, 20));
+  view_->AddRange(10, 5);
+  std::filesystem::remove(folder_ / "clip");
+  EXPECT_EQ(Read(0, 16), Numbers(200, 16));
+  EXPECT_EQ(Read(16, 4), Numbers(216, 4));
+  EXPECT_TRUE(Read(16, 5).empty());
+  EXPECT_LT(result_, 0);
+  // What was cached is not taken for what could not be read.
+  EXPECT_EQ(Read(4, 2), Numbers(204, 2));
 }
 
 }  // namespace
