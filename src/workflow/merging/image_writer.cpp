@@ -148,10 +148,10 @@ WriteFault ImageWriter::SharePiece(const ImagePiece& piece, Share& share,
   if ((piece.position - piece.source) % share.block != 0 || piece.size < ahead + share.block)
     return {};
   const Number size = (piece.size - ahead) / share.block * share.block;
-  FileBytes& source = source_.At(piece.clip);
-  if (source.error()) return {Side::kClip, piece.clip, source.error()};
+  const std::shared_ptr<FileBytes> source = source_.At(piece.clip);
+  if (source->error()) return {Side::kClip, piece.clip, source->error()};
   const std::error_code error =
-      share.output.Share(source.descriptor(), piece.source + ahead, size, piece.position + ahead);
+      share.output.Share(source->descriptor(), piece.source + ahead, size, piece.position + ahead);
   if (error && !IsRefusal(error)) return {Side::kOutput, 0, error};
   if (error)
     // Once something was shared a refusal is about this piece alone, which is copied.

@@ -19,22 +19,23 @@ constexpr Number kWorthIt = 32 * MediaBlocks::kBlock;
 
 bool IsInClip(const ImagePiece& piece) { return piece.clip != ImagePiece::kNoClip; }
 
-MediaBlocks::Block Read(const ImagePiece& piece, Number done, OpenClip& clips,
+MediaBlocks::Block Read(const FileBytes& clip, const ImagePiece& piece, Number done,
                         std::vector<unsigned char>& room) {
   const auto size =
       static_cast<std::size_t>(std::min<Number>(piece.size - done, MediaBlocks::kBlock));
-  FileBytes& clip = clips.At(piece.clip);
-  if (clip.error() || !clip.Read(piece.source + done, room.data(), size))
-    return {nullptr, 0, clip.error()};
+  if (clip.error()) return {nullptr, 0, clip.error()};
+  // Another thread may read the clip at the same time, and each has its own errors.
+  FileBytes own(clip.descriptor());
+  if (!own.Read(piece.source + done, room.data(), size)) return {nullptr, 0, own.error()};
   return {room.data(), size};
 }
 
 }  // namespace
 
-FileBytes& OpenClip::At(std::size_t clip) {
-  if (clip != open_) file_ = std::make_unique<FileBytes>(clips_[clip]);
+std::shared_ptr<FileBytes> OpenClip::At(std::size_t clip) {
+  if (clip != open_) file_ = std::make_shared<FileBytes>(clips_[clip]);
   open_ = clip;
-  return *file_;
+  return file_;
 }
 
 MediaBlocks::~MediaBlocks() { End(); }
@@ -63,7 +64,7 @@ void MediaBlocks::ReadAhead(const std::vector<ImagePiece>& pieces) {
 MediaBlocks::Block MediaBlocks::Next(const ImagePiece& piece, Number done) {
   if (!thread_.valid()) {
     slots_.resize(1);
-    return Read(piece, done, clip_, slots_.front().bytes);
+    return Read(*clip_.At(piece.clip), piece, done, slots_.front().bytes);
   }
   Guard guard(lock_);
   if (isLent_) slots_[returned_++ % kAhead].isRead = false;
@@ -74,7 +75,7 @@ MediaBlocks::Block MediaBlocks::Next(const ImagePiece& piece, Number done) {
     // Who waits could as well read. A companion sees the blocks in their order, from one thread.
     const Claim claim = companion_ == nullptr ? ClaimNext() : Claim{};
     if (claim.slot != nullptr) {
-      Fill(claim, clip_, guard);
+      Fill(claim, guard);
     } else {
       changed_.wait(guard);
     }
@@ -95,15 +96,16 @@ MediaBlocks::Claim MediaBlocks::ClaimNext() {
     done_ = 0;
   }
   if (pieces_.empty() || claimed_ == returned_ + kAhead) return {};
-  const Claim claim{&slots_[claimed_++ % kAhead], pieces_.front(), done_};
+  const ImagePiece& piece = pieces_.front();
+  const Claim claim{&slots_[claimed_++ % kAhead], clip_.At(piece.clip), piece, done_};
   done_ += kBlock;
   return claim;
 }
 
-void MediaBlocks::Fill(const Claim& claim, OpenClip& clips, Guard& guard) {
+void MediaBlocks::Fill(const Claim& claim, Guard& guard) {
   guard.unlock();
   Slot& slot = *claim.slot;
-  slot.block = Read(claim.piece, claim.done, clips, slot.bytes);
+  slot.block = Read(*claim.clip, claim.piece, claim.done, slot.bytes);
   if (companion_ != nullptr && slot.block.bytes != nullptr)
     companion_->See(claim.piece.clip, claim.piece.source + claim.done,
                     {slot.block.bytes, slot.block.size});
@@ -125,7 +127,7 @@ void MediaBlocks::Run() {
   while (!isOver_ && !pieces_.empty()) {
     const Claim claim = ClaimNext();
     if (claim.slot != nullptr) {
-      Fill(claim, ahead_, guard);
+      Fill(claim, guard);
       changed_.notify_all();
     } else if (!pieces_.empty()) {
       changed_.wait(guard);

@@ -24,12 +24,13 @@ class OpenClip {
   // The clips must outlive this object.
   explicit OpenClip(const std::vector<std::string>& clips) : clips_(clips) {}
 
-  // The clip of that index, open until another one is asked for, or with the error why it is not.
-  FileBytes& At(std::size_t clip);
+  // The clip of that index, open until another one is asked for and nobody holds it any more, or
+  // with the error why it is not.
+  std::shared_ptr<FileBytes> At(std::size_t clip);
 
  private:
   const std::vector<std::string>& clips_;
-  std::unique_ptr<FileBytes> file_;
+  std::shared_ptr<FileBytes> file_;
   std::size_t open_ = ImagePiece::kNoClip;
 };
 
@@ -48,7 +49,7 @@ class MediaBlocks {
   // The clips must outlive this object. What is read ahead is shown to the companion, unless it is
   // null.
   explicit MediaBlocks(const std::vector<std::string>& clips, Companion* companion = nullptr)
-      : clip_(clips), ahead_(clips), companion_(companion) {}
+      : clip_(clips), companion_(companion) {}
   MediaBlocks(const MediaBlocks&) = delete;
   MediaBlocks& operator=(const MediaBlocks&) = delete;
   ~MediaBlocks();
@@ -72,6 +73,7 @@ class MediaBlocks {
   struct Claim {
     // Null: there is none to be read now.
     Slot* slot = nullptr;
+    std::shared_ptr<FileBytes> clip{};
     ImagePiece piece{};
     unsigned long long done = 0;
   };
@@ -80,14 +82,12 @@ class MediaBlocks {
   // The next block that nobody reads yet, if there is room for it. Called under the lock.
   Claim ClaimNext();
   // The lock is free while the clip is read.
-  void Fill(const Claim& claim, OpenClip& clips, Guard& guard);
+  void Fill(const Claim& claim, Guard& guard);
   void Run();
   // Nobody reads or waits any more.
   void End();
 
-  // The thread's that copies, and the one's that reads ahead.
   OpenClip clip_;
-  OpenClip ahead_;
   Companion* const companion_;
   std::mutex lock_;
   std::condition_variable changed_;
