@@ -16,7 +16,7 @@ constexpr unsigned int kPage = 4096;
 }  // namespace
 
 ClipView::ClipView(std::string path, int& result)
-    : ReaderWrapperBase(kFirstBuffer, result), path_(std::move(path)) {}
+    : ReaderWrapperBase(kPage, result), path_(std::move(path)), bufferSize_(kFirstBuffer) {}
 
 HRESULT ClipView::OpenFile() const {
   if (file_.IsOpened()) return S_OK;
@@ -34,8 +34,25 @@ QUIRVA::ComPtr<ClipView> ClipView::OfWhole(const std::string& path, int& result)
   return view;
 }
 
+HRESULT ClipView::SetBufferSize(unsigned int size) {
+  bufferSize_ = size;
+  return ReaderWrapperBase::SetBufferSize(std::min(size, kPage));
+}
+
+const unsigned char* ClipView::MadeAt(long long position, unsigned int size) const {
+  if (position < 0 || position >= fileSize_) return nullptr;
+  const Piece& piece = PieceAt(position);
+  const long long skip = position - piece.start;
+  return piece.position < 0 && size <= piece.size - skip ? piece.bytes.data() + skip : nullptr;
+}
+
 HRESULT ClipView::GetData(long long position, unsigned int size, const unsigned char*& data,
                           unsigned int& got) const {
+  if (const unsigned char* made = MadeAt(position, size)) {
+    data = made;
+    got = size;
+    return S_OK;
+  }
   const long long skipped = position - bufferPos_;
   const long long cached = buffer_.GetUsedSize();
   const bool isCached =
@@ -46,11 +63,12 @@ HRESULT ClipView::GetData(long long position, unsigned int size, const unsigned 
     const unsigned int room = std::min(wanted, buffer_.GetCapacity());
     return static_cast<unsigned int>(std::min<long long>(fileSize_ - position, room));
   };
-  // Headers of boxes are read one by one and lie close together, those made in memory too.
-  const Piece& piece = PieceAt(position);
-  const long long made = piece.position < 0 ? piece.start + piece.size - position : kPage;
-  unsigned int count =
-      atMost(std::max(size, static_cast<unsigned int>(std::min<long long>(made, kPage))));
+  if (buffer_.GetCapacity() < bufferSize_) {
+    buffer_.Reset();
+    RETURN_IF_NOT_OK(buffer_.Allocate(bufferSize_));
+  }
+  // Headers of boxes are read one by one and lie close together.
+  unsigned int count = atMost(std::max(size, kPage));
   // What stands behind may be the part of a card that can't be read.
   if (StoreDataToBuffer(position, count) != S_OK) {
     count = atMost(size);

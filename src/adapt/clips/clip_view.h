@@ -17,8 +17,8 @@ namespace clipchain {
 // file does not have to its end fails like a file that can't be read.
 class ClipView final : public QUIRVA::ReaderWrapperBase {
  public:
-  // `result` is negative if there is no memory for the reader's buffer. The file is opened when
-  // bytes of it are asked for first. The object has one reference.
+  // `result` is negative if there is no memory for it. The file is opened when bytes of it are
+  // asked for first. The object has one reference.
   ClipView(std::string path, int& result);
 
   // The file as it is. `result` is negative if it can't be opened; the object is then of no use.
@@ -31,10 +31,14 @@ class ClipView final : public QUIRVA::ReaderWrapperBase {
   // Where that byte of the view stands in the file; -1 if it is made in memory or is not there.
   long long FilePosition(long long position) const;
 
-  // As any reader lends its bytes, but reads no more of the file than is asked for, or a page:
-  // boxes stand far apart, and what is around them is media.
+  // As any reader lends its bytes, but those made in memory where they are, and reads no more of
+  // the file than is asked for, or a page: boxes stand far apart, and what is around them is media.
   [[nodiscard]] HRESULT GetData(long long position, unsigned int size, const unsigned char*& data,
                                 unsigned int& got) const override;
+
+  // Takes memory only once the file is read.
+  [[nodiscard]] HRESULT SetBufferSize(unsigned int size) override;
+  unsigned int GetBufferSize() const override { return bufferSize_; }
 
   // The places in the file of a stretch of the view, in its order, each with its size; -1 for what
   // is made in memory. Ends where the view does.
@@ -55,14 +59,16 @@ class ClipView final : public QUIRVA::ReaderWrapperBase {
     Bytes bytes;
   };
 
+  // Bytes of one piece in memory; null where not all of them are.
+  const unsigned char* MadeAt(long long position, unsigned int size) const;
   // The piece that holds that byte of the view, which there must be.
   const Piece& PieceAt(long long position) const;
   [[nodiscard]] HRESULT Fetch(const Piece& piece, long long skip, unsigned int size,
                               unsigned char* out) const;
-
   [[nodiscard]] HRESULT OpenFile() const;
 
   std::string path_;
+  unsigned int bufferSize_;
   mutable QUIRVA::QvFile file_;
   std::vector<Piece> pieces_;
 };
