@@ -7,6 +7,7 @@
 #include "adapt/boxes/box_header.h"
 #include "adapt/boxes/fields.h"
 #include "foundation/fourcc.h"
+#include "foundation/platform/file_holes.h"
 #include "foundation/strings.h"
 #include "reader/mp4_file.h"
 
@@ -123,7 +124,8 @@ bool FitClip::IsZeroFrom(std::uint64_t at) const {
     const Bytes bytes = Read(at, size);
     if (bytes.empty() || std::any_of(bytes.begin(), bytes.end(), [](int b) { return b != 0; }))
       return false;
-    at += size;
+    // Room that a disk was only told of may be as large as the disk.
+    at = QUIRVA::PassHoles(path_.c_str(), at + size, size_);
   }
   return true;
 }

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "support/movie_builder.h"
@@ -30,6 +33,24 @@ TEST(TopLevel, TellsOnceOfAllBoxesOfATypeThatAreLost) {
   EXPECT_EQ(report.problems[0].text,
             "has 2 boxes \"emsg\" of 24 bytes at its top level, which a merge leaves out");
   EXPECT_EQ(report.problems[1].box, "uuid");
+}
+
+TEST(TopLevel, PassesOverZerosAtTheEndHoweverManyAreNotOnTheDisk) {
+  const support::TempDir folder;
+  const std::string path = folder / "clip.mp4";
+  const Bytes bytes = MovieBuilder().Add(support::VideoTrack(4)).Build();
+  support::WriteFile(path, bytes);
+  constexpr std::uintmax_t kLarge = 1ULL << 36;
+  std::filesystem::resize_file(path, kLarge);
+  FitClip clip(path);
+  FitReport report;
+  MemoryBudget memory;
+  EXPECT_TRUE(clip.Open(0, report, memory));
+  std::ofstream(path, std::ios::app | std::ios::binary).put('x');
+  EXPECT_FALSE(clip.Open(0, report, memory));
+  ASSERT_EQ(report.problems.size(), 1u);
+  EXPECT_EQ(report.problems[0].kind, FitProblemKind::kFileCutOff);
+  EXPECT_EQ(report.problems[0].offset, static_cast<long long>(bytes.size()));
 }
 
 }  // namespace
