@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
+#include <numeric>
 #include <optional>
 #include <system_error>
 
@@ -41,6 +42,23 @@ Bytes BeginningOf(const std::string& path) {
 }
 
 }  // namespace
+
+std::uint64_t MediaSizeOf(const std::string& path) {
+  FitClip clip(path);
+  FitReport unsaid;
+  MemoryBudget unlimited;
+  if (!clip.Open(0, unsaid, unlimited)) return 0;
+  return std::accumulate(
+      clip.media.begin(), clip.media.end(), std::uint64_t{0},
+      [](std::uint64_t sum, const MediaRange& media) { return sum + media.size; });
+}
+
+SequenceClip ClipWithIdentifier(const std::string& path) {
+  SequenceClip clip;
+  clip.path = path;
+  if (const auto facts = FactsOf(path)) clip.id = facts->id;
+  return clip;
+}
 
 ExistingResults::ExistingResults(const std::string& folder) : folder_(folder) {
   const Descriptor descriptor = OpenToRead(folder, O_DIRECTORY);
@@ -92,10 +110,17 @@ ExistingResults::Owner ExistingResults::OwnerOf(const std::string& name,
 
 ExistingResults::Owner ExistingResults::OwnerOf(const std::string& name,
                                                 const std::string& clip) const {
-  SequenceClip asked;
-  asked.path = clip;
-  if (const auto facts = FactsOf(clip)) asked.id = facts->id;
-  return OwnerOf(name, asked);
+  return OwnerOf(name, ClipWithIdentifier(clip));
+}
+
+std::vector<std::string> ExistingResults::ResultsOf(const SequenceClip& clip) const {
+  std::vector<std::string> results;
+  for (const Extent extent : {Extent::kWhole, Extent::kIncomplete}) {
+    for (const std::string& there : NamedLike(OutputName(clip.date, clip.path, extent))) {
+      if (OwnerOf(there, clip) == Owner::kThisClip) results.push_back(there);
+    }
+  }
+  return results;
 }
 
 _GUID ExistingResults::NextOf(const std::string& name) const {

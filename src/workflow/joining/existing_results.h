@@ -2,6 +2,7 @@
 // recording.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -10,6 +11,11 @@
 #include "workflow/sequence_scan.h"
 
 namespace clipchain {
+
+// The bytes of a file's media; 0 if it has none, or can't be read.
+std::uint64_t MediaSizeOf(const std::string& path);
+// A clip as far as its results show which it is.
+SequenceClip ClipWithIdentifier(const std::string& path);
 
 // A result is known by what stands in it, never by its name alone: it carries the identifier of its
 // first clip and names the clip behind its last one. Without identifiers its media begins with its
@@ -29,6 +35,9 @@ class ExistingResults {
   Owner OwnerOf(const std::string& name, const SequenceClip& clip) const;
   // The same for a clip of which nothing but its path is known.
   Owner OwnerOf(const std::string& name, const std::string& clip) const;
+
+  // The names of the files there that begin with that clip and are called as its results are.
+  std::vector<std::string> ResultsOf(const SequenceClip& clip) const;
 
   // The identifier of the clip behind the last one that is in that result; zero for none.
   _GUID NextOf(const std::string& name) const;

@@ -65,13 +65,8 @@ class Naming {
     const std::vector<SequenceClip>& clips = sequences_[i].clips;
     for (std::size_t first = 0; first < clips.size(); ++first) {
       if (clips[first].id == _GUID{}) continue;
-      for (const Extent extent : {Extent::kWhole, Extent::kIncomplete}) {
-        const std::string name = OutputName(clips[first].date, clips[first].path, extent);
-        for (const std::string& there : results_.NamedLike(name)) {
-          if (results_.OwnerOf(there, clips[first]) == Owner::kThisClip)
-            NoteEarlierJoin(jobs_[i], clips, there, first);
-        }
-      }
+      for (const std::string& there : results_.ResultsOf(clips[first]))
+        NoteEarlierJoin(jobs_[i], clips, there, first);
     }
   }
 

@@ -1,8 +1,10 @@
 // What becomes of proposals in a plan.
 #include <algorithm>
+#include <map>
 #include <utility>
 
 #include "workflow/joining/accepted_words.h"
+#include "workflow/joining/existing_results.h"
 #include "workflow/plan.h"
 
 namespace clipchain {
@@ -45,6 +47,50 @@ Job JobOf(const Proposal& proposal, const PlanOptions& options, const std::vecto
   return job;
 }
 
+// A part that was joined before more was accepted. Nothing in it says which clip comes behind it:
+// the size of its media tells how far it goes, and before it is replaced its bytes are compared.
+class EarlierJoins {
+ public:
+  EarlierJoins(const std::string& folder, Job& job) : results_(folder), job_(job) {}
+
+  // Those that begin with the first clip of a sequence.
+  void NoteThoseOf(const Job& sequence) {
+    const std::string& path = sequence.inputs.front();
+    const auto found = std::find(job_.inputs.begin(), job_.inputs.end(), path);
+    SequenceClip clip = ClipWithIdentifier(path);
+    clip.date = sequence.date;
+    for (const std::string& name : results_.ResultsOf(clip))
+      Note(results_.PathFor(name), static_cast<std::size_t>(found - job_.inputs.begin()));
+  }
+
+ private:
+  void Note(const std::string& path, std::size_t first) {
+    const bool isNoted = std::any_of(job_.earlier.begin(), job_.earlier.end(),
+                                     [&](const EarlierJoin& part) { return part.path == path; });
+    if (isNoted) return;
+    std::uint64_t left = MediaSizeOf(path);
+    std::size_t end = first;
+    for (; end < job_.inputs.size(); ++end) {
+      const std::uint64_t size = SizeOf(end);
+      if (size == 0 || size > left) break;
+      left -= size;
+    }
+    const std::size_t count = end - first;
+    if (count > 0 && count < job_.inputs.size()) job_.earlier.push_back({path, first, count});
+  }
+
+  std::uint64_t SizeOf(std::size_t input) {
+    const auto [known, isNew] = sizes_.try_emplace(input, 0);
+    if (isNew) known->second = MediaSizeOf(job_.inputs[input]);
+    return known->second;
+  }
+
+  const ExistingResults results_;
+  Job& job_;
+  // Of the media of an input.
+  std::map<std::size_t, std::uint64_t> sizes_;
+};
+
 }  // namespace
 
 void PlanProposals(std::vector<Proposal> proposals, const PlanOptions& options, JoinPlan& plan) {
@@ -63,6 +109,8 @@ void PlanProposals(std::vector<Proposal> proposals, const PlanOptions& options, 
     const std::size_t first = made.sequences.front();
     accepted.emplace_back(plan.proposed.size() - 1, first);
     Job job = JobOf(made, options, plan.jobs);
+    EarlierJoins earlier(options.folder, job);
+    for (const std::size_t i : made.sequences) earlier.NoteThoseOf(plan.jobs[i]);
     for (const std::size_t i : made.sequences) isTaken[i] = i != first;
     plan.jobs[first] = std::move(job);
   }

@@ -121,6 +121,38 @@ TEST_F(Proposals, AreJoinedWhereTheirGradeIsAccepted) {
   EXPECT_THAT(again.out, HasSubstr("1 already there, 1 single left alone\n"));
 }
 
+TEST_F(Proposals, ReplaceShorterJoinsThatNobodyChangedWhereToldTo) {
+  Put("card/MOVI0012.MP4", 0, 1800);
+  Put("card/MOVI0013.MP4", 60, 1800);
+  ASSERT_EQ(Join({"--accept", "likely"}).exitCode, 0);
+  const auto shorter = support::ReadFile(folder / result);
+  Put("card/MOVI0014.MP4", 120, 200);
+  const Finished untold = Join({"--accept", "likely"});
+  EXPECT_EQ(untold.exitCode, 3);
+  EXPECT_THAT(untold.out, HasSubstr("2 of its 3 clips"));
+  EXPECT_EQ(support::ReadFile(folder / result), shorter);
+  auto changed = shorter;
+  changed[support::FindBox(changed, "moov") - 1] ^= 1;
+  support::WriteFile(folder / result, changed);
+  EXPECT_EQ(Join({"--accept", "likely", "--update"}).exitCode, 3);
+  EXPECT_EQ(support::ReadFile(folder / result), changed);
+  support::WriteFile(folder / result, shorter);
+  EXPECT_EQ(Join({"--accept", "likely", "--update"}).exitCode, 0);
+  EXPECT_GT(support::ReadFile(folder / result).size(), shorter.size());
+  EXPECT_THAT(Join({"--accept", "likely"}).out, HasSubstr("1 already there"));
+}
+
+TEST_F(Proposals, ReplaceResultsOfTheirClipsAlone) {
+  PutCard();
+  ASSERT_EQ(Join({"--all"}).exitCode, 0);
+  ASSERT_TRUE(fs::exists(folder / "out/2024-05-31_11-35-20_MOVI0014.mp4"));
+  EXPECT_EQ(Join({"--accept", "likely", "--update"}).exitCode, 0);
+  EXPECT_TRUE(fs::exists(folder / result));
+  EXPECT_FALSE(fs::exists(folder / "out/2024-05-31_11-34-20_MOVI0013.mp4"));
+  EXPECT_FALSE(fs::exists(folder / "out/2024-05-31_11-35-20_MOVI0014.mp4"));
+  EXPECT_TRUE(fs::exists(folder / "out/2024-05-31_12-56-40_MOVI0015.mp4"));
+}
+
 TEST_F(Proposals, WithAHoleNeedToBeAllowedTo) {
   Put("card/MOVI0012.MP4", 0, 1800);
   Put("card/MOVI0013.MP4", 60, 1800);
