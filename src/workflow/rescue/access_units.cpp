@@ -111,8 +111,11 @@ bool AccessUnits::TakeLeading(const Unit& unit, AccessUnit& found) {
   if (bytes == nullptr || !IsClean(unit)) return false;
   found.holdsSets = found.holdsSets || syntax_.IsSet(unit.header);
   found.recovery = found.recovery || syntax_.HasRecoveryPoint(unit.header, {bytes, there});
-  for (const std::uint64_t mark : syntax_.Marks(unit.header, {bytes, there}))
-    found.openings |= habits_.signs.opening.BitOf(mark);
+  const OpeningMarks& opening = habits_.signs.opening;
+  for (const std::uint64_t mark : syntax_.Marks(unit.header, {bytes, there})) {
+    found.openings |= opening.BitOf(mark);
+    found.isMarked = found.isMarked || opening.IsNew(mark);
+  }
   return true;
 }
 

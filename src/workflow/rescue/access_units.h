@@ -30,6 +30,8 @@ struct AccessUnit {
   bool holdsSets = false;
   // What only the reference's first sample has of what this one has: a bit for each.
   std::uint64_t openings = 0;
+  // Has in front of its first slice what no sample of the reference has.
+  bool isMarked = false;
 };
 
 // What was seen in the reference's own samples.

@@ -18,11 +18,20 @@ constexpr std::uint64_t kMostPictures = 1 << 24;
 // More pictures than any decoder holds back.
 constexpr std::size_t kMostAhead = 256;
 
+// Kinds of units and messages that a camera writes are few.
+constexpr std::size_t kMostKnown = 256;
+
 }  // namespace
 
 void OpeningMarks::Take(std::vector<std::uint64_t> ofSample, const Slice& first, bool recovery) {
   std::sort(ofSample.begin(), ofSample.end());
   ofSample.erase(std::unique(ofSample.begin(), ofSample.end()), ofSample.end());
+  if (known.size() <= kMostKnown) {
+    std::vector<std::uint64_t> all;
+    std::set_union(known.begin(), known.end(), ofSample.begin(), ofSample.end(),
+                   std::back_inserter(all));
+    known = std::move(all);
+  }
   if (samples++ == 0) {
     marks = std::move(ofSample);
     unitType = first.unitType;
@@ -47,6 +56,10 @@ std::uint64_t OpeningMarks::AllBits() const {
   std::uint64_t all = 0;
   for (const std::uint64_t mark : marks) all |= BitOf(mark);
   return all;
+}
+
+bool OpeningMarks::IsNew(std::uint64_t mark) const {
+  return known.size() <= kMostKnown && !std::binary_search(known.begin(), known.end(), mark);
 }
 
 void StartNumbers::Take(unsigned int number) {
@@ -170,10 +183,11 @@ bool Recording::Opens(const AccessUnit& unit) const {
 // that does between two steps is the first one of another recording: its numbers begin with 0 and
 // say nothing about what stands in front of it. Some encoders start anew at each new scene, too,
 // which the reference may not have: where it tells what a first picture has, or this one's number
-// goes on, that alone ends no recording.
+// goes on, that alone ends no recording. Of a reference that is the later part of a recording this
+// clip's own first picture tells it.
 bool Recording::StartsTooEarly(const AccessUnit& unit) const {
   return signs_.evenStep != 0 && evenly_ && sinceStart_ < signs_.evenStep &&
-         !signs_.opening.Tells() && MayOpen(unit);
+         !signs_.opening.Tells() && (unit.isMarked || !firstIsMarked_) && MayOpen(unit);
 }
 
 bool Recording::MayOpen(const AccessUnit& unit) const {
@@ -193,6 +207,7 @@ bool Recording::Take(const AccessUnit& unit, const PictureFacts& facts) {
       return false;
   }
   if (!display_.Take(facts, unit.position)) return false;
+  firstIsMarked_ = firstIsMarked_ || (pictures_ == 0 && unit.isMarked);
   sinceOpening_ = MayOpen(unit) ? 0 : sinceOpening_ + 1;
   if (unit.slice.idr) {
     evenly_ = evenly_ && (sinceStart_ == 0 || sinceStart_ == signs_.evenStep);

@@ -24,12 +24,16 @@ struct OpeningMarks {
   bool startsAgain = false;
   // That were looked at.
   std::uint64_t samples = 0;
+  // As `marks`, of all samples; no more than a few, and then nothing is new.
+  std::vector<std::uint64_t> known;
 
   // Takes a sample of the reference, in the order of decoding.
   void Take(std::vector<std::uint64_t> ofSample, const Slice& first, bool recovery);
   // Of a mark, by its place among them; 0: it is none of them, or stands behind the first 64.
   std::uint64_t BitOf(std::uint64_t mark) const;
   std::uint64_t AllBits() const;
+  // Whether no sample of the reference has that mark.
+  bool IsNew(std::uint64_t mark) const;
   // Whether a first picture is known from one at which playing can start, too.
   bool Tells() const { return startsAgain && (!marks.empty() || unitType); }
 };
@@ -125,6 +129,8 @@ class Recording {
   DisplayOrder display_;
   std::uint64_t pictures_ = 0;
   std::uint64_t sinceOpening_ = 0;
+  // The first one has what no picture of the reference has.
+  bool firstIsMarked_ = false;
   // Since the last one that started anew, and whether all did in the reference's steps.
   std::uint64_t sinceStart_ = 0;
   bool evenly_ = true;

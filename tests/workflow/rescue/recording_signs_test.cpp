@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
+#include <tuple>
+
 #include "workflow/rescue/access_units.h"
 #include "workflow/rescue/sound_clock.h"
 
@@ -199,6 +202,35 @@ TEST(Recording, GoesOnWhereAPictureThatStartsEarlyCannotBeAFirstOne) {
   Recording another(counted);
   ASSERT_TRUE(another.Take(Start(5), Shown(0, true)));
   EXPECT_FALSE(another.Take(Start(0), Shown(0, true)));
+}
+
+// The reference may be the later part of a recording, whose first picture is like any other.
+TEST(Recording, GoesOnWhereItsOwnFirstPictureHasMoreThanOneThatStartsEarly) {
+  RecordingSigns signs;
+  signs.evenStep = 13;
+  for (const auto& [first, early, goesOn] :
+       {std::tuple{true, false, true}, {true, true, false}, {false, false, false}}) {
+    Recording recording(signs);
+    AccessUnit unit = Start(0);
+    unit.isMarked = first;
+    ASSERT_TRUE(recording.Take(unit, Shown(0, true)));
+    unit = Start(1);
+    unit.isMarked = early;
+    EXPECT_EQ(goesOn, recording.Take(unit, Shown(0, true))) << first << early;
+  }
+}
+
+TEST(OpeningMarks, KnowWhatNoSampleOfTheReferenceHas) {
+  const Slice other{.first = true, .unitType = 1};
+  OpeningMarks few;
+  few.Take({5, 2}, other, false);
+  few.Take({7, 2}, other, false);
+  for (const std::uint64_t mark : {2U, 5U, 7U}) EXPECT_FALSE(few.IsNew(mark)) << mark;
+  EXPECT_TRUE(few.IsNew(6));
+  std::vector<std::uint64_t> many(300);
+  std::iota(many.begin(), many.end(), 10);
+  few.Take(many, other, false);
+  EXPECT_FALSE(few.IsNew(6)) << "of so many nothing is new";
 }
 
 TEST(Recording, CountsFromThePictureThatMayBeAnothersFirstOne) {
