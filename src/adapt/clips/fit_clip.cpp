@@ -94,7 +94,8 @@ Bytes FitClip::Read(std::uint64_t position, std::uint64_t size) const {
   const bool complete =
       file.Seek(static_cast<long long>(position), QUIRVA::QvFile::kFromStart) == S_OK &&
       file.Read(bytes.data(), static_cast<unsigned int>(size), &read) == S_OK && read == size;
-  return complete ? bytes : Bytes();
+  if (!complete) bytes.clear();
+  return bytes;
 }
 
 Bytes FitClip::Keep(std::uint64_t position, std::uint64_t size) {

@@ -30,7 +30,8 @@ RawBox EngineCopy(const RawBox& movie) {
   unsigned int size = 0;
   if (reader.GetData(&data, &size) != S_OK) return copy;
   std::span<const unsigned char> in(data, size);
-  return copy.Take(in) ? copy : RawBox();
+  if (!copy.Take(in)) copy = RawBox();
+  return copy;
 }
 
 // Zeros at the end of a box are padding that nobody misses.
