@@ -1,8 +1,5 @@
 #include "workflow/rescue/frame_headers.h"
 
-#include <algorithm>
-#include <cstdlib>
-
 #include <iterator>
 
 #include "foundation/fourcc.h"
@@ -57,21 +54,6 @@ FrameHeader FrameHeaderFor(unsigned int entryType, unsigned int objectType) {
     return Mp3FrameSize;
   if (entryType == FourCc("ac-3")) return Ac3FrameSize;
   return nullptr;
-}
-
-unsigned int RoughnessOf(const unsigned char* bytes, std::size_t frames, std::uint32_t size) {
-  unsigned int least = 128;
-  for (std::uint32_t lane = 0; lane < size && frames > 1; ++lane) {
-    unsigned int sum = 0;
-    for (std::size_t i = 1; i < frames; ++i) {
-      const auto step =
-          static_cast<signed char>(bytes[i * size + lane] - bytes[(i - 1) * size + lane]);
-      sum += static_cast<unsigned int>(std::abs(int{step}));
-    }
-    // The low bytes of samples are like noise in any sound: the smoothest lane tells.
-    least = std::min(least, sum / static_cast<unsigned int>(frames - 1));
-  }
-  return least;
 }
 
 }  // namespace clipchain::rescue

@@ -1,5 +1,4 @@
-// Reads how long a frame of sound is off its first bytes, where they tell; and
-// how rough sound is.
+// Reads how long a frame of sound is off its first bytes, where they tell.
 #pragma once
 
 #include <cstddef>
@@ -21,11 +20,5 @@ std::uint32_t Ac3FrameSize(const unsigned char* bytes);
 // By the type of the sample entry and the objectTypeIndication in it; null for
 // other sound.
 FrameHeader FrameHeaderFor(unsigned int entryType, unsigned int objectType);
-
-// How far one sample is from the next, in steps of the byte that changes least
-// from frame to frame: about 64 for noise and for compressed bytes, little for
-// sound.
-inline constexpr std::size_t kRoughnessFrames = 64;
-unsigned int RoughnessOf(const unsigned char* bytes, std::size_t frames, std::uint32_t size);
 
 }  // namespace clipchain::rescue

@@ -9,6 +9,7 @@
 #include "workflow/rescue/marked_data.h"
 #include "workflow/rescue/sound_decoder.h"
 #include "workflow/rescue/sound_entry.h"
+#include "workflow/rescue/sound_roughness.h"
 
 namespace clipchain::rescue {
 
@@ -44,13 +45,6 @@ std::uint32_t LargestSample(const ReferenceTrack& track) {
   return sizes.empty() ? track.sizes.uniform : *std::max_element(sizes.begin(), sizes.end());
 }
 
-// As smooth as loud sound, but no sound stays on one side of silence.
-bool IsText(std::span<const unsigned char> bytes) {
-  return std::all_of(bytes.begin(), bytes.end(), [](unsigned char byte) {
-    return (byte >= 0x20 && byte < 0x7F) || (byte >= 0x09 && byte <= 0x0D);
-  });
-}
-
 // Frames that a decoder tells apart.
 class DecodedFrames final : public FrameMethod {
  public:
@@ -61,7 +55,7 @@ class DecodedFrames final : public FrameMethod {
   bool good() const { return decoder_.good(); }
   std::string_view Name() const override { return "decoder"; }
   void Restart() override { atFirst_ = true; }
-  void Taken() override { atFirst_ = false; }
+  void Taken(MediaWindow&, ByteRange) override { atFirst_ = false; }
   // Tells what the next frame of the reference begins with: the kind and number of its first
   // element.
   void TakeHead(unsigned char first) {
@@ -261,11 +255,23 @@ class HeadedFrames final : public FrameMethod {
 // Samples of one size.
 class UniformFrames final : public FrameMethod {
  public:
-  UniformFrames(std::uint32_t size, std::vector<std::uint64_t> counts, unsigned int roughness)
-      : size_(size), counts_(std::move(counts)), roughness_(roughness) {}
+  UniformFrames(std::uint32_t size, std::vector<std::uint64_t> counts,
+                const SoundRoughness& ofReference)
+      : size_(size),
+        counts_(std::move(counts)),
+        ofReference_(ofReference),
+        roughness_(ofReference) {}
 
   std::string_view Name() const override { return "constant size"; }
   std::uint32_t UniformSize() const override { return size_; }
+  void Restart() override { roughness_ = ofReference_; }
+
+  void Taken(MediaWindow& window, ByteRange range) override {
+    std::vector<unsigned char> bytes(SoundRoughness::kFrames * size_);
+    if (range.end - range.begin >= bytes.size() &&
+        window.Copy(range.begin, bytes.data(), bytes.size()))
+      roughness_.Take(bytes.data());
+  }
 
   std::optional<SampleSpan> Fill(MediaWindow&, ByteRange range) override {
     const std::uint64_t bytes = range.end - range.begin;
@@ -275,7 +281,7 @@ class UniformFrames final : public FrameMethod {
 
   // Nothing in a sample says what it is. It counts as far as the reference's
   // pieces are long, where no picture may begin, and only if it is as smooth as
-  // the reference's sound: bytes of other files are not.
+  // the sound so far: bytes of other files are not.
   SampleSpan Begin(MediaWindow& window, ByteRange range, BeginsOther& other) override {
     const std::uint64_t whole = (range.end - range.begin) / size_;
     if (counts_.empty() || whole > Largest() * kTimesLargest) return {};
@@ -304,22 +310,22 @@ class UniformFrames final : public FrameMethod {
   }
 
   bool IsSmooth(MediaWindow& window, std::uint64_t begin, std::uint64_t count) const {
-    for (std::uint64_t at = 0; at < count; at += kRoughnessFrames) {
+    constexpr std::size_t kFrames = SoundRoughness::kFrames;
+    for (std::uint64_t at = 0; at < count; at += kFrames) {
       // The last piece reaches back, to have as many frames as the others.
-      const std::uint64_t from =
-          std::min(at, count > kRoughnessFrames ? count - kRoughnessFrames : 0);
-      const auto frames =
-          static_cast<std::size_t>(std::min<std::uint64_t>(kRoughnessFrames, count));
+      const std::uint64_t from = std::min(at, count > kFrames ? count - kFrames : 0);
+      const auto frames = static_cast<std::size_t>(std::min<std::uint64_t>(kFrames, count));
       const unsigned char* bytes = window.At(begin + from * size_, frames * size_);
-      if (bytes == nullptr || RoughnessOf(bytes, frames, size_) > roughness_) return false;
-      if (IsText({bytes, frames * size_})) return false;
+      if (bytes == nullptr || !roughness_.MayBe(bytes, frames)) return false;
     }
     return true;
   }
 
   std::uint32_t size_;
   std::vector<std::uint64_t> counts_;
-  unsigned int roughness_;
+  SoundRoughness ofReference_;
+  // With that of what was found.
+  SoundRoughness roughness_;
 };
 
 // Samples of data that are as many and as large as the reference's, where those
@@ -347,23 +353,18 @@ class PlacedSamples final : public FrameMethod {
   std::vector<std::uint64_t> counts_;
 };
 
-// The roughest piece of the reference, with room, for another clip may be louder; 0 where its sound
-// is like noise, from which nothing can be told apart. What is compressed is more than twice as
-// rough as the least limit.
-unsigned int RoughnessLimit(const Reference& reference, std::size_t track, std::uint32_t size) {
-  constexpr unsigned int kLeast = 24;
-  constexpr unsigned int kNoise = 36;
+SoundRoughness LearnRoughness(const Reference& reference, std::size_t track, std::uint32_t size) {
   constexpr std::size_t kMostChunks = 256;
-  unsigned int most = 0;
-  std::vector<unsigned char> bytes(kRoughnessFrames * size);
+  SoundRoughness roughness(size);
+  std::vector<unsigned char> bytes(SoundRoughness::kFrames * size);
   std::size_t left = kMostChunks;
   for (const ChunkPlace& chunk : reference.tracks()[track].chunks) {
     if (left-- == 0) break;
-    if (chunk.samples < kRoughnessFrames) continue;
+    if (chunk.samples < SoundRoughness::kFrames) continue;
     if (!reference.file().Read(chunk.position, bytes.data(), bytes.size())) break;
-    most = std::max(most, RoughnessOf(bytes.data(), kRoughnessFrames, size));
+    roughness.Take(bytes.data());
   }
-  return most >= kNoise ? 0 : std::min(std::max(most * 2, kLeast), kNoise);
+  return roughness;
 }
 
 // A whole sample: the first one of a chunk behind so many samples.
@@ -440,7 +441,7 @@ std::unique_ptr<FrameMethod> MakeFrameMethod(const Reference& reference, std::si
   const FrameHeader header = FrameHeaderFor(of.entryType, stream.objectType);
   if (header != nullptr) return std::make_unique<HeadedFrames>(header, LargestSample(of));
   if (!uniform) return nullptr;
-  return std::make_unique<UniformFrames>(size, counts, RoughnessLimit(reference, track, size));
+  return std::make_unique<UniformFrames>(size, counts, LearnRoughness(reference, track, size));
 }
 
 }  // namespace clipchain::rescue

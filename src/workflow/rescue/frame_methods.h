@@ -29,8 +29,8 @@ class FrameMethod {
   // To be called before a walk through media: what comes next is the track's
   // first sample.
   virtual void Restart() {}
-  // The samples that were found last are the track's next ones.
-  virtual void Taken() {}
+  // The samples that stand there are the track's next ones.
+  virtual void Taken(MediaWindow&, ByteRange) {}
   // The samples that fill that part of the file exactly; nothing if none do.
   virtual std::optional<SampleSpan> Fill(MediaWindow& window, ByteRange range) = 0;
   // So many samples at the beginning of that part, whose ends are sure; nothing if there are fewer.

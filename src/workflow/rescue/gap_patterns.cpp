@@ -144,19 +144,19 @@ bool SaysNothing(const GapPattern& pattern, const FrameMethods& methods) {
 }
 
 // A few pictures in a row are none by chance, but another clip of the camera may have them, too,
-// and in front of them the end of a piece of its sound: then both parts are hardly as long together
-// as pieces of the reference are. At the end of a recording a piece may have any length that leaves
-// no room for a second one.
+// and in front of them the end of a piece of its sound: two chunks may be one of either clip. What
+// is no number of packets counts only where the media truly ends behind those pictures, as the
+// other clip hardly does.
 bool IsBeforePictures(const GapRules& rules, const GapPattern& pattern, std::uint64_t count) {
   constexpr std::uint64_t kEnough = 4;
   constexpr std::uint64_t kLeastStep = 256;
-  if (pattern.chunks == 0) return false;
+  if (pattern.chunks == 0 || count >= 2 * pattern.leastChunk) return false;
   // Pieces of several tracks may take turns instead of being longer.
   if (pattern.tracks.size() > 1 && count > pattern.most) return false;
   if (pattern.chunks >= kEnough && pattern.chunkStep >= kLeastStep &&
       count % pattern.chunkStep == 0)
     return rules.followers() != Followers::kFew;
-  return count < 2 * pattern.leastChunk && rules.followers() == Followers::kAll;
+  return rules.followers() == Followers::kAll;
 }
 
 class Solver {

@@ -251,7 +251,8 @@ void Walk::TakePiecesOf(const std::vector<GapPiece>& pieces) {
   Commit();
   for (const GapPiece& piece : pieces) {
     harvest_.Add(piece.track, piece.position, piece.span);
-    model_.methods[piece.track]->Taken();
+    model_.methods[piece.track]->Taken(window_,
+                                       {piece.position, piece.position + piece.span.bytes});
   }
 }
 
@@ -288,8 +289,8 @@ Followers Walk::FollowersAt(std::uint64_t position) {
   constexpr int kMost = 1024;
   PictureOrder order = order_;
   for (int i = 0; i < kMost && !TooMuchWork(); ++i) {
-    if (i != 0 && (AtMovie(position) || (range_.ends && position == range_.end)))
-      return Followers::kAll;
+    // A movie box that stands elsewhere may be that of another recording.
+    if (i != 0 && range_.ends && position == range_.end) return Followers::kAll;
     const auto unit = units_.At(position, order);
     if (!unit || Ends(*unit) || unit->doubtful)
       return i < kEnough ? Followers::kFew : Followers::kEnough;
