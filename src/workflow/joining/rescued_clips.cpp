@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
 #include <map>
 #include <optional>
 #include <set>
@@ -34,20 +33,7 @@ std::string RescuedPath(const std::string& folder, const std::string& broken, st
 }
 
 bool HoldSameBytes(const std::string& a, const std::string& b) {
-  FileBytes left(a);
-  FileBytes right(b);
-  const unsigned long long size = left.Size();
-  if (left.error() || right.error() || size != right.Size()) return false;
-  std::vector<unsigned char> ofLeft(1 << 20);
-  std::vector<unsigned char> ofRight(ofLeft.size());
-  for (unsigned long long at = 0; at < size; at += ofLeft.size()) {
-    const auto count =
-        static_cast<std::size_t>(std::min<unsigned long long>(ofLeft.size(), size - at));
-    if (!left.Read(at, ofLeft.data(), count) || !right.Read(at, ofRight.data(), count) ||
-        std::memcmp(ofLeft.data(), ofRight.data(), count) != 0)
-      return false;
-  }
-  return true;
+  return FileBytes(a).Size() == FileBytes(b).Size() && BeginsWithBytesOf(a, b);
 }
 
 class Rescuer {
@@ -100,7 +86,10 @@ class Rescuer {
     for (auto rescue = rescued_.begin(); rescue != rescued_.end();) {
       const std::string& broken = rescue->first;
       if (const auto whole = WholeOf(rescue->second, whole_)) {
-        std::erase_if(findings_, [&](const Finding& finding) { return finding.path == broken; });
+        const bool isCut = BeginsWithBytesOf(*whole, broken);
+        std::erase_if(findings_, [&](const Finding& finding) {
+          return finding.path == broken && (isCut || finding.message != Message::kMediaLeftOut);
+        });
         findings_.push_back(MakeFinding(Message::kClipsCopied, broken,
                                         "is a broken copy of " + PrintablePath(*whole)));
         copies_.insert(broken);

@@ -9,6 +9,7 @@
 #include "workflow/clips/clip_file.h"
 #include "workflow/clips/order_facts.h"
 #include "workflow/rescue/movie_maker.h"
+#include "workflow/system/file_bytes.h"
 
 namespace clipchain {
 
@@ -88,6 +89,23 @@ std::optional<std::string> LongerOf(const std::string& rescued,
   return FirstWith(rescued, others, [](const Media& longer, const Media& part) {
     return longer.Size() > part.Size();
   });
+}
+
+bool BeginsWithBytesOf(const std::string& whole, const std::string& part) {
+  FileBytes file(whole);
+  FileBytes begin(part);
+  const std::uint64_t size = begin.Size();
+  if (file.error() || begin.error() || file.Size() < size) return false;
+  std::vector<unsigned char> bytes(1 << 20);
+  std::vector<unsigned char> others(bytes.size());
+  for (std::uint64_t at = 0; at < size; at += bytes.size()) {
+    bytes.resize(static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), size - at)));
+    others.resize(bytes.size());
+    if (!begin.Read(at, bytes.data(), bytes.size()) ||
+        !file.Read(at, others.data(), others.size()) || bytes != others)
+      return false;
+  }
+  return true;
 }
 
 }  // namespace clipchain

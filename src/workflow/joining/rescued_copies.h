@@ -17,4 +17,7 @@ std::optional<std::string> WholeOf(const std::string& rescued,
 std::optional<std::string> LongerOf(const std::string& rescued,
                                     const std::vector<std::string>& others);
 
+// Whether a file begins with all bytes of another one.
+bool BeginsWithBytesOf(const std::string& whole, const std::string& part);
+
 }  // namespace clipchain

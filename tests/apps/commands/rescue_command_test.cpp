@@ -184,6 +184,21 @@ TEST_F(RescueCommand, TakesTheWholeClipInPlaceOfACopyThatWasInterrupted) {
   EXPECT_THAT(run.out, Not(HasSubstr("clip-rescued")));
 }
 
+TEST_F(RescueCommand, SaysWhatABrokenCopyHasThatIsNoneOfTheWholeClip) {
+  fs::create_directory(folder_ / "backup");
+  fs::copy(folder_ / "card", folder_ / "backup/card");
+  fs::copy_file(Clip(3), folder_ / "card/clip3.mp4", fs::copy_options::overwrite_existing);
+  Bytes broken = WithoutMovie(Clip(3));
+  std::fill(broken.begin() + static_cast<std::ptrdiff_t>(broken.size()) / 2, broken.end(),
+            static_cast<unsigned char>(0xA5));
+  WriteFile(At("backup/card/clip3.mp4"), broken);
+  const Finished run =
+      Tool({"join", At("card"), At("backup/card"), "-o", At("joined"), "--rescue"});
+  EXPECT_EQ(3, run.exitCode);
+  EXPECT_THAT(run.out, HasSubstr("media-left-out"));
+  EXPECT_THAT(run.out, HasSubstr("is a broken copy of"));
+}
+
 TEST_F(RescueCommand, TakesTheLongerOneOfTwoBrokenCopies) {
   fs::create_directory(folder_ / "backup");
   fs::copy(folder_ / "card", folder_ / "backup/card");
