@@ -147,13 +147,17 @@ bool ResultProof::Fits(KeptFile& result, ListedBytes& bytes, const Layout& layou
   return false;
 }
 
+bool ResultProof::HasAny(const PlacedClips& others, const MergeImage& image,
+                         const std::vector<std::size_t>& clips) {
+  return std::any_of(image.pieces.begin(), image.pieces.end(), [&](const ImagePiece& piece) {
+    return piece.clip != ImagePiece::kNoClip &&
+           others.contains({piece.position, clips[piece.clip]});
+  });
+}
+
 Reason ResultProof::CompareContent(KeptFile& result, ListedBytes& bytes,
                                    const std::vector<std::size_t>& clips, const MergeImage& image,
                                    PlacedClips& others) {
-  for (const ImagePiece& piece : image.pieces) {
-    if (piece.clip != ImagePiece::kNoClip && others.contains({piece.position, clips[piece.clip]}))
-      return PrintablePath(result.file.path) + " has the media of another clip";
-  }
   PassingHash hash(bytes.Bytes());
   PassingHash* const passing =
       kept_.At(result.file.path + std::string(kChecksumsSuffix)) != nullptr ? &hash : nullptr;
@@ -198,6 +202,8 @@ void ResultProof::TryContent(KeptFile& result) {
     if (known || meter_.Stopped()) return false;
     row = clips;
     if (!Fits(result, *bytes, boxes.layout, clips, image)) return false;
+    // Why was told then, with the byte.
+    if (HasAny(others, image, clips)) return false;
     why = CompareContent(result, *bytes, clips, image, others);
     if (why) Blame(clips, *why);
     return !why;

@@ -52,8 +52,10 @@ class ResultProof {
                 const std::vector<std::string>& titles) const;
   [[nodiscard]] Reason LossOf(const std::vector<std::size_t>& clips,
                               const FitOptions& options) const;
-  // `others` are clips of which is known that other media than theirs stands there; one that is
-  // found to be such is added.
+  // Whether a merge has one of these clips there.
+  static bool HasAny(const PlacedClips& others, const MergeImage& image,
+                     const std::vector<std::size_t>& clips);
+  // A clip of which other media stands in the result than its own is added to `others`.
   [[nodiscard]] Reason CompareContent(KeptFile& result, ListedBytes& bytes,
                                       const std::vector<std::size_t>& clips,
                                       const MergeImage& image, PlacedClips& others);

@@ -283,6 +283,19 @@ TEST_F(CardProofTest, TellsClipsApartWhoseMediaBeginsAndEndsAlike) {
   EXPECT_THAT(NotKept(), ElementsAre("twin2.mp4"));
 }
 
+TEST_F(CardProofTest, NamesTheWrongByteWhereSeveralClipsCouldFollow) {
+  const Bytes clip = support::Clip(300).Build();
+  const std::size_t middle = support::FindBox(clip, "mdat") + 5'500;
+  const std::string first = PutOnCard("clip0.mp4", support::Clip(300, 9).Build());
+  const std::string twin = PutOnCard("twin1.mp4", clip);
+  ChangeByte(PutOnCard("twin2.mp4", clip), middle);
+  ChangeByte(Merge({first, twin}, "out.mp4"), middle);
+  const CardProof proof = Prove();
+  ASSERT_FALSE(proof.notKept.empty());
+  EXPECT_THAT(proof.notKept[0].path, testing::EndsWith("clip0.mp4"));
+  EXPECT_THAT(proof.notKept[0].reason, HasSubstr("out.mp4 has a byte"));
+}
+
 TEST_F(CardProofTest, TellsClipsOfOneNameOnTwoCardsApart) {
   Merge(clips, "out.mp4");
   fs::create_directory(folder / "card2");
