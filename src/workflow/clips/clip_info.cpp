@@ -94,6 +94,9 @@ class RawBoxLister {
   }
 
  private:
+  // Of a box "stsd" below the movie box.
+  static constexpr unsigned int kMostDepth = 5;
+
   static _GUID UsertypeOf(unsigned int type, std::span<const unsigned char> body) {
     if (type != FourCc("uuid") || body.size() < sizeof(_GUID)) return {};
     return QUIRVA::BigEndianToGuid(body.data(), sizeof(_GUID));
@@ -107,7 +110,29 @@ class RawBoxLister {
       if (!Tell(child, at, depth + 1)) return false;
       at += static_cast<long long>(child.Size());
     }
-    return true;
+    // Deeper no such box has a place, and each level is held in memory.
+    return depth > kMostDepth || TellBehindFields(box, at, depth);
+  }
+
+  // Of boxes whose children stand behind fields.
+  bool TellBehindFields(const RawBox& box, long long at, unsigned int depth) const {
+    const std::size_t fields = FieldsAheadOfChildren(box);
+    if (fields == 0 || fields > box.data.size()) return true;
+    std::span<const unsigned char> in = std::span(box.data).subspan(fields);
+    at += static_cast<long long>(fields);
+    while (true) {
+      RawBox child;
+      if (!child.Take(in)) return true;
+      if (!Tell(child, at, depth + 1)) return false;
+      at += static_cast<long long>(child.Size());
+    }
+  }
+
+  // 0 where no children do.
+  static std::size_t FieldsAheadOfChildren(const RawBox& box) {
+    // Version and flags, and the number of the entries.
+    if (box.type == FourCc("stsd") || box.type == FourCc("dref")) return 8;
+    return box.type == FourCc("meta") ? 4 : 0;
   }
 
   const Listener& listener_;

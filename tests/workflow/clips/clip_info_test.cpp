@@ -207,6 +207,7 @@ TEST_F(ClipInfoOf, AClipThatIsAdaptedTellsAllThatItHas) {
   movie.creationTime = 3'800'000'000;
   movie.Add(support::VideoTrack(90)).Add(support::AudioTrack(140));
   movie.fileType = movie.fileType + support::Box("wide");
+  movie.extraMovieBoxes = support::FullBox("meta", 0, 0, {support::Box("keys", {support::U32(7)})});
   const Bytes bytes = movie.Build();
   ASSERT_OK(Read(bytes));
   EXPECT_OK(info.boxesResult);
@@ -219,6 +220,8 @@ TEST_F(ClipInfoOf, AClipThatIsAdaptedTellsAllThatItHas) {
   ASSERT_NE(nullptr, Find(FourCc("wide")));
   ASSERT_NE(nullptr, Find(FourCc("stsd")));
   EXPECT_EQ(5u, Find(FourCc("stsd"))->depth);
+  for (const unsigned int type : {FourCc("avc1"), FourCc("mp4a"), FourCc("url "), FourCc("keys")})
+    EXPECT_NE(nullptr, Find(type)) << FourCcText(type);
   mostBoxes = boxes.size() - 3;
   info = {};
   ASSERT_OK(Read(bytes));
