@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <initializer_list>
 #include <iterator>
 #include <map>
 #include <memory>
@@ -32,6 +33,13 @@ namespace {
 constexpr long long kMostAhead = 4 << 20;
 constexpr long long kShareAhead = 64;
 
+// What stops a merge of clips as they are alone, and what stops any.
+constexpr std::initializer_list<Message> kToBeAdapted = {
+    Message::kEditListDiffers, Message::kMediaTimeScale, Message::kMovieTimeScale,
+    Message::kOffsetsMisread, Message::kTableMissing};
+constexpr std::initializer_list<Message> kPartners = {Message::kTrackCount,
+                                                      Message::kTrackWithoutPartner};
+
 class CheckRun {
  public:
   // `merge`: gets what a merge needs, unless it is null.
@@ -44,6 +52,7 @@ class CheckRun {
         rehearsal_(memoryLimit_, layout),
         result_(options.output) {
     for (const std::string& input : inputs) files_.emplace_back(input);
+    ownFindings_.resize(inputs.size());
   }
 
   CheckReport Run() {
@@ -97,7 +106,22 @@ class CheckRun {
       if (unread_.count(i) != 0) SayItIsUnreadable(files_[i]);
       files_[i].ForgetPlaces();
     }
+    TellPartnersFirst();
     return true;
+  }
+
+  // Behind the search for partners nothing was adapted where it failed, and what the clips differ
+  // in as they are would not stop the merge.
+  void TellPartnersFirst() {
+    if (fit_ == nullptr || !fit_->Report().LacksPartners()) return;
+    const bool isRefused =
+        std::any_of(files_.begin(), files_.end(),
+                    [](const FileFindings& findings) { return findings.Refuses(kPartners); });
+    if (!isRefused) return;
+    for (std::size_t i = 0; i < files_.size(); ++i) {
+      files_[i].RemoveBehind(ownFindings_[i], kToBeAdapted);
+      files_[i].PutFirst(kPartners);
+    }
   }
 
   // To see whether clips need to be adapted takes more memory than to merge them as they are, and
@@ -167,6 +191,7 @@ class CheckRun {
     const bool isParsed = Take(look, findings);
     order_.push_back(look.order);
     if (isParsed) {
+      ownFindings_[index] = findings.All().size();
       rehearsal_.Take(look.clip, look.view.get(), findings);
       NoteTimes(look);
     } else {
@@ -222,6 +247,8 @@ class CheckRun {
   ClipClocks clocks_;
   Rehearsal rehearsal_;
   std::vector<FileFindings> files_;
+  // How many of a clip's findings are about it alone; the others come behind them.
+  std::vector<std::size_t> ownFindings_;
   FileFindings result_;
   std::map<FileIdentity, std::size_t> seen_;
   std::vector<OrderFacts> order_;

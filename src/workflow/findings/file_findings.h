@@ -1,6 +1,9 @@
 // Collects findings as they are made, one file after the other.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
+#include <initializer_list>
 #include <string>
 #include <utility>
 
@@ -12,6 +15,13 @@ namespace clipchain {
 // A file that was made to be troublesome could be wrong in millions of places; nobody reads more
 // than this many.
 inline constexpr std::size_t kMostFindings = 1000;
+
+// Whether a finding is of one of those kinds.
+inline auto IsOneOf(std::initializer_list<Message> messages) {
+  return [messages](const Finding& finding) {
+    return std::find(messages.begin(), messages.end(), finding.message) != messages.end();
+  };
+}
 
 // The findings about one file, or about none if the path is empty.
 class FileFindings {
@@ -56,11 +66,26 @@ class FileFindings {
   void Remove(Message message) {
     std::erase_if(findings_, [=](const Finding& f) { return f.message == message; });
   }
+  // The same of those that were added after the first so many.
+  void RemoveBehind(std::size_t count, std::initializer_list<Message> messages) {
+    const auto begin = findings_.begin() + static_cast<std::ptrdiff_t>(count);
+    findings_.erase(std::remove_if(begin, findings_.end(), IsOneOf(messages)), findings_.end());
+  }
+  // Tells them ahead of all others.
+  void PutFirst(std::initializer_list<Message> messages) {
+    std::stable_partition(findings_.begin(), findings_.end(), IsOneOf(messages));
+  }
   bool TakesMore() const { return findings_.size() < kMostFindings; }
 
   const std::string& Path() const { return path_; }
   const Findings& All() const { return findings_; }
 
+  // Whether one of those kinds says that there is no merge.
+  bool Refuses(std::initializer_list<Message> messages) const {
+    return std::any_of(findings_.begin(), findings_.end(), [&](const Finding& finding) {
+      return finding.severity == Severity::kRefusal && IsOneOf(messages)(finding);
+    });
+  }
   // Whether anything says that the engine would refuse the file.
   bool Refused() const {
     for (const Finding& finding : findings_) {

@@ -489,6 +489,22 @@ TEST_F(CheckMatch, FindsHintsThatNameSamplesByTheirNumber) {
   EXPECT_THAT(clipchain::Check(inputs, options).findings, IsEmpty());
 }
 
+TEST_F(CheckMatch, TellsNothingThatWouldBeAdaptedBesideATrackWithoutPartner) {
+  MovieBuilder other = EvenClip();
+  other.tracks[0].timeScale /= 2;
+  other.tracks[0].stts = {{48, 500}};
+  other.tracks[0].mediaDuration /= 2;
+  const std::vector<std::string> fitting = {Put("a", EvenClip()), Put("b", other)};
+  EXPECT_THAT(NamesOf(clipchain::Check(fitting, {})), IsEmpty());
+  other.tracks[1] = support::VideoTrack(48, 2);
+  std::vector<std::string> inputs = fitting;
+  inputs.push_back(Put("c", other));
+  const CheckReport report = clipchain::Check(inputs, {});
+  ASSERT_THAT(NamesOf(report), testing::ElementsAre("track-without-partner"));
+  EXPECT_EQ(report.findings.front().path, inputs[2]);
+  EXPECT_EQ(report.findings.front().severity, Severity::kRefusal);
+}
+
 TEST_F(CheckMatch, FindsAnotherLanguage) {
   Bytes bytes = EvenClip().Build();
   const std::size_t language = support::FindBox(bytes, "mdhd", 1) + 28;
