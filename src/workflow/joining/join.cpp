@@ -117,19 +117,25 @@ class Joining {
       if (!update_) {
         report.findings.push_back(
             PartFinding(job, part, "it is needed no more; --update removes it"));
+        // An archive is of no use without its result, and may keep what the longer join does not.
+      } else if (const auto beside = FindStranger(part.path, {})) {
+        report.findings.push_back(
+            PartFinding(job, part,
+                        "it stays because " + PrintablePath(beside->path) +
+                            " belongs to it; remove them together if you need neither"));
       } else if (IsUntouched(job, part, report)) {
         Remove(part, report);
       }
     }
   }
 
-  static Finding PartFinding(const Job& job, const EarlierJoin& part, const char* remedy) {
+  static Finding PartFinding(const Job& job, const EarlierJoin& part, std::string remedy) {
     return MakeFinding(
         Message::kEarlierJoin, part.path,
         fmt::format("is an earlier, shorter join of the same recording: {} of its {} "
                     "clips",
                     part.count, job.inputs.size()),
-        remedy);
+        std::move(remedy));
   }
 
   // Whether it is what its clips give, every byte, so that nobody has made something else of it.

@@ -153,6 +153,28 @@ TEST_F(Proposals, ReplaceResultsOfTheirClipsAlone) {
   EXPECT_TRUE(fs::exists(folder / "out/2024-05-31_12-56-40_MOVI0015.mp4"));
 }
 
+TEST_F(Proposals, LeaveResultsToWhichSomethingBelongs) {
+  PutCard();
+  ASSERT_EQ(Join({"--all"}).exitCode, 0);
+  const fs::path second = folder / "out/2024-05-31_11-34-20_MOVI0013.mp4";
+  fs::remove(second);
+  ASSERT_EQ(Join({"--all", "--originals"}).exitCode, 0);
+  ASSERT_TRUE(fs::exists(second.string() + ".originals"));
+  fs::remove(folder / result);
+  for (const char* name : {"MOVI0012", "MOVI0014"}) {
+    for (const auto& entry : fs::directory_iterator(folder / "out")) {
+      const std::string path = entry.path().string();
+      if (path.find(name) != std::string::npos && path.ends_with(".originals"))
+        fs::remove(entry.path());
+    }
+  }
+  const Finished joined = Join({"--accept", "likely", "--update"});
+  EXPECT_EQ(joined.exitCode, 0);
+  EXPECT_THAT(joined.out, HasSubstr("MOVI0013.mp4.originals belongs to it"));
+  EXPECT_TRUE(fs::exists(second));
+  EXPECT_FALSE(fs::exists(folder / "out/2024-05-31_11-35-20_MOVI0014.mp4"));
+}
+
 TEST_F(Proposals, WithAHoleNeedToBeAllowedTo) {
   Put("card/MOVI0012.MP4", 0, 1800);
   Put("card/MOVI0013.MP4", 60, 1800);
