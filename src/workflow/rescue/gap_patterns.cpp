@@ -144,9 +144,9 @@ bool SaysNothing(const GapPattern& pattern, const FrameMethods& methods) {
 }
 
 // A few pictures in a row are none by chance, but another clip of the camera may have them, too,
-// and in front of them the end of a piece of its sound: two chunks may be one of either clip. What
-// is no number of packets counts only where the media truly ends behind those pictures, as the
-// other clip hardly does.
+// and in front of them a part of a piece of its sound: that is shorter than a piece, and behind a
+// whole chunk of this clip both are two chunks at least. What is no number of packets counts only
+// where the media truly ends behind those pictures, as the other clip hardly does.
 bool IsBeforePictures(const GapRules& rules, const GapPattern& pattern, std::uint64_t count) {
   constexpr std::uint64_t kEnough = 4;
   constexpr std::uint64_t kLeastStep = 256;
@@ -154,7 +154,7 @@ bool IsBeforePictures(const GapRules& rules, const GapPattern& pattern, std::uin
   // Pieces of several tracks may take turns instead of being longer.
   if (pattern.tracks.size() > 1 && count > pattern.most) return false;
   if (pattern.chunks >= kEnough && pattern.chunkStep >= kLeastStep &&
-      count % pattern.chunkStep == 0)
+      count % pattern.chunkStep == 0 && count >= pattern.least)
     return rules.followers() != Followers::kFew;
   return rules.followers() == Followers::kAll;
 }

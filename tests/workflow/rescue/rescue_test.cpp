@@ -551,6 +551,19 @@ TEST(GapPatterns, OfChunksOfOneLengthAreFilledWherePicturesFollow) {
   EXPECT_TRUE(learned.Fill(1200, Followers::kAll));
 }
 
+// Of packets of 300 samples; one of them more is no part of another clip's sound.
+TEST(GapPatterns, OfAChunkThatIsALittleLongerAreFilledWherePicturesFollow) {
+  const TempDir folder;
+  const std::string path = folder / "clip";
+  WriteFile(path, WithPieces({3000, 3000, 3300, 3900, 700}));
+  LearnedPieces learned;
+  ASSERT_EQ(std::nullopt, learned.Learn(path));
+  EXPECT_FALSE(learned.Fill(3600));
+  EXPECT_TRUE(learned.Fill(3600, rescue::Followers::kEnough));
+  EXPECT_FALSE(learned.Fill(2700, rescue::Followers::kEnough));
+  EXPECT_FALSE(learned.Fill(6000, rescue::Followers::kEnough));
+}
+
 // As from several microphones.
 TEST(GapPatterns, OfTracksBesideEachOtherAreFilledInTheirProportion) {
   const TempDir folder;
