@@ -62,11 +62,15 @@ bool LacksMovie(FileBytes& file) {
 bool IsBlankMovie(FileBytes& file, unsigned long long position, const BoxHeader& movie) {
   unsigned long long at = position + movie.headerSize;
   const unsigned long long end = position + movie.size;
+  bool isDescribed = false;
   for (int boxes = 0; boxes < kMostInside && end - at >= BoxHeader::kShort; ++boxes) {
     const auto header = ReadBoxHeader(file, at);
     if (!header) return false;
-    if (header->type == 0 && header->size == 0) return true;
+    // Behind what tells where the samples of a track are, zeros fill the rest.
+    if (header->type == 0 && header->size == 0) return !isDescribed;
     if (header->size == 0 || !header->FitsIn(end - at)) return false;
+    if (header->type == FourCc("trak")) isDescribed = false;
+    if (header->type == FourCc("stco") || header->type == FourCc("co64")) isDescribed = true;
     // Its boxes are the next ones; what stands behind them follows.
     at += HoldsTables(header->type) ? header->headerSize : header->size;
   }

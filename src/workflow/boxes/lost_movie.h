@@ -11,7 +11,7 @@ namespace clipchain {
 // with.
 bool LacksMovie(FileBytes& file);
 
-// Whether zeros stand in place of boxes in a movie box that is whole by its size.
+// Whether zeros stand in place of the tables of a track in a movie box that is whole by its size.
 bool IsBlankMovie(FileBytes& file, unsigned long long position, const BoxHeader& movie);
 
 }  // namespace clipchain

@@ -48,3 +48,12 @@ TEST_F(LostMovie, IsMissedWhereZerosStandInIt) {
   const Bytes tags = Box("udta", {Zeros(4)});
   EXPECT_FALSE(Lacks({type_, media_, Box("moov", {Box("mvhd", {Zeros(100)}), tags})}));
 }
+
+TEST_F(LostMovie, IsNotMissedWhereZerosFillTheRestOfIt) {
+  const Bytes tables = Box("stbl", {Box("stsz", {Zeros(12)}), Box("stco", {Zeros(8)})});
+  const Bytes track = Box("trak", {Box("mdia", {Box("minf", {tables})})});
+  const Bytes header = Box("mvhd", {Zeros(100)});
+  EXPECT_FALSE(Lacks({type_, media_, Box("moov", {header, track, Zeros(64)})}));
+  const Bytes blank = Box("trak", {Box("tkhd", {Zeros(84)}), Zeros(200)});
+  EXPECT_TRUE(Lacks({type_, media_, Box("moov", {header, track, blank})}));
+}
