@@ -81,32 +81,28 @@ class Rescuer {
 
   // A copy that was interrupted, beside the clip that was copied, or beside a longer copy.
   void LeaveOutCopies() {
+    if (rescued_.empty()) return;
     std::vector<std::string> outputs;
     for (const auto& [broken, output] : rescued_) outputs.push_back(output);
-    for (auto rescue = rescued_.begin(); rescue != rescued_.end();) {
+    const std::vector<IdentifiedClip> found = Identify(outputs);
+    const std::vector<IdentifiedClip> whole = Identify(whole_);
+    auto clip = found.begin();
+    for (auto rescue = rescued_.begin(); rescue != rescued_.end(); ++clip) {
       const std::string& broken = rescue->first;
-      if (const auto whole = WholeOf(rescue->second, whole_)) {
-        const bool isCut = BeginsWithBytesOf(*whole, broken);
+      if (const auto copied = WholeOf(*clip, whole)) {
+        const bool isCut = BeginsWithBytesOf(*copied, broken);
         std::erase_if(findings_, [&](const Finding& finding) {
           return finding.path == broken && (isCut || finding.message != Message::kMediaLeftOut);
         });
         findings_.push_back(MakeFinding(Message::kClipsCopied, broken,
-                                        "is a broken copy of " + PrintablePath(*whole)));
+                                        "is a broken copy of " + PrintablePath(*copied)));
         copies_.insert(broken);
         rescue = rescued_.erase(rescue);
         continue;
       }
-      if (const auto longest = LongestOf(rescue->second, outputs)) rescue->second = *longest;
+      if (const auto longest = LongestOf(*clip, found)) rescue->second = *longest;
       ++rescue;
     }
-  }
-
-  static std::optional<std::string> LongestOf(const std::string& output,
-                                              const std::vector<std::string>& outputs) {
-    std::optional<std::string> longest;
-    for (auto next = LongerOf(output, outputs); next; next = LongerOf(*next, outputs))
-      longest = next;
-    return longest;
   }
 
   bool Make(const std::string& broken, const std::string& output) {

@@ -62,33 +62,42 @@ bool BeginsWith(const Media& whole, const Media& part) {
 
 // The first one that begins with the rescued clip and that the caller takes.
 template <typename MayTake>
-std::optional<std::string> FirstWith(const std::string& rescued,
-                                     const std::vector<std::string>& clips,
-                                     const MayTake& mayTake) {
-  const _GUID id = IdentifierOf(rescued);
-  if (id == _GUID{}) return std::nullopt;
-  const Media part(rescued);
-  for (const std::string& clip : clips) {
-    if (clip == rescued || IdentifierOf(clip) != id) continue;
-    const Media whole(clip);
-    if (mayTake(whole, part) && BeginsWith(whole, part)) return clip;
+const IdentifiedClip* FirstWith(const IdentifiedClip& rescued,
+                                const std::vector<IdentifiedClip>& clips, const MayTake& mayTake) {
+  if (rescued.id == _GUID{}) return nullptr;
+  const Media part(rescued.path);
+  for (const IdentifiedClip& clip : clips) {
+    if (clip.path == rescued.path || clip.id != rescued.id) continue;
+    const Media whole(clip.path);
+    if (mayTake(whole, part) && BeginsWith(whole, part)) return &clip;
   }
-  return std::nullopt;
+  return nullptr;
 }
 
 }  // namespace
 
-std::optional<std::string> WholeOf(const std::string& rescued,
-                                   const std::vector<std::string>& clips) {
-  return FirstWith(rescued, clips,
-                   [](const Media& whole, const Media&) { return !whole.IsRescued(); });
+std::vector<IdentifiedClip> Identify(const std::vector<std::string>& clips) {
+  std::vector<IdentifiedClip> identified;
+  for (const std::string& clip : clips) identified.push_back({clip, IdentifierOf(clip)});
+  return identified;
 }
 
-std::optional<std::string> LongerOf(const std::string& rescued,
-                                    const std::vector<std::string>& others) {
-  return FirstWith(rescued, others, [](const Media& longer, const Media& part) {
+std::optional<std::string> WholeOf(const IdentifiedClip& rescued,
+                                   const std::vector<IdentifiedClip>& clips) {
+  const IdentifiedClip* clip = FirstWith(
+      rescued, clips, [](const Media& whole, const Media&) { return !whole.IsRescued(); });
+  return clip != nullptr ? std::optional(clip->path) : std::nullopt;
+}
+
+std::optional<std::string> LongestOf(const IdentifiedClip& rescued,
+                                     const std::vector<IdentifiedClip>& others) {
+  const auto isLonger = [](const Media& longer, const Media& part) {
     return longer.Size() > part.Size();
-  });
+  };
+  const IdentifiedClip* longest = nullptr;
+  for (const IdentifiedClip* next = &rescued; (next = FirstWith(*next, others, isLonger));)
+    longest = next;
+  return longest != nullptr ? std::optional(longest->path) : std::nullopt;
 }
 
 bool BeginsWithBytesOf(const std::string& whole, const std::string& part) {

@@ -297,7 +297,7 @@ Followers Walk::FollowersAt(std::uint64_t position) {
     static_cast<void>(TakeFacts(model_.syntax, *unit, order));
     position += unit->size;
   }
-  return Followers::kEnough;
+  return TooMuchWork() ? Followers::kFew : Followers::kEnough;
 }
 
 std::optional<std::uint64_t> Walk::NextAnchor(std::uint64_t from, std::uint64_t limit) {
