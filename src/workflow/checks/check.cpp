@@ -35,8 +35,8 @@ constexpr long long kShareAhead = 64;
 
 // What stops a merge of clips as they are alone, and what stops any.
 constexpr std::initializer_list<Message> kToBeAdapted = {
-    Message::kEditListDiffers, Message::kMediaTimeScale, Message::kMovieTimeScale,
-    Message::kOffsetsMisread, Message::kTableMissing};
+    Message::kEditListDiffers, Message::kMediaTimeScale,    Message::kMovieTimeScale,
+    Message::kOffsetsMisread,  Message::kSampleDescription, Message::kTableMissing};
 constexpr std::initializer_list<Message> kPartners = {Message::kTrackCount,
                                                       Message::kTrackWithoutPartner};
 

@@ -108,7 +108,14 @@ void AddFitProblems(const Fit& fit, std::size_t clip, FileFindings& findings) {
     const bool isTold = std::any_of(before.begin(), before.end(), [&](const Finding& finding) {
       return finding.message == message && finding.box.find(type) != std::string::npos;
     });
-    if (problem.clip != clip || isTold) continue;
+    if (problem.clip != clip) continue;
+    if (isTold) {
+      // The fit knows whether other tracks have partners.
+      const bool isOfPartners = problem.kind == FitProblemKind::kTrackCount ||
+                                problem.kind == FitProblemKind::kTrackWithoutPartner;
+      if (isOfPartners) findings.SetRemedy(message, problem.remedy);
+      continue;
+    }
     Finding& finding = findings.Add(message, problem.text, problem.remedy);
     if (!IsWarning(problem.kind)) finding.severity = std::max(finding.severity, Severity::kRisk);
     if (problem.kind == FitProblemKind::kMemoryLimit) finding.result = E_OUTOFMEMORY;

@@ -71,6 +71,12 @@ class FileFindings {
     const auto begin = findings_.begin() + static_cast<std::ptrdiff_t>(count);
     findings_.erase(std::remove_if(begin, findings_.end(), IsOneOf(messages)), findings_.end());
   }
+  // Says something else to do about all of that kind.
+  void SetRemedy(Message message, const std::string& remedy) {
+    for (Finding& finding : findings_) {
+      if (finding.message == message) finding.remedy = remedy;
+    }
+  }
   // Tells them ahead of all others.
   void PutFirst(std::initializer_list<Message> messages) {
     std::stable_partition(findings_.begin(), findings_.end(), IsOneOf(messages));

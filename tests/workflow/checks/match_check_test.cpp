@@ -503,6 +503,7 @@ TEST_F(CheckMatch, TellsNothingThatWouldBeAdaptedBesideATrackWithoutPartner) {
   ASSERT_THAT(NamesOf(report), testing::ElementsAre("track-without-partner"));
   EXPECT_EQ(report.findings.front().path, inputs[2]);
   EXPECT_EQ(report.findings.front().severity, Severity::kRefusal);
+  EXPECT_THAT(report.findings.front().remedy, HasSubstr("--common-tracks"));
 }
 
 TEST_F(CheckMatch, FindsAnotherLanguage) {
