@@ -20,6 +20,7 @@ class CutGapSolver {
            });
   }
 
+  // Another clip's sound may stand behind the cut.
   bool SaysNothing(const GapPattern& pattern) const {
     return std::all_of(pattern.tracks.begin(), pattern.tracks.end(),
                        [&](std::size_t track) { return IsUniform(track); });
@@ -36,34 +37,6 @@ class CutGapSolver {
       pieces.push_back({track, at, std::move(*span)});
       at += pieces.back().span.bytes;
     }
-    return {};
-  }
-
-  bool KeepsTime(const GapPattern& pattern) const {
-    constexpr std::uint64_t kEnough = 3;
-    return rules_.patterns.IsOnly(pattern) && pattern.keepsTime && pattern.pictures != 0 &&
-           pattern.times >= kEnough;
-  }
-
-  // Where the reference's pieces are as long as the pictures in front of them take, up to its end.
-  Pieces SolveInTime(const GapPattern& pattern) {
-    const auto& known = pattern.counts.front();
-    Pieces pieces;
-    std::uint64_t at = gap_.range.begin;
-    for (std::size_t i = 0; i < known.size() && at < gap_.range.end; ++i) {
-      const std::uint64_t whole = known[i] * gap_.pictures;
-      if (whole % pattern.pictures != 0) return {};
-      const std::uint64_t size = rules_.methods[pattern.tracks[i]]->UniformSize();
-      const std::uint64_t bytes =
-          std::min(whole / pattern.pictures * size, gap_.range.end - at) / size * size;
-      SampleSpan span = rules_.methods[pattern.tracks[i]]->Begin(window_, {at, at + bytes}, other_);
-      if (span.count == 0) break;
-      const bool isCut = span.count * pattern.pictures < whole;
-      at += span.bytes;
-      pieces.push_back({pattern.tracks[i], at - span.bytes, std::move(span)});
-      if (isCut) return pieces;
-    }
-    // What is left is more than the beginning of a sample: it is none of these pieces.
     return {};
   }
 
@@ -120,11 +93,7 @@ std::vector<GapPiece> SolveCutGap(const GapRules& rules, MediaWindow& window, co
     return true;
   };
   for (const GapPattern& pattern : rules.patterns.all()) {
-    if (!solver.Suits(pattern)) continue;
-    if (solver.SaysNothing(pattern)) {
-      if (solver.KeepsTime(pattern) && !take(solver.SolveInTime(pattern))) return {};
-      continue;
-    }
+    if (!solver.Suits(pattern) || solver.SaysNothing(pattern)) continue;
     for (const auto& counts : pattern.counts) {
       if (!take(solver.Solve(pattern, counts))) return {};
     }

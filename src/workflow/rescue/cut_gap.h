@@ -11,8 +11,6 @@ namespace clipchain::rescue {
 struct CutGap {
   ByteRange range;
   bool atBegin = false;
-  // In front of it, behind the gap before.
-  std::uint64_t pictures = 0;
 };
 
 // Pieces of several tracks, each whole but the last one, which shows where the one in front of it

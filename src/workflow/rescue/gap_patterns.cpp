@@ -26,14 +26,11 @@ void GapPatterns::Learn(const Reference& reference, std::optional<std::size_t> a
   Gap gap;
   gap.atBegin = true;
   std::uint64_t last = 0;
-  std::uint64_t pictures = 0;
   for (const ChunkPlace& chunk : reference.chunks()) {
     if (anchor && chunk.track == *anchor) {
-      pictures = gap.tracks.empty() ? pictures + chunk.samples : chunk.samples;
       GapPattern* pattern = gap.tracks.empty() ? nullptr : TakeGap(gap);
       if (pattern != nullptr) TakeFirst(gap, *pattern);
       gap = {};
-      gap.pictures = pictures;
       continue;
     }
     const bool joins =
@@ -85,15 +82,10 @@ GapPattern* GapPatterns::TakeGap(const Gap& gap) {
     patterns_.emplace_back();
     found = patterns_.end() - 1;
     found->tracks = gap.tracks;
-    found->pictures = gap.pictures;
     found->atBegin = gap.atBegin;
   }
   ++found->times;
   AddOnce(found->counts, gap.counts);
-  for (std::size_t i = 0; i < gap.counts.size(); ++i) {
-    if (gap.counts[i] * found->pictures != found->counts.front()[i] * gap.pictures)
-      found->keepsTime = false;
-  }
   return &*found;
 }
 

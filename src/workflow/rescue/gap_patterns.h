@@ -33,10 +33,6 @@ struct GapPattern {
   std::uint64_t chunks = 0;
   // In front of the first picture.
   bool atBegin = false;
-  // Pictures in front of the gap with the first ones of these numbers, behind the gap before.
-  std::uint64_t pictures = 0;
-  // All gaps, the last one too, have as many samples for each of these.
-  bool keepsTime = true;
 };
 
 class GapPatterns {
@@ -69,7 +65,6 @@ class GapPatterns {
     // Of the first track.
     std::vector<std::uint64_t> chunks;
     std::uint64_t bytes = 0;
-    std::uint64_t pictures = 0;
     bool atBegin = false;
   };
   static void TakeFirst(const Gap& gap, GapPattern& pattern);

@@ -116,8 +116,6 @@ class Walk {
   SoundClock clock_;
   // What was found between the last two pictures, if anything.
   std::optional<ByteRange> gap_;
-  // Pictures in front of that and of all gaps before.
-  std::uint64_t picturesBefore_ = 0;
   // A whole picture stands between the position and the end.
   bool parted_ = false;
   // Another recording follows.
@@ -241,7 +239,6 @@ bool Walk::CrossTo(std::uint64_t end) {
   const auto pieces = SolveGap(RulesAt(end), window_, {position_, end}, place);
   if (!pieces) return false;
   TakePiecesOf(*pieces);
-  if (model_.video) picturesBefore_ = harvest_.tracks[*model_.video].samples;
   gap_ = {position_, end};
   position_ = end;
   return true;
@@ -347,11 +344,9 @@ bool Walk::TakeTailOfSeveral() {
   if (range_.ends || range_.overrun ||
       range_.end - position_ > model_.patterns.largest() * 2 + kRoom)
     return false;
-  const std::uint64_t pictures =
-      harvest_.tracks[*model_.video].samples + (pending_ ? 1 : 0) - picturesBefore_;
   PictureGuard guard(&units_, range_.end);
-  const auto pieces = SolveCutGap(RulesAt(range_.end), window_,
-                                  {{position_, range_.end}, AtBegin(), pictures}, guard);
+  const auto pieces =
+      SolveCutGap(RulesAt(range_.end), window_, {{position_, range_.end}, AtBegin()}, guard);
   if (pieces.empty()) return false;
   TakePiecesOf(pieces);
   position_ = pieces.back().position + pieces.back().span.bytes;
