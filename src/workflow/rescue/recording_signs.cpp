@@ -184,10 +184,11 @@ bool Recording::Opens(const AccessUnit& unit) const {
 // say nothing about what stands in front of it. Some encoders start anew at each new scene, too,
 // which the reference may not have: where it tells what a first picture has, or this one's number
 // goes on, that alone ends no recording. Of a reference that is the later part of a recording this
-// clip's own first picture tells it.
+// clip's own first picture tells it, as long as this clip has shown no even step itself.
 bool Recording::StartsTooEarly(const AccessUnit& unit) const {
+  const bool isFirstTold = firstIsMarked_ && sinceStart_ == pictures_;
   return signs_.evenStep != 0 && evenly_ && sinceStart_ < signs_.evenStep &&
-         !signs_.opening.Tells() && (unit.isMarked || !firstIsMarked_) && MayOpen(unit);
+         !signs_.opening.Tells() && (unit.isMarked || !isFirstTold) && MayOpen(unit);
 }
 
 bool Recording::MayOpen(const AccessUnit& unit) const {

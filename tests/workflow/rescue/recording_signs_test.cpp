@@ -218,6 +218,13 @@ TEST(Recording, GoesOnWhereItsOwnFirstPictureHasMoreThanOneThatStartsEarly) {
     unit.isMarked = early;
     EXPECT_EQ(goesOn, recording.Take(unit, Shown(0, true))) << first << early;
   }
+  Recording even(signs);
+  AccessUnit unit = Start(0);
+  unit.isMarked = true;
+  ASSERT_TRUE(even.Take(unit, Shown(0, true)));
+  for (int i = 0; i < 12; ++i) ASSERT_TRUE(even.Take(AccessUnit(), Shown(2 * i + 2)));
+  ASSERT_TRUE(even.Take(Start(1), Shown(0, true)));
+  EXPECT_FALSE(even.Take(Start(0), Shown(0, true))) << "it has shown an even step itself";
 }
 
 TEST(OpeningMarks, KnowWhatNoSampleOfTheReferenceHas) {
