@@ -148,7 +148,7 @@ bool IsBeforePictures(const GapRules& rules, const GapPattern& pattern, std::uin
   if (pattern.chunks >= kEnough && pattern.chunkStep >= kLeastStep &&
       count % pattern.chunkStep == 0 && count >= pattern.least)
     return rules.followers() != Followers::kFew;
-  return rules.followers() == Followers::kAll;
+  return count <= pattern.most && rules.followers() == Followers::kAll;
 }
 
 class Solver {

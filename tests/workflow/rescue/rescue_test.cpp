@@ -562,6 +562,8 @@ TEST(GapPatterns, OfAChunkThatIsALittleLongerAreFilledWherePicturesFollow) {
   EXPECT_TRUE(learned.Fill(3600, rescue::Followers::kEnough));
   EXPECT_FALSE(learned.Fill(2700, rescue::Followers::kEnough));
   EXPECT_FALSE(learned.Fill(6000, rescue::Followers::kEnough));
+  EXPECT_TRUE(learned.Fill(2750, rescue::Followers::kAll));
+  EXPECT_FALSE(learned.Fill(3950, rescue::Followers::kAll));
 }
 
 // As from several microphones.
