@@ -273,10 +273,15 @@ class UniformFrames final : public FrameMethod {
       roughness_.Take(bytes.data());
   }
 
-  std::optional<SampleSpan> Fill(MediaWindow&, ByteRange range) override {
+  std::optional<SampleSpan> Fill(MediaWindow& window, ByteRange range) override {
     const std::uint64_t bytes = range.end - range.begin;
+    const std::uint64_t count = bytes / size_;
     if (bytes == 0 || bytes % size_ != 0) return std::nullopt;
-    return SampleSpan{bytes / size_, bytes, {}};
+    // As long as where pictures were not recorded, but it may also be what a disk had no bytes of.
+    const bool isLong = !counts_.empty() && count > 2 * Largest();
+    if (isLong && !roughness_.MayBeAll(window, range.begin, count, Zeros::kNoSound))
+      return std::nullopt;
+    return SampleSpan{count, bytes, {}};
   }
 
   // Nothing in a sample says what it is. It counts as far as the reference's
@@ -289,7 +294,7 @@ class UniformFrames final : public FrameMethod {
     constexpr std::uint64_t kFewBytes = 64;
     if (range.end - range.begin < kFewBytes && other.At(range.begin) != Answer::kNo) return {};
     const std::uint64_t sure = BeforeOther(range, whole, other);
-    if (sure == 0 || !IsSmooth(window, range.begin, sure)) return {};
+    if (sure == 0 || !roughness_.MayBeAll(window, range.begin, sure, Zeros::kSilence)) return {};
     return {sure, sure * size_, {}};
   }
 
@@ -307,18 +312,6 @@ class UniformFrames final : public FrameMethod {
       if (other.At(range.begin + at * size_) != Answer::kNo) return at;
     }
     return whole;
-  }
-
-  bool IsSmooth(MediaWindow& window, std::uint64_t begin, std::uint64_t count) const {
-    constexpr std::size_t kFrames = SoundRoughness::kFrames;
-    for (std::uint64_t at = 0; at < count; at += kFrames) {
-      // The last piece reaches back, to have as many frames as the others.
-      const std::uint64_t from = std::min(at, count > kFrames ? count - kFrames : 0);
-      const auto frames = static_cast<std::size_t>(std::min<std::uint64_t>(kFrames, count));
-      const unsigned char* bytes = window.At(begin + from * size_, frames * size_);
-      if (bytes == nullptr || !roughness_.MayBe(bytes, frames)) return false;
-    }
-    return true;
   }
 
   std::uint32_t size_;

@@ -14,6 +14,10 @@ bool IsText(const unsigned char* bytes, std::size_t count) {
   });
 }
 
+bool IsZero(const unsigned char* bytes, std::size_t count) {
+  return std::all_of(bytes, bytes + count, [](unsigned char byte) { return byte == 0; });
+}
+
 }  // namespace
 
 void SoundRoughness::Take(const unsigned char* bytes) {
@@ -26,6 +30,19 @@ bool SoundRoughness::MayBe(const unsigned char* bytes, std::size_t frames) const
   constexpr unsigned int kNoise = 36;
   const unsigned int limit = most_ >= kNoise ? 0 : std::clamp(most_ * 2, kLeast, kNoise);
   return RoughnessOf(bytes, frames, size_) <= limit && !IsText(bytes, frames * size_);
+}
+
+bool SoundRoughness::MayBeAll(MediaWindow& window, std::uint64_t begin, std::uint64_t frames,
+                              Zeros zeros) const {
+  const auto part = static_cast<std::size_t>(std::min<std::uint64_t>(kFrames, frames));
+  for (std::uint64_t at = 0; at < frames; at += kFrames) {
+    // The last part reaches back, to have as many frames as the others.
+    const std::uint64_t from = std::min(at, frames - part);
+    const unsigned char* bytes = window.At(begin + from * size_, part * size_);
+    if (bytes == nullptr || !MayBe(bytes, part)) return false;
+    if (zeros == Zeros::kNoSound && IsZero(bytes, part * size_)) return false;
+  }
+  return true;
 }
 
 unsigned int RoughnessOf(const unsigned char* bytes, std::size_t frames, std::uint32_t size) {

@@ -4,9 +4,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+
+#include "workflow/rescue/media_window.h"
 
 namespace clipchain::rescue {
+
+// What kFrames of nothing but zeros are.
+enum class Zeros { kSilence, kNoSound };
 
 class SoundRoughness {
  public:
@@ -20,6 +24,8 @@ class SoundRoughness {
   void Take(const unsigned char* bytes);
   // Whether so many frames may be more of that sound.
   bool MayBe(const unsigned char* bytes, std::size_t frames) const;
+  // The same of as many frames as there may be, which stand there in the file.
+  bool MayBeAll(MediaWindow& window, std::uint64_t begin, std::uint64_t frames, Zeros zeros) const;
 
  private:
   std::uint32_t size_;

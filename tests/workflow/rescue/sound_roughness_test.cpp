@@ -5,6 +5,9 @@
 #include <cmath>
 #include <vector>
 
+#include "support/bytes.h"
+#include "support/temp_dir.h"
+
 namespace clipchain::rescue {
 
 namespace {
@@ -58,6 +61,27 @@ TEST(SoundRoughness, TellsTextFromSound) {
   SoundRoughness roughness(2);
   roughness.Take(Tone(4000).data());
   EXPECT_FALSE(MayBe(roughness, std::vector<unsigned char>(2 * SoundRoughness::kFrames, 'a')));
+}
+
+// Where pictures were not recorded nothing but sound stands between two others, and no part of it
+// is what a disk had no bytes of.
+TEST(SoundRoughness, LooksAtEveryPart) {
+  const support::TempDir folder;
+  SoundRoughness roughness(2);
+  roughness.Take(Tone(4000).data());
+  const std::vector<unsigned char> zeros(2 * SoundRoughness::kFrames);
+  for (const auto& part : {Tone(4000), zeros, Noise()}) {
+    support::Bytes bytes(3);
+    for (const auto& piece : {Tone(4000), Tone(4000), part, Tone(100)})
+      bytes.insert(bytes.end(), piece.begin(), piece.end());
+    support::WriteFile(folder / "clip", bytes);
+    FileBytes file((folder / "clip").string());
+    MediaWindow window(file);
+    constexpr std::uint64_t kAll = 4 * SoundRoughness::kFrames;
+    EXPECT_EQ(part != Noise(), roughness.MayBeAll(window, 3, kAll, Zeros::kSilence));
+    EXPECT_EQ(part == Tone(4000), roughness.MayBeAll(window, 3, kAll - 5, Zeros::kNoSound));
+    EXPECT_FALSE(roughness.MayBeAll(window, 4, kAll, Zeros::kSilence)) << "behind the end";
+  }
 }
 
 }  // namespace clipchain::rescue
