@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
-#include <numeric>
 #include <optional>
 #include <system_error>
 
@@ -48,9 +47,7 @@ std::uint64_t MediaSizeOf(const std::string& path) {
   FitReport unsaid;
   MemoryBudget unlimited;
   if (!clip.Open(0, unsaid, unlimited)) return 0;
-  return std::accumulate(
-      clip.media.begin(), clip.media.end(), std::uint64_t{0},
-      [](std::uint64_t sum, const MediaRange& media) { return sum + media.size; });
+  return MediaMap(clip.media, 0).Size();
 }
 
 SequenceClip ClipWithIdentifier(const std::string& path) {

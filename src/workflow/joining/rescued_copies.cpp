@@ -1,7 +1,6 @@
 #include "workflow/joining/rescued_copies.h"
 
 #include <algorithm>
-#include <numeric>
 
 #include "adapt/clips/fit_clip.h"
 #include "adapt/clips/media_map.h"
@@ -30,11 +29,7 @@ class Media {
   }
 
   bool IsRescued() const { return rescue::IsRescued(clip_.movie); }
-  std::uint64_t Size() const {
-    return std::accumulate(
-        clip_.media.begin(), clip_.media.end(), std::uint64_t{0},
-        [](std::uint64_t sum, const MediaRange& media) { return sum + media.size; });
-  }
+  std::uint64_t Size() const { return MediaMap(clip_.media, 0).Size(); }
   // Up to the end of a box, and no more than so many; none if they can't be read.
   Bytes Read(std::uint64_t at, std::uint64_t most) const {
     for (const MediaRange& media : clip_.media) {
