@@ -91,21 +91,22 @@ class MarkedData : public FrameMethod {
   std::vector<unsigned char> mark_;
 };
 
-class MeasuredData final : public MarkedData {
+// As many as follow one another, each of a known size.
+class CountedData : public MarkedData {
  public:
-  MeasuredData(std::vector<unsigned char> mark, LengthField length)
-      : MarkedData(std::move(mark)), length_(length) {}
+  using MarkedData::MarkedData;
 
   std::string_view Name() const override { return "headers"; }
 
   std::optional<SampleSpan> Take(MediaWindow& window, ByteRange range,
                                  std::uint64_t most) override {
     SampleSpan span;
-    while (span.count < most && range.end - range.begin >= kHead) {
-      const unsigned char* bytes = window.At(range.begin, kHead);
-      if (bytes == nullptr || !IsMark(bytes)) break;
-      const std::int64_t size = length_.SizeOf(bytes);
-      if (size < std::int64_t{kHead} || static_cast<std::uint64_t>(size) > range.end - range.begin)
+    while (span.count < most && range.end - range.begin >= Least()) {
+      const unsigned char* head = window.At(range.begin, std::min<std::size_t>(Least(), kHead));
+      if (head == nullptr || !IsMark(head)) break;
+      const std::int64_t size = SizeOf(head);
+      if (size < std::int64_t{Least()} ||
+          static_cast<std::uint64_t>(size) > range.end - range.begin)
         return std::nullopt;
       span.sizes.push_back(static_cast<std::uint32_t>(size));
       span.bytes += static_cast<std::uint64_t>(size);
@@ -117,33 +118,33 @@ class MeasuredData final : public MarkedData {
   }
 
  private:
+  // No sample has fewer bytes.
+  virtual std::uint32_t Least() const = 0;
+  virtual std::int64_t SizeOf(const unsigned char* head) const = 0;
+};
+
+class MeasuredData final : public CountedData {
+ public:
+  MeasuredData(std::vector<unsigned char> mark, LengthField length)
+      : CountedData(std::move(mark)), length_(length) {}
+
+ private:
+  std::uint32_t Least() const override { return kHead; }
+  std::int64_t SizeOf(const unsigned char* head) const override { return length_.SizeOf(head); }
+
   LengthField length_;
 };
 
 // Each has the same size.
-class EvenData final : public MarkedData {
+class EvenData final : public CountedData {
  public:
   EvenData(std::vector<unsigned char> mark, std::uint32_t size)
-      : MarkedData(std::move(mark)), size_(size) {}
-
-  std::string_view Name() const override { return "headers"; }
-
-  std::optional<SampleSpan> Take(MediaWindow& window, ByteRange range,
-                                 std::uint64_t most) override {
-    SampleSpan span;
-    while (span.count < most && range.end - range.begin >= size_) {
-      const unsigned char* bytes = window.At(range.begin, MarkSize());
-      if (bytes == nullptr || !IsMark(bytes)) break;
-      span.sizes.push_back(size_);
-      span.bytes += size_;
-      ++span.count;
-      range.begin += size_;
-    }
-    if (span.count == 0) return std::nullopt;
-    return span;
-  }
+      : CountedData(std::move(mark)), size_(size) {}
 
  private:
+  std::uint32_t Least() const override { return size_; }
+  std::int64_t SizeOf(const unsigned char*) const override { return size_; }
+
   std::uint32_t size_;
 };
 
