@@ -447,7 +447,9 @@ namespace {
 // What the pieces of sound of one clip teach about others.
 class LearnedPieces {
  public:
-  clipchain::Reason Learn(const std::string& path) {
+  clipchain::Reason Learn(const std::vector<std::uint32_t>& pieces, std::uint32_t tracks = 1) {
+    const std::string path = folder_ / "clip";
+    WriteFile(path, WithPieces(pieces, tracks));
     if (clipchain::Reason why = reference_.Load(path)) return why;
     patterns_.Learn(reference_, 0);
     methods_.resize(reference_.tracks().size());
@@ -485,6 +487,7 @@ class LearnedPieces {
     return counts;
   }
 
+  const TempDir folder_;
   rescue::Reference reference_;
   rescue::GapPatterns patterns_;
   rescue::FrameMethods methods_;
@@ -496,16 +499,13 @@ class LearnedPieces {
 
 // Packets of 100 samples, of which the reference happens to have no two in a row.
 TEST(GapPatterns, OfPacketsAreFilledByAnyFewOfThem) {
-  const TempDir folder;
   for (const bool isRegular : {true, false}) {
     std::vector<std::uint32_t> pieces;
     for (std::uint32_t i = 0; i < 12; ++i) pieces.push_back(i % 4 == 0 ? 400 : 300);
     pieces.push_back(isRegular ? 100 : 101);
     pieces.push_back(6);  // where the recording ended
-    const std::string path = folder / (isRegular ? "packets" : "others");
-    WriteFile(path, WithPieces(pieces));
     LearnedPieces learned;
-    ASSERT_EQ(std::nullopt, learned.Learn(path));
+    ASSERT_EQ(std::nullopt, learned.Learn(pieces));
     // Those at the end count, too: the recording may end with the longest one.
     EXPECT_EQ(400u, learned.patterns().MostOf(1, false));
     EXPECT_EQ(0u, learned.patterns().MostOf(1, true));
@@ -520,14 +520,11 @@ TEST(GapPatterns, OfPacketsAreFilledByAnyFewOfThem) {
 
 // A piece and the first one of another recording are never longer than two.
 TEST(GapPatterns, OfLongPacketsAreFilledBySoundWhosePicturesWereNotRecorded) {
-  const TempDir folder;
   std::vector<std::uint32_t> pieces(12, 1000);
   pieces.push_back(2000);
   pieces.push_back(6);  // where the recording ended
-  const std::string path = folder / "long";
-  WriteFile(path, WithPieces(pieces));
   LearnedPieces learned;
-  ASSERT_EQ(std::nullopt, learned.Learn(path));
+  ASSERT_EQ(std::nullopt, learned.Learn(pieces));
   EXPECT_TRUE(learned.Fill(3000));
   EXPECT_FALSE(learned.Fill(4000));
   EXPECT_TRUE(learned.Fill(5000));
@@ -536,11 +533,8 @@ TEST(GapPatterns, OfLongPacketsAreFilledBySoundWhosePicturesWereNotRecorded) {
 
 // A clip has few pieces of half a second.
 TEST(GapPatterns, OfChunksOfOneLengthAreFilledWherePicturesFollow) {
-  const TempDir folder;
-  const std::string path = folder / "clip";
-  WriteFile(path, WithPieces({3000, 3000, 6000, 3000, 700}));
   LearnedPieces learned;
-  ASSERT_EQ(std::nullopt, learned.Learn(path));
+  ASSERT_EQ(std::nullopt, learned.Learn({3000, 3000, 6000, 3000, 700}));
   using rescue::Followers;
   EXPECT_TRUE(learned.Fill(6000));
   // Another clip of the camera may stand behind a piece, be it whole or cut.
@@ -553,11 +547,8 @@ TEST(GapPatterns, OfChunksOfOneLengthAreFilledWherePicturesFollow) {
 
 // Of packets of 300 samples; one of them more is no part of another clip's sound.
 TEST(GapPatterns, OfAChunkThatIsALittleLongerAreFilledWherePicturesFollow) {
-  const TempDir folder;
-  const std::string path = folder / "clip";
-  WriteFile(path, WithPieces({3000, 3000, 3300, 3900, 700}));
   LearnedPieces learned;
-  ASSERT_EQ(std::nullopt, learned.Learn(path));
+  ASSERT_EQ(std::nullopt, learned.Learn({3000, 3000, 3300, 3900, 700}));
   EXPECT_FALSE(learned.Fill(3600));
   EXPECT_TRUE(learned.Fill(3600, rescue::Followers::kEnough));
   EXPECT_FALSE(learned.Fill(2700, rescue::Followers::kEnough));
@@ -568,11 +559,8 @@ TEST(GapPatterns, OfAChunkThatIsALittleLongerAreFilledWherePicturesFollow) {
 
 // As from several microphones.
 TEST(GapPatterns, OfTracksBesideEachOtherAreFilledInTheirProportion) {
-  const TempDir folder;
-  const std::string path = folder / "clip";
-  WriteFile(path, WithPieces({3000, 3000, 3000, 3000, 3000}, 2));
   LearnedPieces learned;
-  ASSERT_EQ(std::nullopt, learned.Learn(path));
+  ASSERT_EQ(std::nullopt, learned.Learn({3000, 3000, 3000, 3000, 3000}, 2));
   using rescue::Followers;
   using Counts = std::vector<std::uint64_t>;
   EXPECT_EQ((Counts{3000, 3000}), learned.PiecesOf(6000, Followers::kFew));
@@ -585,15 +573,12 @@ TEST(GapPatterns, OfTracksBesideEachOtherAreFilledInTheirProportion) {
 
 // Where two pieces fit into one, what looks like a picture in the sound could part it.
 TEST(GapPatterns, OfManyLengthsFillOthersOnlyWhereNoTwoFitIntoOne) {
-  const TempDir folder;
   for (const auto& [least, isFilled] : {std::pair{200u, true}, {100u, false}}) {
     std::vector<std::uint32_t> pieces;
     for (std::uint32_t i = 0; i < 70; ++i) pieces.push_back(least + 2 * i);
     pieces.push_back(6);  // where the recording ended
-    const std::string path = folder / std::to_string(least);
-    WriteFile(path, WithPieces(pieces));
     LearnedPieces learned;
-    ASSERT_EQ(std::nullopt, learned.Learn(path));
+    ASSERT_EQ(std::nullopt, learned.Learn(pieces));
     const auto fills = [&learned](std::uint64_t samples) { return learned.Fill(samples); };
     EXPECT_TRUE(fills(least + 8));
     EXPECT_EQ(fills(least + 9), isFilled);
